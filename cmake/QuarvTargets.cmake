@@ -1,0 +1,26 @@
+# What every target of the project shares: the language, the warnings, the sanitizers.
+find_program(QUARV_CCACHE ccache)
+if(QUARV_CCACHE)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${QUARV_CCACHE})
+endif()
+
+add_library(quarv_options INTERFACE)
+target_compile_features(quarv_options INTERFACE cxx_std_20)
+target_compile_options(quarv_options INTERFACE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
+if(QUARV_WERROR)
+  target_compile_options(quarv_options INTERFACE -Werror)
+endif()
+if(QUARV_SANITIZE)
+  target_compile_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE} -fno-sanitize-recover=all
+                                                 -fno-omit-frame-pointer)
+  target_link_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE})
+endif()
+
+# GMP brings no CMake package of its own.
+find_path(GMP_INCLUDE_DIR gmp.h REQUIRED)
+find_library(GMP_LIBRARY gmp REQUIRED)
+if(NOT TARGET GMP::gmp)
+  add_library(GMP::gmp UNKNOWN IMPORTED)
+  set_target_properties(GMP::gmp PROPERTIES IMPORTED_LOCATION ${GMP_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES
+                                                                             ${GMP_INCLUDE_DIR})
+endif()
