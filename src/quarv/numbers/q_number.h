@@ -1,0 +1,440 @@
+/// \file
+/// Exact rational numbers.
+#pragma once
+
+#include <cassert>
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include <climits>
+#include <gmp.h>
+#include <gmpxx.h>
+
+#include <quarv/numbers/gcd_cache.h>
+
+namespace quarv {
+
+/// An exact rational number in two machine words.
+///
+/// A number is held in one of two forms, which the second word tells apart:
+/// - small: numerator and denominator are signed 64-bit words; the denominator is not 0;
+/// - big: the second word is 0 and the first points to a block, owned by the number, with the numerator and
+/// the
+///   denominator as GMP integers.
+///
+/// Both forms are canonical: the denominator is positive, numerator and denominator are coprime, and zero is
+/// 0/1. The word -2^63 is never held small, so that negation and absolute value of a small word cannot
+/// overflow.
+///
+/// Arithmetic on small operands allocates nothing. A result that does not fit moves to the big form by
+/// itself. The result of an operation with a big operand stays big even when it would fit; `demoted` brings
+/// it back. Every operation works on values: the two representations of one number are equal, hash alike and
+/// print alike (the one exception is the rounding of `divmod`).
+///
+/// Arithmetic uses `gmp_tmp` and `gcd_cache`, which are process-wide and not locked: one thread at a time may
+/// compute with `QNumber`.
+class QNumber {
+ public:
+  /// Scratch integers of the big arithmetic, initialised before any constructor runs and never cleared. Every
+  /// operation with a big operand or a big result may overwrite all of them.
+  static mpz_t gmp_tmp[8];
+
+  /// Zero.
+  QNumber() noexcept : num_(0), den_(1) {}
+
+  /// The integer `value`.
+  QNumber(long value) : num_(value), den_(1) {  // NOLINT: numbers convert from words wherever they meet
+    if (value == LONG_MIN) [[unlikely]]
+      become_big(LONG_MIN, 1);
+  }
+
+  /// The fraction num/den, reduced. \pre den != 0
+  QNumber(long num, long den);
+
+  /// The fraction num/den in big form, whatever its size. It is reduced when `canonicalize` is true and must
+  /// already be canonical otherwise. \pre den != 0
+  QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize);
+
+  /// The fraction num/den, reduced: in small form when both integers fit an `int`, in big form otherwise.
+  /// \pre den != 0
+  QNumber(const mpz_class& num, const mpz_class& den);
+
+  QNumber(const QNumber& other) : num_(other.num_), den_(other.den_) {
+    if (den_ == 0) copy_block(other);
+  }
+
+  /// Leaves 0 behind.
+  QNumber(QNumber&& other) noexcept : num_(other.num_), den_(other.den_) {
+    other.num_ = 0;
+    other.den_ = 1;
+  }
+
+  ~QNumber() {
+    if (den_ == 0) free_block();
+  }
+
+  /// Copies the value. A big target stays big and keeps its memory.
+  QNumber& operator=(const QNumber& other) {
+    if ((den_ != 0) & (other.den_ != 0)) {
+      num_ = other.num_;
+      den_ = other.den_;
+    } else {
+      assign_big(other);
+    }
+    return *this;
+  }
+
+  /// Takes over the value and its form and leaves 0 behind.
+  QNumber& operator=(QNumber&& other) noexcept {
+    if (this == &other) return *this;
+    if (den_ == 0) free_block();
+    num_ = other.num_;
+    den_ = other.den_;
+    other.num_ = 0;
+    other.den_ = 1;
+    return *this;
+  }
+
+  /// The integer `value`, small when it fits a small word.
+  static QNumber from_integer(mpz_srcptr value);
+
+  /// Reads an integer ("7", "-12"), a decimal ("1.25", "-0.5") or a fraction of integers ("-3/2"; only the
+  /// first integer may have a sign). The result is small when it fits. \throws std::invalid_argument if
+  /// `text` is nothing of these, or a fraction with denominator 0
+  static QNumber parse(std::string_view text);
+
+  /// Assigns the integer `value`, in small form when it fits, otherwise in big form (which reuses its
+  /// memory).
+  void set_integer(mpz_srcptr value);
+
+  /// The value in decimal: "7" for an integer, "-3/2" for any other number.
+  std::string to_string() const;
+
+  bool is_small() const { return den_ != 0; }
+  bool is_integer() const { return den_ == 1 || (den_ == 0 && mpz_cmp_ui(big_den(), 1) == 0); }
+  bool is_zero() const { return den_ != 0 ? num_ == 0 : mpz_sgn(big_num()) == 0; }
+
+  /// -1, 0 or 1.
+  int sign() const { return den_ != 0 ? (num_ > 0) - (num_ < 0) : mpz_sgn(big_num()); }
+
+  /// Numerator word. \pre is_small()
+  long small_num() const {
+    assert(den_ != 0);
+    return num_;
+  }
+
+  /// Denominator word. \pre is_small()
+  long small_den() const {
+    assert(den_ != 0);
+    return den_;
+  }
+
+  /// Numerator; valid until this number changes. \pre !is_small()
+  mpz_srcptr big_num() const {
+    assert(den_ == 0);
+    return block_->num;
+  }
+
+  /// Denominator; valid until this number changes. \pre !is_small()
+  mpz_srcptr big_den() const {
+    assert(den_ == 0);
+    return block_->den;
+  }
+
+  /// Numerator, in either form.
+  mpz_class num() const { return den_ != 0 ? mpz_class(num_) : mpz_class(big_num()); }
+
+  /// Denominator, in either form.
+  mpz_class den() const { return den_ != 0 ? mpz_class(den_) : mpz_class(big_den()); }
+
+  /// The same value, in small form when it fits.
+  QNumber demoted() const;
+
+  /// The greatest integer that is not above this number.
+  QNumber floor() const;
+
+  /// Equal for equal values, whatever their form.
+  std::size_t hash() const { return den_ != 0 ? hash_words(num_, den_) : hash_big(); }
+
+  /// The opposite number.
+  QNumber neg() const {
+    if (den_ == 0) return neg_big();
+    return QNumber(Words{-num_, den_});
+  }
+  QNumber operator-() const { return neg(); }
+
+  QNumber& operator+=(const QNumber& y) {
+    long sum;
+    if (den_ == 1 && y.den_ == 1 && !__builtin_add_overflow(num_, y.num_, &sum) && sum != LONG_MIN) {
+      num_ = sum;
+    } else if (!add_small_fraction<false>(y)) {
+      add_general<false>(y);
+    }
+    return *this;
+  }
+
+  QNumber& operator-=(const QNumber& y) {
+    long difference;
+    if (den_ == 1 && y.den_ == 1 && !__builtin_sub_overflow(num_, y.num_, &difference) &&
+        difference != LONG_MIN) {
+      num_ = difference;
+    } else if (!add_small_fraction<true>(y)) {
+      add_general<true>(y);
+    }
+    return *this;
+  }
+
+  QNumber& operator*=(const QNumber& y) {
+    long product;
+    if (den_ == 1 && y.den_ == 1 && small_product(num_, y.num_, &product)) {
+      num_ = product;
+    } else if (!mul_small_fraction(y)) {
+      mul_general(y);
+    }
+    return *this;
+  }
+
+  /// \pre y is not 0
+  QNumber& operator/=(const QNumber& y) {
+    assert(!y.is_zero());
+    if (y.den_ == 0) return div_big(y);
+    return *this *= QNumber(y.num_ < 0 ? Words{-y.den_, -y.num_} : Words{y.den_, y.num_});
+  }
+
+  /// Adds a * b.
+  void self_addmul(const QNumber& a, const QNumber& b) {
+    if (a.den_ != 0 && b.den_ != 0) {
+      *this += a * b;
+    } else {
+      addmul_big(a, b);
+    }
+  }
+
+  /// Divides integers: *this = q * d + r. If both operands are small, q is rounded toward zero and r has the
+  /// sign of the dividend; if one is big, q is rounded down and r has the sign of d. For non-negative
+  /// operands the two agree. Each result is small when it fits. Results may be operands, but not one number
+  /// both. \pre both operands are integers, d is not 0
+  void divmod(const QNumber& d, QNumber& q, QNumber& r) const {
+    if (den_ == 0 || d.den_ == 0) {
+      divmod_big(d, q, r);
+      return;
+    }
+    const Words quotient{num_ / d.num_, 1};
+    const Words remainder{num_ % d.num_, 1};
+    q = QNumber(quotient);
+    r = QNumber(remainder);
+  }
+
+  friend QNumber operator+(const QNumber& a, const QNumber& b) {
+    QNumber result(a);
+    result += b;
+    return result;
+  }
+  friend QNumber operator+(const QNumber& a, long b) { return a + QNumber(b); }
+  friend QNumber operator-(const QNumber& a, const QNumber& b) {
+    QNumber result(a);
+    result -= b;
+    return result;
+  }
+  friend QNumber operator-(const QNumber& a, long b) { return a - QNumber(b); }
+  friend QNumber operator*(const QNumber& a, const QNumber& b) {
+    QNumber result(a);
+    result *= b;
+    return result;
+  }
+  /// \pre b is not 0
+  friend QNumber operator/(const QNumber& a, const QNumber& b) {
+    QNumber result(a);
+    result /= b;
+    return result;
+  }
+
+  friend bool operator==(const QNumber& a, const QNumber& b) {
+    if (a.den_ != 0 && b.den_ != 0) return a.num_ == b.num_ && a.den_ == b.den_;
+    return equal_big(a, b);
+  }
+  friend bool operator<(const QNumber& a, const QNumber& b) {
+    if (a.den_ != 0 && b.den_ != 0) return less_small(a, b);
+    return compare_big(a, b) < 0;
+  }
+  friend bool operator>(const QNumber& a, const QNumber& b) { return b < a; }
+  friend bool operator<=(const QNumber& a, const QNumber& b) { return !(b < a); }
+  friend bool operator>=(const QNumber& a, const QNumber& b) { return !(a < b); }
+  friend bool operator>=(const QNumber& a, long b) { return a >= QNumber(b); }
+  friend bool operator<=(long a, const QNumber& b) { return QNumber(a) <= b; }
+
+  /// The greatest common divisor of two integers, never negative; gcd(x, 0) = |x|.
+  friend QNumber gcd(const QNumber& a, const QNumber& b) {
+    if (a.den_ == 0 || b.den_ == 0) return gcd_big(a, b);
+    return QNumber(Words{static_cast<long>(cached_gcd(magnitude(a.num_), magnitude(b.num_))), 1});
+  }
+
+  /// The least common multiple of two integers, never negative; lcm(x, 0) = 0.
+  friend QNumber lcm(const QNumber& a, const QNumber& b) {
+    long multiple;
+    if (a.den_ == 0 || b.den_ == 0 || !small_lcm(a.num_, b.num_, &multiple)) return lcm_big(a, b);
+    return QNumber(Words{multiple, 1});
+  }
+
+ private:
+  /// The memory of a big number.
+  struct Block {
+    mpz_t num;
+    mpz_t den;
+  };
+
+  /// A canonical fraction of small words.
+  struct Words {
+    long num;
+    long den;
+  };
+
+  explicit QNumber(Words words) : num_(words.num), den_(words.den) {}
+
+  static unsigned long magnitude(long x) {
+    return x < 0 ? -static_cast<unsigned long>(x) : static_cast<unsigned long>(x);
+  }
+
+  /// The product, if its magnitude is at most 2^63 - 1.
+  static bool small_product(long x, long y, long* product) {
+    return !__builtin_mul_overflow(x, y, product) && *product != LONG_MIN;
+  }
+
+  static bool small_lcm(long x, long y, long* multiple) {
+    if (x == 0 || y == 0) {
+      *multiple = 0;
+      return true;
+    }
+    const unsigned long divisor = cached_gcd(magnitude(x), magnitude(y));
+    return small_product(static_cast<long>(magnitude(x) / divisor), static_cast<long>(magnitude(y)),
+                         multiple);
+  }
+
+  static std::size_t hash_words(long num, long den) {
+    const unsigned __int128 product =
+        static_cast<unsigned __int128>(static_cast<unsigned long>(num) ^ 0x9e3779b97f4a7c15UL) *
+        (static_cast<unsigned long>(den) * 0xd6e8feb86659fd93UL);
+    return static_cast<std::size_t>(product) ^ static_cast<std::size_t>(product >> 64);
+  }
+  std::size_t hash_big() const;
+
+  static bool less_small(const QNumber& a, const QNumber& b) {
+    if (a.den_ == b.den_) return a.num_ < b.num_;
+    return static_cast<__int128>(a.num_) * b.den_ < static_cast<__int128>(b.num_) * a.den_;
+  }
+
+  template <bool subtract>
+  bool add_small_fraction(const QNumber& y);
+  bool mul_small_fraction(const QNumber& y);
+
+  void become_big(long num, long den);
+  void become_big() {
+    if (den_ != 0) become_big(num_, den_);
+  }
+  void copy_block(const QNumber& other);
+  void free_block() noexcept;
+  void assign_big(const QNumber& other);
+  void reduce_big();
+  QNumber neg_big() const;
+
+  template <bool subtract>
+  void add_general(const QNumber& y);
+  template <bool subtract>
+  void add_words(long num, long den);
+  template <bool subtract>
+  void add_block(mpz_srcptr num, mpz_srcptr den);
+  void mul_general(const QNumber& y);
+  void mul_words(long num, long den);
+  void mul_block(mpz_srcptr num, mpz_srcptr den);
+  QNumber& div_big(const QNumber& y);
+  void addmul_big(const QNumber& a, const QNumber& b);
+  void divmod_big(const QNumber& d, QNumber& q, QNumber& r) const;
+  static QNumber gcd_big(const QNumber& a, const QNumber& b);
+  static QNumber lcm_big(const QNumber& a, const QNumber& b);
+  static bool equal_big(const QNumber& a, const QNumber& b);
+  static int compare_big(const QNumber& a, const QNumber& b);
+
+  union {
+    long num_;      ///< small form: the numerator
+    Block* block_;  ///< big form
+  };
+  long den_;  ///< small form: the denominator; big form: 0
+};
+
+static_assert(sizeof(QNumber) == 2 * sizeof(long) && sizeof(long) == 8);
+
+QNumber gcd(const QNumber& a, const QNumber& b);
+QNumber lcm(const QNumber& a, const QNumber& b);
+
+inline QNumber::QNumber(long num, long den) : num_(num), den_(den) {
+  assert(den != 0);
+  if (num == LONG_MIN || den == LONG_MIN) [[unlikely]] {
+    become_big(num, den);
+    reduce_big();
+    return;
+  }
+  if (den == 1) return;
+  if (num == 0) {
+    den_ = 1;
+    return;
+  }
+  const long divisor = static_cast<long>(cached_gcd(magnitude(num), magnitude(den)));
+  if (divisor != 1) {
+    num_ /= divisor;
+    den_ /= divisor;
+  }
+  if (den_ < 0) {
+    num_ = -num_;
+    den_ = -den_;
+  }
+}
+
+/// Adds (or subtracts) within small words; false, and nothing changed, if an operand is big or a step
+/// overflows. With g = gcd(b, d), a/b + c/d = (a(d/g) + c(b/g)) / (b(d/g)), in which only a divisor of g can
+/// still cancel.
+template <bool subtract>
+inline bool QNumber::add_small_fraction(const QNumber& y) {
+  if (den_ == 0 || y.den_ == 0) return false;
+  const long g =
+      static_cast<long>(cached_gcd(static_cast<unsigned long>(den_), static_cast<unsigned long>(y.den_)));
+  const long b = g == 1 ? den_ : den_ / g;
+  const long d = g == 1 ? y.den_ : y.den_ / g;
+  long left, right, num, den;
+  if (!small_product(num_, d, &left) || !small_product(y.num_, b, &right)) return false;
+  if (subtract ? __builtin_sub_overflow(left, right, &num) : __builtin_add_overflow(left, right, &num)) {
+    return false;
+  }
+  long rest = y.den_;
+  if (g != 1) {
+    const long cancelled = static_cast<long>(cached_gcd(magnitude(num), static_cast<unsigned long>(g)));
+    num /= cancelled;
+    rest /= cancelled;
+  }
+  if (num == LONG_MIN || !small_product(rest, b, &den)) return false;
+  num_ = num;
+  den_ = den;
+  return true;
+}
+
+/// Multiplies within small words; false, and nothing changed, if an operand is big or a product overflows.
+inline bool QNumber::mul_small_fraction(const QNumber& y) {
+  if (den_ == 0 || y.den_ == 0) return false;
+  const long g1 = static_cast<long>(cached_gcd(magnitude(num_), static_cast<unsigned long>(y.den_)));
+  const long g2 = static_cast<long>(cached_gcd(magnitude(y.num_), static_cast<unsigned long>(den_)));
+  long num, den;
+  if (!small_product(num_ / g1, y.num_ / g2, &num) || !small_product(den_ / g2, y.den_ / g1, &den))
+    return false;
+  num_ = num;
+  den_ = den;
+  return true;
+}
+
+}  // namespace quarv
+
+/// Hashes by value, so that both forms of a number are one key.
+template <>
+struct std::hash<quarv::QNumber> {
+  std::size_t operator()(const quarv::QNumber& x) const { return x.hash(); }
+};
