@@ -1,6 +1,6 @@
-#include <quarv/numbers/q_number.h>
-
 #include <gtest/gtest.h>
+
+#include <quarv/numbers/q_number.h>
 
 namespace quarv {
 namespace {
