@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quarv {
+
+class Symbol;
+
+/// A sort. One object for each distinct sort, owned by the manager: sorts are compared by pointer.
+///
+/// A *constructed* type is a type constructor (component 0) applied to parameters: `(_ BitVec 8)` is the
+/// bit-vector constructor applied to the width component 8, an array type has the index and the element type.
+/// Everything else (Bool, Int, Real, declared sorts, constructors, width components) is *basic*.
+class DataType {
+ public:
+  DataType(const DataType&) = delete;
+  DataType& operator=(const DataType&) = delete;
+
+  /// True for a constructor applied to components.
+  bool is_constructed() const noexcept { return basic_ == 0; }
+
+  /// True when this is `constructor` applied to `num_components - 1` parameters.
+  bool is_constructed_by(const DataType* constructor, std::size_t num_components) const noexcept {
+    return basic_ == 0 && components.size() == num_components && components[0] == constructor;
+  }
+
+  /// Component i of a constructed type; i must be below `components.size()`.
+  const DataType* get_component(std::size_t i) const { return components[i]; }
+
+  /// Number of nodes of the sort written as a tree, saturating; bounds what printing it costs.
+  std::uint64_t tree_size() const noexcept { return tree_size_; }
+
+  /// The sort in SMT-LIB syntax, cut off with "..." after about `max_length` characters.
+  std::string to_string(std::size_t max_length = 200) const;
+
+ private:
+  friend class TermManager;
+  DataType() = default;
+
+  std::uint64_t basic_ = 0;  // zero exactly for constructed types
+
+ public:
+  std::vector<const DataType*> components;
+
+ private:
+  std::string name_;  // of a basic type: its SMT-LIB name (or a numeral, for widths and formats)
+  std::size_t
+      params_[2]{};  // width; or exponent width and stored significand width. Also on the type built from it
+  std::uint64_t tree_size_ = 1;
+  mutable const Symbol* equality_symbol_ = nullptr;  // filled by the manager on first use
+  mutable const Symbol* ite_symbol_ = nullptr;
+};
+
+}  // namespace quarv

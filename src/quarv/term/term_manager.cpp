@@ -1,0 +1,210 @@
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include <quarv/term/symbol_tables.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv {
+
+/// An argument vector borrowed from the manager, given back on leaving the scope. Simplifications nest, hence
+/// the vectors form a stack.
+class ArgVector {
+ public:
+  explicit ArgVector(TermManager& manager) : manager_(manager) {
+    if (manager.arg_vectors_used_ == manager.arg_vectors_.size()) {
+      manager.arg_vectors_.push_back(std::make_unique<std::vector<const Term*>>());
+    }
+    vector_ = manager.arg_vectors_[manager.arg_vectors_used_++].get();
+  }
+  ~ArgVector() { --manager_.arg_vectors_used_; }
+  ArgVector(const ArgVector&) = delete;
+  ArgVector& operator=(const ArgVector&) = delete;
+
+  std::vector<const Term*>& operator*() const noexcept { return *vector_; }
+
+ private:
+  TermManager& manager_;
+  std::vector<const Term*>* vector_;
+};
+
+TermManager::TermManager() : tables_(std::make_unique<SymbolTables>()) {
+  bool_type = new_basic_type("Bool");
+  rat_type = new_basic_type("Real");
+  int_type = new_basic_type("Int");
+  rounding_mode_type = new_basic_type("RoundingMode");
+  array_type_ctor = new_basic_type("Array");
+  bv_type_ctor = new_basic_type("_ BitVec");
+  fp_type_ctor = new_basic_type("_ FloatingPoint");
+
+  false_symbol = constant_symbol("false", bool_type);
+  true_symbol = constant_symbol("true", bool_type);
+  false_term = intern(false_symbol, {});
+  true_term = intern(true_symbol, {});
+
+  static constexpr const char* modes[] = {"RNE", "RTZ", "RTP", "RTN", "RNA"};
+  for (std::size_t i = 0; i < std::size(modes); ++i) {
+    rounding_symbols_[i] = constant_symbol(modes[i], rounding_mode_type);
+  }
+
+  const auto op = [this](SymbolTag::tag tag, std::initializer_list<const DataType*> arguments,
+                         const DataType* result) {
+    return new_symbol(tag, SymbolTag::name(tag), std::span(arguments.begin(), arguments.size()), result);
+  };
+  not_symbol = op(SymbolTag::NOT, {bool_type}, bool_type);
+  and_symbol = op(SymbolTag::AND, {bool_type, bool_type}, bool_type);
+  or_symbol = op(SymbolTag::OR, {bool_type, bool_type}, bool_type);
+  iff_symbol = op(SymbolTag::IFF, {bool_type, bool_type}, bool_type);
+  rat_leq_symbol = op(SymbolTag::LEQ, {rat_type, rat_type}, bool_type);
+  int_leq_symbol = op(SymbolTag::LEQ, {int_type, int_type}, bool_type);
+  rat_plus_symbol = op(SymbolTag::PLUS, {rat_type, rat_type}, rat_type);
+  rat_times_symbol = op(SymbolTag::TIMES, {rat_type, rat_type}, rat_type);
+  int_plus_symbol = op(SymbolTag::PLUS, {int_type, int_type}, int_type);
+  int_times_symbol = op(SymbolTag::TIMES, {int_type, int_type}, int_type);
+  floor_symbol = op(SymbolTag::FLOOR, {rat_type}, int_type);
+}
+
+TermManager::~TermManager() = default;
+
+const Term* TermManager::new_term(const Symbol* symbol, Args args) {
+  Term* t = static_cast<Term*>(arena_.allocate(sizeof(Term) + args.size_bytes()));
+  t->id = next_id_++;
+  t->symbol = symbol;
+  std::copy(args.begin(), args.end(), t->args);
+  return t;
+}
+
+const Term* TermManager::intern(const Symbol* symbol, Args args) {
+  if (symbol->arity_ == 0) {
+    if (symbol->constant_ == nullptr) symbol->constant_ = new_term(symbol, {});
+    return symbol->constant_;
+  }
+  const TermTable::Probe probe = terms_.find(symbol, args);
+  if (probe.found != nullptr) return probe.found;
+  const Term* t = new_term(symbol, args);
+  terms_.insert(probe, t);
+  return t;
+}
+
+const Term* TermManager::simplified(const Symbol* symbol, Args args) {
+  if (simplifier_ == nullptr || args.empty()) return intern(symbol, args);
+  const ArgVector vector(*this);
+  (*vector).assign(args.begin(), args.end());
+  return simplifier_->simplify(this, symbol, *vector);
+}
+
+const Term* TermManager::make_term(const Symbol* symbol, Args args) {
+  check_args(symbol, args);
+  return simplified(symbol, args);
+}
+
+const Term* TermManager::make_term_unchecked(const Symbol* symbol, Args args) {
+  return simplified(symbol, args);
+}
+
+namespace {
+
+[[noreturn]] void wrong_type(const char* op, std::size_t position, const DataType* found,
+                             const std::string& wanted) {
+  throw SortError(std::string(op) + ": argument " + std::to_string(position) + " has sort " +
+                  found->to_string() + ", expected " + wanted);
+}
+
+}  // namespace
+
+void TermManager::check_type(const char* op, const Term* a, std::size_t position,
+                             const DataType* wanted) const {
+  const DataType* found = type_of(a);
+  if (found == wanted || (found == int_type && wanted == rat_type)) return;
+  wrong_type(op, position, found, wanted->to_string());
+}
+
+void TermManager::check_args(const Symbol* symbol, Args args) const {
+  const char* op = symbol->tag_ == SymbolTag::UF || symbol->tag_ == SymbolTag::OPAQUE
+                       ? symbol->name
+                       : SymbolTag::name(get_tag(symbol));
+  if (args.size() != symbol->arity_) {
+    throw SortError(std::string(op) + ": " + std::to_string(args.size()) + " arguments given, " +
+                    std::to_string(symbol->arity_) + " expected");
+  }
+  for (std::size_t i = 0; i < args.size(); ++i) check_type(op, args[i], i + 1, symbol->arg_types_[i]);
+}
+
+std::size_t TermManager::checked_bv_width(const char* op, const Term* a, std::size_t position) const {
+  const DataType* type = type_of(a);
+  if (!is_bv_type(type)) wrong_type(op, position, type, "a bit-vector");
+  return type->params_[0];
+}
+
+void TermManager::checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,
+                                 std::size_t* mw) const {
+  const DataType* type = type_of(a);
+  if (!is_fp_type(type)) wrong_type(op, position, type, "a floating-point number");
+  *ew = type->params_[0];
+  *mw = type->params_[1];
+}
+
+// Numbers.
+// -------------------------------------------------------------------------------------------------------------
+
+const Term* TermManager::make_numeral(const QNumber& value, const DataType* type) {
+  const NumberTable::Probe probe =
+      number_terms_.find(value, type, [](const Symbol* s) { return s->number_; });
+  if (probe.found != nullptr) return probe.found;
+  Symbol* symbol = new_symbol(SymbolTag::CONSTANT, "", {}, type);
+  QNumber& stored = numbers[symbol];
+  stored = value.demoted();
+  symbol->kind_ = Symbol::number;
+  symbol->number_ = &stored;
+  const Term* t = intern(symbol, {});
+  number_terms_.insert(probe, t);
+  return t;
+}
+
+const Term* TermManager::make_number(const QNumber& value) {
+  return make_numeral(value, value.is_integer() ? int_type : rat_type);
+}
+
+namespace {
+
+bool fits_bits(const QNumber& value, std::size_t width) {
+  if (value.sign() < 0 || !value.is_integer()) return false;
+  if (value.is_small()) return width >= 63 || value.small_num() >> width == 0;
+  return mpz_sizeinbase(value.big_num(), 2) <= width;
+}
+
+}  // namespace
+
+const Term* TermManager::make_bv_number(const QNumber& value, std::size_t width) {
+  if (width == 0 || !fits_bits(value, width)) {
+    throw SortError("bit-vector literal: " + value.to_string() + " does not fit " + std::to_string(width) +
+                    " bits");
+  }
+  return make_numeral(value, get_bv_type(width));
+}
+
+const Term* TermManager::make_fp_bits_number(const QNumber& bits, std::size_t ew, std::size_t mw) {
+  if (!fits_bits(bits, ew + mw + 1)) {
+    throw SortError("floating-point literal: " + bits.to_string() + " does not fit " +
+                    std::to_string(ew + mw + 1) + " bits");
+  }
+  return make_numeral(bits, get_fp_type(ew, mw));
+}
+
+const Term* TermManager::make_rounding_even() {
+  return intern(rounding_symbols_[0], {});
+}
+const Term* TermManager::make_rounding_zero() {
+  return intern(rounding_symbols_[1], {});
+}
+const Term* TermManager::make_rounding_plus_inf() {
+  return intern(rounding_symbols_[2], {});
+}
+const Term* TermManager::make_rounding_minus_inf() {
+  return intern(rounding_symbols_[3], {});
+}
+const Term* TermManager::make_rounding_away() {
+  return intern(rounding_symbols_[4], {});
+}
+
+}  // namespace quarv

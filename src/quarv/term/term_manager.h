@@ -1,0 +1,595 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <quarv/numbers/q_number.h>
+#include <quarv/term/arena.h>
+#include <quarv/term/data_type.h>
+#include <quarv/term/number_table.h>
+#include <quarv/term/sort_error.h>
+#include <quarv/term/symbol.h>
+#include <quarv/term/symbol_tag.h>
+#include <quarv/term/term.h>
+#include <quarv/term/term_simplifier.h>
+#include <quarv/term/term_table.h>
+#include <quarv/util/hash_map.h>
+
+namespace quarv {
+
+struct SymbolTables;
+
+/// One attribute of an annotated term `(! body :keyword value)`. A value that consists of terms (`:pattern (t
+/// u)`) gives their number; any other value is kept as text.
+struct Attribute {
+  std::string keyword;        ///< with its colon
+  std::string text;           ///< the value as written; empty when there is none or it consists of terms
+  std::size_t num_terms = 0;  ///< how many arguments of the annotated term, after the body, belong here
+
+  bool operator==(const Attribute&) const = default;
+};
+
+/// Creates, interns and classifies terms, symbols and types, and owns them all.
+///
+/// Every `make_...` constructor of terms is a *full* constructor: it checks sorts, then hands the application
+/// to the attached simplifier; without one it builds the plain term. `do_make_term` interns exactly what it
+/// is given. Constructors throw SortError for arguments that do not fit (nothing is interned then) and
+/// std::bad_alloc. All calls for one manager come from one thread. In steady state building a term makes no
+/// heap allocation of its own.
+class TermManager {
+ public:
+  using Args = std::span<const Term* const>;
+
+  TermManager();
+  ~TermManager();
+  TermManager(const TermManager&) = delete;
+  TermManager& operator=(const TermManager&) = delete;
+
+  // Distinguished types, symbols and terms, read directly by the simplifiers.
+  // ------------------------------------------
+
+  const DataType* bool_type;
+  const DataType* rat_type;  ///< the sort Real
+  const DataType* int_type;  ///< a subtype of `rat_type`; stays directly after it
+  const DataType* array_type_ctor;
+  const DataType* bv_type_ctor;
+  const DataType* rounding_mode_type;
+  const DataType* fp_type_ctor;
+
+  const Symbol* true_symbol;
+  const Symbol* false_symbol;
+  const Symbol* not_symbol;
+  const Symbol* and_symbol;
+  const Symbol* or_symbol;
+  const Symbol* iff_symbol;
+  const Symbol* rat_leq_symbol;
+  const Symbol* int_leq_symbol;
+  const Symbol* rat_plus_symbol;
+  const Symbol* rat_times_symbol;
+  const Symbol* int_plus_symbol;
+  const Symbol* int_times_symbol;
+  const Symbol* floor_symbol;
+
+  const Term* true_term;
+  const Term* false_term;
+
+  /// The numeral table: every number's symbol with its value (bit-vector and floating-point literals by their
+  /// unsigned encoding). A symbol is a number exactly when it is a key. Only the manager adds entries.
+  hsh::HashMap<const Symbol*, QNumber> numbers;
+
+  /// The equality symbols of all types.
+  hsh::HashSet<const Symbol*> equality_symbols;
+
+  // Simplification.
+  // ----------------------------------------------------------------------------------------------------
+
+  /// Attaches the simplifier that full constructors use from now on; null detaches. Not owned.
+  void set_simplifier(TermSimplifier* simplifier) noexcept { simplifier_ = simplifier; }
+  TermSimplifier* simplifier() const noexcept { return simplifier_; }
+
+  // Terms.
+  // -------------------------------------------------------------------------------------------------------------
+
+  /// The interned term `symbol(args)`, built as given, neither checked nor simplified.
+  const Term* do_make_term(const Symbol* symbol, const std::vector<const Term*>& args) {
+    return intern(symbol, args);
+  }
+  const Term* do_make_term(const Symbol* symbol, Args args) { return intern(symbol, args); }
+  const Term* do_make_term(const Symbol* symbol, std::initializer_list<const Term*> args) {
+    return intern(symbol, Args(args.begin(), args.size()));
+  }
+
+  /// The full constructor for any symbol.
+  const Term* make_term(const Symbol* symbol, Args args);
+  const Term* make_term(const Symbol* symbol, std::initializer_list<const Term*> args = {}) {
+    return make_term(symbol, Args(args.begin(), args.size()));
+  }
+
+  /// As `make_term`, for arguments whose sorts are known to fit.
+  const Term* make_term_unchecked(const Symbol* symbol, Args args);
+
+  /// Number of terms created so far; ids are 0 to `num_terms() - 1`.
+  std::size_t num_terms() const noexcept { return next_id_; }
+
+  /// Number of children of terms headed by `symbol`.
+  std::size_t arity(const Symbol* symbol) const noexcept { return symbol->arity_; }
+  std::size_t arity(const Term* t) const noexcept { return t->symbol->arity_; }
+
+  /// The children of a term.
+  Args args_of(const Term* t) const noexcept { return Args(t->args, t->symbol->arity_); }
+
+  /// How many of the children, from the first, may be replaced by equal terms. All of them, except that
+  /// patterns and other terms in annotations stay as they were written.
+  std::size_t rewritable_args(const Symbol* symbol) const noexcept {
+    return symbol->kind_ == Symbol::annotation ? 1 : symbol->arity_;
+  }
+
+  const DataType* type_of(const Term* t) const noexcept { return t->symbol->output_type_; }
+
+  // Constants.
+  // ---------------------------------------------------------------------------------------------------------
+
+  const Term* make_bool(bool value) const noexcept { return value ? true_term : false_term; }
+
+  /// The arithmetic constant: of the integer type when the value is integral, else of the rational type.
+  const Term* make_number(const QNumber& value);
+
+  /// The bit-vector literal of `width` bits; throws SortError unless 0 <= value < 2^width and the width is
+  /// positive.
+  const Term* make_bv_number(const QNumber& value, std::size_t width);
+  const Term* make_bv_number(int value, std::size_t width) {
+    return make_bv_number(QNumber(long{value}), width);
+  }
+
+  /// The floating-point literal given by its IEEE 754 encoding of 1 + ew + mw bits: ew exponent bits, mw
+  /// stored significand bits (without the hidden one).
+  const Term* make_fp_bits_number(const QNumber& bits, std::size_t ew, std::size_t mw);
+
+  const Term* make_rounding_even();       ///< roundNearestTiesToEven
+  const Term* make_rounding_zero();       ///< roundTowardZero
+  const Term* make_rounding_plus_inf();   ///< roundTowardPositive
+  const Term* make_rounding_minus_inf();  ///< roundTowardNegative
+  const Term* make_rounding_away();       ///< roundNearestTiesToAway; nothing folds under it
+
+  /// The value of a numeric constant, null for every other symbol or term.
+  const QNumber* get_number(const Symbol* s) const noexcept {
+    return s->kind_ == Symbol::number ? s->number_ : nullptr;
+  }
+  const QNumber* get_number(const Term* t) const noexcept { return get_number(t->symbol); }
+
+  // Full constructors.
+  // -------------------------------------------------------------------------------------------------
+
+  const Term* make_not(const Term* a);
+  const Term* make_and(const Term* a, const Term* b);
+  const Term* make_or(const Term* a, const Term* b);
+  const Term* make_iff(const Term* a, const Term* b);
+
+  /// Equality at any type; on Booleans it is `make_iff`.
+  const Term* make_equal(const Term* a, const Term* b);
+  const Term* make_ite(const Term* condition, const Term* then_branch, const Term* else_branch);
+
+  const Term* make_plus(const Term* a, const Term* b);
+  const Term* make_times(const Term* a, const Term* b);
+  const Term* make_leq(const Term* a, const Term* b);
+  const Term* make_floor(const Term* a);
+  /// a = b modulo `modulus`, which is a positive integer; a and b are integers.
+  const Term* make_int_mod_congr(const QNumber& modulus, const Term* a, const Term* b);
+
+  const Term* make_bv_not(const Term* a) { return make_bv_unary(SymbolTag::BV_NOT, a); }
+  const Term* make_bv_neg(const Term* a) { return make_bv_unary(SymbolTag::BV_NEG, a); }
+  const Term* make_bv_and(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_AND, a, b); }
+  const Term* make_bv_or(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_OR, a, b); }
+  const Term* make_bv_xor(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_XOR, a, b); }
+  const Term* make_bv_add(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_ADD, a, b); }
+  const Term* make_bv_sub(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_SUB, a, b); }
+  const Term* make_bv_mul(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_MUL, a, b); }
+  const Term* make_bv_udiv(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_UDIV, a, b); }
+  const Term* make_bv_sdiv(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_SDIV, a, b); }
+  const Term* make_bv_urem(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_UREM, a, b); }
+  const Term* make_bv_srem(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_SREM, a, b); }
+  const Term* make_bv_lshl(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_LSL, a, b); }
+  const Term* make_bv_lshr(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_LSR, a, b); }
+  const Term* make_bv_ashr(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_ASR, a, b); }
+  const Term* make_bv_ult(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_ULT, a, b); }
+  const Term* make_bv_ule(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_ULE, a, b); }
+  const Term* make_bv_slt(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_SLT, a, b); }
+  const Term* make_bv_sle(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_SLE, a, b); }
+  /// The one-bit vector 1 when a = b, else 0.
+  const Term* make_bv_comp(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_COMP, a, b); }
+  /// `high` gives the upper bits of the result, `low` the lower ones.
+  const Term* make_bv_concat(const Term* high, const Term* low);
+  /// Bits `high` down to `low`, both included; high >= low.
+  const Term* make_bv_extract(std::size_t high, std::size_t low, const Term* a);
+  const Term* make_bv_rotate_left(std::size_t amount, const Term* a);
+  const Term* make_bv_rotate_right(std::size_t amount, const Term* a);
+  /// Adds `bits` zero bits in front.
+  const Term* make_bv_zero_extend(std::size_t bits, const Term* a);
+  /// Adds `bits` copies of the sign bit in front.
+  const Term* make_bv_sign_extend(std::size_t bits, const Term* a);
+  const Term* make_int_from_ubv(const Term* a);
+  const Term* make_int_from_sbv(const Term* a);
+  /// The integer modulo 2^width.
+  const Term* make_int_to_bv(std::size_t width, const Term* a);
+
+  const Term* make_array_read(const Term* array, const Term* index);
+  const Term* make_array_write(const Term* array, const Term* index, const Term* element);
+  /// The array of type `array_type` that maps every index to `element`.
+  const Term* make_array_const(const DataType* array_type, const Term* element);
+
+  const Term* make_fp_eq(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_EQ, a, b); }
+  const Term* make_fp_lt(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_LT, a, b); }
+  const Term* make_fp_le(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_LE, a, b); }
+  const Term* make_fp_min(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_MIN, a, b); }
+  const Term* make_fp_max(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_MAX, a, b); }
+  const Term* make_fp_neg(const Term* a) { return make_fp_unary(SymbolTag::FP_NEG, a); }
+  const Term* make_fp_abs(const Term* a) { return make_fp_unary(SymbolTag::FP_ABS, a); }
+  const Term* make_fp_isnan(const Term* a) { return make_fp_unary(SymbolTag::FP_ISNAN, a); }
+  const Term* make_fp_isinf(const Term* a) { return make_fp_unary(SymbolTag::FP_ISINF, a); }
+  const Term* make_fp_iszero(const Term* a) { return make_fp_unary(SymbolTag::FP_ISZERO, a); }
+  const Term* make_fp_issubnormal(const Term* a) { return make_fp_unary(SymbolTag::FP_ISSUBNORMAL, a); }
+  const Term* make_fp_isnormal(const Term* a) { return make_fp_unary(SymbolTag::FP_ISNORMAL, a); }
+  const Term* make_fp_isneg(const Term* a) { return make_fp_unary(SymbolTag::FP_ISNEG, a); }
+  const Term* make_fp_ispos(const Term* a) { return make_fp_unary(SymbolTag::FP_ISPOS, a); }
+  const Term* make_fp_as_ieeebv(const Term* a) { return make_fp_unary(SymbolTag::FP_AS_IEEEBV, a); }
+  const Term* make_fp_add(const Term* rounding, const Term* a, const Term* b) {
+    return make_fp_rounded(SymbolTag::FP_ADD, rounding, a, b);
+  }
+  const Term* make_fp_sub(const Term* rounding, const Term* a, const Term* b) {
+    return make_fp_rounded(SymbolTag::FP_SUB, rounding, a, b);
+  }
+  const Term* make_fp_mul(const Term* rounding, const Term* a, const Term* b) {
+    return make_fp_rounded(SymbolTag::FP_MUL, rounding, a, b);
+  }
+  const Term* make_fp_div(const Term* rounding, const Term* a, const Term* b) {
+    return make_fp_rounded(SymbolTag::FP_DIV, rounding, a, b);
+  }
+  const Term* make_fp_sqrt(const Term* rounding, const Term* a) {
+    return make_fp_rounded(SymbolTag::FP_SQRT, rounding, a);
+  }
+  const Term* make_fp_round_to_int(const Term* rounding, const Term* a) {
+    return make_fp_rounded(SymbolTag::FP_ROUND_TO_INT, rounding, a);
+  }
+  const Term* make_fp_cast(std::size_t ew, std::size_t mw, const Term* rounding, const Term* a);
+  const Term* make_fp_from_sbv(std::size_t ew, std::size_t mw, const Term* rounding, const Term* bits);
+  const Term* make_fp_from_ubv(std::size_t ew, std::size_t mw, const Term* rounding, const Term* bits);
+  const Term* make_fp_from_ieeebv(std::size_t ew, std::size_t mw, const Term* bits);
+  const Term* make_fp_to_ubv(std::size_t width, const Term* rounding, const Term* a);
+  const Term* make_fp_to_sbv(std::size_t width, const Term* rounding, const Term* a);
+
+  // Operator symbols, interned, for `do_make_term` and `make_term`.
+  // ------------------------------------------------------
+
+  const Symbol* make_equal_symbol(const DataType* type);
+  const Symbol* make_ite_symbol(const DataType* type);
+  const Symbol* make_int_mod_congr_symbol(const QNumber& modulus);
+  const Symbol* make_array_read_symbol(const DataType* array_type);
+  const Symbol* make_array_write_symbol(const DataType* array_type);
+  const Symbol* make_array_const_symbol(const DataType* array_type);
+
+  /// The symbol of a bit-vector operator whose only parameter is the width of its operands: `BV_NOT` to
+  /// `BV_ASR` without concatenation and extraction, `INT_FROM_UBV`, `INT_FROM_SBV`, and (its result's width)
+  /// `INT_TO_BV`.
+  const Symbol* make_bv_symbol(SymbolTag::tag tag, std::size_t width);
+  const Symbol* make_bv_neg_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_NEG, width); }
+  const Symbol* make_bv_udiv_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_UDIV, width); }
+  const Symbol* make_bv_urem_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_UREM, width); }
+  const Symbol* make_bv_lshr_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_LSR, width); }
+  const Symbol* make_bv_concat_symbol(std::size_t high_width, std::size_t low_width);
+  const Symbol* make_bv_extract_symbol(std::size_t high, std::size_t low, std::size_t width);
+  const Symbol* make_bv_rotate_left_symbol(std::size_t amount, std::size_t width);
+  const Symbol* make_bv_rotate_right_symbol(std::size_t amount, std::size_t width);
+  const Symbol* make_bv_zero_extend_symbol(std::size_t bits, std::size_t width);
+  const Symbol* make_bv_sign_extend_symbol(std::size_t bits, std::size_t width);
+
+  /// The symbol of a floating-point operator whose only parameter is its format: `FP_EQ` to `FP_MAX`,
+  /// `FP_ROUND_TO_INT`, `FP_AS_IEEEBV` to `FP_FROM_IEEEBV`.
+  const Symbol* make_fp_symbol(SymbolTag::tag tag, std::size_t ew, std::size_t mw);
+  const Symbol* make_fp_cast_symbol(std::size_t src_ew, std::size_t src_mw, std::size_t dst_ew,
+                                    std::size_t dst_mw);
+  const Symbol* make_fp_from_sbv_symbol(std::size_t bv_width, std::size_t ew, std::size_t mw);
+  const Symbol* make_fp_from_ubv_symbol(std::size_t bv_width, std::size_t ew, std::size_t mw);
+  const Symbol* make_fp_to_ubv_symbol(std::size_t ew, std::size_t mw, std::size_t bv_width);
+  const Symbol* make_fp_to_sbv_symbol(std::size_t ew, std::size_t mw, std::size_t bv_width);
+
+  // Declared and other symbols.
+  // ------------------------------------------------------------------------------------------
+
+  /// A function symbol (a constant when there are no arguments): the same name with the same signature is the
+  /// same symbol.
+  const Symbol* declare_fun(std::string_view name, std::span<const DataType* const> argument_types,
+                            const DataType* result);
+  const Symbol* declare_fun(std::string_view name, std::initializer_list<const DataType*> argument_types,
+                            const DataType* result) {
+    return declare_fun(name, std::span(argument_types.begin(), argument_types.size()), result);
+  }
+  /// A function symbol that differs from all others, whatever their names.
+  const Symbol* fresh_fun(std::string_view name, std::span<const DataType* const> argument_types,
+                          const DataType* result);
+  /// The declared constant as a term.
+  const Term* make_constant(std::string_view name, const DataType* type) {
+    return make_term(declare_fun(name, {}, type));
+  }
+
+  /// An interpreted operator without a simplifier. `name` is its SMT-LIB identifier, indices included:
+  /// "fp.rem", "(_ to_fp 8 24)". Interned by name and signature.
+  const Symbol* make_opaque_symbol(std::string_view name, std::span<const DataType* const> argument_types,
+                                   const DataType* result);
+  const Symbol* make_opaque_symbol(std::string_view name,
+                                   std::initializer_list<const DataType*> argument_types,
+                                   const DataType* result) {
+    return make_opaque_symbol(name, std::span(argument_types.begin(), argument_types.size()), result);
+  }
+
+  /// A variable to be bound by a quantifier; differs from all others, whatever their names.
+  const Term* fresh_bound_variable(std::string_view name, const DataType* type);
+
+  /// `binder` is "forall" or "exists"; the variables come from `fresh_bound_variable`.
+  const Term* make_quantifier(std::string_view binder, Args variables, const Term* body);
+
+  /// `(! body attributes)`; `terms` are those of all attributes, in their order.
+  const Term* make_annotation(const Term* body, std::span<const Attribute> attributes, Args terms);
+
+  /// The variables of a quantifier's symbol, the attributes of an annotation's.
+  const std::vector<const Term*>& quantifier_variables(const Symbol* s) const;
+  const std::vector<Attribute>& annotation_attributes(const Symbol* s) const;
+
+  // Classification. Out-parameters may be null.
+  // -----------------------------------------------------------------------------
+
+  SymbolTag::tag get_tag(const Symbol* s) const noexcept { return static_cast<SymbolTag::tag>(s->tag_); }
+  bool is_interpreted(const Symbol* s) const noexcept { return s->tag_ != SymbolTag::UF; }
+  bool is_bound_variable(const Symbol* s) const noexcept { return s->kind_ == Symbol::bound_variable; }
+  bool is_quantifier(const Symbol* s) const noexcept { return s->kind_ == Symbol::quantifier; }
+  bool is_annotation(const Symbol* s) const noexcept { return s->kind_ == Symbol::annotation; }
+
+  bool is_array_read(const Symbol* s, const DataType** index, const DataType** element) const noexcept {
+    return is_array(s, SymbolTag::ARRAY_READ, index, element);
+  }
+  bool is_array_write(const Symbol* s, const DataType** index, const DataType** element) const noexcept {
+    return is_array(s, SymbolTag::ARRAY_WRITE, index, element);
+  }
+  bool is_array_const(const Symbol* s, const DataType** index, const DataType** element) const noexcept {
+    return is_array(s, SymbolTag::ARRAY_CONST, index, element);
+  }
+
+  bool is_bv_add(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_ADD, w); }
+  bool is_bv_and(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_AND, w); }
+  bool is_bv_ashr(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_ASR, w); }
+  bool is_bv_comp(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_COMP, w); }
+  bool is_bv_lshl(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_LSL, w); }
+  bool is_bv_lshr(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_LSR, w); }
+  bool is_bv_mul(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_MUL, w); }
+  bool is_bv_neg(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_NEG, w); }
+  bool is_bv_not(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_NOT, w); }
+  bool is_bv_or(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_OR, w); }
+  bool is_bv_sdiv(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_SDIV, w); }
+  bool is_bv_sle(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_SLE, w); }
+  bool is_bv_slt(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_SLT, w); }
+  bool is_bv_srem(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_SREM, w); }
+  bool is_bv_sub(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_SUB, w); }
+  bool is_bv_udiv(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_UDIV, w); }
+  bool is_bv_ule(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_ULE, w); }
+  bool is_bv_ult(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_ULT, w); }
+  bool is_bv_urem(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_UREM, w); }
+  bool is_bv_xor(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::BV_XOR, w); }
+
+  /// Width of the first (high) argument, then of the second (low) one.
+  bool is_bv_concat(const Symbol* s, size_t* w1, size_t* w2) const noexcept {
+    return is(s, SymbolTag::BV_CONCAT, w1, w2);
+  }
+  /// Highest and lowest bit kept, then the width of the argument.
+  bool is_bv_extract(const Symbol* s, size_t* msb, size_t* lsb, size_t* w) const noexcept {
+    return is(s, SymbolTag::BV_SELECT, msb, lsb, w);
+  }
+  /// Number of bits added, then the width of the argument.
+  bool is_bv_zero_extend(const Symbol* s, size_t* k, size_t* w) const noexcept {
+    return is(s, SymbolTag::BV_ZEXT, k, w);
+  }
+  bool is_bv_sign_extend(const Symbol* s, size_t* k, size_t* w) const noexcept {
+    return is(s, SymbolTag::BV_SEXT, k, w);
+  }
+  bool is_bv_rotate_left(const Symbol* s, size_t* amount, size_t* w) const noexcept {
+    return is(s, SymbolTag::BV_ROL, amount, w);
+  }
+  bool is_bv_rotate_right(const Symbol* s, size_t* amount, size_t* w) const noexcept {
+    return is(s, SymbolTag::BV_ROR, amount, w);
+  }
+  bool is_int_from_sbv(const Symbol* s, size_t* w) const noexcept {
+    return is(s, SymbolTag::INT_FROM_SBV, w);
+  }
+  bool is_int_from_ubv(const Symbol* s, size_t* w) const noexcept {
+    return is(s, SymbolTag::INT_FROM_UBV, w);
+  }
+  bool is_int_to_bv(const Symbol* s, size_t* w) const noexcept { return is(s, SymbolTag::INT_TO_BV, w); }
+  bool is_int_modular_congruence(const Symbol* s, QNumber* modulus) const {
+    if (s->tag_ != SymbolTag::INT_MOD_CONGR) return false;
+    if (modulus != nullptr) *modulus = *s->number_;
+    return true;
+  }
+
+  // Exponent width, then stored significand width.
+  bool is_fp_abs(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ABS, ew, mw);
+  }
+  bool is_fp_add(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ADD, ew, mw);
+  }
+  bool is_fp_div(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_DIV, ew, mw);
+  }
+  bool is_fp_eq(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_EQ, ew, mw);
+  }
+  bool is_fp_le(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_LE, ew, mw);
+  }
+  bool is_fp_lt(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_LT, ew, mw);
+  }
+  bool is_fp_max(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_MAX, ew, mw);
+  }
+  bool is_fp_min(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_MIN, ew, mw);
+  }
+  bool is_fp_mul(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_MUL, ew, mw);
+  }
+  bool is_fp_neg(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_NEG, ew, mw);
+  }
+  bool is_fp_sqrt(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_SQRT, ew, mw);
+  }
+  bool is_fp_sub(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_SUB, ew, mw);
+  }
+  bool is_fp_as_ieeebv(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_AS_IEEEBV, ew, mw);
+  }
+  bool is_fp_from_ieeebv(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_FROM_IEEEBV, ew, mw);
+  }
+  bool is_fp_isinf(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ISINF, ew, mw);
+  }
+  bool is_fp_isnan(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ISNAN, ew, mw);
+  }
+  bool is_fp_isneg(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ISNEG, ew, mw);
+  }
+  bool is_fp_isnormal(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ISNORMAL, ew, mw);
+  }
+  bool is_fp_ispos(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ISPOS, ew, mw);
+  }
+  bool is_fp_issubnormal(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ISSUBNORMAL, ew, mw);
+  }
+  bool is_fp_iszero(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ISZERO, ew, mw);
+  }
+  bool is_fp_round_to_int(const Symbol* s, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_ROUND_TO_INT, ew, mw);
+  }
+  /// Width of the bit-vector, then the destination format.
+  bool is_fp_from_sbv(const Symbol* s, size_t* bv_width, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_FROM_SBV, bv_width, ew, mw);
+  }
+  bool is_fp_from_ubv(const Symbol* s, size_t* bv_width, size_t* ew, size_t* mw) const noexcept {
+    return is(s, SymbolTag::FP_FROM_UBV, bv_width, ew, mw);
+  }
+  /// Source format, then the width of the result. Signed and unsigned conversions alike; see `is_fp_to_sbv`.
+  bool is_fp_to_bv(const Symbol* s, size_t* ew, size_t* mw, size_t* bv_width) const noexcept {
+    return is(s, SymbolTag::FP_TO_BV, ew, mw, bv_width);
+  }
+  bool is_fp_to_sbv(const Symbol* s) const noexcept {
+    return s->tag_ == SymbolTag::FP_TO_BV && s->flag_ != 0;
+  }
+  bool is_fp_to_ubv(const Symbol* s) const noexcept {
+    return s->tag_ == SymbolTag::FP_TO_BV && s->flag_ == 0;
+  }
+  bool is_fp_cast(const Symbol* s, size_t* src_ew, size_t* src_mw, size_t* dst_ew,
+                  size_t* dst_mw) const noexcept {
+    return is(s, SymbolTag::FP_CAST, src_ew, src_mw, dst_ew, dst_mw);
+  }
+
+  bool is_fprounding_even(const Symbol* s) const noexcept { return s == rounding_symbols_[0]; }
+  bool is_fprounding_zero(const Symbol* s) const noexcept { return s == rounding_symbols_[1]; }
+  bool is_fprounding_plus_inf(const Symbol* s) const noexcept { return s == rounding_symbols_[2]; }
+  bool is_fprounding_minus_inf(const Symbol* s) const noexcept { return s == rounding_symbols_[3]; }
+  bool is_fprounding_away(const Symbol* s) const noexcept { return s == rounding_symbols_[4]; }
+
+  // Types.
+  // ------------------------------------------------------------------------------------------------------------------
+
+  const DataType* get_bv_type(std::size_t width);
+  /// `ew` exponent bits and `mw` stored significand bits; the SMT-LIB sort is `(_ FloatingPoint ew mw+1)`.
+  const DataType* get_fp_type(std::size_t ew, std::size_t mw);
+  const DataType* get_array_type(const DataType* index, const DataType* element);
+  /// A declared sort: the same name gives the same sort. With parameters it is a constructor for
+  /// `apply_sort`.
+  const DataType* declare_sort(std::string_view name, std::size_t num_parameters = 0);
+  const DataType* apply_sort(const DataType* constructor, std::span<const DataType* const> parameters);
+
+  bool is_bv_type(const DataType* t) const noexcept { return t->is_constructed_by(bv_type_ctor, 2); }
+  bool is_fp_type(const DataType* t) const noexcept { return t->is_constructed_by(fp_type_ctor, 2); }
+  bool is_array_type(const DataType* t) const noexcept { return t->is_constructed_by(array_type_ctor, 3); }
+  bool is_arithmetic_type(const DataType* t) const noexcept { return t == int_type || t == rat_type; }
+
+  /// Width in bits of a bit-vector type, or of the width component of one; 0 for every other type.
+  std::size_t get_width_from_type(const DataType* t) const noexcept {
+    return t->params_[1] == 0 ? t->params_[0] : 0;
+  }
+  /// Format of a floating-point type, or of its format component; false for every other type.
+  bool get_format_from_type(const DataType* t, std::size_t* ew, std::size_t* mw) const noexcept;
+
+  /// The common supertype: of the integer and the rational type the rational one, of equal types that type;
+  /// null when there is none.
+  const DataType* get_supertype(const DataType* a, const DataType* b) const noexcept {
+    if (a == b) return a;
+    return is_arithmetic_type(a) && is_arithmetic_type(b) ? rat_type : nullptr;
+  }
+
+ private:
+  template <class... Out>
+  bool is(const Symbol* s, SymbolTag::tag tag, Out*... out) const noexcept {
+    if (s->tag_ != tag) return false;
+    [[maybe_unused]] const std::size_t* p = s->params_;
+    ((out != nullptr ? void(*out = *p) : void(), ++p), ...);
+    return true;
+  }
+  bool is_array(const Symbol* s, SymbolTag::tag tag, const DataType** index,
+                const DataType** element) const noexcept;
+
+  const Term* intern(const Symbol* symbol, Args args);
+  const Term* new_term(const Symbol* symbol, Args args);
+  const Term* simplified(const Symbol* symbol, Args args);
+  void check_args(const Symbol* symbol, Args args) const;
+
+  const Term* make_bv_unary(SymbolTag::tag tag, const Term* a);
+  const Term* make_bv_binary(SymbolTag::tag tag, const Term* a, const Term* b);
+  const Term* make_fp_unary(SymbolTag::tag tag, const Term* a);
+  const Term* make_fp_binary(SymbolTag::tag tag, const Term* a, const Term* b);
+  const Term* make_fp_rounded(SymbolTag::tag tag, const Term* rounding, const Term* a,
+                              const Term* b = nullptr);
+  std::size_t checked_bv_width(const char* op, const Term* a, std::size_t position) const;
+  void checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,
+                      std::size_t* mw) const;
+  void check_type(const char* op, const Term* a, std::size_t position, const DataType* wanted) const;
+
+  const Term* make_numeral(const QNumber& value, const DataType* type);
+  Symbol* new_symbol(SymbolTag::tag tag, const char* name, std::span<const DataType* const> argument_types,
+                     const DataType* result);
+  const Symbol* make_param_symbol(SymbolTag::tag tag, std::uint16_t flag, const std::size_t (&params)[4]);
+  const Symbol* make_typed_symbol(SymbolTag::tag tag, const DataType* array_type);
+  const Symbol* named_symbol(SymbolTag::tag tag, std::string_view name,
+                             std::span<const DataType* const> argument_types, const DataType* result);
+  DataType* new_basic_type(std::string_view name);
+  const DataType* constructed_type(const DataType* ctor, std::span<const DataType* const> parameters);
+  const char* copy_name(std::string_view name);
+  const Symbol* constant_symbol(const char* name, const DataType* type);
+
+  TermSimplifier* simplifier_ = nullptr;
+  std::uint64_t next_id_ = 0;
+  Arena arena_;
+  TermTable terms_;
+  NumberTable number_terms_;
+  std::vector<std::unique_ptr<std::vector<const Term*>>> arg_vectors_;  // recycled by nested simplifications
+  std::size_t arg_vectors_used_ = 0;
+  const Symbol* rounding_symbols_[5] = {};
+  std::unique_ptr<SymbolTables> tables_;
+
+  friend class ArgVector;
+};
+
+}  // namespace quarv

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vector>
+
+#include <quarv/term/symbol.h>
+
+namespace quarv {
+
+class TermManager;
+struct Term;
+
+/// How the manager reaches whatever simplifies: its full constructors hand every new application to this
+/// interface.
+class TermSimplifier {
+ public:
+  virtual ~TermSimplifier() = default;
+
+  /// The term to use for `symbol(args)`, never null. An implementation that has nothing to say answers
+  /// `manager->do_make_term(symbol, args)`. It may overwrite the elements of `args`.
+  virtual const Term* simplify(TermManager* manager, const Symbol* symbol,
+                               const std::vector<const Term*>& args) = 0;
+};
+
+}  // namespace quarv
