@@ -1,0 +1,197 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <quarv/term/symbol_tag.h>
+
+/// The rule language: one rewrite rule a line, a pattern with conditions and a result.
+///
+///     rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+///
+/// This header holds the syntax tree and the parser. It knows operators by tag and nothing of terms, so that
+/// the rule compiler, which runs before the library exists, links it alone.
+namespace quarv::rules {
+
+/// A rule text that is not a rule. `what()` reads "line:column: reason"; line and column count from 1.
+class RuleError : public std::runtime_error {
+ public:
+  RuleError(std::size_t line, std::size_t column, const std::string& reason);
+
+  std::size_t line() const noexcept { return line_; }
+  std::size_t column() const noexcept { return column_; }
+  const std::string& reason() const noexcept { return reason_; }
+
+ private:
+  std::size_t line_;
+  std::size_t column_;
+  std::string reason_;
+};
+
+/// How an operator's result relates to its arguments.
+enum class Shape : std::uint8_t {
+  equal_widths,  ///< bit-vectors of one width, the result's too
+  predicate,     ///< bit-vectors of one width to a truth value
+  bit,           ///< bit-vectors of one width to one bit
+  concat,        ///< the width is the sum of the arguments'
+  extract,       ///< parameters: highest and lowest bit
+  extend,        ///< parameter: the number of bits added
+  negation,      ///< a truth value to a truth value
+};
+
+/// An operator word of the language.
+struct Operator {
+  std::string_view word;  ///< "bvadd"; "==" and "~" for equality and negation
+  SymbolTag::tag tag;     ///< tag of the terms that it heads
+  Shape shape;
+  std::uint8_t num_parameters;
+  std::uint8_t num_arguments;
+  std::string_view name;  ///< what the manager's `is_` and `make_` members end in: "bv_add"
+
+  bool is_boolean() const noexcept { return shape == Shape::predicate || shape == Shape::negation; }
+};
+
+/// All operators.
+std::span<const Operator> operators();
+
+/// The operator of that word, or null.
+const Operator* find_operator(std::string_view word);
+
+/// An expression over widths and integer parameters, in unsigned 64-bit arithmetic that wraps around.
+struct IntExpr {
+  enum class Kind : std::uint8_t {
+    literal,    ///< the number `index`
+    parameter,  ///< parameter `index` of the rule
+    size,       ///< width in bits of the term at pattern position `index`
+    value,  ///< value of the numeral at pattern position `index`; stands only in comparisons and in `fits`
+    sum,    ///< operands[0] + operands[1]
+    difference,  ///< operands[0] - operands[1]
+  };
+  Kind kind = Kind::literal;
+  std::uint64_t index = 0;
+  std::vector<IntExpr> operands;
+};
+
+/// A node of the pattern. Nodes are numbered in reading order; number 0 is the root, and a node's number is
+/// its *position*.
+struct PatternNode {
+  enum class Kind : std::uint8_t { variable, literal, application };
+  Kind kind = Kind::variable;
+  std::string name;                     ///< variable
+  std::int64_t value = 0;               ///< literal: a value from 0, or -1 for all ones
+  const Operator* op = nullptr;         ///< application
+  std::vector<std::size_t> parameters;  ///< application: indices into Rule::parameters
+  std::vector<std::size_t> arguments;   ///< application: positions
+  std::size_t parent = 0;               ///< position of the application that this is an argument of
+  std::size_t child = 0;                ///< which argument of it
+  std::size_t column = 0;
+};
+
+/// An integer name of a rule.
+struct Parameter {
+  enum class Source : std::uint8_t {
+    pattern,   ///< parameter `index` of the operator at `position`
+    exponent,  ///< n of the numeral 2^n at `position`
+    computed,  ///< `value`
+  };
+  Source source = Source::pattern;
+  std::string name;
+  std::size_t position = 0;
+  std::size_t index = 0;
+  IntExpr value;
+};
+
+enum class Relation : std::uint8_t { eq, ne, lt, le, gt, ge };
+
+/// The sign of a relation as the language and C++ write it: "==", "<=".
+std::string_view relation_sign(Relation relation);
+
+struct Condition {
+  enum class Kind : std::uint8_t {
+    states_literal,  ///< "(0 == 0)": the pattern's literals `value` hold; says nothing that the pattern does
+                     ///< not
+    is_const,        ///< "const(a)"
+    is_not_const,    ///< "~const(a)"
+    identity,        ///< "identity(a, b)": one term
+    precedes,        ///< "prec(a, b)": id(a) < id(b)
+    has_value,       ///< "(a == 0)", "varvalue(a, 0)": a numeral of that `value`, -1 for all ones
+    compare_values,  ///< `left relation right` where at least one side is a numeral's value
+    compare,         ///< `left relation right` over machine integers
+    power_of_two,    ///< "pow2(a, n)": a numeral 2^n; binds parameter `b`
+    fits,            ///< "fits(size(a), _left + right_)": the exact sum of two values is below 2^size(a)
+    binding,         ///< "n=_m - 1_": gives parameter `b` the value `left`
+  };
+  Kind kind = Kind::is_const;
+  std::size_t a = 0;  ///< position
+  std::size_t b = 0;  ///< position, or index of a parameter
+  std::int64_t value = 0;
+  Relation relation = Relation::eq;
+  IntExpr left;
+  IntExpr right;
+  std::string text;  ///< as written
+};
+
+/// Where a constant of the result takes its width from: the term at a pattern position or an earlier result
+/// node.
+struct WidthSource {
+  bool from_result = false;
+  std::size_t index = 0;
+};
+
+/// A node of the result. Nodes stand in the order in which they are built, arguments before what they are
+/// arguments of; the last one is the result.
+struct ResultNode {
+  enum class Kind : std::uint8_t {
+    subterm,      ///< the term at pattern position `index`
+    literal,      ///< the constant `value`, -1 for all ones
+    exponent,     ///< the constant of the value that "pow2" bound to parameter `index`
+    truth,        ///< `value` 1 for true, 0 for false
+    application,  ///< `op` on `arguments`
+  };
+  Kind kind = Kind::subterm;
+  std::size_t index = 0;
+  std::int64_t value = 0;
+  WidthSource width;  ///< literal and exponent
+  const Operator* op = nullptr;
+  std::vector<IntExpr> parameters;
+  std::vector<std::size_t> arguments;  ///< result nodes
+};
+
+/// The syntax tree of a rule, with all names resolved.
+struct Rule {
+  std::string text;  ///< the whole rule, without blanks around it
+  std::string pattern_text;
+  std::string result_text;
+  std::size_t line = 1;
+  std::vector<PatternNode> pattern;
+  std::vector<Parameter> parameters;
+  std::vector<Condition> conditions;  ///< as written
+  std::vector<ResultNode> result;
+
+  SymbolTag::tag applicant() const { return pattern.front().op->tag; }
+};
+
+/// Bounds on a rule, so that matching works in fixed storage. The parser rejects what exceeds them.
+inline constexpr std::size_t max_positions = 64;
+inline constexpr std::size_t max_parameters = 32;
+inline constexpr std::size_t max_depth = 32;
+
+/// Parses one rule. Throws RuleError, with `line` as its line.
+Rule parse_rule(std::string_view text, std::size_t line = 1);
+
+/// Parses a rule file: a rule a line; empty lines and lines that begin with '#' are passed over. Throws
+/// RuleError.
+std::vector<Rule> parse_rules(std::string_view text);
+
+/// "GeneratedRewriteRule_" and a transcription of the rule's text to an identifier: parentheses and commas
+/// become
+/// "_", blanks vanish, "==" becomes "_EQ_", "~" "NOT" and "-1" "ALL1". Of the conditions only identities are
+/// spelled out, the others leave their separators.
+std::string class_name(const Rule& rule);
+
+}  // namespace quarv::rules

@@ -1,0 +1,219 @@
+#include <utility>
+
+#include <quarv/rules/rule_parser.h>
+
+namespace quarv::rules {
+
+namespace {
+
+bool is_reserved(std::string_view word) {
+  static constexpr std::string_view words[] = {"rewrite", "const", "identity", "prec", "varvalue",
+                                               "pow2",    "fits",  "size",     "true", "false"};
+  return std::ranges::find(words, word) != std::ranges::end(words) || find_operator(word) != nullptr;
+}
+
+}  // namespace
+
+Rule RuleParser::parse() {
+  const std::size_t start = lexer_.offset();
+  if (!lexer_.at_word("rewrite")) lexer_.fail("expected \"rewrite\" but found " + lexer_.found());
+  lexer_.advance();
+  lexer_.expect("(");
+  std::size_t begin = lexer_.offset();
+  parse_pattern();
+  rule_.pattern_text = lexer_.slice(begin, lexer_.previous_end());
+  lexer_.expect(",");
+  if (!lexer_.at(")")) {
+    do {
+      parse_condition();
+    } while (lexer_.accept(","));
+  }
+  lexer_.expect(")");
+  check_suffixes_tied();
+  lexer_.expect(">>");
+  begin = lexer_.offset();
+  const ResultTree tree = parse_result(1);
+  rule_.result_text = lexer_.slice(begin, lexer_.previous_end());
+  if (lexer_.token() != RuleLexer::Token::end)
+    lexer_.fail("nothing may follow the rule, found " + lexer_.found());
+  rule_.text = lexer_.slice(start, lexer_.previous_end());
+  build_result(tree, &rule_);  // throws with the line and column of the node
+  return std::move(rule_);
+}
+
+std::string RuleParser::take_name(const char* what) {
+  if (lexer_.token() != RuleLexer::Token::name)
+    lexer_.fail(std::string("expected ") + what + " but found " + lexer_.found());
+  if (is_reserved(lexer_.token_text())) {
+    lexer_.fail("expected " + std::string(what) + " but found the word " + lexer_.found());
+  }
+  std::string name(lexer_.token_text());
+  lexer_.advance();
+  return name;
+}
+
+std::optional<std::size_t> RuleParser::find_variable(std::string_view name) const {
+  for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
+    if (rule_.pattern[i].kind == PatternNode::Kind::variable && rule_.pattern[i].name == name) return i;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::size_t> RuleParser::find_parameter(std::string_view name) const {
+  for (std::size_t i = 0; i < rule_.parameters.size(); ++i) {
+    if (rule_.parameters[i].name == name) return i;
+  }
+  return std::nullopt;
+}
+
+/// The position of the variable under the cursor.
+std::size_t RuleParser::take_variable() {
+  const std::size_t column = lexer_.column();
+  const std::string name = take_name("a variable");
+  const auto position = find_variable(name);
+  if (position) return *position;
+  lexer_.fail(column, find_parameter(name)
+                          ? quoted(name) + " is an integer, not a term"
+                          : "the variable " + quoted(name) + " does not occur in the pattern");
+}
+
+std::size_t RuleParser::new_parameter(Parameter parameter, std::size_t column) {
+  if (find_variable(parameter.name) || find_parameter(parameter.name)) {
+    lexer_.fail(column, "the name " + quoted(parameter.name) + " is bound already");
+  }
+  if (rule_.parameters.size() == max_parameters) lexer_.fail(column, "too many integer names");
+  rule_.parameters.push_back(std::move(parameter));
+  return rule_.parameters.size() - 1;
+}
+
+/// A constant in the place of a term: a number, or -1.
+std::int64_t RuleParser::parse_literal() {
+  if (!lexer_.at("-")) return lexer_.take_number();
+  const std::size_t column = lexer_.column();
+  lexer_.advance();
+  if (lexer_.token() != RuleLexer::Token::number || lexer_.take_number() != 1) {
+    lexer_.fail(column, "the only negative constant is -1, all ones");
+  }
+  return -1;
+}
+
+/// The operator under the cursor, which must be followed by its arguments.
+const Operator* RuleParser::take_operator() {
+  const Operator* op = find_operator(lexer_.token_text());
+  const std::size_t column = lexer_.column();
+  const std::string word(lexer_.token_text());
+  lexer_.advance();
+  if (op == nullptr) lexer_.fail(column, "unknown operator " + quoted(word));
+  return op;
+}
+
+void RuleParser::parse_pattern() {
+  const std::size_t column = lexer_.column();
+  const std::size_t root = new_position(0, 0);
+  if (lexer_.accept("(")) {
+    PatternNode& node = rule_.pattern[root];
+    node.kind = PatternNode::Kind::application;
+    node.op = find_operator("==");
+    const std::size_t left = parse_pattern_node(root, 0, 2);
+    lexer_.expect("==");
+    const std::size_t right = parse_pattern_node(root, 1, 2);
+    lexer_.expect(")");
+    rule_.pattern[root].arguments = {left, right};
+    return;
+  }
+  if (lexer_.token() != RuleLexer::Token::name) lexer_.fail("expected a pattern but found " + lexer_.found());
+  const Operator* op = take_operator();
+  if (!lexer_.at("(")) lexer_.fail(column, "a pattern needs an operator at its root");
+  parse_pattern_application(root, *op, 1);
+}
+
+std::size_t RuleParser::new_position(std::size_t parent, std::size_t child) {
+  if (rule_.pattern.size() == max_positions) lexer_.fail("the pattern is too large");
+  PatternNode& node = rule_.pattern.emplace_back();
+  node.parent = parent;
+  node.child = child;
+  node.column = lexer_.column();
+  return rule_.pattern.size() - 1;
+}
+
+std::size_t RuleParser::parse_pattern_node(std::size_t parent, std::size_t child, std::size_t depth) {
+  check_depth(depth);
+  if (lexer_.at("(")) lexer_.fail("an equality stands only at the root of a pattern");
+  const std::size_t position = new_position(parent, child);
+  if (at_literal()) {
+    rule_.pattern[position].kind = PatternNode::Kind::literal;
+    rule_.pattern[position].value = parse_literal();
+    return position;
+  }
+  if (lexer_.token() != RuleLexer::Token::name) lexer_.fail("expected a term but found " + lexer_.found());
+  RuleLexer ahead = lexer_;
+  ahead.advance();
+  if (!ahead.at("(")) {
+    bind_variable(position);
+    return position;
+  }
+  const std::size_t column = lexer_.column();
+  const Operator* op = take_operator();
+  if (op->is_boolean())
+    lexer_.fail(column, quoted(op->word) + " is not a bit-vector and stands only at the root");
+  parse_pattern_application(position, *op, depth);
+  return position;
+}
+
+void RuleParser::bind_variable(std::size_t position) {
+  const std::size_t column = lexer_.column();
+  const std::string name = take_name("a variable");
+  if (find_variable(name) || find_parameter(name)) {
+    lexer_.fail(column, "the name " + quoted(name) + " is bound already; write a second occurrence as " +
+                            quoted(name + "_0") + " with identity(" + name + ", " + name + "_0)");
+  }
+  rule_.pattern[position].name = name;
+}
+
+void RuleParser::parse_pattern_application(std::size_t position, const Operator& op, std::size_t depth) {
+  rule_.pattern[position].kind = PatternNode::Kind::application;
+  rule_.pattern[position].op = &op;
+  const std::size_t column = lexer_.column();
+  lexer_.expect("(");
+  for (std::size_t i = 0; i < op.num_parameters; ++i) {
+    bind_pattern_parameter(position, i);
+    lexer_.expect(",");
+  }
+  for (std::size_t i = 0; i < op.num_arguments; ++i) {
+    if (i > 0) lexer_.expect(",");
+    const std::size_t argument = parse_pattern_node(position, i, depth + 1);
+    rule_.pattern[position].arguments.push_back(argument);
+  }
+  if (lexer_.at(",")) lexer_.fail(column, quoted(op.word) + " has too many arguments");
+  lexer_.expect(")");
+}
+
+void RuleParser::bind_pattern_parameter(std::size_t position, std::size_t index) {
+  const std::size_t column = lexer_.column();
+  Parameter parameter;
+  parameter.source = Parameter::Source::pattern;
+  parameter.name = take_name("the name of an integer");
+  parameter.position = position;
+  parameter.index = index;
+  rule_.pattern[position].parameters.push_back(new_parameter(std::move(parameter), column));
+}
+
+Rule parse_rule(std::string_view text, std::size_t line) {
+  return RuleParser(text, line).parse();
+}
+
+std::vector<Rule> parse_rules(std::string_view text) {
+  std::vector<Rule> rules;
+  for (std::size_t line = 1; !text.empty(); ++line) {
+    const std::size_t end = std::min(text.find('\n'), text.size());
+    std::string_view row = text.substr(0, end);
+    text.remove_prefix(std::min(end + 1, text.size()));
+    if (row.ends_with('\r')) row.remove_suffix(1);
+    const std::size_t first = row.find_first_not_of(" \t");
+    if (first == std::string_view::npos || row[first] == '#') continue;
+    rules.push_back(parse_rule(row, line));
+  }
+  return rules;
+}
+
+}  // namespace quarv::rules

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include <quarv/rules/result_builder.h>
+#include <quarv/rules/rule_language.h>
+#include <quarv/rules/rule_lexer.h>
+
+namespace quarv::rules {
+
+/// True for a name that ends in an underscore and a numeral.
+inline bool has_suffix(std::string_view name) {
+  return name.find('_') != std::string_view::npos;
+}
+
+/// Parses one rule by recursive descent. Its members are defined in three files: names and the pattern, the
+/// conditions, and the result.
+class RuleParser {
+ public:
+  RuleParser(std::string_view text, std::size_t line) : lexer_(text, line) { rule_.line = line; }
+
+  Rule parse();
+
+ private:
+  // Pattern.
+  void parse_pattern();
+  std::size_t parse_pattern_node(std::size_t parent, std::size_t child, std::size_t depth);
+  void parse_pattern_application(std::size_t position, const Operator& op, std::size_t depth);
+  void bind_pattern_parameter(std::size_t position, std::size_t index);
+  std::size_t new_position(std::size_t parent, std::size_t child);
+  void bind_variable(std::size_t position);
+
+  // Conditions.
+  void parse_condition();
+  Condition parse_condition_body();
+  Condition parse_word_condition();
+  Condition parse_comparison();
+  Condition parse_binding();
+  Condition make_comparison(IntExpr left, Relation relation, IntExpr right, std::size_t column);
+  void check_stated_literal(std::int64_t left, Relation relation, std::int64_t right, std::size_t column);
+  Relation parse_relation();
+  IntExpr parse_expression(std::size_t depth);
+  void check_sum_of_values(const IntExpr& expression, std::size_t column);
+  void check_suffixes_tied();
+
+  // Result.
+  ResultTree parse_result(std::size_t depth);
+  ResultTree parse_result_equality(std::size_t depth);
+  ResultTree parse_result_application(const Operator& op, std::size_t depth);
+  IntExpr parse_result_parameter();
+
+  // Names and numbers.
+  std::string take_name(const char* what);
+  std::optional<std::size_t> find_variable(std::string_view name) const;
+  std::optional<std::size_t> find_parameter(std::string_view name) const;
+  std::size_t take_variable();
+  std::size_t new_parameter(Parameter parameter, std::size_t column);
+  std::int64_t parse_literal();
+  bool at_literal() const { return lexer_.token() == RuleLexer::Token::number || lexer_.at("-"); }
+  const Operator* take_operator();
+  void check_depth(std::size_t depth) const {
+    if (depth > max_depth) lexer_.fail("nested too deeply");
+  }
+
+  RuleLexer lexer_;
+  Rule rule_;
+};
+
+}  // namespace quarv::rules

@@ -1,0 +1,186 @@
+#include <gtest/gtest.h>
+
+#include "rule_table.h"
+#include <quarv/rules/rule_language.h>
+
+namespace quarv::rules {
+namespace {
+
+TEST(RuleLanguage, TranscribesAllStandardRules) {
+  ASSERT_EQ(rule_table().size(), 184u);
+  for (const RuleRow& row : rule_table()) {
+    const Rule rule = parse_rule(row.signature);
+    EXPECT_EQ(rule.text, row.signature);
+    EXPECT_EQ(class_name(rule), row.class_name) << row.number;
+    EXPECT_EQ(rule.applicant(), row.applicant) << row.number;
+  }
+}
+
+TEST(RuleLanguage, ReadsPatternConditionsAndResult) {
+  const Rule rule = parse_rule("rewrite(bvadd(bvneg(t), t_0), identity(t, t_0)) >> 0");
+  EXPECT_EQ(rule.pattern_text, "bvadd(bvneg(t), t_0)");
+  EXPECT_EQ(rule.result_text, "0");
+  ASSERT_EQ(rule.pattern.size(), 4u);
+  EXPECT_EQ(rule.pattern[0].arguments, (std::vector<std::size_t>{1, 3}));
+  EXPECT_EQ(rule.pattern[2].name, "t");
+  EXPECT_EQ(rule.pattern[2].parent, 1u);
+  EXPECT_EQ(rule.pattern[3].child, 1u);
+  ASSERT_EQ(rule.conditions.size(), 1u);
+  EXPECT_EQ(rule.conditions[0].kind, Condition::Kind::identity);
+  EXPECT_EQ(rule.conditions[0].text, "identity(t, t_0)");
+  ASSERT_EQ(rule.result.size(), 1u);
+  EXPECT_EQ(rule.result[0].kind, ResultNode::Kind::literal);
+}
+
+TEST(RuleLanguage, NestsExpressionsBetweenUnderscores) {
+  const Rule rule = parse_rule(
+      "rewrite(extract(m, l, zext(n, t)), (l == 0), (size(t) <= m), mm=__m - size(t)_ + 1_) >> zext(mm, t)");
+  const IntExpr& e = rule.conditions[2].left;
+  ASSERT_EQ(e.kind, IntExpr::Kind::sum);
+  ASSERT_EQ(e.operands[0].kind, IntExpr::Kind::difference);
+  EXPECT_EQ(e.operands[0].operands[0].kind, IntExpr::Kind::parameter);
+  EXPECT_EQ(e.operands[0].operands[1].kind, IntExpr::Kind::size);
+  EXPECT_EQ(e.operands[1].index, 1u);
+}
+
+TEST(RuleLanguage, FreshNamesOfTheResultAreZero) {
+  const Rule rule = parse_rule("rewrite(bvnot(t), (size(t) > 3)) >> zext(n_3, t)");
+  EXPECT_EQ(rule.result.back().parameters[0].kind, IntExpr::Kind::literal);
+  EXPECT_EQ(rule.result.back().parameters[0].index, 0u);
+}
+
+/// The width source of the first constant in the result.
+WidthSource first_width(const Rule& rule) {
+  for (const ResultNode& node : rule.result) {
+    if (node.kind == ResultNode::Kind::literal || node.kind == ResultNode::Kind::exponent) return node.width;
+  }
+  ADD_FAILURE() << "no constant in " << rule.result_text;
+  return {};
+}
+
+TEST(RuleLanguage, ConstantsTakeTheWidthOfTheirNeighbour) {
+  // A term of the pattern beside it.
+  WidthSource width =
+      first_width(parse_rule("rewrite((bvadd(t1, t2) == t_0), identity(t1, t_0)) >> (t2 == 0)"));
+  EXPECT_FALSE(width.from_result);
+  EXPECT_EQ(width.index, 3u);
+  // The rewritten term, when it is the whole result.
+  width = first_width(parse_rule("rewrite(bvlshl(t1, t2), (size(t1) <= t2)) >> 0"));
+  EXPECT_FALSE(width.from_result);
+  EXPECT_EQ(width.index, 0u);
+  // A built term beside it, which is then built first, on whichever side it stands.
+  width = first_width(
+      parse_rule("rewrite(bvslt(t, 0), (0 == 0), msb=_size(t) - 1_) >> (1 == extract(msb, msb, t))"));
+  EXPECT_TRUE(width.from_result);
+  EXPECT_EQ(width.index, 1u);
+  // A number bound by pow2.
+  width = first_width(parse_rule("rewrite(bvmul(t1, t2), pow2(t1, n)) >> bvlshl(t2, n)"));
+  EXPECT_FALSE(width.from_result);
+  EXPECT_EQ(width.index, 2u);
+  // Through operators that keep the width.
+  width = first_width(parse_rule("rewrite(bvnot(t), ) >> bvadd(bvneg(bvneg(1)), t)"));
+  EXPECT_FALSE(width.from_result);
+  EXPECT_EQ(width.index, 1u);
+}
+
+TEST(RuleLanguage, ReadsFilesWithCommentsAndEmptyLines) {
+  const auto rules = parse_rules(
+      "# a comment\n\n  rewrite(bvnot(bvnot(t)), ) >> t  \r\n   # another\nrewrite(bvneg(bvneg(t)), ) >> t");
+  ASSERT_EQ(rules.size(), 2u);
+  EXPECT_EQ(rules[0].line, 3u);
+  EXPECT_EQ(rules[0].text, "rewrite(bvnot(bvnot(t)), ) >> t");
+  EXPECT_EQ(rules[1].line, 5u);
+  EXPECT_TRUE(parse_rules("").empty());
+}
+
+struct Wrong {
+  const char* text;
+  std::size_t column;
+  const char* reason;  // a part of it
+};
+
+void PrintTo(const Wrong& wrong, std::ostream* out) {
+  *out << wrong.text;
+}
+
+class WrongRule : public testing::TestWithParam<Wrong> {};
+
+TEST_P(WrongRule, IsRejectedWithPlaceAndReason) {
+  const Wrong& wrong = GetParam();
+  try {
+    parse_rule(wrong.text, 7);
+    ADD_FAILURE() << "accepted";
+  } catch (const RuleError& e) {
+    EXPECT_EQ(e.line(), 7u);
+    EXPECT_EQ(e.column(), wrong.column) << e.what();
+    EXPECT_NE(e.reason().find(wrong.reason), std::string::npos) << e.what();
+    EXPECT_EQ(e.what(), "7:" + std::to_string(e.column()) + ": " + e.reason());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    RuleLanguage, WrongRule,
+    testing::Values(
+        Wrong{"", 1, "expected \"rewrite\" but found the end of the line"},
+        Wrong{"write(bvnot(t), ) >> t", 1, "expected \"rewrite\""},
+        Wrong{"rewrite(bvfoo(t), ) >> t", 9, "unknown operator \"bvfoo\""},
+        Wrong{"rewrite(t, ) >> t", 9, "unknown operator \"t\""},
+        Wrong{"rewrite(bvnot, ) >> t", 9, "needs an operator"},
+        Wrong{"rewrite(bvnot(bvbar(t)), ) >> t", 15, "unknown operator \"bvbar\""},
+        Wrong{"rewrite(bvnot(t, t2), ) >> t", 14, "too many arguments"},
+        Wrong{"rewrite(bvadd(t), ) >> t", 16, "expected \",\""},
+        Wrong{"rewrite(extract(m, t), ) >> t", 21, "expected \",\""},
+        Wrong{"rewrite(extract(m, 3, t), ) >> t", 20, "expected the name of an integer"},
+        Wrong{"rewrite(bvadd(t, t), ) >> t", 18, "bound already"},
+        Wrong{"rewrite(bvadd(const, t), ) >> t", 15, "found the word \"const\""},
+        Wrong{"rewrite(bvadd(t, t_0), ) >> t", 18, "no identity ties \"t_0\""},
+        Wrong{"rewrite(bvadd(t, -2), ) >> t", 18, "the only negative constant is -1"},
+        Wrong{"rewrite(bvadd(t, bvult(t1, t2)), ) >> t", 18, "stands only at the root"},
+        Wrong{"rewrite(bvnot((t == t2)), ) >> t", 15, "an equality stands only at the root"},
+        Wrong{"rewrite((t = t2), ) >> true", 12, "expected \"==\""},
+        Wrong{"rewrite(bvnot(t)) >> t", 17, "expected \",\""},
+        Wrong{"rewrite(bvnot(t), even(t)) >> t", 19, "unknown condition \"even\""},
+        Wrong{"rewrite(bvnot(t), const(x)) >> t", 25, "does not occur in the pattern"},
+        Wrong{"rewrite(zext(n, t), const(n)) >> t", 27, "\"n\" is an integer"},
+        Wrong{"rewrite(bvnot(t), ~identity(t, t)) >> t", 20, "expected \"const\""},
+        Wrong{"rewrite(bvnot(t), (0 == 0)) >> t", 19, "no constant 0"},
+        Wrong{"rewrite(bvadd(0, t), (0 == 1)) >> t", 22, "compares two constants"},
+        Wrong{"rewrite(bvnot(t), (k == 0)) >> t", 20, "\"k\" is not bound"},
+        Wrong{"rewrite(zext(n, t), (n == -1)) >> t", 21, "-1 can be compared only with a numeral"},
+        Wrong{"rewrite(bvnot(t), (t ~ 0)) >> t", 22, "expected a comparison"},
+        Wrong{"rewrite(zext(n, t), n=size(t)) >> t", 21, "bound already"},
+        Wrong{"rewrite(bvnot(t), k=t) >> t", 21, "integers and sizes only"},
+        Wrong{"rewrite(bvnot(t), k=_t + 1_) >> t", 21, "integers and sizes only"},
+        Wrong{"rewrite(bvnot(t), fits(size(t), size(t))) >> t", 33, "sum of two numerals"},
+        Wrong{"rewrite(bvnot(t), varvalue(t, u)) >> t", 31, "expected a number"},
+        Wrong{"rewrite(bvnot(t), (t == 99999999999999999999)) >> t", 25, "too large"},
+        Wrong{"rewrite(bvnot(t), const(t),) >> t", 28, "expected a condition"},
+        Wrong{"rewrite(bvnot(t), ) > t", 21, "expected \">>\""},
+        Wrong{"rewrite(bvnot(t), ) >> u", 24, "\"u\" of the result is not bound"},
+        Wrong{"rewrite(bvnot(t), ) >> bvadd(t, u)", 33, "\"u\" of the result is not bound"},
+        Wrong{"rewrite(bvnot(t), ) >> zext(k, t)", 29, "integer \"k\" of the result is not bound"},
+        Wrong{"rewrite(zext(n, t), ) >> n", 26, "\"n\" is an integer"},
+        Wrong{"rewrite(bvnot(t), ) >> zext(t, t)", 29, "\"t\" is a term"},
+        Wrong{"rewrite(bvnot(t), ) >> t t", 26, "nothing may follow the rule"},
+        Wrong{"rewrite(bvnot(t), ) >>", 23, "expected a term but found the end"},
+        Wrong{"rewrite(bvnot(t), ) >> true", 24, "the pattern is a bit-vector"},
+        Wrong{"rewrite(bvult(t, t2), ) >> t", 28, "the pattern is a truth value"},
+        Wrong{"rewrite(bvult(t, t2), ) >> 0", 28, "the pattern is a truth value"},
+        Wrong{"rewrite(bvult(t, t2), ) >> ~(t)", 30, "\"~\" needs a truth value"},
+        Wrong{"rewrite(bvnot(t), ) >> bvadd(t, true)", 33, "\"bvadd\" needs a bit-vector"},
+        Wrong{"rewrite(bvult(t, t2), ) >> (0 == 1)", 29, "width of this constant cannot be inferred"},
+        Wrong{"rewrite(bvnot(t), ) >> concat(0, t)", 31, "width of this constant cannot be inferred"},
+        Wrong{"rewrite(bvnot(t), ) >> zext(n_0, 1)", 34, "width of this constant cannot be inferred"}));
+
+TEST(RuleLanguage, RejectsWhatIsTooLarge) {
+  std::string deep = "t";
+  for (int i = 0; i < 100; ++i) deep.insert(0, "bvnot(").append(")");
+  EXPECT_THROW(parse_rule("rewrite(" + deep + ", ) >> t"), RuleError);
+  EXPECT_THROW(parse_rule("rewrite(bvnot(t), ) >> " + deep), RuleError);
+  std::string wide;
+  for (int i = 0; i < 100; ++i) wide.append("k").append(std::to_string(i)).append("=size(t), ");
+  EXPECT_THROW(parse_rule("rewrite(bvnot(t), " + wide + "(size(t) > 1)) >> t"), RuleError);
+}
+
+}  // namespace
+}  // namespace quarv::rules
