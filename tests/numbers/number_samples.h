@@ -63,6 +63,27 @@ class NumberSamples {
     return coin() ? mpz_class(-result) : result;
   }
 
+  /// A fraction of such integers; often an integer, often with a small denominator.
+  mpq_class fraction() {
+    mpz_class denominator = 1;
+    switch (below(4)) {
+      case 0:
+        break;
+      case 1:
+        denominator = 1 + below(40);
+        break;
+      case 2:
+        denominator = 1 + below(1U << 30);
+        break;
+      default:
+        denominator = integer();
+        if (denominator == 0) denominator = 1;
+    }
+    mpq_class result(integer(), denominator);
+    result.canonicalize();
+    return result;
+  }
+
   /// The integer in small form, if it fits, or else, or at times, in big form.
   QNumber number(const mpz_class& value) {
     const QNumber big(value.get_mpz_t(), mpz_class(1).get_mpz_t(), false);
