@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+
+namespace quarv::smtlib {
+
+/// A fault in SMT-LIB input. `what()` is one line, `file:line:column: error: message`; lines and columns
+/// count from 1, columns in bytes.
+class Error : public std::runtime_error {
+ public:
+  Error(const std::string& file, std::size_t line, std::size_t column, const std::string& message)
+      : std::runtime_error(file + ':' + std::to_string(line) + ':' + std::to_string(column) +
+                           ": error: " + message),
+        message_(message) {}
+
+  /// The message alone, without the place.
+  const std::string& message() const noexcept { return message_; }
+
+ private:
+  std::string message_;
+};
+
+}  // namespace quarv::smtlib

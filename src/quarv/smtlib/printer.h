@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+
+#include <quarv/smtlib/script.h>
+
+namespace quarv::smtlib {
+
+/// How the printer shows that a sub-term occurs more than once.
+enum class Sharing : std::uint8_t {
+  automatic,  ///< `let` within an assertion, `define-fun` for what several assertions share: linear in the
+              ///< DAG
+  let,        ///< `let` only: linear in the DAG of each assertion
+  none        ///< not at all: the size of the tree, which can be exponential
+};
+
+/// Prints a script in SMT-LIB 2.6: the same commands in the same order. Throws std::runtime_error when the
+/// stream fails, and when without sharing the text would exceed 4 GiB.
+void print(const TermManager& manager, const Script& script, std::ostream& out,
+           Sharing sharing = Sharing::automatic);
+
+/// One term on one line, shared sub-terms as `let`.
+void print_term(const TermManager& manager, const Term* t, std::ostream& out,
+                Sharing sharing = Sharing::automatic);
+
+}  // namespace quarv::smtlib

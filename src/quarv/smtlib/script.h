@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <quarv/term/term.h>
+
+namespace quarv {
+class TermManager;
+}
+
+namespace quarv::smtlib {
+
+/// One command of a script. What a command says in terms is kept as terms; the rest is kept as text, ready to
+/// print.
+struct Command {
+  enum class Kind : std::uint8_t {
+    other,             ///< `text` is the whole command
+    push,              ///< `levels` new levels; `text` is the whole command
+    pop,               ///< `levels` levels removed; `text` is the whole command
+    reset,             ///< everything is forgotten; `text` is the whole command
+    reset_assertions,  ///< as `reset`, but for options; `text` is the whole command
+    assertion,         ///< `(assert t)`
+    define,  ///< `(define-fun f () S t)`, `(define-const f S t)`: from here on `name` stands for the term
+    define_function,     ///< `(define-fun f (parameters) S t)` and the recursive ones: one term for each
+                         ///< function
+    check_sat_assuming,  ///< `(check-sat-assuming (t ...))`
+    get_value,           ///< `(get-value (t ...))`
+    simplify             ///< `(simplify t)`
+  };
+
+  Kind kind = Kind::other;
+  std::uint32_t levels = 0;      ///< of push and pop
+  std::uint32_t first_term = 0;  ///< of the command's terms in `Script::terms`
+  std::uint32_t num_terms = 0;
+  std::string_view text;    ///< the whole command, or all that stands before its first term: "(assert "
+  std::string_view suffix;  ///< what stands after its last term: ")"
+  std::string_view name;    ///< of a definition: the name as it is to be printed
+};
+
+/// A script that has been read: its commands in order, over terms of one manager.
+struct Script {
+  std::vector<Command> commands;
+  std::vector<const Term*> terms;
+  /// `(set-option :global-declarations true)` was given: definitions outlive the level on which they are
+  /// made.
+  bool global_declarations = false;
+
+  std::span<const Term* const> terms_of(const Command& c) const {
+    return std::span(terms).subspan(c.first_term, c.num_terms);
+  }
+};
+
+}  // namespace quarv::smtlib
