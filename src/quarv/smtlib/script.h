@@ -2,9 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -47,12 +45,17 @@ struct Command {
 struct Script {
   std::vector<Command> commands;
   std::vector<const Term*> terms;
+  /// For each term the sort that its place demands: an integer-typed term may stand where a Real is needed.
+  std::vector<const DataType*> sorts;
   /// `(set-option :global-declarations true)` was given: definitions outlive the level on which they are
   /// made.
   bool global_declarations = false;
 
   std::span<const Term* const> terms_of(const Command& c) const {
     return std::span(terms).subspan(c.first_term, c.num_terms);
+  }
+  std::span<const DataType* const> sorts_of(const Command& c) const {
+    return std::span(sorts).subspan(c.first_term, c.num_terms);
   }
 };
 
