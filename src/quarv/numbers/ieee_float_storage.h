@@ -1,0 +1,105 @@
+/// \file
+/// How an `IEEEFloat` reaches its encoding and the operations that suit its format; for the sources of
+/// `IEEEFloat` only.
+#pragma once
+
+#include <quarv/numbers/ieee_float.h>
+#include <quarv/numbers/swflt/layout.h>
+
+namespace quarv {
+
+namespace swflt {
+
+using SingleLayout = Layout<std::uint64_t, std::int64_t, StaticWidths<8, 23>>;
+using DoubleLayout = Layout<std::uint64_t, std::int64_t, StaticWidths<11, 52>>;
+using WordLayout = Layout<std::uint64_t, std::int64_t, DynamicWidths>;
+using QuadLayout = Layout<uint128, std::int64_t, StaticWidths<15, 112>>;
+using DoubleWordLayout = Layout<uint128, std::int64_t, DynamicWidths>;
+using FixedLayout = Layout<WideUInt<4>, std::int64_t, DynamicWidths>;
+using UnboundedLayout = Layout<mpz_class, std::int64_t, DynamicWidths>;
+/// For every format.
+using GeneralLayout = Layout<mpz_class, mpz_class, DynamicWidths>;
+
+/// Whether operations on the format fit the integers of the layout: the encoding, a significand with four
+/// bits more, and exponents.
+template <class L>
+bool fits_layout(const IEEEFloat::format& f) {
+  constexpr BitCount bits = bits_of<typename L::Bits>;
+  return f.width() <= bits && f.mw + 5 <= bits && f.ew <= max_word_exponent_width;
+}
+
+template <class L>
+L make_layout(const IEEEFloat::format& f) {
+  return L(DynamicWidths{f.ew, f.mw});
+}
+
+}  // namespace swflt
+
+inline IEEEFloat::storage_kind IEEEFloat::kind_of(format f) {
+  if (f.width() <= 32) return word32;
+  if (f.width() <= 64) return word64;
+  return swflt::fits_layout<swflt::FixedLayout>(f) ? fixed_number : unbounded_number;
+}
+
+template <class Bits>
+Bits IEEEFloat::load() const {
+  if (kind() == word32) return Bits(std::uint64_t{word32_});
+  if (kind() == word64) return Bits(word64_);
+  if (number_.is_small()) return Bits(static_cast<std::uint64_t>(number_.small_num()));
+  if constexpr (swflt::is_unbounded<Bits>) {
+    return Bits(number_.big_num());
+  } else {
+    swflt::WideUInt<sizeof(Bits) / sizeof(std::uint64_t)> r;
+    const std::size_t size = mpz_size(number_.big_num());
+    const mp_limb_t* limbs = mpz_limbs_read(number_.big_num());
+    for (std::size_t i = 0; i < size && i < r.words; ++i) r.word[i] = limbs[i];
+    return swflt::convert_significand<Bits>(r);
+  }
+}
+
+template <class Bits>
+void IEEEFloat::store(const Bits& bits) {
+  if (kind() == word32) {
+    word32_ = static_cast<std::uint32_t>(swflt::convert_significand<std::uint64_t>(bits));
+  } else if (kind() == word64) {
+    word64_ = swflt::convert_significand<std::uint64_t>(bits);
+  } else if constexpr (swflt::is_unbounded<Bits>) {
+    number_.set_integer(bits.get_mpz_t());
+  } else {
+    const auto words = swflt::convert_significand<swflt::WideUInt<4>>(bits);
+    mpz_t integer;
+    number_.set_integer(mpz_roinit_n(integer, words.word.data(), words.words));
+  }
+}
+
+template <class Operation>
+auto IEEEFloat::with_layout(Operation&& operation) const {
+  using namespace swflt;
+  switch (kind()) {
+    case word32:
+      if (format_ == format{8, 23}) return operation(SingleLayout());
+      return operation(make_layout<WordLayout>(format_));
+    case word64:
+      if (format_ == format{11, 52}) return operation(DoubleLayout());
+      if (fits_layout<WordLayout>(format_)) return operation(make_layout<WordLayout>(format_));
+      return operation(make_layout<DoubleWordLayout>(format_));
+    case fixed_number:
+      if (format_ == format{15, 112}) return operation(QuadLayout());
+      if (fits_layout<DoubleWordLayout>(format_)) return operation(make_layout<DoubleWordLayout>(format_));
+      return operation(make_layout<FixedLayout>(format_));
+    case unbounded_number:
+      break;
+  }
+  if (format_.ew <= max_word_exponent_width) return operation(make_layout<UnboundedLayout>(format_));
+  return operation(make_layout<GeneralLayout>(format_));
+}
+
+template <class Predicate>
+bool IEEEFloat::test_magnitude(Predicate&& predicate) const {
+  return with_layout([&](const auto& f) {
+    using Bits = typename std::decay_t<decltype(f)>::Bits;
+    return predicate(f, f.magnitude(load<Bits>()));
+  });
+}
+
+}  // namespace quarv

@@ -1,0 +1,7 @@
+#include <quarv/numbers/swflt/exception_flags.h>
+
+namespace quarv::swflt {
+
+std::uint8_t float_exception_flags = 0;
+
+}  // namespace quarv::swflt

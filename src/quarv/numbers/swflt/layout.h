@@ -1,0 +1,142 @@
+/// Where the parts of a floating-point encoding are, for each integer type that holds encodings.
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <limits>
+
+#include <gmpxx.h>
+
+#include <quarv/numbers/swflt/significand.h>
+
+namespace quarv::swflt {
+
+/// Exponent and significand widths that are known when compiling: the same code, with shifts by constants.
+template <unsigned EW, unsigned MW>
+struct StaticWidths {
+  static constexpr unsigned ew() { return EW; }
+  static constexpr unsigned mw() { return MW; }
+};
+
+/// Widths that are known when running.
+struct DynamicWidths {
+  BitCount ew_, mw_;
+  constexpr BitCount ew() const { return ew_; }
+  constexpr BitCount mw() const { return mw_; }
+};
+
+/// Exponents up to this width stay within 64 bits, also for sums of three.
+inline constexpr BitCount max_word_exponent_width = 60;
+
+/// A shift count from an exponent that is not negative; what does not fit becomes a count beyond every
+/// significand.
+inline BitCount shift_count(std::int64_t e) {
+  return static_cast<BitCount>(e);
+}
+inline BitCount shift_count(const mpz_class& e) {
+  return e.fits_slong_p() ? static_cast<BitCount>(e.get_si()) : std::numeric_limits<BitCount>::max();
+}
+
+inline std::int64_t power_of_two(std::int64_t /*type*/, BitCount n) {
+  return std::int64_t{1} << n;
+}
+inline mpz_class power_of_two(const mpz_class& /*type*/, BitCount n) {
+  return mpz_class(1) << n;
+}
+
+template <class Exponent>
+Exponent make_exponent(BitCount n) {
+  return Exponent(static_cast<std::int64_t>(n));
+}
+
+/// A format, as fields of an integer `B`: sign, biased exponent and stored significand, from the top down.
+/// Exponents are of type `E`.
+///
+/// A finite value is significand · 2^(offset + least_exponent()), where offset = max(exponent field, 1) − 1
+/// and the significand has the hidden bit if the exponent field is not 0. So the field that holds a value
+/// whose significand is below 2^(mw + 1) is (offset << mw) + significand: the hidden bit becomes the
+/// increment of the exponent field, which stays 0 for subnormal numbers.
+template <class B, class E, class Widths>
+struct Layout : Widths {
+  using Bits = B;
+  using Exponent = E;
+
+  explicit constexpr Layout(Widths widths = {}) : Widths(widths) {}
+
+  BitCount precision() const { return this->mw() + 1; }
+  BitCount sign_position() const { return this->ew() + this->mw(); }
+
+  /// The exponent of the least subnormal number.
+  Exponent least_exponent() const {
+    return make_exponent<E>(2) - power_of_two(E{}, this->ew() - 1) - make_exponent<E>(this->mw());
+  }
+  /// The offset of infinity's exponent field, one more than the last that finite numbers have.
+  Exponent infinity_offset() const { return power_of_two(E{}, this->ew()) - make_exponent<E>(2); }
+
+  Bits infinity() const { return ones(this->ew()) << static_cast<Shift>(this->mw()); }
+  Bits largest_finite() const { return infinity() - Bits(1); }
+  /// The one NaN that operations give: positive, quiet, no payload.
+  Bits default_nan() const { return infinity() | bit(this->mw() - 1); }
+  Bits zero(bool sign) const { return sign ? bit(sign_position()) : Bits(0); }
+
+  bool sign(const Bits& bits) const { return test(bits, sign_position()); }
+  Bits with_sign(const Bits& magnitude, bool sign) const {
+    return sign ? magnitude | bit(sign_position()) : magnitude;
+  }
+  Bits negated(const Bits& bits) const { return bits ^ bit(sign_position()); }
+  Bits magnitude(const Bits& bits) const { return bits & ones(sign_position()); }
+
+  // The following take a magnitude, that is an encoding without its sign.
+  bool is_finite(const Bits& m) const { return m < infinity(); }
+  bool is_nan(const Bits& m) const { return m > infinity(); }
+  bool is_signalling(const Bits& m) const { return is_nan(m) && !test(m, this->mw() - 1); }
+  bool is_subnormal(const Bits& m) const { return !swflt::is_zero(m) && m < bit(this->mw()); }
+  bool is_normal(const Bits& m) const { return is_finite(m) && m >= bit(this->mw()); }
+
+  Exponent offset(const Bits& m) const {
+    const Exponent field = to_exponent(m >> static_cast<Shift>(this->mw()));
+    return field > 0 ? Exponent(field - 1) : field;
+  }
+  Bits significand(const Bits& m) const {
+    const Bits fraction = m & ones(this->mw());
+    return m == fraction ? fraction : fraction | bit(this->mw());
+  }
+  /// The magnitude of significand · 2^(offset + least_exponent()), where the significand is below 2^(mw + 1),
+  /// and not below 2^mw unless the offset is 0.
+  Bits encode(const Exponent& offset, const Bits& significand) const {
+    return (from_exponent(offset) << static_cast<Shift>(this->mw())) + significand;
+  }
+
+ private:
+  using Shift = std::conditional_t<is_unbounded<B>, BitCount, unsigned>;
+
+  static Bits bit(BitCount position) { return Bits(1) << static_cast<Shift>(position); }
+  static Bits ones(BitCount count) { return bit(count) - Bits(1); }
+  static bool test(const Bits& bits, BitCount position) {
+    if constexpr (is_unbounded<B>) {
+      return mpz_tstbit(bits.get_mpz_t(), position) != 0;
+    } else {
+      return low_word(bits >> static_cast<Shift>(position)) & 1;
+    }
+  }
+  static Exponent to_exponent(const Bits& field) {
+    if constexpr (std::same_as<B, E>) {
+      return field;
+    } else if constexpr (is_unbounded<B>) {
+      return field.get_si();
+    } else {
+      return static_cast<Exponent>(convert_significand<std::uint64_t>(field));
+    }
+  }
+  static Bits from_exponent(const Exponent& offset) {
+    if constexpr (std::same_as<B, E>) {
+      return offset;
+    } else if constexpr (is_unbounded<B>) {
+      return Bits(static_cast<long>(offset));
+    } else {
+      return Bits(static_cast<std::uint64_t>(offset));
+    }
+  }
+};
+
+}  // namespace quarv::swflt
