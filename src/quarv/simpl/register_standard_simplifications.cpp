@@ -1,6 +1,13 @@
 #include <type_traits>
 
 #include <quarv/simpl/boolean.h>
+#include <quarv/simpl/bv/arithmetic.h>
+#include <quarv/simpl/bv/bitwise.h>
+#include <quarv/simpl/bv/comparisons.h>
+#include <quarv/simpl/bv/conversions.h>
+#include <quarv/simpl/bv/rotations.h>
+#include <quarv/simpl/bv/shifts.h>
+#include <quarv/simpl/bv/structure.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/term/term_manager.h>
@@ -33,6 +40,35 @@ constexpr Registration registrations[] = {
     {SymbolTag::NOT, create<NotSimpl>},
     {SymbolTag::IFF, create<IffSimpl>},
     {SymbolTag::TERM_ITE, create<TermIteSimpl>},
+    {SymbolTag::BV_CONCAT, create<BVConcatSimpl>},
+    {SymbolTag::BV_SELECT, create<BVSelectSimpl>},
+    {SymbolTag::BV_NOT, create<BVNotSimpl>},
+    {SymbolTag::BV_AND, create<BVAndSimpl>},
+    {SymbolTag::BV_OR, create<BVOrSimpl>},
+    {SymbolTag::BV_XOR, create<BVXorSimpl>},
+    {SymbolTag::BV_ULT, create<BVUltSimpl>},
+    {SymbolTag::BV_SLT, create<BVSltSimpl>},
+    {SymbolTag::BV_ULE, create<BVUleSimpl>},
+    {SymbolTag::BV_SLE, create<BVSleSimpl>},
+    {SymbolTag::BV_COMP, create<BVCompSimpl>},
+    {SymbolTag::BV_NEG, create<BVNegSimpl>},
+    {SymbolTag::BV_ADD, create<BVAddSimpl>},
+    {SymbolTag::BV_SUB, create<BVSubSimpl>},
+    {SymbolTag::BV_MUL, create<BVMulSimpl>},
+    {SymbolTag::BV_UDIV, create<BVUdivSimpl>},
+    {SymbolTag::BV_SDIV, create<BVSdivSimpl>},
+    {SymbolTag::BV_UREM, create<BVUremSimpl>},
+    {SymbolTag::BV_SREM, create<BVSremSimpl>},
+    {SymbolTag::BV_LSL, create<BVLslSimpl>},
+    {SymbolTag::BV_LSR, create<BVLsrSimpl>},
+    {SymbolTag::BV_ASR, create<BVAsrSimpl>},
+    {SymbolTag::BV_ROL, create<BVRolSimpl>},
+    {SymbolTag::BV_ROR, create<BVRorSimpl>},
+    {SymbolTag::BV_ZEXT, create<BVZextSimpl>},
+    {SymbolTag::BV_SEXT, create<BVSextSimpl>},
+    {SymbolTag::INT_TO_BV, create<IntToBvSimpl>},
+    {SymbolTag::INT_FROM_SBV, create<IntFromSBvSimpl>},
+    {SymbolTag::INT_FROM_UBV, create<IntFromUBvSimpl>},
 };
 // clang-format on
 

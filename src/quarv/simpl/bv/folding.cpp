@@ -1,0 +1,41 @@
+#include <climits>
+
+#include <quarv/simpl/bv/folding.h>
+
+namespace quarv::termsimpl::bv {
+
+namespace {
+
+/// Calls `make` with x as a number. A big number is lent for the call, so that it keeps its memory from one
+/// call to the next.
+template <class Make>
+const Term* with_number(mpz_srcptr x, Make make) {
+  if (mpz_fits_slong_p(x) && mpz_get_si(x) != LONG_MIN) return make(QNumber(mpz_get_si(x)));
+  static QNumber big;
+  big.set_integer(x);
+  return make(big);
+}
+
+}  // namespace
+
+WideOperands& wide_operands() {
+  static WideOperands operands;
+  return operands;
+}
+
+const Term* make_number(TermManager* mgr, const mpz_class& x) {
+  return with_number(x.get_mpz_t(), [&](const QNumber& value) { return mgr->make_number(value); });
+}
+
+const Term* make_literal(TermManager* mgr, mpz_class& x, std::size_t width) {
+  reduce(x, width);
+  return with_number(x.get_mpz_t(), [&](const QNumber& value) { return mgr->make_bv_number(value, width); });
+}
+
+const Term* make_top_bit_literal(TermManager* mgr, Word x, std::size_t width) {
+  const mpz_ptr scratch = QNumber::gmp_tmp[0];
+  mpz_set_ui(scratch, x);
+  return with_number(scratch, [&](const QNumber& value) { return mgr->make_bv_number(value, width); });
+}
+
+}  // namespace quarv::termsimpl::bv
