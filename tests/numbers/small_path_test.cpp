@@ -30,15 +30,16 @@ void counting_free(void* block, std::size_t) {
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inline, as the compiler takes a visible `free` of what another `new` gave for a mistake.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (void* const block = counting_malloc(size == 0 ? 1 : size)) return block;
   throw std::bad_alloc();
 }
 
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
   std::free(block);
 }
-void operator delete(void* block, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
   std::free(block);
 }
 

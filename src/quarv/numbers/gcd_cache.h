@@ -2,6 +2,9 @@
 /// The greatest common divisor of machine words, memoised for small operands.
 #pragma once
 
+#include <cstdint>
+#include <utility>
+
 namespace quarv {
 
 /// Number of rows and columns of `gcd_cache`; a power of two.
@@ -15,19 +18,36 @@ extern long gcd_cache[gcd_cache_size][gcd_cache_size];
 /// \pre x < gcd_cache_size, 0 < y < gcd_cache_size
 void fill_gcd_cache(unsigned long x, unsigned long y);
 
+/// gcd(x, y), if x and y are small enough for the cache and the entry is known, otherwise 0. An entry that
+/// could be known but is not is filled. \pre 0 < y
+inline unsigned long look_up_gcd(unsigned long x, unsigned long y) {
+  if ((x | y) >= gcd_cache_size) return 0;
+  if (const long known = gcd_cache[x][y]; known != 0) return static_cast<unsigned long>(known);
+  fill_gcd_cache(x, y);
+  return 0;
+}
+
 /// gcd(x, y) by Euclid's algorithm, which stops at the first pair of remainders that the cache knows. A pair
 /// that the cache could know but does not is entered, and the loop carries on. gcd(0, 0) = 0.
+///
+/// Divisions of 32-bit words are the faster ones, and two turns of the loop in a row need no exchange of
+/// variables.
 inline unsigned long cached_gcd(unsigned long x, unsigned long y) {
   if (y == 0) return x;
+  while (((x | y) >> 32) != 0) {
+    x %= y;
+    if (x == 0) return y;
+    std::swap(x, y);
+  }
+  auto a = static_cast<std::uint32_t>(x);
+  auto b = static_cast<std::uint32_t>(y);
   for (;;) {
-    if ((x | y) < gcd_cache_size) {
-      if (const long known = gcd_cache[x][y]; known != 0) return static_cast<unsigned long>(known);
-      fill_gcd_cache(x, y);
-    }
-    const unsigned long remainder = x % y;
-    if (remainder == 0) return y;
-    x = y;
-    y = remainder;
+    if (const unsigned long known = look_up_gcd(a, b); known != 0) return known;
+    a %= b;
+    if (a == 0) return b;
+    if (const unsigned long known = look_up_gcd(b, a); known != 0) return known;
+    b %= a;
+    if (b == 0) return a;
   }
 }
 

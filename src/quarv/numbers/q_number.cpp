@@ -12,22 +12,17 @@ mp_limb_t unused_limb = 0;
 constexpr mp_limb_t one_limb = 1;
 const __mpz_struct integer_one = {0, 1, const_cast<mp_limb_t*>(&one_limb)};
 
-// The magnitude of a word that is not -2^63.
-unsigned long magnitude_of(long x) {
-  return x < 0 ? -static_cast<unsigned long>(x) : static_cast<unsigned long>(x);
-}
-
 bool is_one(mpz_srcptr x) {
   return mpz_cmp_ui(x, 1) == 0;
 }
 
-// x += y, or x -= y.
+// sum = x + y, or x - y.
 template <bool subtract>
-void accumulate(mpz_ptr x, mpz_srcptr y) {
+void set_sum(mpz_ptr sum, mpz_srcptr x, mpz_srcptr y) {
   if constexpr (subtract) {
-    mpz_sub(x, x, y);
+    mpz_sub(sum, x, y);
   } else {
-    mpz_add(x, x, y);
+    mpz_add(sum, x, y);
   }
 }
 
@@ -42,12 +37,22 @@ constinit mpz_t QNumber::gmp_tmp[8] = {{{0, 0, &unused_limb}}, {{0, 0, &unused_l
                                        {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}},
                                        {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}};
 
-// --- Forms
-// -----------------------------------------------------------------------------------------------------
+// Forms.
 
-QNumber::QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize) : block_(new Block), den_(0) {
-  mpz_init_set(block_->num, num);
-  mpz_init_set(block_->den, den);
+// The words of a big number that is about to get its value.
+QNumber::Words QNumber::new_block() {
+  Block* const block = new Block;
+  mpz_init(mpq_numref(block));
+  mpz_init(mpq_denref(block));
+  return {reinterpret_cast<long>(block), 0};
+}
+
+QNumber::QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize) {
+  Block* const block = new Block;
+  mpz_init_set(mpq_numref(block), num);
+  mpz_init_set(mpq_denref(block), den);
+  num_ = reinterpret_cast<long>(block);
+  den_ = 0;
   if (canonicalize) reduce_big();
 }
 
@@ -71,8 +76,8 @@ void QNumber::set_integer(mpz_srcptr value) {
     num_ = word;
     den_ = 1;
   } else if (den_ == 0) {
-    mpz_set(block_->num, value);
-    mpz_set_ui(block_->den, 1);
+    mpz_set(mpq_numref(block()), value);
+    mpz_set_ui(mpq_denref(block()), 1);
   } else {
     *this = QNumber(value, &integer_one, false);
   }
@@ -80,45 +85,45 @@ void QNumber::set_integer(mpz_srcptr value) {
 
 void QNumber::become_big(long num, long den) {
   Block* const block = new Block;
-  mpz_init_set_si(block->num, num);
-  mpz_init_set_si(block->den, den);
-  block_ = block;
+  mpz_init_set_si(mpq_numref(block), num);
+  mpz_init_set_si(mpq_denref(block), den);
+  num_ = reinterpret_cast<long>(block);
   den_ = 0;
 }
 
+// Makes this number, whose words hold nothing of its own, a copy of a big one.
 void QNumber::copy_block(const QNumber& other) {
   Block* const block = new Block;
-  mpz_init_set(block->num, other.block_->num);
-  mpz_init_set(block->den, other.block_->den);
-  block_ = block;
+  mpz_init_set(mpq_numref(block), other.big_num());
+  mpz_init_set(mpq_denref(block), other.big_den());
+  num_ = reinterpret_cast<long>(block);
+  den_ = 0;
 }
 
 void QNumber::free_block() noexcept {
-  mpz_clear(block_->num);
-  mpz_clear(block_->den);
-  delete block_;
+  mpq_clear(block());
+  delete block();
 }
 
 void QNumber::assign_big(const QNumber& other) {
   if (this == &other) return;
   if (other.den_ != 0) {
-    mpz_set_si(block_->num, other.num_);
-    mpz_set_si(block_->den, other.den_);
+    mpz_set_si(mpq_numref(block()), other.num_);
+    mpz_set_si(mpq_denref(block()), other.den_);
     return;
   }
   if (den_ != 0) {
     copy_block(other);
-    den_ = 0;
     return;
   }
-  mpz_set(block_->num, other.block_->num);
-  mpz_set(block_->den, other.block_->den);
+  mpz_set(mpq_numref(block()), other.big_num());
+  mpz_set(mpq_denref(block()), other.big_den());
 }
 
 // Makes a big number canonical.
 void QNumber::reduce_big() {
-  const mpz_ptr num = block_->num;
-  const mpz_ptr den = block_->den;
+  const mpz_ptr num = mpq_numref(block());
+  const mpz_ptr den = mpq_denref(block());
   if (mpz_sgn(num) == 0) {
     mpz_set_ui(den, 1);
     return;
@@ -138,8 +143,8 @@ void QNumber::reduce_big() {
 }
 
 QNumber QNumber::demoted() const {
-  if (den_ != 0 || !fits_small(block_->num) || !fits_small(block_->den)) return *this;
-  return QNumber(Words{mpz_get_si(block_->num), mpz_get_si(block_->den)});
+  if (den_ != 0 || !fits_small(mpq_numref(block())) || !fits_small(mpq_denref(block()))) return *this;
+  return QNumber(Words{mpz_get_si(mpq_numref(block())), mpz_get_si(mpq_denref(block()))});
 }
 
 QNumber QNumber::floor() const {
@@ -147,22 +152,23 @@ QNumber QNumber::floor() const {
     const long quotient = num_ / den_;
     return QNumber(Words{num_ % den_ < 0 ? quotient - 1 : quotient, 1});
   }
-  mpz_fdiv_q(gmp_tmp[0], block_->num, block_->den);
+  mpz_fdiv_q(gmp_tmp[0], mpq_numref(block()), mpq_denref(block()));
   return from_integer(gmp_tmp[0]);
 }
 
 QNumber QNumber::neg_big() const {
   QNumber result(*this);
-  mpz_neg(result.block_->num, result.block_->num);
+  mpz_neg(mpq_numref(result.block()), result.big_num());
   return result;
 }
 
 std::size_t QNumber::hash_big() const {
-  if (fits_small(block_->num) && fits_small(block_->den)) {
-    return hash_words(mpz_get_si(block_->num), mpz_get_si(block_->den));
+  if (fits_small(mpq_numref(block())) && fits_small(mpq_denref(block()))) {
+    return hash_words(mpz_get_si(mpq_numref(block())), mpz_get_si(mpq_denref(block())));
   }
-  std::size_t result = static_cast<std::size_t>(mpz_sgn(block_->num));
-  for (const mpz_srcptr part : {static_cast<mpz_srcptr>(block_->num), static_cast<mpz_srcptr>(block_->den)}) {
+  std::size_t result = static_cast<std::size_t>(mpz_sgn(mpq_numref(block())));
+  for (const mpz_srcptr part :
+       {static_cast<mpz_srcptr>(mpq_numref(block())), static_cast<mpz_srcptr>(mpq_denref(block()))}) {
     const mp_limb_t* const limbs = mpz_limbs_read(part);
     const std::size_t size = mpz_size(part);
     for (std::size_t i = 0; i < size; ++i) {
@@ -172,187 +178,243 @@ std::size_t QNumber::hash_big() const {
   return result;
 }
 
-// --- Sums
-// ------------------------------------------------------------------------------------------------------
+// Sums.
+
+// With g = gcd(b, d), a/b + c/d = (a(d/g) + c(b/g)) / (b(d/g)), in which only a divisor of g can still
+// cancel. Answers false if an operand is big or a step does not fit.
+template <bool subtract>
+bool QNumber::small_sum(const QNumber& x, const QNumber& y, Words* sum) {
+  if (x.den_ == 0 || y.den_ == 0) return false;
+  const auto g = static_cast<long>(cached_gcd(magnitude(x.den_), magnitude(y.den_)));
+  const long b = g == 1 ? x.den_ : x.den_ / g;
+  const long d = g == 1 ? y.den_ : y.den_ / g;
+  long left, right, num;
+  if (!word_product(x.num_, d, &left) || !word_product(y.num_, b, &right) ||
+      !word_sum<subtract>(left, right, &num)) {
+    return false;
+  }
+  const auto cancelled = g == 1 ? 1 : static_cast<long>(cached_gcd(magnitude(num), magnitude(g)));
+  sum->num = cancelled == 1 ? num : num / cancelled;
+  return sum->num != LONG_MIN && word_product(cancelled == 1 ? y.den_ : y.den_ / cancelled, b, &sum->den);
+}
 
 template <bool subtract>
 void QNumber::add_general(const QNumber& y) {
-  if (y.den_ == 0) {
+  if (Words sum; small_sum<subtract>(*this, y, &sum)) {
+    num_ = sum.num;
+    den_ = sum.den;
+  } else if (y.den_ == 0) {
     become_big();
-    add_block<subtract>(y.block_->num, y.block_->den);
-    return;
+    big_sum<subtract>(block(), y.block(), block());
+  } else {
+    const Words words = y.words();  // y may be this number, which changes its form
+    become_big();
+    add_words<subtract>(words);
   }
-  const Words words{y.num_, y.den_};  // y may be this number, which changes its form
-  become_big();
-  add_words<subtract>(words.num, words.den);
 }
 
 template void QNumber::add_general<false>(const QNumber&);
 template void QNumber::add_general<true>(const QNumber&);
 
+template <bool subtract>
+QNumber::Words QNumber::sum_general(const QNumber& x, const QNumber& y) {
+  if (Words sum; small_sum<subtract>(x, y, &sum)) return sum;
+  if (x.den_ == 0 && y.den_ == 0) {
+    const Words sum = new_block();
+    big_sum<subtract>(x.block(), y.block(), reinterpret_cast<Block*>(sum.num));
+    return sum;
+  }
+  QNumber sum(x);
+  sum.add_general<subtract>(y);
+  return sum.release();
+}
+
+template QNumber::Words QNumber::sum_general<false>(const QNumber&, const QNumber&);
+template QNumber::Words QNumber::sum_general<true>(const QNumber&, const QNumber&);
+
 // Adds a small number to this big one.
 template <bool subtract>
-void QNumber::add_words(long num, long den) {
-  const mpz_ptr a = block_->num;
-  const mpz_ptr b = block_->den;
-  const unsigned long c = magnitude_of(num);
-  const bool decrease = (num < 0) != subtract;
-  if (den == 1 && is_one(b)) {
+void QNumber::add_words(Words y) {
+  const mpz_ptr a = mpq_numref(block());
+  const mpz_ptr b = mpq_denref(block());
+  const unsigned long c = magnitude(y.num);
+  const bool decrease = (y.num < 0) != subtract;
+  if (y.den == 1 && is_one(b)) {
     decrease ? mpz_sub_ui(a, a, c) : mpz_add_ui(a, a, c);
     return;
   }
-  const unsigned long d = static_cast<unsigned long>(den);
+  const unsigned long d = magnitude(y.den);
   const unsigned long g = mpz_gcd_ui(nullptr, b, d);
   if (g != 1) mpz_divexact_ui(b, b, g);
-  mpz_mul_ui(a, a, d / g);
+  if (d != g) mpz_mul_ui(a, a, d / g);
   decrease ? mpz_submul_ui(a, b, c) : mpz_addmul_ui(a, b, c);
   const unsigned long cancelled = g == 1 ? 1 : mpz_gcd_ui(nullptr, a, g);
   if (cancelled != 1) mpz_divexact_ui(a, a, cancelled);
-  mpz_mul_ui(b, b, d / cancelled);
+  if (d != cancelled) mpz_mul_ui(b, b, d / cancelled);
 }
 
-// Adds num/den to this big number. The operands may be parts of this number.
+// The sum, in the same steps as for words. It may replace an operand.
 template <bool subtract>
-void QNumber::add_block(mpz_srcptr num, mpz_srcptr den) {
-  const mpz_ptr a = block_->num;
-  const mpz_ptr b = block_->den;
-  if (is_one(b) && is_one(den)) {
-    accumulate<subtract>(a, num);
+void QNumber::big_sum(mpq_srcptr x, mpq_srcptr y, mpq_ptr sum) {
+  const mpz_srcptr b = mpq_denref(x);
+  const mpz_srcptr d = mpq_denref(y);
+  const mpz_ptr num = mpq_numref(sum);
+  const mpz_ptr den = mpq_denref(sum);
+  if (is_one(b) && is_one(d)) {
+    set_sum<subtract>(num, mpq_numref(x), mpq_numref(y));
+    mpz_set_ui(den, 1);
     return;
   }
   const mpz_ptr g = gmp_tmp[0];
-  const mpz_ptr term = gmp_tmp[1];
-  mpz_gcd(g, b, den);
+  const mpz_ptr left = gmp_tmp[1];
+  const mpz_ptr right = gmp_tmp[2];
+  const mpz_ptr rest = gmp_tmp[3];
+  mpz_gcd(g, b, d);
   if (is_one(g)) {
-    mpz_mul(term, num, b);
-    mpz_mul(a, a, den);
-    accumulate<subtract>(a, term);
-    mpz_mul(b, b, den);
+    mpz_mul(left, mpq_numref(x), d);
+    mpz_mul(right, mpq_numref(y), b);
+    set_sum<subtract>(num, left, right);
+    mpz_mul(den, b, d);
     return;
   }
-  const mpz_ptr b_rest = gmp_tmp[2];
-  const mpz_ptr d_rest = gmp_tmp[3];
-  mpz_divexact(b_rest, b, g);
-  mpz_divexact(d_rest, den, g);
-  mpz_mul(term, num, b_rest);
-  mpz_mul(a, a, d_rest);
-  accumulate<subtract>(a, term);
-  mpz_gcd(g, a, g);
+  mpz_divexact(rest, d, g);
+  mpz_mul(left, mpq_numref(x), rest);
+  mpz_divexact(rest, b, g);
+  mpz_mul(right, mpq_numref(y), rest);
+  set_sum<subtract>(num, left, right);
+  mpz_gcd(g, num, g);
   if (is_one(g)) {
-    mpz_mul(b, den, b_rest);
+    mpz_mul(den, d, rest);
     return;
   }
-  mpz_divexact(a, a, g);
-  mpz_divexact(d_rest, den, g);
-  mpz_mul(b, d_rest, b_rest);
+  mpz_divexact(num, num, g);
+  mpz_divexact(left, d, g);
+  mpz_mul(den, left, rest);
 }
 
-// --- Products
-// --------------------------------------------------------------------------------------------------
+// Products.
+
+// Each numerator is cancelled with the other denominator, which leaves nothing to cancel in the product.
+// Answers false if an operand is big or a product does not fit.
+bool QNumber::small_product(const QNumber& x, const QNumber& y, Words* product) {
+  if (x.den_ == 0 || y.den_ == 0) return false;
+  const auto g1 = static_cast<long>(cached_gcd(magnitude(x.num_), magnitude(y.den_)));
+  const auto g2 = static_cast<long>(cached_gcd(magnitude(y.num_), magnitude(x.den_)));
+  return word_product(x.num_ / g1, y.num_ / g2, &product->num) &&
+         word_product(x.den_ / g2, y.den_ / g1, &product->den);
+}
 
 void QNumber::mul_general(const QNumber& y) {
-  if (y.den_ == 0) {
+  if (Words product; small_product(*this, y, &product)) {
+    num_ = product.num;
+    den_ = product.den;
+  } else if (y.den_ == 0) {
     become_big();
-    mul_block(y.block_->num, y.block_->den);
-    return;
+    big_product(block(), y.big_num(), y.big_den(), block());
+  } else {
+    const Words words = y.words();  // y may be this number, which changes its form
+    become_big();
+    mul_words(words);
   }
-  const Words words{y.num_, y.den_};  // y may be this number, which changes its form
-  become_big();
-  mul_words(words.num, words.den);
+}
+
+QNumber::Words QNumber::product_general(const QNumber& x, const QNumber& y) {
+  if (Words product; small_product(x, y, &product)) return product;
+  if (x.den_ == 0 && y.den_ == 0) {
+    const Words product = new_block();
+    big_product(x.block(), y.big_num(), y.big_den(), reinterpret_cast<Block*>(product.num));
+    return product;
+  }
+  QNumber product(x.den_ == 0 ? x : y);
+  product.mul_general(x.den_ == 0 ? y : x);
+  return product.release();
 }
 
 // Multiplies this big number by a small one.
-void QNumber::mul_words(long num, long den) {
-  const mpz_ptr a = block_->num;
-  const mpz_ptr b = block_->den;
-  if (num == 0) {
+void QNumber::mul_words(Words y) {
+  const mpz_ptr a = mpq_numref(block());
+  const mpz_ptr b = mpq_denref(block());
+  if (y.num == 0) {
     mpz_set_ui(a, 0);
     mpz_set_ui(b, 1);
     return;
   }
-  const unsigned long d = static_cast<unsigned long>(den);
+  const unsigned long d = magnitude(y.den);
   const unsigned long g1 = d == 1 ? 1 : mpz_gcd_ui(nullptr, a, d);
-  const unsigned long g2 = is_one(b) ? 1 : mpz_gcd_ui(nullptr, b, magnitude_of(num));
+  const unsigned long g2 = is_one(b) ? 1 : mpz_gcd_ui(nullptr, b, magnitude(y.num));
   if (g1 != 1) mpz_divexact_ui(a, a, g1);
   if (g2 != 1) mpz_divexact_ui(b, b, g2);
-  mpz_mul_si(a, a, num / static_cast<long>(g2));
+  mpz_mul_si(a, a, y.num / static_cast<long>(g2));
   if (d != g1) mpz_mul_ui(b, b, d / g1);
 }
 
-// Multiplies this big number by num/den, of which num/den or den/num is canonical up to a sign. The operands
-// may be the numerator and the denominator of this number, in this order.
-void QNumber::mul_block(mpz_srcptr num, mpz_srcptr den) {
-  const mpz_ptr a = block_->num;
-  const mpz_ptr b = block_->den;
-  const bool square = num == a;
-  if (!square && !is_one(den)) {
+// The product of x and num/den, in the same steps as for words. It may replace an operand. The factor need
+// not be in one piece, and its denominator may be negative.
+void QNumber::big_product(mpq_srcptr x, mpz_srcptr num, mpz_srcptr den, mpq_ptr product) {
+  const auto cancel = [](mpz_srcptr* a, mpz_srcptr* d, mpz_ptr a_rest, mpz_ptr d_rest) {
+    if (is_one(*d)) return;
     const mpz_ptr g = gmp_tmp[0];
-    mpz_gcd(g, a, den);
-    if (!is_one(g)) {
-      mpz_divexact(a, a, g);
-      mpz_divexact(gmp_tmp[1], den, g);
-      den = gmp_tmp[1];
-    }
+    mpz_gcd(g, *a, *d);
+    if (is_one(g)) return;
+    mpz_divexact(a_rest, *a, g);
+    mpz_divexact(d_rest, *d, g);
+    *a = a_rest;
+    *d = d_rest;
+  };
+  mpz_srcptr x_num = mpq_numref(x);
+  mpz_srcptr x_den = mpq_denref(x);
+  if (x_num != num) {  // the square of a reduced fraction is reduced
+    cancel(&x_num, &den, gmp_tmp[1], gmp_tmp[2]);
+    cancel(&num, &x_den, gmp_tmp[3], gmp_tmp[4]);
   }
-  if (!square && !is_one(b)) {
-    const mpz_ptr g = gmp_tmp[0];
-    mpz_gcd(g, b, num);
-    if (!is_one(g)) {
-      mpz_divexact(b, b, g);
-      mpz_divexact(gmp_tmp[2], num, g);
-      num = gmp_tmp[2];
-    }
+  mpz_mul(mpq_numref(product), x_num, num);
+  if (is_one(x_den)) {
+    mpz_set(mpq_denref(product), den);
+  } else {
+    mpz_mul(mpq_denref(product), x_den, den);
   }
-  mpz_mul(a, a, num);
-  if (!is_one(den)) mpz_mul(b, b, den);
-  if (mpz_sgn(b) < 0) {
-    mpz_neg(a, a);
-    mpz_neg(b, b);
+  if (mpz_sgn(mpq_denref(product)) < 0) {
+    mpz_neg(mpq_numref(product), mpq_numref(product));
+    mpz_neg(mpq_denref(product), mpq_denref(product));
   }
 }
 
 QNumber& QNumber::div_big(const QNumber& y) {
+  if (this == &y) return *this = QNumber(&integer_one, &integer_one, false);
   become_big();
-  if (this == &y) {
-    mpz_set_ui(block_->num, 1);
-    mpz_set_ui(block_->den, 1);
-  } else {
-    mul_block(y.block_->den, y.block_->num);
-  }
+  big_product(block(), y.big_den(), y.big_num(), block());
   return *this;
 }
 
+// Adds a product with a big factor. Integers, the usual case, need no number for the product.
 void QNumber::addmul_big(const QNumber& a, const QNumber& b) {
-  const QNumber& big = a.den_ == 0 ? a : b;
-  const QNumber& other = a.den_ == 0 ? b : a;
-  const mpz_ptr num = gmp_tmp[4];
-  const mpz_ptr den = gmp_tmp[5];
-  if (other.den_ != 0) {
-    mpz_mul_si(num, big.block_->num, other.num_);
-    mpz_mul_si(den, big.block_->den, other.den_);
-  } else {
-    mpz_mul(num, big.block_->num, other.block_->num);
-    mpz_mul(den, big.block_->den, other.block_->den);
-  }
-  become_big();
-  if (is_one(den)) {
-    add_block<false>(num, den);
+  if (!is_integer() || !a.is_integer() || !b.is_integer()) {
+    *this += a * b;
     return;
   }
-  mpz_gcd(gmp_tmp[0], num, den);
-  mpz_divexact(num, num, gmp_tmp[0]);
-  mpz_divexact(den, den, gmp_tmp[0]);
-  add_block<false>(num, den);
+  const QNumber& big = a.den_ == 0 ? a : b;
+  const QNumber& other = a.den_ == 0 ? b : a;
+  if (other.den_ == 0) {
+    become_big();
+    mpz_addmul(mpq_numref(block()), big.big_num(), other.big_num());
+    return;
+  }
+  const long factor = other.num_;  // it may be that of this number, which changes its form
+  become_big();
+  if (factor < 0) {
+    mpz_submul_ui(mpq_numref(block()), big.big_num(), magnitude(factor));
+  } else {
+    mpz_addmul_ui(mpq_numref(block()), big.big_num(), magnitude(factor));
+  }
 }
 
-// --- Integers
-// --------------------------------------------------------------------------------------------------
+// Integers.
 
 void QNumber::divmod_big(const QNumber& d, QNumber& q, QNumber& r) const {
   const mpz_ptr quotient = gmp_tmp[0];
   const mpz_ptr remainder = gmp_tmp[1];
   const auto numerator = [](const QNumber& x, mpz_ptr scratch) -> mpz_srcptr {
-    if (x.den_ == 0) return x.block_->num;
+    if (x.den_ == 0) return x.big_num();
     mpz_set_si(scratch, x.num_);
     return scratch;
   };
@@ -365,13 +427,13 @@ void QNumber::divmod_big(const QNumber& d, QNumber& q, QNumber& r) const {
 
 QNumber QNumber::gcd_big(const QNumber& a, const QNumber& b) {
   if (a.den_ == 0 && b.den_ == 0) {
-    mpz_gcd(gmp_tmp[0], a.block_->num, b.block_->num);
+    mpz_gcd(gmp_tmp[0], a.big_num(), b.big_num());
     return QNumber(gmp_tmp[0], &integer_one, false);
   }
   const QNumber& big = a.den_ == 0 ? a : b;
   const long small = a.den_ == 0 ? b.num_ : a.num_;
   if (small == 0) return big.sign() < 0 ? big.neg() : big;
-  return QNumber(Words{static_cast<long>(mpz_gcd_ui(nullptr, big.block_->num, magnitude(small))), 1});
+  return QNumber(Words{static_cast<long>(mpz_gcd_ui(nullptr, big.big_num(), magnitude(small))), 1});
 }
 
 QNumber QNumber::lcm_big(const QNumber& a, const QNumber& b) {
@@ -382,44 +444,31 @@ QNumber QNumber::lcm_big(const QNumber& a, const QNumber& b) {
     return from_integer(multiple);
   }
   if (a.den_ == 0 && b.den_ == 0) {
-    mpz_lcm(multiple, a.block_->num, b.block_->num);
+    mpz_lcm(multiple, a.big_num(), b.big_num());
   } else {
     const QNumber& big = a.den_ == 0 ? a : b;
     const QNumber& small = a.den_ == 0 ? b : a;
-    mpz_lcm_ui(multiple, big.block_->num, magnitude(small.num_));
+    mpz_lcm_ui(multiple, big.big_num(), magnitude(small.num_));
   }
   return QNumber(multiple, &integer_one, false);
 }
 
-// --- Comparisons
-// -----------------------------------------------------------------------------------------------
+// Comparisons.
 
 bool QNumber::equal_big(const QNumber& a, const QNumber& b) {
-  if (a.den_ == 0 && b.den_ == 0) {
-    return mpz_cmp(a.block_->num, b.block_->num) == 0 && mpz_cmp(a.block_->den, b.block_->den) == 0;
-  }
+  if (a.den_ == 0 && b.den_ == 0) return mpq_equal(a.block(), b.block()) != 0;
   const QNumber& big = a.den_ == 0 ? a : b;
   const QNumber& small = a.den_ == 0 ? b : a;
-  return mpz_cmp_si(big.block_->num, small.num_) == 0 && mpz_cmp_si(big.block_->den, small.den_) == 0;
+  return mpz_cmp_si(big.big_num(), small.num_) == 0 && mpz_cmp_si(big.big_den(), small.den_) == 0;
 }
 
-// The sign of a - b; at least one is big.
+// The sign of a - b, of which one at least is big.
 int QNumber::compare_big(const QNumber& a, const QNumber& b) {
-  if (a.den_ != 0) return -compare_big(b, a);
-  const mpz_srcptr num = a.block_->num;
-  const mpz_srcptr den = a.block_->den;
-  const mpz_ptr left = gmp_tmp[0];
-  const mpz_ptr right = gmp_tmp[1];
-  if (b.den_ != 0) {
-    if (b.den_ == 1 && is_one(den)) return mpz_cmp_si(num, b.num_);
-    mpz_mul_si(left, num, b.den_);
-    mpz_mul_si(right, den, b.num_);
-    return mpz_cmp(left, right);
-  }
-  if (mpz_cmp(den, b.block_->den) == 0) return mpz_cmp(num, b.block_->num);
-  mpz_mul(left, num, b.block_->den);
-  mpz_mul(right, b.block_->num, den);
-  return mpz_cmp(left, right);
+  if (a.den_ == 0 && b.den_ == 0) return mpq_cmp(a.block(), b.block());
+  const QNumber& big = a.den_ == 0 ? a : b;
+  const QNumber& small = a.den_ == 0 ? b : a;
+  const int order = mpq_cmp_si(big.block(), small.num_, magnitude(small.den_));
+  return a.den_ == 0 ? order : -order;
 }
 
 }  // namespace quarv

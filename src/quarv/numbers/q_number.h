@@ -97,16 +97,16 @@ class QNumber {
     return *this;
   }
 
-  /// The integer `value`, small when it fits a small word.
+  /// The integer `value`, in small form when it fits.
   static QNumber from_integer(mpz_srcptr value);
 
-  /// Reads an integer ("7", "-12"), a decimal ("1.25", "-0.5") or a fraction of integers ("-3/2"; only the
-  /// first integer may have a sign). The result is small when it fits. \throws std::invalid_argument if
-  /// `text` is nothing of these, or a fraction with denominator 0
+  /// Reads an integer ("7", "-12"), a decimal ("1.25", "-0.5") or a fraction of integers ("-3/2"; the sign
+  /// comes first). The result is small when it fits.
+  ///
+  /// \throws std::invalid_argument if `text` is nothing of these, or if the denominator is 0
   static QNumber parse(std::string_view text);
 
-  /// Assigns the integer `value`, in small form when it fits, otherwise in big form (which reuses its
-  /// memory).
+  /// Assigns the integer `value`: in small form when it fits, otherwise in big form, which keeps its memory.
   void set_integer(mpz_srcptr value);
 
   /// The value in decimal: "7" for an integer, "-3/2" for any other number.
@@ -134,13 +134,13 @@ class QNumber {
   /// Numerator; valid until this number changes. \pre !is_small()
   mpz_srcptr big_num() const {
     assert(den_ == 0);
-    return block_->num;
+    return mpq_numref(block());
   }
 
   /// Denominator; valid until this number changes. \pre !is_small()
   mpz_srcptr big_den() const {
     assert(den_ == 0);
-    return block_->den;
+    return mpq_denref(block());
   }
 
   /// Numerator, in either form.
@@ -166,31 +166,27 @@ class QNumber {
   QNumber operator-() const { return neg(); }
 
   QNumber& operator+=(const QNumber& y) {
-    long sum;
-    if (den_ == 1 && y.den_ == 1 && !__builtin_add_overflow(num_, y.num_, &sum) && sum != LONG_MIN) {
+    if (long sum; integer_sum<false>(*this, y, &sum)) {
       num_ = sum;
-    } else if (!add_small_fraction<false>(y)) {
+    } else {
       add_general<false>(y);
     }
     return *this;
   }
 
   QNumber& operator-=(const QNumber& y) {
-    long difference;
-    if (den_ == 1 && y.den_ == 1 && !__builtin_sub_overflow(num_, y.num_, &difference) &&
-        difference != LONG_MIN) {
+    if (long difference; integer_sum<true>(*this, y, &difference)) {
       num_ = difference;
-    } else if (!add_small_fraction<true>(y)) {
+    } else {
       add_general<true>(y);
     }
     return *this;
   }
 
   QNumber& operator*=(const QNumber& y) {
-    long product;
-    if (den_ == 1 && y.den_ == 1 && small_product(num_, y.num_, &product)) {
+    if (long product; integer_product(*this, y, &product)) {
       num_ = product;
-    } else if (!mul_small_fraction(y)) {
+    } else {
       mul_general(y);
     }
     return *this;
@@ -214,8 +210,9 @@ class QNumber {
 
   /// Divides integers: *this = q * d + r. If both operands are small, q is rounded toward zero and r has the
   /// sign of the dividend; if one is big, q is rounded down and r has the sign of d. For non-negative
-  /// operands the two agree. Each result is small when it fits. Results may be operands, but not one number
-  /// both. \pre both operands are integers, d is not 0
+  /// operands the two agree. Each result is small when it fits. A result may replace an operand.
+  ///
+  /// \pre both operands are integers; d is not 0; q and r are two numbers
   void divmod(const QNumber& d, QNumber& q, QNumber& r) const {
     if (den_ == 0 || d.den_ == 0) {
       divmod_big(d, q, r);
@@ -228,21 +225,18 @@ class QNumber {
   }
 
   friend QNumber operator+(const QNumber& a, const QNumber& b) {
-    QNumber result(a);
-    result += b;
-    return result;
+    if (long sum; integer_sum<false>(a, b, &sum)) return QNumber(Words{sum, 1});
+    return QNumber(sum_general<false>(a, b));
   }
   friend QNumber operator+(const QNumber& a, long b) { return a + QNumber(b); }
   friend QNumber operator-(const QNumber& a, const QNumber& b) {
-    QNumber result(a);
-    result -= b;
-    return result;
+    if (long difference; integer_sum<true>(a, b, &difference)) return QNumber(Words{difference, 1});
+    return QNumber(sum_general<true>(a, b));
   }
   friend QNumber operator-(const QNumber& a, long b) { return a - QNumber(b); }
   friend QNumber operator*(const QNumber& a, const QNumber& b) {
-    QNumber result(a);
-    result *= b;
-    return result;
+    if (long product; integer_product(a, b, &product)) return QNumber(Words{product, 1});
+    return QNumber(product_general(a, b));
   }
   /// \pre b is not 0
   friend QNumber operator/(const QNumber& a, const QNumber& b) {
@@ -279,37 +273,59 @@ class QNumber {
   }
 
  private:
-  /// The memory of a big number.
-  struct Block {
-    mpz_t num;
-    mpz_t den;
-  };
+  /// The memory of a big number: two GMP integers, the numerator first.
+  using Block = __mpq_struct;
 
-  /// A canonical fraction of small words.
+  /// The two words of a number, of whatever form.
   struct Words {
     long num;
     long den;
   };
 
+  /// Takes over the words of a number.
   explicit QNumber(Words words) : num_(words.num), den_(words.den) {}
+
+  Words words() const { return {num_, den_}; }
+
+  /// Gives its words away and leaves 0 behind.
+  Words release() {
+    const Words result = words();
+    num_ = 0;
+    den_ = 1;
+    return result;
+  }
 
   static unsigned long magnitude(long x) {
     return x < 0 ? -static_cast<unsigned long>(x) : static_cast<unsigned long>(x);
   }
 
+  /// The sum (or difference), if it is a word; it may be -2^63.
+  template <bool subtract>
+  static bool word_sum(long x, long y, long* sum) {
+    return subtract ? !__builtin_sub_overflow(x, y, sum) : !__builtin_add_overflow(x, y, sum);
+  }
+
   /// The product, if its magnitude is at most 2^63 - 1.
-  static bool small_product(long x, long y, long* product) {
+  static bool word_product(long x, long y, long* product) {
     return !__builtin_mul_overflow(x, y, product) && *product != LONG_MIN;
   }
 
+  /// The sum (or difference), if the operands are small integers and it is one.
+  template <bool subtract>
+  static bool integer_sum(const QNumber& x, const QNumber& y, long* sum) {
+    return x.den_ == 1 && y.den_ == 1 && word_sum<subtract>(x.num_, y.num_, sum) && *sum != LONG_MIN;
+  }
+
+  /// The product, if the operands are small integers and it is one.
+  static bool integer_product(const QNumber& x, const QNumber& y, long* product) {
+    return x.den_ == 1 && y.den_ == 1 && word_product(x.num_, y.num_, product);
+  }
+
   static bool small_lcm(long x, long y, long* multiple) {
-    if (x == 0 || y == 0) {
-      *multiple = 0;
-      return true;
-    }
+    *multiple = 0;
+    if (x == 0 || y == 0) return true;
     const unsigned long divisor = cached_gcd(magnitude(x), magnitude(y));
-    return small_product(static_cast<long>(magnitude(x) / divisor), static_cast<long>(magnitude(y)),
-                         multiple);
+    return word_product(static_cast<long>(magnitude(x) / divisor), static_cast<long>(magnitude(y)), multiple);
   }
 
   static std::size_t hash_words(long num, long den) {
@@ -325,10 +341,8 @@ class QNumber {
     return static_cast<__int128>(a.num_) * b.den_ < static_cast<__int128>(b.num_) * a.den_;
   }
 
-  template <bool subtract>
-  bool add_small_fraction(const QNumber& y);
-  bool mul_small_fraction(const QNumber& y);
-
+  Block* block() const { return reinterpret_cast<Block*>(num_); }
+  static Words new_block();
   void become_big(long num, long den);
   void become_big() {
     if (den_ != 0) become_big(num_, den_);
@@ -339,15 +353,23 @@ class QNumber {
   void reduce_big();
   QNumber neg_big() const;
 
+  // What integers of one word do not need. Fractions of words are computed there too, without allocation:
+  // beside their gcd a call is nothing, and inline they would burden every sum of integers.
   template <bool subtract>
   void add_general(const QNumber& y);
   template <bool subtract>
-  void add_words(long num, long den);
+  static Words sum_general(const QNumber& x, const QNumber& y);
   template <bool subtract>
-  void add_block(mpz_srcptr num, mpz_srcptr den);
+  static bool small_sum(const QNumber& x, const QNumber& y, Words* sum);
+  template <bool subtract>
+  void add_words(Words y);
+  template <bool subtract>
+  static void big_sum(mpq_srcptr x, mpq_srcptr y, mpq_ptr sum);
   void mul_general(const QNumber& y);
-  void mul_words(long num, long den);
-  void mul_block(mpz_srcptr num, mpz_srcptr den);
+  static Words product_general(const QNumber& x, const QNumber& y);
+  static bool small_product(const QNumber& x, const QNumber& y, Words* product);
+  void mul_words(Words y);
+  static void big_product(mpq_srcptr x, mpz_srcptr num, mpz_srcptr den, mpq_ptr product);
   QNumber& div_big(const QNumber& y);
   void addmul_big(const QNumber& a, const QNumber& b);
   void divmod_big(const QNumber& d, QNumber& q, QNumber& r) const;
@@ -356,10 +378,7 @@ class QNumber {
   static bool equal_big(const QNumber& a, const QNumber& b);
   static int compare_big(const QNumber& a, const QNumber& b);
 
-  union {
-    long num_;      ///< small form: the numerator
-    Block* block_;  ///< big form
-  };
+  long num_;  ///< small form: the numerator; big form: the address of the `Block`
   long den_;  ///< small form: the denominator; big form: 0
 };
 
@@ -389,46 +408,6 @@ inline QNumber::QNumber(long num, long den) : num_(num), den_(den) {
     num_ = -num_;
     den_ = -den_;
   }
-}
-
-/// Adds (or subtracts) within small words; false, and nothing changed, if an operand is big or a step
-/// overflows. With g = gcd(b, d), a/b + c/d = (a(d/g) + c(b/g)) / (b(d/g)), in which only a divisor of g can
-/// still cancel.
-template <bool subtract>
-inline bool QNumber::add_small_fraction(const QNumber& y) {
-  if (den_ == 0 || y.den_ == 0) return false;
-  const long g =
-      static_cast<long>(cached_gcd(static_cast<unsigned long>(den_), static_cast<unsigned long>(y.den_)));
-  const long b = g == 1 ? den_ : den_ / g;
-  const long d = g == 1 ? y.den_ : y.den_ / g;
-  long left, right, num, den;
-  if (!small_product(num_, d, &left) || !small_product(y.num_, b, &right)) return false;
-  if (subtract ? __builtin_sub_overflow(left, right, &num) : __builtin_add_overflow(left, right, &num)) {
-    return false;
-  }
-  long rest = y.den_;
-  if (g != 1) {
-    const long cancelled = static_cast<long>(cached_gcd(magnitude(num), static_cast<unsigned long>(g)));
-    num /= cancelled;
-    rest /= cancelled;
-  }
-  if (num == LONG_MIN || !small_product(rest, b, &den)) return false;
-  num_ = num;
-  den_ = den;
-  return true;
-}
-
-/// Multiplies within small words; false, and nothing changed, if an operand is big or a product overflows.
-inline bool QNumber::mul_small_fraction(const QNumber& y) {
-  if (den_ == 0 || y.den_ == 0) return false;
-  const long g1 = static_cast<long>(cached_gcd(magnitude(num_), static_cast<unsigned long>(y.den_)));
-  const long g2 = static_cast<long>(cached_gcd(magnitude(y.num_), static_cast<unsigned long>(den_)));
-  long num, den;
-  if (!small_product(num_ / g1, y.num_ / g2, &num) || !small_product(den_ / g2, y.den_ / g1, &den))
-    return false;
-  num_ = num;
-  den_ = den;
-  return true;
 }
 
 }  // namespace quarv
