@@ -15,11 +15,14 @@ inline constexpr unsigned long gcd_cache_size = 1024;
 extern long gcd_cache[gcd_cache_size][gcd_cache_size];
 
 /// Computes gcd(x, y) by Euclid's algorithm and writes it to the entries (x, y) and (y, x).
+///
 /// \pre x < gcd_cache_size, 0 < y < gcd_cache_size
 void fill_gcd_cache(unsigned long x, unsigned long y);
 
 /// gcd(x, y), if x and y are small enough for the cache and the entry is known, otherwise 0. An entry that
-/// could be known but is not is filled. \pre 0 < y
+/// could be known but is not is filled.
+///
+/// \pre 0 < y
 inline unsigned long look_up_gcd(unsigned long x, unsigned long y) {
   if ((x | y) >= gcd_cache_size) return 0;
   if (const long known = gcd_cache[x][y]; known != 0) return static_cast<unsigned long>(known);

@@ -1,5 +1,3 @@
-#include <memory>
-
 #include <quarv/numbers/q_number.h>
 
 namespace quarv {
@@ -37,7 +35,7 @@ constinit mpz_t QNumber::gmp_tmp[8] = {{{0, 0, &unused_limb}}, {{0, 0, &unused_l
                                        {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}},
                                        {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}};
 
-// Forms.
+// --- Forms ---
 
 // The words of a big number that is about to get its value.
 QNumber::Words QNumber::new_block() {
@@ -47,12 +45,15 @@ QNumber::Words QNumber::new_block() {
   return {reinterpret_cast<long>(block), 0};
 }
 
-QNumber::QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize) {
+// The words of a big number, a copy.
+QNumber::Words QNumber::new_block(mpz_srcptr num, mpz_srcptr den) {
   Block* const block = new Block;
   mpz_init_set(mpq_numref(block), num);
   mpz_init_set(mpq_denref(block), den);
-  num_ = reinterpret_cast<long>(block);
-  den_ = 0;
+  return {reinterpret_cast<long>(block), 0};
+}
+
+QNumber::QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize) : QNumber(new_block(num, den)) {
   if (canonicalize) reduce_big();
 }
 
@@ -71,10 +72,9 @@ QNumber QNumber::from_integer(mpz_srcptr value) {
 
 void QNumber::set_integer(mpz_srcptr value) {
   if (fits_small(value)) {
-    const long word = mpz_get_si(value);
+    const Words word{mpz_get_si(value), 1};
     if (den_ == 0) free_block();
-    num_ = word;
-    den_ = 1;
+    set_words(word);
   } else if (den_ == 0) {
     mpz_set(mpq_numref(block()), value);
     mpz_set_ui(mpq_denref(block()), 1);
@@ -87,17 +87,7 @@ void QNumber::become_big(long num, long den) {
   Block* const block = new Block;
   mpz_init_set_si(mpq_numref(block), num);
   mpz_init_set_si(mpq_denref(block), den);
-  num_ = reinterpret_cast<long>(block);
-  den_ = 0;
-}
-
-// Makes this number, whose words hold nothing of its own, a copy of a big one.
-void QNumber::copy_block(const QNumber& other) {
-  Block* const block = new Block;
-  mpz_init_set(mpq_numref(block), other.big_num());
-  mpz_init_set(mpq_denref(block), other.big_den());
-  num_ = reinterpret_cast<long>(block);
-  den_ = 0;
+  set_words({reinterpret_cast<long>(block), 0});
 }
 
 void QNumber::free_block() noexcept {
@@ -113,7 +103,7 @@ void QNumber::assign_big(const QNumber& other) {
     return;
   }
   if (den_ != 0) {
-    copy_block(other);
+    set_words(new_block(other.big_num(), other.big_den()));
     return;
   }
   mpz_set(mpq_numref(block()), other.big_num());
@@ -143,8 +133,8 @@ void QNumber::reduce_big() {
 }
 
 QNumber QNumber::demoted() const {
-  if (den_ != 0 || !fits_small(mpq_numref(block())) || !fits_small(mpq_denref(block()))) return *this;
-  return QNumber(Words{mpz_get_si(mpq_numref(block())), mpz_get_si(mpq_denref(block()))});
+  if (den_ != 0 || !fits_small(big_num()) || !fits_small(big_den())) return *this;
+  return QNumber(Words{mpz_get_si(big_num()), mpz_get_si(big_den())});
 }
 
 QNumber QNumber::floor() const {
@@ -152,7 +142,7 @@ QNumber QNumber::floor() const {
     const long quotient = num_ / den_;
     return QNumber(Words{num_ % den_ < 0 ? quotient - 1 : quotient, 1});
   }
-  mpz_fdiv_q(gmp_tmp[0], mpq_numref(block()), mpq_denref(block()));
+  mpz_fdiv_q(gmp_tmp[0], big_num(), big_den());
   return from_integer(gmp_tmp[0]);
 }
 
@@ -163,12 +153,11 @@ QNumber QNumber::neg_big() const {
 }
 
 std::size_t QNumber::hash_big() const {
-  if (fits_small(mpq_numref(block())) && fits_small(mpq_denref(block()))) {
-    return hash_words(mpz_get_si(mpq_numref(block())), mpz_get_si(mpq_denref(block())));
+  if (fits_small(big_num()) && fits_small(big_den())) {
+    return hash_words(mpz_get_si(big_num()), mpz_get_si(big_den()));
   }
-  std::size_t result = static_cast<std::size_t>(mpz_sgn(mpq_numref(block())));
-  for (const mpz_srcptr part :
-       {static_cast<mpz_srcptr>(mpq_numref(block())), static_cast<mpz_srcptr>(mpq_denref(block()))}) {
+  auto result = static_cast<std::size_t>(sign());
+  for (const mpz_srcptr part : {big_num(), big_den()}) {
     const mp_limb_t* const limbs = mpz_limbs_read(part);
     const std::size_t size = mpz_size(part);
     for (std::size_t i = 0; i < size; ++i) {
@@ -178,7 +167,7 @@ std::size_t QNumber::hash_big() const {
   return result;
 }
 
-// Sums.
+// --- Sums ---
 
 // With g = gcd(b, d), a/b + c/d = (a(d/g) + c(b/g)) / (b(d/g)), in which only a divisor of g can still
 // cancel. Answers false if an operand is big or a step does not fit.
@@ -201,8 +190,7 @@ bool QNumber::small_sum(const QNumber& x, const QNumber& y, Words* sum) {
 template <bool subtract>
 void QNumber::add_general(const QNumber& y) {
   if (Words sum; small_sum<subtract>(*this, y, &sum)) {
-    num_ = sum.num;
-    den_ = sum.den;
+    set_words(sum);
   } else if (y.den_ == 0) {
     become_big();
     big_sum<subtract>(block(), y.block(), block());
@@ -292,7 +280,7 @@ void QNumber::big_sum(mpq_srcptr x, mpq_srcptr y, mpq_ptr sum) {
   mpz_mul(den, left, rest);
 }
 
-// Products.
+// --- Products ---
 
 // Each numerator is cancelled with the other denominator, which leaves nothing to cancel in the product.
 // Answers false if an operand is big or a product does not fit.
@@ -306,8 +294,7 @@ bool QNumber::small_product(const QNumber& x, const QNumber& y, Words* product) 
 
 void QNumber::mul_general(const QNumber& y) {
   if (Words product; small_product(*this, y, &product)) {
-    num_ = product.num;
-    den_ = product.den;
+    set_words(product);
   } else if (y.den_ == 0) {
     become_big();
     big_product(block(), y.big_num(), y.big_den(), block());
@@ -408,7 +395,7 @@ void QNumber::addmul_big(const QNumber& a, const QNumber& b) {
   }
 }
 
-// Integers.
+// --- Integers ---
 
 void QNumber::divmod_big(const QNumber& d, QNumber& q, QNumber& r) const {
   const mpz_ptr quotient = gmp_tmp[0];
@@ -453,7 +440,7 @@ QNumber QNumber::lcm_big(const QNumber& a, const QNumber& b) {
   return QNumber(multiple, &integer_one, false);
 }
 
-// Comparisons.
+// --- Comparisons ---
 
 bool QNumber::equal_big(const QNumber& a, const QNumber& b) {
   if (a.den_ == 0 && b.den_ == 0) return mpq_equal(a.block(), b.block()) != 0;

@@ -20,9 +20,8 @@ namespace quarv {
 ///
 /// A number is held in one of two forms, which the second word tells apart:
 /// - small: numerator and denominator are signed 64-bit words; the denominator is not 0;
-/// - big: the second word is 0 and the first points to a block, owned by the number, with the numerator and
-/// the
-///   denominator as GMP integers.
+/// - big: the second word is 0; the first is the address of a block that the number owns and that holds the
+///   numerator and the denominator as GMP integers.
 ///
 /// Both forms are canonical: the denominator is positive, numerator and denominator are coprime, and zero is
 /// 0/1. The word -2^63 is never held small, so that negation and absolute value of a small word cannot
@@ -50,19 +49,24 @@ class QNumber {
       become_big(LONG_MIN, 1);
   }
 
-  /// The fraction num/den, reduced. \pre den != 0
+  /// The fraction num/den, reduced.
+  ///
+  /// \pre den != 0
   QNumber(long num, long den);
 
   /// The fraction num/den in big form, whatever its size. It is reduced when `canonicalize` is true and must
-  /// already be canonical otherwise. \pre den != 0
+  /// already be canonical otherwise.
+  ///
+  /// \pre den != 0
   QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize);
 
   /// The fraction num/den, reduced: in small form when both integers fit an `int`, in big form otherwise.
+  ///
   /// \pre den != 0
   QNumber(const mpz_class& num, const mpz_class& den);
 
   QNumber(const QNumber& other) : num_(other.num_), den_(other.den_) {
-    if (den_ == 0) copy_block(other);
+    if (den_ == 0) set_words(new_block(other.big_num(), other.big_den()));
   }
 
   /// Leaves 0 behind.
@@ -196,7 +200,7 @@ class QNumber {
   QNumber& operator/=(const QNumber& y) {
     assert(!y.is_zero());
     if (y.den_ == 0) return div_big(y);
-    return *this *= QNumber(y.num_ < 0 ? Words{-y.den_, -y.num_} : Words{y.den_, y.num_});
+    return *this *= y.small_reciprocal();
   }
 
   /// Adds a * b.
@@ -240,6 +244,7 @@ class QNumber {
   }
   /// \pre b is not 0
   friend QNumber operator/(const QNumber& a, const QNumber& b) {
+    if (b.den_ != 0) return a * b.small_reciprocal();
     QNumber result(a);
     result /= b;
     return result;
@@ -287,6 +292,12 @@ class QNumber {
 
   Words words() const { return {num_, den_}; }
 
+  /// Changes a small number, or gives a number that owns nothing its words.
+  void set_words(Words words) {
+    num_ = words.num;
+    den_ = words.den;
+  }
+
   /// Gives its words away and leaves 0 behind.
   Words release() {
     const Words result = words();
@@ -294,6 +305,8 @@ class QNumber {
     den_ = 1;
     return result;
   }
+
+  QNumber small_reciprocal() const { return QNumber(num_ < 0 ? Words{-den_, -num_} : Words{den_, num_}); }
 
   static unsigned long magnitude(long x) {
     return x < 0 ? -static_cast<unsigned long>(x) : static_cast<unsigned long>(x);
@@ -343,11 +356,11 @@ class QNumber {
 
   Block* block() const { return reinterpret_cast<Block*>(num_); }
   static Words new_block();
+  static Words new_block(mpz_srcptr num, mpz_srcptr den);
   void become_big(long num, long den);
   void become_big() {
     if (den_ != 0) become_big(num_, den_);
   }
-  void copy_block(const QNumber& other);
   void free_block() noexcept;
   void assign_big(const QNumber& other);
   void reduce_big();
