@@ -38,6 +38,7 @@ class ResultBuilder {
     } else if (node.kind == Kind::application) {
       node.arguments = build_arguments(tree, outer);
     }
+    if (rule_->result.size() == max_result_nodes) fail(tree, "the result is too large");
     rule_->result.push_back(std::move(node));
     return rule_->result.size() - 1;
   }

@@ -46,8 +46,9 @@ enum class Shape : std::uint8_t {
 
 /// An operator word of the language.
 struct Operator {
-  std::string_view word;  ///< "bvadd"; "==" and "~" for equality and negation
-  SymbolTag::tag tag;     ///< tag of the terms that it heads
+  std::string_view word;      ///< "bvadd"; "==" and "~" for equality and negation
+  SymbolTag::tag tag;         ///< tag of the terms that it heads
+  std::string_view tag_name;  ///< its enumerator: "BV_ADD"
   Shape shape;
   std::uint8_t num_parameters;
   std::uint8_t num_arguments;
@@ -179,6 +180,7 @@ struct Rule {
 /// Bounds on a rule, so that matching works in fixed storage. The parser rejects what exceeds them.
 inline constexpr std::size_t max_positions = 64;
 inline constexpr std::size_t max_parameters = 32;
+inline constexpr std::size_t max_result_nodes = 64;
 inline constexpr std::size_t max_depth = 32;
 
 /// Parses one rule. Throws RuleError, with `line` as its line.

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include <quarv/term/symbol_tag.h>
+
+namespace quarv::rules {
+
+/// What a rule asks of an argument of the root.
+struct ChildShape {
+  enum class Kind : std::uint8_t {
+    any,
+    headed_by,     ///< its root has tag `tag`; numerals have the tag CONSTANT
+    not_constant,  ///< its root has another tag than CONSTANT
+  };
+  Kind kind = Kind::any;
+  SymbolTag::tag tag = SymbolTag::UF;
+
+  static constexpr ChildShape any() { return {}; }
+  static constexpr ChildShape headed_by(SymbolTag::tag t) { return {Kind::headed_by, t}; }
+  static constexpr ChildShape not_constant() { return {Kind::not_constant, SymbolTag::UF}; }
+
+  bool admits(SymbolTag::tag t) const {
+    return kind == Kind::any || (kind == Kind::headed_by ? t == tag : t != SymbolTag::CONSTANT);
+  }
+};
+
+/// For the first and the second argument.
+using ChildShapes = std::array<ChildShape, 2>;
+
+/// Finds the rules that can match a term from its tag and those of its first two arguments.
+///
+/// Each operator has a table of its own. Tags that no rule of the operator tells apart share a row (or a
+/// column), so that the tables stay small: about a dozen squared for equality, which has the most rules.
+class RuleIndex {
+ public:
+  struct Entry {
+    std::uint32_t number;  ///< what `candidates` answers
+    SymbolTag::tag applicant;
+    ChildShapes shapes;
+  };
+
+  /// Makes the tables anew.
+  void build(std::span<const Entry> entries);
+
+  /// The numbers of the rules to try on a term, in the order in which they were handed to `build`. The tag of
+  /// an argument that does not exist is of no consequence.
+  std::span<const std::uint32_t> candidates(SymbolTag::tag root, SymbolTag::tag first,
+                                            SymbolTag::tag second) const {
+    const Table* table = tables_[root].get();
+    if (table == nullptr) return {};
+    const std::size_t cell = table->row[first] * table->num_columns + table->column[second];
+    return std::span(table->numbers).subspan(table->begin[cell], table->begin[cell + 1] - table->begin[cell]);
+  }
+
+  /// True when some rule is for that operator.
+  bool has_rules(SymbolTag::tag root) const { return tables_[root] != nullptr; }
+
+ private:
+  struct Table {
+    std::array<std::uint8_t, SymbolTag::count> row{};
+    std::array<std::uint8_t, SymbolTag::count> column{};
+    std::size_t num_columns = 0;
+    std::vector<std::uint32_t> begin;  // of each cell's part of `numbers`, and the end of the last
+    std::vector<std::uint32_t> numbers;
+  };
+
+  static std::unique_ptr<Table> make_table(std::span<const Entry> entries, SymbolTag::tag applicant);
+
+  std::array<std::unique_ptr<Table>, SymbolTag::count> tables_;
+};
+
+}  // namespace quarv::rules

@@ -1,0 +1,213 @@
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include <quarv/rules/child_shapes.h>
+#include <quarv/rules/rule_helpers.h>
+#include <quarv/rules/rule_interpreter.h>
+#include <quarv/rules/rule_operations.h>
+
+namespace quarv::rules {
+
+namespace {
+
+/// One attempt to apply a rule.
+class Attempt {
+ public:
+  Attempt(TermManager* mgr, const Rule& rule) : mgr_(mgr), rule_(rule) {}
+
+  /// Binds positions and operator parameters.
+  bool match_pattern(const Term* root) {
+    terms_[0] = root;
+    for (std::size_t position = 0; position < rule_.pattern.size(); ++position) {
+      const PatternNode& node = rule_.pattern[position];
+      if (position > 0) terms_[position] = terms_[node.parent]->args[node.child];
+      if (node.kind != PatternNode::Kind::application) continue;
+      std::size_t parameters[2] = {};
+      if (!recognize(mgr_, *node.op, terms_[position]->symbol, parameters)) return false;
+      for (std::size_t i = 0; i < node.parameters.size(); ++i) integers_[node.parameters[i]] = parameters[i];
+    }
+    return true;
+  }
+
+  bool holds(const Condition& test) {
+    const Term* const a = terms_[test.a];
+    switch (test.kind) {
+      case Condition::Kind::states_literal:
+        return true;
+      case Condition::Kind::is_const:
+        return is_number(mgr_, a);
+      case Condition::Kind::is_not_const:
+        return !is_number(mgr_, a);
+      case Condition::Kind::identity:
+        return a == terms_[test.b];
+      case Condition::Kind::precedes:
+        return a->id < terms_[test.b]->id;
+      case Condition::Kind::has_value:
+        return test.value < 0 ? is_all_ones(mgr_, a) : has_value(mgr_, a, test.value);
+      case Condition::Kind::compare_values:
+        return compare_values(test);
+      case Condition::Kind::compare: {
+        std::uint64_t left, right;
+        return evaluate(test.left, &left) && evaluate(test.right, &right) &&
+               related(left, test.relation, right);
+      }
+      case Condition::Kind::power_of_two:
+        return is_power_of_two(mgr_, a, &integers_[test.b]);
+      case Condition::Kind::fits: {
+        std::size_t width;
+        return get_width(mgr_, a, &width) &&
+               sum_fits(mgr_, terms_[test.left.index], terms_[test.right.index], width);
+      }
+      case Condition::Kind::binding:
+        return evaluate(test.left, &integers_[test.b]);
+    }
+    return false;
+  }
+
+  /// Gets the widths that constants of the result take from terms of the pattern, before anything is built.
+  bool get_widths() {
+    for (const ResultNode& node : rule_.result) {
+      std::size_t width;
+      if (is_constant(node) && !node.width.from_result &&
+          !get_width(mgr_, terms_[node.width.index], &width)) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  const Term* build_result() {
+    std::size_t i = 0;
+    for (const ResultNode& node : rule_.result) results_[i++] = build(node);
+    return results_[i - 1];
+  }
+
+ private:
+  static bool is_constant(const ResultNode& node) {
+    return node.kind == ResultNode::Kind::literal || node.kind == ResultNode::Kind::exponent;
+  }
+
+  const Term* build(const ResultNode& node) {
+    switch (node.kind) {
+      case ResultNode::Kind::subterm:
+        return terms_[node.index];
+      case ResultNode::Kind::truth:
+        return mgr_->make_bool(node.value != 0);
+      case ResultNode::Kind::literal:
+        return make_constant(mgr_, node.value, width_for(node));
+      case ResultNode::Kind::exponent:
+        return make_constant(mgr_, static_cast<std::int64_t>(integers_[node.index]), width_for(node));
+      case ResultNode::Kind::application:
+        break;
+    }
+    std::size_t parameters[2] = {};
+    for (std::size_t i = 0; i < node.parameters.size(); ++i) evaluate(node.parameters[i], &parameters[i]);
+    const Term* arguments[2] = {};
+    for (std::size_t i = 0; i < node.arguments.size(); ++i) arguments[i] = results_[node.arguments[i]];
+    return make_application(mgr_, *node.op, parameters, arguments);
+  }
+
+  std::size_t width_for(const ResultNode& node) const {
+    return width_of(mgr_, node.width.from_result ? results_[node.width.index] : terms_[node.width.index]);
+  }
+
+  template <class Number>
+  static bool related(const Number& left, Relation relation, const Number& right) {
+    switch (relation) {
+      case Relation::eq:
+        return left == right;
+      case Relation::ne:
+        return !(left == right);
+      case Relation::lt:
+        return left < right;
+      case Relation::le:
+        return left <= right;
+      case Relation::gt:
+        return left > right;
+      case Relation::ge:
+        return left >= right;
+    }
+    return false;
+  }
+
+  bool compare_values(const Condition& test) const {
+    QNumber left, right;
+    return get_value(test.left, &left) && get_value(test.right, &right) &&
+           related(left, test.relation, right);
+  }
+
+  /// A side of a comparison of values; false when it is a term that is no numeral.
+  bool get_value(const IntExpr& side, QNumber* value) const {
+    if (side.kind == IntExpr::Kind::value) {
+      const QNumber* number = mgr_->get_number(terms_[side.index]->symbol);
+      if (number != nullptr) *value = *number;
+      return number != nullptr;
+    }
+    std::uint64_t integer;
+    if (!evaluate(side, &integer)) return false;
+    *value = to_number(integer);
+    return true;
+  }
+
+  /// False when the width of a term is asked for that is no bit-vector.
+  bool evaluate(const IntExpr& expression, std::uint64_t* value) const {
+    switch (expression.kind) {
+      case IntExpr::Kind::literal:
+        *value = expression.index;
+        return true;
+      case IntExpr::Kind::parameter:
+        *value = integers_[expression.index];
+        return true;
+      case IntExpr::Kind::size:
+        return get_width(mgr_, terms_[expression.index], value);
+      case IntExpr::Kind::value:
+        return false;
+      case IntExpr::Kind::sum:
+      case IntExpr::Kind::difference:
+        break;
+    }
+    std::uint64_t left, right;
+    if (!evaluate(expression.operands[0], &left) || !evaluate(expression.operands[1], &right)) return false;
+    *value = expression.kind == IntExpr::Kind::sum ? left + right : left - right;
+    return true;
+  }
+
+  TermManager* mgr_;
+  const Rule& rule_;
+  std::array<const Term*, max_positions> terms_;        // by position
+  std::array<std::uint64_t, max_parameters> integers_;  // by parameter
+  std::array<const Term*, max_result_nodes> results_;
+};
+
+}  // namespace
+
+InterpretedRule::InterpretedRule(Rule rule)
+    : rule_(std::move(rule)), plan_(plan_match(rule_)), shapes_(child_shapes(rule_)) {}
+
+bool InterpretedRule::operator()(TermManager* mgr, const Term* t, const Term** out) const {
+  Attempt attempt(mgr, rule_);
+  const auto holds = [&](const Condition& condition) { return attempt.holds(condition); };
+  if (!attempt.match_pattern(t) || !std::ranges::all_of(plan_.tests, holds) ||
+      !std::ranges::all_of(plan_.bindings, holds) || !attempt.get_widths()) {
+    return false;
+  }
+  const Term* const result = attempt.build_result();
+  if (mgr->type_of(result) != mgr->type_of(t)) {
+    std::string reason = "the result has the sort ";
+    reason += mgr->type_of(result)->to_string();
+    reason += ", the term that it replaces ";
+    reason += mgr->type_of(t)->to_string();
+    throw RuleError(rule_.line, 1, reason);
+  }
+  *out = result;
+  return true;
+}
+
+std::vector<std::unique_ptr<InterpretedRule>> load_rules(std::string_view text) {
+  std::vector<std::unique_ptr<InterpretedRule>> rules;
+  for (Rule& rule : parse_rules(text)) rules.push_back(std::make_unique<InterpretedRule>(std::move(rule)));
+  return rules;
+}
+
+}  // namespace quarv::rules

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <quarv/rules/match_plan.h>
+#include <quarv/rules/rule_language.h>
+#include <quarv/rules/term_normalizer.h>
+
+namespace quarv::rules {
+
+/// A rule that is matched by walking its syntax tree. It does what the class that the rule compiler makes of
+/// the same text does, more slowly; it is there for rules that are known only at run time.
+class InterpretedRule final : public TermNormalizer::norm_fun {
+ public:
+  explicit InterpretedRule(Rule rule);
+
+  SymbolTag::tag get_applicant() override { return rule_.applicant(); }
+
+  /// Throws SortError when an operator of the result does not fit its arguments, and RuleError when the
+  /// result has another sort than `t`: such a rule is wrong, and what it would yield is not equal to `t`.
+  bool operator()(TermManager* mgr, const Term* t, const Term** out) const override;
+
+  std::string get_signature() override { return rule_.text; }
+  int get_group() const override { return 2; }
+  ChildShapes get_child_shapes() const override { return shapes_; }
+
+  const Rule& rule() const noexcept { return rule_; }
+
+ private:
+  Rule rule_;
+  MatchPlan plan_;
+  ChildShapes shapes_;
+};
+
+/// The rules of a rule file, to be registered with a normalizer. Throws RuleError.
+std::vector<std::unique_ptr<InterpretedRule>> load_rules(std::string_view text);
+
+}  // namespace quarv::rules

@@ -1,0 +1,246 @@
+#include <algorithm>
+#include <utility>
+
+#include <quarv/rules/term_normalizer.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv {
+
+namespace {
+
+/// Marks a term that is being normalised. It is only ever compared by address.
+const Term* const in_progress = [] {
+  static constexpr std::uint64_t mark[2] = {};
+  return reinterpret_cast<const Term*>(mark);
+}();
+
+}  // namespace
+
+TermNormalizer::TermNormalizer() = default;
+TermNormalizer::~TermNormalizer() = default;
+
+// Rules.
+
+void TermNormalizer::register_rule(norm_fun* rule) {
+  std::unique_ptr<norm_fun> owned(rule);
+  rules_.push_back({std::move(owned), true});
+  index_is_current_ = false;
+}
+
+void TermNormalizer::set_rule_enabled(std::size_t i, bool enabled) {
+  if (rules_[i].enabled == enabled) return;
+  rules_[i].enabled = enabled;
+  index_is_current_ = false;
+}
+
+std::size_t TermNormalizer::set_rule_enabled(std::string_view signature, bool enabled) {
+  std::size_t found = 0;
+  for (std::size_t i = 0; i < rules_.size(); ++i) {
+    if (rules_[i].fun->get_signature() != signature) continue;
+    set_rule_enabled(i, enabled);
+    ++found;
+  }
+  return found;
+}
+
+void TermNormalizer::build_index() {
+  std::vector<rules::RuleIndex::Entry> entries;
+  for (std::size_t i = 0; i < rules_.size(); ++i) {
+    if (!rules_[i].enabled) continue;
+    norm_fun& rule = *rules_[i].fun;
+    entries.push_back({static_cast<std::uint32_t>(i), rule.get_applicant(), rule.get_child_shapes()});
+  }
+  index_.build(entries);
+  index_is_current_ = true;
+}
+
+// Results.
+
+void TermNormalizer::clear_cache() {
+  std::vector<const Term*>().swap(cache_);
+}
+
+/// The place of `t` in the cache, which grows with the manager's terms.
+const Term*& TermNormalizer::entry(const Term* t) {
+  if (t->id >= cache_.size())
+    cache_.resize(std::max<std::size_t>(t->id + t->id / 2, mgr_->num_terms()) + 1, nullptr);
+  return cache_[t->id];
+}
+
+bool TermNormalizer::is_finished(const Term* t) {
+  const Term* const form = entry(t);
+  return form != nullptr && form != in_progress;
+}
+
+/// What is to stand for `t`: its normal form when that is known, else itself.
+const Term* TermNormalizer::form_of(const Term* t) {
+  return is_finished(t) ? entry(t) : t;
+}
+
+// Rewriting.
+
+const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t) {
+  prepare(mgr);
+  if (is_finished(t)) return entry(t);
+  push(t);
+  try {
+    run();
+  } catch (...) {
+    abandon();
+    throw;
+  }
+  statistics_.applied += applied_;
+  statistics_.visited += visited_;
+  const Term* const result = entry(t);
+  // Terms whose rewriting was cut short are not normal: forget them.
+  if (budget_spent_) {
+    ++statistics_.budget_spent;
+    clear_cache();
+  }
+  return result;
+}
+
+void TermNormalizer::prepare(TermManager* mgr) {
+  if (!index_is_current_) {
+    build_index();
+    clear_cache();
+  }
+  if (mgr_ != mgr) clear_cache();
+  mgr_ = mgr;
+  first_new_id_ = mgr->num_terms();
+  applied_ = 0;
+  visited_ = 0;
+  budget_spent_ = false;
+}
+
+void TermNormalizer::abandon() {
+  stack_.clear();
+  trail_.clear();
+  clear_cache();
+}
+
+std::uint64_t TermNormalizer::budget() const {
+  return step_budget_ ? *step_budget_ : base_budget + budget_per_term * visited_;
+}
+
+void TermNormalizer::run() {
+  while (!stack_.empty()) {
+    Frame& frame = stack_.back();
+    if (push_next_child(frame)) continue;
+    const Term* const current = frame.current;
+    // Terms from before this call may not have come from a full constructor.
+    const Term* next = rebuild(current, current->id < first_new_id_);
+    if (next == current) {
+      trail_.back().rules_tried = true;
+      next = apply_rule(current);
+      if (budget_spent_) return unwind();
+    }
+    if (next == current) {
+      finish(current);
+    } else {
+      advance(next);
+    }
+  }
+}
+
+/// Ends all frames without rewriting any further: what is known of the arguments goes into the terms above
+/// them.
+void TermNormalizer::unwind() {
+  while (!stack_.empty()) finish(rebuild(stack_.back().current, false));
+}
+
+void TermNormalizer::push(const Term* t) {
+  ++visited_;
+  entry(t) = in_progress;
+  stack_.push_back({t, trail_.size(), 0});
+  trail_.push_back({t, false});
+}
+
+/// Pushes the next argument that has not been looked at; false when there is none.
+bool TermNormalizer::push_next_child(Frame& frame) {
+  const Term* const t = frame.current;
+  const auto end = static_cast<std::uint32_t>(mgr_->rewritable_args(t->symbol));
+  while (frame.next_child < end) {
+    const Term* const child = t->args[frame.next_child++];
+    if (entry(child) != nullptr) continue;
+    push(child);
+    return true;
+  }
+  return false;
+}
+
+/// The term with its arguments' normal forms in their places, from the full constructor if any of them
+/// changed, or `always`.
+const Term* TermNormalizer::rebuild(const Term* t, bool always) {
+  const TermManager::Args args = mgr_->args_of(t);
+  const std::size_t rewritable = mgr_->rewritable_args(t->symbol);
+  bool changed = always && !args.empty();
+  args_.assign(args.begin(), args.end());
+  for (std::size_t i = 0; i < rewritable; ++i) {
+    args_[i] = form_of(args[i]);
+    changed = changed || args_[i] != args[i];
+  }
+  return changed ? mgr_->make_term_unchecked(t->symbol, args_) : t;
+}
+
+/// What the first rule that rewrites `t` makes of it; `t` when none does or none may any more.
+const Term* TermNormalizer::apply_rule(const Term* t) {
+  const SymbolTag::tag tag = mgr_->get_tag(t->symbol);
+  if (!index_.has_rules(tag)) return t;
+  const TermManager::Args args = mgr_->args_of(t);
+  const auto tag_of_child = [&](std::size_t i) {
+    return i < args.size() ? mgr_->get_tag(args[i]->symbol) : SymbolTag::UF;
+  };
+  const Term* result = t;
+  for (const std::uint32_t i : index_.candidates(tag, tag_of_child(0), tag_of_child(1))) {
+    ++statistics_.attempts;
+    // A rule that yields the term itself has rewritten nothing.
+    if (!(*rules_[i].fun)(mgr_, t, &result) || result == t) continue;
+    if (applied_ == budget()) {
+      budget_spent_ = true;
+      return t;
+    }
+    ++applied_;
+    if (observer_ != nullptr) observer_->on_rule(i, t, result);
+    return result;
+  }
+  return t;
+}
+
+/// Goes on with `next` in the place of the top frame's term.
+void TermNormalizer::advance(const Term* next) {
+  const Term*& form = entry(next);
+  if (form == in_progress) return finish(stop_cycle(next));
+  if (form != nullptr) return finish(form);
+  form = in_progress;
+  trail_.push_back({next, false});
+  stack_.back().current = next;
+  stack_.back().next_child = 0;
+}
+
+/// Ends the top frame: all terms of its trail have this normal form.
+void TermNormalizer::finish(const Term* normal_form) {
+  const std::size_t begin = stack_.back().trail_begin;
+  for (std::size_t i = begin; i < trail_.size(); ++i) entry(trail_[i].term) = normal_form;
+  trail_.resize(begin);
+  stack_.pop_back();
+  const Term*& own_form = entry(normal_form);
+  if (own_form == nullptr) own_form = normal_form;
+}
+
+/// The term to stop at when rewriting came back to `repeated`. In a cycle that is the oldest term whose
+/// arguments are normal, whichever term of the cycle rewriting began with. A term that has become an argument
+/// of itself is left alone.
+const Term* TermNormalizer::stop_cycle(const Term* repeated) {
+  ++statistics_.cycles;
+  const auto trail = trail_.begin() + static_cast<std::ptrdiff_t>(stack_.back().trail_begin);
+  const auto first =
+      std::find_if(trail, trail_.end(), [&](const TrailEntry& e) { return e.term == repeated; });
+  const Term* oldest = nullptr;
+  for (auto e = first; e != trail_.end(); ++e) {
+    if (e->rules_tried && (oldest == nullptr || e->term->id < oldest->id)) oldest = e->term;
+  }
+  return oldest != nullptr ? oldest : repeated;
+}
+
+}  // namespace quarv
