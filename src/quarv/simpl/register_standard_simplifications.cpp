@@ -1,5 +1,6 @@
 #include <type_traits>
 
+#include <quarv/rules/bitvector_rules.h>
 #include <quarv/simpl/boolean.h>
 #include <quarv/simpl/bv/arithmetic.h>
 #include <quarv/simpl/bv/bitwise.h>
@@ -76,6 +77,7 @@ constexpr Registration registrations[] = {
 
 void register_standard_simplifications(TermManager* mgr, StdTermSimplifier* simp) {
   for (const Registration& r : registrations) simp->register_simplification(r.tag, r.create(mgr));
+  register_bitvector_rules(&simp->normalizer);
 }
 
 }  // namespace quarv::termsimpl

@@ -4,6 +4,8 @@
 #include <memory>
 #include <vector>
 
+#include <quarv/rules/simplification_observer.h>
+#include <quarv/rules/term_normalizer.h>
 #include <quarv/term/symbol_tag.h>
 #include <quarv/term/term_simplifier.h>
 
@@ -35,12 +37,25 @@ class StdTermSimplifier : public TermSimplifier {
   /// The tags in the order in which their simplifiers were registered.
   const std::vector<SymbolTag::tag>& registered_tags() const noexcept { return registered_tags_; }
 
+  /// The observer to be told of each simplification and each rule application; null for none. Not owned.
+  void set_observer(SimplificationObserver* observer) noexcept {
+    observer_ = observer;
+    normalizer.set_observer(observer);
+  }
+
   const Term* simplify(TermManager* manager, const Symbol* symbol,
                        const std::vector<const Term*>& args) override;
 
+  /// Holds the rewrite rules.
+  TermNormalizer normalizer;
+
  private:
+  const Term* simplify_observed(simpl_fun* f, TermManager* manager, const Symbol* symbol,
+                                const std::vector<const Term*>& args);
+
   std::array<std::unique_ptr<simpl_fun>, SymbolTag::count> table_;
   std::vector<SymbolTag::tag> registered_tags_;
+  SimplificationObserver* observer_ = nullptr;
 };
 
 }  // namespace quarv

@@ -1,0 +1,137 @@
+#include <cstdlib>
+#include <map>
+#include <set>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "rule_candidates.h"
+#include "rule_table.h"
+#include "support/bv_eval.h"
+#include <quarv/rules/bitvector_rules.h>
+#include <quarv/rules/rule_interpreter.h>
+#include <quarv/rules/rule_language.h>
+#include <quarv/rules/term_normalizer.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv {
+namespace {
+
+constexpr std::size_t max_width = 70;
+
+std::size_t scale() {
+  const char* text = std::getenv("QUARV_TEST_SCALE");
+  return text == nullptr ? 1 : static_cast<std::size_t>(std::atol(text));
+}
+
+/// Rules that do not keep the value of every term.
+bool is_unsound(int number) {
+  return number == 46 || number == 144 || number == 179 || number == 180;
+}
+
+/// True for the widths at which the conditions leave a rule nothing to match.
+bool cannot_fire(int number, std::size_t width) {
+  switch (number) {
+    case 23:  // size(t) > 1
+      return width == 1;
+    case 30:  // size(t) == 1
+    case 164:
+    case 165:
+      return width != 1;
+    case 96:  // the constant would have to be 0 and 1
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// Conditions that never fail alone, because another one implies them.
+bool cannot_fail_alone(int number, const std::string& condition) {
+  static const std::map<int, std::set<std::string>> implied = {
+      {24, {"const(c1)", "const(c2)"}},   // identity(c1, c2)
+      {67, {"const(c1)", "const(c2)"}},   // fits(...)
+      {96, {"const(c1)", "const(c2)"}},   // the values of c2 exclude each other
+      {97, {"const(c)"}},                 // (c == 0)
+      {115, {"const(c1)"}},               // (c1 > 0)
+      {161, {"const(c1)", "const(c2)"}},  // (c1 > c2)
+      {162, {"const(c1)", "const(c2)"}},
+      {179, {"(t2 > 0)"}},  // (t2 == -1)
+      {180, {"(t2 > 0)"}},
+  };
+  const auto of_rule = implied.find(number);
+  return of_rule != implied.end() && of_rule->second.contains(condition);
+}
+
+class RuleCatalogue : public testing::TestWithParam<int> {
+ protected:
+  RuleCatalogue() { register_bitvector_rules(&normalizer_); }
+
+  /// Both forms of the rule on a term with the pattern's operators.
+  void check(const Term* root, RuleCandidates* candidates) {
+    const std::vector<std::string> broken = candidates->broken_conditions();
+    const Term* const untouched = mgr_.false_term;
+    const Term* compiled = untouched;
+    const Term* interpreted = untouched;
+    const bool fires = broken.empty();
+    ASSERT_EQ(compiled_()(&mgr_, root, &compiled), fires) << broken.size();
+    ASSERT_EQ(interpreted_(&mgr_, root, &interpreted), fires) << broken.size();
+    ASSERT_EQ(compiled, interpreted);
+    if (!fires) {
+      ASSERT_EQ(compiled, untouched);
+      if (broken.size() == 1) broken_alone_.insert(broken.front());
+      return;
+    }
+    ASSERT_EQ(compiled, candidates->promised());
+    ASSERT_EQ(mgr_.type_of(compiled), mgr_.type_of(root));
+    if (candidates->largest_width() <= 64 && !is_unsound(GetParam())) check_value(root, compiled, candidates);
+  }
+
+  void check_value(const Term* before, const Term* after, RuleCandidates* candidates) {
+    constexpr std::size_t num_assignments = 12;
+    BvEvaluator evaluator(mgr_, num_assignments);
+    for (const auto& [variable, width] : candidates->variables()) {
+      BvEvaluator::Values values = {0, 1, BvEvaluator::mask(width), std::uint64_t{1} << (width - 1)};
+      while (values.size() < num_assignments) values.push_back(random_() & BvEvaluator::mask(width));
+      std::shuffle(values.begin(), values.end(), random_);
+      evaluator.set(variable, values);
+    }
+    ASSERT_EQ(evaluator.values(before), evaluator.values(after));
+  }
+
+  TermNormalizer::norm_fun& compiled_() {
+    return normalizer_.get_rule(static_cast<std::size_t>(GetParam()) - 1);
+  }
+
+  const RuleRow& row_ = rule_table()[static_cast<std::size_t>(GetParam()) - 1];
+  TermManager mgr_;
+  TermNormalizer normalizer_;
+  rules::InterpretedRule interpreted_{rules::parse_rule(row_.signature)};
+  std::set<std::string> broken_alone_;
+  std::mt19937_64 random_{static_cast<unsigned>(GetParam())};
+};
+
+TEST_P(RuleCatalogue, FiresExactlyWhenItsTextSaysSo) {
+  const std::size_t tries = 40 * scale();
+  RuleCandidates candidates(&mgr_, interpreted_.rule(), static_cast<unsigned>(GetParam()));
+  for (std::size_t width = 1; width <= max_width; ++width) {
+    bool fired = false;
+    // Rules with narrow conditions need more tries.
+    for (std::size_t i = 0; i < tries || (!fired && !cannot_fire(GetParam(), width) && i < 20000); ++i) {
+      const Term* root = candidates.make(width);
+      if (root == nullptr) continue;
+      ASSERT_NO_FATAL_FAILURE(check(root, &candidates)) << row_.signature << " at width " << width;
+      fired = fired || (candidates.broken_conditions().empty() && candidates.shows_width(width));
+    }
+    EXPECT_EQ(fired, !cannot_fire(GetParam(), width)) << row_.signature << " at width " << width;
+  }
+  for (const rules::Condition& condition : interpreted_.rule().conditions) {
+    if (condition.kind == rules::Condition::Kind::binding) continue;
+    EXPECT_EQ(broken_alone_.contains(condition.text), !cannot_fail_alone(GetParam(), condition.text))
+        << condition.text << " of " << row_.signature;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, RuleCatalogue, testing::Range(1, 185));
+
+}  // namespace
+}  // namespace quarv
