@@ -2,6 +2,7 @@
 /// An introspective sort that leaves its last step, one insertion sort, to the caller.
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <utility>
 
@@ -15,7 +16,7 @@ inline constexpr int kMaxDepth = 32;
 
 /// Sorts by repeatedly swapping the minimum of the rest into place. n * (n - 1) / 2 comparisons, at most n -
 /// 1 swaps. Not stable.
-template <class T, class Size, class Less>
+template <class T, std::unsigned_integral Size, class Less>
 void selection_sort(T* first, Size n, Less less) {
   for (Size i = 0; i + 1 < n; ++i) {
     Size min = i;
@@ -27,7 +28,7 @@ void selection_sort(T* first, Size n, Less less) {
 }
 
 /// Sorts by insertion: stable, and linear when every element is close to its place.
-template <class T, class Size, class Less>
+template <class T, std::unsigned_integral Size, class Less>
 void insertion_sort(T* first, Size n, Less less) {
   for (Size i = 1; i < n; ++i) {
     if (!less(first[i], first[i - 1])) continue;
@@ -42,7 +43,7 @@ void insertion_sort(T* first, Size n, Less less) {
 }
 
 /// Restores the max-heap below `root`, whose two sub-heaps are in order.
-template <class T, class Size, class Less>
+template <class T, std::unsigned_integral Size, class Less>
 void sift_down(T* first, Size root, Size n, Less less) {
   T moved = std::move(first[root]);
   for (Size child = 2 * root + 1; child < n; child = 2 * root + 1) {
@@ -55,7 +56,7 @@ void sift_down(T* first, Size root, Size n, Less less) {
 }
 
 /// Sorts with a max-heap: n log n comparisons whatever the order. Not stable.
-template <class T, class Size, class Less>
+template <class T, std::unsigned_integral Size, class Less>
 void heap_sort(T* first, Size n, Less less) {
   for (Size root = n / 2; root-- > 0;) sift_down(first, root, n, less);
   for (Size last = n; last-- > 1;) {
@@ -78,7 +79,7 @@ const T& median(const T& a, const T& b, const T& c, Less less) {
 /// Partitions a range around the median of its first, middle and last element (C. A. R. Hoare's scheme) and
 /// returns the size k of the left part: none of the first k elements is greater than any of the rest, 0 < k <
 /// n.
-template <class T, class Size, class Less>
+template <class T, std::unsigned_integral Size, class Less>
 Size partition(T* first, Size n, Less less) {
   const T pivot = median(first[0], first[n / 2], first[n - 1], less);
   // Neither loop needs a bound: the pivot itself, and later the elements swapped, stop them. The median of
@@ -98,7 +99,7 @@ Size partition(T* first, Size n, Less less) {
 /// Brings every element of a range of `n` to less than `kShortRange` places from its sorted place; one
 /// `insertion_sort` over the whole range finishes the work. Introspective sort (D. R. Musser, 1997):
 /// quicksort that turns to heap sort after `depth` rounds. Not stable; `less` is a strict weak order.
-template <class T, class Size, class Less>
+template <class T, std::unsigned_integral Size, class Less>
 void do_sort(T* first, Size n, Less less, int depth) {
   while (n >= kShortRange) {
     if (depth == 0) {
@@ -114,7 +115,7 @@ void do_sort(T* first, Size n, Less less, int depth) {
 }
 
 /// Sorts a range in ascending order. Not stable; n log n comparisons at worst.
-template <class T, class Size, class Less>
+template <class T, std::unsigned_integral Size, class Less>
 void sort(T* first, Size n, Less less) {
   if (n < kShortRange) {
     selection_sort(first, n, less);
