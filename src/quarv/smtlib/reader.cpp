@@ -1,0 +1,607 @@
+#include <algorithm>
+#include <cstring>
+
+#include <quarv/smtlib/reader.h>
+
+namespace quarv::smtlib {
+
+namespace {
+
+using std::string_view_literals::operator""sv;
+
+}  // namespace
+
+Reader::Reader(TermManager& manager, Options options)
+    : manager_(manager), options_(std::move(options)), context_(manager) {
+  context_.canonical_nan = options_.canonical_nan;
+
+  const auto reserve = [this](std::string_view word, Word meaning) {
+    TermMeaning m;
+    m.kind = TermMeaning::reserved;
+    m.word = meaning;
+    names_.bind(names_.enter(word), m);
+  };
+  reserve("let", Word::let);
+  reserve("forall", Word::quantifier);
+  reserve("exists", Word::quantifier);
+  reserve("!", Word::annotation);
+  reserve("_", Word::underscore);
+  reserve("as", Word::as);
+  reserve("match", Word::other);
+  reserve("par", Word::other);
+
+  for (const auto& table : {core_operators(), bit_vector_operators(), floating_point_operators()}) {
+    for (const Operator& op : table) {
+      TermMeaning m;
+      m.kind = TermMeaning::builtin;
+      m.op = &op;
+      names_.bind(names_.enter(op.name), m);
+    }
+  }
+  const auto constant = [this](std::initializer_list<std::string_view> names, const Term* t) {
+    TermMeaning m = TermMeaning::of(t);
+    m.word = Word::other;  // may be declared anew: files of other theories do
+    for (std::string_view name : names) names_.bind(names_.enter(name), m);
+  };
+  names_.bind(names_.enter("true"), TermMeaning::of(manager.true_term));
+  names_.bind(names_.enter("false"), TermMeaning::of(manager.false_term));
+  constant({"RNE", "roundNearestTiesToEven"}, manager.make_rounding_even());
+  constant({"RTZ", "roundTowardZero"}, manager.make_rounding_zero());
+  constant({"RTP", "roundTowardPositive"}, manager.make_rounding_plus_inf());
+  constant({"RTN", "roundTowardNegative"}, manager.make_rounding_minus_inf());
+  constant({"RNA", "roundNearestTiesToAway"}, manager.make_rounding_away());
+
+  const auto sort = [this](std::string_view name, const DataType* type, std::uint32_t arity = 0) {
+    sorts_.bind(sorts_.enter(name),
+                {arity == 0 ? SortMeaning::type : SortMeaning::constructor, arity, type, nullptr});
+  };
+  sort("Bool", manager.bool_type);
+  sort("Int", manager.int_type);
+  sort("Real", manager.rat_type);
+  sort("RoundingMode", manager.rounding_mode_type);
+  sort("Array", manager.array_type_ctor, 2);
+  sort("Float16", manager.get_fp_type(5, 10));
+  sort("Float32", manager.get_fp_type(8, 23));
+  sort("Float64", manager.get_fp_type(11, 52));
+  sort("Float128", manager.get_fp_type(15, 112));
+  base_scopes_[0] = names_.scope();
+  base_scopes_[1] = sorts_.scope();
+}
+
+// Tokens and messages.
+// ---------------------------------------------------------------------------------------------------------
+
+void Reader::fail(const char* where, const std::string& message) {
+  const std::string_view before = input_.substr(0, static_cast<std::size_t>(where - input_.data()));
+  const std::size_t line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
+  const std::size_t last_newline = before.rfind('\n');
+  const std::size_t column =
+      before.size() - (last_newline == std::string_view::npos ? 0 : last_newline + 1) + 1;
+  std::string one_line = message;
+  std::replace_if(
+      one_line.begin(), one_line.end(), [](unsigned char c) { return c < 32; }, ' ');
+  throw Error(file_, line, column, one_line);
+}
+
+void Reader::unexpected(const Token& token, std::string_view wanted) {
+  switch (token.kind) {
+    case TokenKind::error:
+      fail(token.start, std::string(token.text));
+    case TokenKind::end:
+      fail(token.start, "the input ends where " + std::string(wanted) + " is expected");
+    default:
+      fail(token.start,
+           "expected " + std::string(wanted) + ", found " + std::string(token.text.substr(0, 60)));
+  }
+}
+
+Token Reader::expect(TokenKind kind, std::string_view what) {
+  const Token t = next();
+  if (t.kind != kind) unexpected(t, what);
+  return t;
+}
+
+void Reader::expect_right(std::string_view where) {
+  const Token t = next();
+  if (t.kind != TokenKind::right_parenthesis)
+    unexpected(t, "a closing parenthesis after " + std::string(where));
+}
+
+bool Reader::is_reserved(const Token& t) noexcept {
+  static constexpr std::string_view words[] = {"let"sv, "forall"sv, "exists"sv, "!"sv,
+                                               "_"sv,   "as"sv,     "match"sv,  "par"sv};
+  return *t.start != '|' && std::find(std::begin(words), std::end(words), t.text) != std::end(words);
+}
+
+Token Reader::expect_symbol(std::string_view what) {
+  const Token t = next();
+  if (t.kind != TokenKind::symbol) unexpected(t, what);
+  return t;
+}
+
+std::size_t Reader::index_value(const Token& token) {
+  if (token.kind != TokenKind::numeral) unexpected(token, "a numeral");
+  std::size_t value = 0;
+  for (char c : token.text) {
+    if (value > (std::size_t{1} << 58))
+      fail(token.start, "the index " + std::string(token.text) + " is too large");
+    value = value * 10 + static_cast<std::size_t>(c - '0');
+  }
+  return value;
+}
+
+std::string Reader::quoted(std::string_view name) {
+  const bool simple = !name.empty() && !(name[0] >= '0' && name[0] <= '9') &&
+                      std::all_of(name.begin(), name.end(), Lexer::is_symbol_char) &&
+                      !is_reserved({TokenKind::symbol, name.data(), name});
+  return simple ? std::string(name) : '|' + std::string(name) + '|';
+}
+
+std::string_view Reader::keep(std::string_view text) {
+  char* copy = static_cast<char*>(text_.allocate(text.size()));
+  std::memcpy(copy, text.data(), text.size());
+  return {copy, text.size()};
+}
+
+/// The input from `start` to the last token read, on one line and without comments.
+std::string_view Reader::one_line(const char* start) {
+  const std::string_view raw(start, static_cast<std::size_t>(lexer_.position() - start));
+  const auto plain = [](std::string_view text) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      const char c = text[i];
+      if (c == '\n' || c == '\r' || c == '\t' || c == ';' || c == '|' || c == '"') return false;
+      if (c == ' ' && (text[i - 1] == '(' || text[i + 1] == ' ' || text[i + 1] == ')')) return false;
+    }
+    return true;
+  };
+  if (plain(raw)) return keep_text_ ? keep(raw) : raw;
+  std::string text;
+  Lexer lexer(raw);
+  for (Token t = lexer.next(); t.kind != TokenKind::end; t = lexer.next()) {
+    if (!text.empty() && text.back() != '(' && t.kind != TokenKind::right_parenthesis) text += ' ';
+    text.append(t.start, static_cast<std::size_t>(lexer.position() - t.start));
+  }
+  return keep(text);
+}
+
+/// Skips to the parenthesis that closes the one that is open.
+void Reader::skip_rest() {
+  for (std::size_t depth = 1; depth != 0;) {
+    const Token t = next();
+    if (t.kind == TokenKind::left_parenthesis) ++depth;
+    if (t.kind == TokenKind::right_parenthesis) --depth;
+    if (t.kind == TokenKind::end || t.kind == TokenKind::error) unexpected(t, "a closing parenthesis");
+  }
+}
+
+// The input as a whole.
+// --------------------------------------------------------------------------------------------------------
+
+void Reader::set_input(std::string_view text, std::string file) {
+  input_ = text;
+  file_ = std::move(file);
+  lexer_ = Lexer(text);
+  keep_text_ = true;
+}
+
+Script Reader::read(std::string_view text, std::string file) {
+  set_input(text, std::move(file));
+  keep_text_ = false;
+  Script script;
+  while (next_command(script)) {
+  }
+  return script;
+}
+
+bool Reader::next_command(Script& script) {
+  const Token open = next();
+  if (open.kind == TokenKind::end) return false;
+  if (open.kind != TokenKind::left_parenthesis) unexpected(open, "a command");
+  TermSimplifier* const simplifier = manager_.simplifier();
+  const std::size_t name_scope = names_.scope();
+  const std::size_t sort_scope = sorts_.scope();
+  new_names_.clear();
+  try {
+    const bool more = read_command(script, open.start);
+    for (const Binding& b : new_names_) names_.bind(*b.name, TermMeaning::of(b.value));
+    script.global_declarations = global_declarations_;
+    return more;
+  } catch (...) {
+    manager_.set_simplifier(simplifier);
+    names_.leave(name_scope);
+    sorts_.leave(sort_scope);
+    frames_.clear();
+    values_.clear();
+    indices_.clear();
+    bindings_.clear();
+    attributes_.clear();
+    throw;
+  }
+}
+
+// Commands.
+// --------------------------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr std::string_view plain_commands[] = {
+    "check-sat"sv,      "echo"sv,      "exit"sv,       "get-assertions"sv, "get-assignment"sv,
+    "get-info"sv,       "get-model"sv, "get-option"sv, "get-proof"sv,      "get-unsat-assumptions"sv,
+    "get-unsat-core"sv, "set-info"sv};
+
+}  // namespace
+
+bool Reader::read_command(Script& script, const char* start) {
+  const Token name = expect_symbol("a command");
+  const std::string_view word = *name.start == '|' ? std::string_view{} : name.text;
+  if (word == "assert") {
+    term_command(script, Command::Kind::assertion, "(assert ");
+  } else if (word == "declare-fun" || word == "declare-const") {
+    declare_fun(script, start, word == "declare-const");
+  } else if (word == "define-fun" || word == "define-const" || word == "define-fun-rec") {
+    define_fun(script, name.text);
+  } else if (word == "define-funs-rec") {
+    define_funs_rec(script);
+  } else if (word == "simplify") {
+    term_command(script, Command::Kind::simplify, "(simplify ");
+  } else if (word == "check-sat-assuming") {
+    term_list(script, Command::Kind::check_sat_assuming, "(check-sat-assuming (");
+  } else if (word == "get-value") {
+    term_list(script, Command::Kind::get_value, "(get-value (");
+  } else if (word == "declare-sort") {
+    declare_sort(script, start);
+  } else if (word == "define-sort") {
+    define_sort(script, start);
+  } else if (word == "push" || word == "pop") {
+    change_levels(script, word == "push" ? Command::Kind::push : Command::Kind::pop, start);
+  } else if (word == "reset" || word == "reset-assertions") {
+    reset(script, word == "reset" ? Command::Kind::reset : Command::Kind::reset_assertions, start);
+  } else if (word == "set-logic") {
+    set_logic(script, start);
+  } else if (word == "set-option") {
+    set_option(script, start);
+  } else if (std::find(std::begin(plain_commands), std::end(plain_commands), word) !=
+             std::end(plain_commands)) {
+    skip_rest();
+    text_command(script, Command::Kind::other, start);
+    return word != "exit";
+  } else if (word.starts_with("declare-datatype") || word.starts_with("declare-codatatype")) {
+    fail(name.start, "datatypes are not supported");
+  } else {
+    fail(name.start, "unknown command " + std::string(name.text));
+  }
+  return true;
+}
+
+/// A command without terms that has been read to its end.
+void Reader::text_command(Script& script, Command::Kind kind, const char* start, std::uint32_t levels) {
+  Command c;
+  c.kind = kind;
+  c.levels = levels;
+  c.text = one_line(start);
+  script.commands.push_back(c);
+}
+
+void Reader::add_term(Script& script, Command& command, const Term* t, const DataType* sort) {
+  if (command.num_terms++ == 0) command.first_term = static_cast<std::uint32_t>(script.terms.size());
+  script.terms.push_back(t);
+  script.sorts.push_back(sort);
+}
+
+void Reader::check_sort(const char* where, const Term* t, const DataType* wanted) {
+  const DataType* found = manager_.type_of(t);
+  if (manager_.get_supertype(found, wanted) != wanted) {
+    fail(where, "a term of sort " + found->to_string() + " where " + wanted->to_string() + " is expected");
+  }
+}
+
+const Term* Reader::read_term_of(const DataType* sort) {
+  Lexer ahead = lexer_;
+  const char* start = ahead.next().start;
+  const Term* t = read_term();
+  check_sort(start, t, sort);
+  return t;
+}
+
+void Reader::term_command(Script& script, Command::Kind kind, std::string_view text) {
+  Command c;
+  c.kind = kind;
+  c.text = text;
+  c.suffix = ")";
+  const Term* t = kind == Command::Kind::assertion ? read_term_of(manager_.bool_type) : read_term();
+  expect_right("the command's term");
+  t = finished(t);
+  add_term(script, c, t, manager_.type_of(t));
+  script.commands.push_back(c);
+}
+
+void Reader::term_list(Script& script, Command::Kind kind, std::string_view text) {
+  Command c;
+  c.kind = kind;
+  c.text = text;
+  c.suffix = "))";
+  expect_left("a list of terms");
+  for (;;) {
+    Lexer ahead = lexer_;
+    const Token t = ahead.next();
+    if (t.kind == TokenKind::right_parenthesis) break;
+    const Term* term = read_plain_term();
+    if (kind == Command::Kind::check_sat_assuming) check_sort(t.start, term, manager_.bool_type);
+    add_term(script, c, term, manager_.type_of(term));
+  }
+  next();
+  expect_right("a list of terms");
+  script.commands.push_back(c);
+}
+
+void Reader::set_logic(Script& script, const char* start) {
+  expect_symbol("a logic");
+  if (logic_set_) fail(start, "the logic has been set before");
+  logic_set_ = true;
+  expect_right("the logic");
+  text_command(script, Command::Kind::other, start);
+}
+
+void Reader::set_option(Script& script, const char* start) {
+  const Token option = expect(TokenKind::keyword, "an option");
+  if (option.text == ":global-declarations") {
+    Lexer ahead = lexer_;
+    global_declarations_ = is_word(ahead.next(), "true");
+  }
+  skip_rest();
+  text_command(script, Command::Kind::other, start);
+}
+
+void Reader::change_levels(Script& script, Command::Kind kind, const char* start) {
+  std::size_t levels = 1;
+  Token t = next();
+  if (t.kind != TokenKind::right_parenthesis) {
+    levels = index_value(t);
+    expect_right("the number of levels");
+  }
+  constexpr std::size_t most = 10'000'000;
+  if (kind == Command::Kind::push) {
+    if (levels > most - std::min(most, levels_.size() / 2)) fail(start, "too many levels");
+    for (std::size_t i = 0; i < levels; ++i) {
+      levels_.push_back(names_.scope());
+      levels_.push_back(sorts_.scope());
+    }
+  } else {
+    if (levels > levels_.size() / 2) {
+      fail(start, "pop of " + std::to_string(levels) + " levels, " + std::to_string(levels_.size() / 2) +
+                      " are open");
+    }
+    for (std::size_t i = 0; i < levels; ++i) {
+      const std::size_t sort_scope = levels_.back();
+      levels_.pop_back();
+      const std::size_t name_scope = levels_.back();
+      levels_.pop_back();
+      if (global_declarations_) continue;
+      sorts_.leave(sort_scope);
+      names_.leave(name_scope);
+    }
+  }
+  text_command(script, kind, start, static_cast<std::uint32_t>(levels));
+}
+
+void Reader::reset(Script& script, Command::Kind kind, const char* start) {
+  expect_right("the command");
+  levels_.clear();
+  if (kind == Command::Kind::reset || !global_declarations_) {
+    names_.leave(base_scopes_[0]);
+    sorts_.leave(base_scopes_[1]);
+  }
+  if (kind == Command::Kind::reset) {
+    logic_set_ = false;
+    global_declarations_ = false;
+  }
+  text_command(script, kind, start);
+}
+
+// Declarations and definitions.
+// --------------------------------------------------------------------------------------------------
+
+void Reader::check_new_sort_name(const Token& name) {
+  const SortNames::Name* known = sorts_.find(name.text);
+  if (known != nullptr && known->meaning.kind != SortMeaning::none) {
+    fail(name.start, "sort " + std::string(name.text) + " is declared twice");
+  }
+}
+
+void Reader::declare_sort(Script& script, const char* start) {
+  const Token name = expect_symbol("a sort");
+  check_new_sort_name(name);
+  std::size_t arity = 0;
+  const Token t = next();
+  if (t.kind != TokenKind::right_parenthesis) {
+    arity = index_value(t);
+    expect_right("the number of parameters");
+  }
+  const DataType* sort = manager_.declare_sort(name.text, arity);
+  sorts_.bind(sorts_.enter(name.text), {arity == 0 ? SortMeaning::type : SortMeaning::constructor,
+                                        static_cast<std::uint32_t>(arity), sort, nullptr});
+  text_command(script, Command::Kind::other, start);
+}
+
+void Reader::define_sort(Script& script, const char* start) {
+  const Token name = expect_symbol("a sort");
+  check_new_sort_name(name);
+  expect_left("the parameters");
+  const std::size_t scope = sorts_.scope();
+  auto stand_ins = std::make_unique<std::vector<const DataType*>>();
+  Token t = next();
+  for (; t.kind != TokenKind::right_parenthesis; t = next()) {
+    if (t.kind != TokenKind::symbol) unexpected(t, "a sort parameter");
+    const DataType* stand_in = manager_.declare_sort("%" + std::to_string(num_stand_ins_++));
+    sorts_.bind(sorts_.enter(t.text), {SortMeaning::type, 0, stand_in, nullptr});
+    stand_ins->push_back(stand_in);
+  }
+  const DataType* body = read_sort();
+  sorts_.leave(scope);
+  expect_right("the defined sort");
+  sorts_.bind(sorts_.enter(name.text),
+              {SortMeaning::macro, static_cast<std::uint32_t>(stand_ins->size()), body, stand_ins.get()});
+  macro_parameters_.push_back(std::move(stand_ins));
+  text_command(script, Command::Kind::other, start);
+}
+
+/// A function may be declared once; the operators of theories other than Core may be hidden by it.
+void Reader::check_new_function_name(const Token& name) {
+  const TermNames::Name* known = names_.find(lookup_text(name));
+  if (is_reserved(name)) fail(name.start, std::string(name.text) + " is a reserved word");
+  for (const Binding& b : new_names_) {
+    if (b.name == known && known != nullptr) fail(name.start, std::string(name.text) + " is declared twice");
+  }
+  if (known == nullptr) return;
+  const TermMeaning& meaning = known->meaning;
+  const bool free =
+      meaning.kind == TermMeaning::none || (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
+  if (!free) fail(name.start, std::string(name.text) + " is declared twice");
+}
+
+void Reader::bind_function(const Token& name, const Symbol* symbol) {
+  const TermMeaning meaning =
+      manager_.arity(symbol) == 0 ? TermMeaning::of(manager_.make_term(symbol)) : TermMeaning::of(symbol);
+  names_.bind(names_.enter(lookup_text(name)), meaning);
+}
+
+void Reader::declare_fun(Script& script, const char* start, bool constant) {
+  const Token name = expect_symbol("a function");
+  check_new_function_name(name);
+  std::vector<const DataType*> arguments;
+  if (!constant) {
+    expect_left("the argument sorts");
+    for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next())
+      arguments.push_back(read_sort(t));
+  }
+  const DataType* result = read_sort();
+  expect_right("the result sort");
+  bind_function(name, manager_.fresh_fun(name.text, arguments, result));
+  text_command(script, Command::Kind::other, start);
+}
+
+/// Reads "((x S) ...)", binds the variables and appends the list to `text`.
+std::vector<const Term*> Reader::parameters(std::string& text) {
+  std::vector<const Term*> variables;
+  expect_left("the parameters");
+  text += '(';
+  for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
+    if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a parameter with its sort");
+    const Token name = expect_symbol("a parameter");
+    for (const Binding& b : bindings_) {
+      if (b.name->text == name.text)
+        fail(name.start, "parameter " + std::string(name.text) + " occurs twice");
+    }
+    const DataType* sort = read_sort();
+    expect_right("a parameter with its sort");
+    variables.push_back(bind_variable(name, sort));
+    if (text.back() != '(') text += ' ';
+    text += '(' + quoted(variables.back()->symbol->name) + ' ' + sort->to_string(std::string::npos - 1) + ')';
+  }
+  text += ')';
+  bindings_.clear();
+  return variables;
+}
+
+void Reader::define_fun(Script& script, std::string_view keyword) {
+  const Token name = expect_symbol("a function");
+  check_new_function_name(name);
+  const std::string printed_name = quoted(name.text);
+  std::string text = '(' + std::string(keyword) + ' ' + printed_name + ' ';
+  const std::size_t scope = names_.scope();
+  std::vector<const Term*> variables;
+  if (keyword != "define-const") {
+    variables = parameters(text);
+    text += ' ';
+  }
+  const DataType* result = read_sort();
+  text += result->to_string(std::string::npos - 1) + ' ';
+
+  const bool recursive = keyword == "define-fun-rec";
+  const Symbol* symbol = nullptr;
+  if (recursive || !variables.empty()) {
+    std::vector<const DataType*> arguments;
+    for (const Term* v : variables) arguments.push_back(manager_.type_of(v));
+    symbol = manager_.fresh_fun(name.text, arguments, result);
+    if (recursive) bind_function(name, symbol);
+  }
+  const Term* body = read_term_of(result);
+  expect_right("the body of the definition");
+  names_.leave(scope);
+  body = finished(body);
+
+  Command c;
+  c.text = keep(text);
+  c.suffix = ")";
+  c.name = keep(printed_name);
+  add_term(script, c, body, result);
+  if (symbol == nullptr) {
+    c.kind = Command::Kind::define;
+    names_.bind(names_.enter(lookup_text(name)), TermMeaning::of(body));
+  } else {
+    c.kind = Command::Kind::define_function;
+    bind_function(name, symbol);
+  }
+  script.commands.push_back(c);
+}
+
+void Reader::define_funs_rec(Script& script) {
+  struct Function {
+    std::vector<std::pair<Token, const DataType*>> parameters;
+    const DataType* result;
+  };
+  std::string text = "(define-funs-rec (";
+  std::vector<Function> functions;
+  expect_left("the declarations");
+  for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
+    if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a declaration");
+    const Token name = expect_symbol("a function");
+    check_new_function_name(name);
+    text += (functions.empty() ? "(" : " (") + quoted(name.text) + ' ';
+    const std::size_t scope = names_.scope();
+    const Lexer at_parameters = lexer_;
+    const std::vector<const Term*> variables = parameters(text);
+    names_.leave(scope);
+    Function f;
+    std::vector<const DataType*> arguments;
+    Lexer names = at_parameters;
+    names.next();
+    for (const Term* v : variables) {
+      arguments.push_back(manager_.type_of(v));
+      names.next();
+      const Token parameter = names.next();
+      f.parameters.push_back({parameter, manager_.type_of(v)});
+      for (std::size_t depth = 1; depth != 0;) {
+        const TokenKind kind = names.next().kind;
+        depth += kind == TokenKind::left_parenthesis;
+        depth -= kind == TokenKind::right_parenthesis;
+      }
+    }
+    f.result = read_sort();
+    expect_right("a declaration");
+    text += ' ' + f.result->to_string(std::string::npos - 1) + ')';
+    bind_function(name, manager_.fresh_fun(name.text, arguments, f.result));
+    functions.push_back(std::move(f));
+  }
+  if (functions.empty()) fail(lexer_.position(), "define-funs-rec needs a declaration");
+  text += ") (";
+
+  Command c;
+  c.kind = Command::Kind::define_function;
+  c.text = keep(text);
+  c.suffix = "))";
+  expect_left("the bodies");
+  for (const Function& f : functions) {
+    const std::size_t scope = names_.scope();
+    for (const auto& [name, type] : f.parameters) bind_variable(name, type);
+    bindings_.clear();
+    const Term* body = finished(read_term_of(f.result));
+    names_.leave(scope);
+    add_term(script, c, body, f.result);
+  }
+  expect_right("the bodies");
+  expect_right("the command");
+  script.commands.push_back(c);
+}
+
+}  // namespace quarv::smtlib

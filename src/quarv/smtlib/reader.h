@@ -1,0 +1,230 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <quarv/smtlib/error.h>
+#include <quarv/smtlib/lexer.h>
+#include <quarv/smtlib/name_table.h>
+#include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/script.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv::smtlib {
+
+struct ReaderOptions {
+  bool canonical_nan = true;  ///< all NaN literals of a sort are one term
+  /// Applied to the term of each assertion, definition and `simplify` when it is complete; may be empty.
+  std::function<const Term*(const Term*)> finish;
+};
+
+/// Reads SMT-LIB 2.6 in one pass: terms are built as their parentheses close, with the manager's full
+/// constructors, so that whatever simplifier is attached runs at once. Nothing recurses on the depth of the
+/// input.
+///
+/// What is not simplified: patterns, and the terms of `get-value` and `check-sat-assuming`, which must come
+/// out as they were written. Applications of defined functions with parameters stay applications.
+class Reader {
+ public:
+  using Options = ReaderOptions;
+
+  explicit Reader(TermManager& manager, Options options = {});
+
+  /// Reads all commands of `text`. The script's commands refer to `text`, which must outlive them, and to
+  /// this reader. `file` is for messages. Throws Error; the script read so far is lost.
+  Script read(std::string_view text, std::string file);
+
+  /// For interactive use: what `next_command` reads from now on. Declarations of earlier input stay.
+  void set_input(std::string_view text, std::string file);
+  /// Appends the next command to `script`; false at the end of the input. After an Error it goes on behind
+  /// the command at fault.
+  bool next_command(Script& script);
+
+  /// The reader's way of printing a name: quoted when it is not a simple symbol.
+  static std::string quoted(std::string_view name);
+
+ private:
+  enum class Word : std::uint8_t { none, let, quantifier, annotation, underscore, as, other };
+
+  /// What a name means in terms.
+  struct TermMeaning {
+    enum Kind : std::uint8_t { none, builtin, function, value, reserved };
+    Kind kind = none;
+    Word word =
+        Word::none;  // of reserved words; `other` for constants of theories, which may be declared anew
+    union {
+      const Operator* op = nullptr;
+      const Symbol* symbol;
+      const Term* term;
+    };
+
+    static TermMeaning of(const Symbol* s) noexcept {
+      TermMeaning m;
+      m.kind = function;
+      m.symbol = s;
+      return m;
+    }
+    static TermMeaning of(const Term* t) noexcept {
+      TermMeaning m;
+      m.kind = value;
+      m.term = t;
+      return m;
+    }
+  };
+  /// What a name means in sorts.
+  struct SortMeaning {
+    enum Kind : std::uint8_t { none, type, constructor, macro };
+    Kind kind = none;
+    std::uint32_t arity = 0;
+    const DataType* sort = nullptr;  // the type, the constructor, or the body of the macro
+    const std::vector<const DataType*>* parameters = nullptr;  // of a macro: stand-ins within its body
+  };
+  using TermNames = NameTable<TermMeaning>;
+  using SortNames = NameTable<SortMeaning>;
+
+  /// An open parenthesis of a term. One million of them may be open at once: it is kept small.
+  struct Frame {
+    enum Kind : std::uint8_t {
+      operation,  // an operator of a theory, `op`
+      function,   // a symbol, `symbol`
+      let_value,  // the value of a let's binding comes next
+      let_body,
+      quantifier,
+      annotation_body,
+      annotation_pattern
+    };
+    Kind kind;
+    std::uint8_t num_indices = 0;   // of operations
+    std::uint32_t scope = 0;        // of let and quantifiers: brings the names back
+    std::uint32_t first_value = 0;  // where the frame's values begin
+    std::uint32_t first = 0;        // where its indices, bindings, variables or the pattern's terms begin
+    const char* start;              // for messages
+    union {
+      const Operator* op = nullptr;
+      const Symbol* symbol;
+      TermSimplifier* simplifier;  // of patterns: the one that was detached
+    };
+  };
+  struct Binding {
+    TermNames::Name* name;
+    const Term* value;
+  };
+
+  // reader.cpp: commands.
+  bool read_command(Script& script, const char* start);
+  void text_command(Script& script, Command::Kind kind, const char* start, std::uint32_t levels = 0);
+  void term_command(Script& script, Command::Kind kind, std::string_view text);
+  void term_list(Script& script, Command::Kind kind, std::string_view text);
+  void set_logic(Script& script, const char* start);
+  void set_option(Script& script, const char* start);
+  void change_levels(Script& script, Command::Kind kind, const char* start);
+  void reset(Script& script, Command::Kind kind, const char* start);
+  void declare_sort(Script& script, const char* start);
+  void define_sort(Script& script, const char* start);
+  void declare_fun(Script& script, const char* start, bool constant);
+  void define_fun(Script& script, std::string_view keyword);
+  void define_funs_rec(Script& script);
+  std::vector<const Term*> parameters(std::string& text);
+  void bind_function(const Token& name, const Symbol* symbol);
+  void check_new_function_name(const Token& name);
+  void check_new_sort_name(const Token& name);
+  void add_term(Script& script, Command& command, const Term* t, const DataType* sort);
+  void check_sort(const char* where, const Term* t, const DataType* wanted);
+  const Term* read_term_of(const DataType* sort);
+  const Term* finished(const Term* t) const { return options_.finish ? options_.finish(t) : t; }
+  void skip_rest();
+  std::string_view one_line(const char* start);
+
+  // term_reader.cpp: terms.
+  const Term* read_term();
+  const Term* read_plain_term();
+  void open_parenthesis(const Token& open);
+  void open_frame(Frame::Kind kind, const char* start);
+  void open_let(const char* start);
+  void let_binding();
+  void let_bindings_done();
+  void open_quantifier(const char* start, std::string_view binder);
+  void open_head(const Token& open);
+  void attributes();
+  void finish_pattern();
+  void finish_annotation();
+  void close(const Token& token);
+  void close_with(const Term* t);
+  const Term* apply(const Frame& frame);
+  const Term* apply_operator(const Frame& frame, Operator::Args args);
+  const Term* atom(const Token& token);
+  const Term* symbol_value(const Token& token);
+  const Term* indexed_constant(const char* start);
+  const Term* special_float(const Token& name);
+  void push_value(const Term* t);
+  const Term* bind_variable(const Token& name, const DataType* type);
+  std::string_view lookup_text(const Token& name);
+  TermMeaning meaning_of(const Token& name);
+
+  // sort_reader.cpp: sorts.
+  const DataType* read_sort();
+  const DataType* read_sort(const Token& first);
+  const DataType* sort_named(const Token& name, std::span<const DataType* const> arguments);
+  const DataType* indexed_sort();
+  const DataType* instantiate(const SortMeaning& macro, std::span<const DataType* const> arguments);
+
+  // literals.cpp
+  const Term* numeral(std::string_view digits);
+  const Term* decimal(std::string_view text);
+  const Term* bit_vector_literal(const Token& token);
+  const Term* bit_vector_numeral(const Token& name, std::size_t width);
+
+  // Tokens.
+  Token next() { return lexer_.next(); }
+  Token expect(TokenKind kind, std::string_view what);
+  void expect_left(std::string_view where) {
+    const Token t = next();
+    if (t.kind != TokenKind::left_parenthesis) unexpected(t, where);
+  }
+  void expect_right(std::string_view where);
+  Token expect_symbol(std::string_view what);
+  std::size_t index_value(const Token& token);
+  static bool is_word(const Token& t, std::string_view word) noexcept {
+    return t.kind == TokenKind::symbol && t.text == word && *t.start != '|';
+  }
+  static bool is_reserved(const Token& t) noexcept;
+  [[noreturn]] void unexpected(const Token& token, std::string_view wanted);
+  [[noreturn]] void fail(const char* where, const std::string& message);
+  std::string_view keep(std::string_view text);
+
+  TermManager& manager_;
+  Options options_;
+  OperatorContext context_;
+  std::string_view input_;
+  std::string file_;
+  Lexer lexer_;
+  bool keep_text_ = false;  // the input does not outlive the script
+  Arena text_;
+
+  TermNames names_;
+  SortNames sorts_;
+  std::vector<std::size_t> levels_;  // scopes of names_ and sorts_ in turn, for push and pop
+  std::size_t base_scopes_[2] = {};  // to reset to
+  bool logic_set_ = false;
+  bool global_declarations_ = false;
+  std::vector<std::unique_ptr<std::vector<const DataType*>>> macro_parameters_;
+  std::map<std::pair<std::string, const DataType*>, const Term*> bound_variables_;
+  std::uint64_t num_stand_ins_ = 0;
+
+  std::vector<Frame> frames_;
+  std::vector<const Term*> values_;
+  std::vector<std::size_t> indices_;
+  std::vector<Binding> bindings_;
+  std::vector<std::vector<Attribute>> attributes_;
+  std::vector<Binding> new_names_;  // given by `:named` in the command that is being read
+  std::uint32_t let_mark_ = 0;
+};
+
+}  // namespace quarv::smtlib

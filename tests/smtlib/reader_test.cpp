@@ -1,0 +1,214 @@
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <quarv/simpl/register_standard_simplifications.h>
+#include <quarv/simpl/std_term_simplifier.h>
+#include <quarv/smtlib/reader.h>
+
+namespace quarv::smtlib {
+namespace {
+
+struct Input {
+  TermManager manager;
+  StdTermSimplifier simplifier;
+  std::string text;
+  Script script;
+
+  explicit Input(std::string t, bool simplify = true) : text(std::move(t)) {
+    termsimpl::register_standard_simplifications(&manager, &simplifier);
+    if (simplify) manager.set_simplifier(&simplifier);
+    script = Reader(manager).read(text, "in.smt2");
+  }
+};
+
+std::string error_of(const std::string& text) {
+  try {
+    Input input(text);
+    return "no error";
+  } catch (const Error& e) {
+    return e.what();
+  }
+}
+
+/// The first two assertions of a script are one term.
+::testing::AssertionResult same_term(const std::string& declarations, const std::string& a,
+                                     const std::string& b) {
+  const Input input(declarations + "(assert " + a + ")(assert " + b + ")");
+  std::vector<const Term*> asserted;
+  for (const Command& c : input.script.commands) {
+    if (c.kind == Command::Kind::assertion) asserted.push_back(input.script.terms_of(c)[0]);
+  }
+  if (asserted.size() == 2 && asserted[0] == asserted[1]) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << a << " and " << b << " differ";
+}
+
+const std::string bools = "(declare-const p Bool)(declare-const q Bool)(declare-const r Bool)";
+
+TEST(Reader, BooleanConnectives) {
+  EXPECT_TRUE(same_term(bools, "(=> p q)", "(or (not p) q)"));
+  EXPECT_TRUE(same_term(bools, "(=> p q r)", "(or (not p) (not q) r)"));
+  EXPECT_TRUE(same_term(bools, "(xor p q)", "(not (= p q))"));
+  EXPECT_TRUE(same_term(bools, "(and p q r)", "(and r p q p)"));
+  EXPECT_TRUE(same_term(bools, "(and p q (not p))", "false"));
+  EXPECT_TRUE(same_term(bools, "(or p true q)", "true"));
+  EXPECT_TRUE(same_term(bools, "(distinct p q)", "(not (= p q))"));
+  EXPECT_TRUE(same_term(bools, "(= p q r)", "(and (= p q) (= q r))"));
+  EXPECT_TRUE(same_term(bools, "(ite true p q)", "p"));
+}
+
+TEST(Reader, LetIsParallelAndScoped) {
+  EXPECT_TRUE(same_term(bools, "(let ((p q) (q p)) (and p (not q)))", "(and q (not p))"));
+  EXPECT_TRUE(same_term(bools, "(let ((p q)) (let ((q r)) (or p q)))", "(or q r)"));
+  EXPECT_TRUE(same_term(bools, "(and (let ((p q)) p) p)", "(and q p)"));
+  EXPECT_TRUE(same_term(bools, "(let ((a (let ((b q)) (not b)))) a)", "(not q)"));
+}
+
+TEST(Reader, QuantifiedVariablesDoNotCapture) {
+  const std::string x = "(declare-fun g (Int Int) Bool)(declare-const x Int)";
+  EXPECT_TRUE(same_term(x, "(forall ((y Int)) (g x y))", "(forall ((y Int)) (g x y))"));
+  EXPECT_FALSE(
+      same_term(x, "(let ((z x)) (forall ((x Int)) (g z x)))", "(forall ((x Int)) (let ((z x)) (g z x)))"));
+  EXPECT_TRUE(same_term(x, "(let ((z x)) (forall ((x Int)) (g z x)))", "(forall ((x!1 Int)) (g x x!1))"));
+}
+
+TEST(Reader, DefinitionsAndLevels) {
+  EXPECT_TRUE(same_term(bools + "(define-fun d () Bool (and p q))", "d", "(and p q)"));
+  EXPECT_EQ(error_of("(push 1)(declare-const a Bool)(pop 1)(assert a)"),
+            "in.smt2:1:47: error: unknown symbol a");
+  EXPECT_EQ(error_of("(push)(declare-const a Bool)(pop)(declare-const a Int)"), "no error");
+  EXPECT_EQ(error_of("(set-option :global-declarations true)(push 1)(declare-const a Bool)(pop 1)(assert a)"),
+            "no error");
+  EXPECT_EQ(error_of("(declare-const a Bool)(reset-assertions)(declare-const a Int)"), "no error");
+  EXPECT_EQ(
+      error_of("(define-fun-rec f ((n Int)) Int (ite (<= n 0) 0 (+ n (f (- n 1)))))(assert (= (f 3) 6))"),
+      "no error");
+  EXPECT_EQ(error_of("(define-funs-rec ((e ((n Int)) Bool) (o ((n Int)) Bool)) ((=> (> n 0) (o n)) (e n)))"
+                     "(assert (e 2))"),
+            "no error");
+}
+
+TEST(Reader, Sorts) {
+  EXPECT_EQ(error_of("(define-sort P (A B) (Array A (Array B A)))(declare-const a (P Int Bool))"
+                     "(assert (= (select (select a 1) true) 2))"),
+            "no error");
+  EXPECT_EQ(
+      error_of("(declare-sort L 1)(declare-const a (L Int))(declare-const b (L (L Int)))(assert (= a b))"),
+      "in.smt2:1:87: error: =: argument 2 has sort (L (L Int)), expected (L Int)");
+  EXPECT_EQ(error_of("(declare-const a String)"), "in.smt2:1:18: error: sorts String are not supported");
+  EXPECT_EQ(error_of("(declare-const a (_ BitVec 99999999))"),
+            "in.smt2:1:21: error: bit-vectors of more than 16777216 bits are not supported");
+  // Thirty doublings make a tree of a thousand million nodes.
+  std::string text = "(define-sort S0 () Int)";
+  for (int i = 1; i <= 30; ++i) {
+    const std::string below = "S" + std::to_string(i - 1);
+    text += "(define-sort S" + std::to_string(i) + " () (Array " + below + ' ' + below + "))";
+  }
+  EXPECT_NE(error_of(text).find("the sort is too large"), std::string::npos);
+}
+
+TEST(Reader, BitVectorOperators) {
+  const std::string v = "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))";
+  EXPECT_TRUE(same_term(v, "(bvuge x y)", "(bvule y x)"));
+  EXPECT_TRUE(same_term(v, "(= x (bvnand x y))", "(= x (bvnot (bvand x y)))"));
+  EXPECT_TRUE(same_term(v, "(= x ((_ rotate_left 11) y))", "(= x ((_ rotate_left 3) y))"));
+  EXPECT_TRUE(same_term(v, "(= x (ext_rotate_left y #x0b))", "(= x ((_ rotate_left 3) y))"));
+  EXPECT_TRUE(same_term(v, "(= x (_ bv10 8))", "(= x #x0a)"));
+  EXPECT_TRUE(same_term(v, "(= x #b00001010)", "(= x #x0A)"));
+  EXPECT_EQ(
+      error_of(v + "(assert (= x ((_ repeat 99999999) y)))"),
+      "in.smt2:1:74: error: repeat: the result would have 99999999 bits, more than the 16777216 that are "
+      "supported");
+}
+
+TEST(Reader, QuotedSymbols) {
+  EXPECT_TRUE(same_term("(declare-const |p| Bool)", "p", "|p|"));
+  EXPECT_EQ(
+      error_of(
+          "(declare-const |let| Bool)(declare-const |a b| Bool)(assert (let ((x |let|)) (and x |a b|)))"),
+      "no error");
+}
+
+TEST(Reader, Messages) {
+  EXPECT_EQ(error_of("(assert p)"), "in.smt2:1:9: error: unknown symbol p");
+  EXPECT_EQ(error_of("(assert\n  (not true false))"),
+            "in.smt2:2:3: error: not: 2 arguments given, at most 1 expected");
+  EXPECT_EQ(error_of("(declare-datatypes ((L 0)) (((nil))))"),
+            "in.smt2:1:2: error: datatypes are not supported");
+  EXPECT_EQ(error_of("(assert \"a\")"), "in.smt2:1:9: error: the theory of strings is not supported");
+  EXPECT_EQ(error_of("(assert (and true"), "in.smt2:1:18: error: the input ends where a term is expected");
+  EXPECT_EQ(error_of(")"), "in.smt2:1:1: error: expected a command, found )");
+  EXPECT_EQ(error_of(bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:86: error: p");
+}
+
+TEST(Reader, DeepTermsNeedNoStack) {
+  constexpr int depth = 1'000'000;
+  std::string text = "(declare-fun f (Int) Int)(declare-const x Int)(assert (= x ";
+  for (int i = 0; i < depth; ++i) text += "(f ";
+  text += 'x';
+  text.append(depth, ')');
+  text += "))";
+  EXPECT_EQ(error_of(text), "no error");
+}
+
+TEST(Reader, GoesOnAfterAnError) {
+  TermManager manager;
+  Reader reader(manager);
+  Script script;
+  const std::string first = "(declare-const p Bool)(assert (let ((x p)) (! x :pattern (y))))";
+  reader.set_input(first, "a");
+  EXPECT_TRUE(reader.next_command(script));
+  EXPECT_THROW(reader.next_command(script), Error);
+  reader.set_input("(assert p)(assert x)", "b");
+  EXPECT_TRUE(reader.next_command(script));
+  EXPECT_THROW(reader.next_command(script), Error);
+  EXPECT_EQ(script.commands.size(), 2u);
+}
+
+std::string contents(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+/// The folder of real files beside the tree, empty when it is not there.
+std::filesystem::path corpus() {
+  const std::filesystem::path folder = std::filesystem::path(QUARV_SOURCE_DIR) / ".." / "shared" / "corpus";
+  if (std::filesystem::exists(folder)) return folder;
+  std::cout << "skipped: there is no " << folder << '\n';
+  return {};
+}
+
+TEST(ReaderCorpus, AcceptsEveryWellFormedFile) {
+  const std::filesystem::path root = corpus();
+  if (root.empty()) return;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    if (entry.path().extension() != ".smt2" || entry.path().parent_path().filename() == "malformed") continue;
+    EXPECT_EQ(error_of(contents(entry.path())), "no error") << entry.path();
+  }
+}
+
+TEST(ReaderCorpus, RejectsEveryMalformedFileAtItsLine) {
+  const std::filesystem::path root = corpus();
+  if (root.empty()) return;
+  std::ifstream expectations(root / "malformed" / "EXPECT.tsv");
+  std::string file, line, what;
+  std::getline(expectations, what);
+  while (std::getline(expectations, file, '\t') && std::getline(expectations, line, '\t') &&
+         std::getline(expectations, what)) {
+    const std::string message = error_of(contents(root / "malformed" / file));
+    EXPECT_EQ(message.substr(0, message.find(':', 8)), "in.smt2:" + line) << file << ": " << what << '\n'
+                                                                          << message;
+    EXPECT_EQ(std::count(message.begin(), message.end(), '\n'), 0);
+  }
+}
+
+}  // namespace
+}  // namespace quarv::smtlib
