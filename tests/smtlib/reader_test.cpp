@@ -81,7 +81,7 @@ TEST(Reader, QuantifiedVariablesDoNotCapture) {
 TEST(Reader, DefinitionsAndLevels) {
   EXPECT_TRUE(same_term(bools + "(define-fun d () Bool (and p q))", "d", "(and p q)"));
   EXPECT_EQ(error_of("(push 1)(declare-const a Bool)(pop 1)(assert a)"),
-            "in.smt2:1:47: error: unknown symbol a");
+            "in.smt2:1:46: error: unknown symbol a");
   EXPECT_EQ(error_of("(push)(declare-const a Bool)(pop)(declare-const a Int)"), "no error");
   EXPECT_EQ(error_of("(set-option :global-declarations true)(push 1)(declare-const a Bool)(pop 1)(assert a)"),
             "no error");
@@ -100,7 +100,7 @@ TEST(Reader, Sorts) {
             "no error");
   EXPECT_EQ(
       error_of("(declare-sort L 1)(declare-const a (L Int))(declare-const b (L (L Int)))(assert (= a b))"),
-      "in.smt2:1:87: error: =: argument 2 has sort (L (L Int)), expected (L Int)");
+      "in.smt2:1:81: error: =: argument 2 has sort (L (L Int)), expected (L Int)");
   EXPECT_EQ(error_of("(declare-const a String)"), "in.smt2:1:18: error: sorts String are not supported");
   EXPECT_EQ(error_of("(declare-const a (_ BitVec 99999999))"),
             "in.smt2:1:21: error: bit-vectors of more than 16777216 bits are not supported");
@@ -144,7 +144,7 @@ TEST(Reader, Messages) {
   EXPECT_EQ(error_of("(assert \"a\")"), "in.smt2:1:9: error: the theory of strings is not supported");
   EXPECT_EQ(error_of("(assert (and true"), "in.smt2:1:18: error: the input ends where a term is expected");
   EXPECT_EQ(error_of(")"), "in.smt2:1:1: error: expected a command, found )");
-  EXPECT_EQ(error_of(bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:86: error: p");
+  EXPECT_EQ(error_of(bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:87: error: p");
 }
 
 TEST(Reader, DeepTermsNeedNoStack) {

@@ -454,8 +454,8 @@ void Reader::check_new_function_name(const Token& name) {
   }
   if (known == nullptr) return;
   const TermMeaning& meaning = known->meaning;
-  const bool free =
-      meaning.kind == TermMeaning::none || (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
+  const bool free = meaning.kind == TermMeaning::none || meaning.word == Word::other ||
+                    (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
   if (!free) fail(name.start, std::string(name.text) + " is declared twice");
 }
 
