@@ -3,23 +3,15 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <ostream>
 #include <random>
+#include <support/test_scale.h>
 
 #include <gmpxx.h>
 
 #include <quarv/numbers/q_number.h>
 
 namespace quarv {
-
-/// By how much a random test exceeds its default count: the environment variable QUARV_TEST_SCALE, 1 if not
-/// set.
-inline int test_scale() {
-  const char* const text = std::getenv("QUARV_TEST_SCALE");
-  const int scale = text == nullptr ? 1 : std::atoi(text);
-  return scale < 1 ? 1 : scale;
-}
 
 /// How GoogleTest shows a number.
 inline void PrintTo(const QNumber& x, std::ostream* out) {
