@@ -1,6 +1,8 @@
 #include <type_traits>
 
 #include <quarv/rules/bitvector_rules.h>
+#include <quarv/simpl/arith/floor.h>
+#include <quarv/simpl/arith/plus_times.h>
 #include <quarv/simpl/boolean.h>
 #include <quarv/simpl/bv/arithmetic.h>
 #include <quarv/simpl/bv/bitwise.h>
@@ -41,6 +43,9 @@ constexpr Registration registrations[] = {
     {SymbolTag::NOT, create<NotSimpl>},
     {SymbolTag::IFF, create<IffSimpl>},
     {SymbolTag::TERM_ITE, create<TermIteSimpl>},
+    {SymbolTag::PLUS, create<PlusSimpl>},
+    {SymbolTag::TIMES, create<TimesSimpl>},
+    {SymbolTag::FLOOR, create<FloorSimpl>},
     {SymbolTag::BV_CONCAT, create<BVConcatSimpl>},
     {SymbolTag::BV_SELECT, create<BVSelectSimpl>},
     {SymbolTag::BV_NOT, create<BVNotSimpl>},

@@ -1,0 +1,239 @@
+#include <utility>
+
+#include <quarv/simpl/arith/poly_norm.h>
+#include <quarv/term/term_manager.h>
+#include <quarv/util/sort.h>
+
+namespace quarv::termsimpl {
+
+namespace {
+
+struct Summand {
+  const Term* term;
+  QNumber coefficient;
+};
+
+/// How a term enters a sum.
+enum class Shape {
+  leaf,            ///< it counts itself: a numeral, a product of two numerals, a monomial
+  sum,             ///< through its two arguments
+  left_multiple,   ///< through its first argument; the second is a numeral
+  right_multiple,  ///< through its second argument; the first is a numeral
+};
+
+Shape shape_of(const TermManager* mgr, const Term* t) {
+  switch (mgr->get_tag(t->symbol)) {
+    case SymbolTag::PLUS:
+      return Shape::sum;
+    case SymbolTag::TIMES: {
+      const bool left_is_numeral = mgr->get_number(t->args[0]) != nullptr;
+      const bool right_is_numeral = mgr->get_number(t->args[1]) != nullptr;
+      if (left_is_numeral == right_is_numeral) return Shape::leaf;
+      return left_is_numeral ? Shape::right_multiple : Shape::left_multiple;
+    }
+    default:
+      return Shape::leaf;
+  }
+}
+
+/// The sum under construction.
+class Sum {
+ public:
+  Sum(const TermManager* mgr, MonomialMap* coeffs, QNumber* constant, bool* all_integer)
+      : mgr_(mgr), coeffs_(coeffs), constant_(constant), all_integer_(all_integer) {}
+
+  /// Adds c * t: a leaf at once; of any other term, the parts with their coefficients go to `later`, the part
+  /// to be treated first goes last.
+  template <class Later>
+  void add(const Term* t, QNumber&& c, Later&& later) {
+    switch (shape_of(mgr_, t)) {
+      case Shape::sum:
+        later(t->args[0], QNumber(c));
+        later(t->args[1], std::move(c));
+        break;
+      case Shape::left_multiple:
+        c *= *mgr_->get_number(t->args[1]);
+        later(t->args[0], std::move(c));
+        break;
+      case Shape::right_multiple:
+        c *= *mgr_->get_number(t->args[0]);
+        later(t->args[1], std::move(c));
+        break;
+      case Shape::leaf:
+        add_leaf(t, c);
+        break;
+    }
+  }
+
+  void add_leaf(const Term* t, const QNumber& c) {
+    if (const QNumber* value = mgr_->get_number(t)) {
+      constant_->self_addmul(*value, c);
+      return;
+    }
+    if (mgr_->get_tag(t->symbol) == SymbolTag::TIMES) {
+      if (const QNumber* u = mgr_->get_number(t->args[0])) {
+        constant_->self_addmul(*u * *mgr_->get_number(t->args[1]), c);
+        return;
+      }
+    }
+    (*coeffs_)[t] += c;
+    *all_integer_ &= mgr_->type_of(t) == mgr_->int_type;
+  }
+
+ private:
+  const TermManager* mgr_;
+  MonomialMap* coeffs_;
+  QNumber* constant_;
+  bool* all_integer_;
+};
+
+/// The steps after which a walk turns from trees to DAGs. Most sums are far smaller; in a larger one a shared
+/// part may be met on exponentially many paths.
+constexpr int kTreeSteps = 1024;
+
+/// A table with more buckets than this is not used again: clearing it costs as much for a small sum as for a
+/// large one.
+constexpr std::size_t kMostBucketsKept = 1024;
+
+/// Adds the summands part by part, depth first, as long as the steps last.
+void add_as_trees(Sum& sum, std::vector<Summand>& work) {
+  for (int steps = kTreeSteps; steps > 0 && !work.empty(); --steps) {
+    Summand s = std::move(work.back());
+    work.pop_back();
+    sum.add(s.term, std::move(s.coefficient), [&work](const Term* t, QNumber&& c) {
+      work.push_back({t, std::move(c)});
+    });
+  }
+}
+
+/// Adds the summands with every distinct part treated once: in descending order of id a part comes after all
+/// terms that it occurs in, hence with its whole coefficient.
+void add_as_dag(const TermManager* mgr, Sum& sum, const std::vector<Summand>& work) {
+  MonomialMap coefficients;  // of the parts
+  std::vector<const Term*> parts;
+  const auto enter = [&](const Term* t) -> QNumber& {
+    const std::size_t known = coefficients.size();
+    QNumber& coefficient = coefficients[t];
+    if (coefficients.size() != known) parts.push_back(t);
+    return coefficient;
+  };
+  const auto add_part = [&](const Term* t, const QNumber& c) {
+    if (shape_of(mgr, t) == Shape::leaf) {
+      sum.add_leaf(t, c);
+    } else {
+      enter(t) += c;
+    }
+  };
+  for (const Summand& s : work) add_part(s.term, s.coefficient);
+  for (std::size_t i = 0; i < parts.size(); ++i) {
+    for (const Term* child : mgr->args_of(parts[i])) {
+      if (shape_of(mgr, child) != Shape::leaf) enter(child);
+    }
+  }
+  sortimpl::sort(parts.data(), parts.size(), [](const Term* a, const Term* b) { return a->id > b->id; });
+  for (const Term* t : parts) {
+    QNumber c = std::move(*coefficients.find(t));
+    sum.add(t, std::move(c), add_part);
+  }
+}
+
+/// The work list is kept between calls. Nothing that a normalisation calls comes back here.
+std::vector<Summand>& empty_work_list() {
+  thread_local std::vector<Summand> work;
+  work.clear();
+  return work;
+}
+
+QNumber denominator(const QNumber& q) {
+  return q.is_small() ? QNumber(q.small_den()) : QNumber::from_integer(q.big_den());
+}
+
+/// Multiplies by the positive rational that makes the monomials' coefficients coprime integers.
+void scale_to_integers(const std::vector<const Term*>& monomials, MonomialMap& coeffs, QNumber& constant) {
+  const QNumber one(1);
+  QNumber multiple(one);
+  for (const Term* m : monomials) {
+    const QNumber& c = coeffs[m];
+    if (!c.is_integer()) multiple = lcm(multiple, denominator(c));
+  }
+  QNumber divisor;
+  for (const Term* m : monomials) {
+    divisor = gcd(divisor, coeffs[m] * multiple);
+    if (divisor == one) break;
+  }
+  if (divisor.is_zero()) return;  // no monomials: the constant stays as it is
+  const QNumber factor = multiple / divisor;
+  if (factor == one) return;
+  for (const Term* m : monomials) coeffs[m] *= factor;
+  constant *= factor;
+}
+
+const Term* scaled_monomial(TermManager* mgr, const QNumber& c, const Term* m,
+                            std::vector<const Term*>& scratch) {
+  if (c == QNumber(1)) return m;
+  const Term* numeral = mgr->make_number(c);
+  const bool integer = mgr->get_supertype(mgr->type_of(numeral), mgr->type_of(m)) == mgr->int_type;
+  scratch[0] = numeral;
+  scratch[1] = m;
+  return mgr->do_make_term(integer ? mgr->int_times_symbol : mgr->rat_times_symbol, scratch);
+}
+
+}  // namespace
+
+void poly_norm(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer,
+               std::vector<const Term*>* monomials, MonomialMap* coeffs, QNumber* constant,
+               bool* all_integer) {
+  *all_integer = true;
+  Sum sum(mgr, coeffs, constant, all_integer);
+  std::vector<Summand>& work = empty_work_list();
+  work.push_back({lhs, QNumber(1)});
+  if (rhs != nullptr) work.push_back({rhs, QNumber(-1)});
+  add_as_trees(sum, work);
+  if (!work.empty()) add_as_dag(mgr, sum, work);
+
+  monomials->reserve(monomials->size() + coeffs->size());
+  for (const auto& [monomial, coefficient] : *coeffs) {
+    if (!coefficient.is_zero()) monomials->push_back(monomial);
+  }
+  sortimpl::sort(monomials->data(), monomials->size(), Term_lt());
+  if (to_integer) scale_to_integers(*monomials, *coeffs, *constant);
+}
+
+const Term* poly_to_term(TermManager* mgr, const std::vector<const Term*>& monomials, MonomialMap& coeffs,
+                         std::vector<const Term*>& scratch) {
+  const Term* rest = nullptr;
+  for (std::size_t i = monomials.size(); i-- > 0;) {
+    const Term* summand = scaled_monomial(mgr, coeffs[monomials[i]], monomials[i], scratch);
+    if (rest == nullptr) {
+      rest = summand;
+      continue;
+    }
+    const bool integer = mgr->get_supertype(mgr->type_of(summand), mgr->type_of(rest)) == mgr->int_type;
+    scratch[0] = summand;
+    scratch[1] = rest;
+    rest = mgr->do_make_term(integer ? mgr->int_plus_symbol : mgr->rat_plus_symbol, scratch);
+  }
+  return rest;
+}
+
+void Polynomial::normalize(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer) {
+  if (coeffs.bucket_count() > kMostBucketsKept) {
+    coeffs = MonomialMap();
+  } else {
+    coeffs.clear(false);
+  }
+  monomials.clear();
+  constant = QNumber();
+  poly_norm(mgr, lhs, rhs, to_integer, &monomials, &coeffs, &constant, &all_integer);
+}
+
+void Polynomial::negate_coefficients() {
+  for (auto& [monomial, coefficient] : coeffs) coefficient = coefficient.neg();
+}
+
+const Term* Polynomial::to_term(TermManager* mgr) {
+  scratch.assign(2, nullptr);
+  return poly_to_term(mgr, monomials, coeffs, scratch);
+}
+
+}  // namespace quarv::termsimpl
