@@ -1,8 +1,11 @@
 #include <type_traits>
 
 #include <quarv/rules/bitvector_rules.h>
+#include <quarv/simpl/arith/eq_leq.h>
 #include <quarv/simpl/arith/floor.h>
+#include <quarv/simpl/arith/int_mod_congr.h>
 #include <quarv/simpl/arith/plus_times.h>
+#include <quarv/simpl/array.h>
 #include <quarv/simpl/boolean.h>
 #include <quarv/simpl/bv/arithmetic.h>
 #include <quarv/simpl/bv/bitwise.h>
@@ -13,6 +16,7 @@
 #include <quarv/simpl/bv/structure.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
+#include <quarv/simpl/uf_arg_arith.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::termsimpl {
@@ -43,9 +47,15 @@ constexpr Registration registrations[] = {
     {SymbolTag::NOT, create<NotSimpl>},
     {SymbolTag::IFF, create<IffSimpl>},
     {SymbolTag::TERM_ITE, create<TermIteSimpl>},
+    {SymbolTag::EQ, create<EqLeqSimpl>},
     {SymbolTag::PLUS, create<PlusSimpl>},
     {SymbolTag::TIMES, create<TimesSimpl>},
     {SymbolTag::FLOOR, create<FloorSimpl>},
+    {SymbolTag::LEQ, create<EqLeqSimpl>},
+    {SymbolTag::INT_MOD_CONGR, create<IntModCongrSimpl>},
+    {SymbolTag::ARRAY_WRITE, create<ArrayWriteSimpl>},
+    {SymbolTag::UF, create<UfArgArithSimpl>},
+    {SymbolTag::ARRAY_READ, create<ArrayReadSimpl>},
     {SymbolTag::BV_CONCAT, create<BVConcatSimpl>},
     {SymbolTag::BV_SELECT, create<BVSelectSimpl>},
     {SymbolTag::BV_NOT, create<BVNotSimpl>},

@@ -1,0 +1,22 @@
+#pragma once
+
+namespace quarv {
+
+class TermManager;
+struct Term;
+
+namespace termsimpl {
+
+enum class Comparison { equal, different, undecided };
+
+/// Compares two arrays of one type, both values in the sense of `is_value` (model values included).
+///
+/// `equal` is answered only for arrays with the same contents, `different` only when some index provably
+/// holds different elements. Elements are compared with `TermManager::make_equal`. Undecided are, among
+/// others, arrays whose indices may denote the same thing although they are different terms (model values,
+/// arrays), and arrays nested so deeply, or with so many inner writes, that the comparison would take too
+/// long.
+Comparison compare_array_values(TermManager* mgr, const Term* a, const Term* b);
+
+}  // namespace termsimpl
+}  // namespace quarv
