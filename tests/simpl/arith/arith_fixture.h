@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdlib>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,12 +51,5 @@ class ArithFixture : public ::testing::Test {
   TermManager mgr;
   StdTermSimplifier simplifier;
 };
-
-/// The factor by which the environment asks for larger counts.
-inline int test_scale() {
-  const char* text = std::getenv("QUARV_TEST_SCALE");
-  const int scale = text != nullptr ? std::atoi(text) : 1;
-  return scale > 0 ? scale : 1;
-}
 
 }  // namespace quarv
