@@ -45,7 +45,10 @@ class IEEEFloat {
   };
 
   using rounding_mode = swflt::rounding_mode;
-  using enum swflt::rounding_mode;
+  static constexpr rounding_mode round_nearest_even = swflt::round_nearest_even;
+  static constexpr rounding_mode round_toward_zero = swflt::round_toward_zero;
+  static constexpr rounding_mode round_toward_positive = swflt::round_toward_positive;
+  static constexpr rounding_mode round_toward_negative = swflt::round_toward_negative;
 
   /// +0 of the format (8, 23), rounding to nearest.
   IEEEFloat() : IEEEFloat(format{8, 23}, round_nearest_even) {}

@@ -1,0 +1,194 @@
+// Every operation on every operand of every small format, against the definition on exact rationals.
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "numbers/float_reference.h"
+#include <quarv/numbers/ieee_float.h>
+
+namespace quarv {
+namespace {
+
+constexpr IEEEFloat::rounding_mode modes[] = {IEEEFloat::round_nearest_even, IEEEFloat::round_toward_zero,
+                                              IEEEFloat::round_toward_positive,
+                                              IEEEFloat::round_toward_negative};
+
+std::vector<FloatReference> small_formats() {
+  std::vector<FloatReference> result;
+  for (std::size_t ew = 1; ew <= 4; ++ew) {
+    for (std::size_t mw = 1; mw <= 3; ++mw) result.emplace_back(IEEEFloat::format{ew, mw});
+  }
+  return result;
+}
+
+IEEEFloat make(const FloatReference& f, unsigned bits, IEEEFloat::rounding_mode mode) {
+  IEEEFloat x = IEEEFloat::from_bits(QNumber(static_cast<long>(bits)), f.format());
+  x.set_rounding_mode(mode);
+  return x;
+}
+
+/// What `operation` makes of a number, and the exceptions that it raises.
+template <class Operation>
+FloatOutcome outcome(IEEEFloat x, Operation&& operation) {
+  swflt::float_exception_flags = 0;
+  operation(x);
+  return {static_cast<unsigned>(x.get_bits().small_num()), swflt::float_exception_flags};
+}
+
+class SmallFormats : public testing::TestWithParam<int> {
+ protected:
+  FloatReference f{IEEEFloat::format{static_cast<std::size_t>(GetParam() / 10),
+                                     static_cast<std::size_t>(GetParam() % 10)}};
+};
+
+TEST_P(SmallFormats, Arithmetic) {
+  for (unsigned a = 0; a < f.count(); ++a) {
+    for (unsigned b = 0; b < f.count(); ++b) {
+      const IEEEFloat y = make(f, b, IEEEFloat::round_nearest_even);
+      for (const auto mode : modes) {
+        const IEEEFloat x = make(f, a, mode);
+        ASSERT_EQ(outcome(x, [&](IEEEFloat& r) { r += y; }), f.add(a, b, mode))
+            << a << " + " << b << " mode " << mode;
+        ASSERT_EQ(outcome(x, [&](IEEEFloat& r) { r -= y; }), f.subtract(a, b, mode))
+            << a << " - " << b << " mode " << mode;
+        ASSERT_EQ(outcome(x, [&](IEEEFloat& r) { r *= y; }), f.multiply(a, b, mode))
+            << a << " * " << b << " mode " << mode;
+        ASSERT_EQ(outcome(x, [&](IEEEFloat& r) { r /= y; }), f.divide(a, b, mode))
+            << a << " / " << b << " mode " << mode;
+      }
+    }
+  }
+}
+
+TEST_P(SmallFormats, OneOperand) {
+  for (unsigned a = 0; a < f.count(); ++a) {
+    for (const auto mode : modes) {
+      const IEEEFloat x = make(f, a, mode);
+      ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r.sqrt(); }), f.square_root(a, mode)) << a << " mode " << mode;
+      ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r = round(r); }), f.round_to_integral(a, mode))
+          << a << " mode " << mode;
+      ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r += r; }), f.add(a, a, mode));
+      ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r -= r; }), f.subtract(a, a, mode));
+      ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r.self_neg(); }), (FloatOutcome{a ^ f.sign_bit(), 0}));
+      ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r.set_sign(true); }), (FloatOutcome{a | f.sign_bit(), 0}));
+      ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r.set_sign(false); }), (FloatOutcome{f.magnitude(a), 0}));
+    }
+  }
+}
+
+TEST_P(SmallFormats, Classification) {
+  for (unsigned a = 0; a < f.count(); ++a) {
+    const IEEEFloat x = make(f, a, IEEEFloat::round_nearest_even);
+    const unsigned m = f.magnitude(a);
+    const unsigned hidden = 1u << f.format().mw;
+    EXPECT_EQ(x.get_sign(), f.negative(a));
+    EXPECT_EQ(x.is_nan(), f.is_nan(a));
+    EXPECT_EQ(x.is_inf(), f.is_inf(a));
+    EXPECT_EQ(x.is_zero(), f.is_zero(a));
+    EXPECT_EQ(x.is_subnormal(), m != 0 && m < hidden);
+    EXPECT_EQ(x.is_normal(), m >= hidden && m < f.infinity());
+  }
+}
+
+TEST_P(SmallFormats, Comparisons) {
+  // An order that infinities take part in.
+  const auto key = [&](unsigned bits) -> mpq_class {
+    if (!f.is_inf(bits)) return f.value(bits);
+    return f.negative(bits) ? -1000000 : 1000000;
+  };
+  for (unsigned a = 0; a < f.count(); ++a) {
+    const IEEEFloat x = make(f, a, IEEEFloat::round_nearest_even);
+    for (unsigned b = 0; b < f.count(); ++b) {
+      const IEEEFloat y = make(f, b, IEEEFloat::round_toward_zero);
+      const bool unordered = f.is_nan(a) || f.is_nan(b);
+      const int order = unordered ? 0 : cmp(key(a), key(b));
+      ASSERT_EQ(x == y, !unordered && order == 0) << a << ' ' << b;
+      ASSERT_EQ(x < y, !unordered && order < 0) << a << ' ' << b;
+      ASSERT_EQ(x <= y, !unordered && order <= 0) << a << ' ' << b;
+      ASSERT_EQ(x.identical(y), a == b);
+    }
+  }
+}
+
+TEST_P(SmallFormats, ConversionToEveryFormat) {
+  for (const FloatReference& to : small_formats()) {
+    for (unsigned a = 0; a < f.count(); ++a) {
+      for (const auto mode : modes) {
+        ASSERT_EQ(outcome(make(f, a, mode), [&](IEEEFloat& r) { r.set_format(to.format()); }),
+                  f.convert(a, to, mode))
+            << a << " to " << to.format().ew << ',' << to.format().mw << " mode " << mode;
+      }
+    }
+  }
+}
+
+TEST_P(SmallFormats, ConversionThroughWideFormats) {
+  for (const IEEEFloat::format wide :
+       {IEEEFloat::format{11, 52}, IEEEFloat::format{3, 60}, IEEEFloat::format{15, 112},
+        IEEEFloat::format{11, 200}, IEEEFloat::format{8, 300}, IEEEFloat::format{70, 9}}) {
+    if (wide.ew <= f.format().ew) continue;
+    for (unsigned a = 0; a < f.count(); ++a) {
+      if (f.is_nan(a)) continue;
+      const auto widen_and_narrow = [&](IEEEFloat& r) {
+        r.set_format(wide);
+        r.set_format(f.format());
+      };
+      ASSERT_EQ(outcome(make(f, a, IEEEFloat::round_nearest_even), widen_and_narrow), (FloatOutcome{a, 0}));
+    }
+  }
+}
+
+TEST_P(SmallFormats, FromNumber) {
+  const auto check = [&](long num, long den, bool big) {
+    const mpq_class v(num, den);
+    QNumber q(num, den);
+    if (big) {
+      mpq_class reduced = v;
+      reduced.canonicalize();
+      q = QNumber(reduced.get_num_mpz_t(), reduced.get_den_mpz_t(), false);
+    }
+    for (const auto mode : modes) {
+      swflt::float_exception_flags = 0;
+      const IEEEFloat x = IEEEFloat::from_number(q, f.format(), mode);
+      const FloatOutcome got{static_cast<unsigned>(x.get_bits().small_num()), swflt::float_exception_flags};
+      const FloatOutcome wanted = num == 0 ? FloatOutcome{0, 0} : f.round(v, mode);
+      ASSERT_EQ(got, wanted) << num << '/' << den << " mode " << mode;
+      ASSERT_EQ(x.get_rounding_mode(), mode);
+    }
+  };
+  for (const long den : {1L, 3L, 4L, 64L, 1000L, 2048L, 65536L}) {
+    for (long num = -300; num <= 300; ++num) check(num, den, num % 2 == 0);
+  }
+}
+
+TEST_P(SmallFormats, ToInteger) {
+  for (unsigned a = 0; a < f.count(); ++a) {
+    for (const auto mode : modes) {
+      for (std::size_t width = 1; width <= 10; ++width) {
+        const mpz_class low = -(mpz_class(1) << (width - 1)), high = (mpz_class(1) << width) - 1;
+        mpz_class wanted;
+        if (f.is_inf(a)) {
+          wanted = f.negative(a) ? low : high;
+        } else if (!f.is_nan(a)) {
+          wanted = FloatReference::rounded_integer(f.value(a), mode);
+          if (wanted < low) wanted = low;
+          if (wanted > high) wanted = high;
+        }
+        ASSERT_EQ(make(f, a, mode).to_integer(width).num(), wanted)
+            << a << " mode " << mode << " width " << width;
+      }
+    }
+  }
+}
+
+std::string format_name(const testing::TestParamInfo<int>& format) {
+  return "ew" + std::to_string(format.param / 10) + "mw" + std::to_string(format.param % 10);
+}
+
+INSTANTIATE_TEST_SUITE_P(IEEEFloat, SmallFormats,
+                         testing::Values(11, 12, 13, 21, 22, 23, 31, 32, 33, 41, 42, 43), format_name);
+
+}  // namespace
+}  // namespace quarv
