@@ -170,11 +170,8 @@ class FloatReference {
     const bool beyond_limit = last && compare(limit_) >= 0;
     const bool up = beyond_limit ? away_beyond_limit(sign, mode) : away(sign, mode, low, compare);
     unsigned flags = flag_inexact;
-    if (beyond_limit || (up && last)) {
-      flags |= flag_overflow;
-    } else if (compare(least_normal_) < 0) {
-      flags |= flag_underflow;
-    }
+    if (beyond_limit || (up && last)) flags |= flag_overflow;
+    if (compare(least_normal_) < 0) flags |= flag_underflow;
     return {zero(sign) + low + up, flags};
   }
 

@@ -8,14 +8,6 @@
 
 namespace quarv {
 
-namespace {
-
-/// The integer type of the encodings of a layout.
-template <class L>
-using BitsOf = typename std::decay_t<L>::Bits;
-
-}  // namespace
-
 IEEEFloat::IEEEFloat(format f, rounding_mode mode) : format_(f) {
   if (f.ew == 0 || f.mw == 0) {
     throw std::invalid_argument(
@@ -25,8 +17,7 @@ IEEEFloat::IEEEFloat(format f, rounding_mode mode) : format_(f) {
   if (holds_number()) {
     new (&number_) QNumber();
   } else {
-    word64_ = 0;
-    store(std::uint64_t{0});
+    store_any(std::uint64_t{0});
   }
 }
 
@@ -49,7 +40,7 @@ IEEEFloat IEEEFloat::from_bits(const QNumber& bits, format f) {
       word = mpz_getlimbn(bits.big_num(), 0);
       if (mpz_sgn(bits.big_num()) < 0) word = -word;
     }
-    x.store(word << (64 - f.width()) >> (64 - f.width()));
+    x.store_any(word << (64 - f.width()) >> (64 - f.width()));
   } else if (bits.is_small() && bits.small_num() >= 0) {
     x.number_ = bits;
   } else {
@@ -76,62 +67,61 @@ bool IEEEFloat::identical(const IEEEFloat& other) const {
   return number_ == other.number_;
 }
 
-IEEEFloat& IEEEFloat::operator+=(const IEEEFloat& b) {
+template <class Operation>
+void IEEEFloat::transform(const Operation& operation) {
+  with_layout([&](const auto& access) { access.store(*this, operation(access.layout, access.load(*this))); });
+}
+
+template <class Operation>
+void IEEEFloat::transform(const IEEEFloat& b, const Operation& operation) {
   assert(format_ == b.format_);
-  with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    store(swflt::add(f, get_rounding_mode(), load<Bits>(), b.load<Bits>()));
+  with_layout([&](const auto& access) {
+    access.store(*this, operation(access.layout, access.load(*this), access.load(b)));
   });
+}
+
+IEEEFloat& IEEEFloat::operator+=(const IEEEFloat& b) {
+  const rounding_mode mode = get_rounding_mode();
+  transform(b, [mode](const auto& f, const auto& x, const auto& y) { return swflt::add(f, mode, x, y); });
   return *this;
 }
 
 IEEEFloat& IEEEFloat::operator-=(const IEEEFloat& b) {
-  assert(format_ == b.format_);
-  with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    store(swflt::add(f, get_rounding_mode(), load<Bits>(), f.negated(b.load<Bits>())));
+  const rounding_mode mode = get_rounding_mode();
+  transform(b, [mode](const auto& f, const auto& x, const auto& y) {
+    return swflt::add(f, mode, x, f.negated(y));
   });
   return *this;
 }
 
 IEEEFloat& IEEEFloat::operator*=(const IEEEFloat& b) {
-  assert(format_ == b.format_);
-  with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    store(swflt::multiply(f, get_rounding_mode(), load<Bits>(), b.load<Bits>()));
-  });
+  const rounding_mode mode = get_rounding_mode();
+  transform(b,
+            [mode](const auto& f, const auto& x, const auto& y) { return swflt::multiply(f, mode, x, y); });
   return *this;
 }
 
 IEEEFloat& IEEEFloat::operator/=(const IEEEFloat& b) {
-  assert(format_ == b.format_);
-  with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    store(swflt::divide(f, get_rounding_mode(), load<Bits>(), b.load<Bits>()));
-  });
+  const rounding_mode mode = get_rounding_mode();
+  transform(b, [mode](const auto& f, const auto& x, const auto& y) { return swflt::divide(f, mode, x, y); });
   return *this;
 }
 
 void IEEEFloat::sqrt() {
-  with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    store(swflt::square_root(f, get_rounding_mode(), load<Bits>()));
-  });
+  const rounding_mode mode = get_rounding_mode();
+  transform([mode](const auto& f, const auto& x) { return swflt::square_root(f, mode, x); });
 }
 
 void IEEEFloat::self_neg() {
-  set_sign(!get_sign());
+  transform([](const auto& f, const auto& x) { return f.negated(x); });
 }
 
 void IEEEFloat::set_sign(bool negative) {
-  with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    store(f.with_sign(f.magnitude(load<Bits>()), negative));
-  });
+  transform([negative](const auto& f, const auto& x) { return f.with_sign(f.magnitude(x), negative); });
 }
 
 bool IEEEFloat::get_sign() const {
-  return with_layout([&](const auto& f) { return f.sign(load<BitsOf<decltype(f)>>()); });
+  return with_layout([&](const auto& access) { return access.layout.sign(access.load(*this)); });
 }
 
 bool IEEEFloat::is_nan() const {
@@ -156,25 +146,20 @@ bool IEEEFloat::is_normal() const {
 
 bool operator==(const IEEEFloat& a, const IEEEFloat& b) {
   assert(a.format_ == b.format_);
-  return a.with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    return swflt::equal(f, a.load<Bits>(), b.load<Bits>());
-  });
+  return a.with_layout(
+      [&](const auto& access) { return swflt::equal(access.layout, access.load(a), access.load(b)); });
 }
 
 bool operator<(const IEEEFloat& a, const IEEEFloat& b) {
   assert(a.format_ == b.format_);
-  return a.with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    return swflt::less(f, a.load<Bits>(), b.load<Bits>());
-  });
+  return a.with_layout(
+      [&](const auto& access) { return swflt::less(access.layout, access.load(a), access.load(b)); });
 }
 
 bool operator<=(const IEEEFloat& a, const IEEEFloat& b) {
   assert(a.format_ == b.format_);
-  return a.with_layout([&](const auto& f) {
-    using Bits = BitsOf<decltype(f)>;
-    return swflt::less_or_equal(f, a.load<Bits>(), b.load<Bits>());
+  return a.with_layout([&](const auto& access) {
+    return swflt::less_or_equal(access.layout, access.load(a), access.load(b));
   });
 }
 

@@ -184,15 +184,49 @@ class IEEEFloat {
   }
   void assign_number(const IEEEFloat& other);
 
-  /// The encoding as an integer of the type `Bits`, which it must fit.
-  template <class Bits>
+  /// The encoding as an integer of the type `Bits`, which it must fit; the first two for a storage that is
+  /// known.
+  template <storage_kind kind, class Bits>
   Bits load() const;
   template <class Bits>
-  void store(const Bits& bits);
+  Bits load_number() const;
+  template <class Bits>
+  Bits load_any() const;
 
-  /// Calls `operation` with the layout that suits the format.
+  template <storage_kind kind, class Bits>
+  void store(const Bits& bits);
+  template <class Bits>
+  void store_number(const Bits& bits);
+  template <class Bits>
+  void store_any(const Bits& bits);
+
+  /// The layout of a format, and how its numbers store their encodings.
+  template <class Layout, storage_kind stored_as>
+  struct Access {
+    using Bits = typename Layout::Bits;
+
+    Layout layout;
+
+    static Bits load(const IEEEFloat& x) { return x.load<stored_as, Bits>(); }
+    static void store(IEEEFloat& x, const Bits& bits) { x.store<stored_as>(bits); }
+  };
+
+  /// Calls `operation` with an `Access` to the layout that suits the format.
   template <class Operation>
-  auto with_layout(Operation&& operation) const;
+  auto with_layout(const Operation& operation) const;
+  template <class Operation>
+  [[gnu::noinline]] auto with_other_layout(const Operation& operation) const;
+  template <class Operation>
+  [[gnu::noinline]] auto with_fixed_layout(const Operation& operation) const;
+  template <class Operation>
+  [[gnu::noinline]] auto with_unbounded_layout(const Operation& operation) const;
+
+  /// Replaces the encoding by operation(layout, encoding).
+  template <class Operation>
+  void transform(const Operation& operation);
+  /// The same by operation(layout, encoding, encoding of b).
+  template <class Operation>
+  void transform(const IEEEFloat& b, const Operation& operation);
 
   /// Stores this number, rounded to the format of `target` in the mode of this number, through the layout
   /// `L`.
@@ -201,7 +235,7 @@ class IEEEFloat {
 
   /// Whether `predicate`, which is given the layout and the encoding without its sign, holds.
   template <class Predicate>
-  bool test_magnitude(Predicate&& predicate) const;
+  bool test_magnitude(const Predicate& predicate) const;
 
   format format_;
   union {

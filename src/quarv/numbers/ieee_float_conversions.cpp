@@ -111,28 +111,26 @@ IEEEFloat IEEEFloat::from_number(const QNumber& v, format f, rounding_mode r) {
   IEEEFloat x(f, r);
   if (v.is_zero()) return x;
   if (v.is_small() && fits_layout<WordLayout>(f)) {
-    x.store(encode_small(make_layout<WordLayout>(f), r, v));
+    x.store_any(encode_small(make_layout<WordLayout>(f), r, v));
   } else if (fits_layout<FixedLayout>(f)) {
-    x.store(encode_number(make_layout<FixedLayout>(f), r, v));
+    x.store_any(encode_number(make_layout<FixedLayout>(f), r, v));
   } else {
-    x.store(encode_number(make_layout<GeneralLayout>(f), r, v));
+    x.store_any(encode_number(make_layout<GeneralLayout>(f), r, v));
   }
   return x;
 }
 
 QNumber IEEEFloat::to_integer(std::size_t width) const {
   using namespace swflt;
-  return with_layout([&](const auto& f) {
-    using Bits = typename std::decay_t<decltype(f)>::Bits;
-    return integer_of(f, get_rounding_mode(), load<Bits>(), width);
+  return with_layout([&](const auto& access) {
+    return integer_of(access.layout, get_rounding_mode(), access.load(*this), width);
   });
 }
 
 IEEEFloat round(const IEEEFloat& x) {
   IEEEFloat result = x;
-  x.with_layout([&](const auto& f) {
-    using Bits = typename std::decay_t<decltype(f)>::Bits;
-    result.store(swflt::round_to_integral(f, x.get_rounding_mode(), x.load<Bits>()));
+  x.with_layout([&](const auto& access) {
+    access.store(result, swflt::round_to_integral(access.layout, x.get_rounding_mode(), access.load(x)));
   });
   return result;
 }
@@ -141,7 +139,8 @@ template <class L>
 void IEEEFloat::convert_to(IEEEFloat& target) const {
   using Bits = typename L::Bits;
   const L from = swflt::make_layout<L>(format_), to = swflt::make_layout<L>(target.format_);
-  target.store(swflt::convert<Bits, typename L::Exponent>(from, to, get_rounding_mode(), load<Bits>()));
+  target.store_any(
+      swflt::convert<Bits, typename L::Exponent>(from, to, get_rounding_mode(), load_any<Bits>()));
 }
 
 void IEEEFloat::set_format(format f) {
@@ -164,7 +163,7 @@ std::string IEEEFloat::to_string() const {
   if (is_inf()) return sign + "inf";
   if (is_zero()) return sign + "0x0p+0";
   const auto f = swflt::make_layout<swflt::GeneralLayout>(format_);
-  const auto value = swflt::decode<mpz_class, mpz_class>(f, f.magnitude(load<mpz_class>()));
+  const auto value = swflt::decode<mpz_class, mpz_class>(f, f.magnitude(load_any<mpz_class>()));
   const BitCount fraction_bits = swflt::bit_length(value.significand) - 1;
   const mpz_class exponent = value.exponent + mpz_class(fraction_bits);
   const BitCount padding = (4 - fraction_bits % 4) % 4;

@@ -42,9 +42,7 @@ inline IEEEFloat::storage_kind IEEEFloat::kind_of(format f) {
 }
 
 template <class Bits>
-Bits IEEEFloat::load() const {
-  if (kind() == word32) return Bits(std::uint64_t{word32_});
-  if (kind() == word64) return Bits(word64_);
+Bits IEEEFloat::load_number() const {
   if (number_.is_small()) return Bits(static_cast<std::uint64_t>(number_.small_num()));
   if constexpr (swflt::is_unbounded<Bits>) {
     return Bits(number_.big_num());
@@ -52,54 +50,119 @@ Bits IEEEFloat::load() const {
     swflt::WideUInt<sizeof(Bits) / sizeof(std::uint64_t)> r;
     const std::size_t size = mpz_size(number_.big_num());
     const mp_limb_t* limbs = mpz_limbs_read(number_.big_num());
-    for (std::size_t i = 0; i < size && i < r.words; ++i) r.word[i] = limbs[i];
+    for (std::size_t i = 0; i < r.words; ++i) r.word[i] = i < size ? limbs[i] : 0;
     return swflt::convert_significand<Bits>(r);
   }
 }
 
 template <class Bits>
-void IEEEFloat::store(const Bits& bits) {
-  if (kind() == word32) {
-    word32_ = static_cast<std::uint32_t>(swflt::convert_significand<std::uint64_t>(bits));
-  } else if (kind() == word64) {
-    word64_ = swflt::convert_significand<std::uint64_t>(bits);
-  } else if constexpr (swflt::is_unbounded<Bits>) {
+void IEEEFloat::store_number(const Bits& bits) {
+  if constexpr (swflt::is_unbounded<Bits>) {
     number_.set_integer(bits.get_mpz_t());
   } else {
-    const auto words = swflt::convert_significand<swflt::WideUInt<4>>(bits);
+    const auto words =
+        swflt::convert_significand<swflt::WideUInt<sizeof(Bits) / sizeof(std::uint64_t)>>(bits);
     mpz_t integer;
     number_.set_integer(mpz_roinit_n(integer, words.word.data(), words.words));
   }
 }
 
+template <IEEEFloat::storage_kind kind, class Bits>
+Bits IEEEFloat::load() const {
+  if constexpr (kind == word32) {
+    return Bits(std::uint64_t{word32_});
+  } else if constexpr (kind == word64) {
+    return Bits(word64_);
+  } else {
+    return load_number<Bits>();
+  }
+}
+
+template <IEEEFloat::storage_kind kind, class Bits>
+void IEEEFloat::store(const Bits& bits) {
+  if constexpr (kind == word32) {
+    word32_ = static_cast<std::uint32_t>(swflt::convert_significand<std::uint64_t>(bits));
+  } else if constexpr (kind == word64) {
+    word64_ = swflt::convert_significand<std::uint64_t>(bits);
+  } else {
+    store_number(bits);
+  }
+}
+
+template <class Bits>
+Bits IEEEFloat::load_any() const {
+  switch (kind()) {
+    case word32:
+      return load<word32, Bits>();
+    case word64:
+      return load<word64, Bits>();
+    default:
+      return load_number<Bits>();
+  }
+}
+
+template <class Bits>
+void IEEEFloat::store_any(const Bits& bits) {
+  switch (kind()) {
+    case word32:
+      return store<word32>(bits);
+    case word64:
+      return store<word64>(bits);
+    default:
+      return store_number(bits);
+  }
+}
+
 template <class Operation>
-auto IEEEFloat::with_layout(Operation&& operation) const {
+auto IEEEFloat::with_layout(const Operation& operation) const {
+  using namespace swflt;
+  // The common formats come first, compiled into the caller.
+  if (format_ == format{11, 52}) return operation(Access<DoubleLayout, word64>{});
+  if (format_ == format{8, 23}) return operation(Access<SingleLayout, word32>{});
+  return with_other_layout(operation);
+}
+
+template <class Operation>
+auto IEEEFloat::with_other_layout(const Operation& operation) const {
   using namespace swflt;
   switch (kind()) {
     case word32:
-      if (format_ == format{8, 23}) return operation(SingleLayout());
-      return operation(make_layout<WordLayout>(format_));
+      return operation(Access<WordLayout, word32>{make_layout<WordLayout>(format_)});
     case word64:
-      if (format_ == format{11, 52}) return operation(DoubleLayout());
-      if (fits_layout<WordLayout>(format_)) return operation(make_layout<WordLayout>(format_));
-      return operation(make_layout<DoubleWordLayout>(format_));
+      if (fits_layout<WordLayout>(format_)) {
+        return operation(Access<WordLayout, word64>{make_layout<WordLayout>(format_)});
+      }
+      return operation(Access<DoubleWordLayout, word64>{make_layout<DoubleWordLayout>(format_)});
     case fixed_number:
-      if (format_ == format{15, 112}) return operation(QuadLayout());
-      if (fits_layout<DoubleWordLayout>(format_)) return operation(make_layout<DoubleWordLayout>(format_));
-      return operation(make_layout<FixedLayout>(format_));
+      return with_fixed_layout(operation);
     case unbounded_number:
       break;
   }
-  if (format_.ew <= max_word_exponent_width) return operation(make_layout<UnboundedLayout>(format_));
-  return operation(make_layout<GeneralLayout>(format_));
+  return with_unbounded_layout(operation);
+}
+
+template <class Operation>
+auto IEEEFloat::with_fixed_layout(const Operation& operation) const {
+  using namespace swflt;
+  if (format_ == format{15, 112}) return operation(Access<QuadLayout, fixed_number>{});
+  if (fits_layout<DoubleWordLayout>(format_)) {
+    return operation(Access<DoubleWordLayout, fixed_number>{make_layout<DoubleWordLayout>(format_)});
+  }
+  return operation(Access<FixedLayout, fixed_number>{make_layout<FixedLayout>(format_)});
+}
+
+template <class Operation>
+auto IEEEFloat::with_unbounded_layout(const Operation& operation) const {
+  using namespace swflt;
+  if (format_.ew <= max_word_exponent_width) {
+    return operation(Access<UnboundedLayout, unbounded_number>{make_layout<UnboundedLayout>(format_)});
+  }
+  return operation(Access<GeneralLayout, unbounded_number>{make_layout<GeneralLayout>(format_)});
 }
 
 template <class Predicate>
-bool IEEEFloat::test_magnitude(Predicate&& predicate) const {
-  return with_layout([&](const auto& f) {
-    using Bits = typename std::decay_t<decltype(f)>::Bits;
-    return predicate(f, f.magnitude(load<Bits>()));
-  });
+bool IEEEFloat::test_magnitude(const Predicate& predicate) const {
+  return with_layout([&](const auto& a) { return predicate(a.layout, a.layout.magnitude(a.load(*this))); });
 }
 
 }  // namespace quarv

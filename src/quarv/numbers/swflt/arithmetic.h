@@ -10,6 +10,30 @@
 
 namespace quarv::swflt {
 
+/// A number significand · 2^(exponent + least_exponent()) above 0, its significand normalized.
+template <class L>
+struct Unpacked {
+  typename L::Bits significand;
+  typename L::Exponent exponent;
+};
+
+/// The number of a magnitude that is finite and not 0.
+template <class L>
+Unpacked<L> unpack(const L& f, const typename L::Bits& m) {
+  using Exponent = typename L::Exponent;
+  Unpacked<L> x{f.significand(m), f.offset(m)};
+  x.exponent -= make_exponent<Exponent>(normalize(x.significand, 0));
+  return x;
+}
+
+/// The same, for a normal one.
+template <class L>
+Unpacked<L> unpack_normal(const L& f, const typename L::Bits& m) {
+  using Exponent = typename L::Exponent;
+  const BitCount shift = normalizing_shift<typename L::Bits>(f.precision());
+  return {f.normal_significand(m) << shift, f.exponent_field(m) - make_exponent<Exponent>(shift + 1)};
+}
+
 template <class L>
 typename L::Bits invalid_operation(const L& f) {
   raise(flag_invalid);
@@ -48,18 +72,29 @@ typename L::Bits add(const L& f, rounding_mode mode, const typename L::Bits& a, 
   const typename L::Exponent distance = offset - f.offset(low);
   const S x = f.significand(high) << 3;
   const S y = shift_right_jam(S(f.significand(low) << 3), shift_count(distance));
-  const S sum = subtract ? S(x - y) : S(x + y);
+  const S sum = add_signed(x, y, subtract);
   if (is_zero(sum)) return f.zero(subtract ? mode == round_toward_negative : sign);
   return round_to_format(f, mode, sign, typename L::Exponent(offset - 3), sum);
 }
 
+/// ±a · b.
 template <class L>
-[[gnu::noinline]] typename L::Bits multiply_special(const L& f, bool sign, const typename L::Bits& ma,
-                                                    const typename L::Bits& mb) {
+typename L::Bits multiply_finite(const L& f, rounding_mode mode, bool sign, const Unpacked<L>& a,
+                                 const Unpacked<L>& b) {
+  const auto exact = product(a.significand, b.significand);
+  const typename L::Exponent exponent = a.exponent + b.exponent + f.least_exponent() + exact.scale;
+  return round_to_format(f, mode, sign, exponent, exact.significand);
+}
+
+template <class L>
+[[gnu::noinline]] typename L::Bits multiply_special(const L& f, rounding_mode mode, bool sign,
+                                                    const typename L::Bits& ma, const typename L::Bits& mb) {
   if (f.is_nan(ma) || f.is_nan(mb)) return propagate_nan(f, ma, mb);
   const bool zero = is_zero(ma) || is_zero(mb);
-  if (f.is_finite(ma) && f.is_finite(mb)) return f.zero(sign);
-  return zero ? invalid_operation(f) : f.with_sign(f.infinity(), sign);
+  if (!f.is_finite(ma) || !f.is_finite(mb))
+    return zero ? invalid_operation(f) : f.with_sign(f.infinity(), sign);
+  if (zero) return f.zero(sign);
+  return multiply_finite(f, mode, sign, unpack(f, ma), unpack(f, mb));
 }
 
 /// a · b.
@@ -68,24 +103,32 @@ typename L::Bits multiply(const L& f, rounding_mode mode, const typename L::Bits
                           const typename L::Bits& b) {
   const typename L::Bits ma = f.magnitude(a), mb = f.magnitude(b);
   const bool sign = f.sign(a) != f.sign(b);
-  if (!f.is_finite(ma) || !f.is_finite(mb) || is_zero(ma) || is_zero(mb)) [[unlikely]] {
-    return multiply_special(f, sign, ma, mb);
-  }
-  const auto exact = product(f.significand(ma), f.significand(mb));
-  const typename L::Exponent exponent = f.offset(ma) + f.offset(mb) + f.least_exponent() + exact.scale;
+  if (!f.is_normal(ma) || !f.is_normal(mb)) [[unlikely]]
+    return multiply_special(f, mode, sign, ma, mb);
+  return multiply_finite(f, mode, sign, unpack_normal(f, ma), unpack_normal(f, mb));
+}
+
+/// ±a / b.
+template <class L>
+typename L::Bits divide_finite(const L& f, rounding_mode mode, bool sign, const Unpacked<L>& a,
+                               const Unpacked<L>& b) {
+  const auto exact = quotient(a.significand, b.significand, f.precision());
+  const typename L::Exponent exponent = a.exponent - b.exponent - f.least_exponent() + exact.scale;
   return round_to_format(f, mode, sign, exponent, exact.significand);
 }
 
 template <class L>
-[[gnu::noinline]] typename L::Bits divide_special(const L& f, bool sign, const typename L::Bits& ma,
-                                                  const typename L::Bits& mb) {
+[[gnu::noinline]] typename L::Bits divide_special(const L& f, rounding_mode mode, bool sign,
+                                                  const typename L::Bits& ma, const typename L::Bits& mb) {
   if (f.is_nan(ma) || f.is_nan(mb)) return propagate_nan(f, ma, mb);
   if (!f.is_finite(ma)) return f.is_finite(mb) ? f.with_sign(ma, sign) : invalid_operation(f);
-  if (!f.is_finite(mb)) return f.zero(sign);
-  if (!is_zero(mb)) return f.zero(sign);
-  if (is_zero(ma)) return invalid_operation(f);
-  raise(flag_divide_by_zero);
-  return f.with_sign(f.infinity(), sign);
+  if (is_zero(ma) && is_zero(mb)) return invalid_operation(f);
+  if (is_zero(ma) || !f.is_finite(mb)) return f.zero(sign);
+  if (is_zero(mb)) {
+    raise(flag_divide_by_zero);
+    return f.with_sign(f.infinity(), sign);
+  }
+  return divide_finite(f, mode, sign, unpack(f, ma), unpack(f, mb));
 }
 
 /// a / b.
@@ -94,29 +137,40 @@ typename L::Bits divide(const L& f, rounding_mode mode, const typename L::Bits& 
                         const typename L::Bits& b) {
   const typename L::Bits ma = f.magnitude(a), mb = f.magnitude(b);
   const bool sign = f.sign(a) != f.sign(b);
-  if (!f.is_finite(ma) || !f.is_finite(mb) || is_zero(ma) || is_zero(mb)) [[unlikely]] {
-    return divide_special(f, sign, ma, mb);
-  }
-  const auto exact = quotient(f.significand(ma), f.significand(mb), f.precision());
-  const typename L::Exponent exponent = f.offset(ma) - f.offset(mb) - f.least_exponent() + exact.scale;
-  return round_to_format(f, mode, sign, exponent, exact.significand);
+  if (!f.is_normal(ma) || !f.is_normal(mb)) [[unlikely]]
+    return divide_special(f, mode, sign, ma, mb);
+  return divide_finite(f, mode, sign, unpack_normal(f, ma), unpack_normal(f, mb));
 }
 
-/// √a; √−0 is −0.
 template <class L>
-typename L::Bits square_root(const L& f, rounding_mode mode, const typename L::Bits& a) {
+typename L::Bits square_root_finite(const L& f, rounding_mode mode, const Unpacked<L>& a) {
   using Exponent = typename L::Exponent;
+  const Exponent exponent = a.exponent + f.least_exponent();
+  const Exponent half = exponent >> 1;  // rounds down
+  const unsigned odd = exponent != half * 2;
+  const auto exact = square_root(a.significand, odd, f.precision());
+  return round_to_format(f, mode, false, Exponent(half - f.least_exponent() + exact.scale),
+                         exact.significand);
+}
+
+template <class L>
+[[gnu::noinline]] typename L::Bits square_root_special(const L& f, rounding_mode mode,
+                                                       const typename L::Bits& a) {
   const typename L::Bits ma = f.magnitude(a);
   if (f.is_nan(ma)) return propagate_nan(f, ma);
   if (is_zero(ma)) return a;
   if (f.sign(a)) return invalid_operation(f);
   if (!f.is_finite(ma)) return a;
-  const Exponent exponent = f.offset(ma) + f.least_exponent();
-  const Exponent half = exponent >> 1;  // rounds down
-  const unsigned odd = exponent != half * 2;
-  const auto exact = square_root(f.significand(ma), odd, f.precision());
-  return round_to_format(f, mode, false, Exponent(half - f.least_exponent() + exact.scale),
-                         exact.significand);
+  return square_root_finite(f, mode, unpack(f, ma));
+}
+
+/// √a; √−0 is −0.
+template <class L>
+typename L::Bits square_root(const L& f, rounding_mode mode, const typename L::Bits& a) {
+  const typename L::Bits ma = f.magnitude(a);
+  if (!f.is_normal(ma) || f.sign(a)) [[unlikely]]
+    return square_root_special(f, mode, a);
+  return square_root_finite(f, mode, unpack_normal(f, ma));
 }
 
 }  // namespace quarv::swflt

@@ -6,28 +6,39 @@
 
 namespace quarv::swflt {
 
+/// A key in the order of the values of encodings that are not NaN; both zeros have the same.
+template <class L>
+typename L::Bits order_key(const L& f, const typename L::Bits& encoding, const typename L::Bits& magnitude) {
+  using Bits = typename L::Bits;
+  if constexpr (is_unbounded<Bits>) {
+    return f.sign(encoding) ? Bits(-magnitude) : magnitude;
+  } else {
+    // Magnitudes leave the top bit free.
+    return add_signed(power_of_two<Bits>(bits_of<Bits> - 1), magnitude, f.sign(encoding));
+  }
+}
+
 /// Whether a and b are equal; zeros are, a NaN is not equal to anything. A signalling NaN raises invalid.
 template <class L>
 bool equal(const L& f, const typename L::Bits& a, const typename L::Bits& b) {
   const typename L::Bits ma = f.magnitude(a), mb = f.magnitude(b);
-  if (f.is_nan(ma) || f.is_nan(mb)) {
+  if (f.is_nan(ma) || f.is_nan(mb)) [[unlikely]] {
     if (f.is_signalling(ma) || f.is_signalling(mb)) raise(flag_invalid);
     return false;
   }
-  return a == b || (is_zero(ma) && is_zero(mb));
+  return order_key(f, a, ma) == order_key(f, b, mb);
 }
 
 /// a < b, or a <= b if `or_equal`. A NaN is not ordered and raises invalid.
 template <bool or_equal, class L>
 bool ordered(const L& f, const typename L::Bits& a, const typename L::Bits& b) {
   const typename L::Bits ma = f.magnitude(a), mb = f.magnitude(b);
-  if (f.is_nan(ma) || f.is_nan(mb)) {
+  if (f.is_nan(ma) || f.is_nan(mb)) [[unlikely]] {
     raise(flag_invalid);
     return false;
   }
-  if (a == b || (is_zero(ma) && is_zero(mb))) return or_equal;
-  const bool negative = f.sign(a);
-  return negative != f.sign(b) ? negative : (ma < mb) != negative;
+  const typename L::Bits ka = order_key(f, a, ma), kb = order_key(f, b, mb);
+  return or_equal ? ka <= kb : ka < kb;
 }
 
 template <class L>

@@ -43,14 +43,12 @@ typename To::Bits convert(const From& from, const To& to, rounding_mode mode, co
   return encode(to, mode, sign, decode<S, E>(from, m));
 }
 
-/// A magnitude rounded to an integer.
+/// A magnitude of which the low `fraction_bits` are below the point, rounded to an integer.
 /// \param inexact is set if it was not one.
 template <class S>
 S round_to_integer(rounding_mode mode, bool sign, S significand, BitCount fraction_bits, bool& inexact) {
-  if (fraction_bits == 0 || is_zero(significand)) return significand;
-  const unsigned tail = shift_out(significand, fraction_bits);
-  inexact = tail != 0;
-  significand += round_increment(mode, sign, low_word(significand) & 1, tail);
+  if (fraction_bits != 0 && !is_zero(significand))
+    inexact = round_off(significand, fraction_bits, mode, sign);
   return significand;
 }
 

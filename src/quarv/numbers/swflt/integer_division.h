@@ -35,12 +35,31 @@ WideUInt<N> fraction_quotient_jam(const WideUInt<N>& a, const WideUInt<N>& b) {
   return r;
 }
 
+/// The next word of the quotient of a long division by `divisor`, two words whose top bit is set: the
+/// quotient of remainder · 2^64 + next, where remainder < divisor. `remainder` becomes what is left. (D.
+/// Knuth, The Art of Computer Programming, volume 2, 4.3.1, algorithm D.)
+inline std::uint64_t quotient_word(uint128& remainder, std::uint64_t next, uint128 divisor) {
+  const auto high = static_cast<std::uint64_t>(divisor >> 64), low = static_cast<std::uint64_t>(divisor);
+  // The quotient by the high word alone is too large by two at most.
+  const bool fits = static_cast<std::uint64_t>(remainder >> 64) < high;
+  std::uint64_t q = fits ? static_cast<std::uint64_t>(remainder / high) : ~std::uint64_t{0};
+  const uint128 rest = remainder - uint128{q} * high;
+  const uint128 minuend = rest << 64 | next, subtrahend = uint128{q} * low;
+  bool negative = rest >> 64 == 0 && minuend < subtrahend;
+  remainder = minuend - subtrahend;
+  while (negative) {
+    --q;
+    remainder += divisor;
+    negative = remainder >= divisor;  // without a carry it is still below zero
+  }
+  return q;
+}
+
 inline uint128 fraction_quotient_jam(uint128 a, uint128 b) {
-  WideUInt<2> wa, wb;
-  wa.word = {static_cast<std::uint64_t>(a), static_cast<std::uint64_t>(a >> 64)};
-  wb.word = {static_cast<std::uint64_t>(b), static_cast<std::uint64_t>(b >> 64)};
-  const WideUInt<2> q = fraction_quotient_jam(wa, wb);
-  return uint128{q.word[1]} << 64 | q.word[0];
+  uint128 remainder = a >> 1;
+  const std::uint64_t high = quotient_word(remainder, static_cast<std::uint64_t>(a) << 63, b);
+  const std::uint64_t low = quotient_word(remainder, 0, b);
+  return uint128{high} << 64 | low | (remainder != 0);
 }
 
 }  // namespace quarv::swflt

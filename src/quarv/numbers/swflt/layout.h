@@ -61,17 +61,18 @@ struct Layout : Widths {
   using Bits = B;
   using Exponent = E;
 
-  explicit constexpr Layout(Widths widths = {}) : Widths(widths) {}
+  constexpr Layout() = default;
+  explicit constexpr Layout(Widths widths) : Widths(widths) {}
 
   BitCount precision() const { return this->mw() + 1; }
   BitCount sign_position() const { return this->ew() + this->mw(); }
 
   /// The exponent of the least subnormal number.
   Exponent least_exponent() const {
-    return make_exponent<E>(2) - power_of_two(E{}, this->ew() - 1) - make_exponent<E>(this->mw());
+    return make_exponent<E>(2) - swflt::power_of_two<E>(this->ew() - 1) - make_exponent<E>(this->mw());
   }
   /// The offset of infinity's exponent field, one more than the last that finite numbers have.
-  Exponent infinity_offset() const { return power_of_two(E{}, this->ew()) - make_exponent<E>(2); }
+  Exponent infinity_offset() const { return swflt::power_of_two<E>(this->ew()) - make_exponent<E>(2); }
 
   Bits infinity() const { return ones(this->ew()) << static_cast<Shift>(this->mw()); }
   Bits largest_finite() const { return infinity() - Bits(1); }
@@ -81,6 +82,7 @@ struct Layout : Widths {
 
   bool sign(const Bits& bits) const { return test(bits, sign_position()); }
   Bits with_sign(const Bits& magnitude, bool sign) const {
+    if constexpr (std::integral<B>) return magnitude | Bits(sign) << sign_position();
     return sign ? magnitude | bit(sign_position()) : magnitude;
   }
   Bits negated(const Bits& bits) const { return bits ^ bit(sign_position()); }
@@ -93,14 +95,21 @@ struct Layout : Widths {
   bool is_subnormal(const Bits& m) const { return !swflt::is_zero(m) && m < bit(this->mw()); }
   bool is_normal(const Bits& m) const { return is_finite(m) && m >= bit(this->mw()); }
 
+  /// The exponent field; zero and subnormal numbers have 0.
+  Exponent exponent_field(const Bits& m) const { return to_exponent(m >> static_cast<Shift>(this->mw())); }
+
   Exponent offset(const Bits& m) const {
-    const Exponent field = to_exponent(m >> static_cast<Shift>(this->mw()));
-    return field > 0 ? Exponent(field - 1) : field;
+    const Exponent field = exponent_field(m);
+    return field - Exponent(field > 0);
   }
   Bits significand(const Bits& m) const {
     const Bits fraction = m & ones(this->mw());
+    if constexpr (std::integral<B>) return fraction | Bits(m != fraction) << this->mw();
     return m == fraction ? fraction : fraction | bit(this->mw());
   }
+  /// The significand of a normal number.
+  Bits normal_significand(const Bits& m) const { return (m & ones(this->mw())) | bit(this->mw()); }
+
   /// The magnitude of significand · 2^(offset + least_exponent()), where the significand is below 2^(mw + 1),
   /// and not below 2^mw unless the offset is 0.
   Bits encode(const Exponent& offset, const Bits& significand) const {
@@ -110,15 +119,9 @@ struct Layout : Widths {
  private:
   using Shift = std::conditional_t<is_unbounded<B>, BitCount, unsigned>;
 
-  static Bits bit(BitCount position) { return Bits(1) << static_cast<Shift>(position); }
+  static Bits bit(BitCount position) { return swflt::power_of_two<Bits>(position); }
   static Bits ones(BitCount count) { return bit(count) - Bits(1); }
-  static bool test(const Bits& bits, BitCount position) {
-    if constexpr (is_unbounded<B>) {
-      return mpz_tstbit(bits.get_mpz_t(), position) != 0;
-    } else {
-      return low_word(bits >> static_cast<Shift>(position)) & 1;
-    }
-  }
+  static bool test(const Bits& bits, BitCount position) { return test_bit(bits, position); }
   static Exponent to_exponent(const Bits& field) {
     if constexpr (std::same_as<B, E>) {
       return field;

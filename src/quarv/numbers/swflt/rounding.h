@@ -9,51 +9,83 @@
 
 namespace quarv::swflt {
 
-/// Eight bits for each mode and sign: bit 4·odd + tail tells whether a magnitude is incremented whose last
-/// bit kept is `odd` and whose bits lost are `tail` (see `shift_out`). Ties to even increments for 3, 6 and
-/// 7, rounding away from zero whenever the tail is not 0.
-inline unsigned increment_table(rounding_mode mode, bool sign) {
-  constexpr std::uint64_t nearest = 0xc8, away = 0xee;
-  constexpr std::uint64_t table = nearest | nearest << 8 | away << 32 | away << 56;
-  return static_cast<unsigned>(table >> (16 * static_cast<unsigned>(mode) + 8 * sign)) & 0xff;
+/// Whether rounding goes to the neighbour that is farther from zero, whatever is lost.
+inline bool rounds_away(rounding_mode mode, bool sign) {
+  return mode == (sign ? round_toward_negative : round_toward_positive);
 }
 
-inline unsigned round_increment(rounding_mode mode, bool sign, unsigned odd, unsigned tail) {
-  return increment_table(mode, sign) >> (4 * odd + tail) & 1;
+/// Whether a magnitude is incremented of which `tail` (see `shift_out`) was lost and the last bit kept is
+/// `odd`.
+inline bool round_increment(rounding_mode mode, bool sign, bool odd, unsigned tail) {
+  return mode == round_nearest_even ? tail + odd > 2 : rounds_away(mode, sign) && tail != 0;
+}
+
+/// Rounds off the low `count` >= 1 bits of `s`, which is not 0. Returns whether one of them was set.
+template <class S>
+bool round_off(S& s, BitCount count, rounding_mode mode, bool sign) {
+  const unsigned tail = shift_out(s, count);
+  s = s + S(static_cast<std::uint64_t>(round_increment(mode, sign, low_word(s) & 1, tail)));
+  return tail != 0;
+}
+
+/// The same for one word, where the increment is the carry out of the bits lost: they, plus half of their
+/// range, less one if that is to give way to an even number; or plus all of it but one. count must be from 2
+/// to 63.
+inline bool round_off_word(std::uint64_t& s, BitCount count, rounding_mode mode, bool sign) {
+  const std::uint64_t range = std::uint64_t{1} << count, lost = s & (range - 1);
+  s >>= count;
+  std::uint64_t carry = lost;
+  if (mode == round_nearest_even) {
+    carry += range / 2 - 1 + (s & 1);
+  } else if (rounds_away(mode, sign)) {
+    carry += range - 1;
+  }
+  s += carry >> count;
+  return lost != 0;
 }
 
 /// What a value above the largest finite one becomes.
 template <class L>
-typename L::Bits overflow(const L& f, rounding_mode mode, bool sign) {
+[[gnu::noinline]] typename L::Bits overflow(const L& f, rounding_mode mode, bool sign) {
   raise(flag_overflow | flag_inexact);
-  return f.with_sign(increment_table(mode, sign) != 0 ? f.infinity() : f.largest_finite(), sign);
+  const bool infinite = mode == round_nearest_even || rounds_away(mode, sign);
+  return f.with_sign(infinite ? f.infinity() : f.largest_finite(), sign);
+}
+
+/// Brings a significand of a number below the least normal one to the exponent of the least subnormal one.
+template <class S>
+void denormalize(S& significand, BitCount distance, BitCount lost) {
+  significand = shift_right_jam(significand, distance);
+  if (trailing_zeros(significand) < lost) raise(flag_underflow);
 }
 
 /// The encoding of ±significand · 2^(exponent + f.least_exponent()), rounded. The significand is not 0, and
-/// jammed only if it has at least two bits more than the precision. Its type holds as many bits as f's
+/// jammed only if it has at least two bits more than the precision. Its type holds four bits more than the
 /// precision.
 template <class L, class S>
-typename L::Bits round_to_format(const L& f, rounding_mode mode, bool sign,
-                                 const typename L::Exponent& exponent, S significand) {
+typename L::Bits round_to_format(const L& f, rounding_mode mode, bool sign, typename L::Exponent exponent,
+                                 S significand) {
   using Exponent = typename L::Exponent;
-  Exponent offset = exponent + make_exponent<Exponent>(bit_length(significand));
-  offset -= make_exponent<Exponent>(f.precision());
-  const bool tiny = offset < 0;
-  if (tiny) offset = 0;
-  unsigned tail = 0;
-  if (const Exponent drop = offset - exponent; drop > 0) {
-    tail = shift_out(significand, shift_count(drop));
-  } else {
-    significand <<= shift_count(Exponent(-drop));
-  }
-  if (offset > f.infinity_offset()) [[unlikely]]
+  // The significand's first `precision` bits are the ones kept, the others, two at least, are lost.
+  exponent -= make_exponent<Exponent>(normalize(significand, f.precision() + 2));
+  const BitCount lost = bit_length_of_normalized(significand) - f.precision();
+  Exponent offset = exponent + make_exponent<Exponent>(lost);
+  if (offset < 0) [[unlikely]] {
+    denormalize(significand, shift_count(Exponent(-offset)), lost);
+    offset = 0;
+  } else if (offset > f.infinity_offset()) [[unlikely]] {
     return overflow(f, mode, sign);
-  significand += round_increment(mode, sign, low_word(significand) & 1, tail);
+  }
+  bool inexact;
+  if constexpr (std::same_as<S, std::uint64_t>) {
+    inexact = round_off_word(significand, lost, mode, sign);
+  } else {
+    inexact = round_off(significand, lost, mode, sign);
+  }
   const typename L::Bits magnitude = f.encode(offset, convert_significand<typename L::Bits>(significand));
   if (!f.is_finite(magnitude)) [[unlikely]]
     return overflow(f, mode, sign);
-  const unsigned inexact = tail != 0;
-  raise(inexact * flag_inexact | (inexact & tiny) * flag_underflow);
+  raise(inexact * flag_inexact);
   return f.with_sign(magnitude, sign);
 }
 

@@ -63,6 +63,27 @@ inline bool is_zero(const mpz_class& s) {
   return sgn(s) == 0;
 }
 
+template <class S>
+S power_of_two(BitCount n) {
+  return S(1) << n;
+}
+template <>
+inline WideUInt<4> power_of_two(BitCount n) {
+  return WideUInt<4>::power_of_two(static_cast<unsigned>(n));
+}
+
+template <class S>
+bool test_bit(const S& s, BitCount position) {
+  return low_word(s >> position) & 1;
+}
+template <std::size_t N>
+bool test_bit(const WideUInt<N>& s, BitCount position) {
+  return s.bit(static_cast<unsigned>(position));
+}
+inline bool test_bit(const mpz_class& s, BitCount position) {
+  return mpz_tstbit(s.get_mpz_t(), position) != 0;
+}
+
 /// The bits above the leading one of a fixed-size integer that is not 0.
 inline unsigned leading_zeros(std::uint64_t s) {
   return static_cast<unsigned>(__builtin_clzll(s));
@@ -78,6 +99,24 @@ unsigned leading_zeros(const WideUInt<N>& s) {
   return static_cast<unsigned>(64 * (N - 1 - i)) + leading_zeros(s.word[i]);
 }
 
+/// The zeros below the last one of a number that is not 0.
+inline BitCount trailing_zeros(std::uint64_t s) {
+  return static_cast<BitCount>(__builtin_ctzll(s));
+}
+inline BitCount trailing_zeros(uint128 s) {
+  const auto low = static_cast<std::uint64_t>(s);
+  return low != 0 ? trailing_zeros(low) : 64 + trailing_zeros(static_cast<std::uint64_t>(s >> 64));
+}
+template <std::size_t N>
+BitCount trailing_zeros(const WideUInt<N>& s) {
+  std::size_t i = 0;
+  while (s.word[i] == 0) ++i;
+  return 64 * i + trailing_zeros(s.word[i]);
+}
+inline BitCount trailing_zeros(const mpz_class& s) {
+  return mpz_scan1(s.get_mpz_t(), 0);
+}
+
 /// The position of the leading one bit plus one, for a number that is not 0.
 template <class S>
 BitCount bit_length(const S& s) {
@@ -87,13 +126,44 @@ inline BitCount bit_length(const mpz_class& s) {
   return mpz_sizeinbase(s.get_mpz_t(), 2);
 }
 
+/// Shifts a number that is not 0 to the left: a fixed-size one until its top bit is set, which is what
+/// "normalized" means below, others until they have `length` bits at least. Returns the distance.
+template <class S>
+BitCount normalize(S& s, BitCount /*length*/) {
+  const unsigned shift = leading_zeros(s);
+  s = s << shift;
+  return shift;
+}
+template <>
+inline BitCount normalize(mpz_class& s, BitCount length) {
+  const BitCount present = bit_length(s);
+  const BitCount shift = present < length ? length - present : 0;
+  s <<= shift;
+  return shift;
+}
+
+/// The distance by which a number of `length` bits is shifted to be normalized.
+template <class S>
+constexpr BitCount normalizing_shift(BitCount length) {
+  return is_unbounded<S> ? 0 : bits_of<S> - length;
+}
+
+template <class S>
+BitCount bit_length_of_normalized(const S& /*s*/) {
+  return bits_of<S>;
+}
+template <>
+inline BitCount bit_length_of_normalized(const mpz_class& s) {
+  return bit_length(s);
+}
+
 /// Whether a number that is not 0 is a power of two.
 template <class S>
 bool is_power_of_two(const S& s) {
   return is_zero(S(s & S(s - S(1))));
 }
 
-/// `s` / 2^count, jammed. The top bit of a fixed-size `s` must be clear.
+/// `s` / 2^count, jammed.
 template <class S>
 S shift_right_jam(const S& s, BitCount count) {
   const auto shift = static_cast<unsigned>(count < bits_of<S> ? count : bits_of<S> - 1);
@@ -104,7 +174,7 @@ template <>
 inline mpz_class shift_right_jam(const mpz_class& s, BitCount count) {
   if (sgn(s) == 0 || count == 0) return s;
   mpz_class shifted = s >> count;
-  if (mpz_scan1(s.get_mpz_t(), 0) < count) mpz_setbit(shifted.get_mpz_t(), 0);
+  if (trailing_zeros(s) < count) mpz_setbit(shifted.get_mpz_t(), 0);
   return shifted;
 }
 
@@ -112,21 +182,28 @@ inline mpz_class shift_right_jam(const mpz_class& s, BitCount count) {
 /// is the highest of them, bit 0 is set if any other of them was.
 template <class S>
 unsigned shift_out(S& s, BitCount count) {
-  if (count > bits_of<S>) [[unlikely]] {
-    s = S(0);
-    return 1;
+  const unsigned sticky = trailing_zeros(s) < count - 1;
+  if constexpr (!is_unbounded<S>) {
+    if (count >= bits_of<S>) [[unlikely]] {
+      const unsigned half = count == bits_of<S> && test_bit(s, count - 1);
+      s = S(0);
+      return half << 1 | sticky;
+    }
   }
-  const S kept = s >> static_cast<unsigned>(count - 1);
-  const unsigned sticky = (kept << static_cast<unsigned>(count - 1)) != s;
-  s = kept >> 1;
-  return (low_word(kept) & 1) << 1 | sticky;
+  const unsigned half = test_bit(s, count - 1);
+  s = s >> count;
+  return half << 1 | sticky;
 }
-template <>
-inline unsigned shift_out(mpz_class& s, BitCount count) {
-  const unsigned round = mpz_tstbit(s.get_mpz_t(), count - 1);
-  const unsigned sticky = mpz_scan1(s.get_mpz_t(), 0) < count - 1;
-  s >>= count;
-  return round << 1 | sticky;
+
+/// x + y, or x − y, without a branch where that is possible.
+template <class S>
+S add_signed(const S& x, const S& y, bool subtract) {
+  if constexpr (std::integral<S>) {
+    const S mask = S(0) - S(subtract);
+    return x + ((y ^ mask) - mask);
+  } else {
+    return subtract ? S(x - y) : S(x + y);
+  }
 }
 
 /// Zero-extends or truncates one fixed-size integer to another, or converts to or from an unbounded one.
@@ -170,19 +247,15 @@ To convert_significand(const mpz_class& s) {
   }
 }
 
-/// a · b for a, b > 0; exact but for jamming.
+/// a · b for normalized numbers, exact but for jamming.
 inline Scaled<std::uint64_t> product(std::uint64_t a, std::uint64_t b) {
-  const unsigned la = leading_zeros(a), lb = leading_zeros(b);
-  const uint128 p = uint128{a << la} * (b << lb);
-  const auto high = static_cast<std::uint64_t>(p >> 64);
-  return {high | (static_cast<std::uint64_t>(p) != 0), 64 - static_cast<std::int64_t>(la + lb)};
+  const uint128 p = uint128{a} * b;
+  return {static_cast<std::uint64_t>(p >> 64) | (static_cast<std::uint64_t>(p) != 0), 64};
 }
 template <class S>
 Scaled<S> product(const S& a, const S& b) {
   constexpr std::size_t n = sizeof(S) / sizeof(std::uint64_t);
-  const unsigned la = leading_zeros(a), lb = leading_zeros(b);
-  const auto p =
-      full_product(convert_significand<WideUInt<n>>(a << la), convert_significand<WideUInt<n>>(b << lb));
+  const auto p = full_product(convert_significand<WideUInt<n>>(a), convert_significand<WideUInt<n>>(b));
   WideUInt<n> high;
   std::uint64_t low = 0;
   for (std::size_t i = 0; i < n; ++i) {
@@ -190,19 +263,16 @@ Scaled<S> product(const S& a, const S& b) {
     low |= p.word[i];
   }
   high.word[0] |= low != 0;
-  return {convert_significand<S>(high),
-          static_cast<std::int64_t>(bits_of<S>) - static_cast<std::int64_t>(la + lb)};
+  return {convert_significand<S>(high), static_cast<std::int64_t>(bits_of<S>)};
 }
 inline Scaled<mpz_class> product(const mpz_class& a, const mpz_class& b) {
   return {a * b, 0};
 }
 
-/// a / b for a, b > 0, jammed. At least `precision` + 2 bits, for fixed-size integers at least all but one.
+/// a / b for normalized numbers, jammed. At least `precision` + 2 bits.
 template <class S>
 Scaled<S> quotient(const S& a, const S& b, BitCount /*precision*/) {
-  const unsigned la = leading_zeros(a), lb = leading_zeros(b);
-  const std::int64_t scale = static_cast<std::int64_t>(lb) - la - static_cast<std::int64_t>(bits_of<S> - 1);
-  return {fraction_quotient_jam(a << la, b << lb), scale};
+  return {fraction_quotient_jam(a, b), 1 - static_cast<std::int64_t>(bits_of<S>)};
 }
 template <>
 inline Scaled<mpz_class> quotient(const mpz_class& a, const mpz_class& b, BitCount precision) {
@@ -215,14 +285,12 @@ inline Scaled<mpz_class> quotient(const mpz_class& a, const mpz_class& b, BitCou
   return {q, -shift};
 }
 
-/// √(a · 2^odd) for a > 0 and odd = 0 or 1, jammed. At least `precision` + 2 bits, for fixed-size integers
-/// all; the top two bits of a fixed-size `a` must be clear.
+/// √(a · 2^odd) for a normalized number and odd = 0 or 1, jammed. At least `precision` + 2 bits. The last bit
+/// of a fixed-size `a` must be clear.
 template <class S>
-Scaled<S> square_root(const S& a, unsigned odd, BitCount /*precision*/) {
-  unsigned shift = leading_zeros(a);
-  shift -= (shift ^ odd) & 1;
-  return {fraction_sqrt_jam(a << shift),
-          (static_cast<std::int64_t>(odd) - static_cast<std::int64_t>(shift + bits_of<S>)) / 2};
+Scaled<S> square_root(const S& a, unsigned odd, BitCount precision) {
+  return {fraction_sqrt_jam(S(a >> odd), precision),
+          static_cast<std::int64_t>(odd) - static_cast<std::int64_t>(bits_of<S> / 2)};
 }
 template <>
 inline Scaled<mpz_class> square_root(const mpz_class& a, unsigned odd, BitCount precision) {

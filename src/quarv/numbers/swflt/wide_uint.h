@@ -24,13 +24,15 @@ struct WideUInt {
   constexpr WideUInt() = default;
   constexpr WideUInt(std::uint64_t value) { word[0] = value; }  // NOLINT(google-explicit-constructor)
 
-  /// Zero-extends or truncates another width.
-  template <std::size_t M>
-  static constexpr WideUInt resize(const WideUInt<M>& other) {
+  /// 2^position.
+  static constexpr WideUInt power_of_two(unsigned position) {
     WideUInt r;
-    for (std::size_t i = 0; i < N && i < M; ++i) r.word[i] = other.word[i];
+    for (std::size_t i = 0; i < N; ++i)
+      r.word[i] = position / 64 == i ? std::uint64_t{1} << position % 64 : 0;
     return r;
   }
+
+  constexpr bool bit(unsigned position) const { return word[position / 64] >> position % 64 & 1; }
 
   constexpr bool operator==(const WideUInt&) const = default;
 
@@ -78,34 +80,47 @@ struct WideUInt {
     return a;
   }
 
-  // The shifts read a window of a buffer that is padded with zeros: no branch depends on the count.
   friend constexpr WideUInt operator<<(const WideUInt& a, unsigned count) {
-    std::uint64_t padded[2 * N] = {};
-    for (std::size_t i = 0; i < N; ++i) padded[N + i] = a.word[i];
-    const std::uint64_t* window = padded + N - count / 64;
+    const WideUInt moved = a.template move_words<false>(count / 64);
     const unsigned bit = count % 64;
     WideUInt r;
-    for (std::size_t i = N - 1; i > 0; --i) r.word[i] = window[i] << bit | window[i - 1] >> 1 >> (63 - bit);
-    r.word[0] = window[0] << bit;
+    for (std::size_t i = N - 1; i > 0; --i) {
+      r.word[i] = moved.word[i] << bit | moved.word[i - 1] >> 1 >> (63 - bit);
+    }
+    r.word[0] = moved.word[0] << bit;
     return r;
   }
 
   friend constexpr WideUInt operator>>(const WideUInt& a, unsigned count) {
-    std::uint64_t padded[2 * N] = {};
-    for (std::size_t i = 0; i < N; ++i) padded[i] = a.word[i];
-    const std::uint64_t* window = padded + count / 64;
+    const WideUInt moved = a.template move_words<true>(count / 64);
     const unsigned bit = count % 64;
     WideUInt r;
-    for (std::size_t i = 0; i + 1 < N; ++i) r.word[i] = window[i] >> bit | window[i + 1] << 1 << (63 - bit);
-    r.word[N - 1] = window[N - 1] >> bit;
+    for (std::size_t i = 0; i + 1 < N; ++i) {
+      r.word[i] = moved.word[i] >> bit | moved.word[i + 1] << 1 << (63 - bit);
+    }
+    r.word[N - 1] = moved.word[N - 1] >> bit;
     return r;
   }
 
   WideUInt& operator+=(const WideUInt& b) { return *this = *this + b; }
   WideUInt& operator-=(const WideUInt& b) { return *this = *this - b; }
-  WideUInt& operator|=(const WideUInt& b) { return *this = *this | b; }
-  WideUInt& operator<<=(unsigned count) { return *this = *this << count; }
-  WideUInt& operator>>=(unsigned count) { return *this = *this >> count; }
+
+ private:
+  /// Shifts whole words up or down, by powers of two: the words stay in registers, at indices that are
+  /// constants.
+  template <bool down>
+  constexpr WideUInt move_words(unsigned distance) const {
+    WideUInt r = *this;
+    for (std::size_t step = 1; step < N; step *= 2) {
+      if ((distance & step) == 0) continue;
+      for (std::size_t k = 0; k < N; ++k) {
+        const std::size_t to = down ? k : N - 1 - k;
+        const std::size_t from = down ? to + step : to - step;
+        r.word[to] = from < N ? r.word[from] : 0;
+      }
+    }
+    return r;
+  }
 };
 
 /// The double-width product.
