@@ -13,11 +13,11 @@
 namespace quarv {
 
 /// A manager with the standard simplifiers and short names for what tests of linear arithmetic build.
-class ArithFixture : public ::testing::Test {
- protected:
+class ArithTerms {
+ public:
   using Args = std::vector<const Term*>;
 
-  ArithFixture() {
+  ArithTerms() {
     termsimpl::register_standard_simplifications(&mgr, &simplifier);
     mgr.set_simplifier(&simplifier);
   }
@@ -51,5 +51,7 @@ class ArithFixture : public ::testing::Test {
   TermManager mgr;
   StdTermSimplifier simplifier;
 };
+
+class ArithFixture : public ::testing::Test, protected ArithTerms {};
 
 }  // namespace quarv
