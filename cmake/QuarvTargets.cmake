@@ -15,14 +15,6 @@ endif()
 if(QUARV_SANITIZE)
   target_compile_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE} -fno-sanitize-recover=all
                                                  -fno-omit-frame-pointer)
+  target_compile_definitions(quarv_options INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE})
-endif()
-
-# GMP brings no CMake package of its own.
-find_path(GMP_INCLUDE_DIR gmp.h REQUIRED)
-find_library(GMP_LIBRARY gmp REQUIRED)
-if(NOT TARGET GMP::gmp)
-  add_library(GMP::gmp UNKNOWN IMPORTED)
-  set_target_properties(GMP::gmp PROPERTIES IMPORTED_LOCATION ${GMP_LIBRARY} INTERFACE_INCLUDE_DIRECTORIES
-                                                                             ${GMP_INCLUDE_DIR})
 endif()

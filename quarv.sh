@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# Sets up, builds, runs and tests quarv on Debian 12. `./quarv.sh help` lists what it does.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev)
+test_packages=(libmpfr-dev libgtest-dev librapidcheck-dev z3 cvc5)
+bench_packages=(libbenchmark-dev libflint-dev libabsl-dev libz3-dev)
+jobs=$(nproc)
+
+usage() {
+  cat <<'HELP'
+usage: ./quarv.sh COMMAND
+
+  run FILE.smt2 [OPTION...]  build the program and simplify FILE.smt2 (`run --help` lists the options)
+  test                       build and run all tests, in release and with sanitizers
+  bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
+  format                     lay out all sources with clang-format
+  tidy [FILE...]             check all sources, or the given ones, with clang-tidy
+  help                       print this text
+
+Each command first installs the Debian packages that it needs and that are missing.
+HELP
+}
+
+say() { printf 'quarv.sh: %s\n' "$*" >&2; }
+die() { say "$@"; exit 1; }
+
+# Runs a command silently; shows what it printed only if it fails.
+quietly() {
+  local log status=0
+  log=$(mktemp)
+  "$@" >"$log" 2>&1 </dev/null || status=$?
+  if ((status)); then cat "$log" >&2; fi
+  rm -f "$log"
+  return "$status"
+}
+
+# Installs those of the given Debian packages that are missing.
+need() {
+  command -v dpkg-query >/dev/null || { say "no Debian system; assuming that these are present: $*"; return; }
+  local installed package missing=() as_root=()
+  installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "$@" 2>/dev/null) || true
+  for package in "$@"; do
+    grep -qxF "installed $package" <<<"$installed" || missing+=("$package")
+  done
+  if ((${#missing[@]} == 0)); then return; fi
+  if ((EUID != 0)); then
+    command -v sudo >/dev/null || die "neither root nor sudo; as root, run: apt-get install ${missing[*]}"
+    as_root=(sudo)
+  fi
+  say "installing ${missing[*]}"
+  as_root+=(env DEBIAN_FRONTEND=noninteractive apt-get)
+  # A fresh system may know no packages at all, and an old list may name versions that are gone.
+  quietly "${as_root[@]}" update || die "apt-get update failed"
+  quietly "${as_root[@]}" install -y --no-install-recommends "${missing[@]}" || die "apt-get install failed"
+}
+
+# build PRESET [TARGET...]: configures where needed and builds. All output is on standard error.
+build() {
+  local preset=$1 ninja_options=()
+  shift
+  # On a terminal ninja shows one line of progress; elsewhere only what compilers say is of interest.
+  [[ -t 2 ]] || ninja_options=(--quiet)
+  (
+    cd "$root"
+    [[ -f build/$preset/build.ninja ]] || quietly cmake --preset "$preset"
+    cmake --build --preset "$preset" -j "$jobs" ${1:+--target "$@"} -- "${ninja_options[@]}" >&2
+  )
+}
+
+run_tests() {
+  say "building: $1"
+  build "$1"
+  say "testing: $1"
+  (cd "$root" && ctest --preset "$1" -j "$jobs")
+}
+
+sources() {
+  git -C "$root" ls-files -co --exclude-standard -- '*.h' '*.cpp' | sed "s|^|$root/|"
+}
+
+command=${1:-help}
+shift || true
+case $command in
+  run)
+    need "${build_packages[@]}" "${test_packages[@]}"
+    [[ -x $root/build/release/bin/quarv ]] || say "building; this takes some minutes the first time"
+    build release quarv_program
+    exec "$root/build/release/bin/quarv" simplify "$@"
+    ;;
+  test)
+    need "${build_packages[@]}" "${test_packages[@]}"
+    run_tests release
+    run_tests sanitize
+    ;;
+  bench)
+    need "${build_packages[@]}" "${test_packages[@]}" "${bench_packages[@]}"
+    build bench
+    for program in "$root"/build/bench/bench/*"${1:-}"*_bench; do
+      "$program"
+    done
+    ;;
+  format)
+    need clang-format
+    sources | xargs clang-format -i
+    ;;
+  tidy)
+    need "${build_packages[@]}" "${test_packages[@]}" clang-tidy
+    build release
+    if (($# == 0)); then mapfile -t files < <(sources | grep '\.cpp$' | grep -v /bench/); else files=("$@"); fi
+    printf '%s\n' "${files[@]}" | xargs -P "$jobs" -n 1 clang-tidy --quiet -p "$root/build/release"
+    ;;
+  help | -h | --help) usage ;;
+  *)
+    usage >&2
+    exit 2
+    ;;
+esac
