@@ -85,6 +85,13 @@ class IEEEFloat {
   /// The encoding, from 0 to 2^(ew + mw + 1) − 1. A NaN gives the bits that it was made from.
   QNumber get_bits() const;
 
+  /// Stores the encoding in `word` and answers true, if the format has at most 64 bits; else answers false.
+  bool get_word(std::uint64_t* word) const {
+    if (holds_number()) return false;
+    *word = kind() == word32 ? word32_ : word64_;
+    return true;
+  }
+
   format get_format() const { return format_; }
 
   /// Converts to another format and rounds in the current mode, which stays. Every NaN becomes the NaN of

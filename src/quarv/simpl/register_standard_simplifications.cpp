@@ -14,6 +14,11 @@
 #include <quarv/simpl/bv/rotations.h>
 #include <quarv/simpl/bv/shifts.h>
 #include <quarv/simpl/bv/structure.h>
+#include <quarv/simpl/fp/arithmetic.h>
+#include <quarv/simpl/fp/classification.h>
+#include <quarv/simpl/fp/comparisons.h>
+#include <quarv/simpl/fp/conversions.h>
+#include <quarv/simpl/fp/sign_min_max.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/simpl/uf_arg_arith.h>
@@ -82,6 +87,31 @@ constexpr Registration registrations[] = {
     {SymbolTag::BV_ROR, create<BVRorSimpl>},
     {SymbolTag::BV_ZEXT, create<BVZextSimpl>},
     {SymbolTag::BV_SEXT, create<BVSextSimpl>},
+    {SymbolTag::FP_ADD, create<FpAddSimpl>},
+    {SymbolTag::FP_SUB, create<FpSubSimpl>},
+    {SymbolTag::FP_MUL, create<FpMulSimpl>},
+    {SymbolTag::FP_DIV, create<FpDivSimpl>},
+    {SymbolTag::FP_SQRT, create<FpSqrtSimpl>},
+    {SymbolTag::FP_NEG, create<FpNegSimpl>},
+    {SymbolTag::FP_CAST, create<FpCastSimpl>},
+    {SymbolTag::FP_ABS, create<FpAbsSimpl>},
+    {SymbolTag::FP_MIN, create<FpMinSimpl>},
+    {SymbolTag::FP_MAX, create<FpMaxSimpl>},
+    {SymbolTag::FP_EQ, create<FpEqSimpl>},
+    {SymbolTag::FP_LT, create<FpLtSimpl>},
+    {SymbolTag::FP_LE, create<FpLeSimpl>},
+    {SymbolTag::FP_TO_BV, create<FpToBvSimpl>},
+    {SymbolTag::FP_FROM_SBV, create<FpFromSBvSimpl>},
+    {SymbolTag::FP_FROM_UBV, create<FpFromUBvSimpl>},
+    {SymbolTag::FP_AS_IEEEBV, create<FpAsIEEEBvSimpl>},
+    {SymbolTag::FP_FROM_IEEEBV, create<FpFromIEEEBvSimpl>},
+    {SymbolTag::FP_ISNAN, create<FpIsNaNSimpl>},
+    {SymbolTag::FP_ISINF, create<FpIsInfSimpl>},
+    {SymbolTag::FP_ISZERO, create<FpIsZeroSimpl>},
+    {SymbolTag::FP_ISSUBNORMAL, create<FpIsSubnormalSimpl>},
+    {SymbolTag::FP_ISNORMAL, create<FpIsNormalSimpl>},
+    {SymbolTag::FP_ISNEG, create<FpIsNegSimpl>},
+    {SymbolTag::FP_ISPOS, create<FpIsPosSimpl>},
     {SymbolTag::INT_TO_BV, create<IntToBvSimpl>},
     {SymbolTag::INT_FROM_SBV, create<IntFromSBvSimpl>},
     {SymbolTag::INT_FROM_UBV, create<IntFromUBvSimpl>},
