@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 
@@ -15,13 +16,20 @@ enum class Sharing : std::uint8_t {
   none        ///< not at all: the size of the tree, which can be exponential
 };
 
+struct PrintResult {
+  std::size_t bytes = 0;  ///< length of the text
+  /// Reading the text creates the terms in the order in which they were created here, as far as that order
+  /// decides how simplified terms look; then reading and printing it once more gives the same text.
+  bool stable = true;
+};
+
 /// Prints a script in SMT-LIB 2.6: the same commands in the same order. Throws std::runtime_error when the
 /// stream fails, and when without sharing the text would exceed 4 GiB.
-void print(const TermManager& manager, const Script& script, std::ostream& out,
-           Sharing sharing = Sharing::automatic);
+PrintResult print(const TermManager& manager, const Script& script, std::ostream& out,
+                  Sharing sharing = Sharing::automatic);
 
-/// One term on one line, shared sub-terms as `let`.
-void print_term(const TermManager& manager, const Term* t, std::ostream& out,
-                Sharing sharing = Sharing::automatic);
+/// One term on one line, shared sub-terms as `let`. The printer's names differ from those of `script`.
+PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& out,
+                       Sharing sharing = Sharing::automatic, const Script& script = {});
 
 }  // namespace quarv::smtlib

@@ -107,10 +107,14 @@ void Reader::expect_right(std::string_view where) {
     unexpected(t, "a closing parenthesis after " + std::string(where));
 }
 
-bool Reader::is_reserved(const Token& t) noexcept {
+bool Reader::is_reserved_word(std::string_view word) noexcept {
   static constexpr std::string_view words[] = {"let"sv, "forall"sv, "exists"sv, "!"sv,
                                                "_"sv,   "as"sv,     "match"sv,  "par"sv};
-  return *t.start != '|' && std::find(std::begin(words), std::end(words), t.text) != std::end(words);
+  return std::find(std::begin(words), std::end(words), word) != std::end(words);
+}
+
+bool Reader::is_reserved(const Token& t) noexcept {
+  return *t.start != '|' && is_reserved_word(t.text);
 }
 
 Token Reader::expect_symbol(std::string_view what) {
@@ -205,6 +209,8 @@ bool Reader::next_command(Script& script) {
     const bool more = read_command(script, open.start);
     for (const Binding& b : new_names_) names_.bind(*b.name, TermMeaning::of(b.value));
     script.global_declarations = global_declarations_;
+    script.largest_dollar_name = largest_dollar_name_;
+    script.question_marks = question_marks_;
     return more;
   } catch (...) {
     manager_.set_simplifier(simplifier);
@@ -417,7 +423,7 @@ void Reader::declare_sort(Script& script, const char* start) {
     arity = index_value(t);
     expect_right("the number of parameters");
   }
-  const DataType* sort = manager_.declare_sort(name.text, arity);
+  const DataType* sort = manager_.declare_sort(quoted(name.text), arity);
   sorts_.bind(sorts_.enter(name.text), {arity == 0 ? SortMeaning::type : SortMeaning::constructor,
                                         static_cast<std::uint32_t>(arity), sort, nullptr});
   text_command(script, Command::Kind::other, start);
@@ -449,6 +455,7 @@ void Reader::define_sort(Script& script, const char* start) {
 void Reader::check_new_function_name(const Token& name) {
   const TermNames::Name* known = names_.find(lookup_text(name));
   if (is_reserved(name)) fail(name.start, std::string(name.text) + " is a reserved word");
+  note_name(name.text);
   for (const Binding& b : new_names_) {
     if (b.name == known && known != nullptr) fail(name.start, std::string(name.text) + " is declared twice");
   }
@@ -459,10 +466,25 @@ void Reader::check_new_function_name(const Token& name) {
   if (!free) fail(name.start, std::string(name.text) + " is declared twice");
 }
 
-void Reader::bind_function(const Token& name, const Symbol* symbol) {
-  const TermMeaning meaning =
-      manager_.arity(symbol) == 0 ? TermMeaning::of(manager_.make_term(symbol)) : TermMeaning::of(symbol);
-  names_.bind(names_.enter(lookup_text(name)), meaning);
+/// Remembers names that look like the printer's own.
+void Reader::note_name(std::string_view name) {
+  const std::size_t marks = std::min(name.find_first_not_of('?'), name.size());
+  const std::string_view digits = name.substr(name.starts_with('$') ? 1 : marks);
+  const bool numbered =
+      !digits.empty() && digits.size() < 18 &&
+      std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+  if (!numbered || marks == name.size()) return;
+  if (marks != 0) question_marks_ = std::max(question_marks_, marks);
+  if (name[0] == '$')
+    largest_dollar_name_ = std::max<std::uint64_t>(largest_dollar_name_, std::stoul(std::string(digits)));
+}
+
+/// Gives a declared function its name; a constant becomes a term at once.
+const Term* Reader::bind_function(const Token& name, const Symbol* symbol) {
+  const Term* constant = manager_.arity(symbol) == 0 ? manager_.make_term(symbol) : nullptr;
+  names_.bind(names_.enter(lookup_text(name)),
+              constant != nullptr ? TermMeaning::of(constant) : TermMeaning::of(symbol));
+  return constant;
 }
 
 void Reader::declare_fun(Script& script, const char* start, bool constant) {
@@ -476,8 +498,9 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
   }
   const DataType* result = read_sort();
   expect_right("the result sort");
-  bind_function(name, manager_.fresh_fun(name.text, arguments, result));
-  text_command(script, Command::Kind::other, start);
+  const Term* declared = bind_function(name, manager_.fresh_fun(name.text, arguments, result));
+  text_command(script, Command::Kind::declare, start);
+  if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
 }
 
 /// Reads "((x S) ...)", binds the variables and appends the list to `text`.

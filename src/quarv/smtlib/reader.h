@@ -47,6 +47,7 @@ class Reader {
   /// the command at fault.
   bool next_command(Script& script);
 
+  static bool is_reserved_word(std::string_view word) noexcept;
   /// The reader's way of printing a name: quoted when it is not a simple symbol.
   static std::string quoted(std::string_view name);
 
@@ -132,7 +133,8 @@ class Reader {
   void define_fun(Script& script, std::string_view keyword);
   void define_funs_rec(Script& script);
   std::vector<const Term*> parameters(std::string& text);
-  void bind_function(const Token& name, const Symbol* symbol);
+  const Term* bind_function(const Token& name, const Symbol* symbol);
+  void note_name(std::string_view name);
   void check_new_function_name(const Token& name);
   void check_new_sort_name(const Token& name);
   void add_term(Script& script, Command& command, const Term* t, const DataType* sort);
@@ -214,6 +216,8 @@ class Reader {
   std::size_t base_scopes_[2] = {};  // to reset to
   bool logic_set_ = false;
   bool global_declarations_ = false;
+  std::uint64_t largest_dollar_name_ = 0;
+  std::size_t question_marks_ = 0;
   std::vector<std::unique_ptr<std::vector<const DataType*>>> macro_parameters_;
   std::map<std::pair<std::string, const DataType*>, const Term*> bound_variables_;
   std::uint64_t num_stand_ins_ = 0;

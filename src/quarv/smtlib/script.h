@@ -23,8 +23,9 @@ struct Command {
     pop,               ///< `levels` levels removed; `text` is the whole command
     reset,             ///< everything is forgotten; `text` is the whole command
     reset_assertions,  ///< as `reset`, but for options; `text` is the whole command
-    assertion,         ///< `(assert t)`
-    define,  ///< `(define-fun f () S t)`, `(define-const f S t)`: from here on `name` stands for the term
+    declare,    ///< a function is declared; a constant is the command's term; `text` is the whole command
+    assertion,  ///< `(assert t)`
+    define,     ///< `(define-fun f () S t)`, `(define-const f S t)`: from here on `name` stands for the term
     define_function,     ///< `(define-fun f (parameters) S t)` and the recursive ones: one term for each
                          ///< function
     check_sat_assuming,  ///< `(check-sat-assuming (t ...))`
@@ -50,6 +51,10 @@ struct Script {
   /// `(set-option :global-declarations true)` was given: definitions outlive the level on which they are
   /// made.
   bool global_declarations = false;
+  /// Names that the user gave have the forms `$1` to `$n` for this n, and begin with that many question marks
+  /// before digits: the printer's own names must differ.
+  std::uint64_t largest_dollar_name = 0;
+  std::size_t question_marks = 0;
 
   std::span<const Term* const> terms_of(const Command& c) const {
     return std::span(terms).subspan(c.first_term, c.num_terms);

@@ -186,6 +186,7 @@ void Reader::let_bindings_done() {
 /// term. A name that means something already is changed: what the inner scope brings in through `let` may
 /// speak of the outer meaning.
 const Term* Reader::bind_variable(const Token& name, const DataType* type) {
+  note_name(name.text);
   std::string printed(name.text);
   for (std::size_t i = 1;; ++i) {
     const TermNames::Name* known = names_.find(printed);

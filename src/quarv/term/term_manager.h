@@ -121,6 +121,9 @@ class TermManager {
   std::size_t arity(const Symbol* symbol) const noexcept { return symbol->arity_; }
   std::size_t arity(const Term* t) const noexcept { return t->symbol->arity_; }
 
+  /// The type that argument `i` must have, up to the integer type being a subtype of the rational one.
+  const DataType* argument_type(const Symbol* symbol, std::size_t i) const noexcept { return symbol->arg_types_[i]; }
+
   /// The children of a term.
   Args args_of(const Term* t) const noexcept { return Args(t->args, t->symbol->arity_); }
 

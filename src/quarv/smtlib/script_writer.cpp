@@ -1,0 +1,247 @@
+#include <algorithm>
+#include <stdexcept>
+
+#include <quarv/smtlib/script_writer.h>
+
+namespace quarv::smtlib {
+
+using Kind = Command::Kind;
+
+ScriptWriter::ScriptWriter(const TermManager& manager, const Script& script, std::ostream& out,
+                           Sharing sharing)
+    : m_(manager),
+      script_(script),
+      sharing_(sharing),
+      out_(out),
+      plan_(manager, script),
+      names_(manager.num_terms()),
+      num_definitions_(script.largest_dollar_name),
+      let_prefix_(script.question_marks + 1, '?'),
+      created_(manager.num_terms()) {
+  level_names_.emplace_back();
+  for (const Term* t : {m_.false_term, m_.true_term}) created(t);
+}
+
+PrintResult ScriptWriter::write_script() {
+  const std::size_t n = script_.commands.size();
+  for (std::size_t first = 0; first < n;) {
+    std::size_t last = first;
+    while (last < n && script_.commands[last].kind != Kind::reset &&
+           script_.commands[last].kind != Kind::reset_assertions) {
+      ++last;
+    }
+    write_segment(first, last);
+    if (last < n) {
+      out_.put(script_.commands[last].text);
+      out_.put('\n');
+    }
+    first = last + 1;
+  }
+  out_.flush();
+  return {out_.size(), stable_};
+}
+
+PrintResult ScriptWriter::write_term(const Term* t) {
+  const Node root(t, false);
+  if (sharing_ != Sharing::none) plan_.plan_term(root);
+  write_root(root, 0);
+  out_.flush();
+  return {out_.size(), stable_};
+}
+
+// Commands.
+// --------------------------------------------------------------------------------------------------------------------
+
+/// Commands between which nothing is forgotten at once.
+void ScriptWriter::write_segment(std::size_t first, std::size_t last) {
+  if (sharing_ == Sharing::automatic) plan_.plan(first, last);
+  next_definition_ = 0;
+  for (std::size_t i = first; i < last; ++i) {
+    if (sharing_ == Sharing::automatic) {
+      const auto& definitions = plan_.definitions();
+      while (next_definition_ < definitions.size() && definitions[next_definition_].position == i) {
+        write_definition(definitions[next_definition_++]);
+      }
+    }
+    write_command(i);
+  }
+  if (sharing_ == Sharing::automatic) {
+    for (const auto& d : plan_.definitions()) set_name(d.node, NameKind::none, 0);
+  }
+  close_levels(static_cast<std::uint32_t>(level_names_.size()));
+}
+
+void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
+  const DataType* type = d.node.as_real() ? m_.rat_type : m_.type_of(d.node.term());
+  out_.put("(define-fun $");
+  out_.put(++num_definitions_);
+  out_.put(" () ");
+  out_.put(type->to_string(std::string::npos - 1));
+  out_.put(' ');
+  asserting_ = true;
+  write_root(d.node, d.unit);
+  out_.put(")\n");
+  set_name(d.node, NameKind::definition, static_cast<std::uint32_t>(num_definitions_));
+}
+
+void ScriptWriter::write_command(std::size_t index) {
+  const Command& c = script_.commands[index];
+  out_.put(c.text);
+  const auto terms = script_.terms_of(c);
+  if (c.kind == Kind::push && !script_.global_declarations)
+    level_names_.resize(level_names_.size() + c.levels);
+  if (c.kind == Kind::pop && !script_.global_declarations) close_levels(c.levels);
+  if (c.kind == Kind::declare) {
+    for (const Term* t : terms) created(t);
+    out_.put('\n');
+    return;
+  }
+  asserting_ = c.kind == Kind::assertion || c.kind == Kind::define || c.kind == Kind::define_function;
+  const auto sorts = script_.sorts_of(c);
+  for (std::size_t i = 0; i < terms.size(); ++i) {
+    if (i != 0) out_.put(' ');
+    const Node root = node_for(m_, terms[i], sorts[i]);
+    if (sharing_ == Sharing::let) plan_.plan_term(root);
+    write_root(root,
+               sharing_ == Sharing::automatic ? plan_.first_unit(index) + static_cast<std::uint32_t>(i) : 0);
+    if (c.kind == Kind::define && sharing_ == Sharing::automatic && plan_.is_named_by_user(root) &&
+        name(root) == 0) {
+      set_name(root, NameKind::user, static_cast<std::uint32_t>(index));
+      level_names_.back().push_back(root);
+    }
+  }
+  out_.put(c.suffix);
+  out_.put('\n');
+}
+
+void ScriptWriter::close_levels(std::uint32_t levels) {
+  for (std::uint32_t i = 0; i < levels; ++i) {
+    for (Node n : level_names_.back()) set_name(n, NameKind::none, 0);
+    level_names_.pop_back();
+  }
+  if (level_names_.empty()) level_names_.emplace_back();
+}
+
+/// A unit: its bindings, then the term itself, which is written in full.
+void ScriptWriter::write_root(Node root, std::uint32_t unit) {
+  std::vector<Node> bindings;
+  num_lets_ = 0;
+  if (sharing_ != Sharing::none) {
+    const auto& planned = plan_.bindings();
+    auto next = std::lower_bound(planned.begin(), planned.end(), unit,
+                                 [](const SharingPlan::Binding& b, std::uint32_t u) { return b.unit < u; });
+    for (; next != planned.end() && next->unit == unit; ++next) bindings.push_back(next->node);
+  }
+  local_bindings(root, bindings);
+  push_lets(bindings, root);
+  run();
+  texts_.clear();
+  check_size();
+}
+
+void ScriptWriter::check_size() const {
+  constexpr std::size_t largest = std::size_t{4} << 30;
+  if (sharing_ == Sharing::none && out_.size() > largest) {
+    throw std::runtime_error("without sharing the output would exceed 4 GiB");
+  }
+}
+
+// Names.
+// -----------------------------------------------------------------------------------------------------------------------
+
+namespace {
+
+constexpr unsigned number_bits = 29;
+
+}  // namespace
+
+std::uint32_t ScriptWriter::name(Node n) const {
+  if (!n.as_real()) return names_[n.term()->id];
+  const auto known = real_names_.find(n.term());
+  return known == real_names_.end() ? 0 : known->second;
+}
+
+void ScriptWriter::set_name(Node n, NameKind kind, std::uint32_t number) {
+  const std::uint32_t code = static_cast<std::uint32_t>(kind) << number_bits | number;
+  if (n.as_real()) {
+    real_names_[n.term()] = code;
+  } else {
+    names_[n.term()->id] = code;
+  }
+}
+
+void ScriptWriter::write_name_of(Node n, std::uint32_t code) {
+  const std::uint32_t number = code & ((1u << number_bits) - 1);
+  switch (static_cast<NameKind>(code >> number_bits)) {
+    case NameKind::let:
+      out_.put(let_prefix_);
+      return out_.put(std::uint64_t{number});
+    case NameKind::definition:
+      out_.put('$');
+      return out_.put(std::uint64_t{number});
+    case NameKind::user:
+      return out_.put(script_.commands[number].name);
+    default:
+      break;
+  }
+  for (const Attribute& a : m_.annotation_attributes(n.term()->symbol)) {
+    if (a.keyword == ":named") return out_.put(a.text);
+  }
+}
+
+// The order of creation.
+// -------------------------------------------------------------------------------------------------------
+
+void ScriptWriter::created(const Term* t) {
+  std::uint32_t& order = created_[t->id];
+  if (order == 0) order = ++num_created_;
+}
+
+/// Both have been met, and stand in the text as they stand by id.
+bool ScriptWriter::same_order(const Term* a, const Term* b) const {
+  const std::uint32_t first = created_[a->id];
+  const std::uint32_t second = created_[b->id];
+  return first == 0 || second == 0 || (a->id < b->id) == (first < second);
+}
+
+namespace {
+
+/// How many of an operator's arguments, from which on, are ordered by id.
+bool is_commutative(SymbolTag::tag tag) {
+  switch (tag) {
+    case SymbolTag::IFF:
+    case SymbolTag::EQ:
+    case SymbolTag::TIMES:
+    case SymbolTag::BV_AND:
+    case SymbolTag::BV_OR:
+    case SymbolTag::BV_XOR:
+    case SymbolTag::BV_ADD:
+    case SymbolTag::BV_MUL:
+    case SymbolTag::FP_EQ:
+    case SymbolTag::FP_ADD:
+    case SymbolTag::FP_MUL:
+      return true;
+    default:
+      return is_flat(tag);
+  }
+}
+
+const Term* monomial_of(const TermManager& m, const Term* t) {
+  return m.get_tag(t->symbol) == SymbolTag::TIMES && m.get_number(t->args[0]) != nullptr ? t->args[1] : t;
+}
+
+}  // namespace
+
+/// `parts` are the arguments in the order of the text.
+void ScriptWriter::check_order(const Term* t, std::span<const Node> parts) {
+  const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  if (!stable_ || !is_commutative(tag) || parts.size() < 2) return;
+  for (std::size_t i = parts.size() == 3 && !is_flat(tag) ? 1 : 0; i + 1 < parts.size(); ++i) {
+    const Term* a = parts[i].term();
+    const Term* b = parts[i + 1].term();
+    if (!same_order(a, b)) stable_ = false;
+    if (tag == SymbolTag::PLUS && !same_order(monomial_of(m_, a), monomial_of(m_, b))) stable_ = false;
+  }
+}
+
+}  // namespace quarv::smtlib

@@ -1,0 +1,102 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <quarv/smtlib/printer.h>
+#include <quarv/smtlib/sharing.h>
+#include <quarv/smtlib/term_writer.h>
+
+namespace quarv::smtlib {
+
+/// Writes terms and commands by a sharing plan. Terms are written with an explicit stack; chains of `and`,
+/// `or` and `+` come out flat, their parts in ascending order of id.
+class ScriptWriter {
+ public:
+  ScriptWriter(const TermManager& manager, const Script& script, std::ostream& out, Sharing sharing);
+
+  PrintResult write_script();
+  PrintResult write_term(const Term* t);
+
+ private:
+  /// What is still to be written.
+  struct Item {
+    enum Kind : std::uint8_t {
+      reference,  // a node, by its name when it has one
+      own_text,   // a node in full
+      rest,       // the parts of an application from `next` on, then its closing parenthesis
+      open_let,   // "(let ((?k "
+      close_let,  // ")) " once the value is written: from now on the name stands for the node
+      leave,      // the names given since `next` are forgotten
+      close,      // `next` closing parentheses
+      owned_text  // texts_[next]
+    };
+    Kind kind;
+    Node node;
+    std::uint32_t first = 0;
+    std::uint32_t next = 0;
+    std::uint32_t end = 0;
+  };
+  enum class NameKind : std::uint32_t { none = 0, let = 1, definition = 2, user = 3, annotation = 4 };
+
+  // Commands.
+  void write_segment(std::size_t first, std::size_t last);
+  void write_definition(const SharingPlan::Definition& d);
+  void write_command(std::size_t index);
+  void close_levels(std::uint32_t levels);
+  void write_root(Node root, std::uint32_t unit);
+
+  // Terms.
+  void run();
+  void write_reference(Node n);
+  void write_own(Node n);
+  void continue_rest(Item& item);
+  void flatten(Node n);
+  void write_quantifier(Node n);
+  void write_annotation(Node n);
+  void write_quotient(const IntegerQuotient& quotient);
+  void write_congruence(const Term* t);
+  void push_lets(std::span<const Node> bindings, Node body);
+  void local_bindings(Node root, std::vector<Node>& out);
+
+  // Names.
+  std::uint32_t name(Node n) const;
+  void set_name(Node n, NameKind kind, std::uint32_t number);
+  void write_name_of(Node n, std::uint32_t code);
+
+  // The order in which reading the text creates terms.
+  void created(const Term* t);
+  void check_order(const Term* t, std::span<const Node> parts);
+  bool same_order(const Term* a, const Term* b) const;
+
+  void check_size() const;
+
+  const TermManager& m_;
+  const Script& script_;
+  const Sharing sharing_;
+  OutputBuffer out_;
+  SharingPlan plan_;
+  bool stable_ = true;
+  bool asserting_ = false;  // an annotation's name may be given where an assertion or definition is written
+
+  std::vector<Item> items_;
+  std::vector<Node> parts_;           // of the items `rest`
+  std::vector<std::string> texts_;    // of the items `owned_text`
+  std::vector<std::uint32_t> names_;  // by term id: kind and number
+  std::unordered_map<const Term*, std::uint32_t> real_names_;
+  std::vector<Node> let_names_;  // given in the unit that is being written
+  std::uint32_t num_lets_ = 0;
+  std::uint64_t num_definitions_ = 0;
+  std::vector<std::vector<Node>> level_names_;  // given by the user, by open level
+  std::size_t next_definition_ = 0;
+  std::string let_prefix_;
+
+  std::vector<std::uint32_t> created_;  // by term id, 0: not yet
+  std::uint32_t num_created_ = 0;
+};
+
+}  // namespace quarv::smtlib

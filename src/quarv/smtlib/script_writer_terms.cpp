@@ -1,0 +1,309 @@
+#include <algorithm>
+
+#include <quarv/smtlib/script_writer.h>
+
+namespace quarv::smtlib {
+
+void ScriptWriter::run() {
+  while (!items_.empty()) {
+    Item item = items_.back();
+    items_.pop_back();
+    switch (item.kind) {
+      case Item::reference:
+        write_reference(item.node);
+        break;
+      case Item::own_text:
+        write_own(item.node);
+        break;
+      case Item::rest:
+        continue_rest(item);
+        break;
+      case Item::open_let:
+        out_.put("(let ((");
+        out_.put(let_prefix_);
+        out_.put(std::uint64_t{item.next});
+        out_.put(' ');
+        break;
+      case Item::close_let:
+        out_.put(")) ");
+        set_name(item.node, NameKind::let, item.next);
+        let_names_.push_back(item.node);
+        break;
+      case Item::leave:
+        for (; let_names_.size() > item.next; let_names_.pop_back())
+          set_name(let_names_.back(), NameKind::none, 0);
+        break;
+      case Item::close:
+        for (std::uint32_t i = 0; i < item.next; ++i) out_.put(')');
+        break;
+      case Item::owned_text:
+        out_.put(std::string_view(texts_[item.next]));
+        break;
+    }
+  }
+}
+
+void ScriptWriter::write_reference(Node n) {
+  const std::uint32_t code = name(n);
+  code == 0 ? write_own(n) : write_name_of(n, code);
+}
+
+/// Schedules "(let ((?1 ...)) (let ((?2 ...)) ... body))" and the end of the names' scope.
+void ScriptWriter::push_lets(std::span<const Node> bindings, Node body) {
+  items_.push_back({Item::leave, {}, 0, static_cast<std::uint32_t>(let_names_.size()), 0});
+  items_.push_back({Item::close, {}, 0, static_cast<std::uint32_t>(bindings.size()), 0});
+  const bool bound = std::find(bindings.begin(), bindings.end(), body) != bindings.end();
+  items_.push_back({bound ? Item::reference : Item::own_text, body});
+  if (!bound && name(body) != 0) items_.back().kind = Item::reference;
+  const std::uint32_t last = num_lets_ + static_cast<std::uint32_t>(bindings.size());
+  num_lets_ = last;
+  for (std::size_t i = bindings.size(); i-- > 0;) {
+    const std::uint32_t number = last - static_cast<std::uint32_t>(bindings.size() - 1 - i);
+    items_.push_back({Item::close_let, bindings[i], 0, number, 0});
+    items_.push_back({Item::own_text, bindings[i]});
+    items_.push_back({Item::open_let, {}, 0, number, 0});
+  }
+}
+
+void ScriptWriter::write_own(Node n) {
+  const Term* t = n.term();
+  if (m_.arity(t) == 0) {
+    write_constant(m_, n, out_);
+    return created(t);
+  }
+  const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  const auto first = static_cast<std::uint32_t>(parts_.size());
+  if (n.as_real() && !pushes_real_down(tag)) {
+    out_.put("(to_real");
+    parts_.push_back(Node(t, false));
+    items_.push_back({Item::rest, n, first, first, first + 1});
+    return;
+  }
+  if (m_.is_quantifier(t->symbol)) return write_quantifier(n);
+  if (m_.is_annotation(t->symbol)) return write_annotation(n);
+  if (tag == SymbolTag::INT_MOD_CONGR) return write_congruence(t);
+  if (tag == SymbolTag::FLOOR) {
+    IntegerQuotient quotient;
+    if (as_integer_quotient(m_, t, quotient)) {
+      created(t);
+      return write_quotient(quotient);
+    }
+  }
+  if (is_flat(tag)) {
+    flatten(n);
+  } else {
+    printed_children(m_, n, parts_);
+  }
+  out_.put('(');
+  write_head(m_, t, out_);
+  items_.push_back({Item::rest, n, first, first, static_cast<std::uint32_t>(parts_.size())});
+}
+
+/// Parts that are constants or named are written at once; the first other one is put on the stack above the
+/// rest.
+void ScriptWriter::continue_rest(Item& item) {
+  while (item.next < item.end) {
+    const Node part = parts_[item.next++];
+    out_.put(' ');
+    const std::uint32_t code = name(part);
+    if (code != 0) {
+      write_name_of(part, code);
+    } else if (m_.arity(part.term()) == 0) {
+      write_own(part);
+    } else {
+      items_.push_back(item);
+      items_.push_back({Item::own_text, part});
+      return;
+    }
+  }
+  out_.put(')');
+  check_size();
+  const Term* t = item.node.term();
+  if (t != nullptr) {
+    check_order(t, std::span(parts_).subspan(item.first, item.end - item.first));
+    created(t);
+  }
+  parts_.resize(item.first);
+}
+
+/// The leaves of a chain whose inner links occur nowhere else, in ascending order of id.
+void ScriptWriter::flatten(Node n) {
+  const Symbol* symbol = n.term()->symbol;
+  const SymbolTag::tag tag = m_.get_tag(symbol);
+  const std::size_t first = parts_.size();
+  std::vector<Node> links{n};
+  std::vector<Node> children;
+  while (!links.empty()) {
+    const Node link = links.back();
+    links.pop_back();
+    children.clear();
+    printed_children(m_, link, children);
+    for (Node child : children) {
+      const bool inner = child.term()->symbol == symbol && child.as_real() == n.as_real() &&
+                         name(child) == 0 && (sharing_ == Sharing::none || plan_.occurs_once(child));
+      (inner ? links : parts_).push_back(child);
+    }
+  }
+  const auto by_id = [](Node a, Node b) { return a.term()->id < b.term()->id; };
+  const auto begin = parts_.begin() + static_cast<std::ptrdiff_t>(first);
+  if (!std::is_sorted(begin, parts_.end(), by_id)) std::sort(begin, parts_.end(), by_id);
+  if (tag == SymbolTag::PLUS) return;
+  parts_.erase(std::unique(begin, parts_.end()), parts_.end());
+  for (auto p = begin; stable_ && p != parts_.end(); ++p) {
+    // Reading such a chain would make one constant of it.
+    const Term* t = p->term();
+    if (t->symbol == m_.not_symbol &&
+        std::binary_search(begin, parts_.end(), Node(t->args[0], false), by_id)) {
+      stable_ = false;
+    }
+  }
+}
+
+void ScriptWriter::write_quantifier(Node n) {
+  const Term* t = n.term();
+  out_.put('(');
+  out_.put(t->symbol->name);
+  out_.put(" (");
+  bool first = true;
+  for (const Term* v : m_.quantifier_variables(t->symbol)) {
+    out_.put(first ? "(" : " (");
+    first = false;
+    write_name(out_, v->symbol->name);
+    out_.put(' ');
+    out_.put(m_.type_of(v)->to_string(std::string::npos - 1));
+    out_.put(')');
+    created(v);
+  }
+  out_.put(") ");
+  const Node body(t->args[0], false);
+  std::vector<Node> bindings;
+  local_bindings(body, bindings);
+  items_.push_back({Item::close, {}, 0, 1, 0});
+  push_lets(bindings, body);
+}
+
+/// What occurs more than once within a quantifier's body and may not leave it: terms in which a variable is
+/// free. Inner quantifiers decide for themselves.
+void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) {
+  if (sharing_ == Sharing::none || m_.arity(root.term()) == 0 || !plan_.is_open(root)) return;
+  struct Hash {
+    std::size_t operator()(Node n) const noexcept { return n.term()->id * 2 + n.as_real(); }
+  };
+  std::unordered_map<Node, bool, Hash> seen;
+  std::vector<Node> pending{root};
+  std::vector<Node> children;
+  while (!pending.empty()) {
+    const Node n = pending.back();
+    pending.pop_back();
+    if (m_.arity(n.term()) == 0 || !plan_.is_open(n) || name(n) != 0) continue;
+    const auto [entry, is_new] = seen.try_emplace(n, false);
+    if (!is_new) {
+      entry->second = true;
+      continue;
+    }
+    if (m_.is_quantifier(n.term()->symbol)) continue;
+    children.clear();
+    printed_children(m_, n, children);
+    pending.insert(pending.end(), children.begin(), children.end());
+  }
+  for (const auto& [n, repeated] : seen) {
+    if (repeated && !plan_.is_small(n)) out.push_back(n);
+  }
+  std::sort(out.begin(), out.end(), [](Node a, Node b) {
+    return a.term()->id != b.term()->id ? a.term()->id < b.term()->id : a.as_real() < b.as_real();
+  });
+}
+
+/// In full once, by its name afterwards. Outside assertions and definitions a name cannot be given.
+void ScriptWriter::write_annotation(Node n) {
+  const Term* t = n.term();
+  const auto& attributes = m_.annotation_attributes(t->symbol);
+  const bool named = std::any_of(attributes.begin(), attributes.end(),
+                                 [](const Attribute& a) { return a.keyword == ":named"; });
+  if (named && !asserting_) {
+    items_.push_back({Item::reference, Node(t->args[0], false)});
+    return;
+  }
+  out_.put("(! ");
+  std::vector<Item> sequence{{Item::reference, Node(t->args[0], false)}};
+  const auto text = [&](std::string s) {
+    sequence.push_back({Item::owned_text, {}, 0, static_cast<std::uint32_t>(texts_.size()), 0});
+    texts_.push_back(std::move(s));
+  };
+  std::size_t next_term = 1;
+  for (const Attribute& a : attributes) {
+    text(' ' + a.keyword + (a.num_terms != 0 ? " (" : a.text.empty() ? "" : ' ' + a.text));
+    for (std::size_t i = 0; i < a.num_terms; ++i) {
+      if (i != 0) text(" ");
+      sequence.push_back({Item::reference, Node(t->args[next_term++], false)});
+    }
+    if (a.num_terms != 0) text(")");
+  }
+  text(")");
+  items_.insert(items_.end(), sequence.rbegin(), sequence.rend());
+  created(t);
+  if (named) {
+    set_name(n, NameKind::annotation, 0);
+    level_names_.back().push_back(n);
+  }
+}
+
+/// "(div (+ (* 2 x) y 1) 3)".
+void ScriptWriter::write_quotient(const IntegerQuotient& quotient) {
+  std::vector<Item> sequence;
+  const auto text = [&](std::string s) {
+    sequence.push_back({Item::owned_text, {}, 0, static_cast<std::uint32_t>(texts_.size()), 0});
+    texts_.push_back(std::move(s));
+  };
+  const auto integer = [](const QNumber& v) {
+    return v.sign() < 0 ? "(- " + (-v).to_string() + ')' : v.to_string();
+  };
+  const bool sum = quotient.summands.size() > 1;
+  text(sum ? "(div (+ " : "(div ");
+  bool first = true;
+  for (const auto& s : quotient.summands) {
+    if (!first) text(" ");
+    first = false;
+    const bool alone = s.monomial != nullptr && s.coefficient == QNumber(1);
+    if (s.monomial == nullptr) {
+      text(integer(s.coefficient));
+    } else if (alone) {
+      sequence.push_back({Item::reference, Node(s.monomial, false)});
+    } else {
+      text("(* " + integer(s.coefficient) + ' ');
+      sequence.push_back({Item::reference, Node(s.monomial, false)});
+      text(")");
+    }
+  }
+  text((sum ? ") " : " ") + integer(quotient.divisor) + ')');
+  items_.insert(items_.end(), sequence.rbegin(), sequence.rend());
+}
+
+/// "(= (mod a n) r)": every solver knows it. A remainder that is no numeral goes to the other side.
+void ScriptWriter::write_congruence(const Term* t) {
+  QNumber modulus;
+  m_.is_int_modular_congruence(t->symbol, &modulus);
+  const QNumber* value = m_.get_number(t->args[1]);
+  std::vector<Item> sequence;
+  const auto text = [&](std::string s) {
+    sequence.push_back({Item::owned_text, {}, 0, static_cast<std::uint32_t>(texts_.size()), 0});
+    texts_.push_back(std::move(s));
+  };
+  text(value != nullptr ? "(= (mod " : "(= (mod (- ");
+  sequence.push_back({Item::reference, Node(t->args[0], false)});
+  QNumber remainder;
+  if (value != nullptr) {
+    QNumber quotient;
+    value->divmod(modulus, quotient, remainder);
+    if (remainder.sign() < 0) remainder += modulus;
+  } else {
+    text(" ");
+    sequence.push_back({Item::reference, Node(t->args[1], false)});
+    text(")");
+  }
+  text(' ' + modulus.to_string() + ") " + remainder.to_string() + ')');
+  items_.insert(items_.end(), sequence.rbegin(), sequence.rend());
+  created(t);
+}
+
+}  // namespace quarv::smtlib

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <quarv/smtlib/printed_node.h>
+
+namespace quarv::smtlib {
+
+/// Text on its way to a stream, in large blocks.
+class OutputBuffer {
+ public:
+  explicit OutputBuffer(std::ostream& out) : out_(out) { text_.reserve(block + 4096); }
+
+  void put(char c) { text_ += c; }
+  void put(std::string_view s) {
+    text_ += s;
+    if (text_.size() >= block) flush();
+  }
+  void put(std::uint64_t n);
+
+  /// Hands everything over; throws std::runtime_error when the stream fails.
+  void flush();
+  /// All bytes so far.
+  std::size_t size() const noexcept { return flushed_ + text_.size(); }
+
+ private:
+  static constexpr std::size_t block = 1 << 16;
+  std::ostream& out_;
+  std::string text_;
+  std::size_t flushed_ = 0;
+};
+
+/// Writes `name`, quoted when it is not a simple symbol.
+void write_name(OutputBuffer& out, std::string_view name);
+
+/// Writes a number, a literal, a named constant: any term without arguments.
+void write_constant(const TermManager& m, Node n, OutputBuffer& out);
+
+/// What stands between an application's opening parenthesis and its first argument: "bvadd", "(_ extract 7
+/// 0)".
+void write_head(const TermManager& m, const Term* t, OutputBuffer& out);
+
+/// An integer as a numeral, "(- n)" when negative.
+void write_integer(const QNumber& value, OutputBuffer& out, bool as_real);
+
+}  // namespace quarv::smtlib
