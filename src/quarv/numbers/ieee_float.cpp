@@ -68,60 +68,84 @@ bool IEEEFloat::identical(const IEEEFloat& other) const {
 }
 
 template <class Operation>
-void IEEEFloat::transform(const Operation& operation) {
-  with_layout([&](const auto& access) { access.store(*this, operation(access.layout, access.load(*this))); });
+void IEEEFloat::transform(Operation) {
+  with_layout(
+      [](const auto& access, IEEEFloat& x) {
+        access.store(x, Operation()(access.layout, x.get_rounding_mode(), access.load(x)));
+      },
+      *this);
 }
 
 template <class Operation>
-void IEEEFloat::transform(const IEEEFloat& b, const Operation& operation) {
+void IEEEFloat::transform(const IEEEFloat& b, Operation) {
   assert(format_ == b.format_);
-  with_layout([&](const auto& access) {
-    access.store(*this, operation(access.layout, access.load(*this), access.load(b)));
-  });
+  with_layout(
+      [](const auto& access, IEEEFloat& x, const IEEEFloat& y) {
+        access.store(x, Operation()(access.layout, x.get_rounding_mode(), access.load(x), access.load(y)));
+      },
+      *this, b);
+}
+
+template <class Relation>
+bool IEEEFloat::compare(const IEEEFloat& a, const IEEEFloat& b, Relation) {
+  assert(a.format_ == b.format_);
+  return a.with_layout(
+      [](const auto& access, const IEEEFloat& x, const IEEEFloat& y) {
+        return Relation()(access.layout, access.load(x), access.load(y));
+      },
+      a, b);
+}
+
+template <class Predicate>
+bool IEEEFloat::test_magnitude(Predicate) const {
+  return with_layout(
+      [](const auto& access, const IEEEFloat& x) {
+        return Predicate()(access.layout, access.layout.magnitude(access.load(x)));
+      },
+      *this);
 }
 
 IEEEFloat& IEEEFloat::operator+=(const IEEEFloat& b) {
-  const rounding_mode mode = get_rounding_mode();
-  transform(b, [mode](const auto& f, const auto& x, const auto& y) { return swflt::add(f, mode, x, y); });
+  transform(b,
+            [](const auto& f, auto mode, const auto& x, const auto& y) { return swflt::add(f, mode, x, y); });
   return *this;
 }
 
 IEEEFloat& IEEEFloat::operator-=(const IEEEFloat& b) {
-  const rounding_mode mode = get_rounding_mode();
-  transform(b, [mode](const auto& f, const auto& x, const auto& y) {
+  transform(b, [](const auto& f, auto mode, const auto& x, const auto& y) {
     return swflt::add(f, mode, x, f.negated(y));
   });
   return *this;
 }
 
 IEEEFloat& IEEEFloat::operator*=(const IEEEFloat& b) {
-  const rounding_mode mode = get_rounding_mode();
-  transform(b,
-            [mode](const auto& f, const auto& x, const auto& y) { return swflt::multiply(f, mode, x, y); });
+  transform(b, [](const auto& f, auto mode, const auto& x, const auto& y) {
+    return swflt::multiply(f, mode, x, y);
+  });
   return *this;
 }
 
 IEEEFloat& IEEEFloat::operator/=(const IEEEFloat& b) {
-  const rounding_mode mode = get_rounding_mode();
-  transform(b, [mode](const auto& f, const auto& x, const auto& y) { return swflt::divide(f, mode, x, y); });
+  transform(
+      b, [](const auto& f, auto mode, const auto& x, const auto& y) { return swflt::divide(f, mode, x, y); });
   return *this;
 }
 
 void IEEEFloat::sqrt() {
-  const rounding_mode mode = get_rounding_mode();
-  transform([mode](const auto& f, const auto& x) { return swflt::square_root(f, mode, x); });
+  transform([](const auto& f, auto mode, const auto& x) { return swflt::square_root(f, mode, x); });
 }
 
 void IEEEFloat::self_neg() {
-  transform([](const auto& f, const auto& x) { return f.negated(x); });
+  transform([](const auto& f, auto, const auto& x) { return f.negated(x); });
 }
 
 void IEEEFloat::set_sign(bool negative) {
-  transform([negative](const auto& f, const auto& x) { return f.with_sign(f.magnitude(x), negative); });
+  if (get_sign() != negative) self_neg();
 }
 
 bool IEEEFloat::get_sign() const {
-  return with_layout([&](const auto& access) { return access.layout.sign(access.load(*this)); });
+  return with_layout(
+      [](const auto& access, const IEEEFloat& x) { return access.layout.sign(access.load(x)); }, *this);
 }
 
 bool IEEEFloat::is_nan() const {
@@ -145,22 +169,18 @@ bool IEEEFloat::is_normal() const {
 }
 
 bool operator==(const IEEEFloat& a, const IEEEFloat& b) {
-  assert(a.format_ == b.format_);
-  return a.with_layout(
-      [&](const auto& access) { return swflt::equal(access.layout, access.load(a), access.load(b)); });
+  return IEEEFloat::compare(
+      a, b, [](const auto& f, const auto& x, const auto& y) { return swflt::equal(f, x, y); });
 }
 
 bool operator<(const IEEEFloat& a, const IEEEFloat& b) {
-  assert(a.format_ == b.format_);
-  return a.with_layout(
-      [&](const auto& access) { return swflt::less(access.layout, access.load(a), access.load(b)); });
+  return IEEEFloat::compare(a, b,
+                            [](const auto& f, const auto& x, const auto& y) { return swflt::less(f, x, y); });
 }
 
 bool operator<=(const IEEEFloat& a, const IEEEFloat& b) {
-  assert(a.format_ == b.format_);
-  return a.with_layout([&](const auto& access) {
-    return swflt::less_or_equal(access.layout, access.load(a), access.load(b));
-  });
+  return IEEEFloat::compare(
+      a, b, [](const auto& f, const auto& x, const auto& y) { return swflt::less_or_equal(f, x, y); });
 }
 
 }  // namespace quarv

@@ -218,31 +218,36 @@ class IEEEFloat {
     static void store(IEEEFloat& x, const Bits& bits) { x.store<stored_as>(bits); }
   };
 
-  /// Calls `operation` with an `Access` to the layout that suits the format.
-  template <class Operation>
-  auto with_layout(const Operation& operation) const;
-  template <class Operation>
-  [[gnu::noinline]] auto with_other_layout(const Operation& operation) const;
-  template <class Operation>
-  [[gnu::noinline]] auto with_fixed_layout(const Operation& operation) const;
-  template <class Operation>
-  [[gnu::noinline]] auto with_unbounded_layout(const Operation& operation) const;
+  /// Calls operation(access, arguments...) with the `Access` that suits the format. The operation is a lambda
+  /// without captures, so that nothing is put into memory on the way to it.
+  template <class Operation, class... Arguments>
+  auto with_layout(Operation operation, Arguments&... arguments) const;
+  template <class Operation, class... Arguments>
+  [[gnu::noinline]] auto with_other_layout(Operation operation, Arguments&... arguments) const;
+  template <class Operation, class... Arguments>
+  [[gnu::noinline]] auto with_fixed_layout(Operation operation, Arguments&... arguments) const;
+  template <class Operation, class... Arguments>
+  [[gnu::noinline]] auto with_unbounded_layout(Operation operation, Arguments&... arguments) const;
 
-  /// Replaces the encoding by operation(layout, encoding).
+  /// Replaces the encoding by operation(layout, mode, encoding), or operation(layout, mode, encoding,
+  /// encoding of b).
   template <class Operation>
-  void transform(const Operation& operation);
-  /// The same by operation(layout, encoding, encoding of b).
+  void transform(Operation operation);
   template <class Operation>
-  void transform(const IEEEFloat& b, const Operation& operation);
+  void transform(const IEEEFloat& b, Operation operation);
+
+  /// relation(layout, encoding of a, encoding of b).
+  template <class Relation>
+  static bool compare(const IEEEFloat& a, const IEEEFloat& b, Relation relation);
 
   /// Stores this number, rounded to the format of `target` in the mode of this number, through the layout
   /// `L`.
   template <class L>
   void convert_to(IEEEFloat& target) const;
 
-  /// Whether `predicate`, which is given the layout and the encoding without its sign, holds.
+  /// predicate(layout, encoding without its sign).
   template <class Predicate>
-  bool test_magnitude(const Predicate& predicate) const;
+  bool test_magnitude(Predicate predicate) const;
 
   format format_;
   union {

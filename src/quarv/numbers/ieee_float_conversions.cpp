@@ -121,17 +121,20 @@ IEEEFloat IEEEFloat::from_number(const QNumber& v, format f, rounding_mode r) {
 }
 
 QNumber IEEEFloat::to_integer(std::size_t width) const {
-  using namespace swflt;
-  return with_layout([&](const auto& access) {
-    return integer_of(access.layout, get_rounding_mode(), access.load(*this), width);
-  });
+  return with_layout(
+      [](const auto& access, const IEEEFloat& x, std::size_t& bits) {
+        return integer_of(access.layout, x.get_rounding_mode(), access.load(x), bits);
+      },
+      *this, width);
 }
 
 IEEEFloat round(const IEEEFloat& x) {
   IEEEFloat result = x;
-  x.with_layout([&](const auto& access) {
-    access.store(result, swflt::round_to_integral(access.layout, x.get_rounding_mode(), access.load(x)));
-  });
+  result.with_layout(
+      [](const auto& access, IEEEFloat& y) {
+        access.store(y, swflt::round_to_integral(access.layout, y.get_rounding_mode(), access.load(y)));
+      },
+      result);
   return result;
 }
 

@@ -47,9 +47,13 @@ Bits IEEEFloat::load_number() const {
   if constexpr (swflt::is_unbounded<Bits>) {
     return Bits(number_.big_num());
   } else {
-    swflt::WideUInt<sizeof(Bits) / sizeof(std::uint64_t)> r;
     const std::size_t size = mpz_size(number_.big_num());
     const mp_limb_t* limbs = mpz_limbs_read(number_.big_num());
+    if constexpr (std::same_as<Bits, swflt::uint128>) {
+      if (size == 2) [[likely]]
+        return swflt::uint128{limbs[1]} << 64 | limbs[0];
+    }
+    swflt::WideUInt<4> r;
     for (std::size_t i = 0; i < r.words; ++i) r.word[i] = i < size ? limbs[i] : 0;
     return swflt::convert_significand<Bits>(r);
   }
@@ -113,56 +117,55 @@ void IEEEFloat::store_any(const Bits& bits) {
   }
 }
 
-template <class Operation>
-auto IEEEFloat::with_layout(const Operation& operation) const {
+template <class Operation, class... Arguments>
+auto IEEEFloat::with_layout(Operation operation, Arguments&... arguments) const {
   using namespace swflt;
   // The common formats come first, compiled into the caller.
-  if (format_ == format{11, 52}) return operation(Access<DoubleLayout, word64>{});
-  if (format_ == format{8, 23}) return operation(Access<SingleLayout, word32>{});
-  return with_other_layout(operation);
+  if (format_ == format{11, 52}) return operation(Access<DoubleLayout, word64>{}, arguments...);
+  if (format_ == format{8, 23}) return operation(Access<SingleLayout, word32>{}, arguments...);
+  return with_other_layout(operation, arguments...);
 }
 
-template <class Operation>
-auto IEEEFloat::with_other_layout(const Operation& operation) const {
+template <class Operation, class... Arguments>
+auto IEEEFloat::with_other_layout(Operation operation, Arguments&... arguments) const {
   using namespace swflt;
   switch (kind()) {
     case word32:
-      return operation(Access<WordLayout, word32>{make_layout<WordLayout>(format_)});
+      return operation(Access<WordLayout, word32>{make_layout<WordLayout>(format_)}, arguments...);
     case word64:
       if (fits_layout<WordLayout>(format_)) {
-        return operation(Access<WordLayout, word64>{make_layout<WordLayout>(format_)});
+        return operation(Access<WordLayout, word64>{make_layout<WordLayout>(format_)}, arguments...);
       }
-      return operation(Access<DoubleWordLayout, word64>{make_layout<DoubleWordLayout>(format_)});
+      return operation(Access<DoubleWordLayout, word64>{make_layout<DoubleWordLayout>(format_)},
+                       arguments...);
     case fixed_number:
-      return with_fixed_layout(operation);
+      return with_fixed_layout(operation, arguments...);
     case unbounded_number:
       break;
   }
-  return with_unbounded_layout(operation);
+  return with_unbounded_layout(operation, arguments...);
 }
 
-template <class Operation>
-auto IEEEFloat::with_fixed_layout(const Operation& operation) const {
+template <class Operation, class... Arguments>
+auto IEEEFloat::with_fixed_layout(Operation operation, Arguments&... arguments) const {
   using namespace swflt;
-  if (format_ == format{15, 112}) return operation(Access<QuadLayout, fixed_number>{});
+  if (format_ == format{15, 112}) return operation(Access<QuadLayout, fixed_number>{}, arguments...);
   if (fits_layout<DoubleWordLayout>(format_)) {
-    return operation(Access<DoubleWordLayout, fixed_number>{make_layout<DoubleWordLayout>(format_)});
+    return operation(Access<DoubleWordLayout, fixed_number>{make_layout<DoubleWordLayout>(format_)},
+                     arguments...);
   }
-  return operation(Access<FixedLayout, fixed_number>{make_layout<FixedLayout>(format_)});
+  return operation(Access<FixedLayout, fixed_number>{make_layout<FixedLayout>(format_)}, arguments...);
 }
 
-template <class Operation>
-auto IEEEFloat::with_unbounded_layout(const Operation& operation) const {
+template <class Operation, class... Arguments>
+auto IEEEFloat::with_unbounded_layout(Operation operation, Arguments&... arguments) const {
   using namespace swflt;
   if (format_.ew <= max_word_exponent_width) {
-    return operation(Access<UnboundedLayout, unbounded_number>{make_layout<UnboundedLayout>(format_)});
+    return operation(Access<UnboundedLayout, unbounded_number>{make_layout<UnboundedLayout>(format_)},
+                     arguments...);
   }
-  return operation(Access<GeneralLayout, unbounded_number>{make_layout<GeneralLayout>(format_)});
-}
-
-template <class Predicate>
-bool IEEEFloat::test_magnitude(const Predicate& predicate) const {
-  return with_layout([&](const auto& a) { return predicate(a.layout, a.layout.magnitude(a.load(*this))); });
+  return operation(Access<GeneralLayout, unbounded_number>{make_layout<GeneralLayout>(format_)},
+                   arguments...);
 }
 
 }  // namespace quarv

@@ -21,17 +21,19 @@ struct Unpacked {
 template <class L>
 Unpacked<L> unpack(const L& f, const typename L::Bits& m) {
   using Exponent = typename L::Exponent;
-  Unpacked<L> x{f.significand(m), f.offset(m)};
-  x.exponent -= make_exponent<Exponent>(normalize(x.significand, 0));
-  return x;
+  const Exponent offset = f.offset(m);
+  typename L::Bits significand = f.significand(m, offset);
+  const BitCount shift = normalize(significand, 0);
+  return {significand, offset - make_exponent<Exponent>(shift)};
 }
 
 /// The same, for a normal one.
 template <class L>
 Unpacked<L> unpack_normal(const L& f, const typename L::Bits& m) {
   using Exponent = typename L::Exponent;
+  const Exponent offset = f.exponent_field(m) - Exponent(1);
   const BitCount shift = normalizing_shift<typename L::Bits>(f.precision());
-  return {f.normal_significand(m) << shift, f.exponent_field(m) - make_exponent<Exponent>(shift + 1)};
+  return {f.significand(m, offset) << shift, offset - make_exponent<Exponent>(shift)};
 }
 
 template <class L>
@@ -61,17 +63,16 @@ template <class L>
 template <class L>
 typename L::Bits add(const L& f, rounding_mode mode, const typename L::Bits& a, const typename L::Bits& b) {
   using S = typename L::Bits;
-  const S ma = f.magnitude(a), mb = f.magnitude(b);
-  const bool swap = ma < mb;
-  const S high = swap ? mb : ma, low = swap ? ma : mb;
-  if (!f.is_finite(high)) [[unlikely]]
+  const bool swap = f.magnitude(a) < f.magnitude(b);
+  const S high = select(swap, b, a), low = select(swap, a, b);
+  const S mh = f.magnitude(high), ml = f.magnitude(low);
+  if (!f.is_finite(mh)) [[unlikely]]
     return add_not_finite(f, a, b);
-  const bool sign = swap ? f.sign(b) : f.sign(a);
-  const bool subtract = f.sign(a) != f.sign(b);
-  const typename L::Exponent offset = f.offset(high);
-  const typename L::Exponent distance = offset - f.offset(low);
-  const S x = f.significand(high) << 3;
-  const S y = shift_right_jam(S(f.significand(low) << 3), shift_count(distance));
+  const bool sign = f.sign(high);
+  const bool subtract = sign != f.sign(low);
+  const typename L::Exponent offset = f.offset(mh), low_offset = f.offset(ml);
+  const S x = f.significand(mh, offset) << 3;
+  const S y = shift_right_jam(S(f.significand(ml, low_offset) << 3), shift_count(offset - low_offset));
   const S sum = add_signed(x, y, subtract);
   if (is_zero(sum)) return f.zero(subtract ? mode == round_toward_negative : sign);
   return round_to_format(f, mode, sign, typename L::Exponent(offset - 3), sum);

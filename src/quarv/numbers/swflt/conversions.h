@@ -17,7 +17,8 @@ struct Magnitude {
 /// enough.
 template <class S, class E, class L>
 Magnitude<S, E> decode(const L& f, const typename L::Bits& m) {
-  return {convert_significand<S>(f.significand(m)), E(f.offset(m) + f.least_exponent())};
+  const typename L::Exponent offset = f.offset(m);
+  return {convert_significand<S>(f.significand(m, offset)), E(offset + f.least_exponent())};
 }
 
 /// Rounds ±magnitude, which is not 0, to the format. Its significand must be exact, or jammed with at least
@@ -60,11 +61,12 @@ typename L::Bits round_to_integral(const L& f, rounding_mode mode, const typenam
   const bool sign = f.sign(a);
   if (f.is_nan(m)) return propagate_nan(f, m);
   if (!f.is_finite(m)) return a;
-  const Exponent exponent = f.offset(m) + f.least_exponent();
+  const Exponent offset = f.offset(m);
+  const Exponent exponent = offset + f.least_exponent();
   if (exponent >= 0) return a;
   bool inexact = false;
   const auto integer =
-      round_to_integer(mode, sign, f.significand(m), shift_count(Exponent(-exponent)), inexact);
+      round_to_integer(mode, sign, f.significand(m, offset), shift_count(Exponent(-exponent)), inexact);
   if (inexact) raise(flag_inexact);
   if (is_zero(integer)) return f.zero(sign);
   return round_to_format(f, mode, sign, Exponent(-f.least_exponent()), integer);

@@ -74,13 +74,13 @@ struct Layout : Widths {
   /// The offset of infinity's exponent field, one more than the last that finite numbers have.
   Exponent infinity_offset() const { return swflt::power_of_two<E>(this->ew()) - make_exponent<E>(2); }
 
-  Bits infinity() const { return ones(this->ew()) << static_cast<Shift>(this->mw()); }
+  Bits infinity() const { return at_exponent_field(infinity_offset() + Exponent(1)); }
   Bits largest_finite() const { return infinity() - Bits(1); }
   /// The one NaN that operations give: positive, quiet, no payload.
   Bits default_nan() const { return infinity() | bit(this->mw() - 1); }
   Bits zero(bool sign) const { return sign ? bit(sign_position()) : Bits(0); }
 
-  bool sign(const Bits& bits) const { return test(bits, sign_position()); }
+  bool sign(const Bits& bits) const { return test_bit(bits, sign_position()); }
   Bits with_sign(const Bits& magnitude, bool sign) const {
     if constexpr (std::integral<B>) return magnitude | Bits(sign) << sign_position();
     return sign ? magnitude | bit(sign_position()) : magnitude;
@@ -89,55 +89,63 @@ struct Layout : Widths {
   Bits magnitude(const Bits& bits) const { return bits & ones(sign_position()); }
 
   // The following take a magnitude, that is an encoding without its sign.
-  bool is_finite(const Bits& m) const { return m < infinity(); }
-  bool is_nan(const Bits& m) const { return m > infinity(); }
-  bool is_signalling(const Bits& m) const { return is_nan(m) && !test(m, this->mw() - 1); }
-  bool is_subnormal(const Bits& m) const { return !swflt::is_zero(m) && m < bit(this->mw()); }
-  bool is_normal(const Bits& m) const { return is_finite(m) && m >= bit(this->mw()); }
+  bool is_finite(const Bits& m) const {
+    if constexpr (is_wide<B>) return exponent_field(m) <= infinity_offset();
+    return m < infinity();
+  }
+  bool is_nan(const Bits& m) const { return !is_finite(m) && m != infinity(); }
+  bool is_signalling(const Bits& m) const { return is_nan(m) && !test_bit(m, this->mw() - 1); }
+  bool is_subnormal(const Bits& m) const { return !swflt::is_zero(m) && exponent_field(m) == 0; }
+  bool is_normal(const Bits& m) const {
+    const Bits least = bit(this->mw());
+    if constexpr (std::integral<Bits>) return m - least < infinity() - least;
+    return is_finite(m) && exponent_field(m) != 0;
+  }
 
   /// The exponent field; zero and subnormal numbers have 0.
-  Exponent exponent_field(const Bits& m) const { return to_exponent(m >> static_cast<Shift>(this->mw())); }
+  Exponent exponent_field(const Bits& m) const {
+    if constexpr (is_wide<B>) {
+      return static_cast<Exponent>(m.word_at(static_cast<unsigned>(this->mw())));
+    } else {
+      return to_exponent(m >> this->mw());
+    }
+  }
 
   Exponent offset(const Bits& m) const {
     const Exponent field = exponent_field(m);
     return field - Exponent(field > 0);
   }
-  Bits significand(const Bits& m) const {
-    const Bits fraction = m & ones(this->mw());
-    if constexpr (std::integral<B>) return fraction | Bits(m != fraction) << this->mw();
-    return m == fraction ? fraction : fraction | bit(this->mw());
-  }
-  /// The significand of a normal number.
-  Bits normal_significand(const Bits& m) const { return (m & ones(this->mw())) | bit(this->mw()); }
+  /// What `encode` makes the magnitude of, with the offset of `m`.
+  Bits significand(const Bits& m, const Exponent& offset) const { return m - at_exponent_field(offset); }
 
   /// The magnitude of significand · 2^(offset + least_exponent()), where the significand is below 2^(mw + 1),
   /// and not below 2^mw unless the offset is 0.
   Bits encode(const Exponent& offset, const Bits& significand) const {
-    return (from_exponent(offset) << static_cast<Shift>(this->mw())) + significand;
+    return at_exponent_field(offset) + significand;
   }
 
  private:
-  using Shift = std::conditional_t<is_unbounded<B>, BitCount, unsigned>;
-
   static Bits bit(BitCount position) { return swflt::power_of_two<Bits>(position); }
   static Bits ones(BitCount count) { return bit(count) - Bits(1); }
-  static bool test(const Bits& bits, BitCount position) { return test_bit(bits, position); }
   static Exponent to_exponent(const Bits& field) {
     if constexpr (std::same_as<B, E>) {
       return field;
     } else if constexpr (is_unbounded<B>) {
       return field.get_si();
     } else {
-      return static_cast<Exponent>(convert_significand<std::uint64_t>(field));
+      return static_cast<Exponent>(field);
     }
   }
-  static Bits from_exponent(const Exponent& offset) {
+  /// The magnitude with this exponent field and a stored significand of 0.
+  Bits at_exponent_field(const Exponent& field) const {
     if constexpr (std::same_as<B, E>) {
-      return offset;
+      return field << this->mw();
     } else if constexpr (is_unbounded<B>) {
-      return Bits(static_cast<long>(offset));
+      return Bits(static_cast<long>(field)) << this->mw();
+    } else if constexpr (is_wide<B>) {
+      return Bits::from_word(static_cast<std::uint64_t>(field), static_cast<unsigned>(this->mw()));
     } else {
-      return Bits(static_cast<std::uint64_t>(offset));
+      return Bits(static_cast<std::uint64_t>(field)) << this->mw();
     }
   }
 };

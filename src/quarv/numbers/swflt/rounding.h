@@ -20,7 +20,8 @@ inline bool round_increment(rounding_mode mode, bool sign, bool odd, unsigned ta
   return mode == round_nearest_even ? tail + odd > 2 : rounds_away(mode, sign) && tail != 0;
 }
 
-/// Rounds off the low `count` >= 1 bits of `s`, which is not 0. Returns whether one of them was set.
+/// Rounds off the low `count` bits of `s`, which is not 0. Returns whether one of them was set. count must be
+/// 2 at least, and less than the bits of a fixed-size `s`.
 template <class S>
 bool round_off(S& s, BitCount count, rounding_mode mode, bool sign) {
   const unsigned tail = shift_out(s, count);
@@ -28,15 +29,15 @@ bool round_off(S& s, BitCount count, rounding_mode mode, bool sign) {
   return tail != 0;
 }
 
-/// The same for one word, where the increment is the carry out of the bits lost: they, plus half of their
-/// range, less one if that is to give way to an even number; or plus all of it but one. count must be from 2
-/// to 63.
-inline bool round_off_word(std::uint64_t& s, BitCount count, rounding_mode mode, bool sign) {
-  const std::uint64_t range = std::uint64_t{1} << count, lost = s & (range - 1);
+/// For words the increment is the carry out of the bits lost: they, plus half of their range, less one if
+/// that is to give way to an even number; or plus all of the range but one.
+template <std::integral S>
+bool round_off(S& s, BitCount count, rounding_mode mode, bool sign) {
+  const S range = S(1) << count, lost = s & (range - 1);
   s >>= count;
-  std::uint64_t carry = lost;
+  S carry = lost;
   if (mode == round_nearest_even) {
-    carry += range / 2 - 1 + (s & 1);
+    carry += (range >> 1) - 1 + (s & 1);
   } else if (rounds_away(mode, sign)) {
     carry += range - 1;
   }
@@ -76,12 +77,7 @@ typename L::Bits round_to_format(const L& f, rounding_mode mode, bool sign, type
   } else if (offset > f.infinity_offset()) [[unlikely]] {
     return overflow(f, mode, sign);
   }
-  bool inexact;
-  if constexpr (std::same_as<S, std::uint64_t>) {
-    inexact = round_off_word(significand, lost, mode, sign);
-  } else {
-    inexact = round_off(significand, lost, mode, sign);
-  }
+  const bool inexact = round_off(significand, lost, mode, sign);
   const typename L::Bits magnitude = f.encode(offset, convert_significand<typename L::Bits>(significand));
   if (!f.is_finite(magnitude)) [[unlikely]]
     return overflow(f, mode, sign);

@@ -24,6 +24,11 @@ using BitCount = std::uint64_t;
 template <class S>
 inline constexpr bool is_unbounded = std::same_as<S, mpz_class>;
 
+template <class S>
+inline constexpr bool is_wide = false;
+template <std::size_t N>
+inline constexpr bool is_wide<WideUInt<N>> = true;
+
 /// The number of bits of a fixed-size integer.
 template <class S>
 inline constexpr BitCount bits_of = 8 * sizeof(S);
@@ -69,7 +74,7 @@ S power_of_two(BitCount n) {
 }
 template <>
 inline WideUInt<4> power_of_two(BitCount n) {
-  return WideUInt<4>::power_of_two(static_cast<unsigned>(n));
+  return WideUInt<4>::from_word(1, static_cast<unsigned>(n));
 }
 
 template <class S>
@@ -195,6 +200,17 @@ unsigned shift_out(S& s, BitCount count) {
   return half << 1 | sticky;
 }
 
+/// condition ? x : y, without a branch where that is possible.
+template <class S>
+S select(bool condition, const S& x, const S& y) {
+  if constexpr (std::integral<S>) {
+    const S mask = S(0) - S(static_cast<std::uint64_t>(condition));
+    return y ^ ((x ^ y) & mask);
+  } else {
+    return condition ? x : y;
+  }
+}
+
 /// x + y, or x − y, without a branch where that is possible.
 template <class S>
 S add_signed(const S& x, const S& y, bool subtract) {
@@ -251,6 +267,15 @@ To convert_significand(const mpz_class& s) {
 inline Scaled<std::uint64_t> product(std::uint64_t a, std::uint64_t b) {
   const uint128 p = uint128{a} * b;
   return {static_cast<std::uint64_t>(p >> 64) | (static_cast<std::uint64_t>(p) != 0), 64};
+}
+inline Scaled<uint128> product(uint128 a, uint128 b) {
+  const auto a0 = static_cast<std::uint64_t>(a), a1 = static_cast<std::uint64_t>(a >> 64);
+  const auto b0 = static_cast<std::uint64_t>(b), b1 = static_cast<std::uint64_t>(b >> 64);
+  const uint128 low = uint128{a0} * b0, cross = uint128{a1} * b0, other = uint128{a0} * b1;
+  const uint128 middle = (low >> 64) + static_cast<std::uint64_t>(cross) + static_cast<std::uint64_t>(other);
+  const uint128 high = uint128{a1} * b1 + (cross >> 64) + (other >> 64) + (middle >> 64);
+  const std::uint64_t rest = static_cast<std::uint64_t>(low) | static_cast<std::uint64_t>(middle);
+  return {high | (rest != 0), 128};
 }
 template <class S>
 Scaled<S> product(const S& a, const S& b) {

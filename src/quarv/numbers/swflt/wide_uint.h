@@ -24,12 +24,20 @@ struct WideUInt {
   constexpr WideUInt() = default;
   constexpr WideUInt(std::uint64_t value) { word[0] = value; }  // NOLINT(google-explicit-constructor)
 
-  /// 2^position.
-  static constexpr WideUInt power_of_two(unsigned position) {
+  /// value · 2^position, modulo 2^(64·N).
+  static constexpr WideUInt from_word(std::uint64_t value, unsigned position) {
+    const unsigned index = position / 64, bit = position % 64;
+    const std::uint64_t low = value << bit, high = value >> 1 >> (63 - bit);
     WideUInt r;
-    for (std::size_t i = 0; i < N; ++i)
-      r.word[i] = position / 64 == i ? std::uint64_t{1} << position % 64 : 0;
+    for (std::size_t i = 0; i < N; ++i) r.word[i] = i == index ? low : i == index + 1 ? high : 0;
     return r;
+  }
+
+  /// The 64 bits from `position` on.
+  constexpr std::uint64_t word_at(unsigned position) const {
+    const unsigned index = position / 64, bit = position % 64;
+    const std::uint64_t above = index + 1 < N ? word[index + 1] : 0;
+    return word[index] >> bit | above << 1 << (63 - bit);
   }
 
   constexpr bool bit(unsigned position) const { return word[position / 64] >> position % 64 & 1; }
