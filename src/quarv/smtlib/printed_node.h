@@ -51,6 +51,11 @@ inline bool is_flat(SymbolTag::tag tag) noexcept {
   return tag == SymbolTag::AND || tag == SymbolTag::OR || tag == SymbolTag::PLUS;
 }
 
+/// The term that a summand is a multiple of.
+inline const Term* monomial_of(const TermManager& m, const Term* t) noexcept {
+  return m.get_tag(t->symbol) == SymbolTag::TIMES && m.get_number(t->args[0]) != nullptr ? t->args[1] : t;
+}
+
 /// An integer-typed operation that, where a Real is needed, is printed with its parts as Reals.
 inline bool pushes_real_down(SymbolTag::tag tag) noexcept {
   return tag == SymbolTag::TERM_ITE || tag == SymbolTag::PLUS || tag == SymbolTag::TIMES;

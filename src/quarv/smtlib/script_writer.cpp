@@ -226,10 +226,6 @@ bool is_commutative(SymbolTag::tag tag) {
   }
 }
 
-const Term* monomial_of(const TermManager& m, const Term* t) {
-  return m.get_tag(t->symbol) == SymbolTag::TIMES && m.get_number(t->args[0]) != nullptr ? t->args[1] : t;
-}
-
 }  // namespace
 
 /// `parts` are the arguments in the order of the text.
@@ -239,8 +235,9 @@ void ScriptWriter::check_order(const Term* t, std::span<const Node> parts) {
   for (std::size_t i = parts.size() == 3 && !is_flat(tag) ? 1 : 0; i + 1 < parts.size(); ++i) {
     const Term* a = parts[i].term();
     const Term* b = parts[i + 1].term();
-    if (!same_order(a, b)) stable_ = false;
-    if (tag == SymbolTag::PLUS && !same_order(monomial_of(m_, a), monomial_of(m_, b))) stable_ = false;
+    if (tag == SymbolTag::PLUS ? !same_order(monomial_of(m_, a), monomial_of(m_, b)) : !same_order(a, b)) {
+      stable_ = false;
+    }
   }
 }
 

@@ -126,7 +126,7 @@ void ScriptWriter::continue_rest(Item& item) {
   parts_.resize(item.first);
 }
 
-/// The leaves of a chain whose inner links occur nowhere else, in ascending order of id.
+/// The leaves of a chain whose inner links have no name, in canonical order.
 void ScriptWriter::flatten(Node n) {
   const Symbol* symbol = n.term()->symbol;
   const SymbolTag::tag tag = m_.get_tag(symbol);
@@ -134,20 +134,34 @@ void ScriptWriter::flatten(Node n) {
   std::vector<Node> links{n};
   std::vector<Node> children;
   while (!links.empty()) {
-    const Node link = links.back();
-    links.pop_back();
     children.clear();
-    printed_children(m_, link, children);
+    printed_children(m_, links.back(), children);
+    links.pop_back();
     for (Node child : children) {
-      const bool inner = child.term()->symbol == symbol && child.as_real() == n.as_real() &&
-                         name(child) == 0 && (sharing_ == Sharing::none || plan_.occurs_once(child));
+      const bool link = child.term()->symbol == symbol
+                            ? child.as_real() == n.as_real()
+                            : child.as_real() && m_.get_tag(child.term()->symbol) == tag;
+      const bool inner = link && name(child) == 0;
+      if (link && !inner)
+        stable_ = false;  // a reader builds links of his own; another one may be shared then
       (inner ? links : parts_).push_back(child);
     }
   }
-  const auto by_id = [](Node a, Node b) { return a.term()->id < b.term()->id; };
   const auto begin = parts_.begin() + static_cast<std::ptrdiff_t>(first);
-  if (!std::is_sorted(begin, parts_.end(), by_id)) std::sort(begin, parts_.end(), by_id);
-  if (tag == SymbolTag::PLUS) return;
+  const auto sort = [&](auto&& less) {
+    if (!std::is_sorted(begin, parts_.end(), less)) std::sort(begin, parts_.end(), less);
+  };
+  if (tag == SymbolTag::PLUS) {
+    // As polynomials are kept: by monomials, the constant last.
+    return sort([this](Node a, Node b) {
+      const bool a_constant = m_.get_number(a.term()) != nullptr;
+      const bool b_constant = m_.get_number(b.term()) != nullptr;
+      if (a_constant || b_constant) return !a_constant && b_constant;
+      return monomial_of(m_, a.term())->id < monomial_of(m_, b.term())->id;
+    });
+  }
+  const auto by_id = [](Node a, Node b) { return a.term()->id < b.term()->id; };
+  sort(by_id);
   parts_.erase(std::unique(begin, parts_.end()), parts_.end());
   for (auto p = begin; stable_ && p != parts_.end(); ++p) {
     // Reading such a chain would make one constant of it.

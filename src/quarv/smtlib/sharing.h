@@ -53,8 +53,6 @@ class SharingPlan {
   bool is_small(Node n) const noexcept { return info(n).size <= small_size; }
   /// A definition of the user names it.
   bool is_named_by_user(Node n) const noexcept { return (info(n).flags & user_defined) != 0; }
-  /// It occurs once in all of the script.
-  bool occurs_once(Node n) const noexcept { return info(n).uses == 1; }
   /// A quantifier's variable is free in it.
   bool is_open(Node n) const noexcept { return (info(n).flags & open) != 0; }
 

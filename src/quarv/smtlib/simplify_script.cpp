@@ -1,10 +1,9 @@
-#include <quarv/smtlib/simplify_script.h>
-
 #include <chrono>
 #include <ostream>
 #include <sstream>
 
 #include <quarv/simpl/register_standard_simplifications.h>
+#include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::smtlib {
 
@@ -28,9 +27,11 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
 
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                const SimplifyOptions& options) {
-  // The order of creation decides how commutative operations and sums look. When the printed text creates its terms in
-  // another order, it is simplified again, as whoever reads it would.
+  // The order of creation decides how commutative operations and sums look. When the printed text creates its
+  // terms in another order, it is simplified again, as whoever reads it would. The printer notices nearly
+  // every such case; where it costs next to nothing, the text is read again in any case.
   constexpr std::size_t most_rounds = 8;
+  constexpr std::size_t small_text = 64 << 10;
   SimplifyReport report;
   std::string previous;
   for (;; ++report.rounds) {
@@ -42,12 +43,13 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     std::ostringstream printed;
     const PrintResult result = print(session.manager(), script, printed, options.sharing);
     report.print_seconds += seconds_since(read);
-    const std::string now = std::move(printed).str();
-    if (result.stable || report.rounds == most_rounds || now == previous) {
+    std::string now = std::move(printed).str();
+    const bool settled = now == previous || (result.stable && now.size() > small_text);
+    if (settled || report.rounds == most_rounds) {
       out << now;
       return report;
     }
-    previous = now;
+    previous = std::move(now);
     text = previous;
   }
 }

@@ -15,13 +15,14 @@
 namespace quarv::smtlib {
 
 struct SimplifyOptions {
-  bool simplify = true;  ///< false: plain terms, as they are written
-  bool rules = true;     ///< the rewrite rules, beside the simplifiers
+  bool simplify = true;   ///< false: plain terms, as they are written
+  bool rules = true;      ///< the rewrite rules, beside the simplifiers
   bool standard = false;  ///< the plain layer instead of strict SMT-LIB semantics
   Sharing sharing = Sharing::automatic;
 };
 
-/// A script together with all that it needs: the manager of its terms, the simplifiers, the reader with its names.
+/// A script together with all that it needs: the manager of its terms, the simplifiers, the reader with its
+/// names.
 ///
 ///     Session session(options);
 ///     Script script = session.read(text, "file.smt2");   // terms are simplified as they are built
@@ -45,15 +46,15 @@ class Session {
 
 /// What happened, for those who want to know.
 struct SimplifyReport {
-  std::size_t terms_after = 0;    ///< distinct sub-terms of the output
-  double read_seconds = 0;        ///< reading, building and simplifying
+  std::size_t terms_after = 0;  ///< distinct sub-terms of the output
+  double read_seconds = 0;      ///< reading, building and simplifying
   double print_seconds = 0;
-  std::size_t rounds = 1;         ///< how often the text was read until it did not change any more
+  std::size_t rounds = 1;  ///< how often the text was read until it did not change any more
 };
 
-/// Reads `text`, simplifies it and prints it to `out`. The output is a fixed point: reading and printing it gives the same
-/// text. Throws Error for faults of the input and std::runtime_error when the stream fails; something may have been
-/// written then.
+/// Reads `text`, simplifies it and prints it to `out`. The output is a fixed point: reading and printing it
+/// gives the same text. Throws Error for faults of the input and std::runtime_error when the stream fails;
+/// something may have been written then.
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                const SimplifyOptions& options = {});
 
