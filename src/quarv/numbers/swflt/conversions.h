@@ -48,9 +48,11 @@ typename To::Bits convert(const From& from, const To& to, rounding_mode mode, co
 /// \param inexact is set if it was not one.
 template <class S>
 S round_to_integer(rounding_mode mode, bool sign, S significand, BitCount fraction_bits, bool& inexact) {
-  if (fraction_bits != 0 && !is_zero(significand))
-    inexact = round_off(significand, fraction_bits, mode, sign);
-  return significand;
+  if (fraction_bits == 0 || is_zero(significand)) return significand;
+  const unsigned tail = shift_out(significand, fraction_bits);
+  const bool up = round_increment(mode, sign, low_word(significand) & 1, tail);
+  inexact = tail != 0;
+  return significand + S(static_cast<std::uint64_t>(up));
 }
 
 /// `a` rounded to an integral value of its format; an infinity stays, zeros keep the sign of `a`.
