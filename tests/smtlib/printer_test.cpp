@@ -1,0 +1,232 @@
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <quarv/smtlib/printer.h>
+#include <quarv/smtlib/simplify_script.h>
+
+namespace quarv::smtlib {
+namespace {
+
+std::string simplified(const std::string& text, Sharing sharing = Sharing::automatic) {
+  SimplifyOptions options;
+  options.sharing = sharing;
+  std::ostringstream out;
+  simplify_script(text, "in.smt2", out, options);
+  return out.str();
+}
+
+/// The text of `t` as an assertion over the declarations, without those.
+std::string assertion(const std::string& declarations, const std::string& t) {
+  const std::string all = simplified(declarations + "(assert " + t + ")");
+  const std::string from = all.substr(all.rfind("(assert "));
+  return from.substr(8, from.size() - 10);
+}
+
+const std::string bools = "(declare-const p Bool)(declare-const q Bool)(declare-const r Bool)";
+const std::string numbers =
+    "(declare-const x Int)(declare-const y Int)(declare-const a Real)(declare-const b Real)";
+const std::string vectors =
+    "(declare-const v (_ BitVec 8))(declare-const w (_ BitVec 8))(declare-const u (_ BitVec 5))";
+const std::string floats = "(declare-const f Float32)(declare-const g Float16)(declare-const m RoundingMode)";
+
+TEST(Printer, KeepsCommandsInOrder) {
+  const std::string text =
+      "(set-logic ALL)\n(set-info :status sat)\n(declare-fun p () Bool)\n(push 1)\n(assert p)\n(check-sat)\n"
+      "(pop 1)\n(echo \"a \"\"b\"\" ; c\")\n(get-value (p (not p)))\n(check-sat-assuming (p (not "
+      "p)))\n(exit)\n";
+  EXPECT_EQ(simplified(text), text);
+  EXPECT_EQ(simplified("( set-logic\n QF_UF ) ; comment\n(declare-fun\t|a b| ( ) Bool)(assert |a b|)"),
+            "(set-logic QF_UF)\n(declare-fun |a b| () Bool)\n(assert |a b|)\n");
+  EXPECT_EQ(simplified("(declare-const p Bool)(assert (or p (not p)))(assert (and p (not p)))"),
+            "(declare-const p Bool)\n(assert true)\n(assert false)\n");
+}
+
+TEST(Printer, Constants) {
+  EXPECT_EQ(assertion(numbers, "(= x (- 5))"), "(= x (- 5))");
+  EXPECT_EQ(assertion(numbers, "(= a 5)"), "(= a 5.0)");
+  EXPECT_EQ(assertion(numbers, "(= a (- 2.5))"), "(= a (- (/ 5.0 2.0)))");
+  EXPECT_EQ(assertion(vectors, "(= v (_ bv171 8))"), "(= v #xab)");
+  EXPECT_EQ(assertion(vectors, "(= u (_ bv3 5))"), "(= u #b00011)");
+  EXPECT_EQ(assertion("(declare-const z (_ BitVec 68))", "(= z #xabcdef0123456789a)"),
+            "(= z #xabcdef0123456789a)");
+  EXPECT_EQ(assertion("(declare-const z (_ BitVec 68))", "(= z #x0000000000000000a)"),
+            "(= z #x0000000000000000a)");
+  EXPECT_EQ(assertion(floats, "(= f (_ -oo 8 24))"), "(= f (_ -oo 8 24))");
+  EXPECT_EQ(assertion(floats, "(= f (_ NaN 8 24))"), "(= f (_ NaN 8 24))");
+  EXPECT_EQ(assertion(floats, "(= f (_ -zero 8 24))"), "(= f (_ -zero 8 24))");
+  EXPECT_EQ(assertion(floats, "(= g (fp #b1 #b10000 #b1000000000))"), "(= g (fp #b1 #b10000 #b1000000000))");
+  EXPECT_EQ(assertion(floats, "(= m roundNearestTiesToAway)"), "(= RNA m)");
+}
+
+TEST(Printer, Operators) {
+  EXPECT_EQ(assertion(vectors, "(= u ((_ extract 6 2) v))"), "(= u ((_ extract 6 2) v))");
+  EXPECT_EQ(assertion(vectors, "(= v ((_ zero_extend 3) u))"), "(= v ((_ zero_extend 3) u))");
+  EXPECT_EQ(assertion(vectors + numbers, "(= x (bv2nat v))"), "(= (+ x (* (- 1) (bv2nat v))) 0)");
+  EXPECT_EQ(assertion(floats, "(fp.eq f ((_ to_fp 8 24) m g))"), "(fp.eq f ((_ to_fp 8 24) m g))");
+  EXPECT_EQ(assertion(floats + vectors, "(= v ((_ fp.to_sbv 8) m f))"), "(= v ((_ fp.to_sbv 8) m f))");
+  EXPECT_EQ(assertion(floats, "(= f (fp.fma m f f f))"), "(= f (fp.fma m f f f))");
+  EXPECT_EQ(assertion("(declare-const k (Array Int Bool))", "(= k ((as const (Array Int Bool)) true))"),
+            "(= k ((as const (Array Int Bool)) true))");
+}
+
+TEST(Printer, ChainsAreFlat) {
+  EXPECT_EQ(assertion(bools, "(and (and p q) r)"), "(and p q r)");
+  EXPECT_EQ(assertion(bools, "(or r (or q p))"), "(or p q r)");
+  EXPECT_EQ(assertion(numbers, "(<= (+ y (+ x 1)) 5)"), "(<= (+ x y) 4)");
+  EXPECT_EQ(assertion(bools, "(not (and p (or q r) p))"), "(not (and p (or q r)))");
+}
+
+TEST(Printer, RealsAndIntegers) {
+  EXPECT_EQ(assertion(numbers, "(<= (* 2 a) (to_real x))"), "(<= 0.0 (+ (to_real x) (* (- 2.0) a)))");
+  EXPECT_EQ(assertion(bools + numbers, "(= a (ite p 1.0 2.0))"), "(= (+ a (* (- 1.0) (ite p 1.0 2.0))) 0.0)");
+  EXPECT_EQ(simplified(bools + numbers + "(declare-fun h (Real) Real)(assert (= a (h (ite p x (+ x 1)))))")
+                .substr(bools.size() + numbers.size() + 7),
+            "(declare-fun h (Real) Real)\n(assert (= a (h (ite p (to_real x) (+ (to_real x) 1.0)))))\n");
+}
+
+TEST(Printer, DivisionOfIntegersNeedsNoReals) {
+  EXPECT_EQ(assertion(numbers, "(= y (div x 3))"), "(= (+ y (* (- 1) (div x 3))) 0)");
+  EXPECT_EQ(assertion(numbers, "(= (mod x 3) 2)"), "(= (mod x 3) 2)");
+  EXPECT_EQ(assertion(numbers, "((_ divisible 7) (+ x y))"), "(= (mod (+ x y) 7) 0)");
+  EXPECT_EQ(assertion(numbers, "(= (to_int a) 3)"), "(= (to_int a) 3)");
+  EXPECT_EQ(assertion(numbers, "(= (mod x 3) 4)"), "false");
+}
+
+TEST(Printer, SharingWithinAnAssertion) {
+  const std::string term = "(let ((s (bvadd (bvmul v w) (bvudiv v w)))) (= (bvand s v) (bvor s w)))";
+  EXPECT_EQ(assertion(vectors, term),
+            "(let ((?1 (bvadd (bvmul v w) (bvudiv v w)))) (= (bvand ?1 v) (bvor ?1 w)))");
+  const std::string unshared = simplified(vectors + "(assert " + term + ")", Sharing::none);
+  EXPECT_NE(unshared.find("(= (bvand (bvadd (bvmul v w) (bvudiv v w)) v) (bvor (bvadd"), std::string::npos);
+  // Small terms are repeated.
+  EXPECT_EQ(assertion(vectors, "(bvult (bvand (bvnot v) w) (bvor (bvnot v) w))"),
+            "(bvult (bvand (bvnot v) w) (bvor (bvnot v) w))");
+  // The printer's names differ from the user's.
+  EXPECT_EQ(assertion(vectors + "(declare-const ?1 (_ BitVec 8))",
+                      "(let ((s (bvadd (bvmul v w) (bvudiv v ?1)))) (= (bvand s v) (bvor s w)))"),
+            "(let ((??1 (bvadd (bvmul v w) (bvudiv v ?1)))) (= (bvand ??1 v) (bvor ??1 w)))");
+}
+
+TEST(Printer, SharingAcrossAssertions) {
+  const std::string s = "(bvadd (bvmul v w) (bvudiv v w))";
+  EXPECT_EQ(
+      simplified(vectors + "(assert (= v " + s + "))(assert (= w " + s + "))").substr(vectors.size() + 3),
+      "(define-fun $1 () (_ BitVec 8) (bvadd (bvmul v w) (bvudiv v w)))\n(assert (= v $1))\n(assert (= w "
+      "$1))\n");
+  // Where a level is closed between the two uses, the definition stands before it.
+  EXPECT_EQ(simplified(vectors + "(push 1)(assert (= v " + s + "))(pop 1)(assert (= w " + s + "))")
+                .substr(vectors.size() + 3),
+            "(define-fun $1 () (_ BitVec 8) (bvadd (bvmul v w) (bvudiv v w)))\n(push 1)\n(assert (= v "
+            "$1))\n(pop 1)\n"
+            "(assert (= w $1))\n");
+  // A definition of the user serves as well, as long as it is there.
+  EXPECT_EQ(
+      simplified(vectors + "(define-fun d () (_ BitVec 8) " + s + ")(assert (= v d))(assert (= w " + s + "))")
+          .substr(vectors.size() + 3),
+      "(define-fun d () (_ BitVec 8) (bvadd (bvmul v w) (bvudiv v w)))\n(assert (= v d))\n(assert (= w "
+      "d))\n");
+  EXPECT_EQ(simplified(vectors + "(push)(define-fun d () (_ BitVec 8) " + s +
+                       ")(assert (= v d))(pop)(assert (= w " + s + "))")
+                .substr(vectors.size() + 3),
+            "(define-fun $1 () (_ BitVec 8) (bvadd (bvmul v w) (bvudiv v w)))\n(push)\n(define-fun d () (_ "
+            "BitVec 8) "
+            "$1)\n(assert (= v $1))\n(pop)\n(assert (= w $1))\n");
+}
+
+TEST(Printer, SharedTermsWithQuantifiedVariablesStayInside) {
+  const std::string text =
+      "(declare-fun h (Int Int) Int)\n"
+      "(assert (forall ((i Int)) (let ((s (h (h i i) (h i 3)))) (= (h s i) (h i s)))))\n";
+  const std::string out = simplified(text);
+  EXPECT_EQ(out,
+            "(declare-fun h (Int Int) Int)\n"
+            "(assert (forall ((i Int)) (let ((?1 (h (h i i) (h i 3)))) (= (h ?1 i) (h i ?1)))))\n");
+}
+
+TEST(Printer, NamedTermsAreNamedOnce) {
+  EXPECT_EQ(simplified(bools + "(assert (! (or p q) :named n))(assert (=> n r))(get-value (n))")
+                .substr(bools.size() + 3),
+            "(assert (! (or p q) :named n))\n(assert (or r (not n)))\n(get-value (n))\n");
+}
+
+TEST(Printer, RedeclaredNamesAreDifferentSymbols) {
+  const std::string s = "(bvadd (bvmul v v) (bvudiv v #x03))";
+  const std::string level =
+      "(push 1)\n(declare-const v (_ BitVec 8))\n(assert (= #x01 " + s + "))\n(pop 1)\n";
+  EXPECT_EQ(simplified(level + level).find("define-fun"), std::string::npos);
+}
+
+/// A hundred assertions over one DAG of many operations.
+std::string shared_dag(int operations) {
+  std::string text = "(declare-const t0 (_ BitVec 32))(declare-const t1 (_ BitVec 32))\n";
+  for (int i = 2; i < operations; ++i) {
+    text += "(define-fun t" + std::to_string(i) + " () (_ BitVec 32) (bvadd (bvmul t" +
+            std::to_string(i - 1) + " t" + std::to_string(i - 2) + ") t" + std::to_string(i / 2) + "))\n";
+  }
+  return text;
+}
+
+TEST(Printer, OutputIsLinearInTheDag) {
+  constexpr int operations = 10'000;
+  std::string lets = "(declare-const t0 (_ BitVec 32))(declare-const t1 (_ BitVec 32))\n";
+  std::string one = "(assert ";
+  for (int i = 2; i < operations; ++i) {
+    one += "(let ((t" + std::to_string(i) + " (bvadd (bvmul t" + std::to_string(i - 1) + " t" +
+           std::to_string(i - 2) + ") t" + std::to_string(i / 2) + "))) ";
+  }
+  const std::string closing(operations - 2, ')');
+  for (int k = 0; k < 100; ++k)
+    lets += one + "(= t" + std::to_string(operations - 1 - k) + " t0)" + closing + ")\n";
+  const std::string out = simplified(lets);
+  EXPECT_LT(out.size(), one.size() * 2);
+  const std::string defined =
+      shared_dag(operations) + "(assert (= t0 t" + std::to_string(operations - 1) + "))\n";
+  EXPECT_LT(simplified(defined).size(), defined.size() * 2);
+}
+
+TEST(Printer, DeepTermsNeedNoStack) {
+  constexpr int depth = 1'000'000;
+  std::string text = "(declare-const v (_ BitVec 8))\n(assert (= v ";
+  for (int i = 0; i < depth; ++i) text += "(bvadd v ";
+  text += 'v';
+  text.append(depth, ')');
+  text += "))\n";
+  EXPECT_EQ(simplified(text).size(), text.size());
+}
+
+TEST(Printer, ManyConjuncts) {
+  std::string text;
+  std::string conjunction = "(assert (and";
+  for (int i = 0; i < 300'000; ++i) {
+    text += "(declare-const p" + std::to_string(i) + " Bool)\n";
+    conjunction += " p" + std::to_string(i);
+  }
+  text += conjunction + "))\n";
+  EXPECT_EQ(simplified(text), text);
+}
+
+TEST(PrinterCorpus, PrintedFilesAreReadBackToTheSameText) {
+  const std::filesystem::path root = std::filesystem::path(QUARV_SOURCE_DIR) / ".." / "shared" / "corpus";
+  if (!std::filesystem::exists(root)) {
+    std::cout << "skipped: there is no " << root << '\n';
+    return;
+  }
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
+    if (entry.path().extension() != ".smt2" || entry.path().parent_path().filename() == "malformed") continue;
+    std::ifstream in(entry.path(), std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    for (Sharing sharing : {Sharing::automatic, Sharing::let}) {
+      const std::string once = simplified(text.str(), sharing);
+      EXPECT_TRUE(simplified(once, sharing) == once) << entry.path();
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quarv::smtlib
