@@ -129,10 +129,12 @@ const Term* TermManager::make_int_to_bv(std::size_t width, const Term* a) {
 // --------------------------------------------------------------------------------------------------------------------
 
 const Term* TermManager::make_array_read(const Term* array, const Term* index) {
+  check_array("select", array);
   return make_term(make_array_read_symbol(type_of(array)), list(array, index));
 }
 
 const Term* TermManager::make_array_write(const Term* array, const Term* index, const Term* element) {
+  check_array("store", array);
   return make_term(make_array_write_symbol(type_of(array)), list(array, index, element));
 }
 

@@ -47,11 +47,13 @@ class DataType {
 
  private:
   std::string name_;  // of a basic type: its SMT-LIB name (or a numeral, for widths and formats)
-  std::size_t
-      params_[2]{};  // width; or exponent width and stored significand width. Also on the type built from it
+  // Width; or exponent width and stored significand width. Also on the type built from this component.
+  std::size_t params_[2]{};
   std::uint64_t tree_size_ = 1;
-  mutable const Symbol* equality_symbol_ = nullptr;  // filled by the manager on first use
+  // Operators by type, filled by the manager on first use.
+  mutable const Symbol* equality_symbol_ = nullptr;
   mutable const Symbol* ite_symbol_ = nullptr;
+  mutable const Symbol* array_symbols_[3]{};  // read, write, constant array
 };
 
 }  // namespace quarv

@@ -42,6 +42,15 @@ const Symbol* TermManager::constant_symbol(const char* name, const DataType* typ
 
 namespace {
 
+/// The width of a result that is as wide as two things together.
+std::size_t sum_of_widths(SymbolTag::tag tag, std::size_t a, std::size_t b) {
+  std::size_t sum;
+  if (__builtin_add_overflow(a, b, &sum)) {
+    throw SortError(std::string(SymbolTag::name(tag)) + ": the result would be too wide");
+  }
+  return sum;
+}
+
 std::size_t hash_params(SymbolTag::tag tag, std::uint16_t flag, const std::size_t (&params)[4]) noexcept {
   constexpr std::uint64_t k = 0x9E3779B97F4A7C15u;
   std::uint64_t h = tag + (std::uint64_t{flag} << 32);
@@ -90,7 +99,7 @@ const Symbol* TermManager::make_param_symbol(SymbolTag::tag tag, std::uint16_t f
       binary(bv(params[0]), bv(params[0]), bv(1));
       break;
     case SymbolTag::BV_CONCAT:
-      binary(bv(params[0]), bv(params[1]), bv(params[0] + params[1]));
+      binary(bv(params[0]), bv(params[1]), bv(sum_of_widths(tag, params[0], params[1])));
       break;
     case SymbolTag::BV_SELECT:
       unary(bv(params[2]), bv(params[0] - params[1] + 1));
@@ -101,7 +110,7 @@ const Symbol* TermManager::make_param_symbol(SymbolTag::tag tag, std::uint16_t f
       break;
     case SymbolTag::BV_ZEXT:
     case SymbolTag::BV_SEXT:
-      unary(bv(params[1]), bv(params[0] + params[1]));
+      unary(bv(params[1]), bv(sum_of_widths(tag, params[0], params[1])));
       break;
     case SymbolTag::INT_FROM_UBV:
     case SymbolTag::INT_FROM_SBV:
@@ -183,6 +192,10 @@ const Symbol* TermManager::make_param_symbol(SymbolTag::tag tag, std::uint16_t f
 }
 
 const Symbol* TermManager::make_bv_symbol(SymbolTag::tag tag, std::size_t width) {
+  if ((tag < SymbolTag::BV_CONCAT || tag > SymbolTag::BV_SEXT) &&
+      (tag < SymbolTag::INT_FROM_UBV || tag > SymbolTag::INT_TO_BV)) {
+    throw SortError(std::string(SymbolTag::name(tag)) + ": not a bit-vector operator");
+  }
   return make_param_symbol(tag, 0, {width, 0, 0, 0});
 }
 
@@ -215,6 +228,9 @@ const Symbol* TermManager::make_bv_sign_extend_symbol(std::size_t bits, std::siz
 }
 
 const Symbol* TermManager::make_fp_symbol(SymbolTag::tag tag, std::size_t ew, std::size_t mw) {
+  if (tag < SymbolTag::FP_EQ || tag > SymbolTag::FP_FROM_IEEEBV) {
+    throw SortError(std::string(SymbolTag::name(tag)) + ": not a floating-point operator");
+  }
   return make_param_symbol(tag, 0, {ew, mw, 0, 0});
 }
 
@@ -277,31 +293,36 @@ const Symbol* TermManager::make_int_mod_congr_symbol(const QNumber& modulus) {
   return entry;
 }
 
-const Symbol* TermManager::make_typed_symbol(SymbolTag::tag tag, const DataType* array_type) {
+const Symbol* TermManager::make_array_symbol(SymbolTag::tag tag, const DataType* array_type) {
   if (!is_array_type(array_type)) {
     throw SortError(std::string(SymbolTag::name(tag)) + ": " + array_type->to_string() +
                     " is not an array sort");
   }
-  const DataType* index = array_type->get_component(1);
-  const DataType* element = array_type->get_component(2);
-  const DataType* arguments[] = {array_type, index, element};
-  const std::size_t n = tag == SymbolTag::ARRAY_READ ? 2 : 3;
-  const DataType* result = tag == SymbolTag::ARRAY_READ ? element : array_type;
-  const auto signature =
-      tag == SymbolTag::ARRAY_CONST ? std::span(arguments + 2, 1) : std::span(arguments, n);
-  return named_symbol(tag, SymbolTag::name(tag), signature, result);
+  const Symbol*& entry = array_type->array_symbols_[tag - SymbolTag::ARRAY_READ];
+  if (entry == nullptr) {
+    const DataType* index = array_type->get_component(1);
+    const DataType* element = array_type->get_component(2);
+    const DataType* types[] = {array_type, index, element};
+    const std::span<const DataType* const> all(types);
+    const auto signature = tag == SymbolTag::ARRAY_READ    ? all.first(2)
+                           : tag == SymbolTag::ARRAY_CONST ? all.last(1)
+                                                           : all;
+    entry =
+        new_symbol(tag, SymbolTag::name(tag), signature, tag == SymbolTag::ARRAY_READ ? element : array_type);
+  }
+  return entry;
 }
 
 const Symbol* TermManager::make_array_read_symbol(const DataType* array_type) {
-  return make_typed_symbol(SymbolTag::ARRAY_READ, array_type);
+  return make_array_symbol(SymbolTag::ARRAY_READ, array_type);
 }
 
 const Symbol* TermManager::make_array_write_symbol(const DataType* array_type) {
-  return make_typed_symbol(SymbolTag::ARRAY_WRITE, array_type);
+  return make_array_symbol(SymbolTag::ARRAY_WRITE, array_type);
 }
 
 const Symbol* TermManager::make_array_const_symbol(const DataType* array_type) {
-  return make_typed_symbol(SymbolTag::ARRAY_CONST, array_type);
+  return make_array_symbol(SymbolTag::ARRAY_CONST, array_type);
 }
 
 bool TermManager::is_array(const Symbol* s, SymbolTag::tag tag, const DataType** index,
@@ -357,10 +378,12 @@ const Term* TermManager::fresh_bound_variable(std::string_view name, const DataT
 const Term* TermManager::make_quantifier(std::string_view binder, Args variables, const Term* body) {
   check_type(std::string(binder).c_str(), body, 1, bool_type);
   std::string key(binder);
-  for (const Term* v : variables) {
-    if (!is_bound_variable(v->symbol)) throw SortError(std::string(binder) + ": not a bound variable");
-    key += ' ' + std::to_string(v->id);
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    if (!is_bound_variable(variables[i]->symbol)) {
+      throw SortError(key + ": variable " + std::to_string(i + 1) + " is not a bound variable");
+    }
   }
+  for (const Term* v : variables) key += ' ' + std::to_string(v->id);
   const Symbol*& entry = tables_->quantifier_index[key];
   if (entry == nullptr) {
     Symbol* s = new_symbol(SymbolTag::OPAQUE, copy_name(binder),
@@ -376,8 +399,16 @@ const Term* TermManager::make_annotation(const Term* body, std::span<const Attri
                                          Args terms) {
   std::string key = std::to_string(reinterpret_cast<std::uintptr_t>(type_of(body)));
   std::vector<const DataType*> signature{type_of(body)};
+  std::size_t num_terms = 0;
   for (const Attribute& a : attributes) {
-    key += ' ' + a.keyword + ' ' + std::to_string(a.num_terms) + ' ' + a.text;
+    num_terms += a.num_terms;
+    // The length keeps two texts apart from one that contains both.
+    key += ' ' + a.keyword + ' ' + std::to_string(a.num_terms) + ' ' + std::to_string(a.text.size()) + ' ' +
+           a.text;
+  }
+  if (num_terms != terms.size()) {
+    throw SortError("!: " + std::to_string(terms.size()) + " terms given, " + std::to_string(num_terms) +
+                    " announced by the attributes");
   }
   for (const Term* t : terms) {
     signature.push_back(type_of(t));

@@ -1,6 +1,6 @@
 #include <algorithm>
-#include <cstring>
-#include <new>
+#include <cassert>
+#include <utility>
 
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
@@ -75,6 +75,7 @@ const Term* TermManager::new_term(const Symbol* symbol, Args args) {
 }
 
 const Term* TermManager::intern(const Symbol* symbol, Args args) {
+  assert(args.size() == symbol->arity_);
   if (symbol->arity_ == 0) {
     if (symbol->constant_ == nullptr) symbol->constant_ = new_term(symbol, {});
     return symbol->constant_;
@@ -130,6 +131,10 @@ void TermManager::check_args(const Symbol* symbol, Args args) const {
   for (std::size_t i = 0; i < args.size(); ++i) check_type(op, args[i], i + 1, symbol->arg_types_[i]);
 }
 
+void TermManager::check_array(const char* op, const Term* a) const {
+  if (!is_array_type(type_of(a))) wrong_type(op, 1, type_of(a), "an array");
+}
+
 std::size_t TermManager::checked_bv_width(const char* op, const Term* a, std::size_t position) const {
   const DataType* type = type_of(a);
   if (!is_bv_type(type)) wrong_type(op, position, type, "a bit-vector");
@@ -151,9 +156,12 @@ const Term* TermManager::make_numeral(const QNumber& value, const DataType* type
   const NumberTable::Probe probe =
       number_terms_.find(value, type, [](const Symbol* s) { return s->number_; });
   if (probe.found != nullptr) return probe.found;
+  // Everything that may throw comes before the entry into `numbers`.
+  QNumber demoted = value.demoted();
+  arena_.reserve(sizeof(Symbol) + sizeof(Term));
   Symbol* symbol = new_symbol(SymbolTag::CONSTANT, "", {}, type);
   QNumber& stored = numbers[symbol];
-  stored = value.demoted();
+  stored = std::move(demoted);
   symbol->kind_ = Symbol::number;
   symbol->number_ = &stored;
   const Term* t = intern(symbol, {});

@@ -565,6 +565,7 @@ class TermManager {
   const Term* make_fp_binary(SymbolTag::tag tag, const Term* a, const Term* b);
   const Term* make_fp_rounded(SymbolTag::tag tag, const Term* rounding, const Term* a,
                               const Term* b = nullptr);
+  void check_array(const char* op, const Term* a) const;
   std::size_t checked_bv_width(const char* op, const Term* a, std::size_t position) const;
   void checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,
                       std::size_t* mw) const;
@@ -574,7 +575,7 @@ class TermManager {
   Symbol* new_symbol(SymbolTag::tag tag, const char* name, std::span<const DataType* const> argument_types,
                      const DataType* result);
   const Symbol* make_param_symbol(SymbolTag::tag tag, std::uint16_t flag, const std::size_t (&params)[4]);
-  const Symbol* make_typed_symbol(SymbolTag::tag tag, const DataType* array_type);
+  const Symbol* make_array_symbol(SymbolTag::tag tag, const DataType* array_type);
   const Symbol* named_symbol(SymbolTag::tag tag, std::string_view name,
                              std::span<const DataType* const> argument_types, const DataType* result);
   DataType* new_basic_type(std::string_view name);

@@ -73,6 +73,9 @@ const DataType* TermManager::get_bv_type(std::size_t width) {
 
 const DataType* TermManager::get_fp_type(std::size_t ew, std::size_t mw) {
   if (ew == 0 || mw == 0) throw SortError("FloatingPoint: both widths must be positive");
+  if (mw >= std::numeric_limits<std::size_t>::max() - ew) {
+    throw SortError("FloatingPoint: the format is too wide");
+  }
   const DataType*& entry = tables_->fp_types[{ew, mw}];
   if (entry == nullptr) {
     DataType* component = new_basic_type(std::to_string(ew) + " " + std::to_string(mw + 1));
