@@ -2,30 +2,64 @@
 #include <new>
 #include <support/allocation_counter.h>
 
+#include <climits>
 #include <gmp.h>
+
+// The linker's option --wrap renames references to NAME to __wrap_NAME, and __real_NAME to NAME. Unlike a
+// second definition of `malloc` this works together with the sanitizers' own.
+extern "C" {
+void* __real_malloc(std::size_t size);
+void* __real_calloc(std::size_t count, std::size_t size);
+void* __real_realloc(void* block, std::size_t size);
+void* __wrap_malloc(std::size_t size);
+void* __wrap_calloc(std::size_t count, std::size_t size);
+void* __wrap_realloc(void* block, std::size_t size);
+}
 
 namespace {
 
 long allocations = 0;
+long may_succeed = LONG_MAX;
 
-void* counting_malloc(std::size_t size) {
+/// Counts an allocation and answers whether it may succeed.
+bool allow() {
   ++allocations;
-  return std::malloc(size);
+  if (may_succeed == LONG_MAX) return true;
+  if (may_succeed == 0) return false;
+  --may_succeed;
+  return true;
 }
 
-void* counting_realloc(void* block, std::size_t, std::size_t size) {
+void* gmp_malloc(std::size_t size) {
   ++allocations;
-  return std::realloc(block, size);
+  return __real_malloc(size);
 }
 
-void counting_free(void* block, std::size_t) {
+void* gmp_realloc(void* block, std::size_t, std::size_t size) {
+  ++allocations;
+  return __real_realloc(block, size);
+}
+
+void gmp_free(void* block, std::size_t) {
   std::free(block);
 }
 
 }  // namespace
 
+void* __wrap_malloc(std::size_t size) {
+  return allow() ? __real_malloc(size) : nullptr;
+}
+
+void* __wrap_calloc(std::size_t count, std::size_t size) {
+  return allow() ? __real_calloc(count, size) : nullptr;
+}
+
+void* __wrap_realloc(void* block, std::size_t size) {
+  return allow() ? __real_realloc(block, size) : nullptr;
+}
+
 void* operator new(std::size_t size) {
-  if (void* const block = counting_malloc(size == 0 ? 1 : size)) return block;
+  if (void* const block = __wrap_malloc(size == 0 ? 1 : size)) return block;
   throw std::bad_alloc();
 }
 
@@ -44,11 +78,19 @@ long allocation_count() {
 }
 
 CountGmpAllocations::CountGmpAllocations() {
-  mp_set_memory_functions(counting_malloc, counting_realloc, counting_free);
+  mp_set_memory_functions(gmp_malloc, gmp_realloc, gmp_free);
 }
 
 CountGmpAllocations::~CountGmpAllocations() {
   mp_set_memory_functions(nullptr, nullptr, nullptr);
+}
+
+FailAllocations::FailAllocations(long successes) {
+  may_succeed = successes;
+}
+
+FailAllocations::~FailAllocations() {
+  may_succeed = LONG_MAX;
 }
 
 }  // namespace quarv

@@ -1,12 +1,14 @@
 /// \file
-/// Counts heap allocations. Linking it into a test program replaces the global `operator new`.
+/// Counts heap allocations and makes them fail. Linking it into a test program replaces the global
+/// `operator new`, and the linker redirects `malloc`, `calloc` and `realloc` of the program's own code here.
 #pragma once
 
 #include <cstddef>
 
 namespace quarv {
 
-/// How often `operator new` ran so far, and GMP's allocator while `CountGmpAllocations` objects exist.
+/// How often memory was asked for so far: by the program's own code (the system's libraries are left out, but
+/// not what they do through `operator new`), and by GMP while `CountGmpAllocations` objects exist.
 long allocation_count();
 
 /// Has GMP's allocations counted during its life.
@@ -16,6 +18,16 @@ class CountGmpAllocations {
   ~CountGmpAllocations();
   CountGmpAllocations(const CountGmpAllocations&) = delete;
   CountGmpAllocations& operator=(const CountGmpAllocations&) = delete;
+};
+
+/// During its life only the next `successes` allocations succeed; all later ones fail. GMP is spared: it
+/// cannot report a failure.
+class FailAllocations {
+ public:
+  explicit FailAllocations(long successes);
+  ~FailAllocations();
+  FailAllocations(const FailAllocations&) = delete;
+  FailAllocations& operator=(const FailAllocations&) = delete;
 };
 
 }  // namespace quarv
