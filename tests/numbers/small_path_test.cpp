@@ -1,62 +1,27 @@
 // Numbers that fit machine words are computed with without any allocation.
-#include <cstdlib>
 #include <functional>
-#include <new>
+#include <support/allocation_counter.h>
 #include <vector>
 
-#include <gmp.h>
 #include <gtest/gtest.h>
 
 #include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/q_number.h>
-
-namespace {
-
-long allocations = 0;
-
-void* counting_malloc(std::size_t size) {
-  ++allocations;
-  return std::malloc(size);
-}
-
-void* counting_realloc(void* block, std::size_t, std::size_t size) {
-  ++allocations;
-  return std::realloc(block, size);
-}
-
-void counting_free(void* block, std::size_t) {
-  std::free(block);
-}
-
-}  // namespace
-
-// Not inline, as the compiler takes a visible `free` of what another `new` gave for a mistake.
-[[gnu::noinline]] void* operator new(std::size_t size) {
-  if (void* const block = counting_malloc(size == 0 ? 1 : size)) return block;
-  throw std::bad_alloc();
-}
-
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-  std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-  std::free(block);
-}
 
 namespace quarv {
 namespace {
 
 class SmallPath : public ::testing::Test {
  protected:
-  void SetUp() override { mp_set_memory_functions(counting_malloc, counting_realloc, counting_free); }
-  void TearDown() override { mp_set_memory_functions(nullptr, nullptr, nullptr); }
-
   template <class Operation>
   static long allocations_of(Operation operation) {
-    const long before = allocations;
+    const long before = allocation_count();
     operation();
-    return allocations - before;
+    return allocation_count() - before;
   }
+
+ private:
+  CountGmpAllocations count_;
 };
 
 TEST_F(SmallPath, TheCounterCounts) {
