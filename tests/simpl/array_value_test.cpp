@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <random>
 
 #include "simpl/arith/arith_fixture.h"
 #include <quarv/simpl/array_value.h>
@@ -188,6 +189,73 @@ TEST_F(ArrayValueTest, ArraysAsIndices) {
   for (const Term* index : {zeros, ones, first}) a = write(a, index, number(1));
   EXPECT_EQ(compare(a, all(type, number(1))), Comparison::different);
   EXPECT_EQ(compare(write(a, second, number(1)), all(type, number(1))), Comparison::equal);
+}
+
+/// Random values of nested array types over one bit, with the function that each denotes written out.
+class NestedArrayValues : public ArrayValueTest {
+ protected:
+  using Value = std::vector<int>;  // the elements' codes, by the index's code
+
+  struct Sample {
+    const Term* term;
+    int code;
+  };
+
+  /// How many values the type has.
+  int size(const DataType* type) {
+    if (mgr.is_bv_type(type)) return 2;
+    int result = 1;
+    for (int n = 0; n < size(type->get_component(1)); ++n) result *= size(type->get_component(2));
+    return result;
+  }
+
+  Sample sample(const DataType* type) {
+    if (mgr.is_bv_type(type)) {
+      const int code = below(2);
+      return {bits(code, 1), code};
+    }
+    const Sample elsewhere = sample(type->get_component(2));
+    const Term* term = all(type, elsewhere.term);
+    Value elements(size(type->get_component(1)), elsewhere.code);
+    for (int n = below(4); n > 0; --n) {
+      const Sample index = sample(type->get_component(1));
+      const Sample element = sample(type->get_component(2));
+      term = write(term, index.term, element.term);
+      elements[index.code] = element.code;
+    }
+    int code = 0;
+    for (const int element : elements) code = code * size(type->get_component(2)) + element;
+    return {term, code};
+  }
+
+  int below(int n) { return static_cast<int>(random_() % n); }
+
+  /// Compares random pairs and counts the verdicts, none of which may be wrong.
+  int undecided_of(const DataType* type, int pairs) {
+    int undecided = 0;
+    for (int n = 0; n < pairs; ++n) {
+      const Sample a = sample(type);
+      const Sample b = sample(type);
+      const Comparison verdict = compare(a.term, b.term);
+      undecided += verdict == Comparison::undecided;
+      if (verdict != Comparison::undecided) {
+        EXPECT_EQ(verdict == Comparison::equal, a.code == b.code);
+      }
+    }
+    return undecided;
+  }
+
+  std::mt19937 random_{3};
+};
+
+TEST_F(NestedArrayValues, AgreeWithBruteForce) {
+  const DataType* bit = mgr.get_bv_type(1);
+  const DataType* bit_array = mgr.get_array_type(bit, bit);
+  EXPECT_EQ(undecided_of(mgr.get_array_type(bit, bit_array), 20000), 0);
+  EXPECT_EQ(undecided_of(mgr.get_array_type(bit, mgr.get_array_type(bit, bit_array)), 20000), 0);
+  // Arrays as indices may be equal without being the same term.
+  EXPECT_LT(undecided_of(mgr.get_array_type(bit_array, bit), 20000), 16000);
+  EXPECT_LT(undecided_of(mgr.get_array_type(bit_array, bit_array), 20000), 16000);
 }
 
 TEST_F(ArrayValueTest, ExponentiallySharedContentsEnd) {
