@@ -128,6 +128,30 @@ TEST_F(EqLeqTest, ExponentiallySharedSums) {
   EXPECT_EQ(simplify(int_leq, {a, number(1)}), atom(int_leq, x, number(-1)));
 }
 
+TEST_F(EqLeqTest, DeepSumsOfAnyShape) {
+  Args summands;
+  for (int n = 0; n < 100000; ++n) summands.push_back(times(2 + n % 5, integer("v", n)));
+  const Term* left = summands.front();
+  const Term* right = summands.back();
+  for (std::size_t n = 1; n < summands.size(); ++n) {
+    left = plain_plus(left, summands[n]);
+    right = plain_plus(summands[summands.size() - 1 - n], right);
+  }
+  while (summands.size() > 1) {
+    for (std::size_t n = 0; n < summands.size() / 2; ++n) {
+      summands[n] = plain_plus(summands[2 * n], summands[2 * n + 1]);
+    }
+    if (summands.size() % 2 != 0) summands[summands.size() / 2] = summands.back();
+    summands.resize((summands.size() + 1) / 2);
+  }
+  const Term* zero = number(0);
+  const Term* normal = simplify(int_leq, {left, zero});
+  EXPECT_EQ(normal, atom(int_leq, right, zero)) << "nested to the right is the normal form";
+  EXPECT_EQ(simplify(int_leq, {right, zero}), normal);
+  EXPECT_EQ(simplify(int_leq, {summands[0], zero}), normal);
+  EXPECT_EQ(simplify(int_eq, {left, summands[0]}), mgr.true_term);
+}
+
 TEST_F(EqLeqTest, SmallAtomsAfterALargeOne) {
   const Term* sum = x;
   for (int n = 0; n < 5000; ++n) sum = plain_plus(sum, integer("v", n));

@@ -14,6 +14,11 @@ bool is_array_const(const TermManager* mgr, const Term* t) {
   return mgr->is_array_const(t->symbol, nullptr, nullptr);
 }
 
+/// What most arrays that are no values lack, at the root already.
+bool has_array_constructor(const TermManager* mgr, const Term* t) {
+  return is_array_const(mgr, t) || mgr->is_array_write(t->symbol, nullptr, nullptr);
+}
+
 /// Decides or reduces an equality of two different arrays; null when there is nothing to say.
 const Term* simplify_array_equality(TermManager* mgr, const Term* a, const Term* b) {
   if (is_array_const(mgr, a) && is_array_const(mgr, b)) {
@@ -25,6 +30,7 @@ const Term* simplify_array_equality(TermManager* mgr, const Term* a, const Term*
     } while (a != b && is_array_const(mgr, a) && is_array_const(mgr, b));
     return mgr->make_equal(a, b);
   }
+  if (!has_array_constructor(mgr, a) || !has_array_constructor(mgr, b)) return nullptr;
   if (!is_value(mgr, a, true) || !is_value(mgr, b, true)) return nullptr;
   switch (compare_array_values(mgr, a, b)) {
     case Comparison::equal:
