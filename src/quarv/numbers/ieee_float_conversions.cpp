@@ -15,6 +15,10 @@ using swflt::BitCount;
 QNumber saturated(bool negative, std::size_t width) {
   swflt::raise(swflt::flag_invalid);
   if (width == 0) return QNumber();
+  if (width < 64) {
+    const std::uint64_t word = std::uint64_t{1} << (negative ? width - 1 : width);
+    return QNumber(negative ? -static_cast<long>(word) : static_cast<long>(word - 1));
+  }
   mpz_class bound;
   mpz_setbit(bound.get_mpz_t(), negative ? width - 1 : width);
   bound = negative ? mpz_class(-bound) : mpz_class(bound - 1);
@@ -91,8 +95,16 @@ UnboundedMagnitude unbounded_magnitude(const QNumber& v, BitCount precision) {
   return {quotient.significand, quotient.scale};
 }
 
+/// Whether |v| is a fraction of words, or an integer of one word that is not held small.
+bool fits_words(const QNumber& v) {
+  return v.is_small() || (v.is_integer() && mpz_size(v.big_num()) == 1);
+}
+
 template <class L>
-typename L::Bits encode_small(const L& f, swflt::rounding_mode mode, const QNumber& v) {
+typename L::Bits encode_words(const L& f, swflt::rounding_mode mode, const QNumber& v) {
+  if (!v.is_small()) {
+    return swflt::encode(f, mode, v.sign() < 0, WordMagnitude{mpz_get_ui(v.big_num()), 0});
+  }
   const bool negative = v.small_num() < 0;
   const auto num = static_cast<std::uint64_t>(negative ? -v.small_num() : v.small_num());
   if (v.small_den() == 1) return swflt::encode(f, mode, negative, WordMagnitude{num, 0});
@@ -110,8 +122,8 @@ IEEEFloat IEEEFloat::from_number(const QNumber& v, format f, rounding_mode r) {
   using namespace swflt;
   IEEEFloat x(f, r);
   if (v.is_zero()) return x;
-  if (v.is_small() && fits_layout<WordLayout>(f)) {
-    x.store_any(encode_small(make_layout<WordLayout>(f), r, v));
+  if (fits_words(v) && fits_layout<WordLayout>(f)) {
+    x.store_any(encode_words(make_layout<WordLayout>(f), r, v));
   } else if (fits_layout<FixedLayout>(f)) {
     x.store_any(encode_number(make_layout<FixedLayout>(f), r, v));
   } else {
