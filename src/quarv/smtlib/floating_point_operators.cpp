@@ -2,6 +2,7 @@
 
 #include <quarv/numbers/bv_number.h>
 #include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/real_to_fp.h>
 
 namespace quarv::smtlib {
 
@@ -70,6 +71,10 @@ const Term* to_fp(OperatorContext& c, Args a) {
   if (m.is_fp_type(source)) return m.make_fp_cast(ew, mw, a[0], a[1]);
   if (m.is_bv_type(source)) return m.make_fp_from_sbv(ew, mw, a[0], a[1]);
   if (!m.is_arithmetic_type(source)) wrong_sort(c, "to_fp", 2, a[1], "a number or a bit-vector");
+  const QNumber* value = m.simplifier() == nullptr ? nullptr : m.get_number(a[1]);
+  if (value != nullptr) {
+    if (const Term* folded = fold_real_to_fp(m, a[0], *value, ew, mw)) return folded;
+  }
   const std::string name = "(_ to_fp " + std::to_string(ew) + ' ' + std::to_string(mw + 1) + ')';
   return m.make_term(m.make_opaque_symbol(name, {m.rounding_mode_type, m.rat_type}, m.get_fp_type(ew, mw)),
                      a);

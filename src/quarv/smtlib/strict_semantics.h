@@ -1,0 +1,35 @@
+#pragma once
+
+#include <vector>
+
+#include <quarv/simpl/std_term_simplifier.h>
+#include <quarv/term/term_simplifier.h>
+
+namespace quarv::smtlib {
+
+/// The standard simplifiers without what the SMT-LIB standard does not warrant, for formulas whose meaning
+/// must not change.
+///
+/// The standard has one NaN. Here every NaN literal, in arguments and in results, is replaced by the one that
+/// is positive and quiet and has no other payload, so that two NaN literals of one type are the same term.
+///
+/// The standard leaves some values open, of which the standard simplifiers choose one. An interpretation may
+/// choose another, so folding could make a satisfiable formula unsatisfiable. These applications are built as
+/// they are:
+/// - minimum and maximum of two zeros of opposite sign;
+/// - the conversion to a bit-vector of NaN, an infinity, or a number that is, once rounded to an integer, out
+///   of the bit-vector's range, which is signed or unsigned as the conversion is;
+/// - the encoding of NaN as a bit-vector.
+class StrictSemantics : public TermSimplifier {
+ public:
+  /// `standard` is not owned and must live as long as this.
+  explicit StrictSemantics(StdTermSimplifier& standard) : standard_(standard) {}
+
+  const Term* simplify(TermManager* manager, const Symbol* symbol,
+                       const std::vector<const Term*>& args) override;
+
+ private:
+  StdTermSimplifier& standard_;
+};
+
+}  // namespace quarv::smtlib
