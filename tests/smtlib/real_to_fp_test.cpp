@@ -1,4 +1,5 @@
 // Conversions of numbers to floating point, as SMT-LIB writes them.
+#include <memory>
 #include <random>
 #include <string>
 #include <support/external_solver.h>

@@ -10,7 +10,7 @@ namespace quarv::smtlib {
 Session::Session(const SimplifyOptions& options) {
   if (options.simplify) {
     termsimpl::register_standard_simplifications(&manager_, &simplifier_);
-    manager_.set_simplifier(&simplifier_);
+    manager_.set_simplifier(options.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_);
   }
   ReaderOptions reader_options;
   reader_options.canonical_nan = !options.standard;

@@ -10,6 +10,7 @@
 #include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/reader.h>
 #include <quarv/smtlib/script.h>
+#include <quarv/smtlib/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {
@@ -41,6 +42,7 @@ class Session {
  private:
   TermManager manager_;
   StdTermSimplifier simplifier_;
+  StrictSemantics strict_{simplifier_};
   std::unique_ptr<Reader> reader_;
 };
 

@@ -1,3 +1,5 @@
+#include <optional>
+
 #include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/ieee_float.h>
 #include <quarv/simpl/canonical_order.h>
