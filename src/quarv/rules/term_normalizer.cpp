@@ -110,6 +110,7 @@ void TermNormalizer::prepare(TermManager* mgr) {
   first_new_id_ = mgr->num_terms();
   applied_ = 0;
   visited_ = 0;
+  visited_before_ = 0;
   budget_spent_ = false;
 }
 
@@ -120,7 +121,7 @@ void TermNormalizer::abandon() {
 }
 
 std::uint64_t TermNormalizer::budget() const {
-  return step_budget_ ? *step_budget_ : base_budget + budget_per_term * visited_;
+  return step_budget_ ? *step_budget_ : base_budget + budget_per_term * visited_before_;
 }
 
 void TermNormalizer::run() {
@@ -151,6 +152,7 @@ void TermNormalizer::unwind() {
 
 void TermNormalizer::push(const Term* t) {
   ++visited_;
+  if (t->id < first_new_id_) ++visited_before_;
   entry(t) = in_progress;
   stack_.push_back({t, trail_.size(), 0});
   trail_.push_back({t, false});

@@ -87,10 +87,11 @@ class TermNormalizer {
   const Term* normalize(TermManager* mgr, const Term* t);
 
   /// Limits the rule applications of each call of `normalize`. Without a limit set, the budget grows with the
-  /// input: `base_budget` applications and `budget_per_term` for each term visited.
+  /// input: `base_budget` applications and `budget_per_term` for each term
+  /// visited that was there before the call.
   void set_step_budget(std::uint64_t n) { step_budget_ = n; }
   void reset_step_budget() { step_budget_.reset(); }
-  static constexpr std::uint64_t base_budget = 1 << 20;
+  static constexpr std::uint64_t base_budget = 1 << 14;
   static constexpr std::uint64_t budget_per_term = 64;
 
   /// The observer to be told of each rule application; null for none. Not owned.
@@ -157,6 +158,7 @@ class TermNormalizer {
   std::size_t first_new_id_ = 0;
   std::uint64_t applied_ = 0;
   std::uint64_t visited_ = 0;
+  std::uint64_t visited_before_ = 0;  // those that were there before the call
   bool budget_spent_ = false;
 };
 

@@ -14,7 +14,47 @@ Session::Session(const SimplifyOptions& options) {
   }
   ReaderOptions reader_options;
   reader_options.canonical_nan = !options.standard;
+  if (options.simplify && options.rules) {
+    reader_options.finish = [this](const Term* t) { return normalized(t); };
+  }
   reader_ = std::make_unique<Reader>(manager_, reader_options);
+}
+
+/// Some rules distribute one operation over others. On a tower of such operations the result is exponentially
+/// larger than the term; then the term is kept. A script with many of them goes on without rules: each
+/// attempt costs time.
+const Term* Session::normalized(const Term* t) {
+  constexpr std::uint64_t many_steps = 1000;
+  constexpr std::size_t most_towers = 8;
+  if (towers_ == most_towers) return t;
+  TermNormalizer& normalizer = simplifier_.normalizer;
+  const TermNormalizer::Statistics before = normalizer.statistics();
+  const Term* result = normalizer.normalize(&manager_, t);
+  const TermNormalizer::Statistics& after = normalizer.statistics();
+  if (after.applied - before.applied < many_steps) return result;
+  const bool grown = dag_size(manager_, std::span(&result, 1)) > 2 * dag_size(manager_, std::span(&t, 1));
+  if (!grown && after.budget_spent == before.budget_spent) return result;
+  ++towers_;
+  return grown ? t : result;
+}
+
+std::size_t dag_size(const TermManager& manager, std::span<const Term* const> terms) {
+  std::vector<bool> seen(manager.num_terms());
+  std::vector<const Term*> pending;
+  std::size_t count = 0;
+  const auto visit = [&](const Term* t) {
+    if (seen[t->id]) return;
+    seen[t->id] = true;
+    ++count;
+    pending.push_back(t);
+  };
+  for (const Term* t : terms) visit(t);
+  while (!pending.empty()) {
+    const Term* t = pending.back();
+    pending.pop_back();
+    for (const Term* a : manager.args_of(t)) visit(a);
+  }
+  return count;
 }
 
 namespace {
@@ -46,6 +86,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     std::string now = std::move(printed).str();
     const bool settled = now == previous || (result.stable && now.size() > small_text);
     if (settled || report.rounds == most_rounds) {
+      report.terms_after = dag_size(session.manager(), script.terms);
       out << now;
       return report;
     }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include <cstddef>
-#include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -40,11 +40,17 @@ class Session {
   Script read(std::string_view text, std::string file) { return reader_->read(text, std::move(file)); }
 
  private:
+  const Term* normalized(const Term* t);
+
   TermManager manager_;
   StdTermSimplifier simplifier_;
   StrictSemantics strict_{simplifier_};
   std::unique_ptr<Reader> reader_;
+  std::size_t towers_ = 0;  // terms that rules made larger
 };
+
+/// Number of distinct sub-terms of `terms`, themselves included.
+std::size_t dag_size(const TermManager& manager, std::span<const Term* const> terms);
 
 /// What happened, for those who want to know.
 struct SimplifyReport {
