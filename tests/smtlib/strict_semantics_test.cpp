@@ -307,5 +307,28 @@ TEST_F(StrictAgainstSolvers, Cvc5) {
   expect_agreement("cvc5 --lang smt2 -", {{5, 10}, binary32, {11, 52}, {15, 112}}, false);
 }
 
+/// The assertion of `formula` over two bytes, simplified.
+std::string simplified_formula(const std::string& formula, bool standard) {
+  SimplifyOptions options;
+  options.standard = standard;
+  std::ostringstream out;
+  simplify_script(
+      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const z (_ BitVec 8))(assert " +
+          formula + ")",
+      "in.smt2", out, options);
+  const std::string text = out.str();
+  return text.substr(text.rfind("(assert "));
+}
+
+TEST(StrictRules, HoldForAllValues) {
+  EXPECT_EQ(simplified_formula("(= y (bvsdiv x x))", false), "(assert (= y (bvsdiv x x)))\n");
+  EXPECT_EQ(simplified_formula("(= y (bvsdiv x x))", true), "(assert (= y #x01))\n");
+  const std::string difference = "(= (bvadd x (bvneg y)) (bvadd y (bvneg z)))";
+  EXPECT_NE(simplified_formula(difference, false), "(assert (= x z))\n");
+  EXPECT_EQ(simplified_formula(difference, true), "(assert (= x z))\n");
+  EXPECT_EQ(simplified_formula("(= ((_ zero_extend 0) x) #xff)", false), "(assert (= x #xff))\n");
+  EXPECT_EQ(simplified_formula("(= ((_ zero_extend 4) x) #xfff)", false), "(assert false)\n");
+}
+
 }  // namespace
 }  // namespace quarv::smtlib

@@ -10,6 +10,7 @@ namespace quarv::smtlib {
 Session::Session(const SimplifyOptions& options) {
   if (options.simplify) {
     termsimpl::register_standard_simplifications(&manager_, &simplifier_);
+    if (!options.standard) strict_.turn_off_unsound_rules();
     manager_.set_simplifier(options.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_);
   }
   ReaderOptions reader_options;

@@ -20,10 +20,20 @@ namespace quarv::smtlib {
 /// - the conversion to a bit-vector of NaN, an infinity, or a number that is, once rounded to an integer, out
 ///   of the bit-vector's range, which is signed or unsigned as the conversion is;
 /// - the encoding of NaN as a bit-vector.
+///
+/// Four of the standard rewrite rules do not hold for all values:
+/// - `bvsdiv(t, t) >> 1`: for t = 0 the quotient is all ones;
+/// - `t1 - t2 == t2 - t3 >> t1 == t3`: not for t1 = 2, t2 = 1, t3 = 0;
+/// - `zext(n, t) == -1 >> false`, in both orders: not for n = 0.
+/// The first two are turned off; an extension by no bits is replaced by its argument before any rule sees it.
 class StrictSemantics : public TermSimplifier {
  public:
   /// `standard` is not owned and must live as long as this.
   explicit StrictSemantics(StdTermSimplifier& standard) : standard_(standard) {}
+
+  /// Turns off the rules of `standard` that do not hold for all values. To be called when they are
+  /// registered.
+  void turn_off_unsound_rules();
 
   const Term* simplify(TermManager* manager, const Symbol* symbol,
                        const std::vector<const Term*>& args) override;
