@@ -77,6 +77,8 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   std::string previous;
   for (;; ++report.rounds) {
     Session session(options);
+    // A further round repeats what the first one did.
+    if (report.rounds == 1) session.simplifier().set_observer(options.observer);
     const auto start = std::chrono::steady_clock::now();
     const Script script = session.read(text, file);
     report.read_seconds += seconds_since(start);

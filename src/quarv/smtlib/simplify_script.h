@@ -20,6 +20,7 @@ struct SimplifyOptions {
   bool rules = true;      ///< the rewrite rules, beside the simplifiers
   bool standard = false;  ///< the plain layer instead of strict SMT-LIB semantics
   Sharing sharing = Sharing::automatic;
+  SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
 };
 
 /// A script together with all that it needs: the manager of its terms, the simplifiers, the reader with its

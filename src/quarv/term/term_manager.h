@@ -346,7 +346,7 @@ class TermManager {
   // Classification. Out-parameters may be null.
   // -----------------------------------------------------------------------------
 
-  SymbolTag::tag get_tag(const Symbol* s) const noexcept { return static_cast<SymbolTag::tag>(s->tag_); }
+  static SymbolTag::tag get_tag(const Symbol* s) noexcept { return static_cast<SymbolTag::tag>(s->tag_); }
   bool is_interpreted(const Symbol* s) const noexcept { return s->tag_ != SymbolTag::UF; }
   bool is_bound_variable(const Symbol* s) const noexcept { return s->kind_ == Symbol::bound_variable; }
   bool is_quantifier(const Symbol* s) const noexcept { return s->kind_ == Symbol::quantifier; }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace quarv::cli {
+
+/// The whole of a file, or of standard input, in memory.
+///
+/// A file is read instead of mapped: one that is cut short or rewritten while the program works would
+/// otherwise end the process or change under the reader's hands.
+class Input {
+ public:
+  /// Reads the file of that path; "-" is standard input. Throws FileError.
+  explicit Input(const std::string& path);
+
+  std::string_view text() const noexcept { return {bytes_.get(), size_}; }
+  /// For messages.
+  const std::string& name() const noexcept { return name_; }
+
+ private:
+  void read_all(int fd, std::size_t expected_size);
+
+  std::string name_;
+  std::unique_ptr<char[]> bytes_;
+  std::size_t size_ = 0;
+};
+
+}  // namespace quarv::cli

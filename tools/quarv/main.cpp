@@ -1,0 +1,82 @@
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <new>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <gmp.h>
+
+#include "commands.h"
+#include <quarv/smtlib/error.h>
+
+namespace {
+
+constexpr const char* examples = R"(Examples:
+  quarv simplify query.smt2                 print the simplified script
+  quarv simplify query.smt2 -o small.smt2   write it to a file, as a whole or not at all
+  quarv simplify - --stats < query.smt2     read standard input; say what was done
+  quarv repl                                simplify terms as they are typed
+
+Exit status: 0 when all went well, 1 for faults of the input, of files and of memory, 2 for a wrong command line.)";
+
+// GMP ends the process when memory is short. An exception lets destructors remove what is half-written; GMP
+// is built with unwind tables wherever the platform's ABI demands them, as Debian's do.
+void* allocate(std::size_t size) {
+  if (void* const block = std::malloc(size)) return block;
+  throw std::bad_alloc();
+}
+
+void* reallocate(void* block, std::size_t, std::size_t size) {
+  if (void* const moved = std::realloc(block, size)) return moved;
+  throw std::bad_alloc();
+}
+
+void release(void* block, std::size_t) {
+  std::free(block);
+}
+
+/// Writes one line on standard error; needs no memory.
+int fail(const char* prefix, const char* message) {
+  std::fputs(prefix, stderr);
+  std::fputs(message, stderr);
+  std::fputc('\n', stderr);
+  return quarv::cli::failure;
+}
+
+int run(int argc, char** argv) {
+  CLI::App program("Simplifies SMT-LIB 2 scripts without changing what they mean.", "quarv");
+  program.set_version_flag("--version", "quarv " QUARV_VERSION);
+  program.footer(examples);
+  program.require_subcommand(1);
+  int status = quarv::cli::success;
+  quarv::cli::add_simplify(program, status);
+  quarv::cli::add_repl(program, status);
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    if (e.get_exit_code() == 0) return program.exit(e);  // --help and --version
+    fmt::print(stderr, "quarv: {} (quarv --help tells more)\n", e.what());
+    return quarv::cli::usage_error;
+  }
+  return status;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  mp_set_memory_functions(allocate, reallocate, release);
+  // A closed pipe is to be reported like any other failure to write.
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    return run(argc, argv);
+  } catch (const quarv::smtlib::Error& e) {
+    return fail("", e.what());
+  } catch (const std::bad_alloc&) {
+    return fail("quarv: error: ", "out of memory");
+  } catch (const std::exception& e) {
+    return fail("quarv: error: ", e.what());
+  }
+}

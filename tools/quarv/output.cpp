@@ -1,0 +1,158 @@
+#include "output.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+
+#include "file_error.h"
+
+namespace quarv::cli {
+
+namespace {
+
+// The temporary file to remove when a signal ends the program. There is at most one.
+char pending[PATH_MAX];
+constexpr int fatal_signals[] = {SIGINT, SIGTERM, SIGHUP};
+
+extern "C" void remove_pending(int signal) {
+  unlink(pending);
+  raise(signal);  // the handler is for one shot: this time the signal ends the program
+}
+
+void watch_signals() {
+  struct sigaction action = {};
+  action.sa_handler = remove_pending;
+  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  for (int signal : fatal_signals) {
+    struct sigaction old;
+    sigaction(signal, nullptr, &old);
+    if (old.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
+}
+
+/// The file that a path leads to, links followed.
+std::string resolved(const std::string& path) {
+  const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr), std::free);
+  return real ? std::string(real.get()) : path;
+}
+
+mode_t default_mode() {
+  const mode_t mask = umask(0);
+  umask(mask);
+  return 0666 & ~mask;
+}
+
+}  // namespace
+
+Output::Output(const std::string& path)
+    : name_(path == "-" ? "standard output" : path), buffer_(std::size_t{1} << 16), stream_(this) {
+  stream_.exceptions(std::ios::badbit);
+  setp(buffer_.data(), buffer_.data() + buffer_.size());
+  struct stat status;
+  if (path == "-") {
+    file_ = FileDescriptor(dup(STDOUT_FILENO));
+  } else if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+    if (access(path.c_str(), W_OK) != 0 && errno != ENOENT) throw FileError("write", name_);
+    target_ = resolved(path);
+    return;
+  } else {
+    file_ = FileDescriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+  }
+  if (!file_) throw FileError("write", name_);
+}
+
+Output::~Output() {
+  discard();
+}
+
+void Output::discard() noexcept {
+  if (temporary_.empty()) return;
+  unlink(temporary_.c_str());
+  temporary_.clear();
+  pending[0] = 0;
+}
+
+void Output::create_temporary() {
+  const std::size_t slash = target_.rfind('/');
+  const std::size_t base = slash == std::string::npos ? 0 : slash + 1;
+  // The base name is cut so that the temporary one is not too long for the file system.
+  std::string name = target_.substr(0, base) + '.' + target_.substr(base, NAME_MAX - 8) + ".XXXXXX";
+  if (name.size() >= sizeof pending) throw FileError("write", name_, ENAMETOOLONG);
+  FileDescriptor file(mkostemp(name.data(), O_CLOEXEC));
+  if (!file) throw FileError("write", name_);
+  std::strcpy(pending, name.c_str());
+  watch_signals();
+  temporary_ = std::move(name);
+  file_ = std::move(file);
+
+  struct stat old;
+  const bool replaces = stat(target_.c_str(), &old) == 0;
+  // Only root can give a file away; for others the new file is theirs, like any file that they write.
+  if (replaces && (old.st_uid != geteuid() || old.st_gid != getegid()) &&
+      fchown(file_.get(), old.st_uid, old.st_gid) != 0 && errno != EPERM) {
+    throw FileError("write", name_);
+  }
+  if (fchmod(file_.get(), replaces ? old.st_mode & 07777 : default_mode()) != 0) {
+    throw FileError("write", name_);
+  }
+}
+
+void Output::write_all(const char* text, std::size_t size) {
+  if (!file_) create_temporary();
+  while (size != 0) {
+    const ssize_t n = ::write(file_.get(), text, size);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) throw FileError("write", name_);
+    text += n;
+    size -= static_cast<std::size_t>(n);
+  }
+}
+
+void Output::flush_buffer() {
+  const auto size = static_cast<std::size_t>(pptr() - pbase());
+  // What cannot be written is not tried again.
+  setp(buffer_.data(), buffer_.data() + buffer_.size());
+  write_all(buffer_.data(), size);
+}
+
+Output::int_type Output::overflow(int_type c) {
+  flush_buffer();
+  if (!traits_type::eq_int_type(c, traits_type::eof())) sputc(traits_type::to_char_type(c));
+  return traits_type::not_eof(c);
+}
+
+int Output::sync() {
+  flush_buffer();
+  return 0;
+}
+
+std::streamsize Output::xsputn(const char* text, std::streamsize size) {
+  const auto n = static_cast<std::size_t>(size);
+  if (n < buffer_.size()) return std::streambuf::xsputn(text, size);
+  flush_buffer();
+  write_all(text, n);
+  return size;
+}
+
+void Output::commit() {
+  flush_buffer();
+  if (temporary_.empty()) {
+    // What a device or a pipe still holds back may fail when it is closed.
+    if (close(file_.release()) != 0) throw FileError("write", name_);
+    return;
+  }
+  if (fsync(file_.get()) != 0 || close(file_.release()) != 0 ||
+      rename(temporary_.c_str(), target_.c_str()) != 0) {
+    throw FileError("write", name_);
+  }
+  temporary_.clear();
+  pending[0] = 0;
+}
+
+}  // namespace quarv::cli

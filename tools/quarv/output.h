@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstddef>
+#include <ostream>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+#include "file_descriptor.h"
+
+namespace quarv::cli {
+
+/// A file that is written whole or not at all: the text goes to a temporary file in the same directory, which
+/// takes the place of the old file, with its permissions, in one step at the end. Standard output ("-"),
+/// devices and pipes are written directly.
+class Output : private std::streambuf {
+ public:
+  /// Throws FileError when the path cannot be written, as far as that can be seen now.
+  explicit Output(const std::string& path);
+  /// Removes the temporary file if there was no `commit`.
+  ~Output() override;
+
+  /// A write that fails throws FileError.
+  std::ostream& stream() noexcept { return stream_; }
+
+  /// Writes out all that is buffered and puts the file in its place. Throws FileError.
+  void commit();
+
+ private:
+  int_type overflow(int_type c) override;
+  int sync() override;
+  std::streamsize xsputn(const char* text, std::streamsize size) override;
+
+  void flush_buffer();
+  void write_all(const char* text, std::size_t size);
+  void create_temporary();
+  void discard() noexcept;
+
+  std::string name_;       // for messages
+  std::string target_;     // the path to replace; empty when writing directly
+  std::string temporary_;  // empty when there is none
+  FileDescriptor file_;
+  std::vector<char> buffer_;
+  std::ostream stream_;
+};
+
+}  // namespace quarv::cli

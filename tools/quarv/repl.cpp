@@ -1,0 +1,231 @@
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "command_splitter.h"
+#include "commands.h"
+#include "output.h"
+#include "text_source.h"
+#include <quarv/smtlib/simplify_script.h>
+
+namespace quarv::cli {
+
+namespace {
+
+using smtlib::Command;
+
+std::string as_string_literal(std::string_view text) {
+  std::string literal = "\"";
+  for (char c : text) {
+    if (c == '"') literal += '"';
+    literal += c;
+  }
+  return literal + '"';
+}
+
+/// "(get-info :name)" has the head "get-info" and the argument ":name".
+struct PlainCommand {
+  std::string_view head;
+  std::string_view argument;
+
+  explicit PlainCommand(std::string_view text) {
+    text = text.substr(1, text.size() - 2);
+    const std::size_t blank = std::min(text.find(' '), text.size());
+    head = text.substr(0, blank);
+    argument = text.substr(std::min(blank + 1, text.size()));
+  }
+};
+
+/// Answers commands one by one, in the form that the SMT-LIB standard gives to a solver's answers.
+class Conversation {
+ public:
+  Conversation(const smtlib::SimplifyOptions& options, std::ostream& out) : session_(options), out_(out) {}
+
+  void answer(const CommandSplitter::Piece& piece);
+
+  bool over() const noexcept { return over_; }
+  bool had_errors() const noexcept { return had_errors_; }
+
+ private:
+  void respond(const smtlib::Script& script, const Command& command);
+  void respond(const PlainCommand& command);
+  void get_info(std::string_view keyword);
+  void check_sat(const Command& command);
+  void error(const std::string& message);
+  void done() {
+    if (print_success_) out_ << "success\n";
+  }
+
+  smtlib::Session session_;
+  std::ostream& out_;
+  // The assertions of all levels; null for a definition that says more than that a name stands for a term.
+  std::vector<const Term*> assertions_;
+  std::vector<std::size_t> levels_;
+  bool print_success_ = false;
+  bool over_ = false;
+  bool had_errors_ = false;
+};
+
+void Conversation::answer(const CommandSplitter::Piece& piece) {
+  try {
+    smtlib::Script script;
+    session_.reader().set_input(piece.text, "");
+    session_.reader().next_command(script);
+    for (const Command& command : script.commands) respond(script, command);
+  } catch (const smtlib::Error& e) {
+    const std::size_t column = e.line() == 1 ? piece.column + e.column() - 1 : e.column();
+    error(fmt::format("line {}, column {}: {}", piece.line + e.line() - 1, column, e.message()));
+  }
+}
+
+void Conversation::error(const std::string& message) {
+  out_ << "(error " << as_string_literal(message) << ")\n";
+  had_errors_ = true;
+}
+
+void Conversation::respond(const smtlib::Script& script, const Command& command) {
+  switch (command.kind) {
+    case Command::Kind::simplify:
+      print_term(session_.manager(), script.terms_of(command)[0], out_, smtlib::Sharing::automatic);
+      out_ << '\n';
+      return;
+    case Command::Kind::check_sat_assuming:
+      return check_sat(command);
+    case Command::Kind::get_value:
+      return error("there is no model: terms are simplified, models are not searched for");
+    case Command::Kind::other:
+      return respond(PlainCommand(command.text));
+    case Command::Kind::assertion:
+      assertions_.push_back(script.terms_of(command)[0]);
+      break;
+    case Command::Kind::define_function:
+      assertions_.push_back(nullptr);
+      break;
+    case Command::Kind::declare:
+    case Command::Kind::define:
+      break;
+    case Command::Kind::push:
+      levels_.insert(levels_.end(), command.levels, assertions_.size());
+      break;
+    case Command::Kind::pop:
+      if (command.levels != 0) {
+        assertions_.resize(levels_[levels_.size() - command.levels]);
+        levels_.resize(levels_.size() - command.levels);
+      }
+      break;
+    case Command::Kind::reset:
+      print_success_ = false;
+      [[fallthrough]];
+    case Command::Kind::reset_assertions:
+      assertions_.clear();
+      levels_.clear();
+      break;
+  }
+  done();
+}
+
+void Conversation::respond(const PlainCommand& command) {
+  if (command.head == "exit") {
+    over_ = true;
+  } else if (command.head == "check-sat") {
+    return check_sat(Command{});
+  } else if (command.head == "echo") {
+    out_ << command.argument << '\n';
+    return;
+  } else if (command.head == "get-info") {
+    return get_info(command.argument);
+  } else if (command.head == "get-option" && command.argument == ":print-success") {
+    out_ << (print_success_ ? "true\n" : "false\n");
+    return;
+  } else if (command.head == "set-option" && command.argument.starts_with(":print-success ")) {
+    print_success_ = command.argument.ends_with(" true");
+  } else if (command.head.starts_with("get-")) {
+    out_ << "unsupported\n";
+    return;
+  }
+  done();
+}
+
+void Conversation::get_info(std::string_view keyword) {
+  if (keyword == ":name") {
+    out_ << "(:name \"quarv\")\n";
+  } else if (keyword == ":version") {
+    out_ << "(:version \"" QUARV_VERSION "\")\n";
+  } else if (keyword == ":authors") {
+    out_ << "(:authors \"the quarv developers\")\n";
+  } else if (keyword == ":error-behavior") {
+    out_ << "(:error-behavior continued-execution)\n";
+  } else if (keyword == ":reason-unknown") {
+    out_ << "(:reason-unknown incomplete)\n";
+  } else {
+    out_ << "unsupported\n";
+  }
+}
+
+/// Answers what simplification alone has shown.
+void Conversation::check_sat(const Command& command) {
+  const auto is = [](const Term* wanted) { return [wanted](const Term* t) { return t == wanted; }; };
+  if (std::any_of(assertions_.begin(), assertions_.end(), is(session_.manager().false_term))) {
+    out_ << "unsat\n";
+  } else if (command.num_terms == 0 &&
+             std::all_of(assertions_.begin(), assertions_.end(), is(session_.manager().true_term))) {
+    out_ << "sat\n";
+  } else {
+    out_ << "unknown\n";
+  }
+}
+
+struct Arguments {
+  std::string input = "-";
+  bool no_rules = false;
+  bool standard = false;
+};
+
+int converse(const Arguments& arguments) {
+  smtlib::SimplifyOptions options;
+  options.rules = !arguments.no_rules;
+  options.standard = arguments.standard;
+
+  const std::unique_ptr<TextSource> source = open_text_source(arguments.input);
+  Output output("-");
+  Conversation conversation(options, output.stream());
+  CommandSplitter splitter;
+  CommandSplitter::Piece piece;
+  std::string text;
+  bool more = true;
+  while (more && !conversation.over()) {
+    text.clear();
+    more = source->read(text, splitter.idle());
+    splitter.add(text);
+    while (!conversation.over() && (splitter.next(piece) || (!more && splitter.rest(piece)))) {
+      conversation.answer(piece);
+      output.stream().flush();
+    }
+  }
+  output.commit();
+  return conversation.had_errors() && !source->interactive() ? failure : success;
+}
+
+}  // namespace
+
+void add_repl(CLI::App& program, int& status) {
+  CLI::App& command =
+      *program.add_subcommand("repl", "Answer SMT-LIB 2 commands one by one, as a solver does in a dialogue");
+  const auto arguments = std::make_shared<Arguments>();
+  command.add_option("FILE", arguments->input, "Where the commands come from; - is standard input")
+      ->type_name("")
+      ->capture_default_str();
+  command.add_flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
+  command.add_flag("--standard", arguments->standard,
+                   "The layer as it is, not restricted to what the SMT-LIB standard warrants");
+  command.callback([arguments, &status] { status = converse(*arguments); });
+}
+
+}  // namespace quarv::cli
