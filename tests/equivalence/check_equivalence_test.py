@@ -109,6 +109,15 @@ class ComparisonTest(unittest.TestCase):
         self.assertEqual(labels, ["definition of $1", "assertion 1"])
         self.assertRaises(Mismatch, Comparison, after, before)
 
+    def test_parameters_may_have_other_names(self):
+        before = ["(define-fun f ((a Int) (b Int)) Bool (< a b))"]
+        after = ["(define-fun f ((b Int) (c Int)) Bool (not (<= c b)))"]
+        query = Comparison(before, after).queries()[0]
+        self.assertEqual(query.difference(), "(exists ((a Int) (b Int)) (not (= (< a b) "
+                         "(let ((b a) (c b)) (not (<= c b))))))")
+        for other in ("(define-fun f ((b Int)) Bool true)", "(define-fun g ((a Int) (b Int)) Bool (< a b))"):
+            self.assertRaises(Mismatch, Comparison, before, [other])
+
 
 @unittest.skipUnless(shutil.which("z3"), "z3 is not installed")
 class CheckTest(unittest.TestCase):

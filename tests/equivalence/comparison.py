@@ -47,7 +47,15 @@ class Definition:
         self.is_recursive = self._kind.endswith("-rec")
 
     def heading(self):
-        return [normal(text) for text in self.names + self.parameters]
+        """What must stay as it is: the names, and how many parameters each has."""
+        return [(normal(name), len(items(p))) for name, p in zip(self.names, self.parameters)]
+
+    def bodies_over(self, other):
+        """The bodies over the parameters of another definition with the same heading."""
+        for own, parameters, body in zip(self.parameters, other.parameters, self.bodies):
+            pairs = zip((items(p)[0] for p in items(own)), (items(p)[0] for p in items(parameters)))
+            bindings = " ".join(f"({mine} {theirs})" for mine, theirs in pairs if normal(mine) != normal(theirs))
+            yield f"(let ({bindings}) {body})" if bindings else body
 
     def text(self, bodies):
         headings = [" ".join(h) for h in zip(self.names, self.parameters, self._sorts)]
@@ -137,13 +145,13 @@ class Comparison:
 
     def _define(self, before, after):
         old, new = Definition(before), Definition(after)
-        if old.heading() != new.heading() or len(old.bodies) != len(new.bodies):
+        if old.heading() != new.heading():
             raise _changed(before, after)
         if old.is_recursive:
             self._declare(old.names)
         bodies = [self._input.plain(b) for b in old.bodies]
         queries = [self._query(f"definition of {name}", *texts)
-                   for name, *texts in zip(old.names, old.bodies, new.bodies, old.parameters)]
+                   for name, *texts in zip(old.names, old.bodies, new.bodies_over(old), old.parameters)]
         own = old.text(bodies)
         self.steps += [own, *queries] if old.is_recursive else [*queries, own]
         self._declare(old.names)
@@ -177,4 +185,4 @@ def _changed(before, after):
 
 def shorten(text, limit=160):
     text = normal(text[: 4 * limit]).replace("( ", "(").replace(" )", ")")
-    return text if len(text) <= limit else text[:limit] + " …"
+    return text if len(text) <= limit else text[:limit] + " ..."
