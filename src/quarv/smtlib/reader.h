@@ -127,6 +127,14 @@ class Reader {
   void set_option(Script& script, const char* start);
   void change_levels(Script& script, Command::Kind kind, const char* start);
   void reset(Script& script, Command::Kind kind, const char* start);
+  void add_term(Script& script, Command& command, const Term* t, const DataType* sort);
+  void check_sort(const char* where, const Term* t, const DataType* wanted);
+  const Term* read_term_of(const DataType* sort);
+  const Term* finished(const Term* t) const { return options_.finish ? options_.finish(t) : t; }
+  void skip_rest();
+  std::string_view one_line(const char* start);
+
+  // definition_reader.cpp: declarations and definitions.
   void declare_sort(Script& script, const char* start);
   void define_sort(Script& script, const char* start);
   void declare_fun(Script& script, const char* start, bool constant);
@@ -137,12 +145,6 @@ class Reader {
   void note_name(std::string_view name);
   void check_new_function_name(const Token& name);
   void check_new_sort_name(const Token& name);
-  void add_term(Script& script, Command& command, const Term* t, const DataType* sort);
-  void check_sort(const char* where, const Term* t, const DataType* wanted);
-  const Term* read_term_of(const DataType* sort);
-  const Term* finished(const Term* t) const { return options_.finish ? options_.finish(t) : t; }
-  void skip_rest();
-  std::string_view one_line(const char* start);
 
   // term_reader.cpp: terms.
   const Term* read_term();

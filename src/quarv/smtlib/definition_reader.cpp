@@ -1,0 +1,231 @@
+#include <algorithm>
+
+#include <quarv/smtlib/reader.h>
+
+namespace quarv::smtlib {
+
+// Declarations and definitions of sorts and functions.
+
+// --------------------------------------------------------------------------------------------------
+
+void Reader::check_new_sort_name(const Token& name) {
+  const SortNames::Name* known = sorts_.find(name.text);
+  if (known != nullptr && known->meaning.kind != SortMeaning::none) {
+    fail(name.start, "sort " + std::string(name.text) + " is declared twice");
+  }
+}
+
+void Reader::declare_sort(Script& script, const char* start) {
+  const Token name = expect_symbol("a sort");
+  check_new_sort_name(name);
+  std::size_t arity = 0;
+  const Token t = next();
+  if (t.kind != TokenKind::right_parenthesis) {
+    arity = index_value(t);
+    expect_right("the number of parameters");
+  }
+  const DataType* sort = manager_.declare_sort(quoted(name.text), arity);
+  sorts_.bind(sorts_.enter(name.text), {arity == 0 ? SortMeaning::type : SortMeaning::constructor,
+                                        static_cast<std::uint32_t>(arity), sort, nullptr});
+  text_command(script, Command::Kind::other, start);
+}
+
+void Reader::define_sort(Script& script, const char* start) {
+  const Token name = expect_symbol("a sort");
+  check_new_sort_name(name);
+  expect_left("the parameters");
+  const std::size_t scope = sorts_.scope();
+  auto stand_ins = std::make_unique<std::vector<const DataType*>>();
+  Token t = next();
+  for (; t.kind != TokenKind::right_parenthesis; t = next()) {
+    if (t.kind != TokenKind::symbol) unexpected(t, "a sort parameter");
+    const DataType* stand_in = manager_.declare_sort("%" + std::to_string(num_stand_ins_++));
+    sorts_.bind(sorts_.enter(t.text), {SortMeaning::type, 0, stand_in, nullptr});
+    stand_ins->push_back(stand_in);
+  }
+  const DataType* body = read_sort();
+  sorts_.leave(scope);
+  expect_right("the defined sort");
+  sorts_.bind(sorts_.enter(name.text),
+              {SortMeaning::macro, static_cast<std::uint32_t>(stand_ins->size()), body, stand_ins.get()});
+  macro_parameters_.push_back(std::move(stand_ins));
+  text_command(script, Command::Kind::other, start);
+}
+
+/// A function may be declared once; the operators of theories other than Core may be hidden by it.
+void Reader::check_new_function_name(const Token& name) {
+  const TermNames::Name* known = names_.find(lookup_text(name));
+  if (is_reserved(name)) fail(name.start, std::string(name.text) + " is a reserved word");
+  note_name(name.text);
+  for (const Binding& b : new_names_) {
+    if (b.name == known && known != nullptr) fail(name.start, std::string(name.text) + " is declared twice");
+  }
+  if (known == nullptr) return;
+  const TermMeaning& meaning = known->meaning;
+  const bool free = meaning.kind == TermMeaning::none || meaning.word == Word::other ||
+                    (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
+  if (!free) fail(name.start, std::string(name.text) + " is declared twice");
+}
+
+/// Remembers names that look like the printer's own.
+void Reader::note_name(std::string_view name) {
+  const std::size_t marks = std::min(name.find_first_not_of('?'), name.size());
+  const std::string_view digits = name.substr(name.starts_with('$') ? 1 : marks);
+  const bool numbered =
+      !digits.empty() && digits.size() < 18 &&
+      std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
+  if (!numbered || marks == name.size()) return;
+  if (marks != 0) question_marks_ = std::max(question_marks_, marks);
+  if (name[0] == '$')
+    largest_dollar_name_ = std::max<std::uint64_t>(largest_dollar_name_, std::stoul(std::string(digits)));
+}
+
+/// Gives a declared function its name; a constant becomes a term at once.
+const Term* Reader::bind_function(const Token& name, const Symbol* symbol) {
+  const Term* constant = manager_.arity(symbol) == 0 ? manager_.make_term(symbol) : nullptr;
+  names_.bind(names_.enter(lookup_text(name)),
+              constant != nullptr ? TermMeaning::of(constant) : TermMeaning::of(symbol));
+  return constant;
+}
+
+void Reader::declare_fun(Script& script, const char* start, bool constant) {
+  const Token name = expect_symbol("a function");
+  check_new_function_name(name);
+  std::vector<const DataType*> arguments;
+  if (!constant) {
+    expect_left("the argument sorts");
+    for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next())
+      arguments.push_back(read_sort(t));
+  }
+  const DataType* result = read_sort();
+  expect_right("the result sort");
+  const Term* declared = bind_function(name, manager_.fresh_fun(name.text, arguments, result));
+  text_command(script, Command::Kind::declare, start);
+  if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
+}
+
+/// Reads "((x S) ...)", binds the variables and appends the list to `text`.
+std::vector<const Term*> Reader::parameters(std::string& text) {
+  std::vector<const Term*> variables;
+  expect_left("the parameters");
+  text += '(';
+  for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
+    if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a parameter with its sort");
+    const Token name = expect_symbol("a parameter");
+    for (const Binding& b : bindings_) {
+      if (b.name->text == name.text)
+        fail(name.start, "parameter " + std::string(name.text) + " occurs twice");
+    }
+    const DataType* sort = read_sort();
+    expect_right("a parameter with its sort");
+    variables.push_back(bind_variable(name, sort));
+    if (text.back() != '(') text += ' ';
+    text += '(' + quoted(variables.back()->symbol->name) + ' ' + sort->to_string(std::string::npos - 1) + ')';
+  }
+  text += ')';
+  bindings_.clear();
+  return variables;
+}
+
+void Reader::define_fun(Script& script, std::string_view keyword) {
+  const Token name = expect_symbol("a function");
+  check_new_function_name(name);
+  const std::string printed_name = quoted(name.text);
+  std::string text = '(' + std::string(keyword) + ' ' + printed_name + ' ';
+  const std::size_t scope = names_.scope();
+  std::vector<const Term*> variables;
+  if (keyword != "define-const") {
+    variables = parameters(text);
+    text += ' ';
+  }
+  const DataType* result = read_sort();
+  text += result->to_string(std::string::npos - 1) + ' ';
+
+  const bool recursive = keyword == "define-fun-rec";
+  const Symbol* symbol = nullptr;
+  if (recursive || !variables.empty()) {
+    std::vector<const DataType*> arguments;
+    for (const Term* v : variables) arguments.push_back(manager_.type_of(v));
+    symbol = manager_.fresh_fun(name.text, arguments, result);
+    if (recursive) bind_function(name, symbol);
+  }
+  const Term* body = read_term_of(result);
+  expect_right("the body of the definition");
+  names_.leave(scope);
+  body = finished(body);
+
+  Command c;
+  c.text = keep(text);
+  c.suffix = ")";
+  c.name = keep(printed_name);
+  add_term(script, c, body, result);
+  if (symbol == nullptr) {
+    c.kind = Command::Kind::define;
+    names_.bind(names_.enter(lookup_text(name)), TermMeaning::of(body));
+  } else {
+    c.kind = Command::Kind::define_function;
+    bind_function(name, symbol);
+  }
+  script.commands.push_back(c);
+}
+
+void Reader::define_funs_rec(Script& script) {
+  struct Function {
+    std::vector<std::pair<Token, const DataType*>> parameters;
+    const DataType* result;
+  };
+  std::string text = "(define-funs-rec (";
+  std::vector<Function> functions;
+  expect_left("the declarations");
+  for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
+    if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a declaration");
+    const Token name = expect_symbol("a function");
+    check_new_function_name(name);
+    text += (functions.empty() ? "(" : " (") + quoted(name.text) + ' ';
+    const std::size_t scope = names_.scope();
+    const Lexer at_parameters = lexer_;
+    const std::vector<const Term*> variables = parameters(text);
+    names_.leave(scope);
+    Function f;
+    std::vector<const DataType*> arguments;
+    Lexer names = at_parameters;
+    names.next();
+    for (const Term* v : variables) {
+      arguments.push_back(manager_.type_of(v));
+      names.next();
+      const Token parameter = names.next();
+      f.parameters.push_back({parameter, manager_.type_of(v)});
+      for (std::size_t depth = 1; depth != 0;) {
+        const TokenKind kind = names.next().kind;
+        depth += kind == TokenKind::left_parenthesis;
+        depth -= kind == TokenKind::right_parenthesis;
+      }
+    }
+    f.result = read_sort();
+    expect_right("a declaration");
+    text += ' ' + f.result->to_string(std::string::npos - 1) + ')';
+    bind_function(name, manager_.fresh_fun(name.text, arguments, f.result));
+    functions.push_back(std::move(f));
+  }
+  if (functions.empty()) fail(lexer_.position(), "define-funs-rec needs a declaration");
+  text += ") (";
+
+  Command c;
+  c.kind = Command::Kind::define_function;
+  c.text = keep(text);
+  c.suffix = "))";
+  expect_left("the bodies");
+  for (const Function& f : functions) {
+    const std::size_t scope = names_.scope();
+    for (const auto& [name, type] : f.parameters) bind_variable(name, type);
+    bindings_.clear();
+    const Term* body = finished(read_term_of(f.result));
+    names_.leave(scope);
+    add_term(script, c, body, f.result);
+  }
+  expect_right("the bodies");
+  expect_right("the command");
+  script.commands.push_back(c);
+}
+
+}  // namespace quarv::smtlib
