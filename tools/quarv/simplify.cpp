@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -24,6 +25,8 @@ struct Arguments {
   bool no_rules = false;
   bool standard = false;
   std::string sharing = "auto";
+  std::vector<std::string> rule_files;
+  std::vector<std::string> disabled_rules;
 };
 
 smtlib::Sharing sharing_named(const std::string& name) {
@@ -50,6 +53,11 @@ void simplify(const Arguments& arguments) {
   options.rules = !arguments.no_rules;
   options.standard = arguments.standard;
   options.sharing = sharing_named(arguments.sharing);
+  options.disabled_rules = arguments.disabled_rules;
+  for (const std::string& name : arguments.rule_files) {
+    const Input file(name);
+    options.extra_rules.push_back({file.name(), std::string(file.text())});
+  }
   if (stats) options.observer = &statistics.counts;
 
   const Input input(arguments.input);
@@ -83,7 +91,20 @@ void add_simplify(CLI::App& program, int& status) {
       .add_flag("--stats{text}", arguments->stats,
                 "Print on standard error what was done and what it took; --stats=json: for programs")
       ->check(CLI::IsMember({"text", "json"}).description(""));
-  command.add_flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
+  CLI::Option* const no_rules =
+      command.add_flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
+  command
+      .add_option("--rules", arguments->rule_files,
+                  "Rules of your own, to be tried after the standard ones; may be repeated. It is for you to "
+                  "know that they hold: quarv rules check tells")
+      ->type_name("FILE.rules")
+      ->allow_extra_args(false)
+      ->excludes(no_rules);
+  command
+      .add_option("--disable-rule", arguments->disabled_rules,
+                  "Do not apply this rule, given by number (quarv rules list) or text; may be repeated")
+      ->type_name("N|TEXT")
+      ->allow_extra_args(false);
   command.add_flag("--standard", arguments->standard,
                    "The layer as it is, not restricted to what the SMT-LIB standard warrants");
   command
@@ -94,8 +115,13 @@ void add_simplify(CLI::App& program, int& status) {
       ->check(CLI::IsMember({"auto", "let", "none"}).description(""))
       ->capture_default_str();
   command.callback([arguments, &status] {
-    simplify(*arguments);
-    status = success;
+    try {
+      simplify(*arguments);
+      status = success;
+    } catch (const smtlib::UnknownRule& e) {
+      fmt::print(stderr, "quarv: {} (quarv rules list tells more)\n", e.what());
+      status = usage_error;
+    }
   });
 }
 

@@ -11,6 +11,8 @@ Session::Session(const SimplifyOptions& options) {
   if (options.simplify) {
     termsimpl::register_standard_simplifications(&manager_, &simplifier_);
     if (!options.standard) strict_.turn_off_unsound_rules();
+    for (const RuleFile& file : options.extra_rules) register_rule_file(file, simplifier_.normalizer);
+    for (const std::string& rule : options.disabled_rules) disable_rule(rule, simplifier_.normalizer);
     manager_.set_simplifier(options.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_);
   }
   ReaderOptions reader_options;

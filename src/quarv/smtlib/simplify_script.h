@@ -5,8 +5,10 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <quarv/simpl/std_term_simplifier.h>
+#include <quarv/smtlib/extra_rules.h>
 #include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/reader.h>
 #include <quarv/smtlib/script.h>
@@ -21,6 +23,8 @@ struct SimplifyOptions {
   bool standard = false;  ///< the plain layer instead of strict SMT-LIB semantics
   Sharing sharing = Sharing::automatic;
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
+  std::vector<RuleFile> extra_rules;           ///< to be tried after the standard rules
+  std::vector<std::string> disabled_rules;     ///< numbers from 1, the standard rules first, or texts
 };
 
 /// A script together with all that it needs: the manager of its terms, the simplifiers, the reader with its
@@ -31,6 +35,7 @@ struct SimplifyOptions {
 ///     print(session.manager(), script, std::cout);
 class Session {
  public:
+  /// Throws Error for a rule file with a fault, and UnknownRule.
   explicit Session(const SimplifyOptions& options = {});
 
   TermManager& manager() noexcept { return manager_; }
@@ -62,8 +67,8 @@ struct SimplifyReport {
 };
 
 /// Reads `text`, simplifies it and prints it to `out`. The output is a fixed point: reading and printing it
-/// gives the same text. Throws Error for faults of the input and std::runtime_error when the stream fails;
-/// something may have been written then.
+/// gives the same text. Throws Error for faults of the input and of rule files, UnknownRule, and
+/// std::runtime_error when the stream fails; something may have been written then.
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                const SimplifyOptions& options = {});
 

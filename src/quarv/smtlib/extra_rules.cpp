@@ -1,0 +1,70 @@
+#include <charconv>
+#include <memory>
+#include <utility>
+
+#include <quarv/rules/rule_interpreter.h>
+#include <quarv/smtlib/error.h>
+#include <quarv/smtlib/extra_rules.h>
+#include <quarv/term/sort_error.h>
+
+namespace quarv::smtlib {
+
+namespace {
+
+/// A rule that knows which file it came from.
+class FileRule final : public TermNormalizer::norm_fun {
+ public:
+  FileRule(std::unique_ptr<rules::InterpretedRule> rule, const std::string& file)
+      : rule_(std::move(rule)), file_(file) {}
+
+  SymbolTag::tag get_applicant() override { return rule_->get_applicant(); }
+  std::string get_signature() override { return rule_->get_signature(); }
+  int get_group() const override { return rule_->get_group(); }
+  rules::ChildShapes get_child_shapes() const override { return rule_->get_child_shapes(); }
+
+  bool operator()(TermManager* mgr, const Term* t, const Term** out) const override {
+    try {
+      return (*rule_)(mgr, t, out);
+    } catch (const rules::RuleError& e) {
+      throw Error(file_, e.line(), e.column(), e.reason());
+    } catch (const SortError& e) {
+      throw Error(file_, rule_->rule().line, 1,
+                  std::string("the result of the rule has no sort: ") + e.what());
+    }
+  }
+
+ private:
+  std::unique_ptr<rules::InterpretedRule> rule_;
+  std::string file_;
+};
+
+}  // namespace
+
+void register_rule_file(const RuleFile& file, TermNormalizer& normalizer) {
+  try {
+    for (auto& rule : rules::load_rules(file.text)) {
+      normalizer.register_rule(new FileRule(std::move(rule), file.name));
+    }
+  } catch (const rules::RuleError& e) {
+    throw Error(file.name, e.line(), e.column(), e.reason());
+  }
+}
+
+void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer) {
+  const std::size_t num_rules = normalizer.num_rules();
+  std::size_t number = 0;
+  const char* const end = number_or_text.data() + number_or_text.size();
+  const auto [rest, fault] = std::from_chars(number_or_text.data(), end, number);
+  if (rest == end && number_or_text != "") {
+    if (fault == std::errc() && number >= 1 && number <= num_rules) {
+      return normalizer.set_rule_enabled(number - 1, false);
+    }
+    throw UnknownRule("there is no rule " + number_or_text + ": rules count from 1 to " +
+                      std::to_string(num_rules));
+  }
+  if (normalizer.set_rule_enabled(number_or_text, false) == 0) {
+    throw UnknownRule("there is no rule \"" + number_or_text + '"');
+  }
+}
+
+}  // namespace quarv::smtlib

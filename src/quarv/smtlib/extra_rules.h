@@ -1,0 +1,31 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+#include <quarv/rules/term_normalizer.h>
+
+namespace quarv::smtlib {
+
+/// Rules of a user's own.
+struct RuleFile {
+  std::string name;  ///< for messages
+  std::string text;  ///< a rule a line
+};
+
+/// Appends the rules of `file` to those of `normalizer`. Throws Error, with the file's name and the place in
+/// it, for a text that is not a rule. A rule whose result does not fit the term that it is applied to throws
+/// Error at that time.
+void register_rule_file(const RuleFile& file, TermNormalizer& normalizer);
+
+/// A rule to be turned off that does not exist.
+class UnknownRule : public std::invalid_argument {
+ public:
+  using std::invalid_argument::invalid_argument;
+};
+
+/// Turns off a rule, given by its number in the order of registration, from 1, or by its text. Throws
+/// UnknownRule.
+void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer);
+
+}  // namespace quarv::smtlib

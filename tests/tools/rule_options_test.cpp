@@ -1,0 +1,68 @@
+/// \file
+/// Rules of a user's own, and rules left out, from the command line.
+#include "program_fixture.h"
+
+namespace {
+
+const std::string shift_by_not = "(declare-const a (_ BitVec 8))\n(assert (= (bvashr a (bvnot a)) #x00))\n";
+const std::string my_rule = "rewrite(bvashr(t, bvnot(t_0)), identity(t, t_0)) >> bvashr(t, bvneg(t))\n";
+const std::string rewritten = "(declare-const a (_ BitVec 8))\n(assert (= (bvashr a (bvneg a)) #x00))\n";
+
+TEST_F(Program, AppliesTheUsersRules) {
+  write("my.rules", "# a comment\n\n" + my_rule);
+  write("none.rules", "");
+  const std::string plain = run("$quarv simplify", shift_by_not).out;
+  EXPECT_NE(plain.find("bvnot"), std::string::npos);
+  EXPECT_EQ(run("$quarv simplify --rules my.rules", shift_by_not).out, rewritten);
+  EXPECT_EQ(run("$quarv simplify --rules none.rules --rules my.rules", shift_by_not).out, rewritten);
+  EXPECT_EQ(run("$quarv simplify - --rules=my.rules --disable-rule 185", shift_by_not).out, plain);
+  EXPECT_EQ(run("cat my.rules | $quarv simplify --rules - /dev/fd/3 3<<<'" + shift_by_not + "'").out,
+            rewritten);
+  const Result stats = run("$quarv simplify --rules my.rules --stats", shift_by_not);
+  EXPECT_NE(stats.err.find("  rule 185 "), std::string::npos) << stats.err;
+}
+
+TEST_F(Program, ReportsFaultsOfRuleFiles) {
+  write("my.rules", my_rule + "  rewrite(bvnot(t), ) >> u\n");
+  const Result r = run("$quarv simplify --rules my.rules -o out.smt2", shift_by_not);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "my.rules:2:26: error: the variable \"u\" of the result is not bound\n");
+  EXPECT_EQ(num_files(), 1u);
+  EXPECT_EQ(run("$quarv simplify --rules nowhere.rules").err,
+            "quarv: error: cannot read nowhere.rules: No such file or directory\n");
+  // Only when it is applied does it show that the result has another sort.
+  write("wide.rules", "\nrewrite(bvashr(t, t2), ) >> zext(1, t)\n");
+  const Result wide = run("$quarv simplify --rules wide.rules", shift_by_not);
+  EXPECT_EQ(wide.status, 1);
+  EXPECT_EQ(wide.err.substr(0, 27), "wide.rules:2:1: error: the ") << wide.err;
+  write("ill.rules", "rewrite(bvashr(t, t2), ) >> bvadd(t, zext(1, t))\n");
+  EXPECT_EQ(run("$quarv simplify --rules ill.rules", shift_by_not).err.substr(0, 23),
+            "ill.rules:1:1: error: t");
+}
+
+TEST_F(Program, LeavesOutDisabledRules) {
+  const std::string input = "(declare-const a (_ BitVec 8))\n(assert (bvule a #x07))\n";
+  const std::string with = run("$quarv simplify", input).out;
+  const std::string without = run("$quarv simplify --no-rules", input).out;
+  ASSERT_NE(with, without);
+  EXPECT_EQ(run("$quarv simplify --disable-rule 10", input).out, without);
+  EXPECT_EQ(run("$quarv simplify --disable-rule 'rewrite(bvule(t1, t2), ) >> ~(bvult(t2, t1))'", input).out,
+            without);
+  EXPECT_EQ(run("$quarv simplify --disable-rule 1 --disable-rule 10", input).out, without);
+  EXPECT_EQ(run("$quarv simplify --disable-rule 1 --disable-rule 2", input).out, with);
+}
+
+TEST_F(Program, AnswersUnknownRulesWithStatusTwo) {
+  for (const char* rule : {"0", "185", "99999999999999999999", "-1", "x", "", "rewrite(bvnot(t), ) >> t"}) {
+    const Result r = run("$quarv simplify -o out.smt2 --disable-rule='" + std::string(rule) + "'", "");
+    EXPECT_EQ(r.status, 2) << rule;
+    EXPECT_EQ(r.out, "") << rule;
+    EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+    EXPECT_EQ(num_files(), 0u) << rule;
+  }
+  EXPECT_EQ(run("$quarv simplify --disable-rule 185").err,
+            "quarv: there is no rule 185: rules count from 1 to 184 (quarv rules list tells more)\n");
+  EXPECT_EQ(run("$quarv simplify --rules x --no-rules").status, 2);
+}
+
+}  // namespace
