@@ -262,4 +262,28 @@ TEST_F(Program, RejectsEveryMalformedFile) {
   EXPECT_EQ(num_checked, 30u);
 }
 
+/// The lines that follow `head` in the text and begin with `indent`, without it.
+std::string block_after(const std::string& text, const std::string& head, const std::string& indent) {
+  std::istringstream lines(text.substr(text.find(head) + head.size()));
+  std::string block;
+  for (std::string line; std::getline(lines, line) && line.starts_with(indent);) {
+    block += line.substr(indent.size()) + '\n';
+  }
+  return block;
+}
+
+TEST_F(Program, DoesWhatTheReadmeShows) {
+  const std::string readme = contents(fs::path(QUARV_SOURCE_DIR) / "README.md");
+  write("first.smt2", block_after(readme, "    $ cat first.smt2\n", "    "));
+  const std::string shown = block_after(readme, "    $ quarv simplify first.smt2\n", "    ");
+  EXPECT_NE(shown, "");
+  EXPECT_EQ(run("$quarv simplify first.smt2").out, shown);
+
+  const std::string answered = block_after(readme, "    quarv> (simplify (bvadd #xff #x02))\n", "    ");
+  EXPECT_EQ(run("$quarv repl", "(simplify (bvadd #xff #x02))").out, answered);
+
+  const std::string program = contents(fs::path(QUARV_SOURCE_DIR) / "tests" / "install" / "terms.cpp");
+  EXPECT_NE(readme.find("```cpp\n" + program + "```\n"), std::string::npos);
+}
+
 }  // namespace

@@ -1,0 +1,7 @@
+#include <iostream>
+
+#include <quarv/smtlib/simplify_script.h>
+
+int main() {
+  quarv::smtlib::simplify_script("(declare-const p Bool)(assert (and p (not p)))", "example.smt2", std::cout);
+}
