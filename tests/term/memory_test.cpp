@@ -57,7 +57,8 @@ TEST(TermMemory, NoConstructorAllocatesInSteadyState) {
   const Term* c = mgr.make_constant("c", mgr.bool_type);
   const Term* i = mgr.make_constant("i", mgr.int_type);
   const Term* j = mgr.make_constant("j", mgr.int_type);
-  const Term* v = mgr.make_constant("v", mgr.get_bv_type(16));
+  const DataType* v_type = mgr.get_bv_type(16);
+  const Term* v = mgr.make_constant("v", v_type);
   const Term* f = mgr.make_constant("f", mgr.get_fp_type(5, 10));
   const DataType* array_type = mgr.get_array_type(mgr.int_type, mgr.int_type);
   const Term* array = mgr.make_constant("a", array_type);
@@ -85,6 +86,9 @@ TEST(TermMemory, NoConstructorAllocatesInSteadyState) {
     mgr.make_fp_to_sbv(8, rne, f);
     mgr.make_fp_from_ieeebv(5, 10, v);
     mgr.make_term(function, {i});
+    mgr.make_term(mgr.make_opaque_symbol("a name longer than a string holds in place", {v_type}, v_type),
+                  {v});
+    mgr.make_array_read(mgr.make_array_const(mgr.get_array_type(v_type, mgr.int_type), i), v);
   };
   build();
   EXPECT_EQ(allocations_of(build), 0);

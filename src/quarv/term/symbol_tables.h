@@ -1,10 +1,13 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -14,17 +17,43 @@ namespace quarv {
 
 /// The interning tables of symbols and types: everything that is not on the path of building an application.
 struct SymbolTables {
-  /// A type constructor with its parameters, or a function's signature after its name.
+  /// A type constructor with its parameters, or a function's name with its signature. Looked up by a view, so
+  /// that finding what is there allocates nothing.
+  struct TypeListView {
+    const void* head;
+    std::span<const DataType* const> types;
+    const DataType* result;  // null for a type
+  };
   struct TypeList {
+    explicit TypeList(const TypeListView& view)
+        : head(view.head), types(view.types.begin(), view.types.end()), result(view.result) {}
+    operator TypeListView() const noexcept { return {head, types, result}; }
+
     const void* head;
     std::vector<const DataType*> types;
-    bool operator==(const TypeList&) const = default;
+    const DataType* result;
   };
   struct TypeListHash {
-    std::size_t operator()(const TypeList& key) const noexcept {
-      std::size_t h = reinterpret_cast<std::size_t>(key.head);
+    using is_transparent = void;
+    std::size_t operator()(const TypeListView& key) const noexcept {
+      std::size_t h = reinterpret_cast<std::size_t>(key.head) + reinterpret_cast<std::size_t>(key.result);
       for (const DataType* t : key.types) h = (h ^ (h >> 29)) * 31 + reinterpret_cast<std::size_t>(t);
       return h;
+    }
+  };
+  struct TypeListEqual {
+    using is_transparent = void;
+    bool operator()(const TypeListView& a, const TypeListView& b) const noexcept {
+      return a.head == b.head && a.result == b.result && std::ranges::equal(a.types, b.types);
+    }
+  };
+  template <class Value>
+  using TypeListMap = std::unordered_map<TypeList, const Value*, TypeListHash, TypeListEqual>;
+
+  struct NameHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view name) const noexcept {
+      return std::hash<std::string_view>()(name);
     }
   };
   struct FormatHash {
@@ -34,14 +63,14 @@ struct SymbolTables {
   };
 
   std::vector<std::unique_ptr<DataType>> types;
-  std::unordered_map<TypeList, const DataType*, TypeListHash> constructed_types;
+  TypeListMap<DataType> constructed_types;
   std::unordered_map<std::size_t, const DataType*> bv_types;
   std::unordered_map<std::pair<std::size_t, std::size_t>, const DataType*, FormatHash> fp_types;
   std::unordered_map<std::string, const DataType*> declared_sorts;
 
-  std::unordered_map<std::string, const char*> names;
-  std::unordered_map<TypeList, const Symbol*, TypeListHash> declared_symbols;
-  std::unordered_map<TypeList, const Symbol*, TypeListHash> opaque_symbols;
+  std::unordered_map<std::string, const char*, NameHash, std::equal_to<>> names;
+  TypeListMap<Symbol> declared_symbols;
+  TypeListMap<Symbol> opaque_symbols;
   std::unordered_map<const Term*, const Symbol*> congruence_symbols;  // by the modulus
 
   /// Operators with integer parameters: open addressing, power of two, null is free.

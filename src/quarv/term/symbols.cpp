@@ -337,17 +337,24 @@ bool TermManager::is_array(const Symbol* s, SymbolTag::tag tag, const DataType**
 // Operators by name.
 // -----------------------------------------------------------------------------------------------------
 
+const char* TermManager::interned_name(std::string_view name) {
+  auto& names = tables_->names;
+  if (const auto found = names.find(name); found != names.end()) return found->second;
+  const char* copy = copy_name(name);
+  names.emplace(name, copy);
+  return copy;
+}
+
 const Symbol* TermManager::named_symbol(SymbolTag::tag tag, std::string_view name,
                                         std::span<const DataType* const> argument_types,
                                         const DataType* result) {
-  const char*& shared_name = tables_->names[std::string(name)];
-  if (shared_name == nullptr) shared_name = copy_name(name);
-  SymbolTables::TypeList key{shared_name, {argument_types.begin(), argument_types.end()}};
-  key.types.push_back(result);
+  const char* shared_name = interned_name(name);
   auto& table = tag == SymbolTag::UF ? tables_->declared_symbols : tables_->opaque_symbols;
-  const Symbol*& entry = table[std::move(key)];
-  if (entry == nullptr) entry = new_symbol(tag, shared_name, argument_types, result);
-  return entry;
+  const SymbolTables::TypeListView key{shared_name, argument_types, result};
+  if (const auto found = table.find(key); found != table.end()) return found->second;
+  const Symbol* s = new_symbol(tag, shared_name, argument_types, result);
+  table.emplace(key, s);
+  return s;
 }
 
 const Symbol* TermManager::declare_fun(std::string_view name, std::span<const DataType* const> argument_types,

@@ -122,7 +122,9 @@ class TermManager {
   std::size_t arity(const Term* t) const noexcept { return t->symbol->arity_; }
 
   /// The type that argument `i` must have, up to the integer type being a subtype of the rational one.
-  const DataType* argument_type(const Symbol* symbol, std::size_t i) const noexcept { return symbol->arg_types_[i]; }
+  const DataType* argument_type(const Symbol* symbol, std::size_t i) const noexcept {
+    return symbol->arg_types_[i];
+  }
 
   /// The children of a term.
   Args args_of(const Term* t) const noexcept { return Args(t->args, t->symbol->arity_); }
@@ -581,6 +583,7 @@ class TermManager {
   DataType* new_basic_type(std::string_view name);
   const DataType* constructed_type(const DataType* ctor, std::span<const DataType* const> parameters);
   const char* copy_name(std::string_view name);
+  const char* interned_name(std::string_view name);
   const Symbol* constant_symbol(const char* name, const DataType* type);
 
   TermSimplifier* simplifier_ = nullptr;

@@ -40,21 +40,21 @@ DataType* TermManager::new_basic_type(std::string_view name) {
 
 const DataType* TermManager::constructed_type(const DataType* ctor,
                                               std::span<const DataType* const> parameters) {
-  SymbolTables::TypeList key{ctor, {parameters.begin(), parameters.end()}};
-  const DataType*& entry = tables_->constructed_types[std::move(key)];
-  if (entry == nullptr) {
-    tables_->types.push_back(std::unique_ptr<DataType>(new DataType));
-    DataType* type = tables_->types.back().get();
-    type->components.push_back(ctor);
-    for (const DataType* p : parameters) {
-      type->components.push_back(p);
-      if (__builtin_add_overflow(type->tree_size_, p->tree_size_, &type->tree_size_)) {
-        type->tree_size_ = std::numeric_limits<std::uint64_t>::max();
-      }
+  const SymbolTables::TypeListView key{ctor, parameters, nullptr};
+  auto& table = tables_->constructed_types;
+  if (const auto found = table.find(key); found != table.end()) return found->second;
+  tables_->types.push_back(std::unique_ptr<DataType>(new DataType));
+  DataType* type = tables_->types.back().get();
+  type->components.reserve(parameters.size() + 1);
+  type->components.push_back(ctor);
+  for (const DataType* p : parameters) {
+    type->components.push_back(p);
+    if (__builtin_add_overflow(type->tree_size_, p->tree_size_, &type->tree_size_)) {
+      type->tree_size_ = std::numeric_limits<std::uint64_t>::max();
     }
-    entry = type;
   }
-  return entry;
+  table.emplace(key, type);
+  return type;
 }
 
 const DataType* TermManager::get_bv_type(std::size_t width) {
