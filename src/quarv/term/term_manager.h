@@ -46,7 +46,9 @@ class TermManager {
  public:
   using Args = std::span<const Term* const>;
 
+  /// A manager with the distinguished types, symbols and terms. \throws std::bad_alloc
   TermManager();
+  /// Releases all terms, symbols and types; pointers to them are invalid from then on.
   ~TermManager();
   TermManager(const TermManager&) = delete;
   TermManager& operator=(const TermManager&) = delete;
@@ -91,6 +93,7 @@ class TermManager {
 
   /// Attaches the simplifier that full constructors use from now on; null detaches. Not owned.
   void set_simplifier(TermSimplifier* simplifier) noexcept { simplifier_ = simplifier; }
+  /// The attached simplifier, null when there is none.
   TermSimplifier* simplifier() const noexcept { return simplifier_; }
 
   // Terms.
@@ -171,6 +174,7 @@ class TermManager {
   // Full constructors.
   // -------------------------------------------------------------------------------------------------
 
+  /// Negation, conjunction, disjunction and equivalence of Booleans.
   const Term* make_not(const Term* a);
   const Term* make_and(const Term* a, const Term* b);
   const Term* make_or(const Term* a, const Term* b);
@@ -178,15 +182,19 @@ class TermManager {
 
   /// Equality at any type; on Booleans it is `make_iff`.
   const Term* make_equal(const Term* a, const Term* b);
+  /// The Boolean `condition` selects a branch; the result has the branches' common supertype.
   const Term* make_ite(const Term* condition, const Term* then_branch, const Term* else_branch);
 
+  /// Sum, product and `a <= b`: of the integer operator when both are integers, else of the rational one.
   const Term* make_plus(const Term* a, const Term* b);
   const Term* make_times(const Term* a, const Term* b);
   const Term* make_leq(const Term* a, const Term* b);
+  /// The greatest integer not above `a`, an integer; SMT-LIB's `to_int`.
   const Term* make_floor(const Term* a);
   /// a = b modulo `modulus`, which is a positive integer; a and b are integers.
   const Term* make_int_mod_congr(const QNumber& modulus, const Term* a, const Term* b);
 
+  /// Operators of the theory FixedSizeBitVectors on operands of one width.
   const Term* make_bv_not(const Term* a) { return make_bv_unary(SymbolTag::BV_NOT, a); }
   const Term* make_bv_neg(const Term* a) { return make_bv_unary(SymbolTag::BV_NEG, a); }
   const Term* make_bv_and(const Term* a, const Term* b) { return make_bv_binary(SymbolTag::BV_AND, a, b); }
@@ -218,16 +226,21 @@ class TermManager {
   const Term* make_bv_zero_extend(std::size_t bits, const Term* a);
   /// Adds `bits` copies of the sign bit in front.
   const Term* make_bv_sign_extend(std::size_t bits, const Term* a);
+  /// The integer that the bits encode: unsigned, or in two's complement.
   const Term* make_int_from_ubv(const Term* a);
   const Term* make_int_from_sbv(const Term* a);
   /// The integer modulo 2^width.
   const Term* make_int_to_bv(std::size_t width, const Term* a);
 
+  /// The element of `array` at `index`; SMT-LIB's `select`.
   const Term* make_array_read(const Term* array, const Term* index);
+  /// `array` with `element` at `index`; SMT-LIB's `store`.
   const Term* make_array_write(const Term* array, const Term* index, const Term* element);
   /// The array of type `array_type` that maps every index to `element`.
   const Term* make_array_const(const DataType* array_type, const Term* element);
 
+  /// Operators of the theory FloatingPoint on operands of one format. `make_fp_eq` is the comparison of IEEE
+  /// 754 (no NaN equals itself, zeros of both signs are equal), unlike `make_equal`.
   const Term* make_fp_eq(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_EQ, a, b); }
   const Term* make_fp_lt(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_LT, a, b); }
   const Term* make_fp_le(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_LE, a, b); }
@@ -242,7 +255,9 @@ class TermManager {
   const Term* make_fp_isnormal(const Term* a) { return make_fp_unary(SymbolTag::FP_ISNORMAL, a); }
   const Term* make_fp_isneg(const Term* a) { return make_fp_unary(SymbolTag::FP_ISNEG, a); }
   const Term* make_fp_ispos(const Term* a) { return make_fp_unary(SymbolTag::FP_ISPOS, a); }
+  /// The IEEE 754 encoding of 1 + ew + mw bits.
   const Term* make_fp_as_ieeebv(const Term* a) { return make_fp_unary(SymbolTag::FP_AS_IEEEBV, a); }
+  /// Operations that round; `rounding` is of type `rounding_mode_type`.
   const Term* make_fp_add(const Term* rounding, const Term* a, const Term* b) {
     return make_fp_rounded(SymbolTag::FP_ADD, rounding, a, b);
   }
@@ -261,19 +276,25 @@ class TermManager {
   const Term* make_fp_round_to_int(const Term* rounding, const Term* a) {
     return make_fp_rounded(SymbolTag::FP_ROUND_TO_INT, rounding, a);
   }
+  /// Conversions to the format of `ew` exponent bits and `mw` stored significand bits: from another format,
+  /// from a signed and an unsigned integer, and from the encoding of 1 + ew + mw bits.
   const Term* make_fp_cast(std::size_t ew, std::size_t mw, const Term* rounding, const Term* a);
   const Term* make_fp_from_sbv(std::size_t ew, std::size_t mw, const Term* rounding, const Term* bits);
   const Term* make_fp_from_ubv(std::size_t ew, std::size_t mw, const Term* rounding, const Term* bits);
   const Term* make_fp_from_ieeebv(std::size_t ew, std::size_t mw, const Term* bits);
+  /// Conversions to an integer of `width` bits, unsigned and in two's complement.
   const Term* make_fp_to_ubv(std::size_t width, const Term* rounding, const Term* a);
   const Term* make_fp_to_sbv(std::size_t width, const Term* rounding, const Term* a);
 
   // Operator symbols, interned, for `do_make_term` and `make_term`.
   // ------------------------------------------------------
 
+  /// Equality and if-then-else at a type. For Booleans `make_equal` uses `iff_symbol` instead.
   const Symbol* make_equal_symbol(const DataType* type);
   const Symbol* make_ite_symbol(const DataType* type);
+  /// \throws SortError unless the modulus is a positive integer
   const Symbol* make_int_mod_congr_symbol(const QNumber& modulus);
+  /// \throws SortError unless `array_type` is an array type
   const Symbol* make_array_read_symbol(const DataType* array_type);
   const Symbol* make_array_write_symbol(const DataType* array_type);
   const Symbol* make_array_const_symbol(const DataType* array_type);
@@ -281,21 +302,28 @@ class TermManager {
   /// The symbol of a bit-vector operator whose only parameter is the width of its operands: `BV_NOT` to
   /// `BV_ASR` without concatenation and extraction, `INT_FROM_UBV`, `INT_FROM_SBV`, and (its result's width)
   /// `INT_TO_BV`.
+  /// \throws SortError for any other tag, or when the width is 0
   const Symbol* make_bv_symbol(SymbolTag::tag tag, std::size_t width);
   const Symbol* make_bv_neg_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_NEG, width); }
   const Symbol* make_bv_udiv_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_UDIV, width); }
   const Symbol* make_bv_urem_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_UREM, width); }
   const Symbol* make_bv_lshr_symbol(std::size_t width) { return make_bv_symbol(SymbolTag::BV_LSR, width); }
+  /// Widths of the first (high) and the second (low) argument.
   const Symbol* make_bv_concat_symbol(std::size_t high_width, std::size_t low_width);
+  /// Highest and lowest bit kept, and the argument's width. \throws SortError unless low <= high < width
   const Symbol* make_bv_extract_symbol(std::size_t high, std::size_t low, std::size_t width);
+  /// The amount, which may exceed the width, and the width.
   const Symbol* make_bv_rotate_left_symbol(std::size_t amount, std::size_t width);
   const Symbol* make_bv_rotate_right_symbol(std::size_t amount, std::size_t width);
+  /// The number of bits added, and the argument's width.
   const Symbol* make_bv_zero_extend_symbol(std::size_t bits, std::size_t width);
   const Symbol* make_bv_sign_extend_symbol(std::size_t bits, std::size_t width);
 
   /// The symbol of a floating-point operator whose only parameter is its format: `FP_EQ` to `FP_MAX`,
   /// `FP_ROUND_TO_INT`, `FP_AS_IEEEBV` to `FP_FROM_IEEEBV`.
+  /// \throws SortError for any other tag, or when a width is 0
   const Symbol* make_fp_symbol(SymbolTag::tag tag, std::size_t ew, std::size_t mw);
+  /// Conversions: the source's format or width, then the destination's.
   const Symbol* make_fp_cast_symbol(std::size_t src_ew, std::size_t src_mw, std::size_t dst_ew,
                                     std::size_t dst_mw);
   const Symbol* make_fp_from_sbv_symbol(std::size_t bv_width, std::size_t ew, std::size_t mw);
@@ -335,20 +363,25 @@ class TermManager {
   /// A variable to be bound by a quantifier; differs from all others, whatever their names.
   const Term* fresh_bound_variable(std::string_view name, const DataType* type);
 
-  /// `binder` is "forall" or "exists"; the variables come from `fresh_bound_variable`.
+  /// `binder` is "forall" or "exists"; the variables come from `fresh_bound_variable`. \throws SortError for
+  /// other variables, or when the body is not Boolean
   const Term* make_quantifier(std::string_view binder, Args variables, const Term* body);
 
-  /// `(! body attributes)`; `terms` are those of all attributes, in their order.
+  /// `(! body attributes)`; `terms` are those of all attributes, in their order. \throws SortError when
+  /// the attributes announce another number of terms
   const Term* make_annotation(const Term* body, std::span<const Attribute> attributes, Args terms);
 
-  /// The variables of a quantifier's symbol, the attributes of an annotation's.
+  /// The variables of a quantifier's symbol, the attributes of an annotation's. \throws std::out_of_range for
+  /// any other symbol
   const std::vector<const Term*>& quantifier_variables(const Symbol* s) const;
   const std::vector<Attribute>& annotation_attributes(const Symbol* s) const;
 
   // Classification. Out-parameters may be null.
   // -----------------------------------------------------------------------------
 
+  /// The operator that the symbol stands for.
   static SymbolTag::tag get_tag(const Symbol* s) noexcept { return static_cast<SymbolTag::tag>(s->tag_); }
+  /// True for every symbol with a fixed meaning: all but declared functions and bound variables.
   bool is_interpreted(const Symbol* s) const noexcept { return s->tag_ != SymbolTag::UF; }
   bool is_bound_variable(const Symbol* s) const noexcept { return s->kind_ == Symbol::bound_variable; }
   bool is_quantifier(const Symbol* s) const noexcept { return s->kind_ == Symbol::quantifier; }
@@ -517,15 +550,20 @@ class TermManager {
   // Types.
   // ------------------------------------------------------------------------------------------------------------------
 
+  /// The type of bit-vectors of `width` bits. \throws SortError when that is 0
   const DataType* get_bv_type(std::size_t width);
   /// `ew` exponent bits and `mw` stored significand bits; the SMT-LIB sort is `(_ FloatingPoint ew mw+1)`.
+  /// \throws SortError when one of them is 0
   const DataType* get_fp_type(std::size_t ew, std::size_t mw);
+  /// The type of arrays from `index` to `element`; any types will do.
   const DataType* get_array_type(const DataType* index, const DataType* element);
   /// A declared sort: the same name gives the same sort. With parameters it is a constructor for
   /// `apply_sort`.
   const DataType* declare_sort(std::string_view name, std::size_t num_parameters = 0);
+  /// A declared constructor applied to as many parameters as it was declared with.
   const DataType* apply_sort(const DataType* constructor, std::span<const DataType* const> parameters);
 
+  /// Classification of types; constructors and width components are of none of these kinds.
   bool is_bv_type(const DataType* t) const noexcept { return t->is_constructed_by(bv_type_ctor, 2); }
   bool is_fp_type(const DataType* t) const noexcept { return t->is_constructed_by(fp_type_ctor, 2); }
   bool is_array_type(const DataType* t) const noexcept { return t->is_constructed_by(array_type_ctor, 3); }
