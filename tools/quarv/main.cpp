@@ -19,6 +19,7 @@ constexpr const char* examples = R"(Examples:
   quarv simplify query.smt2 -o small.smt2   write it to a file, as a whole or not at all
   quarv simplify - --stats < query.smt2     read standard input; say what was done
   quarv repl                                simplify terms as they are typed
+  quarv rules check my.rules                let z3 say whether rules hold
 
 Exit status: 0 when all went well, 1 for faults of the input, of files and of memory, 2 for a wrong command line.)";
 
@@ -54,6 +55,7 @@ int run(int argc, char** argv) {
   int status = quarv::cli::success;
   quarv::cli::add_simplify(program, status);
   quarv::cli::add_repl(program, status);
+  quarv::cli::add_rules(program, status);
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& e) {

@@ -1,0 +1,213 @@
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <set>
+
+#include <quarv/rules/rule_instance.h>
+
+namespace quarv::rules {
+
+std::size_t RuleInstance::largest_width() const {
+  return *std::ranges::max_element(widths);
+}
+
+std::uint64_t evaluate(const IntExpr& e, const RuleInstance& instance) {
+  switch (e.kind) {
+    case IntExpr::Kind::literal:
+      return e.index;
+    case IntExpr::Kind::parameter:
+      return instance.integers[e.index];
+    case IntExpr::Kind::size:
+      return instance.widths[e.index];
+    case IntExpr::Kind::value:
+      break;
+    case IntExpr::Kind::sum:
+      return evaluate(e.operands[0], instance) + evaluate(e.operands[1], instance);
+    case IntExpr::Kind::difference:
+      return evaluate(e.operands[0], instance) - evaluate(e.operands[1], instance);
+  }
+  return 0;
+}
+
+namespace {
+
+bool related(std::uint64_t left, Relation relation, std::uint64_t right) {
+  switch (relation) {
+    case Relation::eq:
+      return left == right;
+    case Relation::ne:
+      return left != right;
+    case Relation::lt:
+      return left < right;
+    case Relation::le:
+      return left <= right;
+    case Relation::gt:
+      return left > right;
+    case Relation::ge:
+      return left >= right;
+  }
+  return false;
+}
+
+/// Gives widths and integers to a pattern from the root down, in all ways or in some.
+class Enumerator {
+ public:
+  using Next = std::function<void()>;
+
+  /// With a `width`: some instances of it.
+  Enumerator(const Rule& rule, std::size_t bound, std::optional<std::size_t> width)
+      : rule_(rule), bound_(bound), width_(width) {
+    instance_.widths.resize(rule.pattern.size());
+    instance_.integers.resize(rule.parameters.size());
+    caps_.resize(rule.pattern.size());
+    for (std::size_t i = rule.pattern.size(); i-- > 0;) caps_[i] = cap(i);
+  }
+
+  std::vector<RuleInstance> run() {
+    const PatternNode& root = rule_.pattern[0];
+    const auto finish = [this] { bind_exponents(0); };
+    if (root.op->is_boolean() || root.op->shape == Shape::bit) {
+      instance_.widths[0] = root.op->is_boolean() ? 0 : 1;
+      std::size_t most = 0;
+      for (std::size_t a : root.arguments) most = std::max(most, caps_[a]);
+      for (std::size_t w : choices(1, most)) assign_all(root.arguments, 0, w, finish);
+    } else {
+      for (std::size_t w : choices(1, caps_[0])) assign(0, w, finish);
+    }
+    std::ranges::stable_sort(found_, {}, &RuleInstance::largest_width);
+    return std::move(found_);
+  }
+
+ private:
+  /// The largest width that the bit-vector at a position may have.
+  std::size_t cap(std::size_t position) const {
+    const PatternNode& node = rule_.pattern[position];
+    if (width_ || node.kind != PatternNode::Kind::application) return bound_;
+    std::size_t sum = 0;
+    std::size_t most = 0;
+    for (std::size_t a : node.arguments) {
+      sum += caps_[a];
+      most = std::max(most, caps_[a]);
+    }
+    switch (node.op->shape) {
+      case Shape::concat:
+        return sum;
+      case Shape::extend:
+        return sum + bound_ + 1;
+      case Shape::bit:
+        return 1;
+      default:
+        return most;
+    }
+  }
+
+  /// The numbers from `low` to `high`, or some of them.
+  std::set<std::size_t> choices(std::size_t low, std::size_t high) const {
+    std::set<std::size_t> all;
+    if (low > high) return all;
+    if (width_ && high - low > 3) return {low, low + (high - low) / 2, high};
+    for (std::size_t i = low; i <= high; ++i) all.insert(i);
+    return all;
+  }
+
+  void assign_all(const std::vector<std::size_t>& positions, std::size_t i, std::size_t width,
+                  const Next& next) {
+    if (i == positions.size()) return next();
+    assign(positions[i], width, [&, i, width] { assign_all(positions, i + 1, width, next); });
+  }
+
+  void assign(std::size_t position, std::size_t width, const Next& next) {
+    const PatternNode& node = rule_.pattern[position];
+    instance_.widths[position] = width;
+    if (node.kind != PatternNode::Kind::application) return next();
+    if (width > caps_[position]) return;
+    switch (node.op->shape) {
+      case Shape::concat:
+        return assign_concat(node, width, next);
+      case Shape::extract:
+        return assign_extract(node, width, next);
+      case Shape::extend:
+        for (std::size_t n : choices(0, std::min(width - 1, bound_ + 1))) {
+          if (width - n > caps_[node.arguments[0]]) continue;
+          instance_.integers[node.parameters[0]] = n;
+          assign(node.arguments[0], width - n, next);
+        }
+        return;
+      case Shape::bit:
+        if (width != 1) return;
+        for (std::size_t w : choices(1, bound_)) assign_all(node.arguments, 0, w, next);
+        return;
+      default:
+        if (node.parameters.empty()) return assign_all(node.arguments, 0, width, next);
+        for (std::size_t n : rotations(width)) {
+          instance_.integers[node.parameters[0]] = n;
+          assign_all(node.arguments, 0, width, next);
+        }
+    }
+  }
+
+  std::set<std::size_t> rotations(std::size_t width) const {
+    if (width_) return {0, 1, width - 1, width, width + 1, 2 * width + 1};
+    return choices(0, 2 * width + 1);
+  }
+
+  void assign_concat(const PatternNode& node, std::size_t width, const Next& next) {
+    if (width < 2) return;
+    for (std::size_t left : choices(1, width - 1)) {
+      if (left > caps_[node.arguments[0]] || width - left > caps_[node.arguments[1]]) continue;
+      assign(node.arguments[0], left, [&, left] { assign(node.arguments[1], width - left, next); });
+    }
+  }
+
+  void assign_extract(const PatternNode& node, std::size_t width, const Next& next) {
+    for (std::size_t from : choices(width, caps_[node.arguments[0]])) {
+      for (std::size_t low : choices(0, from - width)) {
+        instance_.integers[node.parameters[0]] = low + width - 1;
+        instance_.integers[node.parameters[1]] = low;
+        assign(node.arguments[0], from, next);
+      }
+    }
+  }
+
+  /// Chooses the exponents of the numerals 2^n, from parameter `i` on.
+  void bind_exponents(std::size_t i) {
+    while (i < rule_.parameters.size() && rule_.parameters[i].source != Parameter::Source::exponent) ++i;
+    if (i == rule_.parameters.size()) return conclude();
+    for (std::size_t n : choices(0, instance_.widths[rule_.parameters[i].position] - 1)) {
+      instance_.integers[i] = n;
+      bind_exponents(i + 1);
+    }
+  }
+
+  void conclude() {
+    if (width_ && instance_.largest_width() != *width_) return;
+    for (const Condition& c : rule_.conditions) {
+      if (c.kind == Condition::Kind::binding) instance_.integers[c.b] = evaluate(c.left, instance_);
+      const bool holds =
+          c.kind == Condition::Kind::compare
+              ? related(evaluate(c.left, instance_), c.relation, evaluate(c.right, instance_))
+              : c.kind != Condition::Kind::identity || instance_.widths[c.a] == instance_.widths[c.b];
+      if (!holds) return;
+    }
+    found_.push_back(instance_);
+  }
+
+  const Rule& rule_;
+  std::size_t bound_;
+  std::optional<std::size_t> width_;
+  RuleInstance instance_;
+  std::vector<std::size_t> caps_;
+  std::vector<RuleInstance> found_;
+};
+
+}  // namespace
+
+std::vector<RuleInstance> all_instances(const Rule& rule, std::size_t bound) {
+  return Enumerator(rule, bound, std::nullopt).run();
+}
+
+std::vector<RuleInstance> some_instances(const Rule& rule, std::size_t width) {
+  return Enumerator(rule, width, width).run();
+}
+
+}  // namespace quarv::rules

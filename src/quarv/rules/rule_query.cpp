@@ -1,0 +1,257 @@
+#include <algorithm>
+#include <bit>
+#include <optional>
+
+#include <quarv/rules/rule_query.h>
+
+namespace quarv::rules {
+
+namespace {
+
+/// What an operator is called in SMT-LIB, without its parameters.
+std::string_view smtlib_name(const Operator& op) {
+  switch (op.tag) {
+    case SymbolTag::EQ:
+      return "=";
+    case SymbolTag::NOT:
+      return "not";
+    case SymbolTag::BV_LSL:
+      return "bvshl";
+    case SymbolTag::BV_ROL:
+      return "rotate_left";
+    case SymbolTag::BV_ROR:
+      return "rotate_right";
+    case SymbolTag::BV_ZEXT:
+      return "zero_extend";
+    case SymbolTag::BV_SEXT:
+      return "sign_extend";
+    default:
+      return op.word;
+  }
+}
+
+/// The numeral of 2^exponent.
+std::string power_of_two(std::size_t exponent, std::size_t width) {
+  std::string bits(width, '0');
+  bits[width - 1 - exponent] = '1';
+  return "#b" + bits;
+}
+
+/// The numeral of `value` modulo 2^width.
+std::string unsigned_numeral(std::uint64_t value, std::size_t width) {
+  std::string bits(width, '0');
+  for (std::size_t i = 0; i < std::min<std::size_t>(width, 64); ++i) {
+    if ((value >> i & 1) != 0) bits[width - 1 - i] = '1';
+  }
+  return "#b" + bits;
+}
+
+/// The same; -1 is all ones.
+std::string numeral(std::int64_t value, std::size_t width) {
+  if (value < 0) return "#b" + std::string(width, '1');
+  return unsigned_numeral(static_cast<std::uint64_t>(value), width);
+}
+
+std::size_t num_bits(std::uint64_t value) {
+  return std::max<std::size_t>(1, static_cast<std::size_t>(std::bit_width(value)));
+}
+
+class QueryWriter {
+ public:
+  QueryWriter(const Rule& rule, const RuleInstance& instance, std::string_view suffix)
+      : rule_(rule), instance_(instance), suffix_(suffix), same_as_(rule.pattern.size()) {}
+
+  RuleQuery write() {
+    unite_identical();
+    terms_.resize(rule_.pattern.size());
+    for (std::size_t i = 0; i < rule_.pattern.size(); ++i) name_leaf(i);
+    for (std::size_t i = rule_.pattern.size(); i-- > 0;) write_application(i);
+    for (const Condition& c : rule_.conditions) add_condition(c);
+    query_.conditions = conditions_.empty() ? "true" : "(and true" + conditions_ + ")";
+    query_.pattern = terms_[0];
+    write_result();
+    return std::move(query_);
+  }
+
+ private:
+  void unite_identical() {
+    for (std::size_t i = 0; i < same_as_.size(); ++i) same_as_[i] = i;
+    for (const Condition& c : rule_.conditions) {
+      if (c.kind != Condition::Kind::identity) continue;
+      const std::size_t first = std::min(same_as_[c.a], same_as_[c.b]);
+      const std::size_t second = std::max(same_as_[c.a], same_as_[c.b]);
+      std::ranges::replace(same_as_, second, first);
+    }
+  }
+
+  std::size_t width(std::size_t position) const { return instance_.widths[position]; }
+
+  void name_leaf(std::size_t i) {
+    const PatternNode& node = rule_.pattern[i];
+    if (node.kind == PatternNode::Kind::literal) {
+      require_value(terms_[i] = numeral(node.value, width(i)), i, node.value);
+    } else if (node.kind == PatternNode::Kind::variable) {
+      terms_[i] = rule_.pattern[same_as_[i]].name + suffix_;
+      if (same_as_[i] == i) {
+        query_.variables.push_back({node.name, terms_[i], width(i)});
+      }
+    }
+  }
+
+  void write_application(std::size_t i) {
+    const PatternNode& node = rule_.pattern[i];
+    if (node.kind != PatternNode::Kind::application) return;
+    std::vector<std::uint64_t> parameters;
+    for (std::size_t p : node.parameters) parameters.push_back(instance_.integers[p]);
+    std::string arguments;
+    for (std::size_t a : node.arguments) arguments += ' ' + terms_[a];
+    terms_[i] = application(*node.op, parameters, arguments);
+  }
+
+  static std::string application(const Operator& op, const std::vector<std::uint64_t>& parameters,
+                                 const std::string& arguments) {
+    std::string head(smtlib_name(op));
+    if (!parameters.empty()) {
+      head.insert(0, "(_ ");
+      for (std::uint64_t p : parameters) head += ' ' + std::to_string(p);
+      head += ')';
+    }
+    return '(' + head + arguments + ')';
+  }
+
+  void require(const std::string& condition) { conditions_ += ' ' + condition; }
+
+  /// The term at `position` is the numeral `value`, which must fit its width.
+  void require_value(const std::string& term, std::size_t position, std::int64_t value) {
+    const bool fits = value < 0 || num_bits(static_cast<std::uint64_t>(value)) <= width(position);
+    require(fits ? "(= " + term + ' ' + numeral(value, width(position)) + ')' : "false");
+  }
+
+  /// A term or an integer as a bit-vector of `wide` bits.
+  std::string widened(const IntExpr& side, std::size_t wide) const {
+    if (side.kind != IntExpr::Kind::value) {
+      return unsigned_numeral(evaluate(side, instance_), wide);
+    }
+    return "((_ zero_extend " + std::to_string(wide - width(side.index)) + ") " + terms_[side.index] + ')';
+  }
+
+  std::size_t bits_of(const IntExpr& side) const {
+    return side.kind == IntExpr::Kind::value ? width(side.index) : num_bits(evaluate(side, instance_));
+  }
+
+  void add_condition(const Condition& c) {
+    switch (c.kind) {
+      case Condition::Kind::has_value:
+        return require_value(terms_[c.a], c.a, c.value);
+      case Condition::Kind::power_of_two:
+        return require("(= " + terms_[c.a] + ' ' + power_of_two(instance_.integers[c.b], width(c.a)) + ')');
+      case Condition::Kind::compare_values: {
+        const std::size_t wide = std::max(bits_of(c.left), bits_of(c.right));
+        return require(comparison(c.relation, widened(c.left, wide), widened(c.right, wide)));
+      }
+      case Condition::Kind::fits: {
+        const std::size_t wide = std::max({width(c.a), bits_of(c.left), bits_of(c.right)}) + 1;
+        return require("(bvult (bvadd " + widened(c.left, wide) + ' ' + widened(c.right, wide) + ") " +
+                       power_of_two(width(c.a), wide) + ')');
+      }
+      default:
+        return;  // the instance meets it, or it says nothing about values
+    }
+  }
+
+  static std::string comparison(Relation relation, const std::string& left, const std::string& right) {
+    static constexpr std::string_view words[] = {"=", "distinct", "bvult", "bvule", "bvugt", "bvuge"};
+    return '(' + std::string(words[static_cast<std::size_t>(relation)]) + ' ' + left + ' ' + right + ')';
+  }
+
+  /// Width 0 stands for a truth value.
+  void write_result() {
+    std::vector<std::string> texts;
+    std::vector<std::size_t> widths;
+    for (const ResultNode& node : rule_.result) {
+      std::size_t w = 0;
+      std::string text;
+      if (node.kind == ResultNode::Kind::subterm) {
+        w = width(node.index);
+        text = terms_[node.index];
+      } else if (node.kind == ResultNode::Kind::truth) {
+        text = node.value != 0 ? "true" : "false";
+      } else if (node.kind == ResultNode::Kind::application) {
+        std::vector<std::uint64_t> parameters;
+        for (const IntExpr& p : node.parameters) parameters.push_back(evaluate(p, instance_));
+        std::vector<std::size_t> argument_widths;
+        std::string arguments;
+        for (std::size_t a : node.arguments) {
+          argument_widths.push_back(widths[a]);
+          arguments += ' ' + texts[a];
+        }
+        const auto result_width = width_of_application(*node.op, parameters, argument_widths);
+        if (!result_width) return;
+        w = *result_width;
+        text = application(*node.op, parameters, arguments);
+      } else {
+        w = node.width.from_result ? widths[node.width.index] : width(node.width.index);
+        text = node.kind == ResultNode::Kind::literal ? numeral(node.value, w)
+                                                      : unsigned_numeral(instance_.integers[node.index], w);
+      }
+      texts.push_back(std::move(text));
+      widths.push_back(w);
+    }
+    if (widths.back() == instance_.widths[0]) query_.result = texts.back();
+  }
+
+  static std::optional<std::size_t> width_of_application(const Operator& op,
+                                                         const std::vector<std::uint64_t>& parameters,
+                                                         const std::vector<std::size_t>& widths) {
+    constexpr std::uint64_t most = 1 << 20;
+    const bool equal = widths.front() == widths.back();
+    switch (op.shape) {
+      case Shape::equal_widths:
+        return equal && (parameters.empty() || parameters[0] <= most) ? std::optional(widths[0])
+                                                                      : std::nullopt;
+      case Shape::predicate:
+        return equal ? std::optional<std::size_t>(0) : std::nullopt;
+      case Shape::bit:
+        return equal ? std::optional<std::size_t>(1) : std::nullopt;
+      case Shape::negation:
+        return 0;
+      case Shape::concat:
+        return widths[0] + widths[1];
+      case Shape::extract:
+        if (parameters[0] >= widths[0] || parameters[1] > parameters[0]) return std::nullopt;
+        return parameters[0] - parameters[1] + 1;
+      case Shape::extend:
+        return parameters[0] <= most ? std::optional(widths[0] + parameters[0]) : std::nullopt;
+    }
+    return std::nullopt;
+  }
+
+  const Rule& rule_;
+  const RuleInstance& instance_;
+  std::string suffix_;
+  std::vector<std::size_t> same_as_;  // by position: the first position that holds the same term
+  std::vector<std::string> terms_;    // by position
+  std::string conditions_;
+  RuleQuery query_;
+};
+
+}  // namespace
+
+RuleQuery make_query(const Rule& rule, const RuleInstance& instance, std::string_view suffix) {
+  return QueryWriter(rule, instance, suffix).write();
+}
+
+std::string declarations(const RuleQuery& query) {
+  std::string text;
+  for (const RuleQuery::Variable& v : query.variables) {
+    text += "(declare-const " + v.symbol + " (_ BitVec " + std::to_string(v.width) + "))\n";
+  }
+  return text;
+}
+
+std::string refutation(const RuleQuery& query) {
+  if (query.result.empty()) return query.conditions;
+  return "(and " + query.conditions + " (distinct " + query.pattern + ' ' + query.result + "))";
+}
+
+}  // namespace quarv::rules

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+#include <quarv/rules/rule_language.h>
+
+namespace quarv::rules {
+
+/// The rule as a person would say it: "t + c becomes c + t if c is a constant and t is no constant."
+std::string reading(const Rule& rule);
+
+}  // namespace quarv::rules

@@ -1,0 +1,90 @@
+/// \file
+/// The catalogue of rules, and checking rules with a solver, from the command line.
+#include "program_fixture.h"
+
+namespace {
+
+bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+constexpr const char* no_z3 = "z3 is not installed";
+
+TEST_F(Program, ListsAndShowsRules) {
+  const Result list = run("$quarv rules list");
+  EXPECT_EQ(list.status, 0);
+  EXPECT_EQ(num_lines(list.out), 185u);
+  EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '!'), 5);  // four rules and what it means
+  const Result one = run("$quarv rules show 46");
+  EXPECT_EQ(one.status, 0);
+  EXPECT_TRUE(has(one.out,
+                  "number     46\napplicant  bvsdiv\n"
+                  "text       rewrite(bvsdiv(t, t_0), identity(t, t_0)) >> 1\n"
+                  "class      GeneratedRewriteRule_bvsdiv_t_t_0__WITH_t_ID_t_0_TO_1\n"
+                  "sound      no: t = 0: "))
+      << one.out;
+  EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nsound      yes: "));
+  EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nreads      ~~t becomes t.\n"));
+  for (const char* arguments : {"", "show", "show 0", "show 185", "show x", "list 1", "check --jobs 0"}) {
+    const Result r = run("$quarv rules " + std::string(arguments));
+    EXPECT_EQ(r.status, 2) << arguments;
+    EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+  }
+}
+
+TEST_F(Program, ChecksTheStandardRules) {
+  if (run("z3 --version").status != 0) GTEST_SKIP() << no_z3;
+  const Result r = run("$quarv rules check --max-width 4");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, "");
+  EXPECT_TRUE(has(r.out, "184 rules: 180 proved, 4 refuted, 0 undecided\n")) << r.out;
+  EXPECT_TRUE(
+      has(r.out, "t_0)) >> 1\n      refuted, as is known: t = #b00: the pattern is #b11, the result #b01\n"));
+  EXPECT_TRUE(has(r.out, "\n      refuted, as is known: n = 0, t = #b1, t2 = #b1: the pattern is true, "));
+  EXPECT_TRUE(has(r.out, "\n      never applicable\n"));
+}
+
+TEST_F(Program, ChecksTheUsersRules) {
+  if (run("z3 --version").status != 0) GTEST_SKIP() << no_z3;
+  write("good.rules", "# sound\nrewrite(bvadd(1, bvnot(t)), (1 == 1)) >> bvneg(t)\n");
+  const Result good = run("$quarv rules check good.rules -j 3");
+  EXPECT_EQ(good.status, 0);
+  EXPECT_EQ(good.out,
+            "  1 rewrite(bvadd(1, bvnot(t)), (1 == 1)) >> bvneg(t)\n"
+            "      proved for widths 1-5, 8, 13, 16, 24, 32, 48, 64\n"
+            "1 rules: 1 proved, 0 refuted, 0 undecided\n");
+  // Wrong only from width 9 on.
+  const Result bad =
+      run("$quarv rules check - --solver 'z3 -in'", "rewrite(bvnot(t), (t == 300)) >> bvneg(t)\n");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_TRUE(has(bad.out, "refuted: t = #b0000100101100: the pattern is #b1111011010011, the result #b11"))
+      << bad.out;
+  const Result sort = run("$quarv rules check -", "rewrite(zext(n, t), ) >> t\n");
+  EXPECT_TRUE(has(sort.out, "refuted: n = 1, t = #b0: the result does not have the sort of the pattern\n"))
+      << sort.out;
+  // What is known of a standard rule excuses no other.
+  EXPECT_EQ(run("$quarv rules check -", "rewrite(bvsdiv(t, t_0), identity(t, t_0)) >> 1").status, 1);
+  EXPECT_EQ(run("$quarv rules check /dev/null").status, 0);
+}
+
+TEST_F(Program, ReportsFaultsOfRulesAndSolvers) {
+  write("my.rules", "\n rewrite(bvnot(t), ) >> u\n");
+  const Result wrong = run("$quarv rules check my.rules");
+  EXPECT_EQ(wrong.status, 1);
+  EXPECT_EQ(wrong.err, "my.rules:2:25: error: the variable \"u\" of the result is not bound\n");
+  const std::string rule = "rewrite(bvnot(bvnot(t)), ) >> t\n";
+  for (const char* solver : {"true", "cat", "false"}) {
+    const Result r = run("$quarv rules check - --solver '" + std::string(solver) + "'", rule);
+    EXPECT_EQ(r.status, 1) << solver;
+    EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+    EXPECT_TRUE(has(r.err, "quarv: error: the solver " + std::string(solver) + ' ')) << r.err;
+  }
+  EXPECT_EQ(run("PATH=. $quarv rules check - --solver cvc5", rule).err,
+            "quarv: error: the solver cvc5 cannot be run: No such file or directory\n");
+  // A solver that never answers is not waited for.
+  const Result silent = run("$quarv rules check - --timeout 0.001 --solver 'sleep 100'", rule);
+  EXPECT_EQ(silent.status, 1);
+  EXPECT_TRUE(has(silent.out, "undecided for widths 1-4\n")) << silent.out;
+}
+
+}  // namespace

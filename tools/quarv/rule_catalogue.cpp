@@ -1,0 +1,48 @@
+#include "rule_catalogue.h"
+
+#include "input.h"
+#include <quarv/rules/bitvector_rules.h>
+#include <quarv/rules/term_normalizer.h>
+#include <quarv/smtlib/error.h>
+
+namespace quarv::cli {
+
+std::vector<rules::Rule> standard_rules() {
+  TermNormalizer normalizer;
+  register_bitvector_rules(&normalizer);
+  std::vector<rules::Rule> all;
+  for (std::size_t i = 0; i < normalizer.num_rules(); ++i) {
+    all.push_back(rules::parse_rule(normalizer.get_rule(i).get_signature()));
+  }
+  return all;
+}
+
+std::vector<rules::Rule> rules_of_file(const std::string& file) {
+  const Input input(file);
+  try {
+    return rules::parse_rules(input.text());
+  } catch (const rules::RuleError& e) {
+    throw smtlib::Error(input.name(), e.line(), e.column(), e.reason());
+  }
+}
+
+const char* known_counterexample(std::size_t number) {
+  switch (number) {
+    case 46:
+      return "t = 0: the quotient is all ones";
+    case 144:
+      return "t1 = 2, t2 = 1, t3 = 0";
+    case 179:
+    case 180:
+      return "n = 0 and t all ones";
+    default:
+      return nullptr;
+  }
+}
+
+std::size_t proved_up_to(std::size_t number) {
+  constexpr std::size_t repeated_shift = 67;
+  return number == repeated_shift ? 32 : 64;
+}
+
+}  // namespace quarv::cli

@@ -1,0 +1,78 @@
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "output.h"
+#include "rule_catalogue.h"
+#include <quarv/rules/rule_reading.h>
+
+namespace quarv::cli {
+
+namespace {
+
+/// What `quarv rules check` last said.
+std::string soundness(std::size_t number) {
+  constexpr const char* solver = "z3 4.8.12, November 2026";
+  if (const char* const reason = known_counterexample(number)) {
+    return fmt::format("no: {} ({}); quarv simplify does not apply it there", reason, solver);
+  }
+  return fmt::format("yes: proved for widths 1 to 5 and larger ones up to {} ({})", proved_up_to(number),
+                     solver);
+}
+
+void list() {
+  Output output("-");
+  std::size_t number = 0;
+  for (const rules::Rule& rule : standard_rules()) {
+    ++number;
+    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", number,
+                                   known_counterexample(number) == nullptr ? ' ' : '!',
+                                   SymbolTag::name(rule.applicant()), rule.text);
+  }
+  output.stream() << "! does not hold for all values: quarv rules show N tells more\n";
+  output.commit();
+}
+
+void show(std::size_t number) {
+  const rules::Rule rule = standard_rules()[number - 1];
+  Output output("-");
+  const auto line = [&output](const char* name, const std::string& value) {
+    output.stream() << fmt::format("{:<10} {}\n", name, value);
+  };
+  line("number", std::to_string(number));
+  line("applicant", std::string(SymbolTag::name(rule.applicant())));
+  line("text", rule.text);
+  line("class", class_name(rule));
+  line("sound", soundness(number));
+  line("reads", reading(rule));
+  output.commit();
+}
+
+}  // namespace
+
+void add_rules(CLI::App& program, int& status) {
+  CLI::App& command = *program.add_subcommand("rules", "Show and check rewrite rules");
+  command.require_subcommand(1);
+  CLI::App& list_command = *command.add_subcommand("list", "All standard rules: number, operator, text");
+  list_command.callback([&status] {
+    list();
+    status = success;
+  });
+  CLI::App& show_command = *command.add_subcommand("show", "All that is known of a standard rule");
+  const auto number = std::make_shared<std::size_t>();
+  show_command.add_option("N", *number, "Number of the rule, from 1")
+      ->type_name("")
+      ->required()
+      ->check(CLI::Range(std::size_t{1}, standard_rules().size()).description(""));
+  show_command.callback([number, &status] {
+    show(*number);
+    status = success;
+  });
+  add_rules_check(command, status);
+}
+
+}  // namespace quarv::cli

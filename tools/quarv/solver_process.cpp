@@ -1,0 +1,158 @@
+#include "solver_process.h"
+
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
+#include <vector>
+
+extern char** environ;
+
+namespace quarv::cli {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+std::vector<std::string> command_line(const std::string& solver) {
+  if (solver == "z3") return {"z3", "-in"};
+  if (solver == "cvc5") return {"cvc5", "--incremental", "--lang=smt2"};
+  return {"/bin/sh", "-c", "exec " + solver};
+}
+
+/// Waits until the descriptor is ready; false when the time is over.
+bool wait_for(int descriptor, short events, Clock::time_point deadline) {
+  for (;;) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    pollfd entry = {descriptor, events, 0};
+    const int ready = poll(&entry, 1, left > 0 ? static_cast<int>(left) + 1 : 0);
+    if (ready > 0) return true;
+    if (ready == 0) return false;
+    if (errno != EINTR) throw std::system_error(errno, std::generic_category(), "cannot wait for the solver");
+  }
+}
+
+/// The length of the first answer in `text`: a word on a line, or a term with its parentheses closed.
+std::size_t answer_length(const std::string& text) {
+  std::size_t depth = 0;
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == '"') quoted = !quoted;
+    if (quoted) continue;
+    if (text[i] == '(') ++depth;
+    if (text[i] == ')' && depth > 0) --depth;
+    if (text[i] == '\n' && depth == 0) return i + 1;
+  }
+  return std::string::npos;
+}
+
+}  // namespace
+
+void SolverProcess::fail(const std::string& reason) {
+  stop();
+  throw std::runtime_error("the solver " + solver_ + ' ' + reason);
+}
+
+void SolverProcess::start() {
+  // Closed in every process that is started meanwhile, so that each solver sees the end of its input.
+  std::array<int, 2> input{}, output{};
+  if (pipe2(input.data(), O_CLOEXEC) != 0) fail("cannot be run: no pipe");
+  FileDescriptor child_in(input[0]);
+  to_ = FileDescriptor(input[1]);
+  if (pipe2(output.data(), O_CLOEXEC) != 0) fail("cannot be run: no pipe");
+  from_ = FileDescriptor(output[0]);
+  FileDescriptor child_out(output[1]);
+  fcntl(input[1], F_SETFL, O_NONBLOCK);
+
+  std::vector<std::string> words = command_line(solver_);
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  arguments.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+  const int error = posix_spawnp(&process_, arguments[0], &actions, nullptr, arguments.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (error != 0) {
+    process_ = -1;
+    fail("cannot be run: " + std::generic_category().message(error));
+  }
+}
+
+void SolverProcess::stop() noexcept {
+  if (process_ > 0) {
+    kill(process_, SIGKILL);
+    while (waitpid(process_, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  }
+  process_ = -1;
+  to_ = FileDescriptor();
+  from_ = FileDescriptor();
+  received_.clear();
+}
+
+bool SolverProcess::send(const std::string& text, Clock::time_point deadline) {
+  for (std::size_t sent = 0; sent < text.size();) {
+    if (!wait_for(to_.get(), POLLOUT, deadline)) return false;
+    const ssize_t n = write(to_.get(), text.data() + sent, text.size() - sent);
+    if (n > 0) {
+      sent += static_cast<std::size_t>(n);
+    } else if (errno == EPIPE) {
+      fail("ended before it had answered");
+    } else if (errno != EINTR && errno != EAGAIN) {
+      fail("cannot be written to: " + std::generic_category().message(errno));
+    }
+  }
+  return true;
+}
+
+bool SolverProcess::receive(std::string& answer, Clock::time_point deadline) {
+  std::size_t length;
+  while ((length = answer_length(received_)) == std::string::npos) {
+    if (!wait_for(from_.get(), POLLIN, deadline)) return false;
+    std::array<char, 4096> buffer;
+    const ssize_t n = read(from_.get(), buffer.data(), buffer.size());
+    if (n == 0) fail("ended before it had answered");
+    if (n > 0) received_.append(buffer.data(), static_cast<std::size_t>(n));
+  }
+  answer = received_.substr(0, length - 1);
+  received_.erase(0, length);
+  return true;
+}
+
+SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chrono::milliseconds limit) {
+  if (process_ < 0) start();
+  const Clock::time_point deadline = Clock::now() + limit;
+  std::string answer;
+  if (!send("(reset)\n(set-option :produce-models true)\n(set-logic QF_BV)\n" + commands + "(check-sat)\n",
+            deadline) ||
+      !receive(answer, deadline)) {
+    stop();
+    return Answer::unknown;
+  }
+  if (answer == "sat") return Answer::sat;
+  if (answer == "unsat") return Answer::unsat;
+  if (answer == "unknown" || answer == "timeout") return Answer::unknown;
+  fail("answered " + answer);
+}
+
+std::string SolverProcess::value(const std::string& term) {
+  constexpr std::chrono::seconds limit(60);
+  const Clock::time_point deadline = Clock::now() + limit;
+  std::string answer;
+  if (!send("(get-value (" + term + "))\n", deadline) || !receive(answer, deadline)) fail("gave no model");
+  // "((term value))": the value has no parentheses.
+  const std::size_t begin = answer.find_last_of(" \n");
+  const std::size_t end = answer.find(')', begin == std::string::npos ? 0 : begin);
+  if (begin == std::string::npos || end == std::string::npos) fail("answered " + answer);
+  return answer.substr(begin + 1, end - begin - 1);
+}
+
+}  // namespace quarv::cli
