@@ -16,12 +16,12 @@ namespace {
 
 /// What `quarv rules check` last said.
 std::string soundness(std::size_t number) {
-  constexpr const char* solver = "z3 4.8.12, November 2026";
+  constexpr const char* solvers = "z3 4.8.12 or cvc5 1.0.3, November 2026";
   if (const char* const reason = known_counterexample(number)) {
-    return fmt::format("no: {} ({}); quarv simplify does not apply it there", reason, solver);
+    return fmt::format("no: {} ({}); quarv simplify does not apply it there", reason, solvers);
   }
   return fmt::format("yes: proved for widths 1 to 5 and larger ones up to {} ({})", proved_up_to(number),
-                     solver);
+                     solvers);
 }
 
 void list() {
