@@ -39,6 +39,7 @@ class Result:
     is_fixed_point: bool = False
     accepted: dict = dataclasses.field(default_factory=dict)  # by solver: "yes", "no", or "input" when it fails too
     num_assertions: int = 0
+    num_same_text: int = 0  # of the assertions: nothing was to be proved
     verdicts: collections.Counter = dataclasses.field(default_factory=collections.Counter)  # of assertions
     failures: list = dataclasses.field(default_factory=list)
     notes: list = dataclasses.field(default_factory=list)
@@ -130,6 +131,7 @@ class Check:
     def _note(query, verdict, result):
         if query.is_assertion:
             result.verdicts[verdict.word] += 1
+            result.num_same_text += query.is_same_text
         if verdict.word == REFUTED:
             result.failures.append(f"REFUTED: {query.label}\n    input  {shorten(query.before, 400)}\n"
                                    f"    output {shorten(query.after, 400)}\n    model  {shorten(verdict.detail, 600)}")
@@ -190,8 +192,10 @@ def print_table(results):
                          ("files with quantifiers", [r for r in results if r.has_quantifiers])):
         total = sum(r.num_assertions for r in chosen)
         proved = sum(r.verdicts[PROVED] for r in chosen)
+        same = sum(r.num_same_text for r in chosen)
         if total:
-            print(f"Proved in {len(chosen)} {text}: {proved} of {total} assertions, {100 * proved / total:.2f} %.")
+            print(f"Proved in {len(chosen)} {text}: {proved} of {total} assertions, {100 * proved / total:.2f} %; "
+                  f"{same} of them are the same text.")
 
 
 def sample_of(files, size):

@@ -1,7 +1,9 @@
 """z3 and cvc5 as programs: do they accept a script, and what do they answer to the queries of a comparison?"""
 
 import dataclasses
+import os
 import subprocess
+import tempfile
 import time
 
 from comparison import Query
@@ -14,6 +16,7 @@ VERDICTS = (PROVED, REFUTED, UNDECIDED, UNSUPPORTED)
 SILENT_WITHOUT = {"check-sat", "check-sat-assuming", "get-model", "get-value", "get-proof", "get-unsat-core",
                   "get-unsat-assumptions", "get-assignment", "get-assertions", "get-info", "get-option", "echo",
                   "simplify"}
+START_SECONDS = 20  # more than a solver needs to read what comes before the first query
 OUT_OF_RESOURCES = ("cancel", "timeout", "out of memory", "interrupted")
 
 
@@ -47,7 +50,7 @@ class Solver:
         file.write_text("\n".join(kept) + "\n", encoding="latin-1")
         text, status = _run([*arguments, str(file)], seconds)
         if status is None:
-            return f"not parsed within {seconds} s"
+            return f"killed by a signal or not done within {seconds} s"
         errors = [line for line in text.splitlines() if "error" in line.lower()]
         if errors:
             return errors[0]
@@ -76,7 +79,9 @@ class Solver:
 
     def _run_session(self, comparison, queries, file, seconds, with_model=False):
         file.write_text(self.session(comparison, queries, with_model), encoding="latin-1")
-        return _run([*self._session_command(), str(file)], seconds)[0]
+        # A solver may overrun its own limit, in preprocessing for instance, even for ever.
+        silence = 2 * self._query_limit / 1000 + START_SECONDS
+        return _run([*self._session_command(), str(file)], seconds, silence)[0]
 
     def session(self, comparison, queries, with_model=False):
         """The script that asks these queries, each between two marks that carry its number."""
@@ -110,7 +115,7 @@ def _answers(text):
         else:
             answer.append(line)
     if number is not None:
-        verdicts[number] = _verdict(answer or ["the solver ended"])
+        verdicts[number] = _verdict(answer or ["the solver gave no answer"])
         return verdicts, None
     return verdicts, " ".join(answer)[:200] or "the solver ended"
 
@@ -125,10 +130,22 @@ def _verdict(answer):
     return Verdict(REFUTED if "sat" in answer else UNDECIDED, " ".join(answer)[:200])
 
 
-def _run(command, seconds):
-    """Standard output and error together, and the exit status: None when time was up."""
-    try:
-        done = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=max(seconds, 0.1))
-        return done.stdout.decode("latin-1"), done.returncode
-    except subprocess.TimeoutExpired as late:
-        return (late.stdout or b"").decode("latin-1"), None
+def _run(command, seconds, silence=None):
+    """Standard output and error together, and the exit status: None when the program had to be killed, because time
+    was up or, for so many seconds, it had said nothing more."""
+    with tempfile.TemporaryFile() as output:
+        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
+        end, size, heard = time.monotonic() + seconds, 0, time.monotonic()
+        while process.poll() is None:
+            try:
+                process.wait(0.5)
+            except subprocess.TimeoutExpired:
+                now, said = time.monotonic(), os.fstat(output.fileno()).st_size
+                heard, size = (now, said) if said != size else (heard, size)
+                if now > end or (silence is not None and now - heard > silence):
+                    process.kill()
+                    process.wait()
+                    break
+        output.seek(0)
+        text = output.read().decode("latin-1")
+    return text, process.returncode if process.returncode >= 0 else None
