@@ -48,6 +48,24 @@ TEST_F(Program, SimplifiesEmptyInput) {
   EXPECT_EQ(r.out + r.err, "");
 }
 
+TEST_F(Program, WritesTraces) {
+  write("in.smt2", "(declare-const p Bool)\n(assert (not (not p)))\n(check-sat)\n");
+  const Result r = run("$quarv simplify in.smt2 --trace steps.jsonl");
+  EXPECT_EQ(r.out, simplified);
+  EXPECT_EQ(r.err, "");
+  std::istringstream lines(read("steps.jsonl"));
+  std::size_t steps = 0;
+  for (std::string line; std::getline(lines, line);) steps += nlohmann::json::parse(line).contains("step");
+  EXPECT_EQ(steps, 1u);
+  EXPECT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace -").out, read("steps.jsonl"));
+  EXPECT_EQ(read("out.smt2"), simplified);
+  EXPECT_EQ(run("$quarv simplify in.smt2 --trace -").status, 2);
+  EXPECT_EQ(run("$quarv simplify in.smt2 --trace nowhere/steps.jsonl").status, 1);
+  write("bad.smt2", "(assert p)");
+  EXPECT_EQ(run("$quarv simplify bad.smt2 --trace steps.bad").status, 1);
+  EXPECT_FALSE(fs::exists(path("steps.bad")));
+}
+
 TEST_F(Program, WritesSharingAsAsked) {
   const std::string shared = "(let ((y (f (f (f x 1) 2) (f x 3)))) (f (f y y) (f y 4)))";
   const std::string input = "(declare-fun f (Int Int) Int)\n(declare-const x Int)\n(assert (= 0 " + shared +

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <cstdio>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@ namespace {
 struct Arguments {
   std::string input = "-";
   std::string output = "-";
+  std::string trace;  // empty: none
   std::string stats;  // empty, "text" or "json"
   bool no_rules = false;
   bool standard = false;
@@ -62,8 +64,11 @@ void simplify(const Arguments& arguments) {
 
   const Input input(arguments.input);
   Output output(arguments.output);
+  std::optional<Output> trace;
+  if (!arguments.trace.empty()) options.trace = &trace.emplace(arguments.trace).stream();
   const smtlib::SimplifyReport report =
       smtlib::simplify_script(input.text(), input.name(), output.stream(), options);
+  if (trace) trace->commit();
   output.commit();
   if (!stats) return;
 
@@ -91,6 +96,11 @@ void add_simplify(CLI::App& program, int& status) {
       .add_flag("--stats{text}", arguments->stats,
                 "Print on standard error what was done and what it took; --stats=json: for programs")
       ->check(CLI::IsMember({"text", "json"}).description(""));
+  command
+      .add_option("--trace", arguments->trace,
+                  "Write down every step by which the input was simplified, one JSON object a line; - is "
+                  "standard output (with -o). Further rounds over the output are not traced")
+      ->type_name("FILE");
   CLI::Option* const no_rules =
       command.add_flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
   command
@@ -115,6 +125,9 @@ void add_simplify(CLI::App& program, int& status) {
       ->check(CLI::IsMember({"auto", "let", "none"}).description(""))
       ->capture_default_str();
   command.callback([arguments, &status] {
+    if (arguments->trace == arguments->output) {
+      throw CLI::ValidationError("--trace", "the script and its trace cannot be written to the same place");
+    }
     try {
       simplify(*arguments);
       status = success;

@@ -188,11 +188,13 @@ void Reader::set_input(std::string_view text, std::string file) {
   keep_text_ = true;
 }
 
-Script Reader::read(std::string_view text, std::string file) {
+Script Reader::read(std::string_view text, std::string file,
+                    const std::function<void(const Script&)>& command_read) {
   set_input(text, std::move(file));
   keep_text_ = false;
   Script script;
   while (next_command(script)) {
+    if (command_read) command_read(script);
   }
   return script;
 }

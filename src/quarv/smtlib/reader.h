@@ -39,7 +39,9 @@ class Reader {
 
   /// Reads all commands of `text`. The script's commands refer to `text`, which must outlive them, and to
   /// this reader. `file` is for messages. Throws Error; the script read so far is lost.
-  Script read(std::string_view text, std::string file);
+  /// `command_read`, if any, is called after each command with the script that ends in it.
+  Script read(std::string_view text, std::string file,
+              const std::function<void(const Script&)>& command_read = {});
 
   /// For interactive use: what `next_command` reads from now on. Declarations of earlier input stay.
   void set_input(std::string_view text, std::string file);

@@ -95,7 +95,7 @@ void ScriptWriter::write_own(Node n) {
     printed_children(m_, n, parts_);
   }
   out_.put('(');
-  write_head(m_, t, out_);
+  write_head(m_, t->symbol, out_);
   items_.push_back({Item::rest, n, first, first, static_cast<std::uint32_t>(parts_.size())});
 }
 

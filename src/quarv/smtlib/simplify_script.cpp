@@ -4,6 +4,7 @@
 
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/trace.h>
 
 namespace quarv::smtlib {
 
@@ -68,6 +69,26 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
 
 }  // namespace
 
+namespace {
+
+/// Reads the script that the user gave, under the eyes of those who want to know what happens.
+Script read_observed(Session& session, std::string_view text, const std::string& file,
+                     const SimplifyOptions& options) {
+  if (options.trace == nullptr) {
+    session.simplifier().set_observer(options.observer);
+    return session.read(text, file);
+  }
+  StdTermSimplifier& simplifier = session.simplifier();
+  Trace trace(session.manager(), simplifier.normalizer, *options.trace, options.observer);
+  simplifier.set_observer(&trace);
+  Script script = session.read(text, file, [&trace](const Script& s) { trace.command_read(s); });
+  simplifier.set_observer(nullptr);
+  trace.finish();
+  return script;
+}
+
+}  // namespace
+
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                const SimplifyOptions& options) {
   // The order of creation decides how commutative operations and sums look. When the printed text creates its
@@ -79,10 +100,10 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   std::string previous;
   for (;; ++report.rounds) {
     Session session(options);
-    // A further round repeats what the first one did.
-    if (report.rounds == 1) session.simplifier().set_observer(options.observer);
     const auto start = std::chrono::steady_clock::now();
-    const Script script = session.read(text, file);
+    // A further round repeats what the first one did.
+    const Script script =
+        report.rounds == 1 ? read_observed(session, text, file, options) : session.read(text, file);
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <iosfwd>
 #include <memory>
 #include <span>
 #include <string>
@@ -23,8 +25,9 @@ struct SimplifyOptions {
   bool standard = false;  ///< the plain layer instead of strict SMT-LIB semantics
   Sharing sharing = Sharing::automatic;
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
-  std::vector<RuleFile> extra_rules;           ///< to be tried after the standard rules
-  std::vector<std::string> disabled_rules;     ///< numbers from 1, the standard rules first, or texts
+  std::ostream* trace = nullptr;      ///< gets the Trace of how the input, as it is given, is simplified
+  std::vector<RuleFile> extra_rules;  ///< to be tried after the standard rules
+  std::vector<std::string> disabled_rules;  ///< numbers from 1, the standard rules first, or texts
 };
 
 /// A script together with all that it needs: the manager of its terms, the simplifiers, the reader with its
@@ -43,7 +46,10 @@ class Session {
   Reader& reader() noexcept { return *reader_; }
 
   /// Reads and simplifies all commands. `text` must outlive the script. Throws Error.
-  Script read(std::string_view text, std::string file) { return reader_->read(text, std::move(file)); }
+  Script read(std::string_view text, std::string file,
+              const std::function<void(const Script&)>& command_read = {}) {
+    return reader_->read(text, std::move(file), command_read);
+  }
 
  private:
   const Term* normalized(const Term* t);
@@ -67,8 +73,9 @@ struct SimplifyReport {
 };
 
 /// Reads `text`, simplifies it and prints it to `out`. The output is a fixed point: reading and printing it
-/// gives the same text. Throws Error for faults of the input and of rule files, UnknownRule, and
-/// std::runtime_error when the stream fails; something may have been written then.
+/// gives the same text; to that end the text may be simplified in several rounds, of which observer and trace
+/// see the first: what became of the input. Throws Error for faults of the input and of rule files,
+/// UnknownRule, and std::runtime_error when the stream fails; something may have been written then.
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                const SimplifyOptions& options = {});
 

@@ -156,8 +156,7 @@ void write_to_format(OutputBuffer& out, std::string_view name, std::size_t ew, s
 
 }  // namespace
 
-void write_head(const TermManager& m, const Term* t, OutputBuffer& out) {
-  const Symbol* s = t->symbol;
+void write_head(const TermManager& m, const Symbol* s, OutputBuffer& out) {
   const SymbolTag::tag tag = m.get_tag(s);
   std::size_t a, b, c, d;
   switch (tag) {

@@ -42,7 +42,7 @@ void write_constant(const TermManager& m, Node n, OutputBuffer& out);
 
 /// What stands between an application's opening parenthesis and its first argument: "bvadd", "(_ extract 7
 /// 0)".
-void write_head(const TermManager& m, const Term* t, OutputBuffer& out);
+void write_head(const TermManager& m, const Symbol* s, OutputBuffer& out);
 
 /// An integer as a numeral, "(- n)" when negative.
 void write_integer(const QNumber& value, OutputBuffer& out, bool as_real);
