@@ -1,17 +1,22 @@
-# What every target of the project shares: the language, the warnings, the sanitizers.
+# What the targets of the project share: the language, the warnings, the sanitizers.
 find_program(QUARV_CCACHE ccache)
 if(QUARV_CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${QUARV_CCACHE})
 endif()
 
-add_library(quarv_options INTERFACE)
-target_compile_features(quarv_options INTERFACE cxx_std_20)
-target_compile_options(quarv_options INTERFACE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
+# For programs that run only during the build.
+add_library(quarv_warnings INTERFACE)
+target_compile_features(quarv_warnings INTERFACE cxx_std_20)
+target_compile_options(quarv_warnings INTERFACE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual)
 # g++ 12 reports overlapping copies inside std::string concatenation that cannot happen (its bug 105651).
-target_compile_options(quarv_options INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+target_compile_options(quarv_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 if(QUARV_WERROR)
-  target_compile_options(quarv_options INTERFACE -Werror)
+  target_compile_options(quarv_warnings INTERFACE -Werror)
 endif()
+
+# For everything else.
+add_library(quarv_options INTERFACE)
+target_link_libraries(quarv_options INTERFACE quarv_warnings)
 if(QUARV_SANITIZE)
   target_compile_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE} -fno-sanitize-recover=all
                                                  -fno-omit-frame-pointer)
