@@ -9,6 +9,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -80,6 +81,16 @@ class MpfrNumbers {
   std::unique_ptr<mpfr_t[]> values_;
 };
 
+/// What precedes each operation below: IEEEFloat's operators work in place, on a copy of the left operand.
+struct Copy {
+  static constexpr const char* name = "copy";
+  static void apply(IEEEFloat&, const IEEEFloat&) {}
+  static int apply(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr) { return mpfr_set(r, x, MPFR_RNDN); }
+  template <class Real>
+  static Real apply(Real x, Real) {
+    return x;
+  }
+};
 struct Add {
   static constexpr const char* name = "add";
   static void apply(IEEEFloat& x, const IEEEFloat& y) { x += y; }
@@ -208,6 +219,7 @@ void register_operation() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  register_operation<Copy>();
   register_operation<Add>();
   register_operation<Mul>();
   register_operation<Div>();

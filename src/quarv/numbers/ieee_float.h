@@ -223,6 +223,8 @@ class IEEEFloat {
   template <class Operation, class... Arguments>
   auto with_layout(Operation operation, Arguments&... arguments) const;
   template <class Operation, class... Arguments>
+  [[gnu::noinline]] auto with_quad_layout(Operation operation, Arguments&... arguments) const;
+  template <class Operation, class... Arguments>
   [[gnu::noinline]] auto with_other_layout(Operation operation, Arguments&... arguments) const;
   template <class Operation, class... Arguments>
   [[gnu::noinline]] auto with_fixed_layout(Operation operation, Arguments&... arguments) const;

@@ -66,8 +66,10 @@ void IEEEFloat::store_number(const Bits& bits) {
   } else {
     const auto words =
         swflt::convert_significand<swflt::WideUInt<sizeof(Bits) / sizeof(std::uint64_t)>>(bits);
-    mpz_t integer;
-    number_.set_integer(mpz_roinit_n(integer, words.word.data(), words.words));
+    int size = words.words;
+    while (size > 0 && words.word[static_cast<std::size_t>(size) - 1] == 0) --size;
+    const mpz_t integer = MPZ_ROINIT_N(const_cast<mp_limb_t*>(words.word.data()), size);
+    number_.set_integer(integer);
   }
 }
 
@@ -120,10 +122,16 @@ void IEEEFloat::store_any(const Bits& bits) {
 template <class Operation, class... Arguments>
 auto IEEEFloat::with_layout(Operation operation, Arguments&... arguments) const {
   using namespace swflt;
-  // The common formats come first, compiled into the caller.
+  // The common formats come first; those of one word are compiled into the caller.
   if (format_ == format{11, 52}) return operation(Access<DoubleLayout, word64>{}, arguments...);
   if (format_ == format{8, 23}) return operation(Access<SingleLayout, word32>{}, arguments...);
+  if (format_ == format{15, 112}) return with_quad_layout(operation, arguments...);
   return with_other_layout(operation, arguments...);
+}
+
+template <class Operation, class... Arguments>
+auto IEEEFloat::with_quad_layout(Operation operation, Arguments&... arguments) const {
+  return operation(Access<swflt::QuadLayout, fixed_number>{}, arguments...);
 }
 
 template <class Operation, class... Arguments>
@@ -149,7 +157,6 @@ auto IEEEFloat::with_other_layout(Operation operation, Arguments&... arguments) 
 template <class Operation, class... Arguments>
 auto IEEEFloat::with_fixed_layout(Operation operation, Arguments&... arguments) const {
   using namespace swflt;
-  if (format_ == format{15, 112}) return operation(Access<QuadLayout, fixed_number>{}, arguments...);
   if (fits_layout<DoubleWordLayout>(format_)) {
     return operation(Access<DoubleWordLayout, fixed_number>{make_layout<DoubleWordLayout>(format_)},
                      arguments...);

@@ -26,7 +26,7 @@ void set_sum(mpz_ptr sum, mpz_srcptr x, mpz_srcptr y) {
 
 // Whether an integer may be a word of a small number.
 bool fits_small(mpz_srcptr x) {
-  return mpz_fits_slong_p(x) != 0 && mpz_cmp_si(x, LONG_MIN) != 0;
+  return mpz_size(x) < 2 && mpz_fits_slong_p(x) != 0 && mpz_cmp_si(x, LONG_MIN) != 0;
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ template <class L>
 template <class L>
 typename L::Bits add(const L& f, rounding_mode mode, const typename L::Bits& a, const typename L::Bits& b) {
   using S = typename L::Bits;
-  const bool swap = f.magnitude(a) < f.magnitude(b);
+  const bool swap = is_less(f.magnitude(a), f.magnitude(b));
   const S high = select(swap, b, a), low = select(swap, a, b);
   const S mh = f.magnitude(high), ml = f.magnitude(low);
   if (!f.is_finite(mh)) [[unlikely]]

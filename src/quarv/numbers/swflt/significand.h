@@ -200,6 +200,16 @@ unsigned shift_out(S& s, BitCount count) {
   return half << 1 | sticky;
 }
 
+/// x < y, for fixed-size integers whose top bits are clear.
+template <class S>
+bool is_less(const S& x, const S& y) {
+  if constexpr (std::integral<S>) {
+    return (x - y) >> (bits_of<S> - 1) != 0;
+  } else {
+    return x < y;
+  }
+}
+
 /// condition ? x : y, without a branch where that is possible.
 template <class S>
 S select(bool condition, const S& x, const S& y) {
