@@ -1,10 +1,9 @@
-#include <cstdlib>
-
 #include <gtest/gtest.h>
 
 #include "random_terms.h"
 #include "rule_table.h"
 #include "support/bv_eval.h"
+#include "support/test_scale.h"
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/simpl/register_standard_simplifications.h>
@@ -13,11 +12,6 @@
 
 namespace quarv {
 namespace {
-
-std::size_t scale() {
-  const char* text = std::getenv("QUARV_TEST_SCALE");
-  return text == nullptr ? 1 : static_cast<std::size_t>(std::atol(text));
-}
 
 /// The rules that do not keep the value of every term, counted from 0.
 constexpr std::size_t unsound_rules[] = {45, 143, 178, 179};
@@ -43,7 +37,7 @@ TEST_P(NormalForm, HasTheValueOfTheTerm) {
   const std::size_t width = GetParam();
   constexpr std::size_t max_width = 6;
   constexpr std::size_t batch = 50;
-  const std::size_t num_batches = 20 * scale();
+  const std::size_t num_batches = 20 * static_cast<std::size_t>(test_scale());
   const auto assignments = BvEvaluator::all_assignments({width, width});
   std::uint64_t cycles = 0;
   for (std::size_t i = 0; i < num_batches; ++i) {
@@ -70,7 +64,7 @@ TEST_P(NormalForm, HasTheValueOfTheTerm) {
 INSTANTIATE_TEST_SUITE_P(Widths, NormalForm, testing::Range<std::size_t>(1, 7));
 
 TEST(NormalForms, AreFixedPointsAlsoWithoutTheCache) {
-  for (std::size_t i = 0; i < 100 * scale(); ++i) {
+  for (std::size_t i = 0; i < 100 * static_cast<std::size_t>(test_scale()); ++i) {
     Layer layer(true);
     RandomTerms terms(&layer.mgr, 1 + i % 40, 40, static_cast<unsigned>(i));
     for (std::size_t j = 0; j < 20; ++j) {
@@ -89,7 +83,7 @@ TEST(CompiledRules, AgreeWithInterpretedOnesOnRandomTerms) {
     interpreted.push_back(std::make_unique<rules::InterpretedRule>(rules::parse_rule(row.signature)));
   }
   std::size_t fired = 0;
-  for (std::size_t i = 0; i < 50 * scale(); ++i) {
+  for (std::size_t i = 0; i < 50 * static_cast<std::size_t>(test_scale()); ++i) {
     TermManager mgr;
     RandomTerms terms(&mgr, 1 + i % 70, 70, static_cast<unsigned>(i));
     for (std::size_t j = 0; j < 200; ++j) {

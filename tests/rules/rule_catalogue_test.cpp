@@ -1,4 +1,3 @@
-#include <cstdlib>
 #include <map>
 #include <set>
 #include <string>
@@ -8,6 +7,7 @@
 #include "rule_candidates.h"
 #include "rule_table.h"
 #include "support/bv_eval.h"
+#include "support/test_scale.h"
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/rules/rule_language.h>
@@ -18,11 +18,6 @@ namespace quarv {
 namespace {
 
 constexpr std::size_t max_width = 70;
-
-std::size_t scale() {
-  const char* text = std::getenv("QUARV_TEST_SCALE");
-  return text == nullptr ? 1 : static_cast<std::size_t>(std::atol(text));
-}
 
 /// Rules that do not keep the value of every term.
 bool is_unsound(int number) {
@@ -111,7 +106,7 @@ class RuleCatalogue : public testing::TestWithParam<int> {
 };
 
 TEST_P(RuleCatalogue, FiresExactlyWhenItsTextSaysSo) {
-  const std::size_t tries = 40 * scale();
+  const std::size_t tries = 40 * static_cast<std::size_t>(test_scale());
   RuleCandidates candidates(&mgr_, interpreted_.rule(), static_cast<unsigned>(GetParam()));
   for (std::size_t width = 1; width <= max_width; ++width) {
     bool fired = false;
