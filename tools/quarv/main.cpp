@@ -18,6 +18,8 @@ constexpr const char* examples = R"(Examples:
   quarv simplify query.smt2                 print the simplified script
   quarv simplify query.smt2 -o small.smt2   write it to a file, as a whole or not at all
   quarv simplify - --stats < query.smt2     read standard input; say what was done
+  quarv simplify query.smt2 -o small.smt2 --trace steps && quarv replay steps
+                                            check every step that was made
   quarv repl                                simplify terms as they are typed
   quarv rules check my.rules                let z3 say whether rules hold
 
@@ -55,6 +57,7 @@ int run(int argc, char** argv) {
   int status = quarv::cli::success;
   quarv::cli::add_simplify(program, status);
   quarv::cli::add_repl(program, status);
+  quarv::cli::add_replay(program, status);
   quarv::cli::add_rules(program, status);
   try {
     program.parse(argc, argv);

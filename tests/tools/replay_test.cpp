@@ -1,0 +1,206 @@
+/// \file
+/// Traces are checked: right ones are justified, and what is wrong in a trace is found.
+#include <functional>
+#include <set>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "program_fixture.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// Steps of every theory but floating point.
+const std::string script = R"((declare-const x (_ BitVec 8))
+(declare-const y (_ BitVec 8))
+(declare-const i Int)
+(declare-const j Int)
+(declare-const r Real)
+(declare-const p Bool)
+(declare-const a (Array Int Int))
+(declare-fun f (Int) Int)
+(assert (= (bvadd x #x00) (bvmul y (bvnot #xff))))
+(assert (= x (bvmul #x04 (bvsub y x))))
+(assert (= ((_ rotate_left 3) #xd1) (bvashr x (bvsdiv #xf0 #x03))))
+(assert (= (concat x y) (concat ((_ sign_extend 4) #xa) (bvurem #x35 #x0a))))
+(assert (bvult (bvand y x) ((_ zero_extend 4) ((_ extract 6 3) x))))
+(assert (or (<= (+ i i 3) (* 2 (f (+ j i i 1)))) (not (not p))))
+(assert (ite (< (* 6 i) (+ (* 9 j) 5)) (= (* 3 r) 2.0) (= (* 2 i) (+ 7 (* 4 j)))))
+(assert (= (to_int (+ r 2.5 (to_real i))) (mod (+ i 17) 5)))
+(assert (= (select (store (store a i 1) i 2) (+ j 1 i)) (select ((as const (Array Int Int)) 4) 3)))
+(assert (= (store ((as const (Array Int Int)) 1) 3 4) (store ((as const (Array Int Int)) 1) 3 5)))
+(assert (= ((_ int2bv 12) (bv2nat x)) ((_ int2bv 12) 5000)))
+)";
+
+class Replay : public Program {
+ protected:
+  std::vector<Json> trace_of(const std::string& text) {
+    write("in.smt2", text);
+    EXPECT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace trace.jsonl").status, 0);
+    std::vector<Json> lines;
+    std::istringstream in(read("trace.jsonl"));
+    for (std::string line; std::getline(in, line);) lines.push_back(Json::parse(line));
+    return lines;
+  }
+
+  Result replay(const std::vector<Json>& lines) {
+    std::string text;
+    for (const Json& line : lines) text += line.dump() + '\n';
+    return run("$quarv replay -", text);
+  }
+
+  /// Each step that `change` changes (it answers whether it did) must be reported, and the trace refused.
+  void expect_caught(const std::function<bool(Json&, const std::vector<Json>&)>& change) {
+    std::vector<Json> lines = trace_of(script);
+    const std::vector<Json> original = lines;
+    std::set<std::uint64_t> changed;
+    for (Json& line : lines) {
+      if (line.contains("step") && change(line, original)) changed.insert(line["step"].get<std::uint64_t>());
+    }
+    EXPECT_FALSE(changed.empty());
+    const Result r = replay(lines);
+    EXPECT_EQ(r.status, 1);
+    for (std::uint64_t step : changed) {
+      EXPECT_NE(r.out.find("step " + std::to_string(step) + " of"), std::string::npos)
+          << lines[step] << " was not caught";
+    }
+  }
+};
+
+TEST_F(Replay, JustifiesWhatTheSimplifierDoes) {
+  const Result r = replay(trace_of(script));
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find(" 0 not checked, 0 not justified\n"), std::string::npos) << r.out;
+  EXPECT_EQ(num_lines(r.out), 1u) << r.out;
+}
+
+TEST_F(Replay, CatchesAnotherResult) {
+  // Any other term of the same sort that is there already.
+  for (std::size_t distance : {1, 2, 5}) {
+    expect_caught([distance](Json& step, const std::vector<Json>& lines) {
+      std::vector<std::uint64_t> terms;
+      std::uint64_t sort = 0;
+      for (const Json& line : lines) {
+        if (line.contains("term") && line.contains("sort") && line["term"] == step["after"])
+          sort = line["sort"];
+      }
+      for (const Json& line : lines) {
+        if (line.contains("step") && line["step"] == step["step"]) break;
+        if (line.contains("term") && line.contains("sort") && line["sort"] == sort)
+          terms.push_back(line["term"]);
+      }
+      const auto own = std::find(terms.begin(), terms.end(), step["after"].get<std::uint64_t>());
+      if (terms.size() <= distance || own == terms.end()) return false;
+      step["after"] = terms[(static_cast<std::size_t>(own - terms.begin()) + distance) % terms.size()];
+      return true;
+    });
+  }
+}
+
+TEST_F(Replay, CatchesAnotherRule) {
+  expect_caught([](Json& step, const std::vector<Json>&) {
+    if (!step.contains("rule")) return false;
+    step["rule"] = step["rule"].get<int>() + 1;
+    return true;
+  });
+  expect_caught([](Json& step, const std::vector<Json>&) {
+    if (!step.contains("rule")) return false;
+    step["rule"] = 3;
+    step["signature"] = "rewrite(bvult(t, 0), (0 == 0)) >> false";
+    return true;
+  });
+  expect_caught([](Json& step, const std::vector<Json>&) {
+    if (!step.contains("rule")) return false;
+    step["signature"] = "rewrite(bvadd(t1, t2), ) >> t1";
+    return true;
+  });
+}
+
+TEST_F(Replay, CatchesAnotherNumber) {
+  std::vector<Json> lines = trace_of("(declare-const x (_ BitVec 8))(assert (= x (bvmul #x07 #x09)))");
+  std::size_t changed = 0;
+  for (Json& line : lines) {
+    if (line.value("value", "") == "63") line["value"] = "64", ++changed;
+  }
+  EXPECT_EQ(changed, 1u);
+  EXPECT_EQ(replay(lines).status, 1);
+  EXPECT_NE(replay(lines).out.find("step 1 of assertion 1: bvmul: not justified\n"), std::string::npos);
+}
+
+TEST_F(Replay, SaysWhatItDoesNotCheck) {
+  const Result r =
+      replay(trace_of("(assert (fp.isNaN (fp.add RNE (fp #b0 #b01111 #b0000000000) (_ +zero 5 11))))"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find("2 steps: 0 justified, 2 not checked, 0 not justified\n"), std::string::npos) << r.out;
+}
+
+TEST_F(Replay, GoesByRulesOfTheUser) {
+  write("own.rules",
+        "rewrite(bvxor(t1, t2), identity(t1, t2)) >> 0\nrewrite(bvor(t, bvnot(t_0)), identity(t, t_0)) >> "
+        "-1\n");
+  write("in.smt2", "(declare-const x (_ BitVec 8))(assert (= x (bvor x (bvnot x))))");
+  ASSERT_EQ(run("$quarv simplify in.smt2 --rules own.rules -o out.smt2 --trace t").status, 0);
+  EXPECT_EQ(run("$quarv replay t --rules own.rules").status, 0)
+      << run("$quarv replay t --rules own.rules").out;
+}
+
+TEST_F(Replay, RefusesRulesThatDoNotHold) {
+  write("in.smt2", R"((declare-const x (_ BitVec 8))
+(assert (= x (bvsdiv x x)))
+(assert (= #xff ((_ zero_extend 0) x)))
+(assert (= #x1ff ((_ zero_extend 4) x)))
+)");
+  ASSERT_EQ(run("$quarv simplify in.smt2 --standard -o out.smt2 --trace t").status, 0);
+  const Result r = run("$quarv replay t");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find("rule 46: not justified: the rule does not hold: t = 0"), std::string::npos) << r.out;
+  ASSERT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace t").status, 0);
+  EXPECT_EQ(run("$quarv replay t").status, 0);
+}
+
+TEST_F(Replay, SurvivesWhatIsNoTrace) {
+  trace_of(script);
+  const std::string text = read("trace.jsonl");
+  for (std::size_t end = 0; end < text.size(); end += 1 + text.size() / 12) {
+    const Result r = run("$quarv replay -", text.substr(0, end) + "{");
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+  }
+  const std::string head = "{\"trace\":\"quarv\",\"version\":1}\n{\"sort\":0,\"name\":\"Bool\"}\n";
+  for (const char* line : {
+           R"json({"term":1,"op":"not","sort":0,"args":[1]})json",
+           R"json({"term":1,"op":"not","sort":1,"args":[]})json",
+           R"json({"term":1,"op":"true","sort":-1})json",
+           R"json({"term":1,"value":"1/0","sort":0})json",
+           R"json({"sort":2,"name":"Bool"})json",
+           R"json({"sort":1,"name":"(_ BitVec x)"})json",
+           R"json({"step":1,"assertion":1,"rule":0,"signature":"","before":1,"after":1})json",
+           R"json({"assertion":1,"term":4})json",
+           "[]",
+           "\"step\"",
+       }) {
+    const Result r = run("$quarv replay -", head + line + '\n');
+    EXPECT_EQ(r.status, 1) << line;
+    EXPECT_EQ(num_lines(r.err), 1u) << line << r.err;
+  }
+  // Operators without the arguments that they must have.
+  std::string odd = head;
+  int name = 0;
+  for (const char* op :
+       {"not", "and", "=", "ite", "store", "select", "const", "to_int", "+", "bvadd", "(_ extract 1 0)"}) {
+    odd += "{\"term\":" + std::to_string(++name) + ",\"op\":\"" + op + "\",\"sort\":0}\n";
+  }
+  const int num_ops = name;
+  for (int t = 1; t <= num_ops; ++t) {
+    for (const char* op : {"not", "=", "and", "store", "bvnot", "select"}) {
+      const std::string arg = std::to_string(t);
+      odd += R"({"step":1,"assertion":1,"simplifier":"s","sort":0,"after":)" + arg + ",\"op\":\"" + op +
+             "\",\"args\":[" + arg + "," + arg + ",1]}\n";
+    }
+  }
+  EXPECT_EQ(run("$quarv replay -", odd).status, 1);
+}
+
+}  // namespace

@@ -1,0 +1,139 @@
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "input.h"
+#include "replay_checker.h"
+#include "rule_catalogue.h"
+
+namespace quarv::cli {
+
+namespace {
+
+struct Arguments {
+  std::string input = "-";
+  std::vector<std::string> rule_files;
+  bool quiet = false;
+};
+
+/// The rules by number, of which only the texts are used.
+std::vector<rules::Rule> rules_to_go_by(const std::vector<std::string>& files) {
+  std::vector<rules::Rule> known = standard_rules();
+  for (const std::string& name : files) {
+    std::vector<rules::Rule> more = rules_of_file(name);
+    std::move(more.begin(), more.end(), std::back_inserter(known));
+  }
+  return known;
+}
+
+struct Counts {
+  std::size_t justified = 0, not_checked = 0, not_justified = 0;
+
+  void add(Verdict v) {
+    ++(v == Verdict::justified ? justified : v == Verdict::not_checked ? not_checked : not_justified);
+  }
+};
+
+/// Checks the steps of one trace.
+class Replay {
+ public:
+  Replay(const Input& input, std::vector<rules::Rule> rules)
+      : trace_(input.text(), input.name()), rules_(std::move(rules)) {}
+
+  /// Prints a line for each step that is not justified.
+  void run(bool quiet) {
+    TraceStep step;
+    while (trace_.next(step)) {
+      for (; learned_ < trace_.names().size(); ++learned_) known_.learn(trace_.names()[learned_]);
+      std::string reason;
+      const Verdict verdict =
+          step.rule != 0 ? check_rule(step, reason) : folding_.check(step.before, step.after);
+      if (step.rule == 0) known_.learn(step.before, step.after);
+      counts_.add(verdict);
+      by_kind_[step.rule != 0 ? fmt::format("rule {}", step.rule) : step.label].add(verdict);
+      if (verdict == Verdict::justified || quiet) continue;
+      fmt::print("step {} of assertion {}: {}: {}{}\n", step.number, step.assertion,
+                 step.rule != 0 ? fmt::format("rule {}", step.rule) : step.label,
+                 verdict == Verdict::not_checked ? "not checked" : "not justified",
+                 reason.empty() ? "" : ": " + reason);
+    }
+  }
+
+  void print_summary() const {
+    fmt::print("{} steps: {} justified, {} not checked, {} not justified\n",
+               counts_.justified + counts_.not_checked + counts_.not_justified, counts_.justified,
+               counts_.not_checked, counts_.not_justified);
+    for (const auto& [kind, c] : by_kind_) {
+      if (c.not_checked + c.not_justified == 0) continue;
+      fmt::print("  {}: {} justified, {} not checked, {} not justified\n", kind, c.justified, c.not_checked,
+                 c.not_justified);
+    }
+  }
+
+  bool all_justified() const { return counts_.not_checked + counts_.not_justified == 0; }
+
+ private:
+  Verdict check_rule(const TraceStep& step, std::string& reason) const {
+    if (step.rule > rules_.size() || rules_[step.rule - 1].text != step.label) {
+      reason = "there is no rule of this number and text";
+      return Verdict::not_justified;
+    }
+    if (trace_.term(step.after).sort != step.before.sort) {
+      reason = "the two terms have different sorts";
+      return Verdict::not_justified;
+    }
+    RuleMatch match(trace_, rules_[step.rule - 1]);
+    reason = match.mismatch(step.before, step.before_name);
+    if (reason.empty() && !match.yields(step.after, known_)) reason = "the rule yields another term";
+    if (reason.empty() && step.rule <= num_standard_rules_) reason = counterexample(step.rule, match);
+    return reason.empty() ? Verdict::justified : Verdict::not_justified;
+  }
+
+  /// Some standard rules do not hold for all values; those with an integer, only where it is not zero.
+  static std::string counterexample(std::size_t rule, const RuleMatch& match) {
+    const char* const values = known_counterexample(rule);
+    if (values == nullptr || !match.all_integers_are_zero()) return {};
+    return fmt::format("the rule does not hold: {}", values);
+  }
+
+  TraceFile trace_;
+  std::vector<rules::Rule> rules_;
+  std::size_t num_standard_rules_ = standard_rules().size();
+  KnownTerms known_{trace_};
+  FoldingChecker folding_{trace_, known_};
+  std::size_t learned_ = 0;
+  Counts counts_;
+  std::map<std::string, Counts> by_kind_;
+};
+
+}  // namespace
+
+void add_replay(CLI::App& program, int& status) {
+  CLI::App& command = *program.add_subcommand(
+      "replay",
+      "Check the trace of a simplification, step by step: rules are matched by their text, foldings are "
+      "evaluated; the simplifiers have no part in it. Exit status 0: every step is justified");
+  const auto arguments = std::make_shared<Arguments>();
+  command.add_option("TRACE", arguments->input, "What quarv simplify --trace wrote; - is standard input")
+      ->type_name("")
+      ->capture_default_str();
+  command.add_option("--rules", arguments->rule_files, "Rules beside the standard ones; may be repeated")
+      ->type_name("FILE.rules")
+      ->allow_extra_args(false);
+  command.add_flag("-q,--quiet", arguments->quiet, "Only the summary");
+  command.callback([arguments, &status] {
+    const Input input(arguments->input);
+    Replay replay(input, rules_to_go_by(arguments->rule_files));
+    replay.run(arguments->quiet);
+    replay.print_summary();
+    status = replay.all_justified() ? success : failure;
+  });
+}
+
+}  // namespace quarv::cli

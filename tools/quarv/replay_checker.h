@@ -1,0 +1,141 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "trace_file.h"
+#include <quarv/rules/rule_language.h>
+
+/// The means to check a trace: rules are matched by their text, foldings are evaluated by arithmetic of their
+/// own. No simplifier, no rewriting rule and no number class of the library has a part in it.
+namespace quarv::cli {
+
+enum class Verdict {
+  justified,
+  not_checked,   ///< there is no procedure for this operator
+  not_justified  ///< nothing shows that the two sides are equal
+};
+
+/// What earlier steps have shown: which term an application stands for.
+class KnownTerms {
+ public:
+  explicit KnownTerms(const TraceFile& trace) : trace_(trace) {}
+
+  /// Enters all terms that have been defined by now, and a step.
+  void learn(TermName defined) {
+    plain_.emplace(trace_.term(defined).key() + suffix(trace_.term(defined)), defined);
+  }
+  void learn(const Expression& before, TermName after) { simplified_[before.key() + suffix(before)] = after; }
+
+  /// What the application stands for: what a simplifier made of it, or else the term itself.
+  std::optional<TermName> find(const Expression& e) const;
+  /// The term itself.
+  std::optional<TermName> find_plain(const Expression& e) const;
+
+ private:
+  /// Values of different sorts are different.
+  static std::string suffix(const Expression& e) {
+    return e.kind == Expression::value ? '@' + std::to_string(e.sort) : std::string();
+  }
+
+  const TraceFile& trace_;
+  std::unordered_map<std::string, TermName> plain_;
+  std::unordered_map<std::string, TermName> simplified_;
+};
+
+/// Tries a rule on a term, condition by condition in the order in which they are written.
+class RuleMatch {
+ public:
+  RuleMatch(const TraceFile& trace, const rules::Rule& rule) : trace_(trace), rule_(rule) {}
+
+  /// Why the rule does not apply to `root`; empty when it does.
+  std::string mismatch(const Expression& root, std::optional<TermName> name);
+
+  /// Whether the rule's result, built on the sub-terms that were matched, is `after`.
+  bool yields(TermName after, const KnownTerms& known) const;
+
+  /// Whether the integers of the rule, if it has any, are all zero in the match.
+  bool all_integers_are_zero() const;
+
+ private:
+  bool is_value(std::size_t position, const mpz_class& value) const;
+  std::string pattern_mismatch(const Expression& root, std::optional<TermName> name);
+  bool holds(const rules::Condition& c);
+  std::optional<std::size_t> width(std::size_t position) const;
+  std::optional<mpz_class> number(std::size_t position) const;
+  std::optional<mpz_class> side(const rules::IntExpr& e) const;
+  std::optional<std::uint64_t> evaluate(const rules::IntExpr& e) const;
+  const Expression& at(std::size_t position) const {
+    return position == 0 ? *root_ : trace_.term(terms_[position]);
+  }
+  std::optional<Expression> literal(const rules::ResultNode& node,
+                                    const std::vector<std::optional<TermName>>& built) const;
+
+  const TraceFile& trace_;
+  const rules::Rule& rule_;
+  const Expression* root_ = nullptr;
+  std::vector<TermName> terms_;  // by position; the root's is not used
+  std::vector<std::uint64_t> integers_;
+};
+
+/// Checks what simplifiers do.
+class FoldingChecker {
+ public:
+  FoldingChecker(const TraceFile& trace, const KnownTerms& known) : trace_(trace), known_(known) {}
+
+  Verdict check(const Expression& before, TermName after) const;
+
+ private:
+  /// A sum: coefficients by term, and a constant.
+  struct Sum {
+    std::map<TermName, mpq_class> coefficients;
+    mpq_class constant;
+  };
+  /// What an array holds: what is written to it, from outside, and the array written to.
+  struct Contents {
+    std::vector<std::pair<TermName, TermName>> writes;
+    TermName base = 0;
+  };
+  enum class Comparison { equal, different, unknown };
+
+  bool is_commuted(const Expression& before, const Expression& after) const;
+  bool is_congruent(const Expression& before, const Expression& after) const;
+  bool are_equal(TermName a, TermName b) const;
+
+  std::optional<bool> truth(TermName t) const;
+  std::optional<mpz_class> bits(TermName t) const;
+  std::optional<mpz_class> fold_bits(const Expression& e) const;
+  std::optional<bool> fold_predicate(const Expression& e) const;
+  bool check_bit_vector(const Expression& e, TermName after) const;
+  bool check_conversion(const Expression& e, TermName after) const;
+
+  bool check_boolean(const Expression& e, TermName after) const;
+  void add_atoms(TermName t, std::vector<TermName>& atoms) const;
+  bool evaluate(TermName t, const std::map<TermName, bool>& atoms) const;
+
+  Sum sum_of(std::vector<std::pair<TermName, mpq_class>> summands) const;
+  bool is_integer(TermName t) const { return trace_.sort_of(t).kind == TraceSort::integer; }
+  bool is_integral(const Sum& s) const;
+  bool is_arithmetic(std::size_t sort) const;
+  bool check_arithmetic(const Expression& e, TermName after) const;
+  bool check_atom(const Expression& e, TermName after) const;
+  bool check_congruence(const Expression& e, TermName after) const;
+  bool check_floor(TermName argument, TermName after) const;
+
+  Comparison compare(TermName a, TermName b, int depth) const;
+  Comparison compare_arrays(TermName a, TermName b, int depth) const;
+  Contents contents(TermName array) const;
+  Contents reduced(Contents c) const;
+  std::optional<mpz_class> cardinality(std::size_t sort) const;
+  bool check_equality(const Expression& e, TermName after) const;
+  bool check_store(const Expression& e, TermName after) const;
+
+  const TraceFile& trace_;
+  const KnownTerms& known_;
+};
+
+}  // namespace quarv::cli

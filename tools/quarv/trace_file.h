@@ -1,0 +1,101 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <gmpxx.h>
+
+/// Traces as they are read back: terms of their own that share nothing with those of the library, so that
+/// what is found out about a trace does not rest on the code that wrote it.
+namespace quarv::cli {
+
+/// A text that is not a trace. `what()` reads "file:line: reason".
+class TraceError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+using TermName = std::uint64_t;
+
+struct TraceSort {
+  enum Kind : std::uint8_t { boolean, integer, real, bit_vector, floating_point, array, other };
+  Kind kind = other;
+  std::string name;               ///< "(_ BitVec 8)"; of an array or another applied sort, the constructor
+  std::vector<std::size_t> args;  ///< of an applied sort
+  std::size_t width = 0;          ///< of a bit-vector; the exponent's of a floating-point sort
+  std::size_t significand = 0;    ///< of a floating-point sort, with the hidden bit
+};
+
+/// An operator on named terms.
+struct Expression {
+  enum Kind : std::uint8_t { operation, function, value };
+  Kind kind = operation;
+  std::string op;                       ///< "extract", without indices; a function's name
+  std::vector<std::string> indices;     ///< "7", "0"
+  std::vector<TermName> variables;      ///< of a quantifier
+  std::vector<std::string> attributes;  ///< of an annotation
+  std::uint64_t copy = 0;               ///< tells apart functions of one name and sort
+  std::size_t sort = 0;
+  std::vector<TermName> args;
+  mpq_class number;  ///< of a value
+
+  /// The operator with its indices, arguments and what else tells it from others, but for the sort.
+  std::string key() const;
+};
+
+struct TraceStep {
+  std::uint64_t number = 0;
+  std::uint64_t assertion = 0;
+  std::uint64_t rule = 0;  ///< from 1; 0 for a simplifier
+  std::string label;       ///< the simplifier's operator, the rule's text
+  Expression before;
+  std::optional<TermName> before_name;  ///< of rules
+  TermName after = 0;
+};
+
+/// Reads a trace line by line.
+class TraceFile {
+ public:
+  /// `text` must outlive this.
+  TraceFile(std::string_view text, std::string name) : text_(text), name_(std::move(name)) {}
+
+  /// Goes on to the next step; false at the end. Throws TraceError.
+  bool next(TraceStep& step);
+
+  const Expression& term(TermName name) const { return terms_.at(name); }
+  const TraceSort& sort(std::size_t name) const { return sorts_[name]; }
+  const TraceSort& sort_of(TermName name) const { return sorts_[term(name).sort]; }
+  /// All terms defined so far, in the order of their definitions.
+  const std::vector<TermName>& names() const { return names_; }
+
+  /// The terms that the assertions read so far became.
+  const std::vector<TermName>& assertions() const { return assertions_; }
+
+ private:
+  [[noreturn]] void fail(const std::string& reason) const;
+  template <class Json>
+  void read_sort(const Json& line);
+  template <class Json>
+  Expression read_expression(const Json& line) const;
+  template <class Json>
+  TermName read_name(const Json& name) const;
+  template <class Json>
+  bool read_line(const Json& line, TraceStep& step);
+
+  std::string_view text_;
+  std::string name_;
+  std::size_t line_ = 0;
+  std::vector<TraceSort> sorts_;
+  std::unordered_map<TermName, Expression> terms_;
+  std::vector<TermName> names_;
+  std::vector<TermName> assertions_;
+};
+
+}  // namespace quarv::cli
