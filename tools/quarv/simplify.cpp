@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -12,6 +11,7 @@
 #include "commands.h"
 #include "input.h"
 #include "output.h"
+#include "simplify_arguments.h"
 #include "statistics.h"
 #include <quarv/smtlib/simplify_script.h>
 
@@ -24,17 +24,8 @@ struct Arguments {
   std::string output = "-";
   std::string trace;  // empty: none
   std::string stats;  // empty, "text" or "json"
-  bool no_rules = false;
-  bool standard = false;
-  std::string sharing = "auto";
-  std::vector<std::string> rule_files;
-  std::vector<std::string> disabled_rules;
+  SimplifyArguments how;
 };
-
-smtlib::Sharing sharing_named(const std::string& name) {
-  if (name == "let") return smtlib::Sharing::let;
-  return name == "none" ? smtlib::Sharing::none : smtlib::Sharing::automatic;
-}
 
 /// Reads the input once more as it was written: what it holds, and how long that takes, shows what
 /// simplification does.
@@ -51,15 +42,7 @@ void measure_plain(const Input& input, Statistics& statistics) {
 void simplify(const Arguments& arguments) {
   const bool stats = !arguments.stats.empty();
   Statistics statistics;
-  smtlib::SimplifyOptions options;
-  options.rules = !arguments.no_rules;
-  options.standard = arguments.standard;
-  options.sharing = sharing_named(arguments.sharing);
-  options.disabled_rules = arguments.disabled_rules;
-  for (const std::string& name : arguments.rule_files) {
-    const Input file(name);
-    options.extra_rules.push_back({file.name(), std::string(file.text())});
-  }
+  smtlib::SimplifyOptions options = read_options(arguments.how);
   if (stats) options.observer = &statistics.counts;
 
   const Input input(arguments.input);
@@ -101,29 +84,7 @@ void add_simplify(CLI::App& program, int& status) {
                   "Write down every step by which the input was simplified, one JSON object a line; - is "
                   "standard output (with -o). Further rounds over the output are not traced")
       ->type_name("FILE");
-  CLI::Option* const no_rules =
-      command.add_flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
-  command
-      .add_option("--rules", arguments->rule_files,
-                  "Rules of your own, to be tried after the standard ones; may be repeated. It is for you to "
-                  "know that they hold: quarv rules check tells")
-      ->type_name("FILE.rules")
-      ->allow_extra_args(false)
-      ->excludes(no_rules);
-  command
-      .add_option("--disable-rule", arguments->disabled_rules,
-                  "Do not apply this rule, given by number (quarv rules list) or text; may be repeated")
-      ->type_name("N|TEXT")
-      ->allow_extra_args(false);
-  command.add_flag("--standard", arguments->standard,
-                   "The layer as it is, not restricted to what the SMT-LIB standard warrants");
-  command
-      .add_option(
-          "--share", arguments->sharing,
-          "How sub-terms that occur repeatedly are written: define-fun and let, let alone, or repeated")
-      ->type_name("auto|let|none")
-      ->check(CLI::IsMember({"auto", "let", "none"}).description(""))
-      ->capture_default_str();
+  add_simplify_options(command, arguments->how);
   command.callback([arguments, &status] {
     if (arguments->trace == arguments->output) {
       throw CLI::ValidationError("--trace", "the script and its trace cannot be written to the same place");

@@ -41,10 +41,13 @@ bool wait_for(int descriptor, short events, Clock::time_point deadline) {
 /// The length of the first answer in `text`: a word on a line, or a term with its parentheses closed.
 std::size_t answer_length(const std::string& text) {
   std::size_t depth = 0;
-  bool quoted = false;
+  char quote = 0;  // the one that is open
   for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] == '"') quoted = !quoted;
-    if (quoted) continue;
+    if (quote != 0) {
+      if (text[i] == quote) quote = 0;
+      continue;
+    }
+    if (text[i] == '"' || text[i] == '|') quote = text[i];
     if (text[i] == '(') ++depth;
     if (text[i] == ')' && depth > 0) --depth;
     if (text[i] == '\n' && depth == 0) return i + 1;
@@ -56,7 +59,7 @@ std::size_t answer_length(const std::string& text) {
 
 void SolverProcess::fail(const std::string& reason) {
   stop();
-  throw std::runtime_error("the solver " + solver_ + ' ' + reason);
+  throw SolverFault("the solver " + solver_ + ' ' + reason);
 }
 
 void SolverProcess::start() {
@@ -105,7 +108,7 @@ bool SolverProcess::send(const std::string& text, Clock::time_point deadline) {
     if (n > 0) {
       sent += static_cast<std::size_t>(n);
     } else if (errno == EPIPE) {
-      fail("ended before it had answered");
+      return true;  // it has ended, perhaps with a message that is still to be received
     } else if (errno != EINTR && errno != EAGAIN) {
       fail("cannot be written to: " + std::generic_category().message(errno));
     }
@@ -127,32 +130,45 @@ bool SolverProcess::receive(std::string& answer, Clock::time_point deadline) {
   return true;
 }
 
-SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chrono::milliseconds limit) {
+std::optional<std::string> SolverProcess::run(const std::string& script, std::chrono::milliseconds limit) {
   if (process_ < 0) start();
   const Clock::time_point deadline = Clock::now() + limit;
   std::string answer;
-  if (!send("(reset)\n(set-option :produce-models true)\n(set-logic QF_BV)\n" + commands + "(check-sat)\n",
-            deadline) ||
-      !receive(answer, deadline)) {
+  if (!send("(reset)\n" + script, deadline) || !receive(answer, deadline)) {
     stop();
-    return Answer::unknown;
+    return std::nullopt;
   }
-  if (answer == "sat") return Answer::sat;
-  if (answer == "unsat") return Answer::unsat;
-  if (answer == "unknown" || answer == "timeout") return Answer::unknown;
-  fail("answered " + answer);
+  // After an error there may be more to come, which would be taken for an answer to the next script.
+  if (answer != "sat" && answer != "unsat" && answer != "unknown") stop();
+  return answer;
 }
 
-std::string SolverProcess::value(const std::string& term) {
+std::optional<std::string> SolverProcess::ask(const std::string& command) {
   constexpr std::chrono::seconds limit(60);
   const Clock::time_point deadline = Clock::now() + limit;
   std::string answer;
-  if (!send("(get-value (" + term + "))\n", deadline) || !receive(answer, deadline)) fail("gave no model");
+  if (send(command + '\n', deadline) && receive(answer, deadline)) return answer;
+  stop();
+  return std::nullopt;
+}
+
+SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chrono::milliseconds limit) {
+  const std::optional<std::string> answer =
+      run("(set-option :produce-models true)\n(set-logic QF_BV)\n" + commands + "(check-sat)\n", limit);
+  if (!answer || answer == "unknown" || answer == "timeout") return Answer::unknown;
+  if (answer == "sat") return Answer::sat;
+  if (answer == "unsat") return Answer::unsat;
+  fail("answered " + *answer);
+}
+
+std::string SolverProcess::value(const std::string& term) {
+  const std::optional<std::string> answer = ask("(get-value (" + term + "))");
+  if (!answer) fail("gave no model");
   // "((term value))": the value has no parentheses.
-  const std::size_t begin = answer.find_last_of(" \n");
-  const std::size_t end = answer.find(')', begin == std::string::npos ? 0 : begin);
-  if (begin == std::string::npos || end == std::string::npos) fail("answered " + answer);
-  return answer.substr(begin + 1, end - begin - 1);
+  const std::size_t begin = answer->find_last_of(" \n");
+  const std::size_t end = answer->find(')', begin == std::string::npos ? 0 : begin);
+  if (begin == std::string::npos || end == std::string::npos) fail("answered " + *answer);
+  return answer->substr(begin + 1, end - begin - 1);
 }
 
 }  // namespace quarv::cli

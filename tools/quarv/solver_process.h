@@ -1,12 +1,20 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <sys/types.h>
 
 #include "file_descriptor.h"
 
 namespace quarv::cli {
+
+/// The solver cannot be run, ended before it had answered, or answered what nobody asked.
+class SolverFault : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
 
 /// An SMT solver that reads commands from its standard input and answers on its standard output.
 class SolverProcess {
@@ -21,8 +29,16 @@ class SolverProcess {
 
   /// Forgets all earlier queries and answers whether `commands`, declarations and assertions of the logic
   /// QF_BV, can be satisfied. When it takes longer than `limit`, the process is replaced and the answer is
-  /// unknown. Throws std::runtime_error when the solver cannot be run or says something else.
+  /// unknown. Throws SolverFault when the solver cannot be run or says something else.
   Answer check(const std::string& commands, std::chrono::milliseconds limit);
+
+  /// Forgets all earlier commands, gives the solver a script of which one command answers, and returns what
+  /// it says: a word, or an error message in parentheses. Nothing when that takes longer than `limit`. After
+  /// anything but an answer to `check-sat` the process is replaced. Throws SolverFault.
+  std::optional<std::string> run(const std::string& script, std::chrono::milliseconds limit);
+
+  /// The solver's answer to one more command; nothing when it takes too long. Throws SolverFault.
+  std::optional<std::string> ask(const std::string& command);
 
   /// The value of a term in the model of the last query, which was satisfiable, as the solver writes it.
   std::string value(const std::string& term);

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+
+#include <fmt/format.h>
+
+namespace quarv::cli {
+
+/// Shows on standard error how far work has come, if that is a terminal.
+class ProgressBar {
+ public:
+  explicit ProgressBar(std::size_t total) : total_(total), shown_(isatty(STDERR_FILENO) == 1) {}
+  ~ProgressBar() { clear(); }
+  ProgressBar(const ProgressBar&) = delete;
+  ProgressBar& operator=(const ProgressBar&) = delete;
+
+  void show(std::size_t done) const {
+    constexpr std::size_t length = 40;
+    if (!shown_) return;
+    const std::size_t filled = total_ == 0 ? length : done * length / total_;
+    fmt::print(stderr, "\r[{:<{}}] {}/{}", std::string(filled, '#'), length, done, total_);
+    std::fflush(stderr);
+  }
+  void clear() const {
+    if (shown_) fmt::print(stderr, "\r\033[K");
+  }
+
+ private:
+  std::size_t total_;
+  bool shown_;
+};
+
+}  // namespace quarv::cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <quarv/smtlib/simplify_script.h>
+
+namespace CLI {
+class App;
+}
+
+namespace quarv::cli {
+
+/// How a script is to be simplified and printed, as it stands on the command line.
+struct SimplifyArguments {
+  bool no_rules = false;
+  bool standard = false;
+  std::string sharing = "auto";
+  std::vector<std::string> rule_files;
+  std::vector<std::string> disabled_rules;
+};
+
+/// Adds the options to a subcommand; `arguments` must outlive it.
+void add_simplify_options(CLI::App& command, SimplifyArguments& arguments);
+
+/// Reads the rule files. Throws FileError.
+smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments);
+
+}  // namespace quarv::cli
