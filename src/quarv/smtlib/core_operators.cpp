@@ -208,9 +208,10 @@ const Term* is_int(OperatorContext& c, Args a) {
 }
 
 const Term* divisible(OperatorContext& c, Args a) {
+  const QNumber divisor = *c.manager.get_number(a[0]);
+  if (divisor.is_zero()) throw SortError("divisible: the index must be positive");
   const Term* zero = c.manager.make_number(QNumber(0));
-  if (c.indices[0] == 0) throw SortError("divisible: the index must be positive");
-  return c.manager.make_int_mod_congr(QNumber(static_cast<long>(c.indices[0])), a[0], zero);
+  return c.manager.make_int_mod_congr(divisor, a[1], zero);
 }
 
 constexpr std::uint32_t any = Operator::any_number;
@@ -239,7 +240,7 @@ constexpr Operator table[] = {
     {"to_real", 1, 1, 0, to_real},
     {"to_int", 1, 1, 0, unary<&TM::make_floor>},
     {"is_int", 1, 1, 0, is_int},
-    {"divisible", 1, 1, 1, divisible},
+    {"divisible", 1, 1, 1, divisible, false, true},
 
     {"select", 2, 2, 0, binary<&TM::make_array_read>},
     {"store", 3, 3, 0, ternary<&TM::make_array_write>},

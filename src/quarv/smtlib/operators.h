@@ -47,7 +47,8 @@ struct Operator {
   std::uint32_t max_args;
   std::uint32_t num_indices;
   Build build;
-  bool reserved = false;  ///< of the core theory: may not be declared anew
+  bool reserved = false;           ///< of the core theory: may not be declared anew
+  bool index_is_argument = false;  ///< its index, of any size, comes as a numeral before the arguments
 };
 
 /// The operators of the theories Core, Ints, Reals and ArraysEx.

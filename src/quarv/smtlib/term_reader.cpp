@@ -115,7 +115,11 @@ void Reader::open_head(const Token& open) {
     frame.op = meaning.op;
     frame.first = static_cast<std::uint32_t>(indices_.size());
     for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
-      indices_.push_back(index_value(t));
+      if (meaning.op->index_is_argument && t.kind == TokenKind::numeral) {
+        values_.push_back(numeral(t.text));
+      } else {
+        indices_.push_back(index_value(t));
+      }
       if (++frame.num_indices > meaning.op->num_indices) break;
     }
     if (frame.num_indices != meaning.op->num_indices) {
@@ -344,10 +348,11 @@ const Term* Reader::apply(const Frame& frame) {
 
 const Term* Reader::apply_operator(const Frame& frame, Operator::Args args) {
   const Operator& op = *frame.op;
-  if (args.size() < op.min_args || args.size() > op.max_args) {
-    fail(frame.start, std::string(op.name) + ": " + std::to_string(args.size()) + " arguments given, " +
-                          (args.size() < op.min_args ? "at least " + std::to_string(op.min_args)
-                                                     : "at most " + std::to_string(op.max_args)) +
+  const std::size_t num_args = args.size() - (op.index_is_argument ? 1 : 0);
+  if (num_args < op.min_args || num_args > op.max_args) {
+    fail(frame.start, std::string(op.name) + ": " + std::to_string(num_args) + " arguments given, " +
+                          (num_args < op.min_args ? "at least " + std::to_string(op.min_args)
+                                                  : "at most " + std::to_string(op.max_args)) +
                           " expected");
   }
   context_.indices = std::span(indices_).subspan(frame.first);
