@@ -23,7 +23,8 @@ TEST_F(Program, ListsAndShowsRules) {
                   "class      GeneratedRewriteRule_bvsdiv_t_t_0__WITH_t_ID_t_0_TO_1\n"
                   "sound      no: t = 0: "))
       << one.out;
-  EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nsound      yes: "));
+  EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nsound      yes: proved for widths 1 to 5 "));
+  EXPECT_TRUE(has(run("$quarv rules show 96").out, "\nsound      yes: its conditions exclude each other "));
   EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nreads      ~~t becomes t.\n"));
   for (const char* arguments : {"", "show", "show 0", "show 185", "show x", "list 1", "check --jobs 0"}) {
     const Result r = run("$quarv rules " + std::string(arguments));

@@ -20,6 +20,7 @@ std::string soundness(std::size_t number) {
   if (const char* const reason = known_counterexample(number)) {
     return fmt::format("no: {} ({}); quarv simplify does not apply it there", reason, solvers);
   }
+  if (never_applies(number)) return fmt::format("yes: its conditions exclude each other ({})", solvers);
   return fmt::format("yes: proved for widths 1 to 5 and larger ones up to {} ({})", proved_up_to(number),
                      solvers);
 }
