@@ -63,5 +63,7 @@
 ; => (k (bvadd b #x02))
 (simplify (k ((_ int2bv 8) (+ x 1 1))))
 ; => (k ((_ int2bv 8) (+ x 2)))
+(simplify (k ((_ int2bv 8) (- x x))))
+; => (k ((_ int2bv 8) (+ x (* (- 1) x))))
 (simplify (n (+ 1 x) (= x y) (+ 1.5 x)))
 ; => (n (+ x 1) (= x y) (+ (to_real x) (/ 3.0 2.0)))
