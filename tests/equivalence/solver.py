@@ -2,6 +2,7 @@
 
 import dataclasses
 import os
+import resource
 import subprocess
 import tempfile
 import time
@@ -17,6 +18,7 @@ SILENT_WITHOUT = {"check-sat", "check-sat-assuming", "get-model", "get-value", "
                   "get-unsat-assumptions", "get-assignment", "get-assertions", "get-info", "get-option", "echo",
                   "simplify"}
 START_SECONDS = 20  # more than a solver needs to read what comes before the first query
+SOLVER_BYTES = 4 << 30  # of address space: a hard query must not starve the machine
 OUT_OF_RESOURCES = ("cancel", "timeout", "out of memory", "interrupted")
 
 
@@ -134,7 +136,13 @@ def _run(command, seconds, silence=None):
     """Standard output and error together, and the exit status: None when the program had to be killed, because time
     was up or, for so many seconds, it had said nothing more."""
     with tempfile.TemporaryFile() as output:
-        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=output, stderr=subprocess.STDOUT)
+        process = subprocess.Popen(
+            command,
+            stdin=subprocess.DEVNULL,
+            stdout=output,
+            stderr=subprocess.STDOUT,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (SOLVER_BYTES, SOLVER_BYTES)),
+        )
         end, size, heard = time.monotonic() + seconds, 0, time.monotonic()
         while process.poll() is None:
             try:

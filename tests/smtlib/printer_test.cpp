@@ -50,7 +50,11 @@ TEST(Printer, KeepsCommandsInOrder) {
 TEST(Printer, Constants) {
   EXPECT_EQ(assertion(numbers, "(= x (- 5))"), "(= x (- 5))");
   EXPECT_EQ(assertion(numbers, "(= a 5)"), "(= a 5.0)");
-  EXPECT_EQ(assertion(numbers, "(= a (- 2.5))"), "(= a (- (/ 5.0 2.0)))");
+  EXPECT_EQ(assertion(numbers, "(= a (- 2.5))"), "(= a (- 2.5))");
+  EXPECT_EQ(assertion(numbers, "(= a 0.125)"), "(= a 0.125)");
+  EXPECT_EQ(assertion(numbers, "(= a (- 0.05))"), "(= a (- 0.05))");
+  EXPECT_EQ(assertion(numbers, "(= a (/ 22 7))"), "(= a (/ 22.0 7.0))");
+  EXPECT_EQ(assertion(numbers, "(= a (/ 1 6))"), "(= a (/ 1.0 6.0))");
   EXPECT_EQ(assertion(vectors, "(= v (_ bv171 8))"), "(= v #xab)");
   EXPECT_EQ(assertion(vectors, "(= u (_ bv3 5))"), "(= u #b00011)");
   EXPECT_EQ(assertion("(declare-const z (_ BitVec 68))", "(= z #xabcdef0123456789a)"),
@@ -67,7 +71,7 @@ TEST(Printer, Constants) {
 TEST(Printer, Operators) {
   EXPECT_EQ(assertion(vectors, "(= u ((_ extract 6 2) v))"), "(= u ((_ extract 6 2) v))");
   EXPECT_EQ(assertion(vectors, "(= v ((_ zero_extend 3) u))"), "(= v ((_ zero_extend 3) u))");
-  EXPECT_EQ(assertion(vectors + numbers, "(= x (bv2nat v))"), "(= (+ x (* (- 1) (bv2nat v))) 0)");
+  EXPECT_EQ(assertion(vectors + numbers, "(= x (bv2nat v))"), "(= (- x (bv2nat v)) 0)");
   EXPECT_EQ(assertion(floats, "(fp.eq f ((_ to_fp 8 24) m g))"), "(fp.eq f ((_ to_fp 8 24) m g))");
   EXPECT_EQ(assertion(floats + vectors, "(= v ((_ fp.to_sbv 8) m f))"), "(= v ((_ fp.to_sbv 8) m f))");
   EXPECT_EQ(assertion(floats, "(= f (fp.fma m f f f))"), "(= f (fp.fma m f f f))");
@@ -83,15 +87,66 @@ TEST(Printer, ChainsAreFlat) {
 }
 
 TEST(Printer, RealsAndIntegers) {
-  EXPECT_EQ(assertion(numbers, "(<= (* 2 a) (to_real x))"), "(<= 0.0 (+ (to_real x) (* (- 2.0) a)))");
-  EXPECT_EQ(assertion(bools + numbers, "(= a (ite p 1.0 2.0))"), "(= (+ a (* (- 1.0) (ite p 1.0 2.0))) 0.0)");
+  EXPECT_EQ(assertion(numbers, "(<= (* 2 a) (to_real x))"), "(<= 0.0 (- (to_real x) (* 2.0 a)))");
+  EXPECT_EQ(assertion(bools + numbers, "(= a (ite p 1.0 2.0))"), "(= (- a (ite p 1.0 2.0)) 0.0)");
   EXPECT_EQ(simplified(bools + numbers + "(declare-fun h (Real) Real)(assert (= a (h (ite p x (+ x 1)))))")
                 .substr(bools.size() + numbers.size() + 7),
             "(declare-fun h (Real) Real)\n(assert (= a (h (ite p (to_real x) (+ (to_real x) 1.0)))))\n");
 }
 
+TEST(Printer, Differences) {
+  EXPECT_EQ(assertion(numbers, "(<= (- x y) 3)"), "(<= (- x y) 3)");
+  EXPECT_EQ(assertion(numbers, "(<= (- y x) 3)"), "(<= (- 3) (- x y))");
+  EXPECT_EQ(assertion(numbers, "(<= (+ (* 2 x) (* (- 3) y)) 3)"), "(<= (- (* 2 x) (* 3 y)) 3)");
+  EXPECT_EQ(assertion(numbers + "(declare-fun h (Int) Int)", "(= x (h (- 5 x)))"), "(= x (h (- 5 x)))");
+  EXPECT_EQ(assertion(numbers + "(declare-fun h (Int) Int)", "(= x (h (- x 5)))"), "(= x (h (- x 5)))");
+  EXPECT_EQ(assertion(numbers + "(declare-fun h (Int) Int)", "(= 3 (h (- x)))"), "(= (h (- x)) 3)");
+  EXPECT_EQ(assertion(numbers, "(<= (+ x y) 3)"), "(<= (+ x y) 3)");
+}
+
+TEST(Printer, DifferenceLogicsKnowNoSums) {
+  const std::string logic = "(set-logic QF_IDL)";
+  EXPECT_EQ(assertion(logic + numbers, "(= (+ x y) 3)"), "(= x (- 3 y))");
+  EXPECT_EQ(assertion(logic + numbers, "(<= (+ x y) 3)"), "(<= x (- 3 y))");
+  EXPECT_EQ(assertion(logic + numbers, "(>= (+ x y) 3)"), "(<= (- 3 y) x)");
+  EXPECT_EQ(assertion(logic + numbers, "(< (- y x) 3)"), "(not (<= (- x y) (- 3)))");
+}
+
+/// A negated or scaled term is named without its sign and coefficient.
+TEST(Printer, CoefficientsStandWithTheirSums) {
+  const std::string functions = numbers + "(declare-fun h (Int Int) Int)";
+  EXPECT_EQ(assertion(functions, "(let ((t (h (+ x y) (h y x)))) (or (<= (- x t) 3) (<= (- y t) 3)))"),
+            "(let ((?1 (h (+ x y) (h y x)))) (or (<= (- x ?1) 3) (<= (- y ?1) 3)))");
+  EXPECT_EQ(assertion(functions, "(let ((t (- (h (+ x y) (h y x))))) (= 0 (h t (h x t))))"),
+            "(let ((?1 (h (+ x y) (h y x)))) (= (h (- ?1) (h x (- ?1))) 0))");
+  // A difference of two names is small.
+  EXPECT_EQ(simplified(numbers + "(assert (<= (- x y) 3))(assert (<= (- x y) 4))").substr(numbers.size() + 4),
+            "(assert (<= (- x y) 3))\n(assert (<= (- x y) 4))\n");
+}
+
+/// A name given below `let` would be used where the variable of `let` is unknown.
+TEST(Printer, NamesAreGivenOutsideOfLet) {
+  const std::string shared = "(let ((s (bvadd (bvmul v w) (bvudiv v w)))) (= (bvand s v) (bvor s w)))";
+  EXPECT_EQ(assertion(vectors, "(! " + shared + " :named n)"),
+            "(! (let ((?1 (bvadd (bvmul v w) (bvudiv v w)))) (= (bvand ?1 v) (bvor ?1 w))) :named n)");
+  const std::string inner = simplified(vectors + "(assert (not (! " + shared + " :named n)))");
+  EXPECT_NE(inner.find("(define-fun $1 () (_ BitVec 8) (bvadd (bvmul v w) (bvudiv v w)))\n"
+                       "(assert (not (! (= (bvand $1 v) (bvor $1 w)) :named n)))\n"),
+            std::string::npos)
+      << inner;
+}
+
+/// What a name stands for is not defined a second time for those who use the name.
+TEST(Printer, NamedTermsAreWrittenOnce) {
+  const std::string text =
+      bools + "(assert (! (or (and p q) (and q r) (and p r (not q))) :named n))(assert (or n q))";
+  const std::string once = simplified(text);
+  EXPECT_EQ(once.find("define-fun"), std::string::npos) << once;
+  EXPECT_EQ(simplified(once), once);
+}
+
 TEST(Printer, DivisionOfIntegersNeedsNoReals) {
-  EXPECT_EQ(assertion(numbers, "(= y (div x 3))"), "(= (+ y (* (- 1) (div x 3))) 0)");
+  EXPECT_EQ(assertion(numbers, "(= y (div x 3))"), "(= (- y (div x 3)) 0)");
   EXPECT_EQ(assertion(numbers, "(= (mod x 3) 2)"), "(= (mod x 3) 2)");
   EXPECT_EQ(assertion(numbers, "((_ divisible 7) (+ x y))"), "(= (mod (+ x y) 7) 0)");
   EXPECT_EQ(assertion(numbers, "(= (to_int a) 3)"), "(= (to_int a) 3)");

@@ -78,4 +78,18 @@ void printed_children(const TermManager& m, Node node, std::vector<Node>& out) {
   for (std::size_t i = 0; i < n; ++i) out.push_back(node_for(m, t->args[i], m.argument_type(t->symbol, i)));
 }
 
+Node without_coefficient(const TermManager& m, Node node) {
+  while (is_multiple(m, node.term())) {
+    const Term* t = node.term();
+    node = node_for(m, t->args[1], node.as_real() ? m.rat_type : m.argument_type(t->symbol, 1));
+  }
+  return node;
+}
+
+void planned_children(const TermManager& m, Node node, std::vector<Node>& out) {
+  std::size_t i = out.size();
+  printed_children(m, node, out);
+  for (; i < out.size(); ++i) out[i] = without_coefficient(m, out[i]);
+}
+
 }  // namespace quarv::smtlib

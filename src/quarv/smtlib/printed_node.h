@@ -46,14 +46,26 @@ bool as_integer_quotient(const TermManager& m, const Term* floor, IntegerQuotien
 /// flattened.
 void printed_children(const TermManager& m, Node node, std::vector<Node>& out);
 
+/// What a multiple is a multiple of, any other node itself. Names are given to that alone: a difference is
+/// easier to read, and easier for solvers, than a sum with a named negation.
+Node without_coefficient(const TermManager& m, Node node);
+
+/// As `printed_children`, without coefficients.
+void planned_children(const TermManager& m, Node node, std::vector<Node>& out);
+
 /// The operators whose chains are printed flat.
 inline bool is_flat(SymbolTag::tag tag) noexcept {
   return tag == SymbolTag::AND || tag == SymbolTag::OR || tag == SymbolTag::PLUS;
 }
 
+/// A product with a numeral.
+inline bool is_multiple(const TermManager& m, const Term* t) noexcept {
+  return m.get_tag(t->symbol) == SymbolTag::TIMES && m.get_number(t->args[0]) != nullptr;
+}
+
 /// The term that a summand is a multiple of.
 inline const Term* monomial_of(const TermManager& m, const Term* t) noexcept {
-  return m.get_tag(t->symbol) == SymbolTag::TIMES && m.get_number(t->args[0]) != nullptr ? t->args[1] : t;
+  return is_multiple(m, t) ? t->args[1] : t;
 }
 
 /// An integer-typed operation that, where a Real is needed, is printed with its parts as Reals.

@@ -343,9 +343,10 @@ void Reader::term_list(Script& script, Command::Kind kind, std::string_view text
 }
 
 void Reader::set_logic(Script& script, const char* start) {
-  expect_symbol("a logic");
+  const Token logic = expect_symbol("a logic");
   if (logic_set_) fail(start, "the logic has been set before");
   logic_set_ = true;
+  script.difference_logic = logic.text.ends_with("DL");
   expect_right("the logic");
   text_command(script, Command::Kind::other, start);
 }

@@ -51,6 +51,8 @@ struct Script {
   /// `(set-option :global-declarations true)` was given: definitions outlive the level on which they are
   /// made.
   bool global_declarations = false;
+  /// The logic is one of differences (QF_IDL, QF_RDL, ...): no sums of variables may be written.
+  bool difference_logic = false;
   /// Names that the user gave have the forms `$1` to `$n` for this n, and begin with that many question marks
   /// before digits: the printer's own names must differ.
   std::uint64_t largest_dollar_name = 0;

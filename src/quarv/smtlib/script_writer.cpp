@@ -133,7 +133,11 @@ void ScriptWriter::write_root(Node root, std::uint32_t unit) {
     for (; next != planned.end() && next->unit == unit; ++next) bindings.push_back(next->node);
   }
   local_bindings(root, bindings);
-  push_lets(bindings, root);
+  if (m_.is_annotation(root.term()->symbol) && name(root) == 0 && m_.arity(root.term()) == 1) {
+    write_annotation(root, bindings);
+  } else {
+    push_lets(bindings, root);
+  }
   run();
   texts_.clear();
   check_size();

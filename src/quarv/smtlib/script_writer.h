@@ -26,20 +26,35 @@ class ScriptWriter {
   /// What is still to be written.
   struct Item {
     enum Kind : std::uint8_t {
-      reference,  // a node, by its name when it has one
-      own_text,   // a node in full
-      rest,       // the parts of an application from `next` on, then its closing parenthesis
-      open_let,   // "(let ((?k "
-      close_let,  // ")) " once the value is written: from now on the name stands for the node
-      leave,      // the names given since `next` are forgotten
-      close,      // `next` closing parentheses
-      owned_text  // texts_[next]
+      reference,   // a node, by its name when it has one
+      own_text,    // a node in full
+      rest,        // the parts of an application from `next` on, then its closing parenthesis
+      subtrahend,  // " " and a summand with its sign turned
+      open_let,    // "(let ((?k "
+      close_let,   // ")) " once the value is written: from now on the name stands for the node
+      leave,       // the names given since `next` are forgotten
+      close,       // `next` closing parentheses
+      owned_text   // texts_[next]
     };
     Kind kind;
     Node node;
     std::uint32_t first = 0;
     std::uint32_t next = 0;
     std::uint32_t end = 0;
+  };
+  /// Texts and terms in the order in which they are to be written; scheduled when it is complete.
+  class Sequence {
+   public:
+    explicit Sequence(ScriptWriter& writer) : writer_(writer) {}
+    Sequence(const Sequence&) = delete;
+    Sequence& operator=(const Sequence&) = delete;
+    ~Sequence();
+    void text(std::string s);
+    void reference(Node n) { items_.push_back({Item::reference, n}); }
+
+   private:
+    ScriptWriter& writer_;
+    std::vector<Item> items_;
   };
   enum class NameKind : std::uint32_t { none = 0, let = 1, definition = 2, user = 3, annotation = 4 };
 
@@ -57,7 +72,10 @@ class ScriptWriter {
   void continue_rest(Item& item);
   void flatten(Node n);
   void write_quantifier(Node n);
-  void write_annotation(Node n);
+  void write_annotation(Node n, std::span<const Node> bindings);
+  bool write_difference(Node n, std::uint32_t first);
+  void write_subtrahend(Node n);
+  bool write_as_differences(const Term* atom);
   void write_quotient(const IntegerQuotient& quotient);
   void write_congruence(const Term* t);
   void push_lets(std::span<const Node> bindings, Node body);

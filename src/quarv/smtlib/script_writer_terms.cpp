@@ -18,6 +18,9 @@ void ScriptWriter::run() {
       case Item::rest:
         continue_rest(item);
         break;
+      case Item::subtrahend:
+        write_subtrahend(item.node);
+        break;
       case Item::open_let:
         out_.put("(let ((");
         out_.put(let_prefix_);
@@ -80,7 +83,7 @@ void ScriptWriter::write_own(Node n) {
     return;
   }
   if (m_.is_quantifier(t->symbol)) return write_quantifier(n);
-  if (m_.is_annotation(t->symbol)) return write_annotation(n);
+  if (m_.is_annotation(t->symbol)) return write_annotation(n, {});
   if (tag == SymbolTag::INT_MOD_CONGR) return write_congruence(t);
   if (tag == SymbolTag::FLOOR) {
     IntegerQuotient quotient;
@@ -89,13 +92,23 @@ void ScriptWriter::write_own(Node n) {
       return write_quotient(quotient);
     }
   }
+  if (script_.difference_logic && (tag == SymbolTag::EQ || tag == SymbolTag::LEQ) &&
+      write_as_differences(t)) {
+    return;
+  }
   if (is_flat(tag)) {
     flatten(n);
+    if (tag == SymbolTag::PLUS && write_difference(n, first)) return;
   } else {
     printed_children(m_, n, parts_);
   }
   out_.put('(');
-  write_head(m_, t->symbol, out_);
+  if (is_multiple(m_, t) && *m_.get_number(t->args[0]) == QNumber(-1)) {
+    out_.put('-');
+    parts_.erase(parts_.begin() + first);
+  } else {
+    write_head(m_, t->symbol, out_);
+  }
   items_.push_back({Item::rest, n, first, first, static_cast<std::uint32_t>(parts_.size())});
 }
 
@@ -199,6 +212,7 @@ void ScriptWriter::write_quantifier(Node n) {
 /// What occurs more than once within a quantifier's body and may not leave it: terms in which a variable is
 /// free. Inner quantifiers decide for themselves.
 void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) {
+  root = without_coefficient(m_, root);
   if (sharing_ == Sharing::none || m_.arity(root.term()) == 0 || !plan_.is_open(root)) return;
   struct Hash {
     std::size_t operator()(Node n) const noexcept { return n.term()->id * 2 + n.as_real(); }
@@ -217,7 +231,7 @@ void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) {
     }
     if (m_.is_quantifier(n.term()->symbol)) continue;
     children.clear();
-    printed_children(m_, n, children);
+    planned_children(m_, n, children);
     pending.insert(pending.end(), children.begin(), children.end());
   }
   for (const auto& [n, repeated] : seen) {
@@ -229,95 +243,39 @@ void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) {
 }
 
 /// In full once, by its name afterwards. Outside assertions and definitions a name cannot be given.
-void ScriptWriter::write_annotation(Node n) {
+/// `bindings` are those of the unit whose root this is: a name may not be given below them.
+void ScriptWriter::write_annotation(Node n, std::span<const Node> bindings) {
   const Term* t = n.term();
+  const Node body(t->args[0], false);
   const auto& attributes = m_.annotation_attributes(t->symbol);
   const bool named = std::any_of(attributes.begin(), attributes.end(),
                                  [](const Attribute& a) { return a.keyword == ":named"; });
-  if (named && !asserting_) {
-    items_.push_back({Item::reference, Node(t->args[0], false)});
-    return;
-  }
-  out_.put("(! ");
-  std::vector<Item> sequence{{Item::reference, Node(t->args[0], false)}};
-  const auto text = [&](std::string s) {
-    sequence.push_back({Item::owned_text, {}, 0, static_cast<std::uint32_t>(texts_.size()), 0});
-    texts_.push_back(std::move(s));
-  };
-  std::size_t next_term = 1;
-  for (const Attribute& a : attributes) {
-    text(' ' + a.keyword + (a.num_terms != 0 ? " (" : a.text.empty() ? "" : ' ' + a.text));
-    for (std::size_t i = 0; i < a.num_terms; ++i) {
-      if (i != 0) text(" ");
-      sequence.push_back({Item::reference, Node(t->args[next_term++], false)});
+  const bool shown = !named || asserting_;
+  if (shown) {
+    out_.put("(! ");
+    Sequence rest(*this);
+    std::size_t next_term = 1;
+    for (const Attribute& a : attributes) {
+      rest.text(' ' + a.keyword + (a.num_terms != 0 ? " (" : a.text.empty() ? "" : ' ' + a.text));
+      for (std::size_t i = 0; i < a.num_terms; ++i) {
+        if (i != 0) rest.text(" ");
+        rest.reference(Node(t->args[next_term++], false));
+      }
+      if (a.num_terms != 0) rest.text(")");
     }
-    if (a.num_terms != 0) text(")");
+    rest.text(")");
   }
-  text(")");
-  items_.insert(items_.end(), sequence.rbegin(), sequence.rend());
+  if (bindings.empty()) {
+    items_.push_back({Item::reference, body});
+  } else {
+    push_lets(bindings, body);
+  }
+  if (!shown) return;
   created(t);
   if (named) {
     set_name(n, NameKind::annotation, 0);
     level_names_.back().push_back(n);
   }
-}
-
-/// "(div (+ (* 2 x) y 1) 3)".
-void ScriptWriter::write_quotient(const IntegerQuotient& quotient) {
-  std::vector<Item> sequence;
-  const auto text = [&](std::string s) {
-    sequence.push_back({Item::owned_text, {}, 0, static_cast<std::uint32_t>(texts_.size()), 0});
-    texts_.push_back(std::move(s));
-  };
-  const auto integer = [](const QNumber& v) {
-    return v.sign() < 0 ? "(- " + (-v).to_string() + ')' : v.to_string();
-  };
-  const bool sum = quotient.summands.size() > 1;
-  text(sum ? "(div (+ " : "(div ");
-  bool first = true;
-  for (const auto& s : quotient.summands) {
-    if (!first) text(" ");
-    first = false;
-    const bool alone = s.monomial != nullptr && s.coefficient == QNumber(1);
-    if (s.monomial == nullptr) {
-      text(integer(s.coefficient));
-    } else if (alone) {
-      sequence.push_back({Item::reference, Node(s.monomial, false)});
-    } else {
-      text("(* " + integer(s.coefficient) + ' ');
-      sequence.push_back({Item::reference, Node(s.monomial, false)});
-      text(")");
-    }
-  }
-  text((sum ? ") " : " ") + integer(quotient.divisor) + ')');
-  items_.insert(items_.end(), sequence.rbegin(), sequence.rend());
-}
-
-/// "(= (mod a n) r)": every solver knows it. A remainder that is no numeral goes to the other side.
-void ScriptWriter::write_congruence(const Term* t) {
-  QNumber modulus;
-  m_.is_int_modular_congruence(t->symbol, &modulus);
-  const QNumber* value = m_.get_number(t->args[1]);
-  std::vector<Item> sequence;
-  const auto text = [&](std::string s) {
-    sequence.push_back({Item::owned_text, {}, 0, static_cast<std::uint32_t>(texts_.size()), 0});
-    texts_.push_back(std::move(s));
-  };
-  text(value != nullptr ? "(= (mod " : "(= (mod (- ");
-  sequence.push_back({Item::reference, Node(t->args[0], false)});
-  QNumber remainder;
-  if (value != nullptr) {
-    QNumber quotient;
-    value->divmod(modulus, quotient, remainder);
-    if (remainder.sign() < 0) remainder += modulus;
-  } else {
-    text(" ");
-    sequence.push_back({Item::reference, Node(t->args[1], false)});
-    text(")");
-  }
-  text(' ' + modulus.to_string() + ") " + remainder.to_string() + ')');
-  items_.insert(items_.end(), sequence.rbegin(), sequence.rend());
-  created(t);
 }
 
 }  // namespace quarv::smtlib

@@ -50,12 +50,13 @@ void SharingPlan::count_command(std::size_t index) {
   for (std::size_t i = 0; i < terms.size(); ++i) {
     const Node root = node_for(manager_, terms[i], sorts[i]);
     add_unit(root, static_cast<std::uint32_t>(index));
-    if (c.kind == Kind::define) name_by_user(root);
+    if (c.kind == Kind::define && !is_multiple(manager_, terms[i])) name_by_user(root);
   }
 }
 
 void SharingPlan::add_unit(Node root, std::uint32_t command) {
   const auto unit = static_cast<std::uint32_t>(roots_.size());
+  root = without_coefficient(manager_, root);
   roots_.push_back(root);
   unit_commands_.push_back(command);
   unit_scopes_.push_back(scope_);
@@ -119,7 +120,7 @@ void SharingPlan::share(Node n, Info& i) {
 void SharingPlan::enter(Node n) {
   const auto first = static_cast<std::uint32_t>(children_.size());
   frames_.push_back({n, first, first});
-  printed_children(manager_, n, children_);
+  planned_children(manager_, n, children_);
 }
 
 void SharingPlan::count_uses(Node root, std::uint32_t unit) {
@@ -142,10 +143,12 @@ void SharingPlan::finish(Node n, std::span<const Node> children) {
   const Symbol* symbol = n.term()->symbol;
   unsigned size = 1;
   std::uint64_t free = 0;
+  std::uint8_t inherited = 0;
   for (Node child : children) {
     const Term* t = child.term();
     if (manager_.arity(t) != 0) {
       size += info(child).size;
+      inherited |= info(child).flags & holds_name;
       if (is_open(child)) free |= free_variables_[t];
       continue;
     }
@@ -156,6 +159,7 @@ void SharingPlan::finish(Node n, std::span<const Node> children) {
     free |= bit;
   }
   Info& i = info(n);
+  i.flags |= inherited;
   if (manager_.is_quantifier(symbol)) {
     size = largest_size;
     for (const Term* v : manager_.quantifier_variables(symbol)) {
@@ -166,7 +170,7 @@ void SharingPlan::finish(Node n, std::span<const Node> children) {
   if (manager_.is_annotation(symbol)) {
     size = largest_size;
     for (const Attribute& a : manager_.annotation_attributes(symbol)) {
-      if (a.keyword == ":named") i.flags |= annotated;
+      if (a.keyword == ":named") i.flags |= annotated | holds_name;
     }
   }
   if (free != 0) {
@@ -227,24 +231,37 @@ void SharingPlan::place(Node n) {
   Info& i = info(n);
   std::uint32_t unit = i.unit;
   const bool nameable = i.size > small_size && (i.flags & (open | annotated)) == 0;
-  if (nameable && (i.flags & shared) != 0) {
+  const bool used_again = i.uses > 1 && (i.flags & user_defined) == 0;
+  if (nameable && ((i.flags & shared) != 0 || (used_again && define_only(i.unit)))) {
     unit = static_cast<std::uint32_t>(roots_.size() + definitions_.size());
     definitions_.push_back({n, i.position, unit});
     i.flags |= named_here;
-  } else if (nameable && i.uses > 1 && (i.flags & user_defined) == 0) {
+  } else if (nameable && used_again) {
     bindings_.push_back({i.unit, n});
     i.flags |= named_here;
   }
-  const bool repeated = (i.flags & shared) != 0 && (i.flags & named_here) == 0;
+  // What has no name of its own is written wherever it occurs, and its parts with it.
+  const bool repeated = (i.flags & (shared | named_here | annotated)) == shared;
   const std::uint32_t position = i.position;
   children_.clear();
-  printed_children(manager_, n, children_);
+  planned_children(manager_, n, children_);
   for (Node child : children_) {
     if (manager_.arity(child.term()) == 0) continue;
     assign(child, unit, position);
     if (repeated) info(child).flags |= shared;
   }
   children_.clear();
+}
+
+/// The unit's text gives a name below its root. No `let` may stand around that: its variable would be out of
+/// scope where the name is used.
+bool SharingPlan::define_only(std::uint32_t unit) const noexcept {
+  if (unit >= roots_.size()) return (info(definitions_[unit - roots_.size()].node).flags & holds_name) != 0;
+  const Node root = roots_[unit];
+  const Term* t = root.term();
+  if (!manager_.is_annotation(t->symbol)) return (info(root).flags & holds_name) != 0;
+  const Node body(t->args[0], false);
+  return manager_.arity(body.term()) != 0 && (info(body).flags & holds_name) != 0;
 }
 
 }  // namespace quarv::smtlib

@@ -52,7 +52,9 @@ class SharingPlan {
   /// A compound term of few nodes, which is rather repeated than named.
   bool is_small(Node n) const noexcept { return info(n).size <= small_size; }
   /// A definition of the user names it.
-  bool is_named_by_user(Node n) const noexcept { return (info(n).flags & user_defined) != 0; }
+  bool is_named_by_user(Node n) const noexcept {
+    return !is_multiple(manager_, n.term()) && (info(n).flags & user_defined) != 0;
+  }
   /// A quantifier's variable is free in it.
   bool is_open(Node n) const noexcept { return (info(n).flags & open) != 0; }
 
@@ -64,7 +66,8 @@ class SharingPlan {
     user_named = 8,     // a definition of the user names it, and its level is still open
     user_defined = 16,  // a definition of the user named it at some time: that of the unit that met it first
     annotated = 32,     // names itself
-    named_here = 64     // a definition or a `let` of the printer names it
+    named_here = 64,    // a definition or a `let` of the printer names it
+    holds_name = 128    // itself or a part of it is annotated with a name
   };
   static constexpr std::uint8_t small_size = 4;
   static constexpr std::uint8_t largest_size = 255;
@@ -109,6 +112,7 @@ class SharingPlan {
   void assign_units();
   void assign(Node n, std::uint32_t unit, std::uint32_t position);
   void place(Node n);
+  bool define_only(std::uint32_t unit) const noexcept;
 
   const TermManager& manager_;
   const Script& script_;

@@ -1,4 +1,5 @@
 #include <charconv>
+#include <optional>
 #include <ostream>
 #include <stdexcept>
 
@@ -59,15 +60,38 @@ void write_bits(const QNumber& value, std::size_t width, OutputBuffer& out) {
   out.put(text);
 }
 
+/// The digits after the point that a decimal of the value needs; none when there is no such decimal of
+/// reasonable length.
+std::optional<unsigned> decimal_places(const mpz_class& denominator) {
+  constexpr unsigned longest = 40;
+  mpz_class power = 1;
+  for (unsigned places = 0; places <= longest; ++places, power *= 10) {
+    if (mpz_divisible_p(power.get_mpz_t(), denominator.get_mpz_t())) return places;
+  }
+  return std::nullopt;
+}
+
+/// "2.5" or, where only a fraction is exact, "(/ 1.0 3.0)".
 void write_rational(const QNumber& value, OutputBuffer& out) {
   const bool negative = value.sign() < 0;
   if (negative) out.put("(- ");
-  out.put("(/ ");
   const mpz_class numerator = abs(value.num());
-  out.put(numerator.get_str());
-  out.put(".0 ");
-  out.put(value.den().get_str());
-  out.put(".0)");
+  const mpz_class denominator = value.den();
+  if (const auto places = decimal_places(denominator)) {
+    mpz_class scaled;
+    mpz_ui_pow_ui(scaled.get_mpz_t(), 10, *places);
+    scaled = scaled / denominator * numerator;
+    std::string digits = scaled.get_str();
+    if (digits.size() <= *places) digits.insert(0, *places + 1 - digits.size(), '0');
+    digits.insert(digits.size() - *places, *places == 0 ? ".0" : ".");
+    out.put(digits);
+  } else {
+    out.put("(/ ");
+    out.put(numerator.get_str());
+    out.put(".0 ");
+    out.put(denominator.get_str());
+    out.put(".0)");
+  }
   if (negative) out.put(')');
 }
 
@@ -104,7 +128,8 @@ void write_float(const QNumber& bits, std::size_t ew, std::size_t mw, OutputBuff
 
 }  // namespace
 
-void write_integer(const QNumber& value, OutputBuffer& out, bool as_real) {
+void write_number(const QNumber& value, OutputBuffer& out, bool as_real) {
+  if (!value.is_integer()) return write_rational(value, out);
   const bool negative = value.sign() < 0;
   if (negative) out.put("(- ");
   write_natural(negative ? -value : value, out);
@@ -123,10 +148,8 @@ void write_constant(const TermManager& m, Node n, OutputBuffer& out) {
   }
   const DataType* type = m.type_of(t);
   std::size_t ew, mw;
-  if (type == m.int_type) {
-    write_integer(*value, out, n.as_real());
-  } else if (type == m.rat_type) {
-    write_rational(*value, out);
+  if (type == m.int_type || type == m.rat_type) {
+    write_number(*value, out, n.as_real() || type == m.rat_type);
   } else if (m.get_format_from_type(type, &ew, &mw)) {
     write_float(*value, ew, mw, out);
   } else {

@@ -44,7 +44,8 @@ void write_constant(const TermManager& m, Node n, OutputBuffer& out);
 /// 0)".
 void write_head(const TermManager& m, const Symbol* s, OutputBuffer& out);
 
-/// An integer as a numeral, "(- n)" when negative.
-void write_integer(const QNumber& value, OutputBuffer& out, bool as_real);
+/// An integer as a numeral, any other number as a decimal or fraction; "(- n)" when negative. A Real has a
+/// decimal point.
+void write_number(const QNumber& value, OutputBuffer& out, bool as_real);
 
 }  // namespace quarv::smtlib

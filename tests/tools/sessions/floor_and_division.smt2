@@ -37,7 +37,7 @@
 (simplify (to_int (+ (to_real x) 0.5)))
 ; => x
 (simplify (to_int (+ (to_real x) (- 0.5))))
-; => (+ x (- 1))
+; => (- x 1)
 (simplify (to_int (+ (to_real x) (to_real y))))
 ; => (+ x y)
 (simplify (to_real 3))
@@ -53,7 +53,7 @@
 (simplify (is_int (+ (to_real x) 0.5)))
 ; => false
 (simplify (is_int r))
-; => (= (+ r (* (- 1.0) (to_real (to_int r)))) 0.0)
+; => (= (- r (to_real (to_int r))) 0.0)
 (simplify (div 7 2))
 ; => 3
 (simplify (div (- 7) 2))
@@ -77,7 +77,7 @@
 (simplify (div x 1))
 ; => x
 (simplify (div x (- 1)))
-; => (* (- 1) x)
+; => (- x)
 (simplify (div 100 7 3))
 ; => 4
 (simplify (div x 3))
@@ -99,11 +99,11 @@
 (simplify (mod 5 0))
 ; => (mod 5 0)
 (simplify (mod x 1))
-; => (+ x (* (- 1) x))
+; => (- x x)
 (simplify (mod x 0))
 ; => (mod x 0)
 (simplify (mod x 3))
-; => (+ x (* (- 3) (div x 3)))
+; => (- x (* 3 (div x 3)))
 (simplify (abs 5))
 ; => 5
 (simplify (abs (- 5)))
@@ -113,9 +113,9 @@
 (simplify (abs (- 9223372036854775808)))
 ; => 9223372036854775808
 (simplify (abs x))
-; => (ite (<= 0 x) x (* (- 1) x))
+; => (ite (<= 0 x) x (- x))
 (simplify (abs (- x x)))
-; => (+ x (* (- 1) x))
+; => (- x x)
 (simplify ((_ divisible 3) 6))
 ; => true
 (simplify ((_ divisible 3) 7))

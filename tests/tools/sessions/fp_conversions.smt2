@@ -63,4 +63,4 @@
 (simplify ((_ to_fp 3 5) RNE (- 1.5)))
 ; => (fp #b1 #b011 #x8)
 (simplify ((_ to_fp 3 5) m 1.5))
-; => ((_ to_fp 3 5) m (/ 3.0 2.0))
+; => ((_ to_fp 3 5) m 1.5)
