@@ -94,6 +94,11 @@ TEST(Printer, RealsAndIntegers) {
             "(declare-fun h (Real) Real)\n(assert (= a (h (ite p (to_real x) (+ (to_real x) 1.0)))))\n");
 }
 
+TEST(Printer, DefinitionsOfIntegralReals) {
+  const std::string text = "(define-fun k () Real 4.0)\n(define-const l Real (- 2.0))\n(assert (<= k l))\n";
+  EXPECT_EQ(simplified(text), text.substr(0, text.find("(assert")) + "(assert false)\n");
+}
+
 TEST(Printer, Differences) {
   EXPECT_EQ(assertion(numbers, "(<= (- x y) 3)"), "(<= (- x y) 3)");
   EXPECT_EQ(assertion(numbers, "(<= (- y x) 3)"), "(<= (- 3) (- x y))");

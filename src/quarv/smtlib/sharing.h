@@ -53,7 +53,8 @@ class SharingPlan {
   bool is_small(Node n) const noexcept { return info(n).size <= small_size; }
   /// A definition of the user names it.
   bool is_named_by_user(Node n) const noexcept {
-    return !is_multiple(manager_, n.term()) && (info(n).flags & user_defined) != 0;
+    if (manager_.arity(n.term()) == 0 || is_multiple(manager_, n.term())) return false;
+    return (info(n).flags & user_defined) != 0;
   }
   /// A quantifier's variable is free in it.
   bool is_open(Node n) const noexcept { return (info(n).flags & open) != 0; }
