@@ -13,6 +13,7 @@ enum ExitStatus : int { success = 0, failure = 1, usage_error = 2 };
 
 void add_simplify(CLI::App& program, int& status);
 void add_repl(CLI::App& program, int& status);
+void add_certify(CLI::App& program, int& status);
 void add_replay(CLI::App& program, int& status);
 void add_rules(CLI::App& program, int& status);
 /// A subcommand of `rules`.

@@ -21,6 +21,7 @@ constexpr const char* examples = R"(Examples:
   quarv simplify query.smt2 -o small.smt2 --trace steps && quarv replay steps
                                             check every step that was made
   quarv repl                                simplify terms as they are typed
+  quarv certify query.smt2                  let z3 prove that the output means the same
   quarv rules check my.rules                let z3 say whether rules hold
 
 Exit status: 0 when all went well, 1 for faults of the input, of files and of memory, 2 for a wrong command line.)";
@@ -57,6 +58,7 @@ int run(int argc, char** argv) {
   int status = quarv::cli::success;
   quarv::cli::add_simplify(program, status);
   quarv::cli::add_repl(program, status);
+  quarv::cli::add_certify(program, status);
   quarv::cli::add_replay(program, status);
   quarv::cli::add_rules(program, status);
   try {

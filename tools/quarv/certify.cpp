@@ -1,0 +1,134 @@
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "certifier.h"
+#include "commands.h"
+#include "file_error.h"
+#include "input.h"
+#include "ordered_work.h"
+#include "output.h"
+#include "script_queries.h"
+#include "simplify_arguments.h"
+#include "step_queries.h"
+
+namespace quarv::cli {
+
+namespace {
+
+struct Arguments {
+  std::string input = "-";
+  bool steps = false;
+  std::string solver = "z3";
+  unsigned jobs = std::max(1u, std::thread::hardware_concurrency());
+  double timeout = 10;
+  std::string keep;  // empty: nowhere
+  bool quiet = false;
+  SimplifyArguments how;
+};
+
+constexpr const char* explanation =
+    R"(The script is simplified, and a solver is asked whether any of its terms can differ from what stands in its
+place then: the two are taken from input and output as they are written. With --steps, the solver is asked about
+each step of simplification instead, so that questions are many and small: steps count as in a trace (quarv
+simplify --trace), and as there the steps of further rounds are left out.
+
+  proved       they are equal for all values
+  refuted      they are not: values for which they differ are printed
+  undecided    the solver had no more time or memory, or gave up
+  unsupported  the solver does not know something that occurs in the query
+
+Exit status: 0 when nothing was refuted; 1 otherwise, for faults of the input, and when the solver fails.)";
+
+std::unique_ptr<QuerySet> make_queries(const Arguments& arguments, const Input& input, std::string& output) {
+  const smtlib::SimplifyOptions options = read_options(arguments.how);
+  if (arguments.steps) return std::make_unique<StepQueries>(input.text(), input.name(), options);
+  std::ostringstream simplified;
+  smtlib::simplify_script(input.text(), input.name(), simplified, options);
+  output = std::move(simplified).str();
+  return std::make_unique<ScriptQueries>(input.text(), output, input.name());
+}
+
+int certify(const Arguments& arguments) {
+  const Input input(arguments.input);
+  std::string output;  // the queries refer to it
+  const std::unique_ptr<QuerySet> queries = make_queries(arguments, input, output);
+  if (std::error_code error;
+      !arguments.keep.empty() && !std::filesystem::create_directories(arguments.keep, error) && error) {
+    throw FileError("create", arguments.keep, error.message());
+  }
+
+  Output report("-");
+  std::array<std::size_t, 4> counts{};
+  std::size_t num_same = 0;
+  KnownVerdicts known;
+  OrderedWork<Verdict> work(
+      queries->size(),
+      [&](std::size_t i, const Verdict& verdict) {
+        ++counts[verdict.kind];
+        num_same += queries->is_trivial(i);
+        if (arguments.quiet && verdict.kind == Verdict::proved) return;
+        report.stream() << queries->title(i) << ": " << name_of(verdict.kind);
+        if (!verdict.detail.empty()) report.stream() << ": " << verdict.detail;
+        report.stream() << '\n';
+      },
+      [&] { report.stream().flush(); });
+  work.run(arguments.jobs, [&] {
+    const std::chrono::milliseconds limit(static_cast<long>(arguments.timeout * 1000));
+    return
+        [certifier = std::make_unique<Certifier>(*queries, known, arguments.solver, limit, arguments.keep)](
+            std::size_t i) { return certifier->verdict_on(i); };
+  });
+  report.stream() << fmt::format("{} {}: {} proved", queries->size(),
+                                 arguments.steps ? "steps" : "pairs of terms", counts[Verdict::proved]);
+  if (num_same != 0) report.stream() << fmt::format(" ({} the same text)", num_same);
+  report.stream() << fmt::format(", {} refuted, {} undecided, {} unsupported\n", counts[Verdict::refuted],
+                                 counts[Verdict::undecided], counts[Verdict::unsupported]);
+  report.commit();
+  return counts[Verdict::refuted] == 0 ? success : failure;
+}
+
+}  // namespace
+
+void add_certify(CLI::App& program, int& status) {
+  CLI::App& command =
+      *program.add_subcommand("certify", "Let an SMT solver prove that nothing changed its meaning");
+  const auto arguments = std::make_shared<Arguments>();
+  command.add_option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input")
+      ->type_name("")
+      ->capture_default_str();
+  command.add_flag("--steps", arguments->steps, "Prove each step of simplification instead of each term");
+  command.add_option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
+      ->capture_default_str();
+  command.add_option("-j,--jobs", arguments->jobs, "How many solvers run side by side")
+      ->check(CLI::Range(1, 256).description(""))
+      ->type_name("N")
+      ->capture_default_str();
+  command.add_option("--timeout", arguments->timeout, "For each query, in seconds")
+      ->check(CLI::Range(0.001, 1e6).description(""))
+      ->type_name("S")
+      ->capture_default_str();
+  command.add_option("--keep", arguments->keep, "Leave each query there, as a script of its own")
+      ->type_name("DIR");
+  command.add_flag("-q,--quiet", arguments->quiet, "Do not print what was proved");
+  add_simplify_options(command, arguments->how);
+  command.footer(explanation);
+  command.callback([arguments, &status] {
+    try {
+      status = certify(*arguments);
+    } catch (const smtlib::UnknownRule& e) {
+      fmt::print(stderr, "quarv: {} (quarv rules list tells more)\n", e.what());
+      status = usage_error;
+    }
+  });
+}
+
+}  // namespace quarv::cli
