@@ -20,6 +20,7 @@ constexpr const char* examples = R"(Examples:
   quarv simplify - --stats < query.smt2     read standard input; say what was done
   quarv simplify query.smt2 -o small.smt2 --trace steps && quarv replay steps
                                             check every step that was made
+  quarv explain query.smt2 --assert 2       show how the second assertion is simplified
   quarv repl                                simplify terms as they are typed
   quarv certify query.smt2                  let z3 prove that the output means the same
   quarv rules check my.rules                let z3 say whether rules hold
@@ -57,6 +58,7 @@ int run(int argc, char** argv) {
   program.require_subcommand(1);
   int status = quarv::cli::success;
   quarv::cli::add_simplify(program, status);
+  quarv::cli::add_explain(program, status);
   quarv::cli::add_repl(program, status);
   quarv::cli::add_certify(program, status);
   quarv::cli::add_replay(program, status);

@@ -89,7 +89,9 @@ class Replay {
       return Verdict::not_justified;
     }
     RuleMatch match(trace_, rules_[step.rule - 1]);
-    reason = match.mismatch(step.before, step.before_name);
+    if (const auto mismatch = match.mismatch(step.before, step.before_name)) {
+      reason = fmt::format("{} at column {} of the rule", mismatch->reason, mismatch->column);
+    }
     if (reason.empty() && !match.yields(step.after, known_)) reason = "the rule yields another term";
     if (reason.empty() && step.rule <= num_standard_rules_) reason = counterexample(step.rule, match);
     return reason.empty() ? Verdict::justified : Verdict::not_justified;

@@ -47,13 +47,26 @@ class KnownTerms {
   std::unordered_map<std::string, TermName> simplified_;
 };
 
+/// Why a rule does not apply: the first part of it that does not fit.
+struct Mismatch {
+  std::string reason;        ///< "the pattern has bvadd"
+  std::size_t column = 0;    ///< of the part in the rule's text, from 1
+  std::size_t position = 0;  ///< in the pattern
+  bool in_pattern = true;    ///< or else in the conditions, and the whole pattern fits
+};
+
 /// Tries a rule on a term, condition by condition in the order in which they are written.
 class RuleMatch {
  public:
   RuleMatch(const TraceFile& trace, const rules::Rule& rule) : trace_(trace), rule_(rule) {}
 
-  /// Why the rule does not apply to `root`; empty when it does.
-  std::string mismatch(const Expression& root, std::optional<TermName> name);
+  /// Why the rule does not apply to `root`; nothing when it does.
+  std::optional<Mismatch> mismatch(const Expression& root, std::optional<TermName> name);
+
+  /// The sub-term at a position up to which the pattern fits; the root's name is the one that was given.
+  TermName term(std::size_t position) const { return terms_[position]; }
+  /// The value of an integer name of the rule.
+  std::uint64_t integer(std::size_t parameter) const { return integers_[parameter]; }
 
   /// Whether the rule's result, built on the sub-terms that were matched, is `after`.
   bool yields(TermName after, const KnownTerms& known) const;
@@ -63,7 +76,7 @@ class RuleMatch {
 
  private:
   bool is_value(std::size_t position, const mpz_class& value) const;
-  std::string pattern_mismatch(const Expression& root, std::optional<TermName> name);
+  std::optional<Mismatch> pattern_mismatch(const Expression& root, std::optional<TermName> name);
   bool holds(const rules::Condition& c);
   std::optional<std::size_t> width(std::size_t position) const;
   std::optional<mpz_class> number(std::size_t position) const;

@@ -110,28 +110,30 @@ bool RuleMatch::is_value(std::size_t position, const mpz_class& value) const {
   return n && *n == value;
 }
 
-std::string RuleMatch::mismatch(const Expression& root, std::optional<TermName> name) {
-  std::string reason = pattern_mismatch(root, name);
-  if (!reason.empty()) return reason;
+std::optional<Mismatch> RuleMatch::mismatch(const Expression& root, std::optional<TermName> name) {
+  if (auto found = pattern_mismatch(root, name)) return found;
+  std::size_t offset = rule_.text.find(rule_.pattern_text) + rule_.pattern_text.size();
   for (const Condition& c : rule_.conditions) {
-    if (!holds(c)) return "the condition " + c.text + " does not hold";
+    offset = rule_.text.find(c.text, offset);
+    if (!holds(c)) return Mismatch{"the condition " + c.text + " does not hold", offset + 1, c.a, false};
+    offset += c.text.size();
   }
-  return {};
+  return std::nullopt;
 }
 
-std::string RuleMatch::pattern_mismatch(const Expression& root, std::optional<TermName> name) {
+std::optional<Mismatch> RuleMatch::pattern_mismatch(const Expression& root, std::optional<TermName> name) {
   root_ = &root;
   terms_.assign(rule_.pattern.size(), name.value_or(0));
   integers_.assign(rule_.parameters.size(), 0);
   for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
     const PatternNode& node = rule_.pattern[i];
-    const auto place = [&] { return " at column " + std::to_string(node.column) + " of the rule"; };
+    const auto here = [&](const std::string& reason) { return Mismatch{reason, node.column, i, true}; };
     if (i > 0) terms_[i] = at(node.parent).args[node.child];
     const Expression& e = at(i);
     if (node.kind == PatternNode::Kind::literal) {
       const auto w = width(i);
       if (!w || !is_value(i, wanted_value(node.value, *w))) {
-        return "the pattern has the number " + std::to_string(node.value) + place();
+        return here("the pattern has the number " + std::to_string(node.value));
       }
     }
     if (node.kind != PatternNode::Kind::application) continue;
@@ -139,17 +141,17 @@ std::string RuleMatch::pattern_mismatch(const Expression& root, std::optional<Te
                       e.args.size() == node.arguments.size() && e.indices.size() == node.parameters.size();
     // Equality of Booleans is an operator of its own, which the language does not have.
     if (!fits || (node.op->tag == SymbolTag::EQ && trace_.sort_of(e.args[0]).kind == TraceSort::boolean)) {
-      return "the pattern has " + std::string(node.op->word) + place();
+      return here("the pattern has " + std::string(node.op->word));
     }
     for (std::size_t k = 0; k < node.parameters.size(); ++k) {
       if (e.indices[k].empty() || e.indices[k].size() > 18 ||
           e.indices[k].find_first_not_of("0123456789") != std::string::npos) {
-        return "an index is no number";
+        return here("an index is no number");
       }
       integers_[node.parameters[k]] = std::stoull(e.indices[k]);
     }
   }
-  return {};
+  return std::nullopt;
 }
 
 bool RuleMatch::holds(const Condition& c) {

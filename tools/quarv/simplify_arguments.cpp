@@ -6,7 +6,7 @@
 
 namespace quarv::cli {
 
-void add_simplify_options(CLI::App& command, SimplifyArguments& arguments) {
+void add_step_options(CLI::App& command, SimplifyArguments& arguments) {
   CLI::Option* const no_rules =
       command.add_flag("--no-rules", arguments.no_rules, "Simplify operators, but apply no rewrite rule");
   command
@@ -23,6 +23,10 @@ void add_simplify_options(CLI::App& command, SimplifyArguments& arguments) {
       ->allow_extra_args(false);
   command.add_flag("--standard", arguments.standard,
                    "The layer as it is, not restricted to what the SMT-LIB standard warrants");
+}
+
+void add_simplify_options(CLI::App& command, SimplifyArguments& arguments) {
+  add_step_options(command, arguments);
   command
       .add_option(
           "--share", arguments.sharing,

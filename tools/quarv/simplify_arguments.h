@@ -23,6 +23,9 @@ struct SimplifyArguments {
 /// Adds the options to a subcommand; `arguments` must outlive it.
 void add_simplify_options(CLI::App& command, SimplifyArguments& arguments);
 
+/// Only those that say how a script is to be simplified.
+void add_step_options(CLI::App& command, SimplifyArguments& arguments);
+
 /// Reads the rule files. Throws FileError.
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments);
 

@@ -24,7 +24,10 @@ std::vector<std::string> indexed_words(std::string_view text) {
 }  // namespace
 
 std::string Expression::key() const {
-  std::string text = kind == value ? "#" + number.get_str() : (kind == function ? "|" : "") + op;
+  // A function's name may hold anything; its length shows where it ends.
+  std::string text = kind == value      ? '#' + number.get_str()
+                     : kind == function ? '|' + std::to_string(op.size()) + '|' + op
+                                        : op;
   for (const std::string& index : indices) text += '_' + index;
   if (copy != 0) text += '!' + std::to_string(copy);
   for (TermName v : variables) text += '?' + std::to_string(v);

@@ -158,7 +158,6 @@ std::size_t Trace::define_sort(const DataType* type) {
   return sorts_[type];
 }
 
-/// Defines a term after all that occurs in it.
 void Trace::define(const Term* t) {
   if (defined_.size() < manager_.num_terms()) defined_.resize(manager_.num_terms() * 3 / 2);
   if (defined_[t->id]) return;

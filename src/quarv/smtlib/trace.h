@@ -56,11 +56,13 @@ class Trace : public SimplificationObserver {
   /// To be called when a command of the script has been read: `script` ends in it.
   void command_read(const Script& script);
 
+  /// Defines a term and all that occurs in it, unless that has been done.
+  void define(const Term* t);
+
   /// Writes out what is buffered. Throws std::runtime_error when the stream fails.
   void finish() { out_.flush(); }
 
  private:
-  void define(const Term* t);
   void define_one(const Term* t);
   std::size_t define_sort(const DataType* type);
   void begin_step();

@@ -1,0 +1,242 @@
+/// \file
+/// What `quarv explain` says, to the letter, and that it is right.
+#include <string>
+#include <vector>
+
+#include "program_fixture.h"
+
+namespace {
+
+class Explain : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    write("in.smt2", script);
+  }
+
+  /// What it says of a rule and a term.
+  std::string why_not(int rule, const std::string& term) const {
+    return run("$quarv explain in.smt2 --why-not " + std::to_string(rule) + " '" + term + "'").out;
+  }
+
+  static constexpr const char* script = R"((declare-const x (_ BitVec 8))
+(declare-const y (_ BitVec 8))
+(declare-const i Int)
+(declare-const p Bool)
+(declare-const |a b| (_ BitVec 3))
+(assert (= (bvadd x #x00) (bvnot #xfe)))
+(define-fun s () (_ BitVec 8) (bvor y #x00))
+(assert (or p (not true) (= x (bvand s s))))
+(assert (= x y))
+(assert (forall ((k Int)) (! (<= (+ k k 3) (* 2 (- 3))) :weight 3)))
+(assert (and p (= ((_ extract 2 0) x) |a b|) (not p)))
+)";
+};
+
+TEST_F(Explain, ShowsEveryStepWithItsPlace) {
+  const Result r = run("$quarv explain in.smt2");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(r.out, R"(assertion 1
+  (= (bvadd x #x00) (bvnot #xfe))
+1. simplifier of bvnot
+     (= (bvadd x #x00) «(bvnot #xfe)»)
+   = (= (bvadd x #x00) «#x01»)
+2. rule 15: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+     (= «(bvadd x #x00)» #x01)
+   = (= «(bvadd #x00 x)» #x01)
+3. rule 17: rewrite(bvadd(0, t), (0 == 0)) >> t
+     (= «(bvadd #x00 x)» #x01)
+   = (= «x» #x01)
+result
+  (= x #x01)
+assertion 2
+  (or p (or (not true) (= x (bvand (bvor y #x00) (bvor y #x00)))))
+1. simplifier of not
+     (or p (or «(not true)» (= x (bvand (bvor y #x00) (bvor y #x00)))))
+   = (or p (or «false» (= x (bvand (bvor y #x00) (bvor y #x00)))))
+2. rule 87: rewrite(bvor(t, c), const(c), ~const(t)) >> bvor(c, t)
+     (or p (or false (= x (bvand «(bvor y #x00)» «(bvor y #x00)»))))
+   = (or p (or false (= x (bvand «(bvor #x00 y)» «(bvor #x00 y)»))))
+3. rule 89: rewrite(bvor(0, t), (0 == 0)) >> t
+     (or p (or false (= x (bvand «(bvor #x00 y)» «(bvor #x00 y)»))))
+   = (or p (or false (= x (bvand «y» «y»))))
+4. rule 80: rewrite(bvand(t, t_0), identity(t, t_0)) >> t
+     (or p (or false (= x «(bvand y y)»)))
+   = (or p (or false (= x «y»)))
+5. arguments of or, each once and in order
+     «(or p (or false (= x y)))»
+   = «(or p (= x y))»
+result
+  (or p (= x y))
+assertion 3
+  (= x y)
+is left as it is
+assertion 4
+  (forall ((k Int)) (! (<= (+ k (+ k 3)) (* 2 (- 3))) :weight 3))
+1. simplifier of *
+     (forall ((k Int)) (! (<= (+ k (+ k 3)) «(* 2 (- 3))») :weight 3))
+   = (forall ((k Int)) (! (<= (+ k (+ k 3)) «(- 6)») :weight 3))
+2. simplifier of <=
+     (forall ((k Int)) (! «(<= (+ k (+ k 3)) (- 6))» :weight 3))
+   = (forall ((k Int)) (! «(<= k (- 5))» :weight 3))
+result
+  (forall ((k Int)) (! (<= k (- 5)) :weight 3))
+assertion 5
+  (and p (and (= ((_ extract 2 0) x) |a b|) (not p)))
+1. simplifier of =
+     (and p (and «(= ((_ extract 2 0) x) |a b|)» (not p)))
+   = (and p (and «(= |a b| ((_ extract 2 0) x))» (not p)))
+2. arguments of and, each once and in order
+     «(and p (and (= |a b| ((_ extract 2 0) x)) (not p)))»
+   = «false»
+result
+  false
+)");
+}
+
+TEST_F(Explain, ShowsOneAssertionAndSomeStepsOnly) {
+  EXPECT_EQ(run("$quarv explain in.smt2 --assert 3").out, "assertion 3\n  (= x y)\nis left as it is\n");
+  EXPECT_EQ(run("$quarv explain - --assert 1 --steps 1 < in.smt2").out, R"(assertion 1
+  (= (bvadd x #x00) (bvnot #xfe))
+1. simplifier of bvnot
+     (= (bvadd x #x00) «(bvnot #xfe)»)
+   = (= (bvadd x #x00) «#x01»)
+further steps lead to
+  (= x #x01)
+)");
+  EXPECT_NE(
+      run("$quarv explain in.smt2 --assert 1 --no-rules").out.find("result\n  (= (bvadd x #x00) #x01)\n"),
+      std::string::npos);
+  const Result r = run("$quarv explain in.smt2 --assert 6");
+  EXPECT_EQ(r.status, 2);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, "quarv: there is no assertion 6: the script has 5\n");
+}
+
+TEST_F(Explain, MarksByColourWhereItIsWanted) {
+  const Result r = run("$quarv explain in.smt2 --assert 1 --steps 1 --color always");
+  EXPECT_NE(r.out.find("(= (bvadd x #x00) \033[1;33m#x01\033[0m)"), std::string::npos) << r.out;
+  EXPECT_EQ(r.out.find("\u00ab"), std::string::npos);
+}
+
+/// Of a long term only what is around the place is shown.
+TEST_F(Explain, CutsLongTerms) {
+  std::string text = "(declare-const x (_ BitVec 32))(declare-const y (_ BitVec 32))(assert (= y ";
+  for (int i = 0; i < 5000; ++i) text += "(bvnot (bvudiv y ";
+  text += "(bvadd x #x00000000)" + std::string(10001, ')') + ")";
+  write("deep.smt2", text);
+  const Result r = run("$quarv explain deep.smt2 --length 60 --steps 4");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("\u00ab(bvadd x #x00000000)\u00bb"), std::string::npos) << r.out;
+  std::istringstream lines(r.out);
+  for (std::string line; std::getline(lines, line);) EXPECT_LT(line.size(), 200u) << line;
+  for (const char* length : {"20", "10000"}) {
+    EXPECT_EQ(run(std::string("$quarv explain deep.smt2 --steps 3 --length ") + length).status, 0);
+  }
+}
+
+TEST_F(Explain, SharesWhatIsShared) {
+  std::string text =
+      "(declare-const p Bool)(declare-fun f (Bool Bool) Bool)(assert (let ((x0 (not (not p)))) ";
+  for (int i = 1; i <= 200; ++i) {
+    const std::string x = "x" + std::to_string(i - 1);
+    text += "(let ((x" + std::to_string(i) + " (f " + x + " " + x + "))) ";
+  }
+  write("tower.smt2", text + "x200" + std::string(202, ')'));
+  const Result r = run("$quarv explain tower.smt2");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("\u00ab(not (not p))\u00bb"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nresult\n"), std::string::npos) << r.out;
+}
+
+/// Every derivation over these ends in what the trace says.
+TEST_F(Explain, ReachesTheResult) {
+  write("more.smt2", R"((declare-const x (_ BitVec 8))
+(declare-const y (_ BitVec 8))
+(declare-const i Int)
+(declare-const r Real)
+(declare-const a (Array Int Int))
+(declare-const z (_ FloatingPoint 5 11))
+(assert (= x (bvmul #x04 (bvsub y x))))
+(assert (= (concat x y) (concat ((_ sign_extend 4) #xa) (bvurem #x35 #x0a))))
+(assert (bvult (bvand y x) ((_ zero_extend 4) ((_ extract 6 3) x))))
+(assert (ite (< (* 6 i) (+ (* 9 i) 5)) (= (* 3 r) 2.0) (= (* 2 i) (+ 7 (* 4 i)))))
+(assert (= (select (store (store a i 1) i 2) (+ i 1 i)) (select ((as const (Array Int Int)) 4) 3)))
+(assert (fp.lt (fp.add RNE z (fp #b0 #b00000 #b0000000001)) (fp.neg (fp.abs (_ -oo 5 11)))))
+(assert (= (- (/ 7.0 2.0)) (+ r (/ r 2.0))))
+)");
+  const Result r = run("$quarv explain more.smt2");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out.find(" leads to\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("(fp #b0 #b00000 #b0000000001)"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("((as const (Array Int Int)) 4)"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("(- (/ 7.0 2.0))"), std::string::npos) << r.out;
+}
+
+TEST_F(Explain, SaysWhatOfARuleDoesNotFit) {
+  EXPECT_EQ(why_not(15, "(bvadd x y)"), R"(rule 15: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+                              ^
+does not apply: the condition const(c) does not hold
+  in   (bvadd x «y»)
+  with t = x, c = y
+)");
+  EXPECT_EQ(why_not(15, "(bvadd #x01 #x02)"),
+            R"(rule 15: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+                                        ^
+does not apply: the condition ~const(t) does not hold
+  in   (bvadd «#x01» #x02)
+  with t = #x01, c = #x02
+)");
+  EXPECT_EQ(why_not(17, "(bvadd x #x00)"), R"(rule 17: rewrite(bvadd(0, t), (0 == 0)) >> t
+                       ^
+does not apply: the pattern has the number 0
+  in   (bvadd «x» #x00)
+)");
+  EXPECT_EQ(why_not(111, "((_ extract 2 0) (bvand s y))"),
+            R"(rule 111: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
+                                ^
+does not apply: the pattern has concat
+  in   ((_ extract 2 0) «(bvand (bvor y #x00) y)»)
+)");
+  EXPECT_EQ(why_not(111, "((_ extract 9 0) (concat x y))"),
+            R"(rule 111: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
+                                                 ^
+does not apply: the condition (m <= _size(t2) - 1_) does not hold
+  in   «((_ extract 9 0) (concat x y))»
+  with t1 = x, t2 = y, m = 9, l = 0
+)");
+}
+
+TEST_F(Explain, SaysWhatARuleYields) {
+  EXPECT_EQ(why_not(111, "((_ extract 7 0) (concat x y))"),
+            R"(rule 111: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
+applies to ((_ extract 7 0) (concat x y))
+yields     ((_ extract 7 0) y)
+)");
+  EXPECT_NE(why_not(46, "(bvsdiv x x)").find("\ndoes not hold for all values: t = 0"), std::string::npos);
+  write("own.rules", "# mine\n  rewrite(bvxor(t1, t2), (size(t1) == 8), identity(t1, t2)) >> 0\n");
+  const Result r = run("$quarv explain in.smt2 --rules own.rules --why-not 185 '(bvxor x y)'");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_NE(r.out.find("the condition identity(t1, t2) does not hold"), std::string::npos) << r.out;
+}
+
+TEST_F(Explain, RefusesWhatIsNoTermAndNoRule) {
+  const auto error = [this](const std::string& rest) {
+    const Result r = run("$quarv explain in.smt2 --why-not " + rest);
+    EXPECT_NE(r.status, 0) << rest;
+    EXPECT_EQ(r.out, "") << rest;
+    EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+    return r.err;
+  };
+  EXPECT_EQ(error("15 '(bvadd x q)'"), "TERM:1:10: error: unknown symbol q\n");
+  EXPECT_EQ(error("15 'x) (assert p'"), "TERM:1:1: error: this is not one term\n");
+  EXPECT_EQ(error("15 ''").substr(0, 5), "TERM:");
+  EXPECT_EQ(error("185 x"), "quarv: there is no rule 185: rules count from 1 to 184\n");
+  EXPECT_EQ(error("0 x"), "quarv: there is no rule 0: rules count from 1 to 184\n");
+  EXPECT_EQ(run("$quarv explain in.smt2 --why-not 15").status, 2);
+  EXPECT_EQ(run("$quarv explain").status, 2);
+  EXPECT_EQ(run("$quarv explain none.smt2").status, 1);
+}
+
+}  // namespace

@@ -1,0 +1,212 @@
+#include <cstdlib>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "derivation.h"
+#include "input.h"
+#include "output.h"
+#include "rule_catalogue.h"
+#include "simplify_arguments.h"
+#include "term_text.h"
+#include "why_not.h"
+#include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/trace.h>
+
+namespace quarv::cli {
+
+namespace {
+
+struct Arguments {
+  std::string input;
+  std::size_t assertion = 0;  // 0: all
+  std::optional<std::pair<std::size_t, std::string>> why_not;
+  std::size_t steps = 100;
+  std::size_t length = 300;
+  std::string colour = "auto";
+  SimplifyArguments how;
+};
+
+bool wants_colour(const std::string& when) {
+  if (when != "auto") return when == "always";
+  const char* const terminal = std::getenv("TERM");
+  return isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr && terminal != nullptr &&
+         terminal != std::string_view("dumb");
+}
+
+/// Reads the script and writes down how its terms come about.
+std::string trace_of(const Input& input, const smtlib::SimplifyOptions& options) {
+  smtlib::Session session(options);
+  std::ostringstream out;
+  smtlib::Trace trace(session.manager(), session.simplifier().normalizer, out);
+  session.simplifier().set_observer(&trace);
+  session.read(input.text(), input.name(),
+               [&trace](const smtlib::Script& script) { trace.command_read(script); });
+  session.simplifier().set_observer(nullptr);
+  trace.finish();
+  return std::move(out).str();
+}
+
+/// Prints derivations of a script's assertions.
+class Explanation {
+ public:
+  Explanation(const Arguments& arguments, const Input& input, std::ostream& out)
+      : arguments_(arguments), out_(out), text_(terms_, arguments.length, wants_colour(arguments.colour)) {
+    smtlib::SimplifyOptions options = read_options(arguments.how);
+    simplified_ = trace_of(input, options);
+    options.simplify = false;
+    written_ = trace_of(input, options);
+    derivation_.emplace(terms_, written_, simplified_);
+  }
+
+  std::size_t num_assertions() const { return derivation_->num_assertions(); }
+
+  void explain(std::size_t assertion) {
+    Derivation& derivation = *derivation_;
+    derivation.begin(assertion);
+    out_ << "assertion " << assertion << "\n  " << text_.text(derivation.current()) << '\n';
+    if (derivation.current() == derivation.result()) {
+      out_ << "is left as it is\n";
+      return;
+    }
+    Derivation::Step step;
+    std::size_t num_steps = 0;
+    bool more = true;
+    while (num_steps < arguments_.steps && (more = derivation.next(step))) print(++num_steps, step);
+    if (derivation.current() != derivation.result()) {
+      out_ << (more ? "further steps lead to\n" : "the reader, or the limit on growth, leads to\n");
+    } else {
+      out_ << "result\n";
+    }
+    out_ << "  " << text_.text(derivation.result()) << '\n';
+  }
+
+ private:
+  static std::string title(const Derivation::Step& step) {
+    switch (step.kind) {
+      case Derivation::Step::rule:
+        return fmt::format("rule {}: {}", step.number, step.label);
+      case Derivation::Step::simplifier:
+        return "simplifier of " + step.label;
+      case Derivation::Step::reordering:
+        break;
+    }
+    return "arguments of " + step.label + ", each once and in order";
+  }
+
+  void print(std::size_t number, const Derivation::Step& step) {
+    const std::string head = fmt::format("{}. ", number);
+    const std::string indent(head.size(), ' ');
+    out_ << head << title(step) << '\n'
+         << indent << "  " << text_.text_at(step.root, step.before, step.before) << '\n'
+         << indent << "= " << text_.text_at(step.root, step.before, step.after) << '\n';
+  }
+
+  const Arguments& arguments_;
+  std::ostream& out_;
+  TraceTerms terms_;
+  TermText text_;
+  std::string written_;
+  std::string simplified_;
+  std::optional<Derivation> derivation_;
+};
+
+/// A question that the input does not have an answer to.
+int refuse(const std::string& reason) {
+  fmt::print(stderr, "quarv: {}\n", reason);
+  return usage_error;
+}
+
+int explain_rule(const Arguments& arguments, const Input& input) {
+  std::vector<rules::Rule> rules = standard_rules();
+  const std::size_t num_standard = rules.size();
+  for (const std::string& file : arguments.how.rule_files) {
+    for (rules::Rule& rule : rules_of_file(file)) rules.push_back(std::move(rule));
+  }
+  const auto& [number, term] = *arguments.why_not;
+  if (number == 0 || number > rules.size()) {
+    return refuse(fmt::format("there is no rule {}: rules count from 1 to {}", number, rules.size()));
+  }
+  Output output("-");
+  const rules::Rule rule = rules::parse_rule(rules[number - 1].text);  // columns count within the rule
+  explain_mismatch(input, number, rule, term, wants_colour(arguments.colour), output.stream());
+  if (const char* const values = number <= num_standard ? known_counterexample(number) : nullptr) {
+    output.stream() << "does not hold for all values: " << values
+                    << "; quarv simplify does not apply it there\n";
+  }
+  output.commit();
+  return success;
+}
+
+int explain(const Arguments& arguments) {
+  const Input input(arguments.input);
+  if (arguments.why_not) return explain_rule(arguments, input);
+  Output output("-");
+  Explanation explanation(arguments, input, output.stream());
+  if (arguments.assertion > explanation.num_assertions()) {
+    return refuse(fmt::format("there is no assertion {}: the script has {}", arguments.assertion,
+                              explanation.num_assertions()));
+  }
+  const bool all = arguments.assertion == 0;
+  const std::size_t last = all ? explanation.num_assertions() : arguments.assertion;
+  for (std::size_t i = all ? 1 : last; i <= last; ++i) explanation.explain(i);
+  output.commit();
+  return success;
+}
+
+}  // namespace
+
+void add_explain(CLI::App& program, int& status) {
+  CLI::App& command = *program.add_subcommand(
+      "explain",
+      "Show how assertions are simplified, step by step, each with the place that it changes, or why a rule "
+      "does not apply to a term");
+  const auto arguments = std::make_shared<Arguments>();
+  command.add_option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input")
+      ->type_name("")
+      ->required();
+  CLI::Option* const assertion =
+      command.add_option("--assert", arguments->assertion, "Only this assertion, counting from 1")
+          ->type_name("K")
+          ->check(CLI::PositiveNumber.description(""));
+  command
+      .add_option("--why-not", arguments->why_not,
+                  "Match a rule, given by number (quarv rules list), against a term in the script's context, "
+                  "and say what does not fit. The term is taken as it is written")
+      ->type_name("N TERM")
+      ->excludes(assertion);
+  command.add_option("--steps", arguments->steps, "Show at most so many steps of an assertion")
+      ->type_name("N")
+      ->capture_default_str();
+  command
+      .add_option("--length", arguments->length,
+                  "Of terms longer than this, in characters, show what is around the place that changes")
+      ->type_name("N")
+      ->check(CLI::Range(std::size_t{20}, TermText::largest_limit).description(""))
+      ->capture_default_str();
+  command
+      .add_option("--color", arguments->colour,
+                  "Mark places by colour instead of \u00abquotes\u00bb; auto: at a terminal")
+      ->type_name("auto|always|never")
+      ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
+      ->capture_default_str();
+  add_step_options(command, arguments->how);
+  command.callback([arguments, &status] {
+    try {
+      status = explain(*arguments);
+    } catch (const smtlib::UnknownRule& e) {
+      status = refuse(fmt::format("{} (quarv rules list tells more)", e.what()));
+    }
+  });
+}
+
+}  // namespace quarv::cli
