@@ -5,6 +5,7 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev)
 test_packages=(libmpfr-dev libgtest-dev librapidcheck-dev python3 z3 cvc5)
+docs_packages=(doxygen mkdocs)
 bench_packages=(libbenchmark-dev libflint-dev libabsl-dev libz3-dev)
 jobs=$(nproc)
 
@@ -14,6 +15,7 @@ usage: ./quarv.sh COMMAND
 
   run FILE.smt2 [OPTION...]  build the program and simplify FILE.smt2 (`run --help` lists the options)
   test                       build and run all tests, in release and with sanitizers
+  docs                       make the site of the documentation in build/docs/site
   bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
   format                     lay out all sources with clang-format
   tidy [FILE...]             check all sources, or the given ones, with clang-tidy
@@ -89,8 +91,13 @@ case $command in
     build release quarv_program
     exec "$root/build/release/bin/quarv" simplify "$@"
     ;;
+  docs)
+    need python3 "${docs_packages[@]}"
+    "$root/docs/build_site.py"
+    say "the start page is build/docs/site/index.html"
+    ;;
   test)
-    need "${build_packages[@]}" "${test_packages[@]}"
+    need "${build_packages[@]}" "${test_packages[@]}" "${docs_packages[@]}"
     run_tests release
     run_tests sanitize
     ;;

@@ -1,0 +1,55 @@
+#!/usr/bin/env python3
+"""Builds the site of the documentation: the pages with mkdocs, the C++ interface with doxygen.
+
+usage: docs/build_site.py [FOLDER]
+
+The site is FOLDER/site (build/docs/site). Any warning is an error. Status 77: doxygen or mkdocs is not installed.
+"""
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+
+SOURCE = pathlib.Path(__file__).resolve().parent.parent
+
+
+def api_pages(folder):
+    """Has doxygen write to `folder`/api."""
+    settings = (SOURCE / 'docs' / 'Doxyfile').read_text(encoding='utf-8') + f'\nOUTPUT_DIRECTORY = "{folder}"\n'
+    subprocess.run(['doxygen', '-'], cwd=SOURCE, input=settings, text=True, check=True)
+
+
+def check_offline(site):
+    """The pages load nothing from elsewhere."""
+    load = re.compile(r'<(?:script|img|link)\b[^>]*\b(?:src|href)="(?:https?:)?//[^"]*"')
+    for page in site.rglob('*.html'):
+        found = load.search(page.read_text(encoding='utf-8'))
+        if found and 'rel="canonical"' not in found.group():
+            sys.exit(f'{page}: loads {found.group()}')
+
+
+def main(folder):
+    for program in ('doxygen', 'mkdocs'):
+        if not shutil.which(program):
+            print(f'{program} is not installed')
+            return 77
+    shutil.rmtree(folder, ignore_errors=True)
+    pages = folder / 'pages'
+    pages.mkdir(parents=True)
+    for page in (SOURCE / 'docs').glob('*.md'):
+        if page.name != 'api.md':
+            shutil.copy(page, pages)
+    api_pages(pages)
+    shutil.copy(SOURCE / 'docs' / 'mkdocs.yml', folder)
+    subprocess.run(['mkdocs', 'build', '--strict', '--quiet'], cwd=folder, check=True)
+    shutil.rmtree(pages)
+    check_offline(folder / 'site')
+    return 0
+
+
+if __name__ == '__main__':
+    try:
+        sys.exit(main(pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else SOURCE / 'build' / 'docs').resolve()))
+    except subprocess.CalledProcessError as e:
+        sys.exit(f'{e.cmd[0]} ends with status {e.returncode}')
