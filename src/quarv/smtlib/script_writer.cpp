@@ -210,7 +210,7 @@ bool ScriptWriter::same_order(const Term* a, const Term* b) const {
 
 namespace {
 
-/// How many of an operator's arguments, from which on, are ordered by id.
+/// The operators whose arguments the constructors order by id; but for a rounding mode.
 bool is_commutative(SymbolTag::tag tag) {
   switch (tag) {
     case SymbolTag::IFF:
@@ -232,11 +232,41 @@ bool is_commutative(SymbolTag::tag tag) {
 
 }  // namespace
 
+/// From which on the arguments of `t`, of which there are so many in its text, stand in the order of their
+/// creation; behind the last where something else decides. A coefficient and a bit-vector numeral come first,
+/// and a polynomial atom has its number on the right.
+std::size_t ScriptWriter::first_ordered(const Term* t, std::size_t num_parts) const {
+  const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  if (!is_commutative(tag) || num_parts < 2) return num_parts;
+  const DataType* type = m_.type_of(t->args[0]);
+  const bool arithmetic = m_.is_arithmetic_type(type);
+  if (tag == SymbolTag::EQ && arithmetic && m_.get_number(t->args[1]) != nullptr) return num_parts;
+  if (tag != SymbolTag::EQ && (arithmetic || m_.is_bv_type(type)) && m_.get_number(t->args[0]) != nullptr) {
+    return num_parts;
+  }
+  return num_parts == 3 && !is_flat(tag) ? 1 : 0;
+}
+
+/// Whoever reads the text creates its terms in the order of the text, and orders operands by that: what is
+/// known already comes first. Operands that stand in no such order are left alone.
+void ScriptWriter::order_by_creation(std::span<Node> operands) const {
+  const auto by_id = [](Node a, Node b) { return a.term()->id < b.term()->id; };
+  const auto by_creation = [this](Node a, Node b) {
+    const std::uint32_t first = created_[a.term()->id] - 1;  // the largest number when there is none yet
+    const std::uint32_t second = created_[b.term()->id] - 1;
+    return first != second ? first < second : a.term()->id < b.term()->id;
+  };
+  if (!std::is_sorted(operands.begin(), operands.end(), by_id)) return;
+  if (!std::is_sorted(operands.begin(), operands.end(), by_creation)) {
+    std::sort(operands.begin(), operands.end(), by_creation);
+  }
+}
+
 /// `parts` are the arguments in the order of the text.
 void ScriptWriter::check_order(const Term* t, std::span<const Node> parts) {
+  if (!stable_) return;
   const SymbolTag::tag tag = m_.get_tag(t->symbol);
-  if (!stable_ || !is_commutative(tag) || parts.size() < 2) return;
-  for (std::size_t i = parts.size() == 3 && !is_flat(tag) ? 1 : 0; i + 1 < parts.size(); ++i) {
+  for (std::size_t i = first_ordered(t, parts.size()); i + 1 < parts.size(); ++i) {
     const Term* a = parts[i].term();
     const Term* b = parts[i + 1].term();
     if (tag == SymbolTag::PLUS ? !same_order(monomial_of(m_, a), monomial_of(m_, b)) : !same_order(a, b)) {

@@ -88,6 +88,8 @@ class ScriptWriter {
 
   // The order in which reading the text creates terms.
   void created(const Term* t);
+  std::size_t first_ordered(const Term* t, std::size_t num_parts) const;
+  void order_by_creation(std::span<Node> operands) const;
   void check_order(const Term* t, std::span<const Node> parts);
   bool same_order(const Term* a, const Term* b) const;
 

@@ -101,6 +101,8 @@ void ScriptWriter::write_own(Node n) {
     if (tag == SymbolTag::PLUS && write_difference(n, first)) return;
   } else {
     printed_children(m_, n, parts_);
+    const std::span<Node> parts = std::span(parts_).subspan(first);
+    order_by_creation(parts.subspan(first_ordered(t, parts.size())));
   }
   out_.put('(');
   if (is_multiple(m_, t) && *m_.get_number(t->args[0]) == QNumber(-1)) {
@@ -184,6 +186,7 @@ void ScriptWriter::flatten(Node n) {
       stable_ = false;
     }
   }
+  order_by_creation(std::span(parts_).subspan(first));
 }
 
 void ScriptWriter::write_quantifier(Node n) {
