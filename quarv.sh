@@ -4,7 +4,7 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev)
-test_packages=(libmpfr-dev libgtest-dev librapidcheck-dev python3 z3 cvc5)
+test_packages=(libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind z3 cvc5)
 docs_packages=(doxygen mkdocs)
 bench_packages=(libbenchmark-dev libflint-dev libabsl-dev libz3-dev)
 jobs=$(nproc)
@@ -17,6 +17,7 @@ usage: ./quarv.sh COMMAND
   test                       build and run all tests, in release and with sanitizers
   docs                       make the site of the documentation in build/docs/site
   bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
+  compare [OPTION...]        measure quarv and other solvers on generated files (`compare --help` lists the options)
   format                     lay out all sources with clang-format
   tidy [FILE...]             check all sources, or the given ones, with clang-tidy
   help                       print this text
@@ -107,6 +108,12 @@ case $command in
     for program in "$root"/build/bench/bench/*"${1:-}"*_bench; do
       "$program"
     done
+    ;;
+  compare)
+    need "${build_packages[@]}" "${test_packages[@]}" "${bench_packages[@]}"
+    build release quarv_program
+    build bench z3_driver
+    exec "$root/bench/compare" "$@"
     ;;
   format)
     need clang-format
