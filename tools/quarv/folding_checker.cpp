@@ -28,7 +28,7 @@ bool is_one_of(const std::string& op, const std::array<const char*, N>& ops) {
   return std::find(ops.begin(), ops.end(), op) != ops.end();
 }
 
-constexpr std::array commutative = {"and", "or", "=", "+", "*"};
+constexpr std::array commutative = {"and", "or", "=", "+", "*", "fp.eq"};
 
 constexpr std::array bit_vector_predicates = {"bvult", "bvule", "bvslt", "bvsle"};
 
@@ -102,42 +102,36 @@ std::optional<mpz_class> fold_binary(const std::string& op, const mpz_class& x, 
 
 // What holds for all operators.
 
-Verdict FoldingChecker::check(const Expression& e, TermName after) const {
+bool FoldingChecker::check(const Expression& e, TermName after) const {
   const Expression& result = trace_.term(after);
-  const TraceSort::Kind sort = trace_.sort(e.sort).kind;
   const bool same_sort = e.sort == result.sort || (is_arithmetic(e.sort) && is_arithmetic(result.sort));
-  const auto verdict = [](bool shown) { return shown ? Verdict::justified : Verdict::not_justified; };
-  if (!same_sort) return Verdict::not_justified;
-  if (is_commuted(e, result) || is_congruent(e, result)) return Verdict::justified;
-  if (e.kind != Expression::operation) return Verdict::not_justified;
-  if (e.op.starts_with("fp.") || e.op.starts_with("to_fp")) return Verdict::not_checked;
-  for (TermName arg : e.args) {
-    if (trace_.sort_of(arg).kind == TraceSort::floating_point && e.op == "=")
-      return verdict(check_equality(e, after));
-  }
+  if (!same_sort) return false;
+  if (is_commuted(e, result) || is_congruent(e, result)) return true;
+  if (e.kind != Expression::operation || e.args.empty()) return false;
   const std::size_t n = e.args.size();
+  if (e.op.starts_with("fp.") || e.op.starts_with("to_fp")) return check_float(e, after);
   const bool boolean_arguments = std::all_of(
       e.args.begin(), e.args.end(), [&](TermName t) { return trace_.sort_of(t).kind == TraceSort::boolean; });
   if (((e.op == "and" || e.op == "or" || e.op == "=") && n == 2 && boolean_arguments) ||
       (e.op == "not" && n == 1) || (e.op == "ite" && n == 3)) {
-    return verdict(check_boolean(e, after));
+    return check_boolean(e, after);
   }
-  if (n == 0) return Verdict::not_justified;
-  const TraceSort& operand = trace_.sort_of(e.args[0]);
-  if (e.op == "bv2nat" || e.op == "sbv_to_int" || e.op == "int2bv")
-    return verdict(check_conversion(e, after));
-  if (e.op == "select" || e.op == "store") return verdict(check_store(e, after));
-  if (is_arithmetic(trace_.term(e.args[0]).sort)) return verdict(check_arithmetic(e, after));
-  if (e.op == "=" && n == 2) return verdict(check_equality(e, after));
-  if (operand.kind == TraceSort::bit_vector) return verdict(check_bit_vector(e, after));
-  return sort == TraceSort::floating_point ? Verdict::not_checked : Verdict::not_justified;
+  if (e.op == "bv2nat" || e.op == "sbv_to_int" || e.op == "int2bv") return check_conversion(e, after);
+  if (e.op == "select" || e.op == "store") return check_store(e, after);
+  if (is_arithmetic(trace_.term(e.args[0]).sort)) return check_arithmetic(e, after);
+  if (e.op == "=" && n == 2) return check_equality(e, after);
+  return trace_.sort_of(e.args[0]).kind == TraceSort::bit_vector && check_bit_vector(e, after);
 }
 
-/// The same application with its two arguments exchanged.
+/// The same application with its last two arguments exchanged.
 bool FoldingChecker::is_commuted(const Expression& e, const Expression& result) const {
-  return is_one_of(e.op, commutative) && e.kind == Expression::operation && result.kind == e.kind &&
-         result.op == e.op && e.args.size() == 2 && result.args.size() == 2 && e.args[0] == result.args[1] &&
-         e.args[1] == result.args[0];
+  const std::size_t n = e.args.size();
+  const bool rounded = e.op == "fp.add" || e.op == "fp.mul";
+  return (rounded ? n == 3 && result.args.size() == 3 && e.args[0] == result.args[0]
+                  : n == 2 && is_one_of(e.op, commutative)) &&
+         e.kind == Expression::operation && result.kind == e.kind && result.op == e.op &&
+         result.args.size() == n && e.args[n - 2] == result.args[n - 1] &&
+         e.args[n - 1] == result.args[n - 2];
 }
 
 /// The same operator on arguments of which each is equal to its counterpart.
@@ -151,9 +145,10 @@ bool FoldingChecker::is_congruent(const Expression& e, const Expression& result)
                     [&](TermName a, TermName b) { return are_equal(a, b); });
 }
 
-/// One term, or sums that are equal.
+/// One term, sums that are equal, or two encodings of NaN.
 bool FoldingChecker::are_equal(TermName a, TermName b) const {
   if (a == b) return true;
+  if (trace_.sort_of(a).kind == TraceSort::floating_point) return compare(a, b, 0) == Comparison::equal;
   if (!is_arithmetic(trace_.term(a).sort) || !is_arithmetic(trace_.term(b).sort)) return false;
   const Sum difference = sum_of({{a, 1}, {b, -1}});
   return difference.coefficients.empty() && difference.constant == 0;

@@ -33,11 +33,7 @@ std::vector<rules::Rule> rules_to_go_by(const std::vector<std::string>& files) {
 }
 
 struct Counts {
-  std::size_t justified = 0, not_checked = 0, not_justified = 0;
-
-  void add(Verdict v) {
-    ++(v == Verdict::justified ? justified : v == Verdict::not_checked ? not_checked : not_justified);
-  }
+  std::size_t justified = 0, not_justified = 0;
 };
 
 /// Checks the steps of one trace.
@@ -52,49 +48,49 @@ class Replay {
     while (trace_.next(step)) {
       for (; learned_ < trace_.names().size(); ++learned_) known_.learn(trace_.names()[learned_]);
       std::string reason;
-      const Verdict verdict =
-          step.rule != 0 ? check_rule(step, reason) : folding_.check(step.before, step.after);
-      if (step.rule == 0) known_.learn(step.before, step.after);
-      counts_.add(verdict);
-      by_kind_[step.rule != 0 ? fmt::format("rule {}", step.rule) : step.label].add(verdict);
-      if (verdict == Verdict::justified || quiet) continue;
-      fmt::print("step {} of assertion {}: {}: {}{}\n", step.number, step.assertion,
-                 step.rule != 0 ? fmt::format("rule {}", step.rule) : step.label,
-                 verdict == Verdict::not_checked ? "not checked" : "not justified",
+      const bool is_rule = step.rule != 0;
+      const bool justified = is_rule ? check_rule(step, reason) : folding_.check(step.before, step.after);
+      if (!is_rule) known_.learn(step.before, step.after);
+      const std::string kind = is_rule ? fmt::format("rule {}", step.rule) : step.label;
+      for (Counts* counts : {&counts_, &by_kind_[kind]}) {
+        ++(justified ? counts->justified : counts->not_justified);
+      }
+      if (justified || quiet) continue;
+      fmt::print("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
                  reason.empty() ? "" : ": " + reason);
     }
   }
 
   void print_summary() const {
-    fmt::print("{} steps: {} justified, {} not checked, {} not justified\n",
-               counts_.justified + counts_.not_checked + counts_.not_justified, counts_.justified,
-               counts_.not_checked, counts_.not_justified);
+    fmt::print("{} steps: {} justified, {} not justified\n", counts_.justified + counts_.not_justified,
+               counts_.justified, counts_.not_justified);
     for (const auto& [kind, c] : by_kind_) {
-      if (c.not_checked + c.not_justified == 0) continue;
-      fmt::print("  {}: {} justified, {} not checked, {} not justified\n", kind, c.justified, c.not_checked,
-                 c.not_justified);
+      if (c.not_justified == 0) continue;
+      fmt::print("  {}: {} justified, {} not justified\n", kind, c.justified, c.not_justified);
     }
   }
 
-  bool all_justified() const { return counts_.not_checked + counts_.not_justified == 0; }
+  bool all_justified() const { return counts_.not_justified == 0; }
 
  private:
-  Verdict check_rule(const TraceStep& step, std::string& reason) const {
+  bool check_rule(const TraceStep& step, std::string& reason) const {
     if (step.rule > rules_.size() || rules_[step.rule - 1].text != step.label) {
       reason = "there is no rule of this number and text";
-      return Verdict::not_justified;
+      return false;
     }
     if (trace_.term(step.after).sort != step.before.sort) {
       reason = "the two terms have different sorts";
-      return Verdict::not_justified;
+      return false;
     }
     RuleMatch match(trace_, rules_[step.rule - 1]);
     if (const auto mismatch = match.mismatch(step.before, step.before_name)) {
       reason = fmt::format("{} at column {} of the rule", mismatch->reason, mismatch->column);
+    } else if (!match.yields(step.after, known_)) {
+      reason = "the rule yields another term";
+    } else if (step.rule <= num_standard_rules_) {
+      reason = counterexample(step.rule, match);
     }
-    if (reason.empty() && !match.yields(step.after, known_)) reason = "the rule yields another term";
-    if (reason.empty() && step.rule <= num_standard_rules_) reason = counterexample(step.rule, match);
-    return reason.empty() ? Verdict::justified : Verdict::not_justified;
+    return reason.empty();
   }
 
   /// Some standard rules do not hold for all values; those with an integer, only where it is not zero.

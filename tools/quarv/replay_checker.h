@@ -7,18 +7,13 @@
 #include <unordered_map>
 #include <vector>
 
+#include "plain_float.h"
 #include "trace_file.h"
 #include <quarv/rules/rule_language.h>
 
 /// The means to check a trace: rules are matched by their text, foldings are evaluated by arithmetic of their
 /// own. No simplifier, no rewriting rule and no number class of the library has a part in it.
 namespace quarv::cli {
-
-enum class Verdict {
-  justified,
-  not_checked,   ///< there is no procedure for this operator
-  not_justified  ///< nothing shows that the two sides are equal
-};
 
 /// What earlier steps have shown: which term an application stands for.
 class KnownTerms {
@@ -100,7 +95,8 @@ class FoldingChecker {
  public:
   FoldingChecker(const TraceFile& trace, const KnownTerms& known) : trace_(trace), known_(known) {}
 
-  Verdict check(const Expression& before, TermName after) const;
+  /// Whether it is shown that the two are equal.
+  bool check(const Expression& before, TermName after) const;
 
  private:
   /// A sum: coefficients by term, and a constant.
@@ -125,6 +121,14 @@ class FoldingChecker {
   std::optional<bool> fold_predicate(const Expression& e) const;
   bool check_bit_vector(const Expression& e, TermName after) const;
   bool check_conversion(const Expression& e, TermName after) const;
+
+  std::optional<PlainFloat> float_value(TermName t) const;
+  bool is_float(TermName after, const PlainFloat& x, Rounding mode) const;
+  bool check_float(const Expression& e, TermName after) const;
+  bool check_float_conversion(const Expression& e, std::optional<Rounding> mode, std::size_t first,
+                              TermName after) const;
+  bool check_float_to_bits(const Expression& e, const PlainFloat& x, std::optional<Rounding> mode,
+                           TermName after) const;
 
   bool check_boolean(const Expression& e, TermName after) const;
   void add_atoms(TermName t, std::vector<TermName>& atoms) const;

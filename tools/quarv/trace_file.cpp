@@ -1,5 +1,7 @@
 #include "trace_file.h"
 
+#include <algorithm>
+
 #include <nlohmann/json.hpp>
 
 namespace quarv::cli {
@@ -140,6 +142,10 @@ void TraceFile::read_sort(const J& line) {
     sort.width = number(1);
     sort.significand = number(2);
   }
+  const bool known = std::any_of(sorts_.begin(), sorts_.end(), [&](const TraceSort& other) {
+    return other.name == sort.name && other.args == sort.args;
+  });
+  if (known) fail("the sort " + sort.name + " is defined twice");
   sorts_.push_back(std::move(sort));
 }
 
@@ -153,6 +159,7 @@ Expression TraceFile::read_expression(const J& line) const {
     const auto text = line.at("value").template get<std::string>();
     if (e.number.set_str(text, 10) != 0 || e.number.get_den() == 0) fail("this value is no number");
     e.number.canonicalize();
+    if (!is_well_sorted(e)) fail("this is no value of its sort");
     return e;
   }
   if (line.contains("fun")) {
@@ -172,6 +179,7 @@ Expression TraceFile::read_expression(const J& line) const {
   }
   for (const auto& variable : line.value("variables", J::array())) e.variables.push_back(read_name(variable));
   for (const auto& arg : line.value("args", J::array())) e.args.push_back(read_name(arg));
+  if (!is_well_sorted(e)) fail(e.op + ": the sorts of the arguments do not fit");
   return e;
 }
 

@@ -84,6 +84,7 @@ class TraceFile {
   void read_sort(const Json& line);
   template <class Json>
   Expression read_expression(const Json& line) const;
+  bool is_well_sorted(const Expression& e) const;
   template <class Json>
   TermName read_name(const Json& name) const;
   template <class Json>
