@@ -171,6 +171,33 @@ TEST(Reader, GoesOnAfterAnError) {
   EXPECT_EQ(script.commands.size(), 2u);
 }
 
+/// How many commands of a text are read and how many are at fault.
+std::pair<std::size_t, std::size_t> commands_and_faults(const std::string& text) {
+  TermManager manager;
+  Reader reader(manager);
+  Script script;
+  reader.set_input(text, "in.smt2");
+  for (std::size_t faults = 0; faults <= text.size();) {
+    try {
+      if (!reader.next_command(script)) return {script.commands.size(), faults};
+    } catch (const Error&) {
+      ++faults;
+    }
+  }
+  return {script.commands.size(), text.size()};
+}
+
+TEST(Reader, GoesOnBehindTheCommandAtFault) {
+  using Counts = std::pair<std::size_t, std::size_t>;
+  EXPECT_EQ(commands_and_faults("(assert (and x (or y))) (check-sat)"), Counts(1, 1));
+  EXPECT_EQ(commands_and_faults("(assert #b2 \"(\" |(| ; (\n) (check-sat)"), Counts(1, 1));
+  EXPECT_EQ(commands_and_faults(") x (check-sat) : (check-sat)"), Counts(2, 3));
+  EXPECT_EQ(commands_and_faults("(assert \x07 (check-sat))(check-sat)"), Counts(1, 1));
+  EXPECT_EQ(commands_and_faults("\x07UU"), Counts(0, 2));
+  EXPECT_EQ(commands_and_faults("(assert \"(check-sat)"), Counts(0, 1));
+  EXPECT_EQ(commands_and_faults("(check-sat"), Counts(0, 1));
+}
+
 std::string contents(const std::filesystem::path& path) {
   std::ifstream in(path, std::ios::binary);
   std::stringstream text;

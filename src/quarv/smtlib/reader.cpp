@@ -202,7 +202,10 @@ Script Reader::read(std::string_view text, std::string file,
 bool Reader::next_command(Script& script) {
   const Token open = next();
   if (open.kind == TokenKind::end) return false;
-  if (open.kind != TokenKind::left_parenthesis) unexpected(open, "a command");
+  if (open.kind != TokenKind::left_parenthesis) {
+    skip_command(open.start);
+    unexpected(open, "a command");
+  }
   TermSimplifier* const simplifier = manager_.simplifier();
   const std::size_t name_scope = names_.scope();
   const std::size_t sort_scope = sorts_.scope();
@@ -223,8 +226,26 @@ bool Reader::next_command(Script& script) {
     indices_.clear();
     bindings_.clear();
     attributes_.clear();
+    skip_command(open.start);
     throw;
   }
+}
+
+/// Goes on behind the command that begins at `start`: behind the parenthesis that closes it, or behind the
+/// one token that it is.
+void Reader::skip_command(const char* start) noexcept {
+  const auto go_on_at = [this](const char* position) {
+    lexer_ = Lexer(input_.substr(static_cast<std::size_t>(position - input_.data())));
+  };
+  go_on_at(start);
+  std::size_t depth = 0;
+  do {
+    const Token t = next();
+    if (t.kind == TokenKind::end) return;
+    if (t.kind == TokenKind::left_parenthesis) ++depth;
+    if (t.kind == TokenKind::right_parenthesis && depth != 0) --depth;
+    if (t.kind == TokenKind::error) go_on_at(t.start + 1);
+  } while (depth != 0);
 }
 
 // Commands.

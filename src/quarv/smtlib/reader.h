@@ -134,6 +134,7 @@ class Reader {
   const Term* read_term_of(const DataType* sort);
   const Term* finished(const Term* t) const { return options_.finish ? options_.finish(t) : t; }
   void skip_rest();
+  void skip_command(const char* start) noexcept;
   std::string_view one_line(const char* start);
 
   // definition_reader.cpp: declarations and definitions.
