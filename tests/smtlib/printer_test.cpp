@@ -231,6 +231,31 @@ TEST(Printer, NamedTermsAreNamedOnce) {
             "(assert (! (or p q) :named n))\n(assert (or r (not n)))\n(get-value (n))\n");
 }
 
+TEST(Printer, DefinitionsOfConstantsAsReals) {
+  const std::string text = "(define-fun d () Real 5.0)\n(declare-const a Real)\n(assert (= a 5.0))\n";
+  EXPECT_EQ(simplified("(define-fun d () Real 5)(declare-const a Real)(assert (= a d))"), text);
+  EXPECT_EQ(simplified(text), text);
+}
+
+// A sum that is an argument has its constant at the end, wherever the definition has it.
+TEST(Printer, OwnDefinitionsAreMadeAnew) {
+  const std::string declarations =
+      "(declare-const x Int)\n(declare-const y Int)\n(declare-fun f (Int) Bool)\n(declare-fun g (Int) "
+      "Bool)\n";
+  const std::string text =
+      declarations + "(define-fun $1 () Int (+ (* 2 x) y (- 1)))\n(assert (f $1))\n(assert (g $1))\n";
+  const std::string sum = "(+ x x (- 1) y)";
+  EXPECT_EQ(simplified(declarations + "(assert (f " + sum + "))(assert (g " + sum + "))"), text);
+  EXPECT_EQ(simplified(text), text);
+  EXPECT_EQ(simplified(declarations + "(define-fun $7 () Int " + sum + ")(assert (f $7))(assert (g $7))"),
+            text);
+  // Other names are the user's.
+  const std::string named = simplified(declarations + "(declare-const $3 Bool)(define-fun s () Int " + sum +
+                                       ")(assert (and $3 (f s)))(assert (g s))");
+  EXPECT_NE(named.find("(define-fun s () Int "), std::string::npos);
+  EXPECT_NE(named.find("(define-fun $4 () Int "), std::string::npos);
+}
+
 TEST(Printer, RedeclaredNamesAreDifferentSymbols) {
   const std::string s = "(bvadd (bvmul v v) (bvudiv v #x03))";
   const std::string level =

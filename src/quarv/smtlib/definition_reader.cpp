@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include <quarv/smtlib/reader.h>
 
@@ -129,7 +130,9 @@ std::vector<const Term*> Reader::parameters(std::string& text) {
 
 void Reader::define_fun(Script& script, std::string_view keyword) {
   const Token name = expect_symbol("a function");
+  const std::uint64_t largest_before = largest_dollar_name_;
   check_new_function_name(name);
+  const std::uint64_t largest_with_name = std::exchange(largest_dollar_name_, largest_before);
   const std::string printed_name = quoted(name.text);
   std::string text = '(' + std::string(keyword) + ' ' + printed_name + ' ';
   const std::size_t scope = names_.scope();
@@ -161,9 +164,11 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   add_term(script, c, body, result);
   if (symbol == nullptr) {
     c.kind = Command::Kind::define;
+    largest_dollar_definition_ = std::max(largest_dollar_definition_, largest_with_name);
     names_.bind(names_.enter(lookup_text(name)), TermMeaning::of(body));
   } else {
     c.kind = Command::Kind::define_function;
+    largest_dollar_name_ = std::max(largest_dollar_name_, largest_with_name);
     bind_function(name, symbol);
   }
   script.commands.push_back(c);

@@ -215,6 +215,7 @@ bool Reader::next_command(Script& script) {
     for (const Binding& b : new_names_) names_.bind(*b.name, TermMeaning::of(b.value));
     script.global_declarations = global_declarations_;
     script.largest_dollar_name = largest_dollar_name_;
+    script.largest_dollar_definition = largest_dollar_definition_;
     script.question_marks = question_marks_;
     return more;
   } catch (...) {

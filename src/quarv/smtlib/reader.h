@@ -222,6 +222,7 @@ class Reader {
   bool logic_set_ = false;
   bool global_declarations_ = false;
   std::uint64_t largest_dollar_name_ = 0;
+  std::uint64_t largest_dollar_definition_ = 0;
   std::size_t question_marks_ = 0;
   std::vector<std::unique_ptr<std::vector<const DataType*>>> macro_parameters_;
   std::map<std::pair<std::string, const DataType*>, const Term*> bound_variables_;

@@ -56,6 +56,8 @@ struct Script {
   /// Names that the user gave have the forms `$1` to `$n` for this n, and begin with that many question marks
   /// before digits: the printer's own names must differ.
   std::uint64_t largest_dollar_name = 0;
+  /// The same of definitions without parameters, which are not counted above: the printer's own look so.
+  std::uint64_t largest_dollar_definition = 0;
   std::size_t question_marks = 0;
 
   std::span<const Term* const> terms_of(const Command& c) const {

@@ -15,7 +15,7 @@ ScriptWriter::ScriptWriter(const TermManager& manager, const Script& script, std
       out_(out),
       plan_(manager, script),
       names_(manager.num_terms()),
-      num_definitions_(script.largest_dollar_name),
+      num_definitions_(std::max(script.largest_dollar_name, script.largest_dollar_definition)),
       let_prefix_(script.question_marks + 1, '?'),
       created_(manager.num_terms()) {
   level_names_.emplace_back();

@@ -87,6 +87,17 @@ Script read_observed(Session& session, std::string_view text, const std::string&
   return script;
 }
 
+/// Forgets definitions named $1, $2, ..., such as the printer makes: it makes them anew, where they are
+/// needed now. Were they kept, another name for the same term could be added each time that a text is
+/// simplified.
+void forget_numbered_definitions(Script& script) {
+  std::erase_if(script.commands, [](const Command& c) {
+    return c.kind == Command::Kind::define && c.name.size() > 1 && c.name[0] == '$' &&
+           c.name.find_first_not_of("0123456789", 1) == std::string_view::npos;
+  });
+  script.largest_dollar_definition = 0;
+}
+
 }  // namespace
 
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
@@ -102,8 +113,9 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     Session session(options);
     const auto start = std::chrono::steady_clock::now();
     // A further round repeats what the first one did.
-    const Script script =
+    Script script =
         report.rounds == 1 ? read_observed(session, text, file, options) : session.read(text, file);
+    forget_numbered_definitions(script);
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;
