@@ -4,7 +4,7 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev)
-test_packages=(libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind z3 cvc5)
+test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind z3 cvc5)
 docs_packages=(doxygen mkdocs)
 bench_packages=(libbenchmark-dev libflint-dev libabsl-dev libz3-dev)
 jobs=$(nproc)

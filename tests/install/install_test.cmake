@@ -1,6 +1,14 @@
-# Installs the build tree BUILD_DIR, then builds and runs the project in SOURCE_DIR against what was installed.
+# Installs the build tree BUILD_DIR, then builds and runs the project in SOURCE_DIR against what was installed, by its CMake
+# package and by pkg-config.
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+function(expect_script program)
+  execute_process(COMMAND ${program} OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT text STREQUAL "(declare-const p Bool)\n(assert false)\n")
+    message(FATAL_ERROR "the script came out as\n${text}")
+  endif()
 endfunction()
 
 set(prefix ${WORK_DIR}/prefix)
@@ -10,11 +18,22 @@ run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/consumer -G Ninja -DCMAKE_P
     -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Release)
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/consumer)
 run(${WORK_DIR}/consumer/terms)
+expect_script(${WORK_DIR}/consumer/script)
+expect_script(${WORK_DIR}/consumer/static_script)
 
-execute_process(COMMAND ${WORK_DIR}/consumer/script OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
-if(NOT text STREQUAL "(declare-const p Bool)\n(assert false)\n")
-  message(FATAL_ERROR "the script came out as\n${text}")
+set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
+execute_process(COMMAND pkg-config --cflags --libs quarv-smtlib OUTPUT_VARIABLE flags COMMAND_ERROR_IS_FATAL ANY)
+separate_arguments(flags UNIX_COMMAND "${flags}")
+run(${CXX} -std=c++20 ${SOURCE_DIR}/script.cpp -o ${WORK_DIR}/by_pkg_config ${flags} -Wl,-rpath,${prefix}/${LIBDIR})
+expect_script(${WORK_DIR}/by_pkg_config)
+
+# Programs use the large tables where they are.
+execute_process(COMMAND readelf --relocs --wide ${WORK_DIR}/consumer/terms OUTPUT_VARIABLE relocations
+                COMMAND_ERROR_IS_FATAL ANY)
+if(relocations MATCHES "COPY[^\n]*gcd_cache")
+  message(FATAL_ERROR "the table of divisors is copied when a program starts")
 endif()
+
 if(PROGRAM)
   run(${prefix}/bin/quarv --version)
 endif()

@@ -6,6 +6,7 @@
 
 #include <gmp.h>
 
+#include <quarv/export.h>
 #include <quarv/numbers/q_number.h>
 
 namespace quarv {
@@ -21,7 +22,7 @@ namespace quarv {
 /// `QNumber::gmp_tmp`, which is why the helpers must not run concurrently with any other use of `QNumber`. A
 /// computed result is small whenever it fits. The result may replace an operand. Operands are integers;
 /// nothing is defined for fractions. Nothing is thrown but `std::bad_alloc`.
-class BVNumber {
+class QUARV_API BVNumber {
  public:
   BVNumber() = delete;
 

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <utility>
 
+#include <quarv/export.h>
+
 namespace quarv {
 
 /// Number of rows and columns of `gcd_cache`; a power of two.
@@ -12,12 +14,12 @@ inline constexpr unsigned long gcd_cache_size = 1024;
 
 /// Entry (x, y) is gcd(x, y), or 0 when it has not been computed yet. The table is zero-initialised static
 /// storage: it exists before any constructor runs and takes no memory before its pages are touched.
-extern long gcd_cache[gcd_cache_size][gcd_cache_size];
+QUARV_API_TABLE extern long gcd_cache[gcd_cache_size][gcd_cache_size];
 
 /// Computes gcd(x, y) by Euclid's algorithm and writes it to the entries (x, y) and (y, x).
 ///
 /// \pre x < gcd_cache_size, 0 < y < gcd_cache_size
-void fill_gcd_cache(unsigned long x, unsigned long y);
+QUARV_API void fill_gcd_cache(unsigned long x, unsigned long y);
 
 /// gcd(x, y), if x and y are small enough for the cache and the entry is known, otherwise 0. An entry that
 /// could be known but is not is filled.

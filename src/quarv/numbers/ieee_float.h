@@ -7,6 +7,7 @@
 #include <new>
 #include <string>
 
+#include <quarv/export.h>
 #include <quarv/numbers/q_number.h>
 #include <quarv/numbers/swflt/exception_flags.h>
 #include <quarv/numbers/swflt/rounding_mode.h>
@@ -31,7 +32,7 @@ namespace quarv {
 /// Exceptions: operations set the bits of `swflt::float_exception_flags` that IEEE 754 (section 7) asks for.
 /// Tininess is detected before rounding. `from_bits`, `get_bits`, copies, classification and the sign
 /// operations set none.
-class IEEEFloat {
+class QUARV_API IEEEFloat {
  public:
   /// Widths of the fields of an encoding in bits. The encoding has `ew` + `mw` + 1 bits: sign, biased
   /// exponent, stored significand.
@@ -260,9 +261,9 @@ class IEEEFloat {
   std::uint32_t kind_and_mode_;  ///< storage kind in the top two bits, rounding mode in the others
 };
 
-IEEEFloat round(const IEEEFloat& x);
-bool operator==(const IEEEFloat& a, const IEEEFloat& b);
-bool operator<(const IEEEFloat& a, const IEEEFloat& b);
-bool operator<=(const IEEEFloat& a, const IEEEFloat& b);
+QUARV_API IEEEFloat round(const IEEEFloat& x);
+QUARV_API bool operator==(const IEEEFloat& a, const IEEEFloat& b);
+QUARV_API bool operator<(const IEEEFloat& a, const IEEEFloat& b);
+QUARV_API bool operator<=(const IEEEFloat& a, const IEEEFloat& b);
 
 }  // namespace quarv

@@ -12,6 +12,7 @@
 #include <gmp.h>
 #include <gmpxx.h>
 
+#include <quarv/export.h>
 #include <quarv/numbers/gcd_cache.h>
 
 namespace quarv {
@@ -34,7 +35,7 @@ namespace quarv {
 ///
 /// Arithmetic uses `gmp_tmp` and `gcd_cache`, which are process-wide and not locked: one thread at a time may
 /// compute with `QNumber`.
-class QNumber {
+class QUARV_API QNumber {
  public:
   /// Scratch integers of the big arithmetic, initialised before any constructor runs and never cleared. Every
   /// operation with a big operand or a big result may overwrite all of them.

@@ -4,12 +4,13 @@
 #include <cstdint>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/rules/rule_language.h>
 
 namespace quarv::rules {
 
 /// A rule with a width for each bit-vector and a value for each integer; values of bit-vectors are left open.
-struct RuleInstance {
+struct QUARV_API RuleInstance {
   std::vector<std::size_t> widths;      ///< by position; 0 at the root when it is a truth value
   std::vector<std::uint64_t> integers;  ///< by parameter
 
@@ -18,13 +19,13 @@ struct RuleInstance {
 
 /// All instances whose variables are at most `bound` bits wide and whose integer conditions hold. Extensions
 /// add up to `bound` + 1 bits, rotation amounts go beyond twice the width, extractions are everywhere.
-std::vector<RuleInstance> all_instances(const Rule& rule, std::size_t bound);
+QUARV_API std::vector<RuleInstance> all_instances(const Rule& rule, std::size_t bound);
 
 /// Some of the instances whose widest bit-vector has `width` bits: the smallest, the largest and a middle
 /// value wherever there is a choice.
-std::vector<RuleInstance> some_instances(const Rule& rule, std::size_t width);
+QUARV_API std::vector<RuleInstance> some_instances(const Rule& rule, std::size_t width);
 
 /// The value of an expression; it must not read values of bit-vectors.
-std::uint64_t evaluate(const IntExpr& expression, const RuleInstance& instance);
+QUARV_API std::uint64_t evaluate(const IntExpr& expression, const RuleInstance& instance);
 
 }  // namespace quarv::rules

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/rules/match_plan.h>
 #include <quarv/rules/rule_language.h>
 #include <quarv/rules/term_normalizer.h>
@@ -13,7 +14,7 @@ namespace quarv::rules {
 
 /// A rule that is matched by walking its syntax tree. It does what the class that the rule compiler makes of
 /// the same text does, more slowly; it is there for rules that are known only at run time.
-class InterpretedRule final : public TermNormalizer::norm_fun {
+class QUARV_API InterpretedRule final : public TermNormalizer::norm_fun {
  public:
   explicit InterpretedRule(Rule rule);
 
@@ -36,6 +37,6 @@ class InterpretedRule final : public TermNormalizer::norm_fun {
 };
 
 /// The rules of a rule file, to be registered with a normalizer. Throws RuleError.
-std::vector<std::unique_ptr<InterpretedRule>> load_rules(std::string_view text);
+QUARV_API std::vector<std::unique_ptr<InterpretedRule>> load_rules(std::string_view text);
 
 }  // namespace quarv::rules

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/term/symbol_tag.h>
 
 /// The rule language: one rewrite rule a line, a pattern with conditions and a result.
@@ -19,7 +20,7 @@
 namespace quarv::rules {
 
 /// A rule text that is not a rule. `what()` reads "line:column: reason"; line and column count from 1.
-class RuleError : public std::runtime_error {
+class QUARV_API RuleError : public std::runtime_error {
  public:
   RuleError(std::size_t line, std::size_t column, const std::string& reason);
 
@@ -58,10 +59,10 @@ struct Operator {
 };
 
 /// All operators.
-std::span<const Operator> operators();
+QUARV_API std::span<const Operator> operators();
 
 /// The operator of that word, or null.
-const Operator* find_operator(std::string_view word);
+QUARV_API const Operator* find_operator(std::string_view word);
 
 /// An expression over widths and integer parameters, in unsigned 64-bit arithmetic that wraps around.
 struct IntExpr {
@@ -110,7 +111,7 @@ struct Parameter {
 enum class Relation : std::uint8_t { eq, ne, lt, le, gt, ge };
 
 /// The sign of a relation as the language and C++ write it: "==", "<=".
-std::string_view relation_sign(Relation relation);
+QUARV_API std::string_view relation_sign(Relation relation);
 
 struct Condition {
   enum class Kind : std::uint8_t {
@@ -184,16 +185,16 @@ inline constexpr std::size_t max_result_nodes = 64;
 inline constexpr std::size_t max_depth = 32;
 
 /// Parses one rule. Throws RuleError, with `line` as its line.
-Rule parse_rule(std::string_view text, std::size_t line = 1);
+QUARV_API Rule parse_rule(std::string_view text, std::size_t line = 1);
 
 /// Parses a rule file: a rule a line; empty lines and lines that begin with '#' are passed over. Throws
 /// RuleError.
-std::vector<Rule> parse_rules(std::string_view text);
+QUARV_API std::vector<Rule> parse_rules(std::string_view text);
 
 /// "GeneratedRewriteRule_" and a transcription of the rule's text to an identifier: parentheses and commas
 /// become
 /// "_", blanks vanish, "==" becomes "_EQ_", "~" "NOT" and "-1" "ALL1". Of the conditions only identities are
 /// spelled out, the others leave their separators.
-std::string class_name(const Rule& rule);
+QUARV_API std::string class_name(const Rule& rule);
 
 }  // namespace quarv::rules

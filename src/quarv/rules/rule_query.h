@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/rules/rule_instance.h>
 #include <quarv/rules/rule_language.h>
 
@@ -24,13 +25,13 @@ struct RuleQuery {
 
 /// Writes an instance as a query; `suffix` ends the variables' symbols. Terms that the rule wants to
 /// be the same are one variable. Being a numeral or not, and the order of terms, say nothing about values.
-RuleQuery make_query(const Rule& rule, const RuleInstance& instance, std::string_view suffix = ".");
+QUARV_API RuleQuery make_query(const Rule& rule, const RuleInstance& instance, std::string_view suffix = ".");
 
 /// Declarations of the query's variables.
-std::string declarations(const RuleQuery& query);
+QUARV_API std::string declarations(const RuleQuery& query);
 
 /// "The conditions hold and pattern and result differ"; without a result, the conditions alone. The rule
 /// holds for the instance when this cannot be satisfied.
-std::string refutation(const RuleQuery& query);
+QUARV_API std::string refutation(const RuleQuery& query);
 
 }  // namespace quarv::rules

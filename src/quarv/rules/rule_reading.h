@@ -2,11 +2,12 @@
 
 #include <string>
 
+#include <quarv/export.h>
 #include <quarv/rules/rule_language.h>
 
 namespace quarv::rules {
 
 /// The rule as a person would say it: "t + c becomes c + t if c is a constant and t is no constant."
-std::string reading(const Rule& rule);
+QUARV_API std::string reading(const Rule& rule);
 
 }  // namespace quarv::rules

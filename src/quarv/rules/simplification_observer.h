@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <span>
 
+#include <quarv/export.h>
 #include <quarv/term/symbol.h>
 #include <quarv/term/term.h>
 
@@ -13,7 +14,7 @@ namespace quarv {
 ///
 /// Calls come in the order in which terms are made: what a rule's result needs is simplified, and reported,
 /// before the rule is.
-class SimplificationObserver {
+class QUARV_API SimplificationObserver {
  public:
   virtual ~SimplificationObserver() = default;
 

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/rules/rule_index.h>
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/term/symbol_tag.h>
@@ -26,7 +27,7 @@ class TermManager;
 /// depth of terms, and results are kept from call to call, so that a shared term is normalised once.
 ///
 /// A normalizer serves one manager at a time: on a call with another one it forgets all results.
-class TermNormalizer {
+class QUARV_API TermNormalizer {
  public:
   /// The base of every rule. A rule has no state.
   class norm_fun {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <quarv/export.h>
+
 namespace quarv {
 
 class StdTermSimplifier;
@@ -9,7 +11,7 @@ namespace termsimpl {
 
 /// Creates and registers all standard simplifiers, in a fixed order. To be called once for a registry; what
 /// was registered before an exception stays registered.
-void register_standard_simplifications(TermManager* mgr, StdTermSimplifier* simp);
+QUARV_API void register_standard_simplifications(TermManager* mgr, StdTermSimplifier* simp);
 
 }  // namespace termsimpl
 }  // namespace quarv

@@ -4,6 +4,7 @@
 #include <memory>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/term/symbol_tag.h>
@@ -12,7 +13,7 @@
 namespace quarv {
 
 /// The registry of simplifiers: at most one for each operator tag.
-class StdTermSimplifier : public TermSimplifier {
+class QUARV_API StdTermSimplifier : public TermSimplifier {
  public:
   /// The base of every simplifier.
   class simpl_fun {

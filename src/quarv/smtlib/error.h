@@ -4,11 +4,13 @@
 #include <stdexcept>
 #include <string>
 
+#include <quarv/export.h>
+
 namespace quarv::smtlib {
 
 /// A fault in SMT-LIB input. `what()` is one line, `file:line:column: error: message`; lines and columns
 /// count from 1, columns in bytes.
-class Error : public std::runtime_error {
+class QUARV_API Error : public std::runtime_error {
  public:
   Error(const std::string& file, std::size_t line, std::size_t column, const std::string& message)
       : std::runtime_error(file + ':' + std::to_string(line) + ':' + std::to_string(column) +

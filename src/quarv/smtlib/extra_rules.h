@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 
+#include <quarv/export.h>
 #include <quarv/rules/term_normalizer.h>
 
 namespace quarv::smtlib {
@@ -16,16 +17,16 @@ struct RuleFile {
 /// Appends the rules of `file` to those of `normalizer`. Throws Error, with the file's name and the place in
 /// it, for a text that is not a rule. A rule whose result does not fit the term that it is applied to throws
 /// Error at that time.
-void register_rule_file(const RuleFile& file, TermNormalizer& normalizer);
+QUARV_API void register_rule_file(const RuleFile& file, TermNormalizer& normalizer);
 
 /// A rule to be turned off that does not exist.
-class UnknownRule : public std::invalid_argument {
+class QUARV_API UnknownRule : public std::invalid_argument {
  public:
   using std::invalid_argument::invalid_argument;
 };
 
 /// Turns off a rule, given by its number in the order of registration, from 1, or by its text. Throws
 /// UnknownRule.
-void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer);
+QUARV_API void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer);
 
 }  // namespace quarv::smtlib

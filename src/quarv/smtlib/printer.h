@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 
+#include <quarv/export.h>
 #include <quarv/smtlib/script.h>
 
 namespace quarv::smtlib {
@@ -25,11 +26,11 @@ struct PrintResult {
 
 /// Prints a script in SMT-LIB 2.6: the same commands in the same order. Throws std::runtime_error when the
 /// stream fails, and when without sharing the text would exceed 4 GiB.
-PrintResult print(const TermManager& manager, const Script& script, std::ostream& out,
-                  Sharing sharing = Sharing::automatic);
+QUARV_API PrintResult print(const TermManager& manager, const Script& script, std::ostream& out,
+                            Sharing sharing = Sharing::automatic);
 
 /// One term on one line, shared sub-terms as `let`. The printer's names differ from those of `script`.
-PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& out,
-                       Sharing sharing = Sharing::automatic, const Script& script = {});
+QUARV_API PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& out,
+                                 Sharing sharing = Sharing::automatic, const Script& script = {});
 
 }  // namespace quarv::smtlib

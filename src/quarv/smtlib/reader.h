@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/smtlib/error.h>
 #include <quarv/smtlib/lexer.h>
 #include <quarv/smtlib/name_table.h>
@@ -31,7 +32,7 @@ struct ReaderOptions {
 ///
 /// What is not simplified: patterns, and the terms of `get-value` and `check-sat-assuming`, which must come
 /// out as they were written. Applications of defined functions with parameters stay applications.
-class Reader {
+class QUARV_API Reader {
  public:
   using Options = ReaderOptions;
 

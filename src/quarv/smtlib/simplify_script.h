@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/smtlib/extra_rules.h>
 #include <quarv/smtlib/printer.h>
@@ -36,7 +37,7 @@ struct SimplifyOptions {
 ///     Session session(options);
 ///     Script script = session.read(text, "file.smt2");   // terms are simplified as they are built
 ///     print(session.manager(), script, std::cout);
-class Session {
+class QUARV_API Session {
  public:
   /// Throws Error for a rule file with a fault, and UnknownRule.
   explicit Session(const SimplifyOptions& options = {});
@@ -62,7 +63,7 @@ class Session {
 };
 
 /// Number of distinct sub-terms of `terms`, themselves included.
-std::size_t dag_size(const TermManager& manager, std::span<const Term* const> terms);
+QUARV_API std::size_t dag_size(const TermManager& manager, std::span<const Term* const> terms);
 
 /// What happened, for those who want to know.
 struct SimplifyReport {
@@ -76,7 +77,7 @@ struct SimplifyReport {
 /// gives the same text; to that end the text may be simplified in several rounds, of which observer and trace
 /// see the first: what became of the input. Throws Error for faults of the input and of rule files,
 /// UnknownRule, and std::runtime_error when the stream fails; something may have been written then.
-SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
-                               const SimplifyOptions& options = {});
+QUARV_API SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
+                                         const SimplifyOptions& options = {});
 
 }  // namespace quarv::smtlib

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/term/term_simplifier.h>
 
@@ -26,7 +27,7 @@ namespace quarv::smtlib {
 /// - `t1 - t2 == t2 - t3 >> t1 == t3`: not for t1 = 2, t2 = 1, t3 = 0;
 /// - `zext(n, t) == -1 >> false`, in both orders: not for n = 0.
 /// The first two are turned off; an extension by no bits is replaced by its argument before any rule sees it.
-class StrictSemantics : public TermSimplifier {
+class QUARV_API StrictSemantics : public TermSimplifier {
  public:
   /// `standard` is not owned and must live as long as this.
   explicit StrictSemantics(StdTermSimplifier& standard) : standard_(standard) {}

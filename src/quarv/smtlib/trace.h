@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/smtlib/script.h>
@@ -44,7 +45,7 @@ namespace quarv::smtlib {
 /// that are no UTF-8 appear as the characters of the same number.
 ///
 /// Tracing changes no result: nothing is interned for it.
-class Trace : public SimplificationObserver {
+class QUARV_API Trace : public SimplificationObserver {
  public:
   /// `rules` gives the rules their signatures. `also`, which may be null, is told of everything too.
   Trace(const TermManager& manager, const TermNormalizer& rules, std::ostream& out,

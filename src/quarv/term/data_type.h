@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <quarv/export.h>
+
 namespace quarv {
 
 class Symbol;
@@ -14,7 +16,7 @@ class Symbol;
 /// A *constructed* type is a type constructor (component 0) applied to parameters: `(_ BitVec 8)` is the
 /// bit-vector constructor applied to the width component 8, an array type has the index and the element type.
 /// Everything else (Bool, Int, Real, declared sorts, constructors, width components) is *basic*.
-class DataType {
+class QUARV_API DataType {
  public:
   DataType(const DataType&) = delete;
   DataType& operator=(const DataType&) = delete;

@@ -3,11 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <quarv/export.h>
+
 namespace quarv {
 
 /// Classification of symbols by operator. Simplifiers are registered for a tag, and rewrite rules
 /// name the tag of the root operator that they apply to.
-struct SymbolTag {
+struct QUARV_API SymbolTag {
   /// The numbers are fixed: registration, rules and the floating-point evaluator pass and compare them.
   enum tag : std::uint32_t {
     UF = 0,        ///< application of an uninterpreted function; a declared constant

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/numbers/q_number.h>
 #include <quarv/term/arena.h>
 #include <quarv/term/data_type.h>
@@ -42,7 +43,7 @@ struct Attribute {
 /// is given. Constructors throw SortError for arguments that do not fit (nothing is interned then) and
 /// std::bad_alloc. All calls for one manager come from one thread. In steady state building a term makes no
 /// heap allocation of its own.
-class TermManager {
+class QUARV_API TermManager {
  public:
   using Args = std::span<const Term* const>;
 

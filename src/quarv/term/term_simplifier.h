@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/term/symbol.h>
 
 namespace quarv {
@@ -11,7 +12,7 @@ struct Term;
 
 /// How the manager reaches whatever simplifies: its full constructors hand every new application to this
 /// interface.
-class TermSimplifier {
+class QUARV_API TermSimplifier {
  public:
   virtual ~TermSimplifier() = default;
 

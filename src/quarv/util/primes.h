@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include <quarv/export.h>
+
 namespace quarv::hsh {
 
 /// The possible bucket counts: primes that roughly double, the last being the largest of them below 2^32.
@@ -22,7 +24,7 @@ constexpr bool exceeds_max_load(std::uint64_t count, std::uint64_t buckets) noex
 }
 
 /// One bucket count, with what a table needs of it precomputed.
-struct BucketCount {
+struct QUARV_API BucketCount {
   /// floor(2^64 / count).
   std::uint64_t reciprocal = 0;
   /// The number of buckets; 0 in a table without a bucket array.

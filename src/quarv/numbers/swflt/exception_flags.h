@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <quarv/export.h>
+
 namespace quarv::swflt {
 
 /// The five exceptions of IEEE 754, as bits of `float_exception_flags`.
@@ -24,7 +26,7 @@ enum exception_flag : std::uint8_t {
 
 /// The exceptions raised since the caller last stored 0, by any value of the process. Operations only set
 /// bits. Not synchronised.
-extern std::uint8_t float_exception_flags;
+QUARV_API extern std::uint8_t float_exception_flags;
 
 inline void raise(unsigned flags) {
   float_exception_flags = static_cast<std::uint8_t>(float_exception_flags | flags);

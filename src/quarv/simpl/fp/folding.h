@@ -3,6 +3,7 @@
 #include <optional>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/numbers/ieee_float.h>
 #include <quarv/term/term_manager.h>
 
@@ -28,7 +29,7 @@ inline std::optional<IEEEFloat::rounding_mode> rounding_mode(const TermManager* 
 }
 
 /// The literal of x, in the format of x.
-const Term* make_literal(TermManager* mgr, const IEEEFloat& x);
+QUARV_API const Term* make_literal(TermManager* mgr, const IEEEFloat& x);
 
 /// The operator that `is_op` recognises, on one operand and with its format as only parameter: answers
 /// `make(format, encoding)` for a literal.

@@ -1,0 +1,13 @@
+/// \file
+/// All of libquarv_smtlib that is for C++: reading, simplifying and printing SMT-LIB 2.
+#pragma once
+
+#include <quarv/quarv.h>
+#include <quarv/smtlib/error.h>
+#include <quarv/smtlib/extra_rules.h>
+#include <quarv/smtlib/printer.h>
+#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/script.h>
+#include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/strict_semantics.h>
+#include <quarv/smtlib/trace.h>
