@@ -14,9 +14,24 @@ import sys
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
 
 
+def public_headers():
+    """The headers that stand at the top, and all that they include."""
+    source = SOURCE / 'src'
+    found = set()
+    pending = list(source.glob('quarv/*.h'))
+    while pending:
+        header = pending.pop()
+        if header not in found:
+            found.add(header)
+            text = header.read_text(encoding='utf-8')
+            pending += [source / name for name in re.findall(r'^#include <(quarv/[^>]*)>', text, re.MULTILINE)]
+    return sorted(str(header.relative_to(SOURCE)) for header in found)
+
+
 def api_pages(folder):
     """Has doxygen write to `folder`/api."""
-    settings = (SOURCE / 'docs' / 'Doxyfile').read_text(encoding='utf-8') + f'\nOUTPUT_DIRECTORY = "{folder}"\n'
+    settings = (SOURCE / 'docs' / 'Doxyfile').read_text(encoding='utf-8')
+    settings += f'\nINPUT += {" ".join(public_headers())}\nOUTPUT_DIRECTORY = "{folder}"\n'
     subprocess.run(['doxygen', '-'], cwd=SOURCE, input=settings, text=True, check=True)
 
 
