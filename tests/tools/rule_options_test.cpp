@@ -52,6 +52,19 @@ TEST_F(Program, LeavesOutDisabledRules) {
   EXPECT_EQ(run("$quarv simplify --disable-rule 1 --disable-rule 2", input).out, with);
 }
 
+TEST_F(Program, AppliesRulesAlone) {
+  const std::string input = "(declare-const a (_ BitVec 8))\n(assert (bvule a (bvadd #x01 #x02)))\n";
+  EXPECT_EQ(run("$quarv simplify --no-simplifiers", input).out,
+            "(declare-const a (_ BitVec 8))\n"
+            "(assert (not (bvult (bvadd #x01 #x02) a)))\n");
+  // Without the simplifiers and this rule, the rules on extensions would see an extension by no bits.
+  const std::string command = "$quarv simplify --no-simplifiers --disable-rule 126";
+  const std::string extension = "(declare-const a (_ BitVec 8))\n(assert (= ((_ zero_extend 0) a) #xff))\n";
+  EXPECT_EQ(run(command, extension).out, extension);
+  EXPECT_NE(run(command + " --standard", extension).out, extension);
+  EXPECT_EQ(run("$quarv simplify --no-simplifiers --no-rules", "").status, 2);
+}
+
 TEST_F(Program, AnswersUnknownRulesWithStatusTwo) {
   for (const char* rule : {"0", "185", "99999999999999999999", "-1", "x", "", "rewrite(bvnot(t), ) >> t"}) {
     const Result r = run("$quarv simplify -o out.smt2 --disable-rule='" + std::string(rule) + "'", "");

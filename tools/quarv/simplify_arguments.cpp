@@ -10,6 +10,10 @@ void add_step_options(CLI::App& command, SimplifyArguments& arguments) {
   CLI::Option* const no_rules =
       command.add_flag("--no-rules", arguments.no_rules, "Simplify operators, but apply no rewrite rule");
   command
+      .add_flag("--no-simplifiers", arguments.no_simplifiers,
+                "Apply rewrite rules, but simplify no operator: not even constants are folded")
+      ->excludes(no_rules);
+  command
       .add_option("--rules", arguments.rule_files,
                   "Rules of your own, to be tried after the standard ones; may be repeated. It is for you to "
                   "know that they hold: quarv rules check tells")
@@ -39,6 +43,7 @@ void add_simplify_options(CLI::App& command, SimplifyArguments& arguments) {
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
   smtlib::SimplifyOptions options;
   options.rules = !arguments.no_rules;
+  options.simplifiers = !arguments.no_simplifiers;
   options.standard = arguments.standard;
   if (arguments.sharing == "let") options.sharing = smtlib::Sharing::let;
   if (arguments.sharing == "none") options.sharing = smtlib::Sharing::none;

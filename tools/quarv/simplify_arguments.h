@@ -14,6 +14,7 @@ namespace quarv::cli {
 /// How a script is to be simplified and printed, as it stands on the command line.
 struct SimplifyArguments {
   bool no_rules = false;
+  bool no_simplifiers = false;
   bool standard = false;
   std::string sharing = "auto";
   std::vector<std::string> rule_files;

@@ -14,7 +14,11 @@ Session::Session(const SimplifyOptions& options) {
     if (!options.standard) strict_.turn_off_unsound_rules();
     for (const RuleFile& file : options.extra_rules) register_rule_file(file, simplifier_.normalizer);
     for (const std::string& rule : options.disabled_rules) disable_rule(rule, simplifier_.normalizer);
-    manager_.set_simplifier(options.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_);
+    if (options.simplifiers) {
+      manager_.set_simplifier(options.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_);
+    } else if (!options.standard) {
+      strict_.turn_off_extension_rules();
+    }
   }
   ReaderOptions reader_options;
   reader_options.canonical_nan = !options.standard;

@@ -21,9 +21,10 @@
 namespace quarv::smtlib {
 
 struct SimplifyOptions {
-  bool simplify = true;   ///< false: plain terms, as they are written
-  bool rules = true;      ///< the rewrite rules, beside the simplifiers
-  bool standard = false;  ///< the plain layer instead of strict SMT-LIB semantics
+  bool simplify = true;     ///< false: plain terms, as they are written
+  bool rules = true;        ///< the rewrite rules, beside the simplifiers
+  bool simplifiers = true;  ///< the simplifiers of operators, beside the rules
+  bool standard = false;    ///< the plain layer instead of strict SMT-LIB semantics
   Sharing sharing = Sharing::automatic;
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
   std::ostream* trace = nullptr;      ///< gets the Trace of how the input, as it is given, is simplified

@@ -82,6 +82,13 @@ void StrictSemantics::turn_off_unsound_rules() {
   }
 }
 
+void StrictSemantics::turn_off_extension_rules() {
+  for (const char* rule : {"rewrite((zext(n, t) == t2), (t2 == -1), (t2 > 0)) >> false",
+                           "rewrite((t2 == zext(n, t)), (t2 == -1), (t2 > 0)) >> false"}) {
+    standard_.normalizer.set_rule_enabled(std::string_view(rule), false);
+  }
+}
+
 const Term* StrictSemantics::simplify(TermManager* manager, const Symbol* symbol,
                                       const std::vector<const Term*>& args) {
   for (const Term*& arg : termsimpl::writable(args)) arg = with_one_nan(*manager, arg);

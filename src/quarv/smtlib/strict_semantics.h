@@ -35,6 +35,9 @@ class QUARV_API StrictSemantics : public TermSimplifier {
   /// Turns off the rules of `standard` that do not hold for all values. To be called when they are
   /// registered.
   void turn_off_unsound_rules();
+  /// Turns off the rules on extensions too. To be called when this does not simplify the terms that rules
+  /// see.
+  void turn_off_extension_rules();
 
   const Term* simplify(TermManager* manager, const Symbol* symbol,
                        const std::vector<const Term*>& args) override;
