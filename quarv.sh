@@ -16,6 +16,8 @@ usage: ./quarv.sh COMMAND
   run FILE.smt2 [OPTION...]  build the program and simplify FILE.smt2 (`run --help` lists the options)
   test                       build and run all tests, in release and with sanitizers
   docs                       make the site of the documentation in build/docs/site
+  same-output [OPTION...]    build with g++, clang++ and sanitizers; compare all outputs for ../shared/corpus
+  ways [OPTION...]           leave out each rule, simplify in other ways, and let z3 compare, for ../shared/corpus
   bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
   compare [OPTION...]        measure quarv and other solvers on generated files (`compare --help` lists the options)
   format                     lay out all sources with clang-format
@@ -101,6 +103,20 @@ case $command in
     need "${build_packages[@]}" "${test_packages[@]}" "${docs_packages[@]}"
     run_tests release
     run_tests sanitize
+    ;;
+  same-output)
+    need "${build_packages[@]}" "${test_packages[@]}" clang
+    for preset in release clang sanitize; do
+      say "building: $preset"
+      build "$preset" quarv_program
+    done
+    exec python3 "$root/tests/equivalence/same_output.py" --also "$root/build/clang/bin/quarv" \
+      --also "$root/build/sanitize/bin/quarv" "$@"
+    ;;
+  ways)
+    need "${build_packages[@]}" "${test_packages[@]}"
+    build release quarv_program
+    exec python3 "$root/tests/equivalence/metamorphic.py" "$@"
     ;;
   bench)
     need "${build_packages[@]}" "${test_packages[@]}" "${bench_packages[@]}"
