@@ -6,7 +6,9 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev)
 test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind z3 cvc5)
 docs_packages=(doxygen mkdocs)
+fuzz_packages=(clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libflint-dev libabsl-dev libz3-dev)
+fuzz_targets=(reader simplify q_number ieee_float)
 jobs=$(nproc)
 
 usage() {
@@ -18,6 +20,7 @@ usage: ./quarv.sh COMMAND
   docs                       make the site of the documentation in build/docs/site
   same-output [OPTION...]    build with g++, clang++ and sanitizers; compare all outputs for ../shared/corpus
   ways [OPTION...]           leave out each rule, simplify in other ways, and let z3 compare, for ../shared/corpus
+  fuzz [SECONDS [TARGET]]    build the fuzzers and run each, or one, for so long (60 seconds)
   bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
   compare [OPTION...]        measure quarv and other solvers on generated files (`compare --help` lists the options)
   format                     lay out all sources with clang-format
@@ -81,6 +84,23 @@ run_tests() {
   (cd "$root" && ctest --preset "$1" -j "$jobs")
 }
 
+# run_fuzzer TARGET SECONDS: what makes it fail is left in build/fuzz/finds/.
+run_fuzzer() {
+  local target=$1 folder=$root/build/fuzz options=()
+  local corpus=$folder/corpus/$target log=$folder/$target.log
+  mkdir -p "$corpus" "$folder/finds"
+  [[ $target != reader ]] || options=(-dict="$root/fuzz/reader.dict")
+  if ASAN_OPTIONS=malloc_context_size=2:quarantine_size_mb=8 "$folder/fuzz/${target}_fuzz" \
+    -max_total_time="$2" -max_len=600 -len_control=0 -entropic=0 -timeout=60 -rss_limit_mb=3000 -print_final_stats=1 \
+    -artifact_prefix="$folder/finds/$target-" "${options[@]}" "$corpus" "$root/fuzz/seeds/$target" >"$log" 2>&1; then
+    say "fuzzed $target with $(sed -n 's/^stat::number_of_executed_units: *//p' "$log") inputs"
+  else
+    tail -n 60 "$log" >&2
+    say "$target failed; the input is in build/fuzz/finds/"
+    return 1
+  fi
+}
+
 sources() {
   git -C "$root" ls-files -co --exclude-standard -- '*.h' '*.cpp' | sed "s|^|$root/|"
 }
@@ -117,6 +137,17 @@ case $command in
     need "${build_packages[@]}" "${test_packages[@]}"
     build release quarv_program
     exec python3 "$root/tests/equivalence/metamorphic.py" "$@"
+    ;;
+  fuzz)
+    need "${build_packages[@]}" "${test_packages[@]}" "${fuzz_packages[@]}"
+    seconds=${1:-60}
+    if (($# > 1)); then fuzz_targets=("${@:2}"); fi
+    say "building: fuzz"
+    build fuzz "${fuzz_targets[@]/%/_fuzz}"
+    say "fuzzing for $seconds seconds each: ${fuzz_targets[*]}"
+    export -f run_fuzzer say
+    export root
+    printf '%s\n' "${fuzz_targets[@]}" | xargs -P "$((jobs < 2 ? jobs : 2))" -I '{}' bash -c "run_fuzzer '{}' $seconds"
     ;;
   bench)
     need "${build_packages[@]}" "${test_packages[@]}" "${bench_packages[@]}"
