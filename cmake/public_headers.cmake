@@ -2,7 +2,7 @@
 # SOURCE_DIR. They are what is installed.
 cmake_policy(VERSION 3.25)
 function(public_headers source_dir result)
-  set(pending quarv/quarv.h quarv/smtlib.h)
+  set(pending quarv/quarv.h quarv/smtlib.h quarv/c_api.h)
   set(found)
   while(pending)
     list(POP_FRONT pending header)

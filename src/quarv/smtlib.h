@@ -2,6 +2,7 @@
 /// All of libquarv_smtlib that is for C++: reading, simplifying and printing SMT-LIB 2.
 #pragma once
 
+#include <quarv/api/workspace.h>
 #include <quarv/quarv.h>
 #include <quarv/smtlib/error.h>
 #include <quarv/smtlib/extra_rules.h>

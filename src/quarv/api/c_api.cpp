@@ -1,0 +1,318 @@
+#include <cstdlib>
+#include <cstring>
+#include <new>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include <quarv/api/workspace.h>
+#include <quarv/c_api.h>
+#include <quarv/numbers/q_number.h>
+#include <quarv/smtlib/error.h>
+#include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/simplify_script.h>
+#include <quarv/term/sort_error.h>
+
+using quarv::DataType;
+using quarv::QNumber;
+using quarv::Term;
+using quarv::TermManager;
+using quarv::Workspace;
+
+struct quarv_manager {
+  explicit quarv_manager(const quarv::WorkspaceOptions& options) : workspace(options) {}
+
+  TermManager& terms() { return workspace.manager(); }
+
+  Workspace workspace;
+  quarv_status status = QUARV_OK;
+  std::string message;
+};
+
+namespace {
+
+quarv_term handle(const Term* t) {
+  return reinterpret_cast<quarv_term>(t);
+}
+quarv_sort handle(const DataType* sort) {
+  return reinterpret_cast<quarv_sort>(sort);
+}
+char* handle(const std::string& text) {
+  auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
+  if (copy == nullptr) throw std::bad_alloc();
+  std::memcpy(copy, text.c_str(), text.size() + 1);
+  return copy;
+}
+
+/// What pointers of the caller stand for; none of them may be null.
+template <class Pointer>
+Pointer checked(Pointer pointer) {
+  if (pointer == nullptr) throw std::invalid_argument("a null pointer was given");
+  return pointer;
+}
+const Term* term(quarv_term t) {
+  return reinterpret_cast<const Term*>(checked(t));
+}
+const DataType* sort(quarv_sort s) {
+  return reinterpret_cast<const DataType*>(checked(s));
+}
+
+TermManager::Args terms(const quarv_term* list, std::size_t n) {
+  if (n == 0) return {};
+  checked(list);
+  for (std::size_t i = 0; i < n; ++i) checked(list[i]);
+  return {reinterpret_cast<const Term* const*>(list), n};
+}
+
+void fail(quarv_manager* m, quarv_status status, const char* message) noexcept {
+  m->status = status;
+  try {
+    m->message = message;
+    for (char& c : m->message) {
+      if (c == '\n') c = ' ';
+    }
+  } catch (const std::bad_alloc&) {
+    m->message.clear();
+  }
+}
+
+/// Answers what `f` does, or null with the manager's status set: the one place where exceptions end.
+template <class F>
+auto guarded(quarv_manager* m, F f) noexcept -> decltype(f()) {
+  if (m == nullptr) return {};
+  try {
+    m->status = QUARV_OK;
+    m->message.clear();
+    return f();
+  } catch (const std::bad_alloc&) {
+    fail(m, QUARV_OUT_OF_MEMORY, "out of memory");
+  } catch (const quarv::smtlib::Error& e) {
+    fail(m, QUARV_SYNTAX_ERROR, e.what());
+  } catch (const quarv::SortError& e) {
+    fail(m, QUARV_SORT_ERROR, e.what());
+  } catch (const std::invalid_argument& e) {
+    fail(m, QUARV_INVALID_ARGUMENT, e.what());
+  } catch (const std::exception& e) {
+    fail(m, QUARV_FAILURE, e.what());
+  } catch (...) {
+    fail(m, QUARV_FAILURE, "unknown failure");
+  }
+  return {};
+}
+
+/// Likewise, of functions that answer the status alone.
+template <class F>
+quarv_status status_of(quarv_manager* m, F f) noexcept {
+  if (m == nullptr) return QUARV_INVALID_ARGUMENT;
+  guarded(m, [&] {
+    f();
+    return 0;
+  });
+  return m->status;
+}
+
+/// The stored bits of a significand: all but the hidden one.
+std::size_t stored_bits(std::size_t eb, std::size_t sb) {
+  quarv::smtlib::build::check_format(eb, sb);
+  return sb - 1;
+}
+
+}  // namespace
+
+const char* quarv_version(void) {
+  return QUARV_VERSION;
+}
+
+quarv_manager* quarv_manager_new(unsigned flags) {
+  try {
+    quarv::WorkspaceOptions options;
+    options.eager = (flags & QUARV_EAGER) != 0;
+    options.standard = (flags & QUARV_STANDARD) != 0;
+    options.rules = (flags & QUARV_NO_RULES) == 0;
+    return new quarv_manager(options);
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+void quarv_manager_delete(quarv_manager* m) {
+  delete m;
+}
+
+quarv_status quarv_error(const quarv_manager* m) {
+  return m == nullptr ? QUARV_INVALID_ARGUMENT : m->status;
+}
+
+const char* quarv_error_message(const quarv_manager* m) {
+  return m == nullptr ? "a null pointer was given" : m->message.c_str();
+}
+
+void quarv_free(void* answer) {
+  std::free(answer);
+}
+
+// Sorts.
+
+quarv_sort quarv_bool_sort(quarv_manager* m) {
+  return guarded(m, [&] { return handle(m->terms().bool_type); });
+}
+quarv_sort quarv_int_sort(quarv_manager* m) {
+  return guarded(m, [&] { return handle(m->terms().int_type); });
+}
+quarv_sort quarv_real_sort(quarv_manager* m) {
+  return guarded(m, [&] { return handle(m->terms().rat_type); });
+}
+quarv_sort quarv_rounding_mode_sort(quarv_manager* m) {
+  return guarded(m, [&] { return handle(m->terms().rounding_mode_type); });
+}
+quarv_sort quarv_bv_sort(quarv_manager* m, size_t width) {
+  return guarded(m, [&] { return handle(m->terms().get_bv_type(width)); });
+}
+quarv_sort quarv_fp_sort(quarv_manager* m, size_t eb, size_t sb) {
+  return guarded(m, [&] { return handle(m->terms().get_fp_type(eb, stored_bits(eb, sb))); });
+}
+quarv_sort quarv_array_sort(quarv_manager* m, quarv_sort index, quarv_sort element) {
+  return guarded(m, [&] { return handle(m->terms().get_array_type(sort(index), sort(element))); });
+}
+quarv_sort quarv_declare_sort(quarv_manager* m, const char* name) {
+  return guarded(m, [&] { return handle(m->workspace.declare_sort(checked(name))); });
+}
+quarv_sort quarv_parse_sort(quarv_manager* m, const char* text) {
+  return guarded(m, [&] { return handle(m->workspace.sort(checked(text))); });
+}
+char* quarv_sort_to_string(quarv_manager* m, quarv_sort s) {
+  return guarded(m, [&] { return handle(sort(s)->to_string(std::string::npos - 1)); });
+}
+size_t quarv_bv_width(quarv_manager* m, quarv_sort s) {
+  return guarded(m, [&] {
+    const DataType* type = sort(s);
+    return m->terms().is_bv_type(type) ? m->terms().get_width_from_type(type) : 0;
+  });
+}
+
+// Terms.
+
+quarv_term quarv_constant(quarv_manager* m, const char* name, quarv_sort s) {
+  return guarded(m, [&] { return handle(m->workspace.constant(checked(name), sort(s))); });
+}
+
+quarv_status quarv_declare_function(quarv_manager* m, const char* name, const quarv_sort* arguments, size_t n,
+                                    quarv_sort result) {
+  return status_of(m, [&] {
+    if (n == 0) throw std::invalid_argument("a function has arguments; without, it is a constant");
+    std::vector<const DataType*> sorts;
+    for (std::size_t i = 0; i < n; ++i) sorts.push_back(sort(checked(arguments)[i]));
+    m->workspace.function(checked(name), sorts, sort(result));
+  });
+}
+
+quarv_term quarv_true(quarv_manager* m) {
+  return guarded(m, [&] { return handle(m->terms().true_term); });
+}
+quarv_term quarv_false(quarv_manager* m) {
+  return guarded(m, [&] { return handle(m->terms().false_term); });
+}
+quarv_term quarv_number(quarv_manager* m, const char* value) {
+  return guarded(m, [&] { return handle(m->terms().make_number(QNumber::parse(checked(value)))); });
+}
+quarv_term quarv_bv(quarv_manager* m, uint64_t value, size_t width) {
+  return guarded(
+      m, [&] { return handle(m->workspace.bit_vector(QNumber::parse(std::to_string(value)), width)); });
+}
+quarv_term quarv_bv_number(quarv_manager* m, const char* value, size_t width) {
+  return guarded(m, [&] { return handle(m->workspace.bit_vector(QNumber::parse(checked(value)), width)); });
+}
+quarv_term quarv_fp_bits(quarv_manager* m, const char* bits, size_t eb, size_t sb) {
+  return guarded(m, [&] {
+    return handle(m->terms().make_fp_bits_number(QNumber::parse(checked(bits)), eb, stored_bits(eb, sb)));
+  });
+}
+quarv_term quarv_make(quarv_manager* m, const char* op, const quarv_term* args, size_t n) {
+  return guarded(m, [&] { return handle(m->workspace.make(checked(op), terms(args, n))); });
+}
+quarv_term quarv_parse_term(quarv_manager* m, const char* text) {
+  return guarded(m, [&] { return handle(m->workspace.term(checked(text))); });
+}
+
+quarv_sort quarv_sort_of(quarv_manager* m, quarv_term t) {
+  return guarded(m, [&] { return handle(m->terms().type_of(term(t))); });
+}
+uint64_t quarv_term_id(quarv_term t) {
+  return t == nullptr ? UINT64_MAX : reinterpret_cast<const Term*>(t)->id;
+}
+size_t quarv_num_args(quarv_manager* m, quarv_term t) {
+  return guarded(m, [&] { return m->terms().arity(term(t)); });
+}
+quarv_term quarv_arg(quarv_manager* m, quarv_term t, size_t i) {
+  return guarded(m, [&] {
+    const TermManager::Args args = m->terms().args_of(term(t));
+    if (i >= args.size())
+      throw std::invalid_argument("the term has " + std::to_string(args.size()) + " arguments");
+    return handle(args[i]);
+  });
+}
+char* quarv_value(quarv_manager* m, quarv_term t) {
+  return guarded(m, [&]() -> char* {
+    const QNumber* value = m->terms().get_number(term(t));
+    return value == nullptr ? nullptr : handle(value->to_string());
+  });
+}
+char* quarv_term_to_string(quarv_manager* m, quarv_term t) {
+  return guarded(m, [&] { return handle(m->workspace.text(term(t))); });
+}
+size_t quarv_num_nodes(quarv_manager* m, const quarv_term* list, size_t n) {
+  return guarded(m, [&] { return m->workspace.num_nodes(terms(list, n)); });
+}
+
+// Simplification.
+
+quarv_term quarv_simplify(quarv_manager* m, quarv_term t) {
+  return guarded(m, [&] { return handle(m->workspace.simplify(term(t))); });
+}
+
+quarv_term quarv_explain(quarv_manager* m, quarv_term t, void (*step)(const quarv_step*, void* data),
+                         void* data) {
+  return guarded(m, [&] {
+    std::vector<quarv::Step> steps;
+    checked(step);
+    const Term* result = m->workspace.simplify(term(t), steps);
+    for (const quarv::Step& s : steps) {
+      const quarv_step told = {s.rule, s.name.c_str(), handle(s.before), handle(s.after)};
+      step(&told, data);
+    }
+    return handle(result);
+  });
+}
+
+quarv_status quarv_add_rules(quarv_manager* m, const char* text, const char* name) {
+  return status_of(m, [&] { m->workspace.add_rules(checked(text), checked(name)); });
+}
+
+// Scripts.
+
+quarv_status quarv_parse_script(quarv_manager* m, const char* text, const char* name, quarv_term** assertions,
+                                size_t* n) {
+  return status_of(m, [&] {
+    *checked(assertions) = nullptr;
+    *checked(n) = 0;
+    const std::vector<const Term*> list = m->workspace.parse(checked(text), checked(name));
+    // One more than needed: an array without elements is an array all the same.
+    auto* copy = static_cast<quarv_term*>(std::malloc((list.size() + 1) * sizeof(quarv_term)));
+    if (copy == nullptr) throw std::bad_alloc();
+    for (std::size_t i = 0; i < list.size(); ++i) copy[i] = handle(list[i]);
+    *assertions = copy;
+    *n = list.size();
+  });
+}
+
+char* quarv_script(quarv_manager* m, const quarv_term* assertions, size_t n) {
+  return guarded(m, [&] { return handle(m->workspace.script(terms(assertions, n))); });
+}
+
+char* quarv_simplify_script(quarv_manager* m, const char* text, const char* name) {
+  return guarded(m, [&] {
+    std::ostringstream out;
+    quarv::smtlib::simplify_script(checked(text), checked(name), out);
+    return handle(std::move(out).str());
+  });
+}

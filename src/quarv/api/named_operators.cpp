@@ -1,0 +1,105 @@
+#include <algorithm>
+#include <charconv>
+#include <stdexcept>
+#include <unordered_map>
+
+#include <quarv/api/named_operators.h>
+
+namespace quarv::api {
+
+namespace {
+
+using smtlib::Operator;
+
+constexpr std::string_view blanks = " \t\r\n";
+
+/// The operators of all theories, by name.
+const Operator* find_operator(std::string_view name) {
+  static const auto table = [] {
+    std::unordered_map<std::string_view, const Operator*> by_name;
+    for (const auto& theory :
+         {smtlib::core_operators(), smtlib::bit_vector_operators(), smtlib::floating_point_operators()}) {
+      for (const Operator& op : theory) by_name.emplace(op.name, &op);
+    }
+    return by_name;
+  }();
+  const auto found = table.find(name);
+  return found == table.end() ? nullptr : found->second;
+}
+
+std::string counted(std::size_t n, const char* what) {
+  return std::to_string(n) + ' ' + what + (n == 1 ? "" : "s");
+}
+
+[[noreturn]] void wrong_number(const Operator& op, std::size_t given, const char* what, std::size_t wanted,
+                               const char* bound = "") {
+  throw std::invalid_argument(std::string(op.name) + ": " + counted(given, what) + " given, " + bound +
+                              std::to_string(wanted) + " expected");
+}
+
+void check_arguments(const Operator& op, std::size_t given) {
+  if (op.min_args == op.max_args && given != op.min_args) wrong_number(op, given, "argument", op.min_args);
+  if (given < op.min_args) wrong_number(op, given, "argument", op.min_args, "at least ");
+  if (given > op.max_args) wrong_number(op, given, "argument", op.max_args, "at most ");
+}
+
+std::size_t index_value(const Operator& op, const std::string& text) {
+  std::size_t value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size()) {
+    throw std::invalid_argument(std::string(op.name) + ": the index " + text + " is no numeral of 64 bits");
+  }
+  return value;
+}
+
+}  // namespace
+
+OperatorText split_operator(std::string_view text) {
+  const bool indexed = text.starts_with('(') && text.ends_with(')');
+  OperatorText result;
+  if (!indexed) {
+    result.name = text;
+    return result;
+  }
+  std::vector<std::string> words;
+  const std::string_view inside = text.substr(1, text.size() - 2);
+  for (std::size_t at = inside.find_first_not_of(blanks); at != std::string_view::npos;) {
+    const std::size_t end = std::min(inside.find_first_of(blanks, at), inside.size());
+    words.emplace_back(inside.substr(at, end - at));
+    at = inside.find_first_not_of(blanks, end);
+  }
+  if (words.size() < 3 || words[0] != "_") {
+    throw std::invalid_argument("not an operator: " + std::string(text));
+  }
+  result.name = words[1];
+  result.indices.assign(words.begin() + 2, words.end());
+  return result;
+}
+
+bool is_operator(std::string_view name) {
+  return find_operator(name) != nullptr;
+}
+
+const Term* apply_operator(smtlib::OperatorContext& context, const OperatorText& text, Operator::Args args) {
+  const Operator* op = find_operator(text.name);
+  if (op == nullptr) throw std::invalid_argument("unknown operator " + text.name);
+  if (text.indices.size() != op->num_indices) {
+    wrong_number(*op, text.indices.size(), "index", op->num_indices);
+  }
+  check_arguments(*op, args.size());
+  std::vector<std::size_t> indices;
+  std::vector<const Term*> all;
+  if (op->index_is_argument) {
+    index_value(*op, text.indices[0]);
+    all.push_back(context.manager.make_number(QNumber::parse(text.indices[0])));
+  } else {
+    for (const std::string& index : text.indices) indices.push_back(index_value(*op, index));
+  }
+  all.insert(all.end(), args.begin(), args.end());
+  context.indices = indices;
+  const Term* result = op->build(context, all);
+  context.indices = {};
+  return result;
+}
+
+}  // namespace quarv::api

@@ -1,0 +1,129 @@
+#include <algorithm>
+#include <deque>
+#include <set>
+#include <sstream>
+
+#include <quarv/api/script_text.h>
+#include <quarv/smtlib/printer.h>
+#include <quarv/smtlib/reader.h>
+
+namespace quarv::api {
+
+namespace {
+
+using smtlib::Command;
+
+/// Collects what the formulas need declared.
+class Declarations {
+ public:
+  explicit Declarations(const TermManager& manager) : manager_(manager) {}
+
+  void note(std::span<const Term* const> roots) {
+    std::vector<bool> seen(manager_.num_terms());
+    std::vector<const Term*> pending(roots.begin(), roots.end());
+    while (!pending.empty()) {
+      const Term* t = pending.back();
+      pending.pop_back();
+      if (seen[t->id]) continue;
+      seen[t->id] = true;
+      note_symbol(t);
+      const TermManager::Args args = manager_.args_of(t);
+      pending.insert(pending.end(), args.begin(), args.end());
+      if (!manager_.is_quantifier(t->symbol)) continue;
+      for (const Term* v : manager_.quantifier_variables(t->symbol)) note_sort(manager_.type_of(v));
+    }
+  }
+
+  /// The declarations as texts: sorts by name, then functions by the age of the first term that uses them.
+  std::vector<std::string> texts() {
+    std::vector<std::string> result;
+    for (const auto& [name, arity] : sorts_) {
+      result.push_back("(declare-sort " + name + ' ' + std::to_string(arity) + ')');
+    }
+    std::sort(functions_.begin(), functions_.end(),
+              [](const Term* a, const Term* b) { return a->id < b->id; });
+    for (const Term* t : functions_) result.push_back(text(t->symbol));
+    return result;
+  }
+
+ private:
+  void note_symbol(const Term* t) {
+    const Symbol* s = t->symbol;
+    note_sort(s->get_output_type());
+    if (manager_.get_tag(s) != SymbolTag::UF || manager_.is_bound_variable(s) || !symbols_.insert(s).second)
+      return;
+    functions_.push_back(t);
+    for (std::size_t i = 0; i < manager_.arity(s); ++i) note_sort(manager_.argument_type(s, i));
+  }
+
+  void note_sort(const DataType* sort) {
+    std::vector<const DataType*> pending{sort};
+    while (!pending.empty()) {
+      const DataType* type = pending.back();
+      pending.pop_back();
+      if (manager_.is_bv_type(type) || manager_.is_fp_type(type) || !seen_sorts_.insert(type).second)
+        continue;
+      if (!type->is_constructed()) {
+        const bool predefined = type == manager_.bool_type || type == manager_.int_type ||
+                                type == manager_.rat_type || type == manager_.rounding_mode_type;
+        if (!predefined) sorts_.emplace(type->to_string(whole), 0);
+        continue;
+      }
+      const DataType* constructor = type->get_component(0);
+      if (constructor != manager_.array_type_ctor) {
+        sorts_.emplace(constructor->to_string(whole), type->components.size() - 1);
+      }
+      pending.insert(pending.end(), type->components.begin() + 1, type->components.end());
+    }
+  }
+
+  std::string text(const Symbol* s) const {
+    std::string result = "(declare-fun " + smtlib::Reader::quoted(s->name) + " (";
+    for (std::size_t i = 0; i < manager_.arity(s); ++i) {
+      result += (i == 0 ? "" : " ") + manager_.argument_type(s, i)->to_string(whole);
+    }
+    return result + ") " + s->get_output_type()->to_string(whole) + ')';
+  }
+
+  static constexpr std::size_t whole = std::string::npos - 1;
+
+  const TermManager& manager_;
+  std::set<const Symbol*> symbols_;       // searched, never walked
+  std::set<const DataType*> seen_sorts_;  // likewise
+  std::set<std::pair<std::string, std::size_t>> sorts_;
+  std::vector<const Term*> functions_;
+};
+
+}  // namespace
+
+std::string script_text(const TermManager& manager, std::span<const Term* const> assertions) {
+  Declarations declarations(manager);
+  declarations.note(assertions);
+  const std::vector<std::string> texts = declarations.texts();
+
+  smtlib::Script script;
+  const auto add = [&script](Command::Kind kind, std::string_view text) -> Command& {
+    Command& command = script.commands.emplace_back();
+    command.kind = kind;
+    command.text = text;
+    return command;
+  };
+  add(Command::Kind::other, "(set-logic ALL)");
+  for (const std::string& text : texts) add(Command::Kind::other, text);
+  for (const Term* t : assertions) {
+    if (manager.type_of(t) != manager.bool_type) {
+      throw SortError("assert: argument 1 has sort " + manager.type_of(t)->to_string() + ", expected Bool");
+    }
+    Command& command = add(Command::Kind::assertion, "(assert ");
+    command.suffix = ")";
+    command.first_term = static_cast<std::uint32_t>(script.terms.size());
+    command.num_terms = 1;
+    script.terms.push_back(t);
+    script.sorts.push_back(manager.bool_type);
+  }
+  std::ostringstream out;
+  print(manager, script, out);
+  return std::move(out).str();
+}
+
+}  // namespace quarv::api

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <span>
+#include <string>
+
+#include <quarv/term/term_manager.h>
+
+namespace quarv::api {
+
+/// A script of logic ALL that declares the sorts and functions of some formulas and asserts the formulas.
+std::string script_text(const TermManager& manager, std::span<const Term* const> assertions);
+
+}  // namespace quarv::api

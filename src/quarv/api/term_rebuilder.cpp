@@ -1,0 +1,34 @@
+#include <quarv/api/term_rebuilder.h>
+
+namespace quarv::api {
+
+const Term* TermRebuilder::operator()(const Term* root) {
+  pending_.assign(1, root);
+  while (!pending_.empty()) {
+    const Term* t = pending_.back();
+    if (done_.find(t) != nullptr) {
+      pending_.pop_back();
+      continue;
+    }
+    const std::size_t before = pending_.size();
+    const TermManager::Args args = manager_.args_of(t);
+    // The first argument is to be built first: it stands on top.
+    for (std::size_t i = args.size(); i-- > 0;) {
+      if (done_.find(args[i]) == nullptr) pending_.push_back(args[i]);
+    }
+    if (pending_.size() != before) continue;
+    pending_.pop_back();
+    done_[t] = rebuilt(t);
+  }
+  return *done_.find(root);
+}
+
+const Term* TermRebuilder::rebuilt(const Term* t) {
+  const TermManager::Args args = manager_.args_of(t);
+  const std::size_t end = parts_ == Parts::all ? args.size() : manager_.rewritable_args(t->symbol);
+  args_.clear();
+  for (std::size_t i = 0; i < args.size(); ++i) args_.push_back(i < end ? *done_.find(args[i]) : args[i]);
+  return make_(t->symbol, args_);
+}
+
+}  // namespace quarv::api

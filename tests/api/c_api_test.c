@@ -1,0 +1,290 @@
+/* The C interface, from C. Each failed expectation is reported; the exit status says whether there was one.
+ */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <quarv/c_api.h>
+
+static int failures = 0;
+
+static void expect(int condition, const char* what, int line) {
+  if (condition) return;
+  fprintf(stderr, "c_api_test.c:%d: expected %s\n", line, what);
+  ++failures;
+}
+#define EXPECT(condition) expect(condition, #condition, __LINE__)
+
+/* Compares and releases a text that the library answered. */
+static void expect_text(char* found, const char* wanted, int line) {
+  if (found == NULL || strcmp(found, wanted) != 0) {
+    fprintf(stderr, "c_api_test.c:%d: expected %s, found %s\n", line, wanted,
+            found == NULL ? "nothing" : found);
+    ++failures;
+  }
+  quarv_free(found);
+}
+#define EXPECT_TEXT(found, wanted) expect_text(found, wanted, __LINE__)
+
+static void expect_error(quarv_manager* m, quarv_status status, const char* message, int line) {
+  if (quarv_error(m) == status && strcmp(quarv_error_message(m), message) == 0) return;
+  fprintf(stderr, "c_api_test.c:%d: expected error %d, %s\n  found %d, %s\n", line, (int)status, message,
+          (int)quarv_error(m), quarv_error_message(m));
+  ++failures;
+}
+#define EXPECT_ERROR(m, status, message) expect_error(m, status, message, __LINE__)
+
+static quarv_term make1(quarv_manager* m, const char* op, quarv_term a) {
+  return quarv_make(m, op, &a, 1);
+}
+
+static quarv_term make2(quarv_manager* m, const char* op, quarv_term a, quarv_term b) {
+  const quarv_term args[] = {a, b};
+  return quarv_make(m, op, args, 2);
+}
+
+static quarv_term make3(quarv_manager* m, const char* op, quarv_term a, quarv_term b, quarv_term c) {
+  const quarv_term args[] = {a, b, c};
+  return quarv_make(m, op, args, 3);
+}
+
+static void builds_and_simplifies(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  const quarv_sort byte = quarv_bv_sort(m, 8);
+  const quarv_term x = quarv_constant(m, "x", byte);
+  const quarv_term sum = make2(m, "bvadd", x, quarv_bv(m, 0, 8));
+  EXPECT_TEXT(quarv_term_to_string(m, sum), "(bvadd x #x00)");
+  EXPECT(quarv_simplify(m, sum) == x);
+  EXPECT(quarv_error(m) == QUARV_OK);
+  EXPECT(strcmp(quarv_error_message(m), "") == 0);
+
+  EXPECT(quarv_constant(m, "x", byte) == x);
+  EXPECT(quarv_sort_of(m, sum) == byte);
+  EXPECT(quarv_bv_width(m, byte) == 8);
+  EXPECT(quarv_bv_width(m, quarv_int_sort(m)) == 0);
+  EXPECT(quarv_num_args(m, sum) == 2);
+  EXPECT(quarv_arg(m, sum, 0) == x);
+  EXPECT(quarv_num_nodes(m, &sum, 1) == 3);
+  EXPECT(quarv_num_nodes(m, NULL, 0) == 0);
+  EXPECT(quarv_term_id(x) < quarv_term_id(sum));
+  quarv_manager_delete(m);
+}
+
+static void simplifies_at_once_when_eager(void) {
+  quarv_manager* m = quarv_manager_new(QUARV_EAGER);
+  EXPECT(make2(m, "bvadd", quarv_bv(m, 255, 8), quarv_bv(m, 2, 8)) == quarv_bv(m, 1, 8));
+  quarv_manager_delete(m);
+}
+
+static void numbers(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  EXPECT_TEXT(quarv_value(m, quarv_number(m, "-3/2")), "-3/2");
+  EXPECT_TEXT(quarv_value(m, quarv_number(m, "100000000000000000000000")), "100000000000000000000000");
+  EXPECT_TEXT(quarv_value(m, quarv_bv_number(m, "-1", 70)), "1180591620717411303423");
+  EXPECT_TEXT(quarv_value(m, quarv_bv(m, 18446744073709551615u, 4)), "15");
+  EXPECT(quarv_value(m, quarv_true(m)) == NULL);
+  EXPECT(quarv_error(m) == QUARV_OK);
+  EXPECT(quarv_bv_number(m, "1.5", 8) == NULL);
+  EXPECT_ERROR(m, QUARV_SORT_ERROR, "BitVec: 3/2 is no integer");
+  EXPECT(quarv_number(m, "one") == NULL);
+  EXPECT(quarv_error(m) == QUARV_INVALID_ARGUMENT);
+  EXPECT(quarv_bv(m, 0, 0) == NULL);
+  EXPECT(quarv_error(m) == QUARV_SORT_ERROR);
+  EXPECT(quarv_bv_number(m, "-1", (size_t)1 << 60) == NULL);
+  EXPECT(quarv_error(m) == QUARV_SORT_ERROR);
+  EXPECT_TEXT(quarv_term_to_string(m, quarv_fp_bits(m, "16256", 8, 8)), "(fp #b0 #x7f #b0000000)");
+  EXPECT(quarv_fp_bits(m, "0", 8, 1) == NULL);
+  EXPECT(quarv_error(m) == QUARV_SORT_ERROR);
+  quarv_manager_delete(m);
+}
+
+static void every_kind_of_operator(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  const quarv_term x = quarv_constant(m, "x", quarv_bv_sort(m, 8));
+  const quarv_term p = quarv_constant(m, "p", quarv_bool_sort(m));
+  const quarv_term i = quarv_constant(m, "i", quarv_int_sort(m));
+  const quarv_term f = quarv_constant(m, "f", quarv_fp_sort(m, 8, 24));
+  const quarv_term rne = quarv_parse_term(m, "RNE");
+  const quarv_term array = make1(m, "(as const (Array Int Bool))", p);
+
+  EXPECT_TEXT(quarv_term_to_string(m, make1(m, "(_ extract 7 4)", x)), "((_ extract 7 4) x)");
+  EXPECT_TEXT(quarv_term_to_string(m, make1(m, "(_  zero_extend 2 )", x)), "((_ zero_extend 2) x)");
+  EXPECT_TEXT(quarv_term_to_string(m, make3(m, "ite", p, x, quarv_bv(m, 1, 8))), "(ite p x #x01)");
+  EXPECT_TEXT(quarv_term_to_string(m, make3(m, "fp.add", rne, f, f)), "(fp.add RNE f f)");
+  EXPECT_TEXT(quarv_term_to_string(m, make2(m, "(_ to_fp 5 11)", rne, f)), "((_ to_fp 5 11) RNE f)");
+  EXPECT_TEXT(quarv_term_to_string(m, make2(m, "mod", i, quarv_number(m, "4"))), "(mod i 4)");
+  EXPECT_TEXT(quarv_term_to_string(m, make1(m, "(_ divisible 3)", i)), "(= (mod i 3) 0)");
+  EXPECT_TEXT(quarv_term_to_string(m, make2(m, "select", array, i)),
+              "(select ((as const (Array Int Bool)) p) i)");
+  EXPECT(quarv_simplify(m, make2(m, "select", array, i)) == p);
+  EXPECT(quarv_simplify(m, make2(m, "div", quarv_number(m, "7"), quarv_number(m, "2"))) ==
+         quarv_number(m, "3"));
+
+  const quarv_sort u = quarv_declare_sort(m, "U");
+  const quarv_sort arguments[] = {u, quarv_int_sort(m)};
+  EXPECT(quarv_declare_function(m, "g", arguments, 2, quarv_bool_sort(m)) == QUARV_OK);
+  const quarv_term applied = make2(m, "g", quarv_constant(m, "a", u), i);
+  EXPECT_TEXT(quarv_script(m, &applied, 1),
+              "(set-logic ALL)\n(declare-sort U 0)\n(declare-fun i () Int)\n(declare-fun a () U)\n"
+              "(declare-fun g (U Int) Bool)\n(assert (g a i))\n");
+  EXPECT(quarv_parse_sort(m, "(Array U (_ BitVec 8))") == quarv_array_sort(m, u, quarv_bv_sort(m, 8)));
+  EXPECT_TEXT(quarv_sort_to_string(m, quarv_array_sort(m, u, quarv_real_sort(m))), "(Array U Real)");
+  EXPECT(quarv_sort_of(m, rne) == quarv_rounding_mode_sort(m));
+  quarv_manager_delete(m);
+}
+
+static void says_what_is_wrong(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  const quarv_term x = quarv_constant(m, "x", quarv_bv_sort(m, 8));
+  const quarv_term y = quarv_constant(m, "y", quarv_bv_sort(m, 16));
+  EXPECT(make2(m, "bvadd", x, y) == NULL);
+  EXPECT_ERROR(m, QUARV_SORT_ERROR, "bvadd: argument 2 has sort (_ BitVec 16), expected (_ BitVec 8)");
+  EXPECT(make1(m, "bvadd", x) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "bvadd: 1 argument given, at least 2 expected");
+  EXPECT(make1(m, "(_ extract 3)", x) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "extract: 1 index given, 2 expected");
+  EXPECT(make1(m, "(_ extract 99999999999999999999 0)", x) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "extract: the index 99999999999999999999 is no numeral of 64 bits");
+  EXPECT(make1(m, "bvfoo", x) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "unknown operator bvfoo");
+  EXPECT(make1(m, "(extract 3 0)", x) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "not an operator: (extract 3 0)");
+  EXPECT(make2(m, NULL, x, x) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a null pointer was given");
+  EXPECT(make2(m, "bvadd", x, NULL) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a null pointer was given");
+  EXPECT(quarv_arg(m, x, 0) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "the term has 0 arguments");
+  EXPECT(quarv_constant(m, "x", quarv_int_sort(m)) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "x is declared with other sorts already");
+  EXPECT(quarv_constant(m, "true", quarv_int_sort(m)) == NULL);
+  EXPECT(quarv_error(m) == QUARV_SYNTAX_ERROR);
+  EXPECT(quarv_constant(m, "x", quarv_bv_sort(m, 8)) == x); /* goes on as if nothing had been */
+  EXPECT(quarv_error(m) == QUARV_OK);
+
+  EXPECT(quarv_parse_term(m, "(bvadd x z)") == NULL);
+  EXPECT_ERROR(m, QUARV_SYNTAX_ERROR, "term:1:10: error: unknown symbol z");
+  EXPECT(quarv_parse_term(m, "x) (reset") == NULL);
+  EXPECT_ERROR(m, QUARV_SYNTAX_ERROR, "term:1:2: error: a parenthesis is closed, none is open");
+  EXPECT(quarv_parse_term(m, "(bvadd x #x01) ; with a comment") != NULL);
+  EXPECT(quarv_parse_sort(m, "(_ BitVec 0)") == NULL);
+  EXPECT(quarv_error(m) == QUARV_SYNTAX_ERROR);
+  EXPECT(quarv_bv_sort(NULL, 8) == NULL);
+  EXPECT(quarv_error(NULL) == QUARV_INVALID_ARGUMENT);
+  quarv_manager_delete(m);
+  quarv_manager_delete(NULL);
+  quarv_free(NULL);
+}
+
+static void scripts(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  const quarv_term x = quarv_constant(m, "x", quarv_bv_sort(m, 8));
+  const char* text =
+      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))\n"
+      "(assert (= x #x01))(push 1)(assert (= x y))(pop 1)(assert (bvule y x))";
+  quarv_term* assertions = NULL;
+  size_t n = 0;
+  EXPECT(quarv_parse_script(m, text, "a.smt2", &assertions, &n) == QUARV_OK);
+  EXPECT(n == 2);
+  EXPECT(assertions[0] == make2(m, "=", x, quarv_bv(m, 1, 8))); /* the script's x is x */
+  EXPECT_TEXT(quarv_term_to_string(m, assertions[1]), "(bvule y x)");
+  EXPECT_TEXT(quarv_term_to_string(m, quarv_parse_term(m, "(bvnot y)")), "(bvnot y)");
+  quarv_free(assertions);
+
+  EXPECT(quarv_parse_script(m, "", "empty.smt2", &assertions, &n) == QUARV_OK);
+  EXPECT(n == 0);
+  quarv_free(assertions);
+  EXPECT(quarv_parse_script(m, "(assert\n  q)", "b.smt2", &assertions, &n) == QUARV_SYNTAX_ERROR);
+  EXPECT_ERROR(m, QUARV_SYNTAX_ERROR, "b.smt2:2:3: error: unknown symbol q");
+  EXPECT(assertions == NULL);
+  EXPECT(quarv_parse_script(m, "(define-fun f ((a Int)) Int a)", "c.smt2", &assertions, &n) ==
+         QUARV_INVALID_ARGUMENT);
+  EXPECT(quarv_parse_script(m, "(declare-const x Int)", "d.smt2", &assertions, &n) == QUARV_OK);
+  EXPECT(quarv_parse_script(m, "(declare-const x Int)(assert (= x 1))", "d.smt2", &assertions, &n) ==
+         QUARV_INVALID_ARGUMENT);
+
+  EXPECT_TEXT(quarv_simplify_script(m, "(declare-const p Bool)(assert (and p (not p)))", "e.smt2"),
+              "(declare-const p Bool)\n(assert false)\n");
+  quarv_manager_delete(m);
+}
+
+struct told {
+  size_t rules;
+  size_t simplifiers;
+  quarv_manager* m;
+};
+
+static void count(const quarv_step* step, void* data) {
+  struct told* told = (struct told*)data;
+  EXPECT(step->before != NULL && step->after != NULL && step->before != step->after);
+  EXPECT(quarv_sort_of(told->m, step->before) == quarv_sort_of(told->m, step->after));
+  EXPECT(strlen(step->name) != 0);
+  ++*(step->rule != 0 ? &told->rules : &told->simplifiers);
+}
+
+static void explains(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  struct told told = {0, 0, m};
+  quarv_constant(m, "x", quarv_bv_sort(m, 8));
+  const quarv_term t = quarv_parse_term(m, "(bvnot (bvnot (bvadd x (bvmul #x02 #x80))))");
+  const quarv_term simple = quarv_explain(m, t, count, &told);
+  EXPECT(simple == quarv_constant(m, "x", quarv_bv_sort(m, 8)));
+  EXPECT(told.rules >= 1);
+  EXPECT(told.simplifiers >= 1);
+  const size_t rules = told.rules;
+  EXPECT(quarv_explain(m, t, count, &told) == simple); /* again, although the result is known by now */
+  EXPECT(told.rules == 2 * rules);
+  EXPECT(quarv_explain(m, t, NULL, NULL) == NULL);
+  quarv_manager_delete(m);
+}
+
+static void takes_rules(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  const quarv_sort byte = quarv_bv_sort(m, 8);
+  const quarv_term x = quarv_constant(m, "x", byte);
+  const quarv_term either = make2(m, "bvor", x, make2(m, "bvand", quarv_constant(m, "y", byte), x));
+  EXPECT(quarv_simplify(m, either) != x);
+  EXPECT(quarv_add_rules(m,
+                         "rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n"
+                         "rewrite(bvor(t1, bvand(t1_0, t2)), identity(t1, t1_0)) >> t1\n",
+                         "my.rules") == QUARV_OK);
+  EXPECT(quarv_simplify(m, either) == x);
+  EXPECT(quarv_add_rules(m, "rewrite(bvfoo(t), ) >> t", "my.rules") == QUARV_SYNTAX_ERROR);
+  EXPECT(strncmp(quarv_error_message(m), "my.rules:1:", 11) == 0);
+  quarv_manager_delete(m);
+}
+
+static void keeps_what_the_standard_leaves_open(void) {
+  const unsigned flags[] = {0, QUARV_STANDARD};
+  for (int i = 0; i < 2; ++i) {
+    quarv_manager* m = quarv_manager_new(flags[i]);
+    quarv_constant(m, "x", quarv_bv_sort(m, 8));
+    const quarv_term quotient = quarv_parse_term(m, "(bvsdiv x x)");
+    EXPECT((quarv_simplify(m, quotient) == quarv_bv(m, 1, 8)) == (flags[i] == QUARV_STANDARD));
+    quarv_manager_delete(m);
+  }
+}
+
+static void takes_deep_terms(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  quarv_term t = quarv_constant(m, "x", quarv_bv_sort(m, 8));
+  for (int i = 0; i < 1000000; ++i) t = make1(m, "bvnot", t);
+  EXPECT(quarv_num_nodes(m, &t, 1) == 1000001);
+  EXPECT(quarv_simplify(m, t) == quarv_constant(m, "x", quarv_bv_sort(m, 8)));
+  quarv_manager_delete(m);
+}
+
+int main(void) {
+  EXPECT(strncmp(quarv_version(), "0.", 2) == 0);
+  builds_and_simplifies();
+  simplifies_at_once_when_eager();
+  numbers();
+  every_kind_of_operator();
+  says_what_is_wrong();
+  scripts();
+  explains();
+  takes_rules();
+  keeps_what_the_standard_leaves_open();
+  takes_deep_terms();
+  return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+}
