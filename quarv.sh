@@ -23,6 +23,7 @@ usage: ./quarv.sh COMMAND
   fuzz [SECONDS [TARGET]]    build the fuzzers and run each, or one, for so long (60 seconds)
   bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
   compare [OPTION...]        measure quarv and other solvers on generated files (`compare --help` lists the options)
+  performance [OPTION...]    compare, count what each phase executes, and write both into docs/performance.md
   format                     lay out all sources with clang-format
   tidy [FILE...]             check all sources, or the given ones, with clang-tidy
   help                       print this text
@@ -156,11 +157,14 @@ case $command in
       "$program"
     done
     ;;
-  compare)
+  compare | performance)
     need "${build_packages[@]}" "${test_packages[@]}" "${bench_packages[@]}"
     build release quarv_program
-    build bench z3_driver
-    exec "$root/bench/compare" "$@"
+    build bench z3_driver phase_profile
+    "$root/bench/compare" "$@"
+    [[ $command == performance ]] || exit 0
+    "$root/bench/profile"
+    "$root/bench/render_performance.py"
     ;;
   format)
     need clang-format
