@@ -3,8 +3,10 @@
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev)
-test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind z3 cvc5)
+build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev
+  libarchive-dev zlib1g-dev liblzma-dev libzstd-dev nettle-dev)
+test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind xz-utils zstd z3 cvc5
+  parallel openssh-server openssh-client slurmctld slurmd slurm-client munge)
 docs_packages=(doxygen mkdocs)
 fuzz_packages=(clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libflint-dev libabsl-dev libz3-dev)

@@ -21,6 +21,8 @@ constexpr const char* examples = R"(Examples:
   quarv simplify query.smt2 -o small.smt2 --trace steps && quarv replay steps
                                             check every step that was made
   quarv explain query.smt2 --assert 2       show how the second assertion is simplified
+  quarv batch queries -j 8 --out small --resume
+                                            simplify all scripts of a folder
   quarv repl                                simplify terms as they are typed
   quarv certify query.smt2                  let z3 prove that the output means the same
   quarv rules check my.rules                let z3 say whether rules hold
@@ -59,6 +61,7 @@ int run(int argc, char** argv) {
   int status = quarv::cli::success;
   quarv::cli::add_simplify(program, status);
   quarv::cli::add_explain(program, status);
+  quarv::cli::add_batch(program, status);
   quarv::cli::add_repl(program, status);
   quarv::cli::add_certify(program, status);
   quarv::cli::add_replay(program, status);

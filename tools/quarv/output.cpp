@@ -42,6 +42,14 @@ std::string resolved(const std::string& path) {
   return real ? std::string(real.get()) : path;
 }
 
+/// The beginning of a temporary file's name. The base name is cut so that the whole is not too long for the
+/// file system.
+std::string temporary_beside(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  const std::size_t base = slash == std::string::npos ? 0 : slash + 1;
+  return path.substr(0, base) + '.' + path.substr(base, NAME_MAX - 8);
+}
+
 mode_t default_mode() {
   const mode_t mask = umask(0);
   umask(mask);
@@ -50,8 +58,11 @@ mode_t default_mode() {
 
 }  // namespace
 
-Output::Output(const std::string& path)
-    : name_(path == "-" ? "standard output" : path), buffer_(std::size_t{1} << 16), stream_(this) {
+Output::Output(const std::string& path, TemporaryName temporary_name)
+    : name_(path == "-" ? "standard output" : path),
+      temporary_name_(temporary_name),
+      buffer_(std::size_t{1} << 16),
+      stream_(this) {
   stream_.exceptions(std::ios::badbit);
   setp(buffer_.data(), buffer_.data() + buffer_.size());
   struct stat status;
@@ -78,13 +89,16 @@ void Output::discard() noexcept {
   pending[0] = 0;
 }
 
+std::string Output::fixed_temporary(const std::string& path) {
+  return temporary_beside(path) + ".new";
+}
+
 void Output::create_temporary() {
-  const std::size_t slash = target_.rfind('/');
-  const std::size_t base = slash == std::string::npos ? 0 : slash + 1;
-  // The base name is cut so that the temporary one is not too long for the file system.
-  std::string name = target_.substr(0, base) + '.' + target_.substr(base, NAME_MAX - 8) + ".XXXXXX";
+  const bool fixed = temporary_name_ == TemporaryName::fixed;
+  std::string name = fixed ? fixed_temporary(target_) : temporary_beside(target_) + ".XXXXXX";
   if (name.size() >= sizeof pending) throw FileError("write", name_, ENAMETOOLONG);
-  FileDescriptor file(mkostemp(name.data(), O_CLOEXEC));
+  FileDescriptor file(fixed ? open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)
+                            : mkostemp(name.data(), O_CLOEXEC));
   if (!file) throw FileError("write", name_);
   std::strcpy(pending, name.c_str());
   watch_signals();

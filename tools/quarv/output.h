@@ -15,8 +15,12 @@ namespace quarv::cli {
 /// devices and pipes are written directly.
 class Output : private std::streambuf {
  public:
+  /// What the temporary file is called: a name that no file has, or always the same. The latter does for a
+  /// file that only one process writes; what a killed process left is found and replaced by the next one.
+  enum class TemporaryName { unused, fixed };
+
   /// Throws FileError when the path cannot be written, as far as that can be seen now.
-  explicit Output(const std::string& path);
+  explicit Output(const std::string& path, TemporaryName temporary_name = TemporaryName::unused);
   /// Removes the temporary file if there was no `commit`.
   ~Output() override;
 
@@ -25,6 +29,9 @@ class Output : private std::streambuf {
 
   /// Writes out all that is buffered and puts the file in its place. Throws FileError.
   void commit();
+
+  /// The temporary file of fixed name for `path`.
+  static std::string fixed_temporary(const std::string& path);
 
  private:
   int_type overflow(int_type c) override;
@@ -36,8 +43,9 @@ class Output : private std::streambuf {
   void create_temporary();
   void discard() noexcept;
 
-  std::string name_;       // for messages
-  std::string target_;     // the path to replace; empty when writing directly
+  std::string name_;    // for messages
+  std::string target_;  // the path to replace; empty when writing directly
+  TemporaryName temporary_name_;
   std::string temporary_;  // empty when there is none
   FileDescriptor file_;
   std::vector<char> buffer_;

@@ -17,11 +17,14 @@ class ProgressBar {
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  void show(std::size_t done) const {
+  bool shown() const noexcept { return shown_; }
+
+  /// `note` stands behind the bar.
+  void show(std::size_t done, const std::string& note = "") const {
     constexpr std::size_t length = 40;
     if (!shown_) return;
     const std::size_t filled = total_ == 0 ? length : done * length / total_;
-    fmt::print(stderr, "\r[{:<{}}] {}/{}", std::string(filled, '#'), length, done, total_);
+    fmt::print(stderr, "\r[{:<{}}] {}/{}{}\033[K", std::string(filled, '#'), length, done, total_, note);
     std::fflush(stderr);
   }
   void clear() const {

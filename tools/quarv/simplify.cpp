@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -12,7 +10,7 @@
 #include "input.h"
 #include "output.h"
 #include "simplify_arguments.h"
-#include "statistics.h"
+#include "simplify_text.h"
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {
@@ -27,41 +25,23 @@ struct Arguments {
   SimplifyArguments how;
 };
 
-/// Reads the input once more as it was written: what it holds, and how long that takes, shows what
-/// simplification does.
-void measure_plain(const Input& input, Statistics& statistics) {
-  smtlib::SimplifyOptions options;
-  options.simplify = false;
-  smtlib::Session session(options);
-  const auto start = std::chrono::steady_clock::now();
-  const smtlib::Script script = session.read(input.text(), input.name());
-  statistics.read_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  statistics.terms_before = smtlib::dag_size(session.manager(), script.terms);
-}
-
 void simplify(const Arguments& arguments) {
-  const bool stats = !arguments.stats.empty();
-  Statistics statistics;
   smtlib::SimplifyOptions options = read_options(arguments.how);
-  if (stats) options.observer = &statistics.counts;
-
   const Input input(arguments.input);
   Output output(arguments.output);
   std::optional<Output> trace;
   if (!arguments.trace.empty()) options.trace = &trace.emplace(arguments.trace).stream();
-  const smtlib::SimplifyReport report =
-      smtlib::simplify_script(input.text(), input.name(), output.stream(), options);
+  std::optional<Statistics> statistics;
+  if (arguments.stats.empty()) {
+    smtlib::simplify_script(input.text(), input.name(), output.stream(), options);
+  } else {
+    statistics = simplify_text(input.text(), input.name(), output.stream(), options);
+  }
   if (trace) trace->commit();
   output.commit();
-  if (!stats) return;
-
-  statistics.peak_memory = peak_memory();
-  measure_plain(input, statistics);
-  statistics.terms_after = report.terms_after;
-  statistics.rounds = report.rounds;
-  statistics.simplify_seconds = std::max(0.0, report.read_seconds - statistics.read_seconds);
-  statistics.print_seconds = report.print_seconds;
-  fmt::print(stderr, "{}", arguments.stats == "json" ? as_json(statistics) : as_text(statistics));
+  if (!statistics) return;
+  measure_plain(input.text(), input.name(), *statistics);
+  fmt::print(stderr, "{}", arguments.stats == "json" ? as_json(*statistics) : as_text(*statistics));
 }
 
 }  // namespace

@@ -86,8 +86,8 @@ std::string as_text(const Statistics& s) {
   return text;
 }
 
-std::string as_json(const Statistics& s) {
-  const nlohmann::ordered_json object = {
+nlohmann::ordered_json as_object(const Statistics& s) {
+  return {
       {"terms", {{"before", s.terms_before}, {"after", s.terms_after}}},
       {"simplifications", as_object(by_operator(s.counts))},
       {"rules", as_object(by_rule(s.counts))},
@@ -95,7 +95,10 @@ std::string as_json(const Statistics& s) {
       {"seconds", {{"read", s.read_seconds}, {"simplify", s.simplify_seconds}, {"print", s.print_seconds}}},
       {"peak_memory_bytes", s.peak_memory},
   };
-  return object.dump() + '\n';
+}
+
+std::string as_json(const Statistics& s) {
+  return as_object(s).dump() + '\n';
 }
 
 }  // namespace quarv::cli

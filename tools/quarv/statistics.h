@@ -6,6 +6,8 @@
 #include <span>
 #include <string>
 
+#include <nlohmann/json_fwd.hpp>
+
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
 
@@ -39,9 +41,12 @@ std::uint64_t peak_memory();
 /// For people.
 std::string as_text(const Statistics& statistics);
 
-/// One JSON object on one line. Keys: "terms" {"before", "after"}, "simplifications" (by operator), "rules"
+/// Keys: "terms" {"before", "after"}, "simplifications" (by operator), "rules"
 /// (by number, from 1 in registration order), "rounds", "seconds" {"read", "simplify", "print"},
 /// "peak_memory_bytes".
+nlohmann::ordered_json as_object(const Statistics& statistics);
+
+/// The same on one line.
 std::string as_json(const Statistics& statistics);
 
 }  // namespace quarv::cli

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+struct archive;
+
+namespace quarv::cli {
+
+/// An archive or a compressed file that is damaged. `what()` is one line.
+class ArchiveError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+enum class Compression : std::uint8_t { none, gz, xz, zst };
+
+/// How a file is compressed, by the end of its name: ".gz", ".xz", ".zst".
+Compression compression_of(std::string_view name);
+
+/// With its dot; empty for none.
+std::string_view suffix_of(Compression compression);
+
+/// The name says that it is a tar archive, compressed or not: ".tar", ".tar.gz", ".tgz", ".tar.xz", ...
+bool is_archive_name(std::string_view name);
+
+/// What a compressed file holds. `name` is for messages. Throws ArchiveError.
+std::string decompressed(std::string_view bytes, const std::string& name);
+
+/// Equal texts have equal results: no time is written into them.
+std::string compressed(std::string_view text, Compression compression);
+
+/// The regular files in a tar archive, one after the other.
+class ArchiveReader {
+ public:
+  /// Throws ArchiveError for what is no tar archive.
+  explicit ArchiveReader(const std::string& path);
+
+  /// Goes to the next file; false at the end. Throws ArchiveError when the archive is damaged.
+  bool next(std::string& name);
+
+  /// The bytes of the current file. Throws ArchiveError.
+  std::string contents();
+
+  struct Free {
+    void operator()(archive* a) const;
+  };
+
+ private:
+  [[noreturn]] void fail() const;
+
+  std::string path_;
+  std::unique_ptr<archive, Free> archive_;
+};
+
+}  // namespace quarv::cli

@@ -1,0 +1,185 @@
+#include "batch/file_task.h"
+
+#include <cstring>
+#include <filesystem>
+#include <new>
+#include <optional>
+#include <sstream>
+#include <string_view>
+#include <system_error>
+#include <unistd.h>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "batch/formula_digest.h"
+#include "batch/sha256.h"
+#include "file_error.h"
+#include "input.h"
+#include "output.h"
+#include "simplify_text.h"
+#include <quarv/smtlib/error.h>
+
+namespace quarv::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Json = nlohmann::ordered_json;
+
+constexpr std::string_view unchanged = "unchanged";
+
+std::string dump(const Json& json) {
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+/// A script in memory, and the file that holds its bytes if it need not be unpacked.
+struct ScriptText {
+  std::optional<Input> file;
+  std::string unpacked;
+  std::string_view text;
+};
+
+void load(const BatchInput& input, const std::string* bytes, ScriptText& script) {
+  if (bytes == nullptr) script.file.emplace(input.path);
+  script.text = bytes != nullptr ? std::string_view(*bytes) : script.file->text();
+  if (compression_of(input.name) == Compression::none) return;
+  script.unpacked = decompressed(script.text, input.name);
+  script.text = script.unpacked;
+}
+
+void write_output(const BatchInput& input, const std::string& text, const FileTaskOptions& options) {
+  const std::string path = output_path(input, options);
+  std::error_code error;
+  fs::create_directories(fs::path(path).parent_path(), error);
+  if (error) throw FileError("write", path, error.value());
+  Output output(path, Output::TemporaryName::fixed);
+  output.stream() << (options.compression == Compression::none ? text
+                                                               : compressed(text, options.compression));
+  output.commit();
+}
+
+/// A row is completed from what is known when work begins, what becomes of it, and what it cost.
+class FileWork {
+ public:
+  FileWork(const BatchInput& input, const FileTaskOptions& options, Report& report)
+      : input_(input), options_(options), report_(report) {}
+
+  void run(const std::string* bytes, const std::string& known_digest) {
+    const auto fail = [this](std::string_view status, const std::string& message) {
+      report_.add(dump({{"status", status}, {"message", message}}));
+    };
+    std::string_view phase = "unreadable";
+    try {
+      ScriptText script;
+      load(input_, bytes, script);
+      const std::string digest = sha256(script.text);
+      report_.add(dump({{"digest", digest}, {"bytes", {{"before", script.text.size()}}}}));
+      if (digest == known_digest && has_output()) {
+        report_.add(unchanged);
+        return;
+      }
+      phase = "failed";
+      std::ostringstream out;
+      Statistics statistics = simplify_text(script.text, input_.name, out, options_.simplify);
+      const std::string text = std::move(out).str();
+      phase = "unwritable";
+      if (!options_.output_folder.empty()) write_output(input_, text, options_);
+      phase = "failed";
+      measure_plain(script.text, input_.name, statistics);
+      finish(script.text.size(), text, statistics);
+    } catch (const smtlib::Error& e) {
+      fail("rejected", e.what());
+    } catch (const std::bad_alloc&) {
+      fail("memory", "out of memory");
+    } catch (const std::exception& e) {
+      fail(phase, e.what());
+    }
+  }
+
+ private:
+  bool has_output() const {
+    return options_.output_folder.empty() || access(output_path(input_, options_).c_str(), F_OK) == 0;
+  }
+
+  void finish(std::size_t size, const std::string& text, const Statistics& statistics) {
+    Json row = {{"status", "ok"},
+                {"bytes", {{"before", size}, {"after", text.size()}}},
+                {"formula", formula_digest(text)}};
+    row.update(as_object(statistics));
+    report_.add(dump(row));
+  }
+
+  const BatchInput& input_;
+  const FileTaskOptions& options_;
+  Report& report_;
+};
+
+/// The last line of text that says something.
+std::string last_line(std::string_view text) {
+  while (!text.empty() && text.back() == '\n') text.remove_suffix(1);
+  const std::size_t newline = text.rfind('\n');
+  return std::string(newline == std::string_view::npos ? text : text.substr(newline + 1));
+}
+
+/// Says why a process left no result.
+Json failure_of(const Ending& ending, const BatchLimits& limits) {
+  switch (ending.kind) {
+    case Ending::Kind::time_limit:
+      return {{"status", "timeout"}, {"message", fmt::format("not done after {} s", limits.seconds)}};
+    case Ending::Kind::killed: {
+      std::string message = fmt::format("ended by signal {}: {}", ending.code, strsignal(ending.code));
+      if (!ending.errors.empty()) message += ": " + last_line(ending.errors);
+      return {{"status", "crash"}, {"message", message}};
+    }
+    case Ending::Kind::exited:
+      break;
+  }
+  return {{"status", "crash"},
+          {"message", fmt::format("ended with status {}: {}", ending.code, last_line(ending.errors))}};
+}
+
+}  // namespace
+
+std::string output_path(const BatchInput& input, const FileTaskOptions& options) {
+  return (fs::path(options.output_folder) / input.output).string() +
+         std::string(suffix_of(options.compression));
+}
+
+void do_file(const BatchInput& input, const std::string* bytes, const std::string& known_digest,
+             const FileTaskOptions& options, Report& report) {
+  FileWork(input, options, report).run(bytes, known_digest);
+}
+
+std::optional<Row> row_of(const BatchInput& input, const Ending& ending, const BatchLimits& limits) {
+  Json row = {{"file", input.name}, {"status", ""}};
+  std::istringstream lines(ending.report);
+  for (std::string line; std::getline(lines, line);) {
+    if (line == unchanged) return std::nullopt;
+    row.update(Json::parse(line));
+  }
+  if (row["status"] == "") row.update(failure_of(ending, limits));
+  if (row["status"] == "memory" && limits.bytes != 0) {
+    row["message"] =
+        fmt::format("more than {:.0f} MiB needed", static_cast<double>(limits.bytes) / (1 << 20));
+  }
+  // What differs between two runs stands at the end.
+  Json seconds = row.contains("seconds") ? std::move(row["seconds"]) : Json::object();
+  seconds["total"] = ending.seconds;
+  const Json peak = row.contains("peak_memory_bytes") ? row["peak_memory_bytes"] : Json(ending.peak_memory);
+  row.erase("seconds");
+  row.erase("peak_memory_bytes");
+  row["seconds"] = std::move(seconds);
+  row["peak_memory_bytes"] = peak;
+  return Row{row["status"].get<std::string>(), dump(row)};
+}
+
+Row unreadable_row(const BatchInput& input, const std::string& message) {
+  return {"unreadable", dump({{"file", input.name}, {"status", "unreadable"}, {"message", message}})};
+}
+
+std::string digest_in(const Row& row) {
+  return Json::parse(row.line).value("digest", "");
+}
+
+}  // namespace quarv::cli
