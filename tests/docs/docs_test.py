@@ -217,6 +217,14 @@ class Checker:
                 elif anchor and anchor not in set(pages.Page(file).anchors()):
                     self.fault(place, f'{file.name} has no heading {anchor}')
 
+    def check_navigation(self):
+        """Every page can be reached on the site."""
+        navigation = (self.source / 'docs' / 'mkdocs.yml').read_text(encoding='utf-8')
+        for name in self.pages.keys() - {'api.md'}:  # the start page of the C++ interface
+            self.checked += 1
+            if f': {name}\n' not in navigation:
+                self.fault('mkdocs.yml', f'the navigation does not have {name}')
+
     def check_rules_page(self):
         self.checked += 1
         script = self.source / 'docs' / 'rules_page.py'
@@ -257,6 +265,7 @@ def main():
         checker.check_rules()
         checker.check_help()
         checker.check_links()
+        checker.check_navigation()
     for fault in checker.faults:
         print(fault, end='\n\n')
     print(f'{checker.checked} checks, {len(checker.faults)} faults')
