@@ -6,6 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev
   libarchive-dev zlib1g-dev liblzma-dev libzstd-dev nettle-dev)
 test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind xz-utils zstd z3 cvc5
+  python3-dev pybind11-dev python3-pytest
   parallel openssh-server openssh-client slurmctld slurmd slurm-client munge)
 docs_packages=(doxygen mkdocs)
 fuzz_packages=(clang libclang-rt-14-dev)

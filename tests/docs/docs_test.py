@@ -50,12 +50,18 @@ class Checker:
         environment['PATH'] = f'{program.parent}:{environment["PATH"]}'
         if self.prefix:
             environment['CMAKE_PREFIX_PATH'] = self.prefix
+            environment['PYTHONPATH'] = str(self.python_path())
             environment['PKG_CONFIG_PATH'] = ':'.join(map(str, pathlib.Path(self.prefix).rglob('pkgconfig')))
         return environment
+
+    def python_path(self):
+        return pathlib.Path(self.prefix) / 'lib' / 'python3' / 'dist-packages'
 
     def missing(self, command):
         words = set(re.findall(r'[\w-]+', command.text))
         if 'cmake' in words and not self.prefix:
+            return True
+        if 'python3' in words and not (self.prefix and self.python_path().exists()):
             return True
         solver = command.text.startswith(('quarv rules check', 'quarv certify')) and 'cvc5' not in words
         return any((n in words or (n == 'z3' and solver)) and not shutil.which(n) for n in NEEDS)

@@ -1,0 +1,48 @@
+"""Terms of SMT formulas, simplified without changing what they mean.
+
+    >>> import quarv
+    >>> m = quarv.Manager()
+    >>> x, y = m.bv("x", 8), m.bv("y", 8)
+    >>> print((x + 0 == y).simplify())
+    (= x y)
+"""
+
+from ._quarv import (
+    Derivation,
+    Error,
+    Function,
+    Manager,
+    ParseError,
+    Sort,
+    SortError,
+    Step,
+    Term,
+    __version__,
+    make,
+    simplify_smt2,
+)
+from . import _rich  # gives the classes their texts, and how notebooks show them
+from ._operators import *
+from ._operators import __all__ as _operator_names
+
+__all__ = [
+    "Derivation", "Error", "Function", "Manager", "ParseError", "Sort", "SortError", "Step", "Term", "make",
+    "parse_smt2", "simplify", "simplify_smt2", "to_smt2", *_operator_names
+]
+
+
+def simplify(term):
+    """A term equal to `term`, simplified."""
+    return term.simplify()
+
+
+def parse_smt2(text, name="<string>", manager=None):
+    """The assertions of an SMT-LIB script that are in force at its end, as terms of `manager` or of a new one."""
+    return (Manager() if manager is None else manager).parse_smt2(text, name)
+
+
+def to_smt2(*assertions):
+    """A script that declares what occurs in the formulas and asserts them."""
+    if not assertions:
+        return "(set-logic ALL)\n"
+    return assertions[0].manager.to_smt2(assertions)
