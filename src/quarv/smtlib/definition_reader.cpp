@@ -105,6 +105,15 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
   if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
 }
 
+/// The sort as it is printed. Definitions that follow each other are often of one sort.
+const std::string& Reader::text_of(const DataType* sort) {
+  if (sort != last_sort_) {
+    last_sort_text_ = sort->to_string(std::string::npos - 1);
+    last_sort_ = sort;
+  }
+  return last_sort_text_;
+}
+
 /// Reads "((x S) ...)", binds the variables and appends the list to `text`.
 std::vector<const Term*> Reader::parameters(std::string& text) {
   std::vector<const Term*> variables;
@@ -121,7 +130,11 @@ std::vector<const Term*> Reader::parameters(std::string& text) {
     expect_right("a parameter with its sort");
     variables.push_back(bind_variable(name, sort));
     if (text.back() != '(') text += ' ';
-    text += '(' + quoted(variables.back()->symbol->name) + ' ' + sort->to_string(std::string::npos - 1) + ')';
+    text += '(';
+    append_quoted(text, variables.back()->symbol->name);
+    text += ' ';
+    text += text_of(sort);
+    text += ')';
   }
   text += ')';
   bindings_.clear();
@@ -133,8 +146,12 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   const std::uint64_t largest_before = largest_dollar_name_;
   check_new_function_name(name);
   const std::uint64_t largest_with_name = std::exchange(largest_dollar_name_, largest_before);
-  const std::string printed_name = quoted(name.text);
-  std::string text = '(' + std::string(keyword) + ' ' + printed_name + ' ';
+  std::string& text = header_;
+  text.assign(1, '(').append(keyword) += ' ';
+  const std::size_t name_start = text.size();
+  append_quoted(text, name.text);
+  const std::size_t name_size = text.size() - name_start;
+  text += ' ';
   const std::size_t scope = names_.scope();
   std::vector<const Term*> variables;
   if (keyword != "define-const") {
@@ -142,7 +159,8 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     text += ' ';
   }
   const DataType* result = read_sort();
-  text += result->to_string(std::string::npos - 1) + ' ';
+  text += text_of(result);
+  text += ' ';
 
   const bool recursive = keyword == "define-fun-rec";
   const Symbol* symbol = nullptr;
@@ -160,7 +178,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   Command c;
   c.text = keep(text);
   c.suffix = ")";
-  c.name = keep(printed_name);
+  c.name = c.text.substr(name_start, name_size);
   add_term(script, c, body, result);
   if (symbol == nullptr) {
     c.kind = Command::Kind::define;

@@ -24,23 +24,18 @@ class NameTable {
   };
 
   /// The name, null when it has never been given a meaning.
-  Name* find(std::string_view text) noexcept {
-    const std::uint32_t h = hash(text);
-    for (std::size_t i = h & mask(); slots_[i].name != nullptr; i = (i + 1) & mask()) {
-      if (slots_[i].hash == h && slots_[i].name->text == text) return slots_[i].name;
-    }
-    return nullptr;
-  }
+  Name* find(std::string_view text) noexcept { return find(text, hash(text)); }
 
   /// The name, entered without a meaning when it is new.
   Name& enter(std::string_view text) {
-    if (Name* known = find(text)) return *known;
+    const std::uint32_t h = hash(text);
+    if (Name* known = find(text, h)) return *known;
     if (4 * (names_.size() + 1) > 3 * slots_.size()) grow();
     char* copy = static_cast<char*>(text_.allocate(text.size() + 1));
     std::memcpy(copy, text.data(), text.size());
     names_.push_back({{copy, text.size()}});
     Name& name = names_.back();
-    place({hash(text), &name});
+    place({h, &name});
     return name;
   }
 
@@ -88,6 +83,13 @@ class NameTable {
     for (; n != 0; --n) rest = rest << 8 | static_cast<unsigned char>(*p++);
     h = ((h ^ (h >> 29)) + rest) * k;
     return static_cast<std::uint32_t>(h >> 32);
+  }
+
+  Name* find(std::string_view text, std::uint32_t h) noexcept {
+    for (std::size_t i = h & mask(); slots_[i].name != nullptr; i = (i + 1) & mask()) {
+      if (slots_[i].hash == h && slots_[i].name->text == text) return slots_[i].name;
+    }
+    return nullptr;
   }
 
   void place(const Slot& slot) noexcept {

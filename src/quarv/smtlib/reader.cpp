@@ -134,11 +134,19 @@ std::size_t Reader::index_value(const Token& token) {
   return value;
 }
 
-std::string Reader::quoted(std::string_view name) {
+void Reader::append_quoted(std::string& text, std::string_view name) {
   const bool simple = !name.empty() && !(name[0] >= '0' && name[0] <= '9') &&
                       std::all_of(name.begin(), name.end(), Lexer::is_symbol_char) &&
                       !is_reserved({TokenKind::symbol, name.data(), name});
-  return simple ? std::string(name) : '|' + std::string(name) + '|';
+  if (!simple) text += '|';
+  text += name;
+  if (!simple) text += '|';
+}
+
+std::string Reader::quoted(std::string_view name) {
+  std::string text;
+  append_quoted(text, name);
+  return text;
 }
 
 std::string_view Reader::keep(std::string_view text) {

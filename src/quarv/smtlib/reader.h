@@ -53,6 +53,7 @@ class QUARV_API Reader {
   static bool is_reserved_word(std::string_view word) noexcept;
   /// The reader's way of printing a name: quoted when it is not a simple symbol.
   static std::string quoted(std::string_view name);
+  static void append_quoted(std::string& text, std::string_view name);
 
  private:
   enum class Word : std::uint8_t { none, let, quantifier, annotation, underscore, as, other };
@@ -206,6 +207,7 @@ class QUARV_API Reader {
   [[noreturn]] void unexpected(const Token& token, std::string_view wanted);
   [[noreturn]] void fail(const char* where, const std::string& message);
   std::string_view keep(std::string_view text);
+  const std::string& text_of(const DataType* sort);
 
   TermManager& manager_;
   Options options_;
@@ -236,6 +238,9 @@ class QUARV_API Reader {
   std::vector<std::vector<Attribute>> attributes_;
   std::vector<Binding> new_names_;  // given by `:named` in the command that is being read
   std::uint32_t let_mark_ = 0;
+  std::string header_;  // of the definition that is being read
+  const DataType* last_sort_ = nullptr;
+  std::string last_sort_text_;
 };
 
 }  // namespace quarv::smtlib
