@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev
   libarchive-dev zlib1g-dev liblzma-dev libzstd-dev nettle-dev)
 test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind xz-utils zstd z3 cvc5
-  python3-dev pybind11-dev python3-pytest
+  dpkg-dev python3-dev pybind11-dev python3-pytest
   parallel openssh-server openssh-client slurmctld slurmd slurm-client munge)
 docs_packages=(doxygen mkdocs)
 fuzz_packages=(clang libclang-rt-14-dev)
@@ -20,6 +20,7 @@ usage: ./quarv.sh COMMAND
 
   run FILE.smt2 [OPTION...]  build the program and simplify FILE.smt2 (`run --help` lists the options)
   test                       build and run all tests, in release and with sanitizers
+  packages                   build the Debian packages quarv, libquarv0, libquarv-dev and python3-quarv in build/packages
   docs                       make the site of the documentation in build/docs/site
   same-output [OPTION...]    build with g++, clang++ and sanitizers; compare all outputs for ../shared/corpus
   ways [OPTION...]           leave out each rule, simplify in other ways, and let z3 compare, for ../shared/corpus
@@ -168,6 +169,12 @@ case $command in
     [[ $command == performance ]] || exit 0
     "$root/bench/profile"
     "$root/bench/render_performance.py"
+    ;;
+  packages)
+    need "${build_packages[@]}" dpkg-dev python3-dev pybind11-dev
+    build release quarv{,_smtlib}{,_shared} quarv_program quarv_man_page quarv_python
+    (cd "$root/build/release" && quietly cpack -B "$root/build/packages")
+    ls "$root"/build/packages/*.deb
     ;;
   format)
     need clang-format

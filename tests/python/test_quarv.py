@@ -1,5 +1,6 @@
 import ast
 import pathlib
+import re
 import subprocess
 import sys
 from fractions import Fraction
@@ -217,6 +218,13 @@ def test_stubs_tell_of_everything_there_is():
 def test_documentation_of_the_package():
     import doctest
     assert doctest.testmod(quarv).failed == 0
+
+
+def test_the_readme_shows_what_is_printed(capsys):
+    readme = (pathlib.Path(__file__).parents[2] / "README.md").read_text(encoding="utf-8")
+    [sample] = re.findall(r"```python\n(.*?)```", readme, re.DOTALL)
+    exec(sample, {})
+    assert capsys.readouterr().out.splitlines() == re.findall(r"  # (.*)", sample)
 
 
 def test_import_needs_nothing_else():
