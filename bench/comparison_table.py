@@ -51,12 +51,12 @@ class Results:
         return min(found) if found else None
 
     def memory_ratio(self, kind, size):
+        """How many times quarv's memory the leanest peer takes. Who was stopped had not asked for all it needs."""
         own = self.rows.get((kind, size, OWN))
-        theirs = [row["peak_memory"] for peer in self.peers
-                  if (row := self.rows.get((kind, size, peer))) and row["peak_memory"]]
-        if not own or not own["peak_memory"] or not theirs:
-            return None
-        return min(theirs) / own["peak_memory"], False
+        found = [(row["peak_memory"] / own["peak_memory"], bool(row["failure"])) for peer in self.peers
+                 if own and own["peak_memory"] and not own["failure"]
+                 and (row := self.rows.get((kind, size, peer))) and row["peak_memory"]]
+        return min(found, default=None)
 
     def exponent(self, kind, solver, phase, low, high):
         """x, where the time grows as size^x between two sizes."""
@@ -115,7 +115,9 @@ def measured_row(results, row):
     printing = number(seconds.get("print"))
     if "simplify+print" in seconds:
         simplify, printing = number(seconds["simplify+print"]), "with it"
-    memory = "-" if row["peak_memory"] is None else f"{row['peak_memory'] / 2**20:.0f}"
+    memory = "-"
+    if row["peak_memory"]:
+        memory = f"{'>' if row['failure'] else ''}{row['peak_memory'] / 2**20:.0f}"
     terms = [str(row["terms"].get(when, "-")) for when in ("before", "after")]
     total = row["failure"] or number(seconds.get("total"))
     faster = ratio_text(results.ratio(kind, size, "total")) if solver == OWN else ""
@@ -125,8 +127,8 @@ def measured_row(results, row):
 
 def ratio_table(results):
     """quarv against the fastest peer, phase by phase."""
-    header = ["input", "size", "read MB/s", "read with simplifiers MB/s", "read", "simplify", "print", "total",
-              "memory"]
+    header = ["input", "size", "read MB/s", "with simplifiers MB/s", "simplify 1000/s", "read", "simplify", "print",
+              "total", "memory"]
     rows = []
     for kind in results.kinds:
         for size in results.sizes(kind):
@@ -135,6 +137,7 @@ def ratio_table(results):
                 continue
             rates = [own["bytes"] / 1e6 / own["seconds"][phase] if own["seconds"].get(phase) else None
                      for phase in ("read", "read with simplifiers")]
+            rates.append(size / 1000 / own["seconds"]["simplify"] if own["seconds"].get("simplify") else None)
             ratios = [ratio_text(results.ratio(kind, size, phase)) for phase in PHASES]
             rows.append([kind, power(size), *map(number, rates), *ratios,
                          ratio_text(results.memory_ratio(kind, size))])
@@ -169,7 +172,8 @@ def machine_text(results):
     machine = results.data["machine"]
     versions = ", ".join(f"{name} {version}" for name, version in results.data["versions"].items())
     return (f"{versions}; {machine['processor']}, {machine['cores']} cores, load {machine['load_before']:.1f} before "
-            f"and {machine['load_after']:.1f} after; {results.data['date']}; medians of {results.data['runs']} runs.\n")
+            f"and {machine['load_after']:.1f} after; {results.data['date']}; medians of {results.data['runs']} runs, "
+            f"stopped after {results.data['limit']} s.\n")
 
 
 def as_text(data):

@@ -102,6 +102,8 @@ class Comparison(unittest.TestCase):
     def test_memory(self):
         found = results(self.own, row("a", memory=2**22), row("b", memory=2**21), row("c", memory=None))
         self.assertEqual(found.memory_ratio("k", 10**4), (2, False))
+        stopped = results(self.own, row("a", memory=2**22, failure="over 60 s"))
+        self.assertEqual(stopped.memory_ratio("k", 10**4), (4, True))
 
     def test_exponent(self):
         found = results(self.own, row("quarv", size=10**5, total=40))
