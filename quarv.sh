@@ -6,8 +6,9 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev
   libarchive-dev zlib1g-dev liblzma-dev libzstd-dev nettle-dev)
 test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind xz-utils zstd z3 cvc5
-  dpkg-dev python3-dev pybind11-dev python3-pytest
-  parallel openssh-server openssh-client slurmctld slurmd slurm-client munge)
+  dpkg-dev python3-dev pybind11-dev python3-pytest parallel openssh-client graphviz chromium)
+# Servers that some tests start for themselves; without them these tests are skipped.
+server_packages=(openssh-server slurmctld slurmd slurm-client munge)
 docs_packages=(doxygen mkdocs)
 fuzz_packages=(clang libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev libflint-dev libabsl-dev libz3-dev)
@@ -126,6 +127,8 @@ case $command in
     ;;
   test)
     need "${build_packages[@]}" "${test_packages[@]}" "${docs_packages[@]}"
+    # Under systemd their installation would start them, which nobody asked for.
+    [[ -d /run/systemd/system ]] || need "${server_packages[@]}"
     run_tests release
     run_tests sanitize
     ;;

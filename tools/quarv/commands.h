@@ -16,6 +16,7 @@ void add_explain(CLI::App& program, int& status);
 void add_repl(CLI::App& program, int& status);
 void add_certify(CLI::App& program, int& status);
 void add_batch(CLI::App& program, int& status);
+void add_report(CLI::App& program, int& status);
 void add_replay(CLI::App& program, int& status);
 void add_rules(CLI::App& program, int& status);
 /// A subcommand of `rules`.

@@ -1,6 +1,12 @@
 #include "derivation.h"
 
 #include <algorithm>
+#include <sstream>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include <quarv/smtlib/trace.h>
 
 namespace quarv::cli {
 
@@ -170,6 +176,29 @@ bool Derivation::try_reordering(Step& step) {
     return true;
   }
   return false;
+}
+
+std::string title_of(const Derivation::Step& step) {
+  switch (step.kind) {
+    case Derivation::Step::rule:
+      return fmt::format("rule {}: {}", step.number, step.label);
+    case Derivation::Step::simplifier:
+      return "simplifier of " + step.label;
+    case Derivation::Step::reordering:
+      break;
+  }
+  return "arguments of " + step.label + ", each once and in order";
+}
+
+std::string trace_of(std::string_view text, const std::string& name, const smtlib::SimplifyOptions& options) {
+  smtlib::Session session(options);
+  std::ostringstream out;
+  smtlib::Trace trace(session.manager(), session.simplifier().normalizer, out);
+  session.simplifier().set_observer(&trace);
+  session.read(text, name, [&trace](const smtlib::Script& script) { trace.command_read(script); });
+  session.simplifier().set_observer(nullptr);
+  trace.finish();
+  return std::move(out).str();
 }
 
 }  // namespace quarv::cli

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "trace_terms.h"
+#include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {
 
@@ -89,5 +90,12 @@ class Derivation {
   Id current_ = 0;
   Id result_ = 0;
 };
+
+/// What a step is, in words.
+std::string title_of(const Derivation::Step& step);
+
+/// Reads a script and writes down how its terms come about: what a Derivation is made from. Throws
+/// smtlib::Error.
+std::string trace_of(std::string_view text, const std::string& name, const smtlib::SimplifyOptions& options);
 
 }  // namespace quarv::cli

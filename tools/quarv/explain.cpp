@@ -2,7 +2,6 @@
 #include <memory>
 #include <optional>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <unistd.h>
 #include <utility>
@@ -20,7 +19,6 @@
 #include "term_text.h"
 #include "why_not.h"
 #include <quarv/smtlib/simplify_script.h>
-#include <quarv/smtlib/trace.h>
 
 namespace quarv::cli {
 
@@ -43,28 +41,17 @@ bool wants_colour(const std::string& when) {
          terminal != std::string_view("dumb");
 }
 
-/// Reads the script and writes down how its terms come about.
-std::string trace_of(const Input& input, const smtlib::SimplifyOptions& options) {
-  smtlib::Session session(options);
-  std::ostringstream out;
-  smtlib::Trace trace(session.manager(), session.simplifier().normalizer, out);
-  session.simplifier().set_observer(&trace);
-  session.read(input.text(), input.name(),
-               [&trace](const smtlib::Script& script) { trace.command_read(script); });
-  session.simplifier().set_observer(nullptr);
-  trace.finish();
-  return std::move(out).str();
-}
-
 /// Prints derivations of a script's assertions.
 class Explanation {
  public:
   Explanation(const Arguments& arguments, const Input& input, std::ostream& out)
-      : arguments_(arguments), out_(out), text_(terms_, arguments.length, wants_colour(arguments.colour)) {
+      : arguments_(arguments),
+        out_(out),
+        text_(terms_, arguments.length, wants_colour(arguments.colour) ? colour_marks : quotation_marks) {
     smtlib::SimplifyOptions options = read_options(arguments.how);
-    simplified_ = trace_of(input, options);
+    simplified_ = trace_of(input.text(), input.name(), options);
     options.simplify = false;
-    written_ = trace_of(input, options);
+    written_ = trace_of(input.text(), input.name(), options);
     derivation_.emplace(terms_, written_, simplified_);
   }
 
@@ -91,22 +78,10 @@ class Explanation {
   }
 
  private:
-  static std::string title(const Derivation::Step& step) {
-    switch (step.kind) {
-      case Derivation::Step::rule:
-        return fmt::format("rule {}: {}", step.number, step.label);
-      case Derivation::Step::simplifier:
-        return "simplifier of " + step.label;
-      case Derivation::Step::reordering:
-        break;
-    }
-    return "arguments of " + step.label + ", each once and in order";
-  }
-
   void print(std::size_t number, const Derivation::Step& step) {
     const std::string head = fmt::format("{}. ", number);
     const std::string indent(head.size(), ' ');
-    out_ << head << title(step) << '\n'
+    out_ << head << title_of(step) << '\n'
          << indent << "  " << text_.text_at(step.root, step.before, step.before) << '\n'
          << indent << "= " << text_.text_at(step.root, step.before, step.after) << '\n';
   }

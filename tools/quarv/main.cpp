@@ -23,6 +23,8 @@ constexpr const char* examples = R"(Examples:
   quarv explain query.smt2 --assert 2       show how the second assertion is simplified
   quarv batch queries -j 8 --out small --resume
                                             simplify all scripts of a folder
+  quarv report small/results.jsonl -o small.html
+                                            show what became of them
   quarv repl                                simplify terms as they are typed
   quarv certify query.smt2                  let z3 prove that the output means the same
   quarv rules check my.rules                let z3 say whether rules hold
@@ -62,6 +64,7 @@ int run(int argc, char** argv) {
   quarv::cli::add_simplify(program, status);
   quarv::cli::add_explain(program, status);
   quarv::cli::add_batch(program, status);
+  quarv::cli::add_report(program, status);
   quarv::cli::add_repl(program, status);
   quarv::cli::add_certify(program, status);
   quarv::cli::add_replay(program, status);

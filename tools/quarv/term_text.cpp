@@ -40,8 +40,8 @@ std::string rational(const mpq_class& value, bool real) {
 
 }  // namespace
 
-TermText::TermText(const TraceTerms& terms, std::size_t limit, bool colour)
-    : terms_(terms), limit_(std::min(limit, largest_limit)), colour_(colour) {}
+TermText::TermText(const TraceTerms& terms, std::size_t limit, const Marks& marks)
+    : terms_(terms), limit_(std::min(limit, largest_limit)), marks_(marks) {}
 
 std::string TermText::number(Id id) const {
   const TraceSort& sort = terms_.sort_of(id);
@@ -94,7 +94,7 @@ std::size_t TermText::length(Id id) {
 }
 
 std::string TermText::marked(const std::string& text) const {
-  return colour_ ? "\033[1;33m" + text + "\033[0m" : "\u00ab" + text + "\u00bb";
+  return std::string(marks_.begin) + text + std::string(marks_.end);
 }
 
 /// An application with `inner_text` for the first argument that is `inner`. The budget is divided among the

@@ -99,7 +99,7 @@ void explain_mismatch(const Input& context, std::size_t number, const rules::Rul
   trace.next(step);
   TraceTerms terms;
   TraceTerms::Names names(terms, trace);
-  TermText shown(terms, length, colour);
+  TermText shown(terms, length, colour ? colour_marks : quotation_marks);
   const TraceTerms::Id root = names(given.name());
 
   const std::string head = fmt::format("rule {}: ", number);

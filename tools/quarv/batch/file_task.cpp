@@ -3,7 +3,6 @@
 #include <cstring>
 #include <filesystem>
 #include <new>
-#include <optional>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -13,9 +12,9 @@
 #include <nlohmann/json.hpp>
 
 #include "batch/formula_digest.h"
+#include "batch/script_source.h"
 #include "batch/sha256.h"
 #include "file_error.h"
-#include "input.h"
 #include "output.h"
 #include "simplify_text.h"
 #include <quarv/smtlib/error.h>
@@ -31,21 +30,6 @@ constexpr std::string_view unchanged = "unchanged";
 
 std::string dump(const Json& json) {
   return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-/// A script in memory, and the file that holds its bytes if it need not be unpacked.
-struct ScriptText {
-  std::optional<Input> file;
-  std::string unpacked;
-  std::string_view text;
-};
-
-void load(const BatchInput& input, const std::string* bytes, ScriptText& script) {
-  if (bytes == nullptr) script.file.emplace(input.path);
-  script.text = bytes != nullptr ? std::string_view(*bytes) : script.file->text();
-  if (compression_of(input.name) == Compression::none) return;
-  script.unpacked = decompressed(script.text, input.name);
-  script.text = script.unpacked;
 }
 
 void write_output(const BatchInput& input, const std::string& text, const FileTaskOptions& options) {
@@ -71,23 +55,23 @@ class FileWork {
     };
     std::string_view phase = "unreadable";
     try {
-      ScriptText script;
-      load(input_, bytes, script);
-      const std::string digest = sha256(script.text);
-      report_.add(dump({{"digest", digest}, {"bytes", {{"before", script.text.size()}}}}));
+      const ScriptSource source(input_.name, input_.path, bytes);
+      const std::string_view script = source.text();
+      const std::string digest = sha256(script);
+      report_.add(dump({{"digest", digest}, {"bytes", {{"before", script.size()}}}}));
       if (digest == known_digest && has_output()) {
         report_.add(unchanged);
         return;
       }
       phase = "failed";
       std::ostringstream out;
-      Statistics statistics = simplify_text(script.text, input_.name, out, options_.simplify);
+      Statistics statistics = simplify_text(script, input_.name, out, options_.simplify);
       const std::string text = std::move(out).str();
       phase = "unwritable";
       if (!options_.output_folder.empty()) write_output(input_, text, options_);
       phase = "failed";
-      measure_plain(script.text, input_.name, statistics);
-      finish(script.text.size(), text, statistics);
+      measure_plain(script, input_.name, statistics);
+      finish(script.size(), text, statistics);
     } catch (const smtlib::Error& e) {
       fail("rejected", e.what());
     } catch (const std::bad_alloc&) {

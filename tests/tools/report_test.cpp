@@ -1,0 +1,82 @@
+/// \file
+/// `quarv report`: the data in the page. That the page shows it is tested in a browser.
+#include <nlohmann/json.hpp>
+
+#include "program_fixture.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+class Report : public Program {
+ protected:
+  Json data(const std::string& page) const {
+    const std::string begin = "<script type=\"application/json\" id=\"data\">";
+    const std::size_t start = page.find(begin) + begin.size();
+    return Json::parse(page.substr(start, page.find("</script>", start) - start));
+  }
+};
+
+TEST_F(Report, ShowsAScript) {
+  write("in.smt2",
+        "(declare-const p Bool)\n(declare-const |</script>| Bool)\n(assert (not (not p)))\n"
+        "(assert (or p |</script>|))\n(assert (and p p p |</script>| (not (not |</script>|)) true))\n");
+  EXPECT_EQ(run("$quarv report in.smt2 -o page.html").status, 0);
+  const std::string page = read("page.html");
+  EXPECT_EQ(run("$quarv report in.smt2 | grep -c '<main id'").out, "1\n");
+  for (const char* load : {"src=", "http://", "@import", "url("}) {
+    std::string_view markup = std::string_view(page).substr(0, page.find("application/json"));
+    EXPECT_EQ(markup.find(load), std::string::npos) << load;
+  }
+  const Json d = data(page);
+  EXPECT_EQ(d["kind"], "file");
+  EXPECT_EQ(d["rows"].size(), 1u);
+  ASSERT_EQ(d["examples"].size(), 2u);  // what does not shrink is none
+  EXPECT_EQ(d["examples"][0]["assertion"], 3);
+  const Json& e = d["examples"][1];
+  EXPECT_EQ(e["terms"], Json({3, 1}));
+  EXPECT_EQ(e["steps"][0]["before"], "\1(not (not p))\2");
+  EXPECT_EQ(e["steps"][0]["after"], "\1p\2");
+  EXPECT_EQ(e["result"], "p");
+  if (std::system("dot -V 2> /dev/null") == 0) {
+    EXPECT_TRUE(e["graphs"]["whole"]);
+    EXPECT_EQ(e["graphs"]["before"].get<std::string>().rfind("<svg", 0), 0u);
+  }
+  EXPECT_EQ(data(run("$quarv report in.smt2 --examples 1").out)["examples"].size(), 1u);
+  EXPECT_EQ(data(run("$quarv report in.smt2 --examples 0").out)["examples"].size(), 0u);
+}
+
+TEST_F(Report, ShowsABatch) {
+  write("a.smt2", "(declare-const p Bool)\n(assert (not (not p)))\n");
+  write("bad.smt2", "(assert p)\n");
+  run("mkdir x; cp a.smt2 x/b.smt2; echo '(check-sat)' >> x/b.smt2; gzip x/b.smt2; tar cf t.tar x; rm -r x; "
+      "$quarv batch --results all a.smt2 bad.smt2 t.tar");
+  Json d = data(run("$quarv report all").out);
+  EXPECT_EQ(d["kind"], "batch");
+  EXPECT_EQ(d["rows"].size(), 3u);
+  EXPECT_EQ(d["simplifications"].dump(), "[[\"not\",2]]");
+  EXPECT_EQ(d["examples"].size(), 1u);  // the other one would look the same
+  EXPECT_EQ(d["notes"].size(), 0u);
+  run("rm a.smt2");
+  d = data(run("$quarv report all").out);
+  EXPECT_EQ(d["examples"][0]["file"], "t.tar/x/b.smt2.gz");
+  EXPECT_EQ(d["notes"].size(), 1u);
+  write("my.rules", "rewrite(bvnot(bvneg(t)), ) >> bvsub(t, 1)\n");
+  run("$quarv batch --rules my.rules --results ruled t.tar");
+  EXPECT_EQ(data(run("$quarv report ruled").out)["examples"].size(), 0u);
+  EXPECT_EQ(data(run("$quarv report --rules my.rules ruled").out)["examples"].size(), 1u);
+}
+
+TEST_F(Report, ReportsFaults) {
+  write("bad.smt2", "(assert p)\n");
+  const Result bad = run("$quarv report bad.smt2 -o page.html");
+  EXPECT_EQ(bad.status, 1);
+  EXPECT_EQ(bad.err, "bad.smt2:1:9: error: unknown symbol p\n");
+  EXPECT_FALSE(fs::exists(path("page.html")));
+  write("cut", "{\"results\":\"quarv batch\"}\n");
+  EXPECT_EQ(run("$quarv report cut").err, "quarv: error: cut:1: these are no results of quarv batch\n");
+  EXPECT_EQ(run("$quarv report").status, 2);
+  EXPECT_EQ(run("$quarv report bad.smt2 --disable-rule 9999").status, 2);
+}
+
+}  // namespace

@@ -1,0 +1,223 @@
+#include "report/report_data.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <exception>
+#include <map>
+#include <set>
+#include <sstream>
+#include <utility>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "batch/script_source.h"
+#include "batch/sha256.h"
+#include "report/examples.h"
+#include "report/term_graph.h"
+#include "rule_catalogue.h"
+#include "simplify_text.h"
+
+namespace quarv::cli {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+double number(const Json& row, const char* group, const char* key) {
+  const auto found = row.find(group);
+  return found == row.end() ? 0 : found->value(key, 0.0);
+}
+
+/// What the page is made from.
+class ReportData {
+ public:
+  ReportData(const char* kind, const std::string& title, const std::string& version, Json options)
+      : data_({{"kind", kind}, {"title", title}, {"version", version}, {"options", std::move(options)}}) {}
+
+  /// A row of results, as `quarv batch` writes them.
+  void add_row(const Json& row) {
+    rows_.push_back({row.at("file"), row.at("status"), row.value("message", ""), size(row, "bytes", "before"),
+                     size(row, "bytes", "after"), size(row, "terms", "before"), size(row, "terms", "after"),
+                     number(row, "seconds", "read"), number(row, "seconds", "simplify"),
+                     number(row, "seconds", "print"), number(row, "seconds", "total"),
+                     row.value("peak_memory_bytes", std::uint64_t{0})});
+    const Json by_operator = row.value("simplifications", Json::object());
+    for (const auto& [op, n] : by_operator.items()) {
+      simplifications_[op] += n.get<std::uint64_t>();
+    }
+    const Json by_rule = row.value("rules", Json::object());
+    for (const auto& [rule, n] : by_rule.items()) {
+      rules_[std::stoull(rule)] += n.get<std::uint64_t>();
+    }
+  }
+
+  void add_note(const std::string& note) { notes_.push_back(note); }
+
+  void add_examples(const std::vector<Example>& examples) {
+    std::vector<std::string> graphs;
+    for (const Example& e : examples) {
+      if (e.graphs) graphs.insert(graphs.end(), {e.graphs->before, e.graphs->after});
+    }
+    const std::vector<std::string> drawn = draw_graphs(graphs);
+    if (drawn.empty() && !graphs.empty())
+      add_note("There are no pictures: the program dot (Graphviz) is missing.");
+    std::size_t next = 0;
+    for (const Example& e : examples) {
+      Json json = as_json(e);
+      if (e.graphs && !drawn.empty()) {
+        json["graphs"] = {{"whole", e.graphs->step == 0},
+                          {"step", e.graphs->step},
+                          {"before", drawn[next]},
+                          {"after", drawn[next + 1]}};
+        next += 2;
+      }
+      examples_.push_back(std::move(json));
+    }
+  }
+
+  std::string text() && {
+    data_["notes"] = std::move(notes_);
+    data_["simplifications"] = Json::array();
+    for (const auto& [op, n] : by_count(simplifications_)) data_["simplifications"].push_back({op, n});
+    const std::vector<rules::Rule> standard = standard_rules();
+    data_["rules"] = Json::array();
+    for (const auto& [rule, n] : by_count(rules_)) {
+      data_["rules"].push_back({rule, n, rule <= standard.size() ? standard[rule - 1].text : ""});
+    }
+    data_["examples"] = std::move(examples_);
+    data_["rows"] = std::move(rows_);
+    return data_.dump(-1, ' ', false, Json::error_handler_t::replace);
+  }
+
+ private:
+  static std::uint64_t size(const Json& row, const char* group, const char* key) {
+    return static_cast<std::uint64_t>(number(row, group, key));
+  }
+
+  template <typename Key>
+  static std::vector<std::pair<Key, std::uint64_t>> by_count(const std::map<Key, std::uint64_t>& counts) {
+    std::vector<std::pair<Key, std::uint64_t>> sorted(counts.begin(), counts.end());
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [](const auto& a, const auto& b) { return a.second > b.second; });
+    return sorted;
+  }
+
+  static Json as_json(const Example& e) {
+    Json steps = Json::array();
+    for (const Example::Step& s : e.steps) {
+      steps.push_back({{"title", s.title}, {"before", s.before}, {"after", s.after}});
+    }
+    return {{"file", e.file}, {"assertion", e.assertion}, {"terms", {e.terms_before, e.terms_after}},
+            {"steps", steps}, {"more", e.more},           {"result", e.result}};
+  }
+
+  Json data_;
+  Json rows_ = Json::array();
+  Json notes_ = Json::array();
+  Json examples_ = Json::array();
+  std::map<std::string, std::uint64_t> simplifications_;
+  std::map<std::uint64_t, std::uint64_t> rules_;
+};
+
+/// The options of a batch, but for its rules.
+smtlib::SimplifyOptions options_of(const Json& json) {
+  smtlib::SimplifyOptions options;
+  options.rules = json.value("rules", true);
+  options.simplifiers = json.value("simplifiers", true);
+  options.standard = json.value("standard", false);
+  options.disabled_rules = json.value("disabled_rules", std::vector<std::string>());
+  return options;
+}
+
+bool are_rules_of(const Json& options, const std::vector<smtlib::RuleFile>& rules) {
+  Json digests = Json::array();
+  for (const smtlib::RuleFile& file : rules) digests.push_back(sha256(file.text));
+  return options.value("rule_files", Json::array()) == digests;
+}
+
+/// A file of a batch whose terms became fewer.
+struct ReducedFile {
+  std::string name;
+  std::string digest;
+  double reduction;
+};
+
+/// Derivations are for looking at: of files that are large there is too much of them.
+constexpr double largest_script = 300e3;
+
+/// Examples from different files. A script that is gone, or has changed, has none.
+std::vector<Example> batch_examples(std::vector<ReducedFile> files, const smtlib::SimplifyOptions& options,
+                                    std::size_t count, ReportData& data) {
+  std::stable_sort(files.begin(), files.end(),
+                   [](const ReducedFile& a, const ReducedFile& b) { return a.reduction > b.reduction; });
+  std::vector<Example> examples;
+  std::set<std::string> known;  // results with their last steps: the same assertion may be in many files
+  std::size_t missing = 0;
+  for (const ReducedFile& file : files) {
+    if (examples.size() == count || missing > count) break;
+    try {
+      const std::string text = find_script(file.name);
+      if (sha256(text) != file.digest) throw std::runtime_error("it has changed");
+      for (Example& e : largest_reductions(text, file.name, options, 1)) {
+        if (known.insert(e.steps.empty() ? e.result : e.steps.front().before).second) {
+          examples.push_back(std::move(e));
+        }
+      }
+    } catch (const std::exception&) {
+      ++missing;
+    }
+  }
+  if (missing != 0) {
+    data.add_note(
+        "Some scripts are not there any more as they were, so their reductions are not shown. File names are "
+        "those that quarv batch was given: make the report in the folder where it ran.");
+  }
+  std::stable_sort(examples.begin(), examples.end(), [](const Example& a, const Example& b) {
+    return a.terms_before - a.terms_after > b.terms_before - b.terms_after;
+  });
+  return examples;
+}
+
+}  // namespace
+
+std::string batch_report(const std::string& title, const Results& results,
+                         const std::vector<smtlib::RuleFile>& extra_rules, std::size_t examples) {
+  const Json json_options = Json::parse(results.header.options);
+  ReportData data("batch", title, results.header.version, json_options);
+  std::vector<ReducedFile> files;
+  for (const auto& [name, row] : results.rows) {
+    const Json json = Json::parse(row.line);
+    data.add_row(json);
+    const double reduction = number(json, "terms", "before") - number(json, "terms", "after");
+    if (row.status == "ok" && reduction > 0 && number(json, "bytes", "before") <= largest_script) {
+      files.push_back({name, json.value("digest", ""), reduction});
+    }
+  }
+  if (are_rules_of(json_options, extra_rules)) {
+    smtlib::SimplifyOptions options = options_of(json_options);
+    options.extra_rules = extra_rules;
+    data.add_examples(batch_examples(std::move(files), options, examples, data));
+  } else {
+    data.add_note("The batch had rules of its own: give them (--rules) to see reductions step by step.");
+  }
+  return std::move(data).text();
+}
+
+std::string script_report(std::string_view text, const std::string& name,
+                          const smtlib::SimplifyOptions& options, std::size_t examples) {
+  std::ostringstream out;
+  Statistics statistics = simplify_text(text, name, out, options);
+  measure_plain(text, name, statistics);
+  ReportData data("file", name, QUARV_VERSION, Json::object());
+  Json row = as_object(statistics);
+  row["file"] = name;
+  row["status"] = "ok";
+  row["bytes"] = {{"before", text.size()}, {"after", out.view().size()}};
+  row["seconds"]["total"] = statistics.read_seconds + statistics.simplify_seconds + statistics.print_seconds;
+  data.add_row(row);
+  data.add_examples(largest_reductions(text, name, options, examples));
+  return std::move(data).text();
+}
+
+}  // namespace quarv::cli
