@@ -27,6 +27,7 @@ from solver import PROVED, REFUTED, UNDECIDED, VERDICTS, Solver, Verdict
 
 PROGRAM_SECONDS = 120
 LARGEST_TEXT = 20_000_000  # without sharing a text may be exponentially large
+TOO_LARGE = "without sharing the output would exceed"  # says the program when it is even larger
 SOLVER_MEGABYTES = 2000
 
 # Where the standard leaves a value open, the plain layer chooses one, and a solver may choose another.
@@ -159,6 +160,9 @@ class Check:
                 return text.decode("latin-1")
             errors.seek(0)
             message = errors.read().decode("latin-1").strip() or "no message"
+            if TOO_LARGE in message:
+                result.num_too_large += 1
+                return None
             result.failures.append(f"exit status {status} with {' '.join(way)}: {shorten(message)}")
             return None
 
