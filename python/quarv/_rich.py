@@ -1,10 +1,16 @@
 """How objects look: as text, and in a notebook."""
 
-from html import escape
-
 from ._quarv import Derivation, Function, Manager, Sort, Step, Term
 
 _LONGEST = 2000  # characters of a term that is shown in full
+
+
+# The module html would take more time to import than all of this package.
+_ESCAPES = str.maketrans({"&": "&amp;", "<": "&lt;", ">": "&gt;", '"': "&quot;"})
+
+
+def _escape(text):
+    return text.translate(_ESCAPES)
 
 
 def _short(term, longest=_LONGEST):
@@ -18,11 +24,11 @@ def _nodes(term):
 
 
 def _code(term):
-    return f"<code>{escape(_short(term))}</code>"
+    return f"<code>{_escape(_short(term))}</code>"
 
 
 def _term_html(term):
-    return f"<div>{_code(term)}<br><small>{escape(str(term.sort))}, {_nodes(term)}</small></div>"
+    return f"<div>{_code(term)}<br><small>{_escape(str(term.sort))}, {_nodes(term)}</small></div>"
 
 
 def _by(step):
@@ -31,7 +37,7 @@ def _by(step):
 
 def _derivation_html(derivation):
     rows = "".join(
-        f"<tr><td>{i}</td><td title=\"{escape(step.name)}\">{escape(_by(step))}</td>"
+        f"<tr><td>{i}</td><td title=\"{_escape(step.name)}\">{_escape(_by(step))}</td>"
         f"<td>{_code(step.before)}</td><td>{_code(step.after)}</td></tr>"
         for i, step in enumerate(derivation.steps, 1))
     return (f"<div>{_code(derivation.before)}<br>becomes<br>{_code(derivation.after)}<br>"
