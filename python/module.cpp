@@ -1,5 +1,6 @@
 #include <pybind11/stl.h>
 #include <sstream>
+#include <utility>
 
 #include "terms.h"
 
@@ -17,6 +18,7 @@ const DataType* sort_of(const Shared& workspace, const py::object& sort) {
 
 std::vector<const Term*> plain(const Shared& workspace, const std::vector<PyTerm>& terms) {
   std::vector<const Term*> result;
+  result.reserve(terms.size());
   for (const PyTerm& t : terms) {
     if (t.workspace != workspace) throw std::invalid_argument("the terms belong to different managers");
     result.push_back(t.term);
@@ -27,6 +29,7 @@ std::vector<const Term*> plain(const Shared& workspace, const std::vector<PyTerm
 PyFunction declare(const PyManager& m, const std::string& name, const std::vector<py::object>& arguments,
                    const py::object& result) {
   std::vector<const DataType*> sorts;
+  sorts.reserve(arguments.size());
   for (const py::object& s : arguments) sorts.push_back(sort_of(m.workspace, s));
   if (sorts.empty()) throw std::invalid_argument("a function has arguments; without, it is a constant");
   return {m.workspace, name, m.workspace->function(name, sorts, sort_of(m.workspace, result))};
@@ -172,7 +175,7 @@ void bind_errors(py::module_& m) {
   static const py::exception<smtlib::Error> parse_error(m, "ParseError", error.ptr());
   py::register_exception_translator([](std::exception_ptr thrown) {
     try {
-      std::rethrow_exception(thrown);
+      std::rethrow_exception(std::move(thrown));
     } catch (const smtlib::Error& e) {
       PyErr_SetString(parse_error.ptr(), e.what());
     } catch (const SortError& e) {

@@ -200,6 +200,7 @@ static void scripts(void) {
   EXPECT(quarv_parse_script(m, "(define-fun f ((a Int)) Int a)", "c.smt2", &assertions, &n) ==
          QUARV_INVALID_ARGUMENT);
   EXPECT(quarv_parse_script(m, "(declare-const x Int)", "d.smt2", &assertions, &n) == QUARV_OK);
+  quarv_free(assertions);
   EXPECT(quarv_parse_script(m, "(declare-const x Int)(assert (= x 1))", "d.smt2", &assertions, &n) ==
          QUARV_INVALID_ARGUMENT);
 
