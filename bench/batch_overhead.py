@@ -3,30 +3,36 @@
 
 usage: batch_overhead.py [--program PROGRAM] [--runs N] [PATH...]
 
-Prints a table: for one and two workers the time of the best of N runs, the overhead for each file (the run's time,
-less the time of reading, simplifying and printing that the results tell), with and without output files.
+First the cost of a file with next to nothing in it, of 500: time, and processor time, which does not depend on what
+else the machine does. Writing a file includes waiting until it is on the disk. Then the time of whole runs over PATH
+(the corpus) with one and two workers. Of N runs the best one counts.
 """
 import argparse
-import json
+import os
 import subprocess
 import tempfile
 import time
 from pathlib import Path
 
 SOURCE = Path(__file__).resolve().parents[1]
+NUM_SMALL = 500
 
 
 def run(program, jobs, paths, folder, writes):
-    """Seconds of the run, seconds of simplification in it, number of files."""
-    results = Path(folder) / 'results.jsonl'
+    """Seconds of the run, and of processors."""
     output = ['--out', str(Path(folder) / 'out')] if writes else []
     start = time.perf_counter()
-    subprocess.run([program, 'batch', '-j', str(jobs), *output, '--results', results, *paths], check=False,
-                   stderr=subprocess.DEVNULL)
-    seconds = time.perf_counter() - start
-    rows = [json.loads(line) for line in results.read_text().splitlines()[1:]]
-    work = sum(row['seconds'].get(phase, 0) for row in rows for phase in ('read', 'simplify', 'print'))
-    return seconds, work, len(rows)
+    process = subprocess.Popen([program, 'batch', '-j', str(jobs), *output, '--results', Path(folder) / 'results.jsonl',
+                                *paths], stderr=subprocess.DEVNULL)
+    _, _, usage = os.wait4(process.pid, 0)
+    process.returncode = 0
+    return time.perf_counter() - start, usage.ru_utime + usage.ru_stime
+
+
+def best(options, jobs, paths, writes):
+    with tempfile.TemporaryDirectory(prefix='quarv-bench-') as folder:
+        runs = [run(options.program, jobs, paths, folder, writes) for _ in range(options.runs)]
+    return [min(values) for values in zip(*runs)]
 
 
 def main():
@@ -35,17 +41,17 @@ def main():
     parser.add_argument('--runs', type=int, default=5)
     parser.add_argument('paths', nargs='*', default=[SOURCE.parent / 'shared' / 'corpus'], metavar='PATH')
     options = parser.parse_args()
-    print('workers  output  files  seconds  simplifying  overhead/file  speed-up')
+    with tempfile.TemporaryDirectory(prefix='quarv-bench-') as folder:
+        for i in range(NUM_SMALL):
+            (Path(folder) / f'{i}.smt2').write_text('(check-sat)\n')
+        for writes in (False, True):
+            seconds, processor = (1000 * s / NUM_SMALL for s in best(options, 1, [folder], writes))
+            print(f'small file, output {"written" if writes else "not written":<12} {seconds:6.2f} ms, '
+                  f'processor {processor:.2f} ms')
     for writes in (False, True):
-        alone = None
-        for jobs in (1, 2):
-            with tempfile.TemporaryDirectory(prefix='quarv-bench-') as folder:
-                best = min(run(options.program, jobs, options.paths, folder, writes) for _ in range(options.runs))
-            seconds, work, files = best
-            alone = alone or seconds
-            overhead = f'{(seconds - work) / files * 1000:10.2f} ms' if jobs == 1 else ' ' * 13
-            print(f'{jobs:7}  {"yes" if writes else "no":>6}  {files:5}  {seconds:7.3f}  {work:11.3f}  {overhead}'
-                  f'  {alone / seconds:8.2f}')
+        alone, both = (best(options, jobs, options.paths, writes)[0] for jobs in (1, 2))
+        print(f'all, output {"written" if writes else "not written":<12} 1 worker {alone:.2f} s, 2 workers {both:.2f} s: '
+              f'{alone / both:.2f} times as fast')
 
 
 if __name__ == '__main__':
