@@ -20,14 +20,29 @@ namespace {
 
 long allocations = 0;
 long may_succeed = LONG_MAX;
+bool fails_once = false;
 
 /// Counts an allocation and answers whether it may succeed.
 bool allow() {
   ++allocations;
   if (may_succeed == LONG_MAX) return true;
-  if (may_succeed == 0) return false;
+  if (may_succeed == 0) {
+    if (fails_once) may_succeed = LONG_MAX;
+    return false;
+  }
   --may_succeed;
   return true;
+}
+
+// GMP's own functions end the process.
+void* gmp_malloc_or_throw(std::size_t size) {
+  if (void* const block = __wrap_malloc(size)) return block;
+  throw std::bad_alloc();
+}
+
+void* gmp_realloc_or_throw(void* block, std::size_t, std::size_t size) {
+  if (void* const moved = __wrap_realloc(block, size)) return moved;
+  throw std::bad_alloc();
 }
 
 void* gmp_malloc(std::size_t size) {
@@ -85,8 +100,17 @@ CountGmpAllocations::~CountGmpAllocations() {
   mp_set_memory_functions(nullptr, nullptr, nullptr);
 }
 
-FailAllocations::FailAllocations(long successes) {
+ThrowingGmp::ThrowingGmp() {
+  mp_set_memory_functions(gmp_malloc_or_throw, gmp_realloc_or_throw, gmp_free);
+}
+
+ThrowingGmp::~ThrowingGmp() {
+  mp_set_memory_functions(nullptr, nullptr, nullptr);
+}
+
+FailAllocations::FailAllocations(long successes, Extent extent) {
   may_succeed = successes;
+  fails_once = extent == one;
 }
 
 FailAllocations::~FailAllocations() {

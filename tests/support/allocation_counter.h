@@ -20,11 +20,22 @@ class CountGmpAllocations {
   CountGmpAllocations& operator=(const CountGmpAllocations&) = delete;
 };
 
-/// During its life only the next `successes` allocations succeed; all later ones fail. GMP is spared: it
-/// cannot report a failure.
+/// During its life GMP's allocations are counted and fail as others do, by `std::bad_alloc`.
+class ThrowingGmp {
+ public:
+  ThrowingGmp();
+  ~ThrowingGmp();
+  ThrowingGmp(const ThrowingGmp&) = delete;
+  ThrowingGmp& operator=(const ThrowingGmp&) = delete;
+};
+
+/// During its life only the next `successes` allocations succeed; all later ones fail, or only the first of
+/// them. GMP is spared, unless it is a `ThrowingGmp`: it cannot report a failure.
 class FailAllocations {
  public:
-  explicit FailAllocations(long successes);
+  enum Extent { all_later, one };
+
+  explicit FailAllocations(long successes, Extent extent = all_later);
   ~FailAllocations();
   FailAllocations(const FailAllocations&) = delete;
   FailAllocations& operator=(const FailAllocations&) = delete;

@@ -55,6 +55,22 @@ int fail(const char* prefix, const char* message) {
   return quarv::cli::failure;
 }
 
+/// Where an exception cannot be caught, lack of memory still ends with its message: while objects are
+/// constructed before `main` begins. So this is installed before any of them.
+[[noreturn]] void end_uncaught() noexcept {
+  try {
+    if (std::current_exception()) throw;
+  } catch (const std::bad_alloc&) {
+    std::_Exit(fail("quarv: error: ", "out of memory"));
+  } catch (...) {
+  }
+  std::abort();
+}
+
+[[gnu::constructor(101)]] void install_end_uncaught() {
+  std::set_terminate(end_uncaught);
+}
+
 int run(int argc, char** argv) {
   CLI::App program("Simplifies SMT-LIB 2 scripts without changing what they mean.", "quarv");
   program.set_version_flag("--version", "quarv " QUARV_VERSION);

@@ -1,3 +1,5 @@
+#include <memory>
+
 #include <quarv/numbers/q_number.h>
 
 namespace quarv {
@@ -29,6 +31,21 @@ bool fits_small(mpz_srcptr x) {
   return mpz_size(x) < 2 && mpz_fits_slong_p(x) != 0 && mpz_cmp_si(x, LONG_MIN) != 0;
 }
 
+// A pair of integers that the two calls initialise one after the other. GMP throws where the program has told
+// it to: what is there is given back when the rest fails.
+template <class InitialiseNum, class InitialiseDen>
+__mpq_struct* make_block(InitialiseNum initialise_num, InitialiseDen initialise_den) {
+  auto block = std::make_unique_for_overwrite<__mpq_struct>();
+  initialise_num(mpq_numref(block.get()));
+  try {
+    initialise_den(mpq_denref(block.get()));
+  } catch (...) {
+    mpz_clear(mpq_numref(block.get()));
+    throw;
+  }
+  return block.release();
+}
+
 }  // namespace
 
 constinit mpz_t QNumber::gmp_tmp[8] = {{{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}},
@@ -47,9 +64,8 @@ QNumber::Words QNumber::new_block() {
 
 // The words of a big number, a copy.
 QNumber::Words QNumber::new_block(mpz_srcptr num, mpz_srcptr den) {
-  Block* const block = new Block;
-  mpz_init_set(mpq_numref(block), num);
-  mpz_init_set(mpq_denref(block), den);
+  Block* const block = make_block([num](mpz_ptr part) { mpz_init_set(part, num); },
+                                  [den](mpz_ptr part) { mpz_init_set(part, den); });
   return {reinterpret_cast<long>(block), 0};
 }
 
@@ -84,9 +100,8 @@ void QNumber::set_integer(mpz_srcptr value) {
 }
 
 void QNumber::become_big(long num, long den) {
-  Block* const block = new Block;
-  mpz_init_set_si(mpq_numref(block), num);
-  mpz_init_set_si(mpq_denref(block), den);
+  Block* const block = make_block([num](mpz_ptr part) { mpz_init_set_si(part, num); },
+                                  [den](mpz_ptr part) { mpz_init_set_si(part, den); });
   set_words({reinterpret_cast<long>(block), 0});
 }
 
@@ -208,9 +223,9 @@ template <bool subtract>
 QNumber::Words QNumber::sum_general(const QNumber& x, const QNumber& y) {
   if (Words sum; small_sum<subtract>(x, y, &sum)) return sum;
   if (x.den_ == 0 && y.den_ == 0) {
-    const Words sum = new_block();
-    big_sum<subtract>(x.block(), y.block(), reinterpret_cast<Block*>(sum.num));
-    return sum;
+    QNumber sum(new_block());
+    big_sum<subtract>(x.block(), y.block(), sum.block());
+    return sum.release();
   }
   QNumber sum(x);
   sum.add_general<subtract>(y);
@@ -308,9 +323,9 @@ void QNumber::mul_general(const QNumber& y) {
 QNumber::Words QNumber::product_general(const QNumber& x, const QNumber& y) {
   if (Words product; small_product(x, y, &product)) return product;
   if (x.den_ == 0 && y.den_ == 0) {
-    const Words product = new_block();
-    big_product(x.block(), y.big_num(), y.big_den(), reinterpret_cast<Block*>(product.num));
-    return product;
+    QNumber product(new_block());
+    big_product(x.block(), y.big_num(), y.big_den(), product.block());
+    return product.release();
   }
   QNumber product(x.den_ == 0 ? x : y);
   product.mul_general(x.den_ == 0 ? y : x);

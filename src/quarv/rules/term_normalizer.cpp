@@ -82,8 +82,8 @@ const Term* TermNormalizer::form_of(const Term* t) {
 const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t) {
   prepare(mgr);
   if (is_finished(t)) return entry(t);
-  push(t);
   try {
+    push(t);
     run();
   } catch (...) {
     abandon();

@@ -42,15 +42,15 @@ class ScriptWriter {
     std::uint32_t next = 0;
     std::uint32_t end = 0;
   };
-  /// Texts and terms in the order in which they are to be written; scheduled when it is complete.
+  /// Texts and terms in the order in which they are to be written; `schedule` ends it.
   class Sequence {
    public:
     explicit Sequence(ScriptWriter& writer) : writer_(writer) {}
     Sequence(const Sequence&) = delete;
     Sequence& operator=(const Sequence&) = delete;
-    ~Sequence();
     void text(std::string s);
     void reference(Node n) { items_.push_back({Item::reference, n}); }
+    void schedule() { writer_.items_.insert(writer_.items_.end(), items_.rbegin(), items_.rend()); }
 
    private:
     ScriptWriter& writer_;

@@ -11,10 +11,6 @@ void ScriptWriter::Sequence::text(std::string s) {
   writer_.texts_.push_back(std::move(s));
 }
 
-ScriptWriter::Sequence::~Sequence() {
-  writer_.items_.insert(writer_.items_.end(), items_.rbegin(), items_.rend());
-}
-
 namespace {
 
 /// A summand that reads better with a minus sign before it.
@@ -92,6 +88,7 @@ bool ScriptWriter::write_as_differences(const Term* atom) {
     write_rest_of_sum();
   }
   sequence.text(")");
+  sequence.schedule();
   created(sum);
   created(atom);
   return true;
@@ -121,6 +118,7 @@ void ScriptWriter::write_quotient(const IntegerQuotient& quotient) {
     }
   }
   sequence.text((sum ? ") " : " ") + integer(quotient.divisor) + ')');
+  sequence.schedule();
 }
 
 /// "(= (mod a n) r)": every solver knows it. A remainder that is no numeral goes to the other side.
@@ -142,6 +140,7 @@ void ScriptWriter::write_congruence(const Term* t) {
     sequence.text(")");
   }
   sequence.text(' ' + modulus.to_string() + ") " + remainder.to_string() + ')');
+  sequence.schedule();
   created(t);
 }
 

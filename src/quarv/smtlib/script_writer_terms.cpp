@@ -267,6 +267,7 @@ void ScriptWriter::write_annotation(Node n, std::span<const Node> bindings) {
       if (a.num_terms != 0) rest.text(")");
     }
     rest.text(")");
+    rest.schedule();
   }
   if (bindings.empty()) {
     items_.push_back({Item::reference, body});

@@ -123,6 +123,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;
+    printed.exceptions(std::ios::badbit);  // lack of memory shall not look like a fault of the stream
     const PrintResult result = print(session.manager(), script, printed, options.sharing);
     report.print_seconds += seconds_since(read);
     std::string now = std::move(printed).str();
