@@ -82,14 +82,16 @@ class ExampleMaker {
     e.terms_before = candidate.before;
     e.terms_after = candidate.after;
     if (candidate.before <= largest_graph) e.graphs = graphs(derivation.current(), derivation.result(), 0);
-    std::size_t largest = 1;
+    std::pair<std::size_t, std::size_t> best = {0, 0};  // terms fewer, terms before
     for (Derivation::Step step; e.steps.size() < most_steps && derivation.next(step);) {
       e.steps.push_back({title_of(step), text_.text_at(step.root, step.before, step.before),
                          text_.text_at(step.root, step.before, step.after)});
       if (candidate.before <= largest_graph) continue;
       const std::size_t before = size(step.before);
-      if (before <= largest || before > largest_graph || size(step.after) > largest_graph) continue;
-      largest = before;
+      const std::size_t after = size(step.after);
+      const std::pair score = {before - std::min(before, after), before};
+      if (score <= best || before > largest_graph || after > largest_graph) continue;
+      best = score;
       e.graphs = graphs(step.before, step.after, e.steps.size());
     }
     e.more = derivation.current() != derivation.result();
