@@ -40,12 +40,8 @@ PLAIN_LAYER_DIFFERS = {
     "qf_fp/0018.smt2": OPPOSITE_ZEROS,
 }
 
-# Outputs that change when they are simplified again, by file and options, and why. They change once.
-NO_FIXED_POINT = {
-    ("qf_uf/0008.smt2", ("--share", "none")):
-        "a link of one chain is a whole part of another; without a name, the printer does not see that reading the "
-        "chain makes the link, and large texts are not read again on suspicion alone",
-}
+# Outputs that change when they are simplified again, by file and options, and why: there are none.
+NO_FIXED_POINT = {}
 
 
 @dataclasses.dataclass

@@ -102,7 +102,7 @@ class Replay {
 
   TraceFile trace_;
   std::vector<rules::Rule> rules_;
-  std::size_t num_standard_rules_ = standard_rules().size();
+  std::size_t num_standard_rules_ = num_standard_rules();
   KnownTerms known_{trace_};
   FoldingChecker folding_{trace_, known_};
   std::size_t learned_ = 0;

@@ -17,6 +17,12 @@ std::vector<rules::Rule> standard_rules() {
   return all;
 }
 
+std::size_t num_standard_rules() {
+  TermNormalizer normalizer;
+  register_bitvector_rules(&normalizer);
+  return normalizer.num_rules();
+}
+
 std::vector<rules::Rule> rules_of_file(const std::string& file) {
   const Input input(file);
   try {

@@ -10,6 +10,8 @@ namespace quarv::cli {
 
 /// The standard rules, in the order of their numbers.
 std::vector<rules::Rule> standard_rules();
+/// How many they are; reads none of them.
+std::size_t num_standard_rules();
 
 /// The rules of a file; "-" is standard input. Throws FileError and smtlib::Error.
 std::vector<rules::Rule> rules_of_file(const std::string& file);

@@ -68,7 +68,7 @@ void add_rules(CLI::App& program, int& status) {
   show_command.add_option("N", *number, "Number of the rule, from 1")
       ->type_name("")
       ->required()
-      ->check(CLI::Range(std::size_t{1}, standard_rules().size()).description(""));
+      ->check(CLI::Range(std::size_t{1}, num_standard_rules()).description(""));
   show_command.callback([number, &status] {
     show(*number);
     status = success;

@@ -168,12 +168,14 @@ void ScriptWriter::flatten(Node n) {
   };
   if (tag == SymbolTag::PLUS) {
     // As polynomials are kept: by monomials, the constant last.
-    return sort([this](Node a, Node b) {
-      const bool a_constant = m_.get_number(a.term()) != nullptr;
-      const bool b_constant = m_.get_number(b.term()) != nullptr;
-      if (a_constant || b_constant) return !a_constant && b_constant;
+    const auto is_constant = [this](Node part) { return m_.get_number(part.term()) != nullptr; };
+    sort([&](Node a, Node b) {
+      if (is_constant(a) || is_constant(b)) return !is_constant(a) && is_constant(b);
       return monomial_of(m_, a.term())->id < monomial_of(m_, b.term())->id;
     });
+    if (parts_.size() - first > 1 && is_constant(parts_[parts_.size() - 2]))
+      stable_ = false;  // a reader adds them
+    return;
   }
   const auto by_id = [](Node a, Node b) { return a.term()->id < b.term()->id; };
   sort(by_id);

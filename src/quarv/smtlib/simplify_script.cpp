@@ -108,7 +108,8 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
                                const SimplifyOptions& options) {
   // The order of creation decides how commutative operations and sums look. When the printed text creates its
   // terms in another order, it is simplified again, as whoever reads it would. The printer notices nearly
-  // every such case; where it costs next to nothing, the text is read again in any case.
+  // every such case, as long as it names what is shared; where it does not, or where it costs next to
+  // nothing, the text is read again in any case.
   constexpr std::size_t most_rounds = 8;
   constexpr std::size_t small_text = 64 << 10;
   SimplifyReport report;
@@ -127,7 +128,8 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     const PrintResult result = print(session.manager(), script, printed, options.sharing);
     report.print_seconds += seconds_since(read);
     std::string now = std::move(printed).str();
-    const bool settled = now == previous || (result.stable && now.size() > small_text);
+    const bool trusted = result.stable && now.size() > small_text && options.sharing != Sharing::none;
+    const bool settled = trusted || now == previous;
     if (settled || report.rounds == most_rounds) {
       report.terms_after = dag_size(session.manager(), script.terms);
       out << now;
