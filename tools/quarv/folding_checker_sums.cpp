@@ -16,7 +16,8 @@ bool FoldingChecker::is_arithmetic(std::size_t sort) const {
 
 /// The sum of multiples of terms. Each shared part is looked at once: a term is younger than its arguments,
 /// so the youngest comes first, with its whole coefficient.
-FoldingChecker::Sum FoldingChecker::sum_of(std::vector<std::pair<TermName, mpq_class>> summands) const {
+FoldingChecker::Sum FoldingChecker::sum_of(
+    const std::vector<std::pair<TermName, mpq_class>>& summands) const {
   Sum sum;
   std::map<TermName, mpq_class, std::greater<>> pending;
   for (const auto& [t, c] : summands) pending[t] += c;
@@ -148,7 +149,7 @@ bool FoldingChecker::check_congruence(const Expression& e, TermName after) const
 bool FoldingChecker::check_floor(TermName argument, TermName after) const {
   const Sum difference = sum_of({{argument, 1}, {after, -1}});
   if (difference.coefficients.empty() && is_integral(sum_of({{after, 1}}))) {
-    return difference.constant >= 0 && difference.constant < 1;
+    return sgn(difference.constant) >= 0 && cmp(difference.constant, 1) < 0;
   }
   const Sum result = sum_of({{after, 1}});
   for (const auto& [t, c] : result.coefficients) {
@@ -176,7 +177,7 @@ FoldingChecker::Contents FoldingChecker::contents(TermName array) const {
 }
 
 /// Without writes that an outer one to the same index hides, and without those that change nothing.
-FoldingChecker::Contents FoldingChecker::reduced(Contents c) const {
+FoldingChecker::Contents FoldingChecker::reduced(const Contents& c) const {
   Contents result;
   result.base = c.base;
   const auto same_index = [&](TermName index) {

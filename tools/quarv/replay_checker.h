@@ -134,7 +134,7 @@ class FoldingChecker {
   void add_atoms(TermName t, std::vector<TermName>& atoms) const;
   bool evaluate(TermName t, const std::map<TermName, bool>& atoms) const;
 
-  Sum sum_of(std::vector<std::pair<TermName, mpq_class>> summands) const;
+  Sum sum_of(const std::vector<std::pair<TermName, mpq_class>>& summands) const;
   bool is_integer(TermName t) const { return trace_.sort_of(t).kind == TraceSort::integer; }
   bool is_integral(const Sum& s) const;
   bool is_arithmetic(std::size_t sort) const;
@@ -146,7 +146,7 @@ class FoldingChecker {
   Comparison compare(TermName a, TermName b, int depth) const;
   Comparison compare_arrays(TermName a, TermName b, int depth) const;
   Contents contents(TermName array) const;
-  Contents reduced(Contents c) const;
+  Contents reduced(const Contents& c) const;
   std::optional<mpz_class> cardinality(std::size_t sort) const;
   bool check_equality(const Expression& e, TermName after) const;
   bool check_store(const Expression& e, TermName after) const;

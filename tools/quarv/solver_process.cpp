@@ -75,6 +75,7 @@ void SolverProcess::start() {
 
   std::vector<std::string> words = command_line(solver_);
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;

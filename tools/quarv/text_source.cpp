@@ -46,7 +46,7 @@ class Terminal : public TextSource {
       std::fputc('\n', stdout);
       return false;
     }
-    if (*line.get() != 0) add_history(line.get());
+    if (*line != 0) add_history(line.get());
     text += line.get();
     text += '\n';
     return true;

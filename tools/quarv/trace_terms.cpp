@@ -36,7 +36,7 @@ std::size_t TraceTerms::Names::sort(std::size_t name) {
       arg = sorts_[arg];
       text += ' ' + terms_.sort_texts_[arg];
     }
-    if (!s.args.empty()) text = '(' + text + ')';
+    if (!s.args.empty()) text.insert(0, 1, '(') += ')';
     const auto [known, inserted] = terms_.sort_ids_.try_emplace(text, terms_.sorts_.size());
     if (inserted) {
       terms_.sorts_.push_back(std::move(s));

@@ -189,7 +189,7 @@ class MatcherWriter {
 
   /// The width of the term at a position; the code to get it is written at its first use.
   std::string width(std::size_t position) {
-    const std::string name = "width_" + (position == 0 ? std::string("root") : rule_.pattern[position].name);
+    std::string name = "width_" + (position == 0 ? std::string("root") : rule_.pattern[position].name);
     if (!width_known_[position]) {
       width_known_[position] = true;
       line("std::size_t " + name + ";");

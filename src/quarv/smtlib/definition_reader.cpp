@@ -166,6 +166,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   const Symbol* symbol = nullptr;
   if (recursive || !variables.empty()) {
     std::vector<const DataType*> arguments;
+    arguments.reserve(variables.size());
     for (const Term* v : variables) arguments.push_back(manager_.type_of(v));
     symbol = manager_.fresh_fun(name.text, arguments, result);
     if (recursive) bind_function(name, symbol);

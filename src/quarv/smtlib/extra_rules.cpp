@@ -55,7 +55,7 @@ void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer)
   std::size_t number = 0;
   const char* const end = number_or_text.data() + number_or_text.size();
   const auto [rest, fault] = std::from_chars(number_or_text.data(), end, number);
-  if (rest == end && number_or_text != "") {
+  if (rest == end && !number_or_text.empty()) {
     if (fault == std::errc() && number >= 1 && number <= num_rules) {
       return normalizer.set_rule_enabled(number - 1, false);
     }

@@ -7,7 +7,7 @@ namespace quarv::smtlib {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 }  // namespace
 

@@ -1,5 +1,7 @@
 #include "batch/batch_progress.h"
 
+#include <cmath>
+
 #include <fmt/format.h>
 
 namespace quarv::cli {
@@ -7,7 +9,7 @@ namespace quarv::cli {
 namespace {
 
 std::string as_time(double seconds) {
-  const auto s = static_cast<long>(seconds + 0.5);
+  const auto s = std::lround(seconds);
   if (s < 60) return fmt::format("{} s", s);
   if (s < 3600) return fmt::format("{}:{:02} min", s / 60, s % 60);
   return fmt::format("{}:{:02} h", s / 3600, s / 60 % 60);

@@ -142,7 +142,7 @@ std::optional<Row> row_of(const BatchInput& input, const Ending& ending, const B
     if (line == unchanged) return std::nullopt;
     row.update(Json::parse(line));
   }
-  if (row["status"] == "") row.update(failure_of(ending, limits));
+  if (row["status"].get_ref<const std::string&>().empty()) row.update(failure_of(ending, limits));
   if (row["status"] == "memory" && limits.bytes != 0) {
     row["message"] =
         fmt::format("more than {:.0f} MiB needed", static_cast<double>(limits.bytes) / (1 << 20));

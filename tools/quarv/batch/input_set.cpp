@@ -68,7 +68,7 @@ class Search {
  private:
   [[noreturn]] static void refuse(const std::string& reason) { throw InputConflict(reason); }
 
-  void add_input(BatchInput input) { inputs_.try_emplace(input.name, std::move(input)); }
+  void add_input(BatchInput&& input) { inputs_.try_emplace(input.name, std::move(input)); }
 
   void add_fault(const fs::path& path, const std::string& fault) {
     add_input({path.lexically_normal().string(), path.string(), "", std::nullopt, fault});

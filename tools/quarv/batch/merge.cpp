@@ -20,7 +20,7 @@ void expect_same_kind(const ResultsHeader& a, const ResultsHeader& b, const std:
   if (a.inputs != b.inputs) differ("another number of inputs");
 }
 
-void add_rows(std::map<std::string, Row>& to, std::map<std::string, Row> from) {
+void add_rows(std::map<std::string, Row>& to, std::map<std::string, Row>&& from) {
   for (auto& [name, row] : from) {
     const auto [found, is_new] = to.try_emplace(name, row);
     if (!is_new && found->second.status == pending_status) found->second = std::move(row);

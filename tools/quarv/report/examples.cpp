@@ -43,10 +43,12 @@ class ExampleMaker {
               [](const Candidate& a, const Candidate& b) { return a.assertion < b.assertion; });
     Derivation derivation(terms_, written_, simplified_);
     std::vector<std::pair<Candidate, Example>> examples;
+    examples.reserve(chosen.size());
     for (const Candidate& c : chosen) examples.emplace_back(c, example(derivation, c));
     std::stable_sort(examples.begin(), examples.end(),
                      [](const auto& a, const auto& b) { return by_reduction(a.first, b.first); });
     std::vector<Example> result;
+    result.reserve(examples.size());
     for (auto& [candidate, e] : examples) result.push_back(std::move(e));
     return result;
   }
