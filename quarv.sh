@@ -147,8 +147,9 @@ case $command in
     exec python3 "$root/tests/equivalence/metamorphic.py" "$@"
     ;;
   fuzz)
-    need "${build_packages[@]}" "${test_packages[@]}" "${fuzz_packages[@]}"
     seconds=${1:-60}
+    [[ $seconds =~ ^[1-9][0-9]*$ ]] || die "fuzz: a number of seconds is expected, not '$seconds'"
+    need "${build_packages[@]}" "${test_packages[@]}" "${fuzz_packages[@]}"
     if (($# > 1)); then fuzz_targets=("${@:2}"); fi
     say "building: fuzz"
     build fuzz "${fuzz_targets[@]/%/_fuzz}"

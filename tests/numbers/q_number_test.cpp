@@ -355,6 +355,11 @@ TEST(QNumberText, Parses) {
   EXPECT_TRUE(QNumber::parse("100000000000000000000.00").to_string() == "100000000000000000000");
   EXPECT_EQ(QNumber::parse("0." + std::string(40, '0') + "5").den(), mpz_class("2" + std::string(40, '0')));
   EXPECT_EQ(QNumber::parse("1." + std::string(40, '0')), QNumber(1));
+  // Leading zeros are no sign of octal digits, however long the text.
+  EXPECT_EQ(QNumber::parse("0.1234567012345670123"),
+            QNumber(mpz_class("1234567012345670123", 10), mpz_class("1" + std::string(19, '0'), 10)));
+  EXPECT_EQ(QNumber::parse("0.8888888888888888888").to_string(), "1111111111111111111/1250000000000000000");
+  EXPECT_EQ(QNumber::parse(std::string(40, '0') + "12"), QNumber(12));
 }
 
 TEST(QNumberText, RejectsWhatIsNoNumber) {

@@ -78,6 +78,11 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
+// Replaced too, as what it allocates (std::stable_sort's buffer) is given to the operator delete below.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+  return __wrap_malloc(size == 0 ? 1 : size);
+}
+
 void operator delete(void* block) noexcept {
   std::free(block);
 }

@@ -14,6 +14,9 @@ bool all_digits(std::string_view text) {
 // So many digits are a word, whatever they are.
 constexpr std::size_t max_word_digits = 18;
 
+// Without it a leading zero would mean octal digits to GMP.
+constexpr int decimal_base = 10;
+
 long word_of(std::string_view digits) {
   long value = 0;
   for (const char digit : digits) value = 10 * value + (digit - '0');
@@ -22,7 +25,7 @@ long word_of(std::string_view digits) {
 
 QNumber integer_of(std::string_view digits) {
   if (digits.size() <= max_word_digits) return QNumber(word_of(digits));
-  return QNumber::from_integer(mpz_class(std::string(digits)).get_mpz_t());
+  return QNumber::from_integer(mpz_class(std::string(digits), decimal_base).get_mpz_t());
 }
 
 QNumber power_of_ten(std::size_t exponent) {
