@@ -1,7 +1,9 @@
 """Chromium without a window, spoken to by the DevTools protocol through pipes."""
 import base64
+import contextlib
 import json
 import os
+import signal
 import subprocess
 import tempfile
 
@@ -11,7 +13,7 @@ import batch_fixture as batch
 class Browser:
     def __init__(self):
         chromium, = batch.need('chromium')
-        self._profile = tempfile.TemporaryDirectory(prefix='quarv_browser_')
+        self._profile = tempfile.TemporaryDirectory(prefix='quarv_browser_', ignore_cleanup_errors=True)
         to_read, self._to = os.pipe()
         self._from, from_write = os.pipe()
         # The browser listens on descriptor 3 and answers on 4.
@@ -21,7 +23,8 @@ class Browser:
             flags.append('--no-sandbox')  # which Chromium demands of root
         command = f'exec "$0" "$@" 3<&{to_read} 4>&{from_write}'
         self._process = subprocess.Popen(['bash', '-c', command, chromium, *flags], pass_fds=(to_read, from_write),
-                                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+                                         stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
+                                         start_new_session=True)
         os.close(to_read)
         os.close(from_write)
         self._buffer = b''
@@ -40,6 +43,9 @@ class Browser:
         os.close(self._to)
         self._process.terminate()
         self._process.wait(20)
+        # Its helpers may live a little longer, and write into the profile.
+        with contextlib.suppress(ProcessLookupError):
+            os.killpg(self._process.pid, signal.SIGKILL)
         os.close(self._from)
         self._profile.cleanup()
 

@@ -20,21 +20,45 @@ namespace {
 char pending[PATH_MAX];
 constexpr int fatal_signals[] = {SIGINT, SIGTERM, SIGHUP};
 
-extern "C" void remove_pending(int signal) {
+sigset_t fatal_set() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (int signal : fatal_signals) sigaddset(&set, signal);
+  return set;
+}
+
+extern "C" void remove_pending(int fatal) {
   unlink(pending);
-  raise(signal);  // the handler is for one shot: this time the signal ends the program
+  std::signal(fatal, SIG_DFL);
+  raise(fatal);  // it is held back until the handler ends, and ends the program then
 }
 
 void watch_signals() {
   struct sigaction action = {};
   action.sa_handler = remove_pending;
-  action.sa_flags = static_cast<int>(SA_RESETHAND | SA_NODEFER);
+  // Signals often come in pairs: a second one must not end the program before the file is removed.
+  action.sa_mask = fatal_set();
   for (int signal : fatal_signals) {
     struct sigaction old;
     sigaction(signal, nullptr, &old);
     if (old.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
   }
 }
+
+/// While it lives, fatal signals wait: none comes between the making of a file and the note to remove it.
+class SignalsHeld {
+ public:
+  SignalsHeld() {
+    const sigset_t held = fatal_set();
+    pthread_sigmask(SIG_BLOCK, &held, &before_);
+  }
+  ~SignalsHeld() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+ private:
+  sigset_t before_;
+};
 
 /// The file that a path leads to, links followed.
 std::string resolved(const std::string& path) {
@@ -97,6 +121,7 @@ void Output::create_temporary() {
   const bool fixed = temporary_name_ == TemporaryName::fixed;
   std::string name = fixed ? fixed_temporary(target_) : temporary_beside(target_) + ".XXXXXX";
   if (name.size() >= sizeof pending) throw FileError("write", name_, ENAMETOOLONG);
+  const SignalsHeld held;
   FileDescriptor file(fixed ? open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)
                             : mkostemp(name.data(), O_CLOEXEC));
   if (!file) throw FileError("write", name_);
