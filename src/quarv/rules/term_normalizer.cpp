@@ -74,7 +74,8 @@ bool TermNormalizer::is_finished(const Term* t) {
 
 /// What is to stand for `t`: its normal form when that is known, else itself.
 const Term* TermNormalizer::form_of(const Term* t) {
-  return is_finished(t) ? entry(t) : t;
+  const Term* const form = entry(t);
+  return form != nullptr && form != in_progress ? form : t;
 }
 
 // Rewriting.
@@ -129,8 +130,7 @@ void TermNormalizer::run() {
     Frame& frame = stack_.back();
     if (push_next_child(frame)) continue;
     const Term* const current = frame.current;
-    // Terms from before this call may not have come from a full constructor.
-    const Term* next = rebuild(current, current->id < first_new_id_);
+    const Term* next = rebuild(current, current->id < first_new_id_ && !inputs_are_simplified_);
     if (next == current) {
       trail_.back().rules_tried = true;
       next = apply_rule(current);
@@ -175,14 +175,12 @@ bool TermNormalizer::push_next_child(Frame& frame) {
 /// changed, or `always`.
 const Term* TermNormalizer::rebuild(const Term* t, bool always) {
   const TermManager::Args args = mgr_->args_of(t);
-  const std::size_t rewritable = mgr_->rewritable_args(t->symbol);
-  bool changed = always && !args.empty();
+  const auto rewritable = args.first(mgr_->rewritable_args(t->symbol));
+  const auto is_normal = [this](const Term* arg) { return form_of(arg) == arg; };
+  if (args.empty() || (!always && std::ranges::all_of(rewritable, is_normal))) return t;
   args_.assign(args.begin(), args.end());
-  for (std::size_t i = 0; i < rewritable; ++i) {
-    args_[i] = form_of(args[i]);
-    changed = changed || args_[i] != args[i];
-  }
-  return changed ? mgr_->make_term_unchecked(t->symbol, args_) : t;
+  std::ranges::transform(rewritable, args_.begin(), [this](const Term* arg) { return form_of(arg); });
+  return mgr_->make_term_unchecked(t->symbol, args_);
 }
 
 /// What the first rule that rewrites `t` makes of it; `t` when none does or none may any more.

@@ -87,6 +87,10 @@ class QUARV_API TermNormalizer {
   /// throws passes through.
   const Term* normalize(TermManager* mgr, const Term* t);
 
+  /// Says whether the terms passed to `normalize` were built by full constructors, with the simplifiers that
+  /// the manager has now. Then only what changes is built again. They are not, unless said.
+  void set_inputs_are_simplified(bool yes) noexcept { inputs_are_simplified_ = yes; }
+
   /// Limits the rule applications of each call of `normalize`. Without a limit set, the budget grows with the
   /// input: `base_budget` applications and `budget_per_term` for each term
   /// visited that was there before the call.
@@ -144,6 +148,7 @@ class QUARV_API TermNormalizer {
   std::vector<OwnedRule> rules_;
   rules::RuleIndex index_;
   bool index_is_current_ = false;
+  bool inputs_are_simplified_ = false;
 
   std::optional<std::uint64_t> step_budget_;
   SimplificationObserver* observer_ = nullptr;

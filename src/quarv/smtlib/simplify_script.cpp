@@ -24,6 +24,7 @@ Session::Session(const SimplifyOptions& options) {
   reader_options.canonical_nan = !options.standard;
   if (options.simplify && options.rules) {
     reader_options.finish = [this](const Term* t) { return normalized(t); };
+    simplifier_.normalizer.set_inputs_are_simplified(true);  // the reader builds with full constructors
   }
   reader_ = std::make_unique<Reader>(manager_, reader_options);
 }
