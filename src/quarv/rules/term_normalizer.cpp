@@ -61,10 +61,13 @@ void TermNormalizer::clear_cache() {
 }
 
 /// The place of `t` in the cache, which grows with the manager's terms.
-const Term*& TermNormalizer::entry(const Term* t) {
-  if (t->id >= cache_.size())
-    cache_.resize(std::max<std::size_t>(t->id + t->id / 2, mgr_->num_terms()) + 1, nullptr);
+inline const Term*& TermNormalizer::entry(const Term* t) {
+  if (t->id >= cache_.size()) grow_cache();
   return cache_[t->id];
+}
+
+void TermNormalizer::grow_cache() {
+  cache_.resize(mgr_->num_terms() + mgr_->num_terms() / 2, nullptr);
 }
 
 bool TermNormalizer::is_finished(const Term* t) {
@@ -73,12 +76,17 @@ bool TermNormalizer::is_finished(const Term* t) {
 }
 
 /// What is to stand for `t`: its normal form when that is known, else itself.
-const Term* TermNormalizer::form_of(const Term* t) {
+inline const Term* TermNormalizer::form_of(const Term* t) {
   const Term* const form = entry(t);
   return form != nullptr && form != in_progress ? form : t;
 }
 
 // Rewriting.
+
+inline void TermNormalizer::note_visit(const Term* t) {
+  ++visited_;
+  if (t->id < first_new_id_) ++visited_before_;
+}
 
 const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t) {
   prepare(mgr);
@@ -151,8 +159,7 @@ void TermNormalizer::unwind() {
 }
 
 void TermNormalizer::push(const Term* t) {
-  ++visited_;
-  if (t->id < first_new_id_) ++visited_before_;
+  note_visit(t);
   entry(t) = in_progress;
   stack_.push_back({t, trail_.size(), 0});
   trail_.push_back({t, false});
@@ -164,9 +171,14 @@ bool TermNormalizer::push_next_child(Frame& frame) {
   const auto end = static_cast<std::uint32_t>(mgr_->rewritable_args(t->symbol));
   while (frame.next_child < end) {
     const Term* const child = t->args[frame.next_child++];
-    if (entry(child) != nullptr) continue;
-    push(child);
-    return true;
+    const Term*& form = entry(child);
+    if (form != nullptr) continue;
+    if (mgr_->arity(child) != 0 || index_.has_rules(mgr_->get_tag(child->symbol))) {
+      push(child);
+      return true;
+    }
+    note_visit(child);
+    form = child;
   }
   return false;
 }

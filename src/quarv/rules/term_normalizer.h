@@ -133,9 +133,11 @@ class QUARV_API TermNormalizer {
   void unwind();
   void abandon();
 
+  void grow_cache();
   const Term*& entry(const Term* t);
   bool is_finished(const Term* t);
   const Term* form_of(const Term* t);
+  void note_visit(const Term* t);
   void push(const Term* t);
   bool push_next_child(Frame& frame);
   const Term* rebuild(const Term* t, bool always);

@@ -200,6 +200,8 @@ Script Reader::read(std::string_view text, std::string file,
                     const std::function<void(const Script&)>& command_read) {
   set_input(text, std::move(file));
   keep_text_ = false;
+  constexpr std::size_t bytes_per_term = 32;  // rather many: room without terms costs cache misses
+  manager_.reserve_terms(text.size() / bytes_per_term);
   Script script;
   while (next_command(script)) {
     if (command_read) command_read(script);

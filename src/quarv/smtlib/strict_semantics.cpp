@@ -14,17 +14,21 @@ namespace {
 
 using Args = std::vector<const Term*>;
 
+bool is_literal(const TermManager& m, const Term* t) {
+  return m.get_number(t) != nullptr && m.is_fp_type(m.type_of(t));
+}
+
 /// The number that a floating-point literal stands for; none for other terms.
 std::optional<IEEEFloat> literal_value(const TermManager& m, const Term* t) {
-  const QNumber* const bits = m.get_number(t);
-  if (bits == nullptr || !m.is_fp_type(m.type_of(t))) return std::nullopt;
+  if (!is_literal(m, t)) return std::nullopt;
   IEEEFloat::format f{};
   m.get_format_from_type(m.type_of(t), &f.ew, &f.mw);
-  return IEEEFloat::from_bits(*bits, f);
+  return IEEEFloat::from_bits(*m.get_number(t), f);
 }
 
 /// The one NaN of its type instead of any NaN literal; every other term as it is.
 const Term* with_one_nan(TermManager& m, const Term* t) {
+  if (!is_literal(m, t)) return t;
   const std::optional<IEEEFloat> x = literal_value(m, t);
   if (!x || !x->is_nan()) return t;
   return build::make_nan(m, x->get_format().ew, x->get_format().mw);

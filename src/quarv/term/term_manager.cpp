@@ -28,6 +28,34 @@ class ArgVector {
   std::vector<const Term*>* vector_;
 };
 
+namespace {
+
+/// Most terms have few arguments: a call of a general copying routine would take longer than the copying.
+void copy_args(std::span<const Term* const> from, const Term** to) noexcept {
+  switch (from.size()) {
+    case 3:
+      to[2] = from[2];
+      [[fallthrough]];
+    case 2:
+      to[1] = from[1];
+      [[fallthrough]];
+    case 1:
+      to[0] = from[0];
+      [[fallthrough]];
+    case 0:
+      return;
+    default:
+      std::copy(from.begin(), from.end(), to);
+  }
+}
+
+const Term** resized(std::vector<const Term*>& vector, std::size_t size) {
+  if (vector.size() != size) vector.resize(size);
+  return vector.data();
+}
+
+}  // namespace
+
 TermManager::TermManager() : tables_(std::make_unique<SymbolTables>()) {
   bool_type = new_basic_type("Bool");
   rat_type = new_basic_type("Real");
@@ -70,7 +98,7 @@ const Term* TermManager::new_term(const Symbol* symbol, Args args) {
   Term* t = static_cast<Term*>(arena_.allocate(sizeof(Term) + args.size_bytes()));
   t->id = next_id_++;
   t->symbol = symbol;
-  std::copy(args.begin(), args.end(), t->args);
+  copy_args(args, t->args);
   return t;
 }
 
@@ -90,7 +118,7 @@ const Term* TermManager::intern(const Symbol* symbol, Args args) {
 const Term* TermManager::simplified(const Symbol* symbol, Args args) {
   if (simplifier_ == nullptr || args.empty()) return intern(symbol, args);
   const ArgVector vector(*this);
-  (*vector).assign(args.begin(), args.end());
+  copy_args(args, resized(*vector, args.size()));
   return simplifier_->simplify(this, symbol, *vector);
 }
 
@@ -115,12 +143,16 @@ namespace {
 
 void TermManager::check_type(const char* op, const Term* a, std::size_t position,
                              const DataType* wanted) const {
-  const DataType* found = type_of(a);
-  if (found == wanted || (found == int_type && wanted == rat_type)) return;
-  wrong_type(op, position, found, wanted->to_string());
+  if (!fits(a, wanted)) wrong_type(op, position, type_of(a), wanted->to_string());
 }
 
 void TermManager::check_args(const Symbol* symbol, Args args) const {
+  bool good = args.size() == symbol->arity_;
+  for (std::size_t i = 0; good && i < args.size(); ++i) good = fits(args[i], symbol->arg_types_[i]);
+  if (!good) report_args(symbol, args);
+}
+
+void TermManager::report_args(const Symbol* symbol, Args args) const {
   const char* op = symbol->tag_ == SymbolTag::UF || symbol->tag_ == SymbolTag::OPAQUE
                        ? symbol->name
                        : SymbolTag::name(get_tag(symbol));
@@ -170,7 +202,13 @@ const Term* TermManager::make_numeral(const QNumber& value, const DataType* type
 }
 
 const Term* TermManager::make_number(const QNumber& value) {
-  return make_numeral(value, value.is_integer() ? int_type : rat_type);
+  if (!value.is_small() || value.small_den() != 1) {
+    return make_numeral(value, value.is_integer() ? int_type : rat_type);
+  }
+  const auto index = static_cast<std::uint64_t>(value.small_num()) + num_low_integers;
+  if (index >= low_integers_.size()) return make_numeral(value, int_type);
+  if (low_integers_[index] == nullptr) low_integers_[index] = make_numeral(value, int_type);
+  return low_integers_[index];
 }
 
 namespace {

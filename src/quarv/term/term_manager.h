@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
@@ -120,6 +121,9 @@ class QUARV_API TermManager {
 
   /// Number of terms created so far; ids are 0 to `num_terms() - 1`.
   std::size_t num_terms() const noexcept { return next_id_; }
+
+  /// Prepares for so many terms; more or fewer may come.
+  void reserve_terms(std::size_t n) { terms_.reserve(n); }
 
   /// Number of children of terms headed by `symbol`.
   std::size_t arity(const Symbol* symbol) const noexcept { return symbol->arity_; }
@@ -598,7 +602,11 @@ class QUARV_API TermManager {
   const Term* intern(const Symbol* symbol, Args args);
   const Term* new_term(const Symbol* symbol, Args args);
   const Term* simplified(const Symbol* symbol, Args args);
+  bool fits(const Term* a, const DataType* wanted) const noexcept {
+    return type_of(a) == wanted || (type_of(a) == int_type && wanted == rat_type);
+  }
   void check_args(const Symbol* symbol, Args args) const;
+  void report_args(const Symbol* symbol, Args args) const;
 
   const Term* make_bv_unary(SymbolTag::tag tag, const Term* a);
   const Term* make_bv_binary(SymbolTag::tag tag, const Term* a, const Term* b);
@@ -630,6 +638,9 @@ class QUARV_API TermManager {
   Arena arena_;
   TermTable terms_;
   NumberTable number_terms_;
+  // The integers that occur most, from -num_low_integers on, once they were made.
+  static constexpr std::uint64_t num_low_integers = 256;
+  std::array<const Term*, 1024> low_integers_{};
   std::vector<std::unique_ptr<std::vector<const Term*>>> arg_vectors_;  // recycled by nested simplifications
   std::size_t arg_vectors_used_ = 0;
   const Symbol* rounding_symbols_[5] = {};

@@ -56,6 +56,16 @@ class TermTable {
     ++count_;
   }
 
+  /// Makes room for `n` terms, so that the table does not grow on the way there. Only an empty table is
+  /// moved.
+  void reserve(std::size_t n) {
+    if (count_ != 0 || n <= limit()) return;
+    unsigned log_size = log_size_;
+    while ((std::size_t{3} << log_size) / 4 < n) ++log_size;
+    slots_.reset(allocate(std::size_t{1} << log_size));
+    log_size_ = log_size;
+  }
+
   /// Number of terms.
   std::size_t size() const noexcept { return count_; }
 
