@@ -262,16 +262,21 @@ void ScriptWriter::order_by_creation(std::span<Node> operands) const {
   }
 }
 
+/// Whether a reader's constructor leaves the arguments `a` and `b` of an operator in the order of the text.
+bool ScriptWriter::keeps_order(SymbolTag::tag tag, const Term* a, const Term* b) const {
+  if (tag == SymbolTag::PLUS) return same_order(monomial_of(m_, a), monomial_of(m_, b));
+  if (same_order(a, b)) return true;
+  // What is written in the order of creation stays so. In chains and in polynomials, however, another order
+  // of the leaves may be another simplification.
+  const bool is_plain = !is_flat(tag) && tag != SymbolTag::IFF && !m_.is_arithmetic_type(m_.type_of(a));
+  return is_plain && created_[a->id] < created_[b->id];
+}
+
 /// `parts` are the arguments in the order of the text.
 void ScriptWriter::check_order(const Term* t, std::span<const Node> parts) {
-  if (!stable_) return;
   const SymbolTag::tag tag = m_.get_tag(t->symbol);
-  for (std::size_t i = first_ordered(t, parts.size()); i + 1 < parts.size(); ++i) {
-    const Term* a = parts[i].term();
-    const Term* b = parts[i + 1].term();
-    if (tag == SymbolTag::PLUS ? !same_order(monomial_of(m_, a), monomial_of(m_, b)) : !same_order(a, b)) {
-      stable_ = false;
-    }
+  for (std::size_t i = first_ordered(t, parts.size()); stable_ && i + 1 < parts.size(); ++i) {
+    stable_ = keeps_order(tag, parts[i].term(), parts[i + 1].term());
   }
 }
 

@@ -92,6 +92,7 @@ class ScriptWriter {
   void order_by_creation(std::span<Node> operands) const;
   void check_order(const Term* t, std::span<const Node> parts);
   bool same_order(const Term* a, const Term* b) const;
+  bool keeps_order(SymbolTag::tag tag, const Term* a, const Term* b) const;
 
   void check_size() const;
 

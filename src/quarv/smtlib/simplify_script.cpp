@@ -112,7 +112,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   // every such case, as long as it names what is shared; where it does not, or where it costs next to
   // nothing, the text is read again in any case.
   constexpr std::size_t most_rounds = 8;
-  constexpr std::size_t small_text = 64 << 10;
+  constexpr std::size_t small_text = 256 << 10;
   SimplifyReport report;
   std::string previous;
   for (;; ++report.rounds) {
