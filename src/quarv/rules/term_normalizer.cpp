@@ -57,7 +57,7 @@ void TermNormalizer::build_index() {
 // Results.
 
 void TermNormalizer::clear_cache() {
-  std::vector<const Term*>().swap(cache_);
+  LargeVector<const Term*>().swap(cache_);
 }
 
 /// The place of `t` in the cache, which grows with the manager's terms.

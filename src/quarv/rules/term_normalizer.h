@@ -13,6 +13,7 @@
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/term/symbol_tag.h>
 #include <quarv/term/term.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv {
 
@@ -157,7 +158,7 @@ class QUARV_API TermNormalizer {
   Statistics statistics_;
 
   TermManager* mgr_ = nullptr;
-  std::vector<const Term*> cache_;  // by id: null, the normal form, or the mark of a term being normalised
+  LargeVector<const Term*> cache_;  // by id: null, the normal form, or the mark of a term being normalised
 
   // The call under way.
   std::vector<Frame> stack_;

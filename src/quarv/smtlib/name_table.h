@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <quarv/term/arena.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::smtlib {
 
@@ -99,14 +100,14 @@ class NameTable {
   }
 
   void grow() {
-    std::vector<Slot> old(2 * slots_.size());
+    LargeVector<Slot> old(2 * slots_.size());
     old.swap(slots_);
     for (const Slot& slot : old) {
       if (slot.name != nullptr) place(slot);
     }
   }
 
-  std::vector<Slot> slots_{std::vector<Slot>(1024)};
+  LargeVector<Slot> slots_{LargeVector<Slot>(1024)};
   std::deque<Name> names_;
   std::vector<Undo> trail_;
   Arena text_;

@@ -10,6 +10,7 @@
 #include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/sharing.h>
 #include <quarv/smtlib/term_writer.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::smtlib {
 
@@ -107,7 +108,7 @@ class ScriptWriter {
   std::vector<Item> items_;
   std::vector<Node> parts_;           // of the items `rest`
   std::vector<std::string> texts_;    // of the items `owned_text`
-  std::vector<std::uint32_t> names_;  // by term id: kind and number
+  LargeVector<std::uint32_t> names_;  // by term id: kind and number
   std::unordered_map<const Term*, std::uint32_t> real_names_;
   std::vector<Node> let_names_;  // given in the unit that is being written
   std::uint32_t num_lets_ = 0;
@@ -116,7 +117,7 @@ class ScriptWriter {
   std::size_t next_definition_ = 0;
   std::string let_prefix_;
 
-  std::vector<std::uint32_t> created_;  // by term id, 0: not yet
+  LargeVector<std::uint32_t> created_;  // by term id, 0: not yet
   std::uint32_t num_created_ = 0;
 };
 

@@ -6,6 +6,7 @@
 
 #include <quarv/smtlib/printed_node.h>
 #include <quarv/smtlib/script.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::smtlib {
 
@@ -119,8 +120,8 @@ class SharingPlan {
   const Script& script_;
 
   std::uint32_t epoch_ = 0;
-  std::vector<Info> infos_;       // by term id
-  std::vector<Info> real_infos_;  // likewise, of integer-typed terms as Reals; empty until there is one
+  LargeVector<Info> infos_;       // by term id
+  LargeVector<Info> real_infos_;  // likewise, of integer-typed terms as Reals; empty until there is one
   /// The free variables of terms with any, one bit each; the last bit stands for all further variables.
   hsh::HashMap<const Term*, std::uint64_t> free_variables_;
   hsh::HashMap<const Term*, std::uint64_t> variable_bits_;
@@ -129,7 +130,7 @@ class SharingPlan {
   std::vector<std::uint32_t> first_units_;
   std::vector<std::uint32_t> unit_commands_;
   std::vector<Node> roots_;       // of the units
-  std::vector<Node> post_order_;  // every compound node met, children first
+  LargeVector<Node> post_order_;  // every compound node met, children first
   std::vector<Frame> frames_;
   std::vector<Node> children_;  // of the frames, one after the other
 

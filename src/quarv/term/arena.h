@@ -5,6 +5,8 @@
 #include <new>
 #include <utility>
 
+#include <quarv/util/large_pages.h>
+
 namespace quarv {
 
 /// Bump allocation in growing chunks; everything is released at once with the arena. Blocks are 8-byte
@@ -36,7 +38,7 @@ class Arena {
 
  private:
   static constexpr std::size_t first_chunk = 16 << 10;
-  static constexpr std::size_t largest_chunk = 1 << 20;
+  static constexpr std::size_t largest_chunk = 4 << 20;
 
   struct Chunk {
     Chunk* next;
@@ -46,8 +48,7 @@ class Arena {
 
   void add_chunk(std::size_t bytes) {
     const std::size_t size = sizeof(Chunk) + (bytes > chunk_size_ ? bytes : chunk_size_);
-    char* chunk = static_cast<char*>(std::malloc(size));
-    if (chunk == nullptr) throw std::bad_alloc();
+    char* chunk = static_cast<char*>(allocate_block(size));
     chunks_ = ::new (chunk) Chunk{chunks_};
     next_ = chunk + sizeof(Chunk);
     end_ = chunk + size;

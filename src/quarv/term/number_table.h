@@ -2,10 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include <quarv/numbers/q_number.h>
 #include <quarv/term/term.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv {
 
@@ -55,7 +55,7 @@ class NumberTable {
   }
 
   void grow() {
-    std::vector<Slot> larger(slots_.empty() ? 256 : 2 * slots_.size());
+    LargeVector<Slot> larger(slots_.empty() ? 256 : 2 * slots_.size());
     for (const Slot& slot : slots_) {
       if (slot.term == nullptr) continue;
       std::size_t i = slot.hash & (larger.size() - 1);
@@ -65,7 +65,7 @@ class NumberTable {
     slots_.swap(larger);
   }
 
-  std::vector<Slot> slots_;
+  LargeVector<Slot> slots_;
   std::size_t count_ = 0;
 };
 

@@ -5,8 +5,7 @@
 namespace quarv {
 
 void TermTable::grow() {
-  std::unique_ptr<std::uint64_t[], Free> larger(allocate(std::size_t{2} << log_size_));
-  const std::unique_ptr<std::uint64_t[], Free> old = std::exchange(slots_, std::move(larger));
+  const Slots old = std::exchange(slots_, Slots(std::size_t{2} << log_size_));
   const unsigned old_log_size = log_size_++;
   const std::size_t old_size = std::size_t{1} << old_log_size;
   // The fragment holds the bits of the larger table's home below the region; see the class comment.

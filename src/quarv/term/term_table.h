@@ -2,12 +2,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
-#include <new>
 #include <span>
 
 #include <quarv/term/term.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv {
 
@@ -28,7 +26,7 @@ class TermTable {
  public:
   using Args = std::span<const Term* const>;
 
-  TermTable() : slots_(allocate(std::size_t{1} << initial_log_size)) {}
+  TermTable() : slots_(std::size_t{1} << initial_log_size) {}
 
   /// A place in the table: where the term is, or where it has to be inserted.
   struct Probe {
@@ -62,7 +60,7 @@ class TermTable {
     if (count_ != 0 || n <= limit()) return;
     unsigned log_size = log_size_;
     while ((std::size_t{3} << log_size) / 4 < n) ++log_size;
-    slots_.reset(allocate(std::size_t{1} << log_size));
+    slots_ = Slots(std::size_t{1} << log_size);
     log_size_ = log_size;
   }
 
@@ -75,15 +73,7 @@ class TermTable {
   static constexpr unsigned fragment_bits = 16;
   static constexpr std::uint64_t fragment_mask = ~std::uint64_t{0} << 48;
 
-  struct Free {
-    void operator()(std::uint64_t* p) const noexcept { std::free(p); }
-  };
-
-  static std::uint64_t* allocate(std::size_t n) {
-    void* p = std::calloc(n, sizeof(std::uint64_t));
-    if (p == nullptr) throw std::bad_alloc();
-    return static_cast<std::uint64_t*>(p);
-  }
+  using Slots = LargeVector<std::uint64_t>;
 
   static const Term* term_of(std::uint64_t slot) noexcept {
     return reinterpret_cast<const Term*>(slot & ~fragment_mask);
@@ -118,7 +108,7 @@ class TermTable {
 
   void grow();
 
-  std::unique_ptr<std::uint64_t[], Free> slots_;
+  Slots slots_;
   unsigned log_size_ = initial_log_size;
   std::size_t count_ = 0;
   std::size_t longest_distance_ = 0;
