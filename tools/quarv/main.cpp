@@ -1,9 +1,11 @@
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
 #include <string>
+#include <string_view>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -55,20 +57,44 @@ int fail(const char* prefix, const char* message) {
   return quarv::cli::failure;
 }
 
+bool main_has_begun = false;
+
 /// Where an exception cannot be caught, lack of memory still ends with its message: while objects are
-/// constructed before `main` begins. So this is installed before any of them.
+/// constructed before `main` begins. So this is installed before any of them. At that time there may be no
+/// memory for an exception either, as the C++ library's reserve is one of those objects.
 [[noreturn]] void end_uncaught() noexcept {
+  bool out_of_memory = !main_has_begun;
   try {
     if (std::current_exception()) throw;
   } catch (const std::bad_alloc&) {
-    std::_Exit(fail("quarv: error: ", "out of memory"));
+    out_of_memory = true;
   } catch (...) {
+    out_of_memory = false;
   }
+  if (out_of_memory) std::_Exit(fail("quarv: error: ", "out of memory"));
   std::abort();
 }
 
 [[gnu::constructor(101)]] void install_end_uncaught() {
   std::set_terminate(end_uncaught);
+}
+
+struct Command {
+  std::string_view name;
+  void (*add)(CLI::App& program, int& status);
+};
+
+constexpr Command commands[] = {{"simplify", quarv::cli::add_simplify}, {"explain", quarv::cli::add_explain},
+                                {"batch", quarv::cli::add_batch},       {"report", quarv::cli::add_report},
+                                {"repl", quarv::cli::add_repl},         {"certify", quarv::cli::add_certify},
+                                {"replay", quarv::cli::add_replay},     {"rules", quarv::cli::add_rules}};
+
+/// Adds the command that is wanted. The others' options take longer to describe than many a script to
+/// simplify; they are needed only when the first argument is no command.
+void add_commands(CLI::App& program, std::string_view wanted, int& status) {
+  const Command* const known = std::ranges::find(commands, wanted, &Command::name);
+  if (known != std::end(commands)) return known->add(program, status);
+  for (const Command& command : commands) command.add(program, status);
 }
 
 int run(int argc, char** argv) {
@@ -77,14 +103,7 @@ int run(int argc, char** argv) {
   program.footer(examples);
   program.require_subcommand(1);
   int status = quarv::cli::success;
-  quarv::cli::add_simplify(program, status);
-  quarv::cli::add_explain(program, status);
-  quarv::cli::add_batch(program, status);
-  quarv::cli::add_report(program, status);
-  quarv::cli::add_repl(program, status);
-  quarv::cli::add_certify(program, status);
-  quarv::cli::add_replay(program, status);
-  quarv::cli::add_rules(program, status);
+  add_commands(program, argc > 1 ? argv[1] : "", status);
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
@@ -98,6 +117,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  main_has_begun = true;
   mp_set_memory_functions(allocate, reallocate, release);
   // A closed pipe is to be reported like any other failure to write.
   std::signal(SIGPIPE, SIG_IGN);

@@ -12,11 +12,11 @@ struct Classes {
   std::vector<SymbolTag::tag> representatives;
 };
 
-Classes classify(std::span<const RuleIndex::Entry> entries, SymbolTag::tag applicant, std::size_t child) {
+Classes classify(std::span<const RuleIndex::Entry> entries, std::size_t child) {
   std::array<bool, SymbolTag::count> told_apart{};
   for (const RuleIndex::Entry& entry : entries) {
     const ChildShape& shape = entry.shapes[child];
-    if (entry.applicant != applicant || shape.kind == ChildShape::Kind::any) continue;
+    if (shape.kind == ChildShape::Kind::any) continue;
     told_apart[shape.kind == ChildShape::Kind::headed_by ? shape.tag : SymbolTag::CONSTANT] = true;
   }
   Classes classes;
@@ -32,10 +32,9 @@ Classes classify(std::span<const RuleIndex::Entry> entries, SymbolTag::tag appli
 
 }  // namespace
 
-std::unique_ptr<RuleIndex::Table> RuleIndex::make_table(std::span<const Entry> entries,
-                                                        SymbolTag::tag applicant) {
-  const Classes first = classify(entries, applicant, 0);
-  const Classes second = classify(entries, applicant, 1);
+std::unique_ptr<RuleIndex::Table> RuleIndex::make_table(std::span<const Entry> entries) {
+  const Classes first = classify(entries, 0);
+  const Classes second = classify(entries, 1);
   auto table = std::make_unique<Table>();
   table->row = first.of;
   table->column = second.of;
@@ -44,9 +43,7 @@ std::unique_ptr<RuleIndex::Table> RuleIndex::make_table(std::span<const Entry> e
     for (const SymbolTag::tag b : second.representatives) {
       table->begin.push_back(static_cast<std::uint32_t>(table->numbers.size()));
       for (const Entry& entry : entries) {
-        if (entry.applicant == applicant && entry.shapes[0].admits(a) && entry.shapes[1].admits(b)) {
-          table->numbers.push_back(entry.number);
-        }
+        if (entry.shapes[0].admits(a) && entry.shapes[1].admits(b)) table->numbers.push_back(entry.number);
       }
     }
   }
@@ -56,8 +53,12 @@ std::unique_ptr<RuleIndex::Table> RuleIndex::make_table(std::span<const Entry> e
 
 void RuleIndex::build(std::span<const Entry> entries) {
   for (auto& table : tables_) table.reset();
-  for (const Entry& entry : entries) {
-    if (tables_[entry.applicant] == nullptr) tables_[entry.applicant] = make_table(entries, entry.applicant);
+  std::vector<Entry> sorted(entries.begin(), entries.end());
+  std::ranges::stable_sort(sorted, {}, &Entry::applicant);
+  for (auto begin = sorted.begin(); begin != sorted.end();) {
+    const auto end = std::ranges::upper_bound(begin, sorted.end(), begin->applicant, {}, &Entry::applicant);
+    tables_[begin->applicant] = make_table({begin, end});
+    begin = end;
   }
 }
 

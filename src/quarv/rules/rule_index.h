@@ -70,7 +70,7 @@ class RuleIndex {
     std::vector<std::uint32_t> numbers;
   };
 
-  static std::unique_ptr<Table> make_table(std::span<const Entry> entries, SymbolTag::tag applicant);
+  static std::unique_ptr<Table> make_table(std::span<const Entry> entries);  // those of one operator
 
   std::array<std::unique_ptr<Table>, SymbolTag::count> tables_;
 };
