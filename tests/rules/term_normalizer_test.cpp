@@ -59,6 +59,34 @@ TEST_F(Normalizer, FoldsTermsThatWereBuiltPlain) {
   EXPECT_EQ(normalize(plain), num(5));
 }
 
+TEST_F(Normalizer, BelievesThatItsInputsAreSimplified) {
+  struct Counting : TermSimplifier {
+    explicit Counting(TermSimplifier& wrapped) : inner(wrapped) {}
+    const Term* simplify(TermManager* manager, const Symbol* symbol,
+                         const std::vector<const Term*>& args) override {
+      ++calls;
+      return inner.simplify(manager, symbol, args);
+    }
+    TermSimplifier& inner;
+    int calls = 0;
+  } counting(simplifier);
+  const Term* const stays = mgr.make_bv_udiv(mgr.make_bv_xor(x, y), z);
+  const Term* const changes = mgr.make_bv_udiv(mgr.make_bv_sub(x, y), stays);
+  mgr.set_simplifier(&counting);
+  normalizer.set_inputs_are_simplified(true);
+  EXPECT_EQ(normalize(stays), stays);
+  EXPECT_EQ(counting.calls, 0);
+  const Term* const normal = normalize(changes);
+  EXPECT_GT(counting.calls, 0);  // what a rule builds, and what stands above it
+  EXPECT_EQ(normal, mgr.make_bv_udiv(mgr.make_bv_add(x, mgr.make_bv_neg(y)), stays));
+
+  normalizer.clear_cache();
+  normalizer.set_inputs_are_simplified(false);
+  counting.calls = 0;
+  EXPECT_EQ(normalize(stays), stays);
+  EXPECT_EQ(counting.calls, 2);
+}
+
 TEST_F(Normalizer, RulesThatUndoEachOtherStopBecauseConstantsFold) {
   // c1 + (c2 + x) regroups to (c1 + c2) + x, which regroups back unless c1 + c2 folds.
   const Term* inner = mgr.make_bv_add(num(2), x);

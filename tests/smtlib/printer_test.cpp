@@ -157,6 +157,21 @@ TEST(Printer, OperandsStandInTheOrderOfTheirCreation) {
   EXPECT_EQ(once.str(), twice.str());
 }
 
+/// A large output whose operands stand in the order of creation is known to be its own simplification.
+TEST(Printer, LargeOutputsAreNotSimplifiedAgain) {
+  std::string text = "(declare-fun v () (_ BitVec 16))";
+  for (int i = 1000; i < 9000; ++i) {
+    const std::string number = std::to_string(i);
+    // The negation that takes the place of the difference is created after the disjunction.
+    text += "(assert (= (bvudiv v #x" + number + ") (bvsub (bvor v (bvudiv #x" + number + " v)) v)))";
+  }
+  std::ostringstream once, twice;
+  EXPECT_EQ(simplify_script(text, "in.smt2", once, {}).rounds, 1u);
+  EXPECT_GT(once.str().size(), std::size_t{256} << 10);
+  simplify_script(once.str(), "in.smt2", twice, {});
+  EXPECT_EQ(once.str(), twice.str());
+}
+
 /// What a name stands for is not defined a second time for those who use the name.
 TEST(Printer, NamedTermsAreWrittenOnce) {
   const std::string text =
