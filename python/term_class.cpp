@@ -64,7 +64,7 @@ const char* operation(const PyTerm& self, const Infix& infix) {
 
 enum class Order : bool { given, reflected };
 
-/// What Python's operator means; its "not implemented" for values that cannot be operands.
+/// What Python's operator means; `NotImplemented` for values that cannot be operands.
 py::object infix_term(const PyTerm& self, const Infix& infix, py::handle other, Order order) {
   if (!is_operand(other)) return py::reinterpret_borrow<py::object>(Py_NotImplemented);
   const char* op = operation(self, infix);
