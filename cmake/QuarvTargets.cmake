@@ -1,6 +1,6 @@
 # What the targets of the project share: the language, the warnings, the sanitizers.
 find_program(QUARV_CCACHE ccache)
-if(QUARV_CCACHE)
+if(QUARV_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${QUARV_CCACHE})
 endif()
 

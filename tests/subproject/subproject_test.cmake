@@ -1,0 +1,24 @@
+# Configures the project in SOURCE_DIR, which has quarv as a part of it, in both ways, builds it in one, and runs what it made.
+# OPTIONS are those of the build, by which a compiler's cache knows the sources again.
+function(run)
+  execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
+  if(status)
+    message(FATAL_ERROR "${ARGN}:\n${output}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${WORK_DIR})
+set(configure ${CMAKE_COMMAND} -S ${SOURCE_DIR} -G Ninja -DQUARV_DIR=${QUARV_DIR} ${OPTIONS})
+run(${configure} -B ${WORK_DIR}/fetched -DBY_FETCH_CONTENT=ON -DQUARV_BUILD_TOOLS=OFF)
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/fetched --target quarv_rulec)
+run(${configure} -B ${WORK_DIR}/added)
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/added --target terms script)
+run(${WORK_DIR}/added/terms)
+execute_process(COMMAND ${WORK_DIR}/added/script OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+if(NOT text STREQUAL "(declare-const p Bool)\n(assert false)\n")
+  message(FATAL_ERROR "the script came out as\n${text}")
+endif()
+# By itself, without the program.
+run(${CMAKE_COMMAND} -S ${QUARV_DIR} -B ${WORK_DIR}/libraries -G Ninja ${OPTIONS} -DQUARV_BUILD_TOOLS=OFF
+    -DQUARV_BUILD_TESTS=OFF -DCMAKE_DISABLE_FIND_PACKAGE_CLI11=ON -DCMAKE_DISABLE_FIND_PACKAGE_nlohmann_json=ON)
+run(${CMAKE_COMMAND} --build ${WORK_DIR}/libraries --target quarv_rulec)
