@@ -5,7 +5,7 @@ usage: batch_overhead.py [--program PROGRAM] [--runs N] [PATH...]
 
 First the cost of a file with next to nothing in it, of 500: time, and processor time, which does not depend on what
 else the machine does. Writing a file includes waiting until it is on the disk. Then the time of whole runs over PATH
-(the corpus) with one and two workers. Of N runs the best one counts.
+(by default the folder that the variable QUARV_CORPUS names) with one and two workers. Of N runs the best one counts.
 """
 import argparse
 import os
@@ -39,8 +39,11 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument('--program', default=SOURCE / 'build/release/bin/quarv')
     parser.add_argument('--runs', type=int, default=5)
-    parser.add_argument('paths', nargs='*', default=[SOURCE.parent / 'shared' / 'corpus'], metavar='PATH')
+    parser.add_argument('paths', nargs='*', metavar='PATH')
     options = parser.parse_args()
+    options.paths = options.paths or [p for p in [os.environ.get('QUARV_CORPUS')] if p]
+    if not options.paths:
+        parser.error('no PATH is given, and QUARV_CORPUS names none')
     with tempfile.TemporaryDirectory(prefix='quarv-bench-') as folder:
         for i in range(NUM_SMALL):
             (Path(folder) / f'{i}.smt2').write_text('(check-sat)\n')

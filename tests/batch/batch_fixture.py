@@ -14,6 +14,8 @@ sys.path.insert(0, str(SOURCE / 'tests' / 'docs'))
 
 import pages  # noqa: E402
 
+# Real scripts, which are not part of the project.
+CORPUS = pathlib.Path(os.environ.get('QUARV_CORPUS') or SOURCE.parent / 'shared' / 'corpus').absolute()
 SKIPPED = 77  # the exit status by which ctest knows a skipped test
 
 

@@ -12,7 +12,7 @@ import batch_fixture as batch
 
 def start(quarv, folder, name, *options):
     return subprocess.Popen([quarv, 'batch', '-j', '2', '--out', name, '--results', f'{name}.jsonl', *options,
-                             batch.SOURCE.parent / 'shared' / 'corpus'], cwd=folder, stderr=subprocess.DEVNULL)
+                             batch.CORPUS], cwd=folder, stderr=subprocess.DEVNULL)
 
 
 def num_done(results):
@@ -25,8 +25,8 @@ def finished(folder):
 
 
 def test(folder, quarv):
-    if not (batch.SOURCE.parent / 'shared' / 'corpus').is_dir():
-        raise batch.Skip('the corpus is not part of the project')
+    if not batch.CORPUS.is_dir():
+        raise batch.Skip(f'there is no {batch.CORPUS}')
     start(quarv, folder, 'whole').wait()
     whole = batch.tree(folder / 'whole')
     half = num_done(folder / 'whole.jsonl') // 2
@@ -47,7 +47,7 @@ def test(folder, quarv):
 
     for share in (1, 2):
         subprocess.run([quarv, 'batch', '--out', 'parts', '--results', f'part{share}.jsonl', '--shard', f'{share}/2',
-                        batch.SOURCE.parent / 'shared' / 'corpus'], cwd=folder, check=False, stderr=subprocess.DEVNULL)
+                        batch.CORPUS], cwd=folder, check=False, stderr=subprocess.DEVNULL)
     subprocess.run([quarv, 'batch', '--merge', 'part1.jsonl', 'part2.jsonl', '--results', 'parts.jsonl'], cwd=folder,
                    check=False, stderr=subprocess.DEVNULL)
     assert batch.tree(folder / 'parts') == whole

@@ -69,9 +69,8 @@ def check_looks(browser, name):
 
 
 def test(folder, quarv):
-    corpus = batch.SOURCE.parent / 'shared' / 'corpus'
     batch.write_queries(folder)
-    inputs = corpus if corpus.is_dir() else folder / 'queries'
+    inputs = batch.CORPUS if batch.CORPUS.is_dir() else folder / 'queries'
     subprocess.run([quarv, 'batch', '--results', 'results.jsonl', inputs], cwd=folder, check=False,
                    stderr=subprocess.DEVNULL)
     subprocess.run([quarv, 'report', 'results.jsonl', '-o', 'batch.html'], cwd=folder, check=True)

@@ -23,6 +23,8 @@ from smt_text import has_binder, head, split
 from solver import PROVED, REFUTED, UNDECIDED, UNSUPPORTED, VERDICTS, Solver, Verdict
 
 SOURCE_DIR = Path(__file__).resolve().parents[2]
+# Real scripts, which are not part of the project.
+CORPUS = Path(os.environ.get("QUARV_CORPUS") or SOURCE_DIR.parent / "shared" / "corpus")
 SOLVERS = ("z3", "cvc5")
 SKIPPED = 77  # the exit status by which ctest knows a skipped test
 PROGRAM_SECONDS = 120
@@ -224,7 +226,7 @@ def files_of(paths):
 def parse_arguments(arguments):
     own, _, program_options = _partition(arguments, "--")
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("paths", nargs="*", type=Path, metavar="PATH", help="files and folders; the corpus by default")
+    parser.add_argument("paths", nargs="*", type=Path, metavar="PATH", help="files and folders; by default the folder QUARV_CORPUS")
     parser.add_argument("--program", type=Path, default=SOURCE_DIR / "build/release/bin/quarv")
     parser.add_argument("--solver", choices=SOLVERS, default="z3", help="who compares the assertions")
     parser.add_argument("--timeout", type=int, default=2000, metavar="MS", help="for each assertion")
@@ -239,7 +241,7 @@ def parse_arguments(arguments):
     parser.add_argument("-v", "--verbose", action="store_true", help="tell what was not proved, and why")
     options = parser.parse_args(own)
     options.program_options = program_options
-    options.paths = options.paths or [SOURCE_DIR.parent / "shared" / "corpus"]
+    options.paths = options.paths or [CORPUS]
     return options
 
 

@@ -20,7 +20,7 @@ import tempfile
 import time
 from pathlib import Path
 
-from check_equivalence import SOURCE_DIR, Progress, files_of, sample_of, skip
+from check_equivalence import CORPUS, SOURCE_DIR, Progress, files_of, sample_of, skip
 from comparison import Comparison, Mismatch, shorten
 from smt_text import split
 from solver import PROVED, REFUTED, UNDECIDED, VERDICTS, Solver, Verdict
@@ -212,7 +212,8 @@ def print_figures(results, num_ways):
 
 def parse_arguments(arguments):
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("paths", nargs="*", type=Path, metavar="PATH", help="files and folders; the corpus by default")
+    parser.add_argument("paths", nargs="*", type=Path, metavar="PATH", help="files and folders; by default the folder QUARV_CORPUS")
+    parser.add_argument("--folders", default=".", metavar="NAME,...", help="only these folders of QUARV_CORPUS")
     parser.add_argument("--program", type=Path, default=SOURCE_DIR / "build/release/bin/quarv")
     parser.add_argument("--timeout", type=int, default=2000, metavar="MS", help="for each term")
     parser.add_argument("--seconds-per-text", type=float, default=120, metavar="S",
@@ -223,7 +224,7 @@ def parse_arguments(arguments):
     parser.add_argument("-j", "--jobs", type=int, default=os.cpu_count())
     parser.add_argument("-v", "--verbose", action="store_true", help="tell what was not proved, and why")
     options = parser.parse_args(arguments)
-    options.paths = options.paths or [SOURCE_DIR.parent / "shared" / "corpus"]
+    options.paths = options.paths or [CORPUS / name for name in options.folders.split(",")]
     return options
 
 

@@ -16,7 +16,7 @@ import sys
 import time
 from pathlib import Path
 
-from check_equivalence import SOURCE_DIR, files_of, sample_of, skip
+from check_equivalence import CORPUS, SOURCE_DIR, files_of, sample_of, skip
 
 PROGRAM_SECONDS = 600
 WAYS = {
@@ -85,7 +85,7 @@ class Progress:
 
 def parse_arguments(arguments):
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("paths", nargs="*", type=Path, metavar="PATH", help="files and folders; the corpus by default")
+    parser.add_argument("paths", nargs="*", type=Path, metavar="PATH", help="files and folders; by default the folder QUARV_CORPUS")
     parser.add_argument("--program", type=Path, default=SOURCE_DIR / "build/release/bin/quarv")
     parser.add_argument("--also", type=Path, action="append", default=[], metavar="PROGRAM", help="may be repeated")
     parser.add_argument("--builds", type=Path, metavar="DIR",
@@ -93,7 +93,7 @@ def parse_arguments(arguments):
     parser.add_argument("--sample", type=int, metavar="N", help="only N small files, of all folders, the same each time")
     parser.add_argument("-j", "--jobs", type=int, default=os.cpu_count())
     options = parser.parse_args(arguments)
-    options.paths = options.paths or [SOURCE_DIR.parent / "shared" / "corpus"]
+    options.paths = options.paths or [CORPUS]
     return options
 
 

@@ -1,11 +1,11 @@
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "support/corpus.h"
 #include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/simplify_script.h>
 
@@ -330,11 +330,8 @@ TEST(Printer, ManyConjuncts) {
 }
 
 TEST(PrinterCorpus, PrintedFilesAreReadBackToTheSameText) {
-  const std::filesystem::path root = std::filesystem::path(QUARV_SOURCE_DIR) / ".." / "shared" / "corpus";
-  if (!std::filesystem::exists(root)) {
-    std::cout << "skipped: there is no " << root << '\n';
-    return;
-  }
+  const std::filesystem::path root = corpus_folder();
+  if (!std::filesystem::exists(root)) GTEST_SKIP() << "there is no " << root;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
     if (entry.path().extension() != ".smt2" || entry.path().parent_path().filename() == "malformed") continue;
     std::ifstream in(entry.path(), std::ios::binary);

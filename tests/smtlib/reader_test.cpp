@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "support/corpus.h"
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/smtlib/reader.h>
@@ -205,17 +205,9 @@ std::string contents(const std::filesystem::path& path) {
   return text.str();
 }
 
-/// The folder of real files beside the tree, empty when it is not there.
-std::filesystem::path corpus() {
-  const std::filesystem::path folder = std::filesystem::path(QUARV_SOURCE_DIR) / ".." / "shared" / "corpus";
-  if (std::filesystem::exists(folder)) return folder;
-  std::cout << "skipped: there is no " << folder << '\n';
-  return {};
-}
-
 TEST(ReaderCorpus, AcceptsEveryWellFormedFile) {
-  const std::filesystem::path root = corpus();
-  if (root.empty()) return;
+  const std::filesystem::path root = corpus_folder();
+  if (!std::filesystem::exists(root)) GTEST_SKIP() << "there is no " << root;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
     if (entry.path().extension() != ".smt2" || entry.path().parent_path().filename() == "malformed") continue;
     EXPECT_EQ(error_of(contents(entry.path())), "no error") << entry.path();
@@ -223,8 +215,8 @@ TEST(ReaderCorpus, AcceptsEveryWellFormedFile) {
 }
 
 TEST(ReaderCorpus, RejectsEveryMalformedFileAtItsLine) {
-  const std::filesystem::path root = corpus();
-  if (root.empty()) return;
+  const std::filesystem::path root = corpus_folder();
+  if (!std::filesystem::exists(root)) GTEST_SKIP() << "there is no " << root;
   std::ifstream expectations(root / "malformed" / "EXPECT.tsv");
   std::string file, line, what;
   std::getline(expectations, what);
