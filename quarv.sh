@@ -3,9 +3,10 @@
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-build_packages=(g++ cmake ninja-build ccache libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev
+# What the program is built from; all that `run` installs.
+build_packages=(g++ cmake ninja-build libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev
   libarchive-dev zlib1g-dev liblzma-dev libzstd-dev nettle-dev)
-test_packages=(binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind xz-utils zstd z3 cvc5
+test_packages=(ccache binutils pkg-config libmpfr-dev libgtest-dev librapidcheck-dev python3 valgrind xz-utils zstd z3 cvc5
   dpkg-dev python3-dev pybind11-dev python3-pytest parallel openssh-client graphviz chromium)
 # Servers that some tests start for themselves; without them these tests are skipped.
 server_packages=(openssh-server slurmctld slurmd slurm-client munge)
@@ -23,8 +24,8 @@ usage: ./quarv.sh COMMAND
   test                       build and run all tests, in release and with sanitizers
   packages                   build the Debian packages quarv, libquarv0, libquarv-dev and python3-quarv in build/packages
   docs                       make the site of the documentation in build/docs/site
-  same-output [OPTION...]    build with g++, clang++ and sanitizers; compare all outputs for ../shared/corpus
-  ways [OPTION...]           leave out each rule, simplify in other ways, and let z3 compare, for ../shared/corpus
+  same-output [PATH...]      build with g++, clang++ and sanitizers; compare all outputs for the files
+  ways [PATH...]             leave out each rule, simplify in other ways, and let z3 compare, for the files
   fuzz [SECONDS [TARGET]]    build the fuzzers and run each, or one, for so long (60 seconds)
   bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
   compare [OPTION...]        measure quarv and other solvers on generated files (`compare --help` lists the options)
@@ -33,7 +34,8 @@ usage: ./quarv.sh COMMAND
   tidy [FILE...]             check all sources, or the given ones, with clang-tidy
   help                       print this text
 
-Each command first installs the Debian packages that it needs and that are missing.
+Each command first installs the Debian packages that it needs and that are missing. `same-output` and `ways` take options
+too (`ways --help` lists them); without PATH they read the folder that the variable QUARV_CORPUS names.
 HELP
 }
 
@@ -70,21 +72,25 @@ need() {
   quietly "${as_root[@]}" install -y --no-install-recommends "${missing[@]}" || die "apt-get install failed"
 }
 
-# build PRESET [TARGET...]: configures where needed and builds. All output is on standard error.
+# configure PRESET [OPTION...]: the options are of cmake.
+configure() { (cd "$root" && quietly cmake --preset "$@"); }
+
+# build PRESET [TARGET...]: configures where needed, without the tests, and builds. All output is on standard error.
 build() {
   local preset=$1 ninja_options=()
   shift
   # On a terminal ninja shows one line of progress; elsewhere only what compilers say is of interest.
   [[ -t 2 ]] || ninja_options=(--quiet)
+  [[ -f $root/build/$preset/build.ninja ]] || configure "$preset" -DQUARV_BUILD_TESTS=OFF
   (
     cd "$root"
-    [[ -f build/$preset/build.ninja ]] || quietly cmake --preset "$preset"
     cmake --build --preset "$preset" -j "$jobs" ${1:+--target "$@"} -- "${ninja_options[@]}" >&2
   )
 }
 
 run_tests() {
   say "building: $1"
+  configure "$1"  # the folder may be there, without the tests
   build "$1"
   say "testing: $1"
   (cd "$root" && ctest --preset "$1" -j "$jobs")
@@ -115,9 +121,10 @@ command=${1:-help}
 shift || true
 case $command in
   run)
-    need "${build_packages[@]}" "${test_packages[@]}"
+    need "${build_packages[@]}"
     [[ -x $root/build/release/bin/quarv ]] || say "building; this takes some minutes the first time"
-    build release quarv_program
+    # With the shared libraries, which take no compiling of their own, `cmake --install build/release` works at once.
+    build release quarv_program quarv{,_smtlib}_shared
     exec "$root/build/release/bin/quarv" simplify "$@"
     ;;
   docs)
@@ -176,6 +183,8 @@ case $command in
     ;;
   packages)
     need "${build_packages[@]}" dpkg-dev python3-dev pybind11-dev
+    # The folder may be there from when there was no Python.
+    [[ ! -f $root/build/release/CMakeCache.txt ]] || quietly cmake "$root/build/release"
     build release quarv{,_smtlib}{,_shared} quarv_program quarv_man_page quarv_python
     (cd "$root/build/release" && quietly cpack -B "$root/build/packages")
     ls "$root"/build/packages/*.deb
@@ -186,6 +195,7 @@ case $command in
     ;;
   tidy)
     need "${build_packages[@]}" "${test_packages[@]}" clang-tidy
+    configure release
     build release
     if (($# == 0)); then mapfile -t files < <(sources | grep '\.cpp$' | grep -v /bench/); else files=("$@"); fi
     printf '%s\n' "${files[@]}" | xargs -P "$jobs" -n 1 clang-tidy --quiet -p "$root/build/release"
