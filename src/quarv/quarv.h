@@ -23,6 +23,7 @@
 #include <quarv/term/symbol_tag.h>
 #include <quarv/term/term.h>
 #include <quarv/term/term_manager.h>
+#include <quarv/util/checkpoint.h>
 #include <quarv/util/hash_map.h>
 #include <quarv/util/memory_pool.h>
 #include <quarv/util/sort.h>

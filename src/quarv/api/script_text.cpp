@@ -6,6 +6,7 @@
 #include <quarv/api/script_text.h>
 #include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/reader.h>
+#include <quarv/util/checkpoint.h>
 
 namespace quarv::api {
 
@@ -22,6 +23,7 @@ class Declarations {
     std::vector<bool> seen(manager_.num_terms());
     std::vector<const Term*> pending(roots.begin(), roots.end());
     while (!pending.empty()) {
+      Checkpoint::pass();
       const Term* t = pending.back();
       pending.pop_back();
       if (seen[t->id]) continue;

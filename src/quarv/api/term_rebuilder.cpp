@@ -1,10 +1,12 @@
 #include <quarv/api/term_rebuilder.h>
+#include <quarv/util/checkpoint.h>
 
 namespace quarv::api {
 
 const Term* TermRebuilder::operator()(const Term* root) {
   pending_.assign(1, root);
   while (!pending_.empty()) {
+    Checkpoint::pass();
     const Term* t = pending_.back();
     if (done_.find(t) != nullptr) {
       pending_.pop_back();

@@ -3,6 +3,7 @@
 
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/term/term_manager.h>
+#include <quarv/util/checkpoint.h>
 
 namespace quarv {
 
@@ -135,6 +136,7 @@ std::uint64_t TermNormalizer::budget() const {
 
 void TermNormalizer::run() {
   while (!stack_.empty()) {
+    Checkpoint::pass();
     Frame& frame = stack_.back();
     if (push_next_child(frame)) continue;
     const Term* const current = frame.current;

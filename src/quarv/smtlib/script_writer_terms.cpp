@@ -1,11 +1,13 @@
 #include <algorithm>
 
 #include <quarv/smtlib/script_writer.h>
+#include <quarv/util/checkpoint.h>
 
 namespace quarv::smtlib {
 
 void ScriptWriter::run() {
   while (!items_.empty()) {
+    Checkpoint::pass();
     Item item = items_.back();
     items_.pop_back();
     switch (item.kind) {

@@ -2,6 +2,7 @@
 #include <tuple>
 
 #include <quarv/smtlib/sharing.h>
+#include <quarv/util/checkpoint.h>
 
 namespace quarv::smtlib {
 
@@ -127,6 +128,7 @@ void SharingPlan::count_uses(Node root, std::uint32_t unit) {
   if (manager_.arity(root.term()) == 0 || !first_use(root, unit)) return;
   enter(root);
   while (!frames_.empty()) {
+    Checkpoint::pass();
     Frame& frame = frames_.back();
     if (frame.next_child < children_.size()) {
       const Node child = children_[frame.next_child++];
@@ -199,7 +201,10 @@ void SharingPlan::assign_units() {
   for (std::uint32_t u = 0; u < roots_.size(); ++u) {
     if (manager_.arity(roots_[u].term()) != 0) assign(roots_[u], u, unit_commands_[u]);
   }
-  for (std::size_t k = post_order_.size(); k-- > 0;) place(post_order_[k]);
+  for (std::size_t k = post_order_.size(); k-- > 0;) {
+    Checkpoint::pass();
+    place(post_order_[k]);
+  }
   std::sort(definitions_.begin(), definitions_.end(), [](const Definition& a, const Definition& b) {
     return std::tuple(a.position, a.node.term()->id, a.node.as_real()) <
            std::tuple(b.position, b.node.term()->id, b.node.as_real());

@@ -5,6 +5,7 @@
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/trace.h>
+#include <quarv/util/checkpoint.h>
 
 namespace quarv::smtlib {
 
@@ -59,6 +60,7 @@ std::size_t dag_size(const TermManager& manager, std::span<const Term* const> te
   };
   for (const Term* t : terms) visit(t);
   while (!pending.empty()) {
+    Checkpoint::pass();
     const Term* t = pending.back();
     pending.pop_back();
     for (const Term* a : manager.args_of(t)) visit(a);

@@ -1,6 +1,7 @@
 #include <string>
 
 #include <quarv/smtlib/reader.h>
+#include <quarv/util/checkpoint.h>
 
 namespace quarv::smtlib {
 
@@ -307,6 +308,7 @@ void Reader::close_with(const Term* t) {
 }
 
 void Reader::close(const Token& token) {
+  Checkpoint::pass();
   const Frame frame = frames_.back();
   switch (frame.kind) {
     case Frame::operation:
