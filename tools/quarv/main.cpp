@@ -3,15 +3,18 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <fcntl.h>
 #include <new>
 #include <string>
 #include <string_view>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <gmp.h>
 
 #include "commands.h"
+#include "output.h"
 #include <quarv/smtlib/error.h>
 
 namespace {
@@ -79,6 +82,14 @@ bool main_has_begun = false;
   std::set_terminate(end_uncaught);
 }
 
+/// Files that are opened later must not come to stand where a standard stream is missing: what is printed
+/// would go into them. The stand-ins cannot be used, so that whoever writes there learns that it failed.
+void occupy_standard_streams() {
+  for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 struct Command {
   std::string_view name;
   void (*add)(CLI::App& program, int& status);
@@ -107,7 +118,12 @@ int run(int argc, char** argv) {
   try {
     program.parse(argc, argv);
   } catch (const CLI::ParseError& e) {
-    if (e.get_exit_code() == 0) return program.exit(e);  // --help and --version
+    if (e.get_exit_code() == 0) {  // --help and --version
+      quarv::cli::Output output("-");
+      program.exit(e, output.stream());
+      output.commit();
+      return quarv::cli::success;
+    }
     fmt::print(stderr, "quarv: {} (quarv --help tells more)\n", e.what());
     return quarv::cli::usage_error;
   }
@@ -118,6 +134,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   main_has_begun = true;
+  occupy_standard_streams();
   mp_set_memory_functions(allocate, reallocate, release);
   // A closed pipe is to be reported like any other failure to write.
   std::signal(SIGPIPE, SIG_IGN);

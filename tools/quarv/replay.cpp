@@ -2,6 +2,7 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -9,6 +10,7 @@
 
 #include "commands.h"
 #include "input.h"
+#include "output.h"
 #include "replay_checker.h"
 #include "rule_catalogue.h"
 
@@ -42,8 +44,8 @@ class Replay {
   Replay(const Input& input, std::vector<rules::Rule> rules)
       : trace_(input.text(), input.name()), rules_(std::move(rules)) {}
 
-  /// Prints a line for each step that is not justified.
-  void run(bool quiet) {
+  /// Prints a line for each step that is not justified, unless `quiet`.
+  void run(bool quiet, std::ostream& out) {
     TraceStep step;
     while (trace_.next(step)) {
       for (; learned_ < trace_.names().size(); ++learned_) known_.learn(trace_.names()[learned_]);
@@ -56,17 +58,17 @@ class Replay {
         ++(justified ? counts->justified : counts->not_justified);
       }
       if (justified || quiet) continue;
-      fmt::print("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
-                 reason.empty() ? "" : ": " + reason);
+      out << fmt::format("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
+                         reason.empty() ? "" : ": " + reason);
     }
   }
 
-  void print_summary() const {
-    fmt::print("{} steps: {} justified, {} not justified\n", counts_.justified + counts_.not_justified,
-               counts_.justified, counts_.not_justified);
+  void print_summary(std::ostream& out) const {
+    out << fmt::format("{} steps: {} justified, {} not justified\n",
+                       counts_.justified + counts_.not_justified, counts_.justified, counts_.not_justified);
     for (const auto& [kind, c] : by_kind_) {
       if (c.not_justified == 0) continue;
-      fmt::print("  {}: {} justified, {} not justified\n", kind, c.justified, c.not_justified);
+      out << fmt::format("  {}: {} justified, {} not justified\n", kind, c.justified, c.not_justified);
     }
   }
 
@@ -127,9 +129,11 @@ void add_replay(CLI::App& program, int& status) {
   command.add_flag("-q,--quiet", arguments->quiet, "Only the summary");
   command.callback([arguments, &status] {
     const Input input(arguments->input);
+    Output output("-");
     Replay replay(input, rules_to_go_by(arguments->rule_files));
-    replay.run(arguments->quiet);
-    replay.print_summary();
+    replay.run(arguments->quiet, output.stream());
+    replay.print_summary(output.stream());
+    output.commit();
     status = replay.all_justified() ? success : failure;
   });
 }
