@@ -159,6 +159,19 @@ TEST(RuleInstance, LargerInstancesHaveTheWidthAskedFor) {
   EXPECT_EQ(some_instances(rotation, 64).size(), 2u);
 }
 
+TEST(RuleInstance, LooksAroundTheNumbersOfTheRule) {
+  const auto widths = [](const char* text) { return own_widths(parse_rule(text)); };
+  using Widths = std::vector<std::size_t>;
+  EXPECT_EQ(widths("rewrite(bvnot(bvnot(t)), ) >> t"), Widths());
+  EXPECT_EQ(widths("rewrite(bvnot(t), (size(t) == 20)) >> t"), Widths({19, 20, 21, 39, 40, 41}));
+  EXPECT_EQ(widths("rewrite(bvnot(t), (t == 300)) >> t"), Widths({9, 10}));
+  EXPECT_EQ(widths("rewrite(bvnot(t), (size(t) == 2000)) >> t"), Widths());
+  const Rule parts =
+      parse_rule("rewrite(concat(t1, t2), (size(t1) == 20), (size(t2) == 33)) >> concat(t2, t1)");
+  ASSERT_EQ(some_instances(parts, 53).size(), 1u);
+  EXPECT_EQ(some_instances(parts, 53)[0].widths, Widths({53, 20, 33}));
+}
+
 TEST(RuleReading, SaysRulesAsAPersonWould) {
   const auto reads = [](const char* text) { return reading(parse_rule(text)); };
   EXPECT_EQ(reads("rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)"),

@@ -46,8 +46,25 @@ const char* known_counterexample(std::size_t number) {
   }
 }
 
-bool never_applies(std::size_t number) noexcept {
-  return number == 96;
+std::string contradiction(const rules::Rule& rule) {
+  using rules::Condition;
+  using Kind = Condition::Kind;
+  const auto is_constant = [](const Condition& c) {
+    return c.kind == Kind::is_const || c.kind == Kind::has_value;
+  };
+  // All ones is another number at each width, so that it is no match for comparing.
+  const auto exclude = [&](const Condition& a, const Condition& b) {
+    if (a.a != b.a) return false;
+    if (a.kind == Kind::is_not_const) return is_constant(b);
+    return a.kind == Kind::has_value && b.kind == Kind::has_value && a.value >= 0 && b.value >= 0 &&
+           a.value != b.value;
+  };
+  for (const Condition& a : rule.conditions) {
+    for (const Condition& b : rule.conditions) {
+      if (exclude(a, b)) return a.text + " and " + b.text;
+    }
+  }
+  return {};
 }
 
 std::size_t proved_up_to(std::size_t number) {

@@ -19,8 +19,9 @@ std::vector<rules::Rule> rules_of_file(const std::string& file);
 /// Why the standard rule of that number, from 1, does not hold for all values; null for one that does.
 const char* known_counterexample(std::size_t number);
 
-/// Whether no term meets all conditions of the standard rule of that number.
-bool never_applies(std::size_t number) noexcept;
+/// Two conditions of a rule that no term meets at once, whatever its width: "(c == 1) and (c == 0)". Empty
+/// when none are seen to be so.
+std::string contradiction(const rules::Rule& rule);
 
 /// The largest width for which a solver has proved the standard rule of that number within seconds.
 std::size_t proved_up_to(std::size_t number);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <set>
 
 #include <fmt/format.h>
 
@@ -43,35 +44,54 @@ std::span<const std::size_t> larger_widths() {
   return widths;
 }
 
-RuleVerdict RuleChecker::check(const Rule& rule, std::size_t max_width) {
+RuleVerdict RuleChecker::check(const Rule& rule, std::optional<std::size_t> max_width) {
   // Small widths must be decided; nothing is known to need this long.
   constexpr int patience = 30;
   RuleVerdict verdict;
-  const std::size_t bound = std::min(small_width, max_width);
+  const std::size_t bound = std::min(small_width, max_width.value_or(small_width));
   const std::vector<RuleInstance> small = all_instances(rule, bound);
-  verdict.applicable = find_application(rule, small);
   const Answer answer = check_instances(rule, small, patience * limit_, verdict);
-  for (std::size_t w = 1; w <= bound; ++w) {
-    if (answer == Answer::unsat) verdict.proved.push_back(w);
-    if (answer == Answer::unknown) verdict.undecided.push_back(w);
-  }
-  for (std::size_t w : larger_widths()) {
-    if (w > max_width || verdict.refuted() || !verdict.undecided.empty()) break;
-    const std::vector<RuleInstance> instances = some_instances(rule, w);
-    if (!verdict.applicable) verdict.applicable = find_application(rule, instances);
-    const Answer larger = check_instances(rule, instances, limit_, verdict);
-    if (larger == Answer::unsat) verdict.proved.push_back(w);
-    if (larger == Answer::unknown) verdict.undecided.push_back(w);
+  std::vector<std::size_t>& widths = answer == Answer::unknown       ? verdict.undecided
+                                     : find_application(rule, small) ? verdict.proved
+                                                                     : verdict.vacuous;
+  for (std::size_t w = 1; w <= bound && !verdict.refuted(); ++w) widths.push_back(w);
+
+  const std::vector<std::size_t> own = own_widths(rule);
+  std::set<std::size_t> larger(own.begin(), own.end());
+  larger.insert(larger_widths().begin(), larger_widths().end());
+  for (std::size_t w : larger) {
+    const bool asked_for = std::ranges::binary_search(own, w);
+    if (w <= small_width || (!verdict.undecided.empty() && !asked_for)) continue;
+    if (verdict.refuted() || (max_width && w > *max_width)) break;
+    check_width(rule, w, verdict);
   }
   return verdict;
 }
 
+void RuleChecker::check_width(const Rule& rule, std::size_t width, RuleVerdict& verdict) {
+  const std::vector<RuleInstance> instances = some_instances(rule, width);
+  const Answer answer = check_instances(rule, instances, limit_, verdict);
+  if (answer == Answer::sat) return;
+  (answer == Answer::unknown           ? verdict.undecided
+   : find_application(rule, instances) ? verdict.proved
+                                       : verdict.vacuous)
+      .push_back(width);
+}
+
+/// Asked even where nothing is to be met: a solver that calls everything unsatisfiable proves nothing.
 bool RuleChecker::find_application(const Rule& rule, Instances instances) {
-  return std::ranges::any_of(instances, [&](const RuleInstance& instance) {
-    const RuleQuery query = make_query(rule, instance);
-    if (query.conditions == "true") return true;
-    return solver_.check(declarations(query) + assertion(query.conditions), limit_) == Answer::sat;
-  });
+  constexpr std::size_t batch = 64;
+  for (; !instances.empty(); instances = instances.subspan(std::min(batch, instances.size()))) {
+    std::string commands;
+    std::string any = "(or false";
+    for (std::size_t i = 0; i < std::min(batch, instances.size()); ++i) {
+      const RuleQuery query = make_query(rule, instances[i], fmt::format(".{}", i));
+      commands += declarations(query);
+      any += "\n  " + query.conditions;
+    }
+    if (solver_.check(commands + assertion(any + ')'), limit_) == Answer::sat) return true;
+  }
+  return false;
 }
 
 /// Together first, since most rules hold; one by one, the narrowest first, when that does not settle it.
@@ -114,11 +134,11 @@ RuleChecker::Answer RuleChecker::check_one(const Rule& rule, const RuleInstance&
 }
 
 std::string list_of_widths(const std::vector<std::size_t>& widths) {
-  std::string text;
+  std::string text = widths.size() == 1 ? "width" : "widths";
   for (std::size_t i = 0; i < widths.size();) {
     std::size_t last = i;
     while (last + 1 < widths.size() && widths[last + 1] == widths[last] + 1) ++last;
-    fmt::format_to(std::back_inserter(text), "{}{}", text.empty() ? "" : ", ", widths[i]);
+    fmt::format_to(std::back_inserter(text), "{} {}", i == 0 ? "" : ",", widths[i]);
     if (last > i) fmt::format_to(std::back_inserter(text), "-{}", widths[last]);
     i = last + 1;
   }

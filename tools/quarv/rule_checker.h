@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -13,10 +14,11 @@ namespace quarv::cli {
 
 /// What a solver says of a rule.
 struct RuleVerdict {
-  std::vector<std::size_t> proved;     ///< widths; up to `small_width` all instances were tried
+  /// Widths at which the rule applies and holds; up to `small_width` all instances were tried.
+  std::vector<std::size_t> proved;
   std::vector<std::size_t> undecided;  ///< widths at which the time was over
+  std::vector<std::size_t> vacuous;    ///< widths at which nothing was found that the rule applies to
   std::string counterexample;          ///< empty: none was found
-  bool applicable = false;             ///< pattern and conditions can be met
 
   bool refuted() const noexcept { return !counterexample.empty(); }
 };
@@ -24,7 +26,7 @@ struct RuleVerdict {
 /// Up to this width all instances of a rule are checked; beyond, some.
 inline constexpr std::size_t small_width = 4;
 inline constexpr std::size_t largest_width = 64;
-/// The larger widths that are tried.
+/// The larger widths that are tried for each rule.
 std::span<const std::size_t> larger_widths();
 
 /// Asks a solver whether rules hold.
@@ -33,9 +35,10 @@ class RuleChecker {
   /// `limit` is for each query at larger widths; small ones have more time, since they must be decided.
   RuleChecker(const std::string& solver, std::chrono::milliseconds limit) : solver_(solver), limit_(limit) {}
 
-  /// Checks all small instances and then, unless one refutes it, larger ones up to `max_width`. Larger widths
-  /// than one that is undecided are not tried. Throws what SolverProcess does.
-  RuleVerdict check(const rules::Rule& rule, std::size_t max_width);
+  /// Checks all small instances and then, unless one refutes it, larger ones up to `max_width`; without it,
+  /// those that the rule itself asks for may be larger than `largest_width`. Of the others, larger ones than
+  /// one that is undecided are not tried. Throws what SolverProcess does.
+  RuleVerdict check(const rules::Rule& rule, std::optional<std::size_t> max_width);
 
  private:
   using Answer = SolverProcess::Answer;
@@ -47,12 +50,13 @@ class RuleChecker {
   Answer check_one(const rules::Rule& rule, const rules::RuleInstance& instance,
                    std::chrono::milliseconds limit, RuleVerdict& verdict);
   bool find_application(const rules::Rule& rule, Instances instances);
+  void check_width(const rules::Rule& rule, std::size_t width, RuleVerdict& verdict);
 
   SolverProcess solver_;
   std::chrono::milliseconds limit_;
 };
 
-/// "1-4, 8, 16".
+/// "widths 1-4, 8, 16", "width 20".
 std::string list_of_widths(const std::vector<std::size_t>& widths);
 
 }  // namespace quarv::cli

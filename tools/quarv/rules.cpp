@@ -15,12 +15,14 @@ namespace quarv::cli {
 namespace {
 
 /// What `quarv rules check` last said.
-std::string soundness(std::size_t number) {
+std::string soundness(std::size_t number, const rules::Rule& rule) {
   constexpr const char* solvers = "z3 4.8.12 or cvc5 1.0.3, November 2026";
   if (const char* const reason = known_counterexample(number)) {
     return fmt::format("no: {} ({}); quarv simplify does not apply it there", reason, solvers);
   }
-  if (never_applies(number)) return fmt::format("yes: its conditions exclude each other ({})", solvers);
+  if (const std::string both = contradiction(rule); !both.empty()) {
+    return fmt::format("yes: it never applies, {} exclude each other", both);
+  }
   return fmt::format("yes: proved for widths 1 to 5 and larger ones up to {} ({})", proved_up_to(number),
                      solvers);
 }
@@ -48,7 +50,7 @@ void show(std::size_t number) {
   line("applicant", std::string(SymbolTag::name(rule.applicant())));
   line("text", rule.text);
   line("class", class_name(rule));
-  line("sound", soundness(number));
+  line("sound", soundness(number, rule));
   line("reads", reading(rule));
   output.commit();
 }

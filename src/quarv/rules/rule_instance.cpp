@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <functional>
 #include <optional>
 #include <set>
@@ -49,6 +50,62 @@ bool related(std::uint64_t left, Relation relation, std::uint64_t right) {
   return false;
 }
 
+/// No rule of a sensible length asks for more.
+constexpr std::size_t most_bits = 1024;
+
+void add_literals(const IntExpr& e, std::set<std::uint64_t>& literals) {
+  if (e.kind == IntExpr::Kind::literal) literals.insert(e.index);
+  for (const IntExpr& operand : e.operands) add_literals(operand, literals);
+}
+
+/// Numbers that the rule names as widths or indices, and their sums and differences.
+std::set<std::size_t> named_widths(const Rule& rule) {
+  using Kind = Condition::Kind;
+  std::set<std::uint64_t> literals;
+  for (const Condition& c : rule.conditions) {
+    if (c.kind != Kind::compare && c.kind != Kind::compare_values && c.kind != Kind::binding) continue;
+    add_literals(c.left, literals);
+    if (c.kind != Kind::binding) add_literals(c.right, literals);
+  }
+  for (const ResultNode& node : rule.result) {
+    for (const IntExpr& parameter : node.parameters) add_literals(parameter, literals);
+  }
+  std::erase_if(literals, [](std::uint64_t n) { return n < 2 || n > most_bits; });
+  std::set<std::size_t> widths(literals.begin(), literals.end());
+  constexpr std::size_t few = 8;
+  if (literals.size() > few) return widths;
+  for (std::uint64_t a : literals) {
+    for (std::uint64_t b : literals) {
+      widths.insert(a + b);
+      if (a > b) widths.insert(a - b);
+    }
+  }
+  return widths;
+}
+
+/// The bits that the constants of the rule need.
+std::set<std::size_t> widths_of_constants(const Rule& rule) {
+  std::set<std::uint64_t> values;
+  const auto add = [&values](std::int64_t value) {
+    if (value > 1) values.insert(static_cast<std::uint64_t>(value));
+  };
+  for (const Condition& c : rule.conditions) {
+    if (c.kind == Condition::Kind::has_value) add(c.value);
+    if (c.kind != Condition::Kind::compare_values) continue;
+    add_literals(c.left, values);
+    add_literals(c.right, values);
+  }
+  for (const PatternNode& node : rule.pattern) {
+    if (node.kind == PatternNode::Kind::literal) add(node.value);
+  }
+  for (const ResultNode& node : rule.result) {
+    if (node.kind == ResultNode::Kind::literal) add(node.value);
+  }
+  std::set<std::size_t> widths;
+  for (std::uint64_t value : values) widths.insert(static_cast<std::size_t>(std::bit_width(value)));
+  return widths;
+}
+
 /// Gives widths and integers to a pattern from the root down, in all ways or in some.
 class Enumerator {
  public:
@@ -61,6 +118,8 @@ class Enumerator {
     instance_.integers.resize(rule.parameters.size());
     caps_.resize(rule.pattern.size());
     for (std::size_t i = rule.pattern.size(); i-- > 0;) caps_[i] = cap(i);
+    if (!width) return;
+    for (std::size_t n : named_widths(rule)) landmarks_.insert({n - 1, n, n + 1});
   }
 
   std::vector<RuleInstance> run() {
@@ -105,7 +164,11 @@ class Enumerator {
   std::set<std::size_t> choices(std::size_t low, std::size_t high) const {
     std::set<std::size_t> all;
     if (low > high) return all;
-    if (width_ && high - low > 3) return {low, low + (high - low) / 2, high};
+    if (width_ && high - low > 3) {
+      all = {low, low + (high - low) / 2, high};
+      all.insert(landmarks_.lower_bound(low), landmarks_.upper_bound(high));
+      return all;
+    }
     for (std::size_t i = low; i <= high; ++i) all.insert(i);
     return all;
   }
@@ -147,8 +210,10 @@ class Enumerator {
   }
 
   std::set<std::size_t> rotations(std::size_t width) const {
-    if (width_) return {0, 1, width - 1, width, width + 1, 2 * width + 1};
-    return choices(0, 2 * width + 1);
+    if (!width_) return choices(0, 2 * width + 1);
+    std::set<std::size_t> some = {0, 1, width - 1, width, width + 1, 2 * width + 1};
+    some.insert(landmarks_.begin(), landmarks_.end());
+    return some;
   }
 
   void assign_concat(const PatternNode& node, std::size_t width, const Next& next) {
@@ -195,6 +260,7 @@ class Enumerator {
   const Rule& rule_;
   std::size_t bound_;
   std::optional<std::size_t> width_;
+  std::set<std::size_t> landmarks_;  // with a width
   RuleInstance instance_;
   std::vector<std::size_t> caps_;
   std::vector<RuleInstance> found_;
@@ -208,6 +274,14 @@ std::vector<RuleInstance> all_instances(const Rule& rule, std::size_t bound) {
 
 std::vector<RuleInstance> some_instances(const Rule& rule, std::size_t width) {
   return Enumerator(rule, width, width).run();
+}
+
+std::vector<std::size_t> own_widths(const Rule& rule) {
+  std::set<std::size_t> widths;
+  for (std::size_t n : named_widths(rule)) widths.insert({n - 1, n, n + 1});
+  for (std::size_t n : widths_of_constants(rule)) widths.insert({n, n + 1});
+  widths.erase(0);
+  return {widths.begin(), widths.upper_bound(most_bits)};
 }
 
 }  // namespace quarv::rules

@@ -22,8 +22,13 @@ struct QUARV_API RuleInstance {
 QUARV_API std::vector<RuleInstance> all_instances(const Rule& rule, std::size_t bound);
 
 /// Some of the instances whose widest bit-vector has `width` bits: the smallest, the largest and a middle
-/// value wherever there is a choice.
+/// value wherever there is a choice, and those around the numbers that the rule itself names.
 QUARV_API std::vector<RuleInstance> some_instances(const Rule& rule, std::size_t width);
+
+/// Widths that a rule asks for by the numbers that it names, in ascending order: around the widths and
+/// indices that it compares with, around their sums and differences, and where its constants just fit. A rule
+/// that says `(size(t) == 20)` applies at no other width.
+QUARV_API std::vector<std::size_t> own_widths(const Rule& rule);
 
 /// The value of an expression; it must not read values of bit-vectors.
 QUARV_API std::uint64_t evaluate(const IntExpr& expression, const RuleInstance& instance);
