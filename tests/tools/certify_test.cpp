@@ -13,6 +13,8 @@ constexpr const char* fake_solver = R"sh(
 while read -r line; do
   case $line in
     "(reset)") answer=unsat; about= ;;
+    "(echo "*) line=${line#*\"}; echo "${line%\"*}" ;;
+    "(assert x)") answer=sat ;;
     *say_sat*) answer=sat ;;
     *say_unknown*) answer=unknown ;;
     *say_timeout*) answer='(error "timeout")' ;;
@@ -21,6 +23,9 @@ while read -r line; do
     *say_error*) answer='(error "line 4: what is that?")' ;;
     *say_nothing*) answer=silence ;;
     *say_goodbye*) answer=end ;;
+    *say_more*) answer=more ;;
+    *say_endless*) answer=endless ;;
+    *say_half*) answer=half ;;
   esac
   case $line in
     *declare*) about="$about $line" ;;
@@ -29,6 +34,9 @@ while read -r line; do
       case $answer in
         silence) exec sleep 20 ;;
         end) exit 1 ;;
+        more) printf 'unsat\nsat\n' ;;
+        endless) exec tr '\0' x < /dev/zero ;;
+        half) echo sat; exit 1 ;;
         *) echo "$answer"; case $answer in *error*) echo unsat ;; esac ;;
       esac ;;
     "(get-model)")
@@ -73,7 +81,7 @@ TEST_F(Certify, GivesEachVerdict) {
                            doubly_negated("say_error") + doubly_negated("say_goodbye") + doubly_negated("q") +
                            "(assert p)\n";
   const Result all = certify("", fine);
-  EXPECT_EQ(all.status, 0);
+  EXPECT_EQ(all.status, 1);
   EXPECT_EQ(all.err, "");
   EXPECT_EQ(all.out,
             "<stdin>:2: assertion 1: proved\n"
@@ -81,10 +89,15 @@ TEST_F(Certify, GivesEachVerdict) {
             "<stdin>:6: assertion 3: undecided: (error \"timeout\")\n"
             "<stdin>:8: assertion 4: undecided: (error \"out of memory\")\n"
             "<stdin>:10: assertion 5: unsupported: (error \"line 4: what is that?\")\n"
-            "<stdin>:12: assertion 6: undecided: the solver bash fake.sh ended before it had answered\n"
+            "<stdin>:12: assertion 6: failed: the solver bash fake.sh ended before it had answered\n"
             "<stdin>:14: assertion 7: proved\n"
             "<stdin>:15: assertion 8: proved: the same text\n"
-            "8 pairs of terms: 3 proved (1 the same text), 0 refuted, 4 undecided, 1 unsupported\n");
+            "8 pairs of terms: 3 proved (1 the same text), 0 refuted, 3 undecided, 1 unsupported, "
+            "1 failed\n");
+  const Result undecided = certify(
+      "-q", doubly_negated("say_unknown") + doubly_negated("say_memory") + doubly_negated("say_error"));
+  EXPECT_EQ(undecided.status, 0);
+  EXPECT_TRUE(has(undecided.out, "\n3 pairs of terms: 0 proved, 0 refuted, 2 undecided, 1 unsupported\n"));
   EXPECT_EQ(certify("-q", doubly_negated("p")).out,
             "1 pairs of terms: 1 proved, 0 refuted, 0 undecided, 0 unsupported\n");
   EXPECT_EQ(certify("", "").out, "0 pairs of terms: 0 proved, 0 refuted, 0 undecided, 0 unsupported\n");
@@ -124,6 +137,57 @@ TEST_F(Certify, ReportsSolversThatAreNone) {
   EXPECT_EQ(absent.err, "quarv: error: the solver cvc5 cannot be run: No such file or directory\n");
 }
 
+TEST_F(Certify, BelievesOnlySolversThatKnowBothAnswers) {
+  const auto certify_by = [this](const std::string& answers) {
+    write("half.sh", "while read -r line; do case $line in *echo*) echo \"$line\" | cut -d '\"' -f 2 ;; " +
+                         answers + " esac; done\n");
+    return run("$quarv certify --solver 'bash half.sh'", doubly_negated("p"));
+  };
+  const std::string solver = "quarv: error: the solver bash half.sh ";
+  const Result always = certify_by("*check-sat*) echo unsat ;;");
+  EXPECT_EQ(always.status, 1);
+  EXPECT_EQ(always.out, "");
+  EXPECT_TRUE(has(always.err, solver + "does not know that a constant can be true\n")) << always.err;
+  const Result never = certify_by("*check-sat*) echo sat ;;");
+  EXPECT_EQ(never.status, 1);
+  EXPECT_TRUE(has(never.err, solver + "does not know that false cannot be satisfied\n")) << never.err;
+  // What was once asserted stays.
+  const Result forgets_nothing = certify_by("*false*) a=un ;; *check-sat*) echo ${a}sat ;;");
+  EXPECT_EQ(forgets_nothing.status, 1);
+  EXPECT_TRUE(has(forgets_nothing.err, "that a constant can be true\n")) << forgets_nothing.err;
+  const Result mute = certify_by("*false*) echo 'Welcome!' ;; *check-sat*) echo unsat ;;");
+  EXPECT_EQ(mute.status, 1);
+  EXPECT_TRUE(has(mute.err, solver + "answered Welcome!\n")) << mute.err;
+}
+
+TEST_F(Certify, FailsWithASolverThatEndsEachTime) {
+  const Result r = certify("-q", doubly_negated("say_goodbye") + doubly_negated("say_goodbye_again"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(has(r.out, "2 pairs of terms: 0 proved, 0 refuted, 0 undecided, 0 unsupported, 2 failed\n"))
+      << r.out;
+}
+
+/// An answer that nobody asked for would be taken for that to the next question.
+TEST_F(Certify, TakesNoAnswerForAnother) {
+  const Result r = certify("-j 1", doubly_negated("say_more") + doubly_negated("p"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out,
+            "<stdin>:2: assertion 1: failed: the solver bash fake.sh answered unsat, sat to one question\n"
+            "<stdin>:4: assertion 2: proved\n"
+            "2 pairs of terms: 1 proved, 0 refuted, 0 undecided, 0 unsupported, 1 failed\n");
+}
+
+TEST_F(Certify, IsNotHeldUpByAnEndlessAnswer) {
+  const Result r = certify("--timeout 0.1 -j 1", doubly_negated("say_endless") + doubly_negated("p"));
+  EXPECT_TRUE(has(r.out, "\n<stdin>:4: assertion 2: proved\n")) << r.out;
+}
+
+TEST_F(Certify, RefutesWithoutAModelToo) {
+  const Result r = certify("", doubly_negated("say_half"));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(has(r.out, "<stdin>:2: assertion 1: refuted\n")) << r.out;
+}
+
 TEST_F(Certify, KeepsTheOrderOfManyJobs) {
   std::string input, expected;
   for (int i = 1; i <= 40; ++i) {
@@ -139,8 +203,8 @@ TEST_F(Certify, AsksEachQuestionOnce) {
       "(assert (not (not p)))\n(assert (or q (not (not p))))\n(assert (or r (not (not p))))\n";
   const std::string declarations = "(declare-const p Bool)\n(declare-const q Bool)\n(declare-const r Bool)\n";
   EXPECT_TRUE(has(certify("--steps -j 1", declarations + three).out, "5 steps: 5 proved, "));
-  // The first question of a session is whether the solver works.
-  EXPECT_EQ(num_lines(read("questions")), 4u) << read("questions");
+  // The first two questions of a session are whether the solver works.
+  EXPECT_EQ(num_lines(read("questions")), 5u) << read("questions");
 }
 
 TEST_F(Certify, LeavesQueriesThatStandAlone) {

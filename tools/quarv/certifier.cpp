@@ -53,6 +53,10 @@ std::string message_text(std::string_view answer) {
   return answer.size() > longest_message ? text + " ..." : text;
 }
 
+bool is_answer(std::string_view answer) {
+  return answer == "sat" || answer == "unsat" || answer == "unknown" || answer == "timeout";
+}
+
 bool is_about_resources(std::string_view message) {
   constexpr std::array<std::string_view, 6> words = {"cancel",    "timeout",     "out of memory",
                                                      "bad_alloc", "interrupted", "resource"};
@@ -63,7 +67,8 @@ bool is_about_resources(std::string_view message) {
 }  // namespace
 
 const char* name_of(Verdict::Kind kind) {
-  constexpr std::array names = {"proved", "refuted", "undecided", "unsupported"};
+  constexpr std::array names = {"proved", "refuted", "undecided", "unsupported", "failed"};
+  static_assert(names.size() == Verdict::num_kinds);
   return names[kind];
 }
 
@@ -82,10 +87,7 @@ Certifier::Certifier(const QuerySet& queries, KnownVerdicts& known, const std::s
                      std::chrono::milliseconds limit, std::filesystem::path keep)
     : queries_(queries), known_(known), solver_(solver), limit_(limit), keep_(std::move(keep)) {
   constexpr std::chrono::seconds patience(10);
-  if (solver_.check("(assert false)\n", std::max<std::chrono::milliseconds>(patience, limit)) !=
-      SolverProcess::Answer::unsat) {
-    throw SolverFault("the solver " + solver + " does not know that false cannot be satisfied");
-  }
+  solver_.test(std::max<std::chrono::milliseconds>(patience, limit));
 }
 
 Verdict Certifier::verdict_on(std::size_t i) {
@@ -109,7 +111,7 @@ Verdict Certifier::ask(std::size_t i, const std::string& script) {
   try {
     verdict = ask_solver(script);
   } catch (const SolverFault& e) {
-    verdict = {Verdict::undecided, e.what()};
+    verdict = {Verdict::failed, e.what()};
   }
   known_.add(question, verdict);
   return verdict;
@@ -123,18 +125,24 @@ Verdict Certifier::ask_solver(const std::string& script) {
   }
   if (*answer == "unsat") return {};
   if (*answer == "sat") return refuted();
-  if (*answer == "unknown" || *answer == "timeout") return {Verdict::undecided, "the solver gives up"};
+  if (is_answer(*answer)) return {Verdict::undecided, "the solver gives up"};
   const std::string message = message_text(*answer);
   return {is_about_resources(message) ? Verdict::undecided : Verdict::unsupported, message};
 }
 
+/// What the solver cannot show any more is refuted all the same.
 Verdict Certifier::refuted() {
-  const std::string model = model_text(solver_.ask("(get-model)").value_or(""));
-  Verdict verdict{Verdict::refuted, model};
+  Verdict verdict{Verdict::refuted, {}};
+  std::string& model = verdict.detail;
   std::array<std::string, 2> values;
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    const char* const name = i == 0 ? name_before : name_after;
-    values[i] = value_in(solver_.ask(fmt::format("(get-value ({}))", name)).value_or(""));
+  try {
+    model = model_text(solver_.ask("(get-model)").value_or(""));
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const char* const name = i == 0 ? name_before : name_after;
+      values[i] = value_in(solver_.ask(fmt::format("(get-value ({}))", name)).value_or(""));
+    }
+  } catch (const SolverFault&) {
+    return verdict;
   }
   if (!values[0].empty() && !values[1].empty()) {
     verdict.detail +=

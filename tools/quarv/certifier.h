@@ -17,10 +17,12 @@ namespace quarv::cli {
 struct Verdict {
   enum Kind {
     proved,
-    refuted,     ///< `detail` holds the model
-    undecided,   ///< the solver gave up, or had no more time
-    unsupported  ///< the solver does not understand the query
+    refuted,      ///< `detail` holds the model
+    undecided,    ///< the solver gave up, or had no more time
+    unsupported,  ///< the solver does not understand the query
+    failed        ///< the solver ended, or spoke nonsense
   };
+  static constexpr std::size_t num_kinds = 5;
   Kind kind = proved;
   std::string detail;
 };
@@ -42,11 +44,11 @@ class KnownVerdicts {
 class Certifier {
  public:
   /// `keep` is a folder for the queries that are asked, or empty. Throws SolverFault for a solver that does
-  /// not answer a simple question.
+  /// not answer simple questions.
   Certifier(const QuerySet& queries, KnownVerdicts& known, const std::string& solver,
             std::chrono::milliseconds limit, std::filesystem::path keep);
 
-  /// Throws FileError when the query cannot be kept, and SolverFault when the solver cannot be run any more.
+  /// Throws FileError when the query cannot be kept.
   Verdict verdict_on(std::size_t i);
 
  private:

@@ -45,8 +45,10 @@ simplify --trace), and as there the steps of further rounds are left out.
   refuted      they are not: values for which they differ are printed
   undecided    the solver had no more time or memory, or gave up
   unsupported  the solver does not know something that occurs in the query
+  failed       the solver ended before it had answered, or answered what nobody asked
 
-Exit status: 0 when nothing was refuted; 1 otherwise, for faults of the input, and when the solver fails.)";
+Exit status: 0 when nothing was refuted and no query failed; 1 otherwise, for faults of the input, and for a solver that
+does not know that false cannot be satisfied, and a constant can.)";
 
 std::unique_ptr<QuerySet> make_queries(const Arguments& arguments, const Input& input, std::string& output) {
   const smtlib::SimplifyOptions options = read_options(arguments.how);
@@ -67,7 +69,7 @@ int certify(const Arguments& arguments) {
   }
 
   Output report("-");
-  std::array<std::size_t, 4> counts{};
+  std::array<std::size_t, Verdict::num_kinds> counts{};
   std::size_t num_same = 0;
   KnownVerdicts known;
   OrderedWork<Verdict> work(
@@ -90,10 +92,12 @@ int certify(const Arguments& arguments) {
   report.stream() << fmt::format("{} {}: {} proved", queries->size(),
                                  arguments.steps ? "steps" : "pairs of terms", counts[Verdict::proved]);
   if (num_same != 0) report.stream() << fmt::format(" ({} the same text)", num_same);
-  report.stream() << fmt::format(", {} refuted, {} undecided, {} unsupported\n", counts[Verdict::refuted],
+  report.stream() << fmt::format(", {} refuted, {} undecided, {} unsupported", counts[Verdict::refuted],
                                  counts[Verdict::undecided], counts[Verdict::unsupported]);
+  if (counts[Verdict::failed] != 0) report.stream() << fmt::format(", {} failed", counts[Verdict::failed]);
+  report.stream() << '\n';
   report.commit();
-  return counts[Verdict::refuted] == 0 ? success : failure;
+  return counts[Verdict::refuted] + counts[Verdict::failed] == 0 ? success : failure;
 }
 
 }  // namespace

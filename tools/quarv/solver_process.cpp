@@ -38,21 +38,17 @@ bool wait_for(int descriptor, short events, Clock::time_point deadline) {
   }
 }
 
-/// The length of the first answer in `text`: a word on a line, or a term with its parentheses closed.
-std::size_t answer_length(const std::string& text) {
-  std::size_t depth = 0;
-  char quote = 0;  // the one that is open
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (quote != 0) {
-      if (text[i] == quote) quote = 0;
-      continue;
-    }
-    if (text[i] == '"' || text[i] == '|') quote = text[i];
-    if (text[i] == '(') ++depth;
-    if (text[i] == ')' && depth > 0) --depth;
-    if (text[i] == '\n' && depth == 0) return i + 1;
+/// More than any model that is asked for; less than what an endless answer may take of memory.
+constexpr std::size_t longest_answer = std::size_t{1} << 26;
+
+/// An answer within a message.
+std::string excerpt(const std::string& answer) {
+  constexpr std::size_t longest = 200;
+  std::string text = answer.substr(0, longest);
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < ' ') c = ' ';
   }
-  return std::string::npos;
+  return answer.size() > longest ? text + " ..." : text;
 }
 
 }  // namespace
@@ -100,6 +96,7 @@ void SolverProcess::stop() noexcept {
   to_ = FileDescriptor();
   from_ = FileDescriptor();
   received_.clear();
+  progress_ = {};
 }
 
 bool SolverProcess::send(const std::string& text, Clock::time_point deadline) {
@@ -117,40 +114,87 @@ bool SolverProcess::send(const std::string& text, Clock::time_point deadline) {
   return true;
 }
 
+/// Whether a word on a line has come, or a term with its parentheses closed.
+bool SolverProcess::is_answer_complete() {
+  auto& [length, depth, quote] = progress_;
+  while (length < received_.size()) {
+    const char c = received_[length++];
+    if (quote != 0) {
+      if (c == quote) quote = 0;
+      continue;
+    }
+    if (c == '"' || c == '|') quote = c;
+    if (c == '(') ++depth;
+    if (c == ')' && depth > 0) --depth;
+    if (c == '\n' && depth == 0) return true;
+  }
+  return false;
+}
+
 bool SolverProcess::receive(std::string& answer, Clock::time_point deadline) {
-  std::size_t length;
-  while ((length = answer_length(received_)) == std::string::npos) {
-    if (!wait_for(from_.get(), POLLIN, deadline)) return false;
+  while (!is_answer_complete()) {
+    // One that never stops talking keeps its pipe ready.
+    if (Clock::now() >= deadline || !wait_for(from_.get(), POLLIN, deadline)) return false;
     std::array<char, 4096> buffer;
     const ssize_t n = read(from_.get(), buffer.data(), buffer.size());
     if (n == 0) fail("ended before it had answered");
     if (n > 0) received_.append(buffer.data(), static_cast<std::size_t>(n));
+    if (received_.size() > longest_answer) fail("answered at too great a length: " + excerpt(received_));
   }
-  answer = received_.substr(0, length - 1);
-  received_.erase(0, length);
+  answer = received_.substr(0, progress_.length - 1);
+  received_.erase(0, progress_.length);
+  progress_ = {};
   return true;
 }
 
 std::optional<std::string> SolverProcess::run(const std::string& script, std::chrono::milliseconds limit) {
   if (process_ < 0) start();
   const Clock::time_point deadline = Clock::now() + limit;
+  const std::string mark = "script " + std::to_string(++num_scripts_);
   std::string answer;
-  if (!send("(reset)\n" + script, deadline) || !receive(answer, deadline)) {
+  if (!send("(reset)\n" + script + "(echo \"" + mark + "\")\n", deadline) || !receive(answer, deadline)) {
     stop();
     return std::nullopt;
   }
-  // After an error there may be more to come, which would be taken for an answer to the next script.
-  if (answer != "sat" && answer != "unsat" && answer != "unknown") stop();
+  if (answer == "sat" || answer == "unsat" || answer == "unknown") {
+    expect_mark(answer, mark, deadline);
+  } else {
+    // After an error there may be more to come, which would be taken for an answer to the next script.
+    stop();
+  }
   return answer;
 }
 
+/// The next answer would otherwise be taken for one to the next script.
+void SolverProcess::expect_mark(const std::string& answer, const std::string& mark,
+                                Clock::time_point deadline) {
+  std::string echoed;
+  try {
+    if (!receive(echoed, deadline)) fail("answered " + answer + " and then did not echo " + mark);
+  } catch (const SolverFault&) {
+    if (answer == "sat") return;  // for doubts that is enough
+    throw;
+  }
+  // Some put strings in quotes.
+  if (echoed != mark && echoed != '"' + mark + '"')
+    fail("answered " + excerpt(answer + ", " + echoed) + " to one question");
+}
+
 std::optional<std::string> SolverProcess::ask(const std::string& command) {
-  constexpr std::chrono::seconds limit(60);
+  constexpr std::chrono::seconds limit(20);
+  if (process_ < 0) return std::nullopt;
   const Clock::time_point deadline = Clock::now() + limit;
   std::string answer;
   if (send(command + '\n', deadline) && receive(answer, deadline)) return answer;
   stop();
   return std::nullopt;
+}
+
+void SolverProcess::test(std::chrono::milliseconds limit) {
+  if (check("(assert false)\n", limit) != Answer::unsat) fail("does not know that false cannot be satisfied");
+  if (check("(declare-const x Bool)\n(assert x)\n", limit) != Answer::sat) {
+    fail("does not know that a constant can be true");
+  }
 }
 
 SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chrono::milliseconds limit) {
@@ -159,7 +203,7 @@ SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chr
   if (!answer || answer == "unknown" || answer == "timeout") return Answer::unknown;
   if (answer == "sat") return Answer::sat;
   if (answer == "unsat") return Answer::unsat;
-  fail("answered " + *answer);
+  fail("answered " + excerpt(*answer));
 }
 
 std::string SolverProcess::value(const std::string& term) {
@@ -168,7 +212,7 @@ std::string SolverProcess::value(const std::string& term) {
   // "((term value))": the value has no parentheses.
   const std::size_t begin = answer->find_last_of(" \n");
   const std::size_t end = answer->find(')', begin == std::string::npos ? 0 : begin);
-  if (begin == std::string::npos || end == std::string::npos) fail("answered " + *answer);
+  if (begin == std::string::npos || end == std::string::npos) fail("answered " + excerpt(*answer));
   return answer->substr(begin + 1, end - begin - 1);
 }
 
