@@ -15,6 +15,7 @@ while read -r line; do
     "(reset)") answer=unsat; about= ;;
     "(echo "*) line=${line#*\"}; echo "${line%\"*}" ;;
     "(assert x)") answer=sat ;;
+    "say_after_error)") answer='(error "after")' ;;
     *say_sat*) answer=sat ;;
     *say_unknown*) answer=unknown ;;
     *say_timeout*) answer='(error "timeout")' ;;
@@ -186,6 +187,18 @@ TEST_F(Certify, RefutesWithoutAModelToo) {
   const Result r = certify("", doubly_negated("say_half"));
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(has(r.out, "<stdin>:2: assertion 1: refuted\n")) << r.out;
+}
+
+/// A solver that drops an assertion, with an error, goes on and finds a satisfying assignment.
+TEST_F(Certify, RefutesAnOutputThatOnlyTheSolverDoesNotUnderstand) {
+  for (const char* options : {"", "--steps "}) {
+    const Result r = certify(options, doubly_negated("say_after_error"));
+    EXPECT_EQ(r.status, 1);
+    EXPECT_TRUE(
+        has(r.out, ": refuted: the solver understands the input, but not the output: (error \"after\")\n"))
+        << r.out;
+    EXPECT_EQ(certify(options, doubly_negated("say_error")).status, 0);
+  }
 }
 
 TEST_F(Certify, KeepsTheOrderOfManyJobs) {

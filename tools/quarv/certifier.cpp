@@ -94,8 +94,8 @@ Verdict Certifier::verdict_on(std::size_t i) {
   if (queries_.is_trivial(i)) return {Verdict::proved, "the same text"};
   try {
     const std::string general = queries_.script(i, QuerySet::Form::general);
-    if (!general.empty() && ask(i, general).kind == Verdict::proved) return {};
-    return ask(i, queries_.script(i, QuerySet::Form::exact));
+    if (!general.empty() && ask(i, QuerySet::Form::general, general).kind == Verdict::proved) return {};
+    return ask(i, QuerySet::Form::exact, queries_.script(i, QuerySet::Form::exact));
   } catch (const NoQuery& e) {
     return {Verdict::unsupported, e.what()};
   }
@@ -103,13 +103,17 @@ Verdict Certifier::verdict_on(std::size_t i) {
 
 /// Many steps are the same; each question is asked once. The first lines of a script only say where it is
 /// from.
-Verdict Certifier::ask(std::size_t i, const std::string& script) {
+Verdict Certifier::ask(std::size_t i, QuerySet::Form form, const std::string& script) {
   keep(i, script);
   const std::string question = script.substr(script.find("\n(") + 1);
   if (const std::optional<Verdict> known = known_.find(question)) return *known;
   Verdict verdict;
   try {
     verdict = ask_solver(script);
+    if (verdict.kind == Verdict::unsupported && form == QuerySet::Form::exact &&
+        is_understood(i, QuerySet::Form::input) && !is_understood(i, QuerySet::Form::output)) {
+      verdict = {Verdict::refuted, "the solver understands the input, but not the output: " + verdict.detail};
+    }
   } catch (const SolverFault& e) {
     verdict = {Verdict::failed, e.what()};
   }
@@ -128,6 +132,12 @@ Verdict Certifier::ask_solver(const std::string& script) {
   if (is_answer(*answer)) return {Verdict::undecided, "the solver gives up"};
   const std::string message = message_text(*answer);
   return {is_about_resources(message) ? Verdict::undecided : Verdict::unsupported, message};
+}
+
+/// A term that is not understood is answered with an error before the time is over.
+bool Certifier::is_understood(std::size_t i, QuerySet::Form form) {
+  const std::optional<std::string> answer = solver_.run(queries_.script(i, form), limit_);
+  return !answer || is_answer(*answer) || is_about_resources(*answer);
 }
 
 /// What the solver cannot show any more is refuted all the same.

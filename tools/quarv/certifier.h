@@ -17,7 +17,7 @@ namespace quarv::cli {
 struct Verdict {
   enum Kind {
     proved,
-    refuted,      ///< `detail` holds the model
+    refuted,      ///< `detail` holds the model, or says that only the output is not understood
     undecided,    ///< the solver gave up, or had no more time
     unsupported,  ///< the solver does not understand the query
     failed        ///< the solver ended, or spoke nonsense
@@ -52,7 +52,8 @@ class Certifier {
   Verdict verdict_on(std::size_t i);
 
  private:
-  Verdict ask(std::size_t i, const std::string& script);
+  Verdict ask(std::size_t i, QuerySet::Form form, const std::string& script);
+  bool is_understood(std::size_t i, QuerySet::Form form);
   Verdict ask_solver(const std::string& script);
   Verdict refuted();
   void keep(std::size_t i, const std::string& script) const;

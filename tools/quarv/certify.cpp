@@ -47,6 +47,8 @@ simplify --trace), and as there the steps of further rounds are left out.
   unsupported  the solver does not know something that occurs in the query
   failed       the solver ended before it had answered, or answered what nobody asked
 
+An output that the solver does not understand, though it understands the input, is refuted.
+
 Exit status: 0 when nothing was refuted and no query failed; 1 otherwise, for faults of the input, and for a solver that
 does not know that false cannot be satisfied, and a constant can.)";
 

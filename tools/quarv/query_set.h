@@ -24,7 +24,10 @@ class QuerySet {
  public:
   enum class Form {
     general,  ///< parts of the terms that probably play no role are any values; equality is more than needed
-    exact
+    exact,
+    // One term alone, compared with itself: for learning whether the solver understands it.
+    input,
+    output
   };
 
   virtual ~QuerySet() = default;
@@ -42,5 +45,7 @@ class QuerySet {
 
 /// What every query begins with.
 std::string query_beginning(const std::string& title);
+/// What a query with names ends with: whether the two of them differ, or one from itself.
+std::string difference(QuerySet::Form form);
 
 }  // namespace quarv::cli

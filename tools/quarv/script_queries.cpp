@@ -74,6 +74,12 @@ std::string query_beginning(const std::string& title) {
       line);
 }
 
+std::string difference(QuerySet::Form form) {
+  return fmt::format("(assert (not (= {} {})))\n(check-sat)\n",
+                     form == QuerySet::Form::output ? name_after : name_before,
+                     form == QuerySet::Form::input ? name_before : name_after);
+}
+
 ScriptQueries::ScriptQueries(std::string_view input, std::string_view output, std::string file)
     : input_(input), file_(std::move(file)), line_start_(input.data()) {
   read_commands(output);
@@ -259,7 +265,7 @@ std::string ScriptQueries::application(const Pair& pair, std::string& text) cons
 }
 
 void ScriptQueries::ask(std::string subject, const Pair& pair) {
-  Query query{std::move(subject), line_, false, {}, {}};
+  Query query{std::move(subject), line_, false, !pair.sort_before.empty(), {}, {}, {}, {}, {}};
   const std::string_view p = pair.parameters_before;
   const std::string_view q = pair.parameters_after;
   query.trivial = same_tokens(pair.before, pair.after) && same_tokens(p, q);
@@ -267,25 +273,21 @@ void ScriptQueries::ask(std::string subject, const Pair& pair) {
     queries_.push_back(std::move(query));
     return;
   }
-  if (pair.sort_before.empty()) {
-    query.text = fmt::format("(assert (not (=\n  {}\n  {})))\n", pair.before, pair.after);
+  if (!query.named) {
+    query.before = pair.before;
+    query.after = pair.after;
   } else if (items(p).empty()) {
-    for (const auto& [name, sort, term] : {std::tuple(name_before, pair.sort_before, &pair.before),
-                                           {name_after, pair.sort_after, &pair.after}}) {
-      query.text += fmt::format("(define-fun {} () {}\n  {})\n", name, sort, *term);
-    }
+    query.before = fmt::format("(define-fun {} () {}\n  {})\n", name_before, pair.sort_before, pair.before);
+    query.after = fmt::format("(define-fun {} () {}\n  {})\n", name_after, pair.sort_after, pair.after);
   } else {
-    query.text = fmt::format("(define-fun quarv.f {} {}\n  {})\n(define-fun quarv.g {} {}\n  {})\n", p,
-                             pair.sort_before, pair.before, q, pair.sort_after, pair.after);
-    const std::string arguments = application(pair, query.text);
-    query.text +=
-        fmt::format("(define-fun {} () {} (quarv.f{}))\n(define-fun {} () {} (quarv.g{}))\n", name_before,
-                    pair.sort_before, arguments, name_after, pair.sort_after, arguments);
+    const std::string arguments = application(pair, query.parameters);
+    query.before = fmt::format("(define-fun quarv.f {} {}\n  {})\n(define-fun {} () {} (quarv.f{}))\n", p,
+                               pair.sort_before, pair.before, name_before, pair.sort_before, arguments);
+    query.after = fmt::format("(define-fun quarv.g {} {}\n  {})\n(define-fun {} () {} (quarv.g{}))\n", q,
+                              pair.sort_after, pair.after, name_after, pair.sort_after, arguments);
   }
-  if (!pair.sort_before.empty()) {
-    query.text += fmt::format("(assert (not (= {} {})))\n", name_before, name_after);
-  }
-  query.uses = uses_of(query.text);
+  query.uses_before = uses_of(query.parameters + query.before);
+  query.uses_after = uses_of(query.parameters + query.after);
   queries_.push_back(std::move(query));
 }
 
@@ -301,8 +303,10 @@ std::string ScriptQueries::short_name(std::size_t i) const {
 std::string ScriptQueries::script(std::size_t i, Form form) const {
   if (form == Form::general) return {};
   const Query& query = queries_[i];
-  std::set<std::uint32_t> needed(query.uses.begin(), query.uses.end());
-  std::vector<std::uint32_t> pending(query.uses);
+  std::set<std::uint32_t> needed;
+  if (form != Form::output) needed.insert(query.uses_before.begin(), query.uses_before.end());
+  if (form != Form::input) needed.insert(query.uses_after.begin(), query.uses_after.end());
+  std::vector<std::uint32_t> pending(needed.begin(), needed.end());
   while (!pending.empty()) {
     const Declaration& d = declarations_[pending.back()];
     pending.pop_back();
@@ -312,7 +316,14 @@ std::string ScriptQueries::script(std::size_t i, Form form) const {
   }
   std::string text = query_beginning(title(i));
   for (std::uint32_t d : needed) text += declarations_[d].text + '\n';
-  return text + query.text + "(check-sat)\n";
+  text += query.parameters;
+  const std::string& before = form == Form::output ? query.after : query.before;
+  const std::string& after = form == Form::input ? query.before : query.after;
+  if (!query.named) {
+    return text + fmt::format("(assert (not (=\n  {}\n  {})))\n(check-sat)\n", before, after);
+  }
+  text += form == Form::exact ? before + after : before;
+  return text + difference(form);
 }
 
 }  // namespace quarv::cli

@@ -40,8 +40,10 @@ class ScriptQueries : public QuerySet {
     std::string subject;
     std::size_t line;
     bool trivial;
-    std::string text;  // the terms and that they differ
-    std::vector<std::uint32_t> uses;
+    bool named;                 // the terms have names; of others the sort is not known
+    std::string parameters;     // declared as constants
+    std::string before, after;  // definitions of the names, or terms
+    std::vector<std::uint32_t> uses_before, uses_after;
   };
   /// Two functions that must be equal, or two terms: without parameters, and perhaps without a known sort.
   struct Pair {

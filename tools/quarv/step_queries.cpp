@@ -148,10 +148,9 @@ std::string StepQueries::script(std::size_t i, Form form) const {
   terms.pop_back();
   const Term* const before = has_named_arguments(step) ? application(step.op, terms, plain, text) : terms[0];
   const DataType* const sort = manager.get_supertype(manager.type_of(before), manager.type_of(after));
-  text += definition(name_before, before, sort, plain);
-  text += definition(name_after, after, sort, plain);
-  return fmt::format("{}{}{}(assert (not (= {} {})))\n(check-sat)\n", beginning, sort_declarations(text),
-                     text, name_before, name_after);
+  if (form != Form::output) text += definition(name_before, before, sort, plain);
+  if (form != Form::input) text += definition(name_after, after, sort, plain);
+  return beginning + sort_declarations(text) + text + difference(form);
 }
 
 }  // namespace quarv::cli
