@@ -44,37 +44,53 @@ class Replay {
   Replay(const Input& input, std::vector<rules::Rule> rules)
       : trace_(input.text(), input.name()), rules_(std::move(rules)) {}
 
-  /// Prints a line for each step that is not justified, unless `quiet`.
+  /// Prints a line for each step that is not justified, unless `quiet`. Throws TraceError for what does not
+  /// begin as a trace; a line that makes no sense does not keep others from being checked.
   void run(bool quiet, std::ostream& out) {
     TraceStep step;
-    while (trace_.next(step)) {
-      for (; learned_ < trace_.names().size(); ++learned_) known_.learn(trace_.names()[learned_]);
-      std::string reason;
-      const bool is_rule = step.rule != 0;
-      const bool justified = is_rule ? check_rule(step, reason) : folding_.check(step.before, step.after);
-      if (!is_rule) known_.learn(step.before, step.after);
-      const std::string kind = is_rule ? fmt::format("rule {}", step.rule) : step.label;
-      for (Counts* counts : {&counts_, &by_kind_[kind]}) {
-        ++(justified ? counts->justified : counts->not_justified);
+    for (;;) {
+      try {
+        if (!trace_.next(step)) return;
+      } catch (const TraceError& e) {
+        if (!trace_.has_begun()) throw;
+        ++num_refused_;
+        if (!quiet) fmt::print(stderr, "{}\n", e.what());
+        continue;
       }
-      if (justified || quiet) continue;
-      out << fmt::format("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
-                         reason.empty() ? "" : ": " + reason);
+      for (; learned_ < trace_.names().size(); ++learned_) known_.learn(trace_.names()[learned_]);
+      check(step, quiet, out);
     }
   }
 
   void print_summary(std::ostream& out) const {
-    out << fmt::format("{} steps: {} justified, {} not justified\n",
-                       counts_.justified + counts_.not_justified, counts_.justified, counts_.not_justified);
+    out << fmt::format("{} steps: {} justified, {} not justified", counts_.justified + counts_.not_justified,
+                       counts_.justified, counts_.not_justified);
+    if (num_refused_ != 0) out << fmt::format("; {} lines make no sense", num_refused_);
+    out << '\n';
     for (const auto& [kind, c] : by_kind_) {
       if (c.not_justified == 0) continue;
       out << fmt::format("  {}: {} justified, {} not justified\n", kind, c.justified, c.not_justified);
     }
   }
 
-  bool all_justified() const { return counts_.not_justified == 0; }
+  bool all_justified() const { return counts_.not_justified + num_refused_ == 0; }
 
  private:
+  void check(const TraceStep& step, bool quiet, std::ostream& out) {
+    std::string reason;
+    const bool is_rule = step.rule != 0;
+    const bool justified = is_rule ? check_rule(step, reason) : folding_.check(step.before, step.after);
+    // Nothing is shown by what does not hold.
+    if (!is_rule && justified) known_.learn(step.before, step.after);
+    const std::string kind = is_rule ? fmt::format("rule {}", step.rule) : printable(step.label, 60);
+    for (Counts* counts : {&counts_, &by_kind_[kind]}) {
+      ++(justified ? counts->justified : counts->not_justified);
+    }
+    if (justified || quiet) return;
+    out << fmt::format("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
+                       reason.empty() ? "" : ": " + reason);
+  }
+
   bool check_rule(const TraceStep& step, std::string& reason) const {
     if (step.rule > rules_.size() || rules_[step.rule - 1].text != step.label) {
       reason = "there is no rule of this number and text";
@@ -108,6 +124,7 @@ class Replay {
   KnownTerms known_{trace_};
   FoldingChecker folding_{trace_, known_};
   std::size_t learned_ = 0;
+  std::size_t num_refused_ = 0;
   Counts counts_;
   std::map<std::string, Counts> by_kind_;
 };
@@ -131,10 +148,16 @@ void add_replay(CLI::App& program, int& status) {
     const Input input(arguments->input);
     Output output("-");
     Replay replay(input, rules_to_go_by(arguments->rule_files));
-    replay.run(arguments->quiet, output.stream());
+    status = failure;
+    try {
+      replay.run(arguments->quiet, output.stream());
+    } catch (const TraceError& e) {
+      fmt::print(stderr, "{}\n", e.what());
+      return;
+    }
     replay.print_summary(output.stream());
     output.commit();
-    status = replay.all_justified() ? success : failure;
+    if (replay.all_justified()) status = success;
   });
 }
 

@@ -23,23 +23,61 @@ std::vector<std::string> indexed_words(std::string_view text) {
   return words;
 }
 
+/// Whether this can be the name of an operator or an index: nothing that would make another term's text.
+bool is_word(std::string_view text) {
+  return !text.empty() && std::ranges::all_of(text, [](char c) {
+    return c > ' ' && c < '\x7f' && std::string_view("()|\";").find(c) == std::string_view::npos;
+  });
+}
+
+/// "12", "-12", "-1/2": white space, signs of other kinds and what comes behind a NUL byte are no part of
+/// numbers.
+bool is_rational(std::string_view text) {
+  const auto is_natural = [](std::string_view digits) {
+    return !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
+  };
+  if (text.starts_with('-')) text.remove_prefix(1);
+  const std::size_t slash = text.find('/');
+  return is_natural(text.substr(0, slash)) &&
+         (slash == std::string_view::npos || is_natural(text.substr(slash + 1)));
+}
+
+/// One text for one list of texts.
+void append_item(std::string& key, char mark, std::string_view item) {
+  key += mark;
+  key += std::to_string(item.size());
+  key += ':';
+  key += item;
+}
+
 }  // namespace
 
+std::string printable(std::string_view text, std::size_t limit) {
+  std::string line(text.substr(0, limit));
+  std::ranges::replace_if(
+      line, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+  return text.size() > limit ? line + " ..." : line;
+}
+
 std::string Expression::key() const {
-  // A function's name may hold anything; its length shows where it ends.
-  std::string text = kind == value      ? '#' + number.get_str()
-                     : kind == function ? '|' + std::to_string(op.size()) + '|' + op
-                                        : op;
-  for (const std::string& index : indices) text += '_' + index;
+  // Names may hold anything; their length shows where they end.
+  std::string text;
+  append_item(text,
+              kind == value      ? '#'
+              : kind == function ? '|'
+                                 : 'o',
+              kind == value ? number.get_str() : op);
+  for (const std::string& index : indices) append_item(text, '_', index);
   if (copy != 0) text += '!' + std::to_string(copy);
   for (TermName v : variables) text += '?' + std::to_string(v);
-  for (const std::string& a : attributes) text += ':' + std::to_string(a.size()) + a;
+  for (const std::string& a : attributes) append_item(text, '@', a);
   for (TermName arg : args) text += ' ' + std::to_string(arg);
   return text;
 }
 
+/// Names in a trace are anyone's; a message stays one line.
 void TraceFile::fail(const std::string& reason) const {
-  throw TraceError(name_ + ':' + std::to_string(line_) + ": " + reason);
+  throw TraceError(name_ + ':' + std::to_string(line_) + ": error: " + printable(reason, 200));
 }
 
 bool TraceFile::next(TraceStep& step) {
@@ -63,15 +101,16 @@ template <class J>
 bool TraceFile::read_line(const J& line, TraceStep& step) {
   if (line_ == 1) {
     if (line.at("trace") != "quarv" || line.at("version") != 1) fail("this is no trace of version 1");
+    has_begun_ = true;
     return false;
   }
   if (line.contains("step")) {
     step = TraceStep();
-    step.number = line.at("step").template get<std::uint64_t>();
-    step.assertion = line.at("assertion").template get<std::uint64_t>();
+    step.number = read_number(line.at("step"));
+    step.assertion = read_number(line.at("assertion"));
     step.after = read_name(line.at("after"));
     if (line.contains("rule")) {
-      step.rule = line.at("rule").template get<std::uint64_t>();
+      step.rule = read_number(line.at("rule"));
       if (step.rule == 0) fail("rules count from 1");
       step.label = line.at("signature").template get<std::string>();
       step.before_name = read_name(line.at("before"));
@@ -85,87 +124,102 @@ bool TraceFile::read_line(const J& line, TraceStep& step) {
   if (line.contains("assertion")) {
     assertions_.push_back(read_name(line.at("term")));
   } else if (line.contains("term")) {
-    const auto name = line.at("term").template get<TermName>();
-    Expression e = read_expression(line);
-    for (TermName arg : e.args) {
-      if (arg >= name) fail("a term is older than its argument " + std::to_string(arg));
-    }
-    if (!terms_.emplace(name, std::move(e)).second) {
-      fail("the term " + std::to_string(name) + " is defined twice");
-    }
-    names_.push_back(name);
+    read_term(line);
   } else {
     read_sort(line);
   }
   return false;
 }
 
+/// The parser of JSON would make a number of `true`, of -1 and of 1.5, too.
+template <class J>
+std::uint64_t TraceFile::read_number(const J& number) const {
+  if (!number.is_number_unsigned()) fail("what should be a number is none");
+  return number.template get<std::uint64_t>();
+}
+
 template <class J>
 TermName TraceFile::read_name(const J& name) const {
-  const auto n = name.template get<TermName>();
+  const TermName n = read_number(name);
   if (!terms_.contains(n)) fail("there is no term " + std::to_string(n));
   return n;
 }
 
 template <class J>
+std::vector<TermName> TraceFile::read_names(const J& line, const char* key) const {
+  std::vector<TermName> names;
+  const auto list = line.find(key);
+  if (list == line.end()) return names;
+  if (!list->is_array()) fail(std::string(key) + " are no list");
+  for (const auto& name : *list) names.push_back(read_name(name));
+  return names;
+}
+
+template <class J>
+void TraceFile::read_term(const J& line) {
+  const TermName name = read_number(line.at("term"));
+  Expression e = read_expression(line);
+  for (TermName arg : e.args) {
+    if (arg >= name) fail("a term is older than its argument " + std::to_string(arg));
+  }
+  if (terms_.contains(name)) fail("the term " + std::to_string(name) + " is defined twice");
+  // Other terms may differ in what a trace does not show; values are told apart by their names.
+  if (e.kind == Expression::value && !value_keys_.insert(e.key() + ' ' + std::to_string(e.sort)).second) {
+    fail("the value " + e.number.get_str().substr(0, 40) + " has another name already");
+  }
+  terms_.emplace(name, std::move(e));
+  names_.push_back(name);
+}
+
+template <class J>
 void TraceFile::read_sort(const J& line) {
-  if (line.at("sort").template get<std::size_t>() != sorts_.size()) fail("sorts are numbered from 0");
-  TraceSort sort;
-  sort.name = line.at("name").template get<std::string>();
+  if (read_number(line.at("sort")) != sorts_.size()) fail("sorts are numbered from 0");
+  // Should this sort be refused, the next one has its own number all the same.
+  sorts_.emplace_back().kind = TraceSort::refused;
+  std::vector<std::size_t> args;
   if (line.contains("args")) {
+    if (!line.at("args").is_array()) fail("args are no list");
     for (const auto& arg : line.at("args")) {
-      sort.args.push_back(arg.template get<std::size_t>());
-      if (sort.args.back() >= sorts_.size()) fail("there is no such sort");
+      args.push_back(read_number(arg));
+      if (args.back() >= sorts_.size() - 1 || sorts_[args.back()].kind == TraceSort::refused) {
+        fail("there is no sort " + std::to_string(args.back()));
+      }
     }
   }
-  const std::vector<std::string> words = indexed_words(sort.name);
-  const auto number = [&](std::size_t i) -> std::size_t {
-    const std::string& digits = words[i];
-    if (digits.empty() || digits.size() > 9 || digits.find_first_not_of("0123456789") != std::string::npos) {
-      fail("a sort's index is no number");
-    }
-    return std::stoul(digits);
-  };
-  if (sort.args.size() == 2 && sort.name == "Array") {
-    sort.kind = TraceSort::array;
-  } else if (sort.name == "Bool") {
-    sort.kind = TraceSort::boolean;
-  } else if (sort.name == "Int") {
-    sort.kind = TraceSort::integer;
-  } else if (sort.name == "Real") {
-    sort.kind = TraceSort::real;
-  } else if (words.size() == 2 && words[0] == "BitVec") {
-    sort.kind = TraceSort::bit_vector;
-    sort.width = number(1);
-  } else if (words.size() == 3 && words[0] == "FloatingPoint") {
-    sort.kind = TraceSort::floating_point;
-    sort.width = number(1);
-    sort.significand = number(2);
+  TraceSort sort = understood_sort(line.at("name").template get<std::string>(), std::move(args));
+  std::string key;
+  append_item(key, 's', sort.name);
+  for (std::size_t arg : sort.args) key += ' ' + std::to_string(arg);
+  if (!sort_keys_.insert(std::move(key)).second) fail("the sort " + sort.name + " is defined twice");
+  sorts_.back() = std::move(sort);
+}
+
+mpq_class TraceFile::read_value(const std::string& text) const {
+  mpq_class number;
+  if (!is_rational(text) || number.set_str(text, 10) != 0 || number.get_den() == 0) {
+    fail("this value is no number");
   }
-  const bool known = std::any_of(sorts_.begin(), sorts_.end(), [&](const TraceSort& other) {
-    return other.name == sort.name && other.args == sort.args;
-  });
-  if (known) fail("the sort " + sort.name + " is defined twice");
-  sorts_.push_back(std::move(sort));
+  number.canonicalize();
+  return number;
 }
 
 template <class J>
 Expression TraceFile::read_expression(const J& line) const {
   Expression e;
-  e.sort = line.at("sort").template get<std::size_t>();
-  if (e.sort >= sorts_.size()) fail("there is no sort " + std::to_string(e.sort));
+  e.sort = read_number(line.at("sort"));
+  if (e.sort >= sorts_.size() || sorts_[e.sort].kind == TraceSort::refused) {
+    fail("there is no sort " + std::to_string(e.sort));
+  }
   if (line.contains("value")) {
     e.kind = Expression::value;
-    const auto text = line.at("value").template get<std::string>();
-    if (e.number.set_str(text, 10) != 0 || e.number.get_den() == 0) fail("this value is no number");
-    e.number.canonicalize();
+    e.number = read_value(line.at("value").template get<std::string>());
     if (!is_well_sorted(e)) fail("this is no value of its sort");
     return e;
   }
   if (line.contains("fun")) {
     e.kind = Expression::function;
     e.op = line.at("fun").template get<std::string>();
-    e.copy = line.value("copy", std::uint64_t{0});
+    if (line.contains("copy")) e.copy = read_number(line.at("copy"));
   } else {
     e.op = line.at("op").template get<std::string>();
     std::vector<std::string> words = indexed_words(e.op);
@@ -173,12 +227,16 @@ Expression TraceFile::read_expression(const J& line) const {
       e.op = words[0];
       e.indices.assign(words.begin() + 1, words.end());
     }
+    if (!is_word(e.op) || !std::ranges::all_of(e.indices, is_word)) fail("this is no operator");
   }
-  for (const auto& attribute : line.value("attributes", J::array())) {
-    e.attributes.push_back(attribute.template get<std::string>());
+  if (line.contains("attributes")) {
+    if (!line.at("attributes").is_array()) fail("attributes are no list");
+    for (const auto& attribute : line.at("attributes")) {
+      e.attributes.push_back(attribute.template get<std::string>());
+    }
   }
-  for (const auto& variable : line.value("variables", J::array())) e.variables.push_back(read_name(variable));
-  for (const auto& arg : line.value("args", J::array())) e.args.push_back(read_name(arg));
+  e.variables = read_names(line, "variables");
+  e.args = read_names(line, "args");
   if (!is_well_sorted(e)) fail(e.op + ": the sorts of the arguments do not fit");
   return e;
 }

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include <gmpxx.h>
@@ -16,7 +17,7 @@
 /// what is found out about a trace does not rest on the code that wrote it.
 namespace quarv::cli {
 
-/// A text that is not a trace. `what()` reads "file:line: reason".
+/// A line that is not one of a trace. `what()` reads "file:line: error: reason".
 class TraceError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -25,12 +26,23 @@ class TraceError : public std::runtime_error {
 using TermName = std::uint64_t;
 
 struct TraceSort {
-  enum Kind : std::uint8_t { boolean, integer, real, bit_vector, floating_point, array, other };
+  enum Kind : std::uint8_t {
+    boolean,
+    integer,
+    real,
+    bit_vector,
+    floating_point,
+    rounding_mode,
+    array,
+    other,
+    refused  ///< what was said of it made no sense; there is no term of it
+  };
   Kind kind = other;
   std::string name;               ///< "(_ BitVec 8)"; of an array or another applied sort, the constructor
   std::vector<std::size_t> args;  ///< of an applied sort
   std::size_t width = 0;          ///< of a bit-vector; the exponent's of a floating-point sort
   std::size_t significand = 0;    ///< of a floating-point sort, with the hidden bit
+  std::size_t depth = 0;          ///< how deep sorts are nested in it
 };
 
 /// An operator on named terms.
@@ -60,14 +72,22 @@ struct TraceStep {
   TermName after = 0;
 };
 
-/// Reads a trace line by line.
+/// The text on one line, at most about `limit` bytes of it.
+std::string printable(std::string_view text, std::size_t limit);
+
+/// Reads a trace line by line. What it lets through makes sense: terms are well-sorted and older than what
+/// they occur in, and one value has one name.
 class TraceFile {
  public:
   /// `text` must outlive this.
   TraceFile(std::string_view text, std::string name) : text_(text), name_(std::move(name)) {}
 
-  /// Goes on to the next step; false at the end. Throws TraceError.
+  /// Goes on to the next step; false at the end. Throws TraceError for a line that makes no sense; the next
+  /// call goes on behind it.
   bool next(TraceStep& step);
+
+  /// Whether the text began as a trace does.
+  bool has_begun() const noexcept { return has_begun_; }
 
   const Expression& term(TermName name) const { return terms_.at(name); }
   const TraceSort& sort(std::size_t name) const { return sorts_[name]; }
@@ -81,19 +101,30 @@ class TraceFile {
  private:
   [[noreturn]] void fail(const std::string& reason) const;
   template <class Json>
+  std::uint64_t read_number(const Json& number) const;
+  template <class Json>
   void read_sort(const Json& line);
+  TraceSort understood_sort(std::string name, std::vector<std::size_t> args) const;
+  template <class Json>
+  void read_term(const Json& line);
+  mpq_class read_value(const std::string& text) const;
   template <class Json>
   Expression read_expression(const Json& line) const;
   bool is_well_sorted(const Expression& e) const;
   template <class Json>
   TermName read_name(const Json& name) const;
   template <class Json>
+  std::vector<TermName> read_names(const Json& line, const char* key) const;
+  template <class Json>
   bool read_line(const Json& line, TraceStep& step);
 
   std::string_view text_;
   std::string name_;
   std::size_t line_ = 0;
+  bool has_begun_ = false;
   std::vector<TraceSort> sorts_;
+  std::unordered_set<std::string> sort_keys_;
+  std::unordered_set<std::string> value_keys_;
   std::unordered_map<TermName, Expression> terms_;
   std::vector<TermName> names_;
   std::vector<TermName> assertions_;

@@ -1,0 +1,108 @@
+/// \file
+/// Traces that somebody wrote, to have something justified that does not hold, or to break the program.
+#include "program_fixture.h"
+
+namespace {
+
+class Forgery : public Program {
+ protected:
+  static constexpr const char* sorts = R"json({"trace":"quarv","version":1}
+{"sort":0,"name":"Bool"}
+{"sort":1,"name":"Int"}
+{"sort":2,"name":"Real"}
+{"sort":3,"name":"(_ FloatingPoint 2 3)"}
+{"sort":4,"name":"Array","args":[3,0]}
+{"term":1,"op":"true","sort":0}
+{"term":2,"op":"false","sort":0}
+{"term":3,"value":"1","sort":1}
+{"term":4,"value":"1/2","sort":2}
+)json";
+  Result replay_text(const std::string& lines) { return run("$quarv replay -", sorts + lines); }
+  static std::string equality(int a, int b, int after) {
+    return R"({"step":1,"assertion":1,"simplifier":"=","op":"=","sort":0,"args":[)" + std::to_string(a) +
+           ',' + std::to_string(b) + "],\"after\":" + std::to_string(after) + "}\n";
+  }
+};
+
+TEST_F(Forgery, RefusesWhatNoTraceSays) {
+  struct {
+    const char* line;
+    const char* reason;
+  } const cases[] = {
+      {R"json({"term":9,"value":"1","sort":1})json", "the value 1 has another name already"},
+      {R"json({"term":9,"value":"2/4","sort":2})json", "the value 1/2 has another name already"},
+      {R"json({"term":9,"value":"1","sort":2})json", "this is no value of its sort"},
+      {R"json({"term":9,"value":"1 2","sort":1})json", "this value is no number"},
+      {R"json({"term":9,"value":"+2","sort":1})json", "this value is no number"},
+      {R"json({"term":9,"value":"2\u0000","sort":1})json", "this value is no number"},
+      {R"json({"term":9,"value":"","sort":1})json", "this value is no number"},
+      {R"json({"term":9,"op":"ite","sort":1,"args":[1,3,4]})json",
+       "ite: the sorts of the arguments do not fit"},
+      {R"json({"term":9,"op":"+","sort":1,"args":[3,4]})json", "+: the sorts of the arguments do not fit"},
+      {R"json({"term":9,"op":"fp.neg","sort":0,"args":[1]})json",
+       "fp.neg: the sorts of the arguments do not fit"},
+      {R"json({"term":9,"op":"and","sort":0,"args":[1,2],"variables":[1]})json",
+       "and: the sorts of the arguments do not fit"},
+      {R"json({"term":9,"op":"and 1 2","sort":0})json", "this is no operator"},
+      {R"json({"term":9,"op":"(_ extract  0)","sort":0})json", "this is no operator"},
+      {R"json({"term":9,"op":"","sort":0})json", "this is no operator"},
+      {R"json({"term":9,"op":"not","sort":0,"args":[1.0]})json", "what should be a number is none"},
+      {R"json({"term":9,"op":"not","sort":0,"args":[true]})json", "what should be a number is none"},
+      {R"json({"term":-9,"op":"not","sort":0,"args":[1]})json", "what should be a number is none"},
+      {R"json({"term":18446744073709551616,"op":"not","sort":0,"args":[1]})json",
+       "what should be a number is none"},
+      {R"json({"term":9,"op":"not","sort":0,"args":1})json", "args are no list"},
+      {R"json({"term":9,"op":"not","sort":0,"args":{"a":1}})json", "args are no list"},
+      {R"json({"term":3,"op":"not","sort":0,"args":[1]})json", "the term 3 is defined twice"},
+      {R"json({"term":9,"op":"not","sort":17,"args":[1]})json", "there is no sort 17"},
+      {R"json({"sort":5,"name":"(_ FloatingPoint 5 0)"})json", "there is no sort (_ FloatingPoint 5 0)"},
+      {R"json({"sort":5,"name":"(_ FloatingPoint 99 9)"})json", "there is no sort (_ FloatingPoint 99 9)"},
+      {R"json({"sort":5,"name":"(_ FloatingPoint 5)"})json", "there is no sort (_ FloatingPoint 5)"},
+      {R"json({"sort":5,"name":"(_ BitVec 0)"})json", "there is no sort (_ BitVec 0)"},
+      {R"json({"sort":5,"name":"(_ BitVec 08)"})json", "there is no sort (_ BitVec 08)"},
+      {R"json({"sort":5,"name":"(_ BitVec 999999999)"})json", "there is no sort (_ BitVec 999999999)"},
+      {R"json({"sort":5,"name":"(_ BitVec 8 8)"})json", "there is no sort (_ BitVec 8 8)"},
+      {R"json({"sort":5,"name":"Bool","args":[1]})json", "Bool has 0 arguments"},
+      {R"json({"sort":5,"name":"Array","args":[1]})json", "Array has 2 arguments"},
+      {R"json({"sort":5,"name":"Array","args":[1,5]})json", "there is no sort 5"},
+      {R"json({"sort":5,"name":"Array","args":[3,0]})json", "the sort Array is defined twice"},
+      {"{\"term\":9,\"fun\":\"f\xff\",\"sort\":0}", "this is not a line of a trace"},
+  };
+  for (const auto& [line, reason] : cases) {
+    const Result r = replay_text(std::string(line) + '\n' + equality(1, 1, 1) + equality(1, 2, 1));
+    EXPECT_EQ(r.status, 1) << line;
+    EXPECT_EQ(r.err, "<stdin>:11: error: " + std::string(reason) + '\n') << line;
+    // What can be checked is checked.
+    EXPECT_EQ(r.out,
+              "step 1 of assertion 1: =: not justified\n"
+              "2 steps: 1 justified, 1 not justified; 1 lines make no sense\n"
+              "  =: 1 justified, 1 not justified\n")
+        << line;
+  }
+  const Result deep =
+      replay_text("{\"step\":" + std::string(200'000, '[') + std::string(200'000, ']') + "}\n");
+  EXPECT_EQ(deep.err, "<stdin>:11: error: what should be a number is none\n");
+}
+
+TEST_F(Forgery, BelievesNothingThatWasNotShown) {
+  // The second step would follow from the first one.
+  const Result r = replay_text(R"json({"sort":5,"name":"Array","args":[1,1]}
+{"term":5,"fun":"x","sort":1}
+{"term":6,"op":"const","sort":5,"args":[3]}
+{"term":7,"op":"const","sort":5,"args":[5]}
+{"term":8,"fun":"p","sort":0}
+)json" + equality(3, 5, 8) + equality(6, 7, 8));
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(r.out.find("2 steps: 0 justified, 2 not justified\n") != std::string::npos) << r.out;
+}
+
+TEST_F(Forgery, PrintsNamesOnOneLine) {
+  const Result r = replay_text(
+      R"({"step":1,"assertion":1,"simplifier":"=\n9 steps: 9 justified, 0 not justified","op":"=","sort":0,)"
+      R"("args":[1,2],"after":1})"
+      "\n");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(num_lines(r.out), 3u) << r.out;
+}
+
+}  // namespace
