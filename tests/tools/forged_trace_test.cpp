@@ -24,6 +24,17 @@ class Forgery : public Program {
   }
 };
 
+TEST_F(Forgery, EncodingsOfNaNAreOneIndex) {
+  const std::string arrays = R"json({"term":5,"value":"13","sort":3}
+{"term":6,"value":"14","sort":3}
+{"term":7,"op":"const","sort":4,"args":[2]}
+{"term":8,"op":"store","sort":4,"args":[7,5,1]}
+{"term":9,"op":"store","sort":4,"args":[7,6,1]}
+)json";
+  EXPECT_EQ(replay_text(arrays + equality(8, 9, 1)).status, 0);
+  EXPECT_EQ(replay_text(arrays + equality(8, 9, 2)).status, 1);
+}
+
 TEST_F(Forgery, RefusesWhatNoTraceSays) {
   struct {
     const char* line;
@@ -82,6 +93,32 @@ TEST_F(Forgery, RefusesWhatNoTraceSays) {
   const Result deep =
       replay_text("{\"step\":" + std::string(200'000, '[') + std::string(200'000, ']') + "}\n");
   EXPECT_EQ(deep.err, "<stdin>:11: error: what should be a number is none\n");
+}
+
+/// The number of comparisons would double with each level.
+TEST_F(Forgery, ComparesNestedArraysOnce) {
+  std::string text;
+  int sort = 1;
+  int name = 10;
+  int a = 3, b = 3;
+  for (int level = 0; level < 60; ++level) {
+    const std::string of_sort = ",\"sort\":" + std::to_string(5 + level);
+    text += "{\"sort\":" + std::to_string(5 + level) + R"(,"name":"Array","args":[1,)" +
+            std::to_string(sort) + "]}\n";
+    sort = 5 + level;
+    const auto add = [&](const std::string& op, const std::string& args) {
+      text += "{\"term\":" + std::to_string(name) + ",\"op\":\"" + op + '"' + of_sort + ",\"args\":[" + args +
+              "]}\n";
+      return name++;
+    };
+    const int first = add("const", std::to_string(a));
+    const int second = add("const", std::to_string(b));
+    a = level == 0 ? first : add("store", std::to_string(first) + ",3," + std::to_string(a));
+    b = add("store", std::to_string(second) + ",3," + std::to_string(b));
+  }
+  const Result r = replay_text(text + equality(a, b, 1));
+  EXPECT_EQ(r.status, 0) << r.out << r.err;
+  EXPECT_EQ(replay_text(text + equality(a, b, 2)).status, 1);
 }
 
 TEST_F(Forgery, BelievesNothingThatWasNotShown) {

@@ -103,6 +103,7 @@ std::optional<mpz_class> fold_binary(const std::string& op, const mpz_class& x, 
 // What holds for all operators.
 
 bool FoldingChecker::check(const Expression& e, TermName after) const {
+  num_compared_ = 0;
   const Expression& result = trace_.term(after);
   const bool same_sort = e.sort == result.sort || (is_arithmetic(e.sort) && is_arithmetic(result.sort));
   if (!same_sort) return false;
@@ -148,7 +149,7 @@ bool FoldingChecker::is_congruent(const Expression& e, const Expression& result)
 /// One term, sums that are equal, or two encodings of NaN.
 bool FoldingChecker::are_equal(TermName a, TermName b) const {
   if (a == b) return true;
-  if (trace_.sort_of(a).kind == TraceSort::floating_point) return compare(a, b, 0) == Comparison::equal;
+  if (trace_.sort_of(a).kind == TraceSort::floating_point) return compare(a, b) == Comparison::equal;
   if (!is_arithmetic(trace_.term(a).sort) || !is_arithmetic(trace_.term(b).sort)) return false;
   const Sum difference = sum_of({{a, 1}, {b, -1}});
   return difference.coefficients.empty() && difference.constant == 0;

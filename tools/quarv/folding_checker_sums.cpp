@@ -1,5 +1,5 @@
 /// \file
-/// Checking what simplifiers do: linear arithmetic and arrays.
+/// Checking what simplifiers do: linear arithmetic.
 #include <algorithm>
 #include <functional>
 
@@ -18,6 +18,8 @@ bool FoldingChecker::is_arithmetic(std::size_t sort) const {
 /// so the youngest comes first, with its whole coefficient.
 FoldingChecker::Sum FoldingChecker::sum_of(
     const std::vector<std::pair<TermName, mpq_class>>& summands) const {
+  constexpr std::size_t most = 100'000;  // of what is looked at: larger parts stay as they are
+  std::size_t num_seen = 0;
   Sum sum;
   std::map<TermName, mpq_class, std::greater<>> pending;
   for (const auto& [t, c] : summands) pending[t] += c;
@@ -26,7 +28,7 @@ FoldingChecker::Sum FoldingChecker::sum_of(
     pending.erase(pending.begin());
     if (c == 0) continue;
     const Expression& e = trace_.term(t);
-    const bool binary = e.kind == Expression::operation && e.args.size() == 2;
+    const bool binary = e.kind == Expression::operation && e.args.size() == 2 && ++num_seen < most;
     const auto factor = [&](std::size_t i) { return trace_.term(e.args[i]).kind == Expression::value; };
     if (e.kind == Expression::value) {
       sum.constant += c * e.number;
@@ -161,160 +163,6 @@ bool FoldingChecker::check_floor(TermName argument, TermName after) const {
     if (is_integral(integers) && rest.coefficients.empty() && rest.constant == 0) return true;
   }
   return false;
-}
-
-// Arrays.
-
-FoldingChecker::Contents FoldingChecker::contents(TermName array) const {
-  Contents c;
-  for (;; array = trace_.term(array).args[0]) {
-    const Expression& e = trace_.term(array);
-    if (e.kind != Expression::operation || e.op != "store" || e.args.size() != 3) break;
-    c.writes.emplace_back(e.args[1], e.args[2]);
-  }
-  c.base = array;
-  return c;
-}
-
-/// Without writes that an outer one to the same index hides, and without those that change nothing.
-FoldingChecker::Contents FoldingChecker::reduced(const Contents& c) const {
-  Contents result;
-  result.base = c.base;
-  const auto same_index = [&](TermName index) {
-    return [this, index](const auto& write) { return are_equal(write.first, index); };
-  };
-  for (const auto& write : c.writes) {
-    if (std::none_of(result.writes.begin(), result.writes.end(), same_index(write.first)))
-      result.writes.push_back(write);
-  }
-  const Expression& base = trace_.term(c.base);
-  const bool constant = base.kind == Expression::operation && base.op == "const" && base.args.size() == 1;
-  for (; !result.writes.empty(); result.writes.pop_back()) {
-    const auto [index, element] = result.writes.back();
-    const Expression& e = trace_.term(element);
-    const bool read = e.kind == Expression::operation && e.op == "select" && e.args.size() == 2 &&
-                      e.args[0] == c.base && are_equal(e.args[1], index);
-    if (!read && !(constant && base.args[0] == element)) break;
-  }
-  return result;
-}
-
-bool FoldingChecker::check_store(const Expression& e, TermName after) const {
-  if (e.op == "select") {
-    if (e.args.size() != 2) return false;
-    const Expression& array = trace_.term(e.args[0]);
-    return array.kind == Expression::operation && array.op == "const" && array.args.size() == 1 &&
-           array.args[0] == after;
-  }
-  if (e.args.size() != 3) return false;
-  // What is written is what is there.
-  const Expression& element = trace_.term(e.args[2]);
-  if (after == e.args[0] && element.op == "select" && element.kind == Expression::operation &&
-      element.args.size() == 2 && element.args[0] == after && are_equal(element.args[1], e.args[1])) {
-    return true;
-  }
-  Contents before = contents(e.args[0]);
-  before.writes.insert(before.writes.begin(), {e.args[1], e.args[2]});
-  Contents result = contents(after);
-  constexpr std::size_t longest = 2000;
-  if (before.base != result.base || before.writes.size() > longest) return false;
-  before = reduced(before);
-  result = reduced(result);
-  return std::equal(before.writes.begin(), before.writes.end(), result.writes.begin(), result.writes.end(),
-                    [&](const auto& a, const auto& b) {
-                      return are_equal(a.first, b.first) && are_equal(a.second, b.second);
-                    });
-}
-
-/// How many values a sort has, if that is known and not too large a number to be of interest.
-std::optional<mpz_class> FoldingChecker::cardinality(std::size_t sort) const {
-  const TraceSort& s = trace_.sort(sort);
-  if (s.kind == TraceSort::boolean) return mpz_class(2);
-  if (s.kind == TraceSort::bit_vector && s.width < 64) return mpz_class(1) << s.width;
-  return std::nullopt;
-}
-
-FoldingChecker::Comparison FoldingChecker::compare(TermName a, TermName b, int depth) const {
-  constexpr int deepest = 64;
-  if (a == b) return Comparison::equal;
-  const Expression& x = trace_.term(a);
-  const Expression& y = trace_.term(b);
-  if (truth(a) && truth(b)) return *truth(a) == *truth(b) ? Comparison::equal : Comparison::different;
-  const TraceSort& sort = trace_.sort(x.sort);
-  if (x.kind == Expression::value && y.kind == Expression::value && x.sort == y.sort) {
-    if (x.number == y.number) return Comparison::equal;
-    if (sort.kind != TraceSort::floating_point) return Comparison::different;
-    const auto is_nan = [&](const Expression& e) {
-      const mpz_class bits = e.number.get_num();
-      const mpz_class significand = (mpz_class(1) << (sort.significand - 1)) - 1;
-      const mpz_class exponent = ((mpz_class(1) << sort.width) - 1) << (sort.significand - 1);
-      return (bits & exponent) == exponent && (bits & significand) != 0;
-    };
-    return is_nan(x) && is_nan(y) ? Comparison::equal : Comparison::different;
-  }
-  if (sort.kind == TraceSort::array && x.sort == y.sort && depth < deepest)
-    return compare_arrays(a, b, depth + 1);
-  return Comparison::unknown;
-}
-
-/// Arrays that are written to only at literal indices.
-FoldingChecker::Comparison FoldingChecker::compare_arrays(TermName a, TermName b, int depth) const {
-  std::map<TermName, TermName> of[2];
-  TermName elsewhere[2];
-  const std::size_t index_sort = trace_.sort_of(a).args[0];
-  for (int side : {0, 1}) {
-    const Contents c = contents(side == 0 ? a : b);
-    const Expression& base = trace_.term(c.base);
-    if (base.kind != Expression::operation || base.op != "const" || base.args.size() != 1)
-      return Comparison::unknown;
-    elsewhere[side] = base.args[0];
-    for (const auto& [index, element] : c.writes) {
-      if (trace_.term(index).kind != Expression::value && !truth(index)) return Comparison::unknown;
-      of[side].emplace(index, element);  // the outermost write counts
-    }
-  }
-  const auto at = [&](int side, TermName index) {
-    const auto written = of[side].find(index);
-    return written != of[side].end() ? written->second : elsewhere[side];
-  };
-  std::map<TermName, TermName> indices = of[0];
-  indices.insert(of[1].begin(), of[1].end());
-  bool all_equal = true;
-  for (const auto& [index, element] : indices) {
-    const Comparison c = compare(at(0, index), at(1, index), depth);
-    if (c == Comparison::different) return c;
-    all_equal = all_equal && c == Comparison::equal;
-  }
-  const auto values = cardinality(index_sort);
-  if (values && indices.size() >= *values) return all_equal ? Comparison::equal : Comparison::unknown;
-  const Comparison c = compare(elsewhere[0], elsewhere[1], depth);
-  const TraceSort::Kind kind = trace_.sort(index_sort).kind;
-  const bool left_out = values || kind == TraceSort::integer || kind == TraceSort::real ||
-                        (kind == TraceSort::bit_vector && indices.size() < (std::size_t{1} << 40));
-  if (c == Comparison::different && left_out) return c;
-  return all_equal && c == Comparison::equal ? Comparison::equal : Comparison::unknown;
-}
-
-/// Equalities of what is neither Boolean nor a number of arithmetic.
-bool FoldingChecker::check_equality(const Expression& e, TermName after) const {
-  TermName a = e.args[0], b = e.args[1];
-  if (trace_.term(a).sort != trace_.term(b).sort) return false;
-  if (const auto value = truth(after)) {
-    return compare(a, b, 0) == (*value ? Comparison::equal : Comparison::different);
-  }
-  // Constant arrays are equal where their elements are; what became of that equality is known.
-  const auto is_constant = [&](TermName t) {
-    const Expression& c = trace_.term(t);
-    return c.kind == Expression::operation && c.op == "const" && c.args.size() == 1;
-  };
-  while (a != b && is_constant(a) && is_constant(b)) {
-    a = trace_.term(a).args[0];
-    b = trace_.term(b).args[0];
-  }
-  Expression equality;
-  equality.op = "=";
-  equality.args = {a, b};
-  return a != e.args[0] && (known_.find(equality) == after || known_.find_plain(equality) == after);
 }
 
 }  // namespace quarv::cli

@@ -32,9 +32,10 @@ class KnownTerms {
   std::optional<TermName> find_plain(const Expression& e) const;
 
  private:
-  /// Values of different sorts are different.
+  /// What arguments do not say of the sort.
   static std::string suffix(const Expression& e) {
-    return e.kind == Expression::value ? '@' + std::to_string(e.sort) : std::string();
+    const bool sorted_by_arguments = e.kind == Expression::operation && e.op != "const";
+    return sorted_by_arguments ? std::string() : '@' + std::to_string(e.sort);
   }
 
   const TraceFile& trace_;
@@ -108,6 +109,7 @@ class FoldingChecker {
   struct Contents {
     std::vector<std::pair<TermName, TermName>> writes;
     TermName base = 0;
+    bool complete = true;  ///< or else there are too many writes
   };
   enum class Comparison { equal, different, unknown };
 
@@ -143,8 +145,12 @@ class FoldingChecker {
   bool check_congruence(const Expression& e, TermName after) const;
   bool check_floor(TermName argument, TermName after) const;
 
-  Comparison compare(TermName a, TermName b, int depth) const;
-  Comparison compare_arrays(TermName a, TermName b, int depth) const;
+  bool is_nan(const Expression& value) const;
+  std::optional<mpq_class> index_value(TermName t) const;
+  const std::string& index_key(TermName t) const;
+  Comparison compare(TermName a, TermName b) const;
+  Comparison compare_values(TermName a, TermName b) const;
+  Comparison compare_arrays(TermName a, TermName b) const;
   Contents contents(TermName array) const;
   Contents reduced(const Contents& c) const;
   std::optional<mpz_class> cardinality(std::size_t sort) const;
@@ -153,6 +159,10 @@ class FoldingChecker {
 
   const TraceFile& trace_;
   const KnownTerms& known_;
+  // What has been found out, as terms do not change.
+  mutable std::map<std::pair<TermName, TermName>, Comparison> compared_;
+  mutable std::unordered_map<TermName, std::string> index_keys_;
+  mutable std::size_t num_compared_ = 0;  // for the present step
 };
 
 }  // namespace quarv::cli
