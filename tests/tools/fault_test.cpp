@@ -2,6 +2,8 @@
 /// The program when the system fails it: no memory, no disk, no reader, files that change, signals. What is
 /// wrong is said in one line, the exit status is 1, and the output file is the old one or the new one, never
 /// a part.
+#include <csignal>
+
 #include "program_fixture.h"
 
 namespace {
@@ -122,9 +124,11 @@ TEST_F(Fault, FullDisk) {
 
 TEST_F(Fault, ReadersThatLeave) {
   write("in.smt2", many_assertions(5000));
-  const Result r = run("$quarv simplify in.smt2 | head -c 1000 > start; exit ${PIPESTATUS[0]}");
-  EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "quarv: error: cannot write standard output: Broken pipe\n");
+  // Whoever runs the tests may have left the signal ignored.
+  const Result r =
+      run("env --default-signal=PIPE $quarv simplify in.smt2 | head -c 1000 > start; exit ${PIPESTATUS[0]}");
+  EXPECT_EQ(r.status, 128 + SIGPIPE);
+  EXPECT_EQ(r.err, "");
   EXPECT_EQ(read("start").size(), 1000u);
 }
 

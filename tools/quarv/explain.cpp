@@ -14,6 +14,7 @@
 #include "derivation.h"
 #include "input.h"
 #include "output.h"
+#include "process.h"
 #include "rule_catalogue.h"
 #include "simplify_arguments.h"
 #include "term_text.h"
@@ -97,7 +98,7 @@ class Explanation {
 
 /// A question that the input does not have an answer to.
 int refuse(const std::string& reason) {
-  fmt::print(stderr, "quarv: {}\n", reason);
+  say("quarv: {}\n", reason);
   return usage_error;
 }
 

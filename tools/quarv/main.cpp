@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -15,6 +14,7 @@
 
 #include "commands.h"
 #include "output.h"
+#include "process.h"
 #include <quarv/smtlib/error.h>
 
 namespace {
@@ -82,14 +82,6 @@ bool main_has_begun = false;
   std::set_terminate(end_uncaught);
 }
 
-/// Files that are opened later must not come to stand where a standard stream is missing: what is printed
-/// would go into them. The stand-ins cannot be used, so that whoever writes there learns that it failed.
-void occupy_standard_streams() {
-  for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-  }
-}
-
 struct Command {
   std::string_view name;
   void (*add)(CLI::App& program, int& status);
@@ -108,6 +100,13 @@ void add_commands(CLI::App& program, std::string_view wanted, int& status) {
   for (const Command& command : commands) command.add(program, status);
 }
 
+int print(std::string_view text) {
+  quarv::cli::Output output("-");
+  output.stream() << text;
+  output.commit();
+  return quarv::cli::success;
+}
+
 int run(int argc, char** argv) {
   CLI::App program("Simplifies SMT-LIB 2 scripts without changing what they mean.", "quarv");
   program.set_version_flag("--version", "quarv " QUARV_VERSION);
@@ -117,14 +116,12 @@ int run(int argc, char** argv) {
   add_commands(program, argc > 1 ? argv[1] : "", status);
   try {
     program.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    return print(program.help());
+  } catch (const CLI::CallForVersion& e) {
+    return print(e.what() + std::string("\n"));
   } catch (const CLI::ParseError& e) {
-    if (e.get_exit_code() == 0) {  // --help and --version
-      quarv::cli::Output output("-");
-      program.exit(e, output.stream());
-      output.commit();
-      return quarv::cli::success;
-    }
-    fmt::print(stderr, "quarv: {} (quarv --help tells more)\n", e.what());
+    quarv::cli::say("quarv: {} (quarv --help tells more)\n", e.what());
     return quarv::cli::usage_error;
   }
   return status;
@@ -134,12 +131,13 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   main_has_begun = true;
-  occupy_standard_streams();
   mp_set_memory_functions(allocate, reallocate, release);
-  // A closed pipe is to be reported like any other failure to write.
-  std::signal(SIGPIPE, SIG_IGN);
+  quarv::cli::prepare_process();
   try {
     return run(argc, argv);
+  } catch (const quarv::cli::ClosedPipe& e) {
+    quarv::cli::end_by_closed_pipe();
+    return fail("quarv: error: ", e.what());
   } catch (const quarv::smtlib::Error& e) {
     return fail("", e.what());
   } catch (const std::bad_alloc&) {

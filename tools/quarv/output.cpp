@@ -10,8 +10,6 @@
 
 #include <climits>
 
-#include "file_error.h"
-
 namespace quarv::cli {
 
 namespace {
@@ -147,6 +145,7 @@ void Output::write_all(const char* text, std::size_t size) {
   while (size != 0) {
     const ssize_t n = ::write(file_.get(), text, size);
     if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && errno == EPIPE) throw ClosedPipe("write", name_);
     if (n < 0) throw FileError("write", name_);
     text += n;
     size -= static_cast<std::size_t>(n);

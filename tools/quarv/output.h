@@ -7,8 +7,15 @@
 #include <vector>
 
 #include "file_descriptor.h"
+#include "file_error.h"
 
 namespace quarv::cli {
+
+/// The reader of a pipe has gone. For a filter that is a reason to end, and no error.
+class ClosedPipe : public FileError {
+ public:
+  using FileError::FileError;
+};
 
 /// A file that is written whole or not at all: the text goes to a temporary file in the same directory, which
 /// takes the place of the old file, with its permissions, in one step at the end. Standard output ("-"),
@@ -24,7 +31,7 @@ class Output : private std::streambuf {
   /// Removes the temporary file if there was no `commit`.
   ~Output() override;
 
-  /// A write that fails throws FileError.
+  /// A write that fails throws FileError, or ClosedPipe.
   std::ostream& stream() noexcept { return stream_; }
 
   /// Writes out all that is buffered and puts the file in its place. Throws FileError.

@@ -5,7 +5,7 @@
 #include <string>
 #include <unistd.h>
 
-#include <fmt/format.h>
+#include "process.h"
 
 namespace quarv::cli {
 
@@ -24,11 +24,11 @@ class ProgressBar {
     constexpr std::size_t length = 40;
     if (!shown_) return;
     const std::size_t filled = total_ == 0 ? length : done * length / total_;
-    fmt::print(stderr, "\r[{:<{}}] {}/{}{}\033[K", std::string(filled, '#'), length, done, total_, note);
+    say("\r[{:<{}}] {}/{}{}\033[K", std::string(filled, '#'), length, done, total_, note);
     std::fflush(stderr);
   }
   void clear() const {
-    if (shown_) fmt::print(stderr, "\r\033[K");
+    if (shown_) say("\r\033[K");
   }
 
  private:

@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "input.h"
 #include "output.h"
+#include "process.h"
 #include "simplify_arguments.h"
 #include "simplify_text.h"
 #include <quarv/smtlib/simplify_script.h>
@@ -73,7 +74,7 @@ void add_simplify(CLI::App& program, int& status) {
       simplify(*arguments);
       status = success;
     } catch (const smtlib::UnknownRule& e) {
-      fmt::print(stderr, "quarv: {} (quarv rules list tells more)\n", e.what());
+      say("quarv: {} (quarv rules list tells more)\n", e.what());
       status = usage_error;
     }
   });

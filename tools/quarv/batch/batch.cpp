@@ -18,6 +18,7 @@
 #include "batch/summary.h"
 #include "commands.h"
 #include "output.h"
+#include "process.h"
 #include "simplify_arguments.h"
 
 namespace quarv::cli {
@@ -80,7 +81,7 @@ std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions
 
 /// Tells how things went, and answers for the shell.
 int conclude(const Results& results, const Arguments& arguments) {
-  fmt::print(stderr, "{}{}", arguments.dedupe ? duplicates_in(results) : "", summary_of(results));
+  say("{}{}", arguments.dedupe ? duplicates_in(results) : "", summary_of(results));
   return all_well(results) ? success : failure;
 }
 
@@ -89,7 +90,7 @@ int merge(const Arguments& arguments) {
   Output output(arguments.results.empty() ? "-" : arguments.results);
   output.stream() << as_text(merged.results);
   output.commit();
-  for (const std::string& sentence : merged.missing) fmt::print(stderr, "missing: {}\n", sentence);
+  for (const std::string& sentence : merged.missing) say("missing: {}\n", sentence);
   const int status = conclude(merged.results, arguments);
   return merged.missing.empty() ? status : failure;
 }
@@ -191,10 +192,10 @@ void add_batch(CLI::App& program, int& status) {
     try {
       status = arguments->merge ? merge(*arguments) : batch(*arguments);
     } catch (const smtlib::UnknownRule& e) {
-      fmt::print(stderr, "quarv: {} (quarv rules list tells more)\n", e.what());
+      say("quarv: {} (quarv rules list tells more)\n", e.what());
       status = usage_error;
     } catch (const InputConflict& e) {
-      fmt::print(stderr, "quarv: {}\n", e.what());
+      say("quarv: {}\n", e.what());
       status = usage_error;
     }
   });

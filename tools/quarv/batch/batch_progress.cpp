@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include "process.h"
+
 namespace quarv::cli {
 
 namespace {
@@ -42,7 +44,7 @@ void BatchProgress::show() {
   if (bar_.shown()) {
     bar_.show(done_, rate());
   } else {
-    fmt::print(stderr, "quarv: {} of {} done{}\n", done_, total_, rate());
+    say("quarv: {} of {} done{}\n", done_, total_, rate());
   }
 }
 

@@ -15,6 +15,7 @@
 #include "batch/worker_pool.h"
 #include "file_error.h"
 #include "output.h"
+#include "process.h"
 
 namespace quarv::cli {
 
@@ -180,8 +181,8 @@ class Batch {
     progress_.clear();
     std::size_t done = 0;
     for (const auto& [name, row] : results_.rows) done += row.status != pending_status ? 1 : 0;
-    fmt::print(stderr, "quarv: interrupted: {} of {} done{}\n", done, results_.rows.size(),
-               options_.results == "-" ? "" : "; --resume does the rest");
+    say("quarv: interrupted: {} of {} done{}\n", done, results_.rows.size(),
+        options_.results == "-" ? "" : "; --resume does the rest");
     pool_.end_all();
     std::raise(pool_.interrupted());
     std::abort();

@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "input.h"
 #include "output.h"
+#include "process.h"
 #include "report/page.h"
 #include "report/report_data.h"
 #include "simplify_arguments.h"
@@ -72,7 +73,7 @@ void add_report(CLI::App& program, int& status) {
       report(*arguments);
       status = success;
     } catch (const smtlib::UnknownRule& e) {
-      fmt::print(stderr, "quarv: {} (quarv rules list tells more)\n", e.what());
+      say("quarv: {} (quarv rules list tells more)\n", e.what());
       status = usage_error;
     }
   });
