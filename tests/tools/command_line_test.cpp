@@ -1,7 +1,8 @@
 /// \file
-/// What the program makes of the words that it is given, and of what the shell leaves it: closed files,
-/// closed pipes, limits.
+/// What the program makes of the words that it is given, and of what the shell
+/// leaves it: closed files, closed pipes, limits.
 #include <csignal>
+#include <vector>
 
 #include "program_fixture.h"
 
@@ -10,7 +11,113 @@ namespace {
 const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
 const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
 
-using CommandLine = Program;
+class CommandLine : public Program {
+ protected:
+  void expect_refusal(const std::string& arguments, const std::string& reason) const {
+    const Result r = run("$quarv " + arguments);
+    EXPECT_EQ(r.status, 2) << arguments;
+    EXPECT_EQ(r.out, "") << arguments;
+    EXPECT_EQ(r.err, "quarv: " + reason + "\n") << arguments;
+  }
+};
+
+TEST_F(CommandLine, SuggestsTheNearestCommand) {
+  expect_refusal("simpl x", "there is no command quarv simpl; the nearest one is quarv simplify");
+  expect_refusal("explian x", "there is no command quarv explian; the nearest one is quarv explain");
+  expect_refusal("rule list", "there is no command quarv rule; the nearest one is quarv rules");
+  expect_refusal("hlep", "there is no command quarv hlep; the nearest one is quarv help");
+  expect_refusal("rules lst",
+                 "there is no command quarv rules lst; the "
+                 "nearest one is quarv rules list");
+  expect_refusal("frobnicate", "there is no command quarv frobnicate (quarv --help lists all)");
+  expect_refusal("''", "there is no command quarv  (quarv --help lists all)");
+  expect_refusal("", "a command is missing (quarv --help lists them)");
+  expect_refusal("rules", "a command is missing (quarv rules --help lists them)");
+  expect_refusal("simplify --bogus",
+                 "The following argument was not expected: --bogus (quarv "
+                 "simplify --help tells more)");
+}
+
+TEST_F(CommandLine, SaysWhichCommandTakesAFile) {
+  write("in.smt2", script);
+  write("plain", script);
+  run("mkdir sub");
+  for (const char* name : {"in.smt2", "plain", "nowhere.smt2", "-"}) {
+    expect_refusal(name, "there is no command quarv " + std::string(name) +
+                             "; to simplify a script: quarv simplify " + name);
+  }
+  expect_refusal("sub",
+                 "there is no command quarv sub; to simplify what is in "
+                 "a folder: quarv batch sub");
+  // A file that is called like a command hides it from nobody.
+  write("version", script);
+  EXPECT_EQ(run("$quarv version").out, "quarv " QUARV_VERSION "\n");
+}
+
+TEST_F(CommandLine, PrintsHelpAndVersionOnRequest) {
+  for (const char* version : {"version", "--version", "-V"}) {
+    EXPECT_EQ(run("$quarv " + std::string(version)).out, "quarv " QUARV_VERSION "\n") << version;
+  }
+  for (const std::string command : {"", "simplify", "rules", "rules check", "help", "version"}) {
+    const Result r = run("$quarv help " + command);
+    EXPECT_EQ(r.status, 0) << command;
+    EXPECT_NE(r.out.find("Usage: quarv "), std::string::npos) << command;
+    EXPECT_EQ(r.out, run("$quarv " + command + " --help").out) << command;
+  }
+  expect_refusal("help simpl", "there is no command quarv simpl; the nearest one is quarv simplify");
+  expect_refusal("help rules lost",
+                 "there is no command quarv rules lost; the "
+                 "nearest one is quarv rules list");
+  for (const char* command : {"help", "--help", "version", "--version", "rules check --help"}) {
+    EXPECT_EQ(run("$quarv " + std::string(command) + " > /dev/full").status, 1) << command;
+  }
+}
+
+/// The command lines that a help gives as examples, without what is said of them.
+std::vector<std::string> examples_in(const std::string& help) {
+  std::vector<std::string> examples;
+  std::istringstream lines(help.substr(std::min(help.find("\nExamples:\n") + 11, help.size())));
+  for (std::string line; std::getline(lines, line) && line.starts_with("  ");) {
+    if (line[2] != ' ') examples.push_back(line.substr(2, line.find("  ", 2) - 2));
+  }
+  return examples;
+}
+
+TEST_F(CommandLine, GivesExamplesOfEachCommandThatWork) {
+  run("mkdir queries");
+  write("query.smt2",
+        "(set-logic QF_BV)(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))\n"
+        "(assert (= x (bvadd x y)))(assert (= (bvmul x #x04) y))\n");
+  write("queries/query.smt2", read("query.smt2"));
+  write("my.rules", "rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n");
+  write("dialogue.smt2", "(simplify true)");
+  ASSERT_EQ(
+      run("tar cJf queries.tar.xz queries && $quarv batch queries --shard 2/2 --results second.jsonl").status,
+      0);
+  for (const std::string command : {"", "simplify", "explain", "batch", "report", "repl", "certify", "replay",
+                                    "rules", "rules list", "rules show", "rules check", "help", "version"}) {
+    const std::vector<std::string> examples = examples_in(run("$quarv " + command + " --help").out);
+    EXPECT_FALSE(examples.empty()) << command;
+    for (const std::string& example : examples) {
+      EXPECT_NE(example.find("quarv " + command), std::string::npos) << example;
+      const Result r = run("PATH=\"$(dirname $quarv):$PATH\"\n" + example);
+      EXPECT_EQ(r.status, 0) << example << '\n' << r.err;
+    }
+  }
+}
+
+TEST_F(CommandLine, CompletesCommandsInTheShell) {
+  const auto completions = [this](const std::string& words) {
+    return run("source " QUARV_SOURCE_DIR "/tools/quarv/share/quarv.bash\nCOMP_WORDS=($quarv " + words +
+               ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_quarv\necho ${COMPREPLY[@]}")
+        .out;
+  };
+  EXPECT_EQ(completions("re"), "report repl replay\n");
+  EXPECT_EQ(completions("rules ''"), "list show check\n");
+  EXPECT_EQ(completions("help re"), "report repl replay\n");
+  EXPECT_EQ(completions("help rules s"), "show\n");
+  EXPECT_EQ(completions("simplify --share n"), "none\n");
+}
 
 TEST_F(CommandLine, EndsAsFiltersDoWhenTheReaderLeaves) {
   write("in.smt2", script);
@@ -26,7 +133,9 @@ TEST_F(CommandLine, EndsAsFiltersDoWhenTheReaderLeaves) {
   }
   EXPECT_EQ(run("ls -A").out, "in\nin.smt2\nstatus\n");
   // Whoever ignores the signal asks for a message.
-  const Result r = run("trap '' PIPE; { sleep 0.1; $quarv simplify in.smt2; echo $? > status; } | true");
+  const Result r =
+      run("trap '' PIPE; { sleep 0.1; $quarv simplify in.smt2; "
+          "echo $? > status; } | true");
   EXPECT_EQ(read("status"), "1\n");
   EXPECT_EQ(r.err, "quarv: error: cannot write standard output: Broken pipe\n");
 }
@@ -45,6 +154,7 @@ TEST_F(CommandLine, KeepsClosedStandardFilesApart) {
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("\"status\":\"ok\""), std::string::npos) << r.out;
   EXPECT_EQ(run("$quarv simplify nowhere 2>&-").status, 1);
+  EXPECT_EQ(run("$quarv simpl 2>&-").status, 2);
   EXPECT_EQ(run("$quarv simplify - <&- >&- 2>&-").status, 1);
   EXPECT_EQ(run("$quarv simplify in.smt2 <&-").out, simplified);
   EXPECT_EQ(run("$quarv simplify <&-").err, "quarv: error: cannot read <stdin>: Bad file descriptor\n");
@@ -67,7 +177,8 @@ TEST_F(CommandLine, ReportsTheLimitOnTheSizeOfFiles) {
   // There is no room for the results themselves.
   const Result none =
       run("mkfifo said; cat said > copy & "
-          "(ulimit -f 0; exec $quarv batch in.smt2 --out none 2> said); echo $?; wait");
+          "(ulimit -f 0; exec $quarv batch in.smt2 --out none "
+          "2> said); echo $?; wait");
   EXPECT_EQ(none.out, "1\n");
   EXPECT_EQ(read("copy"), "quarv: error: cannot write none/results.jsonl: File too large\n");
   EXPECT_EQ(run("ls -A none").out, "");

@@ -36,7 +36,12 @@ struct Arguments {
 };
 
 constexpr const char* explanation =
-    R"(The script is simplified, and a solver is asked whether any of its terms can differ from what stands in its
+    R"(Examples:
+  quarv certify query.smt2                   let z3 compare the terms before and after
+  quarv certify query.smt2 --steps --quiet --solver cvc5
+                                             let cvc5 prove each step; print what was not proved
+
+The script is simplified, and a solver is asked whether any of its terms can differ from what stands in its
 place then: the two are taken from input and output as they are written. With --steps, the solver is asked about
 each step of simplification instead, so that questions are many and small: steps count as in a trace (quarv
 simplify --trace), and as there the steps of further rounds are left out.

@@ -25,6 +25,13 @@ namespace quarv::cli {
 
 namespace {
 
+constexpr const char* footer = R"(Examples:
+  quarv explain query.smt2                   show how each assertion is simplified
+  quarv explain query.smt2 --assert 2 --steps 10
+                                             show the first steps of the second one
+  quarv explain query.smt2 --why-not 37 '(bvmul x y)'
+                                             say why rule 37 does not apply to this term)";
+
 struct Arguments {
   std::string input;
   std::size_t assertion = 0;  // 0: all
@@ -146,6 +153,7 @@ void add_explain(CLI::App& program, int& status) {
       "explain",
       "Show how assertions are simplified, step by step, each with the place that it changes, or why a rule "
       "does not apply to a term");
+  command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.add_option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input")
       ->type_name("")

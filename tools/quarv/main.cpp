@@ -2,16 +2,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <fcntl.h>
 #include <new>
 #include <string>
 #include <string_view>
-#include <unistd.h>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <gmp.h>
 
+#include "command_words.h"
 #include "commands.h"
 #include "output.h"
 #include "process.h"
@@ -92,12 +92,31 @@ constexpr Command commands[] = {{"simplify", quarv::cli::add_simplify}, {"explai
                                 {"repl", quarv::cli::add_repl},         {"certify", quarv::cli::add_certify},
                                 {"replay", quarv::cli::add_replay},     {"rules", quarv::cli::add_rules}};
 
+constexpr const char* version_text = "quarv " QUARV_VERSION;
+
+/// The commands that tell of the program itself.
+struct OwnCommands {
+  const CLI::App* help = nullptr;
+  const CLI::App* version = nullptr;
+  std::vector<std::string> topic;  // of help
+
+  void add(CLI::App& program) {
+    CLI::App* const command = program.add_subcommand("help", "Print the help of a command");
+    command->add_option("COMMAND", topic, "The command; without it, print an overview")->type_name("");
+    command->footer("Examples:\n  quarv help\n  quarv help rules check     as quarv rules check --help");
+    help = command;
+    version = program.add_subcommand("version", "Print the version")
+                  ->footer("Examples:\n  quarv version              as quarv --version");
+  }
+};
+
 /// Adds the command that is wanted. The others' options take longer to describe than many a script to
 /// simplify; they are needed only when the first argument is no command.
-void add_commands(CLI::App& program, std::string_view wanted, int& status) {
+void add_commands(CLI::App& program, std::string_view wanted, int& status, OwnCommands& own) {
   const Command* const known = std::ranges::find(commands, wanted, &Command::name);
   if (known != std::end(commands)) return known->add(program, status);
   for (const Command& command : commands) command.add(program, status);
+  own.add(program);
 }
 
 int print(std::string_view text) {
@@ -107,22 +126,42 @@ int print(std::string_view text) {
   return quarv::cli::success;
 }
 
+int refuse(std::string_view reason) {
+  quarv::cli::say("quarv: {}\n", reason);
+  return quarv::cli::usage_error;
+}
+
+int print_help(const CLI::App& program, const std::vector<std::string>& topic) {
+  std::vector<const char*> words;
+  for (const std::string& word : topic) words.push_back(word.c_str());
+  const quarv::cli::CommandWords command(program, words);
+  return command.rest().empty() ? print(command.help()) : refuse(command.unknown());
+}
+
 int run(int argc, char** argv) {
   CLI::App program("Simplifies SMT-LIB 2 scripts without changing what they mean.", "quarv");
-  program.set_version_flag("--version", "quarv " QUARV_VERSION);
+  program.set_version_flag("-V,--version", version_text);
   program.footer(examples);
   program.require_subcommand(1);
   int status = quarv::cli::success;
-  add_commands(program, argc > 1 ? argv[1] : "", status);
+  OwnCommands own;
+  const std::vector<const char*> words(argv + std::min(argc, 1), argv + argc);
+  add_commands(program, words.empty() ? "" : words.front(), status, own);
+  const quarv::cli::CommandWords command(program, words);
+  if (const std::string fault = command.fault(); !fault.empty()) return refuse(fault);
   try {
     program.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
     return print(program.help());
-  } catch (const CLI::CallForVersion& e) {
-    return print(e.what() + std::string("\n"));
+  } catch (const CLI::CallForVersion&) {
+    return print(std::string(version_text) + '\n');
   } catch (const CLI::ParseError& e) {
-    quarv::cli::say("quarv: {} (quarv --help tells more)\n", e.what());
-    return quarv::cli::usage_error;
+    return refuse(fmt::format("{} ({} --help tells more)", e.what(), command.path()));
+  }
+  if (own.version != nullptr && own.version->parsed()) return print(std::string(version_text) + '\n');
+  if (own.help != nullptr && own.help->parsed()) {
+    program.clear();  // or its help would be that of the command `help`
+    return print_help(program, own.topic);
   }
   return status;
 }

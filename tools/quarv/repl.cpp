@@ -182,6 +182,11 @@ void Conversation::check_sat(const Command& command) {
   }
 }
 
+constexpr const char* footer = R"(Examples:
+  quarv repl                                 simplify terms as they are typed: (simplify (and p p))
+  quarv repl dialogue.smt2                   answer the commands in a file
+  echo '(simplify (bvadd #x01 #x02))' | quarv repl)";
+
 struct Arguments {
   std::string input = "-";
   bool no_rules = false;
@@ -218,6 +223,7 @@ int converse(const Arguments& arguments) {
 void add_repl(CLI::App& program, int& status) {
   CLI::App& command =
       *program.add_subcommand("repl", "Answer SMT-LIB 2 commands one by one, as a solver does in a dialogue");
+  command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.add_option("FILE", arguments->input, "Where the commands come from; - is standard input")
       ->type_name("")

@@ -18,6 +18,11 @@ namespace quarv::cli {
 
 namespace {
 
+constexpr const char* footer = R"(Examples:
+  quarv simplify query.smt2 -o small.smt2 --trace steps && quarv replay steps
+                                             check every step that was made
+  quarv simplify query.smt2 -o small.smt2 --trace - | quarv replay -)";
+
 struct Arguments {
   std::string input = "-";
   std::vector<std::string> rule_files;
@@ -136,6 +141,7 @@ void add_replay(CLI::App& program, int& status) {
       "replay",
       "Check the trace of a simplification, step by step: rules are matched by their text, foldings are "
       "evaluated; the simplifiers have no part in it. Exit status 0: every step is justified");
+  command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.add_option("TRACE", arguments->input, "What quarv simplify --trace wrote; - is standard input")
       ->type_name("")

@@ -60,12 +60,19 @@ void show(std::size_t number) {
 void add_rules(CLI::App& program, int& status) {
   CLI::App& command = *program.add_subcommand("rules", "Show and check rewrite rules");
   command.require_subcommand(1);
+  command.footer(
+      "Examples:\n"
+      "  quarv rules list                           print the standard rules\n"
+      "  quarv rules show 37                        print all that is known of one\n"
+      "  quarv rules check my.rules                 let z3 say whether rules hold");
   CLI::App& list_command = *command.add_subcommand("list", "All standard rules: number, operator, text");
+  list_command.footer("Examples:\n  quarv rules list\n  quarv rules list | grep bvmul");
   list_command.callback([&status] {
     list();
     status = success;
   });
   CLI::App& show_command = *command.add_subcommand("show", "All that is known of a standard rule");
+  show_command.footer("Examples:\n  quarv rules show 37");
   const auto number = std::make_shared<std::size_t>();
   show_command.add_option("N", *number, "Number of the rule, from 1")
       ->type_name("")

@@ -28,7 +28,11 @@ struct Arguments {
 };
 
 constexpr const char* explanation =
-    R"(For each rule the solver is asked whether the pattern's conditions can hold while pattern and result differ: in all
+    R"(Examples:
+  quarv rules check my.rules                 let z3 look for values for which a rule does not hold
+  quarv rules check my.rules --solver cvc5 --max-width 8
+
+For each rule the solver is asked whether the pattern's conditions can hold while pattern and result differ: in all
 instances of widths 1 to 4, in some of larger widths, and around the widths that the rule itself names. Of rules that
 multiply, large widths may stay undecided. A rule is proved only where there is something that it applies to.
 

@@ -18,6 +18,15 @@ namespace quarv::cli {
 
 namespace {
 
+constexpr const char* footer = R"(Examples:
+  quarv simplify query.smt2                  print the simplified script
+  quarv simplify query.smt2 -o small.smt2    write it to a file, as a whole or not at all
+  quarv simplify - --stats < query.smt2      read standard input; say what was done
+  quarv simplify query.smt2 --rules my.rules
+                                             apply rules of your own, too
+  quarv simplify query.smt2 -o small.smt2 --trace steps
+                                             write down every step for quarv replay)";
+
 struct Arguments {
   std::string input = "-";
   std::string output = "-";
@@ -49,6 +58,7 @@ void simplify(const Arguments& arguments) {
 
 void add_simplify(CLI::App& program, int& status) {
   CLI::App& command = *program.add_subcommand("simplify", "Print a script with its terms simplified");
+  command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.add_option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input")
       ->type_name("")

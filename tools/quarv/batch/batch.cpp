@@ -29,7 +29,18 @@ constexpr const char* description =
     "Simplify many scripts: files, folders and tar archives, also compressed (.gz, .xz, .zst)";
 
 constexpr const char* footer =
-    R"(Results are JSON lines: a header, and a row for each file. A row's "status" is
+    R"(Examples:
+  quarv batch queries -j 8 --out small       simplify all scripts of a folder
+  quarv batch queries -j 8 --out small --resume
+                                             do what an earlier run left undone
+  quarv batch queries.tar.xz --time 60 --memory 2GiB --results results.jsonl
+                                             only find out what becomes of them
+  quarv batch queries --shard 1/2 --results first.jsonl
+                                             do half of them, and the others elsewhere
+  quarv batch --merge first.jsonl second.jsonl --results all.jsonl
+                                             join the results
+
+Results are JSON lines: a header, and a row for each file. A row's "status" is
   ok          simplified                  rejected    the script has a fault
   timeout     over the time limit         memory      over the memory limit
   crash       the process ended by itself unreadable  the file cannot be read

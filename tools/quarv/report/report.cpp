@@ -18,6 +18,11 @@ namespace quarv::cli {
 
 namespace {
 
+constexpr const char* footer = R"(Examples:
+  quarv report query.smt2 -o query.html      show how a script is simplified
+  quarv report small/results.jsonl -o batch.html
+                                             show what became of the files of a batch)";
+
 struct Arguments {
   std::string input;
   std::string output = "-";
@@ -56,6 +61,7 @@ void report(const Arguments& arguments) {
 void add_report(CLI::App& program, int& status) {
   CLI::App& command = *program.add_subcommand(
       "report", "Show what simplification does to a script, or what a batch did, as a page for a browser");
+  command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.add_option("FILE", arguments->input, "SMT-LIB 2 script, or results of quarv batch")
       ->type_name("")

@@ -5,6 +5,7 @@ _quarv() {
   # The command is the words in front that the help of the command before them lists.
   help=$("${COMP_WORDS[0]}" --help 2>/dev/null) || return
   for word in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    [[ $word == help && ! ${command[*]} ]] && continue  # what follows are commands, too
     sed -n '/^Subcommands:/,/^$/s/^  \([a-z-]*\) .*/\1/p' <<<"$help" | grep -qxF -e "$word" || break
     command+=("$word")
     help=$("${COMP_WORDS[0]}" "${command[@]}" --help 2>/dev/null) || return
