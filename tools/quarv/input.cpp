@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "compression.h"
 #include "file_descriptor.h"
 #include "file_error.h"
 
@@ -35,6 +36,8 @@ Input::Input(const std::string& path) : name_(path == "-" ? "<stdin>" : path) {
   if (regular && !same_contents(before, status_of(file.get(), name_))) {
     throw FileError("read", name_, "it changed meanwhile");
   }
+  unpacked_ = decompressed({bytes_.get(), size_}, name_);
+  if (unpacked_) bytes_.reset();
 }
 
 void Input::read_all(int fd, std::size_t expected_size) {

@@ -2,12 +2,13 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace quarv::cli {
 
-/// The whole of a file, or of standard input, in memory.
+/// The whole of a file, or of standard input, in memory; of a compressed one, what it holds.
 ///
 /// A file is read instead of mapped: one that is cut short or rewritten while the program works would
 /// otherwise end the process or change under the reader's hands.
@@ -16,7 +17,9 @@ class Input {
   /// Reads the file of that path; "-" is standard input. Throws FileError.
   explicit Input(const std::string& path);
 
-  std::string_view text() const noexcept { return {bytes_.get(), size_}; }
+  std::string_view text() const noexcept {
+    return unpacked_ ? *unpacked_ : std::string_view(bytes_.get(), size_);
+  }
   /// For messages.
   const std::string& name() const noexcept { return name_; }
 
@@ -26,6 +29,7 @@ class Input {
   std::string name_;
   std::unique_ptr<char[]> bytes_;
   std::size_t size_ = 0;
+  std::optional<std::string> unpacked_;
 };
 
 }  // namespace quarv::cli

@@ -83,6 +83,7 @@ mode_t default_mode() {
 Output::Output(const std::string& path, TemporaryName temporary_name)
     : name_(path == "-" ? "standard output" : path),
       temporary_name_(temporary_name),
+      compression_(compression_of(path)),
       buffer_(std::size_t{1} << 16),
       stream_(this) {
   stream_.exceptions(std::ios::badbit);
@@ -152,11 +153,19 @@ void Output::write_all(const char* text, std::size_t size) {
   }
 }
 
+void Output::put(const char* text, std::size_t size) {
+  if (compression_ == Compression::none) {
+    write_all(text, size);
+  } else {
+    to_compress_.append(text, size);
+  }
+}
+
 void Output::flush_buffer() {
   const auto size = static_cast<std::size_t>(pptr() - pbase());
   // What cannot be written is not tried again.
   setp(buffer_.data(), buffer_.data() + buffer_.size());
-  write_all(buffer_.data(), size);
+  put(buffer_.data(), size);
 }
 
 Output::int_type Output::overflow(int_type c) {
@@ -174,12 +183,16 @@ std::streamsize Output::xsputn(const char* text, std::streamsize size) {
   const auto n = static_cast<std::size_t>(size);
   if (n < buffer_.size()) return std::streambuf::xsputn(text, size);
   flush_buffer();
-  write_all(text, n);
+  put(text, n);
   return size;
 }
 
 void Output::commit() {
   flush_buffer();
+  if (compression_ != Compression::none) {
+    const std::string bytes = compressed(to_compress_, compression_, name_);
+    write_all(bytes.data(), bytes.size());
+  }
   if (temporary_.empty()) {
     // What a device or a pipe still holds back may fail when it is closed.
     if (close(file_.release()) != 0) throw FileError("write", name_);

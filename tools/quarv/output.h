@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "compression.h"
 #include "file_descriptor.h"
 #include "file_error.h"
 
@@ -19,7 +20,7 @@ class ClosedPipe : public FileError {
 
 /// A file that is written whole or not at all: the text goes to a temporary file in the same directory, which
 /// takes the place of the old file, with its permissions, in one step at the end. Standard output ("-"),
-/// devices and pipes are written directly.
+/// devices and pipes are written directly. A file whose name says that it is compressed is.
 class Output : private std::streambuf {
  public:
   /// What the temporary file is called: a name that no file has, or always the same. The latter does for a
@@ -45,6 +46,7 @@ class Output : private std::streambuf {
   int sync() override;
   std::streamsize xsputn(const char* text, std::streamsize size) override;
 
+  void put(const char* text, std::size_t size);
   void flush_buffer();
   void write_all(const char* text, std::size_t size);
   void create_temporary();
@@ -55,6 +57,8 @@ class Output : private std::streambuf {
   TemporaryName temporary_name_;
   std::string temporary_;  // empty when there is none
   FileDescriptor file_;
+  Compression compression_;
+  std::string to_compress_;
   std::vector<char> buffer_;
   std::ostream stream_;
 };

@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "compression.h"
 #include "file_descriptor.h"
 #include "file_error.h"
 
@@ -19,6 +20,25 @@ class FileSource : public TextSource {
   FileSource(FileDescriptor file, std::string name) : file_(std::move(file)), name_(std::move(name)) {}
 
   bool read(std::string& text, bool) override {
+    if (!begun_) return begin(text);
+    return read_part(text);
+  }
+
+ private:
+  /// Compressed text is read as a whole.
+  bool begin(std::string& text) {
+    begun_ = true;
+    std::string bytes;
+    if (read_part(bytes) && (is_compressed(bytes) || compression_of(name_) != Compression::none)) {
+      while (read_part(bytes)) {
+      }
+    }
+    text += decompressed(bytes, name_).value_or(bytes);
+    return !bytes.empty();
+  }
+
+  /// False at the end.
+  bool read_part(std::string& text) {
     char buffer[1 << 14];
     ssize_t n;
     do n = ::read(file_.get(), buffer, sizeof buffer);
@@ -28,9 +48,9 @@ class FileSource : public TextSource {
     return n != 0;
   }
 
- private:
   FileDescriptor file_;
   std::string name_;
+  bool begun_ = false;
 };
 
 class Terminal : public TextSource {

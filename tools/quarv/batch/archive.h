@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -10,28 +9,14 @@ struct archive;
 
 namespace quarv::cli {
 
-/// An archive or a compressed file that is damaged. `what()` is one line.
+/// An archive that is damaged. `what()` is one line.
 class ArchiveError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-enum class Compression : std::uint8_t { none, gz, xz, zst };
-
-/// How a file is compressed, by the end of its name: ".gz", ".xz", ".zst".
-Compression compression_of(std::string_view name);
-
-/// With its dot; empty for none.
-std::string_view suffix_of(Compression compression);
-
 /// The name says that it is a tar archive, compressed or not: ".tar", ".tar.gz", ".tgz", ".tar.xz", ...
 bool is_archive_name(std::string_view name);
-
-/// What a compressed file holds. `name` is for messages. Throws ArchiveError.
-std::string decompressed(std::string_view bytes, const std::string& name);
-
-/// Equal texts have equal results: no time is written into them.
-std::string compressed(std::string_view text, Compression compression);
 
 /// The regular files in a tar archive, one after the other.
 class ArchiveReader {

@@ -17,6 +17,7 @@
 #include "batch/sha256.h"
 #include "batch/summary.h"
 #include "commands.h"
+#include "compression.h"
 #include "output.h"
 #include "process.h"
 #include "simplify_arguments.h"
@@ -196,6 +197,10 @@ void add_batch(CLI::App& program, int& status) {
     const bool to_file = !arguments->results.empty() || !arguments->output_folder.empty();
     if (arguments->resume && (!to_file || arguments->results == "-")) {
       throw CLI::ValidationError("--resume", "needs --results or --out");
+    }
+    if (!arguments->merge && compression_of(arguments->results) != Compression::none) {
+      throw CLI::ValidationError("--results",
+                                 "rows are added to the file as they come: it cannot be compressed");
     }
     if (!arguments->compress.empty() && arguments->output_folder.empty()) {
       throw CLI::ValidationError("--compress", "needs --out");

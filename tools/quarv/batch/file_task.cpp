@@ -38,8 +38,7 @@ void write_output(const BatchInput& input, const std::string& text, const FileTa
   fs::create_directories(fs::path(path).parent_path(), error);
   if (error) throw FileError("write", path, error.value());
   Output output(path, Output::TemporaryName::fixed);
-  output.stream() << (options.compression == Compression::none ? text
-                                                               : compressed(text, options.compression));
+  output.stream() << text;
   output.commit();
 }
 

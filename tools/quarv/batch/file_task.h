@@ -2,10 +2,10 @@
 
 #include <string>
 
-#include "batch/archive.h"
 #include "batch/input_set.h"
 #include "batch/results.h"
 #include "batch/worker_pool.h"
+#include "compression.h"
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {

@@ -9,6 +9,7 @@
 
 #include "batch/archive.h"
 #include "batch/sha256.h"
+#include "compression.h"
 
 namespace quarv::cli {
 

@@ -4,6 +4,7 @@
 
 #include "batch/archive.h"
 #include "batch/input_set.h"
+#include "compression.h"
 #include "file_error.h"
 
 namespace quarv::cli {
@@ -11,11 +12,12 @@ namespace quarv::cli {
 namespace fs = std::filesystem;
 
 ScriptSource::ScriptSource(const std::string& name, const std::string& path, const std::string* bytes) {
-  if (bytes == nullptr) file_.emplace(path);
-  text_ = bytes != nullptr ? std::string_view(*bytes) : file_->text();
-  if (compression_of(name) == Compression::none) return;
-  unpacked_ = decompressed(text_, name);
-  text_ = unpacked_;
+  if (bytes == nullptr) {
+    text_ = file_.emplace(path).text();
+    return;
+  }
+  unpacked_ = decompressed(*bytes, name);
+  text_ = unpacked_ ? *unpacked_ : *bytes;
 }
 
 std::string find_script(const std::string& name) {

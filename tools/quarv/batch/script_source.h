@@ -11,15 +11,15 @@ namespace quarv::cli {
 /// A script in memory, uncompressed.
 class ScriptSource {
  public:
-  /// Reads the file at `path`, unless `bytes` are what it holds. `name`, by which results call it, says
-  /// whether it is compressed. Throws FileError and ArchiveError.
+  /// Reads the file at `path`, unless `bytes` are what it holds. `name` is that by which results call it.
+  /// Throws FileError.
   ScriptSource(const std::string& name, const std::string& path, const std::string* bytes);
 
   std::string_view text() const noexcept { return text_; }
 
  private:
   std::optional<Input> file_;
-  std::string unpacked_;
+  std::optional<std::string> unpacked_;
   std::string_view text_;
 };
 

@@ -1,0 +1,90 @@
+/// \file
+/// Compressed files, which every command reads, and writes where the output's name says so.
+#include "program_fixture.h"
+
+namespace {
+
+const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
+const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
+
+struct Kind {
+  const char* suffix;
+  const char* tool;
+};
+constexpr Kind kinds[] = {{".gz", "gzip"}, {".xz", "xz"}, {".zst", "zstd"}};
+
+class Compressed : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    write("in.smt2", script);
+  }
+};
+
+TEST_F(Compressed, IsReadFromFilesAndStreams) {
+  for (const auto& [suffix, tool] : kinds) {
+    const std::string file = std::string("in.smt2") + suffix;
+    ASSERT_EQ(run(std::string(tool) + " -c < in.smt2 > " + file).status, 0);
+    EXPECT_EQ(run("$quarv simplify " + file).out, simplified) << tool;
+    EXPECT_EQ(run("$quarv simplify < " + file).out, simplified) << tool;
+    EXPECT_EQ(run("cat " + file + " | $quarv simplify -").out, simplified) << tool;
+    // The first bytes tell, if the name does not.
+    EXPECT_EQ(run("cp " + file + " plain; $quarv simplify plain").out, simplified) << tool;
+    EXPECT_EQ(run("$quarv simplify <(cat " + file + ")").out, simplified) << tool;
+    EXPECT_EQ(run("$quarv explain plain").out, run("$quarv explain in.smt2").out) << tool;
+    EXPECT_EQ(run("$quarv batch plain 2>&1 | sed -n 's/.*\"digest\":\"\\([^\"]*\\).*/\\1/p'").out,
+              run("sha256sum in.smt2").out.substr(0, 64) + "\n");
+  }
+}
+
+TEST_F(Compressed, IsReadByEveryCommand) {
+  run("$quarv simplify in.smt2 -o out --trace steps; gzip steps; gzip in.smt2");
+  EXPECT_EQ(run("$quarv replay steps.gz").status, 0);
+  EXPECT_EQ(run("$quarv replay - < steps.gz").status, 0);
+  EXPECT_EQ(run("$quarv report in.smt2.gz | grep -c '<title>'").out, "1\n");
+  EXPECT_EQ(run("$quarv certify -q in.smt2.gz").status, 0);
+  write("commands", "(simplify (and true\n  false))");
+  EXPECT_EQ(run("xz commands; $quarv repl commands.xz").out, "false\n");
+  EXPECT_EQ(run("$quarv repl < commands.xz").out, "false\n");
+  write("my.rules", "rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n");
+  EXPECT_EQ(run("zstd -q my.rules; $quarv simplify --rules my.rules.zst in.smt2.gz").out, simplified);
+  write("faulty.smt2", "(assert\n  p)\n");
+  EXPECT_EQ(run("gzip faulty.smt2; $quarv simplify faulty.smt2.gz").err,
+            "faulty.smt2.gz:2:3: error: unknown symbol p\n");
+}
+
+TEST_F(Compressed, IsReportedWhenDamaged) {
+  write("plain.smt2.gz", script);
+  EXPECT_EQ(run("$quarv simplify plain.smt2.gz").err,
+            "quarv: error: cannot read plain.smt2.gz: it is not compressed as its name says\n");
+  EXPECT_EQ(run("$quarv repl plain.smt2.gz").status, 1);
+  write("empty.xz", "");
+  EXPECT_EQ(run("$quarv simplify empty.xz").status, 1);
+  EXPECT_EQ(run("$quarv repl empty.xz").status, 1);
+  for (const auto& [suffix, tool] : kinds) {
+    for (const char* command : {"simplify", "repl"}) {
+      const Result r = run("yes '(assert true)' | head -1000 | " + std::string(tool) + " | head -c 25 > cut" +
+                           suffix + "; $quarv " + command + " cut" + suffix);
+      EXPECT_EQ(r.status, 1) << tool << command;
+      EXPECT_EQ(r.out, "") << tool << command;
+      EXPECT_EQ(r.err.find("quarv: error: cannot read cut" + std::string(suffix) + ": "), 0u) << r.err;
+      EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+    }
+  }
+}
+
+TEST_F(Compressed, IsWrittenWhereTheNameSaysSo) {
+  for (const auto& [suffix, tool] : kinds) {
+    const std::string file = std::string("out.smt2") + suffix;
+    EXPECT_EQ(run("$quarv simplify in.smt2 -o " + file + " --trace steps" + suffix).status, 0) << tool;
+    EXPECT_EQ(run(std::string(tool) + " -dc < " + file).out, simplified) << tool;
+    EXPECT_EQ(run("$quarv simplify " + file + " -o " + file + " && $quarv simplify " + file).out, simplified)
+        << tool;
+    EXPECT_EQ(run("$quarv replay steps" + std::string(suffix)).status, 0) << tool;
+  }
+  // Rows are added one by one, so that they outlive the program.
+  EXPECT_EQ(run("$quarv batch in.smt2 --results rows.gz").status, 2);
+  EXPECT_FALSE(fs::exists(path("rows.gz")));
+}
+
+}  // namespace
