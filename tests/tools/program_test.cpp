@@ -170,6 +170,13 @@ TEST_F(Program, KeepsPermissionsAndFollowsLinks) {
   EXPECT_EQ(run("stat -c %a real/out").out, "640\n");
   EXPECT_EQ(run("umask 027; $quarv simplify -o new; stat -c %a new", script).out, "640\n");
   EXPECT_EQ(run("$quarv simplify -o /dev/stdout | cat", script).out, simplified);
+  // An open file is written where it stands, and not replaced.
+  const std::string twice = "for i in 1 2; do $quarv simplify -o /dev/";
+  EXPECT_EQ(
+      run("mkdir two; cat > in; " + twice + "stdout < in; done > two/all; ls two; cat two/all", script).out,
+      "all\n" + simplified + simplified);
+  EXPECT_EQ(run(twice + "fd/5 < in; done 5> two/all; ls two; cat two/all").out,
+            "all\n" + simplified + simplified);
   EXPECT_EQ(run("mkfifo pipe; cat pipe & $quarv simplify -o pipe; wait", script).out, simplified);
 }
 

@@ -1,11 +1,14 @@
 #include "output.h"
 
+#include <charconv>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <string_view>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 #include <climits>
@@ -72,6 +75,21 @@ std::string temporary_beside(const std::string& path) {
   return path.substr(0, base) + '.' + path.substr(base, NAME_MAX - 8);
 }
 
+/// The open file that a path stands for; -1 if it is none. A path of that kind leads to a file only as long
+/// as that keeps its name, and to its beginning instead of the place where writing goes on.
+int open_file(const std::string& path) {
+  if (path == "-" || path == "/dev/stdout") return STDOUT_FILENO;
+  if (path == "/dev/stderr") return STDERR_FILENO;
+  for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+    if (!path.starts_with(folder)) continue;
+    int fd = -1;
+    const char* const end = path.data() + path.size();
+    const auto [rest, error] = std::from_chars(path.data() + folder.size(), end, fd);
+    if (error == std::errc() && rest == end) return fd;
+  }
+  return -1;
+}
+
 mode_t default_mode() {
   const mode_t mask = umask(0);
   umask(mask);
@@ -88,10 +106,9 @@ Output::Output(const std::string& path, TemporaryName temporary_name)
       stream_(this) {
   stream_.exceptions(std::ios::badbit);
   setp(buffer_.data(), buffer_.data() + buffer_.size());
-  struct stat status;
-  if (path == "-") {
-    file_ = FileDescriptor(dup(STDOUT_FILENO));
-  } else if (stat(path.c_str(), &status) != 0 || S_ISREG(status.st_mode)) {
+  if (const int fd = open_file(path); fd >= 0) {
+    file_ = FileDescriptor(dup(fd));
+  } else if (!is_direct(path)) {
     if (access(path.c_str(), W_OK) != 0 && errno != ENOENT) throw FileError("write", name_);
     target_ = resolved(path);
     return;
@@ -99,6 +116,11 @@ Output::Output(const std::string& path, TemporaryName temporary_name)
     file_ = FileDescriptor(open(path.c_str(), O_WRONLY | O_CLOEXEC));
   }
   if (!file_) throw FileError("write", name_);
+}
+
+bool Output::is_direct(const std::string& path) {
+  struct stat status;
+  return open_file(path) >= 0 || (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode));
 }
 
 Output::~Output() {

@@ -19,8 +19,8 @@ class ClosedPipe : public FileError {
 };
 
 /// A file that is written whole or not at all: the text goes to a temporary file in the same directory, which
-/// takes the place of the old file, with its permissions, in one step at the end. Standard output ("-"),
-/// devices and pipes are written directly. A file whose name says that it is compressed is.
+/// takes the place of the old file, with its permissions, in one step at the end. Some are written directly.
+/// A file whose name says that it is compressed is.
 class Output : private std::streambuf {
  public:
   /// What the temporary file is called: a name that no file has, or always the same. The latter does for a
@@ -37,6 +37,10 @@ class Output : private std::streambuf {
 
   /// Writes out all that is buffered and puts the file in its place. Throws FileError.
   void commit();
+
+  /// What goes there is written directly: standard output ("-"), an open file ("/dev/stdout", "/dev/fd/3"), a
+  /// device, a pipe.
+  static bool is_direct(const std::string& path);
 
   /// The temporary file of fixed name for `path`.
   static std::string fixed_temporary(const std::string& path);
