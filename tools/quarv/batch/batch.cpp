@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -18,6 +19,7 @@
 #include "batch/summary.h"
 #include "commands.h"
 #include "compression.h"
+#include "file_error.h"
 #include "output.h"
 #include "process.h"
 #include "simplify_arguments.h"
@@ -91,6 +93,11 @@ std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions
       .dump();
 }
 
+std::string results_path(const Arguments& arguments) {
+  if (!arguments.results.empty()) return arguments.results;
+  return arguments.output_folder.empty() ? "-" : arguments.output_folder + "/results.jsonl";
+}
+
 /// Tells how things went, and answers for the shell.
 int conclude(const Results& results, const Arguments& arguments) {
   say("{}{}", arguments.dedupe ? duplicates_in(results) : "", summary_of(results));
@@ -118,20 +125,22 @@ int batch(const Arguments& arguments) {
   std::tie(options.header.share, options.header.shares) = arguments.share;
   options.jobs = arguments.jobs;
   options.resume = arguments.resume;
-  options.results = arguments.results;
-  if (options.results.empty()) {
-    options.results = arguments.output_folder.empty() ? "-" : arguments.output_folder + "/results.jsonl";
-  }
+  options.results = results_path(arguments);
   // Faults of the options would be faults of every file; and what is built once here need not be in each
   // process.
   smtlib::Session session(options.task.simplify);
 
-  std::vector<BatchInput> inputs = find_inputs(arguments.paths, arguments.output_folder);
+  std::vector<BatchInput> inputs =
+      find_inputs(arguments.paths, {arguments.output_folder, std::string(suffix_of(options.task.compression)),
+                                    Output::is_direct(options.results) ? "" : options.results});
   options.header.inputs = inputs.size();
   std::erase_if(inputs, [&](const BatchInput& input) {
     return !is_in_share(input.name, arguments.share.first, arguments.share.second);
   });
-  if (!arguments.output_folder.empty()) std::filesystem::create_directories(arguments.output_folder);
+  if (std::error_code error; !arguments.output_folder.empty() &&
+                             !std::filesystem::create_directories(arguments.output_folder, error) && error) {
+    throw FileError("create", arguments.output_folder, error.value());
+  }
   return conclude(run_batch(inputs, options), arguments);
 }
 
@@ -197,6 +206,10 @@ void add_batch(CLI::App& program, int& status) {
     const bool to_file = !arguments->results.empty() || !arguments->output_folder.empty();
     if (arguments->resume && (!to_file || arguments->results == "-")) {
       throw CLI::ValidationError("--resume", "needs --results or --out");
+    }
+    if (arguments->resume && Output::is_direct(results_path(*arguments))) {
+      throw CLI::ValidationError("--resume",
+                                 "needs results in a file: " + results_path(*arguments) + " is none");
     }
     if (!arguments->merge && compression_of(arguments->results) != Compression::none) {
       throw CLI::ValidationError("--results",

@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <unistd.h>
 #include <utility>
 
@@ -46,7 +47,8 @@ class FileSink : public ResultsSink {
 /// Writes rows in order, each as soon as all before it are there.
 class StreamSink : public ResultsSink {
  public:
-  explicit StreamSink(const Results& results) : results_(results), next_(results.rows.begin()), output_("-") {
+  StreamSink(const std::string& path, const Results& results)
+      : results_(results), next_(results.rows.begin()), output_(path) {
     output_.stream() << as_text({results.header, {}});
   }
   void add(const Row&) override {
@@ -91,13 +93,17 @@ class Batch {
     for (const BatchInput& input : inputs) results_.rows[input.name] = pending_row(input.name);
   }
 
+  ~Batch() { end_all(); }
+  Batch(const Batch&) = delete;
+  Batch& operator=(const Batch&) = delete;
+
   Results run() {
     Results start = results_;
     for (auto& [name, row] : start.rows) {
       if (const auto found = earlier_.find(name); found != earlier_.end()) row = found->second;
     }
-    if (options_.results == "-") {
-      sink_ = std::make_unique<StreamSink>(results_);
+    if (Output::is_direct(options_.results)) {
+      sink_ = std::make_unique<StreamSink>(options_.results, results_);
     } else {
       sink_ = std::make_unique<FileSink>(options_.results, start, results_);
     }
@@ -151,6 +157,7 @@ class Batch {
     const BatchInput& input = inputs_[i];
     const auto known = earlier_.find(input.name);
     const std::string digest = known == earlier_.end() ? "" : digest_in(known->second);
+    running_.insert(i);
     pool_.start(i, [&](Report& report) { do_file(input, bytes, digest, options_.task, report); });
     progress_.show();
   }
@@ -161,13 +168,24 @@ class Batch {
     if (pool_.interrupted() != 0) stop();
     if (ending) {
       const BatchInput& input = inputs_[ending->task];
-      if (ending->kind != Ending::Kind::exited && !options_.task.output_folder.empty()) {
-        unlink(Output::fixed_temporary(output_path(input, options_.task)).c_str());
-      }
+      running_.erase(ending->task);
+      if (ending->kind != Ending::Kind::exited) remove_temporary(input);
       const std::optional<Row> row = row_of(input, *ending, options_.header.limits);
       finish(ending->task, row ? *row : earlier_.at(input.name), !row);
     }
     progress_.show();
+  }
+
+  /// What a process that was killed has left.
+  void remove_temporary(const BatchInput& input) const noexcept {
+    if (options_.task.output_folder.empty()) return;
+    unlink(Output::fixed_temporary(output_path(input, options_.task)).c_str());
+  }
+
+  void end_all() noexcept {
+    pool_.end_all();
+    for (std::size_t i : running_) remove_temporary(inputs_[i]);
+    running_.clear();
   }
 
   void finish(std::size_t i, const Row& row, bool skipped) {
@@ -183,7 +201,7 @@ class Batch {
     for (const auto& [name, row] : results_.rows) done += row.status != pending_status ? 1 : 0;
     say("quarv: interrupted: {} of {} done{}\n", done, results_.rows.size(),
         options_.results == "-" ? "" : "; --resume does the rest");
-    pool_.end_all();
+    end_all();
     std::raise(pool_.interrupted());
     std::abort();
   }
@@ -194,6 +212,7 @@ class Batch {
   Results results_;
   std::unique_ptr<ResultsSink> sink_;
   BatchProgress progress_;
+  std::set<std::size_t> running_;  // inputs
   WorkerPool pool_;
 };
 

@@ -14,7 +14,7 @@ struct BatchOptions {
   FileTaskOptions task;
   ResultsHeader header;  ///< without the number of inputs
   unsigned jobs = 1;
-  std::string results;  ///< "-": standard output
+  std::string results;  ///< a file, or what Output writes directly
   bool resume = false;
 };
 

@@ -10,24 +10,33 @@ namespace quarv::cli {
 
 /// One script of a batch.
 struct BatchInput {
-  std::string name;    ///< as the results call it: its path, or its archive's path and the path therein
+  /// As the results call it: its path, or its archive's path and the path therein. Results are Unicode: bytes
+  /// of a path that is not, are written like "\\xff".
+  std::string name;
   std::string path;    ///< of the file to open
   std::string output;  ///< where it goes below the output folder; the script's name, not compressed
   std::optional<std::size_t> member;  ///< of the archive at `path`: counts from 0
   std::string fault;                  ///< why it cannot even be looked for; empty if it can
 };
 
-/// Two inputs would have the same output, or one would be its own.
+/// Two inputs would have the same output, or something would be written in the place of an input.
 class InputConflict : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
+/// Where a batch writes; each may be empty.
+struct BatchOutputs {
+  std::string folder;
+  std::string suffix;   ///< of the files in the folder, beside those of the scripts
+  std::string results;  ///< a file
+};
+
 /// Finds the scripts that files, folders and archives hold, in the order of their names. Of folders, with all
 /// that is below them, the files are taken whose names end in .smt2, .gz, .xz, .zst or as archives' do; of
-/// archives likewise. What cannot be read is an input with a fault. Nothing below `output_folder`, which may
-/// be empty, is an input. Throws InputConflict.
-std::vector<BatchInput> find_inputs(const std::vector<std::string>& paths, const std::string& output_folder);
+/// archives likewise. What cannot be read, and a path where there is no script at all, is an input with a
+/// fault. Nothing below the output folder is an input. Throws InputConflict.
+std::vector<BatchInput> find_inputs(const std::vector<std::string>& paths, const BatchOutputs& outputs);
 
 /// Whether input `name` belongs to share `share` of `shares`, from 1. That depends on the name alone: the
 /// first 64 bits of its SHA-256 digest, modulo the number of shares.

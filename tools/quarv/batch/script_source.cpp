@@ -27,7 +27,7 @@ std::string find_script(const std::string& name) {
   if (archive == name || !fs::is_regular_file(archive, error)) {
     return std::string(ScriptSource(name, name, nullptr).text());
   }
-  for (const BatchInput& input : find_inputs({archive.string()}, "")) {
+  for (const BatchInput& input : find_inputs({archive.string()}, {})) {
     if (input.name != name) continue;
     ArchiveReader reader(input.path);
     std::string member;

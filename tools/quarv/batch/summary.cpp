@@ -48,6 +48,22 @@ void append_size(std::string& text, std::string_view name, double before, double
                  change);
 }
 
+/// Names may hold any character; what is said of a file stands on one line.
+std::string on_one_line(std::string_view text) {
+  std::string line;
+  for (const char c : text) {
+    constexpr unsigned char blank = 0x20;
+    if (c == '\n') {
+      line += "\\n";
+    } else if (static_cast<unsigned char>(c) < blank) {
+      line += fmt::format("\\x{:02x}", c);
+    } else {
+      line += c;
+    }
+  }
+  return line;
+}
+
 constexpr std::size_t most_failures = 50;
 
 void append_failures(std::string& text, const Results& results) {
@@ -56,8 +72,8 @@ void append_failures(std::string& text, const Results& results) {
     if (row.status == "ok" || row.status == pending_status || ++count > most_failures) continue;
     const std::string message = Json::parse(row.line).value("message", "");
     const bool names_file = message.find(name) != std::string::npos;
-    fmt::format_to(std::back_inserter(text), "{}: {}{}\n", row.status, names_file ? "" : name + ": ",
-                   message);
+    fmt::format_to(std::back_inserter(text), "{}: {}{}\n", row.status,
+                   names_file ? "" : on_one_line(name) + ": ", on_one_line(message));
   }
   if (count > most_failures) {
     fmt::format_to(std::back_inserter(text), "... {} further failures\n", count - most_failures);
@@ -99,7 +115,8 @@ std::string duplicates_in(const Results& results) {
   std::string text;
   for (const auto* names : groups) {
     fmt::format_to(std::back_inserter(text), "the same formula:\n");
-    for (std::string_view name : *names) fmt::format_to(std::back_inserter(text), "  {}\n", name);
+    for (std::string_view name : *names)
+      fmt::format_to(std::back_inserter(text), "  {}\n", on_one_line(name));
   }
   return text;
 }
