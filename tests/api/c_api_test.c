@@ -159,6 +159,10 @@ static void says_what_is_wrong(void) {
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "x is declared with other sorts already");
   EXPECT(quarv_constant(m, "true", quarv_int_sort(m)) == NULL);
   EXPECT(quarv_error(m) == QUARV_SYNTAX_ERROR);
+  EXPECT(quarv_constant(m, "a|b", quarv_int_sort(m)) == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a name must not contain '|'");
+  EXPECT(quarv_declare_sort(m, "a\\b") == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a name must not contain '\\'");
   EXPECT(quarv_constant(m, "x", quarv_bv_sort(m, 8)) == x); /* goes on as if nothing had been */
   EXPECT(quarv_error(m) == QUARV_OK);
 

@@ -153,6 +153,12 @@ def test_errors_are_one_line(m):
         m.make("bvfoo", x)
     with pytest.raises(quarv.Error, match="^x is declared with other sorts already$"):
         m.int("x")
+    with pytest.raises(quarv.Error, match=r"^a name must not contain a NUL byte$"):
+        m.int("a\0b")
+    with pytest.raises(quarv.Error, match=r"^a name must not contain a NUL byte$"):
+        m.declare_sort("S\0")
+    with pytest.raises(quarv.Error, match=r"^a name must not contain '\|'$"):
+        m.function("f|g", [m.sort("Int")], m.sort("Int"))
     with pytest.raises(quarv.Error, match="different managers"):
         x + quarv.Manager().bv("x", 8)
     with pytest.raises(TypeError):

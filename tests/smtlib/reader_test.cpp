@@ -133,6 +133,9 @@ TEST(Reader, QuotedSymbols) {
       error_of(
           "(declare-const |let| Bool)(declare-const |a b| Bool)(assert (let ((x |let|)) (and x |a b|)))"),
       "no error");
+  using namespace std::string_literals;
+  EXPECT_EQ(error_of("(declare-const |a\0b| Bool)(declare-const a Bool)"s),
+            "in.smt2:1:18: error: a quoted symbol must not contain a NUL byte");
 }
 
 TEST(Reader, Messages) {

@@ -41,6 +41,15 @@ TEST_F(Symbols, NamesAreCopied) {
   EXPECT_STREQ(mgr.declare_fun("", {}, i)->name, "");
 }
 
+TEST_F(Symbols, NoNameIsCutAtANul) {
+  const std::string_view name("a\0b", 3);
+  EXPECT_THROW(mgr.declare_fun(name, {}, i), std::invalid_argument);
+  EXPECT_THROW(mgr.fresh_fun(name, {}, i), std::invalid_argument);
+  EXPECT_THROW(mgr.make_opaque_symbol(name, {}, i), std::invalid_argument);
+  EXPECT_THROW(mgr.fresh_bound_variable(name, i), std::invalid_argument);
+  EXPECT_THROW(mgr.declare_sort(name), std::invalid_argument);
+}
+
 TEST_F(Symbols, DeclaredConstants) {
   const Term* x = mgr.make_constant("x", i);
   EXPECT_EQ(mgr.make_constant("x", i), x);

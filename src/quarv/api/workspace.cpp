@@ -194,7 +194,21 @@ std::size_t Workspace::num_nodes(Args terms) const {
 // Names.
 // ---------------------------------------------------------------------------------------------------------
 
+namespace {
+
+/// Refuses what cannot be written as a symbol, quoted or not.
+void check_name(std::string_view name) {
+  if (name.find('\0') != std::string_view::npos)
+    throw std::invalid_argument("a name must not contain a NUL byte");
+  const std::size_t bad = name.find_first_of("|\\");
+  if (bad == std::string_view::npos) return;
+  throw std::invalid_argument(std::string("a name must not contain '") + name[bad] + "'");
+}
+
+}  // namespace
+
 const DataType* Workspace::declare_sort(std::string_view name, std::size_t num_parameters) {
+  check_name(name);
   const std::string quoted = smtlib::Reader::quoted(name);
   const DataType* sort = state_->manager.declare_sort(quoted, num_parameters);
   try {
@@ -207,6 +221,7 @@ const DataType* Workspace::declare_sort(std::string_view name, std::size_t num_p
 }
 
 const Symbol* Workspace::State::declare(std::string_view name, Sorts arguments, const DataType* result) {
+  check_name(name);
   const Symbol* symbol = manager.declare_fun(name, arguments, result);
   const auto [known, is_new] = declared.try_emplace(std::string(name), symbol);
   if (known->second != symbol) {

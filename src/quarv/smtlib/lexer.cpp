@@ -37,8 +37,9 @@ Token Lexer::other(const char* start) noexcept {
     }
     case '|': {
       const char* p = start + 1;
-      while (p != end_ && *p != '|' && *p != '\\') ++p;
+      while (p != end_ && *p != '|' && *p != '\\' && *p != '\0') ++p;
       if (p == end_) return error(start, "quoted symbol is not terminated");
+      if (*p == '\0') return error(p, "a quoted symbol must not contain a NUL byte");
       if (*p == '\\') return error(p, "a quoted symbol must not contain a backslash");
       next_ = p + 1;
       return {TokenKind::symbol, start, view(start + 1, p)};

@@ -1,5 +1,6 @@
 #include <cstring>
 #include <new>
+#include <stdexcept>
 
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
@@ -7,6 +8,10 @@
 namespace quarv {
 
 const char* TermManager::copy_name(std::string_view name) {
+  // Names are kept as C strings: of two names that differ behind a NUL byte one would be taken for the other.
+  if (name.find('\0') != std::string_view::npos) {
+    throw std::invalid_argument("a name must not contain a NUL byte");
+  }
   char* copy = static_cast<char*>(arena_.allocate(name.size() + 1));
   std::memcpy(copy, name.data(), name.size());
   copy[name.size()] = '\0';

@@ -340,7 +340,7 @@ class QUARV_API TermManager {
   // ------------------------------------------------------------------------------------------
 
   /// A function symbol (a constant when there are no arguments): the same name with the same signature is the
-  /// same symbol.
+  /// same symbol. Here and below \throws std::invalid_argument for a name with a NUL byte
   const Symbol* declare_fun(std::string_view name, std::span<const DataType* const> argument_types,
                             const DataType* result);
   const Symbol* declare_fun(std::string_view name, std::initializer_list<const DataType*> argument_types,

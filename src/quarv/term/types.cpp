@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <stdexcept>
 
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
@@ -100,6 +101,9 @@ const DataType* TermManager::get_array_type(const DataType* index, const DataTyp
 }
 
 const DataType* TermManager::declare_sort(std::string_view name, std::size_t num_parameters) {
+  if (name.find('\0') != std::string_view::npos) {
+    throw std::invalid_argument("a name must not contain a NUL byte");
+  }
   const DataType*& entry = tables_->declared_sorts[std::string(name) + '/' + std::to_string(num_parameters)];
   if (entry == nullptr) entry = new_basic_type(name);
   return entry;
