@@ -121,6 +121,9 @@ TEST(Reader, BitVectorOperators) {
   EXPECT_TRUE(same_term(v, "(= x (ext_rotate_left y #x0b))", "(= x ((_ rotate_left 3) y))"));
   EXPECT_TRUE(same_term(v, "(= x (_ bv10 8))", "(= x #x0a)"));
   EXPECT_TRUE(same_term(v, "(= x #b00001010)", "(= x #x0A)"));
+  EXPECT_TRUE(same_term(v, "(= x (_ bv255 8))", "(= x #xff)"));
+  EXPECT_EQ(error_of(v + "(assert (= x (_ bv256 8)))"), "in.smt2:1:77: error: bv256 does not fit 8 bits");
+  EXPECT_EQ(error_of("(assert (= (_ bv2 1) #b0))"), "in.smt2:1:15: error: bv2 does not fit 1 bit");
   EXPECT_EQ(
       error_of(v + "(assert (= x ((_ repeat 99999999) y)))"),
       "in.smt2:1:74: error: repeat: the result would have 99999999 bits, more than the 16777216 that are "

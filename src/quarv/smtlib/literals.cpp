@@ -1,6 +1,5 @@
 #include <gmpxx.h>
 
-#include <quarv/numbers/bv_number.h>
 #include <quarv/smtlib/reader.h>
 
 namespace quarv::smtlib {
@@ -63,7 +62,7 @@ const Term* Reader::bit_vector_literal(const Token& token) {
   return manager_.make_bv_number(integer(token.text, hexadecimal ? 16 : 2), width);
 }
 
-/// (_ bvN w): the value modulo 2^w, as solvers read it.
+/// (_ bvN w). The standard defines it for N below 2^w alone.
 const Term* Reader::bit_vector_numeral(const Token& name, std::size_t width) {
   const std::string_view digits = name.text.substr(2);
   for (char c : digits) {
@@ -72,9 +71,12 @@ const Term* Reader::bit_vector_numeral(const Token& name, std::size_t width) {
   if (width == 0 || width > max_width) {
     fail(name.start, "bit-vectors have 1 to " + std::to_string(max_width) + " bits");
   }
-  QNumber value = integer(digits, 10);
-  BVNumber::trim(value, width);
-  return manager_.make_bv_number(value, width);
+  try {
+    return manager_.make_bv_number(integer(digits, 10), width);
+  } catch (const SortError&) {
+    fail(name.start, std::string(name.text.substr(0, 60)) + " does not fit " + std::to_string(width) +
+                         (width == 1 ? " bit" : " bits"));
+  }
 }
 
 }  // namespace quarv::smtlib
