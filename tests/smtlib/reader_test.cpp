@@ -141,6 +141,13 @@ TEST(Reader, QuotedSymbols) {
             "in.smt2:1:18: error: a quoted symbol must not contain a NUL byte");
 }
 
+TEST(Reader, SkipsAByteOrderMarkAtTheStart) {
+  EXPECT_EQ(error_of("\xEF\xBB\xBF(assert true)"), "no error");
+  EXPECT_EQ(error_of("\xEF\xBB\xBF(assert p)"), "in.smt2:1:9: error: unknown symbol p");
+  EXPECT_NE(error_of("(assert true)\xEF\xBB\xBF"), "no error");
+  EXPECT_NE(error_of("\xEF\xBB\xBF\xEF\xBB\xBF(assert true)"), "no error");
+}
+
 TEST(Reader, Messages) {
   EXPECT_EQ(error_of("(assert p)"), "in.smt2:1:9: error: unknown symbol p");
   EXPECT_EQ(error_of("(assert\n  (not true false))"),

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -13,6 +14,7 @@
 #include "commands.h"
 #include "output.h"
 #include "text_source.h"
+#include <quarv/smtlib/lexer.h>
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {
@@ -205,10 +207,11 @@ int converse(const Arguments& arguments) {
   CommandSplitter::Piece piece;
   std::string text;
   bool more = true;
+  bool begun = false;
   while (more && !conversation.over()) {
     text.clear();
     more = source->read(text, splitter.idle());
-    splitter.add(text);
+    splitter.add(std::exchange(begun, true) ? std::string_view(text) : smtlib::without_byte_order_mark(text));
     while (!conversation.over() && (splitter.next(piece) || (!more && splitter.rest(piece)))) {
       conversation.answer(piece);
       output.stream().flush();

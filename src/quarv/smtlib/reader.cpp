@@ -190,9 +190,9 @@ void Reader::skip_rest() {
 // --------------------------------------------------------------------------------------------------------
 
 void Reader::set_input(std::string_view text, std::string file) {
-  input_ = text;
+  input_ = without_byte_order_mark(text);
   file_ = std::move(file);
-  lexer_ = Lexer(text);
+  lexer_ = Lexer(input_);
   keep_text_ = true;
 }
 
