@@ -242,10 +242,87 @@ TEST(Printer, SharedTermsWithQuantifiedVariablesStayInside) {
             "(assert (forall ((i Int)) (let ((?1 (h (h i i) (h i 3)))) (= (h ?1 i) (h i ?1)))))\n");
 }
 
+const std::string functions =
+    "(declare-const c Int)\n(declare-fun f (Int) Int)\n(declare-fun g (Int Int) Bool)\n";
+
+/// Solvers take `!` for an annotation of the quantifier only when it stands directly below it.
+TEST(Printer, LetsStandBelowTheAnnotationsOfQuantifiers) {
+  const auto quantified = [](const std::string& attributes) {
+    return simplified(functions + "(assert (forall ((x Int)) (! (g (f (f (+ x 1))) (f (f (+ x 1)))) " +
+                      attributes + ")))")
+        .substr(functions.size());
+  };
+  for (const std::string attributes :
+       {":pattern ((f (f (+ x 1))))", ":pattern ((f x) (g (f (f (+ x 1))) c)) :pattern ((f (f x)))", ":qid k",
+        ":no-pattern (f (f (+ x 1)))", ":skolemid |a b|", ":weight 3", ":weight 3 :pattern ((f x)) :qid k"}) {
+    EXPECT_EQ(quantified(attributes),
+              "(assert (forall ((x Int)) (! (let ((?1 (f (f (+ x 1))))) (g ?1 ?1)) " + attributes + ")))\n");
+  }
+  EXPECT_EQ(quantified(":unknown (a b)").find("(let"), std::string("(assert (forall ((x Int)) (! ").size());
+}
+
+/// What occurs once in the body and once in a pattern is not repeated: patterns are written in full.
+TEST(Printer, PatternsAreWrittenInFull) {
+  const std::string both =
+      functions + "(assert (forall ((x Int)) (! (g (f (f (+ x 1))) x) :pattern ((g (f (f (+ x 1))) c)))))\n" +
+      "(assert (exists ((x Int)) (! (g (f (f (+ c 1))) x) :pattern ((g x (f (f (+ c 1))))))))\n";
+  EXPECT_EQ(simplified(both), both);
+  // Neither definitions nor names from outside occur in them.
+  const std::string defined = functions + "(define-fun d () Int (f (f (f (+ c 1)))))\n";
+  EXPECT_EQ(simplified(defined + "(assert (forall ((x Int)) (! (g d x) :pattern ((g x d)))))"),
+            defined + "(assert (forall ((x Int)) (! (g d x) :pattern ((g x (f (f (f (+ c 1)))))))))\n");
+  const std::string outer = functions + "(assert (let ((?1 (f (f (f (f c)))))) (or (g ?1 ?1) ";
+  EXPECT_EQ(simplified(outer + "(forall ((x Int)) (! (g ?1 x) :pattern ((g x ?1)))))))"),
+            outer + "(forall ((x Int)) (! (g ?1 x) :pattern ((g x (f (f (f (f c)))))))))))\n");
+}
+
+/// `:no-pattern` has a term too, not just any text: names in it follow those of the body.
+TEST(Printer, TermsNotToBeUsedAsPatterns) {
+  EXPECT_EQ(simplified(functions +
+                       "(assert (forall ((c Int)) (let ((y (f c))) (! (g y c) :no-pattern y :qid k))))"),
+            functions + "(assert (forall ((c!1 Int)) (! (g (f c!1) c!1) :no-pattern (f c!1) :qid k)))\n");
+  for (const std::string wrong : {":no-pattern)", ":no-pattern z)", ":no-pattern (f x"})
+    EXPECT_THROW(simplified(functions + "(assert (forall ((x Int)) (! (g x x) " + wrong + "))"), Error)
+        << wrong;
+}
+
+/// An annotation speaks of its quantifier: it is never a definition or a let of its own.
+TEST(Printer, AnnotationsOfQuantifiersHaveNoNames) {
+  const std::string text =
+      functions +
+      "(assert (forall ((x Int)) (! (g c (f c)) :qid k)))\n"
+      "(assert (exists ((x Int)) (! (g c (f c)) :qid k)))\n"
+      "(assert (forall ((y Int)) (not (forall ((x Int)) (! (g y c) :pattern ((f x)))))))\n"
+      "(assert (forall ((y Int)) (exists ((x Int)) (! (g y c) :pattern ((f x))))))\n"
+      "(assert (forall ((y Int)) (forall ((x Int)) (! (g c c) :pattern ((f y) (f x))))))\n"
+      "(assert (exists ((y Int)) (forall ((x Int)) (! (g c c) :pattern ((f y) (f x))))))\n";
+  EXPECT_EQ(simplified(text), text);
+}
+
+/// A pattern of a hundred nodes that would be a text of exponential length has names of its own.
+TEST(Printer, LongPatternsShareTheirParts) {
+  std::string pattern = "(f x)";
+  for (int i = 0; i < 40; ++i) {
+    const std::string name = "t" + std::to_string(i);
+    pattern = "(let ((" + name + " " + pattern + ")) (f (+ " + name + " (f " + name + "))))";
+  }
+  const std::string out =
+      simplified(functions + "(assert (forall ((x Int)) (! (g x c) :pattern (" + pattern + "))))");
+  EXPECT_LT(out.size(), 3000);
+  EXPECT_NE(out.find(":pattern ((let ((?1 "), std::string::npos);
+  EXPECT_EQ(simplified(out), out);
+}
+
 TEST(Printer, NamedTermsAreNamedOnce) {
   EXPECT_EQ(simplified(bools + "(assert (! (or p q) :named n))(assert (=> n r))(get-value (n))")
                 .substr(bools.size() + 3),
             "(assert (! (or p q) :named n))\n(assert (or r (not n)))\n(get-value (n))\n");
+  // In a pattern too.
+  const std::string named = functions + "(assert (! (g c 1) :named n))\n";
+  EXPECT_EQ(simplified(named + "(define-fun d () Int (f (f (ite n c 1))))" +
+                       "(assert (forall ((x Int)) (! (g d x) :pattern ((g x d)))))"),
+            named + "(define-fun d () Int (f (f (ite n c 1))))\n" +
+                "(assert (forall ((x Int)) (! (g d x) :pattern ((g x (f (f (ite n c 1))))))))\n");
 }
 
 TEST(Printer, DefinitionsOfConstantsAsReals) {

@@ -86,8 +86,34 @@ Node without_coefficient(const TermManager& m, Node node) {
   return node;
 }
 
+const Term* annotated_body(const TermManager& m, const Term* quantifier) noexcept {
+  const Term* body = quantifier->args[0];
+  while (m.is_annotation(body->symbol)) body = body->args[0];
+  return body;
+}
+
+std::size_t tree_size(const TermManager& m, Node root, std::size_t limit) {
+  std::vector<Node> pending{root};
+  std::size_t size = 0;
+  for (; !pending.empty() && size < limit; ++size) {
+    const Node n = pending.back();
+    pending.pop_back();
+    printed_children(m, n, pending);
+  }
+  return size + std::min(pending.size(), limit - size);
+}
+
 void planned_children(const TermManager& m, Node node, std::vector<Node>& out) {
   std::size_t i = out.size();
+  const Term* t = node.term();
+  if (m.is_quantifier(t->symbol)) {
+    out.push_back(without_coefficient(m, Node(annotated_body(m, t), false)));
+    return;
+  }
+  if (m.is_annotation(t->symbol)) {
+    out.push_back(without_coefficient(m, Node(t->args[0], false)));
+    return;
+  }
   printed_children(m, node, out);
   for (; i < out.size(); ++i) out[i] = without_coefficient(m, out[i]);
 }

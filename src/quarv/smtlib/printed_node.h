@@ -50,7 +50,14 @@ void printed_children(const TermManager& m, Node node, std::vector<Node>& out);
 /// easier to read, and easier for solvers, than a sum with a named negation.
 Node without_coefficient(const TermManager& m, Node node);
 
-/// As `printed_children`, without coefficients.
+/// The body of a quantifier below the annotations that stand directly under it.
+const Term* annotated_body(const TermManager& m, const Term* quantifier) noexcept;
+
+/// The number of nodes that a term's text has without names, or `limit` when it has more.
+std::size_t tree_size(const TermManager& m, Node root, std::size_t limit);
+
+/// As `printed_children`, without coefficients. Annotations have their body only, and quantifiers the body
+/// below their annotations: what patterns share with other text is not named.
 void planned_children(const TermManager& m, Node node, std::vector<Node>& out);
 
 /// The operators whose chains are printed flat.

@@ -103,7 +103,8 @@ class QUARV_API Reader {
       let_body,
       quantifier,
       annotation_body,
-      annotation_pattern
+      annotation_pattern,
+      annotation_no_pattern  // one term, without parentheses of its own
     };
     Kind kind;
     std::uint8_t num_indices = 0;   // of operations
@@ -162,6 +163,7 @@ class QUARV_API Reader {
   void open_quantifier(const char* start, std::string_view binder);
   void open_head(const Token& open);
   void attributes();
+  void open_pattern(Attribute attribute, Frame::Kind kind);
   void finish_pattern();
   void finish_annotation();
   void close(const Token& token);

@@ -160,9 +160,14 @@ constexpr unsigned number_bits = 29;
 }  // namespace
 
 std::uint32_t ScriptWriter::name(Node n) const {
-  if (!n.as_real()) return names_[n.term()->id];
-  const auto known = real_names_.find(n.term());
-  return known == real_names_.end() ? 0 : known->second;
+  std::uint32_t code = 0;
+  if (!n.as_real()) {
+    code = names_[n.term()->id];
+  } else if (const auto known = real_names_.find(n.term()); known != real_names_.end()) {
+    code = known->second;
+  }
+  const bool hidden = in_pattern_ && static_cast<NameKind>(code >> number_bits) != NameKind::annotation;
+  return hidden ? 0 : code;
 }
 
 void ScriptWriter::set_name(Node n, NameKind kind, std::uint32_t number) {

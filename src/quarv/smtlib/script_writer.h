@@ -35,7 +35,9 @@ class ScriptWriter {
       close_let,   // ")) " once the value is written: from now on the name stands for the node
       leave,       // the names given since `next` are forgotten
       close,       // `next` closing parentheses
-      owned_text   // texts_[next]
+      pattern,     // a pattern's term
+      end_pattern,
+      owned_text  // texts_[next]
     };
     Kind kind;
     Node node;
@@ -51,6 +53,7 @@ class ScriptWriter {
     Sequence& operator=(const Sequence&) = delete;
     void text(std::string s);
     void reference(Node n) { items_.push_back({Item::reference, n}); }
+    void pattern(Node n) { items_.push_back({Item::pattern, n}); }
     void schedule() { writer_.items_.insert(writer_.items_.end(), items_.rbegin(), items_.rend()); }
 
    private:
@@ -74,13 +77,17 @@ class ScriptWriter {
   void flatten(Node n);
   void write_quantifier(Node n);
   void write_annotation(Node n, std::span<const Node> bindings);
+  Node open_annotation(Node n);
+  void write_pattern(Node n);
   bool write_difference(Node n, std::uint32_t first);
   void write_subtrahend(Node n);
   bool write_as_differences(const Term* atom);
   void write_quotient(const IntegerQuotient& quotient);
   void write_congruence(const Term* t);
   void push_lets(std::span<const Node> bindings, Node body);
-  void local_bindings(Node root, std::vector<Node>& out);
+  void local_bindings(Node root, std::vector<Node>& out) const;
+  template <class Wanted>
+  void repeated_parts(Node root, std::vector<Node>& out, Wanted wanted) const;
 
   // Names.
   std::uint32_t name(Node n) const;
@@ -103,7 +110,8 @@ class ScriptWriter {
   OutputBuffer out_;
   SharingPlan plan_;
   bool stable_ = true;
-  bool asserting_ = false;  // an annotation's name may be given where an assertion or definition is written
+  bool asserting_ = false;   // an annotation's name may be given where an assertion or definition is written
+  bool in_pattern_ = false;  // nothing has a name but what is annotated with one
 
   std::vector<Item> items_;
   std::vector<Node> parts_;           // of the items `rest`

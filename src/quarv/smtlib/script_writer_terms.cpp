@@ -41,6 +41,12 @@ void ScriptWriter::run() {
       case Item::close:
         for (std::uint32_t i = 0; i < item.next; ++i) out_.put(')');
         break;
+      case Item::pattern:
+        write_pattern(item.node);
+        break;
+      case Item::end_pattern:
+        in_pattern_ = false;
+        break;
       case Item::owned_text:
         out_.put(std::string_view(texts_[item.next]));
         break;
@@ -193,6 +199,8 @@ void ScriptWriter::flatten(Node n) {
   order_by_creation(std::span(parts_).subspan(first));
 }
 
+/// Annotations stand directly below the quantifier that they are about, where solvers look for them; names
+/// for what the body repeats are given below those.
 void ScriptWriter::write_quantifier(Node n) {
   const Term* t = n.term();
   out_.put('(');
@@ -209,18 +217,18 @@ void ScriptWriter::write_quantifier(Node n) {
     created(v);
   }
   out_.put(") ");
-  const Node body(t->args[0], false);
+  items_.push_back({Item::close, {}, 0, 1, 0});
+  Node body(t->args[0], false);
+  while (m_.is_annotation(body.term()->symbol) && name(body) == 0) body = open_annotation(body);
   std::vector<Node> bindings;
   local_bindings(body, bindings);
-  items_.push_back({Item::close, {}, 0, 1, 0});
   push_lets(bindings, body);
 }
 
-/// What occurs more than once within a quantifier's body and may not leave it: terms in which a variable is
-/// free. Inner quantifiers decide for themselves.
-void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) {
-  root = without_coefficient(m_, root);
-  if (sharing_ == Sharing::none || m_.arity(root.term()) == 0 || !plan_.is_open(root)) return;
+/// What occurs more than once within the nodes below `root` that `wanted` holds for, quantified formulas from
+/// outside, in the order of creation.
+template <class Wanted>
+void ScriptWriter::repeated_parts(Node root, std::vector<Node>& out, Wanted wanted) const {
   struct Hash {
     std::size_t operator()(Node n) const noexcept { return n.term()->id * 2 + n.as_real(); }
   };
@@ -230,7 +238,7 @@ void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) {
   while (!pending.empty()) {
     const Node n = pending.back();
     pending.pop_back();
-    if (m_.arity(n.term()) == 0 || !plan_.is_open(n) || name(n) != 0) continue;
+    if (m_.arity(n.term()) == 0 || !wanted(n) || name(n) != 0) continue;
     const auto [entry, is_new] = seen.try_emplace(n, false);
     if (!is_new) {
       entry->second = true;
@@ -242,47 +250,77 @@ void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) {
     pending.insert(pending.end(), children.begin(), children.end());
   }
   for (const auto& [n, repeated] : seen) {
-    if (repeated && !plan_.is_small(n)) out.push_back(n);
+    if (repeated) out.push_back(n);
   }
   std::sort(out.begin(), out.end(), [](Node a, Node b) {
     return a.term()->id != b.term()->id ? a.term()->id < b.term()->id : a.as_real() < b.as_real();
   });
 }
 
-/// In full once, by its name afterwards. Outside assertions and definitions a name cannot be given.
-/// `bindings` are those of the unit whose root this is: a name may not be given below them.
-void ScriptWriter::write_annotation(Node n, std::span<const Node> bindings) {
+/// What occurs more than once within a quantifier's body and may not leave it: terms in which a variable is
+/// free. Inner quantifiers decide for themselves.
+void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) const {
+  root = without_coefficient(m_, root);
+  if (sharing_ == Sharing::none || m_.arity(root.term()) == 0 || !plan_.is_open(root)) return;
+  repeated_parts(root, out, [this](Node n) { return plan_.is_open(n); });
+  std::erase_if(out, [this](Node n) { return plan_.is_small(n); });
+}
+
+/// Patterns are written in full: whoever looks for instances wants to see the term. Only where that would be
+/// long, names are used, and names within it are given.
+void ScriptWriter::write_pattern(Node n) {
+  constexpr std::size_t long_pattern = 1000;
+  constexpr std::size_t small = 4;
+  std::vector<Node> bindings;
+  if (sharing_ != Sharing::none && tree_size(m_, n, long_pattern) == long_pattern) {
+    repeated_parts(n, bindings, [](Node) { return true; });
+    std::erase_if(bindings, [this](Node b) { return tree_size(m_, b, small + 1) <= small; });
+  } else {
+    in_pattern_ = true;
+    items_.push_back({Item::end_pattern, {}, 0, 0, 0});
+  }
+  push_lets(bindings, n);
+}
+
+/// Writes "(! " and schedules the attributes; gives what stands between. Outside assertions and definitions a
+/// name cannot be given.
+Node ScriptWriter::open_annotation(Node n) {
   const Term* t = n.term();
   const Node body(t->args[0], false);
   const auto& attributes = m_.annotation_attributes(t->symbol);
   const bool named = std::any_of(attributes.begin(), attributes.end(),
                                  [](const Attribute& a) { return a.keyword == ":named"; });
-  const bool shown = !named || asserting_;
-  if (shown) {
-    out_.put("(! ");
-    Sequence rest(*this);
-    std::size_t next_term = 1;
-    for (const Attribute& a : attributes) {
-      rest.text(' ' + a.keyword + (a.num_terms != 0 ? " (" : a.text.empty() ? "" : ' ' + a.text));
-      for (std::size_t i = 0; i < a.num_terms; ++i) {
-        if (i != 0) rest.text(" ");
-        rest.reference(Node(t->args[next_term++], false));
-      }
-      if (a.num_terms != 0) rest.text(")");
+  if (named && (!asserting_ || in_pattern_)) return body;
+  out_.put("(! ");
+  Sequence rest(*this);
+  std::size_t next_term = 1;
+  for (const Attribute& a : attributes) {
+    const bool list = a.keyword == ":pattern";
+    rest.text(' ' + a.keyword + (list ? " (" : a.text.empty() ? "" : ' ' + a.text));
+    for (std::size_t i = 0; i < a.num_terms; ++i) {
+      if (i != 0 || !list) rest.text(" ");
+      rest.pattern(Node(t->args[next_term++], false));
     }
-    rest.text(")");
-    rest.schedule();
+    if (list) rest.text(")");
   }
-  if (bindings.empty()) {
-    items_.push_back({Item::reference, body});
-  } else {
-    push_lets(bindings, body);
-  }
-  if (!shown) return;
+  rest.text(")");
+  rest.schedule();
   created(t);
   if (named) {
     set_name(n, NameKind::annotation, 0);
     level_names_.back().push_back(n);
+  }
+  return body;
+}
+
+/// In full once, by its name afterwards. `bindings` are those of the unit whose root this is: a name may not
+/// be given below them.
+void ScriptWriter::write_annotation(Node n, std::span<const Node> bindings) {
+  const Node body = open_annotation(n);
+  if (bindings.empty()) {
+    items_.push_back({Item::reference, body});
+  } else {
+    push_lets(bindings, body);
   }
 }
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <tuple>
+#include <unordered_set>
 
 #include <quarv/smtlib/sharing.h>
 #include <quarv/util/checkpoint.h>
@@ -141,6 +142,31 @@ void SharingPlan::count_uses(Node root, std::uint32_t unit) {
   }
 }
 
+std::uint64_t SharingPlan::variable_bit(const Term* variable) {
+  std::uint64_t& bit = variable_bits_[variable];
+  if (bit == 0) bit = std::uint64_t{1} << std::min<std::size_t>(variable_bits_.size() - 1, 63);
+  return bit;
+}
+
+/// Adds the variables of the annotation's patterns, which are no part of the plan, to those that are free;
+/// true when the annotation gives a name.
+bool SharingPlan::note_annotation(const Term* annotation, std::uint64_t& free) {
+  const TermManager::Args patterns = manager_.args_of(annotation).subspan(1);
+  std::vector<const Term*> pending(patterns.begin(), patterns.end());
+  std::unordered_set<const Term*> seen(pending.begin(), pending.end());
+  while (!pending.empty()) {
+    const Term* t = pending.back();
+    pending.pop_back();
+    if (manager_.is_bound_variable(t->symbol)) free |= variable_bit(t);
+    for (const Term* a : manager_.args_of(t)) {
+      if (seen.insert(a).second) pending.push_back(a);
+    }
+  }
+  const auto& attributes = manager_.annotation_attributes(annotation->symbol);
+  return std::any_of(attributes.begin(), attributes.end(),
+                     [](const Attribute& a) { return a.keyword == ":named"; });
+}
+
 void SharingPlan::finish(Node n, std::span<const Node> children) {
   const Symbol* symbol = n.term()->symbol;
   unsigned size = 1;
@@ -155,15 +181,15 @@ void SharingPlan::finish(Node n, std::span<const Node> children) {
       continue;
     }
     ++size;
-    if (!manager_.is_bound_variable(t->symbol)) continue;
-    std::uint64_t& bit = variable_bits_[t];
-    if (bit == 0) bit = std::uint64_t{1} << std::min<std::size_t>(variable_bits_.size() - 1, 63);
-    free |= bit;
+    if (manager_.is_bound_variable(t->symbol)) free |= variable_bit(t);
   }
   Info& i = info(n);
   i.flags |= inherited;
   if (manager_.is_quantifier(symbol)) {
     size = largest_size;
+    for (const Term* t = n.term()->args[0]; manager_.is_annotation(t->symbol); t = t->args[0]) {
+      if (note_annotation(t, free)) i.flags |= holds_name;
+    }
     for (const Term* v : manager_.quantifier_variables(symbol)) {
       const std::uint64_t* bit = variable_bits_.find(v);
       if (bit != nullptr && *bit != std::uint64_t{1} << 63) free &= ~*bit;
@@ -171,9 +197,7 @@ void SharingPlan::finish(Node n, std::span<const Node> children) {
   }
   if (manager_.is_annotation(symbol)) {
     size = largest_size;
-    for (const Attribute& a : manager_.annotation_attributes(symbol)) {
-      if (a.keyword == ":named") i.flags |= annotated | holds_name;
-    }
+    if (note_annotation(n.term(), free)) i.flags |= annotated | holds_name;
   }
   if (free != 0) {
     i.flags |= open;

@@ -106,6 +106,8 @@ class SharingPlan {
   bool first_use(Node n, std::uint32_t unit);
   void enter(Node n);
   void finish(Node n, std::span<const Node> children);
+  std::uint64_t variable_bit(const Term* variable);
+  bool note_annotation(const Term* annotation, std::uint64_t& free);
   void name_by_user(Node n);
   void open_scopes(std::size_t command, std::uint32_t levels);
   void close_scopes(std::uint32_t levels);

@@ -44,6 +44,8 @@ void Reader::push_value(const Term* t) {
     let_binding();
   } else if (frames_.back().kind == Frame::annotation_body) {
     attributes();
+  } else if (frames_.back().kind == Frame::annotation_no_pattern) {
+    finish_pattern();
   }
 }
 
@@ -242,14 +244,9 @@ void Reader::attributes() {
     Attribute attribute{std::string(t.text), {}, 0};
     if (t.text == ":pattern") {
       expect_left("the terms of a pattern");
-      attributes_.back().push_back(std::move(attribute));
-      Frame& frame = frames_.back();
-      frame.kind = Frame::annotation_pattern;
-      frame.first = static_cast<std::uint32_t>(values_.size());
-      frame.simplifier = manager_.simplifier();
-      manager_.set_simplifier(nullptr);
-      return;
+      return open_pattern(std::move(attribute), Frame::annotation_pattern);
     }
+    if (t.text == ":no-pattern") return open_pattern(std::move(attribute), Frame::annotation_no_pattern);
     if (t.text == ":named") {
       const Token name = expect_symbol("a name");
       attribute.text = quoted(name.text);
@@ -270,6 +267,16 @@ void Reader::attributes() {
     }
     attributes_.back().push_back(std::move(attribute));
   }
+}
+
+/// The terms of a pattern stay as they are written.
+void Reader::open_pattern(Attribute attribute, Frame::Kind kind) {
+  attributes_.back().push_back(std::move(attribute));
+  Frame& frame = frames_.back();
+  frame.kind = kind;
+  frame.first = static_cast<std::uint32_t>(values_.size());
+  frame.simplifier = manager_.simplifier();
+  manager_.set_simplifier(nullptr);
 }
 
 void Reader::finish_pattern() {
