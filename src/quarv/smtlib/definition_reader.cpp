@@ -70,15 +70,13 @@ void Reader::check_new_function_name(const Token& name) {
 
 /// Remembers names that look like the printer's own.
 void Reader::note_name(std::string_view name) {
+  largest_dollar_name_ = std::max(largest_dollar_name_, dollar_number(name));
   const std::size_t marks = std::min(name.find_first_not_of('?'), name.size());
-  const std::string_view digits = name.substr(name.starts_with('$') ? 1 : marks);
+  const std::string_view digits = name.substr(marks);
   const bool numbered =
       !digits.empty() && digits.size() < 18 &&
       std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-  if (!numbered || marks == name.size()) return;
-  if (marks != 0) question_marks_ = std::max(question_marks_, marks);
-  if (name[0] == '$')
-    largest_dollar_name_ = std::max<std::uint64_t>(largest_dollar_name_, std::stoul(std::string(digits)));
+  if (numbered) question_marks_ = std::max(question_marks_, marks);
 }
 
 /// Gives a declared function its name; a constant becomes a term at once.

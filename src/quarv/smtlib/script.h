@@ -68,4 +68,17 @@ struct Script {
   }
 };
 
+/// The n of a name `$n`, such as the printer gives to definitions; 0 of any other name, and of numbers that
+/// the printer never comes to.
+inline std::uint64_t dollar_number(std::string_view name) noexcept {
+  constexpr std::size_t most_digits = 17;
+  if (!name.starts_with('$') || name.size() > most_digits + 1) return 0;
+  std::uint64_t number = 0;
+  for (char c : name.substr(1)) {
+    if (c < '0' || c > '9') return 0;
+    number = number * 10 + static_cast<std::uint64_t>(c - '0');
+  }
+  return number;
+}
+
 }  // namespace quarv::smtlib

@@ -15,10 +15,10 @@ ScriptWriter::ScriptWriter(const TermManager& manager, const Script& script, std
       out_(out),
       plan_(manager, script),
       names_(manager.num_terms()),
-      num_definitions_(std::max(script.largest_dollar_name, script.largest_dollar_definition)),
+      largest_dollar_name_(std::max(script.largest_dollar_name, script.largest_dollar_definition)),
       let_prefix_(script.question_marks + 1, '?'),
       created_(manager.num_terms()) {
-  level_names_.emplace_back();
+  levels_.emplace_back();
   for (const Term* t : {m_.false_term, m_.true_term}) created(t);
 }
 
@@ -68,28 +68,52 @@ void ScriptWriter::write_segment(std::size_t first, std::size_t last) {
   if (sharing_ == Sharing::automatic) {
     for (const auto& d : plan_.definitions()) set_name(d.node, NameKind::none, 0);
   }
-  close_levels(static_cast<std::uint32_t>(level_names_.size()));
+  close_levels(static_cast<std::uint32_t>(levels_.size()));
 }
 
+/// A definition that would say what another one in force says is left out, and the other's name used.
 void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
   const DataType* type = d.node.as_real() ? m_.rat_type : m_.type_of(d.node.term());
+  const std::size_t begin = out_.hold();
   out_.put("(define-fun $");
-  out_.put(++num_definitions_);
+  out_.put(largest_dollar_name_ + num_definitions_ + 1);
   out_.put(" () ");
+  const std::size_t text = out_.hold();
   out_.put(type->to_string(std::string::npos - 1));
   out_.put(' ');
   asserting_ = true;
   write_root(d.node, d.unit);
-  out_.put(")\n");
-  set_name(d.node, NameKind::definition, static_cast<std::uint32_t>(num_definitions_));
+  const std::uint32_t own = code_of(NameKind::definition, num_definitions_ + 1);
+  const std::uint32_t known = record_definition(out_.held_from(text), own);
+  if (known != own) {
+    out_.take_back(begin);
+  } else {
+    ++num_definitions_;
+    out_.put(")\n");
+  }
+  out_.release();
+  set_code(d.node, known);
+}
+
+/// Only while definitions of the printer's are to come.
+bool ScriptWriter::records_definitions() const noexcept {
+  return sharing_ == Sharing::automatic && next_definition_ < plan_.definitions().size();
+}
+
+/// The name of the definition in force that says this: `name`, when there was none.
+std::uint32_t ScriptWriter::record_definition(std::string_view text, std::uint32_t name) {
+  const auto [known, is_new] = definitions_.try_emplace(std::string(text), name);
+  if (is_new) levels_.back().definitions.push_back(known->first);
+  return known->second;
 }
 
 void ScriptWriter::write_command(std::size_t index) {
   const Command& c = script_.commands[index];
+  const bool recorded = c.kind == Kind::define && records_definitions();
+  const std::size_t begin = recorded ? out_.hold() : 0;
   out_.put(c.text);
   const auto terms = script_.terms_of(c);
-  if (c.kind == Kind::push && !script_.global_declarations)
-    level_names_.resize(level_names_.size() + c.levels);
+  if (c.kind == Kind::push && !script_.global_declarations) levels_.resize(levels_.size() + c.levels);
   if (c.kind == Kind::pop && !script_.global_declarations) close_levels(c.levels);
   if (c.kind == Kind::declare) {
     for (const Term* t : terms) created(t);
@@ -107,8 +131,16 @@ void ScriptWriter::write_command(std::size_t index) {
     if (c.kind == Kind::define && sharing_ == Sharing::automatic && plan_.is_named_by_user(root) &&
         name(root) == 0) {
       set_name(root, NameKind::user, static_cast<std::uint32_t>(index));
-      level_names_.back().push_back(root);
+      levels_.back().names.push_back(root);
     }
+  }
+  if (recorded) {
+    // The sort and the term stand behind "(define-fun name () " or "(define-const name ".
+    const std::string_view text = out_.held_from(begin);
+    const std::size_t sort = text.starts_with("(define-const ") ? 1 : 4;
+    record_definition(text.substr(std::size_t(c.name.data() - c.text.data()) + c.name.size() + sort),
+                      code_of(NameKind::user, static_cast<std::uint32_t>(index)));
+    out_.release();
   }
   out_.put(c.suffix);
   out_.put('\n');
@@ -116,10 +148,11 @@ void ScriptWriter::write_command(std::size_t index) {
 
 void ScriptWriter::close_levels(std::uint32_t levels) {
   for (std::uint32_t i = 0; i < levels; ++i) {
-    for (Node n : level_names_.back()) set_name(n, NameKind::none, 0);
-    level_names_.pop_back();
+    for (Node n : levels_.back().names) set_name(n, NameKind::none, 0);
+    for (std::string_view text : levels_.back().definitions) definitions_.erase(std::string(text));
+    levels_.pop_back();
   }
-  if (level_names_.empty()) level_names_.emplace_back();
+  if (levels_.empty()) levels_.emplace_back();
 }
 
 /// A unit: its bindings, then the term itself, which is written in full.
@@ -153,12 +186,6 @@ void ScriptWriter::check_size() const {
 // Names.
 // -----------------------------------------------------------------------------------------------------------------------
 
-namespace {
-
-constexpr unsigned number_bits = 29;
-
-}  // namespace
-
 std::uint32_t ScriptWriter::name(Node n) const {
   std::uint32_t code = 0;
   if (!n.as_real()) {
@@ -170,8 +197,11 @@ std::uint32_t ScriptWriter::name(Node n) const {
   return hidden ? 0 : code;
 }
 
-void ScriptWriter::set_name(Node n, NameKind kind, std::uint32_t number) {
-  const std::uint32_t code = static_cast<std::uint32_t>(kind) << number_bits | number;
+std::uint32_t ScriptWriter::code_of(NameKind kind, std::uint32_t number) noexcept {
+  return static_cast<std::uint32_t>(kind) << number_bits | number;
+}
+
+void ScriptWriter::set_code(Node n, std::uint32_t code) {
   if (n.as_real()) {
     real_names_[n.term()] = code;
   } else {
@@ -187,7 +217,7 @@ void ScriptWriter::write_name_of(Node n, std::uint32_t code) {
       return out_.put(std::uint64_t{number});
     case NameKind::definition:
       out_.put('$');
-      return out_.put(std::uint64_t{number});
+      return out_.put(largest_dollar_name_ + number);
     case NameKind::user:
       return out_.put(script_.commands[number].name);
     default:

@@ -60,12 +60,20 @@ class ScriptWriter {
     ScriptWriter& writer_;
     std::vector<Item> items_;
   };
+  struct Level {
+    std::vector<Node> names;                    // given by the user
+    std::vector<std::string_view> definitions;  // keys of `definitions_`
+  };
   enum class NameKind : std::uint32_t { none = 0, let = 1, definition = 2, user = 3, annotation = 4 };
+
+  static constexpr unsigned number_bits = 29;  // of the code of a name; its kind stands above
 
   // Commands.
   void write_segment(std::size_t first, std::size_t last);
   void write_definition(const SharingPlan::Definition& d);
   void write_command(std::size_t index);
+  bool records_definitions() const noexcept;
+  std::uint32_t record_definition(std::string_view text, std::uint32_t name);
   void close_levels(std::uint32_t levels);
   void write_root(Node root, std::uint32_t unit);
 
@@ -91,7 +99,9 @@ class ScriptWriter {
 
   // Names.
   std::uint32_t name(Node n) const;
-  void set_name(Node n, NameKind kind, std::uint32_t number);
+  static std::uint32_t code_of(NameKind kind, std::uint32_t number) noexcept;
+  void set_code(Node n, std::uint32_t code);
+  void set_name(Node n, NameKind kind, std::uint32_t number) { set_code(n, code_of(kind, number)); }
   void write_name_of(Node n, std::uint32_t code);
 
   // The order in which reading the text creates terms.
@@ -120,8 +130,12 @@ class ScriptWriter {
   std::unordered_map<const Term*, std::uint32_t> real_names_;
   std::vector<Node> let_names_;  // given in the unit that is being written
   std::uint32_t num_lets_ = 0;
-  std::uint64_t num_definitions_ = 0;
-  std::vector<std::vector<Node>> level_names_;  // given by the user, by open level
+  const std::uint64_t largest_dollar_name_;  // the user's: those of definitions count from there
+  std::uint32_t num_definitions_ = 0;
+  std::vector<Level> levels_;  // that are open
+  /// What definitions say, by sort and term as they are written: their names. Different terms may have one
+  /// text: who reads a text makes another term of it where it is the argument of a function.
+  std::unordered_map<std::string, std::uint32_t> definitions_;
   std::size_t next_definition_ = 0;
   std::string let_prefix_;
 

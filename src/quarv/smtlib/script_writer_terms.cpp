@@ -308,7 +308,7 @@ Node ScriptWriter::open_annotation(Node n) {
   created(t);
   if (named) {
     set_name(n, NameKind::annotation, 0);
-    level_names_.back().push_back(n);
+    levels_.back().names.push_back(n);
   }
   return body;
 }

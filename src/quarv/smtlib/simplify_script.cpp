@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <ostream>
 #include <sstream>
 
@@ -94,14 +96,14 @@ Script read_observed(Session& session, std::string_view text, const std::string&
   return script;
 }
 
-/// Forgets definitions named $1, $2, ..., such as the printer makes: it makes them anew, where they are
-/// needed now. Were they kept, another name for the same term could be added each time that a text is
-/// simplified.
-void forget_numbered_definitions(Script& script) {
-  std::erase_if(script.commands, [](const Command& c) {
-    return c.kind == Command::Kind::define && c.name.size() > 1 && c.name[0] == '$' &&
-           c.name.find_first_not_of("0123456789", 1) == std::string_view::npos;
+/// Forgets the definitions that the printer made, whose names have numbers above all that the user gave: it
+/// makes them anew, where they are needed now. Were they kept, another name for the same term could be added
+/// in each round.
+void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
+  std::erase_if(script.commands, [largest_of_user](const Command& c) {
+    return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user;
   });
+  script.largest_dollar_name = largest_of_user;
   script.largest_dollar_definition = 0;
 }
 
@@ -117,13 +119,18 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   constexpr std::size_t small_text = 256 << 10;
   SimplifyReport report;
   std::string previous;
+  std::uint64_t largest_of_user = 0;
   for (;; ++report.rounds) {
     Session session(options);
     const auto start = std::chrono::steady_clock::now();
     // A further round repeats what the first one did.
     Script script =
         report.rounds == 1 ? read_observed(session, text, file, options) : session.read(text, file);
-    forget_numbered_definitions(script);
+    if (report.rounds == 1) {
+      largest_of_user = std::max(script.largest_dollar_name, script.largest_dollar_definition);
+    } else {
+      forget_own_definitions(script, largest_of_user);
+    }
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;

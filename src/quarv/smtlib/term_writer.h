@@ -18,9 +18,23 @@ class OutputBuffer {
   void put(char c) { text_ += c; }
   void put(std::string_view s) {
     text_ += s;
-    if (text_.size() >= block) flush();
+    if (text_.size() >= block && !held_) flush();
   }
   void put(std::uint64_t n);
+
+  /// From here on the text can be looked at and taken back, until it is released. Gives where it begins.
+  std::size_t hold() noexcept {
+    held_ = true;
+    return text_.size();
+  }
+  std::string_view held_from(std::size_t begin) const noexcept {
+    return std::string_view(text_).substr(begin);
+  }
+  void take_back(std::size_t begin) { text_.resize(begin); }
+  void release() {
+    held_ = false;
+    if (text_.size() >= block) flush();
+  }
 
   /// Hands everything over; throws std::runtime_error when the stream fails.
   void flush();
@@ -32,6 +46,7 @@ class OutputBuffer {
   std::ostream& out_;
   std::string text_;
   std::size_t flushed_ = 0;
+  bool held_ = false;
 };
 
 /// Writes `name`, quoted when it is not a simple symbol.
