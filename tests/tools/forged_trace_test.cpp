@@ -41,7 +41,8 @@ TEST_F(Forgery, RefusesWhatNoTraceSays) {
     const char* reason;
   } const cases[] = {
       {R"json({"term":9,"value":"1","sort":1})json", "the value 1 has another name already"},
-      {R"json({"term":9,"value":"2/4","sort":2})json", "the value 1/2 has another name already"},
+      {R"json({"term":9,"value":"1/2","sort":2})json", "the value 1/2 has another name already"},
+      {R"json({"term":9,"value":"2/4","sort":2})json", "this value is no number"},
       {R"json({"term":9,"value":"1","sort":2})json", "this is no value of its sort"},
       {R"json({"term":9,"value":"1 2","sort":1})json", "this value is no number"},
       {R"json({"term":9,"value":"+2","sort":1})json", "this value is no number"},

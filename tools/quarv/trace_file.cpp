@@ -30,18 +30,6 @@ bool is_word(std::string_view text) {
   });
 }
 
-/// "12", "-12", "-1/2": white space, signs of other kinds and what comes behind a NUL byte are no part of
-/// numbers.
-bool is_rational(std::string_view text) {
-  const auto is_natural = [](std::string_view digits) {
-    return !digits.empty() && digits.find_first_not_of("0123456789") == std::string_view::npos;
-  };
-  if (text.starts_with('-')) text.remove_prefix(1);
-  const std::size_t slash = text.find('/');
-  return is_natural(text.substr(0, slash)) &&
-         (slash == std::string_view::npos || is_natural(text.substr(slash + 1)));
-}
-
 /// One text for one list of texts.
 void append_item(std::string& key, char mark, std::string_view item) {
   key += mark;
@@ -194,12 +182,12 @@ void TraceFile::read_sort(const J& line) {
   sorts_.back() = std::move(sort);
 }
 
+/// There is one text for each number: what else GMP would take, such as white space, is refused.
 mpq_class TraceFile::read_value(const std::string& text) const {
   mpq_class number;
-  if (!is_rational(text) || number.set_str(text, 10) != 0 || number.get_den() == 0) {
-    fail("this value is no number");
-  }
+  if (number.set_str(text, 10) != 0 || number.get_den() == 0) fail("this value is no number");
   number.canonicalize();
+  if (number.get_str() != text) fail("this value is no number");
   return number;
 }
 
