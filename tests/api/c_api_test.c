@@ -169,7 +169,10 @@ static void says_what_is_wrong(void) {
   EXPECT(quarv_parse_term(m, "(bvadd x z)") == NULL);
   EXPECT_ERROR(m, QUARV_SYNTAX_ERROR, "term:1:10: error: unknown symbol z");
   EXPECT(quarv_parse_term(m, "x) (reset") == NULL);
-  EXPECT_ERROR(m, QUARV_SYNTAX_ERROR, "term:1:2: error: a parenthesis is closed, none is open");
+  EXPECT_ERROR(m, QUARV_SYNTAX_ERROR, "term:1:2: error: unmatched ')'");
+  EXPECT(quarv_parse_term(m, "(bvadd x\n (bvnot x)") == NULL);
+  EXPECT_ERROR(m, QUARV_SYNTAX_ERROR,
+               "term:2:11: error: unexpected end of input, expected ')' to match '(' at 1:1");
   EXPECT(quarv_parse_term(m, "(bvadd x #x01) ; with a comment") != NULL);
   EXPECT(quarv_parse_sort(m, "(_ BitVec 0)") == NULL);
   EXPECT(quarv_error(m) == QUARV_SYNTAX_ERROR);

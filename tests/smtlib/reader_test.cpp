@@ -155,8 +155,9 @@ TEST(Reader, Messages) {
   EXPECT_EQ(error_of("(declare-datatypes ((L 0)) (((nil))))"),
             "in.smt2:1:2: error: datatypes are not supported");
   EXPECT_EQ(error_of("(assert \"a\")"), "in.smt2:1:9: error: the theory of strings is not supported");
-  EXPECT_EQ(error_of("(assert (and true"), "in.smt2:1:18: error: the input ends where a term is expected");
-  EXPECT_EQ(error_of(")"), "in.smt2:1:1: error: expected a command, found )");
+  EXPECT_EQ(error_of("(assert (and true"),
+            "in.smt2:1:18: error: unexpected end of input, expected ')' to match '(' at 1:9");
+  EXPECT_EQ(error_of(")"), "in.smt2:1:1: error: unmatched ')'");
   EXPECT_EQ(error_of(bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:87: error: p");
 }
 

@@ -106,11 +106,11 @@ TEST_F(Program, PrintsStatistics) {
   EXPECT_GT(object["peak_memory_bytes"], 1 << 20);
 }
 
-TEST_F(Program, ReportsFaultsOfTheInputInOneLine) {
+TEST_F(Program, ReportsFaultsOfTheInputWithTheirLine) {
   write("out.smt2", "old\n");
   const Result r = run("$quarv simplify - -o out.smt2", "(assert\n  (and true\nx))\n");
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "<stdin>:3:1: error: unknown symbol x\n");
+  EXPECT_EQ(r.err, "<stdin>:3:1: error: unknown symbol x\n  x))\n  ^\n");
   EXPECT_EQ(r.out, "");
   EXPECT_EQ(read("out.smt2"), "old\n");
   EXPECT_EQ(num_files(), 1u);
@@ -273,8 +273,9 @@ TEST_F(Program, RejectsEveryMalformedFile) {
     EXPECT_EQ(r.status, 1) << file;
     EXPECT_EQ(r.out, "") << file;
     EXPECT_EQ(read("out.smt2"), "old\n") << file;
-    EXPECT_EQ(num_lines(r.err), 1u) << r.err;
-    EXPECT_NE(r.err.find(": error: "), std::string::npos) << r.err;
+    EXPECT_EQ(num_lines(r.err), 3u) << r.err;
+    EXPECT_LT(r.err.find(": error: "), r.err.find('\n')) << r.err;
+    EXPECT_TRUE(r.err.ends_with("^\n")) << r.err;
     // What is never closed may be noticed only at the end.
     const bool at_end = what.find("not terminated") != std::string::npos ||
                         what.find("missing closing") != std::string::npos ||

@@ -14,4 +14,35 @@ TEST_F(Program, EveryCommandSkipsAByteOrderMark) {
   EXPECT_EQ(run("$quarv certify --solver 'bash solver.sh'", script).err, "");
 }
 
+TEST_F(Program, EveryCommandShowsTheLineAtFault) {
+  const std::string script = "(declare-const x (_ BitVec 8))\n(assert (bvult x\t#b1))\n";
+  const std::string message =
+      "in.smt2:2:9: error: bvult: argument 2 has sort (_ BitVec 1), expected (_ BitVec 8)\n";
+  const std::string shown = message + "  (assert (bvult x #b1))\n          ^\n";
+  write("in.smt2", script);
+  for (const char* command : {"simplify", "explain", "certify", "certify --steps"}) {
+    const Result r = run(std::string("$quarv ") + command + " in.smt2");
+    EXPECT_EQ(r.status, 1) << command;
+    EXPECT_EQ(r.err, shown) << command;
+    EXPECT_EQ(r.out, "") << command;
+  }
+  run("$quarv batch in.smt2 --results results.jsonl");
+  EXPECT_NE(read("results.jsonl").find(message.substr(0, message.size() - 1) + '"'), std::string::npos)
+      << read("results.jsonl");
+
+  write("my.rules", "rewrite(bvor(t, t), ) >> t\n");
+  const Result rules = run("$quarv rules check my.rules");
+  EXPECT_EQ(num_lines(rules.err), 3u);
+  EXPECT_TRUE(rules.err.ends_with("\n  rewrite(bvor(t, t), ) >> t\n                  ^\n")) << rules.err;
+  EXPECT_EQ(run("$quarv simplify in.smt2 --rules my.rules").err, rules.err);
+}
+
+TEST_F(Program, ShowsTheTermAtFaultThatIsAskedAbout) {
+  write("in.smt2", "(declare-const x Bool)\n");
+  const std::string ask = "$quarv explain in.smt2 --why-not 1 ";
+  EXPECT_EQ(run(ask + "'(not x'").err,
+            "TERM:1:7: error: unexpected end of input, expected ')' to match '(' at 1:1\n  (not x\n  ^\n");
+  EXPECT_EQ(run(ask + "'(not y)'").err, "TERM:1:6: error: unknown symbol y\n  (not y)\n       ^\n");
+}
+
 }  // namespace

@@ -178,7 +178,9 @@ int main(int argc, char** argv) {
     quarv::cli::end_by_closed_pipe();
     return fail("quarv: error: ", e.what());
   } catch (const quarv::smtlib::Error& e) {
-    return fail("", e.what());
+    const int status = fail("", e.what());
+    std::fputs(e.excerpt().c_str(), stderr);
+    return status;
   } catch (const std::bad_alloc&) {
     return fail("quarv: error: ", "out of memory");
   } catch (const std::exception& e) {

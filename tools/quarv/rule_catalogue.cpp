@@ -4,6 +4,7 @@
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/smtlib/error.h>
+#include <quarv/smtlib/source_excerpt.h>
 
 namespace quarv::cli {
 
@@ -28,7 +29,8 @@ std::vector<rules::Rule> rules_of_file(const std::string& file) {
   try {
     return rules::parse_rules(input.text());
   } catch (const rules::RuleError& e) {
-    throw smtlib::Error(input.name(), e.line(), e.column(), e.reason());
+    throw smtlib::Error(input.name(), e.line(), e.column(), e.reason(),
+                        smtlib::source_excerpt(input.text(), smtlib::SourcePlace{e.line(), e.column()}));
   }
 }
 

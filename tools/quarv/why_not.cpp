@@ -30,7 +30,8 @@ class TermInContext {
  public:
   TermInContext(const Input& context, const std::string& text) {
     session_.read(context.text(), context.name());
-    const std::string command = "(simplify " + text + ")";
+    smtlib::Reader::check_expression(text, "TERM");
+    const std::string command = "(simplify " + text + "\n)";
     smtlib::Script script;
     try {
       session_.reader().set_input(command, "TERM");
@@ -38,7 +39,8 @@ class TermInContext {
       if (session_.reader().next_command(script)) throw smtlib::Error("TERM", 1, 1, "this is not one term");
     } catch (const smtlib::Error& e) {
       const std::size_t before = e.line() == 1 ? std::string_view("(simplify ").size() : 0;
-      throw smtlib::Error("TERM", e.line(), e.column() - std::min(before, e.column() - 1), e.message());
+      const smtlib::SourcePlace place{e.line(), e.column() - std::min(before, e.column() - 1)};
+      throw smtlib::Error("TERM", place.line, place.column, e.message(), smtlib::source_excerpt(text, place));
     }
     term_ = script.terms_of(script.commands.at(0))[0];
   }

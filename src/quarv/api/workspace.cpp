@@ -15,6 +15,7 @@
 #include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/reader.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/source_excerpt.h>
 #include <quarv/smtlib/strict_semantics.h>
 
 namespace quarv {
@@ -123,29 +124,8 @@ StdTermSimplifier& Workspace::simplifier() noexcept {
 // Texts.
 // ---------------------------------------------------------------------------------------------------------
 
-namespace {
-
-/// Throws for a text that closes a parenthesis which it has not opened, and so would go on behind its
-/// command.
-void check_closing(std::string_view text, const char* what) {
-  smtlib::Lexer lexer(text);
-  std::size_t open = 0;
-  for (smtlib::Token t = lexer.next(); t.kind != smtlib::TokenKind::end; t = lexer.next()) {
-    if (t.kind == smtlib::TokenKind::error) return;
-    if (t.kind == smtlib::TokenKind::left_parenthesis) ++open;
-    if (t.kind != smtlib::TokenKind::right_parenthesis || open-- != 0) continue;
-    const std::string_view before = text.substr(0, static_cast<std::size_t>(t.start - text.data()));
-    const auto line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-    throw smtlib::Error(what, line, before.size() - (before.rfind('\n') + 1) + 1,
-                        "a parenthesis is closed, none is open");
-  }
-}
-
-}  // namespace
-
 /// Reads the one command `(before text)`. Faults are reported at their places in `text`.
 smtlib::Script Workspace::State::command(std::string_view before, std::string_view text, const char* what) {
-  check_closing(text, what);
   const std::string whole = '(' + std::string(before) + std::string(text) + "\n)";
   smtlib::Script script;
   try {
@@ -153,13 +133,15 @@ smtlib::Script Workspace::State::command(std::string_view before, std::string_vi
     names.next_command(script);
   } catch (const smtlib::Error& e) {
     const std::size_t shift = e.line() == 1 ? std::min(before.size() + 1, e.column() - 1) : 0;
-    throw smtlib::Error(what, e.line(), e.column() - shift, e.message());
+    const smtlib::SourcePlace place{e.line(), e.column() - shift};
+    throw smtlib::Error(what, place.line, place.column, e.message(), smtlib::source_excerpt(text, place));
   }
   return script;
 }
 
 const DataType* Workspace::sort(std::string_view text) {
   State& s = *state_;
+  smtlib::Reader::check_expression(text, "sort");
   s.command("push ", "1", "level");
   const DataType* result = nullptr;
   try {
@@ -174,6 +156,7 @@ const DataType* Workspace::sort(std::string_view text) {
 }
 
 const Term* Workspace::term(std::string_view text) {
+  smtlib::Reader::check_expression(text, "term");
   return state_->adopted(state_->command("simplify ", text, "term").terms.at(0));
 }
 

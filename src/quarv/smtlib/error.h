@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include <quarv/export.h>
 
@@ -12,20 +13,26 @@ namespace quarv::smtlib {
 /// count from 1, columns in bytes.
 class QUARV_API Error : public std::runtime_error {
  public:
-  Error(const std::string& file, std::size_t line, std::size_t column, const std::string& message)
+  Error(const std::string& file, std::size_t line, std::size_t column, const std::string& message,
+        std::string excerpt = {})
       : std::runtime_error(file + ':' + std::to_string(line) + ':' + std::to_string(column) +
                            ": error: " + message),
         message_(message),
+        excerpt_(std::move(excerpt)),
         line_(line),
         column_(column) {}
 
   /// The message alone, without the place.
   const std::string& message() const noexcept { return message_; }
+  /// The line of the input at fault and, below it, a caret under the place, each ended by a newline: what a
+  /// person is shown after `what()`. Empty where there is no such line.
+  const std::string& excerpt() const noexcept { return excerpt_; }
   std::size_t line() const noexcept { return line_; }
   std::size_t column() const noexcept { return column_; }
 
  private:
   std::string message_;
+  std::string excerpt_;
   std::size_t line_;
   std::size_t column_;
 };

@@ -5,6 +5,7 @@
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/smtlib/error.h>
 #include <quarv/smtlib/extra_rules.h>
+#include <quarv/smtlib/source_excerpt.h>
 #include <quarv/term/sort_error.h>
 
 namespace quarv::smtlib {
@@ -46,7 +47,8 @@ void register_rule_file(const RuleFile& file, TermNormalizer& normalizer) {
       normalizer.register_rule(new FileRule(std::move(rule), file.name));
     }
   } catch (const rules::RuleError& e) {
-    throw Error(file.name, e.line(), e.column(), e.reason());
+    throw Error(file.name, e.line(), e.column(), e.reason(),
+                source_excerpt(file.text, SourcePlace{e.line(), e.column()}));
   }
 }
 

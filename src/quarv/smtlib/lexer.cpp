@@ -68,8 +68,7 @@ Token Lexer::other(const char* start) noexcept {
       return {hex ? TokenKind::hexadecimal : TokenKind::binary, start, view(digits, p)};
     }
     default:
-      return error(start, static_cast<unsigned char>(*start) >= 128 ? "a byte outside ASCII"
-                                                                    : "a character that may not stand here");
+      return error(start, "unexpected character");
   }
 }
 

@@ -72,26 +72,80 @@ Reader::Reader(TermManager& manager, Options options)
 // ---------------------------------------------------------------------------------------------------------
 
 void Reader::fail(const char* where, const std::string& message) {
-  const std::string_view before = input_.substr(0, static_cast<std::size_t>(where - input_.data()));
-  const std::size_t line = static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n')) + 1;
-  const std::size_t last_newline = before.rfind('\n');
-  const std::size_t column =
-      before.size() - (last_newline == std::string_view::npos ? 0 : last_newline + 1) + 1;
+  fail(where, message, where);
+}
+
+void Reader::fail(const char* where, const std::string& message, const char* shown) {
+  const SourcePlace place = place_of(where);
   std::string one_line = message;
   std::replace_if(
       one_line.begin(), one_line.end(), [](unsigned char c) { return c < 32; }, ' ');
-  throw Error(file_, line, column, one_line);
+  throw Error(file_, place.line, place.column, one_line,
+              source_excerpt(input_, static_cast<std::size_t>(shown - input_.data())));
 }
+
+SourcePlace Reader::place_of(const char* where) const noexcept {
+  return place_in(input_, static_cast<std::size_t>(where - input_.data()));
+}
+
+namespace {
+
+std::string unclosed(std::string_view text, const char* parenthesis) {
+  const SourcePlace place = place_in(text, static_cast<std::size_t>(parenthesis - text.data()));
+  return "unexpected end of input, expected ')' to match '(' at " + place.to_string();
+}
+
+}  // namespace
 
 void Reader::unexpected(const Token& token, std::string_view wanted) {
   switch (token.kind) {
     case TokenKind::error:
       fail(token.start, std::string(token.text));
-    case TokenKind::end:
-      fail(token.start, "the input ends where " + std::string(wanted) + " is expected");
+    case TokenKind::end: {
+      const char* open = innermost_parenthesis(token.start);
+      fail(token.start, unclosed(input_, open), open);
+    }
     default:
       fail(token.start,
            "expected " + std::string(wanted) + ", found " + std::string(token.text.substr(0, 60)));
+  }
+}
+
+/// The last parenthesis of the command that is open at a place within it.
+const char* Reader::innermost_parenthesis(const char* where) const {
+  std::vector<const char*> open{command_start_};
+  Lexer lexer(input_.substr(static_cast<std::size_t>(command_start_ + 1 - input_.data())));
+  for (Token t = lexer.next(); t.start < where; t = lexer.next()) {
+    if (t.kind == TokenKind::left_parenthesis) open.push_back(t.start);
+    if (t.kind == TokenKind::right_parenthesis && open.size() > 1) open.pop_back();
+  }
+  return open.back();
+}
+
+void Reader::check_expression(std::string_view text, const std::string& file) {
+  const auto fail = [&](const char* where, const std::string& message, const char* shown) {
+    const SourcePlace place = place_in(text, static_cast<std::size_t>(where - text.data()));
+    throw Error(file, place.line, place.column, message,
+                source_excerpt(text, static_cast<std::size_t>(shown - text.data())));
+  };
+  std::vector<const char*> open;
+  Lexer lexer(text);
+  Token t = lexer.next();
+  if (t.kind == TokenKind::end) fail(t.start, "unexpected end of input", t.start);
+  do {
+    if (t.kind == TokenKind::error) fail(t.start, std::string(t.text), t.start);
+    if (t.kind == TokenKind::end) fail(t.start, unclosed(text, open.back()), open.back());
+    if (t.kind == TokenKind::left_parenthesis) open.push_back(t.start);
+    if (t.kind == TokenKind::right_parenthesis) {
+      if (open.empty()) fail(t.start, "unmatched ')'", t.start);
+      open.pop_back();
+    }
+    t = lexer.next();
+  } while (!open.empty());
+  if (t.kind == TokenKind::right_parenthesis) fail(t.start, "unmatched ')'", t.start);
+  if (t.kind == TokenKind::error) fail(t.start, std::string(t.text), t.start);
+  if (t.kind != TokenKind::end) {
+    fail(t.start, "expected the end of the input, found " + std::string(t.text.substr(0, 60)), t.start);
   }
 }
 
@@ -103,8 +157,9 @@ Token Reader::expect(TokenKind kind, std::string_view what) {
 
 void Reader::expect_right(std::string_view where) {
   const Token t = next();
-  if (t.kind != TokenKind::right_parenthesis)
-    unexpected(t, "a closing parenthesis after " + std::string(where));
+  if (t.kind == TokenKind::right_parenthesis) return;
+  unexpected(t, "')' after " + std::string(where) + " to match '(' at " +
+                    place_of(innermost_parenthesis(t.start)).to_string());
 }
 
 bool Reader::is_reserved_word(std::string_view word) noexcept {
@@ -182,7 +237,7 @@ void Reader::skip_rest() {
     const Token t = next();
     if (t.kind == TokenKind::left_parenthesis) ++depth;
     if (t.kind == TokenKind::right_parenthesis) --depth;
-    if (t.kind == TokenKind::end || t.kind == TokenKind::error) unexpected(t, "a closing parenthesis");
+    if (t.kind == TokenKind::end || t.kind == TokenKind::error) unexpected(t, "')'");
   }
 }
 
@@ -214,8 +269,10 @@ bool Reader::next_command(Script& script) {
   if (open.kind == TokenKind::end) return false;
   if (open.kind != TokenKind::left_parenthesis) {
     skip_command(open.start);
+    if (open.kind == TokenKind::right_parenthesis) fail(open.start, "unmatched ')'");
     unexpected(open, "a command");
   }
+  command_start_ = open.start;
   TermSimplifier* const simplifier = manager_.simplifier();
   const std::size_t name_scope = names_.scope();
   const std::size_t sort_scope = sorts_.scope();

@@ -16,6 +16,7 @@
 #include <quarv/smtlib/name_table.h>
 #include <quarv/smtlib/operators.h>
 #include <quarv/smtlib/script.h>
+#include <quarv/smtlib/source_excerpt.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {
@@ -49,6 +50,10 @@ class QUARV_API Reader {
   /// Appends the next command to `script`; false at the end of the input. After an Error it goes on behind
   /// the command at fault.
   bool next_command(Script& script);
+
+  /// Throws Error unless a text is one token, or what one pair of parentheses encloses. A text that is to be
+  /// read as a part of a command must be tried first: it could end the command, and begin others.
+  static void check_expression(std::string_view text, const std::string& file);
 
   static bool is_reserved_word(std::string_view word) noexcept;
   /// The reader's way of printing a name: quoted when it is not a simple symbol.
@@ -208,6 +213,9 @@ class QUARV_API Reader {
   static bool is_reserved(const Token& t) noexcept;
   [[noreturn]] void unexpected(const Token& token, std::string_view wanted);
   [[noreturn]] void fail(const char* where, const std::string& message);
+  [[noreturn]] void fail(const char* where, const std::string& message, const char* shown);
+  SourcePlace place_of(const char* where) const noexcept;
+  const char* innermost_parenthesis(const char* where) const;
   std::string_view keep(std::string_view text);
   const std::string& text_of(const DataType* sort);
 
@@ -217,6 +225,7 @@ class QUARV_API Reader {
   std::string_view input_;
   std::string file_;
   Lexer lexer_;
+  const char* command_start_ = nullptr;
   bool keep_text_ = false;  // the input does not outlive the script
   Arena text_;
 
