@@ -100,7 +100,7 @@ TEST(Reader, Sorts) {
             "no error");
   EXPECT_EQ(
       error_of("(declare-sort L 1)(declare-const a (L Int))(declare-const b (L (L Int)))(assert (= a b))"),
-      "in.smt2:1:81: error: =: argument 2 has sort (L (L Int)), expected (L Int)");
+      "in.smt2:1:86: error: =: argument 2 has sort (L (L Int)), expected (L Int)");
   EXPECT_EQ(error_of("(declare-const a String)"), "in.smt2:1:18: error: sorts String are not supported");
   EXPECT_EQ(error_of("(declare-const a (_ BitVec 99999999))"),
             "in.smt2:1:21: error: bit-vectors of more than 16777216 bits are not supported");
@@ -151,7 +151,7 @@ TEST(Reader, SkipsAByteOrderMarkAtTheStart) {
 TEST(Reader, Messages) {
   EXPECT_EQ(error_of("(assert p)"), "in.smt2:1:9: error: unknown symbol p");
   EXPECT_EQ(error_of("(assert\n  (not true false))"),
-            "in.smt2:2:3: error: not: 2 arguments given, at most 1 expected");
+            "in.smt2:2:13: error: not: 2 arguments given, 1 expected");
   EXPECT_EQ(error_of("(declare-datatypes ((L 0)) (((nil))))"),
             "in.smt2:1:2: error: datatypes are not supported");
   EXPECT_EQ(error_of("(assert \"a\")"), "in.smt2:1:9: error: the theory of strings is not supported");

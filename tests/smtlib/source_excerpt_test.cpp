@@ -108,6 +108,10 @@ TEST(MissingParentheses, AreSaidToHaveBeenOpened) {
             "in:3:1: error: expected ')' after the command's term to match '(' at 2:1, found (\n"
             "  (check-sat)\n"
             "  ^\n");
+  EXPECT_EQ(shown("(declare-const p Bool)\n(assert (and p\n(check-sat)\n"),
+            "in:3:2: error: unknown symbol check-sat: the '(' of the command at 2:1 is not closed\n"
+            "  (check-sat)\n"
+            "   ^\n");
   EXPECT_EQ(shown("(assert true))\n"),
             "in:1:14: error: unmatched ')'\n"
             "  (assert true))\n"

@@ -78,12 +78,15 @@ TEST_F(SortErrors, NumberOfArguments) {
   for (const OperatorRow& row : table.rows()) {
     const Symbol* s = row.symbol();
     OperatorRow::Terms args = table.variables(row);
-    const std::string expected = " arguments given, " + std::to_string(args.size()) + " expected";
-    const std::string op = SymbolTag::name(row.tag);
+    const auto expected = [&row](std::size_t given, std::size_t wanted) {
+      return std::string(SymbolTag::name(row.tag)) + ": " + std::to_string(given) +
+             (given == 1 ? " argument" : " arguments") + " given, " + std::to_string(wanted) + " expected";
+    };
+    const std::size_t arity = args.size();
     args.push_back(args.back());
-    EXPECT_EQ(error_of([&] { mgr.make_term(s, args); }), op + ": " + std::to_string(args.size()) + expected);
-    args.resize(args.size() - 2);
-    EXPECT_EQ(error_of([&] { mgr.make_term(s, args); }), op + ": " + std::to_string(args.size()) + expected);
+    EXPECT_EQ(error_of([&] { mgr.make_term(s, args); }), expected(arity + 1, arity));
+    args.resize(arity - 1);
+    EXPECT_EQ(error_of([&] { mgr.make_term(s, args); }), expected(arity - 1, arity));
   }
 }
 
@@ -121,8 +124,8 @@ TEST_F(SortErrors, DeclaredFunctions) {
   const Symbol* f = mgr.declare_fun("f", {mgr.int_type, mgr.bool_type}, mgr.int_type);
   const Term* i = mgr.make_constant("i", mgr.int_type);
   EXPECT_EQ(error_of([&] { mgr.make_term(f, {i, i}); }), "f: argument 2 has sort Int, expected Bool");
-  EXPECT_EQ(error_of([&] { mgr.make_term(f, {i}); }), "f: 1 arguments given, 2 expected");
-  EXPECT_EQ(error_of([&] { mgr.make_term(i->symbol, {i}); }), "i: 1 arguments given, 0 expected");
+  EXPECT_EQ(error_of([&] { mgr.make_term(f, {i}); }), "f: 1 argument given, 2 expected");
+  EXPECT_EQ(error_of([&] { mgr.make_term(i->symbol, {i}); }), "i: 1 argument given, 0 expected");
   const Symbol* rem = mgr.make_opaque_symbol("fp.rem", {mgr.bool_type}, mgr.bool_type);
   EXPECT_EQ(error_of([&] { mgr.make_term(rem, {i}); }), "fp.rem: argument 1 has sort Int, expected Bool");
 }

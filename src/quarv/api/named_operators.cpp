@@ -27,20 +27,9 @@ const Operator* find_operator(std::string_view name) {
   return found == table.end() ? nullptr : found->second;
 }
 
-std::string counted(std::size_t n, const char* what) {
-  return std::to_string(n) + ' ' + what + (n == 1 ? "" : "s");
-}
-
-[[noreturn]] void wrong_number(const Operator& op, std::size_t given, const char* what, std::size_t wanted,
-                               const char* bound = "") {
-  throw std::invalid_argument(std::string(op.name) + ": " + counted(given, what) + " given, " + bound +
-                              std::to_string(wanted) + " expected");
-}
-
-void check_arguments(const Operator& op, std::size_t given) {
-  if (op.min_args == op.max_args && given != op.min_args) wrong_number(op, given, "argument", op.min_args);
-  if (given < op.min_args) wrong_number(op, given, "argument", op.min_args, "at least ");
-  if (given > op.max_args) wrong_number(op, given, "argument", op.max_args, "at most ");
+/// Throws what `wrong_number_of_...` says.
+void check_number(const std::string& message) {
+  if (!message.empty()) throw std::invalid_argument(message);
 }
 
 std::size_t index_value(const Operator& op, const std::string& text) {
@@ -83,10 +72,8 @@ bool is_operator(std::string_view name) {
 const Term* apply_operator(smtlib::OperatorContext& context, const OperatorText& text, Operator::Args args) {
   const Operator* op = find_operator(text.name);
   if (op == nullptr) throw std::invalid_argument("unknown operator " + text.name);
-  if (text.indices.size() != op->num_indices) {
-    wrong_number(*op, text.indices.size(), "index", op->num_indices);
-  }
-  check_arguments(*op, args.size());
+  check_number(smtlib::wrong_number_of_indices(op->name, text.indices.size(), op->num_indices));
+  check_number(smtlib::wrong_number_of_arguments(op->name, args.size(), op->min_args, op->max_args));
   std::vector<std::size_t> indices;
   std::vector<const Term*> all;
   if (op->index_is_argument) {
@@ -97,9 +84,13 @@ const Term* apply_operator(smtlib::OperatorContext& context, const OperatorText&
   }
   all.insert(all.end(), args.begin(), args.end());
   context.indices = indices;
-  const Term* result = op->build(context, all);
-  context.indices = {};
-  return result;
+  try {
+    const Term* result = op->build(context, all);
+    context.indices = {};
+    return result;
+  } catch (const SortError& e) {
+    throw smtlib::explained(context, *op, all, e);
+  }
 }
 
 }  // namespace quarv::api

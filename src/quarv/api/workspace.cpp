@@ -268,17 +268,16 @@ const Term* Workspace::make(std::string_view op, Args args) {
   State& s = *state_;
   constexpr std::string_view constant_array = "(as const ";
   if (op.starts_with(constant_array) && op.ends_with(')')) {
-    if (args.size() != 1) throw std::invalid_argument("as const: one argument expected");
+    const std::string wrong = smtlib::wrong_number_of_arguments("as const", args.size(), 1, 1);
+    if (!wrong.empty()) throw std::invalid_argument(wrong);
     const std::string_view text = op.substr(constant_array.size(), op.size() - constant_array.size() - 1);
     return s.manager.make_array_const(sort(text), args[0]);
   }
   const auto function = s.declared.find(std::string(op));
   if (function != s.declared.end()) {
     const std::size_t arity = s.manager.arity(function->second);
-    if (args.size() != arity) {
-      throw std::invalid_argument(std::string(op) + ": " + std::to_string(args.size()) +
-                                  " arguments given, " + std::to_string(arity) + " expected");
-    }
+    const std::string wrong = smtlib::wrong_number_of_arguments(op, args.size(), arity, arity);
+    if (!wrong.empty()) throw std::invalid_argument(wrong);
     return s.manager.make_term(function->second, args);
   }
   return api::apply_operator(s.operators, api::split_operator(op), args);

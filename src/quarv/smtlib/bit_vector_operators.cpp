@@ -12,20 +12,17 @@ namespace {
 
 using TM = TermManager;
 
-std::size_t width_of(OperatorContext& c, const char* op, const Term* t) {
+std::size_t width_of(OperatorContext& c, const Term* t) {
   const std::size_t width =
       c.manager.is_bv_type(c.manager.type_of(t)) ? c.manager.get_width_from_type(c.manager.type_of(t)) : 0;
-  if (width == 0) {
-    throw SortError(std::string(op) + ": argument 1 has sort " + c.manager.type_of(t)->to_string() +
-                    ", expected a bit-vector");
-  }
+  if (width == 0) throw SortError("not a bit-vector");
   return width;
 }
 
-void check_width(const char* op, std::size_t width) {
+void check_width(std::size_t width) {
   if (width > max_width) {
-    throw SortError(std::string(op) + ": the result would have " + std::to_string(width) +
-                    " bits, more than the " + std::to_string(max_width) + " that are supported");
+    throw SortError("the result would have " + std::to_string(width) + " bits, more than the " +
+                    std::to_string(max_width) + " that are supported");
   }
 }
 
@@ -56,18 +53,27 @@ const Term* is_negative(TermManager& m, const Term* t) {
 
 const Term* concatenation(OperatorContext& c, Args a) {
   std::size_t width = 0;
-  for (const Term* t : a) check_width("concat", width += width_of(c, "concat", t));
+  for (const Term* t : a) check_width(width += width_of(c, t));
   return associative<&TM::make_bv_concat>(c, a);
 }
 
 const Term* extract(OperatorContext& c, Args a) {
+  const std::size_t width = width_of(c, a[0]);
+  if (c.indices[0] >= width) {
+    bad_index(1, "index " + std::to_string(c.indices[0]) + " is out of range for " + std::to_string(width) +
+                     (width == 1 ? " bit" : " bits"));
+  }
+  if (c.indices[1] > c.indices[0]) {
+    bad_index(2, "the low index " + std::to_string(c.indices[1]) + " is above the high index " +
+                     std::to_string(c.indices[0]));
+  }
   return c.manager.make_bv_extract(c.indices[0], c.indices[1], a[0]);
 }
 
 template <auto Make>
 const Term* extension(OperatorContext& c, Args a) {
-  const std::size_t width = width_of(c, "extension", a[0]);
-  check_width("extension", c.indices[0] > max_width ? c.indices[0] : c.indices[0] + width);
+  const std::size_t width = width_of(c, a[0]);
+  check_width(c.indices[0] > max_width ? c.indices[0] : c.indices[0] + width);
   return (c.manager.*Make)(c.indices[0], a[0]);
 }
 
@@ -87,7 +93,7 @@ const Term* rotated(TermManager& m, const Term* t, std::size_t amount) {
 
 template <auto Make>
 const Term* rotation(OperatorContext& c, Args a) {
-  width_of(c, "rotate", a[0]);
+  width_of(c, a[0]);
   return rotated<Make>(c.manager, a[0], c.indices[0]);
 }
 
@@ -95,7 +101,7 @@ const Term* rotation(OperatorContext& c, Args a) {
 template <auto Make>
 const Term* rotation_by_term(OperatorContext& c, Args a, const char* name) {
   TermManager& m = c.manager;
-  const std::size_t width = width_of(c, name, a[0]);
+  const std::size_t width = width_of(c, a[0]);
   const QNumber* amount = m.type_of(a[0]) == m.type_of(a[1]) ? m.get_number(a[1]) : nullptr;
   if (amount == nullptr) {
     return m.make_term(m.make_opaque_symbol(name, {m.type_of(a[0]), m.type_of(a[0])}, m.type_of(a[0])), a);
@@ -114,10 +120,10 @@ const Term* rotate_right_by(OperatorContext& c, Args a) {
 }
 
 const Term* repeat(OperatorContext& c, Args a) {
-  const std::size_t width = width_of(c, "repeat", a[0]);
+  const std::size_t width = width_of(c, a[0]);
   const std::size_t times = c.indices[0];
-  if (times == 0) throw SortError("repeat: the index must be positive");
-  check_width("repeat", times > max_width ? times : times * width);
+  if (times == 0) bad_index(1, "the index must be positive");
+  check_width(times > max_width ? times : times * width);
   // By doubling: as many terms as `times` has bits.
   const Term* result = a[0];
   for (std::size_t bit = std::bit_floor(times) / 2; bit != 0; bit /= 2) {
@@ -132,7 +138,7 @@ const Term* signed_modulo(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
   const Term* s = a[0];
   const Term* t = a[1];
-  const std::size_t width = width_of(c, "bvsmod", s);
+  const std::size_t width = width_of(c, s);
   const Term* minus_s = m.make_bv_neg(s);
   const Term* minus_t = m.make_bv_neg(t);
   const Term* s_negative = is_negative(m, s);
@@ -150,11 +156,11 @@ const Term* signed_modulo(OperatorContext& c, Args a) {
 }
 
 const Term* reduce_and(OperatorContext& c, Args a) {
-  return c.manager.make_bv_comp(a[0], ones(c.manager, width_of(c, "bvredand", a[0])));
+  return c.manager.make_bv_comp(a[0], ones(c.manager, width_of(c, a[0])));
 }
 
 const Term* reduce_or(OperatorContext& c, Args a) {
-  const Term* none = c.manager.make_bv_comp(a[0], zero(c.manager, width_of(c, "bvredor", a[0])));
+  const Term* none = c.manager.make_bv_comp(a[0], zero(c.manager, width_of(c, a[0])));
   return c.manager.make_bv_not(none);
 }
 
@@ -162,14 +168,14 @@ const Term* reduce_or(OperatorContext& c, Args a) {
 // ------------------------------------------------------------------
 
 const Term* neg_overflow(OperatorContext& c, Args a) {
-  return c.manager.make_equal(a[0], signed_minimum(c.manager, width_of(c, "bvnego", a[0])));
+  return c.manager.make_equal(a[0], signed_minimum(c.manager, width_of(c, a[0])));
 }
 
 /// The exact result in a wider vector, compared with what its low part stands for.
 template <auto Extend, auto Make>
-const Term* wide_overflow(OperatorContext& c, Args a, std::size_t extra, const char* name) {
+const Term* wide_overflow(OperatorContext& c, Args a, std::size_t extra) {
   TermManager& m = c.manager;
-  const std::size_t width = width_of(c, name, a[0]);
+  const std::size_t width = width_of(c, a[0]);
   const Term* x = (m.*Extend)(extra, a[0]);
   const Term* y = (m.*Extend)(extra, a[1]);
   const Term* exact = (m.*Make)(x, y);
@@ -179,95 +185,94 @@ const Term* wide_overflow(OperatorContext& c, Args a, std::size_t extra, const c
 }
 
 const Term* uadd_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_add>(c, a, 1, "bvuaddo");
+  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_add>(c, a, 1);
 }
 
 const Term* sadd_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_add>(c, a, 1, "bvsaddo");
+  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_add>(c, a, 1);
 }
 
 const Term* umul_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_mul>(c, a, width_of(c, "bvumulo", a[0]),
-                                                                   "bvumulo");
+  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_mul>(c, a, width_of(c, a[0]));
 }
 
 const Term* smul_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_mul>(c, a, width_of(c, "bvsmulo", a[0]),
-                                                                   "bvsmulo");
+  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_mul>(c, a, width_of(c, a[0]));
 }
 
 const Term* ssub_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_sub>(c, a, 1, "bvssubo");
+  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_sub>(c, a, 1);
 }
 
 const Term* sdiv_overflow(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
-  const std::size_t width = width_of(c, "bvsdivo", a[0]);
+  const std::size_t width = width_of(c, a[0]);
   const Term* smallest = m.make_equal(a[0], signed_minimum(m, width));
   const Term* minus_one = m.make_equal(a[1], ones(m, width));
   return m.make_and(smallest, minus_one);
 }
 
 const Term* int_to_bv(OperatorContext& c, Args a) {
-  check_width("int_to_bv", c.indices[0]);
+  if (c.indices[0] == 0) bad_index(1, "the width must be positive");
+  check_width(c.indices[0]);
   return c.manager.make_int_to_bv(c.indices[0], a[0]);
 }
 
 constexpr std::uint32_t any = Operator::any_number;
 
 constexpr Operator table[] = {
-    {"concat", 2, any, 0, concatenation},
-    {"extract", 1, 1, 2, extract},
-    {"bvnot", 1, 1, 0, unary<&TM::make_bv_not>},
-    {"bvneg", 1, 1, 0, unary<&TM::make_bv_neg>},
-    {"bvand", 2, any, 0, associative<&TM::make_bv_and>},
-    {"bvor", 2, any, 0, associative<&TM::make_bv_or>},
-    {"bvxor", 2, any, 0, associative<&TM::make_bv_xor>},
-    {"bvadd", 2, any, 0, associative<&TM::make_bv_add>},
-    {"bvmul", 2, any, 0, associative<&TM::make_bv_mul>},
-    {"bvsub", 2, any, 0, left_associative<binary<&TM::make_bv_sub>>},
-    {"bvudiv", 2, 2, 0, binary<&TM::make_bv_udiv>},
-    {"bvurem", 2, 2, 0, binary<&TM::make_bv_urem>},
-    {"bvsdiv", 2, 2, 0, binary<&TM::make_bv_sdiv>},
-    {"bvsrem", 2, 2, 0, binary<&TM::make_bv_srem>},
-    {"bvsmod", 2, 2, 0, signed_modulo},
-    {"bvshl", 2, 2, 0, binary<&TM::make_bv_lshl>},
-    {"bvlshr", 2, 2, 0, binary<&TM::make_bv_lshr>},
-    {"bvashr", 2, 2, 0, binary<&TM::make_bv_ashr>},
-    {"bvnand", 2, 2, 0, complemented<&TM::make_bv_and, &TM::make_bv_not>},
-    {"bvnor", 2, 2, 0, complemented<&TM::make_bv_or, &TM::make_bv_not>},
-    {"bvxnor", 2, any, 0, left_associative<complemented<&TM::make_bv_xor, &TM::make_bv_not>>},
-    {"bvcomp", 2, 2, 0, binary<&TM::make_bv_comp>},
-    {"bvult", 2, any, 0, chainable<binary<&TM::make_bv_ult>>},
-    {"bvule", 2, any, 0, chainable<binary<&TM::make_bv_ule>>},
-    {"bvugt", 2, any, 0, chainable<swapped<&TM::make_bv_ult>>},
-    {"bvuge", 2, any, 0, chainable<swapped<&TM::make_bv_ule>>},
-    {"bvslt", 2, any, 0, chainable<binary<&TM::make_bv_slt>>},
-    {"bvsle", 2, any, 0, chainable<binary<&TM::make_bv_sle>>},
-    {"bvsgt", 2, any, 0, chainable<swapped<&TM::make_bv_slt>>},
-    {"bvsge", 2, any, 0, chainable<swapped<&TM::make_bv_sle>>},
-    {"zero_extend", 1, 1, 1, extension<&TM::make_bv_zero_extend>},
-    {"sign_extend", 1, 1, 1, extension<&TM::make_bv_sign_extend>},
-    {"rotate_left", 1, 1, 1, rotation<&TM::make_bv_rotate_left>},
-    {"rotate_right", 1, 1, 1, rotation<&TM::make_bv_rotate_right>},
-    {"ext_rotate_left", 2, 2, 0, rotate_left_by},
-    {"ext_rotate_right", 2, 2, 0, rotate_right_by},
-    {"repeat", 1, 1, 1, repeat},
-    {"bvredor", 1, 1, 0, reduce_or},
-    {"bvredand", 1, 1, 0, reduce_and},
-    {"bvnego", 1, 1, 0, neg_overflow},
-    {"bvuaddo", 2, 2, 0, uadd_overflow},
-    {"bvsaddo", 2, 2, 0, sadd_overflow},
-    {"bvumulo", 2, 2, 0, umul_overflow},
-    {"bvsmulo", 2, 2, 0, smul_overflow},
-    {"bvusubo", 2, 2, 0, binary<&TM::make_bv_ult>},
-    {"bvssubo", 2, 2, 0, ssub_overflow},
-    {"bvsdivo", 2, 2, 0, sdiv_overflow},
-    {"bv2nat", 1, 1, 0, unary<&TM::make_int_from_ubv>},
-    {"ubv_to_int", 1, 1, 0, unary<&TM::make_int_from_ubv>},
-    {"sbv_to_int", 1, 1, 0, unary<&TM::make_int_from_sbv>},
-    {"int2bv", 1, 1, 1, int_to_bv},
-    {"int_to_bv", 1, 1, 1, int_to_bv},
+    {"concat", 2, any, 0, "v", concatenation},
+    {"extract", 1, 1, 2, "v", extract},
+    {"bvnot", 1, 1, 0, "V", unary<&TM::make_bv_not>},
+    {"bvneg", 1, 1, 0, "V", unary<&TM::make_bv_neg>},
+    {"bvand", 2, any, 0, "V", associative<&TM::make_bv_and>},
+    {"bvor", 2, any, 0, "V", associative<&TM::make_bv_or>},
+    {"bvxor", 2, any, 0, "V", associative<&TM::make_bv_xor>},
+    {"bvadd", 2, any, 0, "V", associative<&TM::make_bv_add>},
+    {"bvmul", 2, any, 0, "V", associative<&TM::make_bv_mul>},
+    {"bvsub", 2, any, 0, "V", left_associative<binary<&TM::make_bv_sub>>},
+    {"bvudiv", 2, 2, 0, "V", binary<&TM::make_bv_udiv>},
+    {"bvurem", 2, 2, 0, "V", binary<&TM::make_bv_urem>},
+    {"bvsdiv", 2, 2, 0, "V", binary<&TM::make_bv_sdiv>},
+    {"bvsrem", 2, 2, 0, "V", binary<&TM::make_bv_srem>},
+    {"bvsmod", 2, 2, 0, "V", signed_modulo},
+    {"bvshl", 2, 2, 0, "V", binary<&TM::make_bv_lshl>},
+    {"bvlshr", 2, 2, 0, "V", binary<&TM::make_bv_lshr>},
+    {"bvashr", 2, 2, 0, "V", binary<&TM::make_bv_ashr>},
+    {"bvnand", 2, 2, 0, "V", complemented<&TM::make_bv_and, &TM::make_bv_not>},
+    {"bvnor", 2, 2, 0, "V", complemented<&TM::make_bv_or, &TM::make_bv_not>},
+    {"bvxnor", 2, any, 0, "V", left_associative<complemented<&TM::make_bv_xor, &TM::make_bv_not>>},
+    {"bvcomp", 2, 2, 0, "V", binary<&TM::make_bv_comp>},
+    {"bvult", 2, any, 0, "V", chainable<binary<&TM::make_bv_ult>>},
+    {"bvule", 2, any, 0, "V", chainable<binary<&TM::make_bv_ule>>},
+    {"bvugt", 2, any, 0, "V", chainable<swapped<&TM::make_bv_ult>>},
+    {"bvuge", 2, any, 0, "V", chainable<swapped<&TM::make_bv_ule>>},
+    {"bvslt", 2, any, 0, "V", chainable<binary<&TM::make_bv_slt>>},
+    {"bvsle", 2, any, 0, "V", chainable<binary<&TM::make_bv_sle>>},
+    {"bvsgt", 2, any, 0, "V", chainable<swapped<&TM::make_bv_slt>>},
+    {"bvsge", 2, any, 0, "V", chainable<swapped<&TM::make_bv_sle>>},
+    {"zero_extend", 1, 1, 1, "v", extension<&TM::make_bv_zero_extend>},
+    {"sign_extend", 1, 1, 1, "v", extension<&TM::make_bv_sign_extend>},
+    {"rotate_left", 1, 1, 1, "v", rotation<&TM::make_bv_rotate_left>},
+    {"rotate_right", 1, 1, 1, "v", rotation<&TM::make_bv_rotate_right>},
+    {"ext_rotate_left", 2, 2, 0, "V", rotate_left_by},
+    {"ext_rotate_right", 2, 2, 0, "V", rotate_right_by},
+    {"repeat", 1, 1, 1, "v", repeat},
+    {"bvredor", 1, 1, 0, "V", reduce_or},
+    {"bvredand", 1, 1, 0, "V", reduce_and},
+    {"bvnego", 1, 1, 0, "V", neg_overflow},
+    {"bvuaddo", 2, 2, 0, "V", uadd_overflow},
+    {"bvsaddo", 2, 2, 0, "V", sadd_overflow},
+    {"bvumulo", 2, 2, 0, "V", umul_overflow},
+    {"bvsmulo", 2, 2, 0, "V", smul_overflow},
+    {"bvusubo", 2, 2, 0, "V", binary<&TM::make_bv_ult>},
+    {"bvssubo", 2, 2, 0, "V", ssub_overflow},
+    {"bvsdivo", 2, 2, 0, "V", sdiv_overflow},
+    {"bv2nat", 1, 1, 0, "v", unary<&TM::make_int_from_ubv>},
+    {"ubv_to_int", 1, 1, 0, "v", unary<&TM::make_int_from_ubv>},
+    {"sbv_to_int", 1, 1, 0, "v", unary<&TM::make_int_from_sbv>},
+    {"int2bv", 1, 1, 1, "I", int_to_bv},
+    {"int_to_bv", 1, 1, 1, "I", int_to_bv},
 };
 
 }  // namespace

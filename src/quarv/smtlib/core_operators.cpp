@@ -16,11 +16,7 @@ const Term* lattice(OperatorContext& c, Args a, const Symbol* symbol, const Term
                     const Term* absorbing) {
   TermManager& m = c.manager;
   for (const Term* t : a) {
-    if (m.type_of(t) != m.bool_type) {
-      throw SortError(std::string(symbol->name) + ": argument " +
-                      std::to_string(std::find(a.begin(), a.end(), t) - a.begin() + 1) + " has sort " +
-                      m.type_of(t)->to_string() + ", expected Bool");
-    }
+    if (m.type_of(t) != m.bool_type) throw SortError("not all arguments are of sort Bool");
   }
   if (a.size() == 1) return a[0];
   if (a.size() == 2) return m.make_term_unchecked(symbol, a);
@@ -61,9 +57,14 @@ const Term* exclusive_or(OperatorContext& c, Args a) {
   return c.manager.make_not(c.manager.make_iff(a[0], a[1]));
 }
 
+/// The value of a numeral; null for other terms, literals of bit-vectors and floats among them.
+const QNumber* number(const TermManager& m, const Term* t) {
+  return m.is_arithmetic_type(m.type_of(t)) ? m.get_number(t) : nullptr;
+}
+
 /// (mod t n) = r for numerals is a congruence, false when r is no remainder.
 const Term* remainder_equality(OperatorContext& c, const Term* a, const Term* b) {
-  const QNumber* value = c.manager.get_number(b);
+  const QNumber* value = number(c.manager, b);
   if (value == nullptr || c.remainders.empty() || c.manager.simplifier() == nullptr) return nullptr;
   const OperatorContext::Remainder* r = c.remainders.find(a);
   if (r == nullptr || !value->is_integer()) return nullptr;
@@ -94,13 +95,8 @@ const Term* distinct(OperatorContext& c, Args a) {
   }
   const DataType* type = m.type_of(a[0]);
   for (const Term* t : a) {
-    const DataType* common = m.get_supertype(type, m.type_of(t));
-    if (common == nullptr) {
-      throw SortError("distinct: argument " +
-                      std::to_string(std::find(a.begin(), a.end(), t) - a.begin() + 1) + " has sort " +
-                      m.type_of(t)->to_string() + ", expected " + type->to_string());
-    }
-    type = common;
+    type = m.get_supertype(type, m.type_of(t));
+    if (type == nullptr) throw SortError("the arguments are not of one sort");
   }
   const std::vector<const DataType*> signature(a.size(), type);
   return m.make_term(m.make_opaque_symbol("distinct", signature, m.bool_type), a);
@@ -114,9 +110,7 @@ const Term* if_then_else(OperatorContext& c, Args a) {
 // ----------------------------------------------------------------------------------------------------------------
 
 const Term* negative(TermManager& m, const Term* t) {
-  if (const QNumber* value = m.get_number(t)) {
-    if (m.is_arithmetic_type(m.type_of(t))) return m.make_number(-*value);
-  }
+  if (const QNumber* value = number(m, t)) return m.make_number(-*value);
   const Term* minus_one = m.make_number(QNumber(-1));
   return m.make_times(minus_one, t);
 }
@@ -129,7 +123,7 @@ const Term* minus(OperatorContext& c, Args a) {
 }
 
 const QNumber* non_zero_number(const TermManager& m, const Term* t) {
-  const QNumber* value = m.is_arithmetic_type(m.type_of(t)) ? m.get_number(t) : nullptr;
+  const QNumber* value = number(m, t);
   return value != nullptr && !value->is_zero() ? value : nullptr;
 }
 
@@ -144,7 +138,7 @@ const Term* division(OperatorContext& c, Args a) {
   const QNumber* divisor = non_zero_number(m, a[1]);
   if (divisor == nullptr)
     return m.make_term(m.make_opaque_symbol("/", {m.rat_type, m.rat_type}, m.rat_type), a);
-  if (const QNumber* dividend = m.get_number(a[0])) return m.make_number(*dividend * reciprocal(*divisor));
+  if (const QNumber* dividend = number(m, a[0])) return m.make_number(*dividend * reciprocal(*divisor));
   const Term* factor = m.make_number(reciprocal(*divisor));
   return m.make_times(factor, a[0]);
 }
@@ -196,10 +190,7 @@ const Term* absolute(OperatorContext& c, Args a) {
 }
 
 const Term* to_real(OperatorContext& c, Args a) {
-  if (!c.manager.is_arithmetic_type(c.manager.type_of(a[0]))) {
-    throw SortError("to_real: argument 1 has sort " + c.manager.type_of(a[0])->to_string() +
-                    ", expected Int");
-  }
+  if (!c.manager.is_arithmetic_type(c.manager.type_of(a[0]))) throw SortError("not a number");
   return a[0];  // Int is a subtype of Real
 }
 
@@ -209,7 +200,7 @@ const Term* is_int(OperatorContext& c, Args a) {
 
 const Term* divisible(OperatorContext& c, Args a) {
   const QNumber divisor = *c.manager.get_number(a[0]);
-  if (divisor.is_zero()) throw SortError("divisible: the index must be positive");
+  if (divisor.is_zero()) bad_index(1, "the index must be positive");
   const Term* zero = c.manager.make_number(QNumber(0));
   return c.manager.make_int_mod_congr(divisor, a[1], zero);
 }
@@ -217,33 +208,33 @@ const Term* divisible(OperatorContext& c, Args a) {
 constexpr std::uint32_t any = Operator::any_number;
 
 constexpr Operator table[] = {
-    {"not", 1, 1, 0, unary<&TM::make_not>, true},
-    {"and", 1, any, 0, conjunction, true},
-    {"or", 1, any, 0, disjunction, true},
-    {"=>", 2, any, 0, implication, true},
-    {"xor", 2, any, 0, left_associative<exclusive_or>, true},
-    {"=", 2, any, 0, chainable<equality>, true},
-    {"distinct", 2, any, 0, distinct, true},
-    {"ite", 3, 3, 0, if_then_else, true},
+    {"not", 1, 1, 0, "B", unary<&TM::make_not>, true},
+    {"and", 1, any, 0, "B", conjunction, true},
+    {"or", 1, any, 0, "B", disjunction, true},
+    {"=>", 2, any, 0, "B", implication, true},
+    {"xor", 2, any, 0, "B", left_associative<exclusive_or>, true},
+    {"=", 2, any, 0, "S", chainable<equality>, true},
+    {"distinct", 2, any, 0, "S", distinct, true},
+    {"ite", 3, 3, 0, "BSS", if_then_else, true},
 
-    {"+", 1, any, 0, associative<&TM::make_plus>},
-    {"-", 1, any, 0, minus},
-    {"*", 1, any, 0, associative<&TM::make_times>},
-    {"/", 2, any, 0, left_associative<division>},
-    {"div", 2, any, 0, left_associative<integer_division>},
-    {"mod", 2, 2, 0, modulo},
-    {"abs", 1, 1, 0, absolute},
-    {"<=", 2, any, 0, chainable<binary<&TM::make_leq>>},
-    {"<", 2, any, 0, chainable<swapped_negated<&TM::make_leq>>},
-    {">=", 2, any, 0, chainable<swapped<&TM::make_leq>>},
-    {">", 2, any, 0, chainable<negated<&TM::make_leq>>},
-    {"to_real", 1, 1, 0, to_real},
-    {"to_int", 1, 1, 0, unary<&TM::make_floor>},
-    {"is_int", 1, 1, 0, is_int},
-    {"divisible", 1, 1, 1, divisible, false, true},
+    {"+", 1, any, 0, "N", associative<&TM::make_plus>},
+    {"-", 1, any, 0, "N", minus},
+    {"*", 1, any, 0, "N", associative<&TM::make_times>},
+    {"/", 2, any, 0, "N", left_associative<division>},
+    {"div", 2, any, 0, "I", left_associative<integer_division>},
+    {"mod", 2, 2, 0, "I", modulo},
+    {"abs", 1, 1, 0, "N", absolute},
+    {"<=", 2, any, 0, "N", chainable<binary<&TM::make_leq>>},
+    {"<", 2, any, 0, "N", chainable<swapped_negated<&TM::make_leq>>},
+    {">=", 2, any, 0, "N", chainable<swapped<&TM::make_leq>>},
+    {">", 2, any, 0, "N", chainable<negated<&TM::make_leq>>},
+    {"to_real", 1, 1, 0, "N", to_real},
+    {"to_int", 1, 1, 0, "N", unary<&TM::make_floor>},
+    {"is_int", 1, 1, 0, "N", is_int},
+    {"divisible", 1, 1, 1, "I", divisible, false, true},
 
-    {"select", 2, 2, 0, binary<&TM::make_array_read>},
-    {"store", 3, 3, 0, ternary<&TM::make_array_write>},
+    {"select", 2, 2, 0, "AK", binary<&TM::make_array_read>},
+    {"store", 3, 3, 0, "AKE", ternary<&TM::make_array_write>},
 };
 
 }  // namespace

@@ -23,10 +23,13 @@ Format format_of(const OperatorContext& c) {
   return {c.indices[0], c.indices[1] - 1};
 }
 
-[[noreturn]] void wrong_sort(OperatorContext& c, const char* op, std::size_t position, const Term* t,
-                             const char* wanted) {
-  throw SortError(std::string(op) + ": argument " + std::to_string(position) + " has sort " +
-                  c.manager.type_of(t)->to_string() + ", expected " + wanted);
+/// Throws for an argument whose sort is not the expected one, though it may be for other indices or
+/// arguments.
+[[noreturn]] void bad_argument(const OperatorContext& c, Args a, std::size_t position,
+                               const std::string& expected) {
+  throw ApplicationError(ApplicationError::Part::argument, position,
+                         "argument " + std::to_string(position) + " has sort " +
+                             c.manager.type_of(a[position - 1])->to_string() + ", expected " + expected);
 }
 
 /// sign, exponent and significand bits put together: a literal when all three are.
@@ -34,12 +37,13 @@ const Term* from_parts(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
   std::size_t widths[3];
   for (std::size_t i = 0; i < 3; ++i) {
-    if (!m.is_bv_type(m.type_of(a[i]))) wrong_sort(c, "fp", i + 1, a[i], "a bit-vector");
+    if (!m.is_bv_type(m.type_of(a[i]))) throw SortError("not a bit-vector");
     widths[i] = m.get_width_from_type(m.type_of(a[i]));
   }
-  if (widths[0] != 1) wrong_sort(c, "fp", 1, a[0], "(_ BitVec 1)");
+  if (widths[0] != 1) throw SortError("the sign has one bit");
   const std::size_t ew = widths[1];
   const std::size_t mw = widths[2];
+  if (ew == 1) bad_argument(c, a, 2, "a bit-vector of 2 bits or more");
   check_format(ew, mw + 1);
   const QNumber* sign = m.get_number(a[0]);
   const QNumber* exponent = m.get_number(a[1]);
@@ -66,11 +70,19 @@ const Term* from_parts(OperatorContext& c, Args a) {
 const Term* to_fp(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
   const auto [ew, mw] = format_of(c);
-  if (a.size() == 1) return m.make_fp_from_ieeebv(ew, mw, a[0]);
+  if (a.size() == 1) {
+    const DataType* bits = m.get_bv_type(ew + mw + 1);
+    if (m.type_of(a[0]) != bits) {
+      throw ApplicationError(
+          ApplicationError::Part::argument, 1,
+          "argument 1 has sort " + m.type_of(a[0])->to_string() + ", expected " + bits->to_string());
+    }
+    return m.make_fp_from_ieeebv(ew, mw, a[0]);
+  }
   const DataType* source = m.type_of(a[1]);
   if (m.is_fp_type(source)) return m.make_fp_cast(ew, mw, a[0], a[1]);
   if (m.is_bv_type(source)) return m.make_fp_from_sbv(ew, mw, a[0], a[1]);
-  if (!m.is_arithmetic_type(source)) wrong_sort(c, "to_fp", 2, a[1], "a number or a bit-vector");
+  if (!m.is_arithmetic_type(source)) throw SortError("neither a number nor a bit-vector");
   const QNumber* value = m.simplifier() == nullptr ? nullptr : m.get_number(a[1]);
   if (value != nullptr) {
     if (const Term* folded = fold_real_to_fp(m, a[0], *value, ew, mw)) return folded;
@@ -87,69 +99,72 @@ const Term* to_fp_unsigned(OperatorContext& c, Args a) {
 
 template <auto Make>
 const Term* to_bit_vector(OperatorContext& c, Args a) {
-  if (c.indices[0] > max_width) throw SortError("fp.to_bv: more bits than are supported");
+  if (c.indices[0] == 0) bad_index(1, "the width must be positive");
+  if (c.indices[0] > max_width) {
+    bad_index(1, "bit-vectors of more than " + std::to_string(max_width) + " bits are not supported");
+  }
   return (c.manager.*Make)(c.indices[0], a[0], a[1]);
 }
 
 /// The operators on floating-point numbers that the layer keeps as they are.
-const DataType* fp_argument(OperatorContext& c, const char* op, std::size_t position, const Term* t) {
+const DataType* fp_argument(OperatorContext& c, const Term* t) {
   const DataType* type = c.manager.type_of(t);
-  if (!c.manager.is_fp_type(type)) wrong_sort(c, op, position, t, "a floating-point number");
+  if (!c.manager.is_fp_type(type)) throw SortError("not a floating-point number");
   return type;
 }
 
 const Term* remainder(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
-  const DataType* t = fp_argument(c, "fp.rem", 1, a[0]);
+  const DataType* t = fp_argument(c, a[0]);
   return m.make_term(m.make_opaque_symbol("fp.rem", {t, t}, t), a);
 }
 
 const Term* fused_multiply_add(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
-  const DataType* t = fp_argument(c, "fp.fma", 2, a[1]);
+  const DataType* t = fp_argument(c, a[1]);
   return m.make_term(m.make_opaque_symbol("fp.fma", {m.rounding_mode_type, t, t, t}, t), a);
 }
 
 const Term* to_real(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
-  const DataType* t = fp_argument(c, "fp.to_real", 1, a[0]);
+  const DataType* t = fp_argument(c, a[0]);
   return m.make_term(m.make_opaque_symbol("fp.to_real", {t}, m.rat_type), a);
 }
 
 constexpr std::uint32_t any = Operator::any_number;
 
 constexpr Operator table[] = {
-    {"fp", 3, 3, 0, from_parts},
-    {"fp.abs", 1, 1, 0, unary<&TM::make_fp_abs>},
-    {"fp.neg", 1, 1, 0, unary<&TM::make_fp_neg>},
-    {"fp.add", 3, 3, 0, ternary<&TM::make_fp_add>},
-    {"fp.sub", 3, 3, 0, ternary<&TM::make_fp_sub>},
-    {"fp.mul", 3, 3, 0, ternary<&TM::make_fp_mul>},
-    {"fp.div", 3, 3, 0, ternary<&TM::make_fp_div>},
-    {"fp.fma", 4, 4, 0, fused_multiply_add},
-    {"fp.sqrt", 2, 2, 0, binary<&TM::make_fp_sqrt>},
-    {"fp.rem", 2, 2, 0, remainder},
-    {"fp.roundToIntegral", 2, 2, 0, binary<&TM::make_fp_round_to_int>},
-    {"fp.min", 2, 2, 0, binary<&TM::make_fp_min>},
-    {"fp.max", 2, 2, 0, binary<&TM::make_fp_max>},
-    {"fp.leq", 2, any, 0, chainable<binary<&TM::make_fp_le>>},
-    {"fp.lt", 2, any, 0, chainable<binary<&TM::make_fp_lt>>},
-    {"fp.geq", 2, any, 0, chainable<swapped<&TM::make_fp_le>>},
-    {"fp.gt", 2, any, 0, chainable<swapped<&TM::make_fp_lt>>},
-    {"fp.eq", 2, any, 0, chainable<binary<&TM::make_fp_eq>>},
-    {"fp.isNormal", 1, 1, 0, unary<&TM::make_fp_isnormal>},
-    {"fp.isSubnormal", 1, 1, 0, unary<&TM::make_fp_issubnormal>},
-    {"fp.isZero", 1, 1, 0, unary<&TM::make_fp_iszero>},
-    {"fp.isInfinite", 1, 1, 0, unary<&TM::make_fp_isinf>},
-    {"fp.isNaN", 1, 1, 0, unary<&TM::make_fp_isnan>},
-    {"fp.isNegative", 1, 1, 0, unary<&TM::make_fp_isneg>},
-    {"fp.isPositive", 1, 1, 0, unary<&TM::make_fp_ispos>},
-    {"to_fp", 1, 2, 2, to_fp},
-    {"to_fp_unsigned", 2, 2, 2, to_fp_unsigned},
-    {"fp.to_ubv", 2, 2, 1, to_bit_vector<&TM::make_fp_to_ubv>},
-    {"fp.to_sbv", 2, 2, 1, to_bit_vector<&TM::make_fp_to_sbv>},
-    {"fp.to_real", 1, 1, 0, to_real},
-    {"fp.to_ieee_bv", 1, 1, 0, unary<&TM::make_fp_as_ieeebv>},
+    {"fp", 3, 3, 0, "bvv", from_parts},
+    {"fp.abs", 1, 1, 0, "F", unary<&TM::make_fp_abs>},
+    {"fp.neg", 1, 1, 0, "F", unary<&TM::make_fp_neg>},
+    {"fp.add", 3, 3, 0, "RF", ternary<&TM::make_fp_add>},
+    {"fp.sub", 3, 3, 0, "RF", ternary<&TM::make_fp_sub>},
+    {"fp.mul", 3, 3, 0, "RF", ternary<&TM::make_fp_mul>},
+    {"fp.div", 3, 3, 0, "RF", ternary<&TM::make_fp_div>},
+    {"fp.fma", 4, 4, 0, "RF", fused_multiply_add},
+    {"fp.sqrt", 2, 2, 0, "RF", binary<&TM::make_fp_sqrt>},
+    {"fp.rem", 2, 2, 0, "F", remainder},
+    {"fp.roundToIntegral", 2, 2, 0, "RF", binary<&TM::make_fp_round_to_int>},
+    {"fp.min", 2, 2, 0, "F", binary<&TM::make_fp_min>},
+    {"fp.max", 2, 2, 0, "F", binary<&TM::make_fp_max>},
+    {"fp.leq", 2, any, 0, "F", chainable<binary<&TM::make_fp_le>>},
+    {"fp.lt", 2, any, 0, "F", chainable<binary<&TM::make_fp_lt>>},
+    {"fp.geq", 2, any, 0, "F", chainable<swapped<&TM::make_fp_le>>},
+    {"fp.gt", 2, any, 0, "F", chainable<swapped<&TM::make_fp_lt>>},
+    {"fp.eq", 2, any, 0, "F", chainable<binary<&TM::make_fp_eq>>},
+    {"fp.isNormal", 1, 1, 0, "F", unary<&TM::make_fp_isnormal>},
+    {"fp.isSubnormal", 1, 1, 0, "F", unary<&TM::make_fp_issubnormal>},
+    {"fp.isZero", 1, 1, 0, "F", unary<&TM::make_fp_iszero>},
+    {"fp.isInfinite", 1, 1, 0, "F", unary<&TM::make_fp_isinf>},
+    {"fp.isNaN", 1, 1, 0, "F", unary<&TM::make_fp_isnan>},
+    {"fp.isNegative", 1, 1, 0, "F", unary<&TM::make_fp_isneg>},
+    {"fp.isPositive", 1, 1, 0, "F", unary<&TM::make_fp_ispos>},
+    {"to_fp", 1, 2, 2, "RX", to_fp},
+    {"to_fp_unsigned", 2, 2, 2, "Rv", to_fp_unsigned},
+    {"fp.to_ubv", 2, 2, 1, "RF", to_bit_vector<&TM::make_fp_to_ubv>},
+    {"fp.to_sbv", 2, 2, 1, "RF", to_bit_vector<&TM::make_fp_to_sbv>},
+    {"fp.to_real", 1, 1, 0, "F", to_real},
+    {"fp.to_ieee_bv", 1, 1, 0, "F", unary<&TM::make_fp_as_ieeebv>},
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/smtlib/application_error.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {
@@ -36,7 +37,15 @@ struct OperatorContext {
 };
 
 /// An operator of an SMT-LIB theory: how many indices and arguments it takes, and how it is expressed by the
-/// operators that the layer has. A builder throws SortError when the arguments do not fit.
+/// operators that the layer has. A builder throws SortError when the arguments do not fit; what that says is
+/// for `explained`, which knows the operator's name and the sorts of its arguments.
+///
+/// `sorts` has a letter for each argument, the last one for all that follow:
+///
+///     B  Bool            v  a bit-vector            F  a floating-point number, as the first F
+///     I  Int             V  as the first V          S  of one sort with those before
+///     N  Int or Real     b  (_ BitVec 1)            X  any number, or a bit-vector
+///     R  RoundingMode    A  an array, K its index, E its element
 struct Operator {
   using Args = std::span<const Term* const>;
   using Build = const Term* (*)(OperatorContext&, Args);
@@ -46,6 +55,7 @@ struct Operator {
   std::uint32_t min_args;
   std::uint32_t max_args;
   std::uint32_t num_indices;
+  std::string_view sorts;
   Build build;
   bool reserved = false;           ///< of the core theory: may not be declared anew
   bool index_is_argument = false;  ///< its index, of any size, comes as a numeral before the arguments
@@ -137,6 +147,9 @@ const Term* chainable(OperatorContext& c, Args a) {
 
 /// An interpreted operator that has no counterpart in the layer: kept by name, with its arguments' sorts.
 const Term* opaque(OperatorContext& c, std::string_view name, Args a, const DataType* result);
+
+/// Throws ApplicationError for an index; the message lacks the operator's name.
+[[noreturn]] void bad_index(std::size_t position, const std::string& message);
 
 /// Throws SortError unless a floating-point sort can have these widths (the significand's with the hidden
 /// bit).

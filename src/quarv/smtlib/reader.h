@@ -112,7 +112,7 @@ class QUARV_API Reader {
       annotation_no_pattern  // one term, without parentheses of its own
     };
     Kind kind;
-    std::uint8_t num_indices = 0;   // of operations
+    bool universal = false;         // of quantifiers
     std::uint32_t scope = 0;        // of let and quantifiers: brings the names back
     std::uint32_t first_value = 0;  // where the frame's values begin
     std::uint32_t first = 0;        // where its indices, bindings, variables or the pattern's terms begin
@@ -173,8 +173,6 @@ class QUARV_API Reader {
   void finish_annotation();
   void close(const Token& token);
   void close_with(const Term* t);
-  const Term* apply(const Frame& frame);
-  const Term* apply_operator(const Frame& frame, Operator::Args args);
   const Term* atom(const Token& token);
   const Term* symbol_value(const Token& token);
   const Term* indexed_constant(const char* start);
@@ -183,6 +181,16 @@ class QUARV_API Reader {
   const Term* bind_variable(const Token& name, const DataType* type);
   std::string_view lookup_text(const Token& name);
   TermMeaning meaning_of(const Token& name);
+
+  // application_reader.cpp: operators and functions on their arguments.
+  const Term* apply(const Frame& frame);
+  const Term* apply_operator(const Frame& frame, Operator::Args args);
+  const Term* apply_function(const Frame& frame, Operator::Args args);
+  std::string_view written_name(const char* start) const;
+  const char* part_of(const char* start, ApplicationError::Part part, std::size_t position) const;
+  [[noreturn]] void fail(const char* start, const ApplicationError& e);
+  [[noreturn]] void unknown_operator(const Token& name);
+  void check_number_of_indices(const char* start, const Operator& op, std::size_t given);
 
   // sort_reader.cpp: sorts.
   const DataType* read_sort();

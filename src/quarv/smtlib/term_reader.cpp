@@ -64,7 +64,7 @@ void Reader::open_parenthesis(const Token& open) {
   const TermMeaning meaning = meaning_of(head);
   switch (meaning.kind) {
     case TermMeaning::builtin:
-      if (meaning.op->num_indices != 0) fail(head.start, std::string(head.text) + " needs indices");
+      if (meaning.op->num_indices != 0) check_number_of_indices(open.start, *meaning.op, 0);
       open_frame(Frame::operation, open.start);
       frames_.back().op = meaning.op;
       return;
@@ -75,7 +75,7 @@ void Reader::open_parenthesis(const Token& open) {
     case TermMeaning::value:
       fail(head.start, std::string(head.text) + " is not a function");
     case TermMeaning::none:
-      fail(head.start, "unknown symbol " + std::string(head.text));
+      unknown_operator(head);
     case TermMeaning::reserved:
       break;
   }
@@ -110,25 +110,20 @@ void Reader::open_head(const Token& open) {
     const Token name = expect_symbol("an operator");
     const TermMeaning meaning = meaning_of(name);
     if (meaning.kind == TermMeaning::none) fail(name.start, "unknown symbol " + std::string(name.text));
-    if (meaning.kind != TermMeaning::builtin || meaning.op->num_indices == 0) {
-      fail(name.start, std::string(name.text) + " takes no indices");
-    }
+    if (meaning.kind != TermMeaning::builtin) fail(name.start, std::string(name.text) + " takes no indices");
     open_frame(Frame::operation, open.start);
     Frame& frame = frames_.back();
     frame.op = meaning.op;
     frame.first = static_cast<std::uint32_t>(indices_.size());
-    for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
+    std::size_t num_indices = 0;
+    for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next(), ++num_indices) {
       if (meaning.op->index_is_argument && t.kind == TokenKind::numeral) {
         values_.push_back(numeral(t.text));
       } else {
         indices_.push_back(index_value(t));
       }
-      if (++frame.num_indices > meaning.op->num_indices) break;
     }
-    if (frame.num_indices != meaning.op->num_indices) {
-      fail(name.start,
-           std::string(name.text) + " takes " + std::to_string(meaning.op->num_indices) + " indices");
-    }
+    check_number_of_indices(open.start, *meaning.op, num_indices);
     return;
   }
   if (!is_word(word, "as")) unexpected(word, "_ or as");
@@ -212,7 +207,7 @@ const Term* Reader::bind_variable(const Token& name, const DataType* type) {
 void Reader::open_quantifier(const char* start, std::string_view binder) {
   open_frame(Frame::quantifier, start);
   Frame& frame = frames_.back();
-  frame.num_indices = binder == "forall";
+  frame.universal = binder == "forall";
   frame.scope = static_cast<std::uint32_t>(names_.scope());
   frame.first = static_cast<std::uint32_t>(bindings_.size());
   expect_left("the variables of a quantifier");
@@ -331,7 +326,7 @@ void Reader::close(const Token& token) {
       std::vector<const Term*> variables;
       for (std::size_t i = frame.first; i < bindings_.size(); ++i) variables.push_back(bindings_[i].value);
       bindings_.resize(frame.first);
-      const char* binder = frame.num_indices != 0 ? "forall" : "exists";
+      const char* binder = frame.universal ? "forall" : "exists";
       if (manager_.type_of(values_.back()) != manager_.bool_type) {
         fail(frame.start, std::string("the body of ") + binder + " is not of sort Bool");
       }
@@ -342,32 +337,6 @@ void Reader::close(const Token& token) {
     default:
       unexpected(token, "a term");
   }
-}
-
-const Term* Reader::apply(const Frame& frame) {
-  const Operator::Args args = Operator::Args(values_).subspan(frame.first_value);
-  try {
-    if (frame.kind == Frame::operation) return apply_operator(frame, args);
-    if (args.empty()) fail(frame.start, std::string(frame.symbol->name) + ": no arguments given");
-    return manager_.make_term(frame.symbol, args);
-  } catch (const SortError& e) {
-    fail(frame.start, e.what());
-  }
-}
-
-const Term* Reader::apply_operator(const Frame& frame, Operator::Args args) {
-  const Operator& op = *frame.op;
-  const std::size_t num_args = args.size() - (op.index_is_argument ? 1 : 0);
-  if (num_args < op.min_args || num_args > op.max_args) {
-    fail(frame.start, std::string(op.name) + ": " + std::to_string(num_args) + " arguments given, " +
-                          (num_args < op.min_args ? "at least " + std::to_string(op.min_args)
-                                                  : "at most " + std::to_string(op.max_args)) +
-                          " expected");
-  }
-  context_.indices = std::span(indices_).subspan(frame.first);
-  const Term* result = op.build(context_, args);
-  if (op.num_indices != 0) indices_.resize(frame.first);
-  return result;
 }
 
 // Atoms.

@@ -157,7 +157,8 @@ void TermManager::report_args(const Symbol* symbol, Args args) const {
                        ? symbol->name
                        : SymbolTag::name(get_tag(symbol));
   if (args.size() != symbol->arity_) {
-    throw SortError(std::string(op) + ": " + std::to_string(args.size()) + " arguments given, " +
+    throw SortError(std::string(op) + ": " + std::to_string(args.size()) +
+                    (args.size() == 1 ? " argument given, " : " arguments given, ") +
                     std::to_string(symbol->arity_) + " expected");
   }
   for (std::size_t i = 0; i < args.size(); ++i) check_type(op, args[i], i + 1, symbol->arg_types_[i]);
