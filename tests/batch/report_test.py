@@ -13,11 +13,17 @@ import batch_fixture as batch
 from browser import Browser
 
 MOST_BYTES = 5 << 20
-CELLS = '[...document.querySelectorAll("#files tbody tr")].map(r => r.cells[%d].firstChild.textContent)'
+CELLS = '[...document.querySelectorAll("#files tbody tr")].map(r => r.cells[%d].textContent && r.cells[%d].firstChild.textContent)'
+SIDEWAYS = '[...document.querySelectorAll("html, .scroll")].map(e => e.scrollWidth - e.clientWidth)'
 
 
 def cells(browser, column):
-    return browser.evaluate(CELLS % column)
+    return browser.evaluate(CELLS % (column, column))
+
+
+def term_counts(browser):
+    """Of files that failed, nothing is shown."""
+    return [int(text.replace(',', '') or '0') for text in cells(browser, 2)]
 
 
 def click_head(browser, column):
@@ -37,16 +43,17 @@ def check_table(browser):
     statuses = cells(browser, 1)
     assert 'ok' not in statuses[:statuses.count('rejected')], 'failures are not the first'
     click_head(browser, 2)
-    sizes = [int(text.replace(',', '')) for text in cells(browser, 2)]
+    sizes = term_counts(browser)
     assert sizes == sorted(sizes)
     click_head(browser, 2)
-    sizes = [int(text.replace(',', '')) for text in cells(browser, 2)]
+    sizes = term_counts(browser)
     assert sizes == sorted(sizes, reverse=True) and sizes[0] > sizes[-1]
     click_head(browser, 0)
     names = cells(browser, 0)
     assert names == sorted(names)
     browser.evaluate('search.value = document.querySelector("#files td").textContent; search.oninput()')
-    assert cells(browser, 0) == names[:1]
+    found = cells(browser, 0)
+    assert names[0] in found and all(names[0] in name for name in found), found
     browser.evaluate('search.value = ""; search.oninput(); statusChoice.value = "failures"; statusChoice.onchange()')
     assert set(cells(browser, 1)) == {'rejected'}
     browser.evaluate('statusChoice.value = ""; statusChoice.onchange()')
@@ -60,12 +67,36 @@ def check_table(browser):
 def check_looks(browser, name):
     pictures = os.environ.get('QUARV_SCREENSHOTS')
     grounds = set()
-    for look, width, height, scheme in (('light', 1280, 2400, 'light'), ('dark', 1280, 2400, 'dark'), ('narrow', 380, 2400, 'light')):
-        browser.look(width, height, scheme, pathlib.Path(pictures) / f'{name}-{look}.png' if pictures else None)
-        grounds.add(browser.evaluate('getComputedStyle(document.body).backgroundColor'))
-        overflow = browser.evaluate('document.documentElement.scrollWidth - document.documentElement.clientWidth')
-        assert overflow <= 0, f'{name}, {look}: {overflow} pixels do not fit'
+    for width in (1400, 400):
+        for scheme in ('light', 'dark'):
+            browser.look(width, 2400, scheme, pathlib.Path(pictures) / f'{name}-{width}-{scheme}.png' if pictures else None)
+            grounds.add(browser.evaluate('getComputedStyle(document.body).backgroundColor'))
+            overflow = max(browser.evaluate(SIDEWAYS))
+            assert overflow <= 0, f'{name}, {width}, {scheme}: {overflow} pixels do not fit'
+    browser.look(1400, 2400, 'light')
     assert len(grounds) == 2, grounds
+
+
+def check_words(browser):
+    """Of the small batch: what grew, what shrank, which rule did it."""
+    tiles = dict(browser.evaluate('[...document.querySelectorAll(".tile")].map(t => [t.firstChild.textContent, t.querySelector("b").textContent])'))
+    assert tiles['Terms'].startswith('−') and tiles['Bytes'].startswith('+'), tiles
+    assert cells(browser, 0) == ['shrinks.smt2', 'grows.smt2'], cells(browser, 0)
+    assert browser.evaluate('document.querySelector("#grown code").textContent') == 'grows.smt2'
+    assert cells(browser, 4) == ['−50.0 %', '±0.0 %'], cells(browser, 4)
+    assert [text[0] for text in cells(browser, 7)] == ['−', '+'], cells(browser, 7)
+    sentences = browser.evaluate('[...document.querySelectorAll(".rule div")].map(d => d.textContent)')
+    assert 't - t becomes 0.' in sentences, sentences
+    browser.evaluate('statusChoice.value = "grown"; statusChoice.onchange()')
+    assert cells(browser, 0) == ['grows.smt2'], cells(browser, 0)
+
+
+def write_small_batch(folder):
+    """One file shrinks by a rule, one grows: a number is printed with all its digits."""
+    inner = folder / 'small' / 'a' / 'long' / 'path'
+    inner.mkdir(parents=True)
+    (inner / 'shrinks.smt2').write_text('(declare-const a (_ BitVec 8))\n(assert (= (bvsub a a) #x01))\n')
+    (inner / 'grows.smt2').write_text('(declare-const b (_ BitVec 512))\n(assert (= b (_ bv1 512)))\n')
 
 
 def test(folder, quarv):
@@ -75,7 +106,16 @@ def test(folder, quarv):
                    stderr=subprocess.DEVNULL)
     subprocess.run([quarv, 'report', 'results.jsonl', '-o', 'batch.html'], cwd=folder, check=True)
     subprocess.run([quarv, 'report', 'queries/1/7.smt2', '-o', 'script.html'], cwd=folder, check=True)
+    write_small_batch(folder)
+    subprocess.run([quarv, 'batch', '--results', 'small.jsonl', 'small'], cwd=folder, check=True, stderr=subprocess.DEVNULL)
+    subprocess.run([quarv, 'report', 'small.jsonl', '-o', 'small.html'], cwd=folder, check=True)
+    (folder / 'none.jsonl').write_text((folder / 'small.jsonl').read_text().splitlines()[0] + '\n')  # a share without files
+    subprocess.run([quarv, 'report', 'none.jsonl', '-o', 'none.html'], cwd=folder, check=True)
     with Browser() as browser:
+        check_page(browser, folder / 'none.html')
+        check_page(browser, folder / 'small.html')
+        check_looks(browser, 'small')
+        check_words(browser)
         check_page(browser, folder / 'batch.html')
         check_looks(browser, 'batch')
         check_table(browser)

@@ -17,6 +17,7 @@
 #include "report/term_graph.h"
 #include "rule_catalogue.h"
 #include "simplify_text.h"
+#include <quarv/rules/rule_reading.h>
 
 namespace quarv::cli {
 
@@ -61,7 +62,7 @@ class ReportData {
     }
     const std::vector<std::string> drawn = draw_graphs(graphs);
     if (drawn.empty() && !graphs.empty())
-      add_note("There are no pictures: the program dot (Graphviz) is missing.");
+      add_note("There are no pictures: the program dot (Graphviz) is missing, or failed.");
     std::size_t next = 0;
     for (const Example& e : examples) {
       Json json = as_json(e);
@@ -76,14 +77,20 @@ class ReportData {
     }
   }
 
-  std::string text() && {
+  /// `extra_rules` are those that were applied beside the standard ones.
+  std::string text(const std::vector<smtlib::RuleFile>& extra_rules) && {
     data_["notes"] = std::move(notes_);
     data_["simplifications"] = Json::array();
     for (const auto& [op, n] : by_count(simplifications_)) data_["simplifications"].push_back({op, n});
-    const std::vector<rules::Rule> standard = standard_rules();
+    std::vector<rules::Rule> all = standard_rules();
+    for (const smtlib::RuleFile& file : extra_rules) {
+      for (rules::Rule& rule : rules::parse_rules(file.text)) all.push_back(std::move(rule));
+    }
     data_["rules"] = Json::array();
     for (const auto& [rule, n] : by_count(rules_)) {
-      data_["rules"].push_back({rule, n, rule <= standard.size() ? standard[rule - 1].text : ""});
+      const bool is_known = rule <= all.size();
+      data_["rules"].push_back(
+          {rule, n, is_known ? all[rule - 1].text : "", is_known ? reading(all[rule - 1]) : ""});
     }
     data_["examples"] = std::move(examples_);
     data_["rows"] = std::move(rows_);
@@ -106,7 +113,7 @@ class ReportData {
   static Json as_json(const Example& e) {
     Json steps = Json::array();
     for (const Example::Step& s : e.steps) {
-      steps.push_back({{"title", s.title}, {"before", s.before}, {"after", s.after}});
+      steps.push_back({{"title", s.title}, {"rule", s.rule}, {"before", s.before}, {"after", s.after}});
     }
     return {{"file", e.file}, {"assertion", e.assertion}, {"terms", {e.terms_before, e.terms_after}},
             {"steps", steps}, {"more", e.more},           {"result", e.result}};
@@ -194,14 +201,17 @@ std::string batch_report(const std::string& title, const Results& results,
       files.push_back({name, json.value("digest", ""), reduction});
     }
   }
-  if (are_rules_of(json_options, extra_rules)) {
+  const bool has_rules = are_rules_of(json_options, extra_rules);
+  if (has_rules) {
     smtlib::SimplifyOptions options = options_of(json_options);
     options.extra_rules = extra_rules;
     data.add_examples(batch_examples(std::move(files), options, examples, data));
   } else {
-    data.add_note("The batch had rules of its own: give them (--rules) to see reductions step by step.");
+    data.add_note(
+        "The batch had rules of its own: give them (--rules) to see what they are, and reductions step by "
+        "step.");
   }
-  return std::move(data).text();
+  return std::move(data).text(has_rules ? extra_rules : std::vector<smtlib::RuleFile>());
 }
 
 std::string script_report(std::string_view text, const std::string& name,
@@ -217,7 +227,7 @@ std::string script_report(std::string_view text, const std::string& name,
   row["seconds"]["total"] = statistics.read_seconds + statistics.simplify_seconds + statistics.print_seconds;
   data.add_row(row);
   data.add_examples(largest_reductions(text, name, options, examples));
-  return std::move(data).text();
+  return std::move(data).text(options.extra_rules);
 }
 
 }  // namespace quarv::cli
