@@ -1,5 +1,7 @@
 /// \file
 /// `quarv report`: the data in the page. That the page shows it is tested in a browser.
+#include <map>
+
 #include <nlohmann/json.hpp>
 
 #include "program_fixture.h"
@@ -65,6 +67,50 @@ TEST_F(Report, ShowsABatch) {
   run("$quarv batch --rules my.rules --results ruled t.tar");
   EXPECT_EQ(data(run("$quarv report ruled").out)["examples"].size(), 0u);
   EXPECT_EQ(data(run("$quarv report --rules my.rules ruled").out)["examples"].size(), 1u);
+}
+
+TEST_F(Report, ShowsWhatRulesSay) {
+  write("in.smt2",
+        "(declare-const a (_ BitVec 8))\n(declare-const b (_ BitVec 8))\n"
+        "(assert (= (bvsub a a) b))\n(assert (= (bvnot (bvneg a)) #x03))\n");
+  write("my.rules", "rewrite(bvnot(bvneg(t)), ) >> bvsub(t, 1)\n");
+  const Json d = data(run("$quarv report in.smt2 --rules my.rules").out);
+  std::map<int, std::string> sentences;
+  for (const Json& rule : d["rules"]) {
+    EXPECT_NE(rule[2], "") << rule;
+    sentences[rule[0]] = rule[3];
+  }
+  EXPECT_EQ(sentences[31], "t - t becomes 0.");
+  ASSERT_EQ(sentences.rbegin()->first, std::stoi(run("$quarv rules list | wc -l").out)) << d["rules"];
+  EXPECT_EQ(sentences.rbegin()->second, "~-t becomes t - 1.");
+  std::size_t steps_by_rules = 0;
+  for (const Json& example : d["examples"]) {
+    for (const Json& step : example["steps"])
+      steps_by_rules += sentences.contains(step["rule"].get<int>()) ? 1 : 0;
+  }
+  EXPECT_GT(steps_by_rules, 0u);
+}
+
+TEST_F(Report, ReadsResultsFromAPipe) {
+  write("a.smt2", "(declare-const p Bool)\n(assert (not (not p)))\n");
+  EXPECT_EQ(data(run("$quarv batch a.smt2 2> said | $quarv report -").out)["rows"].size(), 1u);
+}
+
+TEST_F(Report, RefusesRowsThatAreNone) {
+  write("a.smt2", "(assert true)\n");
+  run("$quarv batch a.smt2 --results good; head -1 good > head");
+  for (const char* row :
+       {R"({"file":"x"})", R"({"file":1,"status":"ok"})", R"({"file":"x","status":"ok","rules":{"x":1}})",
+        R"({"file":"x","status":"ok","rules":{"99999999999999999999999":1}})",
+        R"({"file":"x","status":"ok","terms":1})", R"({"file":"x","status":"ok","bytes":{"before":"1"}})",
+        R"({"file":"x","status":"ok","message":[]})", R"([])"}) {
+    write("row", std::string(row) + "\n");
+    for (const char* command : {"report rows", "batch --merge rows"}) {
+      const Result r = run("cat head row > rows; $quarv " + std::string(command));
+      EXPECT_EQ(r.status, 1) << row;
+      EXPECT_EQ(r.err, "quarv: error: rows:2: this is no result of a file\n") << command << row;
+    }
+  }
 }
 
 TEST_F(Report, ReportsFaults) {

@@ -69,7 +69,7 @@ class StreamSink : public ResultsSink {
 /// another one now is to be tried again.
 std::map<std::string, Row> earlier_rows(const BatchOptions& options) {
   if (!options.resume || access(options.results.c_str(), F_OK) != 0) return {};
-  Results earlier = read_results(options.results);
+  Results earlier = read_results(Input(options.results));
   const ResultsHeader& old = earlier.header;
   if (old.version != options.header.version || old.options != options.header.options) return {};
   std::erase_if(earlier.rows, [&](const auto& entry) {

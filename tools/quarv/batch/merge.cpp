@@ -33,7 +33,7 @@ MergedResults merge_results(const std::vector<std::string>& paths) {
   MergedResults merged;
   std::set<std::size_t> shares;
   for (const std::string& path : paths) {
-    Results part = read_results(path);
+    Results part = read_results(Input(path));
     if (shares.empty()) merged.results.header = part.header;
     expect_same_kind(merged.results.header, part.header, paths.front(), path);
     shares.insert(part.header.share);

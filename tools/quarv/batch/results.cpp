@@ -1,5 +1,7 @@
 #include "batch/results.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -9,7 +11,6 @@
 #include <nlohmann/json.hpp>
 
 #include "file_error.h"
-#include "input.h"
 #include "output.h"
 
 namespace quarv::cli {
@@ -46,6 +47,32 @@ ResultsHeader read_header(const Json& json) {
   return h;
 }
 
+bool is_object_of_numbers(const Json& json) {
+  return json.is_object() && std::ranges::all_of(json, [](const Json& value) { return value.is_number(); });
+}
+
+/// What a row has must be what others take it for.
+bool is_row(const Json& row) {
+  if (!row.is_object() || !row.contains("file") || !row.contains("status")) return false;
+  constexpr std::size_t longest_number = 9;
+  return std::ranges::all_of(row.items(), [](const auto& item) {
+    const std::string& key = item.key();
+    const Json& value = item.value();
+    if (key == "rules" && is_object_of_numbers(value)) {
+      return std::ranges::all_of(value.items(), [](const auto& rule) {
+        const std::string& number = rule.key();
+        return !number.empty() && number.size() <= longest_number &&
+               number.find_first_not_of("0123456789") == std::string::npos && number != "0";
+      });
+    }
+    if (value.is_string() || key == "rounds" || key == "peak_memory_bytes") {
+      constexpr std::array<std::string_view, 5> texts = {"file", "status", "message", "digest", "formula"};
+      return value.is_string() ? std::ranges::find(texts, key) != texts.end() : value.is_number();
+    }
+    return is_object_of_numbers(value);
+  });
+}
+
 void write_all(int file, std::string_view text, const std::string& name) {
   while (!text.empty()) {
     const ssize_t n = write(file, text.data(), text.size());
@@ -80,8 +107,7 @@ Row pending_row(const std::string& name) {
   return {std::string(pending_status), dump({{"file", name}, {"status", pending_status}})};
 }
 
-Results read_results(const std::string& path) {
-  const Input input(path);
+Results read_results(const Input& input) {
   std::string_view text = input.text();
   Results results;
   std::size_t line_number = 0;
@@ -97,6 +123,7 @@ Results read_results(const std::string& path) {
         if (json.value("results", "") != "quarv batch") fail("these are no results of quarv batch");
         results.header = read_header(json);
       } else {
+        if (!is_row(json)) fail("this is no result of a file");
         results.rows[json.at("file").get<std::string>()] = {json.at("status").get<std::string>(),
                                                             std::string(line)};
       }

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "file_descriptor.h"
+#include "input.h"
 
 namespace quarv::cli {
 
@@ -55,8 +56,8 @@ std::string as_text(const Results& results);
 
 Row pending_row(const std::string& name);
 
-/// Throws FileError and ResultsError. A last line that is not complete is left out.
-Results read_results(const std::string& path);
+/// Throws ResultsError. A last line that is not complete is left out.
+Results read_results(const Input& input);
 
 /// A results file to which rows are added as work goes on. It is locked meanwhile.
 class Journal {

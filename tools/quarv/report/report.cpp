@@ -46,7 +46,7 @@ void report(const Arguments& arguments) {
   Output output(arguments.output);
   const std::string data =
       input.text().starts_with(results_begin)
-          ? batch_report(input.name(), read_results(arguments.input), options.extra_rules, arguments.examples)
+          ? batch_report(input.name(), read_results(input), options.extra_rules, arguments.examples)
           : script_report(input.text(), input.name(), options, arguments.examples);
   const std::string_view page = report_page();
   const std::size_t place = page.find(placeholder);
