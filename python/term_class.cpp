@@ -75,13 +75,19 @@ py::object infix_term(const PyTerm& self, const Infix& infix, py::handle other, 
 
 void bind_infix(py::class_<PyTerm>& type) {
   for (const Infix& infix : infix_operators) {
-    type.def(infix.method, [&infix](const PyTerm& self, py::handle other) {
-      return infix_term(self, infix, other, Order::given);
-    });
+    type.def(
+        infix.method,
+        [&infix](const PyTerm& self, py::handle other) {
+          return infix_term(self, infix, other, Order::given);
+        },
+        py::call_guard<Turn>());
     if (infix.reflected == nullptr) continue;
-    type.def(infix.reflected, [&infix](const PyTerm& self, py::handle other) {
-      return infix_term(self, infix, other, Order::reflected);
-    });
+    type.def(
+        infix.reflected,
+        [&infix](const PyTerm& self, py::handle other) {
+          return infix_term(self, infix, other, Order::reflected);
+        },
+        py::call_guard<Turn>());
   }
 }
 
@@ -95,8 +101,13 @@ PyTerm unary(const PyTerm& self, const char* method, const char* boolean, const 
 template <bool equal>
 py::object comparison(const PyTerm& self, py::handle other) {
   if (!is_operand(other)) return py::reinterpret_borrow<py::object>(Py_NotImplemented);
-  const Term* operand = as_term(self.workspace, other, self.sort()).term;
-  return py::cast(apply(self, equal ? "=" : "distinct", self.term, operand));
+  try {
+    const Term* operand = as_term(self.workspace, other, self.sort()).term;
+    return py::cast(apply(self, equal ? "=" : "distinct", self.term, operand));
+  } catch (const std::invalid_argument& e) {
+    // Lists and sets compare whatever is in them, of other sorts and managers too.
+    return py::cast(PyIncomparable{e.what(), !equal});
+  }
 }
 
 /// So that terms can be members of sets and lists: an equality is true exactly for one and the same term.
@@ -112,30 +123,14 @@ bool truth(const PyTerm& self) {
   throw py::type_error("a term is neither true nor false by itself");
 }
 
-/// `x[7:0]` are bits 7 to 0 of a bit-vector, `x[7]` is bit 7 of it; `a[i]` is an array's element.
-PyTerm item(const PyTerm& self, const py::object& key) {
-  TermManager& m = self.manager();
-  const DataType* sort = self.sort();
-  if (m.is_array_type(sort)) {
-    const PyTerm index = as_term(self.workspace, key, sort->get_component(1));
-    return apply(self, "select", self.term, index.term);
-  }
-  if (!m.is_bv_type(sort)) throw py::type_error("terms of sort " + sort->to_string() + " have no parts");
-  std::size_t high = 0;
-  std::size_t low = 0;
-  if (py::isinstance<py::slice>(key)) {
-    if (!key.attr("step").is_none()) throw py::type_error("bits are given as x[high:low]");
-    high = key.attr("start").cast<std::size_t>();
-    low = key.attr("stop").cast<std::size_t>();
-  } else {
-    high = low = key.cast<std::size_t>();
-  }
-  return self.with(m.make_bv_extract(high, low, self.term));
+std::string text_of(const PyTerm& self) {
+  return at_length([&] { return self.workspace->text(self.term); });
 }
 
 PyDerivation explain(const PyTerm& self) {
   std::vector<Step> steps;
-  PyDerivation result{self, self.with(self.workspace->simplify(self.term, steps)), {}};
+  const Term* after = at_length([&] { return self.workspace->simplify(self.term, steps); });
+  PyDerivation result{self, self.with(after), {}};
   for (Step& s : steps) result.steps.push_back({self.workspace, std::move(s)});
   return result;
 }
@@ -159,46 +154,58 @@ std::string head(const PyTerm& self) {
 }  // namespace
 
 void bind_terms(py::module_& m) {
+  const py::call_guard<Turn> in_turn;
   py::class_<PyTerm> type(m, "Term", "A term; equal terms of a manager are the same term.");
   bind_infix(type);
-  type.def("__eq__", comparison<true>)
-      .def("__ne__", comparison<false>)
+  const auto property = [&](const char* name, const auto& getter, const char* text) {
+    type.def_property_readonly(name, py::cpp_function(getter, in_turn), text);
+  };
+  type.def("__eq__", comparison<true>, in_turn)
+      .def("__ne__", comparison<false>, in_turn)
       .def("__hash__", [](const PyTerm& t) { return std::hash<const void*>()(t.term); })
-      .def("__bool__", truth)
-      .def("__neg__", [](const PyTerm& t) { return unary(t, "__neg__", nullptr, "-", "bvneg", "fp.neg"); })
-      .def("__abs__", [](const PyTerm& t) { return unary(t, "__abs__", nullptr, "abs", nullptr, "fp.abs"); })
-      .def("__invert__",
-           [](const PyTerm& t) { return unary(t, "__invert__", "not", nullptr, "bvnot", nullptr); })
-      .def("__getitem__", item)
-      .def("__str__", [](const PyTerm& t) { return t.workspace->text(t.term); })
+      .def("__bool__", truth, in_turn)
       .def(
-          "same", [](const PyTerm& a, const PyTerm& b) { return a.term == b.term; },
+          "__neg__", [](const PyTerm& t) { return unary(t, "__neg__", nullptr, "-", "bvneg", "fp.neg"); },
+          in_turn)
+      .def(
+          "__abs__", [](const PyTerm& t) { return unary(t, "__abs__", nullptr, "abs", nullptr, "fp.abs"); },
+          in_turn)
+      .def(
+          "__invert__",
+          [](const PyTerm& t) { return unary(t, "__invert__", "not", nullptr, "bvnot", nullptr); }, in_turn)
+      .def("__getitem__", item, in_turn)
+      .def("__iter__", bits, in_turn)
+      .def("__len__", num_bits, in_turn)
+      .def("__str__", text_of, in_turn)
+      .def(
+          "same", [](const PyTerm& a, const PyTerm& b) { return a.term == b.term; }, py::arg("other"),
           "Whether both are one and the same term.")
+      .def("to_smt2", text_of, in_turn, "The term on one line.")
       .def(
-          "to_smt2", [](const PyTerm& t) { return t.workspace->text(t.term); }, "The term on one line.")
-      .def(
-          "simplify", [](const PyTerm& t) { return t.with(t.workspace->simplify(t.term)); },
-          "A term equal to this one, simplified.")
-      .def("explain", explain, "How this term is simplified, step by step.")
-      .def_property_readonly("manager", [](const PyTerm& t) { return PyManager{t.workspace}; })
-      .def_property_readonly("sort",
-                             [](const PyTerm& t) {
-                               return PySort{t.workspace, t.sort()};
-                             })
-      .def_property_readonly("op", head, "The name of the operator, function or constant at the top.")
-      .def_property_readonly("args", args_of)
-      .def_property_readonly(
-          "id", [](const PyTerm& t) { return t.term->id; },
-          "Creation number: an older term has a smaller one.")
-      .def_property_readonly(
-          "num_nodes",
-          [](const PyTerm& t) {
-            return t.workspace->num_nodes({&t.term, 1});
-          },
-          "Number of distinct sub-terms, this one included.")
-      .def_property_readonly(
-          "value", value_of,
-          "A bool, int or Fraction for constants (of bit-vectors the unsigned value), else None.");
+          "simplify",
+          [](const PyTerm& t) { return t.with(at_length([&] { return t.workspace->simplify(t.term); })); },
+          in_turn, "A term equal to this one, simplified.")
+      .def("explain", explain, in_turn, "How this term is simplified, step by step.");
+  property(
+      "manager", [](const PyTerm& t) { return PyManager(t.workspace); }, "The manager that holds the term.");
+  property(
+      "sort",
+      [](const PyTerm& t) {
+        return PySort{t.workspace, t.sort()};
+      },
+      "The term's sort.");
+  property("op", head, "The name of the operator, function or constant at the top.");
+  property("args", args_of, "The arguments of the operator or function at the top.");
+  property(
+      "id", [](const PyTerm& t) { return t.term->id; }, "Creation number: an older term has a smaller one.");
+  property(
+      "num_nodes",
+      [](const PyTerm& t) { return at_length([&] {
+                              return t.workspace->num_nodes({&t.term, 1});
+                            }); },
+      "Number of distinct sub-terms, this one included.");
+  property("value", value_of,
+           "A bool, int or Fraction for constants (of bit-vectors the unsigned value), else None.");
 }
 
 }  // namespace quarv::python

@@ -1,16 +1,18 @@
 #pragma once
 
+#include <cstring>
 #include <memory>
+#include <new>
 #include <pybind11/pybind11.h>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "turn.h"
 #include <quarv/smtlib.h>
 
 /// What Python sees. Each object keeps the workspace alive that its term belongs to.
 namespace quarv::python {
-
-namespace py = pybind11;
 
 using Shared = std::shared_ptr<Workspace>;
 
@@ -30,10 +32,32 @@ struct PyTerm {
   PyTerm with(const Term* t) const { return {workspace, t}; }
 };
 
-struct PyManager {
-  Shared workspace;
+class PyManager {
+ public:
+  explicit PyManager(Shared workspace) : workspace_(std::move(workspace)) {}
 
-  PyTerm term(const Term* t) const { return {workspace, t}; }
+  /// \throws std::invalid_argument for an object that was made without its `__init__`
+  const Shared& workspace() const {
+    if (workspace_ == nullptr) throw std::invalid_argument("Manager.__init__ has not been called");
+    return workspace_;
+  }
+  PyTerm term(const Term* t) const { return {workspace(), t}; }
+
+  /// Of zeros, since pybind11 takes such memory for the object where `__init__` was not called: a null
+  /// pointer.
+  static void* operator new(std::size_t size) { return std::memset(::operator new(size), 0, size); }
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void* p) { ::operator delete(p); }
+
+ private:
+  Shared workspace_;
+};
+
+/// What `==` and `!=` make of a term and something that no term can be equal to. As a truth value it is what
+/// it seems; where a term is expected, it is the error that it was made for.
+struct PyIncomparable {
+  std::string reason;
+  bool truth;
 };
 
 /// A declared function.
@@ -59,6 +83,12 @@ struct PyDerivation {
 /// and `False` are formulas, integers, fractions and floats are constants of that sort.
 PyTerm as_term(const Shared& workspace, py::handle value, const DataType* wanted);
 
+/// The integer that a Python integer is, however long.
+QNumber integer_of(py::handle value);
+
+/// How Python writes a value, cut short, for messages.
+std::string shown(py::handle value);
+
 /// Whether `as_term` may take the value at all.
 bool is_operand(py::handle value);
 
@@ -67,6 +97,21 @@ PyTerm make(const Shared& workspace, const std::string& op, const py::args& args
 
 /// What a constant stands for in Python; None for other terms.
 py::object value_of(const PyTerm& t);
+
+/// An index of a part that a term does not have.
+class BoundsError : public std::out_of_range {
+ public:
+  using std::out_of_range::out_of_range;
+};
+
+/// `x[high:low]`, `x[i]` and `a[i]`.
+PyTerm item(const PyTerm& self, const py::object& key);
+
+/// The bits of a bit-vector one by one, beginning with bit 0.
+py::iterator bits(const PyTerm& self);
+
+/// The width of a bit-vector.
+std::size_t num_bits(const PyTerm& self);
 
 /// Binds the class Term.
 void bind_terms(py::module_& m);

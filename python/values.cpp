@@ -8,20 +8,47 @@ namespace quarv::python {
 
 namespace {
 
+constexpr int hexadecimal = 16;  // Python writes and reads such numbers however long they are
+
 bool is_fraction(py::handle value) {
   return py::hasattr(value, "numerator") && py::hasattr(value, "denominator");
 }
 
+/// Of an integer or a fraction.
 QNumber number_of(py::handle value) {
-  return QNumber::parse(std::string(py::str(value)));
+  if (py::isinstance<py::int_>(value)) return integer_of(value);
+  const QNumber numerator = integer_of(value.attr("numerator"));
+  return numerator / integer_of(value.attr("denominator"));
+}
+
+py::int_ python_integer(const mpz_class& value) {
+  const std::string digits = value.get_str(hexadecimal);
+  PyObject* result = PyLong_FromString(digits.c_str(), nullptr, hexadecimal);
+  if (result == nullptr) throw py::error_already_set();
+  return py::reinterpret_steal<py::int_>(result);
+}
+
+/// A format as it is written in indices: "8 24".
+std::string format_of(TermManager& m, const DataType* sort, std::size_t* ew, std::size_t* mw) {
+  m.get_format_from_type(sort, ew, mw);
+  return std::to_string(*ew) + ' ' + std::to_string(*mw + 1);
+}
+
+/// The float next to an integer, rounded once.
+const Term* float_constant(Workspace& workspace, const QNumber& value, const DataType* sort) {
+  TermManager& m = workspace.manager();
+  std::size_t ew = 0;
+  std::size_t mw = 0;
+  const std::string format = format_of(m, sort, &ew, &mw);
+  const Term* args[] = {m.make_rounding_even(), m.make_number(value)};
+  return workspace.simplify(workspace.make("(_ to_fp " + format + ")", args));
 }
 
 const Term* float_constant(Workspace& workspace, double value, const DataType* sort) {
   TermManager& m = workspace.manager();
   std::size_t ew = 0;
   std::size_t mw = 0;
-  m.get_format_from_type(sort, &ew, &mw);
-  const std::string format = std::to_string(ew) + ' ' + std::to_string(mw + 1);
+  const std::string format = format_of(m, sort, &ew, &mw);
   if (std::isnan(value)) return workspace.term("(_ NaN " + format + ")");
   const auto encoding = QNumber::parse(std::to_string(std::bit_cast<std::uint64_t>(value)));
   const Term* as_double = m.make_fp_bits_number(encoding, 11, 52);
@@ -31,13 +58,35 @@ const Term* float_constant(Workspace& workspace, double value, const DataType* s
 }
 
 [[noreturn]] void no_constant(py::handle value, const DataType* wanted) {
-  throw SortError(std::string(py::repr(value)) + " is no constant of sort " + wanted->to_string());
+  throw SortError(shown(value) + " is no constant of sort " + wanted->to_string());
 }
 
 }  // namespace
 
+std::string shown(py::handle value) {
+  constexpr std::size_t longest = 100;
+  const auto text = py::reinterpret_steal<py::object>(PyObject_Repr(value.ptr()));
+  if (!text) {
+    PyErr_Clear();  // such as an integer that it does not want to write
+    return "a value of type " + std::string(py::str(py::type::handle_of(value).attr("__name__")));
+  }
+  std::string result(py::str(text[py::slice(0, longest, 1)]));
+  if (py::len(text) > longest) result += " ...";
+  return result;
+}
+
+QNumber integer_of(py::handle value) {
+  const auto integer = py::reinterpret_steal<py::object>(PyNumber_Index(value.ptr()));
+  if (!integer) throw py::error_already_set();
+  const auto text = py::reinterpret_steal<py::object>(PyNumber_ToBase(integer.ptr(), hexadecimal));
+  if (!text) throw py::error_already_set();
+  const mpz_class parsed(std::string(py::str(text)), 0);  // the text says its base
+  return QNumber::from_integer(parsed.get_mpz_t());
+}
+
 bool is_operand(py::handle value) {
-  return py::isinstance<PyTerm>(value) || py::isinstance<py::float_>(value) || is_fraction(value);
+  return py::isinstance<PyTerm>(value) || py::isinstance<PyIncomparable>(value) ||
+         py::isinstance<py::float_>(value) || is_fraction(value);
 }
 
 PyTerm as_term(const Shared& workspace, py::handle value, const DataType* wanted) {
@@ -47,17 +96,20 @@ PyTerm as_term(const Shared& workspace, py::handle value, const DataType* wanted
     if (t.workspace != workspace) throw std::invalid_argument("the terms belong to different managers");
     return t;
   }
+  if (py::isinstance<PyIncomparable>(value)) throw SortError(value.cast<const PyIncomparable&>().reason);
   if (py::isinstance<py::bool_>(value)) return {workspace, m.make_bool(value.cast<bool>())};
   if (wanted == nullptr) {
-    throw py::type_error("a term is expected, not " + std::string(py::repr(value)) +
-                         ": no other argument tells the sort");
+    throw py::type_error("a term is expected, not " + shown(value) + ": no other argument tells the sort");
   }
   const bool integer = py::isinstance<py::int_>(value);
   const bool floating = py::isinstance<py::float_>(value);
   if (m.is_bv_type(wanted) && integer) {
     return {workspace, workspace->bit_vector(number_of(value), m.get_width_from_type(wanted))};
   }
-  if (m.is_fp_type(wanted) && (integer || floating)) {
+  if (m.is_fp_type(wanted) && integer) {
+    return {workspace, float_constant(*workspace, number_of(value), wanted)};
+  }
+  if (m.is_fp_type(wanted) && floating) {
     return {workspace, float_constant(*workspace, value.cast<double>(), wanted)};
   }
   if (m.is_arithmetic_type(wanted)) {
@@ -98,9 +150,9 @@ py::object value_of(const PyTerm& t) {
   if (t.term == m.false_term) return py::bool_(false);
   const QNumber* value = m.get_number(t.term);
   if (value == nullptr || m.is_fp_type(t.sort())) return py::none();
-  const py::str text(value->to_string());
-  if (value->is_integer()) return py::int_(py::reinterpret_steal<py::object>(PyNumber_Long(text.ptr())));
-  return py::module_::import("fractions").attr("Fraction")(text);
+  const py::int_ numerator = python_integer(value->num());
+  if (value->is_integer()) return numerator;
+  return py::module_::import("fractions").attr("Fraction")(numerator, python_integer(value->den()));
 }
 
 }  // namespace quarv::python

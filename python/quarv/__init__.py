@@ -8,6 +8,7 @@
 """
 
 from ._quarv import (
+    BoundsError,
     Derivation,
     Error,
     Function,
@@ -21,14 +22,18 @@ from ._quarv import (
     make,
     simplify_smt2,
 )
+from . import _constants  # gives managers the constants of the usual sorts
 from . import _rich  # gives the classes their texts, and how notebooks show them
 from ._operators import *
 from ._operators import __all__ as _operator_names
 
 __all__ = [
-    "Derivation", "Error", "Function", "Manager", "ParseError", "Sort", "SortError", "Step", "Term", "make",
+    "BoundsError", "Derivation", "Error", "Function", "Manager", "ParseError", "Sort", "SortError", "Step", "Term", "make",
     "parse_smt2", "simplify", "simplify_smt2", "to_smt2", *_operator_names
 ]
+
+for _class in (BoundsError, Derivation, Error, Function, Manager, ParseError, Sort, SortError, Step, Term):
+    _class.__module__ = "quarv"  # where users find it
 
 
 def simplify(term):
@@ -43,6 +48,7 @@ def parse_smt2(text, name="<string>", manager=None):
 
 def to_smt2(*assertions):
     """A script that declares what occurs in the formulas and asserts them."""
-    if not assertions:
-        return "(set-logic ALL)\n"
-    return assertions[0].manager.to_smt2(assertions)
+    for term in assertions:
+        if isinstance(term, Term):
+            return term.manager.to_smt2(assertions)
+    return Manager().to_smt2(assertions)

@@ -1,4 +1,4 @@
-"""How objects look: as text, and in a notebook."""
+"""How objects look: as text, and in a notebook; and how they are copied."""
 
 from ._quarv import Derivation, Function, Manager, Sort, Step, Term
 
@@ -49,28 +49,50 @@ def _step_text(step):
     return f"{_short(step.before)}  ->  {_short(step.after)}  by {_by(step)}"
 
 
-Term.__repr__ = lambda term: _short(term, 200)
-Term._repr_html_ = _term_html
+def _term_text(term):
+    return _short(term, 200)
+
+
+def _function_text(function):
+    return f"<function {function.name}>"
+
+
+def _iterate(derivation):
+    return iter(derivation.steps)
+
+
+def _length(derivation):
+    return len(derivation.steps)
+
+
+def _derivation_text(derivation):
+    return "\n".join(map(_step_text, derivation.steps))
+
+
+def _same_object(self):
+    return self
+
+
+def _same_object_deeply(self, _memo):
+    return self
+
+
+def _add(name, function, *classes):
+    """Gives classes a method of that name."""
+    function.__name__ = function.__qualname__ = name
+    function.__module__ = "quarv"
+    for cls in classes:
+        setattr(cls, name, function)
+
+
+_add("__repr__", _term_text, Term)
+_add("_repr_html_", _term_html, Term)
 Sort.__repr__ = Sort.__str__
-Function.__repr__ = lambda function: f"<function {function.name}>"
-Step.__str__ = Step.__repr__ = _step_text
-Derivation.__iter__ = lambda derivation: iter(derivation.steps)
-Derivation.__len__ = lambda derivation: len(derivation.steps)
-Derivation.__str__ = Derivation.__repr__ = lambda derivation: "\n".join(map(_step_text, derivation.steps))
-Derivation._repr_html_ = _derivation_html
-
-
-def _constant(sort):
-    def declare(self, name):
-        return self.constant(name, sort)
-
-    declare.__doc__ = f"The declared constant of sort {sort}."
-    return declare
-
-
-Manager.bool = _constant("Bool")
-Manager.int = _constant("Int")
-Manager.real = _constant("Real")
-Manager.bv = lambda self, name, width: self.constant(name, f"(_ BitVec {width})")
-Manager.fp = lambda self, name, eb, sb: self.constant(name, f"(_ FloatingPoint {eb} {sb})")
-Manager.array = lambda self, name, index, element: self.constant(name, f"(Array {index} {element})")
+_add("__repr__", _function_text, Function)
+_add("__repr__", _step_text, Step)
+_add("__repr__", _derivation_text, Derivation)
+_add("__iter__", _iterate, Derivation)
+_add("__len__", _length, Derivation)
+_add("_repr_html_", _derivation_html, Derivation)
+_add("__copy__", _same_object, Term, Sort, Function, Manager)  # copies of a term would be the term
+_add("__deepcopy__", _same_object_deeply, Term, Sort, Function, Manager)

@@ -1,0 +1,157 @@
+#include <algorithm>
+#include <pybind11/stl.h>
+
+#include "module.h"
+
+namespace quarv::python {
+
+namespace {
+
+PyManager new_manager(bool eager, bool standard, bool rules) {
+  const WorkspaceOptions options{eager, standard, rules};
+  return PyManager(Shared(new Workspace(options), [](Workspace* workspace) {
+    const LastTurn turn;
+    delete workspace;
+  }));
+}
+
+/// A sort, or the SMT-LIB text of one.
+const DataType* sort_of(const Shared& workspace, py::handle sort) {
+  if (py::isinstance<py::str>(sort)) return workspace->sort(sort.cast<std::string>());
+  if (!py::isinstance<PySort>(sort)) {
+    throw py::type_error("a sort is given as a Sort or as its text, not as " +
+                         std::string(py::str(py::type::handle_of(sort).attr("__name__"))));
+  }
+  const auto& given = sort.cast<const PySort&>();
+  if (given.workspace != workspace) throw std::invalid_argument("the sort belongs to a different manager");
+  return given.sort;
+}
+
+/// The name, if a symbol of SMT-LIB can have it, between bars if need be.
+const std::string& declarable(const std::string& name) {
+  const bool fits = std::ranges::none_of(name, [](char c) { return c == '\0' || c == '|' || c == '\\'; });
+  if (!fits) {
+    const std::string shown(py::str(py::repr(py::str(name))));
+    throw std::invalid_argument("no symbol can have the name " + shown + ": NUL, | and \\ stand in none");
+  }
+  return name;
+}
+
+std::vector<const Term*> plain(const Shared& workspace, const py::iterable& terms) {
+  std::vector<const Term*> result;
+  for (const py::handle t : terms) {
+    if (!is_operand(t)) {
+      throw py::type_error("a term is expected, not " +
+                           std::string(py::str(py::type::handle_of(t).attr("__name__"))));
+    }
+    result.push_back(as_term(workspace, t, nullptr).term);
+  }
+  return result;
+}
+
+PySort sort(const PyManager& self, const std::string& text) {
+  return {self.workspace(), self.workspace()->sort(text)};
+}
+
+PySort declare_sort(const PyManager& self, const std::string& name, std::size_t num_parameters) {
+  return {self.workspace(), self.workspace()->declare_sort(declarable(name), num_parameters)};
+}
+
+PyTerm constant(const PyManager& self, const std::string& name, const py::object& sort) {
+  const DataType* of = sort_of(self.workspace(), sort);
+  return self.term(self.workspace()->constant(declarable(name), of));
+}
+
+PyFunction function(const PyManager& self, const std::string& name, const std::vector<py::object>& arguments,
+                    const py::object& result) {
+  std::vector<const DataType*> sorts;
+  sorts.reserve(arguments.size());
+  for (const py::object& s : arguments) sorts.push_back(sort_of(self.workspace(), s));
+  if (sorts.empty()) throw std::invalid_argument("a function has arguments; without, it is a constant");
+  const DataType* to = sort_of(self.workspace(), result);
+  return {self.workspace(), name, self.workspace()->function(declarable(name), sorts, to)};
+}
+
+PyTerm value(const PyManager& self, const py::object& value, const py::object& sort) {
+  const DataType* wanted = sort_of(self.workspace(), sort);
+  const PyTerm t = as_term(self.workspace(), value, wanted);
+  TermManager& m = t.manager();
+  const bool whole_real = wanted == m.rat_type && t.sort() == m.int_type;
+  if (t.sort() != wanted && !whole_real) {
+    throw SortError(t.workspace->text(t.term) + " is no constant of sort " + wanted->to_string());
+  }
+  return t;
+}
+
+PyTerm term(const PyManager& self, const std::string& text) {
+  return self.term(at_length([&] { return self.workspace()->term(text); }));
+}
+
+PyTerm make_term(const PyManager& self, const std::string& op, const py::args& args) {
+  return make(self.workspace(), op, args);
+}
+
+std::vector<PyTerm> parse_smt2(const PyManager& self, const std::string& text, const std::string& name) {
+  std::vector<PyTerm> result;
+  for (const Term* t : at_length([&] { return self.workspace()->parse(text, name); })) {
+    result.push_back(self.term(t));
+  }
+  return result;
+}
+
+std::string to_smt2(const PyManager& self, const py::iterable& assertions) {
+  const std::vector<const Term*> terms = plain(self.workspace(), assertions);
+  return at_length([&] { return self.workspace()->script(terms); });
+}
+
+std::size_t num_nodes(const PyManager& self, const py::iterable& terms) {
+  const std::vector<const Term*> roots = plain(self.workspace(), terms);
+  return at_length([&] { return self.workspace()->num_nodes(roots); });
+}
+
+void add_rules(const PyManager& self, const std::string& text, const std::string& name) {
+  self.workspace()->add_rules(text, name);
+}
+
+}  // namespace
+
+void bind_manager(py::module_& m) {
+  const py::call_guard<Turn> in_turn;
+  py::class_<PyManager>(m, "Manager", "Holds terms, simplifiers and rules.")
+      .def(py::init(&new_manager), py::kw_only(), py::arg("eager") = false, py::arg("standard") = false,
+           py::arg("rules") = true, in_turn,
+           "`eager` simplifies each term when it is built; `standard` is the plain layer; without `rules`,\n"
+           "`simplify` applies the simplifiers alone.")
+      .def(
+          "__eq__", [](const PyManager& a, const PyManager& b) { return a.workspace() == b.workspace(); },
+          py::is_operator())
+      .def("__hash__", [](const PyManager& self) { return std::hash<const void*>()(self.workspace().get()); })
+      .def("sort", sort, py::arg("text"), in_turn, "The sort that an SMT-LIB text denotes.")
+      .def("declare_sort", declare_sort, py::arg("name"), py::arg("num_parameters") = 0, in_turn,
+           "An uninterpreted sort; the same name gives the same sort.")
+      .def("constant", constant, py::arg("name"), py::arg("sort"), in_turn,
+           "The declared constant of that name; `sort` is a Sort or its text.")
+      .def("function", function, py::arg("name"), py::arg("arguments"), py::arg("result"), in_turn,
+           "The declared function of that name, from sorts to a sort.")
+      .def("value", value, py::arg("value"), py::arg("sort"), in_turn,
+           "The constant of that sort which a Python value means.")
+      .def("term", term, py::arg("text"), in_turn,
+           "The term that an SMT-LIB text denotes; declared names may occur in it.")
+      .def("make", make_term, py::arg("op"), in_turn,
+           "Applies an operator by its SMT-LIB name, indices included, to terms and Python values.")
+      .def("parse_smt2", parse_smt2, py::arg("text"), py::arg("name") = "<string>", in_turn,
+           "The assertions of an SMT-LIB script that are in force at its end. `name` is for messages.")
+      .def("to_smt2", to_smt2, py::arg("assertions"), in_turn,
+           "A script that declares what occurs in the formulas and asserts them.")
+      .def("num_nodes", num_nodes, py::arg("terms"), in_turn,
+           "Number of distinct sub-terms, the terms themselves included.")
+      .def("add_rules", add_rules, py::arg("text"), py::arg("name") = "<string>", in_turn,
+           "Rewrite rules of your own, tried after those there are. `name` is for messages.")
+      .def_property_readonly(
+          "num_terms",
+          py::cpp_function([](const PyManager& self) { return self.workspace()->manager().num_terms(); },
+                           in_turn),
+          "How many terms there are.");
+}
+
+}  // namespace quarv::python
