@@ -1,5 +1,7 @@
 # Installs the build tree BUILD_DIR, then builds and runs the project in SOURCE_DIR against what was installed, by its CMake
-# package and by pkg-config.
+# package and by pkg-config. The linker's warnings are errors.
+include(${CMAKE_CURRENT_LIST_DIR}/every_header.cmake)
+
 function(run)
   execute_process(COMMAND ${ARGN} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -15,7 +17,7 @@ set(prefix ${WORK_DIR}/prefix)
 file(REMOVE_RECURSE ${WORK_DIR})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix})
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/consumer -G Ninja -DCMAKE_PREFIX_PATH=${prefix}
-    -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Release)
+    -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_BUILD_TYPE=Release -DCMAKE_EXE_LINKER_FLAGS=-Wl,--fatal-warnings)
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/consumer)
 run(${WORK_DIR}/consumer/terms)
 expect_script(${WORK_DIR}/consumer/script)
@@ -26,6 +28,14 @@ execute_process(COMMAND pkg-config --cflags --libs quarv-smtlib OUTPUT_VARIABLE 
 separate_arguments(flags UNIX_COMMAND "${flags}")
 run(${CXX} -std=c++20 ${SOURCE_DIR}/script.cpp -o ${WORK_DIR}/by_pkg_config ${flags} -Wl,-rpath,${prefix}/${LIBDIR})
 expect_script(${WORK_DIR}/by_pkg_config)
+
+find_program(CLANG NAMES clang++ clang++-14)
+set(compilers ${CXX})
+if(CLANG)
+  list(APPEND compilers ${CLANG})
+endif()
+list(REMOVE_DUPLICATES compilers)
+every_header(${prefix} ${LIBDIR} ${WORK_DIR}/every_header ${compilers})
 
 # Programs use the large tables where they are.
 execute_process(COMMAND readelf --relocs --wide ${WORK_DIR}/consumer/terms OUTPUT_VARIABLE relocations
