@@ -1,8 +1,10 @@
 // Numerals: one symbol for each value and type, whatever the form of the number.
+#include <cstdint>
 #include <set>
 #include <string>
 #include <vector>
 
+#include <climits>
 #include <gmpxx.h>
 #include <gtest/gtest.h>
 
@@ -144,6 +146,36 @@ TEST_F(Numerals, AllStayFoundAsTheTablesGrow) {
     ASSERT_EQ(mgr.numbers.find(terms[k]->symbol), places[k]) << "values stay where they are";
   }
   EXPECT_EQ(mgr.numbers.size(), static_cast<std::size_t>(n));
+}
+
+template <class T>
+concept LiteralFrom = requires(TermManager& mgr, T value) {
+  mgr.make_bv_number(value, 8);
+};
+template <class T>
+concept NumberFrom = requires(TermManager& mgr, T value) {
+  mgr.make_number(value);
+};
+
+static_assert(LiteralFrom<QNumber> && LiteralFrom<int> && LiteralFrom<unsigned char> &&
+              LiteralFrom<__int128>);
+static_assert(!LiteralFrom<double> && !LiteralFrom<float> && !LiteralFrom<bool> && !LiteralFrom<char>);
+static_assert(NumberFrom<long> && !NumberFrom<double> && !NumberFrom<bool> && !NumberFrom<char>);
+
+TEST_F(Numerals, LiteralsTakeIntegersAtTheirValue) {
+  const auto literal = [this](auto value, std::size_t width) {
+    return mgr.get_number(mgr.make_bv_number(value, width))->to_string();
+  };
+  EXPECT_EQ(literal(std::uint64_t{0x7fff00000010}, 64), "140733193388048");
+  EXPECT_EQ(literal(std::int64_t{1} << 32, 64), "4294967296");
+  EXPECT_EQ(literal(std::uint32_t{0xffffffff}, 32), "4294967295");
+  EXPECT_EQ(literal(UINT64_MAX, 64), "18446744073709551615");
+  EXPECT_EQ(literal(ULLONG_MAX, 64), "18446744073709551615");
+  EXPECT_EQ(literal(static_cast<unsigned __int128>(1) << 127, 128),
+            "170141183460469231731687303715884105728");
+  EXPECT_EQ(literal(7, 8), "7");
+  EXPECT_THROW(literal(std::uint64_t{1} << 32, 32), SortError);
+  EXPECT_THROW(literal(-1, 8), SortError);
 }
 
 }  // namespace

@@ -216,8 +216,7 @@ quarv_term quarv_number(quarv_manager* m, const char* value) {
   return guarded(m, [&] { return handle(m->terms().make_number(QNumber::parse(checked(value)))); });
 }
 quarv_term quarv_bv(quarv_manager* m, uint64_t value, size_t width) {
-  return guarded(
-      m, [&] { return handle(m->workspace.bit_vector(QNumber::parse(std::to_string(value)), width)); });
+  return guarded(m, [&] { return handle(m->workspace.bit_vector(QNumber(value), width)); });
 }
 quarv_term quarv_bv_number(quarv_manager* m, const char* value, size_t width) {
   return guarded(m, [&] { return handle(m->workspace.bit_vector(QNumber::parse(checked(value)), width)); });

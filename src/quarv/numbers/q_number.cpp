@@ -69,6 +69,20 @@ QNumber::Words QNumber::new_block(mpz_srcptr num, mpz_srcptr den) {
   return {reinterpret_cast<long>(block), 0};
 }
 
+// The words of a big integer.
+QNumber::Words QNumber::wide_integer(unsigned __int128 size, bool negative) {
+  Block* const block = make_block(
+      [=](mpz_ptr part) {
+        const unsigned long words[] = {static_cast<unsigned long>(size),
+                                       static_cast<unsigned long>(size >> 64)};
+        mpz_init2(part, 128);
+        mpz_import(part, 2, -1, sizeof(unsigned long), 0, 0, words);
+        if (negative) mpz_neg(part, part);
+      },
+      [](mpz_ptr part) { mpz_init_set_ui(part, 1); });
+  return {reinterpret_cast<long>(block), 0};
+}
+
 QNumber::QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize) : QNumber(new_block(num, den)) {
   if (canonicalize) reduce_big();
 }

@@ -14,6 +14,7 @@
 
 #include <quarv/export.h>
 #include <quarv/numbers/gcd_cache.h>
+#include <quarv/numbers/integer_types.h>
 
 namespace quarv {
 
@@ -50,10 +51,34 @@ class QUARV_API QNumber {
       become_big(LONG_MIN, 1);
   }
 
+  /// The integer `value`, of whatever width and sign.
+  template <Integer T>
+  QNumber(T value) : QNumber(words_of(value)) {}  // NOLINT: as above
+
+  /// 0.5 and true are no integers; 0.5 is `QNumber(1, 2)`.
+  template <NotAnInteger T>
+  QNumber(T value) = delete;
+
   /// The fraction num/den, reduced.
   ///
   /// \pre den != 0
   QNumber(long num, long den);
+
+  /// Likewise, of integers of whatever width and sign; in small form when it fits.
+  ///
+  /// \pre den != 0
+  template <Integer Num, Integer Den>
+  QNumber(Num num, Den den) : QNumber() {
+    if constexpr (is_word<Num> && is_word<Den>) {
+      *this = QNumber(static_cast<long>(num), static_cast<long>(den));
+    } else {
+      *this = (QNumber(num) / QNumber(den)).demoted();
+    }
+  }
+
+  template <class Num, class Den>
+  requires(NotAnInteger<Num> || NotAnInteger<Den>) QNumber(Num num, Den den)
+  = delete;
 
   /// The fraction num/den in big form, whatever its size. It is reduced when `canonicalize` is true and must
   /// already be canonical otherwise.
@@ -234,11 +259,23 @@ class QUARV_API QNumber {
     return QNumber(sum_general<false>(a, b));
   }
   friend QNumber operator+(const QNumber& a, long b) { return a + QNumber(b); }
+  template <Integer T>
+  friend QNumber operator+(const QNumber& a, T b) {
+    return a + QNumber(b);
+  }
+  template <NotAnInteger T>
+  friend QNumber operator+(const QNumber& a, T b) = delete;
   friend QNumber operator-(const QNumber& a, const QNumber& b) {
     if (long difference; integer_sum<true>(a, b, &difference)) return QNumber(Words{difference, 1});
     return QNumber(sum_general<true>(a, b));
   }
   friend QNumber operator-(const QNumber& a, long b) { return a - QNumber(b); }
+  template <Integer T>
+  friend QNumber operator-(const QNumber& a, T b) {
+    return a - QNumber(b);
+  }
+  template <NotAnInteger T>
+  friend QNumber operator-(const QNumber& a, T b) = delete;
   friend QNumber operator*(const QNumber& a, const QNumber& b) {
     if (long product; integer_product(a, b, &product)) return QNumber(Words{product, 1});
     return QNumber(product_general(a, b));
@@ -263,7 +300,19 @@ class QUARV_API QNumber {
   friend bool operator<=(const QNumber& a, const QNumber& b) { return !(b < a); }
   friend bool operator>=(const QNumber& a, const QNumber& b) { return !(a < b); }
   friend bool operator>=(const QNumber& a, long b) { return a >= QNumber(b); }
+  template <Integer T>
+  friend bool operator>=(const QNumber& a, T b) {
+    return a >= QNumber(b);
+  }
+  template <NotAnInteger T>
+  friend bool operator>=(const QNumber& a, T b) = delete;
   friend bool operator<=(long a, const QNumber& b) { return QNumber(a) <= b; }
+  template <Integer T>
+  friend bool operator<=(T a, const QNumber& b) {
+    return QNumber(a) <= b;
+  }
+  template <NotAnInteger T>
+  friend bool operator<=(T a, const QNumber& b) = delete;
 
   /// The greatest common divisor of two integers, never negative; gcd(x, 0) = |x|.
   friend QNumber gcd(const QNumber& a, const QNumber& b) {
@@ -290,6 +339,31 @@ class QUARV_API QNumber {
 
   /// Takes over the words of a number.
   explicit QNumber(Words words) : num_(words.num), den_(words.den) {}
+
+  /// Whether all values of an integer type are words.
+  template <Integer T>
+  static constexpr bool is_word = std::is_integral_v<T> &&
+                                  (sizeof(T) < sizeof(long) || (sizeof(T) == sizeof(long) && T(-1) < T(0)));
+
+  /// The words of an integer.
+  template <Integer T>
+  static Words words_of(T value) {
+    if constexpr (UnscopedEnum<T>) {
+      return words_of(+value);
+    } else if constexpr (is_word<T>) {
+      const auto word = static_cast<long>(value);
+      if (word != LONG_MIN) [[likely]]
+        return {word, 1};
+      return wide_integer(magnitude(LONG_MIN), true);
+    } else {
+      const bool negative = value < T(0);
+      const auto bits = static_cast<unsigned __int128>(value);
+      const unsigned __int128 size = negative ? -bits : bits;
+      if (size > static_cast<unsigned long>(LONG_MAX)) return wide_integer(size, negative);
+      const auto word = static_cast<long>(size);
+      return {negative ? -word : word, 1};
+    }
+  }
 
   Words words() const { return {num_, den_}; }
 
@@ -358,6 +432,7 @@ class QUARV_API QNumber {
   Block* block() const { return reinterpret_cast<Block*>(num_); }
   static Words new_block();
   static Words new_block(mpz_srcptr num, mpz_srcptr den);
+  static Words wide_integer(unsigned __int128 size, bool negative);
   void become_big(long num, long den);
   void become_big() {
     if (den_ != 0) become_big(num_, den_);

@@ -159,6 +159,12 @@ class QUARV_API TermManager {
   const Term* make_bv_number(int value, std::size_t width) {
     return make_bv_number(QNumber(long{value}), width);
   }
+  template <Integer T>
+  const Term* make_bv_number(T value, std::size_t width) {
+    return make_bv_number(QNumber(value), width);
+  }
+  template <NotAnInteger T>
+  const Term* make_bv_number(T value, std::size_t width) = delete;
 
   /// The floating-point literal given by its IEEE 754 encoding of 1 + ew + mw bits: ew exponent bits, mw
   /// stored significand bits (without the hidden one).
