@@ -78,7 +78,7 @@ PyTerm value(const PyManager& self, const py::object& value, const py::object& s
   TermManager& m = t.manager();
   const bool whole_real = wanted == m.rat_type && t.sort() == m.int_type;
   if (t.sort() != wanted && !whole_real) {
-    throw SortError(t.workspace->text(t.term) + " is no constant of sort " + wanted->to_string());
+    throw SortError(t.workspace->text(t.term) + " is no constant of sort " + wanted->abbreviated());
   }
   return t;
 }

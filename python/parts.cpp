@@ -12,7 +12,7 @@ std::size_t bit_at(const PyTerm& self, py::handle key, std::size_t width) {
   const auto end = static_cast<Py_ssize_t>(width);
   const Py_ssize_t place = given < 0 ? given + end : given;
   if (place < 0 || place >= end) {
-    throw BoundsError("a term of sort " + self.sort()->to_string() + " has no bit " + shown(index));
+    throw BoundsError("a term of sort " + self.sort()->abbreviated() + " has no bit " + shown(index));
   }
   return static_cast<std::size_t>(place);
 }
@@ -20,7 +20,7 @@ std::size_t bit_at(const PyTerm& self, py::handle key, std::size_t width) {
 std::size_t width_of(const PyTerm& self, const char* what) {
   TermManager& m = self.manager();
   const DataType* sort = self.sort();
-  if (!m.is_bv_type(sort)) throw py::type_error("terms of sort " + sort->to_string() + " have no " + what);
+  if (!m.is_bv_type(sort)) throw py::type_error("terms of sort " + sort->abbreviated() + " have no " + what);
   return m.get_width_from_type(sort);
 }
 

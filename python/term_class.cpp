@@ -57,7 +57,7 @@ const char* operation(const PyTerm& self, const Infix& infix) {
                    : m.is_fp_type(sort)         ? infix.floating_point
                                                 : nullptr;
   if (op != nullptr) return op;
-  std::string message = std::string(infix.method) + " means nothing for terms of sort " + sort->to_string();
+  std::string message = std::string(infix.method) + " means nothing for terms of sort " + sort->abbreviated();
   if (m.is_bv_type(sort) && infix.ambiguous != nullptr) message += std::string(": use ") + infix.ambiguous;
   throw py::type_error(message);
 }

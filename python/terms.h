@@ -20,7 +20,7 @@ struct PySort {
   Shared workspace;
   const DataType* sort;
 
-  std::string text() const { return sort->to_string(std::string::npos - 1); }
+  std::string text() const { return sort->to_string(); }
 };
 
 struct PyTerm {

@@ -58,7 +58,7 @@ const Term* float_constant(Workspace& workspace, double value, const DataType* s
 }
 
 [[noreturn]] void no_constant(py::handle value, const DataType* wanted) {
-  throw SortError(shown(value) + " is no constant of sort " + wanted->to_string());
+  throw SortError(shown(value) + " is no constant of sort " + wanted->abbreviated());
 }
 
 }  // namespace

@@ -93,8 +93,8 @@ std::string StepQueries::definition(const std::string& name, const Term* t, cons
   std::ostringstream text;
   const bool as_real = manager.type_of(t) != sort;
   smtlib::print_term(manager, t, text, smtlib::Sharing::let, script_);
-  return fmt::format("(define-fun {} () {}\n  {}{}{})\n", name, sort->to_string(std::string::npos - 1),
-                     as_real ? "(to_real " : "", plain.plain(text.str()), as_real ? ")" : "");
+  return fmt::format("(define-fun {} () {}\n  {}{}{})\n", name, sort->to_string(), as_real ? "(to_real " : "",
+                     plain.plain(text.str()), as_real ? ")" : "");
 }
 
 std::string StepQueries::declarations(std::span<const Term* const> terms, PlainTerms& plain) const {
@@ -107,10 +107,9 @@ std::string StepQueries::declarations(std::span<const Term* const> terms, PlainT
     plain.declare(s->name);
     std::string arguments;
     for (std::size_t i = 0; i < manager.arity(s); ++i) {
-      arguments += (i == 0 ? "" : " ") + manager.argument_type(s, i)->to_string(std::string::npos - 1);
+      arguments += (i == 0 ? "" : " ") + manager.argument_type(s, i)->to_string();
     }
-    text += fmt::format("(declare-fun {} ({}) {})\n", name, arguments,
-                        s->get_output_type()->to_string(std::string::npos - 1));
+    text += fmt::format("(declare-fun {} ({}) {})\n", name, arguments, s->get_output_type()->to_string());
   }
   return text;
 }

@@ -181,7 +181,7 @@ quarv_sort quarv_parse_sort(quarv_manager* m, const char* text) {
   return guarded(m, [&] { return handle(m->workspace.sort(checked(text))); });
 }
 char* quarv_sort_to_string(quarv_manager* m, quarv_sort s) {
-  return guarded(m, [&] { return handle(sort(s)->to_string(std::string::npos - 1)); });
+  return guarded(m, [&] { return handle(sort(s)->to_string()); });
 }
 size_t quarv_bv_width(quarv_manager* m, quarv_sort s) {
   return guarded(m, [&] {

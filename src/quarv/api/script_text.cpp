@@ -114,7 +114,7 @@ std::string script_text(const TermManager& manager, std::span<const Term* const>
   for (const std::string& text : texts) add(Command::Kind::other, text);
   for (const Term* t : assertions) {
     if (manager.type_of(t) != manager.bool_type) {
-      throw SortError("assert: argument 1 has sort " + manager.type_of(t)->to_string() + ", expected Bool");
+      throw SortError("assert: argument 1 has sort " + manager.type_of(t)->abbreviated() + ", expected Bool");
     }
     Command& command = add(Command::Kind::assertion, "(assert ");
     command.suffix = ")";

@@ -195,9 +195,9 @@ bool InterpretedRule::operator()(TermManager* mgr, const Term* t, const Term** o
   const Term* const result = attempt.build_result();
   if (mgr->type_of(result) != mgr->type_of(t)) {
     std::string reason = "the result has the sort ";
-    reason += mgr->type_of(result)->to_string();
+    reason += mgr->type_of(result)->abbreviated();
     reason += ", the term that it replaces ";
-    reason += mgr->type_of(t)->to_string();
+    reason += mgr->type_of(t)->abbreviated();
     throw RuleError(rule_.line, 1, reason);
   }
   *out = result;

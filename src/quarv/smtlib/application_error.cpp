@@ -17,7 +17,7 @@ std::string wrong_number(std::string_view name, std::size_t given, std::string_v
 ApplicationError wrong_sort(std::string_view name, std::size_t position, const DataType* found,
                             const std::string& expected) {
   return {Part::argument, position,
-          std::string(name) + ": argument " + std::to_string(position) + " has sort " + found->to_string() +
+          std::string(name) + ": argument " + std::to_string(position) + " has sort " + found->abbreviated() +
               ", expected " + expected};
 }
 
@@ -69,7 +69,7 @@ class SortChecker {
 
   /// Of a kind, and of the same sort as those of this kind before.
   std::string as_first(const DataType* found, bool of_kind, const char* kind) {
-    if (first_ != nullptr) return unless(found == first_, first_->to_string().c_str());
+    if (first_ != nullptr) return unless(found == first_, first_->abbreviated().c_str());
     if (of_kind) first_ = found;
     return unless(of_kind, kind);
   }
@@ -77,14 +77,14 @@ class SortChecker {
   /// Of one sort with those before; an Int goes with a Real.
   std::string common(const DataType* found) {
     const DataType* both = first_ == nullptr ? found : m_.get_supertype(first_, found);
-    if (both == nullptr) return first_->to_string();
+    if (both == nullptr) return first_->abbreviated();
     first_ = both;
     return {};
   }
 
   std::string part(std::size_t component, const DataType* found) const {
     const DataType* wanted = first_->get_component(component);
-    return fits(m_, found, wanted) ? std::string() : wanted->to_string();
+    return fits(m_, found, wanted) ? std::string() : wanted->abbreviated();
   }
 
   const TermManager& m_;
@@ -129,7 +129,7 @@ std::optional<ApplicationError> wrong_argument(const TermManager& manager, std::
   for (std::size_t i = 0; i < args.size(); ++i) {
     const DataType* found = manager.type_of(args[i]);
     const DataType* wanted = manager.argument_type(function, i);
-    if (!fits(manager, found, wanted)) return wrong_sort(name, i + 1, found, wanted->to_string());
+    if (!fits(manager, found, wanted)) return wrong_sort(name, i + 1, found, wanted->abbreviated());
   }
   return std::nullopt;
 }

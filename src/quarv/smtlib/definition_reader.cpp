@@ -106,7 +106,7 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
 /// The sort as it is printed. Definitions that follow each other are often of one sort.
 const std::string& Reader::text_of(const DataType* sort) {
   if (sort != last_sort_) {
-    last_sort_text_ = sort->to_string(std::string::npos - 1);
+    last_sort_text_ = sort->to_string();
     last_sort_ = sort;
   }
   return last_sort_text_;

@@ -29,7 +29,7 @@ Format format_of(const OperatorContext& c) {
                                const std::string& expected) {
   throw ApplicationError(ApplicationError::Part::argument, position,
                          "argument " + std::to_string(position) + " has sort " +
-                             c.manager.type_of(a[position - 1])->to_string() + ", expected " + expected);
+                             c.manager.type_of(a[position - 1])->abbreviated() + ", expected " + expected);
 }
 
 /// sign, exponent and significand bits put together: a literal when all three are.
@@ -75,7 +75,7 @@ const Term* to_fp(OperatorContext& c, Args a) {
     if (m.type_of(a[0]) != bits) {
       throw ApplicationError(
           ApplicationError::Part::argument, 1,
-          "argument 1 has sort " + m.type_of(a[0])->to_string() + ", expected " + bits->to_string());
+          "argument 1 has sort " + m.type_of(a[0])->abbreviated() + ", expected " + bits->abbreviated());
     }
     return m.make_fp_from_ieeebv(ew, mw, a[0]);
   }

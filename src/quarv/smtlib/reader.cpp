@@ -388,7 +388,8 @@ void Reader::add_term(Script& script, Command& command, const Term* t, const Dat
 void Reader::check_sort(const char* where, const Term* t, const DataType* wanted) {
   const DataType* found = manager_.type_of(t);
   if (manager_.get_supertype(found, wanted) != wanted) {
-    fail(where, "a term of sort " + found->to_string() + " where " + wanted->to_string() + " is expected");
+    fail(where,
+         "a term of sort " + found->abbreviated() + " where " + wanted->abbreviated() + " is expected");
   }
 }
 

@@ -79,7 +79,7 @@ void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
   out_.put(largest_dollar_name_ + num_definitions_ + 1);
   out_.put(" () ");
   const std::size_t text = out_.hold();
-  out_.put(type->to_string(std::string::npos - 1));
+  out_.put(type->to_string());
   out_.put(' ');
   asserting_ = true;
   write_root(d.node, d.unit);

@@ -212,7 +212,7 @@ void ScriptWriter::write_quantifier(Node n) {
     first = false;
     write_name(out_, v->symbol->name);
     out_.put(' ');
-    out_.put(m_.type_of(v)->to_string(std::string::npos - 1));
+    out_.put(m_.type_of(v)->to_string());
     out_.put(')');
     created(v);
   }

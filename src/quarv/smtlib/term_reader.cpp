@@ -133,7 +133,7 @@ void Reader::open_head(const Token& open) {
   open_frame(Frame::function, open.start);
   if (is_word(name, "const")) {
     if (!manager_.is_array_type(sort))
-      fail(name.start, "const needs an array sort, not " + sort->to_string());
+      fail(name.start, "const needs an array sort, not " + sort->abbreviated());
     frames_.back().symbol = manager_.make_array_const_symbol(sort);
     return;
   }

@@ -211,7 +211,7 @@ void write_head(const TermManager& m, const Symbol* s, OutputBuffer& out) {
       return write_indexed(out, "int2bv", a);
     case SymbolTag::ARRAY_CONST:
       out.put("(as const ");
-      out.put(s->get_output_type()->to_string(std::string::npos - 1));
+      out.put(s->get_output_type()->to_string());
       return out.put(")");
     case SymbolTag::FP_CAST:
       m.is_fp_cast(s, &a, &b, &c, &d);

@@ -148,7 +148,7 @@ std::size_t Trace::define_sort(const DataType* type) {
     pending.pop_back();
     put_number("{\"sort\":", sorts_.size());
     out_.put(",\"name\":");
-    put_string((applied ? t->components[0] : t)->to_string(std::string::npos - 1));
+    put_string((applied ? t->components[0] : t)->to_string());
     for (std::size_t i = 1; applied && i < t->components.size(); ++i) {
       put_number(i == 1 ? ",\"args\":[" : ",", sorts_[t->components[i]]);
     }

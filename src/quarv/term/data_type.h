@@ -35,8 +35,11 @@ class QUARV_API DataType {
   /// Number of nodes of the sort written as a tree, saturating; bounds what printing it costs.
   std::uint64_t tree_size() const noexcept { return tree_size_; }
 
-  /// The sort in SMT-LIB syntax, cut off with "..." after about `max_length` characters.
-  std::string to_string(std::size_t max_length = 200) const;
+  /// The sort in SMT-LIB syntax; cut off with "..." after about `max_length` characters, if it is given.
+  std::string to_string(std::size_t max_length = std::string::npos) const;
+
+  /// The sort as it stands in messages, which do not grow with it.
+  std::string abbreviated() const { return to_string(200); }
 
  private:
   friend class TermManager;

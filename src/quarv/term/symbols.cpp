@@ -300,7 +300,7 @@ const Symbol* TermManager::make_int_mod_congr_symbol(const QNumber& modulus) {
 
 const Symbol* TermManager::make_array_symbol(SymbolTag::tag tag, const DataType* array_type) {
   if (!is_array_type(array_type)) {
-    throw SortError(std::string(SymbolTag::name(tag)) + ": " + array_type->to_string() +
+    throw SortError(std::string(SymbolTag::name(tag)) + ": " + array_type->abbreviated() +
                     " is not an array sort");
   }
   const Symbol*& entry = array_type->array_symbols_[tag - SymbolTag::ARRAY_READ];

@@ -136,14 +136,14 @@ namespace {
 [[noreturn]] void wrong_type(const char* op, std::size_t position, const DataType* found,
                              const std::string& wanted) {
   throw SortError(std::string(op) + ": argument " + std::to_string(position) + " has sort " +
-                  found->to_string() + ", expected " + wanted);
+                  found->abbreviated() + ", expected " + wanted);
 }
 
 }  // namespace
 
 void TermManager::check_type(const char* op, const Term* a, std::size_t position,
                              const DataType* wanted) const {
-  if (!fits(a, wanted)) wrong_type(op, position, type_of(a), wanted->to_string());
+  if (!fits(a, wanted)) wrong_type(op, position, type_of(a), wanted->abbreviated());
 }
 
 void TermManager::check_args(const Symbol* symbol, Args args) const {
