@@ -36,7 +36,7 @@ class Phase {
 
 Script read(Session& session, const std::string& text, const char* phase_name) {
   Phase phase(phase_name);
-  Script script = session.read(text, "profile.smt2");
+  Script script = session.read_in_place(text, "profile.smt2");
   phase.end("byte read", text.size());
   return script;
 }

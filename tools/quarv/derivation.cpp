@@ -195,7 +195,7 @@ std::string trace_of(std::string_view text, const std::string& name, const smtli
   std::ostringstream out;
   smtlib::Trace trace(session.manager(), session.simplifier().normalizer, out);
   session.simplifier().set_observer(&trace);
-  session.read(text, name, [&trace](const smtlib::Script& script) { trace.command_read(script); });
+  session.read_in_place(text, name, [&trace](const smtlib::Script& script) { trace.command_read(script); });
   session.simplifier().set_observer(nullptr);
   trace.finish();
   return std::move(out).str();

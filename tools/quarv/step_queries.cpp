@@ -17,7 +17,7 @@ StepQueries::StepQueries(std::string_view text, const std::string& file,
                          const smtlib::SimplifyOptions& options)
     : session_(options) {
   session_.simplifier().set_observer(this);
-  script_ = session_.read(text, file, [this](const smtlib::Script& script) {
+  script_ = session_.read_in_place(text, file, [this](const smtlib::Script& script) {
     assertion_ += script.commands.back().kind == smtlib::Command::Kind::assertion;
   });
   session_.simplifier().set_observer(nullptr);

@@ -29,7 +29,7 @@ smtlib::SimplifyOptions as_written() {
 class TermInContext {
  public:
   TermInContext(const Input& context, const std::string& text) {
-    session_.read(context.text(), context.name());
+    session_.read_in_place(context.text(), context.name());
     smtlib::Reader::check_expression(text, "TERM");
     const std::string command = "(simplify " + text + "\n)";
     smtlib::Script script;

@@ -286,7 +286,7 @@ const Term* Workspace::make(std::string_view op, Args args) {
 std::vector<const Term*> Workspace::parse(std::string_view text, const std::string& file) {
   State& s = *state_;
   smtlib::Reader reader(s.manager, reader_options(s.options));
-  const smtlib::Script script = reader.read(text, file);
+  const smtlib::Script script = reader.read_in_place(text, file);
   std::vector<const Term*> assertions;
   std::vector<std::size_t> levels;
   for (const Command& c : script.commands) {

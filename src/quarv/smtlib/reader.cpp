@@ -205,7 +205,7 @@ std::string Reader::quoted(std::string_view name) {
 }
 
 std::string_view Reader::keep(std::string_view text) {
-  char* copy = static_cast<char*>(text_.allocate(text.size()));
+  char* copy = static_cast<char*>(text_->allocate(text.size()));
   std::memcpy(copy, text.data(), text.size());
   return {copy, text.size()};
 }
@@ -254,9 +254,19 @@ void Reader::set_input(std::string_view text, std::string file) {
 Script Reader::read(std::string_view text, std::string file,
                     const std::function<void(const Script&)>& command_read) {
   set_input(text, std::move(file));
+  return read_all(command_read);
+}
+
+Script Reader::read_in_place(std::string_view text, std::string file,
+                             const std::function<void(const Script&)>& command_read) {
+  set_input(text, std::move(file));
   keep_text_ = false;
+  return read_all(command_read);
+}
+
+Script Reader::read_all(const std::function<void(const Script&)>& command_read) {
   constexpr std::size_t bytes_per_term = 32;  // rather many: room without terms costs cache misses
-  manager_.reserve_terms(text.size() / bytes_per_term);
+  manager_.reserve_terms(input_.size() / bytes_per_term);
   Script script;
   while (next_command(script)) {
     if (command_read) command_read(script);
@@ -265,6 +275,7 @@ Script Reader::read(std::string_view text, std::string file,
 }
 
 bool Reader::next_command(Script& script) {
+  if (script.texts.empty() || script.texts.back() != text_) script.texts.push_back(text_);
   const Token open = next();
   if (open.kind == TokenKind::end) return false;
   if (open.kind != TokenKind::left_parenthesis) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -39,14 +40,23 @@ class QUARV_API Reader {
 
   explicit Reader(TermManager& manager, Options options = {});
 
-  /// Reads all commands of `text`. The script's commands refer to `text`, which must outlive them, and to
-  /// this reader. `file` is for messages. Throws Error; the script read so far is lost.
+  /// Reads all commands of `text`. The script keeps what it needs of the text; its terms are the manager's.
+  /// `file` is for messages. Throws Error; the script read so far is lost.
   /// `command_read`, if any, is called after each command with the script that ends in it.
   Script read(std::string_view text, std::string file,
               const std::function<void(const Script&)>& command_read = {});
+  /// Likewise, for large texts: the script's commands refer to `text`, which must outlive them, where `read`
+  /// copies.
+  Script read_in_place(std::string_view text, std::string file,
+                       const std::function<void(const Script&)>& command_read = {});
 
-  /// For interactive use: what `next_command` reads from now on. Declarations of earlier input stay.
+  /// For interactive use: what `next_command` reads from now on; the text must stay until it is read.
+  /// Declarations of earlier input stay.
   void set_input(std::string_view text, std::string file);
+  /// A text that is gone when the first command is read.
+  template <class Text>
+  requires std::same_as<Text, std::string>
+  void set_input(Text&& text, std::string file) = delete;
   /// Appends the next command to `script`; false at the end of the input. After an Error it goes on behind
   /// the command at fault.
   bool next_command(Script& script);
@@ -129,6 +139,7 @@ class QUARV_API Reader {
   };
 
   // reader.cpp: commands.
+  Script read_all(const std::function<void(const Script&)>& command_read);
   bool read_command(Script& script, const char* start);
   void text_command(Script& script, Command::Kind kind, const char* start, std::uint32_t levels = 0);
   void term_command(Script& script, Command::Kind kind, std::string_view text);
@@ -234,8 +245,8 @@ class QUARV_API Reader {
   std::string file_;
   Lexer lexer_;
   const char* command_start_ = nullptr;
-  bool keep_text_ = false;  // the input does not outlive the script
-  Arena text_;
+  bool keep_text_ = false;                                   // the input does not outlive the script
+  std::shared_ptr<Arena> text_ = std::make_shared<Arena>();  // what scripts refer to; they share it
 
   TermNames names_;
   SortNames sorts_;

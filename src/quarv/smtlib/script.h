@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -59,6 +60,8 @@ struct Script {
   /// The same of definitions without parameters, which are not counted above: the printer's own look so.
   std::uint64_t largest_dollar_definition = 0;
   std::size_t question_marks = 0;
+  /// Own what the commands' texts refer to, unless that is the input.
+  std::vector<std::shared_ptr<const void>> texts;
 
   std::span<const Term* const> terms_of(const Command& c) const {
     return std::span(terms).subspan(c.first_term, c.num_terms);

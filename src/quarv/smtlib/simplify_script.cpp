@@ -85,12 +85,12 @@ Script read_observed(Session& session, std::string_view text, const std::string&
                      const SimplifyOptions& options) {
   if (options.trace == nullptr) {
     session.simplifier().set_observer(options.observer);
-    return session.read(text, file);
+    return session.read_in_place(text, file);
   }
   StdTermSimplifier& simplifier = session.simplifier();
   Trace trace(session.manager(), simplifier.normalizer, *options.trace, options.observer);
   simplifier.set_observer(&trace);
-  Script script = session.read(text, file, [&trace](const Script& s) { trace.command_read(s); });
+  Script script = session.read_in_place(text, file, [&trace](const Script& s) { trace.command_read(s); });
   simplifier.set_observer(nullptr);
   trace.finish();
   return script;
@@ -125,7 +125,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     const auto start = std::chrono::steady_clock::now();
     // A further round repeats what the first one did.
     Script script =
-        report.rounds == 1 ? read_observed(session, text, file, options) : session.read(text, file);
+        report.rounds == 1 ? read_observed(session, text, file, options) : session.read_in_place(text, file);
     if (report.rounds == 1) {
       largest_of_user = std::max(script.largest_dollar_name, script.largest_dollar_definition);
     } else {

@@ -47,10 +47,15 @@ class QUARV_API Session {
   StdTermSimplifier& simplifier() noexcept { return simplifier_; }
   Reader& reader() noexcept { return *reader_; }
 
-  /// Reads and simplifies all commands. `text` must outlive the script. Throws Error.
+  /// Reads and simplifies all commands. The script's terms are the session's. Throws Error.
   Script read(std::string_view text, std::string file,
               const std::function<void(const Script&)>& command_read = {}) {
     return reader_->read(text, std::move(file), command_read);
+  }
+  /// Likewise, for large texts: the script refers to `text`, which must outlive it, where `read` copies.
+  Script read_in_place(std::string_view text, std::string file,
+                       const std::function<void(const Script&)>& command_read = {}) {
+    return reader_->read_in_place(text, std::move(file), command_read);
   }
 
  private:

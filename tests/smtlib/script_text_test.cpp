@@ -1,0 +1,80 @@
+// What a script keeps of the text that it was read from.
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <quarv/smtlib/printer.h>
+#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/simplify_script.h>
+
+namespace quarv::smtlib {
+namespace {
+
+template <class Text>
+concept Input = requires(Reader& reader, Text&& text) {
+  reader.set_input(std::forward<Text>(text), "in.smt2");
+};
+static_assert(Input<const char*> && Input<std::string_view> && Input<std::string&> &&
+              Input<const std::string&>);
+static_assert(!Input<std::string>, "the text would be gone when it is read");
+
+const std::string text =
+    "(set-logic ALL)\n(set-info :source |a text of some length|)\n(declare-fun f (Int Int Int Int Int) "
+    "Bool)\n"
+    "(push 1)\n(define-fun g ((x Int)) Bool (f x x x x x))\n(assert (g 1))\n(pop 1)\n(check-sat)\n";
+
+std::string printed(const TermManager& manager, const Script& script) {
+  std::ostringstream out;
+  print(manager, script, out);
+  return std::move(out).str();
+}
+
+/// A copy in memory that has other contents before long.
+std::string overwritten(std::string& copy) {
+  copy.assign(copy.size(), '?');
+  return copy;
+}
+
+TEST(ScriptText, OutlivesTheInput) {
+  Session session;
+  const Script from_temporary = session.read(std::string(text), "in.smt2");
+  EXPECT_EQ(printed(session.manager(), from_temporary), text);
+
+  Session other;
+  std::string local = text;
+  const Script script = other.read(local, "in.smt2");
+  overwritten(local);
+  EXPECT_EQ(printed(other.manager(), script), text);
+}
+
+TEST(ScriptText, OutlivesTheReader) {
+  TermManager manager;
+  std::string local = text;
+  const Script script = Reader(manager).read(local, "in.smt2");
+  overwritten(local);
+  EXPECT_EQ(printed(manager, script), text);
+}
+
+TEST(ScriptText, IsNotCopiedInPlace) {
+  Session session;
+  const Script script = session.read_in_place(text, "in.smt2");
+  EXPECT_EQ(script.commands[0].text.data(), text.data());
+  EXPECT_EQ(printed(session.manager(), script), text);
+}
+
+TEST(ScriptText, ScriptsOfSeveralReadersKeepAll) {
+  TermManager manager;
+  Script script;
+  for (const char* name : {"p", "q"}) {
+    Reader reader(manager);
+    std::string command = "(declare-const " + std::string(name) + " Bool)";
+    reader.set_input(command, "in.smt2");
+    EXPECT_TRUE(reader.next_command(script));
+    overwritten(command);
+  }
+  EXPECT_EQ(printed(manager, script), "(declare-const p Bool)\n(declare-const q Bool)\n");
+}
+
+}  // namespace
+}  // namespace quarv::smtlib
