@@ -171,6 +171,12 @@ TEST(Reader, DeepTermsNeedNoStack) {
   EXPECT_EQ(error_of(text), "no error");
 }
 
+TEST(Reader, ParametersOfSortsAreNoSorts) {
+  EXPECT_EQ(error_of("(declare-sort %0 0)(define-sort P (X) (Array X %0))(declare-const a (P Int))"
+                     "(declare-const b (Array Int %0))(assert (= a b))"),
+            "no error");
+}
+
 TEST(Reader, GoesOnAfterAnError) {
   TermManager manager;
   Reader reader(manager);

@@ -40,8 +40,9 @@ void Reader::define_sort(Script& script, const char* start) {
   Token t = next();
   for (; t.kind != TokenKind::right_parenthesis; t = next()) {
     if (t.kind != TokenKind::symbol) unexpected(t, "a sort parameter");
-    const DataType* stand_in = manager_.declare_sort("%" + std::to_string(num_stand_ins_++));
-    sorts_.bind(sorts_.enter(t.text), {SortMeaning::type, 0, stand_in, nullptr});
+    // No name that can be written.
+    const DataType* stand_in = manager_.declare_sort('|' + std::to_string(num_stand_ins_++));
+    sorts_.bind(sorts_.enter(t.text), {.kind = SortMeaning::type, .sort = stand_in});
     stand_ins->push_back(stand_in);
   }
   const DataType* body = read_sort();
