@@ -71,7 +71,8 @@ QUARV_API quarv_sort quarv_bv_sort(quarv_manager* m, size_t width);
 /** As SMT-LIB's (_ FloatingPoint eb sb): `sb` counts the hidden bit. */
 QUARV_API quarv_sort quarv_fp_sort(quarv_manager* m, size_t eb, size_t sb);
 QUARV_API quarv_sort quarv_array_sort(quarv_manager* m, quarv_sort index, quarv_sort element);
-/** An uninterpreted sort; the same name gives the same sort. */
+/** An uninterpreted sort; the same name gives the same sort. A name of a predefined sort, or of one with
+ * parameters, cannot be declared; nor can a name with the characters | and \\, which SMT-LIB cannot write. */
 QUARV_API quarv_sort quarv_declare_sort(quarv_manager* m, const char* name);
 /** The sort of an SMT-LIB text: "(Array Int Bool)". */
 QUARV_API quarv_sort quarv_parse_sort(quarv_manager* m, const char* text);

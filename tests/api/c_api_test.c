@@ -158,7 +158,7 @@ static void says_what_is_wrong(void) {
   EXPECT(quarv_constant(m, "x", quarv_int_sort(m)) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "x is declared with other sorts already");
   EXPECT(quarv_constant(m, "true", quarv_int_sort(m)) == NULL);
-  EXPECT(quarv_error(m) == QUARV_SYNTAX_ERROR);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "true has another meaning already");
   EXPECT(quarv_constant(m, "a|b", quarv_int_sort(m)) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a name must not contain '|'");
   EXPECT(quarv_declare_sort(m, "a\\b") == NULL);
@@ -181,6 +181,58 @@ static void says_what_is_wrong(void) {
   quarv_manager_delete(m);
   quarv_manager_delete(NULL);
   quarv_free(NULL);
+}
+
+/* Sorts whose declaration no reader would take. */
+static void declares_sorts_once(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  const char* predefined[] = {"Bool",    "Int",   "Real",   "RoundingMode",
+                              "Float32", "Array", "BitVec", "FloatingPoint"};
+  for (size_t i = 0; i < sizeof predefined / sizeof *predefined; ++i) {
+    EXPECT(quarv_declare_sort(m, predefined[i]) == NULL);
+    EXPECT(quarv_error(m) == QUARV_INVALID_ARGUMENT);
+  }
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "sort FloatingPoint is predefined");
+
+  quarv_term* assertions = NULL;
+  size_t n = 0;
+  const quarv_sort u = quarv_declare_sort(m, "U");
+  EXPECT(quarv_declare_sort(m, "U") == u);
+  EXPECT(quarv_declare_sort(m, "declared twice") != NULL);
+  EXPECT(quarv_parse_script(m, "(declare-sort U 1)(declare-const a (U Int))(assert (= a a))", "a.smt2",
+                            &assertions, &n) == QUARV_INVALID_ARGUMENT);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "sort U has another number of parameters");
+  EXPECT(quarv_parse_script(
+             m,
+             "(declare-sort U 0)(declare-sort P 1)(declare-sort |S s| 0)(declare-fun b (|S s|) (P U))"
+             "(declare-const c |S s|)(assert (= (b c) (b c)))",
+             "b.smt2", &assertions, &n) == QUARV_OK);
+  EXPECT(quarv_declare_sort(m, "P") == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "sort P has another number of parameters");
+  EXPECT(quarv_parse_sort(m, "(P U)") != NULL);
+  EXPECT(quarv_declare_sort(m, "S s") == quarv_parse_sort(m, "|S s|"));
+  EXPECT_TEXT(quarv_script(m, assertions, n),
+              "(set-logic ALL)\n(declare-sort P 1)\n(declare-sort U 0)\n(declare-sort |S s| 0)\n"
+              "(declare-fun c () |S s|)\n(declare-fun b (|S s|) (P U))\n(assert (= (b c) (b c)))\n");
+  quarv_free(assertions);
+  quarv_manager_delete(m);
+}
+
+static void refuses_names_that_cannot_be_written(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  const quarv_sort integer = quarv_int_sort(m);
+  EXPECT(quarv_declare_sort(m, "a|b") == NULL);
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a name cannot contain | or \\: a|b");
+  EXPECT(quarv_constant(m, "x| () Int)(declare-const |y", integer) == NULL);
+  EXPECT(quarv_error(m) == QUARV_INVALID_ARGUMENT);
+  EXPECT(quarv_constant(m, "a\\b", integer) == NULL);
+  EXPECT(quarv_error(m) == QUARV_INVALID_ARGUMENT);
+  EXPECT(quarv_declare_function(m, "|f|", &integer, 1, integer) == QUARV_INVALID_ARGUMENT);
+  EXPECT_TEXT(quarv_term_to_string(m, quarv_constant(m, "let", integer)), "|let|");
+  EXPECT_TEXT(quarv_term_to_string(m, quarv_parse_term(m, "(+ |let| 1)")), "(+ |let| 1)");
+  EXPECT_TEXT(quarv_term_to_string(m, quarv_constant(m, "", integer)), "||");
+  EXPECT_TEXT(quarv_term_to_string(m, quarv_constant(m, "two words", integer)), "|two words|");
+  quarv_manager_delete(m);
 }
 
 static void scripts(void) {
@@ -289,6 +341,8 @@ int main(void) {
   numbers();
   every_kind_of_operator();
   says_what_is_wrong();
+  declares_sorts_once();
+  refuses_names_that_cannot_be_written();
   scripts();
   explains();
   takes_rules();

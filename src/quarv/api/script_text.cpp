@@ -3,6 +3,7 @@
 #include <set>
 #include <sstream>
 
+#include <quarv/api/declared_sorts.h>
 #include <quarv/api/script_text.h>
 #include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/reader.h>
@@ -59,35 +60,19 @@ class Declarations {
   }
 
   void note_sort(const DataType* sort) {
-    std::vector<const DataType*> pending{sort};
-    while (!pending.empty()) {
-      const DataType* type = pending.back();
-      pending.pop_back();
-      if (manager_.is_bv_type(type) || manager_.is_fp_type(type) || !seen_sorts_.insert(type).second)
-        continue;
-      if (!type->is_constructed()) {
-        const bool predefined = type == manager_.bool_type || type == manager_.int_type ||
-                                type == manager_.rat_type || type == manager_.rounding_mode_type;
-        if (!predefined) sorts_.emplace(type->to_string(whole), 0);
-        continue;
-      }
-      const DataType* constructor = type->get_component(0);
-      if (constructor != manager_.array_type_ctor) {
-        sorts_.emplace(constructor->to_string(whole), type->components.size() - 1);
-      }
-      pending.insert(pending.end(), type->components.begin() + 1, type->components.end());
-    }
+    for_each_declared_sort(
+        manager_, sort,
+        [this](const DataType* declared, std::size_t arity) { sorts_.emplace(declared->to_string(), arity); },
+        seen_sorts_);
   }
 
   std::string text(const Symbol* s) const {
     std::string result = "(declare-fun " + smtlib::Reader::quoted(s->name) + " (";
     for (std::size_t i = 0; i < manager_.arity(s); ++i) {
-      result += (i == 0 ? "" : " ") + manager_.argument_type(s, i)->to_string(whole);
+      result += (i == 0 ? "" : " ") + manager_.argument_type(s, i)->to_string();
     }
-    return result + ") " + s->get_output_type()->to_string(whole) + ')';
+    return result + ") " + s->get_output_type()->to_string() + ')';
   }
-
-  static constexpr std::size_t whole = std::string::npos - 1;
 
   const TermManager& manager_;
   std::set<const Symbol*> symbols_;       // searched, never walked

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include <quarv/api/declared_sorts.h>
 #include <quarv/api/named_operators.h>
 #include <quarv/api/script_text.h>
 #include <quarv/api/term_rebuilder.h>
@@ -94,6 +95,7 @@ struct Workspace::State {
   TermSimplifier* active() { return options.standard ? static_cast<TermSimplifier*>(&simplifier) : &strict; }
   smtlib::Script command(std::string_view before, std::string_view text, const char* what);
   const Symbol* declare(std::string_view name, Sorts arguments, const DataType* result);
+  void declare_sorts_of(const DataType* sort);
   const Symbol* adopted(const Symbol* s);
   const Term* adopted(const Term* t);
   const Term* built(const Symbol* symbol, Args args);
@@ -177,49 +179,37 @@ std::size_t Workspace::num_nodes(Args terms) const {
 // Names.
 // ---------------------------------------------------------------------------------------------------------
 
-namespace {
-
-/// Refuses what cannot be written as a symbol, quoted or not.
-void check_name(std::string_view name) {
-  if (name.find('\0') != std::string_view::npos)
-    throw std::invalid_argument("a name must not contain a NUL byte");
-  const std::size_t bad = name.find_first_of("|\\");
-  if (bad == std::string_view::npos) return;
-  throw std::invalid_argument(std::string("a name must not contain '") + name[bad] + "'");
-}
-
-}  // namespace
-
 const DataType* Workspace::declare_sort(std::string_view name, std::size_t num_parameters) {
-  check_name(name);
-  const std::string quoted = smtlib::Reader::quoted(name);
-  const DataType* sort = state_->manager.declare_sort(quoted, num_parameters);
-  try {
-    state_->command("declare-sort ", quoted + ' ' + std::to_string(num_parameters), "sort");
-  } catch (const smtlib::Error& e) {
-    // Declared before, in the same way.
-    if (e.message().find("declared twice") == std::string::npos) throw;
-  }
-  return sort;
+  return state_->names.declare_sort(name, num_parameters);
 }
 
 const Symbol* Workspace::State::declare(std::string_view name, Sorts arguments, const DataType* result) {
-  check_name(name);
+  smtlib::Reader::check_name(name);  // a symbol's name would end at a zero byte
   const Symbol* symbol = manager.declare_fun(name, arguments, result);
   const auto [known, is_new] = declared.try_emplace(std::string(name), symbol);
   if (known->second != symbol) {
     throw std::invalid_argument(std::string(name) + " is declared with other sorts already");
   }
   if (!is_new) return symbol;
-  std::string text = smtlib::Reader::quoted(name) + " (";
-  for (const DataType* sort : arguments) text += sort->to_string(std::string::npos - 1) + ' ';
   try {
-    command("declare-fun ", text + ") " + result->to_string(std::string::npos - 1), "declaration");
+    // Scripts bring their own sorts, whose names mean the same from now on.
+    for (const DataType* sort : arguments) declare_sorts_of(sort);
+    declare_sorts_of(result);
+    names.declare(symbol);
   } catch (...) {
     declared.erase(known);
     throw;
   }
   return symbol;
+}
+
+void Workspace::State::declare_sorts_of(const DataType* sort) {
+  api::for_each_declared_sort(manager, sort,
+                              [this](const DataType* declared_sort, std::size_t num_parameters) {
+                                std::string name = declared_sort->to_string();
+                                if (name.starts_with('|')) name = name.substr(1, name.size() - 2);
+                                names.declare_sort(name, num_parameters);
+                              });
 }
 
 const Term* Workspace::constant(std::string_view name, const DataType* sort) {

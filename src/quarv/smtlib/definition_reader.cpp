@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 #include <quarv/smtlib/reader.h>
@@ -16,6 +17,15 @@ void Reader::check_new_sort_name(const Token& name) {
   }
 }
 
+const DataType* Reader::bind_sort(std::string_view name, std::size_t num_parameters) {
+  const DataType* sort = manager_.declare_sort(quoted(name), num_parameters);
+  sorts_.bind(sorts_.enter(name), {.kind = num_parameters == 0 ? SortMeaning::type : SortMeaning::constructor,
+                                   .arity = static_cast<std::uint32_t>(num_parameters),
+                                   .sort = sort,
+                                   .declared = true});
+  return sort;
+}
+
 void Reader::declare_sort(Script& script, const char* start) {
   const Token name = expect_symbol("a sort");
   check_new_sort_name(name);
@@ -25,9 +35,8 @@ void Reader::declare_sort(Script& script, const char* start) {
     arity = index_value(t);
     expect_right("the number of parameters");
   }
-  const DataType* sort = manager_.declare_sort(quoted(name.text), arity);
-  sorts_.bind(sorts_.enter(name.text), {arity == 0 ? SortMeaning::type : SortMeaning::constructor,
-                                        static_cast<std::uint32_t>(arity), sort, nullptr});
+  if (arity > std::numeric_limits<std::uint32_t>::max()) fail(t.start, "a sort has too many parameters");
+  bind_sort(name.text, arity);
   text_command(script, Command::Kind::other, start);
 }
 
@@ -48,8 +57,10 @@ void Reader::define_sort(Script& script, const char* start) {
   const DataType* body = read_sort();
   sorts_.leave(scope);
   expect_right("the defined sort");
-  sorts_.bind(sorts_.enter(name.text),
-              {SortMeaning::macro, static_cast<std::uint32_t>(stand_ins->size()), body, stand_ins.get()});
+  sorts_.bind(sorts_.enter(name.text), {.kind = SortMeaning::macro,
+                                        .arity = static_cast<std::uint32_t>(stand_ins->size()),
+                                        .sort = body,
+                                        .parameters = stand_ins.get()});
   macro_parameters_.push_back(std::move(stand_ins));
   text_command(script, Command::Kind::other, start);
 }
@@ -62,11 +73,14 @@ void Reader::check_new_function_name(const Token& name) {
   for (const Binding& b : new_names_) {
     if (b.name == known && known != nullptr) fail(name.start, std::string(name.text) + " is declared twice");
   }
-  if (known == nullptr) return;
-  const TermMeaning& meaning = known->meaning;
-  const bool free = meaning.kind == TermMeaning::none || meaning.word == Word::other ||
-                    (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
-  if (!free) fail(name.start, std::string(name.text) + " is declared twice");
+  if (!is_free(known)) fail(name.start, std::string(name.text) + " is declared twice");
+}
+
+bool Reader::is_free(const TermNames::Name* name) noexcept {
+  if (name == nullptr) return true;
+  const TermMeaning& meaning = name->meaning;
+  return meaning.kind == TermMeaning::none || meaning.word == Word::other ||
+         (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
 }
 
 /// Remembers names that look like the printer's own.
@@ -81,10 +95,9 @@ void Reader::note_name(std::string_view name) {
 }
 
 /// Gives a declared function its name; a constant becomes a term at once.
-const Term* Reader::bind_function(const Token& name, const Symbol* symbol) {
+const Term* Reader::bind_function(std::string_view name, const Symbol* symbol) {
   const Term* constant = manager_.arity(symbol) == 0 ? manager_.make_term(symbol) : nullptr;
-  names_.bind(names_.enter(lookup_text(name)),
-              constant != nullptr ? TermMeaning::of(constant) : TermMeaning::of(symbol));
+  names_.bind(names_.enter(name), constant != nullptr ? TermMeaning::of(constant) : TermMeaning::of(symbol));
   return constant;
 }
 
@@ -99,7 +112,7 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
   }
   const DataType* result = read_sort();
   expect_right("the result sort");
-  const Term* declared = bind_function(name, manager_.fresh_fun(name.text, arguments, result));
+  const Term* declared = bind_function(lookup_text(name), manager_.fresh_fun(name.text, arguments, result));
   text_command(script, Command::Kind::declare, start);
   if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
 }
@@ -168,7 +181,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     arguments.reserve(variables.size());
     for (const Term* v : variables) arguments.push_back(manager_.type_of(v));
     symbol = manager_.fresh_fun(name.text, arguments, result);
-    if (recursive) bind_function(name, symbol);
+    if (recursive) bind_function(lookup_text(name), symbol);
   }
   const Term* body = read_term_of(result);
   expect_right("the body of the definition");
@@ -187,7 +200,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   } else {
     c.kind = Command::Kind::define_function;
     largest_dollar_name_ = std::max(largest_dollar_name_, largest_with_name);
-    bind_function(name, symbol);
+    bind_function(lookup_text(name), symbol);
   }
   script.commands.push_back(c);
 }
@@ -226,8 +239,8 @@ void Reader::define_funs_rec(Script& script) {
     }
     f.result = read_sort();
     expect_right("a declaration");
-    text += ' ' + f.result->to_string(std::string::npos - 1) + ')';
-    bind_function(name, manager_.fresh_fun(name.text, arguments, f.result));
+    text += ' ' + f.result->to_string() + ')';
+    bind_function(lookup_text(name), manager_.fresh_fun(name.text, arguments, f.result));
     functions.push_back(std::move(f));
   }
   if (functions.empty()) fail(lexer_.position(), "define-funs-rec needs a declaration");

@@ -52,8 +52,9 @@ Reader::Reader(TermManager& manager, Options options)
   constant({"RNA", "roundNearestTiesToAway"}, manager.make_rounding_away());
 
   const auto sort = [this](std::string_view name, const DataType* type, std::uint32_t arity = 0) {
-    sorts_.bind(sorts_.enter(name),
-                {arity == 0 ? SortMeaning::type : SortMeaning::constructor, arity, type, nullptr});
+    sorts_.bind(
+        sorts_.enter(name),
+        {.kind = arity == 0 ? SortMeaning::type : SortMeaning::constructor, .arity = arity, .sort = type});
   };
   sort("Bool", manager.bool_type);
   sort("Int", manager.int_type);

@@ -65,6 +65,15 @@ class QUARV_API Reader {
   /// read as a part of a command must be tried first: it could end the command, and begin others.
   static void check_expression(std::string_view text, const std::string& file);
 
+  /// Gives a symbol its own name, as a command that declares it does. Throws std::invalid_argument for a name
+  /// that means something else, and for one that cannot be written.
+  void declare(const Symbol* symbol);
+  /// The sort, or the constructor of sorts, of that name, declared if it is not declared yet. Throws
+  /// likewise.
+  const DataType* declare_sort(std::string_view name, std::size_t num_parameters);
+
+  /// Throws std::invalid_argument for a name that cannot be written, not even between bars.
+  static void check_name(std::string_view name);
   static bool is_reserved_word(std::string_view word) noexcept;
   /// The reader's way of printing a name: quoted when it is not a simple symbol.
   static std::string quoted(std::string_view name);
@@ -105,6 +114,7 @@ class QUARV_API Reader {
     std::uint32_t arity = 0;
     const DataType* sort = nullptr;  // the type, the constructor, or the body of the macro
     const std::vector<const DataType*>* parameters = nullptr;  // of a macro: stand-ins within its body
+    bool declared = false;                                     // a type or a constructor, by a command
   };
   using TermNames = NameTable<TermMeaning>;
   using SortNames = NameTable<SortMeaning>;
@@ -163,10 +173,12 @@ class QUARV_API Reader {
   void define_fun(Script& script, std::string_view keyword);
   void define_funs_rec(Script& script);
   std::vector<const Term*> parameters(std::string& text);
-  const Term* bind_function(const Token& name, const Symbol* symbol);
+  const Term* bind_function(std::string_view name, const Symbol* symbol);
   void note_name(std::string_view name);
+  static bool is_free(const TermNames::Name* name) noexcept;
   void check_new_function_name(const Token& name);
   void check_new_sort_name(const Token& name);
+  const DataType* bind_sort(std::string_view name, std::size_t num_parameters);
 
   // term_reader.cpp: terms.
   const Term* read_term();
