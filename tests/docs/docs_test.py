@@ -51,8 +51,17 @@ class Checker:
         if self.prefix:
             environment['CMAKE_PREFIX_PATH'] = self.prefix
             environment['PYTHONPATH'] = str(self.python_path())
-            environment['PKG_CONFIG_PATH'] = ':'.join(map(str, pathlib.Path(self.prefix).rglob('pkgconfig')))
+            environment['PKG_CONFIG_PATH'] = self.pkg_config_path()
         return environment
+
+    def pkg_config_path(self):
+        """What the page on the library says, for the folder where it is installed."""
+        start = 'PKG_CONFIG_PATH='
+        spans = [span for _, span in self.pages['library.md'].code_spans() if span.startswith(start)]
+        if len(spans) != 1:
+            raise ValueError('library.md does not say once what PKG_CONFIG_PATH is to be')
+        path = spans[0][len(start):].replace('DIR', shlex.quote(self.prefix))
+        return subprocess.run(['bash', '-c', 'printf %s ' + path], text=True, stdout=subprocess.PIPE, check=True).stdout
 
     def python_path(self):
         return pathlib.Path(self.prefix) / 'lib' / 'python3' / 'dist-packages'
