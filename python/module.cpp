@@ -4,6 +4,8 @@
 #include <sstream>
 #include <utility>
 
+#include <quarv/numbers/gmp_bad_alloc.h>
+
 namespace quarv::python {
 
 namespace {
@@ -56,6 +58,7 @@ void bind_errors(py::module_& m) {
 }  // namespace
 
 PYBIND11_MODULE(_quarv, m) {
+  static const GmpBadAlloc gmp;  // which becomes a MemoryError
   bind_errors(m);
   bind_terms(m);
   bind_derivations(m);

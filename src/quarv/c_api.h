@@ -32,7 +32,7 @@ typedef enum quarv_status {
       1,                /**< a null pointer, an unknown operator, a name that cannot be declared, no number */
   QUARV_SORT_ERROR = 2, /**< arguments do not fit an operator */
   QUARV_SYNTAX_ERROR = 3, /**< a fault in a text; the message begins with "file:line:column: error: " */
-  QUARV_OUT_OF_MEMORY = 4,
+  QUARV_OUT_OF_MEMORY = 4, /**< also in GMP, unless the program has given it functions of its own */
   QUARV_FAILURE = 5 /**< anything else */
 } quarv_status;
 

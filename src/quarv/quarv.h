@@ -4,6 +4,7 @@
 #pragma once
 
 #include <quarv/numbers/bv_number.h>
+#include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/numbers/ieee_float.h>
 #include <quarv/numbers/q_number.h>
 #include <quarv/numbers/swflt/exception_flags.h>

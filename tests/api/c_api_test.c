@@ -1,8 +1,11 @@
 /* The C interface, from C. Each failed expectation is reported; the exit status says whether there was one.
  */
+#define _XOPEN_SOURCE 700
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <quarv/c_api.h>
 
@@ -334,6 +337,41 @@ static void takes_deep_terms(void) {
   quarv_manager_delete(m);
 }
 
+#ifndef SANITIZED
+/* The limit of the process's address space, so much above what it has. */
+static void allow_more_memory(size_t bytes) {
+  size_t pages = 0;
+  FILE* file = fopen("/proc/self/statm", "r");
+  EXPECT(file != NULL && fscanf(file, "%zu", &pages) == 1);
+  fclose(file);
+  struct rlimit limit;
+  getrlimit(RLIMIT_AS, &limit);
+  limit.rlim_cur = bytes == 0 ? limit.rlim_max : pages * (size_t)sysconf(_SC_PAGESIZE) + bytes;
+  EXPECT(setrlimit(RLIMIT_AS, &limit) == 0);
+}
+
+/* Nearly all of the memory is what GMP asks for. */
+static void reports_lack_of_memory_in_gmp(void) {
+  const size_t width = (size_t)1 << 23;
+  quarv_manager* m = quarv_manager_new(QUARV_EAGER);
+  const quarv_term minus_one = quarv_bv_number(m, "-1", width);
+  quarv_term product = minus_one;
+  allow_more_memory(256 << 10);
+  for (int i = 3; i < 1000 && product != NULL; ++i) {
+    char factor[20];
+    snprintf(factor, sizeof factor, "-%d", i);
+    const quarv_term other = quarv_bv_number(m, factor, width);
+    product = other == NULL ? NULL : make2(m, "bvmul", minus_one, other);
+  }
+  EXPECT(product == NULL);
+  EXPECT_ERROR(m, QUARV_OUT_OF_MEMORY, "out of memory");
+  allow_more_memory(0);
+  EXPECT(make2(m, "bvmul", minus_one, minus_one) == quarv_bv(m, 1, width));
+  EXPECT(quarv_error(m) == QUARV_OK);
+  quarv_manager_delete(m);
+}
+#endif
+
 int main(void) {
   EXPECT(strncmp(quarv_version(), "0.", 2) == 0);
   builds_and_simplifies();
@@ -348,5 +386,8 @@ int main(void) {
   takes_rules();
   keeps_what_the_standard_leaves_open();
   takes_deep_terms();
+#ifndef SANITIZED
+  reports_lack_of_memory_in_gmp();
+#endif
   return failures == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
 }

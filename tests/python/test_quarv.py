@@ -236,3 +236,28 @@ def test_the_readme_shows_what_is_printed(capsys):
 def test_import_needs_nothing_else():
     code = "import sys, quarv; print(sorted({m.split('.')[0] for m in sys.modules} & {'numpy', 'IPython', 'pandas'}))"
     assert subprocess.run([sys.executable, "-c", code], capture_output=True, text=True).stdout.strip() == "[]"
+
+
+def test_names_that_cannot_be_written_are_refused(m):
+    for name in ("a|b", "a\\b", "a\0b"):
+        with pytest.raises(quarv.Error, match="a name cannot contain"):
+            m.bv(name, 8)
+    assert str(m.bv("a\tb c", 8)) == "|a\tb c|"
+
+
+def test_lack_of_memory_in_gmp_is_a_memory_error():
+    code = """
+import resource, quarv
+m = quarv.Manager(eager=True)
+width = 1 << 23
+product = minus_one = m.term(f"(bvnot (_ bv0 {width}))")
+pages = int(open("/proc/self/statm").read().split()[0])
+resource.setrlimit(resource.RLIMIT_AS, (pages * resource.getpagesize() + (256 << 10), resource.RLIM_INFINITY))
+try:
+    for i in range(3, 1000):
+        product = minus_one * -i
+except MemoryError:
+    print("reported")
+"""
+    result = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True)
+    assert result.stdout == "reported\n", result.stderr

@@ -1,11 +1,13 @@
 // The simplifying constructors ask the heap for nothing but room for the terms.
 #include <functional>
+#include <new>
 #include <string>
 #include <support/allocation_counter.h>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/term/term_manager.h>
@@ -137,6 +139,30 @@ TEST_F(SimplifiedTerms, AMillionTermsTakeAFewDozenAllocations) {
   build();
   EXPECT_EQ(mgr.num_terms(), terms + 999999);
   EXPECT_EQ(allocation_count(), first);
+}
+
+/// The operands grow from one attempt to the next, so that no product finds room where the one before it was.
+TEST_F(SimplifiedTerms, LackOfMemoryForAProductLeavesOperandsSound) {
+  const GmpBadAlloc gmp;
+  long failures = 0;
+  for (long successes = 0, done = 0; done < 3; ++successes) {
+    const std::size_t width = 1000 + 200 * static_cast<std::size_t>(successes);
+    const Term* all_ones = mgr.make_bv_not(mgr.make_bv_number(0, width));
+    const Term* product = nullptr;
+    try {
+      const FailAllocations fail(successes);
+      product = mgr.make_bv_mul(all_ones, all_ones);
+      ++done;
+    } catch (const std::bad_alloc&) {
+      ++failures;
+    }
+    const Term* again = mgr.make_bv_mul(all_ones, all_ones);
+    EXPECT_EQ(again, mgr.make_bv_number(1, width));
+    if (product != nullptr) {
+      EXPECT_EQ(product, again);
+    }
+  }
+  EXPECT_GT(failures, 0);
 }
 
 }  // namespace

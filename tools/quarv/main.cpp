@@ -9,12 +9,12 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <gmp.h>
 
 #include "command_words.h"
 #include "commands.h"
 #include "output.h"
 #include "process.h"
+#include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/smtlib/error.h>
 
 namespace {
@@ -35,22 +35,6 @@ constexpr const char* examples = R"(Examples:
   quarv rules check my.rules                let z3 say whether rules hold
 
 Exit status: 0 when all went well, 1 for faults of the input, of files and of memory, 2 for a wrong command line.)";
-
-// GMP ends the process when memory is short. An exception lets destructors remove what is half-written; GMP
-// is built with unwind tables wherever the platform's ABI demands them, as Debian's do.
-void* allocate(std::size_t size) {
-  if (void* const block = std::malloc(size)) return block;
-  throw std::bad_alloc();
-}
-
-void* reallocate(void* block, std::size_t, std::size_t size) {
-  if (void* const moved = std::realloc(block, size)) return moved;
-  throw std::bad_alloc();
-}
-
-void release(void* block, std::size_t) {
-  std::free(block);
-}
 
 /// Writes one line on standard error; needs no memory.
 int fail(const char* prefix, const char* message) {
@@ -170,7 +154,8 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   main_has_begun = true;
-  mp_set_memory_functions(allocate, reallocate, release);
+  // An exception lets destructors remove what is half-written.
+  const quarv::GmpBadAlloc gmp;
   quarv::cli::prepare_process();
   try {
     return run(argc, argv);

@@ -7,6 +7,7 @@
 
 #include <quarv/api/workspace.h>
 #include <quarv/c_api.h>
+#include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/numbers/q_number.h>
 #include <quarv/smtlib/error.h>
 #include <quarv/smtlib/operators.h>
@@ -80,6 +81,7 @@ void fail(quarv_manager* m, quarv_status status, const char* message) noexcept {
 template <class F>
 auto guarded(quarv_manager* m, F f) noexcept -> decltype(f()) {
   if (m == nullptr) return {};
+  const quarv::GmpBadAlloc gmp;
   try {
     m->status = QUARV_OK;
     m->message.clear();
@@ -124,6 +126,7 @@ const char* quarv_version(void) {
 }
 
 quarv_manager* quarv_manager_new(unsigned flags) {
+  const quarv::GmpBadAlloc gmp;
   try {
     quarv::WorkspaceOptions options;
     options.eager = (flags & QUARV_EAGER) != 0;

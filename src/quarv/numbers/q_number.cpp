@@ -1,5 +1,6 @@
 #include <memory>
 
+#include <quarv/numbers/gmp_product.h>
 #include <quarv/numbers/q_number.h>
 
 namespace quarv {
@@ -288,25 +289,25 @@ void QNumber::big_sum(mpq_srcptr x, mpq_srcptr y, mpq_ptr sum) {
   const mpz_ptr rest = gmp_tmp[3];
   mpz_gcd(g, b, d);
   if (is_one(g)) {
-    mpz_mul(left, mpq_numref(x), d);
-    mpz_mul(right, mpq_numref(y), b);
+    multiply(left, mpq_numref(x), d);
+    multiply(right, mpq_numref(y), b);
     set_sum<subtract>(num, left, right);
-    mpz_mul(den, b, d);
+    multiply(den, b, d);
     return;
   }
   mpz_divexact(rest, d, g);
-  mpz_mul(left, mpq_numref(x), rest);
+  multiply(left, mpq_numref(x), rest);
   mpz_divexact(rest, b, g);
-  mpz_mul(right, mpq_numref(y), rest);
+  multiply(right, mpq_numref(y), rest);
   set_sum<subtract>(num, left, right);
   mpz_gcd(g, num, g);
   if (is_one(g)) {
-    mpz_mul(den, d, rest);
+    multiply(den, d, rest);
     return;
   }
   mpz_divexact(num, num, g);
   mpz_divexact(left, d, g);
-  mpz_mul(den, left, rest);
+  multiply(den, left, rest);
 }
 
 // --- Products ---
@@ -383,11 +384,11 @@ void QNumber::big_product(mpq_srcptr x, mpz_srcptr num, mpz_srcptr den, mpq_ptr 
     cancel(&x_num, &den, gmp_tmp[1], gmp_tmp[2]);
     cancel(&num, &x_den, gmp_tmp[3], gmp_tmp[4]);
   }
-  mpz_mul(mpq_numref(product), x_num, num);
+  multiply(mpq_numref(product), x_num, num);
   if (is_one(x_den)) {
     mpz_set(mpq_denref(product), den);
   } else {
-    mpz_mul(mpq_denref(product), x_den, den);
+    multiply(mpq_denref(product), x_den, den);
   }
   if (mpz_sgn(mpq_denref(product)) < 0) {
     mpz_neg(mpq_numref(product), mpq_numref(product));
@@ -460,6 +461,7 @@ QNumber QNumber::lcm_big(const QNumber& a, const QNumber& b) {
     return from_integer(multiple);
   }
   if (a.den_ == 0 && b.den_ == 0) {
+    reserve_limbs(multiple, mpz_size(a.big_num()) + mpz_size(b.big_num()));  // it ends with a product
     mpz_lcm(multiple, a.big_num(), b.big_num());
   } else {
     const QNumber& big = a.den_ == 0 ? a : b;

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include <quarv/numbers/bv_number.h>
+#include <quarv/numbers/gmp_product.h>
 #include <quarv/smtlib/reader.h>
 #include <quarv/smtlib/term_writer.h>
 
@@ -80,7 +81,8 @@ void write_rational(const QNumber& value, OutputBuffer& out) {
   if (const auto places = decimal_places(denominator)) {
     mpz_class scaled;
     mpz_ui_pow_ui(scaled.get_mpz_t(), 10, *places);
-    scaled = scaled / denominator * numerator;
+    scaled /= denominator;
+    multiply(scaled.get_mpz_t(), scaled.get_mpz_t(), numerator.get_mpz_t());
     std::string digits = scaled.get_str();
     if (digits.size() <= *places) digits.insert(0, *places + 1 - digits.size(), '0');
     digits.insert(digits.size() - *places, *places == 0 ? ".0" : ".");

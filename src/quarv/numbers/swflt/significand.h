@@ -13,6 +13,7 @@
 
 #include <gmpxx.h>
 
+#include <quarv/numbers/gmp_product.h>
 #include <quarv/numbers/swflt/integer_division.h>
 #include <quarv/numbers/swflt/integer_sqrt.h>
 #include <quarv/numbers/swflt/wide_uint.h>
@@ -301,7 +302,9 @@ Scaled<S> product(const S& a, const S& b) {
   return {convert_significand<S>(high), static_cast<std::int64_t>(bits_of<S>)};
 }
 inline Scaled<mpz_class> product(const mpz_class& a, const mpz_class& b) {
-  return {a * b, 0};
+  Scaled<mpz_class> result{mpz_class(), 0};
+  multiply(result.significand.get_mpz_t(), a.get_mpz_t(), b.get_mpz_t());
+  return result;
 }
 
 /// a / b for normalized numbers, jammed. At least `precision` + 2 bits.

@@ -1,9 +1,17 @@
+#include <quarv/numbers/gmp_product.h>
 #include <quarv/simpl/bv/arithmetic.h>
 #include <quarv/simpl/bv/folding.h>
 
 namespace quarv::termsimpl {
 
 namespace {
+
+void multiply(bv::Word& x, bv::Word y) {
+  x *= y;
+}
+void multiply(mpz_class& x, const mpz_class& y) {
+  quarv::multiply(x.get_mpz_t(), x.get_mpz_t(), y.get_mpz_t());
+}
 
 /// The unsigned quotient, not reduced: all ones are -1.
 template <class Value>
@@ -34,8 +42,8 @@ const Term* BVSubSimpl::operator()(TermManager* mgr, const Symbol* s, const std:
 }
 
 const Term* BVMulSimpl::operator()(TermManager* mgr, const Symbol* s, const std::vector<const Term*>& args) {
-  return bv::fold_binary<&TermManager::is_bv_mul>(mgr, s, args,
-                                                  [](auto& x, const auto& y, std::size_t) { x *= y; });
+  return bv::fold_binary<&TermManager::is_bv_mul>(
+      mgr, s, args, [](auto& x, const auto& y, std::size_t) { multiply(x, y); });
 }
 
 const Term* BVNegSimpl::operator()(TermManager* mgr, const Symbol* s, const std::vector<const Term*>& args) {
