@@ -70,11 +70,21 @@ void Reader::check_new_function_name(const Token& name) {
   const TermNames::Name* known = names_.find(lookup_text(name));
   if (is_reserved(name)) fail(name.start, std::string(name.text) + " is a reserved word");
   note_name(name.text);
+  if (new_name(known) != nullptr || !is_free(known)) {
+    fail(name.start, std::string(name.text) + " is declared twice");
+  }
+}
   for (const Binding& b : new_names_) {
     if (b.name == known && known != nullptr) fail(name.start, std::string(name.text) + " is declared twice");
   }
   if (!is_free(known)) fail(name.start, std::string(name.text) + " is declared twice");
 }
+
+bool Reader::is_free(const TermNames::Name* name) noexcept {
+  if (name == nullptr) return true;
+  const TermMeaning& meaning = name->meaning;
+  return meaning.kind == TermMeaning::none || meaning.word == Word::other ||
+         (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
 
 bool Reader::is_free(const TermNames::Name* name) noexcept {
   if (name == nullptr) return true;
@@ -130,13 +140,13 @@ const std::string& Reader::text_of(const DataType* sort) {
 std::vector<const Term*> Reader::parameters(std::string& text) {
   std::vector<const Term*> variables;
   expect_left("the parameters");
+  ++binder_mark_;
   text += '(';
   for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
     if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a parameter with its sort");
     const Token name = expect_symbol("a parameter");
-    for (const Binding& b : bindings_) {
-      if (b.name->text == name.text)
-        fail(name.start, "parameter " + std::string(name.text) + " occurs twice");
+    if (is_bound_twice(names_.enter(lookup_text(name)))) {
+      fail(name.start, "parameter " + std::string(name.text) + " occurs twice");
     }
     const DataType* sort = read_sort();
     expect_right("a parameter with its sort");

@@ -20,8 +20,9 @@ class NameTable {
  public:
   struct Name {
     std::string_view text;
-    Meaning meaning{};       // value-initialised: none
-    std::uint32_t mark = 0;  // for whoever wants to see whether a name was met before
+    Meaning meaning{};        // value-initialised: none
+    std::uint32_t mark = 0;   // for whoever wants to see whether a name was met before
+    std::uint32_t index = 0;  // likewise: where the name stands in a list
   };
 
   /// The name, null when it has never been given a meaning.

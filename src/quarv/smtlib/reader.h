@@ -88,6 +88,8 @@ class QUARV_API Reader {
     Kind kind = none;
     Word word =
         Word::none;  // of reserved words; `other` for constants of theories, which may be declared anew
+    std::uint32_t renamed =
+        0;  // name!1, ..., name!renamed are in use: quantifiers bind the name within each other
     union {
       const Operator* op = nullptr;
       const Symbol* symbol;
@@ -202,6 +204,8 @@ class QUARV_API Reader {
   const Term* special_float(const Token& name);
   void push_value(const Term* t);
   const Term* bind_variable(const Token& name, const DataType* type);
+  bool is_bound_twice(TermNames::Name& name);
+  Binding* new_name(const TermNames::Name* name) noexcept;
   std::string_view lookup_text(const Token& name);
   TermMeaning meaning_of(const Token& name);
 
@@ -279,8 +283,8 @@ class QUARV_API Reader {
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;
   std::vector<Binding> new_names_;  // given by `:named` in the command that is being read
-  std::uint32_t let_mark_ = 0;
-  std::string header_;  // of the definition that is being read
+  std::uint32_t binder_mark_ = 0;   // of the names that one let or one quantifier binds
+  std::string header_;              // of the definition that is being read
   const DataType* last_sort_ = nullptr;
   std::string last_sort_text_;
 };

@@ -1,4 +1,5 @@
 #include <string>
+#include <utility>
 
 #include <quarv/smtlib/reader.h>
 #include <quarv/util/checkpoint.h>
@@ -171,12 +172,13 @@ void Reader::let_bindings_done() {
   Frame& frame = frames_.back();
   frame.kind = Frame::let_body;
   frame.scope = static_cast<std::uint32_t>(names_.scope());
-  ++let_mark_;
+  ++binder_mark_;
   for (std::size_t i = frame.first; i < bindings_.size(); ++i) {
     TermNames::Name& name = *bindings_[i].name;
-    if (name.mark == let_mark_) fail(frame.start, "let binds " + std::string(name.text) + " twice");
-    name.mark = let_mark_;
-    names_.bind(name, TermMeaning::of(bindings_[i].value));
+    if (is_bound_twice(name)) fail(frame.start, "let binds " + std::string(name.text) + " twice");
+    TermMeaning meaning = TermMeaning::of(bindings_[i].value);
+    meaning.renamed = name.meaning.renamed;
+    names_.bind(name, meaning);
   }
   bindings_.resize(frame.first);
 }
@@ -184,21 +186,31 @@ void Reader::let_bindings_done() {
 // Quantifiers.
 // -----------------------------------------------------------------------------------------------------------------
 
+/// Marks a name that the binder at hand binds. Such marks cost the same for each name, however many there
+/// are.
+bool Reader::is_bound_twice(TermNames::Name& name) {
+  return std::exchange(name.mark, binder_mark_) == binder_mark_;
+}
+
 /// Binds a variable. Equal names of equal sorts are one variable, so that equal quantified formulas are one
 /// term. A name that means something already is changed: what the inner scope brings in through `let` may
 /// speak of the outer meaning.
 const Term* Reader::bind_variable(const Token& name, const DataType* type) {
   note_name(name.text);
+  TermNames::Name& entry = names_.enter(lookup_text(name));
   std::string printed(name.text);
-  for (std::size_t i = 1;; ++i) {
+  std::uint32_t renamed = entry.meaning.renamed;  // lower numbers are taken
+  if (renamed != 0) printed += '!' + std::to_string(renamed);
+  for (;;) {
     const TermNames::Name* known = names_.find(printed);
     if (known == nullptr || known->meaning.kind == TermMeaning::none) break;
-    printed = std::string(name.text) + '!' + std::to_string(i);
+    printed = std::string(name.text) + '!' + std::to_string(++renamed);
   }
   const Term*& variable = bound_variables_[{printed, type}];
   if (variable == nullptr) variable = manager_.fresh_bound_variable(printed, type);
-  TermNames::Name& entry = names_.enter(lookup_text(name));
-  names_.bind(entry, TermMeaning::of(variable));
+  TermMeaning meaning = TermMeaning::of(variable);
+  meaning.renamed = renamed;
+  names_.bind(entry, meaning);
   if (printed != name.text) names_.bind(names_.enter(printed), TermMeaning::of(variable));
   bindings_.push_back({&entry, variable});
   return variable;
@@ -211,16 +223,15 @@ void Reader::open_quantifier(const char* start, std::string_view binder) {
   frame.scope = static_cast<std::uint32_t>(names_.scope());
   frame.first = static_cast<std::uint32_t>(bindings_.size());
   expect_left("the variables of a quantifier");
+  ++binder_mark_;
   Token t = next();
   do {
     if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a variable with its sort");
     const Token name = expect_symbol("a variable");
     const DataType* sort = read_sort();
     expect_right("a variable with its sort");
-    for (std::size_t i = frame.first; i < bindings_.size(); ++i) {
-      if (bindings_[i].name->text == name.text) {
-        fail(name.start, "the quantifier binds " + std::string(name.text) + " twice");
-      }
+    if (is_bound_twice(names_.enter(lookup_text(name)))) {
+      fail(name.start, "the quantifier binds " + std::string(name.text) + " twice");
     }
     bind_variable(name, sort);
     t = next();
@@ -246,7 +257,9 @@ void Reader::attributes() {
       const Token name = expect_symbol("a name");
       attribute.text = quoted(name.text);
       check_new_function_name(name);
-      new_names_.push_back({&names_.enter(lookup_text(name)), nullptr});
+      TermNames::Name& entry = names_.enter(lookup_text(name));
+      entry.index = static_cast<std::uint32_t>(new_names_.size());
+      new_names_.push_back({&entry, nullptr});
     } else {
       // Any other attribute has at most one value, which ends where the next attribute or the annotation
       // does.
@@ -292,8 +305,12 @@ void Reader::finish_annotation() {
   const Term* t = manager_.make_annotation(all[0], list, all.subspan(1));
   for (const Attribute& a : list) {
     if (a.keyword != ":named") continue;
-    for (Binding& b : new_names_) {
-      if (b.value == nullptr && quoted(b.name->text) == a.text) b.value = t;
+    // The names of an annotation follow those of the annotations in it.
+    for (std::size_t i = new_names_.size(); i-- > 0;) {
+      Binding& b = new_names_[i];
+      if (quoted(b.name->text) != a.text) continue;
+      b.value = t;
+      break;
     }
   }
   close_with(t);
@@ -367,15 +384,21 @@ std::string_view Reader::lookup_text(const Token& name) {
              : name.text;
 }
 
+/// The entry of a name that the command at hand gives; null when it gives no such name.
+Reader::Binding* Reader::new_name(const TermNames::Name* name) noexcept {
+  if (name == nullptr || name->index >= new_names_.size()) return nullptr;
+  Binding& b = new_names_[name->index];
+  return b.name == name ? &b : nullptr;
+}
+
 Reader::TermMeaning Reader::meaning_of(const Token& name) {
   const TermNames::Name* known = names_.find(name.text);
   if (known != nullptr && known->meaning.kind == TermMeaning::reserved && *name.start == '|') {
     known = names_.find(lookup_text(name));
   }
   if (known != nullptr && known->meaning.kind != TermMeaning::none) return known->meaning;
-  for (const Binding& b : new_names_) {
-    if (b.name == known && b.value != nullptr) return TermMeaning::of(b.value);
-  }
+  const Binding* b = new_name(known);
+  if (b != nullptr && b->value != nullptr) return TermMeaning::of(b->value);
   return {};
 }
 

@@ -1,0 +1,80 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <quarv/smtlib/reader.h>
+
+// Inputs whose cost would grow faster than their size. None of the tests measures time: those that count
+// nothing are so large that the time limit of all tests is exceeded when the cost is quadratic.
+
+namespace quarv::smtlib {
+namespace {
+
+std::string repeated(std::size_t n, const std::string& text) {
+  std::string all;
+  for (std::size_t i = 0; i < n; ++i) all += text;
+  return all;
+}
+
+const Term* only_term(TermManager& manager, const std::string& text) {
+  return Reader(manager).read(text, "in.smt2").terms.back();
+}
+
+TEST(GrowthTest, QuantifiersOfOneNameWithinEachOther) {
+  constexpr std::size_t levels = 200'000;
+  TermManager manager;
+  const Term* t = only_term(manager, "(assert " + repeated(levels, "(exists ((x Int)) (or (= x 0) ") +
+                                         "false" + repeated(levels, "))") + ")");
+  std::size_t depth = 0;
+  const Term* variable = nullptr;
+  while (manager.is_quantifier(t->symbol)) {
+    variable = manager.quantifier_variables(t->symbol)[0];
+    ++depth;
+    t = t->args[0]->args[1];
+  }
+  EXPECT_EQ(depth, levels);
+  EXPECT_EQ(std::string(variable->symbol->name), "x!" + std::to_string(levels - 1));
+}
+
+TEST(GrowthTest, VariablesAreNumberedFromTheirQuantifierOn) {
+  TermManager manager;
+  const auto body = [](const std::string& inner) {
+    return "(exists ((x Int)) (let ((x (+ x 1))) (exists ((x Int)) (and (= x 0) " + inner + "))))";
+  };
+  const Script script = Reader(manager).read(
+      "(declare-const x!2 Int)(assert " + body(body("true")) + ")(assert " + body(body("true")) + ")",
+      "in.smt2");
+  const Term* first = script.terms[script.terms.size() - 2];
+  EXPECT_EQ(first, script.terms.back());
+  const char* const names[] = {"x", "x!1", "x!3", "x!4"};
+  for (const char* name : names) {
+    ASSERT_TRUE(manager.is_quantifier(first->symbol));
+    EXPECT_STREQ(manager.quantifier_variables(first->symbol)[0]->symbol->name, name);
+    first = first->args[0];
+    if (!manager.is_quantifier(first->symbol)) first = first->args[1];
+  }
+}
+
+TEST(GrowthTest, OneQuantifierOfManyVariables) {
+  constexpr std::size_t n = 300'000;
+  std::string variables;
+  for (std::size_t i = 0; i < n; ++i) variables += "(x" + std::to_string(i) + " Int)";
+  TermManager manager;
+  const Term* t = only_term(manager, "(assert (forall (" + variables + ") (= x0 x1)))");
+  EXPECT_EQ(manager.quantifier_variables(t->symbol).size(), n);
+  EXPECT_THROW(only_term(manager, "(assert (forall (" + variables + "(x7 Int)) (= x0 x1)))"), Error);
+  EXPECT_THROW(only_term(manager, "(define-fun f (" + variables + "(x7 Int)) Bool (= x0 x1))"), Error);
+}
+
+TEST(GrowthTest, ManyNamesInOneAssertion) {
+  constexpr std::size_t n = 200'000;
+  std::string text = "(declare-const p Bool)(assert (and";
+  for (std::size_t i = 0; i < n; ++i)
+    text += " (! p :named n" + std::to_string(i) + ") n" + std::to_string(i);
+  TermManager manager;
+  EXPECT_NE(only_term(manager, text + "))"), nullptr);
+  EXPECT_THROW(only_term(manager, text + " (! p :named n7)))"), Error);
+}
+
+}  // namespace
+}  // namespace quarv::smtlib
