@@ -76,5 +76,23 @@ TEST(GrowthTest, ManyNamesInOneAssertion) {
   EXPECT_THROW(only_term(manager, text + " (! p :named n7)))"), Error);
 }
 
+TEST(GrowthTest, SortsDefinedByEachOther) {
+  constexpr std::size_t n = 30'000;
+  std::string text = "(define-sort s0 () Int)";
+  for (std::size_t i = 1; i < n; ++i) {
+    text += "(define-sort s" + std::to_string(i) + " () (Array Int s" + std::to_string(i - 1) + "))";
+  }
+  for (std::size_t i = 0; i < 100'000; ++i) {
+    text += "(declare-const a" + std::to_string(i) + " s" + std::to_string(n - 1) + ")";
+  }
+  TermManager manager;
+  std::size_t depth = 0;
+  for (const DataType* sort = manager.type_of(only_term(manager, text)); manager.is_array_type(sort);
+       ++depth) {
+    sort = sort->get_component(2);
+  }
+  EXPECT_EQ(depth, n - 1);
+}
+
 }  // namespace
 }  // namespace quarv::smtlib

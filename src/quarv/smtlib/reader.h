@@ -251,6 +251,7 @@ class QUARV_API Reader {
   [[noreturn]] void fail(const char* where, const std::string& message, const char* shown);
   SourcePlace place_of(const char* where) const noexcept;
   const char* innermost_parenthesis(const char* where) const;
+  const DataType* substituted(const SortMeaning& macro, std::span<const DataType* const> arguments);
   std::string_view keep(std::string_view text);
   const std::string& text_of(const DataType* sort);
 
@@ -290,3 +291,4 @@ class QUARV_API Reader {
 };
 
 }  // namespace quarv::smtlib
+  std::map<std::vector<const DataType*>, const DataType*> instances_;  // of macros: stand-in, arguments

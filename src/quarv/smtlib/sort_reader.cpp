@@ -104,8 +104,18 @@ const DataType* Reader::indexed_sort() {
   }
 }
 
-/// The body of a defined sort with its stand-ins replaced by the arguments; each distinct part once.
+/// A defined sort applied to its arguments. Each application is computed once.
 const DataType* Reader::instantiate(const SortMeaning& macro, std::span<const DataType* const> arguments) {
+  if (arguments.empty()) return macro.sort;
+  std::vector<const DataType*> application{macro.parameters->front()};  // no other macro has this stand-in
+  application.insert(application.end(), arguments.begin(), arguments.end());
+  const DataType*& sort = instances_[application];
+  if (sort == nullptr) sort = substituted(macro, arguments);
+  return sort;
+}
+
+/// The body of a defined sort with its stand-ins replaced by the arguments; each distinct part once.
+const DataType* Reader::substituted(const SortMeaning& macro, std::span<const DataType* const> arguments) {
   std::unordered_map<const DataType*, const DataType*> result;
   for (std::size_t i = 0; i < arguments.size(); ++i) result[(*macro.parameters)[i]] = arguments[i];
   std::vector<const DataType*> pending{macro.sort};
