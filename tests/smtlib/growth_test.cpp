@@ -94,5 +94,16 @@ TEST(GrowthTest, SortsDefinedByEachOther) {
   EXPECT_EQ(depth, n - 1);
 }
 
+TEST(GrowthTest, NumbersAreLimited) {
+  const std::string text = "(assert (= 0 1" + std::string(5'100'000, '0') + "))";
+  TermManager manager;
+  try {
+    only_term(manager, text);
+    FAIL();
+  } catch (const Error& e) {
+    EXPECT_EQ(e.message(), "numbers of more than 5050445 digits are not supported");
+  }
+}
+
 }  // namespace
 }  // namespace quarv::smtlib

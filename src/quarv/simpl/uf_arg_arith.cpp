@@ -22,7 +22,7 @@ const Term* UfArgArithSimpl::operator()(TermManager* mgr, const Symbol* s,
 }
 
 const Term* UfArgArithSimpl::normalize(TermManager* mgr, const Term* t) {
-  poly_.normalize(mgr, t, nullptr, false);
+  if (!poly_.normalize(mgr, t, nullptr, false)) return t;
   const Term* sum = poly_.to_term(mgr);
   if (sum == nullptr) return mgr->make_number(poly_.constant);
   if (poly_.constant.is_zero()) return sum;

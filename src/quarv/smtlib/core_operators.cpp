@@ -138,7 +138,10 @@ const Term* division(OperatorContext& c, Args a) {
   const QNumber* divisor = non_zero_number(m, a[1]);
   if (divisor == nullptr)
     return m.make_term(m.make_opaque_symbol("/", {m.rat_type, m.rat_type}, m.rat_type), a);
-  if (const QNumber* dividend = number(m, a[0])) return m.make_number(*dividend * reciprocal(*divisor));
+  const QNumber* dividend = number(m, a[0]);
+  if (dividend != nullptr && m.may_compute(product_bits(*dividend, reciprocal(*divisor)))) {
+    return m.make_number(*dividend * reciprocal(*divisor));
+  }
   const Term* factor = m.make_number(reciprocal(*divisor));
   return m.make_times(factor, a[0]);
 }

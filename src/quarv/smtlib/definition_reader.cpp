@@ -74,17 +74,6 @@ void Reader::check_new_function_name(const Token& name) {
     fail(name.start, std::string(name.text) + " is declared twice");
   }
 }
-  for (const Binding& b : new_names_) {
-    if (b.name == known && known != nullptr) fail(name.start, std::string(name.text) + " is declared twice");
-  }
-  if (!is_free(known)) fail(name.start, std::string(name.text) + " is declared twice");
-}
-
-bool Reader::is_free(const TermNames::Name* name) noexcept {
-  if (name == nullptr) return true;
-  const TermMeaning& meaning = name->meaning;
-  return meaning.kind == TermMeaning::none || meaning.word == Word::other ||
-         (meaning.kind == TermMeaning::builtin && !meaning.op->reserved);
 
 bool Reader::is_free(const TermNames::Name* name) noexcept {
   if (name == nullptr) return true;

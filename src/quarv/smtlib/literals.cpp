@@ -35,13 +35,25 @@ long small_binary(std::string_view digits) noexcept {
 
 }  // namespace
 
+/// A number has as many bits as a bit-vector may have.
+void Reader::check_number_size(std::string_view text) {
+  constexpr std::size_t surely_fit = max_number_bits / 4;  // digits
+  if (text.size() <= surely_fit) return;
+  const std::size_t most_digits = static_cast<std::size_t>(static_cast<double>(max_number_bits) * 0.30103);
+  if (text.size() > most_digits) {
+    fail(text.data(), "numbers of more than " + std::to_string(most_digits) + " digits are not supported");
+  }
+}
+
 const Term* Reader::numeral(std::string_view digits) {
+  check_number_size(digits);
   return manager_.make_number(integer(digits, 10));
 }
 
 const Term* Reader::decimal(std::string_view text) {
   const std::size_t point = text.find('.');
   const std::size_t places = text.size() - point - 1;
+  check_number_size(text);
   if (text.size() - 1 > word_digits) return manager_.make_number(QNumber::parse(text));
   long scale = 1;
   for (std::size_t i = 0; i < places; ++i) scale *= 10;
@@ -71,6 +83,7 @@ const Term* Reader::bit_vector_numeral(const Token& name, std::size_t width) {
   if (width == 0 || width > max_width) {
     fail(name.start, "bit-vectors have 1 to " + std::to_string(max_width) + " bits");
   }
+  check_number_size(digits);
   try {
     return manager_.make_bv_number(integer(digits, 10), width);
   } catch (const SortError&) {

@@ -13,7 +13,7 @@
 namespace quarv::smtlib {
 
 /// The largest width of a bit-vector, in bits, that the reader accepts; it bounds what a short text can cost.
-inline constexpr std::size_t max_width = std::size_t{1} << 24;
+inline constexpr std::size_t max_width = max_number_bits;
 
 /// The largest exponent width of a floating-point sort, in bits, that the reader accepts.
 inline constexpr std::size_t max_exponent_width = 30;

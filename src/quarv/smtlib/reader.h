@@ -254,6 +254,7 @@ class QUARV_API Reader {
   const DataType* substituted(const SortMeaning& macro, std::span<const DataType* const> arguments);
   std::string_view keep(std::string_view text);
   const std::string& text_of(const DataType* sort);
+  void check_number_size(std::string_view text);
 
   TermManager& manager_;
   Options options_;

@@ -7,7 +7,7 @@ namespace quarv::smtlib {
 const Term* fold_real_to_fp(TermManager& manager, const Term* rounding, const QNumber& value, std::size_t ew,
                             std::size_t mw) {
   const auto mode = termsimpl::fp::rounding_mode(&manager, rounding);
-  if (!mode) return nullptr;
+  if (!mode || !manager.may_compute(ew + mw + 1)) return nullptr;
   return termsimpl::fp::make_literal(&manager, IEEEFloat::from_number(value, {ew, mw}, *mode));
 }
 

@@ -199,6 +199,7 @@ const Term* TermManager::make_numeral(const QNumber& value, const DataType* type
   symbol->number_ = &stored;
   const Term* t = intern(symbol, {});
   number_terms_.insert(probe, t);
+  if (!stored.is_small()) number_bytes_ += (numerator_bits(stored) + denominator_bits(stored)) / 8;
   return t;
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <quarv/export.h>
+#include <quarv/numbers/number_size.h>
 #include <quarv/numbers/q_number.h>
 #include <quarv/term/arena.h>
 #include <quarv/term/data_type.h>
@@ -121,6 +122,28 @@ class QUARV_API TermManager {
 
   /// Number of terms created so far; ids are 0 to `num_terms() - 1`.
   std::size_t num_terms() const noexcept { return next_id_; }
+
+  // What simplifiers may cost.
+
+  /// Whether a simplifier may compute a number, or a bit-vector, of so many bits. Beyond 2^24 bits it may
+  /// not; nor beyond 4096 bits when all numbers of the manager take more than 256 MiB already. What is not
+  /// computed stays as it is.
+  bool may_compute(std::size_t bits) const noexcept {
+    return bits <= 4096 || (bits <= max_number_bits && number_bytes_ <= std::size_t{256} << 20);
+  }
+  /// Bytes of all numeric constants that do not fit two words.
+  std::size_t number_bytes() const noexcept { return number_bytes_; }
+
+  /// Some simplifiers look at sums or arrays as a whole and write sums anew. Parts that many terms share
+  /// would be looked at, and written, for each of them. Those simplifiers count what they do: the nodes that
+  /// they look at beyond the first thousand of a call, and the terms that they add. When that is out of
+  /// proportion to the number of terms, large sums and arrays stay as they are.
+  void count_visits(std::uint64_t nodes) noexcept { visits_ += nodes; }
+  bool may_visit() const noexcept { return visits_ <= (std::uint64_t{1} << 26) + 256 * next_id_; }
+  void count_expansion(std::uint64_t terms) noexcept { expansion_ += terms; }
+  bool may_expand() const noexcept {
+    return expansion_ <= (std::uint64_t{1} << 20) + 16 * (next_id_ - expansion_);
+  }
 
   /// Prepares for so many terms; more or fewer may come.
   void reserve_terms(std::size_t n) { terms_.reserve(n); }
@@ -641,6 +664,9 @@ class QUARV_API TermManager {
 
   TermSimplifier* simplifier_ = nullptr;
   std::uint64_t next_id_ = 0;
+  std::uint64_t visits_ = 0;
+  std::uint64_t expansion_ = 0;
+  std::size_t number_bytes_ = 0;
   Arena arena_;
   TermTable terms_;
   NumberTable number_terms_;

@@ -53,7 +53,10 @@ const Term* EqLeqSimpl::operator()(TermManager* mgr, const Symbol* s, const std:
 
 const Term* EqLeqSimpl::polynomial_atom(TermManager* mgr, const Symbol* s,
                                         const std::vector<const Term*>& args, bool is_equality) {
-  poly_.normalize(mgr, args[0], args[1], true);
+  if (!poly_.normalize(mgr, args[0], args[1], true)) {
+    if (is_equality) order_by_id(args);
+    return mgr->do_make_term(s, args);
+  }
   QNumber& k = poly_.constant;  // so far: polynomial + k compared with 0
   if (poly_.monomials.empty()) return mgr->make_bool(is_equality ? k.is_zero() : k.sign() <= 0);
 

@@ -49,13 +49,16 @@ std::size_t num_nodes(const TermManager* mgr, const Term* sum) {
 /// Whether to split a sum, which has to be worth it: there must be an integer summand, and because the sum is
 /// written out once for every path through its shared parts, their number must not explode. A sum without
 /// sharing is not refused for its size.
-bool is_worth_splitting(const TermManager* mgr, const Term* sum) {
+bool is_worth_splitting(TermManager* mgr, const Term* sum) {
   constexpr std::size_t small = 64;
   constexpr std::size_t most_paths_per_node = 4;
   bool has_integer_summand = false;
   const auto look = [&](const Term* t) { has_integer_summand |= mgr->type_of(t) == mgr->int_type; };
   if (for_each_summand(mgr, sum, small, look)) return has_integer_summand;
-  return for_each_summand(mgr, sum, most_paths_per_node * num_nodes(mgr, sum), look) && has_integer_summand;
+  if (!mgr->may_expand() || !mgr->may_visit()) return false;
+  const std::size_t nodes = num_nodes(mgr, sum);
+  mgr->count_visits(nodes);
+  return for_each_summand(mgr, sum, most_paths_per_node * nodes, look) && has_integer_summand;
 }
 
 /// floor(t) for what remains of a sum.
@@ -78,10 +81,12 @@ const Term* FloorSimpl::operator()(TermManager* mgr, const Symbol* s, const std:
 
   const Term* integer_part = nullptr;
   const Term* rest = nullptr;
+  const std::size_t terms_before = mgr->num_terms();
   for_each_summand(mgr, x, std::numeric_limits<std::size_t>::max(), [&](const Term* t) {
     const Term*& part = mgr->type_of(t) == mgr->int_type ? integer_part : rest;
     part = part == nullptr ? t : mgr->make_plus(part, t);
   });
+  mgr->count_expansion(mgr->num_terms() - terms_before);
   if (rest == nullptr) return integer_part;
   const Term* floor = floor_of_rest(mgr, s, args, rest);
   return mgr->make_plus(integer_part, floor);

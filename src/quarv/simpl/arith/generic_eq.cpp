@@ -19,6 +19,17 @@ bool has_array_constructor(const TermManager* mgr, const Term* t) {
   return is_array_const(mgr, t) || mgr->is_array_write(t->symbol, nullptr, nullptr);
 }
 
+/// Counts a look at all writes of an array; false when it is long and too many looks have been taken.
+bool may_look_at(TermManager* mgr, const Term* array) {
+  constexpr std::size_t few = 1024;
+  std::size_t writes = 0;
+  for (; mgr->is_array_write(array->symbol, nullptr, nullptr); array = array->args[0]) {
+    if (++writes == few && !mgr->may_visit()) return false;
+  }
+  if (writes > few) mgr->count_visits(writes);
+  return true;
+}
+
 /// Decides or reduces an equality of two different arrays; null when there is nothing to say.
 const Term* simplify_array_equality(TermManager* mgr, const Term* a, const Term* b) {
   if (is_array_const(mgr, a) && is_array_const(mgr, b)) {
@@ -31,6 +42,7 @@ const Term* simplify_array_equality(TermManager* mgr, const Term* a, const Term*
     return mgr->make_equal(a, b);
   }
   if (!has_array_constructor(mgr, a) || !has_array_constructor(mgr, b)) return nullptr;
+  if (!may_look_at(mgr, a) || !may_look_at(mgr, b)) return nullptr;
   if (!is_value(mgr, a, true) || !is_value(mgr, b, true)) return nullptr;
   switch (compare_array_values(mgr, a, b)) {
     case Comparison::equal:

@@ -22,7 +22,7 @@ const Term* IntModCongrSimpl::operator()(TermManager* mgr, const Symbol* s,
   const QNumber* b = mgr->get_number(args[1]);
   if (a != nullptr && b != nullptr) return mgr->make_bool(remainder(*a - *b, modulus).is_zero());
 
-  poly_.normalize(mgr, args[0], args[1], false);
+  if (!poly_.normalize(mgr, args[0], args[1], false)) return mgr->do_make_term(s, args);
   QNumber& k = poly_.constant;
   if (poly_.monomials.empty()) return mgr->make_bool(remainder(k, modulus).is_zero());
   if (poly_.leading_coefficient_is_negative()) {

@@ -42,6 +42,11 @@ class Sum {
   Sum(const TermManager* mgr, MonomialMap* coeffs, QNumber* constant, bool* all_integer)
       : mgr_(mgr), coeffs_(coeffs), constant_(constant), all_integer_(all_integer) {}
 
+  /// Whether all numbers so far are of a size that may be computed. If not, the sum is not continued.
+  bool fits() const noexcept { return fits_; }
+  /// Bits of all large numbers computed so far.
+  std::size_t bits() const noexcept { return bits_; }
+
   /// Adds c * t: a leaf at once; of any other term, the parts with their coefficients go to `later`, the part
   /// to be treated first goes last.
   template <class Later>
@@ -52,10 +57,12 @@ class Sum {
         later(t->args[1], std::move(c));
         break;
       case Shape::left_multiple:
+        if (!may_multiply(c, *mgr_->get_number(t->args[1]))) return;
         c *= *mgr_->get_number(t->args[1]);
         later(t->args[0], std::move(c));
         break;
       case Shape::right_multiple:
+        if (!may_multiply(c, *mgr_->get_number(t->args[0]))) return;
         c *= *mgr_->get_number(t->args[0]);
         later(t->args[1], std::move(c));
         break;
@@ -66,38 +73,63 @@ class Sum {
   }
 
   void add_leaf(const Term* t, const QNumber& c) {
-    if (const QNumber* value = mgr_->get_number(t)) {
-      constant_->self_addmul(*value, c);
-      return;
-    }
+    if (const QNumber* value = mgr_->get_number(t)) return add_to_constant(*value, c);
     if (mgr_->get_tag(t->symbol) == SymbolTag::TIMES) {
       if (const QNumber* u = mgr_->get_number(t->args[0])) {
-        constant_->self_addmul(*u * *mgr_->get_number(t->args[1]), c);
+        const QNumber* v = mgr_->get_number(t->args[1]);
+        if (may_multiply(*u, *v)) add_to_constant(*u * *v, c);
         return;
       }
     }
-    (*coeffs_)[t] += c;
+    QNumber& coefficient = (*coeffs_)[t];
+    if (may_add(coefficient, c)) coefficient += c;
     *all_integer_ &= mgr_->type_of(t) == mgr_->int_type;
   }
 
+  bool may_add(const QNumber& a, const QNumber& b) {
+    return (a.is_small() && b.is_small()) || may_compute(sum_bits(a, b));
+  }
+
  private:
+  /// Bits of all large numbers that one sum may compute.
+  static constexpr std::size_t kMostBits = std::size_t{1} << 30;
+
+  bool may_multiply(const QNumber& a, const QNumber& b) {
+    return (a.is_small() && b.is_small()) || may_compute(product_bits(a, b));
+  }
+  bool may_compute(std::size_t bits) {
+    bits_ += bits;
+    fits_ &= mgr_->may_compute(bits) && bits_ <= kMostBits;
+    return fits_;
+  }
+  void add_to_constant(const QNumber& value, const QNumber& c) {
+    if (!may_multiply(value, c)) return;
+    const QNumber summand = value * c;
+    if (may_add(*constant_, summand)) *constant_ += summand;
+  }
+
   const TermManager* mgr_;
   MonomialMap* coeffs_;
   QNumber* constant_;
   bool* all_integer_;
+  std::size_t bits_ = 0;
+  bool fits_ = true;
 };
 
 /// The steps after which a walk turns from trees to DAGs. Most sums are far smaller; in a larger one a shared
 /// part may be met on exponentially many paths.
 constexpr int kTreeSteps = 1024;
 
+/// The steps that are left to a sum when sums have added too many terms.
+constexpr int kFewSteps = 64;
+
 /// A table with more buckets than this is not used again: clearing it costs as much for a small sum as for a
 /// large one.
 constexpr std::size_t kMostBucketsKept = 1024;
 
 /// Adds the summands part by part, depth first, as long as the steps last.
-void add_as_trees(Sum& sum, std::vector<Summand>& work) {
-  for (int steps = kTreeSteps; steps > 0 && !work.empty(); --steps) {
+void add_as_trees(Sum& sum, std::vector<Summand>& work, int steps) {
+  for (; steps > 0 && !work.empty() && sum.fits(); --steps) {
     Summand s = std::move(work.back());
     work.pop_back();
     sum.add(s.term, std::move(s.coefficient), [&work](const Term* t, QNumber&& c) {
@@ -108,7 +140,7 @@ void add_as_trees(Sum& sum, std::vector<Summand>& work) {
 
 /// Adds the summands with every distinct part treated once: in descending order of id a part comes after all
 /// terms that it occurs in, hence with its whole coefficient.
-void add_as_dag(const TermManager* mgr, Sum& sum, const std::vector<Summand>& work) {
+void add_as_dag(TermManager* mgr, Sum& sum, const std::vector<Summand>& work) {
   MonomialMap coefficients;  // of the parts
   std::vector<const Term*> parts;
   const auto enter = [&](const Term* t) -> QNumber& {
@@ -121,7 +153,8 @@ void add_as_dag(const TermManager* mgr, Sum& sum, const std::vector<Summand>& wo
     if (shape_of(mgr, t) == Shape::leaf) {
       sum.add_leaf(t, c);
     } else {
-      enter(t) += c;
+      QNumber& coefficient = enter(t);
+      if (sum.may_add(coefficient, c)) coefficient += c;
     }
   };
   for (const Summand& s : work) add_part(s.term, s.coefficient);
@@ -130,8 +163,10 @@ void add_as_dag(const TermManager* mgr, Sum& sum, const std::vector<Summand>& wo
       if (shape_of(mgr, child) != Shape::leaf) enter(child);
     }
   }
+  mgr->count_visits(parts.size());
   sortimpl::sort(parts.data(), parts.size(), [](const Term* a, const Term* b) { return a->id > b->id; });
   for (const Term* t : parts) {
+    if (!sum.fits()) return;
     QNumber c = std::move(*coefficients.find(t));
     sum.add(t, std::move(c), add_part);
   }
@@ -148,24 +183,35 @@ QNumber denominator(const QNumber& q) {
   return q.is_small() ? QNumber(q.small_den()) : QNumber::from_integer(q.big_den());
 }
 
-/// Multiplies by the positive rational that makes the monomials' coefficients coprime integers.
-void scale_to_integers(const std::vector<const Term*>& monomials, MonomialMap& coeffs, QNumber& constant) {
+/// Bits of all coefficients together to which a sum may be scaled when they do not fit words.
+constexpr std::size_t kMostScaledBits = std::size_t{1} << 27;
+
+/// Multiplies by the positive rational that makes the monomials' coefficients coprime integers. False when
+/// numbers become too large.
+bool scale_to_integers(const TermManager* mgr, const std::vector<const Term*>& monomials, MonomialMap& coeffs,
+                       QNumber& constant) {
   const QNumber one(1);
   QNumber multiple(one);
   for (const Term* m : monomials) {
     const QNumber& c = coeffs[m];
-    if (!c.is_integer()) multiple = lcm(multiple, denominator(c));
+    if (c.is_integer()) continue;
+    multiple = lcm(multiple, denominator(c));
+    if (multiple.is_small()) continue;
+    const std::size_t bits = numerator_bits(multiple);
+    if (!mgr->may_compute(bits) || bits > kMostScaledBits / monomials.size()) return false;
   }
   QNumber divisor;
   for (const Term* m : monomials) {
     divisor = gcd(divisor, coeffs[m] * multiple);
     if (divisor == one) break;
   }
-  if (divisor.is_zero()) return;  // no monomials: the constant stays as it is
+  if (divisor.is_zero()) return true;  // no monomials: the constant stays as it is
   const QNumber factor = multiple / divisor;
-  if (factor == one) return;
+  if (factor == one) return true;
+  if (!mgr->may_compute(product_bits(constant, factor))) return false;
   for (const Term* m : monomials) coeffs[m] *= factor;
   constant *= factor;
+  return true;
 }
 
 const Term* scaled_monomial(TermManager* mgr, const QNumber& c, const Term* m,
@@ -180,7 +226,7 @@ const Term* scaled_monomial(TermManager* mgr, const QNumber& c, const Term* m,
 
 }  // namespace
 
-void poly_norm(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer,
+bool poly_norm(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer,
                std::vector<const Term*>* monomials, MonomialMap* coeffs, QNumber* constant,
                bool* all_integer) {
   *all_integer = true;
@@ -188,15 +234,21 @@ void poly_norm(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integ
   std::vector<Summand>& work = empty_work_list();
   work.push_back({lhs, QNumber(1)});
   if (rhs != nullptr) work.push_back({rhs, QNumber(-1)});
-  add_as_trees(sum, work);
-  if (!work.empty()) add_as_dag(mgr, sum, work);
+  const bool may_expand = mgr->may_expand();
+  add_as_trees(sum, work, may_expand ? kTreeSteps : kFewSteps);
+  if (!work.empty() && sum.fits()) {
+    if (!may_expand || !mgr->may_visit()) return false;
+    add_as_dag(mgr, sum, work);
+  }
+  mgr->count_visits(sum.bits() / 512);  // large numbers take as long as several nodes
+  if (!sum.fits()) return false;
 
   monomials->reserve(monomials->size() + coeffs->size());
   for (const auto& [monomial, coefficient] : *coeffs) {
     if (!coefficient.is_zero()) monomials->push_back(monomial);
   }
   sortimpl::sort(monomials->data(), monomials->size(), Term_lt());
-  if (to_integer) scale_to_integers(*monomials, *coeffs, *constant);
+  return !to_integer || scale_to_integers(mgr, *monomials, *coeffs, *constant);
 }
 
 const Term* poly_to_term(TermManager* mgr, const std::vector<const Term*>& monomials, MonomialMap& coeffs,
@@ -216,7 +268,7 @@ const Term* poly_to_term(TermManager* mgr, const std::vector<const Term*>& monom
   return rest;
 }
 
-void Polynomial::normalize(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer) {
+bool Polynomial::normalize(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer) {
   if (coeffs.bucket_count() > kMostBucketsKept) {
     coeffs = MonomialMap();
   } else {
@@ -224,7 +276,7 @@ void Polynomial::normalize(TermManager* mgr, const Term* lhs, const Term* rhs, b
   }
   monomials.clear();
   constant = QNumber();
-  poly_norm(mgr, lhs, rhs, to_integer, &monomials, &coeffs, &constant, &all_integer);
+  return poly_norm(mgr, lhs, rhs, to_integer, &monomials, &coeffs, &constant, &all_integer);
 }
 
 void Polynomial::negate_coefficients() {
@@ -233,7 +285,10 @@ void Polynomial::negate_coefficients() {
 
 const Term* Polynomial::to_term(TermManager* mgr) {
   scratch.assign(2, nullptr);
-  return poly_to_term(mgr, monomials, coeffs, scratch);
+  const std::size_t terms_before = mgr->num_terms();
+  const Term* sum = poly_to_term(mgr, monomials, coeffs, scratch);
+  mgr->count_expansion(mgr->num_terms() - terms_before);
+  return sum;
 }
 
 }  // namespace quarv::termsimpl

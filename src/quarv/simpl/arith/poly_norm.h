@@ -24,6 +24,9 @@ using MonomialMap = hsh::HashMap<const Term*, QNumber>;
 /// Normalises `lhs - rhs`, or `lhs` alone when `rhs` is null. Takes time linear in the DAG of sums and scaled
 /// terms, however many paths lead through it, and sorts the monomials.
 ///
+/// Returns false when there is no normal form because a number in it would be larger than the manager allows,
+/// or because large sums have been normalised out of proportion; what has been computed is of no use then.
+///
 /// \param to_integer   whether to scale by the positive rational that makes the coefficients of the monomials
 ///                     coprime integers; the constant is scaled with them and may be fractional
 /// \param monomials    gets those with a coefficient other than 0 appended, then is sorted by ascending id
@@ -31,7 +34,7 @@ using MonomialMap = hsh::HashMap<const Term*, QNumber>;
 ///                     empty
 /// \param constant     the constant is added to it
 /// \param all_integer  set to whether every monomial, cancelled ones included, is of the integer type
-void poly_norm(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer,
+bool poly_norm(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer,
                std::vector<const Term*>* monomials, MonomialMap* coeffs, QNumber* constant,
                bool* all_integer);
 
@@ -50,8 +53,8 @@ struct Polynomial {
   bool all_integer = true;
   std::vector<const Term*> scratch;  ///< argument list of the terms that are built
 
-  /// Becomes the normal form of `lhs - rhs`; see `poly_norm`.
-  void normalize(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer);
+  /// Becomes the normal form of `lhs - rhs`; false when there is none. See `poly_norm`.
+  [[nodiscard]] bool normalize(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer);
 
   /// Negates the coefficients, but not the constant.
   void negate_coefficients();

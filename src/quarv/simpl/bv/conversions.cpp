@@ -9,6 +9,7 @@ const Term* IntToBvSimpl::operator()(TermManager* mgr, const Symbol* s,
   if (!mgr->is_int_to_bv(s, &w)) return mgr->do_make_term(s, args);
   const Term* const integer = args[0];
   if (const QNumber* const value = mgr->get_number(integer)) {
+    if (!bv::may_fold(mgr, w)) return mgr->do_make_term(s, args);
     return bv::fold_literal(mgr, w, w, *value, [](auto&) {});
   }
   std::size_t source = 0;
@@ -34,7 +35,7 @@ const Term* IntFromSBvSimpl::operator()(TermManager* mgr, const Symbol* s,
   std::size_t w = 0;
   if (!mgr->is_int_from_sbv(s, &w)) return mgr->do_make_term(s, args);
   const QNumber* const a = mgr->get_number(args[0]);
-  if (a == nullptr) return mgr->do_make_term(s, args);
+  if (a == nullptr || !bv::may_fold(mgr, w)) return mgr->do_make_term(s, args);
   if (w < bv::word_bits) {
     bv::Word x = bv::to_word(*a);
     bv::sign_extend(x, w);

@@ -51,6 +51,11 @@ inline const Term* make_literal(TermManager* mgr, Word x, std::size_t width) {
   return mgr->make_bv_number(QNumber(static_cast<long>(x)), width);
 }
 
+/// Whether literals of `width` bits may be computed.
+inline bool may_fold(const TermManager* mgr, std::size_t width) {
+  return width <= word_bits || mgr->may_compute(width);
+}
+
 /// The literal of `width` bits to which the fold turns `a`; no width involved exceeds `widest`.
 template <class Fold>
 const Term* fold_literal(TermManager* mgr, std::size_t widest, std::size_t width, const QNumber& a,
@@ -102,7 +107,7 @@ const Term* with_two_literals(TermManager* mgr, const Symbol* s, const Args& arg
   const QNumber* const a = mgr->get_number(args[0]);
   if (a == nullptr) return mgr->do_make_term(s, args);
   const QNumber* const b = mgr->get_number(args[1]);
-  if (b == nullptr) return mgr->do_make_term(s, args);
+  if (b == nullptr || !may_fold(mgr, w)) return mgr->do_make_term(s, args);
   return make(w, *a, *b);
 }
 
@@ -112,7 +117,7 @@ const Term* fold_unary(TermManager* mgr, const Symbol* s, const Args& args, Fold
   std::size_t w = 0;
   if (!(mgr->*is_op)(s, &w)) return mgr->do_make_term(s, args);
   const QNumber* const a = mgr->get_number(args[0]);
-  if (a == nullptr) return mgr->do_make_term(s, args);
+  if (a == nullptr || !may_fold(mgr, w)) return mgr->do_make_term(s, args);
   return fold_literal(mgr, w, w, *a, [&](auto& x) { fold(x, w); });
 }
 

@@ -11,8 +11,8 @@ const Term* BVConcatSimpl::operator()(TermManager* mgr, const Symbol* s,
   const QNumber* const high = mgr->get_number(args[0]);
   if (high == nullptr) return mgr->do_make_term(s, args);
   const QNumber* const low = mgr->get_number(args[1]);
-  if (low == nullptr) return mgr->do_make_term(s, args);
   const std::size_t width = high_width + low_width;
+  if (low == nullptr || !bv::may_fold(mgr, width)) return mgr->do_make_term(s, args);
   return bv::fold_literals(mgr, width, width, *high, *low, [&](auto& x, const auto& y) {
     x <<= low_width;
     x += y;
@@ -26,7 +26,7 @@ const Term* BVSelectSimpl::operator()(TermManager* mgr, const Symbol* s,
   std::size_t w = 0;
   if (!mgr->is_bv_extract(s, &msb, &lsb, &w)) return mgr->do_make_term(s, args);
   const QNumber* const a = mgr->get_number(args[0]);
-  if (a == nullptr) return mgr->do_make_term(s, args);
+  if (a == nullptr || !bv::may_fold(mgr, w)) return mgr->do_make_term(s, args);
   return bv::fold_literal(mgr, w, msb + 1 - lsb, *a, [&](auto& x) { x >>= lsb; });
 }
 
@@ -44,8 +44,8 @@ const Term* BVSextSimpl::operator()(TermManager* mgr, const Symbol* s, const std
   std::size_t w = 0;
   if (!mgr->is_bv_sign_extend(s, &added, &w)) return mgr->do_make_term(s, args);
   const QNumber* const a = mgr->get_number(args[0]);
-  if (a == nullptr) return mgr->do_make_term(s, args);
   w = bv::width_of(mgr, args[0], w);
+  if (a == nullptr || !bv::may_fold(mgr, w + added)) return mgr->do_make_term(s, args);
   return bv::fold_literal(mgr, w + added, w + added, *a, [&](auto& x) { bv::sign_extend(x, w); });
 }
 

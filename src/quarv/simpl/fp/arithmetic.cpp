@@ -11,6 +11,7 @@ const Term* fp_eval_bin_op(SymbolTag::tag op, TermManager* mgr, std::size_t ew, 
   const QNumber* const a_bits = mgr->get_number(a);
   if (a_bits == nullptr) return nullptr;
   const fp::Format f{ew, mw};
+  if (!mgr->may_compute(f.width())) return nullptr;
   IEEEFloat x = IEEEFloat::from_bits(*a_bits, f);
   IEEEFloat y;
   if (b != nullptr) {

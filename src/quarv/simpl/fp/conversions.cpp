@@ -27,7 +27,7 @@ const Term* from_integer(TermManager* mgr, const Symbol* s, const fp::Args& args
   if (!(mgr->*is_op)(s, &w, &f.ew, &f.mw)) return mgr->do_make_term(s, args);
   const auto mode = fp::rounding_mode(mgr, args[0]);
   const QNumber* const bits = mgr->get_number(args[1]);
-  if (!mode || bits == nullptr) return mgr->do_make_term(s, args);
+  if (!mode || bits == nullptr || !mgr->may_compute(f.width())) return mgr->do_make_term(s, args);
   return fp::make_literal(mgr, IEEEFloat::from_number(value(*bits, w), f, *mode));
 }
 
@@ -39,7 +39,7 @@ const Term* FpCastSimpl::operator()(TermManager* mgr, const Symbol* s, const std
   if (!mgr->is_fp_cast(s, &source.ew, &source.mw, &target.ew, &target.mw)) return mgr->do_make_term(s, args);
   const auto mode = fp::rounding_mode(mgr, args[0]);
   const QNumber* const bits = mgr->get_number(args[1]);
-  if (!mode || bits == nullptr) return mgr->do_make_term(s, args);
+  if (!mode || bits == nullptr || !mgr->may_compute(target.width())) return mgr->do_make_term(s, args);
   IEEEFloat x = IEEEFloat::from_bits(*bits, source);
   x.set_rounding_mode(*mode);
   x.set_format(target);
@@ -52,7 +52,7 @@ const Term* FpToBvSimpl::operator()(TermManager* mgr, const Symbol* s, const std
   if (!mgr->is_fp_to_bv(s, &f.ew, &f.mw, &w)) return mgr->do_make_term(s, args);
   const auto mode = fp::rounding_mode(mgr, args[0]);
   const QNumber* const bits = mgr->get_number(args[1]);
-  if (!mode || bits == nullptr) return mgr->do_make_term(s, args);
+  if (!mode || bits == nullptr || !mgr->may_compute(w)) return mgr->do_make_term(s, args);
   IEEEFloat x = IEEEFloat::from_bits(*bits, f);
   x.set_rounding_mode(*mode);
   return bv::fold_literal(mgr, w, w, x.to_integer(w), [](auto&) {});  // two's complement: modulo 2^w

@@ -38,7 +38,7 @@ const Term* with_literal(TermManager* mgr, const Symbol* s, const Args& args, Ma
   Format f{};
   if (!(mgr->*is_op)(s, &f.ew, &f.mw)) return mgr->do_make_term(s, args);
   const QNumber* const bits = mgr->get_number(args[0]);
-  if (bits == nullptr) return mgr->do_make_term(s, args);
+  if (bits == nullptr || !mgr->may_compute(f.width())) return mgr->do_make_term(s, args);
   return make(f, *bits);
 }
 
