@@ -1,8 +1,10 @@
+#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/simplify_script.h>
 
 // Inputs whose cost would grow faster than their size. None of the tests measures time: those that count
 // nothing are so large that the time limit of all tests is exceeded when the cost is quadratic.
@@ -74,6 +76,57 @@ TEST(GrowthTest, ManyNamesInOneAssertion) {
   TermManager manager;
   EXPECT_NE(only_term(manager, text + "))"), nullptr);
   EXPECT_THROW(only_term(manager, text + " (! p :named n7)))"), Error);
+}
+
+std::string simplified(const std::string& text) {
+  std::ostringstream out;
+  simplify_script(text, "in.smt2", out);
+  return out.str();
+}
+
+/// The output is at most twice as large as the input, but for a little.
+void expect_no_growth(const std::string& text) {
+  const std::string once = simplified(text);
+  EXPECT_LE(once.size(), 2 * text.size() + 4096);
+  EXPECT_EQ(simplified(once), once);
+}
+
+std::string constants(std::size_t n, const std::string& sort) {
+  std::string text;
+  for (std::size_t i = 0; i < n; ++i) text += "(declare-const x" + std::to_string(i) + ' ' + sort + ")\n";
+  return text;
+}
+
+TEST(GrowthTest, ComparisonsOfPrefixSumsStayAsWritten) {
+  constexpr std::size_t n = 1000;
+  std::string text = constants(n, "Int") + "(define-fun s0 () Int x0)\n";
+  for (std::size_t i = 1; i < n; ++i) {
+    const std::string sum = "s" + std::to_string(i);
+    text += "(define-fun " + sum + " () Int (+ s" + std::to_string(i - 1) + " x" + std::to_string(i) + "))\n";
+    text += "(assert (<= " + sum + ' ' + std::to_string(7 * i) + "))\n";
+  }
+  expect_no_growth(text);
+}
+
+TEST(GrowthTest, RepeatedSquaresStayAsWritten) {
+  expect_no_growth("(declare-const z Int)(assert (let ((x 3)) " + repeated(60, "(let ((x (* x x))) ") +
+                   "(= z x)" + repeated(61, ")") + ")");
+}
+
+TEST(GrowthTest, CommonDenominatorsOfManyPrimesStayAsWritten) {
+  std::string sum;
+  std::size_t variables = 0;
+  for (std::size_t p = 2; p < 2000; ++p) {
+    bool prime = true;
+    for (std::size_t q = 2; q * q <= p; ++q) prime &= p % q != 0;
+    if (prime) sum += " (/ x" + std::to_string(variables++) + ' ' + std::to_string(p) + ".0)";
+  }
+  expect_no_growth(constants(variables, "Real") + "(assert (= 0.0 (+" + sum + ")))\n");
+}
+
+TEST(GrowthTest, WhatGrowsALittleIsSimplified) {
+  EXPECT_EQ(simplified("(declare-const x Int)(assert (< (* 3 (+ x x 1)) 4))"),
+            "(declare-const x Int)\n(assert (not (<= 1 x)))\n");
 }
 
 TEST(GrowthTest, SortsDefinedByEachOther) {

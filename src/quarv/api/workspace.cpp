@@ -28,6 +28,7 @@ namespace {
 smtlib::ReaderOptions reader_options(const WorkspaceOptions& options) {
   smtlib::ReaderOptions result;
   result.canonical_nan = !options.standard;
+  result.limit_growth = true;
   return result;
 }
 
@@ -334,7 +335,12 @@ api::TermRebuilder Workspace::State::rebuilder() {
 const Term* Workspace::State::simplified(const Term* t, api::TermRebuilder& rebuild) {
   constexpr std::uint64_t many_steps = 1000;
   const Attached attached(manager, active());
+  const std::size_t terms_before = manager.num_terms();
   const Term* built = rebuild(t);
+  if (manager.num_terms() - terms_before > many_steps &&
+      smtlib::dag_size(manager, {&built, 1}) > 2 * smtlib::dag_size(manager, {&t, 1})) {
+    return t;
+  }
   if (!options.rules) return built;
   const std::uint64_t before = simplifier.normalizer.statistics().applied;
   const Term* normal = simplifier.normalizer.normalize(&manager, built);

@@ -54,6 +54,7 @@ const char* next_start(Lexer lexer) {
 }  // namespace
 
 const Term* Reader::apply(const Frame& frame) {
+  if (cost() > cost_limit_) check_cost();
   const Operator::Args args = Operator::Args(values_).subspan(frame.first_value);
   return frame.kind == Frame::operation ? apply_operator(frame, args) : apply_function(frame, args);
 }

@@ -12,7 +12,7 @@ using namespace std::string_view_literals;
 }  // namespace
 
 Reader::Reader(TermManager& manager, Options options)
-    : manager_(manager), options_(std::move(options)), context_(manager) {
+    : manager_(manager), options_(std::move(options)), context_(manager), growth_(manager) {
   context_.canonical_nan = options_.canonical_nan;
 
   const auto reserve = [this](std::string_view word, Word meaning) {
@@ -285,12 +285,12 @@ bool Reader::next_command(Script& script) {
     unexpected(open, "a command");
   }
   command_start_ = open.start;
-  TermSimplifier* const simplifier = manager_.simplifier();
-  const std::size_t name_scope = names_.scope();
-  const std::size_t sort_scope = sorts_.scope();
+  const Place before = place(script, open.start);
   new_names_.clear();
   try {
-    const bool more = read_command(script, open.start);
+    const bool more = options_.limit_growth && manager_.simplifier() != nullptr
+                          ? read_within_limit(script, before)
+                          : read_command(script, open.start);
     for (const Binding& b : new_names_) names_.bind(*b.name, TermMeaning::of(b.value));
     script.global_declarations = global_declarations_;
     script.largest_dollar_name = largest_dollar_name_;
@@ -298,17 +298,103 @@ bool Reader::next_command(Script& script) {
     script.question_marks = question_marks_;
     return more;
   } catch (...) {
-    manager_.set_simplifier(simplifier);
-    names_.leave(name_scope);
-    sorts_.leave(sort_scope);
-    frames_.clear();
-    values_.clear();
-    indices_.clear();
-    bindings_.clear();
-    attributes_.clear();
+    cost_limit_ = std::numeric_limits<std::uint64_t>::max();
+    as_written_ = false;
+    return_to(before, script);
     skip_command(open.start);
     throw;
   }
+}
+
+Reader::Place Reader::place(const Script& script, const char* start) const {
+  return {start,
+          names_.scope(),
+          sorts_.scope(),
+          script.commands.size(),
+          script.terms.size(),
+          manager_.num_terms(),
+          cost(),
+          manager_.simplifier()};
+}
+
+/// Forgets the command that begins at a place.
+void Reader::return_to(const Place& place, Script& script) {
+  manager_.set_simplifier(place.simplifier);
+  names_.leave(place.names);
+  sorts_.leave(place.sorts);
+  new_names_.clear();
+  frames_.clear();
+  values_.clear();
+  indices_.clear();
+  bindings_.clear();
+  attributes_.clear();
+  script.commands.resize(place.commands);
+  script.terms.resize(place.terms);
+  script.sorts.resize(place.terms);
+}
+
+namespace {
+
+/// What a command may cost beyond what its text pays for before it is given up, in terms.
+constexpr std::uint64_t free_cost = 1 << 16;
+constexpr std::uint64_t cost_per_byte = 4;
+
+}  // namespace
+
+/// The command has cost much, but perhaps it is long.
+void Reader::check_cost() {
+  const auto bytes = static_cast<std::uint64_t>(lexer_.position() - command_.start);
+  cost_limit_ = command_.cost + free_cost + cost_per_byte * bytes;
+  if (cost() > cost_limit_) throw Outgrown();
+}
+
+/// Reads a command. When that makes its terms larger than twice what is written, the command is taken back
+/// and read again without being simplified.
+bool Reader::read_within_limit(Script& script, const Place& place) {
+  constexpr std::size_t small = 128;
+  bool more = true;
+  command_ = place;
+  cost_limit_ = place.cost + free_cost;
+  try {
+    more = read_command(script, place.start);
+    cost_limit_ = std::numeric_limits<std::uint64_t>::max();
+  } catch (const Outgrown&) {
+    cost_limit_ = std::numeric_limits<std::uint64_t>::max();
+    growth_.abandon(place.num_terms, manager_.num_terms());
+    return read_as_written(script, place);
+  }
+  const auto added = [&] {
+    return growth_.added_bytes(std::span(script.terms).subspan(place.terms), place.num_terms);
+  };
+  // Nearly all commands cost too little to become large.
+  const auto bytes = static_cast<std::size_t>(lexer_.position() - place.start);
+  if (cost() - place.cost <= bytes / 4 + small / 4 || script.terms.size() == place.terms) return more;
+  const std::size_t simplified = added();
+  if (simplified <= 2 * bytes + small) return more;
+  const std::uint64_t middle = manager_.num_terms();
+  GrowthMeter with_both = growth_;
+  std::swap(growth_, with_both);
+  growth_.abandon(place.num_terms, middle);
+  more = read_as_written(script, place);
+  if (simplified > 2 * added() + small) return more;
+  std::swap(growth_, with_both);
+  growth_.abandon(middle, manager_.num_terms());
+  return_to(place, script);
+  lexer_ = Lexer(input_.substr(static_cast<std::size_t>(place.start - input_.data())));
+  next();
+  return read_command(script, place.start);
+}
+
+bool Reader::read_as_written(Script& script, const Place& place) {
+  return_to(place, script);
+  lexer_ = Lexer(input_.substr(static_cast<std::size_t>(place.start - input_.data())));
+  next();
+  manager_.set_simplifier(nullptr);
+  as_written_ = true;
+  const bool more = read_command(script, place.start);
+  as_written_ = false;
+  manager_.set_simplifier(place.simplifier);
+  return more;
 }
 
 /// Goes on behind the command that begins at `start`: behind the parenthesis that closes it, or behind the

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <map>
 #include <memory>
 #include <span>
@@ -13,6 +14,7 @@
 
 #include <quarv/export.h>
 #include <quarv/smtlib/error.h>
+#include <quarv/smtlib/growth.h>
 #include <quarv/smtlib/lexer.h>
 #include <quarv/smtlib/name_table.h>
 #include <quarv/smtlib/operators.h>
@@ -26,6 +28,8 @@ struct ReaderOptions {
   bool canonical_nan = true;  ///< all NaN literals of a sort are one term
   /// Applied to the term of each assertion, definition and `simplify` when it is complete; may be empty.
   std::function<const Term*(const Term*)> finish;
+  /// A command that would become more than twice as large by being simplified is read as it is written.
+  bool limit_growth = false;
 };
 
 /// Reads SMT-LIB 2.6 in one pass: terms are built as their parentheses close, with the manager's full
@@ -150,8 +154,25 @@ class QUARV_API Reader {
     const Term* value;
   };
 
+  /// Thrown when a command creates terms far out of proportion to its text.
+  struct Outgrown {};
+  /// The state before a command.
+  struct Place {
+    const char* start;
+    std::size_t names, sorts, commands, terms;
+    std::uint64_t num_terms, cost;
+    TermSimplifier* simplifier;
+  };
+
   // reader.cpp: commands.
   Script read_all(const std::function<void(const Script&)>& command_read);
+  Place place(const Script& script, const char* start) const;
+  void return_to(const Place& place, Script& script);
+  bool read_within_limit(Script& script, const Place& place);
+  bool read_as_written(Script& script, const Place& place);
+  /// Terms; two bytes of large numbers, which take five characters, count like one.
+  std::uint64_t cost() const noexcept { return manager_.num_terms() + manager_.number_bytes() / 2; }
+  void check_cost();
   bool read_command(Script& script, const char* start);
   void text_command(Script& script, Command::Kind kind, const char* start, std::uint32_t levels = 0);
   void term_command(Script& script, Command::Kind kind, std::string_view text);
@@ -163,7 +184,9 @@ class QUARV_API Reader {
   void add_term(Script& script, Command& command, const Term* t, const DataType* sort);
   void check_sort(const char* where, const Term* t, const DataType* wanted);
   const Term* read_term_of(const DataType* sort);
-  const Term* finished(const Term* t) const { return options_.finish ? options_.finish(t) : t; }
+  const Term* finished(const Term* t) const {
+    return options_.finish && !as_written_ ? options_.finish(t) : t;
+  }
   void skip_rest();
   void skip_command(const char* start) noexcept;
   std::string_view one_line(const char* start);
@@ -225,8 +248,10 @@ class QUARV_API Reader {
   const DataType* sort_named(const Token& name, std::span<const DataType* const> arguments);
   const DataType* indexed_sort();
   const DataType* instantiate(const SortMeaning& macro, std::span<const DataType* const> arguments);
+  const DataType* substituted(const SortMeaning& macro, std::span<const DataType* const> arguments);
 
   // literals.cpp
+  void check_number_size(std::string_view text);
   const Term* numeral(std::string_view digits);
   const Term* decimal(std::string_view text);
   const Term* bit_vector_literal(const Token& token);
@@ -251,10 +276,8 @@ class QUARV_API Reader {
   [[noreturn]] void fail(const char* where, const std::string& message, const char* shown);
   SourcePlace place_of(const char* where) const noexcept;
   const char* innermost_parenthesis(const char* where) const;
-  const DataType* substituted(const SortMeaning& macro, std::span<const DataType* const> arguments);
   std::string_view keep(std::string_view text);
   const std::string& text_of(const DataType* sort);
-  void check_number_size(std::string_view text);
 
   TermManager& manager_;
   Options options_;
@@ -276,6 +299,7 @@ class QUARV_API Reader {
   std::uint64_t largest_dollar_definition_ = 0;
   std::size_t question_marks_ = 0;
   std::vector<std::unique_ptr<std::vector<const DataType*>>> macro_parameters_;
+  std::map<std::vector<const DataType*>, const DataType*> instances_;  // of macros: stand-in, arguments
   std::map<std::pair<std::string, const DataType*>, const Term*> bound_variables_;
   std::uint64_t num_stand_ins_ = 0;
 
@@ -285,11 +309,14 @@ class QUARV_API Reader {
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;
   std::vector<Binding> new_names_;  // given by `:named` in the command that is being read
-  std::uint32_t binder_mark_ = 0;   // of the names that one let or one quantifier binds
-  std::string header_;              // of the definition that is being read
+  bool as_written_ = false;         // the command at hand is read without being simplified
+  std::uint64_t cost_limit_ = std::numeric_limits<std::uint64_t>::max();  // of the command at hand
+  Place command_{};
+  GrowthMeter growth_;
+  std::uint32_t binder_mark_ = 0;  // of the names that one let or one quantifier binds
+  std::string header_;             // of the definition that is being read
   const DataType* last_sort_ = nullptr;
   std::string last_sort_text_;
 };
 
 }  // namespace quarv::smtlib
-  std::map<std::vector<const DataType*>, const DataType*> instances_;  // of macros: stand-in, arguments

@@ -25,6 +25,7 @@ Session::Session(const SimplifyOptions& options) {
   }
   ReaderOptions reader_options;
   reader_options.canonical_nan = !options.standard;
+  reader_options.limit_growth = options.simplify;
   if (options.simplify && options.rules) {
     reader_options.finish = [this](const Term* t) { return normalized(t); };
     simplifier_.normalizer.set_inputs_are_simplified(true);  // the reader builds with full constructors
