@@ -87,9 +87,11 @@ bool RuleChecker::find_application(const Rule& rule, Instances instances) {
     for (std::size_t i = 0; i < std::min(batch, instances.size()); ++i) {
       const RuleQuery query = make_query(rule, instances[i], fmt::format(".{}", i));
       commands += declarations(query);
-      any += "\n  " + query.conditions;
+      any.append("\n  ").append(query.conditions);
     }
-    if (solver_.check(commands + assertion(any + ')'), limit_) == Answer::sat) return true;
+    any += ')';
+    commands += assertion(any);
+    if (solver_.check(commands, limit_) == Answer::sat) return true;
   }
   return false;
 }

@@ -191,10 +191,13 @@ std::optional<std::string> SolverProcess::ask(const std::string& command) {
 }
 
 void SolverProcess::test(std::chrono::milliseconds limit) {
-  if (check("(assert false)\n", limit) != Answer::unsat) fail("does not know that false cannot be satisfied");
-  if (check("(declare-const x Bool)\n(assert x)\n", limit) != Answer::sat) {
-    fail("does not know that a constant can be true");
-  }
+  const auto expect = [&](const char* commands, Answer right, const std::string& fact) {
+    const Answer answer = check(commands, limit);
+    if (answer == Answer::unknown) fail("does not answer whether " + fact);
+    if (answer != right) fail("does not know that " + fact);
+  };
+  expect("(assert false)\n", Answer::unsat, "false cannot be satisfied");
+  expect("(declare-const x Bool)\n(assert x)\n", Answer::sat, "a constant can be true");
 }
 
 SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chrono::milliseconds limit) {
