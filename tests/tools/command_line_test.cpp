@@ -160,6 +160,36 @@ TEST_F(CommandLine, KeepsClosedStandardFilesApart) {
   EXPECT_EQ(run("$quarv simplify <&-").err, "quarv: error: cannot read <stdin>: Bad file descriptor\n");
 }
 
+TEST_F(CommandLine, RefusesToWriteWhereItReads) {
+  write("in.smt2", script);
+  run("ln -s in.smt2 link");
+  const std::string same =
+      "--trace: the script and its trace cannot be written to the same place (quarv simplify --help tells "
+      "more)";
+  expect_refusal("simplify in.smt2 -o out --trace ./out", same);
+  expect_refusal("simplify in.smt2 --trace /dev/stdout", same);
+  expect_refusal("simplify in.smt2 -o out --trace link",
+                 "--trace: it would replace the script (quarv simplify --help tells more)");
+  expect_refusal("report in.smt2 -o link",
+                 "--output: the page would replace what it shows (quarv report --help tells more)");
+  EXPECT_EQ(read("in.smt2"), script);
+  EXPECT_EQ(num_files(), 2u);
+}
+
+TEST_F(CommandLine, LeavesNoneOfTwoFilesBehindWhenItIsKilled) {
+  std::string large = "(declare-fun f (Bool Bool) Bool)\n(declare-const p Bool)\n";
+  for (int i = 0; i < 100000; ++i) large += "(assert (not (not (f p (f p p)))))\n";
+  write("in.smt2", large);
+  // Both are begun when there is more of them than a buffer holds; then the signal comes.
+  for (const char* signal : {"TERM", "QUIT", "XCPU"}) {
+    const Result r =
+        run("shopt -s dotglob nullglob\n$quarv simplify in.smt2 -o out.smt2 --trace steps & program=$!\n"
+            "until files=(*); [ ${#files[@]} -gt 2 ] || ! kill -0 $program; do :; done\nkill -" +
+            std::string(signal) + " $program; wait $program; rm -f out.smt2 steps; ls -A");
+    EXPECT_EQ(r.out, "in.smt2\n") << signal;
+  }
+}
+
 TEST_F(CommandLine, ReportsTheLimitOnTheSizeOfFiles) {
   std::string large;
   for (int i = 0; i < 20000; ++i) large += "(declare-const p" + std::to_string(i) + " Bool)\n";

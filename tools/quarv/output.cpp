@@ -5,7 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <memory>
+#include <stdexcept>
 #include <string_view>
 #include <sys/stat.h>
 #include <system_error>
@@ -17,9 +19,17 @@ namespace quarv::cli {
 
 namespace {
 
-// The temporary file to remove when a signal ends the program. There is at most one.
-char pending[PATH_MAX];
-constexpr int fatal_signals[] = {SIGINT, SIGTERM, SIGHUP};
+// The temporary files to remove when a signal ends the program: no command writes more files at a time.
+constexpr std::size_t most_pending = 4;
+char pending[most_pending][PATH_MAX];
+constexpr int fatal_signals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGXCPU};
+
+char* free_pending() {
+  for (char* const name : pending) {
+    if (name[0] == 0) return name;
+  }
+  throw std::logic_error("more files are written than can be removed");
+}
 
 sigset_t fatal_set() {
   sigset_t set;
@@ -29,7 +39,9 @@ sigset_t fatal_set() {
 }
 
 extern "C" void remove_pending(int fatal) {
-  unlink(pending);
+  for (const char* const name : pending) {
+    if (name[0] != 0) unlink(name);
+  }
   std::signal(fatal, SIG_DFL);
   raise(fatal);  // it is held back until the handler ends, and ends the program then
 }
@@ -118,6 +130,15 @@ Output::Output(const std::string& path, TemporaryName temporary_name)
   if (!file_) throw FileError("write", name_);
 }
 
+bool Output::is_same(const std::string& path, const std::string& other) {
+  if (open_file(path) >= 0 || open_file(other) >= 0) return open_file(path) == open_file(other);
+  // What does not exist yet is made absolute, or a relative path would stay one.
+  namespace fs = std::filesystem;
+  std::error_code error;
+  return fs::weakly_canonical(fs::absolute(path, error), error) ==
+         fs::weakly_canonical(fs::absolute(other, error), error);
+}
+
 bool Output::is_direct(const std::string& path) {
   struct stat status;
   return open_file(path) >= 0 || (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode));
@@ -130,8 +151,12 @@ Output::~Output() {
 void Output::discard() noexcept {
   if (temporary_.empty()) return;
   unlink(temporary_.c_str());
+  forget_temporary();
+}
+
+void Output::forget_temporary() noexcept {
   temporary_.clear();
-  pending[0] = 0;
+  pending_[0] = 0;
 }
 
 std::string Output::fixed_temporary(const std::string& path) {
@@ -141,12 +166,14 @@ std::string Output::fixed_temporary(const std::string& path) {
 void Output::create_temporary() {
   const bool fixed = temporary_name_ == TemporaryName::fixed;
   std::string name = fixed ? fixed_temporary(target_) : temporary_beside(target_) + ".XXXXXX";
-  if (name.size() >= sizeof pending) throw FileError("write", name_, ENAMETOOLONG);
+  if (name.size() >= PATH_MAX) throw FileError("write", name_, ENAMETOOLONG);
   const SignalsHeld held;
+  char* const note = free_pending();
   FileDescriptor file(fixed ? open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600)
                             : mkostemp(name.data(), O_CLOEXEC));
   if (!file) throw FileError("write", name_);
-  std::strcpy(pending, name.c_str());
+  std::strcpy(note, name.c_str());
+  pending_ = note;
   watch_signals();
   temporary_ = std::move(name);
   file_ = std::move(file);
@@ -224,8 +251,7 @@ void Output::commit() {
       rename(temporary_.c_str(), target_.c_str()) != 0) {
     throw FileError("write", name_);
   }
-  temporary_.clear();
-  pending[0] = 0;
+  forget_temporary();
 }
 
 }  // namespace quarv::cli

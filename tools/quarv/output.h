@@ -42,6 +42,9 @@ class Output : private std::streambuf {
   /// device, a pipe.
   static bool is_direct(const std::string& path);
 
+  /// Both paths lead to the same place, where there need be nothing yet.
+  static bool is_same(const std::string& path, const std::string& other);
+
   /// The temporary file of fixed name for `path`.
   static std::string fixed_temporary(const std::string& path);
 
@@ -55,11 +58,13 @@ class Output : private std::streambuf {
   void write_all(const char* text, std::size_t size);
   void create_temporary();
   void discard() noexcept;
+  void forget_temporary() noexcept;
 
   std::string name_;    // for messages
   std::string target_;  // the path to replace; empty when writing directly
   TemporaryName temporary_name_;
-  std::string temporary_;  // empty when there is none
+  std::string temporary_;    // empty when there is none
+  char* pending_ = nullptr;  // where it is noted
   FileDescriptor file_;
   Compression compression_;
   std::string to_compress_;

@@ -77,8 +77,12 @@ void add_simplify(CLI::App& program, int& status) {
       ->type_name("FILE");
   add_simplify_options(command, arguments->how);
   command.callback([arguments, &status] {
-    if (arguments->trace == arguments->output) {
+    if (!arguments->trace.empty() && Output::is_same(arguments->trace, arguments->output)) {
       throw CLI::ValidationError("--trace", "the script and its trace cannot be written to the same place");
+    }
+    if (!arguments->trace.empty() && arguments->input != "-" &&
+        Output::is_same(arguments->trace, arguments->input)) {
+      throw CLI::ValidationError("--trace", "it would replace the script");
     }
     try {
       simplify(*arguments);

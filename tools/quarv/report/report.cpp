@@ -75,6 +75,9 @@ void add_report(CLI::App& program, int& status) {
       ->capture_default_str();
   add_step_options(command, arguments->how);
   command.callback([arguments, &status] {
+    if (arguments->input != "-" && Output::is_same(arguments->input, arguments->output)) {
+      throw CLI::ValidationError("--output", "the page would replace what it shows");
+    }
     try {
       report(*arguments);
       status = success;
