@@ -109,6 +109,13 @@ class ComparisonTest(unittest.TestCase):
         self.assertEqual(labels, ["definition of $1", "assertion 1"])
         self.assertRaises(Mismatch, Comparison, after, before)
 
+    def test_a_name_that_was_simplified_away_is_defined(self):
+        before = ["(assert (or true (! (not (not p)) :named n)))", "(get-value (n))"]
+        after = ["(assert true)", "(define-fun n () Bool p)", "(get-value (n))"]
+        query = Comparison(before, after).queries()[1]
+        self.assertEqual((query.before, query.after), ("(let ((n (not (not p)))) n)", "(let ((n p)) n)"))
+        self.assertRaises(Mismatch, Comparison, ["(get-value (n))"], after[1:])
+
     def test_parameters_may_have_other_names(self):
         before = ["(define-fun f ((a Int) (b Int)) Bool (< a b))"]
         after = ["(define-fun f ((b Int) (c Int)) Bool (not (<= c b)))"]

@@ -96,7 +96,12 @@ class Comparison:
 
     def _add_definition(self, command):
         definition = Definition(command)
-        self.steps.append(definition.text([self._output.plain(definition.bodies[0])]))
+        if definition.names[0].startswith("$"):
+            self.steps.append(definition.text([self._output.plain(definition.bodies[0])]))
+        elif self._input.plain(definition.names[0]) == definition.names[0]:
+            raise Mismatch(f"a command too many: {shorten(command)}")
+        else:
+            self._output.plain(f"(! {definition.bodies[0]} :named {definition.names[0]})")
 
     def _pair(self, before, after):
         kind = head(before)
@@ -172,11 +177,12 @@ class Comparison:
 
 
 def _is_added(command, expected):
-    """A definition that the printer made for a term which several assertions share."""
-    if head(command) != "define-fun" or not items(command)[1].startswith("$"):
+    """A definition that the printer made: for a term which several assertions share, or of a name that `:named` had
+    given to what was simplified away."""
+    if head(command) != "define-fun" or items(items(command)[2]):
         return False
     is_from_input = expected is not None and head(expected) in DEFINITIONS
-    return not is_from_input or items(expected)[1] != items(command)[1]
+    return not is_from_input or normal(items(expected)[1]) != normal(items(command)[1])
 
 
 def _changed(before, after):

@@ -84,6 +84,27 @@ TEST(Trace, TellsWhatFiredAndOnWhat) {
 )json");
 }
 
+/// Formulas of check-sat-assuming are assertions of a kind; literals, and terms of get-value, stay as they
+/// are.
+TEST(Trace, CountsFormulasThatAreAssumed) {
+  const Traced t = traced(
+      "(declare-const x (_ BitVec 8))\n(declare-const p Bool)\n(assert p)\n"
+      "(check-sat-assuming (p (= x (bvadd x #x00)) (not p) (bvult x (bvnot #xfe))))\n"
+      "(get-value ((bvadd x #x00)))\n(assert (not p))\n");
+  EXPECT_EQ(
+      t.output,
+      "(declare-const x (_ BitVec 8))\n(declare-const p Bool)\n(assert p)\n"
+      "(check-sat-assuming (p true (not p) (= x #x00)))\n(get-value ((bvadd x #x00)))\n(assert (not p))\n");
+  std::vector<int> assertions;
+  for (const Json& line : t.with("assertion")) {
+    if (!line.contains("step")) assertions.push_back(line["assertion"]);
+  }
+  EXPECT_EQ(assertions, std::vector<int>({1, 2, 3, 4}));
+  const std::vector<Json> steps = t.with("step");
+  EXPECT_FALSE(steps.empty());
+  for (const Json& step : steps) EXPECT_EQ(step["assertion"], 2);
+}
+
 TEST(Trace, NamesEveryTermAndSortOnceBeforeItIsUsed) {
   const Traced t = traced(mixed);
   std::set<std::uint64_t> terms, sorts;

@@ -366,6 +366,15 @@ TEST_P(CertifyWith, FollowsNamesThroughLevels) {
 )");
 }
 
+TEST_P(CertifyWith, FollowsNamesThatWereSimplifiedAway) {
+  expect_proved(GetParam(), R"(
+(declare-const p Bool)
+(assert (or true (! (not (not p)) :named n)))
+(check-sat-assuming (n (not n) (not (not n))))
+(get-value ((and n n)))
+)");
+}
+
 TEST_P(CertifyWith, ExpressesNewerOperators) {
   expect_proved(GetParam(), R"(
 (declare-const a (_ BitVec 4))

@@ -44,11 +44,11 @@ bool is_definition(std::string_view kind) {
   return kind.starts_with("define-fun") || kind == "define-const";
 }
 
-/// A definition that the printer made for a term which several commands share.
+/// A definition that the printer made: for a term which several commands share, or of a name that `:named`
+/// had given to what was simplified away.
 bool is_added(std::string_view command, std::string_view expected) {
-  if (head(command) != "define-fun") return false;
-  const std::string_view name = items(command)[1];
-  return name.starts_with('$') && (!is_definition(head(expected)) || items(expected)[1] != name);
+  if (head(command) != "define-fun" || !items(items(command)[2]).empty()) return false;
+  return !is_definition(head(expected)) || unquoted(items(expected)[1]) != unquoted(items(command)[1]);
 }
 
 std::runtime_error mismatch(const std::string& what) {
@@ -93,6 +93,12 @@ void ScriptQueries::read_commands(std::string_view output) {
   for (std::string_view command : split(output)) {
     if (is_added(command, next == expected.end() ? "" : *next)) {
       const Function f = functions_of(command)[0];
+      if (!f.name.starts_with('$')) {
+        if (plain_before_.plain(f.name) == f.name)
+          throw mismatch("a command too many, " + one_line(command, 100));
+        plain_after_.plain(fmt::format("(! {} :named {})", f.body, f.name));
+        continue;
+      }
       declare(functions, {f.name},
               fmt::format("(define-fun {} () {} {})", f.name, f.sort, plain_after_.plain(f.body)));
       continue;

@@ -18,7 +18,7 @@ StepQueries::StepQueries(std::string_view text, const std::string& file,
     : session_(options) {
   session_.simplifier().set_observer(this);
   script_ = session_.read_in_place(text, file, [this](const smtlib::Script& script) {
-    assertion_ += script.commands.back().kind == smtlib::Command::Kind::assertion;
+    assertion_ += script.formulas_of(script.commands.back()).size();
   });
   session_.simplifier().set_observer(nullptr);
   session_.manager().set_simplifier(nullptr);

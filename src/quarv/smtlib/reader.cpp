@@ -272,6 +272,7 @@ Script Reader::read_all(const std::function<void(const Script&)>& command_read) 
   while (next_command(script)) {
     if (command_read) command_read(script);
   }
+  define_lost_names(script);
   return script;
 }
 
@@ -291,7 +292,10 @@ bool Reader::next_command(Script& script) {
     const bool more = options_.limit_growth && manager_.simplifier() != nullptr
                           ? read_within_limit(script, before)
                           : read_command(script, open.start);
-    for (const Binding& b : new_names_) names_.bind(*b.name, TermMeaning::of(b.value));
+    for (const Binding& b : new_names_) {
+      names_.bind(*b.name, TermMeaning::of(b.value));
+      script.named.push_back({script.commands.size() - 1, b.value});
+    }
     script.global_declarations = global_declarations_;
     script.largest_dollar_name = largest_dollar_name_;
     script.largest_dollar_definition = largest_dollar_definition_;
@@ -331,6 +335,7 @@ void Reader::return_to(const Place& place, Script& script) {
   script.commands.resize(place.commands);
   script.terms.resize(place.terms);
   script.sorts.resize(place.terms);
+  if (script.term_texts.size() > place.terms) script.term_texts.resize(place.terms);
 }
 
 namespace {
@@ -508,25 +513,6 @@ void Reader::term_command(Script& script, Command::Kind kind, std::string_view t
   expect_right("the command's term");
   t = finished(t);
   add_term(script, c, t, manager_.type_of(t));
-  script.commands.push_back(c);
-}
-
-void Reader::term_list(Script& script, Command::Kind kind, std::string_view text) {
-  Command c;
-  c.kind = kind;
-  c.text = text;
-  c.suffix = "))";
-  expect_left("a list of terms");
-  for (;;) {
-    Lexer ahead = lexer_;
-    const Token t = ahead.next();
-    if (t.kind == TokenKind::right_parenthesis) break;
-    const Term* term = read_plain_term();
-    if (kind == Command::Kind::check_sat_assuming) check_sort(t.start, term, manager_.bool_type);
-    add_term(script, c, term, manager_.type_of(term));
-  }
-  next();
-  expect_right("a list of terms");
   script.commands.push_back(c);
 }
 

@@ -36,8 +36,9 @@ struct ReaderOptions {
 /// constructors, so that whatever simplifier is attached runs at once. Nothing recurses on the depth of the
 /// input.
 ///
-/// What is not simplified: patterns, and the terms of `get-value` and `check-sat-assuming`, which must come
-/// out as they were written. Applications of defined functions with parameters stay applications.
+/// What is not simplified: patterns, the terms of `get-value`, and the literals of `check-sat-assuming`. The
+/// latter two keep their text, which solvers repeat in what they answer. Applications of defined functions
+/// with parameters stay applications.
 class QUARV_API Reader {
  public:
   using Options = ReaderOptions;
@@ -176,7 +177,6 @@ class QUARV_API Reader {
   bool read_command(Script& script, const char* start);
   void text_command(Script& script, Command::Kind kind, const char* start, std::uint32_t levels = 0);
   void term_command(Script& script, Command::Kind kind, std::string_view text);
-  void term_list(Script& script, Command::Kind kind, std::string_view text);
   void set_logic(Script& script, const char* start);
   void set_option(Script& script, const char* start);
   void change_levels(Script& script, Command::Kind kind, const char* start);
@@ -190,6 +190,12 @@ class QUARV_API Reader {
   void skip_rest();
   void skip_command(const char* start) noexcept;
   std::string_view one_line(const char* start);
+
+  // term_list_reader.cpp: check-sat-assuming and get-value.
+  void term_list(Script& script, Command::Kind kind, std::string_view text);
+  bool is_literal_ahead() const;
+  void keep_text(Script& script, std::string_view text);
+  void define_lost_names(Script& script);
 
   // definition_reader.cpp: declarations and definitions.
   void declare_sort(Script& script, const char* start);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include <quarv/term/term.h>
@@ -62,6 +63,18 @@ struct Script {
   std::size_t question_marks = 0;
   /// Own what the commands' texts refer to, unless that is the input.
   std::vector<std::shared_ptr<const void>> texts;
+  /// Of terms that are to be printed as they were written: the text; empty for all others. Ends with the last
+  /// such term.
+  std::vector<std::string_view> term_texts;
+
+  /// A term that `:named` gave a name to, in the command of this number.
+  struct NamedTerm {
+    std::size_t command;
+    const Term* term;  // the annotation
+  };
+  std::vector<NamedTerm> named;
+  /// Those among them whose names occur in `term_texts`: the annotation as it was read and, simplified, as it is.
+  std::unordered_map<const Term*, const Term*> mentioned;
 
   std::span<const Term* const> terms_of(const Command& c) const {
     return std::span(terms).subspan(c.first_term, c.num_terms);
@@ -69,7 +82,23 @@ struct Script {
   std::span<const DataType* const> sorts_of(const Command& c) const {
     return std::span(sorts).subspan(c.first_term, c.num_terms);
   }
+  /// The text that the i-th term of the command is to be printed as, if any.
+  std::string_view text_of(const Command& c, std::size_t i) const {
+    return c.first_term + i < term_texts.size() ? term_texts[c.first_term + i] : std::string_view{};
+  }
+  /// What the command asserts or assumes, as far as it is simplified: of `check-sat-assuming` the formulas
+  /// that are no literals.
+  std::vector<const Term*> formulas_of(const Command& c) const;
 };
+
+inline std::vector<const Term*> Script::formulas_of(const Command& c) const {
+  std::vector<const Term*> formulas;
+  if (c.kind != Command::Kind::assertion && c.kind != Command::Kind::check_sat_assuming) return formulas;
+  for (std::size_t i = 0; i < c.num_terms; ++i) {
+    if (text_of(c, i).empty()) formulas.push_back(terms_of(c)[i]);
+  }
+  return formulas;
+}
 
 /// The n of a name `$n`, such as the printer gives to definitions; 0 of any other name, and of numbers that
 /// the printer never comes to.

@@ -124,7 +124,12 @@ void ScriptWriter::write_command(std::size_t index) {
   const auto sorts = script_.sorts_of(c);
   for (std::size_t i = 0; i < terms.size(); ++i) {
     if (i != 0) out_.put(' ');
-    const Node root = node_for(m_, terms[i], sorts[i]);
+    if (const std::string_view text = script_.text_of(c, i); !text.empty()) {
+      write_text(text, terms[i]);
+      continue;
+    }
+    const Node named = node_for(m_, terms[i], sorts[i]);
+    const Node root = names_itself(c, named.term()) ? Node(named.term()->args[0], named.as_real()) : named;
     if (sharing_ == Sharing::let) plan_.plan_term(root);
     write_root(root,
                sharing_ == Sharing::automatic ? plan_.first_unit(index) + static_cast<std::uint32_t>(i) : 0);
@@ -132,6 +137,10 @@ void ScriptWriter::write_command(std::size_t index) {
         name(root) == 0) {
       set_name(root, NameKind::user, static_cast<std::uint32_t>(index));
       levels_.back().names.push_back(root);
+    }
+    if (root != named) {
+      set_name(named, NameKind::annotation, 0);
+      levels_.back().names.push_back(named);
     }
   }
   if (recorded) {
@@ -144,6 +153,25 @@ void ScriptWriter::write_command(std::size_t index) {
   }
   out_.put(c.suffix);
   out_.put('\n');
+}
+
+/// A term as the user wrote it. A reader makes terms of it in an order that is not known here.
+void ScriptWriter::write_text(std::string_view text, const Term* t) {
+  out_.put(text);
+  if (m_.arity(t) == 0) return;
+  const bool negation =
+      t->symbol == m_.not_symbol && (m_.arity(t->args[0]) == 0 || created_[t->args[0]->id] != 0);
+  if (!negation) stable_ = false;
+  created(t);
+}
+
+/// A definition of the name that its term, an annotation, has: where that was written, it was simplified
+/// away.
+bool ScriptWriter::names_itself(const Command& c, const Term* t) const {
+  if (c.kind != Kind::define || !m_.is_annotation(t->symbol)) return false;
+  const auto& attributes = m_.annotation_attributes(t->symbol);
+  return std::any_of(attributes.begin(), attributes.end(),
+                     [&c](const Attribute& a) { return a.keyword == ":named" && a.text == c.name; });
 }
 
 void ScriptWriter::close_levels(std::uint32_t levels) {

@@ -72,6 +72,8 @@ class ScriptWriter {
   void write_segment(std::size_t first, std::size_t last);
   void write_definition(const SharingPlan::Definition& d);
   void write_command(std::size_t index);
+  void write_text(std::string_view text, const Term* t);
+  bool names_itself(const Command& c, const Term* t) const;
   bool records_definitions() const noexcept;
   std::uint32_t record_definition(std::string_view text, std::uint32_t name);
   void close_levels(std::uint32_t levels);

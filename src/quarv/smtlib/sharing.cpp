@@ -50,7 +50,9 @@ void SharingPlan::count_command(std::size_t index) {
   const auto terms = script_.terms_of(c);
   const auto sorts = script_.sorts_of(c);
   for (std::size_t i = 0; i < terms.size(); ++i) {
-    const Node root = node_for(manager_, terms[i], sorts[i]);
+    // What is printed as it was written has no part in the plan but a number.
+    const bool written = !script_.text_of(c, i).empty();
+    const Node root = written ? Node(manager_.true_term, false) : node_for(manager_, terms[i], sorts[i]);
     add_unit(root, static_cast<std::uint32_t>(index));
     if (c.kind == Kind::define && !is_multiple(manager_, terms[i])) name_by_user(root);
   }

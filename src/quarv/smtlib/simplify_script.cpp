@@ -104,6 +104,12 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
   std::erase_if(script.commands, [largest_of_user](const Command& c) {
     return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user;
   });
+  // The printer may have made a literal of a formula.
+  for (std::string_view& text : script.term_texts) {
+    std::string_view atom = text;
+    if (atom.starts_with("(not ")) atom = atom.substr(5, atom.size() - 6);
+    if (dollar_number(atom) > largest_of_user) text = {};
+  }
   script.largest_dollar_name = largest_of_user;
   script.largest_dollar_definition = 0;
 }

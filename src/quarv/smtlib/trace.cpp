@@ -244,12 +244,13 @@ void Trace::on_simplification(const Symbol* op, std::span<const Term* const> arg
 }
 
 void Trace::command_read(const Script& script) {
-  if (script.commands.empty() || script.commands.back().kind != Command::Kind::assertion) return;
-  const Term* const t = script.terms_of(script.commands.back())[0];
-  define(t);
-  put_number("{\"assertion\":", ++assertions_);
-  put_number(",\"term\":", t->id);
-  out_.put("}\n");
+  if (script.commands.empty()) return;
+  for (const Term* t : script.formulas_of(script.commands.back())) {
+    define(t);
+    put_number("{\"assertion\":", ++assertions_);
+    put_number(",\"term\":", t->id);
+    out_.put("}\n");
+  }
 }
 
 }  // namespace quarv::smtlib

@@ -41,7 +41,8 @@ namespace quarv::smtlib {
 /// A declared function that has the name and sort of another one, which it shadows, has a "copy" number from
 /// 1. A quantifier lists its "variables", an annotation its "attributes". What a simplifier was asked for,
 /// `op(args)`, need not exist as a term, and is written out in the step. Steps made for a definition are
-/// counted with the assertion that follows. "simplifier" is the operator's name, rules count from 1. Bytes
+/// counted with the assertion that follows. A formula in `check-sat-assuming` that is no literal is an
+/// assertion here. "simplifier" is the operator's name, rules count from 1. Bytes
 /// that are no UTF-8 appear as the characters of the same number.
 ///
 /// Tracing changes no result: nothing is interned for it.

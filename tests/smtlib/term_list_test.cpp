@@ -1,0 +1,88 @@
+#include <sstream>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include <quarv/smtlib/simplify_script.h>
+
+namespace quarv::smtlib {
+namespace {
+
+const std::string declarations =
+    "(declare-const p Bool)\n(declare-const q Bool)\n(declare-const |a b| Bool)\n(declare-const x Int)\n";
+
+/// What stands behind the declarations when the script is simplified. Simplifying it again changes nothing.
+std::string simplified(const std::string& commands, Sharing sharing = Sharing::automatic) {
+  SimplifyOptions options;
+  options.sharing = sharing;
+  std::ostringstream once, twice;
+  simplify_script(declarations + commands, "in.smt2", once, options);
+  simplify_script(once.str(), "out.smt2", twice, options);
+  EXPECT_EQ(once.str(), twice.str());
+  return once.str().substr(declarations.size());
+}
+
+TEST(TermLists, TermsOfGetValueKeepTheirText) {
+  const std::string terms =
+      "(get-value ((and q p q) (not (not p)) (+ x 0) |a b| (let ((y (+ x x))) (- y x)) (ite true x 1) (= q "
+      "p)))\n";
+  EXPECT_EQ(simplified(terms), terms);
+  EXPECT_EQ(simplified("(get-value ( x ; first\n (and\tp  q)\n))"), "(get-value (x (and p q)))\n");
+}
+
+TEST(TermLists, LiteralsOfCheckSatAssumingKeepTheirText) {
+  const std::string script =
+      "(define-fun small () Bool (not p))\n(define-fun large () Bool (and p |a b| (not (<= 3 x))))\n"
+      "(define-fun $1 () Bool (or p q))\n(assert (! (or q |a b|) :named n))\n"
+      "(check-sat-assuming (p (not q) small (not small) large (not large) $1 (not |a b|) n (not n) true))\n";
+  for (Sharing sharing : {Sharing::automatic, Sharing::let, Sharing::none})
+    EXPECT_EQ(simplified(script, sharing), script);
+  EXPECT_EQ(simplified("(check-sat-assuming ( (not\n p)))"), "(check-sat-assuming ((not p)))\n");
+}
+
+TEST(TermLists, OtherFormulasOfCheckSatAssumingAreSimplified) {
+  EXPECT_EQ(simplified(
+                "(check-sat-assuming ((not (not p)) (and q p q) (not (and p p)) (or p true) (< (+ x 1) 4)))"),
+            "(check-sat-assuming (p (and p q) (not p) true (not (<= 3 x))))\n");
+  // What they share has a name, which is none of the user's between rounds.
+  EXPECT_EQ(
+      simplified("(check-sat-assuming ((and q p (<= 3 x)) (not (and q p (<= 3 x)))))(get-value (p))"),
+      "(define-fun $1 () Bool (and p q (<= 3 x)))\n(check-sat-assuming ($1 (not $1)))\n(get-value (p))\n");
+  SimplifyOptions options;
+  Session session(options);
+  EXPECT_THROW(session.read("(declare-const x Int)(check-sat-assuming ((+ x 1)))", "in.smt2"), Error);
+  EXPECT_THROW(session.read("(declare-const y Int)(check-sat-assuming (y))", "in.smt2"), Error);
+}
+
+TEST(TermLists, NamesOfWhatIsSimplifiedAwayBecomeDefinitions) {
+  const std::string lost = "(assert (or true (! (and p q p) :named n)))";
+  for (const std::string use :
+       {"(get-value (n))\n", "(check-sat-assuming ((not n)))\n", "(get-value ((ite n 1 2)))\n"})
+    EXPECT_EQ(simplified(lost + use), "(assert true)\n(define-fun n () Bool (and p q))\n" + use);
+  EXPECT_EQ(simplified(lost + "(check-sat)"), "(assert true)\n(check-sat)\n");
+  // Within its level, and no more than once.
+  const std::string defined = "(assert true)\n(define-fun n () Bool (and p q))\n";
+  EXPECT_EQ(simplified("(push 1)" + lost + "(get-value (n n))(get-value (n))(pop 1)" + lost +
+                       "(assert (or n (<= 3 x)))(get-value (n))"),
+            "(push 1)\n" + defined + "(get-value (n n))\n(get-value (n))\n(pop 1)\n" + defined +
+                "(assert (or (and p q) (<= 3 x)))\n(get-value (n))\n");
+  // Where no name can be given.
+  EXPECT_EQ(simplified("(check-sat-assuming ((or q (! (and p p |a b|) :named n))))(assert n)(get-value (n))"),
+            "(check-sat-assuming ((or q (and p |a b|))))\n(define-fun n () Bool (and p |a b|))\n(assert (and "
+            "p |a b|))\n"
+            "(get-value (n))\n");
+}
+
+TEST(TermLists, NamesThatAreStillThereStay) {
+  const std::string script =
+      "(assert (! (or p (! (and q |a b|) :named inner)) :named outer))\n(get-value (inner outer (and outer "
+      "inner)))\n";
+  EXPECT_EQ(simplified(script), script);
+  EXPECT_EQ(simplified("(assert (! (not (not (or p (! (and q q |a b|) :named inner)))) :named outer))"
+                       "(check-sat-assuming (inner outer))"),
+            "(assert (! (or p (! (and q |a b|) :named inner)) :named outer))\n(check-sat-assuming (inner "
+            "outer))\n");
+}
+
+}  // namespace
+}  // namespace quarv::smtlib
