@@ -225,7 +225,7 @@ static void refuses_names_that_cannot_be_written(void) {
   quarv_manager* m = quarv_manager_new(0);
   const quarv_sort integer = quarv_int_sort(m);
   EXPECT(quarv_declare_sort(m, "a|b") == NULL);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a name cannot contain | or \\: a|b");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a name must not contain '|'");
   EXPECT(quarv_constant(m, "x| () Int)(declare-const |y", integer) == NULL);
   EXPECT(quarv_error(m) == QUARV_INVALID_ARGUMENT);
   EXPECT(quarv_constant(m, "a\\b", integer) == NULL);

@@ -240,7 +240,7 @@ def test_import_needs_nothing_else():
 
 def test_names_that_cannot_be_written_are_refused(m):
     for name in ("a|b", "a\\b", "a\0b"):
-        with pytest.raises(quarv.Error, match="a name cannot contain"):
+        with pytest.raises(quarv.Error, match="a name must not contain"):
             m.bv(name, 8)
     assert str(m.bv("a\tb c", 8)) == "|a\tb c|"
 

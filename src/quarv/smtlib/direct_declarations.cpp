@@ -7,12 +7,10 @@
 namespace quarv::smtlib {
 
 void Reader::check_name(std::string_view name) {
-  if (name.find('\0') != std::string_view::npos) {
-    throw std::invalid_argument("a name cannot contain a zero byte");
-  }
-  if (name.find_first_of("|\\") != std::string_view::npos) {
-    throw std::invalid_argument("a name cannot contain | or \\: " + std::string(name));
-  }
+  const std::size_t at = name.find_first_of(std::string_view("|\\\0", 3));
+  if (at == std::string_view::npos) return;
+  throw std::invalid_argument(name[at] == '\0' ? "a name must not contain a NUL byte"
+                                               : std::string("a name must not contain '") + name[at] + '\'');
 }
 
 void Reader::declare(const Symbol* symbol) {
