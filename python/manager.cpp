@@ -27,16 +27,6 @@ const DataType* sort_of(const Shared& workspace, py::handle sort) {
   return given.sort;
 }
 
-/// The name, if a symbol of SMT-LIB can have it, between bars if need be.
-const std::string& declarable(const std::string& name) {
-  const bool fits = std::ranges::none_of(name, [](char c) { return c == '\0' || c == '|' || c == '\\'; });
-  if (!fits) {
-    const std::string shown(py::str(py::repr(py::str(name))));
-    throw std::invalid_argument("no symbol can have the name " + shown + ": NUL, | and \\ stand in none");
-  }
-  return name;
-}
-
 std::vector<const Term*> plain(const Shared& workspace, const py::iterable& terms) {
   std::vector<const Term*> result;
   for (const py::handle t : terms) {
@@ -54,12 +44,12 @@ PySort sort(const PyManager& self, const std::string& text) {
 }
 
 PySort declare_sort(const PyManager& self, const std::string& name, std::size_t num_parameters) {
-  return {self.workspace(), self.workspace()->declare_sort(declarable(name), num_parameters)};
+  return {self.workspace(), self.workspace()->declare_sort(name, num_parameters)};
 }
 
 PyTerm constant(const PyManager& self, const std::string& name, const py::object& sort) {
   const DataType* of = sort_of(self.workspace(), sort);
-  return self.term(self.workspace()->constant(declarable(name), of));
+  return self.term(self.workspace()->constant(name, of));
 }
 
 PyFunction function(const PyManager& self, const std::string& name, const std::vector<py::object>& arguments,
@@ -69,7 +59,7 @@ PyFunction function(const PyManager& self, const std::string& name, const std::v
   for (const py::object& s : arguments) sorts.push_back(sort_of(self.workspace(), s));
   if (sorts.empty()) throw std::invalid_argument("a function has arguments; without, it is a constant");
   const DataType* to = sort_of(self.workspace(), result);
-  return {self.workspace(), name, self.workspace()->function(declarable(name), sorts, to)};
+  return {self.workspace(), name, self.workspace()->function(name, sorts, to)};
 }
 
 PyTerm value(const PyManager& self, const py::object& value, const py::object& sort) {

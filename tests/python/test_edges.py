@@ -114,7 +114,7 @@ def test_copies_and_equality_of_managers(m):
 def test_names_that_no_symbol_has(m):
     for name in ("a\0b", "a|b", "a\\b"):
         for declare in (lambda: m.bv(name, 8), lambda: m.declare_sort(name), lambda: m.function(name, ["Int"], "Int")):
-            with pytest.raises(Error, match="^no symbol can have the name '"):
+            with pytest.raises(Error, match="^a name must not contain (a NUL byte|'[|]'|'\\\\')$"):
                 declare()
     assert str(m.bv("", 8)) == "||" and str(m.bv("a b", 8)) == "|a b|"
 

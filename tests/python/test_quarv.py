@@ -238,13 +238,6 @@ def test_import_needs_nothing_else():
     assert subprocess.run([sys.executable, "-c", code], capture_output=True, text=True).stdout.strip() == "[]"
 
 
-def test_names_that_cannot_be_written_are_refused(m):
-    for name in ("a|b", "a\\b", "a\0b"):
-        with pytest.raises(quarv.Error, match="a name must not contain"):
-            m.bv(name, 8)
-    assert str(m.bv("a\tb c", 8)) == "|a\tb c|"
-
-
 def test_lack_of_memory_in_gmp_is_a_memory_error():
     code = """
 import resource, quarv

@@ -351,7 +351,7 @@ class QUARV_API QNumber {
     if constexpr (UnscopedEnum<T>) {
       return words_of(+value);
     } else if constexpr (is_word<T>) {
-      const auto word = static_cast<long>(value);
+      const auto word = static_cast<long>(value);  // NOLINT: a signed char is an integer like any other
       if (word != LONG_MIN) [[likely]]
         return {word, 1};
       return wide_integer(magnitude(LONG_MIN), true);
