@@ -117,6 +117,7 @@ int refuse(std::string_view reason) {
 
 int print_help(const CLI::App& program, const std::vector<std::string>& topic) {
   std::vector<const char*> words;
+  words.reserve(topic.size());
   for (const std::string& word : topic) words.push_back(word.c_str());
   const quarv::cli::CommandWords command(program, words);
   return command.rest().empty() ? print(command.help()) : refuse(command.unknown());
