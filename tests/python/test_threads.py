@@ -67,6 +67,7 @@ def test_other_threads_run_meanwhile(m):
 
 def test_threads_take_turns():
     shared = quarv.Manager()
+    normal = shared.parse_smt2(script(1000))[0].simplify()
     expected = quarv.simplify_smt2(script(300))
 
     def work():
@@ -74,7 +75,7 @@ def test_threads_take_turns():
         own = quarv.Manager(eager=True)
         assert (own.value(255, "(_ BitVec 8)") + 2).value == 1 and (own.value(3**200, "Int") * 3).value == 3**201
         y, z = shared.bv("x", 8), shared.bv("y", 8)
-        assert str(shared.parse_smt2(script(3))[0].simplify().args[0].sort) == "(_ BitVec 8)"
+        assert shared.parse_smt2(script(1000))[0].simplify().same(normal)
         assert ((y + z) == (z + y)).simplify().value is True
 
     with Running(work) as one, Running(work) as two:
