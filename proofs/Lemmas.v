@@ -1,0 +1,305 @@
+(** Facts of arithmetic and bits, and the tactics that close what most rules state. *)
+
+From Coq Require Import ZArith Bool Lia.
+From Quarv Require Import Bv.
+Local Open Scope Z_scope.
+
+(** ** Unfolding a statement *)
+
+Lemma bv_eq : forall w w' x x', w = w' -> x = x' -> make_bv w x = make_bv w' x'.
+Proof. intros; subst; reflexivity. Qed.
+
+(** The powers of 2 that occur are positive; kept apart from [2 ^ w] so that [lia] need not see the exponent. *)
+Lemma pow2_pos : forall w, 0 <= w -> 0 < 2 ^ w.
+Proof. intros; apply Z.pow_pos_nonneg; lia. Qed.
+
+Lemma pow2_ge_2 : forall w, 0 < w -> 2 <= 2 ^ w.
+Proof. intros; change 2 with (2 ^ 1) at 1; apply Z.pow_le_mono_r; lia. Qed.
+
+Lemma pow2_gt : forall w, 0 <= w -> w < 2 ^ w.
+Proof. intros; apply Z.pow_gt_lin_r; lia. Qed.
+
+(** ** Modular arithmetic *)
+
+(** Sums and differences of numbers below M, without [mod]. *)
+Lemma mod_add_cases : forall a b M, 0 <= a < M -> 0 <= b < M ->
+  (a + b) mod M = a + b /\ a + b < M \/ (a + b) mod M = a + b - M /\ M <= a + b.
+Proof.
+  intros a b M Ha Hb. destruct (Z_lt_le_dec (a + b) M).
+  - left; split; [apply Z.mod_small|]; lia.
+  - right; split; [|lia]. symmetry; apply (Z.mod_unique _ _ 1); lia.
+Qed.
+
+Lemma mod_sub_cases : forall a b M, 0 <= a < M -> 0 <= b < M ->
+  (a - b) mod M = a - b /\ b <= a \/ (a - b) mod M = a - b + M /\ a < b.
+Proof.
+  intros a b M Ha Hb. destruct (Z_lt_le_dec a b).
+  - right; split; [|lia]. symmetry; apply (Z.mod_unique _ _ (-1)); lia.
+  - left; split; [apply Z.mod_small|]; lia.
+Qed.
+
+Lemma neg_mod_cases : forall b M, 0 <= b < M ->
+  (M - b) mod M = 0 /\ b = 0 \/ (M - b) mod M = M - b /\ 0 < b.
+Proof.
+  intros b M Hb. destruct (Z.eq_dec b 0) as [->|].
+  - left. rewrite Z.sub_0_r, Z_mod_same_full. auto.
+  - right; split; [apply Z.mod_small|]; lia.
+Qed.
+
+Lemma neg_mod : forall b M, 0 < M -> (M - b) mod M = (- b) mod M.
+Proof. intros. rewrite <- (Z_mod_plus_full (- b) 1 M). f_equal; lia. Qed.
+
+(** The product with all ones. *)
+Lemma ones_mul_mod : forall b M, 0 < M -> ((M - 1) * b) mod M = (- b) mod M.
+Proof. intros. rewrite <- (Z_mod_plus_full (- b) b M). f_equal; lia. Qed.
+
+Lemma lnot_mod : forall x w, 0 <= w -> 0 <= x < 2 ^ w -> Z.lnot x mod 2 ^ w = 2 ^ w - 1 - x.
+Proof.
+  intros. unfold Z.lnot. rewrite <- (Z_mod_plus_full _ 1).
+  rewrite Z.mod_small; unfold Z.pred; lia.
+Qed.
+
+(** Is a mod b from either side congruent? *)
+Lemma mod_eq_iff : forall a b M, 0 < M -> (a mod M = b mod M <-> (a - b) mod M = 0).
+Proof.
+  intros a b M HM. split; intros E.
+  - rewrite Zminus_mod, E, Z.sub_diag. reflexivity.
+  - replace a with (b + (a - b)) by lia. rewrite Zplus_mod, E, Z.add_0_r, Zmod_mod. reflexivity.
+Qed.
+
+(** ** Bits *)
+
+Lemma bit_mod : forall a n i, 0 <= n -> Z.testbit (a mod 2 ^ n) i = (i <? n) && Z.testbit a i.
+Proof.
+  intros a n i Hn. destruct (Z.ltb_spec i n).
+  - destruct (Z_lt_le_dec i 0); [rewrite !Z.testbit_neg_r; auto|].
+    rewrite Z.mod_pow2_bits_low; auto.
+  - rewrite Z.mod_pow2_bits_high; auto; lia.
+Qed.
+
+Lemma bit_above : forall x w i, 0 <= x < 2 ^ w -> w <= i -> Z.testbit x i = false.
+Proof.
+  intros x w i Hx Hi. destruct (Z_lt_le_dec w 0); [rewrite Z.pow_neg_r in Hx; lia|].
+  rewrite <- (Z.mod_small x (2 ^ w)), Z.mod_pow2_bits_high; auto; lia.
+Qed.
+
+Lemma bit_div : forall a n i, 0 <= n -> 0 <= i -> Z.testbit (a / 2 ^ n) i = Z.testbit a (i + n).
+Proof. intros; apply Z.div_pow2_bits; auto. Qed.
+
+Lemma bit_mul : forall a n i, 0 <= n -> Z.testbit (a * 2 ^ n) i = Z.testbit a (i - n).
+Proof. intros; apply Z.mul_pow2_bits; auto. Qed.
+
+Lemma bit_concat : forall a b n i, 0 <= n -> 0 <= b < 2 ^ n ->
+  Z.testbit (a * 2 ^ n + b) i = if i <? n then Z.testbit b i else Z.testbit a (i - n).
+Proof.
+  intros a b n i Hn Hb.
+  assert (L : Z.land (a * 2 ^ n) b = 0).
+  { apply Z.bits_inj'; intros j Hj. rewrite Z.land_spec, Z.bits_0, bit_mul by auto.
+    destruct (Z_lt_le_dec j n).
+    - rewrite Z.testbit_neg_r by lia. reflexivity.
+    - rewrite (bit_above b n) by auto. apply andb_false_r. }
+  rewrite Z.add_nocarry_lxor, Z.lxor_spec, bit_mul by auto.
+  destruct (Z.ltb_spec i n).
+  - rewrite Z.testbit_neg_r by lia. apply xorb_false_l.
+  - rewrite (bit_above b n) by auto. apply xorb_false_r.
+Qed.
+
+Lemma bit_ones : forall w i, 0 <= w -> Z.testbit (2 ^ w - 1) i = (0 <=? i) && (i <? w).
+Proof.
+  intros. replace (2 ^ w - 1) with (Z.ones w) by (rewrite Z.ones_equiv; lia).
+  rewrite Z.testbit_ones by auto. reflexivity.
+Qed.
+
+(** ** Ranges *)
+
+Lemma mod_range : forall a w, 0 <= w -> 0 <= a mod 2 ^ w < 2 ^ w.
+Proof. intros; apply Z.mod_pos_bound, pow2_pos; auto. Qed.
+
+Lemma concat_range : forall a b m n, 0 <= m -> 0 <= n -> 0 <= a < 2 ^ m -> 0 <= b < 2 ^ n ->
+  0 <= a * 2 ^ n + b < 2 ^ (m + n).
+Proof. intros. rewrite Z.pow_add_r by auto. nia. Qed.
+
+Lemma land_range : forall a b n, 0 <= n -> 0 <= a < 2 ^ n -> 0 <= b < 2 ^ n -> 0 <= Z.land a b < 2 ^ n.
+Proof.
+  intros a b n Hn Ha Hb. rewrite <- (Z.mod_small a (2 ^ n)) by auto.
+  replace (Z.land (a mod 2 ^ n) b) with (Z.land a b mod 2 ^ n).
+  - apply mod_range; auto.
+  - apply Z.bits_inj'; intros i Hi. rewrite Z.land_spec, !bit_mod, Z.land_spec by auto.
+    destruct (i <? n); auto.
+Qed.
+
+Lemma lor_range : forall a b n, 0 <= n -> 0 <= a < 2 ^ n -> 0 <= b < 2 ^ n -> 0 <= Z.lor a b < 2 ^ n.
+Proof.
+  intros a b n Hn Ha Hb. replace (Z.lor a b) with (Z.lor a b mod 2 ^ n).
+  - apply mod_range; auto.
+  - apply Z.bits_inj'; intros i Hi. rewrite bit_mod, Z.lor_spec by auto.
+    destruct (Z.ltb_spec i n); auto. rewrite !(bit_above _ n) by auto. reflexivity.
+Qed.
+
+Lemma lxor_range : forall a b n, 0 <= n -> 0 <= a < 2 ^ n -> 0 <= b < 2 ^ n -> 0 <= Z.lxor a b < 2 ^ n.
+Proof.
+  intros a b n Hn Ha Hb. replace (Z.lxor a b) with (Z.lxor a b mod 2 ^ n).
+  - apply mod_range; auto.
+  - apply Z.bits_inj'; intros i Hi. rewrite bit_mod, Z.lxor_spec by auto.
+    destruct (Z.ltb_spec i n); auto. rewrite !(bit_above _ n) by auto. reflexivity.
+Qed.
+
+(** ** Machine words *)
+
+Lemma word_add_small : forall a b, 0 <= a -> 0 <= b -> a + b < word -> word_add a b = a + b.
+Proof. intros; apply Z.mod_small; lia. Qed.
+
+Lemma word_sub_small : forall a b, 0 <= b <= a -> a < word -> word_sub a b = a - b.
+Proof. intros; apply Z.mod_small; lia. Qed.
+
+(** ** Closed forms of what the standard repeats *)
+
+Lemma iter_succ : forall A (f : A -> A) n x, 0 <= n -> Z.iter (n + 1) f x = f (Z.iter n f x).
+Proof. intros A f [|p|p] x H; [reflexivity| |lia]. cbn. rewrite Pos.add_1_r. apply Pos.iter_succ. Qed.
+
+Lemma iter_add : forall A (f : A -> A) m n x, 0 <= m -> 0 <= n ->
+  Z.iter (m + n) f x = Z.iter m f (Z.iter n f x).
+Proof.
+  intros A f m n x Hm. revert n. pattern m. apply natlike_ind; [auto| |auto]; clear m Hm.
+  intros m Hm IH n Hn. replace (Z.succ m + n) with (m + n + 1) by lia.
+  unfold Z.succ. rewrite !iter_succ, IH by lia. reflexivity.
+Qed.
+
+(** Bits of one kind. *)
+Lemma repeat_bit : forall i (b : bool), 0 < i ->
+  repeat i (make_bv 1 (nat_of_bit b)) = make_bv i (if b then 2 ^ i - 1 else 0).
+Proof.
+  intros i b Hi. unfold repeat. set (n := i - 1). replace i with (n + 1) by lia.
+  assert (Hn : 0 <= n) by lia. clearbody n; clear i Hi.
+  pattern n. apply natlike_ind; [destruct b; reflexivity| |auto]; clear n Hn.
+  - intros n Hn IH. unfold Z.succ. rewrite iter_succ, IH by lia. unfold concat; cbn [width bv2nat].
+    apply bv_eq; [lia|]. rewrite !Z.pow_add_r by lia. destruct b; unfold nat_of_bit; lia.
+Qed.
+
+Lemma zero_extend_eq : forall n t, 0 <= n -> zero_extend n t = make_bv (width t + n) (bv2nat t).
+Proof.
+  intros n [w x] Hn. unfold zero_extend. destruct (Z.eqb_spec n 0) as [->|].
+  - cbn. apply bv_eq; lia.
+  - change (make_bv 1 0) with (make_bv 1 (nat_of_bit false)). rewrite repeat_bit by lia.
+    unfold concat; cbn. apply bv_eq; lia.
+Qed.
+
+Lemma extract_bit : forall i t, 0 <= i -> extract i i t = make_bv 1 (nat_of_bit (bit i t)).
+Proof.
+  intros i t Hi. unfold extract, nat2bv. replace (i - i + 1) with 1 by lia. apply bv_eq; auto.
+  apply Z.bits_inj'; intros j Hj. rewrite bit_mod, bit_div by lia.
+  unfold bit. destruct (Z.ltb_spec j 1).
+  - replace j with 0 by lia. rewrite Z.add_0_l. destruct (Z.testbit _ i); reflexivity.
+  - unfold nat_of_bit. destruct (Z.testbit _ i); [|symmetry; apply Z.testbit_0_l].
+    symmetry. apply (bit_above 1 1); lia.
+Qed.
+
+Lemma sign_extend_eq : forall n t, 0 <= n -> 0 < width t -> sign_extend n t =
+  make_bv (width t + n) ((if negative t then 2 ^ n - 1 else 0) * 2 ^ width t + bv2nat t).
+Proof.
+  intros n [w x] Hn Hw. unfold sign_extend, negative; cbn [width bv2nat] in *.
+  destruct (Z.eqb_spec n 0) as [->|].
+  - apply bv_eq; [lia|]. destruct (bit _ _); lia.
+  - rewrite extract_bit, repeat_bit by lia. unfold concat; cbn [width bv2nat]. apply bv_eq; lia.
+Qed.
+
+(** ** Equality of bit-vectors *)
+
+(** Values in range that agree on the bits below the width. *)
+Definition in_range (s : bv) : Prop := 0 < width s /\ 0 <= bv2nat s < 2 ^ width s.
+
+Lemma value_ext : forall w x y, 0 <= x < 2 ^ w -> 0 <= y < 2 ^ w ->
+  (forall i, 0 <= i < w -> Z.testbit x i = Z.testbit y i) -> x = y.
+Proof.
+  intros w x y Hx Hy E. apply Z.bits_inj'; intros i Hi. destruct (Z_lt_le_dec i w); auto.
+  rewrite !(bit_above _ w) by auto. reflexivity.
+Qed.
+
+Lemma bv_ext : forall s t, in_range s -> in_range t -> width s = width t ->
+  (forall i, 0 <= i < width s -> bit i s = bit i t) -> s = t.
+Proof.
+  intros [w x] [w' y] [_ Hx] [_ Hy] W E. cbn [width bv2nat] in *. subst w'.
+  f_equal. apply (value_ext w); auto.
+Qed.
+
+Lemma nat_of_bit_range : forall b, 0 <= nat_of_bit b < 2 ^ 1.
+Proof. intros []; cbn; lia. Qed.
+
+Lemma bit_nat_of_bit : forall b, Z.testbit (nat_of_bit b) 0 = b.
+Proof. intros []; reflexivity. Qed.
+
+(** ** Rotations *)
+
+Lemma rotate_left_once_bits : forall t, in_range t -> in_range (rotate_left_once t) /\
+  width (rotate_left_once t) = width t /\
+  forall j, 0 <= j < width t -> bit j (rotate_left_once t) = bit ((j - 1) mod width t) t.
+Proof.
+  intros [w x] [Hw Hx]. unfold rotate_left_once. cbn [width bv2nat] in *.
+  destruct (Z.eqb_spec w 1) as [->|].
+  - split; [split; auto|]. split; auto. intros j Hj. f_equal. cbn in Hj. replace j with 0 by lia. reflexivity.
+  - rewrite extract_bit by lia. unfold in_range, concat, extract, bit; cbn [width bv2nat nat2bv].
+    rewrite Z.div_1_r. replace (w - 2 - 0 + 1) with (w - 1) by lia. split; [|split; [lia|]].
+    + split; [lia|]. replace (w - 1 + 1) with ((w - 1) + 1) by lia.
+      apply concat_range; try lia; [apply mod_range; lia | apply nat_of_bit_range].
+    + intros j Hj. rewrite bit_concat by (try apply nat_of_bit_range; lia). rewrite bit_mod by lia.
+      destruct (Z.ltb_spec j 1).
+      * replace j with 0 by lia. rewrite bit_nat_of_bit. f_equal.
+        apply (Z.mod_unique _ _ (-1)); lia.
+      * rewrite (Z.mod_small (j - 1)) by lia. destruct (Z.ltb_spec (j - 1) (w - 1)); [reflexivity|lia].
+Qed.
+
+Lemma rotate_right_once_bits : forall t, in_range t -> in_range (rotate_right_once t) /\
+  width (rotate_right_once t) = width t /\
+  forall j, 0 <= j < width t -> bit j (rotate_right_once t) = bit ((j + 1) mod width t) t.
+Proof.
+  intros [w x] [Hw Hx]. unfold rotate_right_once. cbn [width bv2nat] in *.
+  destruct (Z.eqb_spec w 1) as [->|].
+  - split; [split; auto|]. split; auto. intros j Hj. f_equal. cbn in Hj. replace j with 0 by lia. reflexivity.
+  - rewrite extract_bit by lia. unfold in_range, concat, extract, bit; cbn [width bv2nat nat2bv].
+    replace (w - 1 - 1 + 1) with (w - 1) by lia. split; [|split; [lia|]].
+    + split; [lia|]. replace (1 + (w - 1)) with (1 + (w - 1)) by lia.
+      apply concat_range; try lia; [apply nat_of_bit_range | apply mod_range; lia].
+    + intros j Hj. rewrite bit_concat by (try (apply mod_range); lia). rewrite bit_mod, bit_div by lia.
+      destruct (Z.ltb_spec j (w - 1)).
+      * rewrite (Z.mod_small (j + 1)) by lia. reflexivity.
+      * replace (j - (w - 1)) with 0 by lia. rewrite bit_nat_of_bit. f_equal.
+        apply (Z.mod_unique _ _ 1); lia.
+Qed.
+
+Lemma rotate_left_bits : forall n t, 0 <= n -> in_range t -> in_range (rotate_left n t) /\
+  width (rotate_left n t) = width t /\
+  forall j, 0 <= j < width t -> bit j (rotate_left n t) = bit ((j - n) mod width t) t.
+Proof.
+  intros n t Hn Ht. pattern n. apply natlike_ind; auto; clear n Hn; unfold rotate_left.
+  - cbn. split; auto. split; auto. intros j Hj. f_equal. rewrite Z.sub_0_r. symmetry; apply Z.mod_small; auto.
+  - intros n Hn [R [W B]]. unfold Z.succ. rewrite iter_succ by auto.
+    destruct (rotate_left_once_bits _ R) as [R' [W' B']]. rewrite W in *. split; [auto|split; [auto|]].
+    intros j Hj. rewrite B', B by (try apply Z.mod_pos_bound; lia). f_equal.
+    rewrite Zminus_mod_idemp_l. f_equal; lia.
+Qed.
+
+Lemma rotate_right_bits : forall n t, 0 <= n -> in_range t -> in_range (rotate_right n t) /\
+  width (rotate_right n t) = width t /\
+  forall j, 0 <= j < width t -> bit j (rotate_right n t) = bit ((j + n) mod width t) t.
+Proof.
+  intros n t Hn Ht. pattern n. apply natlike_ind; auto; clear n Hn; unfold rotate_right.
+  - cbn. split; auto. split; auto. intros j Hj. f_equal. rewrite Z.add_0_r. symmetry; apply Z.mod_small; auto.
+  - intros n Hn [R [W B]]. unfold Z.succ. rewrite iter_succ by auto.
+    destruct (rotate_right_once_bits _ R) as [R' [W' B']]. rewrite W in *. split; [auto|split; [auto|]].
+    intros j Hj. rewrite B', B by (try apply Z.mod_pos_bound; lia). f_equal.
+    rewrite Zplus_mod_idemp_l. f_equal; lia.
+Qed.
+
+Lemma rotate_left_width : forall t, in_range t -> rotate_left (width t) t = t.
+Proof.
+  intros t Ht. destruct (rotate_left_bits (width t) t) as [R [W B]]; [apply Z.lt_le_incl, Ht|auto|].
+  apply bv_ext; auto. intros j Hj. rewrite B by lia. f_equal.
+  replace (j - width t) with (j + (-1) * width t) by lia. rewrite Z_mod_plus_full. apply Z.mod_small; lia.
+Qed.
+
+Lemma rotate_right_width : forall t, in_range t -> rotate_right (width t) t = t.
+Proof.
+  intros t Ht. destruct (rotate_right_bits (width t) t) as [R [W B]]; [apply Z.lt_le_incl, Ht|auto|].
+  apply bv_ext; auto. intros j Hj. rewrite B by lia. f_equal.
+  replace (j + width t) with (j + 1 * width t) by lia. rewrite Z_mod_plus_full. apply Z.mod_small; lia.
+Qed.
