@@ -1,6 +1,6 @@
 (** Facts of arithmetic and bits, and the tactics that close what most rules state. *)
 
-From Coq Require Import ZArith Bool Lia.
+From Coq Require Import ZArith Zquot Bool Lia.
 From Quarv Require Import Bv.
 Local Open Scope Z_scope.
 
@@ -65,6 +65,19 @@ Proof.
   intros a b M HM. split; intros E.
   - rewrite Zminus_mod, E, Z.sub_diag. reflexivity.
   - replace a with (b + (a - b)) by lia. rewrite Zplus_mod, E, Z.add_0_r, Zmod_mod. reflexivity.
+Qed.
+
+Lemma ones_mod : forall M, 1 < M -> (-1) mod M = M - 1.
+Proof. intros. symmetry; apply (Z.mod_unique _ _ (-1)); lia. Qed.
+
+Lemma eqb_diff : forall a b M, 0 <= a < M -> 0 <= b < M -> (a =? b) = ((a - b) mod M =? 0).
+Proof. intros a b M Ha Hb. destruct (mod_sub_cases a b M Ha Hb) as [[E ?]|[E ?]]; rewrite E; lia. Qed.
+
+Lemma eqb_opp : forall a M, (a mod M =? 0) = ((- a) mod M =? 0).
+Proof.
+  intros a M. apply eq_true_iff_eq. rewrite !Z.eqb_eq. split; intros.
+  - apply Z_mod_zero_opp_full; auto.
+  - rewrite <- (Z.opp_involutive a). apply Z_mod_zero_opp_full; auto.
 Qed.
 
 (** ** Bits *)
@@ -194,15 +207,6 @@ Proof.
     symmetry. apply (bit_above 1 1); lia.
 Qed.
 
-Lemma sign_extend_eq : forall n t, 0 <= n -> 0 < width t -> sign_extend n t =
-  make_bv (width t + n) ((if negative t then 2 ^ n - 1 else 0) * 2 ^ width t + bv2nat t).
-Proof.
-  intros n [w x] Hn Hw. unfold sign_extend, negative; cbn [width bv2nat] in *.
-  destruct (Z.eqb_spec n 0) as [->|].
-  - apply bv_eq; [lia|]. destruct (bit _ _); lia.
-  - rewrite extract_bit, repeat_bit by lia. unfold concat; cbn [width bv2nat]. apply bv_eq; lia.
-Qed.
-
 (** ** Equality of bit-vectors *)
 
 (** Values in range that agree on the bits below the width. *)
@@ -302,4 +306,156 @@ Proof.
   intros t Ht. destruct (rotate_right_bits (width t) t) as [R [W B]]; [apply Z.lt_le_incl, Ht|auto|].
   apply bv_ext; auto. intros j Hj. rewrite B by lia. f_equal.
   replace (j + width t) with (j + 1 * width t) by lia. rewrite Z_mod_plus_full. apply Z.mod_small; lia.
+Qed.
+
+(** ** Two's complement *)
+
+Definition signed (w x : Z) : Z := if Z.testbit x (w - 1) then x - 2 ^ w else x.
+
+Lemma pow2_half : forall w, 0 < w -> 2 ^ w = 2 * 2 ^ (w - 1).
+Proof. intros. rewrite <- Z.pow_succ_r by lia. f_equal; lia. Qed.
+
+Lemma msb : forall w x, 0 < w -> 0 <= x < 2 ^ w -> Z.testbit x (w - 1) = (2 ^ (w - 1) <=? x).
+Proof.
+  intros w x Hw Hx. rewrite (pow2_half w Hw) in Hx.
+  rewrite Z.testbit_odd, Z.shiftr_div_pow2 by lia. pose proof (pow2_pos (w - 1) ltac:(lia)).
+  destruct (Z.leb_spec (2 ^ (w - 1)) x).
+  - replace (x / 2 ^ (w - 1)) with 1; [reflexivity|]. apply (Z.div_unique _ _ _ (x - 2 ^ (w - 1))); lia.
+  - rewrite Z.div_small by lia. reflexivity.
+Qed.
+
+(** What [signed] is, for [lia]. *)
+Lemma signed_cases : forall w x, 0 < w -> 0 <= x < 2 ^ w ->
+  signed w x = x /\ x < 2 ^ (w - 1) \/ signed w x = x - 2 ^ w /\ 2 ^ (w - 1) <= x.
+Proof. intros. unfold signed. rewrite msb by auto. destruct (Z.leb_spec (2 ^ (w - 1)) x); auto. Qed.
+
+Lemma signed_mod : forall w x, 0 <= x < 2 ^ w -> signed w x mod 2 ^ w = x.
+Proof.
+  intros. unfold signed. destruct (Z.testbit x (w - 1)); [|apply Z.mod_small; auto].
+  symmetry; apply (Z.mod_unique _ _ (-1)); lia.
+Qed.
+
+Lemma bit_signed : forall w x i, 0 < w -> 0 <= x < 2 ^ w -> 0 <= i ->
+  Z.testbit (signed w x) i = if i <? w then Z.testbit x i else Z.testbit x (w - 1).
+Proof.
+  intros w x i Hw Hx Hi. destruct (Z.ltb_spec i w).
+  - rewrite <- (signed_mod w x) at 2 by auto. rewrite bit_mod by lia.
+    destruct (Z.ltb_spec i w); [reflexivity|lia].
+  - unfold signed. destruct (Z.testbit x (w - 1)); [|apply (bit_above _ w); auto].
+    replace (x - 2 ^ w) with (Z.lnot (2 ^ w - 1 - x)) by (unfold Z.lnot, Z.pred; lia).
+    rewrite Z.lnot_spec, (bit_above _ w) by lia. reflexivity.
+Qed.
+
+Lemma sign_extend_eq : forall n t, 0 <= n -> in_range t ->
+  sign_extend n t = make_bv (width t + n) (signed (width t) (bv2nat t) mod 2 ^ (width t + n)).
+Proof.
+  intros n [w x] Hn [Hw Hx]. unfold sign_extend; cbn [width bv2nat] in *.
+  assert (P : 2 ^ (w + n) = 2 ^ n * 2 ^ w) by (rewrite Z.pow_add_r by lia; lia).
+  pose proof (pow2_pos n Hn). destruct (Z.eqb_spec n 0) as [->|].
+  - apply bv_eq; [lia|]. rewrite Z.add_0_r, signed_mod; auto.
+  - rewrite extract_bit, repeat_bit by lia. unfold concat, bit, signed; cbn [width bv2nat]. apply bv_eq; [lia|].
+    rewrite P. destruct (Z.testbit x (w - 1)).
+    + apply (Z.mod_unique _ _ (-1)); nia.
+    + rewrite Z.mod_small; nia.
+Qed.
+
+Lemma bvashr_eq : forall s t, in_range s -> 0 <= bv2nat t ->
+  bvashr s t = nat2bv (width s) (signed (width s) (bv2nat s) / 2 ^ bv2nat t).
+Proof.
+  intros [w x] [w' n] [Hw Hx] Hn. cbn [width bv2nat] in *.
+  unfold bvashr, negative, bvlshr, bvnot, bit, nat2bv; cbn [width bv2nat].
+  destruct (Z.testbit x (w - 1)) eqn:E; apply bv_eq; auto.
+  - apply (value_ext w); try apply mod_range; try lia. intros i Hi.
+    rewrite !bit_mod, Z.lnot_spec, bit_mod, !bit_div, bit_mod, Z.lnot_spec, bit_signed, E by lia.
+    destruct (Z.ltb_spec i w); [|lia]. destruct (Z.ltb_spec (i + n) w); [|reflexivity].
+    cbn. apply negb_involutive.
+  - unfold signed. rewrite E. reflexivity.
+Qed.
+
+Lemma bvslt_eq : forall s t, in_range s -> in_range t -> width s = width t ->
+  bvslt s t = (signed (width s) (bv2nat s) <? signed (width t) (bv2nat t)).
+Proof.
+  intros [w x] [w' y] [Hw Hx] [_ Hy] W. cbn [width bv2nat] in *. subst w'.
+  unfold bvslt, bvult, negative, bit, signed; cbn [width bv2nat].
+  rewrite !msb by auto. pose proof (pow2_half w Hw).
+  destruct (Z.leb_spec (2 ^ (w - 1)) x), (Z.leb_spec (2 ^ (w - 1)) y); cbn [andb orb negb Bool.eqb]; lia.
+Qed.
+
+Lemma bvsle_eq : forall s t, in_range s -> in_range t -> width s = width t ->
+  bvsle s t = (signed (width s) (bv2nat s) <=? signed (width t) (bv2nat t)).
+Proof.
+  intros [w x] [w' y] [Hw Hx] [_ Hy] W. cbn [width bv2nat] in *. subst w'.
+  unfold bvsle, bvule, bveq, bvult, negative, bit, signed; cbn [width bv2nat].
+  rewrite !msb by auto. pose proof (pow2_half w Hw).
+  destruct (Z.leb_spec (2 ^ (w - 1)) x), (Z.leb_spec (2 ^ (w - 1)) y); cbn [andb orb negb Bool.eqb]; lia.
+Qed.
+
+(** ** Division *)
+
+Lemma bvudiv_eq : forall s t, bvudiv s t =
+  nat2bv (width s) (if bv2nat t =? 0 then 2 ^ width s - 1 else bv2nat s / bv2nat t).
+Proof. intros. unfold bvudiv. destruct (bv2nat t =? 0); reflexivity. Qed.
+
+(** Coq's remainder by 0 is the dividend too. *)
+Lemma bvurem_eq : forall s t, in_range s -> 0 <= bv2nat t ->
+  bvurem s t = make_bv (width s) (bv2nat s mod bv2nat t).
+Proof.
+  intros [w x] [w' y] [Hw Hx] Hy. unfold bvurem, nat2bv. cbn [width bv2nat] in *.
+  destruct (Z.eqb_spec y 0) as [->|]; apply bv_eq; auto.
+  - symmetry. apply Zmod_0_r.
+  - pose proof (Z.mod_pos_bound x y ltac:(lia)). pose proof (Z.mod_le x y ltac:(lia) ltac:(lia)).
+    apply Z.mod_small; lia.
+Qed.
+
+Lemma bvsdiv_eq : forall s t, in_range s -> in_range t -> width s = width t ->
+  bvsdiv s t = nat2bv (width s)
+    (let a := signed (width s) (bv2nat s) in let b := signed (width t) (bv2nat t) in
+     if b =? 0 then if a <? 0 then 1 else -1 else Z.quot a b).
+Proof.
+  intros [w x] [w' y] [Hw Hx] [_ Hy] W. cbn [width bv2nat] in *. subst w'. cbv zeta.
+  unfold bvsdiv. rewrite !bvudiv_eq.
+  unfold bvneg, nat2bv, negative, bit, signed. cbn [width bv2nat].
+  rewrite !msb by auto. pose proof (pow2_half w Hw) as P. pose proof (pow2_pos (w - 1) ltac:(lia)).
+  destruct (Z.leb_spec (2 ^ (w - 1)) x), (Z.leb_spec (2 ^ (w - 1)) y);
+    rewrite ?(Z.mod_small (2 ^ w - x)), ?(Z.mod_small (2 ^ w - y)) by lia; apply bv_eq; auto;
+    rewrite ?neg_mod by lia.
+  - destruct (Z.eqb_spec (2 ^ w - y) 0), (Z.eqb_spec (y - 2 ^ w) 0); try lia.
+    f_equal. replace (x - 2 ^ w) with (- (2 ^ w - x)) by lia. replace (y - 2 ^ w) with (- (2 ^ w - y)) by lia.
+    rewrite Z.quot_opp_opp, Z.quot_div_nonneg by lia. reflexivity.
+  - rewrite <- Z.sub_0_l, Zminus_mod_idemp_r, Z.sub_0_l. destruct (Z.eqb_spec y 0).
+    + destruct (Z.ltb_spec (x - 2 ^ w) 0); [|lia]. rewrite <- (Z_mod_plus_full _ 1). f_equal; lia.
+    + f_equal. replace (x - 2 ^ w) with (- (2 ^ w - x)) by lia.
+      rewrite Z.quot_opp_l, Z.quot_div_nonneg by lia. reflexivity.
+  - rewrite <- Z.sub_0_l, Zminus_mod_idemp_r, Z.sub_0_l.
+    destruct (Z.eqb_spec (2 ^ w - y) 0), (Z.eqb_spec (y - 2 ^ w) 0); try lia.
+    f_equal. replace (y - 2 ^ w) with (- (2 ^ w - y)) by lia.
+    rewrite Z.quot_opp_r, Z.quot_div_nonneg by lia. reflexivity.
+  - destruct (Z.eqb_spec y 0).
+    + destruct (Z.ltb_spec x 0); [lia|]. rewrite <- (Z_mod_plus_full (-1) 1). f_equal; lia.
+    + rewrite Z.quot_div_nonneg by lia. reflexivity.
+Qed.
+
+Lemma bvsrem_eq : forall s t, in_range s -> in_range t -> width s = width t ->
+  bvsrem s t = nat2bv (width s) (Z.rem (signed (width s) (bv2nat s)) (signed (width t) (bv2nat t))).
+Proof.
+  intros [w x] [w' y] [Hw Hx] [_ Hy] W. cbn [width bv2nat] in *. subst w'.
+  assert (R : forall z, in_range (nat2bv w z)) by (intros; split; [|apply mod_range]; cbn; lia).
+  unfold bvsrem, bvneg, negative, bit. cbn [width bv2nat].
+  rewrite !bvurem_eq by (first [apply R | split; auto | cbn; lia | apply R]).
+  unfold nat2bv, signed. cbn [width bv2nat].
+  rewrite !msb by auto. pose proof (pow2_half w Hw) as P. pose proof (pow2_pos (w - 1) ltac:(lia)).
+  destruct (Z.leb_spec (2 ^ (w - 1)) x), (Z.leb_spec (2 ^ (w - 1)) y);
+    rewrite ?(Z.mod_small (2 ^ w - x)), ?(Z.mod_small (2 ^ w - y)) by lia; apply bv_eq; auto;
+    rewrite ?neg_mod by lia.
+  - f_equal. replace (x - 2 ^ w) with (- (2 ^ w - x)) by lia. replace (y - 2 ^ w) with (- (2 ^ w - y)) by lia.
+    rewrite Z.rem_opp_opp, Z.rem_mod_nonneg by lia. reflexivity.
+  - f_equal. replace (x - 2 ^ w) with (- (2 ^ w - x)) by lia. destruct (Z.eq_dec y 0) as [->|].
+    + rewrite Zmod_0_r, Zrem_0_r. reflexivity.
+    + rewrite Z.rem_opp_l, Z.rem_mod_nonneg by lia. reflexivity.
+  - replace (y - 2 ^ w) with (- (2 ^ w - y)) by lia. rewrite Z.rem_opp_r, Z.rem_mod_nonneg by lia.
+    symmetry; apply Z.mod_small. pose proof (Z.mod_pos_bound x (2 ^ w - y) ltac:(lia)); lia.
+  - destruct (Z.eq_dec y 0) as [->|].
+    + rewrite Zmod_0_r, Zrem_0_r. symmetry; apply Z.mod_small; lia.
+    + rewrite Z.rem_mod_nonneg by lia. symmetry; apply Z.mod_small.
+      pose proof (Z.mod_pos_bound x y ltac:(lia)); lia.
 Qed.

@@ -15,49 +15,6 @@ Ltac destruct_bvs :=
   | t : bv |- _ => let w := fresh "w_" t in let v := fresh "v_" t in destruct t as [w v]
   end.
 
-Ltac compute_ops :=
-  cbv beta iota zeta delta [width bv2nat nat2bv bit literal concat extract bvnot bvand bvor bvxor bvnand bvnor
-    bvxnor bvneg bvadd bvsub bvmul bvudiv bvurem bvshl bvlshr bveq bvcomp bvult bvule bvugt bvuge negative
-    bvslt bvsle bvsgt bvsge] in *.
-
-Ltac extensions :=
-  repeat match goal with
-  | |- context [zero_extend ?n ?t] => rewrite (zero_extend_eq n t) in * by lia
-  | H : context [zero_extend ?n ?t] |- _ => rewrite (zero_extend_eq n t) in * by lia
-  | |- context [sign_extend ?n ?t] => rewrite (sign_extend_eq n t) in * by (compute_ops; lia)
-  | H : context [sign_extend ?n ?t] |- _ => rewrite (sign_extend_eq n t) in * by (compute_ops; lia)
-  end.
-
-(** Sums and differences of machine words that stay within them. *)
-Ltac words :=
-  repeat match goal with
-  | |- context [word_add ?a ?b] => rewrite (word_add_small a b) in * by lia
-  | |- context [word_sub ?a ?b] => rewrite (word_sub_small a b) in * by lia
-  | H : context [word_add ?a ?b] |- _ => rewrite (word_add_small a b) in * by lia
-  | H : context [word_sub ?a ?b] |- _ => rewrite (word_sub_small a b) in * by lia
-  end.
-
-Ltac split_and :=
-  repeat match goal with
-  | H : _ /\ _ |- _ => destruct H
-  end.
-
-(** Names the terms and integers of a rule, and what it supposes. *)
-Ltac suppose :=
-  red; intros;
-  match goal with |- ?P => red end;
-  let H := fresh "A" in intro H; red in H; unfold_sorts; split_and; subst.
-
-Ltac conclude :=
-  repeat match goal with |- _ /\ _ => split end; try lia.
-
-(** All of it; what remains is about numbers. *)
-Ltac start :=
-  suppose; destruct_bvs; extensions; compute_ops; words; subst; words; conclude;
-  try (apply bv_eq; [try lia|]).
-
-(** ** Bits *)
-
 (** A value is below the power of 2. *)
 Ltac range :=
   first
@@ -72,6 +29,106 @@ Ltac range :=
   | apply lxor_range; [lia|range|range]
   | apply concat_range; [lia|lia|range|range] ].
 
+Ltac compute_ops :=
+  cbv beta iota zeta delta [width bv2nat nat2bv bit literal concat extract bvnot bvand bvor bvxor bvnand bvnor
+    bvxnor bvneg bvadd bvsub bvmul bvshl bvlshr bveq bvcomp bvult bvule bvugt bvuge negative] in *.
+
+Ltac in_range := unfold in_range; compute_ops; split; [lia|range].
+Ltac same_width := compute_ops; lia.
+
+(** Puts the closed forms in the place of what the standard defines by steps or by cases. *)
+Ltac close e :=
+  lazymatch e with
+  | zero_extend ?n ?t => rewrite (zero_extend_eq n t) in * by lia
+  | sign_extend ?n ?t => rewrite (sign_extend_eq n t) in * by first [lia | in_range]
+  | bvashr ?s ?t => rewrite (bvashr_eq s t) in * by first [in_range | compute_ops; range]
+  | bvslt ?s ?t => rewrite (bvslt_eq s t) in * by first [in_range | same_width]
+  | bvsle ?s ?t => rewrite (bvsle_eq s t) in * by first [in_range | same_width]
+  | bvsdiv ?s ?t => rewrite (bvsdiv_eq s t) in * by first [in_range | same_width]
+  | bvsrem ?s ?t => rewrite (bvsrem_eq s t) in * by first [in_range | same_width]
+  | bvudiv ?s ?t => rewrite (bvudiv_eq s t) in *
+  | bvurem ?s ?t => rewrite (bvurem_eq s t) in * by first [in_range | compute_ops; range]
+  end.
+
+Ltac closed_forms :=
+  unfold bvsgt, bvsge in *;
+  repeat match goal with
+  | |- context [zero_extend ?n ?t] => close (zero_extend n t)
+  | |- context [sign_extend ?n ?t] => close (sign_extend n t)
+  | |- context [bvashr ?s ?t] => close (bvashr s t)
+  | |- context [bvslt ?s ?t] => close (bvslt s t)
+  | |- context [bvsle ?s ?t] => close (bvsle s t)
+  | |- context [bvsdiv ?s ?t] => close (bvsdiv s t)
+  | |- context [bvsrem ?s ?t] => close (bvsrem s t)
+  | |- context [bvudiv ?s ?t] => close (bvudiv s t)
+  | |- context [bvurem ?s ?t] => close (bvurem s t)
+  | H : context [zero_extend ?n ?t] |- _ => close (zero_extend n t)
+  | H : context [sign_extend ?n ?t] |- _ => close (sign_extend n t)
+  | H : context [bvurem ?s ?t] |- _ => close (bvurem s t)
+  | H : context [bvudiv ?s ?t] |- _ => close (bvudiv s t)
+  end.
+
+(** Sums and differences of machine words that stay within them. *)
+Ltac words :=
+  repeat match goal with
+  | |- context [word_add ?a ?b] => rewrite (word_add_small a b) in * by lia
+  | |- context [word_sub ?a ?b] => rewrite (word_sub_small a b) in * by lia
+  | H : context [word_add ?a ?b] |- _ => rewrite (word_add_small a b) in * by lia
+  | H : context [word_sub ?a ?b] |- _ => rewrite (word_sub_small a b) in * by lia
+  end.
+
+(** Ranges of values stay in one piece. *)
+Ltac split_and :=
+  repeat match goal with
+  | H : ?P /\ _ |- _ =>
+    lazymatch type of H with
+    | 0 <= _ < 2 ^ _ => fail
+    | 0 <= _ < _ ^ _ => fail
+    | _ => destruct H
+    end
+  end.
+
+(** What [lia] should know of the powers of 2. *)
+Ltac with_powers :=
+  repeat match goal with
+  | H : 0 < ?w |- _ =>
+    lazymatch goal with
+    | _ : w < 2 ^ w |- _ => fail
+    | _ => pose proof (pow2_ge_2 w H); pose proof (pow2_half w H); pose proof (pow2_gt w (Z.lt_le_incl _ _ H))
+    end
+  end.
+
+Ltac small :=
+  repeat match goal with
+  | |- context [?a mod ?M] =>
+    lazymatch a with
+    | 0 => rewrite Zmod_0_l
+    | 1 => rewrite (Z.mod_small 1 M) by lia
+    | -1 => rewrite (ones_mod M) by lia
+    | ?b mod M => rewrite (Zmod_mod b M)
+    | _ => is_var a; rewrite (Z.mod_small a M) by lia
+    end
+  | |- context [?w - ?i + 1] => progress replace (w - i + 1) with 1 by lia
+  | |- context [?w - ?i - 0 + 1] => progress replace (w - i - 0 + 1) with w by lia
+  end;
+  rewrite ?Z.pow_0_r, ?Z.div_1_r, ?Z.mul_1_r, ?Z.mul_1_l, ?Z.mul_0_l, ?Z.mul_0_r, ?Z.add_0_l, ?Z.sub_0_r.
+
+(** Names the terms and integers of a rule, and what it supposes. *)
+Ltac suppose :=
+  red; intros;
+  match goal with |- ?P => red end;
+  let H := fresh "A" in intro H; red in H; unfold_sorts; split_and; subst.
+
+Ltac conclude :=
+  repeat match goal with |- _ /\ _ => split end; try lia.
+
+(** All of it; what remains is about numbers. *)
+Ltac start :=
+  suppose; destruct_bvs; do 2 (closed_forms; compute_ops; words; subst); with_powers; conclude;
+  try (apply bv_eq; [try lia|]); small.
+
+(** ** Bits *)
+
 Ltac bit_rewrite :=
   repeat first
   [ rewrite Z.land_spec
@@ -81,6 +138,7 @@ Ltac bit_rewrite :=
   | rewrite Z.lnot_spec by lia
   | rewrite bit_mod by lia
   | rewrite bit_ones by lia
+  | rewrite bit_signed by first [lia | range]
   | rewrite bit_div by lia
   | rewrite bit_concat by range
   | rewrite bit_mul by lia ].
@@ -113,43 +171,66 @@ Ltac bits :=
 
 (** ** Polynomials modulo 2^w *)
 
-Ltac ring_mod :=
+Ltac pull_mod :=
   repeat first
-  [ rewrite neg_mod by (apply pow2_pos; lia)
+  [ rewrite neg_mod by lia
   | rewrite Zplus_mod_idemp_l
   | rewrite Zplus_mod_idemp_r
   | rewrite Zmult_mod_idemp_l
   | rewrite Zmult_mod_idemp_r
   | rewrite Zminus_mod_idemp_l
   | rewrite Zminus_mod_idemp_r
-  | rewrite Zmod_mod ];
-  f_equal; ring.
+  | rewrite Zmod_mod ].
 
-(** ** Sums without products: each [mod] by cases *)
+(** Two polynomials that differ by a multiple of M. *)
+Ltac congruent :=
+  match goal with
+  | |- ?a mod ?M = ?b mod ?M =>
+    first [ f_equal; ring
+          | rewrite <- (Z_mod_plus_full a 1 M); f_equal; ring
+          | rewrite <- (Z_mod_plus_full a (-1) M); f_equal; ring ]
+  end.
+
+Ltac in_mod x M :=
+  lazymatch x with
+  | _ mod M => idtac
+  | _ => rewrite <- (Z.mod_small x M) at 1 by range
+  end.
+
+(** An equality of values, or of such equalities. *)
+Ltac ring_mod :=
+  lazymatch goal with
+  | |- _ mod _ = _ mod _ => pull_mod; congruent
+  | |- (_ =? _) = true => apply Z.eqb_eq; ring_mod
+  | |- (?a =? ?b) = (?c =? ?d) =>
+    match goal with
+    | |- context [_ mod ?M] =>
+      rewrite (eqb_diff a b M), (eqb_diff c d M) by first [lia | range];
+      pull_mod;
+      first [ f_equal; congruent | rewrite eqb_opp; f_equal; congruent ]
+    end
+  end.
+
+(** ** Sums without products: each [mod] and [signed] by cases *)
 
 Ltac no_mod a := match a with context [_ mod _] => fail 1 | _ => idtac end.
 
 Ltac mod_cases :=
   repeat match goal with
   | |- context [Z.lnot ?x mod 2 ^ ?w] => no_mod x; rewrite (lnot_mod x w) in * by lia
-  | |- context [(?a + ?b) mod ?M] => no_mod a; no_mod b; 
+  | |- context [(?a + ?b) mod ?M] => no_mod a; no_mod b;
       let E := fresh in destruct (mod_add_cases a b M) as [[E ?]|[E ?]]; [lia|lia|rewrite E in *|rewrite E in *]
+  | |- context [(?a - ?b) mod ?M] => no_mod a; no_mod b;
+      let E := fresh in destruct (mod_sub_cases a b M) as [[E ?]|[E ?]]; [lia|lia|rewrite E in *|rewrite E in *]
   | |- context [(?M - ?b) mod ?M] => no_mod b;
       let E := fresh in destruct (neg_mod_cases b M) as [[E ?]|[E ?]]; [lia|rewrite E in *|rewrite E in *]
   | |- context [?a mod ?M] => no_mod a; rewrite (Z.mod_small a M) in * by lia
+  | |- context [signed ?w ?x] => no_mod x;
+      let E := fresh in destruct (signed_cases w x) as [[E ?]|[E ?]]; [lia|lia|rewrite E in *|rewrite E in *]
   end.
 
-Ltac with_powers :=
-  repeat match goal with
-  | H : 0 < ?w < word |- _ =>
-    lazymatch goal with
-    | _ : 2 <= 2 ^ w |- _ => fail
-    | _ => pose proof (pow2_ge_2 w (proj1 H))
-    end
-  end.
-
-Ltac linear := with_powers; mod_cases; lia.
+Ltac linear := mod_cases; lia.
 
 (** ** All of them *)
 
-Ltac rule := start; first [reflexivity | lia | solve [ring_mod] | solve [bits] | solve [linear]].
+Ltac rule := start; first [reflexivity | lia | solve [ring_mod] | solve [linear] | solve [bits]].
