@@ -459,3 +459,30 @@ Proof.
     + rewrite Z.rem_mod_nonneg by lia. symmetry; apply Z.mod_small.
       pose proof (Z.mod_pos_bound x y ltac:(lia)); lia.
 Qed.
+
+(** ** Small numbers *)
+
+Lemma exponent_small : forall n w, 0 <= n -> 0 <= 2 ^ n < 2 ^ w -> 0 <= n < 2 ^ w.
+Proof. intros. pose proof (pow2_gt n). lia. Qed.
+
+Lemma rem_same : forall a, Z.rem a a = 0.
+Proof.
+  intros. destruct (Z.eq_dec a 0) as [->|]; [apply Zrem_0_l|]. apply Z.rem_same; auto.
+Qed.
+
+Lemma signed_0 : forall w, 0 < w -> signed w 0 = 0.
+Proof. intros. unfold signed. rewrite Z.bits_0. reflexivity. Qed.
+
+(** 1 of one bit is -1. *)
+Lemma signed_1 : forall w, 0 < w -> signed w 1 = 1 \/ signed w 1 = -1.
+Proof.
+  intros. destruct (signed_cases w 1) as [[-> ?]|[-> E]]; auto.
+  - pose proof (pow2_ge_2 w H); lia.
+  - right. pose proof (pow2_half w H). pose proof (pow2_pos (w - 1)). lia.
+Qed.
+
+Lemma rem_signed_1 : forall w a, 0 < w -> Z.rem a (signed w 1) = 0.
+Proof.
+  intros. destruct (signed_1 w H) as [-> | ->]; [apply Z.rem_1_r|].
+  change (-1) with (- (1)). rewrite Z.rem_opp_r by lia. apply Z.rem_1_r.
+Qed.

@@ -1,6 +1,6 @@
 (** The tactics that close what most rules state. [rule] tries them all. *)
 
-From Coq Require Import ZArith Bool Lia.
+From Coq Require Import ZArith Zquot Bool Lia.
 From Quarv Require Import Bv Lemmas.
 Local Open Scope Z_scope.
 
@@ -92,6 +92,7 @@ Ltac split_and :=
 Ltac with_powers :=
   repeat match goal with
   | H : 0 < ?w |- _ =>
+    assert_fails (constr_eq w word);  (* 2 to that power is better not computed *)
     lazymatch goal with
     | _ : w < 2 ^ w |- _ => fail
     | _ => pose proof (pow2_ge_2 w H); pose proof (pow2_half w H); pose proof (pow2_gt w (Z.lt_le_incl _ _ H))
@@ -106,8 +107,15 @@ Ltac small :=
     | 1 => rewrite (Z.mod_small 1 M) by lia
     | -1 => rewrite (ones_mod M) by lia
     | ?b mod M => rewrite (Zmod_mod b M)
-    | _ => is_var a; rewrite (Z.mod_small a M) by lia
+    | _ => is_var a; rewrite (Z.mod_small a M) by first [lia | apply exponent_small; [lia|range]]
     end
+  | |- context [?a mod 1] => rewrite (Zmod_1_r a)
+  | |- context [?a mod ?a] => rewrite (Z_mod_same_full a)
+  | |- context [Z.rem 0 ?a] => rewrite (Zrem_0_l a)
+  | |- context [Z.rem ?a ?a] => rewrite (rem_same a)
+  | |- context [Z.rem ?a (signed ?w 1)] => rewrite (rem_signed_1 w a) by lia
+  | |- context [signed ?w 0] => rewrite (signed_0 w) by lia
+  | |- context [1 =? 0] => change (1 =? 0) with false; cbv iota
   | |- context [?w - ?i + 1] => progress replace (w - i + 1) with 1 by lia
   | |- context [?w - ?i - 0 + 1] => progress replace (w - i - 0 + 1) with w by lia
   end;
