@@ -1,6 +1,6 @@
 (** Facts of arithmetic and bits, and the tactics that close what most rules state. *)
 
-From Coq Require Import ZArith Zquot Bool Lia.
+From Coq Require Import ZArith Zquot Bool Lia Setoid Morphisms.
 From Quarv Require Import Bv.
 Local Open Scope Z_scope.
 
@@ -59,13 +59,35 @@ Proof.
   rewrite Z.mod_small; unfold Z.pred; lia.
 Qed.
 
-(** Is a mod b from either side congruent? *)
-Lemma mod_eq_iff : forall a b M, 0 < M -> (a mod M = b mod M <-> (a - b) mod M = 0).
-Proof.
-  intros a b M HM. split; intros E.
-  - rewrite Zminus_mod, E, Z.sub_diag. reflexivity.
-  - replace a with (b + (a - b)) by lia. rewrite Zplus_mod, E, Z.add_0_r, Zmod_mod. reflexivity.
-Qed.
+(** Congruence, by which [mod] and multiples of M are rewritten away inside of sums and products. *)
+Definition congruent (M a b : Z) : Prop := a mod M = b mod M.
+
+#[export] Instance congruent_equivalence : forall M, Equivalence (congruent M).
+Proof. intros M. unfold congruent. split; red; intros; congruence. Qed.
+
+#[export] Instance congruent_add : forall M, Proper (congruent M ==> congruent M ==> congruent M) Z.add.
+Proof. intros M a b E c d F. unfold congruent in *. rewrite Zplus_mod, E, F, <- Zplus_mod. reflexivity. Qed.
+
+#[export] Instance congruent_sub : forall M, Proper (congruent M ==> congruent M ==> congruent M) Z.sub.
+Proof. intros M a b E c d F. unfold congruent in *. rewrite Zminus_mod, E, F, <- Zminus_mod. reflexivity. Qed.
+
+#[export] Instance congruent_mul : forall M, Proper (congruent M ==> congruent M ==> congruent M) Z.mul.
+Proof. intros M a b E c d F. unfold congruent in *. rewrite Zmult_mod, E, F, <- Zmult_mod. reflexivity. Qed.
+
+#[export] Instance congruent_opp : forall M, Proper (congruent M ==> congruent M) Z.opp.
+Proof. intros M a b E. rewrite <- !Z.sub_0_l, E. reflexivity. Qed.
+
+Lemma congruent_mod : forall M a, congruent M (a mod M) a.
+Proof. intros. apply Zmod_mod. Qed.
+
+Lemma congruent_neg : forall M a, congruent M (M - a) (- a).
+Proof. intros. unfold congruent. rewrite <- (Z_mod_plus_full (- a) 1 M). f_equal; lia. Qed.
+
+Lemma congruent_lnot : forall M a, congruent M (Z.lnot a) (- a - 1).
+Proof. reflexivity. Qed.
+
+Lemma congruent_eq : forall M a b, a = b -> congruent M a b.
+Proof. intros; subst; reflexivity. Qed.
 
 Lemma ones_mod : forall M, 1 < M -> (-1) mod M = M - 1.
 Proof. intros. symmetry; apply (Z.mod_unique _ _ (-1)); lia. Qed.
@@ -485,4 +507,65 @@ Lemma rem_signed_1 : forall w a, 0 < w -> Z.rem a (signed w 1) = 0.
 Proof.
   intros. destruct (signed_1 w H) as [-> | ->]; [apply Z.rem_1_r|].
   change (-1) with (- (1)). rewrite Z.rem_opp_r by lia. apply Z.rem_1_r.
+Qed.
+
+Lemma pow2_eqb_0 : forall n, 0 <= n -> (2 ^ n =? 0) = false.
+Proof. intros. pose proof (pow2_pos n H). lia. Qed.
+
+Lemma pow2_le : forall m n, m <= n -> 2 ^ m <= 2 ^ n.
+Proof. intros. apply Z.pow_le_mono_r; lia. Qed.
+
+Lemma range_le : forall x m n, 0 <= x < 2 ^ m -> m <= n -> 0 <= x < 2 ^ n.
+Proof. intros. pose proof (pow2_le m n). lia. Qed.
+
+(** One bit taken out. *)
+Lemma one_bit_eqb_1 : forall a n, 0 <= n -> ((a / 2 ^ n) mod 2 ^ 1 =? 1) = Z.testbit a n.
+Proof.
+  intros. rewrite Z.testbit_odd, Z.shiftr_div_pow2 by lia. change (2 ^ 1) with 2. rewrite Zmod_odd.
+  destruct (Z.odd _); reflexivity.
+Qed.
+
+Lemma one_bit_eqb_0 : forall a n, 0 <= n -> ((a / 2 ^ n) mod 2 ^ 1 =? 0) = negb (Z.testbit a n).
+Proof.
+  intros. rewrite Z.testbit_odd, Z.shiftr_div_pow2 by lia. change (2 ^ 1) with 2. rewrite Zmod_odd.
+  destruct (Z.odd _); reflexivity.
+Qed.
+
+(** Extended by n copies of the sign. *)
+Lemma sext_cases : forall w n x, 0 < w -> 0 <= n -> 0 <= x < 2 ^ w -> 2 ^ w <= 2 ^ (w + n) /\
+  (signed w x mod 2 ^ (w + n) = x /\ x < 2 ^ (w - 1) \/
+   signed w x mod 2 ^ (w + n) = x - 2 ^ w + 2 ^ (w + n) /\ 2 ^ (w - 1) <= x).
+Proof.
+  intros w n x Hw Hn Hx. pose proof (pow2_le w (w + n) ltac:(lia)). split; auto.
+  destruct (signed_cases w x Hw Hx) as [[-> ?]|[-> ?]]; [left|right]; split; auto.
+  - apply Z.mod_small; lia.
+  - symmetry; apply (Z.mod_unique _ _ (-1)); lia.
+Qed.
+
+Lemma eqb_iff : forall a b c d, (a = b <-> c = d) -> (a =? b) = (c =? d).
+Proof. intros. apply eq_true_iff_eq. rewrite !Z.eqb_eq. auto. Qed.
+
+Lemma lor_ge : forall a b, 0 <= a -> 0 <= b -> a <= Z.lor a b.
+Proof.
+  intros. apply Z.ldiff_le; [apply Z.lor_nonneg; auto|]. apply Z.bits_inj'; intros i Hi.
+  rewrite Z.ldiff_spec, Z.lor_spec, Z.bits_0. destruct (Z.testbit a i), (Z.testbit b i); reflexivity.
+Qed.
+
+Lemma lor_bounds : forall a b n, 0 <= n -> 0 <= a < 2 ^ n -> 0 <= b < 2 ^ n ->
+  a <= Z.lor a b /\ b <= Z.lor a b /\ Z.lor a b < 2 ^ n.
+Proof.
+  intros a b n Hn Ha Hb. pose proof (lor_range a b n Hn Ha Hb). pose proof (lor_ge a b). pose proof (lor_ge b a).
+  rewrite (Z.lor_comm b a) in *. lia.
+Qed.
+
+Lemma land_le : forall a b, 0 <= a -> 0 <= b -> Z.land a b <= a.
+Proof.
+  intros. apply Z.ldiff_le; auto. apply Z.bits_inj'; intros i Hi.
+  rewrite Z.ldiff_spec, Z.land_spec, Z.bits_0. destruct (Z.testbit a i), (Z.testbit b i); reflexivity.
+Qed.
+
+Lemma land_bounds : forall a b, 0 <= a -> 0 <= b -> 0 <= Z.land a b /\ Z.land a b <= a /\ Z.land a b <= b.
+Proof.
+  intros a b Ha Hb. pose proof (land_le a b). pose proof (land_le b a). rewrite (Z.land_comm b a) in *.
+  split; [apply Z.land_nonneg|]; auto.
 Qed.

@@ -22,7 +22,7 @@ Ltac range :=
   | lia
   | apply mod_range; lia
   | match goal with
-    | H : 0 <= ?a < 2 ^ ?w |- 0 <= ?a < 2 ^ ?n => replace n with w by lia; exact H
+    | H : 0 <= ?a < 2 ^ ?w |- 0 <= ?a < 2 ^ ?n => apply (range_le a w n H); lia
     end
   | apply land_range; [lia|range|range]
   | apply lor_range; [lia|range|range]
@@ -115,7 +115,10 @@ Ltac small :=
   | |- context [Z.rem ?a ?a] => rewrite (rem_same a)
   | |- context [Z.rem ?a (signed ?w 1)] => rewrite (rem_signed_1 w a) by lia
   | |- context [signed ?w 0] => rewrite (signed_0 w) by lia
+  | |- context [2 ^ ?n =? 0] => rewrite (pow2_eqb_0 n) by lia
   | |- context [1 =? 0] => change (1 =? 0) with false; cbv iota
+  | |- context [(?a / 2 ^ ?n) mod 2 ^ 1 =? 1] => rewrite (one_bit_eqb_1 a n) by lia
+  | |- context [(?a / 2 ^ ?n) mod 2 ^ 1 =? 0] => rewrite (one_bit_eqb_0 a n) by lia
   | |- context [?w - ?i + 1] => progress replace (w - i + 1) with 1 by lia
   | |- context [?w - ?i - 0 + 1] => progress replace (w - i - 0 + 1) with w by lia
   end;
@@ -171,51 +174,44 @@ Ltac bit_positions :=
   end.
 
 Ltac bit_tables :=
-  repeat match goal with |- context [Z.testbit ?x ?i] => destruct (Z.testbit x i) end; reflexivity.
+  repeat match goal with |- context [Z.testbit ?x ?i] => destruct (Z.testbit x i) end;
+  try reflexivity; intros; discriminate.
 
+Ltac bits_of := bit_rewrite; bit_cases; bit_positions; first [lia | bit_tables].
+
+(** Numbers with the same bits, truth values of bits, or equalities that hold bit by bit on both sides. *)
 Ltac bits :=
-  apply Z.bits_inj'; let i := fresh "i" in let H := fresh "Hi" in intros i H;
-  bit_rewrite; bit_cases; bit_positions; try lia; bit_tables.
+  lazymatch goal with
+  | |- (_ =? _) = (_ =? _) =>
+    apply eqb_iff; split; let E := fresh "E" in let i := fresh "i" in let H := fresh "Hi" in
+    intro E; apply Z.bits_inj'; intros i H;
+    apply (f_equal (fun z => Z.testbit z i)) in E; cbv beta in E; revert E; bits_of
+  | |- @eq bool _ _ => bits_of
+  | |- _ => apply Z.bits_inj'; let i := fresh "i" in let H := fresh "Hi" in intros i H; bits_of
+  end.
 
 (** ** Polynomials modulo 2^w *)
 
-Ltac pull_mod :=
-  repeat first
-  [ rewrite neg_mod by lia
-  | rewrite Zplus_mod_idemp_l
-  | rewrite Zplus_mod_idemp_r
-  | rewrite Zmult_mod_idemp_l
-  | rewrite Zmult_mod_idemp_r
-  | rewrite Zminus_mod_idemp_l
-  | rewrite Zminus_mod_idemp_r
-  | rewrite Zmod_mod ].
-
-(** Two polynomials that differ by a multiple of M. *)
-Ltac congruent :=
-  match goal with
+Ltac congruence_mod :=
+  lazymatch goal with
   | |- ?a mod ?M = ?b mod ?M =>
-    first [ f_equal; ring
-          | rewrite <- (Z_mod_plus_full a 1 M); f_equal; ring
-          | rewrite <- (Z_mod_plus_full a (-1) M); f_equal; ring ]
+    change (congruent M a b);
+    rewrite ?congruent_mod, ?congruent_lnot, ?(congruent_neg M);
+    apply congruent_eq; ring
   end.
 
-Ltac in_mod x M :=
-  lazymatch x with
-  | _ mod M => idtac
-  | _ => rewrite <- (Z.mod_small x M) at 1 by range
-  end.
-
-(** An equality of values, or of such equalities. *)
+(** A congruence, or an equality of values, or of such equalities. *)
 Ltac ring_mod :=
   lazymatch goal with
-  | |- _ mod _ = _ mod _ => pull_mod; congruent
+  | |- _ mod _ = _ mod _ => congruence_mod
+  | |- ?a = ?b mod ?M => rewrite <- (Z.mod_small a M) at 1 by range; congruence_mod
+  | |- ?a mod ?M = ?b => rewrite <- (Z.mod_small b M) by range; congruence_mod
   | |- (_ =? _) = true => apply Z.eqb_eq; ring_mod
   | |- (?a =? ?b) = (?c =? ?d) =>
     match goal with
     | |- context [_ mod ?M] =>
       rewrite (eqb_diff a b M), (eqb_diff c d M) by first [lia | range];
-      pull_mod;
-      first [ f_equal; congruent | rewrite eqb_opp; f_equal; congruent ]
+      first [ f_equal; congruence_mod | rewrite eqb_opp; f_equal; congruence_mod ]
     end
   end.
 
@@ -233,12 +229,41 @@ Ltac mod_cases :=
   | |- context [(?M - ?b) mod ?M] => no_mod b;
       let E := fresh in destruct (neg_mod_cases b M) as [[E ?]|[E ?]]; [lia|rewrite E in *|rewrite E in *]
   | |- context [?a mod ?M] => no_mod a; rewrite (Z.mod_small a M) in * by lia
+  | |- context [Z.testbit ?x (?w - 1)] => no_mod x; rewrite (msb w x) by lia
+  | |- context [signed ?w ?x mod 2 ^ (?w + ?n)] => no_mod x;
+      let E := fresh in destruct (sext_cases w n x) as [? [[E ?]|[E ?]]]; [lia|lia|lia|rewrite E in *|rewrite E in *]
   | |- context [signed ?w ?x] => no_mod x;
       let E := fresh in destruct (signed_cases w x) as [[E ?]|[E ?]]; [lia|lia|rewrite E in *|rewrite E in *]
   end.
 
-Ltac linear := mod_cases; lia.
+Ltac bounds :=
+  repeat match goal with
+  | |- context [Z.lor ?a ?b] =>
+    lazymatch goal with
+    | _ : a <= Z.lor a b /\ _ |- _ => fail
+    | H : 0 <= a < 2 ^ ?n |- _ => pose proof (lor_bounds a b n ltac:(lia) ltac:(range) ltac:(range))
+    end
+  | |- context [Z.land ?a ?b] =>
+    lazymatch goal with
+    | _ : 0 <= Z.land a b /\ _ |- _ => fail
+    | _ => pose proof (land_bounds a b ltac:(range) ltac:(range))
+    end
+  end.
+
+Ltac linear := bounds; mod_cases; lia.
+
+(** ** Width 1 *)
+
+(** Values of one bit are tried. *)
+Ltac one_bit :=
+  change (2 ^ 1) with 2 in *;
+  repeat match goal with
+  | H : 0 <= ?x < 2 |- _ =>
+    is_var x; let C := fresh in assert (C : x = 0 \/ x = 1) by lia; clear H; destruct C; subst x
+  end;
+  reflexivity.
 
 (** ** All of them *)
 
-Ltac rule := start; first [reflexivity | lia | solve [ring_mod] | solve [linear] | solve [bits]].
+Ltac rule :=
+  start; first [reflexivity | lia | solve [one_bit] | solve [ring_mod] | solve [linear] | solve [bits]].
