@@ -77,7 +77,13 @@ Proof. intros M a b E c d F. unfold congruent in *. rewrite Zmult_mod, E, F, <- 
 #[export] Instance congruent_opp : forall M, Proper (congruent M ==> congruent M) Z.opp.
 Proof. intros M a b E. rewrite <- !Z.sub_0_l, E. reflexivity. Qed.
 
-Lemma congruent_mod : forall M a, congruent M (a mod M) a.
+(** [mod] as a function of the dividend, so that it can be rewritten under it. *)
+Definition residue (M a : Z) : Z := a mod M.
+
+#[export] Instance congruent_residue_morphism : forall M, Proper (congruent M ==> congruent M) (residue M).
+Proof. intros M a b E. unfold congruent, residue in *. rewrite E. reflexivity. Qed.
+
+Lemma congruent_residue : forall M a, congruent M (residue M a) a.
 Proof. intros. apply Zmod_mod. Qed.
 
 Lemma congruent_neg : forall M a, congruent M (M - a) (- a).

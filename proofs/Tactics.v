@@ -192,11 +192,20 @@ Ltac bits :=
 
 (** ** Polynomials modulo 2^w *)
 
+Ltac no_mod a := match a with context [_ mod _] => fail 1 | _ => idtac end.
+
 Ltac congruence_mod :=
   lazymatch goal with
   | |- ?a mod ?M = ?b mod ?M =>
     change (congruent M a b);
-    rewrite ?congruent_mod, ?congruent_lnot, ?(congruent_neg M);
+    repeat match goal with
+    | |- context [?x mod M] => change (x mod M) with (residue M x)
+    end;
+    rewrite ?(congruent_residue M);
+    repeat match goal with
+    | |- context [M - ?x] => rewrite (congruent_neg M x)
+    | |- context [Z.lnot ?x] => rewrite (congruent_lnot M x)
+    end;
     apply congruent_eq; ring
   end.
 
@@ -216,8 +225,6 @@ Ltac ring_mod :=
   end.
 
 (** ** Sums without products: each [mod] and [signed] by cases *)
-
-Ltac no_mod a := match a with context [_ mod _] => fail 1 | _ => idtac end.
 
 Ltac mod_cases :=
   repeat match goal with
