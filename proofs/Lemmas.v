@@ -521,6 +521,9 @@ Proof. intros. pose proof (pow2_pos n H). lia. Qed.
 Lemma pow2_le : forall m n, m <= n -> 2 ^ m <= 2 ^ n.
 Proof. intros. apply Z.pow_le_mono_r; lia. Qed.
 
+Lemma pow2_lt : forall m n, 0 <= n -> m < n -> 2 ^ m < 2 ^ n.
+Proof. intros. apply Z.pow_lt_mono_r; lia. Qed.
+
 Lemma range_le : forall x m n, 0 <= x < 2 ^ m -> m <= n -> 0 <= x < 2 ^ n.
 Proof. intros. pose proof (pow2_le m n). lia. Qed.
 

@@ -274,3 +274,16 @@ Ltac one_bit :=
 
 Ltac rule :=
   start; first [reflexivity | lia | solve [one_bit] | solve [ring_mod] | solve [linear] | solve [bits]].
+
+(** ** Counterexamples *)
+
+(** Terms that meet what a rule supposes. *)
+Ltac instance :=
+  red; unfold_sorts; repeat match goal with |- _ /\ _ => split end; vm_compute; first [reflexivity | discriminate].
+
+(** The rule at some terms and integers, which contradict it. *)
+Ltac refute A :=
+  red in A;
+  match type of A with
+  | ?P -> _ => let E := fresh in assert (E : P) by instance; apply A in E; vm_compute in E; split_and; discriminate
+  end.

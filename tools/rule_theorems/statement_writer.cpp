@@ -36,11 +36,12 @@ std::string_view coq_name(const Operator& op) {
 }
 
 /// Names that mean something else in a statement.
-constexpr std::array<std::string_view, 40> taken_names = {
-    "Bool",   "Definition", "IF",     "Prop", "SProp", "Set",   "Type",  "Z",      "applies", "as",
-    "at",     "bv",         "bv2nat", "by",   "cofix", "else",  "end",   "exists", "exists2", "false",
-    "fix",    "for",        "forall", "fun",  "if",    "in",    "let",   "match",  "mod",     "multimatch",
-    "nat2bv", "negb",       "return", "then", "true",  "using", "where", "width",  "with",    "word",
+constexpr std::array<std::string_view, 41> taken_names = {
+    "Bool",    "Definition", "IF",    "Prop",       "SProp",  "Set",    "Type",   "Z",    "also",
+    "applies", "as",         "at",    "bv",         "bv2nat", "by",     "cofix",  "else", "end",
+    "exists",  "exists2",    "false", "fix",        "for",    "forall", "fun",    "if",   "in",
+    "let",     "match",      "mod",   "multimatch", "nat2bv", "negb",   "return", "then", "true",
+    "using",   "where",      "width", "with",       "word",
 };
 
 std::string application(std::string_view head, const std::vector<std::string>& arguments) {
@@ -69,9 +70,12 @@ class StatementWriter {
     sorts_.clear();
     const std::string result = write_result();
     sorts_.push_back(terms_[0] + " = " + result);
+    const std::string each = " : Prop := forall " + binders() + ", ";
     return "\n(** Rule " + number_ + ": " + rule_.text + " *)\n" + definition("applies", conditions_) +
-           definition("rule", sorts_) + "Definition holds_" + number_ + " : Prop := forall " + binders() +
-           ", rule_" + number_ + arguments() + ".\n";
+           definition("rule", sorts_) + "Definition holds_" + number_ + each + "rule_" + number_ +
+           arguments() + ".\nDefinition holds_" + number_ + "_where (also : " + sorts_of_binders() + "Prop)" +
+           each + "also" + arguments() + " -> rule_" + number_ + arguments() + ".\nDefinition never_" +
+           number_ + each + "~ applies_" + number_ + arguments() + ".\n";
   }
 
  private:
@@ -104,6 +108,13 @@ class StatementWriter {
     text += " (";
     for (const std::string& integer : integers_) text += integer + ' ';
     return text + ": Z)";
+  }
+
+  std::string sorts_of_binders() const {
+    std::string text;
+    for (std::size_t i = 0; i < variables_.size(); ++i) text += "bv -> ";
+    for (std::size_t i = 0; i < integers_.size(); ++i) text += "Z -> ";
+    return text;
   }
 
   std::string arguments() const {
