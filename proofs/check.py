@@ -1,0 +1,196 @@
+#!/usr/bin/env python3
+"""Proves the rewrite rules for all widths, from nothing, with Coq.
+
+usage: proofs/check.py [--build FOLDER] [--update] [FILE.rules...]
+
+Without files: the standard rules; what is found must be what proofs/*.tsv say (--update writes them). Of other files,
+rules are tried with the tactic `rule` alone, unless a file of proofs of the same name stands beside them.
+"""
+import argparse
+import hashlib
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+HERE = pathlib.Path(__file__).resolve().parent
+ROOT = HERE.parent
+STANDARD = [ROOT / 'src/quarv/rules/bitvector.rules']
+LIBRARY = ['Bv', 'Tables', 'Lemmas', 'Tactics']
+IMPORTS = 'From Coq Require Import ZArith Bool Lia.\nFrom Quarv Require Import Bv Lemmas Tactics {}.\n'
+SECONDS_FOR_A_RULE = 60
+
+
+class Failure(Exception):
+    pass
+
+
+def coq(folder, program, *arguments):
+    """What a program of Coq prints."""
+    run = subprocess.run(['nice', '-n', '10', program, '-Q', '.', 'Quarv', *arguments], cwd=folder, text=True,
+                         capture_output=True, check=False)
+    if run.returncode:
+        raise Failure(run.stdout + run.stderr)
+    return run.stdout
+
+
+def compile_text(folder, name, text):
+    (folder / f'{name}.v').write_text(text)
+    return coq(folder, 'coqc', '-q', f'{name}.v')
+
+
+def sources_digest(rules):
+    """Of all that people wrote, so that a status is known to be that of these very files."""
+    own = HERE / f'{rules.stem}.v'
+    digest = hashlib.sha256()
+    for path in [*(HERE / f'{name}.v' for name in LIBRARY), *([own] if own.exists() else [])]:
+        digest.update(path.read_bytes())
+    return digest.hexdigest()[:16]
+
+
+class Set:
+    """The rules of a file."""
+
+    def __init__(self, rules, folder, program):
+        self.rules, self.folder = rules, folder
+        self.name = re.sub(r'\W', '_', rules.stem)
+        run = [str(program), str(rules)]
+        self.statements = subprocess.run(run, text=True, capture_output=True, check=True).stdout
+        lines = subprocess.run([*run, '--digests'], text=True, capture_output=True, check=True).stdout.splitlines()
+        self.digests = {int(number): digest for number, digest, _ in (line.split('\t') for line in lines)}
+        self.texts = {int(number): text for number, _, text in (line.split('\t') for line in lines)}
+        self.by_hand, self.wheres = set(), {}
+
+    def prove(self):
+        """Status of each rule by number: how it is proved."""
+        name = self.name
+        compile_text(self.folder, f'{name}_rules', self.statements)
+        own = self.rules.with_suffix('.v') if self.rules not in STANDARD else HERE / f'{name}.v'
+        modules = [f'{name}_rules', f'{name}_auto']
+        if own.exists():
+            text = own.read_text()
+            compile_text(self.folder, name, text)
+            modules.append(name)
+            self.by_hand = set(re.findall(r'^(?:Theorem|Lemma) ((?:proof|refuted)_\d+\w*) :', text, re.MULTILINE))
+            self.wheres = {int(n): where for n, where in re.findall(r'^\(\*\* Rule (\d+) holds where (.*)\. \*\)$', text,
+                                                                    re.MULTILINE)}
+        automatic = self.automatic()
+        statuses = {number: self.status(number, automatic) for number in self.digests}
+        self.certify(statuses, modules)
+        return statuses
+
+    def automatic(self):
+        """The numbers of the rules that the tactic closes; their theorems are a module of their own."""
+        tried = [n for n in self.digests if not self.by_hand & {f'proof_{n}', f'proof_{n}_where', f'proof_{n}_never'}]
+        head = IMPORTS.format(f'{self.name}_rules')
+        text = head + ''.join(
+            f'Goal holds_{n}. first [timeout {SECONDS_FOR_A_RULE} (solve [rule]); idtac "proved {n}" | idtac]. Abort.\n'
+            for n in tried)
+        proved = {int(n) for n in re.findall(r'^proved (\d+)$', compile_text(self.folder, f'{self.name}_tries', text),
+                                             re.MULTILINE)}
+        text = head + ''.join(f'Theorem proof_{n} : holds_{n}.\nProof. rule. Qed.\n' for n in tried if n in proved)
+        compile_text(self.folder, f'{self.name}_auto', text)
+        return proved
+
+    def status(self, number, automatic):
+        if f'proof_{number}_never' in self.by_hand:
+            return 'never'
+        if f'proof_{number}' in self.by_hand:
+            return 'hand'
+        if f'proof_{number}_where' in self.by_hand:
+            if number not in self.wheres or f'refuted_{number}' not in self.by_hand:
+                raise Failure(f'rule {number}: no "Rule {number} holds where ..." or no theorem refuted_{number}')
+            return 'where'
+        return 'tactic' if number in automatic else 'none'
+
+    def certify(self, statuses, modules):
+        """Are the theorems about the statements, and do they suppose nothing?"""
+        claims = []
+        for number, status in statuses.items():
+            if status == 'never':
+                claims.append(f'proof_{number}_never : never_{number}')
+            elif status == 'where':
+                claims += [f'proof_{number}_where : holds_{number}_where _', f'refuted_{number} : ~ holds_{number}']
+            elif status != 'none':
+                claims.append(f'proof_{number} : holds_{number}')
+        if not claims:
+            return
+        parts = ''.join(f'Definition part_{i} := ({claim}).\n' for i, claim in enumerate(claims))
+        whole = ' '.join(f'(conj part_{i}' for i in range(len(claims))) + ' I' + ')' * len(claims)
+        out = compile_text(self.folder, f'{self.name}_certificate',
+                           IMPORTS.format(' '.join(modules)) + parts + f'Definition whole := {whole}.\n'
+                           'Print Assumptions whole.\n')
+        if out.strip() != 'Closed under the global context':
+            raise Failure(f'{self.rules.name}: the proofs suppose more than Coq\'s logic:\n{out}')
+
+    def table(self, statuses):
+        lines = [f'# How each rule of {self.rules.name} is proved for all widths: number, digest of the statement, proof,',
+                 '# and where it holds. Written by proofs/check.py --update.', f'# sources {sources_digest(self.rules)}']
+        for number, status in statuses.items():
+            where = self.wheres[number] if status == 'where' else ''
+            lines.append(f'{number}\t{self.digests[number]}\t{status}\t{where}'.rstrip())
+        return '\n'.join(lines) + '\n'
+
+
+SAYINGS = {
+    'hand': 'proved for all widths (by hand)',
+    'tactic': 'proved for all widths',
+    'never': 'proved that it never applies',
+    'none': 'not proved',
+}
+
+
+def report(rules, statuses):
+    for number, status in statuses.items():
+        saying = SAYINGS.get(status) or f'refuted; proved for all widths where {rules.wheres[number]}'
+        print(f'{number:>3} {saying}: {rules.texts[number]}')
+    proved = sum(status != 'none' for status in statuses.values())
+    refuted = sum(status == 'where' for status in statuses.values())
+    print(f'{rules.rules.name}: {len(statuses)} rules: {proved} proved for all widths, {refuted} of them under a further '
+          f'condition; {len(statuses) - proved} not proved; axioms: none')
+
+
+def check(arguments):
+    build = arguments.build.resolve()
+    program, tables = build / 'bin/rule_theorems', build / 'bin/operator_tables'
+    folder = build / 'proofs'
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    for name in LIBRARY:
+        compile_text(folder, name, (HERE / f'{name}.v').read_text())
+    compile_text(folder, 'operator_tables', subprocess.run([tables], text=True, capture_output=True, check=True).stdout)
+    print('Bv.v: the operators have the values that the reference evaluator gives them')
+    failed = False
+    for path in arguments.rules or STANDARD:
+        rules = Set(path.resolve(), folder, program)
+        statuses = rules.prove()
+        report(rules, statuses)
+        if path.resolve() in STANDARD:
+            table = HERE / f'{rules.name}.tsv'
+            if arguments.update:
+                table.write_text(rules.table(statuses))
+            elif not table.exists() or table.read_text() != rules.table(statuses):
+                print(f'{table}: error: differs from what was found; --update writes it', file=sys.stderr)
+                failed = True
+    return failed
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument('--build', type=pathlib.Path, default=ROOT / 'build/release', metavar='FOLDER')
+    parser.add_argument('--update', action='store_true')
+    parser.add_argument('rules', nargs='*', type=pathlib.Path, metavar='FILE.rules')
+    start = time.monotonic()
+    try:
+        failed = check(parser.parse_args())
+    except Failure as e:
+        print(f'check.py: error: {e}', file=sys.stderr)
+        failed = True
+    print(f'{time.monotonic() - start:.0f} seconds')
+    return failed
+
+
+if __name__ == '__main__':
+    sys.exit(main())
