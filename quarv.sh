@@ -30,6 +30,7 @@ usage: ./quarv.sh COMMAND
   bench [FILTER]             build and run the benchmarks, or those whose program's name contains FILTER
   compare [OPTION...]        measure quarv and other solvers on generated files (`compare --help` lists the options)
   performance [OPTION...]    compare, count what each phase executes, and write both into docs/performance.md
+  proofs [OPTION...]         prove the rules for all widths with Coq, from nothing (`proofs --help` lists the options)
   format                     lay out all sources with clang-format
   tidy [FILE...]             check all sources, or the given ones, with clang-tidy
   help                       print this text
@@ -126,6 +127,11 @@ case $command in
     # With the shared libraries, which take no compiling of their own, `cmake --install build/release` works at once.
     build release quarv_program quarv{,_smtlib}_shared
     exec "$root/build/release/bin/quarv" simplify "$@"
+    ;;
+  proofs)
+    need "${build_packages[@]}" "${test_packages[@]}" coq
+    build release quarv_rule_theorems quarv_operator_tables
+    exec python3 "$root/proofs/check.py" "$@"
     ;;
   docs)
     need python3 "${docs_packages[@]}"

@@ -20,6 +20,8 @@ What was checked of each rule:
 - It holds: `quarv rules check` asked a solver ({solvers})
   whether pattern and result can differ where the conditions hold, in all instances of small widths and in some of larger ones. The outcome stands under each rule.
   The tests check all rules at widths 1 to 4 again.
+- It holds for all widths, from 1 to what a machine word can count: proved with Coq, from the rule's text. How, and what
+  "all" means: [proofs](proofs.md).
 - Its compiled form does what its text says: for widths 1 to 70, on random terms that have the operators of its pattern,
   with all conditions met and with each one broken alone, the class and the interpreted text apply to the same terms with
   the same results, which have the values that the terms had.
@@ -64,7 +66,7 @@ def main(program):
         print(f'## `{applicant}` from {group[0]["number"]}\n')
         for rule in group:
             print(f'### Rule {rule["number"]}\n\n`{rule["text"]}`\n\n- {escaped(rule["reads"])}\n'
-                  f'- {verdict(rule["sound"])}.\n')
+                  f'- {verdict(rule["sound"])}.\n- Proof: {escaped(rule["proof"])}.\n')
 
 
 if __name__ == '__main__':

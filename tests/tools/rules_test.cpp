@@ -26,6 +26,12 @@ TEST_F(Program, ListsAndShowsRules) {
   EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nsound      yes: proved for widths 1 to 5 "));
   EXPECT_TRUE(has(run("$quarv rules show 96").out,
                   "\nsound      yes: it never applies, (c2 == 1) and (c2 == 0) exclude each other\n"));
+  EXPECT_TRUE(has(list.out, "\n  2 * bvnot "));
+  EXPECT_TRUE(has(list.out, "\n 46 ! bvsdiv "));
+  EXPECT_TRUE(has(list.out, "\n 71   rotate_left "));
+  EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nproof      for all widths\n"));
+  EXPECT_TRUE(has(one.out, "\nproof      for all widths where t is not 0\n"));
+  EXPECT_TRUE(has(run("$quarv rules show 96").out, "\nproof      for all widths: it never applies\n"));
   EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nreads      ~~t becomes t.\n"));
   for (const char* arguments : {"", "show", "show 0", "show 185", "show x", "list 1", "check --jobs 0"}) {
     const Result r = run("$quarv rules " + std::string(arguments));

@@ -1,6 +1,9 @@
 #include "rule_catalogue.h"
 
+#include <array>
+
 #include "input.h"
+#include "rule_proofs.h"
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/smtlib/error.h>
@@ -72,6 +75,27 @@ std::string contradiction(const rules::Rule& rule) {
 std::size_t proved_up_to(std::size_t number) {
   constexpr std::size_t repeated_shift = 67;
   return number == repeated_shift ? 32 : 64;
+}
+
+RuleProof proof_for_all_widths(std::size_t number) {
+  const std::string key = '\n' + std::to_string(number) + '\t';
+  std::string_view rest = rule_proofs();
+  const std::size_t found = rest.find(key);
+  if (found == std::string_view::npos) return {false, "none for all widths"};
+  rest.remove_prefix(found + 1);
+  std::array<std::string, 4> fields;
+  std::size_t field = 0;
+  for (const char c : rest.substr(0, rest.find('\n'))) {
+    if (c != '\t') {
+      fields[field] += c;
+    } else if (++field == fields.size()) {
+      break;
+    }
+  }
+  const std::string& proof = fields[2];
+  if (proof == "none") return {false, "none for all widths"};
+  if (proof == "where") return {false, "for all widths where " + fields[3]};
+  return {true, proof == "never" ? "for all widths: it never applies" : "for all widths"};
 }
 
 }  // namespace quarv::cli

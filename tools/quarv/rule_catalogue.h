@@ -26,4 +26,11 @@ std::string contradiction(const rules::Rule& rule);
 /// The largest width for which a solver has proved the standard rule of that number within seconds.
 std::size_t proved_up_to(std::size_t number);
 
+/// What is proved with Coq of the standard rule of that number, for all widths.
+struct RuleProof {
+  bool everywhere = false;  ///< the rule holds, or never applies
+  std::string text;         ///< "for all widths", "for all widths where n is not 0", "none for all widths"
+};
+RuleProof proof_for_all_widths(std::size_t number);
+
 }  // namespace quarv::cli

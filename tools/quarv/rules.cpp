@@ -27,16 +27,21 @@ std::string soundness(std::size_t number, const rules::Rule& rule) {
                      solvers);
 }
 
+char mark(std::size_t number) {
+  if (known_counterexample(number) != nullptr) return '!';
+  return proof_for_all_widths(number).everywhere ? '*' : ' ';
+}
+
 void list() {
   Output output("-");
   std::size_t number = 0;
   for (const rules::Rule& rule : standard_rules()) {
     ++number;
-    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", number,
-                                   known_counterexample(number) == nullptr ? ' ' : '!',
+    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", number, mark(number),
                                    SymbolTag::name(rule.applicant()), rule.text);
   }
-  output.stream() << "! does not hold for all values: quarv rules show N tells more\n";
+  output.stream()
+      << "* proved for all widths; ! does not hold for all values: quarv rules show N tells more\n";
   output.commit();
 }
 
@@ -51,6 +56,7 @@ void show(std::size_t number) {
   line("text", rule.text);
   line("class", class_name(rule));
   line("sound", soundness(number, rule));
+  line("proof", proof_for_all_widths(number).text);
   line("reads", reading(rule));
   output.commit();
 }

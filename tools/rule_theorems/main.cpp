@@ -1,4 +1,4 @@
-// rule_theorems RULES [--digests]
+// rule_theorems RULES [--digests | --witnesses]
 //
 // Writes what each rule of a file states for all widths, as definitions for Coq, from the syntax tree that
 // the rule compiler compiles. With --digests: number, digest of the statement, and text of each rule, between
@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "statement_writer.h"
+#include "witness_finder.h"
 #include <quarv/rules/rule_language.h>
 
 namespace {
@@ -33,12 +34,16 @@ constexpr const char* prologue =
     "From Quarv Require Import Bv.\n"
     "Local Open Scope Z_scope.\n";
 
-void write_theorems(const std::string& file, bool digests) {
+void write_theorems(const std::string& file, const std::string& mode) {
   const std::vector<Rule> rules = quarv::rules::parse_rules(read_file(file));
-  if (!digests) std::cout << prologue;
+  if (mode.empty()) std::cout << prologue;
   for (std::size_t i = 0; i < rules.size(); ++i) {
+    if (mode == "--witnesses") {
+      std::cout << rule_theorems::witness(rules[i], i + 1);
+      continue;
+    }
     const rule_theorems::Statement statement = rule_theorems::statement(rules[i], i + 1);
-    if (digests) {
+    if (mode == "--digests") {
       std::cout << i + 1 << '\t' << statement.digest << '\t' << rules[i].text << '\n';
     } else {
       std::cout << statement.text;
@@ -51,13 +56,13 @@ void write_theorems(const std::string& file, bool digests) {
 
 int main(int argc, char** argv) {
   const std::vector<std::string> args(argv + 1, argv + argc);
-  const bool digests = args.size() == 2 && args[1] == "--digests";
-  if (args.size() != (digests ? 2 : 1)) {
-    std::cerr << "usage: rule_theorems RULES [--digests]\n";
+  const bool has_mode = args.size() == 2 && (args[1] == "--digests" || args[1] == "--witnesses");
+  if (args.size() != (has_mode ? 2 : 1)) {
+    std::cerr << "usage: rule_theorems RULES [--digests | --witnesses]\n";
     return 2;
   }
   try {
-    write_theorems(args[0], digests);
+    write_theorems(args[0], has_mode ? args[1] : "");
   } catch (const quarv::rules::RuleError& e) {
     std::cerr << args[0] << ":" << e.line() << ":" << e.column() << ": error: " << e.reason() << "\n";
     return 1;

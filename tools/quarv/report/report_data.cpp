@@ -83,14 +83,16 @@ class ReportData {
     data_["simplifications"] = Json::array();
     for (const auto& [op, n] : by_count(simplifications_)) data_["simplifications"].push_back({op, n});
     std::vector<rules::Rule> all = standard_rules();
+    const std::size_t num_standard = all.size();
     for (const smtlib::RuleFile& file : extra_rules) {
       for (rules::Rule& rule : rules::parse_rules(file.text)) all.push_back(std::move(rule));
     }
     data_["rules"] = Json::array();
     for (const auto& [rule, n] : by_count(rules_)) {
       const bool is_known = rule <= all.size();
-      data_["rules"].push_back(
-          {rule, n, is_known ? all[rule - 1].text : "", is_known ? reading(all[rule - 1]) : ""});
+      std::string text = is_known ? all[rule - 1].text : "";
+      if (rule <= num_standard) text += " (proof: " + proof_for_all_widths(rule).text + ')';
+      data_["rules"].push_back({rule, n, std::move(text), is_known ? reading(all[rule - 1]) : ""});
     }
     data_["examples"] = std::move(examples_);
     data_["rows"] = std::move(rows_);

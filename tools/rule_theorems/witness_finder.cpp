@@ -1,0 +1,151 @@
+#include "witness_finder.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include <quarv/rules/rule_instance.h>
+
+namespace rule_theorems {
+
+using namespace quarv::rules;
+
+namespace {
+
+constexpr std::size_t max_width = 3;
+constexpr std::size_t max_tries = 100'000;  // for each choice of widths
+
+bool related(std::uint64_t left, Relation relation, std::uint64_t right) {
+  switch (relation) {
+    case Relation::eq:
+      return left == right;
+    case Relation::ne:
+      return left != right;
+    case Relation::lt:
+      return left < right;
+    case Relation::le:
+      return left <= right;
+    case Relation::gt:
+      return left > right;
+    case Relation::ge:
+      return left >= right;
+  }
+  return false;
+}
+
+/// Gives values to the variables of an instance.
+class WitnessFinder {
+ public:
+  WitnessFinder(const Rule& rule, const RuleInstance& instance)
+      : rule_(rule), instance_(instance), values_(rule.pattern.size(), 1) {}
+
+  /// Whether some values meet the conditions.
+  bool find() {
+    for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
+      const PatternNode& node = rule_.pattern[i];
+      if (node.kind == PatternNode::Kind::literal) values_[i] = value(node.value, i);
+      if (node.kind == PatternNode::Kind::variable) variables_.push_back(i);
+    }
+    return try_values(0);
+  }
+
+  std::string arguments() const {
+    std::string text;
+    for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
+      if (rule_.pattern[i].kind == PatternNode::Kind::application) continue;
+      text += " (make_bv " + std::to_string(instance_.widths[i]) + ' ' + std::to_string(values_[i]) + ')';
+    }
+    for (std::size_t i = 0; i < rule_.parameters.size(); ++i) {
+      if (rule_.parameters[i].source == Parameter::Source::computed) continue;
+      text += ' ' + std::to_string(instance_.integers[i]);
+    }
+    return text;
+  }
+
+ private:
+  std::uint64_t value(std::int64_t literal, std::size_t position) const {
+    return literal < 0 ? (std::uint64_t{1} << instance_.widths[position]) - 1
+                       : static_cast<std::uint64_t>(literal);
+  }
+
+  /// The only value that a condition leaves to the variable, if there is such a condition.
+  std::optional<std::uint64_t> determined(std::size_t variable) const {
+    for (const Condition& c : rule_.conditions) {
+      if (c.kind == Condition::Kind::identity && std::max(c.a, c.b) == variable) {
+        return values_[std::min(c.a, c.b)];
+      }
+      if (c.a != variable) continue;
+      if (c.kind == Condition::Kind::has_value) return value(c.value, variable);
+      if (c.kind == Condition::Kind::power_of_two) return std::uint64_t{1} << instance_.integers[c.b];
+    }
+    return std::nullopt;
+  }
+
+  bool try_values(std::size_t i) {
+    if (i == variables_.size()) {
+      ++num_tries_;
+      return conditions_hold();
+    }
+    const std::size_t variable = variables_[i];
+    if (const auto only = determined(variable)) {
+      values_[variable] = *only;
+      return try_values(i + 1);
+    }
+    const std::uint64_t end = std::uint64_t{1} << instance_.widths[variable];
+    for (std::uint64_t value = 0; value < end && num_tries_ < max_tries; ++value) {
+      values_[variable] = value;
+      if (try_values(i + 1)) return true;
+    }
+    return false;
+  }
+
+  std::uint64_t side(const IntExpr& e) const {
+    return e.kind == IntExpr::Kind::value ? values_[e.index] : evaluate(e, instance_);
+  }
+
+  bool conditions_hold() const {
+    for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
+      const bool leaf = rule_.pattern[i].kind != PatternNode::Kind::application;
+      if (leaf && values_[i] >> instance_.widths[i] != 0) return false;
+    }
+    return std::ranges::all_of(rule_.conditions, [this](const Condition& c) { return holds(c); });
+  }
+
+  bool holds(const Condition& c) const {
+    switch (c.kind) {
+      case Condition::Kind::identity:
+        return values_[c.a] == values_[c.b];
+      case Condition::Kind::has_value:
+        return values_[c.a] == value(c.value, c.a);
+      case Condition::Kind::power_of_two:
+        return values_[c.a] == std::uint64_t{1} << instance_.integers[c.b];
+      case Condition::Kind::compare_values:
+        return related(side(c.left), c.relation, side(c.right));
+      case Condition::Kind::fits:
+        return (side(c.left) + side(c.right)) >> instance_.widths[c.a] == 0;
+      default:
+        return true;  // the instance meets it, or it says nothing about values
+    }
+  }
+
+  const Rule& rule_;
+  const RuleInstance& instance_;
+  std::vector<std::uint64_t> values_;  // by position
+  std::vector<std::size_t> variables_;
+  std::size_t num_tries_ = 0;
+};
+
+}  // namespace
+
+std::string witness(const Rule& rule, std::size_t number) {
+  for (const RuleInstance& instance : all_instances(rule, max_width)) {
+    WitnessFinder finder(rule, instance);
+    if (!finder.find()) continue;
+    const std::string n = std::to_string(number);
+    return "Theorem witness_" + n + " : applies_" + n + finder.arguments() + ".\nProof. instance. Qed.\n";
+  }
+  return {};
+}
+
+}  // namespace rule_theorems
