@@ -317,6 +317,10 @@ TEST(Printer, NamedTermsAreNamedOnce) {
   EXPECT_EQ(simplified(bools + "(assert (! (or p q) :named n))(assert (=> n r))(get-value (n))")
                 .substr(bools.size() + 3),
             "(assert (! (or p q) :named n))\n(assert (or r (not n)))\n(get-value (n))\n");
+  // No let stands around the place where a name is given.
+  const std::string multiple =
+      "(define-fun d () Int (* 2 (! (+ (f (f (+ c 1))) (ite (g c c) (f (f (+ c 1))) 0)) :named n)))\n";
+  EXPECT_EQ(simplified(functions + multiple, Sharing::let), functions + multiple);
   // In a pattern too.
   const std::string named = functions + "(assert (! (g c 1) :named n))\n";
   EXPECT_EQ(simplified(named + "(define-fun d () Int (f (f (ite n c 1))))" +

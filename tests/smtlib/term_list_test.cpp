@@ -84,5 +84,19 @@ TEST(TermLists, NamesThatAreStillThereStay) {
             "outer))\n");
 }
 
+/// The term is integer-typed, and in the output the name is.
+TEST(TermLists, NamesThatChangeTheirSortsAreWrittenOut) {
+  const std::string named = "(assert (! (<= 2 (! x :named n)) :named m))\n";
+  EXPECT_EQ(simplified("(assert (! (>= (! (to_real x) :named n) 1.5) :named m))(get-value (n (* n 0.5)))"),
+            named + "(get-value (n (* (to_real n) 0.5)))\n");
+  // The printer's own names in such terms are none of the user's between rounds.
+  const std::string large = "(* (+ n 0.5) (+ n 1.5) 2.5)";
+  const std::string out = simplified("(assert (! (>= (! (to_real x) :named n) 1.5) :named m))(get-value (" +
+                                     large + " (= 0.0 " + large + ")))");
+  EXPECT_NE(out.find("(get-value ($1 (= 0.0 $1)))"), std::string::npos) << out;
+  const std::string integers = "(assert (<= (! (+ x 1) :named n) 2))\n(get-value (n (* n 2)))\n";
+  EXPECT_EQ(simplified(integers), integers);
+}
+
 }  // namespace
 }  // namespace quarv::smtlib

@@ -194,6 +194,7 @@ class QUARV_API Reader {
   // term_list_reader.cpp: check-sat-assuming and get-value.
   void term_list(Script& script, Command::Kind kind, std::string_view text);
   bool is_literal_ahead() const;
+  bool has_reals();
   void keep_text(Script& script, std::string_view text);
   void define_lost_names(Script& script);
 
@@ -304,6 +305,8 @@ class QUARV_API Reader {
   std::uint64_t largest_dollar_name_ = 0;
   std::uint64_t largest_dollar_definition_ = 0;
   std::size_t question_marks_ = 0;
+  bool has_reals_ = false;
+  std::size_t reals_searched_ = 0;  // so much of the input
   std::vector<std::unique_ptr<std::vector<const DataType*>>> macro_parameters_;
   std::map<std::vector<const DataType*>, const DataType*> instances_;  // of macros: stand-in, arguments
   std::map<std::pair<std::string, const DataType*>, const Term*> bound_variables_;

@@ -16,6 +16,7 @@ void SharingPlan::start(std::size_t first) {
   unit_commands_.clear();
   unit_scopes_.clear();
   roots_.clear();
+  is_multiple_.clear();
   post_order_.clear();
   scopes_.assign(1, {none, none, true});
   scope_ = 0;
@@ -60,7 +61,9 @@ void SharingPlan::count_command(std::size_t index) {
 
 void SharingPlan::add_unit(Node root, std::uint32_t command) {
   const auto unit = static_cast<std::uint32_t>(roots_.size());
-  root = without_coefficient(manager_, root);
+  const Node bare = without_coefficient(manager_, root);
+  is_multiple_.push_back(bare != root);
+  root = bare;
   roots_.push_back(root);
   unit_commands_.push_back(command);
   unit_scopes_.push_back(scope_);
@@ -290,7 +293,7 @@ bool SharingPlan::define_only(std::uint32_t unit) const noexcept {
   if (unit >= roots_.size()) return (info(definitions_[unit - roots_.size()].node).flags & holds_name) != 0;
   const Node root = roots_[unit];
   const Term* t = root.term();
-  if (!manager_.is_annotation(t->symbol)) return (info(root).flags & holds_name) != 0;
+  if (!manager_.is_annotation(t->symbol) || is_multiple_[unit]) return (info(root).flags & holds_name) != 0;
   const Node body(t->args[0], false);
   return manager_.arity(body.term()) != 0 && (info(body).flags & holds_name) != 0;
 }

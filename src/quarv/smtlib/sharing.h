@@ -131,8 +131,9 @@ class SharingPlan {
   std::size_t first_command_ = 0;
   std::vector<std::uint32_t> first_units_;
   std::vector<std::uint32_t> unit_commands_;
-  std::vector<Node> roots_;       // of the units
-  LargeVector<Node> post_order_;  // every compound node met, children first
+  std::vector<Node> roots_;        // of the units, without coefficients
+  std::vector<bool> is_multiple_;  // of the units: the root has a coefficient
+  LargeVector<Node> post_order_;   // every compound node met, children first
   std::vector<Frame> frames_;
   std::vector<Node> children_;  // of the frames, one after the other
 

@@ -97,6 +97,14 @@ Script read_observed(Session& session, std::string_view text, const std::string&
   return script;
 }
 
+bool has_own_name(std::string_view text, std::uint64_t largest_of_user) {
+  Lexer lexer(text);
+  for (Token t = lexer.next(); t.kind != TokenKind::end; t = lexer.next()) {
+    if (t.kind == TokenKind::symbol && dollar_number(t.text) > largest_of_user) return true;
+  }
+  return false;
+}
+
 /// Forgets the definitions that the printer made, whose names have numbers above all that the user gave: it
 /// makes them anew, where they are needed now. Were they kept, another name for the same term could be added
 /// in each round.
@@ -104,11 +112,9 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
   std::erase_if(script.commands, [largest_of_user](const Command& c) {
     return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user;
   });
-  // The printer may have made a literal of a formula.
+  // Nor can a text be kept that has such a name: the printer wrote it.
   for (std::string_view& text : script.term_texts) {
-    std::string_view atom = text;
-    if (atom.starts_with("(not ")) atom = atom.substr(5, atom.size() - 6);
-    if (dollar_number(atom) > largest_of_user) text = {};
+    if (has_own_name(text, largest_of_user)) text = {};
   }
   script.largest_dollar_name = largest_of_user;
   script.largest_dollar_definition = 0;

@@ -45,7 +45,21 @@ void Reader::term_list(Script& script, Command::Kind kind, std::string_view text
   script.commands.push_back(c);
 }
 
-/// The script's last term is to be printed as `text`. Notes the names of sub-terms in it.
+/// The input so far has terms of sort Real, or may have them.
+bool Reader::has_reals() {
+  const std::string_view read(input_.data(), static_cast<std::size_t>(lexer_.position() - input_.data()));
+  Lexer lexer(read.substr(reals_searched_));
+  reals_searched_ = read.size();
+  for (Token t = lexer.next(); !has_reals_ && t.kind != TokenKind::end && t.kind != TokenKind::error;
+       t = lexer.next()) {
+    has_reals_ = t.kind == TokenKind::decimal || t.text == "Real" || t.text == "to_real" || t.text == "/";
+  }
+  return has_reals_;
+}
+
+/// The script's last term is to be printed as `text`. Notes the names of sub-terms in it. A name's sort may
+/// become another one: an integer-typed term that was written as a Real is named as an integer in the output,
+/// and does not fit everywhere any more.
 void Reader::keep_text(Script& script, std::string_view text) {
   script.term_texts.resize(script.terms.size());
   script.term_texts.back() = text;
@@ -54,6 +68,9 @@ void Reader::keep_text(Script& script, std::string_view text) {
     if (t.kind != TokenKind::symbol) continue;
     const TermMeaning meaning = meaning_of(t);
     if (meaning.kind != TermMeaning::value || !manager_.is_annotation(meaning.term->symbol)) continue;
+    if (manager_.type_of(meaning.term) == manager_.int_type && text[0] == '(' && has_reals()) {
+      script.texts.back() = {};
+    }
     const auto [entry, is_new] = script.mentioned.try_emplace(meaning.term, nullptr);
     if (is_new) entry->second = finished(meaning.term);
   }
