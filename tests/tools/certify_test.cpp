@@ -277,7 +277,7 @@ TEST_F(Certify, LeavesQueriesThatStandAlone) {
 TEST_F(Certify, ReportsFaultsOfInputAndCommandLine) {
   const Result wrong = certify("", "(assert p)\n");
   EXPECT_EQ(wrong.status, 1);
-  EXPECT_EQ(wrong.err, "<stdin>:1:9: error: unknown symbol p\n");
+  EXPECT_EQ(wrong.err, "<stdin>:1:9: error: unknown symbol p\n  (assert p)\n          ^\n");
   EXPECT_EQ(certify("--disable-rule 185", "").status, 2);
   for (const char* options : {"--jobs 0", "--timeout 0", "a b", "--rules x --no-rules"}) {
     EXPECT_EQ(run("$quarv certify " + std::string(options)).status, 2) << options;

@@ -10,7 +10,15 @@ TEST_F(Program, EveryCommandSkipsAByteOrderMark) {
   EXPECT_EQ(run("$quarv simplify", script).out, "(declare-const p Bool)\n(assert p)\n(simplify p)\n");
   EXPECT_EQ(run("$quarv explain -", script).status, 0);
   EXPECT_EQ(run("$quarv repl", script).out, "p\n");
-  write("solver.sh", "while read -r line; do case $line in '(check-sat)') echo unsat ;; esac; done");
+  write("solver.sh", R"sh(while read -r line; do
+  case $line in
+    "(reset)") answer=unsat ;;
+    "(assert x)") answer=sat ;;
+    "(check-sat)") echo "$answer" ;;
+    "(echo "*) echo "$line" | cut -d '"' -f 2 ;;
+  esac
+done
+)sh");
   EXPECT_EQ(run("$quarv certify --solver 'bash solver.sh'", script).err, "");
 }
 

@@ -129,7 +129,9 @@ TEST_F(Program, ReportsFaultsOfRulesAndSolvers) {
   write("my.rules", "\n rewrite(bvnot(t), ) >> u\n");
   const Result wrong = run("$quarv rules check my.rules");
   EXPECT_EQ(wrong.status, 1);
-  EXPECT_EQ(wrong.err, "my.rules:2:25: error: the variable \"u\" of the result is not bound\n");
+  EXPECT_EQ(wrong.err,
+            "my.rules:2:25: error: the variable \"u\" of the result is not bound\n   rewrite(bvnot(t), ) >> "
+            "u\n                          ^\n");
   const std::string rule = "rewrite(bvnot(bvnot(t)), ) >> t\n";
   for (const char* solver : {"true", "cat", "false"}) {
     const Result r = run("$quarv rules check - --solver '" + std::string(solver) + "'", rule);
