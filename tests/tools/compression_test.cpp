@@ -50,7 +50,7 @@ TEST_F(Compressed, IsReadByEveryCommand) {
   EXPECT_EQ(run("zstd -q my.rules; $quarv simplify --rules my.rules.zst in.smt2.gz").out, simplified);
   write("faulty.smt2", "(assert\n  p)\n");
   EXPECT_EQ(run("gzip faulty.smt2; $quarv simplify faulty.smt2.gz").err,
-            "faulty.smt2.gz:2:3: error: unknown symbol p\n");
+            "faulty.smt2.gz:2:3: error: unknown symbol p\n    p)\n    ^\n");
 }
 
 TEST_F(Compressed, IsReportedWhenDamaged) {

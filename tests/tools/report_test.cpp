@@ -117,7 +117,7 @@ TEST_F(Report, ReportsFaults) {
   write("bad.smt2", "(assert p)\n");
   const Result bad = run("$quarv report bad.smt2 -o page.html");
   EXPECT_EQ(bad.status, 1);
-  EXPECT_EQ(bad.err, "bad.smt2:1:9: error: unknown symbol p\n");
+  EXPECT_EQ(bad.err, "bad.smt2:1:9: error: unknown symbol p\n  (assert p)\n          ^\n");
   EXPECT_FALSE(fs::exists(path("page.html")));
   write("cut", "{\"results\":\"quarv batch\"}\n");
   EXPECT_EQ(run("$quarv report cut").err, "quarv: error: cut:1: these are no results of quarv batch\n");
