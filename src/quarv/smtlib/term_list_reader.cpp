@@ -69,7 +69,7 @@ void Reader::keep_text(Script& script, std::string_view text) {
     const TermMeaning meaning = meaning_of(t);
     if (meaning.kind != TermMeaning::value || !manager_.is_annotation(meaning.term->symbol)) continue;
     if (manager_.type_of(meaning.term) == manager_.int_type && text[0] == '(' && has_reals()) {
-      script.texts.back() = {};
+      script.term_texts.back() = {};
     }
     const auto [entry, is_new] = script.mentioned.try_emplace(meaning.term, nullptr);
     if (is_new) entry->second = finished(meaning.term);
