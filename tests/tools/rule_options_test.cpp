@@ -26,7 +26,10 @@ TEST_F(Program, ReportsFaultsOfRuleFiles) {
   write("my.rules", my_rule + "  rewrite(bvnot(t), ) >> u\n");
   const Result r = run("$quarv simplify --rules my.rules -o out.smt2", shift_by_not);
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "my.rules:2:26: error: the variable \"u\" of the result is not bound\n");
+  EXPECT_EQ(r.err,
+            "my.rules:2:26: error: the variable \"u\" of the result is not bound\n"
+            "    rewrite(bvnot(t), ) >> u\n"
+            "                           ^\n");
   EXPECT_EQ(num_files(), 1u);
   EXPECT_EQ(run("$quarv simplify --rules nowhere.rules").err,
             "quarv: error: cannot read nowhere.rules: No such file or directory\n");

@@ -147,7 +147,7 @@
 (simplify ((_ divisible 18446744073709551616) (+ x 1)))
 ; => (= (mod x 18446744073709551616) 18446744073709551615)
 (simplify ((_ divisible 0) x))
-; => (error "line 149, column 11: divisible: the index must be positive")
+; => (error "line 149, column 25: divisible: the index must be positive")
 (simplify ((_ divisible 5) (- x x)))
 ; => true
 (simplify ((_ divisible 3) (+ x 6)))
