@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <pybind11/stl.h>
 
 #include "module.h"
