@@ -141,6 +141,25 @@ TEST(Reader, QuotedSymbols) {
             "in.smt2:1:18: error: a quoted symbol must not contain a NUL byte");
 }
 
+TEST(Reader, FormatsWithLongExponentsAreReadAndNotComputedWith) {
+  const std::string x =
+      "(declare-const x (_ FloatingPoint 40 53))(declare-fun f ((_ FloatingPoint 31 5)) Bool)";
+  EXPECT_EQ(error_of(x + "(assert (= x (ite (f (_ NaN 31 5)) (_ +oo 40 53) (_ -zero 40 53))))"), "no error");
+  EXPECT_EQ(error_of(x + "(assert (f (fp #b1 #b" + std::string(31, '1') + " #x8)))"), "no error");
+  EXPECT_EQ(error_of(x + "(assert (fp.isNaN x))"),
+            "in.smt2:1:105: error: fp.isNaN: argument 1 has sort (_ FloatingPoint 40 53), expected an "
+            "exponent of at "
+            "most 30 bits");
+  EXPECT_EQ(error_of(x + "(assert (f ((_ to_fp 31 5) RNE 1.0)))"),
+            "in.smt2:1:108: error: to_fp: exponents of 31 bits are not supported, only of 2 to 30");
+  EXPECT_EQ(error_of(x + "(declare-const b (_ BitVec 31))(assert (f (fp #b1 b #x8)))"),
+            "in.smt2:1:137: error: fp: argument 2 has sort (_ BitVec 31), expected at most 30 bits where not "
+            "all are "
+            "literals");
+  EXPECT_EQ(error_of("(declare-const x (_ FloatingPoint 999999999 53))").substr(0, 26),
+            "in.smt2:1:21: error: Float");
+}
+
 TEST(Reader, SkipsAByteOrderMarkAtTheStart) {
   EXPECT_EQ(error_of("\xEF\xBB\xBF(assert true)"), "no error");
   EXPECT_EQ(error_of("\xEF\xBB\xBF(assert p)"), "in.smt2:1:9: error: unknown symbol p");

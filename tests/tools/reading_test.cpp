@@ -22,6 +22,17 @@ done
   EXPECT_EQ(run("$quarv certify --solver 'bash solver.sh'", script).err, "");
 }
 
+TEST_F(Program, EveryCommandTakesFormatsWithLongExponents) {
+  const std::string script =
+      "(declare-const x (_ FloatingPoint 40 53))\n(declare-fun f ((_ FloatingPoint 40 53)) Bool)\n"
+      "(assert (and (f x) (f x)))\n(assert (f (_ -oo 40 53)))\n";
+  const Result r = run("$quarv simplify --trace trace.jsonl", script);
+  EXPECT_EQ(r.out,
+            "(declare-const x (_ FloatingPoint 40 53))\n(declare-fun f ((_ FloatingPoint 40 53)) Bool)\n"
+            "(assert (f x))\n(assert (f (_ -oo 40 53)))\n");
+  EXPECT_EQ(run("$quarv replay trace.jsonl").out.find("no sense"), std::string::npos);
+}
+
 TEST_F(Program, EveryCommandShowsTheLineAtFault) {
   const std::string script = "(declare-const x (_ BitVec 8))\n(assert (bvugt x\t#b1))\n";
   const std::string message =

@@ -11,7 +11,6 @@ namespace {
 
 /// What the reader of scripts takes; more would only serve to fill memory.
 constexpr std::size_t most_bits = std::size_t{1} << 24;
-constexpr std::size_t most_exponent_bits = 30;
 
 using Sorts = std::vector<const TraceSort*>;
 
@@ -303,8 +302,7 @@ TraceSort TraceFile::understood_sort(std::string name, std::vector<std::size_t> 
     sort.kind = TraceSort::floating_point;
     sort.width = format[0];
     sort.significand = format.size() == 2 ? format[1] : 0;
-    if (sort.width < 2 || sort.width > most_exponent_bits || sort.significand < 2 ||
-        sort.significand > most_bits) {
+    if (sort.width < 2 || sort.width > most_bits || sort.significand < 2 || sort.significand > most_bits) {
       fail("there is no sort " + sort.name);
     }
   }

@@ -18,8 +18,16 @@ struct Format {
   std::size_t mw;
 };
 
+/// The format that indices give to the result of an operation.
 Format format_of(const OperatorContext& c) {
-  check_format(c.indices[0], c.indices[1]);
+  if (c.indices[0] < 2 || c.indices[0] > max_exponent_width) {
+    bad_index(1, "exponents of " + std::to_string(c.indices[0]) + " bits are not supported, only of 2 to " +
+                     std::to_string(max_exponent_width));
+  }
+  if (c.indices[1] < 2 || c.indices[1] > max_width) {
+    bad_index(2, "significands of " + std::to_string(c.indices[1]) +
+                     " bits are not supported, only of 2 to " + std::to_string(max_width));
+  }
   return {c.indices[0], c.indices[1] - 1};
 }
 
@@ -30,6 +38,20 @@ Format format_of(const OperatorContext& c) {
   throw ApplicationError(ApplicationError::Part::argument, position,
                          "argument " + std::to_string(position) + " has sort " +
                              c.manager.type_of(a[position - 1])->abbreviated() + ", expected " + expected);
+}
+
+/// An operation on floating-point numbers: software floats take exponents of no more than so many bits.
+template <Operator::Build Build>
+const Term* computed(OperatorContext& c, Args a) {
+  const TM& m = c.manager;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    const DataType* type = m.type_of(a[i]);
+    std::size_t ew = 0;
+    std::size_t mw = 0;
+    if (!m.is_fp_type(type) || !m.get_format_from_type(type, &ew, &mw) || ew <= max_exponent_width) continue;
+    bad_argument(c, a, i + 1, "an exponent of at most " + std::to_string(max_exponent_width) + " bits");
+  }
+  return Build(c, a);
 }
 
 /// sign, exponent and significand bits put together: a literal when all three are.
@@ -49,6 +71,10 @@ const Term* from_parts(OperatorContext& c, Args a) {
   const QNumber* exponent = m.get_number(a[1]);
   const QNumber* significand = m.get_number(a[2]);
   if (sign == nullptr || exponent == nullptr || significand == nullptr) {
+    if (ew > max_exponent_width) {
+      bad_argument(c, a, 2,
+                   "at most " + std::to_string(max_exponent_width) + " bits where not all are literals");
+    }
     const Term* low = m.make_bv_concat(a[1], a[2]);
     return m.make_fp_from_ieeebv(ew, mw, m.make_bv_concat(a[0], low));
   }
@@ -135,47 +161,46 @@ constexpr std::uint32_t any = Operator::any_number;
 
 constexpr Operator table[] = {
     {"fp", 3, 3, 0, "bvv", from_parts},
-    {"fp.abs", 1, 1, 0, "F", unary<&TM::make_fp_abs>},
-    {"fp.neg", 1, 1, 0, "F", unary<&TM::make_fp_neg>},
-    {"fp.add", 3, 3, 0, "RF", ternary<&TM::make_fp_add>},
-    {"fp.sub", 3, 3, 0, "RF", ternary<&TM::make_fp_sub>},
-    {"fp.mul", 3, 3, 0, "RF", ternary<&TM::make_fp_mul>},
-    {"fp.div", 3, 3, 0, "RF", ternary<&TM::make_fp_div>},
-    {"fp.fma", 4, 4, 0, "RF", fused_multiply_add},
-    {"fp.sqrt", 2, 2, 0, "RF", binary<&TM::make_fp_sqrt>},
-    {"fp.rem", 2, 2, 0, "F", remainder},
-    {"fp.roundToIntegral", 2, 2, 0, "RF", binary<&TM::make_fp_round_to_int>},
-    {"fp.min", 2, 2, 0, "F", binary<&TM::make_fp_min>},
-    {"fp.max", 2, 2, 0, "F", binary<&TM::make_fp_max>},
-    {"fp.leq", 2, any, 0, "F", chainable<binary<&TM::make_fp_le>>},
-    {"fp.lt", 2, any, 0, "F", chainable<binary<&TM::make_fp_lt>>},
-    {"fp.geq", 2, any, 0, "F", chainable<swapped<&TM::make_fp_le>>},
-    {"fp.gt", 2, any, 0, "F", chainable<swapped<&TM::make_fp_lt>>},
-    {"fp.eq", 2, any, 0, "F", chainable<binary<&TM::make_fp_eq>>},
-    {"fp.isNormal", 1, 1, 0, "F", unary<&TM::make_fp_isnormal>},
-    {"fp.isSubnormal", 1, 1, 0, "F", unary<&TM::make_fp_issubnormal>},
-    {"fp.isZero", 1, 1, 0, "F", unary<&TM::make_fp_iszero>},
-    {"fp.isInfinite", 1, 1, 0, "F", unary<&TM::make_fp_isinf>},
-    {"fp.isNaN", 1, 1, 0, "F", unary<&TM::make_fp_isnan>},
-    {"fp.isNegative", 1, 1, 0, "F", unary<&TM::make_fp_isneg>},
-    {"fp.isPositive", 1, 1, 0, "F", unary<&TM::make_fp_ispos>},
-    {"to_fp", 1, 2, 2, "RX", to_fp},
-    {"to_fp_unsigned", 2, 2, 2, "Rv", to_fp_unsigned},
-    {"fp.to_ubv", 2, 2, 1, "RF", to_bit_vector<&TM::make_fp_to_ubv>},
-    {"fp.to_sbv", 2, 2, 1, "RF", to_bit_vector<&TM::make_fp_to_sbv>},
-    {"fp.to_real", 1, 1, 0, "F", to_real},
-    {"fp.to_ieee_bv", 1, 1, 0, "F", unary<&TM::make_fp_as_ieeebv>},
+    {"fp.abs", 1, 1, 0, "F", computed<unary<&TM::make_fp_abs>>},
+    {"fp.neg", 1, 1, 0, "F", computed<unary<&TM::make_fp_neg>>},
+    {"fp.add", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_add>>},
+    {"fp.sub", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_sub>>},
+    {"fp.mul", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_mul>>},
+    {"fp.div", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_div>>},
+    {"fp.fma", 4, 4, 0, "RF", computed<fused_multiply_add>},
+    {"fp.sqrt", 2, 2, 0, "RF", computed<binary<&TM::make_fp_sqrt>>},
+    {"fp.rem", 2, 2, 0, "F", computed<remainder>},
+    {"fp.roundToIntegral", 2, 2, 0, "RF", computed<binary<&TM::make_fp_round_to_int>>},
+    {"fp.min", 2, 2, 0, "F", computed<binary<&TM::make_fp_min>>},
+    {"fp.max", 2, 2, 0, "F", computed<binary<&TM::make_fp_max>>},
+    {"fp.leq", 2, any, 0, "F", computed<chainable<binary<&TM::make_fp_le>>>},
+    {"fp.lt", 2, any, 0, "F", computed<chainable<binary<&TM::make_fp_lt>>>},
+    {"fp.geq", 2, any, 0, "F", computed<chainable<swapped<&TM::make_fp_le>>>},
+    {"fp.gt", 2, any, 0, "F", computed<chainable<swapped<&TM::make_fp_lt>>>},
+    {"fp.eq", 2, any, 0, "F", computed<chainable<binary<&TM::make_fp_eq>>>},
+    {"fp.isNormal", 1, 1, 0, "F", computed<unary<&TM::make_fp_isnormal>>},
+    {"fp.isSubnormal", 1, 1, 0, "F", computed<unary<&TM::make_fp_issubnormal>>},
+    {"fp.isZero", 1, 1, 0, "F", computed<unary<&TM::make_fp_iszero>>},
+    {"fp.isInfinite", 1, 1, 0, "F", computed<unary<&TM::make_fp_isinf>>},
+    {"fp.isNaN", 1, 1, 0, "F", computed<unary<&TM::make_fp_isnan>>},
+    {"fp.isNegative", 1, 1, 0, "F", computed<unary<&TM::make_fp_isneg>>},
+    {"fp.isPositive", 1, 1, 0, "F", computed<unary<&TM::make_fp_ispos>>},
+    {"to_fp", 1, 2, 2, "RX", computed<to_fp>},
+    {"to_fp_unsigned", 2, 2, 2, "Rv", computed<to_fp_unsigned>},
+    {"fp.to_ubv", 2, 2, 1, "RF", computed<to_bit_vector<&TM::make_fp_to_ubv>>},
+    {"fp.to_sbv", 2, 2, 1, "RF", computed<to_bit_vector<&TM::make_fp_to_sbv>>},
+    {"fp.to_real", 1, 1, 0, "F", computed<to_real>},
+    {"fp.to_ieee_bv", 1, 1, 0, "F", computed<unary<&TM::make_fp_as_ieeebv>>},
 };
 
 }  // namespace
 
 void check_format(std::size_t exponent_bits, std::size_t significand_bits) {
-  if (exponent_bits < 2 || exponent_bits > max_exponent_width || significand_bits < 2 ||
+  if (exponent_bits < 2 || exponent_bits > max_width || significand_bits < 2 ||
       significand_bits > max_width) {
     throw SortError("FloatingPoint: widths " + std::to_string(exponent_bits) + " and " +
                     std::to_string(significand_bits) + " are not supported (exponent 2 to " +
-                    std::to_string(max_exponent_width) + ", significand 2 to " + std::to_string(max_width) +
-                    ")");
+                    std::to_string(max_width) + ", significand 2 to " + std::to_string(max_width) + ")");
   }
 }
 

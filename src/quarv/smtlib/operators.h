@@ -15,7 +15,8 @@ namespace quarv::smtlib {
 /// The largest width of a bit-vector, in bits, that the reader accepts; it bounds what a short text can cost.
 inline constexpr std::size_t max_width = max_number_bits;
 
-/// The largest exponent width of a floating-point sort, in bits, that the reader accepts.
+/// The largest exponent width of floating-point numbers, in bits, that operations take. Sorts and literals
+/// with more, up to `max_width`, are read and printed.
 inline constexpr std::size_t max_exponent_width = 30;
 
 /// What the builder of an operator gets beside its arguments.
@@ -152,7 +153,7 @@ const Term* opaque(OperatorContext& c, std::string_view name, Args a, const Data
 [[noreturn]] void bad_index(std::size_t position, const std::string& message);
 
 /// Throws SortError unless a floating-point sort can have these widths (the significand's with the hidden
-/// bit).
+/// bit). Operations may take fewer exponent bits.
 void check_format(std::size_t exponent_bits, std::size_t significand_bits);
 
 /// The one NaN: positive, quiet, no other payload.
