@@ -141,6 +141,55 @@ TEST(Reader, QuotedSymbols) {
             "in.smt2:1:18: error: a quoted symbol must not contain a NUL byte");
 }
 
+TEST(Reader, FunctionsOfOneNameAreToldApartByTheirArguments) {
+  const std::string f =
+      "(declare-sort U 0)(declare-const u U)(declare-fun f (Int) Int)(declare-fun f (U) Int)"
+      "(declare-fun f (Int Int) Int)(declare-fun f (Bool) Bool)(define-fun f ((x (_ BitVec 8))) Int 3)"
+      "(define-fun-rec f ((x U) (n Int)) Int (ite (= n 0) (f n) (f x (- n 1))))";
+  EXPECT_EQ(error_of(f + "(assert (= (f 1) (f u) (f 1 2) (f #x01) (f u 7)))(assert (f (f true)))"),
+            "no error");
+  EXPECT_FALSE(same_term(f, "(= (f 1) 2)", "(= (f u) 2)"));
+  EXPECT_TRUE(same_term(f, "(= (f 1) 2)", "(= ((as f Int) 1) 2)"));
+  EXPECT_TRUE(same_term(f, "(f true)", "((as f Bool) true)"));
+  EXPECT_EQ(error_of("(declare-fun f (Int) Int)(declare-fun f (Bool) Int)(assert (= (f #b1) 1))"),
+            "in.smt2:1:63: error: f: no declaration takes arguments of sorts ((_ BitVec 1))");
+  EXPECT_EQ(error_of("(declare-fun f (Int) Int)(declare-fun f (Bool) Int)(assert (= ((as f Bool) 1) 1))"),
+            "in.smt2:1:68: error: f is not of this sort");
+  EXPECT_EQ(error_of("(declare-fun f (Int) Int)(declare-fun f (Bool) Bool)(assert ((as f Bool) 1))"),
+            "in.smt2:1:61: error: f: no declaration takes arguments of sorts (Int)");
+  EXPECT_EQ(error_of("(declare-fun f (Int) Int)(declare-fun f (Bool) Int)(assert f)"),
+            "in.smt2:1:60: error: f needs arguments");
+  // What shadows one of them shadows all.
+  EXPECT_EQ(error_of(f + "(assert (forall ((f Int)) (= f 1)))"), "no error");
+  EXPECT_NE(error_of(f + "(assert (forall ((f Int)) (= (f 1) 1)))"), "no error");
+}
+
+TEST(Reader, DeclarationsThatCannotBeToldApartAreRefused) {
+  const std::string f = "(declare-fun f (Int) Int)(declare-fun f (Bool) Int)";
+  EXPECT_EQ(error_of(f + "(declare-fun f (Int) Bool)"), "in.smt2:1:65: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(declare-fun f (Bool) Bool)"), "in.smt2:1:65: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(define-fun f ((x Int)) Int x)"), "in.smt2:1:64: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(define-funs-rec ((f ((x Int)) Int)) (x))"),
+            "in.smt2:1:71: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(declare-const f (_ BitVec 8))"), "in.smt2:1:67: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(declare-fun f () Int)"), "in.smt2:1:65: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(define-fun f () Int 3)"), "in.smt2:1:64: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(assert (! true :named f))"), "in.smt2:1:75: error: f is declared twice");
+  EXPECT_EQ(error_of("(declare-const f Int)(declare-fun f (Int) Int)"),
+            "in.smt2:1:35: error: f is declared twice");
+  EXPECT_EQ(error_of(f + "(declare-fun f (Real) Int)"),
+            "in.smt2:1:65: error: f is declared twice, for arguments that differ in Int and Real alone");
+  EXPECT_EQ(error_of("(declare-fun g (Int Bool) Int)(declare-fun g (Real Real) Int)"), "no error");
+}
+
+TEST(Reader, DeclarationsOfALevelEndWithIt) {
+  const std::string f = "(declare-fun f (Int) Int)(push 1)(declare-fun f (Bool) Int)";
+  EXPECT_EQ(error_of(f + "(assert (= (f 1) (f true)))(pop 1)(assert (= (f 1) 1))"), "no error");
+  EXPECT_EQ(error_of(f + "(pop 1)(assert (= (f true) 1))"),
+            "in.smt2:1:81: error: f: argument 1 has sort Bool, expected Int");
+  EXPECT_EQ(error_of(f + "(pop 1)(declare-fun f (Bool) Bool)(assert (f true))"), "no error");
+}
+
 TEST(Reader, FormatsWithLongExponentsAreReadAndNotComputedWith) {
   const std::string x =
       "(declare-const x (_ FloatingPoint 40 53))(declare-fun f ((_ FloatingPoint 31 5)) Bool)";

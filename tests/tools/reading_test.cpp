@@ -22,6 +22,23 @@ done
   EXPECT_EQ(run("$quarv certify --solver 'bash solver.sh'", script).err, "");
 }
 
+TEST_F(Program, EveryCommandTellsFunctionsOfOneNameApart) {
+  const std::string script =
+      "(declare-fun f (Int) Int)\n(declare-fun f (Bool) Int)\n(declare-const i Int)\n(declare-const p Bool)\n"
+      "(assert (= (f (+ i 0)) (f (and p p))))\n(assert (> (f i) (f p)))\n";
+  const Result simplified = run("$quarv simplify --trace trace.jsonl", script);
+  EXPECT_EQ(simplified.err, "");
+  EXPECT_TRUE(simplified.out.find("(assert (= (f i) (f p)))") != std::string::npos) << simplified.out;
+  EXPECT_EQ(run("$quarv simplify", simplified.out).out, simplified.out);
+  EXPECT_EQ(run("$quarv replay trace.jsonl").status, 0);
+  EXPECT_EQ(run("$quarv explain -", script).status, 0);
+  if (run("z3 --version").status != 0) return;
+  for (const char* how : {"", " --steps"}) {
+    const Result r = run(std::string("$quarv certify -") + how, script);
+    EXPECT_NE(r.out.find(" 0 refuted, 0 undecided, 0 unsupported\n"), std::string::npos) << r.out;
+  }
+}
+
 TEST_F(Program, EveryCommandTakesFormatsWithLongExponents) {
   const std::string script =
       "(declare-const x (_ FloatingPoint 40 53))\n(declare-fun f ((_ FloatingPoint 40 53)) Bool)\n"

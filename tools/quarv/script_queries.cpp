@@ -232,6 +232,7 @@ void ScriptQueries::forget_all() {
 void ScriptQueries::declare(Space space, const std::vector<std::string_view>& names, std::string text) {
   const auto index = static_cast<std::uint32_t>(declarations_.size());
   declarations_.push_back({std::move(text), {}});
+  std::vector<std::uint32_t> others;  // of the same name: functions that take other arguments
   for (std::string_view name : names) {
     const std::string key(unquoted(name));
     if (space == functions) {
@@ -242,9 +243,12 @@ void ScriptQueries::declare(Space space, const std::vector<std::string_view>& na
     if (!levels_.empty()) {
       levels_.back().push_back({space, key, inserted ? std::nullopt : std::optional(known->second)});
     }
+    if (known->second != index) others.push_back(known->second);
     known->second = index;
   }
-  declarations_.back().uses = uses_of(declarations_.back().text);
+  std::vector<std::uint32_t>& uses = declarations_.back().uses;
+  uses = uses_of(declarations_.back().text);
+  uses.insert(uses.end(), others.begin(), others.end());
 }
 
 std::vector<std::uint32_t> ScriptQueries::uses_of(std::string_view text) const {

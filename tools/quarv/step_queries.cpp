@@ -100,14 +100,18 @@ std::string StepQueries::definition(const std::string& name, const Term* t, cons
 std::string StepQueries::declarations(std::span<const Term* const> terms, PlainTerms& plain) const {
   const TermManager& manager = session_.manager();
   std::string text;
-  std::set<std::string> names;
+  std::map<std::string, std::set<std::string>> signatures;
   for (const Symbol* s : free_symbols(manager, terms)) {
     const std::string name = smtlib::Reader::quoted(s->name);
-    if (!names.insert(name).second) throw NoQuery("two symbols are called " + name);
     plain.declare(s->name);
     std::string arguments;
     for (std::size_t i = 0; i < manager.arity(s); ++i) {
       arguments += (i == 0 ? "" : " ") + manager.argument_type(s, i)->to_string();
+    }
+    // Solvers tell functions of one name apart by their arguments.
+    std::set<std::string>& known = signatures[name];
+    if (!known.insert(arguments).second || (known.size() > 1 && known.contains(""))) {
+      throw NoQuery("two symbols are called " + name);
     }
     text += fmt::format("(declare-fun {} ({}) {})\n", name, arguments, s->get_output_type()->to_string());
   }

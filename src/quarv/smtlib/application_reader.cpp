@@ -56,7 +56,9 @@ const char* next_start(Lexer lexer) {
 const Term* Reader::apply(const Frame& frame) {
   if (cost() > cost_limit_) check_cost();
   const Operator::Args args = Operator::Args(values_).subspan(frame.first_value);
-  return frame.kind == Frame::operation ? apply_operator(frame, args) : apply_function(frame, args);
+  if (frame.kind == Frame::operation) return apply_operator(frame, args);
+  const Symbol* symbol = frame.kind == Frame::function ? frame.symbol : overload_for(frame, args);
+  return apply_function(symbol, frame.start, args);
 }
 
 const Term* Reader::apply_operator(const Frame& frame, Operator::Args args) {
@@ -77,17 +79,17 @@ const Term* Reader::apply_operator(const Frame& frame, Operator::Args args) {
   return result;
 }
 
-const Term* Reader::apply_function(const Frame& frame, Operator::Args args) {
-  const std::size_t arity = manager_.arity(frame.symbol);
+const Term* Reader::apply_function(const Symbol* symbol, const char* start, Operator::Args args) {
+  const std::size_t arity = manager_.arity(symbol);
   if (args.size() != arity) {
-    fail(part_of(frame.start, ApplicationError::Part::argument, args.size() < arity ? 0 : arity + 1),
-         wrong_number_of_arguments(written_name(frame.start), args.size(), arity, arity));
+    fail(part_of(start, ApplicationError::Part::argument, args.size() < arity ? 0 : arity + 1),
+         wrong_number_of_arguments(written_name(start), args.size(), arity, arity));
   }
   try {
-    return manager_.make_term(frame.symbol, args);
+    return manager_.make_term(symbol, args);
   } catch (const SortError& e) {
-    const auto wrong = wrong_argument(manager_, written_name(frame.start), frame.symbol, args);
-    fail(frame.start, wrong.value_or(ApplicationError(ApplicationError::Part::operation, 0, e.what())));
+    const auto wrong = wrong_argument(manager_, written_name(start), symbol, args);
+    fail(start, wrong.value_or(ApplicationError(ApplicationError::Part::operation, 0, e.what())));
   }
 }
 

@@ -65,12 +65,20 @@ void Reader::define_sort(Script& script, const char* start) {
   text_command(script, Command::Kind::other, start);
 }
 
-/// A function may be declared once; the operators of theories other than Core may be hidden by it.
-void Reader::check_new_function_name(const Token& name) {
+/// Whether what comes next is "(" and not "()".
+bool Reader::parameters_follow() const noexcept {
+  Lexer ahead = lexer_;
+  return ahead.next().kind == TokenKind::left_parenthesis &&
+         ahead.next().kind != TokenKind::right_parenthesis;
+}
+
+/// A constant may be declared once, a function for other arguments again; the operators of theories other
+/// than Core may be hidden by them.
+void Reader::check_new_function_name(const Token& name, bool is_constant) {
   const TermNames::Name* known = names_.find(lookup_text(name));
   if (is_reserved(name)) fail(name.start, std::string(name.text) + " is a reserved word");
   note_name(name.text);
-  if (new_name(known) != nullptr || !is_free(known)) {
+  if (new_name(known) != nullptr || (!is_free(known) && (is_constant || !is_function(known)))) {
     fail(name.start, std::string(name.text) + " is declared twice");
   }
 }
@@ -102,7 +110,7 @@ const Term* Reader::bind_function(std::string_view name, const Symbol* symbol) {
 
 void Reader::declare_fun(Script& script, const char* start, bool constant) {
   const Token name = expect_symbol("a function");
-  check_new_function_name(name);
+  check_new_function_name(name, constant || !parameters_follow());
   std::vector<const DataType*> arguments;
   if (!constant) {
     expect_left("the argument sorts");
@@ -111,7 +119,7 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
   }
   const DataType* result = read_sort();
   expect_right("the result sort");
-  const Term* declared = bind_function(lookup_text(name), manager_.fresh_fun(name.text, arguments, result));
+  const Term* declared = bind_declared(name, manager_.fresh_fun(name.text, arguments, result));
   text_command(script, Command::Kind::declare, start);
   if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
 }
@@ -155,7 +163,7 @@ std::vector<const Term*> Reader::parameters(std::string& text) {
 void Reader::define_fun(Script& script, std::string_view keyword) {
   const Token name = expect_symbol("a function");
   const std::uint64_t largest_before = largest_dollar_name_;
-  check_new_function_name(name);
+  check_new_function_name(name, keyword == "define-const" || !parameters_follow());
   const std::uint64_t largest_with_name = std::exchange(largest_dollar_name_, largest_before);
   std::string& text = header_;
   text.assign(1, '(').append(keyword) += ' ';
@@ -180,7 +188,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     arguments.reserve(variables.size());
     for (const Term* v : variables) arguments.push_back(manager_.type_of(v));
     symbol = manager_.fresh_fun(name.text, arguments, result);
-    if (recursive) bind_function(lookup_text(name), symbol);
+    if (recursive) bind_declared(name, symbol);
   }
   const Term* body = read_term_of(result);
   expect_right("the body of the definition");
@@ -199,7 +207,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   } else {
     c.kind = Command::Kind::define_function;
     largest_dollar_name_ = std::max(largest_dollar_name_, largest_with_name);
-    bind_function(lookup_text(name), symbol);
+    bind_declared(name, symbol);
   }
   script.commands.push_back(c);
 }
@@ -215,7 +223,7 @@ void Reader::define_funs_rec(Script& script) {
   for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
     if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a declaration");
     const Token name = expect_symbol("a function");
-    check_new_function_name(name);
+    check_new_function_name(name, !parameters_follow());
     text += (functions.empty() ? "(" : " (") + quoted(name.text) + ' ';
     const std::size_t scope = names_.scope();
     const Lexer at_parameters = lexer_;
@@ -239,7 +247,7 @@ void Reader::define_funs_rec(Script& script) {
     f.result = read_sort();
     expect_right("a declaration");
     text += ' ' + f.result->to_string() + ')';
-    bind_function(lookup_text(name), manager_.fresh_fun(name.text, arguments, f.result));
+    bind_declared(name, manager_.fresh_fun(name.text, arguments, f.result));
     functions.push_back(std::move(f));
   }
   if (functions.empty()) fail(lexer_.position(), "define-funs-rec needs a declaration");

@@ -3,6 +3,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <limits>
 #include <map>
@@ -87,9 +88,15 @@ class QUARV_API Reader {
  private:
   enum class Word : std::uint8_t { none, let, quantifier, annotation, underscore, as, other };
 
+  /// A list of functions of one name that differ in the sorts of their arguments.
+  struct Overload {
+    const Symbol* symbol;
+    const Overload* next;  // null at the end
+  };
+
   /// What a name means in terms.
   struct TermMeaning {
-    enum Kind : std::uint8_t { none, builtin, function, value, reserved };
+    enum Kind : std::uint8_t { none, builtin, function, overloaded, value, reserved };
     Kind kind = none;
     Word word =
         Word::none;  // of reserved words; `other` for constants of theories, which may be declared anew
@@ -98,6 +105,7 @@ class QUARV_API Reader {
     union {
       const Operator* op = nullptr;
       const Symbol* symbol;
+      const Overload* overloads;
       const Term* term;
     };
 
@@ -105,6 +113,12 @@ class QUARV_API Reader {
       TermMeaning m;
       m.kind = function;
       m.symbol = s;
+      return m;
+    }
+    static TermMeaning of(const Overload* o) noexcept {
+      TermMeaning m;
+      m.kind = overloaded;
+      m.overloads = o;
       return m;
     }
     static TermMeaning of(const Term* t) noexcept {
@@ -129,9 +143,10 @@ class QUARV_API Reader {
   /// An open parenthesis of a term. One million of them may be open at once: it is kept small.
   struct Frame {
     enum Kind : std::uint8_t {
-      operation,  // an operator of a theory, `op`
-      function,   // a symbol, `symbol`
-      let_value,  // the value of a let's binding comes next
+      operation,   // an operator of a theory, `op`
+      function,    // a symbol, `symbol`
+      overloaded,  // one of several symbols, `overloads`
+      let_value,   // the value of a let's binding comes next
       let_body,
       quantifier,
       annotation_body,
@@ -147,6 +162,7 @@ class QUARV_API Reader {
     union {
       const Operator* op = nullptr;
       const Symbol* symbol;
+      const Overload* overloads;
       TermSimplifier* simplifier;  // of patterns: the one that was detached
     };
   };
@@ -208,7 +224,8 @@ class QUARV_API Reader {
   const Term* bind_function(std::string_view name, const Symbol* symbol);
   void note_name(std::string_view name);
   static bool is_free(const TermNames::Name* name) noexcept;
-  void check_new_function_name(const Token& name);
+  bool parameters_follow() const noexcept;
+  void check_new_function_name(const Token& name, bool is_constant);
   void check_new_sort_name(const Token& name);
   const DataType* bind_sort(std::string_view name, std::size_t num_parameters);
 
@@ -242,12 +259,18 @@ class QUARV_API Reader {
   // application_reader.cpp: operators and functions on their arguments.
   const Term* apply(const Frame& frame);
   const Term* apply_operator(const Frame& frame, Operator::Args args);
-  const Term* apply_function(const Frame& frame, Operator::Args args);
+  const Term* apply_function(const Symbol* symbol, const char* start, Operator::Args args);
   std::string_view written_name(const char* start) const;
   const char* part_of(const char* start, ApplicationError::Part part, std::size_t position) const;
   [[noreturn]] void fail(const char* start, const ApplicationError& e);
   [[noreturn]] void unknown_operator(const Token& name);
   void check_number_of_indices(const char* start, const Operator& op, std::size_t given);
+
+  // overloads.cpp: functions of one name.
+  static bool is_function(const TermNames::Name* name) noexcept;
+  const Term* bind_declared(const Token& name, const Symbol* symbol);
+  const Symbol* overload_for(const Frame& frame, Operator::Args args);
+  const Overload* overloads_with_result(const Overload* all, const DataType* result);
 
   // sort_reader.cpp: sorts.
   const DataType* read_sort();
@@ -297,6 +320,7 @@ class QUARV_API Reader {
   std::shared_ptr<Arena> text_ = std::make_shared<Arena>();  // what scripts refer to; they share it
 
   TermNames names_;
+  std::deque<Overload> overloads_;  // names refer to them
   SortNames sorts_;
   std::vector<std::size_t> levels_;  // scopes of names_ and sorts_ in turn, for push and pop
   std::size_t base_scopes_[2] = {};  // to reset to

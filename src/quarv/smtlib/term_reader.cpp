@@ -73,6 +73,10 @@ void Reader::open_parenthesis(const Token& open) {
       open_frame(Frame::function, open.start);
       frames_.back().symbol = meaning.symbol;
       return;
+    case TermMeaning::overloaded:
+      open_frame(Frame::overloaded, open.start);
+      frames_.back().overloads = meaning.overloads;
+      return;
     case TermMeaning::value:
       fail(head.start, std::string(head.text) + " is not a function");
     case TermMeaning::none:
@@ -139,6 +143,12 @@ void Reader::open_head(const Token& open) {
     return;
   }
   const TermMeaning meaning = meaning_of(name);
+  if (meaning.kind == TermMeaning::overloaded) {
+    frames_.back().kind = Frame::overloaded;
+    frames_.back().overloads = overloads_with_result(meaning.overloads, sort);
+    if (frames_.back().overloads != nullptr) return;
+    fail(name.start, std::string(name.text) + " is not of this sort");
+  }
   if (meaning.kind != TermMeaning::function) fail(name.start, std::string(name.text) + " is not a function");
   if (meaning.symbol->get_output_type() != sort)
     fail(name.start, std::string(name.text) + " is not of this sort");
@@ -256,7 +266,7 @@ void Reader::attributes() {
     if (t.text == ":named") {
       const Token name = expect_symbol("a name");
       attribute.text = quoted(name.text);
-      check_new_function_name(name);
+      check_new_function_name(name, true);
       TermNames::Name& entry = names_.enter(lookup_text(name));
       entry.index = static_cast<std::uint32_t>(new_names_.size());
       new_names_.push_back({&entry, nullptr});
@@ -332,6 +342,7 @@ void Reader::close(const Token& token) {
   switch (frame.kind) {
     case Frame::operation:
     case Frame::function:
+    case Frame::overloaded:
       return close_with(apply(frame));
     case Frame::let_body:
       if (values_.size() != frame.first_value + 1) fail(frame.start, "let needs one body");
