@@ -1,0 +1,64 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include <quarv/forms/form_graph.h>
+
+namespace quarv::forms {
+
+/// Stands for all variables beyond those that have a bit of their own. A form in which it is free is never
+/// chosen, but for the base.
+inline constexpr std::uint64_t overflow_variable = std::uint64_t{1} << 63;
+
+/// What a head brings into a form, or takes out of it, that is not visible everywhere.
+struct Scope {
+  std::uint64_t variables = 0;      ///< bound variables, one bit each
+  std::uint64_t binds = 0;          ///< of a quantifier: the variables that are not free any more
+  std::uint32_t first = 0;          ///< the command from which on a declared symbol is visible,
+  std::uint32_t last = 0xFFFFFFFF;  ///< and the last one
+};
+
+/// The question: which forms shall the terms of `roots` be written in?
+struct Question {
+  const FormGraph& graph;
+  std::span<const ClassId> roots;
+  /// By class: the form that decides what is free in it; `none`: its first form.
+  std::span<const FormId> base;
+  /// By class, not 0 for a value: it is written as its base, whatever the user wrote.
+  std::span<const std::uint8_t> is_value;
+  /// By head.
+  std::span<const Scope> scopes;
+  /// Forms before this one are as the user wrote them; they win a tie.
+  FormId num_written;
+};
+
+/// How large the roots are, with all that they consist of, each class counted once.
+struct Size {
+  std::uint64_t terms = ~std::uint64_t{0};       ///< by the costs of the forms; the largest number: unknown
+  std::uint64_t operations = ~std::uint64_t{0};  ///< forms that consist of others
+
+  auto operator<=>(const Size&) const = default;
+};
+
+/// The answer: by class the form to write; empty where there is none.
+struct Choice {
+  std::vector<FormId> form;
+  Size size;
+  /// What the roots would need as they were written; unknown where that goes round in a circle.
+  Size as_written;
+};
+
+/// For every class one form, so that the forms of the roots, with all that they consist of, cost least.
+///
+/// To find the least is hard (it is a set cover); this begins with the forms as written, and as they are in
+/// the normal form, improves either by changing one class at a time, counting exactly what is needed in
+/// addition and what is no longer, and gives the better one. The result costs no more than either of the two.
+/// Near linear: a change that would need more than a fixed number of new terms is not made.
+///
+/// No form is chosen where it would bring in a variable or a symbol that the class does not depend on.
+Choice choose(const Question& question);
+
+}  // namespace quarv::forms

@@ -1,0 +1,174 @@
+#include <algorithm>
+
+#include <quarv/forms/form_graph.h>
+
+namespace quarv::forms {
+
+namespace {
+
+template <std::size_t n>
+bool is_one_of(std::string_view text, const std::string_view (&words)[n]) {
+  return std::find(std::begin(words), std::end(words), text) != std::end(words);
+}
+
+/// The standard explains these by a conjunction of comparisons of neighbours.
+constexpr std::string_view chains[] = {"=",     "<",     "<=",    ">",      ">=",    "bvult",
+                                       "bvule", "bvugt", "bvuge", "bvslt",  "bvsle", "bvsgt",
+                                       "bvsge", "fp.eq", "fp.lt", "fp.leq", "fp.gt", "fp.geq"};
+
+/// And these by nesting.
+constexpr std::string_view nested[] = {"-", "/", "div", "=>", "xor", "bvsub"};
+
+}  // namespace
+
+HeadId FormGraph::head(std::string_view text, std::uint32_t cost) {
+  const auto [entry, is_new] =
+      heads_by_text_.try_emplace(std::string(text), static_cast<HeadId>(heads_.size()));
+  if (is_new) {
+    Head h{entry->first, nullptr, cost};
+    h.is_chain = is_one_of(text, chains);
+    h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;
+    heads_.push_back(std::move(h));
+  }
+  return entry->second;
+}
+
+HeadId FormGraph::head(const Symbol* symbol, std::string_view text, std::uint32_t cost) {
+  if (const HeadId* known = heads_by_symbol_.find(symbol)) return *known;
+  const auto h = static_cast<HeadId>(heads_.size());
+  heads_.push_back({std::string(text), symbol, cost});
+  heads_by_symbol_[symbol] = h;
+  return h;
+}
+
+HeadId FormGraph::annotation_head(const Symbol* symbol, std::string_view key) {
+  const HeadId h = head(key, 0);
+  heads_[h].symbol = symbol;
+  return h;
+}
+
+ClassId FormGraph::new_class(const DataType* sort) {
+  const auto c = static_cast<ClassId>(classes_.size());
+  classes_.push_back({c, none, none, sort});
+  return c;
+}
+
+ClassId FormGraph::find(ClassId c) const noexcept {
+  while (classes_[c].parent != c) {
+    classes_[c].parent = classes_[classes_[c].parent].parent;
+    c = classes_[c].parent;
+  }
+  return c;
+}
+
+/// The older class stays, and its forms come first: what was written first is the user's own form.
+void FormGraph::merge(ClassId a, ClassId b) {
+  a = find(a);
+  b = find(b);
+  if (a == b || classes_[a].sort != classes_[b].sort) return;
+  if (a > b) std::swap(a, b);
+  Class& into = classes_[a];
+  Class& from = classes_[b];
+  from.parent = a;
+  if (from.first_form == none) return;
+  if (into.first_form == none) {
+    into.first_form = from.first_form;
+  } else {
+    forms_[into.last_form].next = from.first_form;
+  }
+  into.last_form = from.last_form;
+}
+
+std::uint64_t FormGraph::hash(HeadId head, std::span<const ClassId> children) const noexcept {
+  constexpr std::uint64_t k = 0x9E3779B97F4A7C15u;
+  std::uint64_t h = (head + 1) * k;
+  for (ClassId c : children) h = ((h ^ (h >> 29)) + c + 1) * k;
+  return h ^ (h >> 32);
+}
+
+/// Where the form is in the table, or where it would be. `children` are canonical.
+std::size_t FormGraph::slot(HeadId head, std::span<const ClassId> children) const noexcept {
+  const std::size_t mask = table_.size() - 1;
+  for (std::size_t i = hash(head, children) & mask;; i = (i + 1) & mask) {
+    if (table_[i] == none) return i;
+    const Form& f = forms_[table_[i]];
+    if (f.head != head || f.num_children != children.size()) continue;
+    const auto own = this->children(f);
+    if (std::equal(own.begin(), own.end(), children.begin())) return i;
+  }
+}
+
+FormId FormGraph::add_form(ClassId c, HeadId head, std::span<const ClassId> children, std::size_t slot) {
+  const auto f = static_cast<FormId>(forms_.size());
+  const auto first = static_cast<std::uint32_t>(children_.size());
+  children_.insert(children_.end(), children.begin(), children.end());
+  forms_.push_back({head, first, static_cast<std::uint32_t>(children.size()), none, c});
+  Class& own = classes_[c];
+  if (own.first_form == none) {
+    own.first_form = f;
+  } else {
+    forms_[own.last_form].next = f;
+  }
+  own.last_form = f;
+  table_[slot] = f;
+  if (2 * ++num_entries_ > table_.size()) grow();
+  return f;
+}
+
+void FormGraph::grow() {
+  LargeVector<FormId> old(2 * table_.size(), none);
+  old.swap(table_);
+  const std::size_t mask = table_.size() - 1;
+  for (FormId f : old) {
+    if (f == none) continue;
+    std::size_t i = hash(forms_[f].head, children(forms_[f])) & mask;
+    while (table_[i] != none) i = (i + 1) & mask;
+    table_[i] = f;
+  }
+}
+
+ClassId FormGraph::add(HeadId head, std::span<const ClassId> children, const DataType* sort) {
+  canonical_.assign(children.begin(), children.end());
+  for (ClassId& c : canonical_) c = find(c);
+  const std::size_t i = slot(head, canonical_);
+  if (table_[i] != none) return find(forms_[table_[i]].of);
+  const ClassId c = new_class(sort);
+  add_form(c, head, canonical_, i);
+  return c;
+}
+
+void FormGraph::add_to(ClassId c, HeadId head, std::span<const ClassId> children) {
+  canonical_.assign(children.begin(), children.end());
+  for (ClassId& child : canonical_) child = find(child);
+  const std::size_t i = slot(head, canonical_);
+  if (table_[i] != none) return merge(c, forms_[table_[i]].of);
+  add_form(find(c), head, canonical_, i);
+}
+
+/// Enters all forms anew; false when that has merged classes, so that it has to be done again.
+bool FormGraph::close_once() {
+  std::fill(table_.begin(), table_.end(), none);
+  num_entries_ = 0;
+  bool merged = false;
+  for (FormId f = 0; f < forms_.size(); ++f) {
+    const std::span<ClassId> own(children_.data() + forms_[f].first_child, forms_[f].num_children);
+    for (ClassId& c : own) c = find(c);
+    const std::size_t i = slot(forms_[f].head, own);
+    if (table_[i] == none) {
+      table_[i] = f;
+      ++num_entries_;
+    } else if (find(forms_[f].of) != find(forms_[table_[i]].of)) {
+      merge(forms_[f].of, forms_[table_[i]].of);
+      merged = merged || find(forms_[f].of) == find(forms_[table_[i]].of);
+    }
+  }
+  return !merged;
+}
+
+void FormGraph::close() {
+  constexpr int most_rounds = 8;  // each finds the consequences of the one before
+  for (int round = 0; round < most_rounds && !close_once(); ++round) {
+  }
+}
+
+}  // namespace quarv::forms

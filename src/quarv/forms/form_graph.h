@@ -1,0 +1,124 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <quarv/term/term_manager.h>
+#include <quarv/util/hash_map.h>
+#include <quarv/util/large_pages.h>
+
+namespace quarv::forms {
+
+using ClassId = std::uint32_t;
+using FormId = std::uint32_t;
+using HeadId = std::uint32_t;
+inline constexpr std::uint32_t none = 0xFFFFFFFF;
+
+/// What stands at the beginning of a form: an operator with its indices, a declared function, a literal, a
+/// name, a binder, an annotation.
+struct Head {
+  std::string text;        ///< as it is printed: "bvadd", "(_ extract 7 0)", "#x0f", "|a b|"
+  const Symbol* symbol;    ///< of declared functions, bound variables, quantifiers and annotations; else null
+  std::uint32_t cost = 1;  ///< nodes of a term that it counts as, with up to two arguments
+  bool is_chain = false;   ///< several arguments are compared pairwise: (= a b c)
+  std::uint32_t cost_of_more =
+      0;  ///< for each further argument: what other programs make of it has more nodes
+};
+
+/// One way to write a term: a head over classes of terms.
+struct Form {
+  HeadId head;
+  std::uint32_t first_child;  ///< in the graph's list of children
+  std::uint32_t num_children;
+  FormId next = none;  ///< of the same class
+  ClassId of;          ///< its class when it was made
+};
+
+/// Classes of equal terms, each with the forms in which it can be written.
+///
+/// A form is kept once: the same head over the same classes is the same form. What is found to be equal is
+/// merged. Nothing here simplifies, and no term is made: what is written down here does not disturb the ids
+/// that decide how the normal form looks.
+class FormGraph {
+ public:
+  // Heads.
+  // ---------------------------------------------------------------------------------------------------------
+
+  /// The head with this text; `cost` is that of the first call.
+  HeadId head(std::string_view text, std::uint32_t cost = 1);
+  /// The head of a declared function, a variable, a quantifier or an annotation.
+  HeadId head(const Symbol* symbol, std::string_view text, std::uint32_t cost = 1);
+  /// The head of an annotation, which costs nothing; `key` tells it from others with the same symbol.
+  HeadId annotation_head(const Symbol* symbol, std::string_view key);
+  const Head& head_at(HeadId h) const noexcept { return heads_[h]; }
+  std::size_t num_heads() const noexcept { return heads_.size(); }
+
+  // Classes.
+  // --------------------------------------------------------------------------------------------------------
+
+  /// A class of its own, without forms.
+  ClassId new_class(const DataType* sort);
+  /// The class that stands for `c` now.
+  ClassId find(ClassId c) const noexcept;
+  /// The sort of the terms of a class as SMT-LIB has it.
+  const DataType* sort(ClassId c) const noexcept { return classes_[find(c)].sort; }
+  FormId first_form(ClassId c) const noexcept { return classes_[find(c)].first_form; }
+  std::size_t num_classes() const noexcept { return classes_.size(); }
+  /// Both are equal. Classes of different sorts stay apart.
+  void merge(ClassId a, ClassId b);
+
+  // Forms.
+  // ----------------------------------------------------------------------------------------------------------
+
+  /// The class of the form, a new one when the form is new.
+  ClassId add(HeadId head, std::span<const ClassId> children, const DataType* sort);
+  /// The form is one of class `c`.
+  void add_to(ClassId c, HeadId head, std::span<const ClassId> children);
+  const Form& form(FormId f) const noexcept { return forms_[f]; }
+  /// Nodes of a term that a form counts as, without its children.
+  std::uint32_t cost(FormId f) const noexcept {
+    const Head& head = heads_[forms_[f].head];
+    const std::uint32_t n = forms_[f].num_children;
+    return head.cost +
+           (n > 2 && head.cost_of_more != 0 ? (n - 2) * head.cost_of_more + (head.is_chain ? 1 : 0) : 0);
+  }
+  std::size_t num_forms() const noexcept { return forms_.size(); }
+  /// The children of a form, as classes that may have been merged since.
+  std::span<const ClassId> children(const Form& f) const noexcept {
+    return std::span<const ClassId>(children_.data() + f.first_child, f.num_children);
+  }
+
+  /// Forms that have become the same by merging classes make their classes equal, and so on.
+  void close();
+
+ private:
+  struct Class {
+    mutable ClassId parent;
+    FormId first_form = none;
+    FormId last_form = none;
+    const DataType* sort;
+  };
+
+  std::uint64_t hash(HeadId head, std::span<const ClassId> children) const noexcept;
+  std::size_t slot(HeadId head, std::span<const ClassId> children) const noexcept;
+  FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, std::size_t slot);
+  void grow();
+  bool close_once();
+
+  std::vector<Head> heads_;
+  std::unordered_map<std::string, HeadId> heads_by_text_;
+  hsh::HashMap<const Symbol*, HeadId> heads_by_symbol_;
+  LargeVector<Class> classes_;
+  LargeVector<Form> forms_;
+  LargeVector<ClassId> children_;
+  LargeVector<FormId> table_{LargeVector<FormId>(1024, none)};
+  std::size_t num_entries_ = 0;
+  std::vector<ClassId> canonical_;
+};
+
+}  // namespace quarv::forms
