@@ -38,6 +38,10 @@ void add_simplify_options(CLI::App& command, SimplifyArguments& arguments) {
       ->type_name("auto|let|none")
       ->check(CLI::IsMember({"auto", "let", "none"}).description(""))
       ->capture_default_str();
+  command.add_flag(
+      "--smallest", arguments.smallest,
+      "Print each term in the form in which the whole script is smallest, the one as written where that "
+      "is as small, instead of the normal form");
 }
 
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
@@ -45,6 +49,7 @@ smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
   options.rules = !arguments.no_rules;
   options.simplifiers = !arguments.no_simplifiers;
   options.standard = arguments.standard;
+  options.smallest = arguments.smallest;
   if (arguments.sharing == "let") options.sharing = smtlib::Sharing::let;
   if (arguments.sharing == "none") options.sharing = smtlib::Sharing::none;
   options.disabled_rules = arguments.disabled_rules;

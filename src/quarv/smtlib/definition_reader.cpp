@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/written_forms.h>
 
 namespace quarv::smtlib {
 
@@ -104,6 +105,7 @@ void Reader::note_name(std::string_view name) {
 /// Gives a declared function its name; a constant becomes a term at once.
 const Term* Reader::bind_function(std::string_view name, const Symbol* symbol) {
   const Term* constant = manager_.arity(symbol) == 0 ? manager_.make_term(symbol) : nullptr;
+  if (options_.written != nullptr) options_.written->declared(symbol, num_commands_);
   names_.bind(names_.enter(name), constant != nullptr ? TermMeaning::of(constant) : TermMeaning::of(symbol));
   return constant;
 }
@@ -177,8 +179,10 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     variables = parameters(text);
     text += ' ';
   }
+  Lexer ahead = lexer_;
+  const char* const sort_start = ahead.next().start;
   const DataType* result = read_sort();
-  text += text_of(result);
+  text += options_.written != nullptr ? one_line(sort_start) : std::string_view(text_of(result));
   text += ' ';
 
   const bool recursive = keyword == "define-fun-rec";
@@ -191,6 +195,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     if (recursive) bind_declared(name, symbol);
   }
   const Term* body = read_term_of(result);
+  FormClass form = last_form_;
   expect_right("the body of the definition");
   names_.leave(scope);
   body = finished(body);
@@ -199,11 +204,12 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   c.text = keep(text);
   c.suffix = ")";
   c.name = c.text.substr(name_start, name_size);
-  add_term(script, c, body, result);
+  add_term(script, c, body, result, form);
+  if (!script.forms.empty()) form = script.forms.back();
   if (symbol == nullptr) {
     c.kind = Command::Kind::define;
     largest_dollar_definition_ = std::max(largest_dollar_definition_, largest_with_name);
-    names_.bind(names_.enter(lookup_text(name)), TermMeaning::of(body));
+    names_.bind(names_.enter(lookup_text(name)), TermMeaning::of(body, form));
   } else {
     c.kind = Command::Kind::define_function;
     largest_dollar_name_ = std::max(largest_dollar_name_, largest_with_name);
@@ -262,9 +268,10 @@ void Reader::define_funs_rec(Script& script) {
     const std::size_t scope = names_.scope();
     for (const auto& [name, type] : f.parameters) bind_variable(name, type);
     bindings_.clear();
-    const Term* body = finished(read_term_of(f.result));
+    const Term* body = read_term_of(f.result);
+    const FormClass form = last_form_;
     names_.leave(scope);
-    add_term(script, c, body, f.result);
+    add_term(script, c, finished(body), f.result, form);
   }
   expect_right("the bodies");
   expect_right("the command");

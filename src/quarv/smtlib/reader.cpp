@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/written_forms.h>
 
 namespace quarv::smtlib {
 
@@ -289,12 +290,13 @@ bool Reader::next_command(Script& script) {
   command_start_ = open.start;
   const Place before = place(script, open.start);
   new_names_.clear();
+  num_commands_ = script.commands.size();
   try {
     const bool more = options_.limit_growth && manager_.simplifier() != nullptr
                           ? read_within_limit(script, before)
                           : read_command(script, open.start);
     for (const Binding& b : new_names_) {
-      names_.bind(*b.name, TermMeaning::of(b.value));
+      names_.bind(*b.name, TermMeaning::of(b.value, b.form));
       script.named.push_back({script.commands.size() - 1, b.value});
     }
     script.global_declarations = global_declarations_;
@@ -319,6 +321,7 @@ Reader::Place Reader::place(const Script& script, const char* start) const {
           script.terms.size(),
           manager_.num_terms(),
           cost(),
+          options_.written != nullptr ? options_.written->num_met() : 0,
           manager_.simplifier()};
 }
 
@@ -329,13 +332,16 @@ void Reader::return_to(const Place& place, Script& script) {
   sorts_.leave(place.sorts);
   new_names_.clear();
   frames_.clear();
-  values_.clear();
+  drop_values(0);
+  plain_ = 0;
+  if (options_.written != nullptr) options_.written->forget_since(place.met);
   indices_.clear();
   bindings_.clear();
   attributes_.clear();
   script.commands.resize(place.commands);
   script.terms.resize(place.terms);
   script.sorts.resize(place.terms);
+  if (!script.forms.empty()) script.forms.resize(place.terms);
   if (script.term_texts.size() > place.terms) script.term_texts.resize(place.terms);
 }
 
@@ -483,10 +489,11 @@ void Reader::text_command(Script& script, Command::Kind kind, const char* start,
   script.commands.push_back(c);
 }
 
-void Reader::add_term(Script& script, Command& command, const Term* t, const DataType* sort) {
+void Reader::add_term(Script& script, Command& command, const Term* t, const DataType* sort, FormClass form) {
   if (command.num_terms++ == 0) command.first_term = static_cast<std::uint32_t>(script.terms.size());
   script.terms.push_back(t);
   script.sorts.push_back(sort);
+  if (options_.written != nullptr) script.forms.push_back(options_.written->root(form, t, sort));
 }
 
 void Reader::check_sort(const char* where, const Term* t, const DataType* wanted) {
@@ -512,8 +519,10 @@ void Reader::term_command(Script& script, Command::Kind kind, std::string_view t
   c.suffix = ")";
   const Term* t = kind == Command::Kind::assertion ? read_term_of(manager_.bool_type) : read_term();
   expect_right("the command's term");
+  const FormClass form = last_form_;
+  const DataType* sort = manager_.type_of(t);
   t = finished(t);
-  add_term(script, c, t, manager_.type_of(t));
+  add_term(script, c, t, sort, form);
   script.commands.push_back(c);
 }
 

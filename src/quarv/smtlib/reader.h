@@ -25,12 +25,16 @@
 
 namespace quarv::smtlib {
 
+class WrittenForms;
+
 struct ReaderOptions {
   bool canonical_nan = true;  ///< all NaN literals of a sort are one term
   /// Applied to the term of each assertion, definition and `simplify` when it is complete; may be empty.
   std::function<const Term*(const Term*)> finish;
   /// A command that would become more than twice as large by being simplified is read as it is written.
   bool limit_growth = false;
+  /// Is told how each term was written; null: nobody wants to know.
+  WrittenForms* written = nullptr;
 };
 
 /// Reads SMT-LIB 2.6 in one pass: terms are built as their parentheses close, with the manager's full
@@ -86,6 +90,9 @@ class QUARV_API Reader {
   static void append_quoted(std::string& text, std::string_view name);
 
  private:
+  using FormClass = std::uint32_t;
+  static constexpr FormClass no_form = 0xFFFFFFFF;
+
   enum class Word : std::uint8_t { none, let, quantifier, annotation, underscore, as, other };
 
   /// A list of functions of one name that differ in the sorts of their arguments.
@@ -102,6 +109,7 @@ class QUARV_API Reader {
         Word::none;  // of reserved words; `other` for constants of theories, which may be declared anew
     std::uint32_t renamed =
         0;  // name!1, ..., name!renamed are in use: quantifiers bind the name within each other
+    FormClass form = no_form;  // of a value: the class of its forms
     union {
       const Operator* op = nullptr;
       const Symbol* symbol;
@@ -121,10 +129,11 @@ class QUARV_API Reader {
       m.overloads = o;
       return m;
     }
-    static TermMeaning of(const Term* t) noexcept {
+    static TermMeaning of(const Term* t, FormClass form = no_form) noexcept {
       TermMeaning m;
       m.kind = value;
       m.term = t;
+      m.form = form;
       return m;
     }
   };
@@ -169,6 +178,7 @@ class QUARV_API Reader {
   struct Binding {
     TermNames::Name* name;
     const Term* value;
+    FormClass form = no_form;
   };
 
   /// Thrown when a command creates terms far out of proportion to its text.
@@ -178,6 +188,7 @@ class QUARV_API Reader {
     const char* start;
     std::size_t names, sorts, commands, terms;
     std::uint64_t num_terms, cost;
+    std::size_t met;  // terms whose forms were written down
     TermSimplifier* simplifier;
   };
 
@@ -197,7 +208,8 @@ class QUARV_API Reader {
   void set_option(Script& script, const char* start);
   void change_levels(Script& script, Command::Kind kind, const char* start);
   void reset(Script& script, Command::Kind kind, const char* start);
-  void add_term(Script& script, Command& command, const Term* t, const DataType* sort);
+  void add_term(Script& script, Command& command, const Term* t, const DataType* sort,
+                FormClass form = no_form);
   void check_sort(const char* where, const Term* t, const DataType* wanted);
   const Term* read_term_of(const DataType* sort);
   const Term* finished(const Term* t) const {
@@ -244,12 +256,15 @@ class QUARV_API Reader {
   void finish_pattern();
   void finish_annotation();
   void close(const Token& token);
-  void close_with(const Term* t);
-  const Term* atom(const Token& token);
-  const Term* symbol_value(const Token& token);
+  void close_with(const Term* t, FormClass form);
+  const Term* literal(const Token& token);
+  FormClass written_application(const Frame& frame, const Term* t);
+  TermMeaning symbol_value(const Token& token);
   const Term* indexed_constant(const char* start);
   const Term* special_float(const Token& name);
-  void push_value(const Term* t);
+  void push_value(const Term* t, FormClass form);
+  void drop_values(std::size_t first);
+  WrittenForms* written() const noexcept { return plain_ == 0 ? options_.written : nullptr; }
   const Term* bind_variable(const Token& name, const DataType* type);
   bool is_bound_twice(TermNames::Name& name);
   Binding* new_name(const TermNames::Name* name) noexcept;
@@ -338,6 +353,11 @@ class QUARV_API Reader {
 
   std::vector<Frame> frames_;
   std::vector<const Term*> values_;
+  std::vector<FormClass> forms_;   // of the values, as long as somebody wants to know
+  std::size_t num_commands_ = 0;   // of the script, before the one that is being read
+  FormClass last_form_ = no_form;  // of the term read last
+  bool decimal_ = false;           // the literal read last was a decimal
+  std::size_t plain_ = 0;          // open places whose terms are not simplified
   std::vector<std::size_t> indices_;
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
@@ -50,6 +51,8 @@ struct Script {
   std::vector<const Term*> terms;
   /// For each term the sort that its place demands: an integer-typed term may stand where a Real is needed.
   std::vector<const DataType*> sorts;
+  /// For each term the class of its forms, where these were wanted.
+  std::vector<std::uint32_t> forms;
   /// `(set-option :global-declarations true)` was given: definitions outlive the level on which they are
   /// made.
   bool global_declarations = false;
@@ -73,8 +76,14 @@ struct Script {
     const Term* term;  // the annotation
   };
   std::vector<NamedTerm> named;
-  /// Those among them whose names occur in `term_texts`: the annotation as it was read and, simplified, as it is.
+  /// Those among them whose names occur in `term_texts`: the annotation as it was read and, simplified, as it
+  /// is.
   std::unordered_map<const Term*, const Term*> mentioned;
+  /// The terms are texts, chosen for people: definitions are used by name wherever they can be, and what gets
+  /// a name is decided by the bytes that it saves.
+  bool chosen = false;
+  /// What the user calls a term in a `let`.
+  std::unordered_map<const Term*, std::string> let_names;
 
   std::span<const Term* const> terms_of(const Command& c) const {
     return std::span(terms).subspan(c.first_term, c.num_terms);

@@ -95,8 +95,8 @@ void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
   set_code(d.node, known);
 }
 
-/// Only while definitions of the printer's are to come, and only where the script may have been printed before:
-/// then it has definitions that may say the same.
+/// Only while definitions of the printer's are to come, and only where the script may have been printed
+/// before: then it has definitions that may say the same.
 bool ScriptWriter::records_definitions() const noexcept {
   return sharing_ == Sharing::automatic && largest_dollar_name_ != 0 &&
          next_definition_ < plan_.definitions().size();
@@ -243,6 +243,10 @@ void ScriptWriter::write_name_of(Node n, std::uint32_t code) {
   const std::uint32_t number = code & ((1u << number_bits) - 1);
   switch (static_cast<NameKind>(code >> number_bits)) {
     case NameKind::let:
+      if (!script_.let_names.empty()) {
+        const auto known = script_.let_names.find(n.term());
+        if (known != script_.let_names.end()) return out_.put(known->second);
+      }
       out_.put(let_prefix_);
       return out_.put(std::uint64_t{number});
     case NameKind::definition:

@@ -25,8 +25,7 @@ void ScriptWriter::run() {
         break;
       case Item::open_let:
         out_.put("(let ((");
-        out_.put(let_prefix_);
-        out_.put(std::uint64_t{item.next});
+        write_name_of(item.node, static_cast<std::uint32_t>(NameKind::let) << number_bits | item.next);
         out_.put(' ');
         break;
       case Item::close_let:
@@ -72,7 +71,7 @@ void ScriptWriter::push_lets(std::span<const Node> bindings, Node body) {
     const std::uint32_t number = last - static_cast<std::uint32_t>(bindings.size() - 1 - i);
     items_.push_back({Item::close_let, bindings[i], 0, number, 0});
     items_.push_back({Item::own_text, bindings[i]});
-    items_.push_back({Item::open_let, {}, 0, number, 0});
+    items_.push_back({Item::open_let, bindings[i], 0, number, 0});
   }
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <tuple>
 #include <unordered_set>
 
@@ -93,7 +94,8 @@ void SharingPlan::close_scopes(std::uint32_t levels) {
 void SharingPlan::name_by_user(Node n) {
   if (manager_.arity(n.term()) == 0) return;
   Info& i = info(n);
-  if (i.unit + 1 != roots_.size() || is_small(n) || (i.flags & (open | user_named)) != 0) return;
+  if (i.unit + 1 != roots_.size() || (is_small(n) && !script_.chosen) || (i.flags & (open | user_named)) != 0)
+    return;
   i.flags |= user_named | user_defined;
   user_names_.back().push_back(n);
 }
@@ -109,7 +111,7 @@ bool SharingPlan::first_use(Node n, std::uint32_t unit) {
     i.uses = 1;
     return true;
   }
-  i.uses = 2;
+  if (i.uses != 255) ++i.uses;
   if (i.unit != unit && (i.flags & user_named) == 0) share(n, i);
   return false;
 }
@@ -209,6 +211,14 @@ void SharingPlan::finish(Node n, std::span<const Node> children) {
     free_variables_[n.term()] = free;
   }
   i.size = static_cast<std::uint8_t>(std::min<unsigned>(size, largest_size));
+  if (script_.chosen) {
+    std::size_t bytes = std::strlen(symbol->name) + 2;
+    for (Node child : children) {
+      const Term* t = child.term();
+      bytes += 1 + (manager_.arity(t) != 0 ? info(child).bytes : std::strlen(t->symbol->name));
+    }
+    i.bytes = static_cast<std::uint8_t>(std::min<std::size_t>(bytes, 255));
+  }
   post_order_.push_back(n);
 }
 
@@ -259,12 +269,23 @@ void SharingPlan::assign(Node n, std::uint32_t unit, std::uint32_t position) {
   if (i.unit != unit) i.flags |= shared;
 }
 
+/// Whether a name saves bytes: the term is written once instead of each time that it is used.
+bool SharingPlan::pays(const Info& i, bool everywhere) const noexcept {
+  constexpr unsigned length_of_name = 3;
+  constexpr unsigned length_of_let = 12;
+  constexpr unsigned length_of_definition = 36;
+  if (!script_.chosen) return i.size > small_size;
+  const unsigned uses = std::max<unsigned>(i.uses, 2);
+  return (uses - 1) * i.bytes > uses * length_of_name + (everywhere ? length_of_definition : length_of_let);
+}
+
 /// All that the node occurs in has been placed: now it is clear whether it is named, and where its parts
 /// belong.
 void SharingPlan::place(Node n) {
   Info& i = info(n);
   std::uint32_t unit = i.unit;
-  const bool nameable = i.size > small_size && (i.flags & (open | annotated)) == 0;
+  const bool everywhere = (i.flags & shared) != 0 || define_only(i.unit);
+  const bool nameable = pays(i, everywhere) && (i.flags & (open | annotated)) == 0;
   const bool used_again = i.uses > 1 && (i.flags & user_defined) == 0;
   if (nameable && ((i.flags & shared) != 0 || (used_again && define_only(i.unit)))) {
     unit = static_cast<std::uint32_t>(roots_.size() + definitions_.size());

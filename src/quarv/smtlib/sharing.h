@@ -79,9 +79,10 @@ class SharingPlan {
     std::uint32_t epoch = 0;        // the plan that the rest belongs to
     std::uint32_t unit = none;      // first pass: the unit that met it first
     std::uint32_t position = none;  // second pass: before which command it would have to be defined
-    std::uint8_t uses = 0;          // up to 2
+    std::uint8_t uses = 0;          // saturating
     std::uint8_t size = 0;          // nodes of its tree, saturating
     std::uint8_t flags = 0;
+    std::uint8_t bytes = 0;  // of its text, saturating; in chosen scripts
   };
   struct Frame {
     Node node;
@@ -112,6 +113,7 @@ class SharingPlan {
   void open_scopes(std::size_t command, std::uint32_t levels);
   void close_scopes(std::uint32_t levels);
   void share(Node n, Info& i);
+  bool pays(const Info& i, bool everywhere) const noexcept;
   std::uint32_t first_position(Node n, const Info& i) const;
   void assign_units();
   void assign(Node n, std::uint32_t unit, std::uint32_t position);

@@ -3,9 +3,11 @@
 #include <cstdint>
 #include <ostream>
 #include <sstream>
+#include <tuple>
 
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/smallest_script.h>
 #include <quarv/smtlib/trace.h>
 #include <quarv/util/checkpoint.h>
 
@@ -23,7 +25,11 @@ Session::Session(const SimplifyOptions& options) {
       strict_.turn_off_extension_rules();
     }
   }
-  ReaderOptions reader_options;
+  ReaderOptions& reader_options = reader_options_;
+  if (options.smallest) {
+    written_ = std::make_unique<WrittenForms>(manager_);
+    reader_options.written = written_.get();
+  }
   reader_options.canonical_nan = !options.standard;
   reader_options.limit_growth = options.simplify;
   if (options.simplify && options.rules) {
@@ -148,10 +154,28 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;
     printed.exceptions(std::ios::badbit);  // lack of memory shall not look like a fault of the stream
-    const PrintResult result = print(session.manager(), script, printed, options.sharing);
+    std::unique_ptr<ChosenScript> chosen;
+    if (session.written() != nullptr) {
+      session.simplifier().set_observer(nullptr);
+      chosen = choose_smallest(session.manager(), *session.written(), script,
+                               [&session](const Term* t) { return session.finished(t); });
+    }
+    const PrintResult result = chosen != nullptr
+                                   ? print(*chosen->manager, chosen->script, printed, options.sharing)
+                                   : print(session.manager(), script, printed, options.sharing);
     report.print_seconds += seconds_since(read);
     std::string now = std::move(printed).str();
     const bool trusted = result.stable && now.size() > small_text && options.sharing != Sharing::none;
+    if (chosen != nullptr) {
+      // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point.
+      const bool better = std::tuple(chosen->size, now.size()) < std::tuple(chosen->as_written, text.size());
+      if (!better) now = text;
+      if (!better || report.rounds == most_rounds) {
+        report.terms_after = better ? chosen->size.terms : chosen->as_written.terms;
+        out << now;
+        return report;
+      }
+    }
     const bool settled = trusted || now == previous;
     if (settled || report.rounds == most_rounds) {
       report.terms_after = dag_size(session.manager(), script.terms);

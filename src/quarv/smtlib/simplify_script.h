@@ -16,6 +16,7 @@
 #include <quarv/smtlib/reader.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/smtlib/strict_semantics.h>
+#include <quarv/smtlib/written_forms.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {
@@ -25,6 +26,7 @@ struct SimplifyOptions {
   bool rules = true;        ///< the rewrite rules, beside the simplifiers
   bool simplifiers = true;  ///< the simplifiers of operators, beside the rules
   bool standard = false;    ///< the plain layer instead of strict SMT-LIB semantics
+  bool smallest = false;    ///< print each term in its smallest form, not in the normal form
   Sharing sharing = Sharing::automatic;
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
   std::ostream* trace = nullptr;      ///< gets the Trace of how the input, as it is given, is simplified
@@ -46,6 +48,10 @@ class QUARV_API Session {
   TermManager& manager() noexcept { return manager_; }
   StdTermSimplifier& simplifier() noexcept { return simplifier_; }
   Reader& reader() noexcept { return *reader_; }
+  /// How the terms read were written; null when that is not kept.
+  WrittenForms* written() noexcept { return written_.get(); }
+  /// What rules make of a term; the term itself where they are off.
+  const Term* finished(const Term* t) { return reader_options_.finish ? reader_options_.finish(t) : t; }
 
   /// Reads and simplifies all commands. The script's terms are the session's. Throws Error.
   Script read(std::string_view text, std::string file,
@@ -64,6 +70,8 @@ class QUARV_API Session {
   TermManager manager_;
   StdTermSimplifier simplifier_;
   StrictSemantics strict_{simplifier_};
+  std::unique_ptr<WrittenForms> written_;
+  ReaderOptions reader_options_;
   std::unique_ptr<Reader> reader_;
   std::size_t towers_ = 0;  // terms that rules made larger
 };

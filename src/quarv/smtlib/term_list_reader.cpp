@@ -36,8 +36,9 @@ void Reader::term_list(Script& script, Command::Kind kind, std::string_view text
     const Term* term = keeps_text ? read_plain_term() : read_term();
     const std::string_view written = keeps_text ? one_line(t.start) : std::string_view{};
     if (kind == Command::Kind::check_sat_assuming) check_sort(t.start, term, manager_.bool_type);
+    const FormClass form = last_form_;
     if (!keeps_text) term = finished(term);
-    add_term(script, c, term, manager_.type_of(term));
+    add_term(script, c, term, manager_.type_of(term), form);
     if (keeps_text) keep_text(script, written);
   }
   next();

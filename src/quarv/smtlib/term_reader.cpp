@@ -2,6 +2,7 @@
 #include <utility>
 
 #include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/written_forms.h>
 #include <quarv/util/checkpoint.h>
 
 namespace quarv::smtlib {
@@ -18,12 +19,16 @@ const Term* Reader::read_term() {
     } else if (t.kind == TokenKind::right_parenthesis) {
       if (frames_.empty()) unexpected(t, "a term");
       close(t);
+    } else if (t.kind == TokenKind::symbol) {
+      const TermMeaning meaning = symbol_value(t);
+      push_value(meaning.term, meaning.form);
     } else {
-      push_value(atom(t));
+      push_value(literal(t), no_form);
     }
   } while (!frames_.empty());
   const Term* result = values_.back();
-  values_.pop_back();
+  last_form_ = forms_.empty() ? no_form : forms_.back();
+  drop_values(values_.size() - 1);
   return result;
 }
 
@@ -33,13 +38,25 @@ const Term* Reader::read_plain_term() {
   struct Restore {
     TermManager& manager;
     TermSimplifier* simplifier;
-    ~Restore() { manager.set_simplifier(simplifier); }
-  } const restore{manager_, simplifier};
-  return read_term();
+    std::size_t& plain;
+    ~Restore() {
+      manager.set_simplifier(simplifier);
+      --plain;
+    }
+  } const restore{manager_, simplifier, ++plain_};
+  const Term* t = read_term();
+  last_form_ = no_form;
+  return t;
 }
 
-void Reader::push_value(const Term* t) {
+/// `form` may be left open for what is written in one way only.
+void Reader::push_value(const Term* t, FormClass form) {
   values_.push_back(t);
+  if (options_.written != nullptr) {
+    const bool wanted = form == no_form && plain_ == 0;
+    forms_.push_back(wanted ? options_.written->leaf(t, decimal_) : form);
+    decimal_ = false;
+  }
   if (frames_.empty()) return;
   if (frames_.back().kind == Frame::let_value) {
     let_binding();
@@ -48,6 +65,11 @@ void Reader::push_value(const Term* t) {
   } else if (frames_.back().kind == Frame::annotation_no_pattern) {
     finish_pattern();
   }
+}
+
+void Reader::drop_values(std::size_t first) {
+  values_.resize(first);
+  if (options_.written != nullptr) forms_.resize(first);
 }
 
 void Reader::open_frame(Frame::Kind kind, const char* start) {
@@ -94,14 +116,14 @@ void Reader::open_parenthesis(const Token& open) {
       attributes_.emplace_back();
       return;
     case Word::underscore:
-      return push_value(indexed_constant(open.start));
+      return push_value(indexed_constant(open.start), no_form);
     case Word::as: {
       const Token name = expect_symbol("a name");
       const DataType* sort = read_sort();
       expect_right("the sort of a qualified name");
-      const Term* t = symbol_value(name);
-      if (manager_.type_of(t) != sort) fail(name.start, std::string(name.text) + " is not of this sort");
-      return push_value(t);
+      const TermMeaning m = symbol_value(name);
+      if (manager_.type_of(m.term) != sort) fail(name.start, std::string(name.text) + " is not of this sort");
+      return push_value(m.term, m.form);
     }
     default:
       unexpected(head, "an operator");
@@ -124,6 +146,7 @@ void Reader::open_head(const Token& open) {
     for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next(), ++num_indices) {
       if (meaning.op->index_is_argument && t.kind == TokenKind::numeral) {
         values_.push_back(numeral(t.text));
+        if (options_.written != nullptr) forms_.push_back(no_form);
       } else {
         indices_.push_back(index_value(t));
       }
@@ -170,7 +193,8 @@ void Reader::open_let(const char* start) {
 /// The value of a binding is complete: on to the next binding, or to the body.
 void Reader::let_binding() {
   bindings_.back().value = values_.back();
-  values_.pop_back();
+  if (!forms_.empty()) bindings_.back().form = forms_.back();
+  drop_values(values_.size() - 1);
   expect_right("the value of a binding");
   const Token t = next();
   if (t.kind == TokenKind::right_parenthesis) return let_bindings_done();
@@ -186,9 +210,10 @@ void Reader::let_bindings_done() {
   for (std::size_t i = frame.first; i < bindings_.size(); ++i) {
     TermNames::Name& name = *bindings_[i].name;
     if (is_bound_twice(name)) fail(frame.start, "let binds " + std::string(name.text) + " twice");
-    TermMeaning meaning = TermMeaning::of(bindings_[i].value);
+    TermMeaning meaning = TermMeaning::of(bindings_[i].value, bindings_[i].form);
     meaning.renamed = name.meaning.renamed;
     names_.bind(name, meaning);
+    if (written() != nullptr) options_.written->let_name(bindings_[i].form, name.text);
   }
   bindings_.resize(frame.first);
 }
@@ -295,11 +320,13 @@ void Reader::open_pattern(Attribute attribute, Frame::Kind kind) {
   frame.first = static_cast<std::uint32_t>(values_.size());
   frame.simplifier = manager_.simplifier();
   manager_.set_simplifier(nullptr);
+  ++plain_;
 }
 
 void Reader::finish_pattern() {
   Frame& frame = frames_.back();
   manager_.set_simplifier(frame.simplifier);
+  --plain_;
   attributes_.back().back().num_terms = values_.size() - frame.first;
   if (values_.size() == frame.first) fail(frame.start, "a pattern needs a term");
   frame.kind = Frame::annotation_body;
@@ -313,6 +340,9 @@ void Reader::finish_annotation() {
   if (list.empty()) fail(frame.start, "an annotation needs an attribute");
   const Operator::Args all = Operator::Args(values_).subspan(frame.first_value);
   const Term* t = manager_.make_annotation(all[0], list, all.subspan(1));
+  FormClass form = no_form;
+  if (WrittenForms* w = written())
+    form = w->application(t->symbol, std::span(forms_).subspan(frame.first_value, 1), t);
   for (const Attribute& a : list) {
     if (a.keyword != ":named") continue;
     // The names of an annotation follow those of the annotations in it.
@@ -320,20 +350,21 @@ void Reader::finish_annotation() {
       Binding& b = new_names_[i];
       if (quoted(b.name->text) != a.text) continue;
       b.value = t;
+      b.form = form;
       break;
     }
   }
-  close_with(t);
+  close_with(t, form);
 }
 
 // Closing.
 // ---------------------------------------------------------------------------------------------------------------------
 
 /// The top frame is complete and stands for `t`.
-void Reader::close_with(const Term* t) {
-  values_.resize(frames_.back().first_value);
+void Reader::close_with(const Term* t, FormClass form) {
+  drop_values(frames_.back().first_value);
   frames_.pop_back();
-  push_value(t);
+  push_value(t, form);
 }
 
 void Reader::close(const Token& token) {
@@ -342,12 +373,14 @@ void Reader::close(const Token& token) {
   switch (frame.kind) {
     case Frame::operation:
     case Frame::function:
-    case Frame::overloaded:
-      return close_with(apply(frame));
+    case Frame::overloaded: {
+      const Term* t = apply(frame);
+      return close_with(t, written() != nullptr ? written_application(frame, t) : no_form);
+    }
     case Frame::let_body:
       if (values_.size() != frame.first_value + 1) fail(frame.start, "let needs one body");
       names_.leave(frame.scope);
-      return close_with(values_.back());
+      return close_with(values_.back(), forms_.empty() ? no_form : forms_.back());
     case Frame::quantifier: {
       if (values_.size() != frame.first_value + 1) fail(frame.start, "a quantifier needs one body");
       names_.leave(frame.scope);
@@ -358,7 +391,12 @@ void Reader::close(const Token& token) {
       if (manager_.type_of(values_.back()) != manager_.bool_type) {
         fail(frame.start, std::string("the body of ") + binder + " is not of sort Bool");
       }
-      return close_with(manager_.make_quantifier(binder, variables, values_.back()));
+      const Term* t = manager_.make_quantifier(binder, variables, values_.back());
+      FormClass form = no_form;
+      if (WrittenForms* w = written()) {
+        form = w->application(t->symbol, std::span(forms_).last(1), t);
+      }
+      return close_with(t, form);
     }
     case Frame::annotation_pattern:
       return finish_pattern();
@@ -367,16 +405,27 @@ void Reader::close(const Token& token) {
   }
 }
 
+/// Says how the frame's term was written. Its indices are still there: `indices_` was only made shorter.
+Reader::FormClass Reader::written_application(const Frame& frame, const Term* t) {
+  const auto arguments = std::span<const FormClass>(forms_).subspan(frame.first_value);
+  if (frame.kind == Frame::function) return options_.written->application(frame.symbol, arguments, t);
+  if (frame.kind == Frame::overloaded) return options_.written->application(t->symbol, arguments, t);
+  const Operator& op = *frame.op;
+  const std::size_t first = op.index_is_argument ? 1 : 0;
+  return options_.written->application(op, std::span(indices_.data() + frame.first, op.num_indices - first),
+                                       first != 0 ? values_[frame.first_value] : nullptr,
+                                       arguments.subspan(first), t);
+}
+
 // Atoms.
 // -----------------------------------------------------------------------------------------------------------------------
 
-const Term* Reader::atom(const Token& token) {
+const Term* Reader::literal(const Token& token) {
   switch (token.kind) {
-    case TokenKind::symbol:
-      return symbol_value(token);
     case TokenKind::numeral:
       return numeral(token.text);
     case TokenKind::decimal:
+      decimal_ = true;
       return decimal(token.text);
     case TokenKind::hexadecimal:
     case TokenKind::binary:
@@ -409,15 +458,15 @@ Reader::TermMeaning Reader::meaning_of(const Token& name) {
   }
   if (known != nullptr && known->meaning.kind != TermMeaning::none) return known->meaning;
   const Binding* b = new_name(known);
-  if (b != nullptr && b->value != nullptr) return TermMeaning::of(b->value);
+  if (b != nullptr && b->value != nullptr) return TermMeaning::of(b->value, b->form);
   return {};
 }
 
-const Term* Reader::symbol_value(const Token& token) {
+Reader::TermMeaning Reader::symbol_value(const Token& token) {
   const TermMeaning meaning = meaning_of(token);
   switch (meaning.kind) {
     case TermMeaning::value:
-      return meaning.term;
+      return meaning;
     case TermMeaning::none:
       fail(token.start, "unknown symbol " + std::string(token.text));
     case TermMeaning::reserved:

@@ -76,22 +76,14 @@ std::optional<unsigned> decimal_places(const mpz_class& denominator) {
 void write_rational(const QNumber& value, OutputBuffer& out) {
   const bool negative = value.sign() < 0;
   if (negative) out.put("(- ");
-  const mpz_class numerator = abs(value.num());
-  const mpz_class denominator = value.den();
-  if (const auto places = decimal_places(denominator)) {
-    mpz_class scaled;
-    mpz_ui_pow_ui(scaled.get_mpz_t(), 10, *places);
-    scaled /= denominator;
-    multiply(scaled.get_mpz_t(), scaled.get_mpz_t(), numerator.get_mpz_t());
-    std::string digits = scaled.get_str();
-    if (digits.size() <= *places) digits.insert(0, *places + 1 - digits.size(), '0');
-    digits.insert(digits.size() - *places, *places == 0 ? ".0" : ".");
+  const QNumber size = negative ? -value : value;
+  if (const std::string digits = decimal_text(size); !digits.empty()) {
     out.put(digits);
   } else {
     out.put("(/ ");
-    out.put(numerator.get_str());
+    out.put(size.num().get_str());
     out.put(".0 ");
-    out.put(denominator.get_str());
+    out.put(size.den().get_str());
     out.put(".0)");
   }
   if (negative) out.put(')');
@@ -130,6 +122,21 @@ void write_float(const QNumber& bits, std::size_t ew, std::size_t mw, OutputBuff
 
 }  // namespace
 
+std::string decimal_text(const QNumber& value) {
+  const mpz_class denominator = value.den();
+  const auto places = decimal_places(denominator);
+  if (!places) return {};
+  mpz_class scaled;
+  mpz_ui_pow_ui(scaled.get_mpz_t(), 10, *places);
+  scaled /= denominator;
+  const mpz_class numerator = value.num();
+  multiply(scaled.get_mpz_t(), scaled.get_mpz_t(), numerator.get_mpz_t());
+  std::string digits = scaled.get_str();
+  if (digits.size() <= *places) digits.insert(0, *places + 1 - digits.size(), '0');
+  digits.insert(digits.size() - *places, *places == 0 ? ".0" : ".");
+  return digits;
+}
+
 void write_number(const QNumber& value, OutputBuffer& out, bool as_real) {
   if (!value.is_integer()) return write_rational(value, out);
   const bool negative = value.sign() < 0;
@@ -142,6 +149,7 @@ void write_number(const QNumber& value, OutputBuffer& out, bool as_real) {
 void write_constant(const TermManager& m, Node n, OutputBuffer& out) {
   const Term* t = n.term();
   const QNumber* value = m.get_number(t);
+  if (m.get_tag(t->symbol) == SymbolTag::OPAQUE) return out.put(t->symbol->name);  // a text, ready to print
   if (value == nullptr) {
     if (n.as_real()) out.put("(to_real ");
     write_name(out, t->symbol->name);

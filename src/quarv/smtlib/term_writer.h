@@ -63,4 +63,7 @@ void write_head(const TermManager& m, const Symbol* s, OutputBuffer& out);
 /// decimal point.
 void write_number(const QNumber& value, OutputBuffer& out, bool as_real);
 
+/// A number that is not negative as a decimal; empty when there is none of reasonable length.
+std::string decimal_text(const QNumber& value);
+
 }  // namespace quarv::smtlib

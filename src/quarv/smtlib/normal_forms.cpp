@@ -1,0 +1,374 @@
+#include <algorithm>
+#include <sstream>
+
+#include <quarv/smtlib/normal_forms.h>
+#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/term_writer.h>
+
+namespace quarv::smtlib {
+
+using forms::none;
+
+NormalForms::ClassId NormalForms::class_of(Node n) {
+  const Term* t = n.term();
+  ClassId* known;
+  if (n.as_real()) {
+    known = &real_classes_.try_emplace(t, none).first->second;
+  } else {
+    if (classes_.size() <= t->id) classes_.resize(std::max<std::size_t>(t->id + 1, m_.num_terms()), none);
+    known = &classes_[t->id];
+  }
+  if (*known == none) *known = g_.new_class(n.as_real() ? m_.rat_type : m_.type_of(t));
+  return *known;
+}
+
+NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
+  const auto [entry, is_new] = heads_.try_emplace(s, none);
+  if (is_new) {
+    std::ostringstream text;
+    OutputBuffer out(text);
+    write_head(m_, s, out);
+    out.flush();
+    const bool declared = m_.get_tag(s) == SymbolTag::UF;
+    entry->second = declared ? g_.head(s, std::move(text).str()) : g_.head(std::move(text).str());
+  }
+  return entry->second;
+}
+
+NormalForms::HeadId NormalForms::annotation_head(const Term* annotated) {
+  std::string key = "! " + std::to_string(reinterpret_cast<std::uintptr_t>(annotated->symbol));
+  for (const Term* pattern : m_.args_of(annotated).subspan(1)) key += ' ' + std::to_string(pattern->id);
+  const HeadId h = g_.annotation_head(annotated->symbol, key);
+  annotated_.try_emplace(h, annotated);
+  return h;
+}
+
+void NormalForms::form(HeadId head, Args children) {
+  const std::size_t before = g_.num_forms();
+  g_.add_to(own_, head, children);
+  if (base_.size() < g_.num_classes()) base_.resize(g_.num_classes(), none);
+  if (base_[own_] != none) return;
+  // The form may have been there; it is the last one of its class, or one to look for.
+  if (g_.num_forms() != before) {
+    base_[own_] = static_cast<forms::FormId>(before);
+    return;
+  }
+  for (forms::FormId f = g_.first_form(own_); f != none; f = g_.form(f).next) {
+    const forms::Form& known = g_.form(f);
+    const Args own = g_.children(known);
+    if (known.head != head || own.size() != children.size()) continue;
+    const bool equal = std::equal(own.begin(), own.end(), children.begin(),
+                                  [this](ClassId a, ClassId b) { return g_.find(a) == g_.find(b); });
+    if (equal) {
+      base_[own_] = f;
+      return;
+    }
+  }
+}
+
+/// The class under way is the class `c`.
+void NormalForms::same(ClassId c) {
+  g_.merge(own_, c);
+}
+
+NormalForms::ClassId NormalForms::app(std::string_view head, Args children, const DataType* sort) {
+  return g_.add(g_.head(head), children, sort);
+}
+
+NormalForms::ClassId NormalForms::child(const Term* t, std::size_t i) {
+  const Node n = node_for(m_, t->args[i], m_.argument_type(t->symbol, i));
+  const ClassId c = class_of(n);
+  add_forms(c, n);
+  return c;
+}
+
+void NormalForms::add_forms(ClassId c, Node n) {
+  const std::size_t key = 2 * n.term()->id + n.as_real();
+  if (added_.size() <= key) added_.resize(std::max<std::size_t>(key + 1, 2 * m_.num_terms()));
+  if (added_[key]) return;
+  added_[key] = true;
+  pending_.emplace_back(c, n);
+}
+
+void NormalForms::run() {
+  while (!pending_.empty()) {
+    const auto [c, n] = pending_.back();
+    pending_.pop_back();
+    own_ = c;
+    add(n);
+  }
+}
+
+void NormalForms::add(Node n) {
+  const Term* t = n.term();
+  if (m_.arity(t) == 0) return constant(n);
+  const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  if (n.as_real() && !pushes_real_down(tag)) {
+    const Node integer(t, false);
+    const ClassId c = class_of(integer);
+    add_forms(c, integer);
+    return form("to_real", {c});
+  }
+  switch (tag) {
+    case SymbolTag::NOT:
+      return negation(t);
+    case SymbolTag::AND:
+      return lattice(t, "and");
+    case SymbolTag::OR:
+      return lattice(t, "or");
+    case SymbolTag::IFF:
+      return equivalence(t, false);
+    case SymbolTag::EQ:
+      return equality(t, false);
+    case SymbolTag::LEQ:
+      return comparison(t, false);
+    case SymbolTag::PLUS:
+      return sum(n);
+    case SymbolTag::TIMES:
+      return product(n);
+    case SymbolTag::FLOOR:
+      return quotient(t);
+    case SymbolTag::INT_MOD_CONGR:
+      return congruence(t);
+    case SymbolTag::BV_ADD:
+      bit_vector_sum(t);
+      return chain(t);
+    case SymbolTag::BV_AND:
+    case SymbolTag::BV_OR:
+    case SymbolTag::BV_XOR:
+    case SymbolTag::BV_MUL:
+    case SymbolTag::BV_CONCAT:
+      return chain(t);
+    case SymbolTag::BV_NOT:
+      return bit_vector_complement(t);
+    default:
+      return plain(n);
+  }
+}
+
+/// A number, a literal, a named constant. What SMT-LIB has no literal for is written by operators.
+void NormalForms::constant(Node n) {
+  const Term* t = n.term();
+  const DataType* type = m_.type_of(t);
+  const QNumber* value = m_.get_number(t);
+  if (m_.get_tag(t->symbol) == SymbolTag::CONSTANT) values_.push_back(own_);
+  if (value != nullptr && m_.is_arithmetic_type(type)) {
+    const ClassId c = number(*value, n.as_real() || type == m_.rat_type);
+    if (base_.size() < g_.num_classes()) base_.resize(g_.num_classes(), none);
+    const ClassId own = own_;
+    same(c);
+    base_[own] = base_[g_.find(own)] = g_.first_form(c);
+    return;
+  }
+  if (n.as_real()) {
+    const Node integer(t, false);
+    const ClassId c = class_of(integer);
+    add_forms(c, integer);
+    return form("to_real", {c});
+  }
+  std::ostringstream text;
+  OutputBuffer out(text);
+  write_constant(m_, n, out);
+  out.flush();
+  std::string s = std::move(text).str();
+  if (s[0] == '#') {
+    const std::string numeral =
+        "(_ bv" + value->to_string() + ' ' + std::to_string(m_.get_width_from_type(type)) + ')';
+    if (numeral.size() < s.size()) s = numeral;
+  }
+  const bool declared = m_.get_tag(t->symbol) == SymbolTag::UF;
+  const auto cost = s.starts_with("(fp ") ? 4u : 1u;
+  form(declared ? g_.head(t->symbol, s) : g_.head(s, cost), {});
+}
+
+/// An operator with its arguments.
+void NormalForms::plain(Node n) {
+  const Term* t = n.term();
+  if (m_.is_quantifier(t->symbol) || m_.is_annotation(t->symbol)) {
+    const ClassId body = child(t, 0);
+    const bool annotated = m_.is_annotation(t->symbol);
+    return form(annotated ? annotation_head(t) : g_.head(t->symbol, t->symbol->name), Args(&body, 1));
+  }
+  std::vector<Node> children;
+  printed_children(m_, n, children);
+  std::vector<ClassId> classes;
+  for (Node c : children) {
+    classes.push_back(class_of(c));
+    add_forms(classes.back(), c);
+  }
+  form(head_of(t->symbol), classes);
+  if (m_.get_tag(t->symbol) == SymbolTag::TERM_ITE) {
+    const Term* condition = t->args[0];
+    if (condition->symbol == m_.not_symbol) form("ite", {child(condition, 0), classes[2], classes[1]});
+  }
+}
+
+// Boolean operators.
+// ------------------------------------------------------------------------------------------------------------
+
+void NormalForms::negation(const Term* t) {
+  form("not", {child(t, 0)});
+  const Term* a = t->args[0];
+  switch (m_.get_tag(a->symbol)) {
+    case SymbolTag::EQ:
+      return equality(a, true);
+    case SymbolTag::IFF:
+      return equivalence(a, true);
+    case SymbolTag::LEQ:
+      return comparison(a, true);
+    case SymbolTag::BV_ULT:
+      form("bvule", {child(a, 1), child(a, 0)});
+      return form("bvuge", {child(a, 0), child(a, 1)});
+    case SymbolTag::BV_ULE:
+      form("bvult", {child(a, 1), child(a, 0)});
+      return form("bvugt", {child(a, 0), child(a, 1)});
+    case SymbolTag::BV_SLT:
+      form("bvsle", {child(a, 1), child(a, 0)});
+      return form("bvsge", {child(a, 0), child(a, 1)});
+    case SymbolTag::BV_SLE:
+      form("bvslt", {child(a, 1), child(a, 0)});
+      return form("bvsgt", {child(a, 0), child(a, 1)});
+    default:
+      return;
+  }
+}
+
+/// Whether the user wrote the term, or it has been met as another term's part: then it may be worth a name.
+bool NormalForms::is_shared(Node n) const {
+  if (n.as_real()) return real_classes_.count(n.term()) != 0;
+  return n.term()->id < classes_.size() && classes_[n.term()->id] != none;
+}
+
+/// The leaves of a chain of one operator, in ascending order of id; of a concatenation from left to right.
+/// Links that are shared stay whole unless `through_shared`. False when there are too many.
+bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const Term*>& out) const {
+  constexpr std::size_t most_through = 24;
+  constexpr std::size_t most = 1 << 16;
+  const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  std::vector<const Term*> pending{t};
+  while (!pending.empty()) {
+    const Term* a = pending.back();
+    pending.pop_back();
+    const bool link = m_.get_tag(a->symbol) == tag && (tag == SymbolTag::BV_CONCAT || a->symbol == t->symbol);
+    if (a != t && (!link || (!through_shared && is_shared(Node(a, false))))) {
+      out.push_back(a);
+      if (out.size() > (through_shared ? most_through : most)) return false;
+      continue;
+    }
+    for (std::size_t i = m_.arity(a); i-- > 0;) pending.push_back(a->args[i]);
+  }
+  return true;
+}
+
+void NormalForms::lattice(const Term* t, std::string_view head) {
+  for (const bool through_shared : {false, true}) {
+    std::vector<const Term*> parts;
+    if (!leaves(t, through_shared, parts)) continue;
+    std::sort(parts.begin(), parts.end(), Term_lt());
+    parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
+    std::vector<ClassId> classes;
+    for (const Term* a : parts) {
+      classes.push_back(class_of(Node(a, false)));
+      add_forms(classes.back(), Node(a, false));
+    }
+    if (classes.size() == 1) {
+      same(classes[0]);
+      continue;
+    }
+    form(g_.head(head), classes);
+    if (head == "or") disjunction(parts);
+  }
+}
+
+/// "(=> p q)" for (or (not p) q), "(not (and p q))" for negations alone.
+void NormalForms::disjunction(std::span<const Term* const> parts) {
+  constexpr std::size_t most = 1000;
+  std::vector<ClassId> premises, rest;
+  for (const Term* a : parts) {
+    if (a->symbol == m_.not_symbol) {
+      premises.push_back(child(a, 0));
+    } else {
+      rest.push_back(class_of(Node(a, false)));
+    }
+  }
+  if (premises.empty() || premises.size() > most) return;
+  if (rest.empty()) return form("not", {app("and", premises, bool_sort())});
+  const ClassId conclusion = rest.size() == 1 ? rest[0] : app("or", rest, bool_sort());
+  const ClassId premise = premises.size() == 1 ? premises[0] : app("and", premises, bool_sort());
+  form("=>", {premise, conclusion});
+}
+
+/// Equivalence or its negation; a negated operand turns the one into the other.
+void NormalForms::equivalence(const Term* t, bool negated) {
+  const auto same_value = [this](ClassId a, ClassId b, bool yes) {
+    if (yes) return form("=", {a, b});
+    form("xor", {a, b});
+    form("distinct", {a, b});
+  };
+  const Term* a = t->args[0];
+  const Term* b = t->args[1];
+  same_value(child(t, 0), child(t, 1), !negated);
+  const bool not_a = a->symbol == m_.not_symbol;
+  const bool not_b = b->symbol == m_.not_symbol;
+  if (!not_a && !not_b) return;
+  const ClassId left = not_a ? child(a, 0) : child(t, 0);
+  const ClassId right = not_b ? child(b, 0) : child(t, 1);
+  same_value(left, right, negated == (not_a != not_b));
+}
+
+void NormalForms::equality(const Term* t, bool negated) {
+  if (m_.is_arithmetic_type(m_.type_of(t->args[0]))) return comparison(t, negated);
+  form(negated ? "distinct" : "=", {child(t, 0), child(t, 1)});
+}
+
+// Bit-vectors.
+// ---------------------------------------------------------------------------------------------------------------
+
+/// A chain of an associative operator: as it is nested, and with all its parts in one list.
+void NormalForms::chain(const Term* t) {
+  const HeadId head = head_of(t->symbol);
+  const ClassId pair[] = {child(t, 0), child(t, 1)};
+  form(head, pair);
+  for (const bool through_shared : {false, true}) {
+    std::vector<const Term*> parts;
+    if (!leaves(t, through_shared, parts) || parts.size() <= 2) continue;
+    const SymbolTag::tag tag = m_.get_tag(t->symbol);
+    if (tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR) {
+      std::sort(parts.begin(), parts.end(), Term_lt());
+      parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
+    }
+    std::vector<ClassId> classes;
+    for (const Term* a : parts) {
+      classes.push_back(class_of(Node(a, false)));
+      add_forms(classes.back(), Node(a, false));
+    }
+    if (classes.size() == 1) {
+      same(classes[0]);
+    } else {
+      form(head, classes);
+    }
+  }
+}
+
+/// "(bvsub x y)" for x + (bvneg y).
+void NormalForms::bit_vector_sum(const Term* t) {
+  for (std::size_t i = 0; i < 2; ++i) {
+    const Term* a = t->args[i];
+    if (m_.get_tag(a->symbol) != SymbolTag::BV_NEG) continue;
+    const ClassId minuend = child(t, 1 - i);
+    form("bvsub", {minuend, child(a, 0)});
+  }
+}
+
+void NormalForms::bit_vector_complement(const Term* t) {
+  form("bvnot", {child(t, 0)});
+  const Term* a = t->args[0];
+  const SymbolTag::tag tag = m_.get_tag(a->symbol);
+  const char* head = tag == SymbolTag::BV_AND   ? "bvnand"
+                     : tag == SymbolTag::BV_OR  ? "bvnor"
+                     : tag == SymbolTag::BV_XOR ? "bvxnor"
+                                                : nullptr;
+  if (head != nullptr) form(head, {child(a, 0), child(a, 1)});
+}
+
+}  // namespace quarv::smtlib

@@ -1,0 +1,120 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <quarv/forms/form_graph.h>
+#include <quarv/smtlib/printed_node.h>
+#include <quarv/util/large_pages.h>
+
+namespace quarv::smtlib {
+
+/// The classes of terms, and the ways in which SMT-LIB can write what the layer has made of them.
+///
+/// The layer knows few operators; people know more. `not (y <= x)` can be written `(< x y)`, `x + -1*y` as
+/// `(- x y)`, `0 <= 3 + x + -1*y` as `(<= y (+ x 3))`. Each of these is a form of the term's class.
+class NormalForms {
+ public:
+  using ClassId = forms::ClassId;
+  using HeadId = forms::HeadId;
+
+  NormalForms(TermManager& manager, forms::FormGraph& graph) : m_(manager), g_(graph) {}
+
+  /// The logic is one of differences: no sums of variables may be written.
+  void set_difference_logic(bool yes) noexcept { difference_logic_ = yes; }
+
+  /// The class of a term as its place needs it.
+  ClassId class_of(Node n);
+
+  /// Writes down all forms of the terms asked for with `class_of`, and of all that they consist of.
+  void add_forms(ClassId c, Node n);
+  void run();
+
+  /// By class: the form that the normal form itself is printed as.
+  forms::FormId base(ClassId c) const noexcept { return c < base_.size() ? base_[c] : forms::none; }
+
+  /// The head of an interpreted operator or a declared function.
+  HeadId head_of(const Symbol* s);
+
+  /// The classes of numbers, literals, truth values and other values.
+  const std::vector<ClassId>& values() const noexcept { return values_; }
+
+  /// The head of an annotated term: its attributes, with the terms of its patterns.
+  HeadId annotation_head(const Term* annotated);
+  /// A term with that head.
+  const Term* annotated_by(HeadId head) const { return annotated_.at(head); }
+
+ private:
+  struct Item {  // of a linear combination
+    QNumber coefficient;
+    Node monomial;
+  };
+  struct Sum {
+    std::vector<Item> items;
+    QNumber constant;
+    bool real = false;
+  };
+  using Args = std::span<const ClassId>;
+
+  // Building forms of the class under way.
+  void form(HeadId head, Args children);
+  void form(std::string_view head, std::initializer_list<ClassId> children) {
+    form(g_.head(head), Args(children.begin(), children.size()));
+  }
+  void same(ClassId c);
+  ClassId app(std::string_view head, Args children, const DataType* sort);
+  ClassId app(std::string_view head, std::initializer_list<ClassId> children, const DataType* sort) {
+    return app(head, Args(children.begin(), children.size()), sort);
+  }
+  ClassId leaf(std::string_view text, const DataType* sort) { return g_.add(g_.head(text), {}, sort); }
+  ClassId child(const Term* t, std::size_t i);
+  const DataType* bool_sort() const { return m_.bool_type; }
+
+  void add(Node n);
+  void constant(Node n);
+  void plain(Node n);
+  void negation(const Term* t);
+  void lattice(const Term* t, std::string_view head);
+  void disjunction(std::span<const Term* const> parts);
+  void equivalence(const Term* t, bool negated);
+  void equality(const Term* t, bool negated);
+  void chain(const Term* t);
+  void bit_vector_sum(const Term* t);
+  void bit_vector_complement(const Term* t);
+
+  // normal_forms_arith.cpp
+  ClassId number(const QNumber& value, bool real);
+  ClassId multiple(const QNumber& positive, ClassId monomial, bool real);
+  ClassId total(std::span<const ClassId> parts, bool real);
+  bool collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const;
+  static void settle(Sum& sum);
+  void sum(Node n);
+  void product(Node n);
+  void quotient(const Term* t);
+  void congruence(const Term* t);
+  void comparison(const Term* t, bool negated);
+  void atom(const Sum& sum, SymbolTag::tag tag, bool negated);
+  void relation(SymbolTag::tag tag, bool negated, bool strict, ClassId left, ClassId right);
+
+  bool is_shared(Node n) const;
+  bool leaves(const Term* t, bool through_shared, std::vector<const Term*>& out) const;
+
+  TermManager& m_;
+  forms::FormGraph& g_;
+  bool difference_logic_ = false;
+  LargeVector<ClassId> classes_;  // by term id
+  std::unordered_map<const Term*, ClassId> real_classes_;
+  std::vector<forms::FormId> base_;
+  std::unordered_map<const Symbol*, HeadId> heads_;
+  std::unordered_map<HeadId, const Term*> annotated_;
+  std::vector<std::pair<ClassId, Node>> pending_;
+  std::vector<ClassId> values_;
+  std::vector<bool> added_;  // by 2 * term id + as_real
+  ClassId own_ = forms::none;
+};
+
+}  // namespace quarv::smtlib

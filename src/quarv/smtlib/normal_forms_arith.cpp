@@ -1,0 +1,291 @@
+#include <algorithm>
+
+#include <quarv/smtlib/normal_forms.h>
+#include <quarv/smtlib/term_writer.h>
+
+// Linear arithmetic: a sum has its negative parts subtracted, a comparison has them on its other side.
+
+namespace quarv::smtlib {
+
+namespace {
+
+std::string natural(const mpz_class& value, bool real) {
+  return value.get_str() + (real ? ".0" : "");
+}
+
+}  // namespace
+
+/// A numeral or decimal; "(- n)" and "(/ p q)" where SMT-LIB has no literal.
+NormalForms::ClassId NormalForms::number(const QNumber& value, bool real) {
+  const DataType* sort = real ? m_.rat_type : m_.int_type;
+  if (value.sign() < 0) return app("-", {number(-value, real)}, sort);
+  if (value.is_integer()) return leaf(natural(value.num(), real), sort);
+  const std::string text = decimal_text(value);
+  if (!text.empty()) return leaf(text, sort);
+  return app("/", {leaf(natural(value.num(), true), sort), leaf(natural(value.den(), true), sort)}, sort);
+}
+
+/// "(* 3 x)", "(/ x 3.0)", "x".
+NormalForms::ClassId NormalForms::multiple(const QNumber& positive, ClassId monomial, bool real) {
+  const DataType* sort = real ? m_.rat_type : m_.int_type;
+  if (positive == QNumber(1)) return monomial;
+  if (real && positive.num() == 1)
+    return app("/", {monomial, leaf(natural(positive.den(), true), sort)}, sort);
+  return app("*", {number(positive, real), monomial}, sort);
+}
+
+NormalForms::ClassId NormalForms::total(std::span<const ClassId> parts, bool real) {
+  if (parts.empty()) return number(QNumber(), real);
+  return parts.size() == 1 ? parts[0] : app("+", parts, real ? m_.rat_type : m_.int_type);
+}
+
+/// Adds `factor` times the term to a sum. Links of a chain that are shared stay whole unless
+/// `through_shared`. False when there are too many parts.
+bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const {
+  constexpr std::size_t most_through = 24;
+  constexpr std::size_t most = 1 << 16;
+  struct Part {
+    QNumber factor;
+    Node node;
+    bool whole;
+  };
+  std::vector<Part> pending{{factor, n, false}};
+  while (!pending.empty()) {
+    const Part part = std::move(pending.back());
+    pending.pop_back();
+    const Term* t = part.node.term();
+    if (const QNumber* value = m_.get_number(t)) {
+      sum.constant += *value * part.factor;
+      continue;
+    }
+    const bool split = !part.whole || through_shared || !is_shared(part.node);
+    const SymbolTag::tag tag = m_.get_tag(t->symbol);
+    if (split && tag == SymbolTag::PLUS) {
+      for (std::size_t i = m_.arity(t); i-- > 0;) {
+        const DataType* wanted = part.node.as_real() ? m_.rat_type : m_.argument_type(t->symbol, i);
+        pending.push_back({part.factor, node_for(m_, t->args[i], wanted), true});
+      }
+    } else if (is_multiple(m_, t)) {
+      const DataType* wanted = part.node.as_real() ? m_.rat_type : m_.argument_type(t->symbol, 1);
+      pending.push_back({part.factor * *m_.get_number(t->args[0]), node_for(m_, t->args[1], wanted), true});
+    } else {
+      sum.items.push_back({part.factor, part.node});
+      if (sum.items.size() > (through_shared ? most_through : most)) return false;
+    }
+  }
+  return true;
+}
+
+/// Equal monomials together, in the order of the normal form.
+void NormalForms::settle(Sum& sum) {
+  auto& items = sum.items;
+  std::stable_sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
+    return a.monomial.term()->id < b.monomial.term()->id;
+  });
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    if (kept != 0 && items[kept - 1].monomial == items[i].monomial) {
+      items[kept - 1].coefficient += items[i].coefficient;
+    } else {
+      if (kept != i) items[kept] = std::move(items[i]);
+      ++kept;
+    }
+  }
+  items.resize(kept);
+  std::erase_if(items, [](const Item& item) { return item.coefficient.is_zero(); });
+}
+
+void NormalForms::sum(Node n) {
+  const bool real = n.as_real() || m_.type_of(n.term()) == m_.rat_type;
+  const DataType* sort = real ? m_.rat_type : m_.int_type;
+  for (const bool through_shared : {false, true}) {
+    Sum all;
+    if (!collect(n, QNumber(1), all, through_shared)) continue;
+    settle(all);
+    std::vector<ClassId> plus, minus, flat;
+    for (const Item& item : all.items) {
+      const ClassId c = class_of(item.monomial);
+      add_forms(c, item.monomial);
+      const bool negative = item.coefficient.sign() < 0;
+      const ClassId part = multiple(negative ? -item.coefficient : item.coefficient, c, real);
+      (negative ? minus : plus).push_back(part);
+      flat.push_back(!negative                         ? part
+                     : item.coefficient == QNumber(-1) ? app("-", {c}, sort)
+                                                       : app("*", {number(item.coefficient, real), c}, sort));
+    }
+    if (!all.constant.is_zero()) {
+      const bool negative = all.constant.sign() < 0;
+      (negative ? minus : plus).push_back(number(negative ? -all.constant : all.constant, real));
+      flat.push_back(number(all.constant, real));
+    }
+    if (flat.size() < 2) continue;
+    if (minus.empty()) {
+      form(g_.head("+"), plus);
+      continue;
+    }
+    if (plus.empty()) {
+      form("-", {total(minus, real)});
+    } else {
+      form("-", {total(plus, real), total(minus, real)});
+    }
+    form(g_.head("+"), flat);
+  }
+}
+
+void NormalForms::product(Node n) {
+  const Term* t = n.term();
+  const bool real = n.as_real() || m_.type_of(t) == m_.rat_type;
+  const DataType* wanted = n.as_real() ? m_.rat_type : nullptr;
+  const auto operand = [&](std::size_t i) {
+    const Node a = node_for(m_, t->args[i], wanted != nullptr ? wanted : m_.argument_type(t->symbol, i));
+    const ClassId c = class_of(a);
+    add_forms(c, a);
+    return c;
+  };
+  if (const QNumber* factor = m_.get_number(t->args[0])) {
+    const ClassId c = operand(1);
+    const ClassId own = own_;
+    if (*factor == QNumber(-1)) return form("-", {c});
+    form("*", {number(*factor, real), c});
+    own_ = own;
+    if (real && factor->num() == 1) form("/", {c, number(QNumber(factor->den(), mpz_class(1)), real)});
+    if (factor->sign() < 0) form("-", {multiple(-*factor, c, real)});
+    return;
+  }
+  form("*", {operand(0), operand(1)});
+  if (n.as_real()) return;
+  for (const bool through_shared : {false, true}) {
+    std::vector<const Term*> parts;
+    if (!leaves(t, through_shared, parts) || parts.size() <= 2) continue;
+    std::vector<ClassId> classes;
+    for (const Term* a : parts) {
+      const Node part = node_for(m_, a, real ? m_.rat_type : m_.int_type);
+      classes.push_back(class_of(part));
+      add_forms(classes.back(), part);
+    }
+    form(g_.head("*"), classes);
+  }
+}
+
+/// "(div (+ (* 2 x) y 1) 3)".
+void NormalForms::quotient(const Term* t) {
+  IntegerQuotient q;
+  if (as_integer_quotient(m_, t, q)) {
+    std::vector<ClassId> parts;
+    for (const auto& s : q.summands) {
+      if (s.monomial == nullptr) {
+        parts.push_back(number(s.coefficient, false));
+        continue;
+      }
+      const Node monomial(s.monomial, false);
+      const ClassId c = class_of(monomial);
+      add_forms(c, monomial);
+      const bool negative = s.coefficient.sign() < 0;
+      parts.push_back(negative && s.coefficient == QNumber(-1) ? app("-", {c}, m_.int_type)
+                      : negative ? app("*", {number(s.coefficient, false), c}, m_.int_type)
+                                 : multiple(s.coefficient, c, false));
+    }
+    return form("div", {total(parts, false), number(q.divisor, false)});
+  }
+  form("to_int", {child(t, 0)});
+}
+
+/// "(= (mod a n) r)": every solver knows it. A remainder that is no numeral goes to the other side.
+void NormalForms::congruence(const Term* t) {
+  QNumber modulus, quotient, remainder;
+  m_.is_int_modular_congruence(t->symbol, &modulus);
+  ClassId dividend = child(t, 0);
+  if (const QNumber* value = m_.get_number(t->args[1])) {
+    value->divmod(modulus, quotient, remainder);
+    if (remainder.sign() < 0) remainder += modulus;
+  } else {
+    dividend = app("-", {dividend, child(t, 1)}, m_.int_type);
+  }
+  const ClassId rest = app("mod", {dividend, number(modulus, false)}, m_.int_type);
+  form("=", {rest, number(remainder, false)});
+}
+
+// Comparisons.
+// ---------------------------------------------------------------------------------------------------------------
+
+/// left <= right, left = right, or the negation of it; `strict` for left < right where that is the same.
+void NormalForms::relation(SymbolTag::tag tag, bool negated, bool strict, ClassId left, ClassId right) {
+  if (tag == SymbolTag::EQ) {
+    return form(negated ? "distinct" : "=", {left, right});
+  }
+  // not (l <= r) is r < l, not (l < r) is r <= l.
+  const char* upwards = strict != negated ? "<" : "<=";
+  const char* downwards = strict != negated ? ">" : ">=";
+  if (negated) std::swap(left, right);
+  form(upwards, {left, right});
+  form(downwards, {right, left});
+}
+
+void NormalForms::comparison(const Term* t, bool negated) {
+  const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  relation(tag, negated, false, child(t, 0), child(t, 1));
+  for (const bool through_shared : {false, true}) {
+    // right - left, compared with 0.
+    Sum all;
+    const Node left = node_for(m_, t->args[0], m_.argument_type(t->symbol, 0));
+    const Node right = node_for(m_, t->args[1], m_.argument_type(t->symbol, 1));
+    all.real = left.as_real() || right.as_real() || m_.type_of(left.term()) == m_.rat_type ||
+               m_.type_of(right.term()) == m_.rat_type;
+    if (!collect(left, QNumber(-1), all, through_shared) ||
+        !collect(right, QNumber(1), all, through_shared)) {
+      continue;
+    }
+    settle(all);
+    atom(all, tag, negated);
+  }
+}
+
+/// The forms of 0 <= sum, 0 = sum.
+void NormalForms::atom(const Sum& sum, SymbolTag::tag tag, bool negated) {
+  const bool real = sum.real;
+  std::vector<ClassId> left, right;  // left <= right
+  std::size_t num_multiples = 0;
+  for (const Item& item : sum.items) {
+    const ClassId c = class_of(item.monomial);
+    add_forms(c, item.monomial);
+    const bool negative = item.coefficient.sign() < 0;
+    const ClassId part = multiple(negative ? -item.coefficient : item.coefficient, c, real);
+    if (part != c) ++num_multiples;
+    (negative ? left : right).push_back(part);
+  }
+  const QNumber& k = sum.constant;
+  const bool difference = left.size() == 1 && right.size() == 1 && num_multiples == 0;
+  const DataType* sort = real ? m_.rat_type : m_.int_type;
+  if (difference) {
+    // x - y <= c
+    relation(tag, negated, false, app("-", {left[0], right[0]}, sort), number(k, real));
+    relation(tag, negated, false, number(-k, real), app("-", {right[0], left[0]}, sort));
+  }
+  if (k.is_zero()) {
+    if (!difference_logic_ || difference)
+      relation(tag, negated, false, total(left, real), total(right, real));
+    return;
+  }
+  if (difference_logic_) return;
+  if (left.empty() || right.empty()) {
+    // A sum compared with a numeral.
+    if (left.empty()) relation(tag, negated, false, number(-k, real), total(right, real));
+    if (right.empty()) relation(tag, negated, false, total(left, real), number(k, real));
+  }
+  const bool on_left = k.sign() < 0;
+  const QNumber size = on_left ? -k : k;
+  std::vector<ClassId> with_constant = on_left ? left : right;
+  with_constant.push_back(number(size, real));
+  const ClassId more = total(with_constant, real);
+  if (on_left) {
+    relation(tag, negated, false, more, total(right, real));
+  } else {
+    relation(tag, negated, false, total(left, real), more);
+  }
+  // l + 1 <= r over the integers is l < r.
+  if (!real && tag == SymbolTag::LEQ && on_left && size == QNumber(1)) {
+    relation(tag, negated, true, total(left, real), total(right, real));
+  }
+}
+
+}  // namespace quarv::smtlib

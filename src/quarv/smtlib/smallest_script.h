@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+
+#include <quarv/smtlib/script.h>
+#include <quarv/smtlib/written_forms.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv::smtlib {
+
+/// A script whose terms are texts only: each operator is an uninterpreted symbol with the operator's text for
+/// a name, so that printing them gives just what was chosen.
+struct ChosenScript {
+  std::unique_ptr<TermManager> manager;
+  Script script;
+  forms::Size size;
+  forms::Size as_written;  ///< of the script as it was written
+};
+
+/// The commands of `script` with each term in the form in which the whole is smallest. `normalized` gives
+/// what the rules make of a term. Null where no choice can be made.
+std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms& written,
+                                              const Script& script,
+                                              const std::function<const Term*(const Term*)>& normalized);
+
+}  // namespace quarv::smtlib

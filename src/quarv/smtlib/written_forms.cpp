@@ -1,0 +1,113 @@
+#include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/written_forms.h>
+
+namespace quarv::smtlib {
+
+WrittenForms::ClassId WrittenForms::leaf(const Term* t, bool decimal) {
+  const Node n(t, decimal && m_.type_of(t) == m_.int_type);
+  const ClassId c = normal_.class_of(n);
+  if (graph_.first_form(c) == forms::none) {
+    normal_.add_forms(c, n);
+    normal_.run();
+  }
+  return c;
+}
+
+WrittenForms::ClassId WrittenForms::add(forms::HeadId head, Arguments arguments, Node n) {
+  const std::size_t before = graph_.num_classes();
+  const ClassId c = normal_.class_of(n);
+  if (graph_.num_classes() != before && m_.simplifier() != nullptr) met_.emplace_back(c, n);
+  graph_.add_to(c, head, arguments);
+  return c;
+}
+
+WrittenForms::ClassId WrittenForms::application(const Symbol* head, Arguments arguments, const Term* t) {
+  const forms::HeadId h = m_.is_annotation(head)   ? normal_.annotation_head(t)
+                          : m_.is_quantifier(head) ? graph_.head(head, head->name)
+                                                   : normal_.head_of(head);
+  const bool real = head->get_output_type() == m_.rat_type && m_.type_of(t) == m_.int_type;
+  return add(h, arguments, Node(t, real));
+}
+
+WrittenForms::OperatorHead WrittenForms::head_of(const Operator& op, std::span<const std::size_t> indices,
+                                                 const Term* index) {
+  const bool indexed = !indices.empty() || index != nullptr;
+  if (!indexed) {
+    if (const auto known = operator_heads_.find(&op); known != operator_heads_.end()) return known->second;
+  }
+  OperatorHead head;
+  if (op.name == "/" || op.name == "to_real") head.real = Real::always;
+  if (op.name == "+" || op.name == "-" || op.name == "*" || op.name == "ite") head.real = Real::as_arguments;
+  if (op.name == "select") head.real = Real::as_element;
+  if (!indexed) {
+    head.head = graph_.head(op.name);
+    operator_heads_.emplace(&op, head);
+    return head;
+  }
+  std::string text = "(_ ";
+  text += op.name;
+  for (std::size_t i : indices) text += ' ' + std::to_string(i);
+  if (index != nullptr) text += ' ' + m_.get_number(index)->to_string();
+  head.head = graph_.head(text + ')');
+  return head;
+}
+
+WrittenForms::ClassId WrittenForms::application(const Operator& op, std::span<const std::size_t> indices,
+                                                const Term* index, Arguments arguments, const Term* t) {
+  const OperatorHead head = head_of(op, indices, index);
+  bool real = false;
+  if (m_.type_of(t) == m_.int_type && head.real != Real::never) {
+    real = head.real == Real::always;
+    if (head.real == Real::as_arguments) {
+      for (ClassId c : arguments) real = real || graph_.sort(c) == m_.rat_type;
+    }
+    if (head.real == Real::as_element) real = graph_.sort(arguments[0])->get_component(2) == m_.rat_type;
+  }
+  return add(head.head, arguments, Node(t, real));
+}
+
+WrittenForms::ClassId WrittenForms::root(ClassId form, const Term* t, const DataType* sort) {
+  const Node n = node_for(m_, t, sort);
+  const ClassId c = normal_.class_of(n);
+  if (form == forms::none) return c;
+  if (graph_.sort(form) == graph_.sort(c)) {
+    graph_.merge(form, c);
+  } else {
+    graph_.add_to(c, graph_.head("to_real"), Arguments(&form, 1));
+  }
+  return c;
+}
+
+namespace {
+
+/// A name such as the printer gives to what has none: question marks and a number.
+bool is_printers(std::string_view name) {
+  const std::size_t marks = std::min(name.find_first_not_of('?'), name.size());
+  return marks != 0 && marks != name.size() &&
+         name.find_first_not_of("0123456789", marks) == std::string_view::npos;
+}
+
+}  // namespace
+
+std::unordered_map<WrittenForms::ClassId, std::string> WrittenForms::let_names() const {
+  std::unordered_map<std::string_view, ClassId> owners;
+  const auto claim = [&](std::string_view name, ClassId c) {
+    const auto [entry, is_new] = owners.try_emplace(name, c);
+    if (!is_new && entry->second != c) entry->second = forms::none;
+  };
+  for (const auto& [c, name] : let_names_) claim(name, graph_.find(c));
+  for (forms::HeadId h = 0; h < graph_.num_heads(); ++h) {
+    const forms::Head& head = graph_.head_at(h);
+    claim(head.symbol != nullptr ? std::string_view(head.symbol->name) : std::string_view(head.text),
+          forms::none);
+  }
+  std::unordered_map<ClassId, std::string> names;
+  for (const auto& [c, name] : let_names_) {
+    const ClassId owner = owners.at(name);
+    if (owner != forms::none && !is_printers(name)) names.try_emplace(owner, Reader::quoted(name));
+  }
+  return names;
+}
+
+}  // namespace quarv::smtlib

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include <quarv/forms/choice.h>
+#include <quarv/forms/form_graph.h>
+#include <quarv/smtlib/normal_forms.h>
+#include <quarv/smtlib/script.h>
+
+namespace quarv::smtlib {
+
+struct Operator;
+
+/// How the terms of a script were written: told by the reader while it builds them.
+class WrittenForms {
+ public:
+  using ClassId = forms::ClassId;
+  using Arguments = std::span<const ClassId>;
+
+  explicit WrittenForms(TermManager& manager) : m_(manager), normal_(manager, graph_) {}
+
+  forms::FormGraph& graph() noexcept { return graph_; }
+  NormalForms& normal() noexcept { return normal_; }
+
+  /// A name or a literal; `decimal` for one with a decimal point.
+  ClassId leaf(const Term* t, bool decimal);
+  /// A function, quantifier or annotation over what has been written before, which is the term `t`.
+  ClassId application(const Symbol* head, Arguments arguments, const Term* t);
+  /// An operator of a theory; `index` is that of an operator whose index is an argument, else null.
+  ClassId application(const Operator& op, std::span<const std::size_t> indices, const Term* index,
+                      Arguments arguments, const Term* t);
+  /// A command's term, which was written as `form` and has become `t`, at a place that demands `sort`.
+  ClassId root(ClassId form, const Term* t, const DataType* sort);
+
+  /// The user calls this class by a name of a `let`.
+  void let_name(ClassId form, std::string_view name) { let_names_.emplace_back(form, name); }
+  /// Names that the user gave by `let`, each to one class and to nothing else: by class.
+  std::unordered_map<ClassId, std::string> let_names() const;
+  /// The command with this number declares a symbol.
+  void declared(const Symbol* symbol, std::size_t command) {
+    declared_[symbol] = static_cast<std::uint32_t>(command);
+  }
+  const std::unordered_map<const Symbol*, std::uint32_t>& declarations() const noexcept { return declared_; }
+
+  /// How many terms have been met; `forget_since` such a number: what has been met later will not be
+  /// simplified.
+  std::size_t num_met() const noexcept { return met_.size(); }
+  void forget_since(std::size_t num_met) { met_.resize(std::min(num_met, met_.size())); }
+
+  /// The terms that were built for what was written, as they were before rules.
+  const std::vector<std::pair<ClassId, Node>>& met() const noexcept { return met_; }
+
+ private:
+  /// When a term of sort Int stands for a Real.
+  enum class Real : std::uint8_t { never, always, as_arguments, as_element };
+  struct OperatorHead {
+    forms::HeadId head = forms::none;
+    Real real = Real::never;
+  };
+  OperatorHead head_of(const Operator& op, std::span<const std::size_t> indices, const Term* index);
+  ClassId add(forms::HeadId head, Arguments arguments, Node n);
+
+  TermManager& m_;
+  forms::FormGraph graph_;
+  NormalForms normal_;
+  std::unordered_map<const Operator*, OperatorHead> operator_heads_;
+  std::unordered_map<const Symbol*, std::uint32_t> declared_;
+  std::vector<std::pair<ClassId, Node>> met_;
+  std::vector<std::pair<ClassId, std::string_view>> let_names_;
+};
+
+}  // namespace quarv::smtlib

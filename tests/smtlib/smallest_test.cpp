@@ -1,0 +1,197 @@
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <quarv/forms/choice.h>
+#include <quarv/forms/class_order.h>
+#include <quarv/smtlib/simplify_script.h>
+
+namespace quarv::smtlib {
+namespace {
+
+std::string smallest(const std::string& text) {
+  SimplifyOptions options;
+  options.smallest = true;
+  std::ostringstream out;
+  simplify_script(text, "in.smt2", out, options);
+  return out.str();
+}
+
+const std::string declarations =
+    "(declare-const p Bool)\n(declare-const q Bool)\n(declare-const r Bool)\n"
+    "(declare-const i Int)\n(declare-const j Int)\n(declare-const k Int)\n"
+    "(declare-const a Real)\n(declare-const b Real)\n"
+    "(declare-const x (_ BitVec 8))\n(declare-const y (_ BitVec 8))\n(declare-const f Float32)\n";
+
+/// What the assertion of a formula becomes.
+std::string becomes(const std::string& formula) {
+  const std::string out = smallest(declarations + "(assert " + formula + ")\n");
+  const std::size_t from = out.rfind("(assert ");
+  return out.substr(from + 8, out.size() - from - 10);
+}
+
+TEST(Smallest, KeepsTheUsersWords) {
+  for (const char* formula : {"(< i j)",
+                              "(> i j)",
+                              "(>= i j)",
+                              "(<= (- i j) 3)",
+                              "(= (+ i j) 3)",
+                              "(distinct i j)",
+                              "(=> p q)",
+                              "(xor p q)",
+                              "(distinct p q)",
+                              "(bvuge x y)",
+                              "(bvsgt x y)",
+                              "(= (bvsub x y) #x05)",
+                              "(= x (bvnand x y))",
+                              "(= (mod i 5) 2)",
+                              "(<= a (+ b 3.5))",
+                              "(= a (/ b 3.0))",
+                              "(= i (- j))",
+                              "(not (and p q))",
+                              "(ite p (= i j) (< i j))",
+                              "(fp.gt f (_ +zero 8 24))",
+                              "(let ((area (+ (* i j) (* j k) 100))) (< area (* area area)))"}) {
+    const std::string result = becomes(formula);
+    if (std::string(formula).starts_with("(let")) {
+      EXPECT_NE(result.find("(let ((area "), std::string::npos) << result;
+    } else {
+      EXPECT_EQ(result, formula);
+    }
+  }
+}
+
+TEST(Smallest, WritesWhatIsSmaller) {
+  EXPECT_EQ(becomes("(not (<= i j))"), "(< j i)");
+  EXPECT_EQ(becomes("(not (= i j))"), "(distinct i j)");
+  EXPECT_EQ(becomes("(or (not p) q)"), "(=> p q)");
+  EXPECT_EQ(becomes("(or (not p) (not q))"), "(not (and p q))");
+  EXPECT_EQ(becomes("(not (= (not p) (not q)))"), "(xor p q)");
+  EXPECT_EQ(becomes("(= (not p) q)"), "(xor q p)");
+  EXPECT_EQ(becomes("(not (bvult x y))"), "(bvule y x)");
+  EXPECT_EQ(becomes("(= x (bvadd y (bvneg x)))"), "(= x (bvsub y x))");
+  EXPECT_EQ(becomes("(= (bvand x (bvand y x)) #x01)"), "(= (bvand x y) #x01)");
+  EXPECT_EQ(becomes("(and p (and q (and p r)))"), "(and p q r)");
+  EXPECT_EQ(becomes("(<= (+ i (* (- 1) j)) 0)"), "(<= i j)");
+}
+
+TEST(Smallest, FoldsAndDecides) {
+  EXPECT_EQ(becomes("(= (+ i 1) (+ 1 i))"), "true");
+  EXPECT_EQ(becomes("(and p (not p))"), "false");
+  EXPECT_EQ(becomes("(= (bvadd #x01 #x02) x)"), "(= #x03 x)");
+  EXPECT_EQ(becomes("(= x (_ bv3 8))"), "(= x #x03)");
+  // The values of definitions are as short as a name.
+  EXPECT_NE(
+      smallest(
+          "(define-fun u () Float64 (_ NaN 11 53))(define-fun v () Float64 (_ -oo 11 53))(assert (= u v))")
+          .find("(assert false)"),
+      std::string::npos);
+}
+
+TEST(Smallest, KeepsSortsAndDefinitionsByName) {
+  const std::string text =
+      "(define-sort Byte () (_ BitVec 8))\n(declare-const i Int)\n(define-fun next () Int (+ i 1))\n"
+      "(define-fun half () Float32 (fp #b0 #x7e #b00000000000000000000000))\n(assert (< next (* next "
+      "next)))\n";
+  EXPECT_EQ(smallest(text), text);
+}
+
+TEST(Smallest, WritesNothingOutOfScope) {
+  // Both become what the other one's symbols have vanished from.
+  const std::string text =
+      "(declare-const i Int)(push 1)(declare-const j Int)(assert (< (+ i (- j j)) 0))(pop 1)"
+      "(assert (or (< i 0) (exists ((k Int)) (< (+ i (- k k)) 0))))";
+  const std::string out = smallest(text);
+  EXPECT_EQ(out.find("(- "), std::string::npos) << out;
+  EXPECT_EQ(smallest(out), out);
+  const std::string quantified =
+      "(declare-fun g (Int) Int)\n(assert (forall ((n Int)) (! (=> (> n 0) (= (g (g n)) n)) :pattern ((g (g "
+      "n))))))\n";
+  EXPECT_EQ(smallest(quantified), quantified);
+}
+
+TEST(Smallest, IsAFixedPointOfRealScripts) {
+  const std::filesystem::path corpus = QUARV_SOURCE_DIR "/../shared/corpus";
+  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no scripts in " << corpus;
+  std::size_t before = 0, after = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus)) {
+    const std::filesystem::path& path = entry.path();
+    if (path.extension() != ".smt2" || path.string().find("malformed") != std::string::npos) continue;
+    if (entry.file_size() > 20000) continue;
+    std::ifstream file(path);
+    const std::string text(std::istreambuf_iterator<char>(file), {});
+    const std::string out = smallest(text);
+    EXPECT_EQ(smallest(out), out) << path;
+    before += text.size();
+    after += out.size();
+  }
+  EXPECT_LT(after, before);
+}
+
+// Forms and their choice.
+// -----------------------------------------------------------------------------------------------------------
+
+using forms::ClassId;
+using forms::FormGraph;
+using forms::none;
+
+class Forms : public ::testing::Test {
+ protected:
+  ClassId add(const char* head, std::vector<ClassId> children = {}) {
+    return graph_.add(graph_.head(head), children, nullptr);
+  }
+  std::uint64_t cost(std::vector<ClassId> roots, forms::FormId num_written) {
+    const std::vector<forms::FormId> base(graph_.num_classes(), none);
+    const std::vector<std::uint8_t> values(graph_.num_classes());
+    const std::vector<forms::Scope> scopes(graph_.num_heads());
+    return forms::choose({graph_, roots, base, values, scopes, num_written}).size.terms;
+  }
+  FormGraph graph_;
+};
+
+TEST_F(Forms, AreKeptOnce) {
+  const ClassId x = add("x");
+  EXPECT_EQ(add("x"), x);
+  EXPECT_NE(add("y"), x);
+  EXPECT_EQ(add("g", {x}), add("g", {x}));
+  EXPECT_NE(add("g", {x}), add("g", {x, x}));
+}
+
+TEST_F(Forms, OfEqualClassesBecomeEqual) {
+  const ClassId x = add("x"), y = add("y");
+  const ClassId gx = add("g", {x}), gy = add("g", {y});
+  const ClassId ggx = add("g", {gx}), ggy = add("g", {gy});
+  graph_.merge(x, y);
+  EXPECT_NE(graph_.find(ggx), graph_.find(ggy));
+  graph_.close();
+  EXPECT_EQ(graph_.find(gx), graph_.find(gy));
+  EXPECT_EQ(graph_.find(ggx), graph_.find(ggy));
+}
+
+TEST_F(Forms, ThatShareAreChosen) {
+  // Alone, (h x) is cheaper than (g (g x)); beside another use of (g x) both cost the same.
+  const ClassId x = add("x");
+  const ClassId gx = add("g", {x});
+  const ClassId ggx = add("g", {gx});
+  const auto written = static_cast<forms::FormId>(graph_.num_forms());
+  graph_.add_to(ggx, graph_.head("h"), std::vector<ClassId>{x});
+  EXPECT_EQ(cost({ggx}, written), 2u);
+  EXPECT_EQ(cost({ggx, gx}, written), 3u);
+}
+
+TEST_F(Forms, DoNotConsistOfThemselves) {
+  const ClassId x = add("x");
+  const ClassId nx = add("not", {x});
+  graph_.add_to(x, graph_.head("not"), std::vector<ClassId>{nx});
+  EXPECT_EQ(cost({x}, 0), 1u);
+  EXPECT_EQ(cost({nx}, 0), 2u);
+}
+
+}  // namespace
+}  // namespace quarv::smtlib
