@@ -202,6 +202,7 @@ class Batch {
     say("quarv: interrupted: {} of {} done{}\n", done, results_.rows.size(),
         options_.results == "-" ? "" : "; --resume does the rest");
     end_all();
+    pool_.release_signals();
     std::raise(pool_.interrupted());
     std::abort();
   }

@@ -80,6 +80,9 @@ void WorkerPool::end_all() noexcept {
     }
     slot.process = -1;
   }
+}
+
+void WorkerPool::release_signals() noexcept {
   sigprocmask(SIG_SETMASK, &old_mask_, nullptr);
 }
 

@@ -49,7 +49,10 @@ class WorkerPool {
  public:
   /// Until its end this object handles the signals that interrupt the program.
   WorkerPool(unsigned jobs, const BatchLimits& limits);
-  ~WorkerPool() { end_all(); }
+  ~WorkerPool() {
+    end_all();
+    release_signals();
+  }
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
 
@@ -62,8 +65,11 @@ class WorkerPool {
   /// Waits until a process has ended, or for `patience`.
   std::optional<Ending> wait(std::chrono::milliseconds patience);
 
-  /// Ends all processes, and handles signals no longer.
+  /// Ends all processes.
   void end_all() noexcept;
+
+  /// Handles signals no longer: one that has come again meanwhile ends the program at once.
+  void release_signals() noexcept;
 
   /// The signal by which the user wants to end the program, or 0.
   int interrupted() const noexcept { return interrupted_; }
