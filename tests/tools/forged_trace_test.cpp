@@ -68,7 +68,7 @@ TEST_F(Forgery, RefusesWhatNoTraceSays) {
       {R"json({"term":3,"op":"not","sort":0,"args":[1]})json", "the term 3 is defined twice"},
       {R"json({"term":9,"op":"not","sort":17,"args":[1]})json", "there is no sort 17"},
       {R"json({"sort":5,"name":"(_ FloatingPoint 5 0)"})json", "there is no sort (_ FloatingPoint 5 0)"},
-      {R"json({"sort":5,"name":"(_ FloatingPoint 99 9)"})json", "there is no sort (_ FloatingPoint 99 9)"},
+      {R"json({"sort":5,"name":"(_ FloatingPoint 0 9)"})json", "there is no sort (_ FloatingPoint 0 9)"},
       {R"json({"sort":5,"name":"(_ FloatingPoint 5)"})json", "there is no sort (_ FloatingPoint 5)"},
       {R"json({"sort":5,"name":"(_ BitVec 0)"})json", "there is no sort (_ BitVec 0)"},
       {R"json({"sort":5,"name":"(_ BitVec 08)"})json", "there is no sort (_ BitVec 08)"},
