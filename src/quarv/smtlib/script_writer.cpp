@@ -84,7 +84,7 @@ void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
   asserting_ = true;
   write_root(d.node, d.unit);
   const std::uint32_t own = code_of(NameKind::definition, num_definitions_ + 1);
-  const std::uint32_t known = largest_dollar_name_ != 0 ? record_definition(out_.held_from(text), own) : own;
+  const std::uint32_t known = may_look_the_same(type) ? record_definition(out_.held_from(text), own) : own;
   if (known != own) {
     out_.take_back(begin);
   } else {
@@ -95,11 +95,14 @@ void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
   set_code(d.node, known);
 }
 
-/// Only while definitions of the printer's are to come, and only where the script may have been printed
-/// before: then it has definitions that may say the same.
+/// Whether different terms of the sort may have the same text: sums and chains are printed flat.
+bool ScriptWriter::may_look_the_same(const DataType* sort) const noexcept {
+  return sort == m_.bool_type || m_.is_arithmetic_type(sort);
+}
+
+/// Only while definitions of the printer's are to come.
 bool ScriptWriter::records_definitions() const noexcept {
-  return sharing_ == Sharing::automatic && largest_dollar_name_ != 0 &&
-         next_definition_ < plan_.definitions().size();
+  return sharing_ == Sharing::automatic && next_definition_ < plan_.definitions().size();
 }
 
 /// The name of the definition in force that says this: `name`, when there was none.
@@ -111,7 +114,8 @@ std::uint32_t ScriptWriter::record_definition(std::string_view text, std::uint32
 
 void ScriptWriter::write_command(std::size_t index) {
   const Command& c = script_.commands[index];
-  const bool recorded = c.kind == Kind::define && dollar_number(c.name) != 0 && records_definitions();
+  const bool recorded =
+      c.kind == Kind::define && records_definitions() && may_look_the_same(script_.sorts_of(c)[0]);
   const std::size_t begin = recorded ? out_.hold() : 0;
   out_.put(c.text);
   const auto terms = script_.terms_of(c);

@@ -75,6 +75,7 @@ class ScriptWriter {
   void write_text(std::string_view text, const Term* t);
   bool names_itself(const Command& c, const Term* t) const;
   bool records_definitions() const noexcept;
+  bool may_look_the_same(const DataType* sort) const noexcept;
   std::uint32_t record_definition(std::string_view text, std::uint32_t name);
   void close_levels(std::uint32_t levels);
   void write_root(Node root, std::uint32_t unit);
