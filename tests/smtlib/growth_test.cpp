@@ -147,6 +147,15 @@ TEST(GrowthTest, SortsDefinedByEachOther) {
   EXPECT_EQ(depth, n - 1);
 }
 
+TEST(GrowthTest, LongLiteralsOfDefinitionsAreNotRepeated) {
+  std::string text = "(define-fun large () (_ BitVec 40000) #x" + std::string(10'000, '5') + ")\n";
+  for (int i = 0; i < 50; ++i) {
+    const std::string name = "x" + std::to_string(i);
+    text += "(declare-const " + name + " (_ BitVec 40000))\n(assert (bvult " + name + " large))\n";
+  }
+  EXPECT_EQ(simplified(text), text);
+}
+
 TEST(GrowthTest, NumbersAreLimited) {
   const std::string text = "(assert (= 0 1" + std::string(5'100'000, '0') + "))";
   TermManager manager;

@@ -126,6 +126,15 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
   script.largest_dollar_definition = 0;
 }
 
+/// Names are not given to literals, so a long one that many commands share can be written many times over.
+/// What would become more than twice as long stays as it was. Without definitions the user asked for a longer
+/// text.
+bool has_outgrown(std::string_view output, std::string_view input, const SimplifyOptions& options) {
+  constexpr std::size_t small = 4096;
+  return options.simplify && options.sharing == Sharing::automatic &&
+         output.size() > 2 * input.size() + small;
+}
+
 }  // namespace
 
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
@@ -137,6 +146,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   constexpr std::size_t most_rounds = 8;
   constexpr std::size_t small_text = 256 << 10;
   SimplifyReport report;
+  const std::string_view input = text;
   std::string previous;
   std::uint64_t largest_of_user = 0;
   for (;; ++report.rounds) {
@@ -172,14 +182,14 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
       if (!better) now = text;
       if (!better || report.rounds == most_rounds) {
         report.terms_after = better ? chosen->size.terms : chosen->as_written.terms;
-        out << now;
+        out << (has_outgrown(now, input, options) ? input : now);
         return report;
       }
     }
     const bool settled = trusted || now == previous;
     if (settled || report.rounds == most_rounds) {
       report.terms_after = dag_size(session.manager(), script.terms);
-      out << now;
+      out << (has_outgrown(now, input, options) ? input : now);
       return report;
     }
     previous = std::move(now);
