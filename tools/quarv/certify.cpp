@@ -10,15 +10,15 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include "certifier.h"
 #include "commands.h"
-#include "file_error.h"
-#include "input.h"
-#include "ordered_work.h"
-#include "output.h"
-#include "script_queries.h"
-#include "simplify_arguments.h"
-#include "step_queries.h"
+#include "io/file_error.h"
+#include "io/input.h"
+#include "io/ordered_work.h"
+#include "io/output.h"
+#include "simplify/simplify_arguments.h"
+#include "solver/certifier.h"
+#include "solver/script_queries.h"
+#include "solver/step_queries.h"
 
 namespace quarv::cli {
 

@@ -11,14 +11,14 @@
 #include <fmt/format.h>
 
 #include "commands.h"
-#include "derivation.h"
-#include "input.h"
-#include "output.h"
-#include "process.h"
-#include "rule_catalogue.h"
-#include "simplify_arguments.h"
-#include "term_text.h"
-#include "why_not.h"
+#include "explain/derivation.h"
+#include "explain/term_text.h"
+#include "explain/why_not.h"
+#include "io/input.h"
+#include "io/output.h"
+#include "io/process.h"
+#include "rules/rule_catalogue.h"
+#include "simplify/simplify_arguments.h"
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {

@@ -12,8 +12,8 @@
 
 #include "command_words.h"
 #include "commands.h"
-#include "output.h"
-#include "process.h"
+#include "io/output.h"
+#include "io/process.h"
 #include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/smtlib/error.h>
 

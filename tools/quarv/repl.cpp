@@ -10,10 +10,10 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include "command_splitter.h"
 #include "commands.h"
-#include "output.h"
-#include "text_source.h"
+#include "io/command_splitter.h"
+#include "io/output.h"
+#include "io/text_source.h"
 #include <quarv/smtlib/lexer.h>
 #include <quarv/smtlib/simplify_script.h>
 

@@ -9,10 +9,10 @@
 #include <fmt/format.h>
 
 #include "commands.h"
-#include "input.h"
-#include "output.h"
-#include "replay_checker.h"
-#include "rule_catalogue.h"
+#include "io/input.h"
+#include "io/output.h"
+#include "replay/replay_checker.h"
+#include "rules/rule_catalogue.h"
 
 namespace quarv::cli {
 

@@ -6,8 +6,8 @@
 #include <fmt/format.h>
 
 #include "commands.h"
-#include "output.h"
-#include "rule_catalogue.h"
+#include "io/output.h"
+#include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_reading.h>
 
 namespace quarv::cli {

@@ -7,11 +7,11 @@
 #include <fmt/format.h>
 
 #include "commands.h"
-#include "input.h"
-#include "output.h"
-#include "process.h"
-#include "simplify_arguments.h"
-#include "simplify_text.h"
+#include "io/input.h"
+#include "io/output.h"
+#include "io/process.h"
+#include "simplify/simplify_arguments.h"
+#include "simplify/simplify_text.h"
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "compression.h"
+#include "io/compression.h"
 
 namespace quarv::cli {
 

@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "process.h"
+#include "io/process.h"
 
 namespace quarv::cli {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string>
 
-#include "progress_bar.h"
+#include "io/progress_bar.h"
 
 namespace quarv::cli {
 

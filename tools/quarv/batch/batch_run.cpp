@@ -14,9 +14,9 @@
 #include "batch/archive.h"
 #include "batch/batch_progress.h"
 #include "batch/worker_pool.h"
-#include "file_error.h"
-#include "output.h"
-#include "process.h"
+#include "io/file_error.h"
+#include "io/output.h"
+#include "io/process.h"
 
 namespace quarv::cli {
 

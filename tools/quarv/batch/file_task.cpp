@@ -14,9 +14,9 @@
 #include "batch/formula_digest.h"
 #include "batch/script_source.h"
 #include "batch/sha256.h"
-#include "file_error.h"
-#include "output.h"
-#include "simplify_text.h"
+#include "io/file_error.h"
+#include "io/output.h"
+#include "simplify/simplify_text.h"
 #include <quarv/smtlib/error.h>
 
 namespace quarv::cli {

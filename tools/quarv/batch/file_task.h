@@ -5,7 +5,7 @@
 #include "batch/input_set.h"
 #include "batch/results.h"
 #include "batch/worker_pool.h"
-#include "compression.h"
+#include "io/compression.h"
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {

@@ -13,7 +13,7 @@
 
 #include "batch/archive.h"
 #include "batch/sha256.h"
-#include "compression.h"
+#include "io/compression.h"
 
 namespace quarv::cli {
 

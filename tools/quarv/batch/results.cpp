@@ -10,8 +10,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "file_error.h"
-#include "output.h"
+#include "io/file_error.h"
+#include "io/output.h"
 
 namespace quarv::cli {
 

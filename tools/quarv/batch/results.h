@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
-#include "file_descriptor.h"
-#include "input.h"
+#include "io/file_descriptor.h"
+#include "io/input.h"
 
 namespace quarv::cli {
 

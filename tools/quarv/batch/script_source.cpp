@@ -4,8 +4,8 @@
 
 #include "batch/archive.h"
 #include "batch/input_set.h"
-#include "compression.h"
-#include "file_error.h"
+#include "io/compression.h"
+#include "io/file_error.h"
 
 namespace quarv::cli {
 

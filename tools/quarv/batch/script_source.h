@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "input.h"
+#include "io/input.h"
 
 namespace quarv::cli {
 

@@ -11,7 +11,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "file_error.h"
+#include "io/file_error.h"
 
 namespace quarv::cli {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "batch/results.h"
-#include "file_descriptor.h"
+#include "io/file_descriptor.h"
 
 namespace quarv::cli {
 

@@ -4,9 +4,9 @@
 #include <set>
 #include <utility>
 
-#include "derivation.h"
+#include "explain/derivation.h"
+#include "explain/term_text.h"
 #include "report/term_graph.h"
-#include "term_text.h"
 
 namespace quarv::cli {
 

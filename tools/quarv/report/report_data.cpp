@@ -15,8 +15,8 @@
 #include "batch/sha256.h"
 #include "report/examples.h"
 #include "report/term_graph.h"
-#include "rule_catalogue.h"
-#include "simplify_text.h"
+#include "rules/rule_catalogue.h"
+#include "simplify/simplify_text.h"
 #include <quarv/rules/rule_reading.h>
 
 namespace quarv::cli {

@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "file_descriptor.h"
+#include "io/file_descriptor.h"
 
 namespace quarv::cli {
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "term_text.h"
-#include "trace_terms.h"
+#include "explain/term_text.h"
+#include "replay/trace_terms.h"
 
 namespace quarv::cli {
 

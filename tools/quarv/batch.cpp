@@ -1,0 +1,233 @@
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "batch/batch_run.h"
+#include "batch/merge.h"
+#include "batch/sha256.h"
+#include "batch/summary.h"
+#include "commands.h"
+#include "io/compression.h"
+#include "io/file_error.h"
+#include "io/output.h"
+#include "io/process.h"
+#include "simplify/simplify_arguments.h"
+
+namespace quarv::cli {
+
+namespace {
+
+constexpr const char* description =
+    "Simplify many scripts: files, folders and tar archives, also compressed (.gz, .xz, .zst)";
+
+constexpr const char* footer =
+    R"(Examples:
+  quarv batch queries -j 8 --out small       simplify all scripts of a folder
+  quarv batch queries -j 8 --out small --resume
+                                             do what an earlier run left undone
+  quarv batch queries.tar.xz --time 60 --memory 2GiB --results results.jsonl
+                                             only find out what becomes of them
+  quarv batch queries --shard 1/2 --results first.jsonl
+                                             do half of them, and the others elsewhere
+  quarv batch --merge first.jsonl second.jsonl --results all.jsonl
+                                             join the results
+
+Results are JSON lines: a header, and a row for each file. A row's "status" is
+  ok          simplified                  rejected    the script has a fault
+  timeout     over the time limit         memory      over the memory limit
+  crash       the process ended by itself unreadable  the file cannot be read
+  unwritable  the output cannot be written failed     anything else
+
+Exit status: 0 when all files are ok, 1 when some are not or are missing, 2 for a wrong command line.)";
+
+struct Arguments {
+  std::vector<std::string> paths;
+  std::string output_folder;
+  std::string results;
+  std::string compress;
+  unsigned jobs = std::max(1u, std::thread::hardware_concurrency());
+  BatchLimits limits = {300, 0};
+  std::pair<std::size_t, std::size_t> share = {1, 1};
+  bool resume = false;
+  bool dedupe = false;
+  bool merge = false;
+  SimplifyArguments how;
+};
+
+/// "2/5"
+std::string parse_share(const std::string& text, std::pair<std::size_t, std::size_t>& share) {
+  std::size_t i = 0;
+  std::size_t n = 0;
+  int end = 0;
+  const bool complete = std::sscanf(text.c_str(), "%5zu/%5zu%n", &i, &n, &end) == 2;
+  if (!complete || static_cast<std::size_t>(end) != text.size() || i == 0 || i > n) {
+    return "the share must be I/N with 1 <= I <= N";
+  }
+  share = {i, n};
+  return "";
+}
+
+/// All that decides what the output looks like.
+std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions& options) {
+  nlohmann::ordered_json rule_files = nlohmann::ordered_json::array();
+  for (const smtlib::RuleFile& file : options.extra_rules) rule_files.push_back(sha256(file.text));
+  return nlohmann::ordered_json({
+                                    {"rules", !how.no_rules},
+                                    {"simplifiers", !how.no_simplifiers},
+                                    {"standard", how.standard},
+                                    {"share", how.sharing},
+                                    {"rule_files", rule_files},
+                                    {"disabled_rules", how.disabled_rules},
+                                })
+      .dump();
+}
+
+std::string results_path(const Arguments& arguments) {
+  if (!arguments.results.empty()) return arguments.results;
+  return arguments.output_folder.empty() ? "-" : arguments.output_folder + "/results.jsonl";
+}
+
+/// Tells how things went, and answers for the shell.
+int conclude(const Results& results, const Arguments& arguments) {
+  say("{}{}", arguments.dedupe ? duplicates_in(results) : "", summary_of(results));
+  return all_well(results) ? success : failure;
+}
+
+int merge(const Arguments& arguments) {
+  const MergedResults merged = merge_results(arguments.paths);
+  Output output(arguments.results.empty() ? "-" : arguments.results);
+  output.stream() << as_text(merged.results);
+  output.commit();
+  for (const std::string& sentence : merged.missing) say("missing: {}\n", sentence);
+  const int status = conclude(merged.results, arguments);
+  return merged.missing.empty() ? status : failure;
+}
+
+int batch(const Arguments& arguments) {
+  BatchOptions options;
+  options.task.simplify = read_options(arguments.how);
+  options.task.output_folder = arguments.output_folder;
+  options.task.compression = compression_of('.' + arguments.compress);
+  options.header.version = QUARV_VERSION;
+  options.header.options = describe(arguments.how, options.task.simplify);
+  options.header.limits = arguments.limits;
+  std::tie(options.header.share, options.header.shares) = arguments.share;
+  options.jobs = arguments.jobs;
+  options.resume = arguments.resume;
+  options.results = results_path(arguments);
+  // Faults of the options would be faults of every file; and what is built once here need not be in each
+  // process.
+  smtlib::Session session(options.task.simplify);
+
+  std::vector<BatchInput> inputs =
+      find_inputs(arguments.paths, {arguments.output_folder, std::string(suffix_of(options.task.compression)),
+                                    Output::is_direct(options.results) ? "" : options.results});
+  options.header.inputs = inputs.size();
+  std::erase_if(inputs, [&](const BatchInput& input) {
+    return !is_in_share(input.name, arguments.share.first, arguments.share.second);
+  });
+  if (std::error_code error; !arguments.output_folder.empty() &&
+                             !std::filesystem::create_directories(arguments.output_folder, error) && error) {
+    throw FileError("create", arguments.output_folder, error.value());
+  }
+  return conclude(run_batch(inputs, options), arguments);
+}
+
+void add_work_options(CLI::App& command, Arguments& arguments) {
+  command.add_option("-j,--jobs", arguments.jobs, "Do so many files side by side")
+      ->type_name("N")
+      ->check(CLI::Range(1u, 4096u).description(""))
+      ->capture_default_str();
+  command
+      .add_option("--out", arguments.output_folder,
+                  "Write simplified scripts to this folder, each whole or not at all, below it in the "
+                  "folders that they come from; without it there are only results")
+      ->type_name("DIR");
+  command.add_option("--compress", arguments.compress, "Compress what is written to the folder")
+      ->type_name("gz|xz|zst")
+      ->check(CLI::IsMember({"gz", "xz", "zst"}).description(""));
+  command.add_option("--time", arguments.limits.seconds, "Give up a file after so many seconds; 0: never")
+      ->type_name("SECONDS")
+      ->check(CLI::NonNegativeNumber.description(""))
+      ->capture_default_str();
+  command
+      .add_option("--memory", arguments.limits.bytes,
+                  "Give up a file that needs more than this (500MiB, 2GiB), by address space; 0: no limit")
+      ->type_name("SIZE")
+      ->transform(CLI::AsSizeValue(false).description(""))
+      ->default_str("0");
+}
+
+}  // namespace
+
+void add_batch(CLI::App& program, int& status) {
+  CLI::App& command = *program.add_subcommand("batch", description);
+  const auto arguments = std::make_shared<Arguments>();
+  command.footer(footer);
+  command.add_option("PATH", arguments->paths, "Files, folders and archives; with --merge: result files")
+      ->type_name("")
+      ->required();
+  add_work_options(command, *arguments);
+  command
+      .add_option("--results", arguments->results,
+                  "Where results go; DIR/results.jsonl with --out DIR, otherwise standard output")
+      ->type_name("FILE");
+  CLI::Option* const resume = command.add_flag(
+      "--resume", arguments->resume,
+      "Leave out what an earlier run of the same version and options has done, as its results file tells");
+  CLI::Option* const share =
+      command
+          .add_option_function<std::string>(
+              "--shard",
+              [arguments](const std::string& text) {
+                const std::string fault = parse_share(text, arguments->share);
+                if (!fault.empty()) throw CLI::ValidationError("--shard", fault);
+              },
+              "Do only share I of N; which files that are depends on their names alone")
+          ->type_name("I/N");
+  command.add_flag("--dedupe", arguments->dedupe,
+                   "Name the files that became the same formula but for the names declared in them");
+  command.add_flag("--merge", arguments->merge, "Join the result files of shares, and say what is missing")
+      ->excludes(resume)
+      ->excludes(share);
+  add_simplify_options(command, arguments->how);
+  command.callback([arguments, &status] {
+    const bool to_file = !arguments->results.empty() || !arguments->output_folder.empty();
+    if (arguments->resume && (!to_file || arguments->results == "-")) {
+      throw CLI::ValidationError("--resume", "needs --results or --out");
+    }
+    if (arguments->resume && Output::is_direct(results_path(*arguments))) {
+      throw CLI::ValidationError("--resume",
+                                 "needs results in a file: " + results_path(*arguments) + " is none");
+    }
+    if (!arguments->merge && compression_of(arguments->results) != Compression::none) {
+      throw CLI::ValidationError("--results",
+                                 "rows are added to the file as they come: it cannot be compressed");
+    }
+    if (!arguments->compress.empty() && arguments->output_folder.empty()) {
+      throw CLI::ValidationError("--compress", "needs --out");
+    }
+    try {
+      status = arguments->merge ? merge(*arguments) : batch(*arguments);
+    } catch (const smtlib::UnknownRule& e) {
+      say("quarv: {} (quarv rules list tells more)\n", e.what());
+      status = usage_error;
+    } catch (const InputConflict& e) {
+      say("quarv: {}\n", e.what());
+      status = usage_error;
+    }
+  });
+}
+
+}  // namespace quarv::cli

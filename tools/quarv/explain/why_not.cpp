@@ -1,0 +1,123 @@
+#include "explain/why_not.h"
+
+#include <memory>
+#include <ostream>
+#include <set>
+#include <sstream>
+
+#include <fmt/format.h>
+
+#include "explain/term_text.h"
+#include "replay/replay_checker.h"
+#include "rules/rule_catalogue.h"
+#include <quarv/rules/rule_interpreter.h>
+#include <quarv/smtlib/printer.h>
+#include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/trace.h>
+
+namespace quarv::cli {
+
+namespace {
+
+smtlib::SimplifyOptions as_written() {
+  smtlib::SimplifyOptions options;
+  options.simplify = false;
+  return options;
+}
+
+/// One term after a script.
+class TermInContext {
+ public:
+  TermInContext(const Input& context, const std::string& text) {
+    session_.read_in_place(context.text(), context.name());
+    smtlib::Reader::check_expression(text, "TERM");
+    const std::string command = "(simplify " + text + "\n)";
+    smtlib::Script script;
+    try {
+      session_.reader().set_input(command, "TERM");
+      session_.reader().next_command(script);
+      if (session_.reader().next_command(script)) throw smtlib::Error("TERM", 1, 1, "this is not one term");
+    } catch (const smtlib::Error& e) {
+      const std::size_t before = e.line() == 1 ? std::string_view("(simplify ").size() : 0;
+      const smtlib::SourcePlace place{e.line(), e.column() - std::min(before, e.column() - 1)};
+      throw smtlib::Error("TERM", place.line, place.column, e.message(), smtlib::source_excerpt(text, place));
+    }
+    term_ = script.terms_of(script.commands.at(0))[0];
+  }
+
+  TermName name() const { return term_->id; }
+
+  std::string trace() {
+    std::ostringstream out;
+    smtlib::Trace trace(session_.manager(), session_.simplifier().normalizer, out);
+    trace.define(term_);
+    trace.finish();
+    return std::move(out).str();
+  }
+
+  /// What the rule, which applies, makes of the term.
+  std::string rewritten(const rules::Rule& rule) {
+    const rules::InterpretedRule rewrite(rule);
+    const Term* result = nullptr;
+    if (!rewrite(&session_.manager(), term_, &result)) return {};
+    std::ostringstream text;
+    smtlib::print_term(session_.manager(), result, text);
+    return std::move(text).str();
+  }
+
+ private:
+  smtlib::Session session_{as_written()};
+  const Term* term_ = nullptr;
+};
+
+/// "t = x, c = #x01, n = 3"
+std::string bindings(const rules::Rule& rule, const RuleMatch& match, TraceTerms::Names& names,
+                     TermText& text) {
+  std::string list;
+  const auto add = [&list](const std::string& name, const std::string& value) {
+    list += (list.empty() ? "" : ", ") + name + " = " + value;
+  };
+  for (std::size_t i = 0; i < rule.pattern.size(); ++i) {
+    const rules::PatternNode& node = rule.pattern[i];
+    if (node.kind == rules::PatternNode::Kind::variable) add(node.name, text.text(names(match.term(i))));
+  }
+  for (std::size_t i = 0; i < rule.parameters.size(); ++i) {
+    if (rule.parameters[i].source == rules::Parameter::Source::pattern) {
+      add(rule.parameters[i].name, std::to_string(match.integer(i)));
+    }
+  }
+  return list;
+}
+
+}  // namespace
+
+void explain_mismatch(const Input& context, std::size_t number, const rules::Rule& rule,
+                      const std::string& term, bool colour, std::ostream& out) {
+  constexpr std::size_t length = 300;
+  TermInContext given(context, term);
+  const std::string text = given.trace();
+  TraceFile trace(text, "");
+  TraceStep step;
+  trace.next(step);
+  TraceTerms terms;
+  TraceTerms::Names names(terms, trace);
+  TermText shown(terms, length, colour ? colour_marks : quotation_marks);
+  const TraceTerms::Id root = names(given.name());
+
+  const std::string head = fmt::format("rule {}: ", number);
+  out << head << rule.text << '\n';
+  RuleMatch match(trace, rule);
+  const auto mismatch = match.mismatch(trace.term(given.name()), given.name());
+  if (!mismatch) {
+    out << "applies to " << shown.text(root) << "\n";
+    out << "yields     " << given.rewritten(rule) << '\n';
+    return;
+  }
+  out << std::string(head.size() + mismatch->column - 1, ' ') << "^\n";
+  const TraceTerms::Id place = names(match.term(mismatch->position));
+  out << "does not apply: " << mismatch->reason << '\n';
+  out << "  in   " << shown.text_at(root, place, place) << '\n';
+  if (!mismatch->in_pattern) out << "  with " << bindings(rule, match, names, shown) << '\n';
+}
+
+}  // namespace quarv::cli

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <exception>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include "io/progress_bar.h"
+
+namespace quarv::cli {
+
+/// Does pieces of work side by side and reports their results in order, each as soon as all earlier ones are
+/// there. A progress bar shows how many are done.
+template <typename Result>
+class OrderedWork {
+ public:
+  /// Piece `i` of `count` is reported by `report(i, result)`, one at a time. `flush` is called when some have
+  /// been reported.
+  OrderedWork(std::size_t count, std::function<void(std::size_t, Result)> report, std::function<void()> flush)
+      : results_(count), report_(std::move(report)), flush_(std::move(flush)), bar_(count) {}
+
+  /// Does all the work on `jobs` threads. In each of them `make_worker()` is called first; what it returns is
+  /// called with the number of a piece and returns its result. Throws the first exception of any thread; what
+  /// has not been begun then is left out.
+  template <typename MakeWorker>
+  void run(unsigned jobs, MakeWorker make_worker) {
+    bar_.show(0);
+    {
+      std::vector<std::jthread> threads;
+      for (unsigned i = 1; i < std::min<std::size_t>(jobs, results_.size()); ++i) {
+        threads.emplace_back([&] { work(make_worker); });
+      }
+      work(make_worker);
+    }
+    bar_.clear();
+    if (fault_) std::rethrow_exception(fault_);
+  }
+
+ private:
+  template <typename MakeWorker>
+  void work(MakeWorker& make_worker) {
+    try {
+      auto worker = make_worker();
+      for (std::size_t i; (i = next_++) < results_.size();) {
+        Result result = worker(i);
+        const std::lock_guard lock(mutex_);
+        results_[i] = std::move(result);
+        ++num_done_;
+        report_finished();
+      }
+    } catch (...) {
+      const std::lock_guard lock(mutex_);
+      if (!fault_) fault_ = std::current_exception();
+      next_ = results_.size();
+    }
+  }
+
+  void report_finished() {
+    if (results_[num_reported_]) bar_.clear();
+    const std::size_t before = num_reported_;
+    for (; num_reported_ < results_.size() && results_[num_reported_]; ++num_reported_) {
+      report_(num_reported_, std::move(*results_[num_reported_]));
+      results_[num_reported_].reset();
+    }
+    if (num_reported_ != before) flush_();
+    bar_.show(num_done_);
+  }
+
+  std::atomic<std::size_t> next_ = 0;
+  std::mutex mutex_;  // guards all that follows
+  std::vector<std::optional<Result>> results_;
+  std::exception_ptr fault_;
+  std::size_t num_done_ = 0;
+  std::size_t num_reported_ = 0;
+  std::function<void(std::size_t, Result)> report_;
+  std::function<void()> flush_;
+  ProgressBar bar_;
+};
+
+}  // namespace quarv::cli

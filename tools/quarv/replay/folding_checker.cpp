@@ -1,0 +1,311 @@
+/// \file
+/// Checking what simplifiers do: the order of arguments, Booleans, bit-vectors.
+#include <algorithm>
+#include <array>
+
+#include "replay/replay_checker.h"
+
+namespace quarv::cli {
+
+namespace {
+
+mpz_class power_of_two(std::size_t n) {
+  return mpz_class(1) << n;
+}
+
+mpz_class modulo_power(const mpz_class& x, std::size_t width) {
+  mpz_class r;
+  mpz_fdiv_r_2exp(r.get_mpz_t(), x.get_mpz_t(), width);
+  return r;
+}
+
+mpz_class as_signed(const mpz_class& x, std::size_t width) {
+  return mpz_tstbit(x.get_mpz_t(), width - 1) != 0 ? mpz_class(x - power_of_two(width)) : x;
+}
+
+template <std::size_t N>
+bool is_one_of(const std::string& op, const std::array<const char*, N>& ops) {
+  return std::find(ops.begin(), ops.end(), op) != ops.end();
+}
+
+constexpr std::array commutative = {"and", "or", "=", "+", "*", "fp.eq"};
+
+constexpr std::array bit_vector_predicates = {"bvult", "bvule", "bvslt", "bvsle"};
+
+/// An index of an operator; too large a number for one that is none.
+std::size_t index(const Expression& e, std::size_t i) {
+  constexpr std::size_t none = std::size_t{1} << 40;
+  if (i >= e.indices.size() || e.indices[i].empty() || e.indices[i].size() > 9 ||
+      e.indices[i].find_first_not_of("0123456789") != std::string::npos) {
+    return none;
+  }
+  return std::stoul(e.indices[i]);
+}
+
+std::optional<mpz_class> fold_unary(const Expression& e, const mpz_class& x, std::size_t w, std::size_t wr) {
+  const std::size_t n = index(e, 0);
+  if (e.op == "bvnot") return power_of_two(w) - 1 - x;
+  if (e.op == "bvneg") return modulo_power(-x, w);
+  if (e.op == "zero_extend" && wr == w + n) return x;
+  if (e.op == "sign_extend" && wr == w + n) return modulo_power(as_signed(x, w), wr);
+  if (e.op == "extract" && n < w && index(e, 1) <= n && wr == n - index(e, 1) + 1) {
+    return modulo_power(x >> index(e, 1), wr);
+  }
+  const bool left = e.op == "rotate_left";
+  if ((left || e.op == "rotate_right") && e.indices.size() == 1) {
+    const std::size_t up = left ? n % w : (w - n % w) % w;
+    return modulo_power((x << up) + (x >> (w - up)), w);
+  }
+  return std::nullopt;
+}
+
+mpz_class divide(const mpz_class& x, const mpz_class& y, std::size_t w) {
+  return y == 0 ? mpz_class(power_of_two(w) - 1) : mpz_class(x / y);
+}
+
+mpz_class remainder(const mpz_class& x, const mpz_class& y) {
+  return y == 0 ? x : mpz_class(x % y);
+}
+
+std::optional<mpz_class> fold_binary(const std::string& op, const mpz_class& x, const mpz_class& y,
+                                     std::size_t w) {
+  if (op == "bvadd") return modulo_power(x + y, w);
+  if (op == "bvsub") return modulo_power(x - y, w);
+  if (op == "bvmul") return modulo_power(x * y, w);
+  if (op == "bvand") return mpz_class(x & y);
+  if (op == "bvor") return mpz_class(x | y);
+  if (op == "bvxor") return mpz_class(x ^ y);
+  if (op == "bvudiv") return divide(x, y, w);
+  if (op == "bvurem") return remainder(x, y);
+  const mpz_class sx = as_signed(x, w);
+  const mpz_class sy = as_signed(y, w);
+  // Magnitudes are divided; the quotient by zero is all ones, negated for a negative dividend.
+  if (op == "bvsdiv") {
+    const mpz_class quotient = divide(abs(sx), abs(sy), w);
+    return modulo_power((sx < 0) != (sy < 0) ? mpz_class(-quotient) : quotient, w);
+  }
+  if (op == "bvsrem") {
+    const mpz_class rest = remainder(abs(sx), abs(sy));
+    return modulo_power(sx < 0 ? mpz_class(-rest) : rest, w);
+  }
+  const bool out = y >= w;
+  const std::size_t amount = out ? 0 : y.get_ui();
+  if (op == "bvshl") return out ? mpz_class(0) : modulo_power(x << amount, w);
+  if (op == "bvlshr") return out ? mpz_class(0) : mpz_class(x >> amount);
+  if (op == "bvashr")
+    return out ? mpz_class(sx < 0 ? mpz_class(power_of_two(w) - 1) : mpz_class(0))
+               : modulo_power(sx >> amount, w);
+  return std::nullopt;
+}
+
+}  // namespace
+
+// What holds for all operators.
+
+bool FoldingChecker::check(const Expression& e, TermName after) const {
+  num_compared_ = 0;
+  const Expression& result = trace_.term(after);
+  const bool same_sort = e.sort == result.sort || (is_arithmetic(e.sort) && is_arithmetic(result.sort));
+  if (!same_sort) return false;
+  if (is_commuted(e, result) || is_congruent(e, result)) return true;
+  if (e.kind != Expression::operation || e.args.empty()) return false;
+  const std::size_t n = e.args.size();
+  if (e.op.starts_with("fp.") || e.op.starts_with("to_fp")) return check_float(e, after);
+  const bool boolean_arguments = std::all_of(
+      e.args.begin(), e.args.end(), [&](TermName t) { return trace_.sort_of(t).kind == TraceSort::boolean; });
+  if (((e.op == "and" || e.op == "or" || e.op == "=") && n == 2 && boolean_arguments) ||
+      (e.op == "not" && n == 1) || (e.op == "ite" && n == 3)) {
+    return check_boolean(e, after);
+  }
+  if (e.op == "bv2nat" || e.op == "sbv_to_int" || e.op == "int2bv") return check_conversion(e, after);
+  if (e.op == "select" || e.op == "store") return check_store(e, after);
+  if (is_arithmetic(trace_.term(e.args[0]).sort)) return check_arithmetic(e, after);
+  if (e.op == "=" && n == 2) return check_equality(e, after);
+  return trace_.sort_of(e.args[0]).kind == TraceSort::bit_vector && check_bit_vector(e, after);
+}
+
+/// The same application with its last two arguments exchanged.
+bool FoldingChecker::is_commuted(const Expression& e, const Expression& result) const {
+  const std::size_t n = e.args.size();
+  const bool rounded = e.op == "fp.add" || e.op == "fp.mul";
+  return (rounded ? n == 3 && result.args.size() == 3 && e.args[0] == result.args[0]
+                  : n == 2 && is_one_of(e.op, commutative)) &&
+         e.kind == Expression::operation && result.kind == e.kind && result.op == e.op &&
+         result.args.size() == n && e.args[n - 2] == result.args[n - 1] &&
+         e.args[n - 1] == result.args[n - 2];
+}
+
+/// The same operator on arguments of which each is equal to its counterpart.
+bool FoldingChecker::is_congruent(const Expression& e, const Expression& result) const {
+  if (e.kind == Expression::value || e.args.size() != result.args.size()) return false;
+  Expression expected = result;
+  expected.args = e.args;
+  if (e.kind != result.kind || expected.key() != e.key()) return false;
+  if (e.kind == Expression::function && e.sort != result.sort) return false;
+  return std::equal(e.args.begin(), e.args.end(), result.args.begin(),
+                    [&](TermName a, TermName b) { return are_equal(a, b); });
+}
+
+/// One term, sums that are equal, or two encodings of NaN.
+bool FoldingChecker::are_equal(TermName a, TermName b) const {
+  if (a == b) return true;
+  if (trace_.sort_of(a).kind == TraceSort::floating_point) return compare(a, b) == Comparison::equal;
+  if (!is_arithmetic(trace_.term(a).sort) || !is_arithmetic(trace_.term(b).sort)) return false;
+  const Sum difference = sum_of({{a, 1}, {b, -1}});
+  return difference.coefficients.empty() && difference.constant == 0;
+}
+
+std::optional<bool> FoldingChecker::truth(TermName t) const {
+  const Expression& e = trace_.term(t);
+  if (e.kind != Expression::operation || !e.args.empty()) return std::nullopt;
+  if (e.op == "true") return true;
+  return e.op == "false" ? std::optional(false) : std::nullopt;
+}
+
+// Bit-vectors.
+
+std::optional<mpz_class> FoldingChecker::bits(TermName t) const {
+  const Expression& e = trace_.term(t);
+  const TraceSort& sort = trace_.sort(e.sort);
+  if (e.kind != Expression::value || sort.kind != TraceSort::bit_vector || sort.width == 0)
+    return std::nullopt;
+  const mpz_class n = e.number.get_num();
+  if (e.number.get_den() != 1 || n < 0 || n >= power_of_two(sort.width)) return std::nullopt;
+  return n;
+}
+
+std::optional<mpz_class> FoldingChecker::fold_bits(const Expression& e) const {
+  const std::size_t result_width = trace_.sort(e.sort).width;
+  const std::size_t w = trace_.sort_of(e.args[0]).width;
+  const auto x = bits(e.args[0]);
+  if (!x) return std::nullopt;
+  if (e.args.size() == 1) return fold_unary(e, *x, w, result_width);
+  const auto y = bits(e.args[1]);
+  if (!y || e.args.size() != 2 || !e.indices.empty()) return std::nullopt;
+  const std::size_t second_width = trace_.sort_of(e.args[1]).width;
+  if (e.op == "concat") {
+    return result_width == w + second_width ? std::optional(mpz_class((*x << second_width) + *y))
+                                            : std::nullopt;
+  }
+  if (w != second_width) return std::nullopt;
+  if (e.op == "bvcomp") return result_width == 1 ? std::optional(mpz_class(*x == *y ? 1 : 0)) : std::nullopt;
+  return result_width == w ? fold_binary(e.op, *x, *y, w) : std::nullopt;
+}
+
+std::optional<bool> FoldingChecker::fold_predicate(const Expression& e) const {
+  if (!is_one_of(e.op, bit_vector_predicates) || e.args.size() != 2) return std::nullopt;
+  auto x = bits(e.args[0]);
+  auto y = bits(e.args[1]);
+  const std::size_t w = trace_.sort_of(e.args[0]).width;
+  if (!x || !y || w != trace_.sort_of(e.args[1]).width) return std::nullopt;
+  if (e.op[2] == 's') {
+    x = as_signed(*x, w);
+    y = as_signed(*y, w);
+  }
+  return e.op.ends_with("lt") ? *x < *y : *x <= *y;
+}
+
+/// Bit-vector operators are only evaluated.
+bool FoldingChecker::check_bit_vector(const Expression& e, TermName after) const {
+  if (trace_.sort(e.sort).kind == TraceSort::boolean) {
+    const auto value = fold_predicate(e);
+    return value && value == truth(after);
+  }
+  // An extension by no bits.
+  if (e.op == "zero_extend" && e.args.size() == 1 && index(e, 0) == 0 && e.args[0] == after) return true;
+  const auto value = fold_bits(e);
+  return value && value == bits(after);
+}
+
+/// Between bit-vectors and integers: numbers, and there and back again.
+bool FoldingChecker::check_conversion(const Expression& e, TermName after) const {
+  if (e.args.size() != 1) return false;
+  const Expression& argument = trace_.term(e.args[0]);
+  const Expression& result = trace_.term(after);
+  if (e.op != "int2bv") {
+    auto x = bits(e.args[0]);
+    if (!x || result.kind != Expression::value || !is_arithmetic(result.sort)) return false;
+    if (e.op == "sbv_to_int") x = as_signed(*x, trace_.sort_of(e.args[0]).width);
+    return result.number == *x;
+  }
+  const TraceSort& sort = trace_.sort(e.sort);
+  if (sort.kind != TraceSort::bit_vector || index(e, 0) != sort.width) return false;
+  if (argument.kind == Expression::value) {
+    return argument.number.get_den() == 1 &&
+           bits(after) == modulo_power(argument.number.get_num(), sort.width);
+  }
+  const bool is_signed = argument.op == "sbv_to_int";
+  if (argument.kind != Expression::operation || argument.args.size() != 1) return false;
+  if (!is_signed && argument.op != "bv2nat") return false;
+  const TermName source = argument.args[0];
+  if (trace_.sort_of(source).kind != TraceSort::bit_vector || trace_.sort_of(source).width > sort.width)
+    return false;
+  if (after == source) return true;
+  Expression extension;
+  extension.op = is_signed ? "sign_extend" : "zero_extend";
+  extension.indices = {std::to_string(sort.width - trace_.sort_of(source).width)};
+  extension.args = {source};
+  return known_.find(extension) == after || known_.find_plain(extension) == after;
+}
+
+// Booleans: truth tables over what is no connective.
+
+namespace {
+
+bool is_application(const Expression& e, std::string_view op, std::size_t arity) {
+  return e.kind == Expression::operation && e.op == op && e.args.size() == arity;
+}
+
+bool is_connective(const TraceFile& trace, const Expression& e) {
+  if (is_application(e, "not", 1) || is_application(e, "and", 2) || is_application(e, "or", 2)) return true;
+  return is_application(e, "=", 2) && trace.sort_of(e.args[0]).kind == TraceSort::boolean;
+}
+
+}  // namespace
+
+/// The atom of a negation, of whatever depth.
+void FoldingChecker::add_atoms(TermName t, std::vector<TermName>& atoms) const {
+  while (is_application(trace_.term(t), "not", 1)) t = trace_.term(t).args[0];
+  if (!truth(t) && std::find(atoms.begin(), atoms.end(), t) == atoms.end()) atoms.push_back(t);
+}
+
+bool FoldingChecker::evaluate(TermName t, const std::map<TermName, bool>& atoms) const {
+  bool negative = false;
+  for (; is_application(trace_.term(t), "not", 1); t = trace_.term(t).args[0]) negative = !negative;
+  const auto value = truth(t);
+  return negative != (value ? *value : atoms.at(t));
+}
+
+/// A simplifier looks at its arguments and at their negations, and so does this. The result is an atom or a
+/// negation, or one connective over them.
+bool FoldingChecker::check_boolean(const Expression& e, TermName after) const {
+  if (e.op == "ite") {
+    const auto condition = truth(e.args[0]);
+    return e.args[1] == e.args[2] ? after == e.args[1] : condition && after == e.args[*condition ? 1 : 2];
+  }
+  std::vector<TermName> atoms;
+  for (TermName arg : e.args) add_atoms(arg, atoms);
+  const Expression& result = trace_.term(after);
+  const bool opened =
+      is_connective(trace_, result) && std::find(atoms.begin(), atoms.end(), after) == atoms.end();
+  if (!opened) {
+    add_atoms(after, atoms);
+  } else {
+    for (TermName arg : result.args) add_atoms(arg, atoms);
+  }
+  const auto value = [&](const Expression& x, const std::map<TermName, bool>& assignment) {
+    const bool a = evaluate(x.args[0], assignment);
+    if (x.op == "not") return !a;
+    const bool b = evaluate(x.args[1], assignment);
+    return x.op == "and" ? a && b : x.op == "or" ? a || b : a == b;
+  };
+  for (std::size_t bits = 0; bits < std::size_t{1} << atoms.size(); ++bits) {
+    std::map<TermName, bool> assignment;
+    for (std::size_t i = 0; i < atoms.size(); ++i) assignment[atoms[i]] = (bits >> i & 1) != 0;
+    const bool right = opened ? value(result, assignment) : evaluate(after, assignment);
+    if (value(e, assignment) != right) return false;
+  }
+  return true;
+}
+
+}  // namespace quarv::cli

@@ -1,0 +1,232 @@
+#include "replay/trace_file.h"
+
+#include <algorithm>
+
+#include <nlohmann/json.hpp>
+
+namespace quarv::cli {
+
+namespace {
+
+using Json = nlohmann::json;
+
+/// The words of "(_ extract 7 0)" after the underscore.
+std::vector<std::string> indexed_words(std::string_view text) {
+  std::vector<std::string> words;
+  if (!text.starts_with("(_ ") || !text.ends_with(')')) return words;
+  text = text.substr(3, text.size() - 4);
+  while (!text.empty()) {
+    const std::size_t end = std::min(text.find(' '), text.size());
+    words.emplace_back(text.substr(0, end));
+    text.remove_prefix(std::min(end + 1, text.size()));
+  }
+  return words;
+}
+
+/// Whether this can be the name of an operator or an index: nothing that would make another term's text.
+bool is_word(std::string_view text) {
+  return !text.empty() && std::ranges::all_of(text, [](char c) {
+    return c > ' ' && c < '\x7f' && std::string_view("()|\";").find(c) == std::string_view::npos;
+  });
+}
+
+/// One text for one list of texts.
+void append_item(std::string& key, char mark, std::string_view item) {
+  key += mark;
+  key += std::to_string(item.size());
+  key += ':';
+  key += item;
+}
+
+}  // namespace
+
+std::string printable(std::string_view text, std::size_t limit) {
+  std::string line(text.substr(0, limit));
+  std::ranges::replace_if(
+      line, [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+  return text.size() > limit ? line + " ..." : line;
+}
+
+std::string Expression::key() const {
+  // Names may hold anything; their length shows where they end.
+  std::string text;
+  append_item(text,
+              kind == value      ? '#'
+              : kind == function ? '|'
+                                 : 'o',
+              kind == value ? number.get_str() : op);
+  for (const std::string& index : indices) append_item(text, '_', index);
+  if (copy != 0) text += '!' + std::to_string(copy);
+  for (TermName v : variables) text += '?' + std::to_string(v);
+  for (const std::string& a : attributes) append_item(text, '@', a);
+  for (TermName arg : args) text += ' ' + std::to_string(arg);
+  return text;
+}
+
+/// Names in a trace are anyone's; a message stays one line.
+void TraceFile::fail(const std::string& reason) const {
+  throw TraceError(name_ + ':' + std::to_string(line_) + ": error: " + printable(reason, 200));
+}
+
+bool TraceFile::next(TraceStep& step) {
+  while (!text_.empty()) {
+    ++line_;
+    const std::size_t end = std::min(text_.find('\n'), text_.size());
+    const std::string_view line = text_.substr(0, end);
+    text_.remove_prefix(std::min(end + 1, text_.size()));
+    if (line_ != 1 && line.empty()) continue;
+    try {
+      if (read_line(Json::parse(line), step)) return true;
+    } catch (const Json::exception&) {
+      fail("this is not a line of a trace");
+    }
+  }
+  if (line_ == 0) fail("the trace is empty");
+  return false;
+}
+
+template <class J>
+bool TraceFile::read_line(const J& line, TraceStep& step) {
+  if (line_ == 1) {
+    if (line.at("trace") != "quarv" || line.at("version") != 1) fail("this is no trace of version 1");
+    has_begun_ = true;
+    return false;
+  }
+  if (line.contains("step")) {
+    step = TraceStep();
+    step.number = read_number(line.at("step"));
+    step.assertion = read_number(line.at("assertion"));
+    step.after = read_name(line.at("after"));
+    if (line.contains("rule")) {
+      step.rule = read_number(line.at("rule"));
+      if (step.rule == 0) fail("rules count from 1");
+      step.label = line.at("signature").template get<std::string>();
+      step.before_name = read_name(line.at("before"));
+      step.before = term(*step.before_name);
+    } else {
+      step.label = line.at("simplifier").template get<std::string>();
+      step.before = read_expression(line);
+    }
+    return true;
+  }
+  if (line.contains("assertion")) {
+    assertions_.push_back(read_name(line.at("term")));
+  } else if (line.contains("term")) {
+    read_term(line);
+  } else {
+    read_sort(line);
+  }
+  return false;
+}
+
+/// The parser of JSON would make a number of `true`, of -1 and of 1.5, too.
+template <class J>
+std::uint64_t TraceFile::read_number(const J& number) const {
+  if (!number.is_number_unsigned()) fail("what should be a number is none");
+  return number.template get<std::uint64_t>();
+}
+
+template <class J>
+TermName TraceFile::read_name(const J& name) const {
+  const TermName n = read_number(name);
+  if (!terms_.contains(n)) fail("there is no term " + std::to_string(n));
+  return n;
+}
+
+template <class J>
+std::vector<TermName> TraceFile::read_names(const J& line, const char* key) const {
+  std::vector<TermName> names;
+  const auto list = line.find(key);
+  if (list == line.end()) return names;
+  if (!list->is_array()) fail(std::string(key) + " are no list");
+  for (const auto& name : *list) names.push_back(read_name(name));
+  return names;
+}
+
+template <class J>
+void TraceFile::read_term(const J& line) {
+  const TermName name = read_number(line.at("term"));
+  Expression e = read_expression(line);
+  for (TermName arg : e.args) {
+    if (arg >= name) fail("a term is older than its argument " + std::to_string(arg));
+  }
+  if (terms_.contains(name)) fail("the term " + std::to_string(name) + " is defined twice");
+  // Other terms may differ in what a trace does not show; values are told apart by their names.
+  if (e.kind == Expression::value && !value_keys_.insert(e.key() + ' ' + std::to_string(e.sort)).second) {
+    fail("the value " + e.number.get_str().substr(0, 40) + " has another name already");
+  }
+  terms_.emplace(name, std::move(e));
+  names_.push_back(name);
+}
+
+template <class J>
+void TraceFile::read_sort(const J& line) {
+  if (read_number(line.at("sort")) != sorts_.size()) fail("sorts are numbered from 0");
+  // Should this sort be refused, the next one has its own number all the same.
+  sorts_.emplace_back().kind = TraceSort::refused;
+  std::vector<std::size_t> args;
+  if (line.contains("args")) {
+    if (!line.at("args").is_array()) fail("args are no list");
+    for (const auto& arg : line.at("args")) {
+      args.push_back(read_number(arg));
+      if (args.back() >= sorts_.size() - 1 || sorts_[args.back()].kind == TraceSort::refused) {
+        fail("there is no sort " + std::to_string(args.back()));
+      }
+    }
+  }
+  TraceSort sort = understood_sort(line.at("name").template get<std::string>(), std::move(args));
+  std::string key;
+  append_item(key, 's', sort.name);
+  for (std::size_t arg : sort.args) key += ' ' + std::to_string(arg);
+  if (!sort_keys_.insert(std::move(key)).second) fail("the sort " + sort.name + " is defined twice");
+  sorts_.back() = std::move(sort);
+}
+
+/// There is one text for each number: what else GMP would take, such as white space, is refused.
+mpq_class TraceFile::read_value(const std::string& text) const {
+  mpq_class number;
+  if (number.set_str(text, 10) != 0 || number.get_den() == 0) fail("this value is no number");
+  number.canonicalize();
+  if (number.get_str() != text) fail("this value is no number");
+  return number;
+}
+
+template <class J>
+Expression TraceFile::read_expression(const J& line) const {
+  Expression e;
+  e.sort = read_number(line.at("sort"));
+  if (e.sort >= sorts_.size() || sorts_[e.sort].kind == TraceSort::refused) {
+    fail("there is no sort " + std::to_string(e.sort));
+  }
+  if (line.contains("value")) {
+    e.kind = Expression::value;
+    e.number = read_value(line.at("value").template get<std::string>());
+    if (!is_well_sorted(e)) fail("this is no value of its sort");
+    return e;
+  }
+  if (line.contains("fun")) {
+    e.kind = Expression::function;
+    e.op = line.at("fun").template get<std::string>();
+    if (line.contains("copy")) e.copy = read_number(line.at("copy"));
+  } else {
+    e.op = line.at("op").template get<std::string>();
+    std::vector<std::string> words = indexed_words(e.op);
+    if (words.size() > 1) {
+      e.op = words[0];
+      e.indices.assign(words.begin() + 1, words.end());
+    }
+    if (!is_word(e.op) || !std::ranges::all_of(e.indices, is_word)) fail("this is no operator");
+  }
+  if (line.contains("attributes")) {
+    if (!line.at("attributes").is_array()) fail("attributes are no list");
+    for (const auto& attribute : line.at("attributes")) {
+      e.attributes.push_back(attribute.template get<std::string>());
+    }
+  }
+  e.variables = read_names(line, "variables");
+  e.args = read_names(line, "args");
+  if (!is_well_sorted(e)) fail(e.op + ": the sorts of the arguments do not fit");
+  return e;
+}
+
+}  // namespace quarv::cli

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "replay/trace_file.h"
+
+namespace quarv::cli {
+
+/// The terms of several traces side by side: what is the same term in two traces is the same here, whatever
+/// its names there.
+class TraceTerms {
+ public:
+  using Id = std::uint32_t;
+
+  /// The terms of one trace, by the names that they have in it.
+  class Names {
+   public:
+    Names(TraceTerms& terms, const TraceFile& trace) : terms_(terms), trace_(trace) {}
+
+    /// The term of that name, which the trace has defined by now.
+    Id operator()(TermName name);
+    /// A term that the trace describes and need not have named.
+    Id operator()(const Expression& e);
+
+   private:
+    void add_definitions();
+    Id convert(Expression e);
+    std::size_t sort(std::size_t name);
+
+    TraceTerms& terms_;
+    const TraceFile& trace_;
+    std::unordered_map<TermName, Id> ids_;
+    std::vector<std::size_t> sorts_;
+    std::size_t num_read_ = 0;
+  };
+
+  std::size_t size() const noexcept { return terms_.size(); }
+  /// An operator, with `args`, `variables` and `sort` as they are numbered here.
+  const Expression& term(Id id) const { return terms_[id]; }
+  const TraceSort& sort_of(Id id) const { return sorts_[terms_[id].sort]; }
+  /// "(Array Int Bool)"
+  const std::string& sort_text(Id id) const { return sort_texts_[terms_[id].sort]; }
+
+  /// The same application on other arguments.
+  Id with_args(Id id, const std::vector<Id>& args);
+
+  /// `root` with `after` wherever `before` occurs in it. Nothing recurses.
+  Id replaced(Id root, Id before, Id after);
+
+ private:
+  Id add(Expression e);
+
+  std::vector<Expression> terms_;
+  std::unordered_map<std::string, Id> ids_;
+  std::vector<TraceSort> sorts_;
+  std::vector<std::string> sort_texts_;
+  std::unordered_map<std::string, std::size_t> sort_ids_;
+};
+
+/// The terms that occur in `root`, each once, arguments before what they are arguments of.
+std::vector<TraceTerms::Id> in_post_order(const TraceTerms& terms, TraceTerms::Id root);
+
+}  // namespace quarv::cli

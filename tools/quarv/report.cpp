@@ -1,0 +1,91 @@
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "batch/results.h"
+#include "commands.h"
+#include "io/input.h"
+#include "io/output.h"
+#include "io/process.h"
+#include "report/page.h"
+#include "report/report_data.h"
+#include "simplify/simplify_arguments.h"
+
+namespace quarv::cli {
+
+namespace {
+
+constexpr const char* footer = R"(Examples:
+  quarv report query.smt2 -o query.html      show how a script is simplified
+  quarv report small/results.jsonl -o batch.html
+                                             show what became of the files of a batch)";
+
+struct Arguments {
+  std::string input;
+  std::string output = "-";
+  std::size_t examples = 8;
+  SimplifyArguments how;
+};
+
+/// Text of JSON that can stand in a script element: no tag can begin in it.
+void write_json(std::string_view json, std::ostream& out) {
+  for (std::size_t tag; (tag = json.find('<')) != std::string_view::npos; json.remove_prefix(tag + 1)) {
+    out << json.substr(0, tag) << "\\u003c";
+  }
+  out << json;
+}
+
+void report(const Arguments& arguments) {
+  constexpr std::string_view results_begin = "{\"results\":";
+  constexpr std::string_view placeholder = "REPORT_DATA";
+  const smtlib::SimplifyOptions options = read_options(arguments.how);
+  const Input input(arguments.input);
+  Output output(arguments.output);
+  const std::string data =
+      input.text().starts_with(results_begin)
+          ? batch_report(input.name(), read_results(input), options.extra_rules, arguments.examples)
+          : script_report(input.text(), input.name(), options, arguments.examples);
+  const std::string_view page = report_page();
+  const std::size_t place = page.find(placeholder);
+  output.stream() << page.substr(0, place);
+  write_json(data, output.stream());
+  output.stream() << page.substr(place + placeholder.size());
+  output.commit();
+}
+
+}  // namespace
+
+void add_report(CLI::App& program, int& status) {
+  CLI::App& command = *program.add_subcommand(
+      "report", "Show what simplification does to a script, or what a batch did, as a page for a browser");
+  command.footer(footer);
+  const auto arguments = std::make_shared<Arguments>();
+  command.add_option("FILE", arguments->input, "SMT-LIB 2 script, or results of quarv batch")
+      ->type_name("")
+      ->required();
+  command.add_option("-o,--output", arguments->output, "Where to write; - is standard output")
+      ->type_name("FILE.html")
+      ->capture_default_str();
+  command
+      .add_option("--examples", arguments->examples, "Show so many of the largest reductions step by step")
+      ->type_name("N")
+      ->capture_default_str();
+  add_step_options(command, arguments->how);
+  command.callback([arguments, &status] {
+    if (arguments->input != "-" && Output::is_same(arguments->input, arguments->output)) {
+      throw CLI::ValidationError("--output", "the page would replace what it shows");
+    }
+    try {
+      report(*arguments);
+      status = success;
+    } catch (const smtlib::UnknownRule& e) {
+      say("quarv: {} (quarv rules list tells more)\n", e.what());
+      status = usage_error;
+    }
+  });
+}
+
+}  // namespace quarv::cli

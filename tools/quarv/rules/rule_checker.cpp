@@ -1,0 +1,150 @@
+#include "rules/rule_checker.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+
+#include <fmt/format.h>
+
+namespace quarv::cli {
+
+using rules::Rule;
+using rules::RuleInstance;
+using rules::RuleQuery;
+
+namespace {
+
+std::string assertion(const std::string& formula) {
+  return "(assert " + formula + ")\n";
+}
+
+/// "t1 = #b10, t2 = #b01, n = 0", with what pattern and result are then.
+std::string counterexample(const Rule& rule, const RuleInstance& instance, const RuleQuery& query,
+                           SolverProcess& solver) {
+  std::string text;
+  const auto add = [&text](const std::string& name, const std::string& value) {
+    fmt::format_to(std::back_inserter(text), "{}{} = {}", text.empty() ? "" : ", ", name, value);
+  };
+  for (std::size_t i = 0; i < rule.parameters.size(); ++i) {
+    if (rule.parameters[i].source != rules::Parameter::Source::computed) {
+      add(rule.parameters[i].name, std::to_string(instance.integers[i]));
+    }
+  }
+  for (const RuleQuery::Variable& v : query.variables) add(v.name, solver.value(v.symbol));
+  if (query.result.empty()) return text + ": the result does not have the sort of the pattern";
+  const std::string pattern = solver.value(query.pattern);
+  const std::string result = solver.value(query.result);
+  return fmt::format("{}: the pattern is {}, the result {}", text, pattern, result);
+}
+
+}  // namespace
+
+std::span<const std::size_t> larger_widths() {
+  static constexpr std::size_t widths[] = {5, 8, 13, 16, 24, 32, 48, largest_width};
+  return widths;
+}
+
+RuleVerdict RuleChecker::check(const Rule& rule, std::optional<std::size_t> max_width) {
+  // Small widths must be decided; nothing is known to need this long.
+  constexpr int patience = 30;
+  RuleVerdict verdict;
+  const std::size_t bound = std::min(small_width, max_width.value_or(small_width));
+  const std::vector<RuleInstance> small = all_instances(rule, bound);
+  const Answer answer = check_instances(rule, small, patience * limit_, verdict);
+  std::vector<std::size_t>& widths = answer == Answer::unknown       ? verdict.undecided
+                                     : find_application(rule, small) ? verdict.proved
+                                                                     : verdict.vacuous;
+  for (std::size_t w = 1; w <= bound && !verdict.refuted(); ++w) widths.push_back(w);
+
+  const std::vector<std::size_t> own = own_widths(rule);
+  std::set<std::size_t> larger(own.begin(), own.end());
+  larger.insert(larger_widths().begin(), larger_widths().end());
+  for (std::size_t w : larger) {
+    const bool asked_for = std::ranges::binary_search(own, w);
+    if (w <= small_width || (!verdict.undecided.empty() && !asked_for)) continue;
+    if (verdict.refuted() || (max_width && w > *max_width)) break;
+    check_width(rule, w, verdict);
+  }
+  return verdict;
+}
+
+void RuleChecker::check_width(const Rule& rule, std::size_t width, RuleVerdict& verdict) {
+  const std::vector<RuleInstance> instances = some_instances(rule, width);
+  const Answer answer = check_instances(rule, instances, limit_, verdict);
+  if (answer == Answer::sat) return;
+  (answer == Answer::unknown           ? verdict.undecided
+   : find_application(rule, instances) ? verdict.proved
+                                       : verdict.vacuous)
+      .push_back(width);
+}
+
+/// Asked even where nothing is to be met: a solver that calls everything unsatisfiable proves nothing.
+bool RuleChecker::find_application(const Rule& rule, Instances instances) {
+  constexpr std::size_t batch = 64;
+  for (; !instances.empty(); instances = instances.subspan(std::min(batch, instances.size()))) {
+    std::string commands;
+    std::string any = "(or false";
+    for (std::size_t i = 0; i < std::min(batch, instances.size()); ++i) {
+      const RuleQuery query = make_query(rule, instances[i], fmt::format(".{}", i));
+      commands += declarations(query);
+      any.append("\n  ").append(query.conditions);
+    }
+    any += ')';
+    commands += assertion(any);
+    if (solver_.check(commands, limit_) == Answer::sat) return true;
+  }
+  return false;
+}
+
+/// Together first, since most rules hold; one by one, the narrowest first, when that does not settle it.
+RuleChecker::Answer RuleChecker::check_instances(const Rule& rule, Instances instances,
+                                                 std::chrono::milliseconds limit, RuleVerdict& verdict) {
+  constexpr std::size_t batch = 64;
+  for (; !instances.empty(); instances = instances.subspan(std::min(batch, instances.size()))) {
+    const Instances some = instances.first(std::min(batch, instances.size()));
+    if (some.size() > 1 && check_together(rule, some, limit) == Answer::unsat) continue;
+    bool undecided = false;
+    for (const RuleInstance& instance : some) {
+      const Answer answer = check_one(rule, instance, limit, verdict);
+      if (answer == Answer::sat) return answer;
+      if (answer == Answer::unknown && instance.largest_width() > small_width) return answer;
+      undecided = undecided || answer == Answer::unknown;
+    }
+    if (undecided) return Answer::unknown;
+  }
+  return Answer::unsat;
+}
+
+RuleChecker::Answer RuleChecker::check_together(const Rule& rule, Instances instances,
+                                                std::chrono::milliseconds limit) {
+  std::string commands;
+  std::string any = "(or false";
+  for (std::size_t i = 0; i < instances.size(); ++i) {
+    const RuleQuery query = make_query(rule, instances[i], fmt::format(".{}", i));
+    commands += declarations(query);
+    any += "\n  " + refutation(query);
+  }
+  return solver_.check(commands + assertion(any + ')'), limit);
+}
+
+RuleChecker::Answer RuleChecker::check_one(const Rule& rule, const RuleInstance& instance,
+                                           std::chrono::milliseconds limit, RuleVerdict& verdict) {
+  const RuleQuery query = make_query(rule, instance);
+  const Answer answer = solver_.check(declarations(query) + assertion(refutation(query)), limit);
+  if (answer == Answer::sat) verdict.counterexample = counterexample(rule, instance, query, solver_);
+  return answer;
+}
+
+std::string list_of_widths(const std::vector<std::size_t>& widths) {
+  std::string text = widths.size() == 1 ? "width" : "widths";
+  for (std::size_t i = 0; i < widths.size();) {
+    std::size_t last = i;
+    while (last + 1 < widths.size() && widths[last + 1] == widths[last] + 1) ++last;
+    fmt::format_to(std::back_inserter(text), "{} {}", i == 0 ? "" : ",", widths[i]);
+    if (last > i) fmt::format_to(std::back_inserter(text), "-{}", widths[last]);
+    i = last + 1;
+  }
+  return text;
+}
+
+}  // namespace quarv::cli

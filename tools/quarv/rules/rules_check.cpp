@@ -1,0 +1,156 @@
+#include <algorithm>
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "io/ordered_work.h"
+#include "io/output.h"
+#include "rules/rule_catalogue.h"
+#include "rules/rule_checker.h"
+
+namespace quarv::cli {
+
+namespace {
+
+struct Arguments {
+  std::string file;
+  std::string solver = "z3";
+  unsigned jobs = std::max(1u, std::thread::hardware_concurrency());
+  double timeout = 2;
+  std::optional<std::size_t> max_width;
+};
+
+constexpr const char* explanation =
+    R"(Examples:
+  quarv rules check my.rules                 let z3 look for values for which a rule does not hold
+  quarv rules check my.rules --solver cvc5 --max-width 8
+
+For each rule the solver is asked whether the pattern's conditions can hold while pattern and result differ: in all
+instances of widths 1 to 4, in some of larger widths, and around the widths that the rule itself names. Of rules that
+multiply, large widths may stay undecided. A rule is proved only where there is something that it applies to.
+
+Exit status: 0 when nothing was refuted, widths 1 to 4 are decided, and each rule applied somewhere or has conditions
+that exclude each other; 1 otherwise, or when the solver fails. Of the standard rules, those that are known not to hold
+for all values (quarv rules list) must be refuted, and no others.)";
+
+/// Beyond the first undecided width only those were tried that the rule itself names.
+std::string undecided_beside(const RuleVerdict& verdict) {
+  const std::size_t first = verdict.undecided.front();
+  if (!verdict.proved.empty() && verdict.proved.back() > first) {
+    return "; undecided for " + list_of_widths(verdict.undecided);
+  }
+  return fmt::format("; undecided from {} on", first);
+}
+
+/// Checks rules side by side and reports them in order.
+class Check {
+ public:
+  Check(const Arguments& arguments, std::vector<rules::Rule> all)
+      : arguments_(arguments), rules_(std::move(all)), output_("-") {}
+
+  int run();
+
+ private:
+  void report(std::size_t i, const RuleVerdict& verdict);
+  bool is_known(std::size_t i) const {
+    return arguments_.file.empty() && known_counterexample(i + 1) != nullptr;
+  }
+  std::size_t num_undecided() const {
+    return rules_.size() - num_proved_ - num_refuted_ - num_never_applicable_;
+  }
+
+  const Arguments& arguments_;
+  std::vector<rules::Rule> rules_;
+  std::size_t num_proved_ = 0;
+  std::size_t num_refuted_ = 0;
+  std::size_t num_never_applicable_ = 0;
+  bool as_expected_ = true;
+  Output output_;
+};
+
+int Check::run() {
+  OrderedWork<RuleVerdict> work(
+      rules_.size(), [this](std::size_t i, const RuleVerdict& verdict) { report(i, verdict); },
+      [this] { output_.stream().flush(); });
+  work.run(arguments_.jobs, [this] {
+    const std::chrono::milliseconds limit(static_cast<long>(arguments_.timeout * 1000));
+    return [this, checker = std::make_unique<RuleChecker>(arguments_.solver, limit)](std::size_t i) {
+      return checker->check(rules_[i], arguments_.max_width);
+    };
+  });
+  output_.stream() << fmt::format("{} rules: {} proved, {} refuted, {} undecided", rules_.size(), num_proved_,
+                                  num_refuted_, num_undecided());
+  if (num_never_applicable_ != 0) {
+    output_.stream() << fmt::format(", {} never applicable", num_never_applicable_);
+  }
+  output_.stream() << '\n';
+  output_.commit();
+  return as_expected_ ? success : failure;
+}
+
+void Check::report(std::size_t i, const RuleVerdict& verdict) {
+  std::string text;
+  bool expected = !is_known(i) || arguments_.max_width.value_or(small_width) < small_width;
+  const bool small_ones_decided = verdict.undecided.empty() || verdict.undecided.front() > small_width;
+  if (verdict.refuted()) {
+    ++num_refuted_;
+    expected = is_known(i);
+    text = fmt::format("refuted{}: {}", is_known(i) ? ", as is known" : "", verdict.counterexample);
+  } else if (!small_ones_decided) {
+    expected = false;
+    text = "undecided for " + list_of_widths(verdict.undecided);
+  } else if (!verdict.proved.empty()) {
+    ++num_proved_;
+    text = "proved for " + list_of_widths(verdict.proved);
+    if (!verdict.undecided.empty()) text += undecided_beside(verdict);
+    if (!expected) text += "; a counterexample was expected";
+  } else if (const std::string both = contradiction(rules_[i]); !both.empty()) {
+    ++num_never_applicable_;
+    text = "never applicable: " + both + " exclude each other";
+  } else {
+    expected = false;
+    text = "undecided: it applied at no width that was tried, " + list_of_widths(verdict.vacuous);
+    if (!verdict.undecided.empty()) text += undecided_beside(verdict);
+  }
+  as_expected_ = as_expected_ && expected;
+  output_.stream() << fmt::format("{:>3} {}\n      {}\n", i + 1, rules_[i].text, text);
+}
+
+}  // namespace
+
+void add_rules_check(CLI::App& rules, int& status) {
+  CLI::App& command = *rules.add_subcommand("check", "Let an SMT solver say whether rules hold");
+  const auto arguments = std::make_shared<Arguments>();
+  command.add_option("FILE", arguments->file, "Rules of your own; without it, the standard rules")
+      ->type_name("");
+  command.add_option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
+      ->capture_default_str();
+  command.add_option("-j,--jobs", arguments->jobs, "How many solvers run side by side")
+      ->check(CLI::Range(1, 256).description(""))
+      ->type_name("N")
+      ->capture_default_str();
+  command.add_option("--timeout", arguments->timeout, "For each query at widths above 4, in seconds")
+      ->check(CLI::Range(0.001, 1e6).description(""))
+      ->type_name("S")
+      ->capture_default_str();
+  command
+      .add_option("--max-width", arguments->max_width,
+                  fmt::format("The largest width to try; without it, {}, and larger ones that a rule names",
+                              largest_width))
+      ->check(CLI::Range(std::size_t{1}, std::size_t{1024}).description(""))
+      ->type_name("W");
+  command.footer(explanation);
+  command.callback([arguments, &status] {
+    Check check(*arguments, arguments->file.empty() ? standard_rules() : rules_of_file(arguments->file));
+    status = check.run();
+  });
+}
+
+}  // namespace quarv::cli

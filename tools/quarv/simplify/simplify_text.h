@@ -1,0 +1,21 @@
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+#include "simplify/statistics.h"
+#include <quarv/smtlib/simplify_script.h>
+
+namespace quarv::cli {
+
+/// Simplifies a script and counts what is done, which costs little. The statistics lack what `measure_plain`
+/// finds out. Throws what smtlib::simplify_script throws.
+Statistics simplify_text(std::string_view text, const std::string& name, std::ostream& out,
+                         smtlib::SimplifyOptions options);
+
+/// Reads the input once more as it was written: what it holds, and how long that takes, shows what
+/// simplification does. Completes what simplify_text has returned.
+void measure_plain(std::string_view text, const std::string& name, Statistics& statistics);
+
+}  // namespace quarv::cli

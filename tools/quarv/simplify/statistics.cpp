@@ -1,0 +1,104 @@
+#include "simplify/statistics.h"
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+#include <sys/resource.h>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <quarv/term/term_manager.h>
+
+namespace quarv::cli {
+
+namespace {
+
+using Count = std::pair<std::string, std::uint64_t>;
+
+/// Operators that simplified at least once, the busiest first.
+std::vector<Count> by_operator(const Counter& counter) {
+  std::vector<Count> counts;
+  for (std::size_t i = 0; i < SymbolTag::count; ++i) {
+    if (counter.by_tag[i] != 0) {
+      counts.emplace_back(SymbolTag::name(static_cast<SymbolTag::tag>(i)), counter.by_tag[i]);
+    }
+  }
+  std::stable_sort(counts.begin(), counts.end(),
+                   [](const Count& a, const Count& b) { return a.second > b.second; });
+  return counts;
+}
+
+std::vector<Count> by_rule(const Counter& counter) {
+  std::vector<Count> counts;
+  for (const auto& [rule, count] : counter.by_rule) counts.emplace_back(std::to_string(rule + 1), count);
+  return counts;
+}
+
+void append_counts(std::string& text, std::string_view title, std::string_view prefix,
+                   const std::vector<Count>& counts) {
+  std::uint64_t sum = 0;
+  for (const Count& c : counts) sum += c.second;
+  fmt::format_to(std::back_inserter(text), "{:<24}{:>12}\n", title, sum);
+  for (const auto& [name, count] : counts) {
+    fmt::format_to(std::back_inserter(text), "  {:<22}{:>12}\n", std::string(prefix) + name, count);
+  }
+}
+
+nlohmann::ordered_json as_object(const std::vector<Count>& counts) {
+  nlohmann::ordered_json object = nlohmann::ordered_json::object();
+  for (const auto& [name, count] : counts) object[name] = count;
+  return object;
+}
+
+}  // namespace
+
+void Counter::on_rule(std::size_t rule, const Term*, const Term*) {
+  ++by_rule[rule];
+}
+
+void Counter::on_simplification(const Symbol* op, std::span<const Term* const>, const Term*) {
+  ++by_tag[TermManager::get_tag(op)];
+}
+
+std::uint64_t peak_memory() {
+  rusage usage = {};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;
+}
+
+std::string as_text(const Statistics& s) {
+  std::string text;
+  const auto line = [&text](std::string_view name, const std::string& value) {
+    fmt::format_to(std::back_inserter(text), "{:<24}{:>12}\n", name, value);
+  };
+  line("terms before", std::to_string(s.terms_before));
+  line("terms after", std::to_string(s.terms_after));
+  append_counts(text, "simplifications", "", by_operator(s.counts));
+  append_counts(text, "rule applications", "rule ", by_rule(s.counts));
+  line("rounds", std::to_string(s.rounds));
+  line("reading", fmt::format("{:.3f} s", s.read_seconds));
+  line("simplifying", fmt::format("{:.3f} s", s.simplify_seconds));
+  line("printing", fmt::format("{:.3f} s", s.print_seconds));
+  line("peak memory", fmt::format("{:.1f} MiB", static_cast<double>(s.peak_memory) / (1 << 20)));
+  return text;
+}
+
+nlohmann::ordered_json as_object(const Statistics& s) {
+  return {
+      {"terms", {{"before", s.terms_before}, {"after", s.terms_after}}},
+      {"simplifications", as_object(by_operator(s.counts))},
+      {"rules", as_object(by_rule(s.counts))},
+      {"rounds", s.rounds},
+      {"seconds", {{"read", s.read_seconds}, {"simplify", s.simplify_seconds}, {"print", s.print_seconds}}},
+      {"peak_memory_bytes", s.peak_memory},
+  };
+}
+
+std::string as_json(const Statistics& s) {
+  return as_object(s).dump() + '\n';
+}
+
+}  // namespace quarv::cli
