@@ -11,8 +11,8 @@
 #include <string>
 #include <string_view>
 
-#include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/write/printer.h>
 
 namespace quarv::fuzz {
 

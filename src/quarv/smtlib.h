@@ -6,9 +6,9 @@
 #include <quarv/quarv.h>
 #include <quarv/smtlib/error.h>
 #include <quarv/smtlib/extra_rules.h>
-#include <quarv/smtlib/printer.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/strict_semantics.h>
 #include <quarv/smtlib/trace.h>
+#include <quarv/smtlib/write/printer.h>

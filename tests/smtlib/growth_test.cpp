@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 
 // Inputs whose cost would grow faster than their size. None of the tests measures time: those that count

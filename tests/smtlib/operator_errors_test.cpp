@@ -13,8 +13,8 @@
 
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
-#include <quarv/smtlib/operators.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/operators.h>
+#include <quarv/smtlib/read/reader.h>
 
 namespace quarv::smtlib {
 namespace {

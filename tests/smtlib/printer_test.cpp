@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "support/corpus.h"
-#include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/write/printer.h>
 
 namespace quarv::smtlib {
 namespace {

@@ -10,7 +10,7 @@
 #include "support/corpus.h"
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
 
 namespace quarv::smtlib {
 namespace {

@@ -11,8 +11,8 @@
 
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
-#include <quarv/smtlib/reader.h>
-#include <quarv/smtlib/real_to_fp.h>
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/read/real_to_fp.h>
 #include <quarv/smtlib/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 

@@ -4,9 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <quarv/smtlib/printer.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/write/printer.h>
 
 namespace quarv::smtlib {
 namespace {

@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
-#include <quarv/smtlib/reader.h>
-#include <quarv/smtlib/source_excerpt.h>
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/read/source_excerpt.h>
 
 namespace quarv::smtlib {
 namespace {

@@ -11,7 +11,7 @@
 
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
-#include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/strict_semantics.h>
 #include <quarv/term/term_manager.h>

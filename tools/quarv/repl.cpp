@@ -14,7 +14,7 @@
 #include "io/command_splitter.h"
 #include "io/output.h"
 #include "io/text_source.h"
-#include <quarv/smtlib/lexer.h>
+#include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {

@@ -10,7 +10,7 @@
 #include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/numbers/q_number.h>
 #include <quarv/smtlib/error.h>
-#include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/term/sort_error.h>
 

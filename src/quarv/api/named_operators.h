@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/read/operators.h>
 
 namespace quarv::api {
 

@@ -5,8 +5,8 @@
 
 #include <quarv/api/declared_sorts.h>
 #include <quarv/api/script_text.h>
-#include <quarv/smtlib/printer.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/write/printer.h>
 #include <quarv/util/checkpoint.h>
 
 namespace quarv::api {

@@ -13,11 +13,11 @@
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/smtlib/error.h>
 #include <quarv/smtlib/extra_rules.h>
-#include <quarv/smtlib/printer.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/read/source_excerpt.h>
 #include <quarv/smtlib/simplify_script.h>
-#include <quarv/smtlib/source_excerpt.h>
 #include <quarv/smtlib/strict_semantics.h>
+#include <quarv/smtlib/write/printer.h>
 
 namespace quarv {
 

@@ -5,7 +5,7 @@
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/smtlib/error.h>
 #include <quarv/smtlib/extra_rules.h>
-#include <quarv/smtlib/source_excerpt.h>
+#include <quarv/smtlib/read/source_excerpt.h>
 #include <quarv/term/sort_error.h>
 
 namespace quarv::smtlib {

@@ -2,8 +2,8 @@
 #include <sstream>
 
 #include <quarv/smtlib/normal_forms.h>
-#include <quarv/smtlib/reader.h>
-#include <quarv/smtlib/term_writer.h>
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/write/term_writer.h>
 
 namespace quarv::smtlib {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include <quarv/forms/form_graph.h>
-#include <quarv/smtlib/printed_node.h>
+#include <quarv/smtlib/write/printed_node.h>
 #include <quarv/util/large_pages.h>
 
 namespace quarv::smtlib {

@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include <quarv/smtlib/normal_forms.h>
-#include <quarv/smtlib/term_writer.h>
+#include <quarv/smtlib/write/term_writer.h>
 
 // Linear arithmetic: a sum has its negative parts subtracted, a comparison has them on its other side.
 

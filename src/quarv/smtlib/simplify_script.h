@@ -12,10 +12,10 @@
 #include <quarv/export.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/smtlib/extra_rules.h>
-#include <quarv/smtlib/printer.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/smtlib/strict_semantics.h>
+#include <quarv/smtlib/write/printer.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/term/term_manager.h>
 

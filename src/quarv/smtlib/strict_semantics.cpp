@@ -4,7 +4,7 @@
 #include <quarv/numbers/ieee_float.h>
 #include <quarv/simpl/canonical_order.h>
 #include <quarv/simpl/fp/folding.h>
-#include <quarv/smtlib/operators.h>
+#include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 

@@ -16,7 +16,7 @@
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/smtlib/script.h>
-#include <quarv/smtlib/term_writer.h>
+#include <quarv/smtlib/write/term_writer.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {

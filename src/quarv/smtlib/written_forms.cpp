@@ -1,5 +1,5 @@
-#include <quarv/smtlib/operators.h>
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/operators.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/written_forms.h>
 
 namespace quarv::smtlib {

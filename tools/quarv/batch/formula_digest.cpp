@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "batch/sha256.h"
-#include <quarv/smtlib/lexer.h>
+#include <quarv/smtlib/read/lexer.h>
 
 namespace quarv::cli {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include <quarv/smtlib/reader.h>
+#include <quarv/smtlib/read/reader.h>
 
 namespace quarv::cli {
 

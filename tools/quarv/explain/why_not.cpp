@@ -11,9 +11,9 @@
 #include "replay/replay_checker.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/smtlib/printer.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/trace.h>
+#include <quarv/smtlib/write/printer.h>
 
 namespace quarv::cli {
 

@@ -7,7 +7,7 @@
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/smtlib/error.h>
-#include <quarv/smtlib/source_excerpt.h>
+#include <quarv/smtlib/read/source_excerpt.h>
 
 namespace quarv::cli {
 

@@ -1,6 +1,6 @@
 #include "solver/expressions.h"
 
-#include <quarv/smtlib/lexer.h>
+#include <quarv/smtlib/read/lexer.h>
 
 namespace quarv::cli {
 

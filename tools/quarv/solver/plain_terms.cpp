@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "solver/expressions.h"
-#include <quarv/smtlib/lexer.h>
+#include <quarv/smtlib/read/lexer.h>
 
 namespace quarv::cli {
 

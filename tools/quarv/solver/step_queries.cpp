@@ -9,7 +9,7 @@
 
 #include "solver/expressions.h"
 #include "solver/generalized_terms.h"
-#include <quarv/smtlib/printer.h>
+#include <quarv/smtlib/write/printer.h>
 
 namespace quarv::cli {
 

@@ -1,0 +1,85 @@
+#include "quarv/rules/compiler/class_writer.h"
+
+#include <quarv/rules/child_shapes.h>
+
+namespace rulec {
+
+using quarv::SymbolTag;
+using quarv::rules::ChildShape;
+using quarv::rules::Operator;
+using quarv::rules::Rule;
+
+namespace {
+
+std::string banner(std::string_view set) {
+  return "// Made by rulec from " + std::string(set) + ".rules.\n";
+}
+
+/// The name of an enumerator of SymbolTag.
+std::string tag_name(SymbolTag::tag tag) {
+  std::string name = "SymbolTag::";
+  for (const Operator& op : quarv::rules::operators()) {
+    if (op.tag == tag) return name.append(op.tag_name);
+  }
+  return name.append("CONSTANT");
+}
+
+/// A rule text as a C++ string literal.
+std::string literal(std::string_view text) {
+  std::string out(1, '"');
+  for (const char c : text) {
+    if (c == '"' || c == '\\') out += '\\';
+    out += c;
+  }
+  return out += '"';
+}
+
+std::string shape_text(const ChildShape& shape) {
+  switch (shape.kind) {
+    case ChildShape::Kind::headed_by:
+      return "rules::ChildShape::headed_by(" + tag_name(shape.tag) + ")";
+    case ChildShape::Kind::not_constant:
+      return "rules::ChildShape::not_constant()";
+    case ChildShape::Kind::any:
+      break;
+  }
+  return "rules::ChildShape::any()";
+}
+
+std::string class_definition(const Rule& rule) {
+  std::string text = "\n/// ";
+  text += rule.text;
+  text += "\nclass " + class_name(rule) + " final : public TermNormalizer::norm_fun {\n public:\n";
+  text += "  SymbolTag::tag get_applicant() override { return " + tag_name(rule.applicant()) + "; }\n";
+  text += "  bool operator()(TermManager* mgr, const Term* root, const Term** out) const override;\n";
+  text += "  std::string get_signature() override { return " + literal(rule.text) + "; }\n";
+  text += "  int get_group() const override { return 2; }\n";
+  const auto shapes = quarv::rules::child_shapes(rule);
+  if (shapes[0].kind != ChildShape::Kind::any || shapes[1].kind != ChildShape::Kind::any) {
+    text += "  rules::ChildShapes get_child_shapes() const override {\n";
+    text += "    return {" + shape_text(shapes[0]) + ", " + shape_text(shapes[1]) + "};\n  }\n";
+  }
+  return text + "};\n";
+}
+
+}  // namespace
+
+std::string class_header(std::string_view set, const std::vector<Rule>& rules) {
+  std::string text = banner(set);
+  text +=
+      "#pragma once\n\n#include <string>\n\n#include <quarv/rules/term_normalizer.h>\n\nnamespace quarv {\n";
+  for (const Rule& rule : rules) text += class_definition(rule);
+  return text + "\n}  // namespace quarv\n";
+}
+
+std::string registration(std::string_view set, const std::vector<Rule>& rules) {
+  const std::string name(set);
+  std::string text = banner(set);
+  text += "#include <quarv/rules/" + name + "_rules.h>\n\n#include \"" + name +
+          "_rule_classes.h\"\n\nnamespace quarv {\n\n";
+  text += "void register_" + name + "_rules(TermNormalizer* normalizer) {\n";
+  for (const Rule& rule : rules) text += "  normalizer->register_rule(new " + class_name(rule) + ");\n";
+  return text + "}\n\n}  // namespace quarv\n";
+}
+
+}  // namespace rulec

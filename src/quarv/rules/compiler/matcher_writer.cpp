@@ -1,0 +1,298 @@
+#include "quarv/rules/compiler/matcher_writer.h"
+
+#include <vector>
+
+#include <quarv/rules/match_plan.h>
+
+namespace rulec {
+
+using namespace quarv::rules;
+
+namespace {
+
+class MatcherWriter {
+ public:
+  explicit MatcherWriter(const Rule& rule)
+      : rule_(rule), plan_(plan_match(rule)), width_known_(rule.pattern.size(), false) {}
+
+  std::string write() {
+    write_recognizers();
+    write_variables();
+    for (const Condition& test : plan_.tests) write_test(test);
+    for (const Condition& binding : plan_.bindings) write_binding(binding);
+    write_result();
+    return "\n// " + rule_.text + "\nbool " + class_name(rule_) + "::operator()(" + parameters() +
+           ") const {\n" + body_ + "}\n";
+  }
+
+ private:
+  std::string parameters() const {
+    std::string text = uses_manager_ ? "TermManager* mgr, " : "[[maybe_unused]] TermManager* mgr, ";
+    return text + "const Term* root, const Term** out";
+  }
+
+  void line(const std::string& text) { body_.append("  ").append(text).append("\n"); }
+
+  /// Ends the rule unless `test`, a call of the manager or of a helper, holds.
+  void require(const std::string& test) {
+    uses_manager_ = true;
+    line("if (!" + test + ") return false;");
+  }
+
+  /// The C++ expression for the term at a position.
+  std::string term(std::size_t position) const {
+    const PatternNode& node = rule_.pattern[position];
+    if (position == 0) return "root";
+    switch (node.kind) {
+      case PatternNode::Kind::variable:
+        return node.name;
+      case PatternNode::Kind::application: {
+        std::string name(node.op->word);
+        return name + "_" + std::to_string(position);
+      }
+      case PatternNode::Kind::literal:
+        break;
+    }
+    return argument(position);
+  }
+
+  /// The same, reached from the term above it.
+  std::string argument(std::size_t position) const {
+    const PatternNode& node = rule_.pattern[position];
+    return term(node.parent) + "->args[" + std::to_string(node.child) + "]";
+  }
+
+  /// Recognises the operators below the root, and gets the integer parameters of all of them.
+  void write_recognizers() {
+    for (std::size_t position = 0; position < rule_.pattern.size(); ++position) {
+      const PatternNode& node = rule_.pattern[position];
+      if (node.kind != PatternNode::Kind::application) continue;
+      if (position > 0) line("const Term* " + term(position) + " = " + argument(position) + ";");
+      bool any_parameter = false;
+      std::string outputs;
+      for (const std::size_t parameter : node.parameters) {
+        const std::string& name = rule_.parameters[parameter].name;
+        const bool used = plan_.parameter_used[parameter];
+        if (used) line("std::size_t " + name + ";");
+        outputs += used ? ", &" + name : std::string(", nullptr");
+        any_parameter = any_parameter || used;
+      }
+      if (position == 0 && !any_parameter) continue;
+      require(std::string("mgr->is_").append(node.op->name) + "(" + term(position) + "->symbol" + outputs +
+              remaining_outputs(*node.op) + ")");
+    }
+  }
+
+  /// A recogniser answers widths after the parameters, which come from the types here.
+  static std::string remaining_outputs(const Operator& op) {
+    return op.shape == Shape::concat ? ", nullptr, nullptr" : ", nullptr";
+  }
+
+  void write_variables() {
+    for (std::size_t position = 0; position < rule_.pattern.size(); ++position) {
+      if (rule_.pattern[position].kind == PatternNode::Kind::variable && is_used(position)) {
+        line("const Term* " + term(position) + " = " + argument(position) + ";");
+      }
+    }
+  }
+
+  bool is_used(std::size_t position) const {
+    for (const auto* conditions : {&plan_.tests, &plan_.bindings}) {
+      for (const Condition& condition : *conditions) {
+        if (reads(condition, position)) return true;
+      }
+    }
+    for (const ResultNode& node : rule_.result) {
+      if (node.kind == ResultNode::Kind::subterm && node.index == position) return true;
+    }
+    return false;
+  }
+
+  static bool reads(const Condition& condition, std::size_t position) {
+    bool found = false;
+    for (const IntExpr* side : {&condition.left, &condition.right}) {
+      visit(*side, [&](const IntExpr& e) {
+        found = found ||
+                ((e.kind == IntExpr::Kind::size || e.kind == IntExpr::Kind::value) && e.index == position);
+      });
+    }
+    switch (condition.kind) {
+      case Condition::Kind::compare:
+      case Condition::Kind::compare_values:
+      case Condition::Kind::binding:
+        return found;
+      case Condition::Kind::identity:
+      case Condition::Kind::precedes:
+        return condition.a == position || condition.b == position;
+      default:
+        return found || condition.a == position;
+    }
+  }
+
+  void write_test(const Condition& test) {
+    const std::string a = term(test.a);
+    switch (test.kind) {
+      case Condition::Kind::is_const:
+        return require("rules::is_number(mgr, " + a + ")");
+      case Condition::Kind::is_not_const:
+        uses_manager_ = true;
+        return line("if (rules::is_number(mgr, " + a + ")) return false;");
+      case Condition::Kind::identity:
+        return line("if (" + a + " != " + term(test.b) + ") return false;");
+      case Condition::Kind::precedes:
+        return line("if (" + a + "->id >= " + term(test.b) + "->id) return false;");
+      case Condition::Kind::has_value:
+        if (test.value < 0) return require("rules::is_all_ones(mgr, " + a + ")");
+        return require("rules::has_value(mgr, " + a + ", " + std::to_string(test.value) + ")");
+      case Condition::Kind::compare_values:
+        return write_value_comparison(test);
+      case Condition::Kind::compare: {
+        const std::string left = integer(test.left);
+        const std::string right = integer(test.right);
+        return line("if (!(" + left + " " + std::string(relation_sign(test.relation)) + " " + right +
+                    ")) return false;");
+      }
+      case Condition::Kind::power_of_two:
+        line("std::size_t " + rule_.parameters[test.b].name + ";");
+        return require("rules::is_power_of_two(mgr, " + a + ", &" + rule_.parameters[test.b].name + ")");
+      case Condition::Kind::fits:
+        return require("rules::sum_fits(mgr, " + term(test.left.index) + ", " + term(test.right.index) +
+                       ", " + width(test.a) + ")");
+      case Condition::Kind::binding:
+        return write_binding(test);
+      case Condition::Kind::states_literal:
+        return;
+    }
+  }
+
+  void write_value_comparison(const Condition& test) {
+    const std::string left = number(test.left);
+    const std::string right = number(test.right);
+    line("if (!(" + left + " " + std::string(relation_sign(test.relation)) + " " + right +
+         ")) return false;");
+  }
+
+  /// A side of a comparison of values, as a QNumber. A term's value is got once.
+  std::string number(const IntExpr& side) {
+    if (side.kind != IntExpr::Kind::value) return "rules::to_number(" + integer(side) + ")";
+    const std::string name = "value_" + term(side.index);
+    uses_manager_ = true;
+    line("const QNumber* " + name + " = mgr->get_number(" + term(side.index) + "->symbol);");
+    line("if (" + name + " == nullptr) return false;");
+    return "*" + name;
+  }
+
+  void write_binding(const Condition& binding) {
+    const std::string value = integer(binding.left);
+    line("const std::size_t " + rule_.parameters[binding.b].name + " = " + value + ";");
+  }
+
+  /// The width of the term at a position; the code to get it is written at its first use.
+  std::string width(std::size_t position) {
+    std::string name = "width_" + (position == 0 ? std::string("root") : rule_.pattern[position].name);
+    if (!width_known_[position]) {
+      width_known_[position] = true;
+      line("std::size_t " + name + ";");
+      require("rules::get_width(mgr, " + term(position) + ", &" + name + ")");
+    }
+    return name;
+  }
+
+  std::string integer(const IntExpr& expression) {
+    switch (expression.kind) {
+      case IntExpr::Kind::literal:
+        return std::to_string(expression.index);
+      case IntExpr::Kind::parameter:
+        return rule_.parameters[expression.index].name;
+      case IntExpr::Kind::size:
+        return width(expression.index);
+      case IntExpr::Kind::sum:
+      case IntExpr::Kind::difference: {
+        const std::string left = integer(expression.operands[0]);
+        const std::string right = integer(expression.operands[1]);
+        return left + (expression.kind == IntExpr::Kind::sum ? " + " : " - ") +
+               nested(expression.operands[1], right);
+      }
+      case IntExpr::Kind::value:
+        break;
+    }
+    return {};
+  }
+
+  static std::string nested(const IntExpr& expression, const std::string& text) {
+    return expression.operands.empty() ? text : "(" + text + ")";
+  }
+
+  void write_result() {
+    for (const ResultNode& node : rule_.result) {
+      if (!node.width.from_result && is_constant(node)) width(node.width.index);
+    }
+    std::vector<std::string> terms;
+    for (std::size_t i = 0; i < rule_.result.size(); ++i) {
+      const ResultNode& node = rule_.result[i];
+      const std::string text = result_term(node, terms);
+      const bool is_last = i + 1 == rule_.result.size();
+      if (is_last) {
+        line("*out = " + text + ";");
+      } else if (node.kind == ResultNode::Kind::subterm) {
+        terms.push_back(text);
+      } else {
+        terms.push_back("result_" + std::to_string(i));
+        line("const Term* " + terms.back() + " = " + text + ";");
+      }
+    }
+    line("return true;");
+  }
+
+  static bool is_constant(const ResultNode& node) {
+    return node.kind == ResultNode::Kind::literal || node.kind == ResultNode::Kind::exponent;
+  }
+
+  std::string result_term(const ResultNode& node, const std::vector<std::string>& terms) {
+    if (node.kind == ResultNode::Kind::subterm) return term(node.index);
+    uses_manager_ = true;
+    switch (node.kind) {
+      case ResultNode::Kind::truth:
+        return node.value != 0 ? "mgr->true_term" : "mgr->false_term";
+      case ResultNode::Kind::literal:
+        return constant(std::to_string(node.value), node, terms);
+      case ResultNode::Kind::exponent:
+        return constant("static_cast<std::int64_t>(" + rule_.parameters[node.index].name + ")", node, terms);
+      default:
+        break;
+    }
+    std::string text = std::string("mgr->make_").append(node.op->name) + "(";
+    for (const IntExpr& parameter : node.parameters) text += integer(parameter) + ", ";
+    for (std::size_t i = 0; i < node.arguments.size(); ++i)
+      text += (i > 0 ? ", " : "") + terms[node.arguments[i]];
+    return text + ")";
+  }
+
+  std::string constant(const std::string& value, const ResultNode& node,
+                       const std::vector<std::string>& terms) {
+    const std::string bits = node.width.from_result ? "rules::width_of(mgr, " + terms[node.width.index] + ")"
+                                                    : width(node.width.index);
+    return "rules::make_constant(mgr, " + value + ", " + bits + ")";
+  }
+
+  const Rule& rule_;
+  MatchPlan plan_;
+  std::vector<bool> width_known_;
+  bool uses_manager_ = false;
+  std::string body_;
+};
+
+}  // namespace
+
+std::string matcher_prologue(std::string_view set) {
+  const std::string name(set);
+  std::string text = "// Made by rulec from " + name + ".rules.\n";
+  text += "#include <cstddef>\n#include <cstdint>\n\n#include <quarv/rules/rule_helpers.h>\n\n";
+  return text + "#include \"" + name + "_rule_classes.h\"\n\nnamespace quarv {\n";
+}
+
+std::string matcher(const Rule& rule) {
+  return MatcherWriter(rule).write();
+}
+
+}  // namespace rulec

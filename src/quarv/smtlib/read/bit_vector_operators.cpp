@@ -1,0 +1,285 @@
+#include <bit>
+#include <string>
+
+#include <quarv/numbers/bv_number.h>
+#include <quarv/smtlib/read/operators.h>
+
+namespace quarv::smtlib {
+
+namespace build {
+
+namespace {
+
+using TM = TermManager;
+
+std::size_t width_of(OperatorContext& c, const Term* t) {
+  const std::size_t width =
+      c.manager.is_bv_type(c.manager.type_of(t)) ? c.manager.get_width_from_type(c.manager.type_of(t)) : 0;
+  if (width == 0) throw SortError("not a bit-vector");
+  return width;
+}
+
+void check_width(std::size_t width) {
+  if (width > max_width) {
+    throw SortError("the result would have " + std::to_string(width) + " bits, more than the " +
+                    std::to_string(max_width) + " that are supported");
+  }
+}
+
+const Term* ones(TermManager& m, std::size_t width) {
+  QNumber value;
+  BVNumber::pow2(width, &value);
+  value -= QNumber(1);
+  return m.make_bv_number(value, width);
+}
+
+/// The smallest signed value: the sign bit alone.
+const Term* signed_minimum(TermManager& m, std::size_t width) {
+  QNumber value;
+  BVNumber::pow2(width - 1, &value);
+  return m.make_bv_number(value, width);
+}
+
+const Term* zero(TermManager& m, std::size_t width) {
+  return m.make_bv_number(0, width);
+}
+
+/// The sign bit as a formula: negative or not.
+const Term* is_negative(TermManager& m, const Term* t) {
+  const std::size_t width = m.get_width_from_type(m.type_of(t));
+  const Term* sign = m.make_bv_extract(width - 1, width - 1, t);
+  return m.make_equal(sign, m.make_bv_number(1, 1));
+}
+
+const Term* concatenation(OperatorContext& c, Args a) {
+  std::size_t width = 0;
+  for (const Term* t : a) check_width(width += width_of(c, t));
+  return associative<&TM::make_bv_concat>(c, a);
+}
+
+const Term* extract(OperatorContext& c, Args a) {
+  const std::size_t width = width_of(c, a[0]);
+  if (c.indices[0] >= width) {
+    bad_index(1, "index " + std::to_string(c.indices[0]) + " is out of range for " + std::to_string(width) +
+                     (width == 1 ? " bit" : " bits"));
+  }
+  if (c.indices[1] > c.indices[0]) {
+    bad_index(2, "the low index " + std::to_string(c.indices[1]) + " is above the high index " +
+                     std::to_string(c.indices[0]));
+  }
+  return c.manager.make_bv_extract(c.indices[0], c.indices[1], a[0]);
+}
+
+template <auto Make>
+const Term* extension(OperatorContext& c, Args a) {
+  const std::size_t width = width_of(c, a[0]);
+  check_width(c.indices[0] > max_width ? c.indices[0] : c.indices[0] + width);
+  return (c.manager.*Make)(c.indices[0], a[0]);
+}
+
+/// A rotation's amount counts modulo the width, as the standard defines it. The layer rotates constants bit
+/// by bit; a very wide vector is taken apart and put together instead.
+template <auto Make>
+const Term* rotated(TermManager& m, const Term* t, std::size_t amount) {
+  constexpr std::size_t wide = 4096;
+  const std::size_t width = m.get_width_from_type(m.type_of(t));
+  amount %= width;
+  if (width <= wide || amount == 0) return (m.*Make)(amount, t);
+  const std::size_t high_bits = Make == &TM::make_bv_rotate_left ? width - amount : amount;
+  const Term* high = m.make_bv_extract(high_bits - 1, 0, t);
+  const Term* low = m.make_bv_extract(width - 1, high_bits, t);
+  return m.make_bv_concat(high, low);
+}
+
+template <auto Make>
+const Term* rotation(OperatorContext& c, Args a) {
+  width_of(c, a[0]);
+  return rotated<Make>(c.manager, a[0], c.indices[0]);
+}
+
+/// A rotation by a term: by a constant it is an ordinary one.
+template <auto Make>
+const Term* rotation_by_term(OperatorContext& c, Args a, const char* name) {
+  TermManager& m = c.manager;
+  const std::size_t width = width_of(c, a[0]);
+  const QNumber* amount = m.type_of(a[0]) == m.type_of(a[1]) ? m.get_number(a[1]) : nullptr;
+  if (amount == nullptr) {
+    return m.make_term(m.make_opaque_symbol(name, {m.type_of(a[0]), m.type_of(a[0])}, m.type_of(a[0])), a);
+  }
+  QNumber quotient, remainder;
+  amount->divmod(QNumber(static_cast<long>(width)), quotient, remainder);
+  return rotated<Make>(m, a[0], static_cast<std::size_t>(remainder.demoted().small_num()));
+}
+
+const Term* rotate_left_by(OperatorContext& c, Args a) {
+  return rotation_by_term<&TM::make_bv_rotate_left>(c, a, "ext_rotate_left");
+}
+
+const Term* rotate_right_by(OperatorContext& c, Args a) {
+  return rotation_by_term<&TM::make_bv_rotate_right>(c, a, "ext_rotate_right");
+}
+
+const Term* repeat(OperatorContext& c, Args a) {
+  const std::size_t width = width_of(c, a[0]);
+  const std::size_t times = c.indices[0];
+  if (times == 0) bad_index(1, "the index must be positive");
+  check_width(times > max_width ? times : times * width);
+  // By doubling: as many terms as `times` has bits.
+  const Term* result = a[0];
+  for (std::size_t bit = std::bit_floor(times) / 2; bit != 0; bit /= 2) {
+    result = c.manager.make_bv_concat(result, result);
+    if ((times & bit) != 0) result = c.manager.make_bv_concat(a[0], result);
+  }
+  return result;
+}
+
+/// The signed remainder with the sign of the divisor, by the standard's definition.
+const Term* signed_modulo(OperatorContext& c, Args a) {
+  TermManager& m = c.manager;
+  const Term* s = a[0];
+  const Term* t = a[1];
+  const std::size_t width = width_of(c, s);
+  const Term* minus_s = m.make_bv_neg(s);
+  const Term* minus_t = m.make_bv_neg(t);
+  const Term* s_negative = is_negative(m, s);
+  const Term* t_negative = is_negative(m, t);
+  const Term* abs_s = m.make_ite(s_negative, minus_s, s);
+  const Term* abs_t = m.make_ite(t_negative, minus_t, t);
+  const Term* u = m.make_bv_urem(abs_s, abs_t);
+  const Term* minus_u = m.make_bv_neg(u);
+  const Term* s_alone = m.make_bv_add(minus_u, t);
+  const Term* t_alone = m.make_bv_add(u, t);
+  const Term* for_negative_s = m.make_ite(t_negative, minus_u, s_alone);
+  const Term* for_other_s = m.make_ite(t_negative, t_alone, u);
+  const Term* signed_result = m.make_ite(s_negative, for_negative_s, for_other_s);
+  return m.make_ite(m.make_equal(u, zero(m, width)), u, signed_result);
+}
+
+const Term* reduce_and(OperatorContext& c, Args a) {
+  return c.manager.make_bv_comp(a[0], ones(c.manager, width_of(c, a[0])));
+}
+
+const Term* reduce_or(OperatorContext& c, Args a) {
+  const Term* none = c.manager.make_bv_comp(a[0], zero(c.manager, width_of(c, a[0])));
+  return c.manager.make_bv_not(none);
+}
+
+// Overflow predicates: does the exact result fit the width?
+// ------------------------------------------------------------------
+
+const Term* neg_overflow(OperatorContext& c, Args a) {
+  return c.manager.make_equal(a[0], signed_minimum(c.manager, width_of(c, a[0])));
+}
+
+/// The exact result in a wider vector, compared with what its low part stands for.
+template <auto Extend, auto Make>
+const Term* wide_overflow(OperatorContext& c, Args a, std::size_t extra) {
+  TermManager& m = c.manager;
+  const std::size_t width = width_of(c, a[0]);
+  const Term* x = (m.*Extend)(extra, a[0]);
+  const Term* y = (m.*Extend)(extra, a[1]);
+  const Term* exact = (m.*Make)(x, y);
+  const Term* low = m.make_bv_extract(width - 1, 0, exact);
+  const Term* read_back = (m.*Extend)(extra, low);
+  return m.make_not(m.make_equal(exact, read_back));
+}
+
+const Term* uadd_overflow(OperatorContext& c, Args a) {
+  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_add>(c, a, 1);
+}
+
+const Term* sadd_overflow(OperatorContext& c, Args a) {
+  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_add>(c, a, 1);
+}
+
+const Term* umul_overflow(OperatorContext& c, Args a) {
+  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_mul>(c, a, width_of(c, a[0]));
+}
+
+const Term* smul_overflow(OperatorContext& c, Args a) {
+  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_mul>(c, a, width_of(c, a[0]));
+}
+
+const Term* ssub_overflow(OperatorContext& c, Args a) {
+  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_sub>(c, a, 1);
+}
+
+const Term* sdiv_overflow(OperatorContext& c, Args a) {
+  TermManager& m = c.manager;
+  const std::size_t width = width_of(c, a[0]);
+  const Term* smallest = m.make_equal(a[0], signed_minimum(m, width));
+  const Term* minus_one = m.make_equal(a[1], ones(m, width));
+  return m.make_and(smallest, minus_one);
+}
+
+const Term* int_to_bv(OperatorContext& c, Args a) {
+  if (c.indices[0] == 0) bad_index(1, "the width must be positive");
+  check_width(c.indices[0]);
+  return c.manager.make_int_to_bv(c.indices[0], a[0]);
+}
+
+constexpr std::uint32_t any = Operator::any_number;
+
+constexpr Operator table[] = {
+    {"concat", 2, any, 0, "v", concatenation},
+    {"extract", 1, 1, 2, "v", extract},
+    {"bvnot", 1, 1, 0, "V", unary<&TM::make_bv_not>},
+    {"bvneg", 1, 1, 0, "V", unary<&TM::make_bv_neg>},
+    {"bvand", 2, any, 0, "V", associative<&TM::make_bv_and>},
+    {"bvor", 2, any, 0, "V", associative<&TM::make_bv_or>},
+    {"bvxor", 2, any, 0, "V", associative<&TM::make_bv_xor>},
+    {"bvadd", 2, any, 0, "V", associative<&TM::make_bv_add>},
+    {"bvmul", 2, any, 0, "V", associative<&TM::make_bv_mul>},
+    {"bvsub", 2, any, 0, "V", left_associative<binary<&TM::make_bv_sub>>},
+    {"bvudiv", 2, 2, 0, "V", binary<&TM::make_bv_udiv>},
+    {"bvurem", 2, 2, 0, "V", binary<&TM::make_bv_urem>},
+    {"bvsdiv", 2, 2, 0, "V", binary<&TM::make_bv_sdiv>},
+    {"bvsrem", 2, 2, 0, "V", binary<&TM::make_bv_srem>},
+    {"bvsmod", 2, 2, 0, "V", signed_modulo},
+    {"bvshl", 2, 2, 0, "V", binary<&TM::make_bv_lshl>},
+    {"bvlshr", 2, 2, 0, "V", binary<&TM::make_bv_lshr>},
+    {"bvashr", 2, 2, 0, "V", binary<&TM::make_bv_ashr>},
+    {"bvnand", 2, 2, 0, "V", complemented<&TM::make_bv_and, &TM::make_bv_not>},
+    {"bvnor", 2, 2, 0, "V", complemented<&TM::make_bv_or, &TM::make_bv_not>},
+    {"bvxnor", 2, any, 0, "V", left_associative<complemented<&TM::make_bv_xor, &TM::make_bv_not>>},
+    {"bvcomp", 2, 2, 0, "V", binary<&TM::make_bv_comp>},
+    {"bvult", 2, any, 0, "V", chainable<binary<&TM::make_bv_ult>>},
+    {"bvule", 2, any, 0, "V", chainable<binary<&TM::make_bv_ule>>},
+    {"bvugt", 2, any, 0, "V", chainable<swapped<&TM::make_bv_ult>>},
+    {"bvuge", 2, any, 0, "V", chainable<swapped<&TM::make_bv_ule>>},
+    {"bvslt", 2, any, 0, "V", chainable<binary<&TM::make_bv_slt>>},
+    {"bvsle", 2, any, 0, "V", chainable<binary<&TM::make_bv_sle>>},
+    {"bvsgt", 2, any, 0, "V", chainable<swapped<&TM::make_bv_slt>>},
+    {"bvsge", 2, any, 0, "V", chainable<swapped<&TM::make_bv_sle>>},
+    {"zero_extend", 1, 1, 1, "v", extension<&TM::make_bv_zero_extend>},
+    {"sign_extend", 1, 1, 1, "v", extension<&TM::make_bv_sign_extend>},
+    {"rotate_left", 1, 1, 1, "v", rotation<&TM::make_bv_rotate_left>},
+    {"rotate_right", 1, 1, 1, "v", rotation<&TM::make_bv_rotate_right>},
+    {"ext_rotate_left", 2, 2, 0, "V", rotate_left_by},
+    {"ext_rotate_right", 2, 2, 0, "V", rotate_right_by},
+    {"repeat", 1, 1, 1, "v", repeat},
+    {"bvredor", 1, 1, 0, "V", reduce_or},
+    {"bvredand", 1, 1, 0, "V", reduce_and},
+    {"bvnego", 1, 1, 0, "V", neg_overflow},
+    {"bvuaddo", 2, 2, 0, "V", uadd_overflow},
+    {"bvsaddo", 2, 2, 0, "V", sadd_overflow},
+    {"bvumulo", 2, 2, 0, "V", umul_overflow},
+    {"bvsmulo", 2, 2, 0, "V", smul_overflow},
+    {"bvusubo", 2, 2, 0, "V", binary<&TM::make_bv_ult>},
+    {"bvssubo", 2, 2, 0, "V", ssub_overflow},
+    {"bvsdivo", 2, 2, 0, "V", sdiv_overflow},
+    {"bv2nat", 1, 1, 0, "v", unary<&TM::make_int_from_ubv>},
+    {"ubv_to_int", 1, 1, 0, "v", unary<&TM::make_int_from_ubv>},
+    {"sbv_to_int", 1, 1, 0, "v", unary<&TM::make_int_from_sbv>},
+    {"int2bv", 1, 1, 1, "I", int_to_bv},
+    {"int_to_bv", 1, 1, 1, "I", int_to_bv},
+};
+
+}  // namespace
+}  // namespace build
+
+std::span<const Operator> bit_vector_operators() {
+  return build::table;
+}
+
+}  // namespace quarv::smtlib

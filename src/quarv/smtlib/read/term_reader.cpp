@@ -1,0 +1,514 @@
+#include <string>
+#include <utility>
+
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/written_forms.h>
+#include <quarv/util/checkpoint.h>
+
+namespace quarv::smtlib {
+
+// The stack of open parentheses is `frames_`, the terms that are complete lie on `values_`; a closing
+// parenthesis turns the values of its frame into one. Let bindings and quantified variables wait on
+// `bindings_`.
+
+const Term* Reader::read_term() {
+  do {
+    const Token t = next();
+    if (t.kind == TokenKind::left_parenthesis) {
+      open_parenthesis(t);
+    } else if (t.kind == TokenKind::right_parenthesis) {
+      if (frames_.empty()) unexpected(t, "a term");
+      close(t);
+    } else if (t.kind == TokenKind::symbol) {
+      const TermMeaning meaning = symbol_value(t);
+      push_value(meaning.term, meaning.form);
+    } else {
+      push_value(literal(t), no_form);
+    }
+  } while (!frames_.empty());
+  const Term* result = values_.back();
+  last_form_ = forms_.empty() ? no_form : forms_.back();
+  drop_values(values_.size() - 1);
+  return result;
+}
+
+const Term* Reader::read_plain_term() {
+  TermSimplifier* simplifier = manager_.simplifier();
+  manager_.set_simplifier(nullptr);
+  struct Restore {
+    TermManager& manager;
+    TermSimplifier* simplifier;
+    std::size_t& plain;
+    ~Restore() {
+      manager.set_simplifier(simplifier);
+      --plain;
+    }
+  } const restore{manager_, simplifier, ++plain_};
+  const Term* t = read_term();
+  last_form_ = no_form;
+  return t;
+}
+
+/// `form` may be left open for what is written in one way only.
+void Reader::push_value(const Term* t, FormClass form) {
+  values_.push_back(t);
+  if (options_.written != nullptr) {
+    const bool wanted = form == no_form && plain_ == 0;
+    forms_.push_back(wanted ? options_.written->leaf(t, decimal_) : form);
+    decimal_ = false;
+  }
+  if (frames_.empty()) return;
+  if (frames_.back().kind == Frame::let_value) {
+    let_binding();
+  } else if (frames_.back().kind == Frame::annotation_body) {
+    attributes();
+  } else if (frames_.back().kind == Frame::annotation_no_pattern) {
+    finish_pattern();
+  }
+}
+
+void Reader::drop_values(std::size_t first) {
+  values_.resize(first);
+  if (options_.written != nullptr) forms_.resize(first);
+}
+
+void Reader::open_frame(Frame::Kind kind, const char* start) {
+  Frame frame;
+  frame.kind = kind;
+  frame.start = start;
+  frame.first_value = static_cast<std::uint32_t>(values_.size());
+  frames_.push_back(frame);
+}
+
+void Reader::open_parenthesis(const Token& open) {
+  const Token head = next();
+  if (head.kind == TokenKind::left_parenthesis) return open_head(open);
+  if (head.kind != TokenKind::symbol) unexpected(head, "an operator");
+  const TermMeaning meaning = meaning_of(head);
+  switch (meaning.kind) {
+    case TermMeaning::builtin:
+      if (meaning.op->num_indices != 0) check_number_of_indices(open.start, *meaning.op, 0);
+      open_frame(Frame::operation, open.start);
+      frames_.back().op = meaning.op;
+      return;
+    case TermMeaning::function:
+      open_frame(Frame::function, open.start);
+      frames_.back().symbol = meaning.symbol;
+      return;
+    case TermMeaning::overloaded:
+      open_frame(Frame::overloaded, open.start);
+      frames_.back().overloads = meaning.overloads;
+      return;
+    case TermMeaning::value:
+      fail(head.start, std::string(head.text) + " is not a function");
+    case TermMeaning::none:
+      unknown_operator(head);
+    case TermMeaning::reserved:
+      break;
+  }
+  switch (meaning.word) {
+    case Word::let:
+      return open_let(open.start);
+    case Word::quantifier:
+      return open_quantifier(open.start, head.text);
+    case Word::annotation:
+      open_frame(Frame::annotation_body, open.start);
+      attributes_.emplace_back();
+      return;
+    case Word::underscore:
+      return push_value(indexed_constant(open.start), no_form);
+    case Word::as: {
+      const Token name = expect_symbol("a name");
+      const DataType* sort = read_sort();
+      expect_right("the sort of a qualified name");
+      const TermMeaning m = symbol_value(name);
+      if (manager_.type_of(m.term) != sort) fail(name.start, std::string(name.text) + " is not of this sort");
+      return push_value(m.term, m.form);
+    }
+    default:
+      unexpected(head, "an operator");
+  }
+}
+
+/// After "((": an operator with indices or a qualified name.
+void Reader::open_head(const Token& open) {
+  const Token word = next();
+  if (is_word(word, "_")) {
+    const Token name = expect_symbol("an operator");
+    const TermMeaning meaning = meaning_of(name);
+    if (meaning.kind == TermMeaning::none) fail(name.start, "unknown symbol " + std::string(name.text));
+    if (meaning.kind != TermMeaning::builtin) fail(name.start, std::string(name.text) + " takes no indices");
+    open_frame(Frame::operation, open.start);
+    Frame& frame = frames_.back();
+    frame.op = meaning.op;
+    frame.first = static_cast<std::uint32_t>(indices_.size());
+    std::size_t num_indices = 0;
+    for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next(), ++num_indices) {
+      if (meaning.op->index_is_argument && t.kind == TokenKind::numeral) {
+        values_.push_back(numeral(t.text));
+        if (options_.written != nullptr) forms_.push_back(no_form);
+      } else {
+        indices_.push_back(index_value(t));
+      }
+    }
+    check_number_of_indices(open.start, *meaning.op, num_indices);
+    return;
+  }
+  if (!is_word(word, "as")) unexpected(word, "_ or as");
+  const Token name = expect_symbol("a name");
+  const DataType* sort = read_sort();
+  expect_right("the sort of a qualified name");
+  open_frame(Frame::function, open.start);
+  if (is_word(name, "const")) {
+    if (!manager_.is_array_type(sort))
+      fail(name.start, "const needs an array sort, not " + sort->abbreviated());
+    frames_.back().symbol = manager_.make_array_const_symbol(sort);
+    return;
+  }
+  const TermMeaning meaning = meaning_of(name);
+  if (meaning.kind == TermMeaning::overloaded) {
+    frames_.back().kind = Frame::overloaded;
+    frames_.back().overloads = overloads_with_result(meaning.overloads, sort);
+    if (frames_.back().overloads != nullptr) return;
+    fail(name.start, std::string(name.text) + " is not of this sort");
+  }
+  if (meaning.kind != TermMeaning::function) fail(name.start, std::string(name.text) + " is not a function");
+  if (meaning.symbol->get_output_type() != sort)
+    fail(name.start, std::string(name.text) + " is not of this sort");
+  frames_.back().symbol = meaning.symbol;
+}
+
+// Let.
+// -----------------------------------------------------------------------------------------------------------------------
+
+void Reader::open_let(const char* start) {
+  open_frame(Frame::let_value, start);
+  frames_.back().first = static_cast<std::uint32_t>(bindings_.size());
+  expect_left("the bindings of let");
+  const Token t = next();
+  if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a binding of let");
+  bindings_.push_back({&names_.enter(lookup_text(expect_symbol("a variable"))), nullptr});
+}
+
+/// The value of a binding is complete: on to the next binding, or to the body.
+void Reader::let_binding() {
+  bindings_.back().value = values_.back();
+  if (!forms_.empty()) bindings_.back().form = forms_.back();
+  drop_values(values_.size() - 1);
+  expect_right("the value of a binding");
+  const Token t = next();
+  if (t.kind == TokenKind::right_parenthesis) return let_bindings_done();
+  if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a binding of let");
+  bindings_.push_back({&names_.enter(lookup_text(expect_symbol("a variable"))), nullptr});
+}
+
+void Reader::let_bindings_done() {
+  Frame& frame = frames_.back();
+  frame.kind = Frame::let_body;
+  frame.scope = static_cast<std::uint32_t>(names_.scope());
+  ++binder_mark_;
+  for (std::size_t i = frame.first; i < bindings_.size(); ++i) {
+    TermNames::Name& name = *bindings_[i].name;
+    if (is_bound_twice(name)) fail(frame.start, "let binds " + std::string(name.text) + " twice");
+    TermMeaning meaning = TermMeaning::of(bindings_[i].value, bindings_[i].form);
+    meaning.renamed = name.meaning.renamed;
+    names_.bind(name, meaning);
+    if (written() != nullptr) options_.written->let_name(bindings_[i].form, name.text);
+  }
+  bindings_.resize(frame.first);
+}
+
+// Quantifiers.
+// -----------------------------------------------------------------------------------------------------------------
+
+/// Marks a name that the binder at hand binds. Such marks cost the same for each name, however many there
+/// are.
+bool Reader::is_bound_twice(TermNames::Name& name) {
+  return std::exchange(name.mark, binder_mark_) == binder_mark_;
+}
+
+/// Binds a variable. Equal names of equal sorts are one variable, so that equal quantified formulas are one
+/// term. A name that means something already is changed: what the inner scope brings in through `let` may
+/// speak of the outer meaning.
+const Term* Reader::bind_variable(const Token& name, const DataType* type) {
+  note_name(name.text);
+  TermNames::Name& entry = names_.enter(lookup_text(name));
+  std::string printed(name.text);
+  std::uint32_t renamed = entry.meaning.renamed;  // lower numbers are taken
+  if (renamed != 0) printed += '!' + std::to_string(renamed);
+  for (;;) {
+    const TermNames::Name* known = names_.find(printed);
+    if (known == nullptr || known->meaning.kind == TermMeaning::none) break;
+    printed = std::string(name.text) + '!' + std::to_string(++renamed);
+  }
+  const Term*& variable = bound_variables_[{printed, type}];
+  if (variable == nullptr) variable = manager_.fresh_bound_variable(printed, type);
+  TermMeaning meaning = TermMeaning::of(variable);
+  meaning.renamed = renamed;
+  names_.bind(entry, meaning);
+  if (printed != name.text) names_.bind(names_.enter(printed), TermMeaning::of(variable));
+  bindings_.push_back({&entry, variable});
+  return variable;
+}
+
+void Reader::open_quantifier(const char* start, std::string_view binder) {
+  open_frame(Frame::quantifier, start);
+  Frame& frame = frames_.back();
+  frame.universal = binder == "forall";
+  frame.scope = static_cast<std::uint32_t>(names_.scope());
+  frame.first = static_cast<std::uint32_t>(bindings_.size());
+  expect_left("the variables of a quantifier");
+  ++binder_mark_;
+  Token t = next();
+  do {
+    if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a variable with its sort");
+    const Token name = expect_symbol("a variable");
+    const DataType* sort = read_sort();
+    expect_right("a variable with its sort");
+    if (is_bound_twice(names_.enter(lookup_text(name)))) {
+      fail(name.start, "the quantifier binds " + std::string(name.text) + " twice");
+    }
+    bind_variable(name, sort);
+    t = next();
+  } while (t.kind != TokenKind::right_parenthesis);
+}
+
+// Annotations.
+// -----------------------------------------------------------------------------------------------------------------
+
+/// Reads attributes up to the end of the annotation, or to a pattern, whose terms come through the main loop.
+void Reader::attributes() {
+  for (;;) {
+    const Token t = next();
+    if (t.kind == TokenKind::right_parenthesis) return finish_annotation();
+    if (t.kind != TokenKind::keyword) unexpected(t, "an attribute");
+    Attribute attribute{std::string(t.text), {}, 0};
+    if (t.text == ":pattern") {
+      expect_left("the terms of a pattern");
+      return open_pattern(std::move(attribute), Frame::annotation_pattern);
+    }
+    if (t.text == ":no-pattern") return open_pattern(std::move(attribute), Frame::annotation_no_pattern);
+    if (t.text == ":named") {
+      const Token name = expect_symbol("a name");
+      attribute.text = quoted(name.text);
+      check_new_function_name(name, true);
+      TermNames::Name& entry = names_.enter(lookup_text(name));
+      entry.index = static_cast<std::uint32_t>(new_names_.size());
+      new_names_.push_back({&entry, nullptr});
+    } else {
+      // Any other attribute has at most one value, which ends where the next attribute or the annotation
+      // does.
+      Lexer ahead = lexer_;
+      Token value = ahead.next();
+      if (value.kind != TokenKind::keyword && value.kind != TokenKind::right_parenthesis) {
+        value = next();
+        if (value.kind == TokenKind::end || value.kind == TokenKind::error) unexpected(value, "a value");
+        const char* start = value.start;
+        if (value.kind == TokenKind::left_parenthesis) skip_rest();
+        attribute.text = one_line(start);
+      }
+    }
+    attributes_.back().push_back(std::move(attribute));
+  }
+}
+
+/// The terms of a pattern stay as they are written.
+void Reader::open_pattern(Attribute attribute, Frame::Kind kind) {
+  attributes_.back().push_back(std::move(attribute));
+  Frame& frame = frames_.back();
+  frame.kind = kind;
+  frame.first = static_cast<std::uint32_t>(values_.size());
+  frame.simplifier = manager_.simplifier();
+  manager_.set_simplifier(nullptr);
+  ++plain_;
+}
+
+void Reader::finish_pattern() {
+  Frame& frame = frames_.back();
+  manager_.set_simplifier(frame.simplifier);
+  --plain_;
+  attributes_.back().back().num_terms = values_.size() - frame.first;
+  if (values_.size() == frame.first) fail(frame.start, "a pattern needs a term");
+  frame.kind = Frame::annotation_body;
+  attributes();
+}
+
+void Reader::finish_annotation() {
+  const Frame frame = frames_.back();
+  const std::vector<Attribute> list = std::move(attributes_.back());
+  attributes_.pop_back();
+  if (list.empty()) fail(frame.start, "an annotation needs an attribute");
+  const Operator::Args all = Operator::Args(values_).subspan(frame.first_value);
+  const Term* t = manager_.make_annotation(all[0], list, all.subspan(1));
+  FormClass form = no_form;
+  if (WrittenForms* w = written())
+    form = w->application(t->symbol, std::span(forms_).subspan(frame.first_value, 1), t);
+  for (const Attribute& a : list) {
+    if (a.keyword != ":named") continue;
+    // The names of an annotation follow those of the annotations in it.
+    for (std::size_t i = new_names_.size(); i-- > 0;) {
+      Binding& b = new_names_[i];
+      if (quoted(b.name->text) != a.text) continue;
+      b.value = t;
+      b.form = form;
+      break;
+    }
+  }
+  close_with(t, form);
+}
+
+// Closing.
+// ---------------------------------------------------------------------------------------------------------------------
+
+/// The top frame is complete and stands for `t`.
+void Reader::close_with(const Term* t, FormClass form) {
+  drop_values(frames_.back().first_value);
+  frames_.pop_back();
+  push_value(t, form);
+}
+
+void Reader::close(const Token& token) {
+  Checkpoint::pass();
+  const Frame frame = frames_.back();
+  switch (frame.kind) {
+    case Frame::operation:
+    case Frame::function:
+    case Frame::overloaded: {
+      const Term* t = apply(frame);
+      return close_with(t, written() != nullptr ? written_application(frame, t) : no_form);
+    }
+    case Frame::let_body:
+      if (values_.size() != frame.first_value + 1) fail(frame.start, "let needs one body");
+      names_.leave(frame.scope);
+      return close_with(values_.back(), forms_.empty() ? no_form : forms_.back());
+    case Frame::quantifier: {
+      if (values_.size() != frame.first_value + 1) fail(frame.start, "a quantifier needs one body");
+      names_.leave(frame.scope);
+      std::vector<const Term*> variables;
+      for (std::size_t i = frame.first; i < bindings_.size(); ++i) variables.push_back(bindings_[i].value);
+      bindings_.resize(frame.first);
+      const char* binder = frame.universal ? "forall" : "exists";
+      if (manager_.type_of(values_.back()) != manager_.bool_type) {
+        fail(frame.start, std::string("the body of ") + binder + " is not of sort Bool");
+      }
+      const Term* t = manager_.make_quantifier(binder, variables, values_.back());
+      FormClass form = no_form;
+      if (WrittenForms* w = written()) {
+        form = w->application(t->symbol, std::span(forms_).last(1), t);
+      }
+      return close_with(t, form);
+    }
+    case Frame::annotation_pattern:
+      return finish_pattern();
+    default:
+      unexpected(token, "a term");
+  }
+}
+
+/// Says how the frame's term was written. Its indices are still there: `indices_` was only made shorter.
+Reader::FormClass Reader::written_application(const Frame& frame, const Term* t) {
+  const auto arguments = std::span<const FormClass>(forms_).subspan(frame.first_value);
+  if (frame.kind == Frame::function) return options_.written->application(frame.symbol, arguments, t);
+  if (frame.kind == Frame::overloaded) return options_.written->application(t->symbol, arguments, t);
+  const Operator& op = *frame.op;
+  const std::size_t first = op.index_is_argument ? 1 : 0;
+  return options_.written->application(op, std::span(indices_.data() + frame.first, op.num_indices - first),
+                                       first != 0 ? values_[frame.first_value] : nullptr,
+                                       arguments.subspan(first), t);
+}
+
+// Atoms.
+// -----------------------------------------------------------------------------------------------------------------------
+
+const Term* Reader::literal(const Token& token) {
+  switch (token.kind) {
+    case TokenKind::numeral:
+      return numeral(token.text);
+    case TokenKind::decimal:
+      decimal_ = true;
+      return decimal(token.text);
+    case TokenKind::hexadecimal:
+    case TokenKind::binary:
+      return bit_vector_literal(token);
+    case TokenKind::string:
+      fail(token.start, "the theory of strings is not supported");
+    default:
+      unexpected(token, "a term");
+  }
+}
+
+/// What to look a symbol up by: a quoted reserved word is an ordinary name.
+std::string_view Reader::lookup_text(const Token& name) {
+  return is_reserved(Token{name.kind, name.text.data(), name.text}) && *name.start == '|'
+             ? std::string_view(name.start, name.text.size() + 1)
+             : name.text;
+}
+
+/// The entry of a name that the command at hand gives; null when it gives no such name.
+Reader::Binding* Reader::new_name(const TermNames::Name* name) noexcept {
+  if (name == nullptr || name->index >= new_names_.size()) return nullptr;
+  Binding& b = new_names_[name->index];
+  return b.name == name ? &b : nullptr;
+}
+
+Reader::TermMeaning Reader::meaning_of(const Token& name) {
+  const TermNames::Name* known = names_.find(name.text);
+  if (known != nullptr && known->meaning.kind == TermMeaning::reserved && *name.start == '|') {
+    known = names_.find(lookup_text(name));
+  }
+  if (known != nullptr && known->meaning.kind != TermMeaning::none) return known->meaning;
+  const Binding* b = new_name(known);
+  if (b != nullptr && b->value != nullptr) return TermMeaning::of(b->value, b->form);
+  return {};
+}
+
+Reader::TermMeaning Reader::symbol_value(const Token& token) {
+  const TermMeaning meaning = meaning_of(token);
+  switch (meaning.kind) {
+    case TermMeaning::value:
+      return meaning;
+    case TermMeaning::none:
+      fail(token.start, "unknown symbol " + std::string(token.text));
+    case TermMeaning::reserved:
+      unexpected(token, "a term");
+    default:
+      fail(token.start, std::string(token.text) + " needs arguments");
+  }
+}
+
+/// After "(_": a constant with indices.
+const Term* Reader::indexed_constant(const char* start) {
+  const Token name = expect_symbol("a constant");
+  try {
+    if (name.text.size() > 2 && name.text.starts_with("bv") && name.text[2] >= '0' && name.text[2] <= '9') {
+      const std::size_t width = index_value(next());
+      const Term* t = bit_vector_numeral(name, width);
+      expect_right("the indices of a constant");
+      return t;
+    }
+    if (const Term* t = special_float(name)) {
+      expect_right("the indices of a constant");
+      return t;
+    }
+  } catch (const SortError& e) {
+    fail(start, e.what());
+  }
+  fail(name.start, "unknown constant with indices " + std::string(name.text));
+}
+
+const Term* Reader::special_float(const Token& name) {
+  static constexpr std::string_view names[] = {"+oo", "-oo", "+zero", "-zero", "NaN"};
+  std::size_t which = 0;
+  while (which < std::size(names) && name.text != names[which]) ++which;
+  if (which == std::size(names)) return nullptr;
+  const std::size_t ew = index_value(next());
+  const std::size_t significand = index_value(next());
+  build::check_format(ew, significand);
+  const std::size_t mw = significand - 1;
+  if (which == 4) return build::make_nan(manager_, ew, mw);
+  const bool negative = which % 2 == 1;
+  return which < 2 ? build::make_infinity(manager_, negative, ew, mw)
+                   : build::make_zero(manager_, negative, ew, mw);
+}
+
+}  // namespace quarv::smtlib

@@ -1,0 +1,15 @@
+#include <quarv/smtlib/write/printer.h>
+#include <quarv/smtlib/write/script_writer.h>
+
+namespace quarv::smtlib {
+
+PrintResult print(const TermManager& manager, const Script& script, std::ostream& out, Sharing sharing) {
+  return ScriptWriter(manager, script, out, sharing).write_script();
+}
+
+PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& out, Sharing sharing,
+                       const Script& script) {
+  return ScriptWriter(manager, script, out, sharing).write_term(t);
+}
+
+}  // namespace quarv::smtlib
