@@ -6,6 +6,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::smtlib {
@@ -63,7 +64,7 @@ void read(benchmark::State& state, Generate generate, bool rules) {
   options.rules = rules;
   for (auto _ : state) {
     Session session(options);
-    benchmark::DoNotOptimize(session.read_in_place(text, "bench.smt2"));
+    benchmark::DoNotOptimize(Reader(session).read_in_place(text, "bench.smt2"));
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
@@ -71,7 +72,7 @@ void read(benchmark::State& state, Generate generate, bool rules) {
 void write(benchmark::State& state, Generate generate) {
   const std::string text = generate(static_cast<int>(state.range(0)));
   Session session;
-  const Script script = session.read_in_place(text, "bench.smt2");
+  const Script script = Reader(session).read_in_place(text, "bench.smt2");
   std::size_t bytes = 0;
   for (auto _ : state) {
     std::ostringstream out;

@@ -12,8 +12,9 @@ int main() {
 (assert (or (= i j) (not (= j i))))
 (check-sat)
 )";
-  quarv::smtlib::Session session;
-  const quarv::smtlib::Script script = session.read(text, "query.smt2");
+  quarv::Session session;
+  quarv::smtlib::Reader reader(session);
+  const quarv::smtlib::Script script = reader.read(text, "query.smt2");
   for (const quarv::smtlib::Command& command : script.commands) {
     if (command.kind != quarv::smtlib::Command::Kind::assertion) continue;
     const quarv::Term* t = script.terms_of(command)[0];
@@ -22,8 +23,8 @@ int main() {
   quarv::smtlib::print(session.manager(), script, std::cout);
 
   try {
-    session.reader().read("(assert (< i k))", "next.smt2");
-  } catch (const quarv::smtlib::Error& e) {
+    reader.read("(assert (< i k))", "next.smt2");
+  } catch (const quarv::InputError& e) {
     std::cout << "; " << e.what() << '\n';
   }
 }

@@ -61,7 +61,7 @@ check offset <= end
 /// Asks z3 about formulas; the answers to those asked before are kept.
 class Solver {
  public:
-  explicit Solver(quarv::Workspace& workspace) : workspace_(workspace) {}
+  explicit Solver(const quarv::TermManager& mgr) : mgr_(mgr) {}
 
   struct Counts {
     int simplified = 0;  // to true or false
@@ -72,14 +72,13 @@ class Solver {
 
   /// "sat", "unsat" or what z3 says instead.
   std::string check(const Term* formula) {
-    const quarv::TermManager& mgr = workspace_.manager();
-    if (formula == mgr.true_term || formula == mgr.false_term) {
+    if (formula == mgr_.true_term || formula == mgr_.false_term) {
       ++counts_.simplified;
-      return formula == mgr.true_term ? "sat" : "unsat";
+      return formula == mgr_.true_term ? "sat" : "unsat";
     }
     const auto [answer, is_new] = answers_.try_emplace(formula);
     ++(is_new ? counts_.asked : counts_.known);
-    if (is_new) answer->second = ask(workspace_.script({&formula, 1}) + "(check-sat)\n");
+    if (is_new) answer->second = ask(quarv::smtlib::script_text(mgr_, {&formula, 1}) + "(check-sat)\n");
     return answer->second;
   }
 
@@ -102,7 +101,7 @@ class Solver {
     return answer.substr(0, answer.find('\n'));
   }
 
-  quarv::Workspace& workspace_;
+  const quarv::TermManager& mgr_;
   std::map<const Term*, std::string> answers_;
   Counts counts_;
 };
@@ -129,16 +128,16 @@ class Executor {
     words >> first >> second >> third >> op >> fourth;
     if (first.empty()) return;
     if (first == "input") {
-      store_[second] = workspace_.constant(second, mgr_.get_bv_type(width));
+      store_[second] = session_.constant(second, mgr_.get_bv_type(width));
     } else if (first == "assume") {
       const Term* condition = relation(third, value(second), value(op));
-      path_ = workspace_.simplify(mgr_.make_and(path_, condition));
+      path_ = session_.simplify(mgr_.make_and(path_, condition));
     } else if (first == "check") {
       must_hold(relation(third, value(second), value(op)), "can fail");
     } else if (second == "=" && op.empty()) {
       store_[first] = value(third);
     } else if (second == "=") {
-      store_[first] = workspace_.simplify(operation(op, value(third), value(fourth)));
+      store_[first] = session_.simplify(operation(op, value(third), value(fourth)));
     } else {
       throw std::runtime_error("line " + std::to_string(line_) + ": no statement: " + line);
     }
@@ -147,7 +146,7 @@ class Executor {
   const Term* value(const std::string& word) {
     const auto found = store_.find(word);
     if (found != store_.end()) return found->second;
-    return workspace_.bit_vector(quarv::QNumber::parse(word), width);
+    return quarv::smtlib::build::bit_vector(mgr_, quarv::QNumber::parse(word), width);
   }
 
   const Term* relation(const std::string& sign, const Term* a, const Term* b) {
@@ -175,22 +174,23 @@ class Executor {
     if (name == names.end())
       throw std::runtime_error("line " + std::to_string(line_) + ": what is " + sign + "?");
     const Term* args[] = {a, b};
-    return workspace_.make(name->second, args);
+    return reader_.make(name->second, args);
   }
 
   /// Reports the statement if some input on the path makes `condition` false.
   void must_hold(const Term* condition, const char* complaint) {
     const Term* violated = mgr_.make_not(condition);
-    const Term* query = workspace_.simplify(mgr_.make_and(path_, violated));
+    const Term* query = session_.simplify(mgr_.make_and(path_, violated));
     const std::string answer = solver_.check(query);
     if (answer == "unsat") return;
     std::cout << "line " << line_ << ": " << text_ << ": " << complaint;
     std::cout << (answer == "sat" ? "\n" : " (" + answer + ")\n");
   }
 
-  quarv::Workspace workspace_{{.eager = true}};
-  quarv::TermManager& mgr_ = workspace_.manager();
-  Solver solver_{workspace_};
+  quarv::Session session_;
+  quarv::TermManager& mgr_ = session_.manager();
+  quarv::smtlib::Reader reader_{session_, {.names = quarv::smtlib::Reader::Options::Names::session}};
+  Solver solver_{mgr_};
   std::map<std::string, const Term*> store_;
   const Term* path_ = mgr_.true_term;
   int line_ = 0;

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/write/printer.h>
 
@@ -25,7 +26,7 @@ using smtlib::SimplifyOptions;
   std::abort();
 }
 
-void check_error(const smtlib::Error& e, std::string_view text) {
+void check_error(const InputError& e, std::string_view text) {
   const std::string message = e.what();
   const auto num_lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 1;
   if (e.line() < 1 || e.line() > num_lines || e.column() < 1 || e.column() > text.size() + 1 ||
@@ -39,13 +40,13 @@ void check_error(const smtlib::Error& e, std::string_view text) {
 std::optional<std::string> read_and_print(std::string_view text) {
   SimplifyOptions plain;
   plain.simplify = false;
-  smtlib::Session session(plain);
+  Session session(plain);
   try {
-    const smtlib::Script script = session.read(text, "input");
+    const smtlib::Script script = smtlib::Reader(session).read(text, "input");
     std::ostringstream out;
     smtlib::print(session.manager(), script, out);
     return std::move(out).str();
-  } catch (const smtlib::Error& e) {
+  } catch (const InputError& e) {
     check_error(e, text);
     return std::nullopt;
   }
@@ -56,7 +57,7 @@ std::optional<std::string> simplified(std::string_view text) {
     std::ostringstream out;
     smtlib::simplify_script(text, "input", out);
     return std::move(out).str();
-  } catch (const smtlib::Error& e) {
+  } catch (const InputError& e) {
     check_error(e, text);
     return std::nullopt;
   }
@@ -64,14 +65,14 @@ std::optional<std::string> simplified(std::string_view text) {
 
 /// Reads command after command, over faults, as an interactive session does.
 void read_on(std::string_view text) {
-  TermManager manager;
-  smtlib::Reader reader(manager);
+  Session session({.simplify = false});
+  smtlib::Reader reader(session);
   smtlib::Script script;
   reader.set_input(text, "input");
   for (std::size_t num_errors = 0; num_errors <= text.size();) {
     try {
       if (!reader.next_command(script)) return;
-    } catch (const smtlib::Error& e) {
+    } catch (const InputError& e) {
       check_error(e, text);
       ++num_errors;
     }

@@ -13,6 +13,7 @@
 #include "expression.h"
 #include "script_generator.h"
 #include "term_translation.h"
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::fuzz {
@@ -38,11 +39,11 @@ struct Variant {
 Variant read(const char* name, const std::string& text, const smtlib::SimplifyOptions& options,
              Sorts& sorts) {
   Variant variant{name, text};
-  smtlib::Session session(options);
+  Session session(options);
   smtlib::Script script;
   try {
-    script = session.read(variant.text, name);
-  } catch (const smtlib::Error& e) {
+    script = smtlib::Reader(session).read(variant.text, name);
+  } catch (const InputError& e) {
     fail(variant.text + e.what());
   }
   std::vector<const Term*> terms;

@@ -7,17 +7,17 @@ namespace quarv::python {
 namespace {
 
 PyTerm call(const PyFunction& f, const py::args& args) {
-  TermManager& m = f.workspace->manager();
+  TermManager& m = f.session->manager();
   std::vector<const Term*> terms;
   for (std::size_t i = 0; i < args.size(); ++i) {
     const DataType* sort = i < m.arity(f.symbol) ? m.argument_type(f.symbol, i) : nullptr;
-    terms.push_back(as_term(f.workspace, args[i], sort).term);
+    terms.push_back(as_term(f.session, args[i], sort).term);
   }
-  return {f.workspace, f.workspace->make(f.name, terms)};
+  return {f.session, f.session->reader.make(f.name, terms)};
 }
 
 py::object width(const PySort& s) {
-  TermManager& manager = s.workspace->manager();
+  TermManager& manager = s.session->manager();
   if (!manager.is_bv_type(s.sort)) return py::none();
   return py::int_(manager.get_width_from_type(s.sort));
 }
@@ -63,13 +63,13 @@ void bind_derivations(py::module_& m) {
       .def_property_readonly(
           "before",
           [](const PyStep& s) {
-            return PyTerm{s.workspace, s.step.before};
+            return PyTerm{s.session, s.step.before};
           },
           "What was replaced.")
       .def_property_readonly(
           "after",
           [](const PyStep& s) {
-            return PyTerm{s.workspace, s.step.after};
+            return PyTerm{s.session, s.step.after};
           },
           "What it was replaced by.");
   py::class_<PyDerivation> derivation(m, "Derivation", "How a term is simplified.");

@@ -7,99 +7,103 @@ namespace quarv::python {
 namespace {
 
 PyManager new_manager(bool eager, bool standard, bool rules) {
-  const WorkspaceOptions options{eager, standard, rules};
-  return PyManager(Shared(new Workspace(options), [](Workspace* workspace) {
+  SessionOptions options;
+  options.eager = eager;
+  options.standard = standard;
+  options.rules = rules;
+  return PyManager(Shared(new PySession(options), [](PySession* session) {
     const LastTurn turn;
-    delete workspace;
+    delete session;
   }));
 }
 
 /// A sort, or the SMT-LIB text of one.
-const DataType* sort_of(const Shared& workspace, py::handle sort) {
-  if (py::isinstance<py::str>(sort)) return workspace->sort(sort.cast<std::string>());
+const DataType* sort_of(const Shared& session, py::handle sort) {
+  if (py::isinstance<py::str>(sort)) return session->reader.sort(sort.cast<std::string>());
   if (!py::isinstance<PySort>(sort)) {
     throw py::type_error("a sort is given as a Sort or as its text, not as " +
                          std::string(py::str(py::type::handle_of(sort).attr("__name__"))));
   }
   const auto& given = sort.cast<const PySort&>();
-  if (given.workspace != workspace) throw std::invalid_argument("the sort belongs to a different manager");
+  if (given.session != session) throw std::invalid_argument("the sort belongs to a different manager");
   return given.sort;
 }
 
-std::vector<const Term*> plain(const Shared& workspace, const py::iterable& terms) {
+std::vector<const Term*> plain(const Shared& session, const py::iterable& terms) {
   std::vector<const Term*> result;
   for (const py::handle t : terms) {
     if (!is_operand(t)) {
       throw py::type_error("a term is expected, not " +
                            std::string(py::str(py::type::handle_of(t).attr("__name__"))));
     }
-    result.push_back(as_term(workspace, t, nullptr).term);
+    result.push_back(as_term(session, t, nullptr).term);
   }
   return result;
 }
 
 PySort sort(const PyManager& self, const std::string& text) {
-  return {self.workspace(), self.workspace()->sort(text)};
+  return {self.session(), self.session()->reader.sort(text)};
 }
 
 PySort declare_sort(const PyManager& self, const std::string& name, std::size_t num_parameters) {
-  return {self.workspace(), self.workspace()->declare_sort(name, num_parameters)};
+  return {self.session(), self.session()->reader.declare_sort(name, num_parameters)};
 }
 
 PyTerm constant(const PyManager& self, const std::string& name, const py::object& sort) {
-  const DataType* of = sort_of(self.workspace(), sort);
-  return self.term(self.workspace()->constant(name, of));
+  const DataType* of = sort_of(self.session(), sort);
+  return self.term(self.session()->reader.constant(name, of));
 }
 
 PyFunction function(const PyManager& self, const std::string& name, const std::vector<py::object>& arguments,
                     const py::object& result) {
   std::vector<const DataType*> sorts;
   sorts.reserve(arguments.size());
-  for (const py::object& s : arguments) sorts.push_back(sort_of(self.workspace(), s));
+  for (const py::object& s : arguments) sorts.push_back(sort_of(self.session(), s));
   if (sorts.empty()) throw std::invalid_argument("a function has arguments; without, it is a constant");
-  const DataType* to = sort_of(self.workspace(), result);
-  return {self.workspace(), name, self.workspace()->function(name, sorts, to)};
+  const DataType* to = sort_of(self.session(), result);
+  return {self.session(), name, self.session()->reader.function(name, sorts, to)};
 }
 
 PyTerm value(const PyManager& self, const py::object& value, const py::object& sort) {
-  const DataType* wanted = sort_of(self.workspace(), sort);
-  const PyTerm t = as_term(self.workspace(), value, wanted);
+  const DataType* wanted = sort_of(self.session(), sort);
+  const PyTerm t = as_term(self.session(), value, wanted);
   TermManager& m = t.manager();
   const bool whole_real = wanted == m.rat_type && t.sort() == m.int_type;
   if (t.sort() != wanted && !whole_real) {
-    throw SortError(t.workspace->text(t.term) + " is no constant of sort " + wanted->abbreviated());
+    throw SortError(smtlib::term_text(t.session->manager(), t.term) + " is no constant of sort " +
+                    wanted->abbreviated());
   }
   return t;
 }
 
 PyTerm term(const PyManager& self, const std::string& text) {
-  return self.term(at_length([&] { return self.workspace()->term(text); }));
+  return self.term(at_length([&] { return self.session()->reader.term(text); }));
 }
 
 PyTerm make_term(const PyManager& self, const std::string& op, const py::args& args) {
-  return make(self.workspace(), op, args);
+  return make(self.session(), op, args);
 }
 
 std::vector<PyTerm> parse_smt2(const PyManager& self, const std::string& text, const std::string& name) {
   std::vector<PyTerm> result;
-  for (const Term* t : at_length([&] { return self.workspace()->parse(text, name); })) {
+  for (const Term* t : at_length([&] { return smtlib::read_assertions(*self.session(), text, name); })) {
     result.push_back(self.term(t));
   }
   return result;
 }
 
 std::string to_smt2(const PyManager& self, const py::iterable& assertions) {
-  const std::vector<const Term*> terms = plain(self.workspace(), assertions);
-  return at_length([&] { return self.workspace()->script(terms); });
+  const std::vector<const Term*> terms = plain(self.session(), assertions);
+  return at_length([&] { return smtlib::script_text(self.session()->manager(), terms); });
 }
 
 std::size_t num_nodes(const PyManager& self, const py::iterable& terms) {
-  const std::vector<const Term*> roots = plain(self.workspace(), terms);
-  return at_length([&] { return self.workspace()->num_nodes(roots); });
+  const std::vector<const Term*> roots = plain(self.session(), terms);
+  return at_length([&] { return dag_size(self.session()->manager(), roots); });
 }
 
 void add_rules(const PyManager& self, const std::string& text, const std::string& name) {
-  self.workspace()->add_rules(text, name);
+  self.session()->add_rules({name, text});
 }
 
 }  // namespace
@@ -112,9 +116,9 @@ void bind_manager(py::module_& m) {
            "`eager` simplifies each term when it is built; `standard` is the plain layer; without `rules`,\n"
            "`simplify` applies the simplifiers alone.")
       .def(
-          "__eq__", [](const PyManager& a, const PyManager& b) { return a.workspace() == b.workspace(); },
+          "__eq__", [](const PyManager& a, const PyManager& b) { return a.session() == b.session(); },
           py::is_operator())
-      .def("__hash__", [](const PyManager& self) { return std::hash<const void*>()(self.workspace().get()); })
+      .def("__hash__", [](const PyManager& self) { return std::hash<const void*>()(self.session().get()); })
       .def("sort", sort, py::arg("text"), in_turn, "The sort that an SMT-LIB text denotes.")
       .def("declare_sort", declare_sort, py::arg("name"), py::arg("num_parameters") = 0, in_turn,
            "An uninterpreted sort; the same name gives the same sort.")
@@ -138,7 +142,7 @@ void bind_manager(py::module_& m) {
            "Rewrite rules of your own, tried after those there are. `name` is for messages.")
       .def_property_readonly(
           "num_terms",
-          py::cpp_function([](const PyManager& self) { return self.workspace()->manager().num_terms(); },
+          py::cpp_function([](const PyManager& self) { return self.session()->manager().num_terms(); },
                            in_turn),
           "How many terms there are.");
 }

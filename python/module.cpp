@@ -23,7 +23,7 @@ std::string simplify_smt2(const std::string& text, const std::string& name, bool
 
 PyTerm make_term(const std::string& op, const py::args& args) {
   for (py::handle a : args) {
-    if (py::isinstance<PyTerm>(a)) return make(a.cast<const PyTerm&>().workspace, op, args);
+    if (py::isinstance<PyTerm>(a)) return make(a.cast<const PyTerm&>().session, op, args);
     if (py::isinstance<PyIncomparable>(a)) throw SortError(a.cast<const PyIncomparable&>().reason);
   }
   throw py::type_error(op + ": no argument is a term");
@@ -33,7 +33,7 @@ PyTerm make_term(const std::string& op, const py::args& args) {
 void bind_errors(py::module_& m) {
   static const py::exception<std::invalid_argument> error(m, "Error", PyExc_ValueError);
   static const py::exception<SortError> sort_error(m, "SortError", error.ptr());
-  static const py::exception<smtlib::Error> parse_error(m, "ParseError", error.ptr());
+  static const py::exception<InputError> parse_error(m, "ParseError", error.ptr());
   const py::tuple bases = py::make_tuple(error, py::handle(PyExc_IndexError));
   static const py::exception<BoundsError> bounds_error(m, "BoundsError", bases);
   error.doc() = "What the library refuses.";
@@ -43,7 +43,7 @@ void bind_errors(py::module_& m) {
   py::register_exception_translator([](std::exception_ptr thrown) {
     try {
       std::rethrow_exception(std::move(thrown));
-    } catch (const smtlib::Error& e) {
+    } catch (const InputError& e) {
       PyErr_SetString(parse_error.ptr(), e.what());
     } catch (const SortError& e) {
       PyErr_SetString(sort_error.ptr(), e.what());

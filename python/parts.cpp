@@ -30,9 +30,9 @@ PyTerm item(const PyTerm& self, const py::object& key) {
   TermManager& m = self.manager();
   const DataType* sort = self.sort();
   if (m.is_array_type(sort)) {
-    const PyTerm index = as_term(self.workspace, key, sort->get_component(1));
+    const PyTerm index = as_term(self.session, key, sort->get_component(1));
     const Term* args[] = {self.term, index.term};
-    return self.with(self.workspace->make("select", args));
+    return self.with(self.session->reader.make("select", args));
   }
   const std::size_t width = width_of(self, "parts");
   if (!py::isinstance<py::slice>(key)) {

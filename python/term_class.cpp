@@ -41,10 +41,10 @@ bool rounds(const std::string& op) {
 PyTerm apply(const PyTerm& self, const char* op, const Term* a, const Term* b) {
   if (rounds(op)) {
     const Term* args[] = {self.manager().make_rounding_even(), a, b};
-    return self.with(self.workspace->make(op, args));
+    return self.with(self.session->reader.make(op, args));
   }
   const Term* args[] = {a, b};
-  return self.with(self.workspace->make(op, args));
+  return self.with(self.session->reader.make(op, args));
 }
 
 /// The name of the operation on the operand's sort. \throws py::type_error when there is none
@@ -68,7 +68,7 @@ enum class Order : bool { given, reflected };
 py::object infix_term(const PyTerm& self, const Infix& infix, py::handle other, Order order) {
   if (!is_operand(other)) return py::reinterpret_borrow<py::object>(Py_NotImplemented);
   const char* op = operation(self, infix);
-  const Term* operand = as_term(self.workspace, other, self.sort()).term;
+  const Term* operand = as_term(self.session, other, self.sort()).term;
   return py::cast(order == Order::given ? apply(self, op, self.term, operand)
                                         : apply(self, op, operand, self.term));
 }
@@ -95,14 +95,14 @@ PyTerm unary(const PyTerm& self, const char* method, const char* boolean, const 
              const char* bit_vector, const char* floating_point) {
   const char* op =
       operation(self, {method, nullptr, boolean, arithmetic, bit_vector, floating_point, nullptr});
-  return self.with(self.workspace->make(op, {&self.term, 1}));
+  return self.with(self.session->reader.make(op, {&self.term, 1}));
 }
 
 template <bool equal>
 py::object comparison(const PyTerm& self, py::handle other) {
   if (!is_operand(other)) return py::reinterpret_borrow<py::object>(Py_NotImplemented);
   try {
-    const Term* operand = as_term(self.workspace, other, self.sort()).term;
+    const Term* operand = as_term(self.session, other, self.sort()).term;
     return py::cast(apply(self, equal ? "=" : "distinct", self.term, operand));
   } catch (const std::invalid_argument& e) {
     // Lists and sets compare whatever is in them, of other sorts and managers too.
@@ -124,14 +124,14 @@ bool truth(const PyTerm& self) {
 }
 
 std::string text_of(const PyTerm& self) {
-  return at_length([&] { return self.workspace->text(self.term); });
+  return at_length([&] { return smtlib::term_text(self.session->manager(), self.term); });
 }
 
 PyDerivation explain(const PyTerm& self) {
   std::vector<Step> steps;
-  const Term* after = at_length([&] { return self.workspace->simplify(self.term, steps); });
+  const Term* after = at_length([&] { return self.session->simplify(self.term, steps); });
   PyDerivation result{self, self.with(after), {}};
-  for (Step& s : steps) result.steps.push_back({self.workspace, std::move(s)});
+  for (Step& s : steps) result.steps.push_back({self.session, std::move(s)});
   return result;
 }
 
@@ -146,7 +146,7 @@ std::string head(const PyTerm& self) {
   const SymbolTag::tag tag = self.manager().get_tag(self.term->symbol);
   if (tag == SymbolTag::UF || tag == SymbolTag::CONSTANT || tag == SymbolTag::OPAQUE) {
     const std::string name = self.term->symbol->name;
-    return name.empty() ? self.workspace->text(self.term) : name;
+    return name.empty() ? smtlib::term_text(self.session->manager(), self.term) : name;
   }
   return SymbolTag::name(tag);
 }
@@ -183,15 +183,15 @@ void bind_terms(py::module_& m) {
       .def("to_smt2", text_of, in_turn, "The term on one line.")
       .def(
           "simplify",
-          [](const PyTerm& t) { return t.with(at_length([&] { return t.workspace->simplify(t.term); })); },
+          [](const PyTerm& t) { return t.with(at_length([&] { return t.session->simplify(t.term); })); },
           in_turn, "A term equal to this one, simplified.")
       .def("explain", explain, in_turn, "How this term is simplified, step by step.");
   property(
-      "manager", [](const PyTerm& t) { return PyManager(t.workspace); }, "The manager that holds the term.");
+      "manager", [](const PyTerm& t) { return PyManager(t.session); }, "The manager that holds the term.");
   property(
       "sort",
       [](const PyTerm& t) {
-        return PySort{t.workspace, t.sort()};
+        return PySort{t.session, t.sort()};
       },
       "The term's sort.");
   property("op", head, "The name of the operator, function or constant at the top.");
@@ -201,7 +201,7 @@ void bind_terms(py::module_& m) {
   property(
       "num_nodes",
       [](const PyTerm& t) { return at_length([&] {
-                              return t.workspace->num_nodes({&t.term, 1});
+                              return dag_size(t.session->manager(), {&t.term, 1});
                             }); },
       "Number of distinct sub-terms, this one included.");
   property("value", value_of,

@@ -11,37 +11,43 @@
 #include "turn.h"
 #include <quarv/smtlib.h>
 
-/// What Python sees. Each object keeps the workspace alive that its term belongs to.
+/// What Python sees. Each object keeps the session alive that its term belongs to.
 namespace quarv::python {
 
-using Shared = std::shared_ptr<Workspace>;
+/// A session, and the reader that knows what is declared in it.
+struct PySession : Session {
+  using Session::Session;
+  smtlib::Reader reader{*this, {.names = smtlib::Reader::Options::Names::session, .normalize = false}};
+};
+
+using Shared = std::shared_ptr<PySession>;
 
 struct PySort {
-  Shared workspace;
+  Shared session;
   const DataType* sort;
 
   std::string text() const { return sort->to_string(); }
 };
 
 struct PyTerm {
-  Shared workspace;
+  Shared session;
   const Term* term;
 
-  TermManager& manager() const { return workspace->manager(); }
+  TermManager& manager() const { return session->manager(); }
   const DataType* sort() const { return manager().type_of(term); }
-  PyTerm with(const Term* t) const { return {workspace, t}; }
+  PyTerm with(const Term* t) const { return {session, t}; }
 };
 
 class PyManager {
  public:
-  explicit PyManager(Shared workspace) : workspace_(std::move(workspace)) {}
+  explicit PyManager(Shared session) : session_(std::move(session)) {}
 
   /// \throws std::invalid_argument for an object that was made without its `__init__`
-  const Shared& workspace() const {
-    if (workspace_ == nullptr) throw std::invalid_argument("Manager.__init__ has not been called");
-    return workspace_;
+  const Shared& session() const {
+    if (session_ == nullptr) throw std::invalid_argument("Manager.__init__ has not been called");
+    return session_;
   }
-  PyTerm term(const Term* t) const { return {workspace(), t}; }
+  PyTerm term(const Term* t) const { return {session(), t}; }
 
   /// Of zeros, since pybind11 takes such memory for the object where `__init__` was not called: a null
   /// pointer.
@@ -50,7 +56,7 @@ class PyManager {
   static void operator delete(void* p) { ::operator delete(p); }
 
  private:
-  Shared workspace_;
+  Shared session_;
 };
 
 /// What `==` and `!=` make of a term and something that no term can be equal to. As a truth value it is what
@@ -62,13 +68,13 @@ struct PyIncomparable {
 
 /// A declared function.
 struct PyFunction {
-  Shared workspace;
+  Shared session;
   std::string name;
   const Symbol* symbol;
 };
 
 struct PyStep {
-  Shared workspace;
+  Shared session;
   Step step;
 };
 
@@ -81,7 +87,7 @@ struct PyDerivation {
 
 /// The term that a Python value means where a term of sort `wanted` is expected: a term stays itself, `True`
 /// and `False` are formulas, integers, fractions and floats are constants of that sort.
-PyTerm as_term(const Shared& workspace, py::handle value, const DataType* wanted);
+PyTerm as_term(const Shared& session, py::handle value, const DataType* wanted);
 
 /// The integer that a Python integer is, however long.
 QNumber integer_of(py::handle value);
@@ -93,7 +99,7 @@ std::string shown(py::handle value);
 bool is_operand(py::handle value);
 
 /// Applies an operator to terms and Python values, which take the sort of the terms beside them.
-PyTerm make(const Shared& workspace, const std::string& op, const py::args& args);
+PyTerm make(const Shared& session, const std::string& op, const py::args& args);
 
 /// What a constant stands for in Python; None for other terms.
 py::object value_of(const PyTerm& t);

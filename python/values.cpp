@@ -35,26 +35,26 @@ std::string format_of(TermManager& m, const DataType* sort, std::size_t* ew, std
 }
 
 /// The float next to an integer, rounded once.
-const Term* float_constant(Workspace& workspace, const QNumber& value, const DataType* sort) {
-  TermManager& m = workspace.manager();
+const Term* float_constant(PySession& session, const QNumber& value, const DataType* sort) {
+  TermManager& m = session.manager();
   std::size_t ew = 0;
   std::size_t mw = 0;
   const std::string format = format_of(m, sort, &ew, &mw);
   const Term* args[] = {m.make_rounding_even(), m.make_number(value)};
-  return workspace.simplify(workspace.make("(_ to_fp " + format + ")", args));
+  return session.simplify(session.reader.make("(_ to_fp " + format + ")", args));
 }
 
-const Term* float_constant(Workspace& workspace, double value, const DataType* sort) {
-  TermManager& m = workspace.manager();
+const Term* float_constant(PySession& session, double value, const DataType* sort) {
+  TermManager& m = session.manager();
   std::size_t ew = 0;
   std::size_t mw = 0;
   const std::string format = format_of(m, sort, &ew, &mw);
-  if (std::isnan(value)) return workspace.term("(_ NaN " + format + ")");
+  if (std::isnan(value)) return session.reader.term("(_ NaN " + format + ")");
   const auto encoding = QNumber::parse(std::to_string(std::bit_cast<std::uint64_t>(value)));
   const Term* as_double = m.make_fp_bits_number(encoding, 11, 52);
   if (ew == 11 && mw == 52) return as_double;
   const Term* args[] = {m.make_rounding_even(), as_double};
-  return workspace.simplify(workspace.make("(_ to_fp " + format + ")", args));
+  return session.simplify(session.reader.make("(_ to_fp " + format + ")", args));
 }
 
 [[noreturn]] void no_constant(py::handle value, const DataType* wanted) {
@@ -89,41 +89,41 @@ bool is_operand(py::handle value) {
          py::isinstance<py::float_>(value) || is_fraction(value);
 }
 
-PyTerm as_term(const Shared& workspace, py::handle value, const DataType* wanted) {
-  TermManager& m = workspace->manager();
+PyTerm as_term(const Shared& session, py::handle value, const DataType* wanted) {
+  TermManager& m = session->manager();
   if (py::isinstance<PyTerm>(value)) {
     const auto& t = value.cast<const PyTerm&>();
-    if (t.workspace != workspace) throw std::invalid_argument("the terms belong to different managers");
+    if (t.session != session) throw std::invalid_argument("the terms belong to different managers");
     return t;
   }
   if (py::isinstance<PyIncomparable>(value)) throw SortError(value.cast<const PyIncomparable&>().reason);
-  if (py::isinstance<py::bool_>(value)) return {workspace, m.make_bool(value.cast<bool>())};
+  if (py::isinstance<py::bool_>(value)) return {session, m.make_bool(value.cast<bool>())};
   if (wanted == nullptr) {
     throw py::type_error("a term is expected, not " + shown(value) + ": no other argument tells the sort");
   }
   const bool integer = py::isinstance<py::int_>(value);
   const bool floating = py::isinstance<py::float_>(value);
   if (m.is_bv_type(wanted) && integer) {
-    return {workspace, workspace->bit_vector(number_of(value), m.get_width_from_type(wanted))};
+    return {session, smtlib::build::bit_vector(session->manager(), number_of(value), m.get_width_from_type(wanted))};
   }
   if (m.is_fp_type(wanted) && integer) {
-    return {workspace, float_constant(*workspace, number_of(value), wanted)};
+    return {session, float_constant(*session, number_of(value), wanted)};
   }
   if (m.is_fp_type(wanted) && floating) {
-    return {workspace, float_constant(*workspace, value.cast<double>(), wanted)};
+    return {session, float_constant(*session, value.cast<double>(), wanted)};
   }
   if (m.is_arithmetic_type(wanted)) {
-    if (integer || is_fraction(value)) return {workspace, m.make_number(number_of(value))};
+    if (integer || is_fraction(value)) return {session, m.make_number(number_of(value))};
     if (floating && std::isfinite(value.cast<double>())) {
       const py::object exact = py::module_::import("fractions").attr("Fraction")(value);
-      return {workspace, m.make_number(number_of(exact))};
+      return {session, m.make_number(number_of(exact))};
     }
   }
   no_constant(value, wanted);
 }
 
-PyTerm make(const Shared& workspace, const std::string& op, const py::args& args) {
-  TermManager& m = workspace->manager();
+PyTerm make(const Shared& session, const std::string& op, const py::args& args) {
+  TermManager& m = session->manager();
   // The sort that Python values take: that of the first term that says it.
   const DataType* sort = nullptr;
   const DataType* index = nullptr;
@@ -139,9 +139,9 @@ PyTerm make(const Shared& workspace, const std::string& op, const py::args& args
   }
   std::vector<const Term*> terms;
   for (std::size_t i = 0; i < args.size(); ++i) {
-    terms.push_back(as_term(workspace, args[i], index != nullptr && i == 1 ? index : sort).term);
+    terms.push_back(as_term(session, args[i], index != nullptr && i == 1 ? index : sort).term);
   }
-  return {workspace, workspace->make(op, terms)};
+  return {session, session->reader.make(op, terms)};
 }
 
 py::object value_of(const PyTerm& t) {

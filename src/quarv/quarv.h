@@ -15,9 +15,13 @@
 #include <quarv/rules/rule_reading.h>
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
+#include <quarv/session/session.h>
+#include <quarv/session/strict_semantics.h>
+#include <quarv/session/user_rules.h>
 #include <quarv/simpl/is_value.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
+#include <quarv/term/dag_size.h>
 #include <quarv/term/data_type.h>
 #include <quarv/term/sort_error.h>
 #include <quarv/term/symbol.h>
@@ -26,5 +30,6 @@
 #include <quarv/term/term_manager.h>
 #include <quarv/util/checkpoint.h>
 #include <quarv/util/hash_map.h>
+#include <quarv/util/input_error.h>
 #include <quarv/util/memory_pool.h>
 #include <quarv/util/sort.h>

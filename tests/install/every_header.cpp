@@ -36,8 +36,9 @@ void terms() {
 
 void scripts() {
   quarv::smtlib::simplify_script("(declare-const p Bool)(assert (and p (not p)))", "example.smt2", std::cout);
-  quarv::Workspace workspace;
-  std::cout << workspace.text(workspace.simplify(workspace.term("(and true false)"))) << '\n';
+  quarv::Session session;
+  quarv::smtlib::Reader reader(session);
+  std::cout << quarv::smtlib::term_text(session.manager(), reader.term("(and true false)")) << '\n';
   quarv_manager* manager = quarv_manager_new(QUARV_EAGER);
   std::cout << (quarv_true(manager) != nullptr) << '\n';
   quarv_manager_delete(manager);

@@ -81,13 +81,14 @@ class Equations {
   }
 
   void check() const {
-    TermManager manager;
+    Session session({.simplify = false});
+    TermManager& manager = session.manager();
     StdTermSimplifier simplifier;
     termsimpl::register_standard_simplifications(&manager, &simplifier);
     manager.set_simplifier(&simplifier);
     std::string text;
     for (const std::string& t : terms_) text.append("(assert ").append(t).append(")\n");
-    const Script script = Reader(manager).read(text, "equations");
+    const Script script = Reader(session).read(text, "equations");
     ASSERT_EQ(script.commands.size(), terms_.size());
     for (std::size_t i = 0; i < terms_.size(); ++i) {
       EXPECT_EQ(script.terms_of(script.commands[i])[0], manager.true_term) << terms_[i];

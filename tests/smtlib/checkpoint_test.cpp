@@ -5,7 +5,7 @@
 
 #include <quarv/smtlib.h>
 
-namespace quarv {
+namespace quarv::smtlib {
 namespace {
 
 struct Stop {};
@@ -22,12 +22,13 @@ std::string tower(std::size_t height) {
 class CheckpointTest : public testing::Test {
  protected:
   CheckpointTest() {
-    const DataType* sort = workspace_.sort("(_ BitVec 8)");
-    workspace_.constant("x", sort);
-    workspace_.constant("y", sort);
+    const DataType* sort = reader_.sort("(_ BitVec 8)");
+    reader_.constant("x", sort);
+    reader_.constant("y", sort);
   }
 
-  Workspace workspace_;
+  Session session_{{.eager = false}};
+  Reader reader_{session_, {.names = Reader::Options::Names::session}};
   std::string text_ = tower(2000);
 };
 
@@ -46,49 +47,51 @@ bool stopped_after(int num_looks, const Work& work) {
 }
 
 TEST_F(CheckpointTest, LongWorkCanBeStopped) {
-  const Term* t = workspace_.term(text_);
+  const Term* t = reader_.term(text_);
   const std::string script =
       "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(assert (= x " + text_ + "))";
   std::ostringstream out;
-  EXPECT_TRUE(stopped_after(3, [&] { workspace_.term(text_); }));
-  EXPECT_TRUE(stopped_after(3, [&] { workspace_.parse(script, "in.smt2"); }));
-  EXPECT_TRUE(stopped_after(3, [&] { workspace_.text(t); }));
-  EXPECT_TRUE(stopped_after(3, [&] { workspace_.script({&t, 1}); }));
-  EXPECT_TRUE(stopped_after(3, [&] { workspace_.num_nodes({&t, 1}); }));
-  EXPECT_TRUE(stopped_after(3, [&] { workspace_.simplify(t); }));
-  EXPECT_TRUE(stopped_after(3, [&] { smtlib::simplify_script(script, "in.smt2", out, {}); }));
+  EXPECT_TRUE(stopped_after(3, [&] { reader_.term(text_); }));
+  EXPECT_TRUE(stopped_after(3, [&] { read_assertions(session_, script, "in.smt2"); }));
+  EXPECT_TRUE(stopped_after(3, [&] { term_text(session_.manager(), t); }));
+  EXPECT_TRUE(stopped_after(3, [&] { script_text(session_.manager(), {&t, 1}); }));
+  EXPECT_TRUE(stopped_after(3, [&] { dag_size(session_.manager(), {&t, 1}); }));
+  EXPECT_TRUE(stopped_after(3, [&] { session_.simplify(t); }));
+  EXPECT_TRUE(stopped_after(3, [&] { simplify_script(script, "in.smt2", out, {}); }));
   EXPECT_EQ(out.str(), "");
 }
 
 TEST_F(CheckpointTest, WhatWasStoppedIsDoneAnewAsIfNothingHadBeen) {
-  Workspace undisturbed;
-  undisturbed.constant("x", undisturbed.sort("(_ BitVec 8)"));
-  undisturbed.constant("y", undisturbed.sort("(_ BitVec 8)"));
-  const std::string expected = undisturbed.text(undisturbed.simplify(undisturbed.term(text_)));
+  Session undisturbed({.eager = false});
+  Reader reader(undisturbed, {.names = Reader::Options::Names::session});
+  reader.constant("x", reader.sort("(_ BitVec 8)"));
+  reader.constant("y", reader.sort("(_ BitVec 8)"));
+  const std::string expected = term_text(undisturbed.manager(), undisturbed.simplify(reader.term(text_)));
   int num_stopped = 0;
-  for (int looks = 1; stopped_after(looks,
-                                    [&] {
-                                      const Term* t = workspace_.term(text_);
-                                      EXPECT_EQ(workspace_.text(workspace_.simplify(t)), expected);
-                                    });
+  for (int looks = 1;
+       stopped_after(looks,
+                     [&] {
+                       const Term* t = reader_.term(text_);
+                       EXPECT_EQ(term_text(session_.manager(), session_.simplify(t)), expected);
+                     });
        looks += 7) {
     ++num_stopped;
-    ASSERT_EQ(workspace_.text(workspace_.term("(bvadd x y)")), "(bvadd x y)");
+    ASSERT_EQ(term_text(session_.manager(), reader_.term("(bvadd x y)")), "(bvadd x y)");
   }
   EXPECT_GT(num_stopped, 10);
-  EXPECT_EQ(workspace_.text(workspace_.simplify(workspace_.term(text_))), expected);
+  EXPECT_EQ(term_text(session_.manager(), session_.simplify(reader_.term(text_))), expected);
 }
 
 TEST_F(CheckpointTest, IsOfItsThreadAndScope) {
   EXPECT_FALSE(stopped_after(1, [] {}));
-  EXPECT_NO_THROW(workspace_.term(text_));
+  EXPECT_NO_THROW(reader_.term(text_));
   int outer = 0;
   const Checkpoint checkpoint([&outer] { ++outer; });
-  EXPECT_TRUE(stopped_after(1, [&] { workspace_.term(text_); }));
+  EXPECT_TRUE(stopped_after(1, [&] { reader_.term(text_); }));
   EXPECT_EQ(outer, 0);
-  workspace_.term(text_);
+  reader_.term(text_);
   EXPECT_GT(outer, 0);
 }
 
 }  // namespace
-}  // namespace quarv
+}  // namespace quarv::smtlib

@@ -18,14 +18,15 @@ std::string repeated(std::size_t n, const std::string& text) {
   return all;
 }
 
-const Term* only_term(TermManager& manager, const std::string& text) {
-  return Reader(manager).read(text, "in.smt2").terms.back();
+const Term* only_term(Session& session, const std::string& text) {
+  return Reader(session).read(text, "in.smt2").terms.back();
 }
 
 TEST(GrowthTest, QuantifiersOfOneNameWithinEachOther) {
   constexpr std::size_t levels = 200'000;
-  TermManager manager;
-  const Term* t = only_term(manager, "(assert " + repeated(levels, "(exists ((x Int)) (or (= x 0) ") +
+  Session session({.simplify = false});
+  TermManager& manager = session.manager();
+  const Term* t = only_term(session, "(assert " + repeated(levels, "(exists ((x Int)) (or (= x 0) ") +
                                          "false" + repeated(levels, "))") + ")");
   std::size_t depth = 0;
   const Term* variable = nullptr;
@@ -39,11 +40,12 @@ TEST(GrowthTest, QuantifiersOfOneNameWithinEachOther) {
 }
 
 TEST(GrowthTest, VariablesAreNumberedFromTheirQuantifierOn) {
-  TermManager manager;
+  Session session({.simplify = false});
+  TermManager& manager = session.manager();
   const auto body = [](const std::string& inner) {
     return "(exists ((x Int)) (let ((x (+ x 1))) (exists ((x Int)) (and (= x 0) " + inner + "))))";
   };
-  const Script script = Reader(manager).read(
+  const Script script = Reader(session).read(
       "(declare-const x!2 Int)(assert " + body(body("true")) + ")(assert " + body(body("true")) + ")",
       "in.smt2");
   const Term* first = script.terms[script.terms.size() - 2];
@@ -61,11 +63,12 @@ TEST(GrowthTest, OneQuantifierOfManyVariables) {
   constexpr std::size_t n = 300'000;
   std::string variables;
   for (std::size_t i = 0; i < n; ++i) variables += "(x" + std::to_string(i) + " Int)";
-  TermManager manager;
-  const Term* t = only_term(manager, "(assert (forall (" + variables + ") (= x0 x1)))");
+  Session session({.simplify = false});
+  TermManager& manager = session.manager();
+  const Term* t = only_term(session, "(assert (forall (" + variables + ") (= x0 x1)))");
   EXPECT_EQ(manager.quantifier_variables(t->symbol).size(), n);
-  EXPECT_THROW(only_term(manager, "(assert (forall (" + variables + "(x7 Int)) (= x0 x1)))"), Error);
-  EXPECT_THROW(only_term(manager, "(define-fun f (" + variables + "(x7 Int)) Bool (= x0 x1))"), Error);
+  EXPECT_THROW(only_term(session, "(assert (forall (" + variables + "(x7 Int)) (= x0 x1)))"), InputError);
+  EXPECT_THROW(only_term(session, "(define-fun f (" + variables + "(x7 Int)) Bool (= x0 x1))"), InputError);
 }
 
 TEST(GrowthTest, ManyNamesInOneAssertion) {
@@ -73,9 +76,9 @@ TEST(GrowthTest, ManyNamesInOneAssertion) {
   std::string text = "(declare-const p Bool)(assert (and";
   for (std::size_t i = 0; i < n; ++i)
     text += " (! p :named n" + std::to_string(i) + ") n" + std::to_string(i);
-  TermManager manager;
-  EXPECT_NE(only_term(manager, text + "))"), nullptr);
-  EXPECT_THROW(only_term(manager, text + " (! p :named n7)))"), Error);
+  Session session({.simplify = false});
+  EXPECT_NE(only_term(session, text + "))"), nullptr);
+  EXPECT_THROW(only_term(session, text + " (! p :named n7)))"), InputError);
 }
 
 std::string simplified(const std::string& text) {
@@ -138,9 +141,10 @@ TEST(GrowthTest, SortsDefinedByEachOther) {
   for (std::size_t i = 0; i < 100'000; ++i) {
     text += "(declare-const a" + std::to_string(i) + " s" + std::to_string(n - 1) + ")";
   }
-  TermManager manager;
+  Session session({.simplify = false});
+  TermManager& manager = session.manager();
   std::size_t depth = 0;
-  for (const DataType* sort = manager.type_of(only_term(manager, text)); manager.is_array_type(sort);
+  for (const DataType* sort = manager.type_of(only_term(session, text)); manager.is_array_type(sort);
        ++depth) {
     sort = sort->get_component(2);
   }
@@ -158,11 +162,11 @@ TEST(GrowthTest, LongLiteralsOfDefinitionsAreNotRepeated) {
 
 TEST(GrowthTest, NumbersAreLimited) {
   const std::string text = "(assert (= 0 1" + std::string(5'100'000, '0') + "))";
-  TermManager manager;
+  Session session({.simplify = false});
   try {
-    only_term(manager, text);
+    only_term(session, text);
     FAIL();
-  } catch (const Error& e) {
+  } catch (const InputError& e) {
     EXPECT_EQ(e.message(), "numbers of more than 5050445 digits are not supported");
   }
 }

@@ -156,14 +156,15 @@ class OperatorErrors : public ::testing::TestWithParam<bool> {
         text += std::string("(declare-const ") + c.name + ' ' + c.sort + ')';
     }
     text += "\n(simplify\n" + application + ")";
-    TermManager manager;
+    Session session({.simplify = false});
+    TermManager& manager = session.manager();
     StdTermSimplifier simplifier;
     termsimpl::register_standard_simplifications(&manager, &simplifier);
     if (GetParam()) manager.set_simplifier(&simplifier);
     try {
-      Reader(manager).read(text, "");
+      Reader(session).read(text, "");
       return "no error";
-    } catch (const Error& e) {
+    } catch (const InputError& e) {
       EXPECT_EQ(e.line(), 3u) << e.what();
       return std::to_string(e.column() - 1) + ": " + e.message();
     }
@@ -322,10 +323,10 @@ INSTANTIATE_TEST_SUITE_P(WithAndWithoutSimplifier, OperatorErrors, ::testing::Bo
 /// Functions that a script declares are no different.
 TEST(FunctionErrors, AreReportedWhereTheArgumentIs) {
   const auto error_of = [](const std::string& application) {
-    TermManager manager;
+    Session session({.simplify = false});
     try {
-      Reader(manager).read("(declare-fun |f g| (Int Bool) Int)\n(simplify " + application + ")", "in");
-    } catch (const Error& e) {
+      Reader(session).read("(declare-fun |f g| (Int Bool) Int)\n(simplify " + application + ")", "in");
+    } catch (const InputError& e) {
       return std::string(e.what());
     }
     return std::string("no error");

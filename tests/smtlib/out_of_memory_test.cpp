@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/write/printer.h>
 
@@ -86,7 +87,7 @@ TEST(OutOfMemory, SessionsBegin) {
 TEST(OutOfMemory, ScriptsAreReadAndPrinted) {
   std::unique_ptr<Session> session = std::make_unique<Session>();
   const auto printed = [&session](std::string_view text) {
-    const Script s = session->read(text, "in.smt2");
+    const Script s = Reader(*session).read(text, "in.smt2");
     std::ostringstream out;
     out.exceptions(std::ios::badbit);
     print(session->manager(), s, out);

@@ -16,7 +16,8 @@ namespace quarv::smtlib {
 namespace {
 
 struct Input {
-  TermManager manager;
+  Session session{{.simplify = false}};
+  TermManager& manager = session.manager();
   StdTermSimplifier simplifier;
   std::string text;
   Script script;
@@ -24,7 +25,7 @@ struct Input {
   explicit Input(std::string t, bool simplify = true) : text(std::move(t)) {
     termsimpl::register_standard_simplifications(&manager, &simplifier);
     if (simplify) manager.set_simplifier(&simplifier);
-    script = Reader(manager).read(text, "in.smt2");
+    script = Reader(session).read(text, "in.smt2");
   }
 };
 
@@ -32,7 +33,7 @@ std::string error_of(const std::string& text) {
   try {
     Input input(text);
     return "no error";
-  } catch (const Error& e) {
+  } catch (const InputError& e) {
     return e.what();
   }
 }
@@ -246,29 +247,29 @@ TEST(Reader, ParametersOfSortsAreNoSorts) {
 }
 
 TEST(Reader, GoesOnAfterAnError) {
-  TermManager manager;
-  Reader reader(manager);
+  Session session({.simplify = false});
+  Reader reader(session);
   Script script;
   const std::string first = "(declare-const p Bool)(assert (let ((x p)) (! x :pattern (y))))";
   reader.set_input(first, "a");
   EXPECT_TRUE(reader.next_command(script));
-  EXPECT_THROW(reader.next_command(script), Error);
+  EXPECT_THROW(reader.next_command(script), InputError);
   reader.set_input("(assert p)(assert x)", "b");
   EXPECT_TRUE(reader.next_command(script));
-  EXPECT_THROW(reader.next_command(script), Error);
+  EXPECT_THROW(reader.next_command(script), InputError);
   EXPECT_EQ(script.commands.size(), 2u);
 }
 
 /// How many commands of a text are read and how many are at fault.
 std::pair<std::size_t, std::size_t> commands_and_faults(const std::string& text) {
-  TermManager manager;
-  Reader reader(manager);
+  Session session({.simplify = false});
+  Reader reader(session);
   Script script;
   reader.set_input(text, "in.smt2");
   for (std::size_t faults = 0; faults <= text.size();) {
     try {
       if (!reader.next_command(script)) return {script.commands.size(), faults};
-    } catch (const Error&) {
+    } catch (const InputError&) {
       ++faults;
     }
   }

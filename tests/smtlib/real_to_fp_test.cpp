@@ -9,11 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <quarv/session/strict_semantics.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/read/real_to_fp.h>
-#include <quarv/smtlib/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {
@@ -30,14 +30,15 @@ class RealToFp : public ::testing::Test {
   const Term* read(const std::string& text) {
     inputs_.push_back(std::make_unique<std::string>(
         "(declare-const r RoundingMode)(declare-const x Real)(simplify " + text + ")"));
-    const Script script = Reader(mgr).read(*inputs_.back(), "in.smt2");
+    const Script script = Reader(session).read(*inputs_.back(), "in.smt2");
     return script.terms.back();
   }
   const Term* literal(long bits, std::size_t ew, std::size_t mw) {
     return mgr.make_fp_bits_number(QNumber(bits), ew, mw);
   }
 
-  TermManager mgr;
+  Session session{{.simplify = false}};
+  TermManager& mgr = session.manager();
   StdTermSimplifier standard;
   StrictSemantics strict{standard};
 

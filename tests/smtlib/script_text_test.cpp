@@ -38,42 +38,42 @@ std::string overwritten(std::string& copy) {
 
 TEST(ScriptText, OutlivesTheInput) {
   Session session;
-  const Script from_temporary = session.read(std::string(text), "in.smt2");
+  const Script from_temporary = Reader(session).read(std::string(text), "in.smt2");
   EXPECT_EQ(printed(session.manager(), from_temporary), text);
 
   Session other;
   std::string local = text;
-  const Script script = other.read(local, "in.smt2");
+  const Script script = Reader(other).read(local, "in.smt2");
   overwritten(local);
   EXPECT_EQ(printed(other.manager(), script), text);
 }
 
 TEST(ScriptText, OutlivesTheReader) {
-  TermManager manager;
+  Session session({.simplify = false});
   std::string local = text;
-  const Script script = Reader(manager).read(local, "in.smt2");
+  const Script script = Reader(session).read(local, "in.smt2");
   overwritten(local);
-  EXPECT_EQ(printed(manager, script), text);
+  EXPECT_EQ(printed(session.manager(), script), text);
 }
 
 TEST(ScriptText, IsNotCopiedInPlace) {
   Session session;
-  const Script script = session.read_in_place(text, "in.smt2");
+  const Script script = Reader(session).read_in_place(text, "in.smt2");
   EXPECT_EQ(script.commands[0].text.data(), text.data());
   EXPECT_EQ(printed(session.manager(), script), text);
 }
 
 TEST(ScriptText, ScriptsOfSeveralReadersKeepAll) {
-  TermManager manager;
+  Session session({.simplify = false});
   Script script;
   for (const char* name : {"p", "q"}) {
-    Reader reader(manager);
+    Reader reader(session);
     std::string command = "(declare-const " + std::string(name) + " Bool)";
     reader.set_input(command, "in.smt2");
     EXPECT_TRUE(reader.next_command(script));
     overwritten(command);
   }
-  EXPECT_EQ(printed(manager, script), "(declare-const p Bool)\n(declare-const q Bool)\n");
+  EXPECT_EQ(printed(session.manager(), script), "(declare-const p Bool)\n(declare-const q Bool)\n");
 }
 
 }  // namespace

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <quarv/smtlib/read/reader.h>
-#include <quarv/smtlib/read/source_excerpt.h>
+#include <quarv/util/source_excerpt.h>
 
 namespace quarv::smtlib {
 namespace {
@@ -82,10 +82,10 @@ TEST(SourceExcerpt, FindsPlacesByLineAndColumn) {
 
 /// Message and excerpt for a script.
 std::string shown(const std::string& script) {
-  TermManager manager;
+  Session session({.simplify = false});
   try {
-    Reader(manager).read(script, "in");
-  } catch (const Error& e) {
+    Reader(session).read(script, "in");
+  } catch (const InputError& e) {
     return std::string(e.what()) + '\n' + e.excerpt();
   }
   return "no error";
@@ -126,7 +126,7 @@ TEST(MissingParentheses, AreFoundInPartsOfCommands) {
   const auto error_of = [](std::string_view text) {
     try {
       Reader::check_expression(text, "term");
-    } catch (const Error& e) {
+    } catch (const InputError& e) {
       return std::string(e.what());
     }
     return std::string("no error");

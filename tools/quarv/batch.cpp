@@ -81,7 +81,7 @@ std::string parse_share(const std::string& text, std::pair<std::size_t, std::siz
 /// All that decides what the output looks like.
 std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions& options) {
   nlohmann::ordered_json rule_files = nlohmann::ordered_json::array();
-  for (const smtlib::RuleFile& file : options.extra_rules) rule_files.push_back(sha256(file.text));
+  for (const RuleFile& file : options.extra_rules) rule_files.push_back(sha256(file.text));
   return nlohmann::ordered_json({
                                     {"rules", !how.no_rules},
                                     {"simplifiers", !how.no_simplifiers},
@@ -128,7 +128,7 @@ int batch(const Arguments& arguments) {
   options.results = results_path(arguments);
   // Faults of the options would be faults of every file; and what is built once here need not be in each
   // process.
-  smtlib::Session session(options.task.simplify);
+  const Session session(options.task.simplify);
 
   std::vector<BatchInput> inputs =
       find_inputs(arguments.paths, {arguments.output_folder, std::string(suffix_of(options.task.compression)),
@@ -220,7 +220,7 @@ void add_batch(CLI::App& program, int& status) {
     }
     try {
       status = arguments->merge ? merge(*arguments) : batch(*arguments);
-    } catch (const smtlib::UnknownRule& e) {
+    } catch (const UnknownRule& e) {
       say("quarv: {} (quarv rules list tells more)\n", e.what());
       status = usage_error;
     } catch (const InputConflict& e) {

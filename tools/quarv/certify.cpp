@@ -135,7 +135,7 @@ void add_certify(CLI::App& program, int& status) {
   command.callback([arguments, &status] {
     try {
       status = certify(*arguments);
-    } catch (const smtlib::UnknownRule& e) {
+    } catch (const UnknownRule& e) {
       fmt::print(stderr, "quarv: {} (quarv rules list tells more)\n", e.what());
       status = usage_error;
     }

@@ -187,7 +187,7 @@ void add_explain(CLI::App& program, int& status) {
   command.callback([arguments, &status] {
     try {
       status = explain(*arguments);
-    } catch (const smtlib::UnknownRule& e) {
+    } catch (const UnknownRule& e) {
       status = refuse(fmt::format("{} (quarv rules list tells more)", e.what()));
     }
   });

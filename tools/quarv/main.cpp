@@ -15,7 +15,7 @@
 #include "io/output.h"
 #include "io/process.h"
 #include <quarv/numbers/gmp_bad_alloc.h>
-#include <quarv/smtlib/error.h>
+#include <quarv/util/input_error.h>
 
 namespace {
 
@@ -163,7 +163,7 @@ int main(int argc, char** argv) {
   } catch (const quarv::cli::ClosedPipe& e) {
     quarv::cli::end_by_closed_pipe();
     return fail("quarv: error: ", e.what());
-  } catch (const quarv::smtlib::Error& e) {
+  } catch (const quarv::InputError& e) {
     const int status = fail("", e.what());
     std::fputs(e.excerpt().c_str(), stderr);
     return status;

@@ -15,7 +15,8 @@
 #include "io/output.h"
 #include "io/text_source.h"
 #include <quarv/smtlib/read/lexer.h>
-#include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/write/printer.h>
 
 namespace quarv::cli {
 
@@ -48,7 +49,7 @@ struct PlainCommand {
 /// Answers commands one by one, in the form that the SMT-LIB standard gives to a solver's answers.
 class Conversation {
  public:
-  Conversation(const smtlib::SimplifyOptions& options, std::ostream& out) : session_(options), out_(out) {}
+  Conversation(const SessionOptions& options, std::ostream& out) : session_(options), out_(out) {}
 
   void answer(const CommandSplitter::Piece& piece);
 
@@ -65,11 +66,9 @@ class Conversation {
     if (print_success_) out_ << "success\n";
   }
 
-  smtlib::Session session_;
+  Session session_;
+  smtlib::Reader reader_{session_};
   std::ostream& out_;
-  // The assertions of all levels; null for a definition that says more than that a name stands for a term.
-  std::vector<const Term*> assertions_;
-  std::vector<std::size_t> levels_;
   bool print_success_ = false;
   bool over_ = false;
   bool had_errors_ = false;
@@ -78,10 +77,10 @@ class Conversation {
 void Conversation::answer(const CommandSplitter::Piece& piece) {
   try {
     smtlib::Script script;
-    session_.reader().set_input(piece.text, "");
-    session_.reader().next_command(script);
+    reader_.set_input(piece.text, "");
+    reader_.next_command(script);
     for (const Command& command : script.commands) respond(script, command);
-  } catch (const smtlib::Error& e) {
+  } catch (const InputError& e) {
     const std::size_t column = e.line() == 1 ? piece.column + e.column() - 1 : e.column();
     error(fmt::format("line {}, column {}: {}", piece.line + e.line() - 1, column, e.message()));
   }
@@ -104,30 +103,10 @@ void Conversation::respond(const smtlib::Script& script, const Command& command)
       return error("there is no model: terms are simplified, models are not searched for");
     case Command::Kind::other:
       return respond(PlainCommand(command.text));
-    case Command::Kind::assertion:
-      assertions_.push_back(script.terms_of(command)[0]);
-      break;
-    case Command::Kind::define_function:
-      assertions_.push_back(nullptr);
-      break;
-    case Command::Kind::declare:
-    case Command::Kind::define:
-      break;
-    case Command::Kind::push:
-      levels_.insert(levels_.end(), command.levels, assertions_.size());
-      break;
-    case Command::Kind::pop:
-      if (command.levels != 0) {
-        assertions_.resize(levels_[levels_.size() - command.levels]);
-        levels_.resize(levels_.size() - command.levels);
-      }
-      break;
     case Command::Kind::reset:
       print_success_ = false;
-      [[fallthrough]];
-    case Command::Kind::reset_assertions:
-      assertions_.clear();
-      levels_.clear();
+      break;
+    default:
       break;
   }
   done();
@@ -173,11 +152,12 @@ void Conversation::get_info(std::string_view keyword) {
 
 /// Answers what simplification alone has shown.
 void Conversation::check_sat(const Command& command) {
+  const Session::Args assertions = session_.assertions();
   const auto is = [](const Term* wanted) { return [wanted](const Term* t) { return t == wanted; }; };
-  if (std::any_of(assertions_.begin(), assertions_.end(), is(session_.manager().false_term))) {
+  if (std::any_of(assertions.begin(), assertions.end(), is(session_.manager().false_term))) {
     out_ << "unsat\n";
   } else if (command.num_terms == 0 &&
-             std::all_of(assertions_.begin(), assertions_.end(), is(session_.manager().true_term))) {
+             std::all_of(assertions.begin(), assertions.end(), is(session_.manager().true_term))) {
     out_ << "sat\n";
   } else {
     out_ << "unknown\n";
@@ -196,7 +176,7 @@ struct Arguments {
 };
 
 int converse(const Arguments& arguments) {
-  smtlib::SimplifyOptions options;
+  SessionOptions options;
   options.rules = !arguments.no_rules;
   options.standard = arguments.standard;
 

@@ -81,7 +81,7 @@ void add_report(CLI::App& program, int& status) {
     try {
       report(*arguments);
       status = success;
-    } catch (const smtlib::UnknownRule& e) {
+    } catch (const UnknownRule& e) {
       say("quarv: {} (quarv rules list tells more)\n", e.what());
       status = usage_error;
     }

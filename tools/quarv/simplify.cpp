@@ -87,7 +87,7 @@ void add_simplify(CLI::App& program, int& status) {
     try {
       simplify(*arguments);
       status = success;
-    } catch (const smtlib::UnknownRule& e) {
+    } catch (const UnknownRule& e) {
       say("quarv: {} (quarv rules list tells more)\n", e.what());
       status = usage_error;
     }

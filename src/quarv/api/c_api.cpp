@@ -5,27 +5,33 @@
 #include <stdexcept>
 #include <string>
 
-#include <quarv/api/workspace.h>
 #include <quarv/c_api.h>
 #include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/numbers/q_number.h>
-#include <quarv/smtlib/error.h>
+#include <quarv/util/input_error.h>
 #include <quarv/smtlib/read/operators.h>
+#include <quarv/session/session.h>
+#include <quarv/smtlib/read/assertions.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/write/script_text.h>
+#include <quarv/term/dag_size.h>
 #include <quarv/term/sort_error.h>
 
 using quarv::DataType;
 using quarv::QNumber;
 using quarv::Term;
 using quarv::TermManager;
-using quarv::Workspace;
+using quarv::Session;
+using quarv::smtlib::Reader;
 
 struct quarv_manager {
-  explicit quarv_manager(const quarv::WorkspaceOptions& options) : workspace(options) {}
+  explicit quarv_manager(quarv::SessionOptions options) : session(std::move(options)) {}
 
-  TermManager& terms() { return workspace.manager(); }
+  TermManager& terms() { return session.manager(); }
 
-  Workspace workspace;
+  Session session;
+  Reader reader{session, {.names = Reader::Options::Names::session, .normalize = false}};
   quarv_status status = QUARV_OK;
   std::string message;
 };
@@ -88,7 +94,7 @@ auto guarded(quarv_manager* m, F f) noexcept -> decltype(f()) {
     return f();
   } catch (const std::bad_alloc&) {
     fail(m, QUARV_OUT_OF_MEMORY, "out of memory");
-  } catch (const quarv::smtlib::Error& e) {
+  } catch (const quarv::InputError& e) {
     fail(m, QUARV_SYNTAX_ERROR, e.what());
   } catch (const quarv::SortError& e) {
     fail(m, QUARV_SORT_ERROR, e.what());
@@ -128,7 +134,7 @@ const char* quarv_version(void) {
 quarv_manager* quarv_manager_new(unsigned flags) {
   const quarv::GmpBadAlloc gmp;
   try {
-    quarv::WorkspaceOptions options;
+    quarv::SessionOptions options;
     options.eager = (flags & QUARV_EAGER) != 0;
     options.standard = (flags & QUARV_STANDARD) != 0;
     options.rules = (flags & QUARV_NO_RULES) == 0;
@@ -178,10 +184,10 @@ quarv_sort quarv_array_sort(quarv_manager* m, quarv_sort index, quarv_sort eleme
   return guarded(m, [&] { return handle(m->terms().get_array_type(sort(index), sort(element))); });
 }
 quarv_sort quarv_declare_sort(quarv_manager* m, const char* name) {
-  return guarded(m, [&] { return handle(m->workspace.declare_sort(checked(name))); });
+  return guarded(m, [&] { return handle(m->reader.declare_sort(checked(name))); });
 }
 quarv_sort quarv_parse_sort(quarv_manager* m, const char* text) {
-  return guarded(m, [&] { return handle(m->workspace.sort(checked(text))); });
+  return guarded(m, [&] { return handle(m->reader.sort(checked(text))); });
 }
 char* quarv_sort_to_string(quarv_manager* m, quarv_sort s) {
   return guarded(m, [&] { return handle(sort(s)->to_string()); });
@@ -196,7 +202,7 @@ size_t quarv_bv_width(quarv_manager* m, quarv_sort s) {
 // Terms.
 
 quarv_term quarv_constant(quarv_manager* m, const char* name, quarv_sort s) {
-  return guarded(m, [&] { return handle(m->workspace.constant(checked(name), sort(s))); });
+  return guarded(m, [&] { return handle(m->reader.constant(checked(name), sort(s))); });
 }
 
 quarv_status quarv_declare_function(quarv_manager* m, const char* name, const quarv_sort* arguments, size_t n,
@@ -205,7 +211,7 @@ quarv_status quarv_declare_function(quarv_manager* m, const char* name, const qu
     if (n == 0) throw std::invalid_argument("a function has arguments; without, it is a constant");
     std::vector<const DataType*> sorts;
     for (std::size_t i = 0; i < n; ++i) sorts.push_back(sort(checked(arguments)[i]));
-    m->workspace.function(checked(name), sorts, sort(result));
+    m->reader.function(checked(name), sorts, sort(result));
   });
 }
 
@@ -219,10 +225,10 @@ quarv_term quarv_number(quarv_manager* m, const char* value) {
   return guarded(m, [&] { return handle(m->terms().make_number(QNumber::parse(checked(value)))); });
 }
 quarv_term quarv_bv(quarv_manager* m, uint64_t value, size_t width) {
-  return guarded(m, [&] { return handle(m->workspace.bit_vector(QNumber(value), width)); });
+  return guarded(m, [&] { return handle(quarv::smtlib::build::bit_vector(m->terms(), QNumber(value), width)); });
 }
 quarv_term quarv_bv_number(quarv_manager* m, const char* value, size_t width) {
-  return guarded(m, [&] { return handle(m->workspace.bit_vector(QNumber::parse(checked(value)), width)); });
+  return guarded(m, [&] { return handle(quarv::smtlib::build::bit_vector(m->terms(), QNumber::parse(checked(value)), width)); });
 }
 quarv_term quarv_fp_bits(quarv_manager* m, const char* bits, size_t eb, size_t sb) {
   return guarded(m, [&] {
@@ -230,10 +236,10 @@ quarv_term quarv_fp_bits(quarv_manager* m, const char* bits, size_t eb, size_t s
   });
 }
 quarv_term quarv_make(quarv_manager* m, const char* op, const quarv_term* args, size_t n) {
-  return guarded(m, [&] { return handle(m->workspace.make(checked(op), terms(args, n))); });
+  return guarded(m, [&] { return handle(m->reader.make(checked(op), terms(args, n))); });
 }
 quarv_term quarv_parse_term(quarv_manager* m, const char* text) {
-  return guarded(m, [&] { return handle(m->workspace.term(checked(text))); });
+  return guarded(m, [&] { return handle(m->reader.term(checked(text))); });
 }
 
 quarv_sort quarv_sort_of(quarv_manager* m, quarv_term t) {
@@ -260,16 +266,16 @@ char* quarv_value(quarv_manager* m, quarv_term t) {
   });
 }
 char* quarv_term_to_string(quarv_manager* m, quarv_term t) {
-  return guarded(m, [&] { return handle(m->workspace.text(term(t))); });
+  return guarded(m, [&] { return handle(quarv::smtlib::term_text(m->terms(), term(t))); });
 }
 size_t quarv_num_nodes(quarv_manager* m, const quarv_term* list, size_t n) {
-  return guarded(m, [&] { return m->workspace.num_nodes(terms(list, n)); });
+  return guarded(m, [&] { return quarv::dag_size(m->terms(), terms(list, n)); });
 }
 
 // Simplification.
 
 quarv_term quarv_simplify(quarv_manager* m, quarv_term t) {
-  return guarded(m, [&] { return handle(m->workspace.simplify(term(t))); });
+  return guarded(m, [&] { return handle(m->session.simplify(term(t))); });
 }
 
 quarv_term quarv_explain(quarv_manager* m, quarv_term t, void (*step)(const quarv_step*, void* data),
@@ -277,7 +283,7 @@ quarv_term quarv_explain(quarv_manager* m, quarv_term t, void (*step)(const quar
   return guarded(m, [&] {
     std::vector<quarv::Step> steps;
     checked(step);
-    const Term* result = m->workspace.simplify(term(t), steps);
+    const Term* result = m->session.simplify(term(t), steps);
     for (const quarv::Step& s : steps) {
       const quarv_step told = {s.rule, s.name.c_str(), handle(s.before), handle(s.after)};
       step(&told, data);
@@ -287,7 +293,7 @@ quarv_term quarv_explain(quarv_manager* m, quarv_term t, void (*step)(const quar
 }
 
 quarv_status quarv_add_rules(quarv_manager* m, const char* text, const char* name) {
-  return status_of(m, [&] { m->workspace.add_rules(checked(text), checked(name)); });
+  return status_of(m, [&] { m->session.add_rules({checked(name), checked(text)}); });
 }
 
 // Scripts.
@@ -297,7 +303,7 @@ quarv_status quarv_parse_script(quarv_manager* m, const char* text, const char* 
   return status_of(m, [&] {
     *checked(assertions) = nullptr;
     *checked(n) = 0;
-    const std::vector<const Term*> list = m->workspace.parse(checked(text), checked(name));
+    const std::vector<const Term*> list = quarv::smtlib::read_assertions(m->session, checked(text), checked(name));
     // One more than needed: an array without elements is an array all the same.
     auto* copy = static_cast<quarv_term*>(std::malloc((list.size() + 1) * sizeof(quarv_term)));
     if (copy == nullptr) throw std::bad_alloc();
@@ -308,7 +314,7 @@ quarv_status quarv_parse_script(quarv_manager* m, const char* text, const char* 
 }
 
 char* quarv_script(quarv_manager* m, const quarv_term* assertions, size_t n) {
-  return guarded(m, [&] { return handle(m->workspace.script(terms(assertions, n))); });
+  return guarded(m, [&] { return handle(quarv::smtlib::script_text(m->terms(), terms(assertions, n))); });
 }
 
 char* quarv_simplify_script(quarv_manager* m, const char* text, const char* name) {

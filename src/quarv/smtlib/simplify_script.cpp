@@ -1,81 +1,20 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <tuple>
 
-#include <quarv/simpl/register_standard_simplifications.h>
+#include <quarv/session/session.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/smallest_script.h>
 #include <quarv/smtlib/trace.h>
-#include <quarv/util/checkpoint.h>
+#include <quarv/smtlib/written_forms.h>
+#include <quarv/term/dag_size.h>
 
 namespace quarv::smtlib {
-
-Session::Session(const SimplifyOptions& options) {
-  if (options.simplify) {
-    termsimpl::register_standard_simplifications(&manager_, &simplifier_);
-    if (!options.standard) strict_.turn_off_unsound_rules();
-    for (const RuleFile& file : options.extra_rules) register_rule_file(file, simplifier_.normalizer);
-    for (const std::string& rule : options.disabled_rules) disable_rule(rule, simplifier_.normalizer);
-    if (options.simplifiers) {
-      manager_.set_simplifier(options.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_);
-    } else if (!options.standard) {
-      strict_.turn_off_extension_rules();
-    }
-  }
-  ReaderOptions& reader_options = reader_options_;
-  if (options.smallest) {
-    written_ = std::make_unique<WrittenForms>(manager_);
-    reader_options.written = written_.get();
-  }
-  reader_options.canonical_nan = !options.standard;
-  reader_options.limit_growth = options.simplify;
-  if (options.simplify && options.rules) {
-    reader_options.finish = [this](const Term* t) { return normalized(t); };
-    simplifier_.normalizer.set_inputs_are_simplified(true);  // the reader builds with full constructors
-  }
-  reader_ = std::make_unique<Reader>(manager_, reader_options);
-}
-
-/// Some rules distribute one operation over others. On a tower of such operations the result is exponentially
-/// larger than the term; then the term is kept. A script with many of them goes on without rules: each
-/// attempt costs time.
-const Term* Session::normalized(const Term* t) {
-  constexpr std::uint64_t many_steps = 1000;
-  constexpr std::size_t most_towers = 8;
-  if (towers_ == most_towers) return t;
-  TermNormalizer& normalizer = simplifier_.normalizer;
-  const TermNormalizer::Statistics before = normalizer.statistics();
-  const Term* result = normalizer.normalize(&manager_, t);
-  const TermNormalizer::Statistics& after = normalizer.statistics();
-  if (after.applied - before.applied < many_steps) return result;
-  const bool grown = dag_size(manager_, std::span(&result, 1)) > 2 * dag_size(manager_, std::span(&t, 1));
-  if (!grown && after.budget_spent == before.budget_spent) return result;
-  ++towers_;
-  return grown ? t : result;
-}
-
-std::size_t dag_size(const TermManager& manager, std::span<const Term* const> terms) {
-  std::vector<bool> seen(manager.num_terms());
-  std::vector<const Term*> pending;
-  std::size_t count = 0;
-  const auto visit = [&](const Term* t) {
-    if (seen[t->id]) return;
-    seen[t->id] = true;
-    ++count;
-    pending.push_back(t);
-  };
-  for (const Term* t : terms) visit(t);
-  while (!pending.empty()) {
-    Checkpoint::pass();
-    const Term* t = pending.back();
-    pending.pop_back();
-    for (const Term* a : manager.args_of(t)) visit(a);
-  }
-  return count;
-}
 
 namespace {
 
@@ -83,21 +22,17 @@ double seconds_since(std::chrono::steady_clock::time_point start) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
 
-}  // namespace
-
-namespace {
-
 /// Reads the script that the user gave, under the eyes of those who want to know what happens.
-Script read_observed(Session& session, std::string_view text, const std::string& file,
+Script read_observed(Session& session, Reader& reader, std::string_view text, const std::string& file,
                      const SimplifyOptions& options) {
   if (options.trace == nullptr) {
     session.simplifier().set_observer(options.observer);
-    return session.read_in_place(text, file);
+    return reader.read_in_place(text, file);
   }
   StdTermSimplifier& simplifier = session.simplifier();
   Trace trace(session.manager(), simplifier.normalizer, *options.trace, options.observer);
   simplifier.set_observer(&trace);
-  Script script = session.read_in_place(text, file, [&trace](const Script& s) { trace.command_read(s); });
+  Script script = reader.read_in_place(text, file, [&trace](const Script& s) { trace.command_read(s); });
   simplifier.set_observer(nullptr);
   trace.finish();
   return script;
@@ -151,10 +86,13 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   std::uint64_t largest_of_user = 0;
   for (;; ++report.rounds) {
     Session session(options);
+    std::optional<WrittenForms> written;
+    if (options.smallest) written.emplace(session.manager());
+    Reader reader(session, {.written = written ? &*written : nullptr});
     const auto start = std::chrono::steady_clock::now();
     // A further round repeats what the first one did.
     Script script =
-        report.rounds == 1 ? read_observed(session, text, file, options) : session.read_in_place(text, file);
+        report.rounds == 1 ? read_observed(session, reader, text, file, options) : reader.read_in_place(text, file);
     if (report.rounds == 1) {
       largest_of_user = std::max(script.largest_dollar_name, script.largest_dollar_definition);
     } else {
@@ -165,10 +103,10 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     std::ostringstream printed;
     printed.exceptions(std::ios::badbit);  // lack of memory shall not look like a fault of the stream
     std::unique_ptr<ChosenScript> chosen;
-    if (session.written() != nullptr) {
+    if (written) {
       session.simplifier().set_observer(nullptr);
-      chosen = choose_smallest(session.manager(), *session.written(), script,
-                               [&session](const Term* t) { return session.finished(t); });
+      chosen = choose_smallest(session.manager(), *written, script,
+                               [&session](const Term* t) { return session.normalize(t); });
     }
     const PrintResult result = chosen != nullptr
                                    ? print(*chosen->manager, chosen->script, printed, options.sharing)

@@ -17,7 +17,7 @@
 #include "io/file_error.h"
 #include "io/output.h"
 #include "simplify/simplify_text.h"
-#include <quarv/smtlib/error.h>
+#include <quarv/util/input_error.h>
 
 namespace quarv::cli {
 
@@ -71,7 +71,7 @@ class FileWork {
       phase = "failed";
       measure_plain(script, input_.name, statistics);
       finish(script.size(), text, statistics);
-    } catch (const smtlib::Error& e) {
+    } catch (const InputError& e) {
       fail("rejected", e.what());
     } catch (const std::bad_alloc&) {
       fail("memory", "out of memory");

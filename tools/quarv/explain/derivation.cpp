@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/trace.h>
 
 namespace quarv::cli {
@@ -191,11 +192,12 @@ std::string title_of(const Derivation::Step& step) {
 }
 
 std::string trace_of(std::string_view text, const std::string& name, const smtlib::SimplifyOptions& options) {
-  smtlib::Session session(options);
+  Session session(options);
   std::ostringstream out;
   smtlib::Trace trace(session.manager(), session.simplifier().normalizer, out);
   session.simplifier().set_observer(&trace);
-  session.read_in_place(text, name, [&trace](const smtlib::Script& script) { trace.command_read(script); });
+  smtlib::Reader(session).read_in_place(
+      text, name, [&trace](const smtlib::Script& script) { trace.command_read(script); });
   session.simplifier().set_observer(nullptr);
   trace.finish();
   return std::move(out).str();

@@ -95,7 +95,7 @@ class Derivation {
 std::string title_of(const Derivation::Step& step);
 
 /// Reads a script and writes down how its terms come about: what a Derivation is made from. Throws
-/// smtlib::Error.
+/// InputError.
 std::string trace_of(std::string_view text, const std::string& name, const smtlib::SimplifyOptions& options);
 
 }  // namespace quarv::cli

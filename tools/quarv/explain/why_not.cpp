@@ -11,6 +11,7 @@
 #include "replay/replay_checker.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_interpreter.h>
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/trace.h>
 #include <quarv/smtlib/write/printer.h>
@@ -19,30 +20,12 @@ namespace quarv::cli {
 
 namespace {
 
-smtlib::SimplifyOptions as_written() {
-  smtlib::SimplifyOptions options;
-  options.simplify = false;
-  return options;
-}
-
 /// One term after a script.
 class TermInContext {
  public:
   TermInContext(const Input& context, const std::string& text) {
-    session_.read_in_place(context.text(), context.name());
-    smtlib::Reader::check_expression(text, "TERM");
-    const std::string command = "(simplify " + text + "\n)";
-    smtlib::Script script;
-    try {
-      session_.reader().set_input(command, "TERM");
-      session_.reader().next_command(script);
-      if (session_.reader().next_command(script)) throw smtlib::Error("TERM", 1, 1, "this is not one term");
-    } catch (const smtlib::Error& e) {
-      const std::size_t before = e.line() == 1 ? std::string_view("(simplify ").size() : 0;
-      const smtlib::SourcePlace place{e.line(), e.column() - std::min(before, e.column() - 1)};
-      throw smtlib::Error("TERM", place.line, place.column, e.message(), smtlib::source_excerpt(text, place));
-    }
-    term_ = script.terms_of(script.commands.at(0))[0];
+    reader_.read_in_place(context.text(), context.name());
+    term_ = reader_.term(text, "TERM");
   }
 
   TermName name() const { return term_->id; }
@@ -66,7 +49,8 @@ class TermInContext {
   }
 
  private:
-  smtlib::Session session_{as_written()};
+  Session session_{{.simplify = false}};
+  smtlib::Reader reader_{session_};
   const Term* term_ = nullptr;
 };
 

@@ -11,7 +11,7 @@ namespace quarv::cli {
 
 /// Says whether `rule` applies to a term, and if not, which part of its pattern or which of its conditions is
 /// the first that does not fit. `number` is the rule's. The term is SMT-LIB text that may use all that
-/// `context` declares and defines; it is taken as it is written, not simplified. Throws smtlib::Error.
+/// `context` declares and defines; it is taken as it is written, not simplified. Throws InputError.
 void explain_mismatch(const Input& context, std::size_t number, const rules::Rule& rule,
                       const std::string& term, bool colour, std::ostream& out);
 

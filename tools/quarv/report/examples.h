@@ -37,7 +37,7 @@ struct Example {
 };
 
 /// The assertions of a script that shrink most, at most `count`, the one that shrinks most first. Throws
-/// smtlib::Error.
+/// InputError.
 std::vector<Example> largest_reductions(std::string_view text, const std::string& name,
                                         const smtlib::SimplifyOptions& options, std::size_t count);
 

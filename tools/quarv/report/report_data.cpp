@@ -78,13 +78,13 @@ class ReportData {
   }
 
   /// `extra_rules` are those that were applied beside the standard ones.
-  std::string text(const std::vector<smtlib::RuleFile>& extra_rules) && {
+  std::string text(const std::vector<RuleFile>& extra_rules) && {
     data_["notes"] = std::move(notes_);
     data_["simplifications"] = Json::array();
     for (const auto& [op, n] : by_count(simplifications_)) data_["simplifications"].push_back({op, n});
     std::vector<rules::Rule> all = standard_rules();
     const std::size_t num_standard = all.size();
-    for (const smtlib::RuleFile& file : extra_rules) {
+    for (const RuleFile& file : extra_rules) {
       for (rules::Rule& rule : rules::parse_rules(file.text)) all.push_back(std::move(rule));
     }
     data_["rules"] = Json::array();
@@ -139,9 +139,9 @@ smtlib::SimplifyOptions options_of(const Json& json) {
   return options;
 }
 
-bool are_rules_of(const Json& options, const std::vector<smtlib::RuleFile>& rules) {
+bool are_rules_of(const Json& options, const std::vector<RuleFile>& rules) {
   Json digests = Json::array();
-  for (const smtlib::RuleFile& file : rules) digests.push_back(sha256(file.text));
+  for (const RuleFile& file : rules) digests.push_back(sha256(file.text));
   return options.value("rule_files", Json::array()) == digests;
 }
 
@@ -191,7 +191,7 @@ std::vector<Example> batch_examples(std::vector<ReducedFile> files, const smtlib
 }  // namespace
 
 std::string batch_report(const std::string& title, const Results& results,
-                         const std::vector<smtlib::RuleFile>& extra_rules, std::size_t examples) {
+                         const std::vector<RuleFile>& extra_rules, std::size_t examples) {
   const Json json_options = Json::parse(results.header.options);
   ReportData data("batch", title, results.header.version, json_options);
   std::vector<ReducedFile> files;
@@ -213,7 +213,7 @@ std::string batch_report(const std::string& title, const Results& results,
         "The batch had rules of its own: give them (--rules) to see what they are, and reductions step by "
         "step.");
   }
-  return std::move(data).text(has_rules ? extra_rules : std::vector<smtlib::RuleFile>());
+  return std::move(data).text(has_rules ? extra_rules : std::vector<RuleFile>());
 }
 
 std::string script_report(std::string_view text, const std::string& name,

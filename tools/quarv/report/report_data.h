@@ -15,7 +15,7 @@ namespace quarv::cli {
 /// The largest reductions among a batch's results, at most `examples`, are shown step by step, if their
 /// scripts are still there and `extra_rules` are the rules that the batch had.
 std::string batch_report(const std::string& title, const Results& results,
-                         const std::vector<smtlib::RuleFile>& extra_rules, std::size_t examples);
+                         const std::vector<RuleFile>& extra_rules, std::size_t examples);
 
 /// Simplifies a script and reports that. Throws what simplify_text throws.
 std::string script_report(std::string_view text, const std::string& name,

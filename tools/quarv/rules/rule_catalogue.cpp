@@ -6,8 +6,8 @@
 #include "rules/rule_proofs.h"
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/term_normalizer.h>
-#include <quarv/smtlib/error.h>
-#include <quarv/smtlib/read/source_excerpt.h>
+#include <quarv/util/input_error.h>
+#include <quarv/util/source_excerpt.h>
 
 namespace quarv::cli {
 
@@ -32,8 +32,8 @@ std::vector<rules::Rule> rules_of_file(const std::string& file) {
   try {
     return rules::parse_rules(input.text());
   } catch (const rules::RuleError& e) {
-    throw smtlib::Error(input.name(), e.line(), e.column(), e.reason(),
-                        smtlib::source_excerpt(input.text(), smtlib::SourcePlace{e.line(), e.column()}));
+    throw InputError(input.name(), e.line(), e.column(), e.reason(),
+                        source_excerpt(input.text(), SourcePlace{e.line(), e.column()}));
   }
 }
 

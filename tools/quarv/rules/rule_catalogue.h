@@ -13,7 +13,7 @@ std::vector<rules::Rule> standard_rules();
 /// How many they are; reads none of them.
 std::size_t num_standard_rules();
 
-/// The rules of a file; "-" is standard input. Throws FileError and smtlib::Error.
+/// The rules of a file; "-" is standard input. Throws FileError and InputError.
 std::vector<rules::Rule> rules_of_file(const std::string& file);
 
 /// Why the standard rule of that number, from 1, does not hold for all values; null for one that does.

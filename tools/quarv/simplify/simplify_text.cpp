@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <chrono>
 
+#include <quarv/smtlib/read/reader.h>
+#include <quarv/term/dag_size.h>
+
 namespace quarv::cli {
 
 Statistics simplify_text(std::string_view text, const std::string& name, std::ostream& out,
@@ -19,14 +22,12 @@ Statistics simplify_text(std::string_view text, const std::string& name, std::os
 }
 
 void measure_plain(std::string_view text, const std::string& name, Statistics& statistics) {
-  smtlib::SimplifyOptions options;
-  options.simplify = false;
-  smtlib::Session session(options);
+  Session session({.simplify = false});
   const auto start = std::chrono::steady_clock::now();
-  const smtlib::Script script = session.read_in_place(text, name);
+  const smtlib::Script script = smtlib::Reader(session).read_in_place(text, name);
   statistics.read_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   statistics.simplify_seconds = std::max(0.0, statistics.simplify_seconds - statistics.read_seconds);
-  statistics.terms_before = smtlib::dag_size(session.manager(), script.terms);
+  statistics.terms_before = dag_size(session.manager(), script.terms);
 }
 
 }  // namespace quarv::cli

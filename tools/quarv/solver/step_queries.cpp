@@ -9,6 +9,7 @@
 
 #include "solver/expressions.h"
 #include "solver/generalized_terms.h"
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>
 
 namespace quarv::cli {
@@ -17,7 +18,7 @@ StepQueries::StepQueries(std::string_view text, const std::string& file,
                          const smtlib::SimplifyOptions& options)
     : session_(options) {
   session_.simplifier().set_observer(this);
-  script_ = session_.read_in_place(text, file, [this](const smtlib::Script& script) {
+  script_ = smtlib::Reader(session_).read_in_place(text, file, [this](const smtlib::Script& script) {
     assertion_ += script.formulas_of(script.commands.back()).size();
   });
   session_.simplifier().set_observer(nullptr);

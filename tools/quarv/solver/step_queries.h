@@ -54,7 +54,7 @@ class StepQueries : public QuerySet, private SimplificationObserver {
 
   // All that follows is used under the mutex when all steps are known: queries need terms of their own.
   mutable std::mutex mutex_;
-  mutable smtlib::Session session_;
+  mutable Session session_;
   smtlib::Script script_;
   std::vector<Step> steps_;
   std::vector<const Term*> args_;

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <limits>
+#include <stdexcept>
 #include <utility>
 
 #include <quarv/smtlib/read/reader.h>
@@ -20,10 +21,8 @@ void Reader::check_new_sort_name(const Token& name) {
 
 const DataType* Reader::bind_sort(std::string_view name, std::size_t num_parameters) {
   const DataType* sort = manager_.declare_sort(quoted(name), num_parameters);
-  sorts_.bind(sorts_.enter(name), {.kind = num_parameters == 0 ? SortMeaning::type : SortMeaning::constructor,
-                                   .arity = static_cast<std::uint32_t>(num_parameters),
-                                   .sort = sort,
-                                   .declared = true});
+  if (options_.names != Options::Names::script) session_.declare_sort(name, {sort, num_parameters});
+  sorts_.bind(sorts_.enter(name), declared_sort(sort, num_parameters));
   return sort;
 }
 
@@ -37,7 +36,11 @@ void Reader::declare_sort(Script& script, const char* start) {
     expect_right("the number of parameters");
   }
   if (arity > std::numeric_limits<std::uint32_t>::max()) fail(t.start, "a sort has too many parameters");
-  bind_sort(name.text, arity);
+  try {
+    bind_sort(name.text, arity);
+  } catch (const std::invalid_argument& e) {
+    does_not_fit_session(name, e);
+  }
   text_command(script, Command::Kind::other, start);
 }
 
@@ -110,6 +113,22 @@ const Term* Reader::bind_function(std::string_view name, const Symbol* symbol) {
   return constant;
 }
 
+/// The symbol that a declaration makes.
+const Symbol* Reader::new_symbol(const Token& name, std::span<const DataType* const> arguments,
+                                 const DataType* result) {
+  if (options_.names == Options::Names::script) return manager_.fresh_fun(name.text, arguments, result);
+  try {
+    return session_.function(name.text, arguments, result);
+  } catch (const std::invalid_argument& e) {
+    does_not_fit_session(name, e);
+  }
+}
+
+/// The text is right by itself, but its name means something else in the session.
+void Reader::does_not_fit_session(const Token& name, const std::invalid_argument& e) {
+  throw std::invalid_argument(file_ + ':' + place_of(name.start).to_string() + ": " + e.what());
+}
+
 void Reader::declare_fun(Script& script, const char* start, bool constant) {
   const Token name = expect_symbol("a function");
   check_new_function_name(name, constant || !parameters_follow());
@@ -121,7 +140,7 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
   }
   const DataType* result = read_sort();
   expect_right("the result sort");
-  const Term* declared = bind_declared(name, manager_.fresh_fun(name.text, arguments, result));
+  const Term* declared = bind_declared(name, new_symbol(name, arguments, result));
   text_command(script, Command::Kind::declare, start);
   if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
 }

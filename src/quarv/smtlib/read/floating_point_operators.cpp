@@ -1,6 +1,7 @@
 #include <string>
 
 #include <quarv/numbers/bv_number.h>
+#include <quarv/session/strict_semantics.h>
 #include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/read/real_to_fp.h>
 
@@ -81,7 +82,8 @@ const Term* from_parts(OperatorContext& c, Args a) {
   QNumber all_ones;
   BVNumber::pow2(ew, &all_ones);
   all_ones -= QNumber(1);
-  if (c.canonical_nan && *exponent == all_ones && !significand->is_zero()) return make_nan(m, ew, mw);
+  if (c.canonical_nan && *exponent == all_ones && !significand->is_zero())
+    return quarv::canonical_nan(m, ew, mw);
   QNumber bits;
   BVNumber::bit_left_shift(*sign, ew, &bits);
   bits += *exponent;
@@ -202,15 +204,6 @@ void check_format(std::size_t exponent_bits, std::size_t significand_bits) {
                     std::to_string(significand_bits) + " are not supported (exponent 2 to " +
                     std::to_string(max_width) + ", significand 2 to " + std::to_string(max_width) + ")");
   }
-}
-
-const Term* make_nan(TermManager& m, std::size_t ew, std::size_t mw) {
-  QNumber bits;
-  BVNumber::pow2(ew + 1, &bits);
-  bits -= QNumber(1);
-  QNumber shifted;
-  BVNumber::bit_left_shift(bits, mw - 1, &shifted);
-  return m.make_fp_bits_number(shifted, ew, mw);
 }
 
 const Term* make_infinity(TermManager& m, bool negative, std::size_t ew, std::size_t mw) {

@@ -74,6 +74,9 @@ std::span<const Operator> floating_point_operators();
 
 namespace build {
 
+/// The literal of `width` bits that is congruent to the integer `value`. Throws SortError.
+QUARV_API const Term* bit_vector(TermManager& manager, const QNumber& value, std::size_t width);
+
 using Args = Operator::Args;
 
 template <auto Make>
@@ -156,8 +159,6 @@ const Term* opaque(OperatorContext& c, std::string_view name, Args a, const Data
 /// bit). Operations may take fewer exponent bits.
 void check_format(std::size_t exponent_bits, std::size_t significand_bits);
 
-/// The one NaN: positive, quiet, no other payload.
-const Term* make_nan(TermManager& m, std::size_t ew, std::size_t mw);
 const Term* make_infinity(TermManager& m, bool negative, std::size_t ew, std::size_t mw);
 const Term* make_zero(TermManager& m, bool negative, std::size_t ew, std::size_t mw);
 

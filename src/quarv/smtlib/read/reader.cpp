@@ -12,9 +12,19 @@ using namespace std::string_view_literals;
 
 }  // namespace
 
-Reader::Reader(TermManager& manager, Options options)
-    : manager_(manager), options_(std::move(options)), context_(manager), growth_(manager) {
-  context_.canonical_nan = options_.canonical_nan;
+Reader::Reader(Session& session, Options options)
+    : session_(session),
+      manager_(session.manager()),
+      options_(options),
+      context_(manager_),
+      base_(session.place()),
+      growth_(manager_) {
+  const SessionOptions& how = session.options();
+  context_.canonical_nan = !how.standard;
+  options_.normalize &= how.simplify && how.eager && how.rules;
+  // What is read is built with full constructors.
+  if (options_.normalize) session.simplifier().normalizer.set_inputs_are_simplified(true);
+  session.set_named_builder(&build_named);
 
   const auto reserve = [this](std::string_view word, Word meaning) {
     TermMeaning m;
@@ -44,30 +54,29 @@ Reader::Reader(TermManager& manager, Options options)
     m.word = Word::other;  // may be declared anew: files of other theories do
     for (std::string_view name : names) names_.bind(names_.enter(name), m);
   };
-  names_.bind(names_.enter("true"), TermMeaning::of(manager.true_term));
-  names_.bind(names_.enter("false"), TermMeaning::of(manager.false_term));
-  constant({"RNE", "roundNearestTiesToEven"}, manager.make_rounding_even());
-  constant({"RTZ", "roundTowardZero"}, manager.make_rounding_zero());
-  constant({"RTP", "roundTowardPositive"}, manager.make_rounding_plus_inf());
-  constant({"RTN", "roundTowardNegative"}, manager.make_rounding_minus_inf());
-  constant({"RNA", "roundNearestTiesToAway"}, manager.make_rounding_away());
+  names_.bind(names_.enter("true"), TermMeaning::of(manager_.true_term));
+  names_.bind(names_.enter("false"), TermMeaning::of(manager_.false_term));
+  constant({"RNE", "roundNearestTiesToEven"}, manager_.make_rounding_even());
+  constant({"RTZ", "roundTowardZero"}, manager_.make_rounding_zero());
+  constant({"RTP", "roundTowardPositive"}, manager_.make_rounding_plus_inf());
+  constant({"RTN", "roundTowardNegative"}, manager_.make_rounding_minus_inf());
+  constant({"RNA", "roundNearestTiesToAway"}, manager_.make_rounding_away());
 
   const auto sort = [this](std::string_view name, const DataType* type, std::uint32_t arity = 0) {
     sorts_.bind(
         sorts_.enter(name),
         {.kind = arity == 0 ? SortMeaning::type : SortMeaning::constructor, .arity = arity, .sort = type});
   };
-  sort("Bool", manager.bool_type);
-  sort("Int", manager.int_type);
-  sort("Real", manager.rat_type);
-  sort("RoundingMode", manager.rounding_mode_type);
-  sort("Array", manager.array_type_ctor, 2);
-  sort("Float16", manager.get_fp_type(5, 10));
-  sort("Float32", manager.get_fp_type(8, 23));
-  sort("Float64", manager.get_fp_type(11, 52));
-  sort("Float128", manager.get_fp_type(15, 112));
-  base_scopes_[0] = names_.scope();
-  base_scopes_[1] = sorts_.scope();
+  sort("Bool", manager_.bool_type);
+  sort("Int", manager_.int_type);
+  sort("Real", manager_.rat_type);
+  sort("RoundingMode", manager_.rounding_mode_type);
+  sort("Array", manager_.array_type_ctor, 2);
+  sort("Float16", manager_.get_fp_type(5, 10));
+  sort("Float32", manager_.get_fp_type(8, 23));
+  sort("Float64", manager_.get_fp_type(11, 52));
+  sort("Float128", manager_.get_fp_type(15, 112));
+  base_scopes_ = {names_.scope(), sorts_.scope()};
 }
 
 // Tokens and messages.
@@ -82,7 +91,7 @@ void Reader::fail(const char* where, const std::string& message, const char* sho
   std::string one_line = message;
   std::replace_if(
       one_line.begin(), one_line.end(), [](unsigned char c) { return c < 32; }, ' ');
-  throw Error(file_, place.line, place.column, one_line,
+  throw InputError(file_, place.line, place.column, one_line,
               source_excerpt(input_, static_cast<std::size_t>(shown - input_.data())));
 }
 
@@ -127,7 +136,7 @@ const char* Reader::innermost_parenthesis(const char* where) const {
 void Reader::check_expression(std::string_view text, const std::string& file) {
   const auto fail = [&](const char* where, const std::string& message, const char* shown) {
     const SourcePlace place = place_in(text, static_cast<std::size_t>(where - text.data()));
-    throw Error(file, place.line, place.column, message,
+    throw InputError(file, place.line, place.column, message,
                 source_excerpt(text, static_cast<std::size_t>(shown - text.data())));
   };
   std::vector<const char*> open;
@@ -287,18 +296,25 @@ bool Reader::next_command(Script& script) {
     if (open.kind == TokenKind::right_parenthesis) fail(open.start, "unmatched ')'");
     unexpected(open, "a command");
   }
-  command_start_ = open.start;
-  const Place before = place(script, open.start);
+  return read_guarded(script, open.start);
+}
+
+/// Reads the command that begins at `start`. When it has an error, all is as it was before, but that what is
+/// read next is what stands behind it.
+bool Reader::read_guarded(Script& script, const char* start) {
+  command_start_ = start;
+  const Place before = place(script, start);
   new_names_.clear();
   num_commands_ = script.commands.size();
   try {
-    const bool more = options_.limit_growth && manager_.simplifier() != nullptr
+    const bool more = session_.options().simplify && manager_.simplifier() != nullptr
                           ? read_within_limit(script, before)
-                          : read_command(script, open.start);
+                          : read_command(script, start);
     for (const Binding& b : new_names_) {
       names_.bind(*b.name, TermMeaning::of(b.value, b.form));
       script.named.push_back({script.commands.size() - 1, b.value});
     }
+    tell_session(script, before.commands);
     script.global_declarations = global_declarations_;
     script.largest_dollar_name = largest_dollar_name_;
     script.largest_dollar_definition = largest_dollar_definition_;
@@ -308,7 +324,7 @@ bool Reader::next_command(Script& script) {
     cost_limit_ = std::numeric_limits<std::uint64_t>::max();
     as_written_ = false;
     return_to(before, script);
-    skip_command(open.start);
+    skip_command(start);
     throw;
   }
 }
@@ -392,15 +408,18 @@ bool Reader::read_within_limit(Script& script, const Place& place) {
   std::swap(growth_, with_both);
   growth_.abandon(middle, manager_.num_terms());
   return_to(place, script);
-  lexer_ = Lexer(input_.substr(static_cast<std::size_t>(place.start - input_.data())));
-  next();
+  begin_again(place);
   return read_command(script, place.start);
+}
+
+void Reader::begin_again(const Place& place) {
+  lexer_ = Lexer(input_.substr(static_cast<std::size_t>(place.start - input_.data())));
+  if (!expression_) next();
 }
 
 bool Reader::read_as_written(Script& script, const Place& place) {
   return_to(place, script);
-  lexer_ = Lexer(input_.substr(static_cast<std::size_t>(place.start - input_.data())));
-  next();
+  begin_again(place);
   manager_.set_simplifier(nullptr);
   as_written_ = true;
   const bool more = read_command(script, place.start);
@@ -439,6 +458,10 @@ constexpr std::string_view plain_commands[] = {
 }  // namespace
 
 bool Reader::read_command(Script& script, const char* start) {
+  if (expression_) {
+    read_expression(script);
+    return true;
+  }
   const Token name = expect_symbol("a command");
   const std::string_view word = *name.start == '|' ? std::string_view{} : name.text;
   if (word == "assert") {
@@ -554,24 +577,18 @@ void Reader::change_levels(Script& script, Command::Kind kind, const char* start
   }
   constexpr std::size_t most = 10'000'000;
   if (kind == Command::Kind::push) {
-    if (levels > most - std::min(most, levels_.size() / 2)) fail(start, "too many levels");
-    for (std::size_t i = 0; i < levels; ++i) {
-      levels_.push_back(names_.scope());
-      levels_.push_back(sorts_.scope());
+    if (levels > most - std::min(most, scopes_.size())) fail(start, "too many levels");
+    scopes_.insert(scopes_.end(), levels, {names_.scope(), sorts_.scope()});
+  } else if (levels != 0) {
+    if (levels > scopes_.size()) {
+      fail(start,
+           "pop of " + std::to_string(levels) + " levels, " + std::to_string(scopes_.size()) + " are open");
     }
-  } else {
-    if (levels > levels_.size() / 2) {
-      fail(start, "pop of " + std::to_string(levels) + " levels, " + std::to_string(levels_.size() / 2) +
-                      " are open");
-    }
-    for (std::size_t i = 0; i < levels; ++i) {
-      const std::size_t sort_scope = levels_.back();
-      levels_.pop_back();
-      const std::size_t name_scope = levels_.back();
-      levels_.pop_back();
-      if (global_declarations_) continue;
-      sorts_.leave(sort_scope);
-      names_.leave(name_scope);
+    const Scopes outermost = scopes_[scopes_.size() - levels];
+    scopes_.resize(scopes_.size() - levels);
+    if (!global_declarations_) {
+      sorts_.leave(outermost.sorts);
+      names_.leave(outermost.names);
     }
   }
   text_command(script, kind, start, static_cast<std::uint32_t>(levels));
@@ -579,16 +596,41 @@ void Reader::change_levels(Script& script, Command::Kind kind, const char* start
 
 void Reader::reset(Script& script, Command::Kind kind, const char* start) {
   expect_right("the command");
-  levels_.clear();
-  if (kind == Command::Kind::reset || !global_declarations_) {
-    names_.leave(base_scopes_[0]);
-    sorts_.leave(base_scopes_[1]);
+  scopes_.clear();
+  const bool keep_names = kind == Command::Kind::reset_assertions && global_declarations_;
+  if (!keep_names) {
+    names_.leave(base_scopes_.names);
+    sorts_.leave(base_scopes_.sorts);
   }
+  session_.return_to(base_, keep_names);
   if (kind == Command::Kind::reset) {
     logic_set_ = false;
     global_declarations_ = false;
   }
   text_command(script, kind, start);
+}
+
+/// Does to the session what commands do to the assertions in force.
+void Reader::tell_session(const Script& script, std::size_t first_command) {
+  for (std::size_t i = first_command; i < script.commands.size(); ++i) {
+    const Command& c = script.commands[i];
+    switch (c.kind) {
+      case Command::Kind::assertion:
+        session_.assert_formula(script.terms_of(c)[0]);
+        break;
+      case Command::Kind::define_function:
+        session_.assert_something_else();
+        break;
+      case Command::Kind::push:
+        session_.push(c.levels);
+        break;
+      case Command::Kind::pop:
+        session_.pop(c.levels, global_declarations_);
+        break;
+      default:
+        break;  // `reset` has been done
+    }
+  }
 }
 
 }  // namespace quarv::smtlib

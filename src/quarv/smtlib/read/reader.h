@@ -9,30 +9,38 @@
 #include <map>
 #include <memory>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <quarv/export.h>
-#include <quarv/smtlib/error.h>
-#include <quarv/smtlib/growth.h>
+#include <quarv/session/session.h>
+#include <quarv/smtlib/read/growth.h>
 #include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/read/name_table.h>
 #include <quarv/smtlib/read/operators.h>
-#include <quarv/smtlib/read/source_excerpt.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/term/term_manager.h>
+#include <quarv/util/input_error.h>
+#include <quarv/util/source_excerpt.h>
 
 namespace quarv::smtlib {
 
 class WrittenForms;
 
 struct ReaderOptions {
-  bool canonical_nan = true;  ///< all NaN literals of a sort are one term
-  /// Applied to the term of each assertion, definition and `simplify` when it is complete; may be empty.
-  std::function<const Term*(const Term*)> finish;
-  /// A command that would become more than twice as large by being simplified is read as it is written.
-  bool limit_growth = false;
+  /// Which names a text may use, and what it declares.
+  enum class Names : std::uint8_t {
+    script,  ///< a script of its own: it declares what it uses, and a name may be declared anew on another
+             ///< level
+    shared,  ///< likewise, but its declarations are the session's: one name is one symbol
+    session  ///< what is declared in the session is known, too
+  };
+  Names names = Names::script;
+  /// The term of each assertion, definition and `simplify` is normalized when it is complete, if the session
+  /// simplifies terms when they are built.
+  bool normalize = true;
   /// Is told how each term was written; null: nobody wants to know.
   WrittenForms* written = nullptr;
 };
@@ -41,6 +49,14 @@ struct ReaderOptions {
 /// constructors, so that whatever simplifier is attached runs at once. Nothing recurses on the depth of the
 /// input.
 ///
+///     quarv::Session session;
+///     quarv::smtlib::Reader reader(session);
+///     quarv::smtlib::Script script = reader.read(text, "file.smt2");   // terms are simplified as they are
+///     built quarv::smtlib::print(session.manager(), script, std::cout);
+///
+/// The session keeps the assertions that are in force, and counts the levels. A command that would become
+/// more than twice as large by being simplified is read as it is written.
+///
 /// What is not simplified: patterns, the terms of `get-value`, and the literals of `check-sat-assuming`. The
 /// latter two keep their text, which solvers repeat in what they answer. Applications of defined functions
 /// with parameters stay applications.
@@ -48,10 +64,10 @@ class QUARV_API Reader {
  public:
   using Options = ReaderOptions;
 
-  explicit Reader(TermManager& manager, Options options = {});
+  explicit Reader(Session& session, Options options = {});
 
   /// Reads all commands of `text`. The script keeps what it needs of the text; its terms are the manager's.
-  /// `file` is for messages. Throws Error; the script read so far is lost.
+  /// `file` is for messages. Throws InputError; the script read so far is lost.
   /// `command_read`, if any, is called after each command with the script that ends in it.
   Script read(std::string_view text, std::string file,
               const std::function<void(const Script&)>& command_read = {});
@@ -67,20 +83,35 @@ class QUARV_API Reader {
   template <class Text>
   requires std::same_as<Text, std::string>
   void set_input(Text&& text, std::string file) = delete;
-  /// Appends the next command to `script`; false at the end of the input. After an Error it goes on behind
-  /// the command at fault.
+  /// Appends the next command to `script`; false at the end of the input. After an InputError it goes on
+  /// behind the command at fault.
   bool next_command(Script& script);
 
-  /// Throws Error unless a text is one token, or what one pair of parentheses encloses. A text that is to be
-  /// read as a part of a command must be tried first: it could end the command, and begin others.
+  /// Throws InputError unless a text is one token, or what one pair of parentheses encloses. A text that is
+  /// to be read as a part of a command must be tried first: it could end the command, and begin others.
   static void check_expression(std::string_view text, const std::string& file);
 
-  /// Gives a symbol its own name, as a command that declares it does. Throws std::invalid_argument for a name
-  /// that means something else, and for one that cannot be written.
-  void declare(const Symbol* symbol);
+  /// The sort that a text denotes: "(_ BitVec 8)", "(Array Int Bool)". `name` is for messages. Throws
+  /// InputError.
+  const DataType* sort(std::string_view text, const std::string& name = "sort");
+  /// The term that a text denotes; likewise.
+  const Term* term(std::string_view text, const std::string& name = "term");
+  /// The application of an operator by its SMT-LIB name, indices included ("bvadd", "(_ extract 7 0)",
+  /// "(as const (Array Int Int))"), or of a function declared in the session. Throws std::invalid_argument
+  /// for a name that means nothing and for a wrong number of arguments, SortError when these do not fit.
+  const Term* make(std::string_view op, std::span<const Term* const> args);
+
+  /// The function of that name, declared in the session if it is not declared yet. Throws
+  /// std::invalid_argument for a name that means something else, and for one that cannot be written.
+  const Symbol* function(std::string_view name, std::span<const DataType* const> arguments,
+                         const DataType* result);
+  /// The constant of that name; likewise.
+  const Term* constant(std::string_view name, const DataType* sort) {
+    return manager_.make_term(function(name, {}, sort));
+  }
   /// The sort, or the constructor of sorts, of that name, declared if it is not declared yet. Throws
   /// likewise.
-  const DataType* declare_sort(std::string_view name, std::size_t num_parameters);
+  const DataType* declare_sort(std::string_view name, std::size_t num_parameters = 0);
 
   /// Throws std::invalid_argument for a name that cannot be written, not even between bars.
   static void check_name(std::string_view name);
@@ -201,6 +232,8 @@ class QUARV_API Reader {
   /// Terms; two bytes of large numbers, which take five characters, count like one.
   std::uint64_t cost() const noexcept { return manager_.num_terms() + manager_.number_bytes() / 2; }
   void check_cost();
+  bool read_guarded(Script& script, const char* start);
+  void begin_again(const Place& place);
   bool read_command(Script& script, const char* start);
   void text_command(Script& script, Command::Kind kind, const char* start, std::uint32_t levels = 0);
   void term_command(Script& script, Command::Kind kind, std::string_view text);
@@ -213,11 +246,20 @@ class QUARV_API Reader {
   void check_sort(const char* where, const Term* t, const DataType* wanted);
   const Term* read_term_of(const DataType* sort);
   const Term* finished(const Term* t) const {
-    return options_.finish && !as_written_ ? options_.finish(t) : t;
+    return options_.normalize && !as_written_ ? session_.normalize(t) : t;
   }
+  const Symbol* new_symbol(const Token& name, std::span<const DataType* const> arguments,
+                           const DataType* result);
+  [[noreturn]] void does_not_fit_session(const Token& name, const std::invalid_argument& e);
+  void tell_session(const Script& script, std::size_t first_command);
   void skip_rest();
   void skip_command(const char* start) noexcept;
   std::string_view one_line(const char* start);
+
+  // direct_calls.cpp
+  void read_expression(Script& script);
+  void declare_sorts_of(const DataType* sort);
+  static const Term* build_named(Session& session, const Symbol* symbol, Session::Args args);
 
   // term_list_reader.cpp: check-sat-assuming and get-value.
   void term_list(Script& script, Command::Kind kind, std::string_view text);
@@ -270,6 +312,7 @@ class QUARV_API Reader {
   Binding* new_name(const TermNames::Name* name) noexcept;
   std::string_view lookup_text(const Token& name);
   TermMeaning meaning_of(const Token& name);
+  const Symbol* session_symbol(const Token& name, const TermNames::Name* known) const;
 
   // application_reader.cpp: operators and functions on their arguments.
   const Term* apply(const Frame& frame);
@@ -290,6 +333,8 @@ class QUARV_API Reader {
   // sort_reader.cpp: sorts.
   const DataType* read_sort();
   const DataType* read_sort(const Token& first);
+  SortMeaning meaning_of_sort(std::string_view name);
+  static SortMeaning declared_sort(const DataType* sort, std::size_t num_parameters) noexcept;
   const DataType* sort_named(const Token& name, std::span<const DataType* const> arguments);
   const DataType* indexed_sort();
   const DataType* instantiate(const SortMeaning& macro, std::span<const DataType* const> arguments);
@@ -324,6 +369,7 @@ class QUARV_API Reader {
   std::string_view keep(std::string_view text);
   const std::string& text_of(const DataType* sort);
 
+  Session& session_;
   TermManager& manager_;
   Options options_;
   OperatorContext context_;
@@ -337,8 +383,13 @@ class QUARV_API Reader {
   TermNames names_;
   std::deque<Overload> overloads_;  // names refer to them
   SortNames sorts_;
-  std::vector<std::size_t> levels_;  // scopes of names_ and sorts_ in turn, for push and pop
-  std::size_t base_scopes_[2] = {};  // to reset to
+  /// What to go back to when a level is closed.
+  struct Scopes {
+    std::size_t names, sorts;
+  };
+  std::vector<Scopes> scopes_;  // one for each level that this reader has opened
+  Scopes base_scopes_{};        // to reset to
+  Session::Place base_;         // likewise
   bool logic_set_ = false;
   bool global_declarations_ = false;
   std::uint64_t largest_dollar_name_ = 0;
@@ -362,6 +413,7 @@ class QUARV_API Reader {
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;
   std::vector<Binding> new_names_;  // given by `:named` in the command that is being read
+  bool expression_ = false;         // a term or a sort is read, not a command
   bool as_written_ = false;         // the command at hand is read without being simplified
   std::uint64_t cost_limit_ = std::numeric_limits<std::uint64_t>::max();  // of the command at hand
   Place command_{};

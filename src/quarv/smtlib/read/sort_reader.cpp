@@ -53,9 +53,23 @@ const DataType* Reader::read_sort(const Token& first) {
   }
 }
 
+Reader::SortMeaning Reader::meaning_of_sort(std::string_view name) {
+  const SortNames::Name* known = sorts_.find(name);
+  if (known != nullptr && known->meaning.kind != SortMeaning::none) return known->meaning;
+  if (options_.names != Options::Names::session) return {};
+  const Session::DeclaredSort* declared = session_.declared_sort(name);
+  return declared == nullptr ? SortMeaning{} : declared_sort(declared->sort, declared->num_parameters);
+}
+
+Reader::SortMeaning Reader::declared_sort(const DataType* sort, std::size_t num_parameters) noexcept {
+  return {.kind = num_parameters == 0 ? SortMeaning::type : SortMeaning::constructor,
+          .arity = static_cast<std::uint32_t>(num_parameters),
+          .sort = sort,
+          .declared = true};
+}
+
 const DataType* Reader::sort_named(const Token& name, std::span<const DataType* const> arguments) {
-  const SortNames::Name* known = sorts_.find(name.text);
-  const SortMeaning meaning = known == nullptr ? SortMeaning{} : known->meaning;
+  const SortMeaning meaning = meaning_of_sort(name.text);
   if (meaning.kind == SortMeaning::none) {
     static constexpr std::string_view unsupported[] = {"String", "RegLan", "Seq",     "Set",
                                                        "Bag",    "Tuple",  "Relation"};

@@ -451,10 +451,20 @@ Reader::Binding* Reader::new_name(const TermNames::Name* name) noexcept {
   return b.name == name ? &b : nullptr;
 }
 
+/// What the session declares hides operators, and is hidden by variables.
+const Symbol* Reader::session_symbol(const Token& name, const TermNames::Name* known) const {
+  if (options_.names != Options::Names::session || (known != nullptr && !is_free(known))) return nullptr;
+  return session_.declared(name.text);
+}
+
 Reader::TermMeaning Reader::meaning_of(const Token& name) {
   const TermNames::Name* known = names_.find(name.text);
   if (known != nullptr && known->meaning.kind == TermMeaning::reserved && *name.start == '|') {
     known = names_.find(lookup_text(name));
+  }
+  if (const Symbol* symbol = session_symbol(name, known)) {
+    return manager_.arity(symbol) == 0 ? TermMeaning::of(manager_.make_term(symbol))
+                                       : TermMeaning::of(symbol);
   }
   if (known != nullptr && known->meaning.kind != TermMeaning::none) return known->meaning;
   const Binding* b = new_name(known);
@@ -505,7 +515,7 @@ const Term* Reader::special_float(const Token& name) {
   const std::size_t significand = index_value(next());
   build::check_format(ew, significand);
   const std::size_t mw = significand - 1;
-  if (which == 4) return build::make_nan(manager_, ew, mw);
+  if (which == 4) return canonical_nan(manager_, ew, mw);
   const bool negative = which % 2 == 1;
   return which < 2 ? build::make_infinity(manager_, negative, ew, mw)
                    : build::make_zero(manager_, negative, ew, mw);

@@ -1,3 +1,6 @@
+#include <sstream>
+#include <utility>
+
 #include <quarv/smtlib/write/printer.h>
 #include <quarv/smtlib/write/script_writer.h>
 
@@ -10,6 +13,12 @@ PrintResult print(const TermManager& manager, const Script& script, std::ostream
 PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& out, Sharing sharing,
                        const Script& script) {
   return ScriptWriter(manager, script, out, sharing).write_term(t);
+}
+
+std::string term_text(const TermManager& manager, const Term* t) {
+  std::ostringstream out;
+  print_term(manager, t, out);
+  return std::move(out).str();
 }
 
 }  // namespace quarv::smtlib

@@ -32,5 +32,6 @@ QUARV_API PrintResult print(const TermManager& manager, const Script& script, st
 /// One term on one line, shared sub-terms as `let`. The printer's names differ from those of `script`.
 QUARV_API PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& out,
                                  Sharing sharing = Sharing::automatic, const Script& script = {});
+QUARV_API std::string term_text(const TermManager& manager, const Term* t);
 
 }  // namespace quarv::smtlib

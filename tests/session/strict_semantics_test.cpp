@@ -9,11 +9,11 @@
 
 #include <gtest/gtest.h>
 
+#include <quarv/session/strict_semantics.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/simplify_script.h>
-#include <quarv/smtlib/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {
@@ -44,7 +44,7 @@ class StrictSemanticsTest : public ::testing::Test {
     const IEEEFloat x = IEEEFloat::from_number(QNumber::parse(text), f, IEEEFloat::round_nearest_even);
     return mgr.make_fp_bits_number(x.get_bits(), f.ew, f.mw);
   }
-  const Term* nan(Format f) { return build::make_nan(mgr, f.ew, f.mw); }
+  const Term* nan(Format f) { return canonical_nan(mgr, f.ew, f.mw); }
   const Term* zero(Format f, bool negative = false) { return build::make_zero(mgr, negative, f.ew, f.mw); }
   const Term* infinity(Format f, bool negative = false) {
     return build::make_infinity(mgr, negative, f.ew, f.mw);

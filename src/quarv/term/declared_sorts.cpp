@@ -1,8 +1,8 @@
 #include <vector>
 
-#include <quarv/api/declared_sorts.h>
+#include <quarv/term/declared_sorts.h>
 
-namespace quarv::api {
+namespace quarv {
 
 void for_each_declared_sort(const TermManager& manager, const DataType* sort,
                             const std::function<void(const DataType*, std::size_t)>& visit,
@@ -24,4 +24,4 @@ void for_each_declared_sort(const TermManager& manager, const DataType* sort,
   }
 }
 
-}  // namespace quarv::api
+}  // namespace quarv

@@ -3,11 +3,12 @@
 #include <span>
 #include <string>
 
+#include <quarv/export.h>
 #include <quarv/term/term_manager.h>
 
-namespace quarv::api {
+namespace quarv::smtlib {
 
 /// A script of logic ALL that declares the sorts and functions of some formulas and asserts the formulas.
-std::string script_text(const TermManager& manager, std::span<const Term* const> assertions);
+QUARV_API std::string script_text(const TermManager& manager, std::span<const Term* const> assertions);
 
-}  // namespace quarv::api
+}  // namespace quarv::smtlib

@@ -1,7 +1,7 @@
-#include <quarv/api/term_rebuilder.h>
+#include <quarv/session/term_rebuilder.h>
 #include <quarv/util/checkpoint.h>
 
-namespace quarv::api {
+namespace quarv {
 
 const Term* TermRebuilder::operator()(const Term* root) {
   pending_.assign(1, root);
@@ -33,4 +33,4 @@ const Term* TermRebuilder::rebuilt(const Term* t) {
   return make_(t->symbol, args_);
 }
 
-}  // namespace quarv::api
+}  // namespace quarv

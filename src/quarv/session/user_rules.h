@@ -6,7 +6,7 @@
 #include <quarv/export.h>
 #include <quarv/rules/term_normalizer.h>
 
-namespace quarv::smtlib {
+namespace quarv {
 
 /// Rules of a user's own.
 struct RuleFile {
@@ -14,9 +14,9 @@ struct RuleFile {
   std::string text;  ///< a rule a line
 };
 
-/// Appends the rules of `file` to those of `normalizer`. Throws Error, with the file's name and the place in
+/// Appends the rules of `file` to those of `normalizer`. Throws InputError, with the file's name and the place in
 /// it, for a text that is not a rule. A rule whose result does not fit the term that it is applied to throws
-/// Error at that time.
+/// InputError at that time.
 QUARV_API void register_rule_file(const RuleFile& file, TermNormalizer& normalizer);
 
 /// A rule to be turned off that does not exist.
@@ -29,4 +29,4 @@ class QUARV_API UnknownRule : public std::invalid_argument {
 /// UnknownRule.
 QUARV_API void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer);
 
-}  // namespace quarv::smtlib
+}  // namespace quarv

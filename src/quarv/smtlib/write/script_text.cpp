@@ -3,17 +3,15 @@
 #include <set>
 #include <sstream>
 
-#include <quarv/api/declared_sorts.h>
-#include <quarv/api/script_text.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>
+#include <quarv/smtlib/write/script_text.h>
+#include <quarv/term/declared_sorts.h>
 #include <quarv/util/checkpoint.h>
 
-namespace quarv::api {
+namespace quarv::smtlib {
 
 namespace {
-
-using smtlib::Command;
 
 /// Collects what the formulas need declared.
 class Declarations {
@@ -67,7 +65,7 @@ class Declarations {
   }
 
   std::string text(const Symbol* s) const {
-    std::string result = "(declare-fun " + smtlib::Reader::quoted(s->name) + " (";
+    std::string result = "(declare-fun " + Reader::quoted(s->name) + " (";
     for (std::size_t i = 0; i < manager_.arity(s); ++i) {
       result += (i == 0 ? "" : " ") + manager_.argument_type(s, i)->to_string();
     }
@@ -88,7 +86,7 @@ std::string script_text(const TermManager& manager, std::span<const Term* const>
   declarations.note(assertions);
   const std::vector<std::string> texts = declarations.texts();
 
-  smtlib::Script script;
+  Script script;
   const auto add = [&script](Command::Kind kind, std::string_view text) -> Command& {
     Command& command = script.commands.emplace_back();
     command.kind = kind;
@@ -113,4 +111,4 @@ std::string script_text(const TermManager& manager, std::span<const Term* const>
   return std::move(out).str();
 }
 
-}  // namespace quarv::api
+}  // namespace quarv::smtlib

@@ -5,12 +5,13 @@
 #include <utility>
 #include <vector>
 
+#include <quarv/export.h>
 #include <quarv/term/term_manager.h>
 
-namespace quarv::api {
+namespace quarv {
 
 /// Builds terms anew from their leaves upwards, each sub-term once. Results are kept as long as the object.
-class TermRebuilder {
+class QUARV_API TermRebuilder {
  public:
   /// Builds the application of a symbol to arguments that have been rebuilt; there may be none.
   using Make = std::function<const Term*(const Symbol*, TermManager::Args)>;
@@ -35,4 +36,4 @@ class TermRebuilder {
   std::vector<const Term*> args_;
 };
 
-}  // namespace quarv::api
+}  // namespace quarv

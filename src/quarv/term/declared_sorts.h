@@ -4,15 +4,16 @@
 #include <functional>
 #include <set>
 
+#include <quarv/export.h>
 #include <quarv/term/term_manager.h>
 
-namespace quarv::api {
+namespace quarv {
 
 /// Calls `visit` for each declared sort that occurs in `sort`, and for each constructor of sorts with the
 /// number of its parameters. A sort may be met more than once, but none of those in `seen`, which grows.
-void for_each_declared_sort(const TermManager& manager, const DataType* sort,
-                            const std::function<void(const DataType*, std::size_t)>& visit,
-                            std::set<const DataType*>& seen);
+QUARV_API void for_each_declared_sort(const TermManager& manager, const DataType* sort,
+                                      const std::function<void(const DataType*, std::size_t)>& visit,
+                                      std::set<const DataType*>& seen);
 
 inline void for_each_declared_sort(const TermManager& manager, const DataType* sort,
                                    const std::function<void(const DataType*, std::size_t)>& visit) {
@@ -20,4 +21,4 @@ inline void for_each_declared_sort(const TermManager& manager, const DataType* s
   for_each_declared_sort(manager, sort, visit, seen);
 }
 
-}  // namespace quarv::api
+}  // namespace quarv

@@ -2,13 +2,12 @@
 
 #include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/ieee_float.h>
+#include <quarv/session/strict_semantics.h>
 #include <quarv/simpl/canonical_order.h>
 #include <quarv/simpl/fp/folding.h>
-#include <quarv/smtlib/read/operators.h>
-#include <quarv/smtlib/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 
-namespace quarv::smtlib {
+namespace quarv {
 
 namespace {
 
@@ -31,7 +30,7 @@ const Term* with_one_nan(TermManager& m, const Term* t) {
   if (!is_literal(m, t)) return t;
   const std::optional<IEEEFloat> x = literal_value(m, t);
   if (!x || !x->is_nan()) return t;
-  return build::make_nan(m, x->get_format().ew, x->get_format().mw);
+  return canonical_nan(m, x->get_format().ew, x->get_format().mw);
 }
 
 /// Whether the arguments are two zeros of opposite sign.
@@ -78,6 +77,15 @@ bool is_open(const TermManager& m, const Symbol* symbol, const Args& args) {
 
 }  // namespace
 
+const Term* canonical_nan(TermManager& m, std::size_t ew, std::size_t mw) {
+  QNumber bits;
+  BVNumber::pow2(ew + 1, &bits);
+  bits -= QNumber(1);
+  QNumber shifted;
+  BVNumber::bit_left_shift(bits, mw - 1, &shifted);
+  return m.make_fp_bits_number(shifted, ew, mw);
+}
+
 void StrictSemantics::turn_off_unsound_rules() {
   for (const char* rule :
        {"rewrite(bvsdiv(t, t_0), identity(t, t_0)) >> 1",
@@ -102,4 +110,4 @@ const Term* StrictSemantics::simplify(TermManager* manager, const Symbol* symbol
   return with_one_nan(*manager, standard_.simplify(manager, symbol, args));
 }
 
-}  // namespace quarv::smtlib
+}  // namespace quarv

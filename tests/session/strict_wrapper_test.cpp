@@ -8,7 +8,7 @@
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
-#include <quarv/smtlib/strict_semantics.h>
+#include <quarv/session/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {

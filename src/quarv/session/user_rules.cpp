@@ -3,12 +3,12 @@
 #include <utility>
 
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/smtlib/error.h>
-#include <quarv/smtlib/extra_rules.h>
-#include <quarv/smtlib/read/source_excerpt.h>
+#include <quarv/util/input_error.h>
+#include <quarv/session/user_rules.h>
+#include <quarv/util/source_excerpt.h>
 #include <quarv/term/sort_error.h>
 
-namespace quarv::smtlib {
+namespace quarv {
 
 namespace {
 
@@ -27,9 +27,9 @@ class FileRule final : public TermNormalizer::norm_fun {
     try {
       return (*rule_)(mgr, t, out);
     } catch (const rules::RuleError& e) {
-      throw Error(file_, e.line(), e.column(), e.reason());
+      throw InputError(file_, e.line(), e.column(), e.reason());
     } catch (const SortError& e) {
-      throw Error(file_, rule_->rule().line, 1,
+      throw InputError(file_, rule_->rule().line, 1,
                   std::string("the result of the rule has no sort: ") + e.what());
     }
   }
@@ -47,7 +47,7 @@ void register_rule_file(const RuleFile& file, TermNormalizer& normalizer) {
       normalizer.register_rule(new FileRule(std::move(rule), file.name));
     }
   } catch (const rules::RuleError& e) {
-    throw Error(file.name, e.line(), e.column(), e.reason(),
+    throw InputError(file.name, e.line(), e.column(), e.reason(),
                 source_excerpt(file.text, SourcePlace{e.line(), e.column()}));
   }
 }
@@ -69,4 +69,4 @@ void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer)
   }
 }
 
-}  // namespace quarv::smtlib
+}  // namespace quarv

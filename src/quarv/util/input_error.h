@@ -7,13 +7,13 @@
 
 #include <quarv/export.h>
 
-namespace quarv::smtlib {
+namespace quarv {
 
 /// A fault in SMT-LIB input. `what()` is one line, `file:line:column: error: message`; lines and columns
 /// count from 1, columns in bytes.
-class QUARV_API Error : public std::runtime_error {
+class QUARV_API InputError : public std::runtime_error {
  public:
-  Error(const std::string& file, std::size_t line, std::size_t column, const std::string& message,
+  InputError(const std::string& file, std::size_t line, std::size_t column, const std::string& message,
         std::string excerpt = {})
       : std::runtime_error(file + ':' + std::to_string(line) + ':' + std::to_string(column) +
                            ": error: " + message),
@@ -37,4 +37,4 @@ class QUARV_API Error : public std::runtime_error {
   std::size_t column_;
 };
 
-}  // namespace quarv::smtlib
+}  // namespace quarv

@@ -3,9 +3,9 @@
 #include <iterator>
 #include <vector>
 
-#include <quarv/smtlib/read/source_excerpt.h>
+#include <quarv/util/source_excerpt.h>
 
-namespace quarv::smtlib {
+namespace quarv {
 
 SourcePlace place_in(std::string_view text, std::size_t offset) noexcept {
   const std::string_view before = text.substr(0, offset);
@@ -163,4 +163,4 @@ std::string source_excerpt(std::string_view text, SourcePlace place) {
                                                              : source_excerpt(text, start + place.column - 1);
 }
 
-}  // namespace quarv::smtlib
+}  // namespace quarv

@@ -3,13 +3,12 @@
 #include <stdexcept>
 #include <unordered_map>
 
-#include <quarv/api/named_operators.h>
+#include <quarv/smtlib/read/named_operators.h>
 
-namespace quarv::api {
+namespace quarv::smtlib {
 
 namespace {
 
-using smtlib::Operator;
 
 constexpr std::string_view blanks = " \t\r\n";
 
@@ -18,7 +17,7 @@ const Operator* find_operator(std::string_view name) {
   static const auto table = [] {
     std::unordered_map<std::string_view, const Operator*> by_name;
     for (const auto& theory :
-         {smtlib::core_operators(), smtlib::bit_vector_operators(), smtlib::floating_point_operators()}) {
+         {core_operators(), bit_vector_operators(), floating_point_operators()}) {
       for (const Operator& op : theory) by_name.emplace(op.name, &op);
     }
     return by_name;
@@ -69,11 +68,11 @@ bool is_operator(std::string_view name) {
   return find_operator(name) != nullptr;
 }
 
-const Term* apply_operator(smtlib::OperatorContext& context, const OperatorText& text, Operator::Args args) {
+const Term* apply_operator(OperatorContext& context, const OperatorText& text, Operator::Args args) {
   const Operator* op = find_operator(text.name);
   if (op == nullptr) throw std::invalid_argument("unknown operator " + text.name);
-  check_number(smtlib::wrong_number_of_indices(op->name, text.indices.size(), op->num_indices));
-  check_number(smtlib::wrong_number_of_arguments(op->name, args.size(), op->min_args, op->max_args));
+  check_number(wrong_number_of_indices(op->name, text.indices.size(), op->num_indices));
+  check_number(wrong_number_of_arguments(op->name, args.size(), op->min_args, op->max_args));
   std::vector<std::size_t> indices;
   std::vector<const Term*> all;
   if (op->index_is_argument) {
@@ -89,8 +88,8 @@ const Term* apply_operator(smtlib::OperatorContext& context, const OperatorText&
     context.indices = {};
     return result;
   } catch (const SortError& e) {
-    throw smtlib::explained(context, *op, all, e);
+    throw explained(context, *op, all, e);
   }
 }
 
-}  // namespace quarv::api
+}  // namespace quarv::smtlib

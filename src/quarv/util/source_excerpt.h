@@ -6,7 +6,7 @@
 
 #include <quarv/export.h>
 
-namespace quarv::smtlib {
+namespace quarv {
 
 /// A place in a text. Lines and columns count from 1, columns in bytes.
 struct SourcePlace {
@@ -29,4 +29,4 @@ QUARV_API std::string source_excerpt(std::string_view text, std::size_t offset);
 /// Likewise; empty when the text has no such place.
 QUARV_API std::string source_excerpt(std::string_view text, SourcePlace place);
 
-}  // namespace quarv::smtlib
+}  // namespace quarv

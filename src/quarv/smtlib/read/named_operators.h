@@ -6,7 +6,7 @@
 
 #include <quarv/smtlib/read/operators.h>
 
-namespace quarv::api {
+namespace quarv::smtlib {
 
 /// An operator as it is written: a name, or a name with indices, "(_ extract 7 0)".
 struct OperatorText {
@@ -23,7 +23,7 @@ bool is_operator(std::string_view name);
 
 /// Applies an operator of SMT-LIB's theories. Throws std::invalid_argument for an unknown operator or a wrong
 /// number of indices or arguments, SortError when the arguments do not fit.
-const Term* apply_operator(smtlib::OperatorContext& context, const OperatorText& op,
-                           smtlib::Operator::Args args);
+const Term* apply_operator(OperatorContext& context, const OperatorText& op,
+                           Operator::Args args);
 
-}  // namespace quarv::api
+}  // namespace quarv::smtlib

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include <quarv/smtlib/growth.h>
+#include <quarv/smtlib/read/growth.h>
 #include <quarv/util/hash_map.h>
 
 namespace quarv::smtlib {

@@ -6,7 +6,11 @@
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/term/term_simplifier.h>
 
-namespace quarv::smtlib {
+namespace quarv {
+
+/// The NaN that stands for all of a format: positive, quiet, without another payload. `ew` bits of exponent,
+/// `mw` stored bits of significand.
+QUARV_API const Term* canonical_nan(TermManager& manager, std::size_t ew, std::size_t mw);
 
 /// The standard simplifiers without what the SMT-LIB standard does not warrant, for formulas whose meaning
 /// must not change.
@@ -46,4 +50,4 @@ class QUARV_API StrictSemantics : public TermSimplifier {
   StdTermSimplifier& standard_;
 };
 
-}  // namespace quarv::smtlib
+}  // namespace quarv

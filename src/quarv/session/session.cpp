@@ -1,0 +1,161 @@
+#include <stdexcept>
+
+#include <quarv/session/session.h>
+#include <quarv/session/step_recorder.h>
+#include <quarv/simpl/register_standard_simplifications.h>
+#include <quarv/term/dag_size.h>
+#include <quarv/term/sort_error.h>
+
+namespace quarv {
+
+namespace {
+
+/// Fewer steps than these cannot have made a term much larger.
+constexpr std::uint64_t many_steps = 1000;
+
+/// Lets constructors use a simplifier for a while.
+class Attached {
+ public:
+  Attached(TermManager& manager, TermSimplifier* simplifier)
+      : manager_(manager), before_(manager.simplifier()) {
+    manager.set_simplifier(simplifier);
+  }
+  ~Attached() { manager_.set_simplifier(before_); }
+  Attached(const Attached&) = delete;
+  Attached& operator=(const Attached&) = delete;
+
+ private:
+  TermManager& manager_;
+  TermSimplifier* before_;
+};
+
+}  // namespace
+
+Session::Session(SessionOptions options) : options_(std::move(options)), rebuild_(rebuilder()) {
+  if (!options_.simplify) return;
+  termsimpl::register_standard_simplifications(&manager_, &simplifier_);
+  if (!options_.standard) strict_.turn_off_unsound_rules();
+  for (const RuleFile& file : options_.extra_rules) register_rule_file(file, simplifier_.normalizer);
+  for (const std::string& rule : options_.disabled_rules) disable_rule(rule, simplifier_.normalizer);
+  if (!options_.simplifiers) {
+    if (!options_.standard) strict_.turn_off_extension_rules();
+  } else if (options_.eager) {
+    manager_.set_simplifier(active());
+  }
+}
+
+// Simplification.
+// ---------------------------------------------------------------------------------------------------------
+
+/// Some rules distribute one operation over others. On a tower of such operations the result is exponentially
+/// larger than the term; then the term is kept. Since each attempt costs time, many of them are followed by a
+/// pause.
+const Term* Session::normalize(const Term* t) {
+  constexpr std::size_t most_towers = 8;
+  constexpr std::size_t pause = 1024;
+  if (!options_.simplify || !options_.rules) return t;
+  if (towers_ == most_towers) {
+    if (++skipped_ < pause) return t;
+    skipped_ = 0;
+    --towers_;
+  }
+  TermNormalizer& normalizer = simplifier_.normalizer;
+  const TermNormalizer::Statistics before = normalizer.statistics();
+  const Term* result = normalizer.normalize(&manager_, t);
+  const TermNormalizer::Statistics& after = normalizer.statistics();
+  if (after.applied - before.applied < many_steps) return result;
+  const bool grown = dag_size(manager_, {&result, 1}) > 2 * dag_size(manager_, {&t, 1});
+  if (!grown && after.budget_spent == before.budget_spent) return result;
+  ++towers_;
+  return grown ? t : result;
+}
+
+TermRebuilder Session::rebuilder() {
+  return {manager_, TermRebuilder::Parts::rewritable, [this](const Symbol* symbol, Args args) {
+            if (manager_.get_tag(symbol) == SymbolTag::OPAQUE && build_named_ != nullptr) {
+              if (const Term* t = build_named_(*this, symbol, args)) return t;
+            }
+            return manager_.make_term_unchecked(symbol, args);
+          }};
+}
+
+const Term* Session::simplified(const Term* t, TermRebuilder& rebuild) {
+  const Attached attached(manager_, options_.simplify && options_.simplifiers ? active() : nullptr);
+  const std::size_t terms_before = manager_.num_terms();
+  const Term* built = rebuild(t);
+  const bool grown = manager_.num_terms() - terms_before > many_steps &&
+                     dag_size(manager_, {&built, 1}) > 2 * dag_size(manager_, {&t, 1});
+  return grown ? t : normalize(built);
+}
+
+const Term* Session::simplify(const Term* t, std::vector<Step>& steps) {
+  StepRecorder recorder(simplifier_);
+  TermRebuilder rebuild = rebuilder();  // what is known already would not be told
+  const Term* result = simplified(t, rebuild);
+  recorder.finish(manager_, steps);
+  return result;
+}
+
+// Names, levels, assertions.
+// ---------------------------------------------------------------------------------------------------------
+
+const Term* Session::constant(std::string_view name, const DataType* sort) {
+  return manager_.make_term(function(name, {}, sort));
+}
+
+const Symbol* Session::function(std::string_view name, Sorts arguments, const DataType* result) {
+  const Symbol* symbol = manager_.declare_fun(name, arguments, result);
+  const auto [known, is_new] = declared_.try_emplace(std::string(name), symbol);
+  if (known->second != symbol) {
+    throw std::invalid_argument(std::string(name) + " is declared with other sorts already");
+  }
+  if (is_new) names_.push_back(&known->first);
+  return symbol;
+}
+
+const Symbol* Session::declared(std::string_view name) const {
+  const auto known = declared_.find(std::string(name));
+  return known == declared_.end() ? nullptr : known->second;
+}
+
+void Session::declare_sort(std::string_view name, const DeclaredSort& sort) {
+  const auto [known, is_new] = declared_sorts_.try_emplace(std::string(name), sort);
+  if (known->second.num_parameters != sort.num_parameters) {
+    throw std::invalid_argument("sort " + std::string(name) + " has another number of parameters");
+  }
+  if (is_new) sort_names_.push_back(&known->first);
+}
+
+const Session::DeclaredSort* Session::declared_sort(std::string_view name) const {
+  const auto known = declared_sorts_.find(std::string(name));
+  return known == declared_sorts_.end() ? nullptr : &known->second;
+}
+
+void Session::pop(std::size_t levels, bool keep_names) {
+  if (levels == 0) return;
+  if (levels > levels_.size()) throw std::invalid_argument("more levels are closed than are open");
+  Place outermost = levels_[levels_.size() - levels];
+  outermost.levels = levels_.size() - levels;
+  return_to(outermost, keep_names);
+}
+
+void Session::return_to(const Place& place, bool keep_names) {
+  const auto forget = [](auto& declared, std::vector<const std::string*>& names, std::size_t first) {
+    for (; names.size() > first; names.pop_back()) declared.erase(declared.find(*names.back()));
+  };
+  if (!keep_names) {
+    forget(declared_, names_, place.names);
+    forget(declared_sorts_, sort_names_, place.sorts);
+  }
+  formulas_.resize(place.formulas);
+  levels_.resize(place.levels);
+}
+
+void Session::assert_formula(const Term* t) {
+  if (manager_.type_of(t) != manager_.bool_type) {
+    throw SortError("assert: argument 1 has sort " + manager_.type_of(t)->abbreviated() + ", expected Bool");
+  }
+  formulas_.push_back(t);
+}
+
+}  // namespace quarv

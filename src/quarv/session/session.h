@@ -1,0 +1,150 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include <quarv/export.h>
+#include <quarv/session/strict_semantics.h>
+#include <quarv/session/term_rebuilder.h>
+#include <quarv/session/user_rules.h>
+#include <quarv/simpl/std_term_simplifier.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv {
+
+/// How a session simplifies.
+struct SessionOptions {
+  bool simplify = true;     ///< false: terms stay as they are written
+  bool eager = true;        ///< terms are simplified when they are built, otherwise by `Session::simplify`
+  bool rules = true;        ///< the rewrite rules, beside the simplifiers
+  bool simplifiers = true;  ///< the simplifiers of operators, beside the rules
+  bool standard = false;    ///< the library's own semantics instead of the strict SMT-LIB semantics
+  std::vector<RuleFile> extra_rules{};        ///< to be tried after the standard rules
+  std::vector<std::string> disabled_rules{};  ///< numbers from 1, the standard rules first, or texts
+};
+
+/// One step of a simplification: what stood for what.
+struct Step {
+  std::size_t rule = 0;  ///< number of the rewrite rule, from 1; 0 for a simplifier
+  std::string name;      ///< the rule's text, or the SMT-LIB name of the simplifier's operator
+  const Term* before;
+  const Term* after;
+};
+
+/// A manager of terms with all that simplifies them, the functions that are declared, and the formulas that
+/// are asserted, by levels. Readers, printers, and the interfaces to other languages stand on it.
+///
+///     quarv::Session session;
+///     quarv::TermManager& m = session.manager();
+///     const quarv::Term* x = session.constant("x", m.get_bv_type(8));
+///     const quarv::Term* t = session.simplify(m.make_bv_add(x, m.make_bv_number(0, 8)));   // x
+///
+/// Terms, symbols and sorts live as long as the session.
+class QUARV_API Session {
+ public:
+  using Args = std::span<const Term* const>;
+  using Sorts = std::span<const DataType* const>;
+
+  /// Throws InputError for a rule file with an error, and UnknownRule.
+  explicit Session(SessionOptions options = {});
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  const SessionOptions& options() const noexcept { return options_; }
+  TermManager& manager() noexcept { return manager_; }
+  const TermManager& manager() const noexcept { return manager_; }
+  /// Holds simplifiers and rules.
+  StdTermSimplifier& simplifier() noexcept { return simplifier_; }
+
+  /// A term equal to `t`, simplified as far as the session can, however it was built. What more than doubles
+  /// a large term is not done to it.
+  const Term* simplify(const Term* t) { return simplified(t, rebuild_); }
+  /// Likewise; appends what was done, in the order in which it was done.
+  const Term* simplify(const Term* t, std::vector<Step>& steps);
+  /// What the rules make of a term that the simplifiers have seen; the term itself where rules are off, and
+  /// where they would more than double a large term.
+  const Term* normalize(const Term* t);
+  /// Rules of a user's own, tried after those there are. \throws InputError with the file's name and the
+  /// place in its text
+  void add_rules(const RuleFile& file) { register_rule_file(file, simplifier_.normalizer); }
+
+  /// The constant of that name: one name is one symbol. \throws std::invalid_argument when the name is
+  /// declared with other sorts
+  const Term* constant(std::string_view name, const DataType* sort);
+  /// The function of that name; likewise.
+  const Symbol* function(std::string_view name, Sorts arguments, const DataType* result);
+  /// The function or constant that a name was given to; null for none.
+  const Symbol* declared(std::string_view name) const;
+
+  struct DeclaredSort {
+    const DataType* sort;  ///< or the constructor of sorts
+    std::size_t num_parameters;
+  };
+  /// Remembers a sort. \throws std::invalid_argument when the name has another number of parameters
+  void declare_sort(std::string_view name, const DeclaredSort& sort);
+  /// The sort that a name was given to; null for none.
+  const DeclaredSort* declared_sort(std::string_view name) const;
+
+  /// A state to return to: what is declared and asserted, and how many levels are open.
+  struct Place {
+    std::size_t names = 0;
+    std::size_t sorts = 0;
+    std::size_t formulas = 0;
+    std::size_t levels = 0;
+  };
+  Place place() const noexcept {
+    return {names_.size(), sort_names_.size(), formulas_.size(), levels_.size()};
+  }
+
+  /// Opens levels. What is declared and asserted from now on is gone when they are closed.
+  void push(std::size_t levels = 1) { levels_.insert(levels_.end(), levels, place()); }
+  /// Closes levels, which must be open. Declarations stay when `keep_names`.
+  void pop(std::size_t levels = 1, bool keep_names = false);
+  std::size_t num_levels() const noexcept { return levels_.size(); }
+
+  /// \throws SortError for a term of another sort than Bool
+  void assert_formula(const Term* t);
+  /// Something restricts the interpretations that is no term, as a recursive definition does.
+  void assert_something_else() { formulas_.push_back(nullptr); }
+  /// What is asserted on all levels, oldest first; null for what is no term.
+  Args assertions() const noexcept { return formulas_; }
+
+  /// Forgets what came after a place; names stay when `keep_names`. Terms stay in the manager.
+  void return_to(const Place& place, bool keep_names = false);
+
+  /// Builds what is known by its name alone, because no simplifier was there when it was built, of other
+  /// operators; to be set by those who know operators by name.
+  using NamedBuilder = const Term* (*)(Session&, const Symbol*, Args);
+  void set_named_builder(NamedBuilder build) noexcept { build_named_ = build; }
+
+ private:
+  TermSimplifier* active() noexcept {
+    return options_.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_;
+  }
+  TermRebuilder rebuilder();
+  const Term* simplified(const Term* t, TermRebuilder& rebuild);
+
+  SessionOptions options_;
+  TermManager manager_;
+  StdTermSimplifier simplifier_;
+  StrictSemantics strict_{simplifier_};
+  NamedBuilder build_named_ = nullptr;
+  TermRebuilder rebuild_;
+  std::size_t towers_ = 0;   // terms that rules made larger
+  std::size_t skipped_ = 0;  // terms that rules were not tried on since the last of them
+
+  std::unordered_map<std::string, const Symbol*> declared_;
+  std::vector<const std::string*> names_;  // keys of `declared_`, oldest first
+  std::unordered_map<std::string, DeclaredSort> declared_sorts_;
+  std::vector<const std::string*> sort_names_;  // likewise
+  std::vector<const Term*> formulas_;
+  std::vector<Place> levels_;
+};
+
+}  // namespace quarv
