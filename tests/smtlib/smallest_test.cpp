@@ -36,6 +36,13 @@ std::string becomes(const std::string& formula) {
   return out.substr(from + 8, out.size() - from - 10);
 }
 
+TEST(Smallest, WritesValuesAsLiterals) {
+  EXPECT_EQ(becomes("(= (+ 2 3) (ite p i (+ 3 j)))"), "(= 5 (ite p i (+ 3 j)))");
+  const std::string two = "(fp #b0 #x80 #b01000000000000000000000)";
+  EXPECT_EQ(becomes("(and (fp.lt f " + two + ") (fp.leq (fp.abs (fp.neg " + two + ")) (fp.abs f)))"),
+            "(let ((?1 (fp #b0 #x80 (_ bv2097152 23)))) (and (fp.lt f ?1) (fp.leq ?1 (fp.abs f))))");
+}
+
 TEST(Smallest, KeepsTheUsersWords) {
   for (const char* formula : {"(< i j)",
                               "(> i j)",
@@ -97,7 +104,7 @@ TEST(Smallest, FoldsAndDecides) {
 TEST(Smallest, KeepsSortsAndDefinitionsByName) {
   const std::string text =
       "(define-sort Byte () (_ BitVec 8))\n(declare-const i Int)\n(define-fun next () Int (+ i 1))\n"
-      "(define-fun half () Float32 (fp #b0 #x7e #b00000000000000000000000))\n(assert (< next (* next "
+      "(define-fun half () Float32 (fp #b0 #x7e (_ bv0 23)))\n(assert (< next (* next "
       "next)))\n";
   EXPECT_EQ(smallest(text), text);
 }
@@ -150,7 +157,8 @@ class Forms : public ::testing::Test {
     const std::vector<forms::FormId> base(graph_.num_classes(), none);
     const std::vector<std::uint8_t> values(graph_.num_classes());
     const std::vector<forms::Scope> scopes(graph_.num_heads());
-    return forms::choose({graph_, roots, base, values, scopes, num_written}).size.terms;
+    const std::vector<std::uint8_t> makes_literal(graph_.num_heads());
+    return forms::choose({graph_, roots, base, values, makes_literal, scopes, num_written}).size.terms;
   }
   FormGraph graph_;
 };

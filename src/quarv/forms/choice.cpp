@@ -38,7 +38,11 @@ class Chooser {
   bool find_free();
   Free free_in(FormId f) const;
   bool is_admissible(ClassId c, FormId f) const;
-  FormId first_written(ClassId c) const;
+  bool is_literal(FormId f) const;
+  bool is_wanted(ClassId c, FormId f) const {
+    return is_admissible(c, f) && (q_.is_value[c] == 0 || f == base(c) || is_literal(f));
+  }
+  FormId first_written(ClassId c, bool wanted) const;
   bool begin();
   Size size() const;
   Size size_as_written();
@@ -111,11 +115,18 @@ bool Chooser::is_admissible(ClassId c, FormId f) const {
   return free.within(free_[c]) && (free.variables & overflow_variable) == 0;
 }
 
-/// The class as the user wrote it first, the base where he did not write it.
-FormId Chooser::first_written(ClassId c) const {
+bool Chooser::is_literal(FormId f) const {
+  const auto parts = children(f);
+  return parts.empty() || (q_.makes_literal[g_.form(f).head] != 0 &&
+                           std::all_of(parts.begin(), parts.end(),
+                                       [this](ClassId c) { return q_.is_value[g_.find(c)] != 0; }));
+}
+
+/// The class as the user wrote it first, in a wanted form if that is asked for; the base where there is none.
+FormId Chooser::first_written(ClassId c, bool wanted) const {
   FormId first = none;
   for (FormId f = g_.first_form(c); f != none; f = g_.form(f).next) {
-    if (is_written(f) && f < first && is_admissible(c, f)) first = f;
+    if (is_written(f) && f < first && (wanted ? is_wanted(c, f) : is_admissible(c, f))) first = f;
   }
   return first != none ? first : base(c);
 }
@@ -176,9 +187,8 @@ bool Chooser::try_form(ClassId c, FormId f) {
 
 bool Chooser::improve(ClassId c) {
   bool better = false;
-  if (q_.is_value[c] != 0) return false;
   for (FormId f = g_.first_form(c); f != none; f = g_.form(f).next) {
-    if (f != chosen_[c] && is_admissible(c, f)) better = try_form(c, f) || better;
+    if (f != chosen_[c] && is_wanted(c, f)) better = try_form(c, f) || better;
   }
   return better;
 }
@@ -203,13 +213,13 @@ Size Chooser::size() const {
 
 Size Chooser::size_as_written() {
   chosen_.assign(g_.num_classes(), none);
-  for (ClassId c : all_) chosen_[c] = first_written(c);
+  for (ClassId c : all_) chosen_[c] = first_written(c, false);
   return begin() ? size() : Size();
 }
 
 Choice Chooser::improved(bool begin_written) {
   chosen_.assign(g_.num_classes(), none);
-  for (ClassId c : all_) chosen_[c] = begin_written && q_.is_value[c] == 0 ? first_written(c) : base(c);
+  for (ClassId c : all_) chosen_[c] = begin_written ? first_written(c, true) : base(c);
   if (!begin()) return {};
   constexpr int most_sweeps = 4;
   bool better = true;

@@ -27,8 +27,10 @@ struct Question {
   std::span<const ClassId> roots;
   /// By class: the form that decides what is free in it; `none`: its first form.
   std::span<const FormId> base;
-  /// By class, not 0 for a value: it is written as its base, whatever the user wrote.
+  /// By class, not 0 for a value: it is written as a literal, whatever computation the user wrote.
   std::span<const std::uint8_t> is_value;
+  /// By head, not 0 for one that makes a literal of literals. What consists of nothing is a literal, too.
+  std::span<const std::uint8_t> makes_literal;
   /// By head.
   std::span<const Scope> scopes;
   /// Forms before this one are as the user wrote them; they win a tie.

@@ -72,7 +72,7 @@ void NormalForms::same(ClassId c) {
 }
 
 NormalForms::ClassId NormalForms::app(std::string_view head, Args children, const DataType* sort) {
-  return g_.add(g_.head(head), children, sort);
+  return g_.add(operator_head(head), children, sort);
 }
 
 NormalForms::ClassId NormalForms::child(const Term* t, std::size_t i) {
@@ -151,7 +151,7 @@ void NormalForms::constant(Node n) {
   const Term* t = n.term();
   const DataType* type = m_.type_of(t);
   const QNumber* value = m_.get_number(t);
-  if (m_.get_tag(t->symbol) == SymbolTag::CONSTANT) values_.push_back(own_);
+  if (value != nullptr || m_.get_tag(t->symbol) == SymbolTag::CONSTANT) values_.push_back(own_);
   if (value != nullptr && m_.is_arithmetic_type(type)) {
     const ClassId c = number(*value, n.as_real() || type == m_.rat_type);
     if (base_.size() < g_.num_classes()) base_.resize(g_.num_classes(), none);

@@ -63,12 +63,18 @@ class NormalForms {
   // Building forms of the class under way.
   void form(HeadId head, Args children);
   void form(std::string_view head, std::initializer_list<ClassId> children) {
-    form(g_.head(head), Args(children.begin(), children.size()));
+    form(operator_head(head), Args(children.begin(), children.size()));
   }
   void same(ClassId c);
   ClassId app(std::string_view head, Args children, const DataType* sort);
   ClassId app(std::string_view head, std::initializer_list<ClassId> children, const DataType* sort) {
     return app(head, Args(children.begin(), children.size()), sort);
+  }
+  /// The head of an operator whose name is a literal of this program: found by address.
+  HeadId operator_head(std::string_view name) {
+    const auto [known, is_new] = operator_heads_.try_emplace(name.data(), forms::none);
+    if (is_new) known->second = g_.head(name);
+    return known->second;
   }
   ClassId leaf(std::string_view text, const DataType* sort) { return g_.add(g_.head(text), {}, sort); }
   ClassId child(const Term* t, std::size_t i);
@@ -88,6 +94,7 @@ class NormalForms {
 
   // normal_forms_arith.cpp
   ClassId number(const QNumber& value, bool real);
+  ClassId new_number(const QNumber& value, bool real);
   ClassId multiple(const QNumber& positive, ClassId monomial, bool real);
   ClassId total(std::span<const ClassId> parts, bool real);
   bool collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const;
@@ -113,6 +120,8 @@ class NormalForms {
   std::unordered_map<HeadId, const Term*> annotated_;
   std::vector<std::pair<ClassId, Node>> pending_;
   std::vector<ClassId> values_;
+  std::unordered_map<const char*, HeadId> operator_heads_;
+  std::unordered_map<QNumber, ClassId> numbers_[2];  // integers and reals
   std::vector<bool> added_;  // by 2 * term id + as_real
   ClassId own_ = forms::none;
 };

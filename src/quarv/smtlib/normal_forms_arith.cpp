@@ -17,6 +17,13 @@ std::string natural(const mpz_class& value, bool real) {
 
 /// A numeral or decimal; "(- n)" and "(/ p q)" where SMT-LIB has no literal.
 NormalForms::ClassId NormalForms::number(const QNumber& value, bool real) {
+  const auto [known, is_new] = numbers_[real ? 1 : 0].try_emplace(value, forms::none);
+  if (!is_new) return known->second;
+  const ClassId c = new_number(value, real);
+  return numbers_[real ? 1 : 0][value] = c;
+}
+
+NormalForms::ClassId NormalForms::new_number(const QNumber& value, bool real) {
   const DataType* sort = real ? m_.rat_type : m_.int_type;
   if (value.sign() < 0) return app("-", {number(-value, real)}, sort);
   if (value.is_integer()) return leaf(natural(value.num(), real), sort);
@@ -120,7 +127,7 @@ void NormalForms::sum(Node n) {
     }
     if (flat.size() < 2) continue;
     if (minus.empty()) {
-      form(g_.head("+"), plus);
+      form(operator_head("+"), plus);
       continue;
     }
     if (plus.empty()) {
@@ -128,7 +135,7 @@ void NormalForms::sum(Node n) {
     } else {
       form("-", {total(plus, real), total(minus, real)});
     }
-    form(g_.head("+"), flat);
+    form(operator_head("+"), flat);
   }
 }
 
@@ -163,7 +170,7 @@ void NormalForms::product(Node n) {
       classes.push_back(class_of(part));
       add_forms(classes.back(), part);
     }
-    form(g_.head("*"), classes);
+    form(operator_head("*"), classes);
   }
 }
 

@@ -201,7 +201,7 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   for (std::size_t i = 0; i < script.terms.size(); ++i) {
     if (i >= script.term_texts.size() || script.term_texts[i].empty()) roots.push_back(script.forms[i]);
   }
-  forms::Question question{graph, roots, {}, {}, {}, num_written};
+  forms::Question question{graph, roots, {}, {}, {}, {}, num_written};
   std::vector<FormId> base(graph.num_classes(), none);
   for (ClassId c = 0; c < graph.num_classes(); ++c) {
     FormId& b = base[graph.find(c)];
@@ -211,6 +211,10 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   std::vector<std::uint8_t> is_value(graph.num_classes());
   for (ClassId c : normal.values()) is_value[graph.find(c)] = 1;
   question.is_value = is_value;
+  std::vector<std::uint8_t> makes_literal(graph.num_heads());
+  for (forms::HeadId h = 0; h < graph.num_heads(); ++h)
+    makes_literal[h] = graph.head_at(h).text == "fp" ? 1 : 0;
+  question.makes_literal = makes_literal;
   std::vector<forms::Scope> scopes;
   const auto visible = visibility(written, script);
   std::unordered_map<const Symbol*, std::uint64_t> bits;
