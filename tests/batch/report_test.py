@@ -107,7 +107,7 @@ def test(folder, quarv):
     subprocess.run([quarv, 'report', 'results.jsonl', '-o', 'batch.html'], cwd=folder, check=True)
     subprocess.run([quarv, 'report', 'queries/1/7.smt2', '-o', 'script.html'], cwd=folder, check=True)
     write_small_batch(folder)
-    subprocess.run([quarv, 'batch', '--results', 'small.jsonl', 'small'], cwd=folder, check=True, stderr=subprocess.DEVNULL)
+    subprocess.run([quarv, 'batch', '--canonical', '--results', 'small.jsonl', 'small'], cwd=folder, check=True, stderr=subprocess.DEVNULL)
     subprocess.run([quarv, 'report', 'small.jsonl', '-o', 'small.html'], cwd=folder, check=True)
     (folder / 'none.jsonl').write_text((folder / 'small.jsonl').read_text().splitlines()[0] + '\n')  # a share without files
     subprocess.run([quarv, 'report', 'none.jsonl', '-o', 'none.html'], cwd=folder, check=True)

@@ -83,7 +83,7 @@ TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(= (not p) q)"), "(xor q p)");
   EXPECT_EQ(becomes("(not (bvult x y))"), "(bvule y x)");
   EXPECT_EQ(becomes("(= x (bvadd y (bvneg x)))"), "(= x (bvsub y x))");
-  EXPECT_EQ(becomes("(= (bvand x (bvand y x)) #x01)"), "(= (bvand x y) #x01)");
+  EXPECT_EQ(becomes("(= (bvand x (bvand y x)) #x01)"), "(= (bvand y x) #x01)");
   EXPECT_EQ(becomes("(and p (and q (and p r)))"), "(and p q r)");
   EXPECT_EQ(becomes("(<= (+ i (* (- 1) j)) 0)"), "(<= i j)");
 }
@@ -169,6 +169,21 @@ TEST_F(Forms, AreKeptOnce) {
   EXPECT_NE(add("y"), x);
   EXPECT_EQ(add("g", {x}), add("g", {x}));
   EXPECT_NE(add("g", {x}), add("g", {x, x}));
+}
+
+TEST_F(Forms, OfWhichTheFirstGoRoundInACircleAreReplacedByOthers) {
+  const ClassId x = add("x"), a = add("a");
+  const ClassId fa = add("f", {a});
+  graph_.add_to(a, graph_.head("g"), std::vector<ClassId>{fa});
+  graph_.add_to(fa, graph_.head("h"), std::vector<ClassId>{x, x});
+  const ClassId endless = add("e", {graph_.new_class(nullptr)});
+  graph_.add_to(fa, graph_.head("k"), std::vector<ClassId>{endless});
+  const ClassId b = graph_.new_class(nullptr), c = graph_.new_class(nullptr);
+  graph_.add_to(b, graph_.head("f"), std::vector<ClassId>{c});
+  graph_.add_to(c, graph_.head("g"), std::vector<ClassId>{b});
+  graph_.add_to(c, graph_.head("h"), std::vector<ClassId>{x, fa});
+  graph_.close();
+  EXPECT_EQ(cost({b}, 0), 4u);  // f(h(x, h(x, x)))
 }
 
 TEST_F(Forms, OfEqualClassesBecomeEqual) {

@@ -2,6 +2,7 @@
 
 #include <quarv/forms/choice.h>
 #include <quarv/forms/class_order.h>
+#include <quarv/forms/grounded.h>
 
 namespace quarv::forms {
 
@@ -25,16 +26,17 @@ struct Free {
 
 class Chooser {
  public:
-  explicit Chooser(const Question& q) : q_(q), g_(q.graph) {}
+  explicit Chooser(const Question& q) : q_(q), g_(q.graph), base_(q.base.begin(), q.base.end()) {}
 
   Choice run();
 
  private:
-  FormId base(ClassId c) const noexcept { return q_.base[c] != none ? q_.base[c] : g_.first_form(c); }
+  FormId base(ClassId c) const noexcept { return base_[c] != none ? base_[c] : g_.first_form(c); }
   std::uint32_t cost(FormId f) const noexcept { return g_.cost(f); }
   bool is_written(FormId f) const noexcept { return f < q_.num_written; }
   std::span<const ClassId> children(FormId f) const noexcept { return g_.children(g_.form(f)); }
 
+  bool is_endless(ClassId c) const noexcept { return is_grounded_ && base_[c] == none; }
   bool find_free();
   Free free_in(FormId f) const;
   bool is_admissible(ClassId c, FormId f) const;
@@ -56,6 +58,8 @@ class Chooser {
 
   const Question& q_;
   const FormGraph& g_;
+  std::vector<FormId> base_;
+  bool is_grounded_ = false;  // a class without a base has no finite term
   std::vector<Free> free_;
   std::vector<ClassId> all_;  // classes that the roots can need
   std::vector<FormId> chosen_;
@@ -72,6 +76,11 @@ bool Chooser::find_free() {
   std::vector<ClassId> stack;
   for (ClassId start = 0; start < n; ++start) {
     if (g_.find(start) != start || state[start] != 0 || g_.first_form(start) == none) continue;
+    if (is_endless(start)) {
+      free_[start].variables = overflow_variable;  // no form may need it
+      state[start] = 2;
+      continue;
+    }
     stack.push_back(start);
     while (!stack.empty()) {
       const ClassId c = stack.back();
@@ -234,12 +243,19 @@ Choice Chooser::improved(bool begin_written) {
 }
 
 Choice Chooser::run() {
-  if (!find_free()) return {};
+  if (!find_free()) {
+    base_ = grounded(g_, q_.base);
+    is_grounded_ = true;
+    for (ClassId c : q_.roots) {
+      if (base_[g_.find(c)] == none) return {};
+    }
+    find_free();
+  }
   // All that any form of what the roots need may need.
   std::vector<bool> seen(g_.num_classes());
   const auto visit = [&](ClassId c) {
     c = g_.find(c);
-    if (seen[c]) return;
+    if (seen[c] || is_endless(c)) return;
     seen[c] = true;
     all_.push_back(c);
   };

@@ -91,8 +91,8 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     Reader reader(session, {.written = written ? &*written : nullptr});
     const auto start = std::chrono::steady_clock::now();
     // A further round repeats what the first one did.
-    Script script =
-        report.rounds == 1 ? read_observed(session, reader, text, file, options) : reader.read_in_place(text, file);
+    Script script = report.rounds == 1 ? read_observed(session, reader, text, file, options)
+                                       : reader.read_in_place(text, file);
     if (report.rounds == 1) {
       largest_of_user = std::max(script.largest_dollar_name, script.largest_dollar_definition);
     } else {
@@ -114,7 +114,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     report.print_seconds += seconds_since(read);
     std::string now = std::move(printed).str();
     const bool trusted = result.stable && now.size() > small_text && options.sharing != Sharing::none;
-    if (chosen != nullptr) {
+    if (chosen != nullptr && options.sharing == Sharing::automatic) {
       // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point.
       const bool better = std::tuple(chosen->size, now.size()) < std::tuple(chosen->as_written, text.size());
       if (!better) now = text;

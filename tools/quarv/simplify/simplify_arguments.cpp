@@ -39,9 +39,8 @@ void add_simplify_options(CLI::App& command, SimplifyArguments& arguments) {
       ->check(CLI::IsMember({"auto", "let", "none"}).description(""))
       ->capture_default_str();
   command.add_flag(
-      "--smallest", arguments.smallest,
-      "Print each term in the form in which the whole script is smallest, the one as written where that "
-      "is as small, instead of the normal form");
+      "--canonical", arguments.canonical,
+      "Print the normal form, for comparing, instead of the smallest form in the words of the input");
 }
 
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
@@ -49,7 +48,8 @@ smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
   options.rules = !arguments.no_rules;
   options.simplifiers = !arguments.no_simplifiers;
   options.standard = arguments.standard;
-  options.smallest = arguments.smallest;
+  // What the library's own semantics equates need not be equal for whoever reads the output.
+  options.smallest = !arguments.canonical && !arguments.standard;
   if (arguments.sharing == "let") options.sharing = smtlib::Sharing::let;
   if (arguments.sharing == "none") options.sharing = smtlib::Sharing::none;
   options.disabled_rules = arguments.disabled_rules;

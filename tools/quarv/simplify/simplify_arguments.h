@@ -16,7 +16,7 @@ struct SimplifyArguments {
   bool no_rules = false;
   bool no_simplifiers = false;
   bool standard = false;
-  bool smallest = false;
+  bool canonical = false;
   std::string sharing = "auto";
   std::vector<std::string> rule_files;
   std::vector<std::string> disabled_rules;
