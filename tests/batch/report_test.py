@@ -83,7 +83,7 @@ def check_words(browser):
     assert tiles['Terms'].startswith('−') and tiles['Bytes'].startswith('+'), tiles
     assert cells(browser, 0) == ['shrinks.smt2', 'grows.smt2'], cells(browser, 0)
     assert browser.evaluate('document.querySelector("#grown code").textContent') == 'grows.smt2'
-    assert cells(browser, 4) == ['−50.0 %', '±0.0 %'], cells(browser, 4)
+    assert cells(browser, 4) == ['−75.0 %', '±0.0 %'], cells(browser, 4)
     assert [text[0] for text in cells(browser, 7)] == ['−', '+'], cells(browser, 7)
     sentences = browser.evaluate('[...document.querySelectorAll(".rule div")].map(d => d.textContent)')
     assert 't - t becomes 0.' in sentences, sentences

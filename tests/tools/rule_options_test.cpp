@@ -11,74 +11,74 @@ const std::string rewritten = "(declare-const a (_ BitVec 8))\n(assert (= (bvash
 TEST_F(Program, AppliesTheUsersRules) {
   write("my.rules", "# a comment\n\n" + my_rule);
   write("none.rules", "");
-  const std::string plain = run("$quarv simplify", shift_by_not).out;
+  const std::string plain = run("$quarv simplify --canonical", shift_by_not).out;
   EXPECT_NE(plain.find("bvnot"), std::string::npos);
-  EXPECT_EQ(run("$quarv simplify --rules my.rules", shift_by_not).out, rewritten);
-  EXPECT_EQ(run("$quarv simplify --rules none.rules --rules my.rules", shift_by_not).out, rewritten);
-  EXPECT_EQ(run("$quarv simplify - --rules=my.rules --disable-rule 185", shift_by_not).out, plain);
-  EXPECT_EQ(run("cat my.rules | $quarv simplify --rules - /dev/fd/3 3<<<'" + shift_by_not + "'").out,
+  EXPECT_EQ(run("$quarv simplify --canonical --rules my.rules", shift_by_not).out, rewritten);
+  EXPECT_EQ(run("$quarv simplify --canonical --rules none.rules --rules my.rules", shift_by_not).out, rewritten);
+  EXPECT_EQ(run("$quarv simplify --canonical - --rules=my.rules --disable-rule 185", shift_by_not).out, plain);
+  EXPECT_EQ(run("cat my.rules | $quarv simplify --canonical --rules - /dev/fd/3 3<<<'" + shift_by_not + "'").out,
             rewritten);
-  const Result stats = run("$quarv simplify --rules my.rules --stats", shift_by_not);
+  const Result stats = run("$quarv simplify --canonical --rules my.rules --stats", shift_by_not);
   EXPECT_NE(stats.err.find("  rule 185 "), std::string::npos) << stats.err;
 }
 
 TEST_F(Program, ReportsFaultsOfRuleFiles) {
   write("my.rules", my_rule + "  rewrite(bvnot(t), ) >> u\n");
-  const Result r = run("$quarv simplify --rules my.rules -o out.smt2", shift_by_not);
+  const Result r = run("$quarv simplify --canonical --rules my.rules -o out.smt2", shift_by_not);
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.err,
             "my.rules:2:26: error: the variable \"u\" of the result is not bound\n"
             "    rewrite(bvnot(t), ) >> u\n"
             "                           ^\n");
   EXPECT_EQ(num_files(), 1u);
-  EXPECT_EQ(run("$quarv simplify --rules nowhere.rules").err,
+  EXPECT_EQ(run("$quarv simplify --canonical --rules nowhere.rules").err,
             "quarv: error: cannot read nowhere.rules: No such file or directory\n");
   // Only when it is applied does it show that the result has another sort.
   write("wide.rules", "\nrewrite(bvashr(t, t2), ) >> zext(1, t)\n");
-  const Result wide = run("$quarv simplify --rules wide.rules", shift_by_not);
+  const Result wide = run("$quarv simplify --canonical --rules wide.rules", shift_by_not);
   EXPECT_EQ(wide.status, 1);
   EXPECT_EQ(wide.err.substr(0, 27), "wide.rules:2:1: error: the ") << wide.err;
   write("ill.rules", "rewrite(bvashr(t, t2), ) >> bvadd(t, zext(1, t))\n");
-  EXPECT_EQ(run("$quarv simplify --rules ill.rules", shift_by_not).err.substr(0, 23),
+  EXPECT_EQ(run("$quarv simplify --canonical --rules ill.rules", shift_by_not).err.substr(0, 23),
             "ill.rules:1:1: error: t");
 }
 
 TEST_F(Program, LeavesOutDisabledRules) {
   const std::string input = "(declare-const a (_ BitVec 8))\n(assert (bvule a #x07))\n";
-  const std::string with = run("$quarv simplify", input).out;
-  const std::string without = run("$quarv simplify --no-rules", input).out;
+  const std::string with = run("$quarv simplify --canonical", input).out;
+  const std::string without = run("$quarv simplify --canonical --no-rules", input).out;
   ASSERT_NE(with, without);
-  EXPECT_EQ(run("$quarv simplify --disable-rule 10", input).out, without);
-  EXPECT_EQ(run("$quarv simplify --disable-rule 'rewrite(bvule(t1, t2), ) >> ~(bvult(t2, t1))'", input).out,
+  EXPECT_EQ(run("$quarv simplify --canonical --disable-rule 10", input).out, without);
+  EXPECT_EQ(run("$quarv simplify --canonical --disable-rule 'rewrite(bvule(t1, t2), ) >> ~(bvult(t2, t1))'", input).out,
             without);
-  EXPECT_EQ(run("$quarv simplify --disable-rule 1 --disable-rule 10", input).out, without);
-  EXPECT_EQ(run("$quarv simplify --disable-rule 1 --disable-rule 2", input).out, with);
+  EXPECT_EQ(run("$quarv simplify --canonical --disable-rule 1 --disable-rule 10", input).out, without);
+  EXPECT_EQ(run("$quarv simplify --canonical --disable-rule 1 --disable-rule 2", input).out, with);
 }
 
 TEST_F(Program, AppliesRulesAlone) {
   const std::string input = "(declare-const a (_ BitVec 8))\n(assert (bvule a (bvadd #x01 #x02)))\n";
-  EXPECT_EQ(run("$quarv simplify --no-simplifiers", input).out,
+  EXPECT_EQ(run("$quarv simplify --canonical --no-simplifiers", input).out,
             "(declare-const a (_ BitVec 8))\n"
             "(assert (not (bvult (bvadd #x01 #x02) a)))\n");
   // Without the simplifiers and this rule, the rules on extensions would see an extension by no bits.
-  const std::string command = "$quarv simplify --no-simplifiers --disable-rule 126";
+  const std::string command = "$quarv simplify --canonical --no-simplifiers --disable-rule 126";
   const std::string extension = "(declare-const a (_ BitVec 8))\n(assert (= ((_ zero_extend 0) a) #xff))\n";
   EXPECT_EQ(run(command, extension).out, extension);
   EXPECT_NE(run(command + " --standard", extension).out, extension);
-  EXPECT_EQ(run("$quarv simplify --no-simplifiers --no-rules", "").status, 2);
+  EXPECT_EQ(run("$quarv simplify --canonical --no-simplifiers --no-rules", "").status, 2);
 }
 
 TEST_F(Program, AnswersUnknownRulesWithStatusTwo) {
   for (const char* rule : {"0", "185", "99999999999999999999", "-1", "x", "", "rewrite(bvnot(t), ) >> t"}) {
-    const Result r = run("$quarv simplify -o out.smt2 --disable-rule='" + std::string(rule) + "'", "");
+    const Result r = run("$quarv simplify --canonical -o out.smt2 --disable-rule='" + std::string(rule) + "'", "");
     EXPECT_EQ(r.status, 2) << rule;
     EXPECT_EQ(r.out, "") << rule;
     EXPECT_EQ(num_lines(r.err), 1u) << r.err;
     EXPECT_EQ(num_files(), 0u) << rule;
   }
-  EXPECT_EQ(run("$quarv simplify --disable-rule 185").err,
+  EXPECT_EQ(run("$quarv simplify --canonical --disable-rule 185").err,
             "quarv: there is no rule 185: rules count from 1 to 184 (quarv rules list tells more)\n");
-  EXPECT_EQ(run("$quarv simplify --rules x --no-rules").status, 2);
+  EXPECT_EQ(run("$quarv simplify --canonical --rules x --no-rules").status, 2);
 }
 
 }  // namespace

@@ -86,6 +86,7 @@ std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions
                                     {"rules", !how.no_rules},
                                     {"simplifiers", !how.no_simplifiers},
                                     {"standard", how.standard},
+                                    {"canonical", how.canonical},
                                     {"share", how.sharing},
                                     {"rule_files", rule_files},
                                     {"disabled_rules", how.disabled_rules},

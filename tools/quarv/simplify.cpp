@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include <CLI/CLI.hpp>
@@ -42,15 +43,17 @@ void simplify(const Arguments& arguments) {
   std::optional<Output> trace;
   if (!arguments.trace.empty()) options.trace = &trace.emplace(arguments.trace).stream();
   std::optional<Statistics> statistics;
+  std::ostringstream simplified;  // with statistics, which look at it
   if (arguments.stats.empty()) {
     smtlib::simplify_script(input.text(), input.name(), output.stream(), options);
   } else {
-    statistics = simplify_text(input.text(), input.name(), output.stream(), options);
+    statistics = simplify_text(input.text(), input.name(), simplified, options);
+    output.stream() << simplified.view();
   }
   if (trace) trace->commit();
   output.commit();
   if (!statistics) return;
-  measure_plain(input.text(), input.name(), *statistics);
+  measure_texts(input.text(), simplified.view(), input.name(), *statistics);
   fmt::print(stderr, "{}", arguments.stats == "json" ? as_json(*statistics) : as_text(*statistics));
 }
 

@@ -12,7 +12,6 @@
 #include <quarv/smtlib/smallest_script.h>
 #include <quarv/smtlib/trace.h>
 #include <quarv/smtlib/written_forms.h>
-#include <quarv/term/dag_size.h>
 
 namespace quarv::smtlib {
 
@@ -119,14 +118,12 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
       const bool better = std::tuple(chosen->size, now.size()) < std::tuple(chosen->as_written, text.size());
       if (!better) now = text;
       if (!better || report.rounds == most_rounds) {
-        report.terms_after = better ? chosen->size.terms : chosen->as_written.terms;
         out << (has_outgrown(now, input, options) ? input : now);
         return report;
       }
     }
     const bool settled = trusted || now == previous;
     if (settled || report.rounds == most_rounds) {
-      report.terms_after = dag_size(session.manager(), script.terms);
       out << (has_outgrown(now, input, options) ? input : now);
       return report;
     }

@@ -22,7 +22,6 @@ struct SimplifyOptions : SessionOptions {
 
 /// What happened, for those who want to know.
 struct SimplifyReport {
-  std::size_t terms_after = 0;  ///< distinct sub-terms of the output
   double read_seconds = 0;      ///< reading, building and simplifying
   double print_seconds = 0;
   std::size_t rounds = 1;  ///< how often the text was read until it did not change any more

@@ -69,8 +69,8 @@ class FileWork {
       phase = "unwritable";
       if (!options_.output_folder.empty()) write_output(input_, text, options_);
       phase = "failed";
-      measure_plain(script, input_.name, statistics);
-      finish(script.size(), text, statistics);
+      measure_texts(script, text, input_.name, statistics);
+      finish(normal_form(script, text), statistics);
     } catch (const InputError& e) {
       fail("rejected", e.what());
     } catch (const std::bad_alloc&) {
@@ -85,10 +85,18 @@ class FileWork {
     return options_.output_folder.empty() || access(output_path(input_, options_).c_str(), F_OK) == 0;
   }
 
-  void finish(std::size_t size, const std::string& text, const Statistics& statistics) {
-    Json row = {{"status", "ok"},
-                {"bytes", {{"before", size}, {"after", text.size()}}},
-                {"formula", formula_digest(text)}};
+  /// What formulas that simplify to the same have in common.
+  std::string normal_form(std::string_view script, const std::string& simplified) const {
+    if (!options_.simplify.smallest) return simplified;
+    smtlib::SimplifyOptions canonical = options_.simplify;
+    canonical.smallest = false;
+    std::ostringstream out;
+    smtlib::simplify_script(script, input_.name, out, canonical);
+    return std::move(out).str();
+  }
+
+  void finish(std::string_view normal_form, const Statistics& statistics) {
+    Json row = {{"status", "ok"}, {"formula", formula_digest(normal_form)}};
     row.update(as_object(statistics));
     report_.add(dump(row));
   }

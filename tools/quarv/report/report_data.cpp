@@ -135,6 +135,7 @@ smtlib::SimplifyOptions options_of(const Json& json) {
   options.rules = json.value("rules", true);
   options.simplifiers = json.value("simplifiers", true);
   options.standard = json.value("standard", false);
+  options.smallest = !options.standard && !json.value("canonical", false);
   options.disabled_rules = json.value("disabled_rules", std::vector<std::string>());
   return options;
 }
@@ -220,12 +221,11 @@ std::string script_report(std::string_view text, const std::string& name,
                           const smtlib::SimplifyOptions& options, std::size_t examples) {
   std::ostringstream out;
   Statistics statistics = simplify_text(text, name, out, options);
-  measure_plain(text, name, statistics);
+  measure_texts(text, out.view(), name, statistics);
   ReportData data("file", name, QUARV_VERSION, Json::object());
   Json row = as_object(statistics);
   row["file"] = name;
   row["status"] = "ok";
-  row["bytes"] = {{"before", text.size()}, {"after", out.view().size()}};
   row["seconds"]["total"] = statistics.read_seconds + statistics.simplify_seconds + statistics.print_seconds;
   data.add_row(row);
   data.add_examples(largest_reductions(text, name, options, examples));

@@ -4,7 +4,7 @@
 #include <chrono>
 
 #include <quarv/smtlib/read/reader.h>
-#include <quarv/term/dag_size.h>
+#include <quarv/smtlib/written_size.h>
 
 namespace quarv::cli {
 
@@ -13,7 +13,6 @@ Statistics simplify_text(std::string_view text, const std::string& name, std::os
   Statistics statistics;
   options.observer = &statistics.counts;
   const smtlib::SimplifyReport report = smtlib::simplify_script(text, name, out, options);
-  statistics.terms_after = report.terms_after;
   statistics.rounds = report.rounds;
   statistics.simplify_seconds = report.read_seconds;
   statistics.print_seconds = report.print_seconds;
@@ -21,13 +20,17 @@ Statistics simplify_text(std::string_view text, const std::string& name, std::os
   return statistics;
 }
 
-void measure_plain(std::string_view text, const std::string& name, Statistics& statistics) {
+void measure_texts(std::string_view text, std::string_view simplified, const std::string& name,
+                   Statistics& statistics) {
   Session session({.simplify = false});
   const auto start = std::chrono::steady_clock::now();
-  const smtlib::Script script = smtlib::Reader(session).read_in_place(text, name);
+  smtlib::Reader(session).read_in_place(text, name);
   statistics.read_seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   statistics.simplify_seconds = std::max(0.0, statistics.simplify_seconds - statistics.read_seconds);
-  statistics.terms_before = dag_size(session.manager(), script.terms);
+  statistics.bytes_before = text.size();
+  statistics.bytes_after = simplified.size();
+  statistics.terms_before = smtlib::written_size(text, name);
+  statistics.terms_after = smtlib::written_size(simplified, name);
 }
 
 }  // namespace quarv::cli

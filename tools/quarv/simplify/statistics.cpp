@@ -76,6 +76,8 @@ std::string as_text(const Statistics& s) {
   };
   line("terms before", std::to_string(s.terms_before));
   line("terms after", std::to_string(s.terms_after));
+  line("bytes before", std::to_string(s.bytes_before));
+  line("bytes after", std::to_string(s.bytes_after));
   append_counts(text, "simplifications", "", by_operator(s.counts));
   append_counts(text, "rule applications", "rule ", by_rule(s.counts));
   line("rounds", std::to_string(s.rounds));
@@ -89,6 +91,7 @@ std::string as_text(const Statistics& s) {
 nlohmann::ordered_json as_object(const Statistics& s) {
   return {
       {"terms", {{"before", s.terms_before}, {"after", s.terms_after}}},
+      {"bytes", {{"before", s.bytes_before}, {"after", s.bytes_after}}},
       {"simplifications", as_object(by_operator(s.counts))},
       {"rules", as_object(by_rule(s.counts))},
       {"rounds", s.rounds},

@@ -25,8 +25,10 @@ class Counter : public SimplificationObserver {
 
 /// What one run of the program did.
 struct Statistics {
-  std::size_t terms_before = 0;  ///< distinct sub-terms of the input, built as they were written
-  std::size_t terms_after = 0;
+  std::size_t terms_before = 0;  ///< distinct sub-terms of the input as it is written
+  std::size_t terms_after = 0;   ///< the same of the output
+  std::size_t bytes_before = 0;
+  std::size_t bytes_after = 0;
   std::size_t rounds = 1;       ///< how often the text was simplified until it did not change any more
   double read_seconds = 0;      ///< reading and building plain terms
   double simplify_seconds = 0;  ///< what reading with simplification takes longer
