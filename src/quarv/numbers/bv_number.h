@@ -19,7 +19,7 @@ namespace quarv {
 /// range.
 ///
 /// A number in small form is computed with in machine words and without allocation; any other in
-/// `QNumber::gmp_tmp`, which is why the helpers must not run concurrently with any other use of `QNumber`. A
+/// `QNumber::gmp_tmp`, of the thread. A
 /// computed result is small whenever it fits. The result may replace an operand. Operands are integers;
 /// nothing is defined for fractions. Nothing is thrown but `std::bad_alloc`.
 class QUARV_API BVNumber {

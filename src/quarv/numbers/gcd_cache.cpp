@@ -5,7 +5,7 @@
 
 namespace quarv {
 
-long gcd_cache[gcd_cache_size][gcd_cache_size];
+constinit std::atomic<long> gcd_cache[gcd_cache_size][gcd_cache_size];
 
 namespace {
 
@@ -18,14 +18,16 @@ void fill_gcd_cache(unsigned long x, unsigned long y) {
     divisor = rest;
     rest = remainder;
   }
-  gcd_cache[y][x] = gcd_cache[x][y] = static_cast<long>(divisor);
+  gcd_cache[x][y].store(static_cast<long>(divisor), std::memory_order_relaxed);
+  gcd_cache[y][x].store(static_cast<long>(divisor), std::memory_order_relaxed);
 }
 
 // gcd(x, y), if x and y are small enough for the cache and the entry is known, otherwise 0. An entry that
 // could be known but is not is filled. y is not 0.
 unsigned long look_up_gcd(unsigned long x, unsigned long y) {
   if ((x | y) >= gcd_cache_size) return 0;
-  if (const long known = gcd_cache[x][y]; known != 0) return static_cast<unsigned long>(known);
+  if (const long known = gcd_cache[x][y].load(std::memory_order_relaxed); known != 0)
+    return static_cast<unsigned long>(known);
   fill_gcd_cache(x, y);
   return 0;
 }
@@ -56,7 +58,8 @@ unsigned long look_up_gcd(unsigned long x, unsigned long y) {
 // What is known, the usual case, needs no register saved.
 unsigned long cached_gcd(unsigned long x, unsigned long y) {
   if ((x | y) < gcd_cache_size) {
-    if (const long known = gcd_cache[x][y]; known != 0) return static_cast<unsigned long>(known);
+    if (const long known = gcd_cache[x][y].load(std::memory_order_relaxed); known != 0)
+      return static_cast<unsigned long>(known);
   }
   return computed_gcd(x, y);
 }

@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <mutex>
 #include <new>
 
 #include <gmp.h>
@@ -49,12 +50,24 @@ bool are_gmp_functions_in_force() {
 
 }  // namespace
 
-GmpBadAlloc::GmpBadAlloc() noexcept : installed_(are_gmp_functions_in_force()) {
-  if (installed_) mp_set_memory_functions(allocate, reallocate, release);
+namespace {
+
+// GMP has its functions for the process, and here several threads may be at work.
+std::mutex in_force;
+std::size_t num_users = 0;
+
+}  // namespace
+
+GmpBadAlloc::GmpBadAlloc() noexcept {
+  const std::lock_guard lock(in_force);
+  installed_ = num_users != 0 || are_gmp_functions_in_force();
+  if (installed_ && num_users++ == 0) mp_set_memory_functions(allocate, reallocate, release);
 }
 
 GmpBadAlloc::~GmpBadAlloc() {
-  if (installed_) mp_set_memory_functions(nullptr, nullptr, nullptr);
+  if (!installed_) return;
+  const std::lock_guard lock(in_force);
+  if (--num_users == 0) mp_set_memory_functions(nullptr, nullptr, nullptr);
 }
 
 }  // namespace quarv

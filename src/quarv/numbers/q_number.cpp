@@ -49,14 +49,33 @@ __mpq_struct* make_block(InitialiseNum initialise_num, InitialiseDen initialise_
 
 }  // namespace
 
-constinit mpz_t QNumber::gmp_tmp[8] = {{{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}},
-                                       {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}},
-                                       {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}};
+constinit thread_local mpz_t QNumber::gmp_tmp[8] = {
+    {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}},
+    {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}, {{0, 0, &unused_limb}}};
+
+namespace {
+
+// Gives the memory of the scratch space back when a thread ends.
+struct ScratchOwner {
+  bool used = false;
+
+  ~ScratchOwner() {
+    for (auto& scratch : QNumber::gmp_tmp) {
+      mpz_clear(scratch);
+      *scratch = {0, 0, &unused_limb};
+    }
+  }
+};
+
+thread_local ScratchOwner scratch_owner;
+
+}  // namespace
 
 // --- Forms ---
 
 // The words of a big number that is about to get its value.
 QNumber::Words QNumber::new_block() {
+  scratch_owner.used = true;  // where there are big numbers, the scratch space gets memory
   Block* const block = new Block;
   mpz_init(mpq_numref(block));
   mpz_init(mpq_denref(block));
@@ -65,6 +84,7 @@ QNumber::Words QNumber::new_block() {
 
 // The words of a big number, a copy.
 QNumber::Words QNumber::new_block(mpz_srcptr num, mpz_srcptr den) {
+  scratch_owner.used = true;
   Block* const block = make_block([num](mpz_ptr part) { mpz_init_set(part, num); },
                                   [den](mpz_ptr part) { mpz_init_set(part, den); });
   return {reinterpret_cast<long>(block), 0};

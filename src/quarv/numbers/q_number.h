@@ -34,13 +34,13 @@ namespace quarv {
 /// it back. Every operation works on values: the two representations of one number are equal, hash alike and
 /// print alike (the one exception is the rounding of `divmod`).
 ///
-/// Arithmetic uses `gmp_tmp` and `gcd_cache`, which are process-wide and not locked: one thread at a time may
-/// compute with `QNumber`.
+/// Threads may compute at the same time, each with numbers of its own: the scratch space `gmp_tmp` belongs to
+/// the thread.
 class QUARV_API QNumber {
  public:
-  /// Scratch integers of the big arithmetic, initialised before any constructor runs and never cleared. Every
+  /// Scratch integers of the big arithmetic of this thread, initialised before any constructor runs. Every
   /// operation with a big operand or a big result may overwrite all of them.
-  static mpz_t gmp_tmp[8];
+  constinit static thread_local mpz_t gmp_tmp[8];
 
   /// Zero.
   QNumber() noexcept : num_(0), den_(1) {}

@@ -2,6 +2,6 @@
 
 namespace quarv::swflt {
 
-std::uint8_t float_exception_flags = 0;
+constinit thread_local std::uint8_t float_exception_flags = 0;
 
 }  // namespace quarv::swflt

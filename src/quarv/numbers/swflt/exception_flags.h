@@ -24,9 +24,8 @@ enum exception_flag : std::uint8_t {
   flag_invalid = 16,
 };
 
-/// The exceptions raised since the caller last stored 0, by any value of the process. Operations only set
-/// bits. Not synchronised.
-QUARV_API extern std::uint8_t float_exception_flags;
+/// The exceptions raised in this thread since it last stored 0. Operations only set bits.
+QUARV_API extern constinit thread_local std::uint8_t float_exception_flags;
 
 inline void raise(unsigned flags) {
   float_exception_flags = static_cast<std::uint8_t>(float_exception_flags | flags);

@@ -11,7 +11,7 @@ namespace {
 template <class Make>
 const Term* with_number(mpz_srcptr x, Make make) {
   if (mpz_fits_slong_p(x) && mpz_get_si(x) != LONG_MIN) return make(QNumber(mpz_get_si(x)));
-  static QNumber big;
+  thread_local QNumber big;
   big.set_integer(x);
   return make(big);
 }
@@ -19,7 +19,7 @@ const Term* with_number(mpz_srcptr x, Make make) {
 }  // namespace
 
 WideOperands& wide_operands() {
-  static WideOperands operands;
+  thread_local WideOperands operands;
   return operands;
 }
 

@@ -9,7 +9,7 @@ const Term* make_literal(TermManager* mgr, const IEEEFloat& x) {
   if (static_cast<long>(word) >= 0) {
     return mgr->make_fp_bits_number(QNumber(static_cast<long>(word)), f.ew, f.mw);
   }
-  static QNumber top_bit_set;  // keeps its memory from one call to the next
+  thread_local QNumber top_bit_set;  // keeps its memory from one call to the next
   const mp_limb_t limb = word;
   mpz_t integer;
   top_bit_set.set_integer(mpz_roinit_n(integer, &limb, 1));

@@ -1,0 +1,74 @@
+// Threads with sessions of their own do not disturb each other: each gets what one thread alone gets.
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <quarv/numbers/gmp_bad_alloc.h>
+#include <quarv/smtlib.h>
+
+namespace quarv {
+namespace {
+
+constexpr std::size_t num_threads = 16;
+
+std::string simplified(const std::string& text, bool smallest) {
+  smtlib::SimplifyOptions options;
+  options.smallest = smallest;
+  std::ostringstream out;
+  smtlib::simplify_script(text, "in.smt2", out, options);
+  return std::move(out).str();
+}
+
+/// Something of every theory, with numbers of several words.
+std::string script(std::size_t seed) {
+  const std::string n = std::to_string(seed + 3);
+  std::string text =
+      "(declare-const x (_ BitVec 200))(declare-const y (_ BitVec 200))(declare-const i Int)(declare-const r "
+      "Real)"
+      "(declare-const f Float64)(declare-fun g (Int) Int)(declare-const a (Array Int (_ BitVec 200)))\n";
+  for (std::size_t k = 0; k < 20; ++k) {
+    const std::string m = std::to_string(1'000'000'007 * (k + 1)) + "987654321987654321" + n;
+    text += "(assert (bvult (bvmul (bvadd x (_ bv" + n + " 200)) (_ bv" + m + " 200)) (bvurem (_ bv" + m +
+            " 200) y)))\n";
+    text += "(assert (<= (+ (* " + m + " i) (* 3 (g (+ i " + n + ")))) (mod " + m + " " + n + ")))\n";
+    text += "(assert (< (* (/ 7.0 " + m + ".0) r) (/ " + m + ".0 9.0)))\n";
+    text += "(assert (fp.leq (fp.mul RNE ((_ to_fp 11 53) RNE (/ " + m +
+            ".0 7.0)) ((_ to_fp 11 53) RNE 0.1)) f))\n";
+    text += "(assert (= (select (store a i (bvneg x)) (+ i 1)) (bvnot (bvnot (_ bv" + m + " 200)))))\n";
+  }
+  return text;
+}
+
+/// What a thread does, and finds.
+std::vector<std::string> work(std::size_t seed) {
+  std::vector<std::string> found{simplified(script(seed), true), simplified(script(seed), false)};
+  Session session;
+  smtlib::Reader reader(session, {.names = smtlib::Reader::Options::Names::session});
+  for (std::size_t k = 0; k < 50; ++k) {
+    const GmpBadAlloc throwing;
+    const Term* x = reader.constant("x" + std::to_string(k), session.manager().get_bv_type(100));
+    found.push_back(smtlib::term_text(session.manager(), session.simplify(session.manager().make_bv_add(
+                                                             x, session.manager().make_bv_neg(x)))));
+    QNumber sum;
+    for (long j = 1; j < 60; ++j) sum += QNumber(static_cast<long>(seed) + j, j + static_cast<long>(k));
+    found.push_back(sum.to_string());
+  }
+  return found;
+}
+
+TEST(Threads, WithSessionsOfTheirOwnGetWhatOneThreadAloneGets) {
+  std::vector<std::vector<std::string>> alone, together(num_threads);
+  for (std::size_t i = 0; i < num_threads; ++i) alone.push_back(work(i));
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < num_threads; ++i) {
+    threads.emplace_back([&together, i] { together[i] = work(i); });
+  }
+  for (std::thread& t : threads) t.join();
+  for (std::size_t i = 0; i < num_threads; ++i) EXPECT_EQ(together[i], alone[i]) << i;
+}
+
+}  // namespace
+}  // namespace quarv
