@@ -11,12 +11,14 @@
 #include <mpfr.h>
 
 #include "byte_source.h"
-#include "exact_float.h"
+#include "reference/floats.h"
 #include <quarv/numbers/ieee_float.h>
 
 namespace quarv::fuzz {
 
 namespace {
+
+using namespace reference;
 
 constexpr std::size_t widest_exact_exponent = 15;
 
@@ -113,7 +115,7 @@ FloatResult computed(const Case& c) {
 }
 
 /// The result of `to_integer`: out of range one of the bounds, 0 for NaN.
-FloatResult exact_integer(const Case& c, const ExactFloat& f) {
+FloatResult exact_integer(const Case& c, const FloatFormat& f) {
   if (f.is_nan(c.a)) return {0, invalid};
   const mpz_class least = c.width == 0 ? mpz_class(0) : mpz_class(-(mpz_class(1) << (c.width - 1)));
   const mpz_class most = (mpz_class(1) << c.width) - 1;
@@ -126,7 +128,7 @@ FloatResult exact_integer(const Case& c, const ExactFloat& f) {
 }
 
 FloatResult exact(const Case& c) {
-  const ExactFloat f(c.format.ew, c.format.mw), to(c.to.ew, c.to.mw);
+  const FloatFormat f(c.format.ew, c.format.mw), to(c.to.ew, c.to.mw);
   switch (c.operation) {
     case add:
       return f.add(c.a, c.b, c.rounding);
@@ -154,7 +156,7 @@ FloatResult exact(const Case& c) {
 
 /// Predicates, comparisons and the sign, which round nothing.
 void check_comparisons(const Case& c) {
-  const ExactFloat f(c.format.ew, c.format.mw);
+  const FloatFormat f(c.format.ew, c.format.mw);
   const IEEEFloat x = number(c.a, c.format, c.rounding), y = number(c.b, c.format, c.rounding);
   const bool ordered = !f.is_nan(c.a) && !f.is_nan(c.b);
   const int order = f.compare(c.a, c.b);
@@ -183,7 +185,7 @@ class MpfrFloat {
 
   mpfr_ptr get() { return value_; }
 
-  void decode(const ExactFloat& f, const mpz_class& bits) {
+  void decode(const FloatFormat& f, const mpz_class& bits) {
     const bool negative = f.is_negative(bits);
     if (f.is_nan(bits)) {
       mpfr_set_nan(value_);
@@ -200,7 +202,7 @@ class MpfrFloat {
   }
 
   /// Ends an operation with that rounding and ternary value: subnormal numbers have fewer bits.
-  mpz_class encode(const ExactFloat& f, int ternary, mpfr_rnd_t rounding) {
+  mpz_class encode(const FloatFormat& f, int ternary, mpfr_rnd_t rounding) {
     mpfr_subnormalize(value_, mpfr_check_range(value_, ternary, rounding), rounding);
     if (mpfr_nan_p(value_)) return f.nan();
     const bool negative = mpfr_signbit(value_) != 0;
@@ -224,7 +226,7 @@ class MpfrFloat {
 mpz_class by_mpfr(const Case& c) {
   static constexpr mpfr_rnd_t modes[] = {MPFR_RNDN, MPFR_RNDZ, MPFR_RNDU, MPFR_RNDD};
   const mpfr_rnd_t mode = modes[static_cast<int>(c.rounding)];
-  const ExactFloat f(c.format.ew, c.format.mw);
+  const FloatFormat f(c.format.ew, c.format.mw);
   MpfrFloat x(c.format), y(c.format);
   x.decode(f, c.a);
   y.decode(f, c.b);
@@ -253,7 +255,7 @@ mpz_class by_mpfr(const Case& c) {
     default:
       ternary = mpfr_set(result.get(), x.get(), mode);
   }
-  return result.encode(ExactFloat(result_format.ew, result_format.mw), ternary, mode);
+  return result.encode(FloatFormat(result_format.ew, result_format.mw), ternary, mode);
 }
 
 IEEEFloat::format format(ByteSource& source) {
@@ -266,7 +268,7 @@ IEEEFloat::format format(ByteSource& source) {
 
 /// An encoding, often one next to a border.
 mpz_class encoding(ByteSource& source, IEEEFloat::format f) {
-  const ExactFloat e(f.ew, f.mw);
+  const FloatFormat e(f.ew, f.mw);
   const bool negative = source.one_in(2);
   mpz_class magnitude;
   switch (source.below(6)) {

@@ -10,11 +10,11 @@
 #include <string>
 #include <string_view>
 
-#include "expression.h"
+#include "reference/operations.h"
 
 namespace {
 
-using namespace quarv::fuzz;
+using namespace quarv::reference;
 
 constexpr std::size_t max_width = 4;
 
@@ -30,16 +30,18 @@ class Tables {
 
   /// An operator on one bit-vector of width m.
   void unary(std::string_view op, std::size_t m, std::initializer_list<std::size_t> indices,
-             const Sort* result) {
+             std::size_t result) {
     std::string head(op);
     for (const std::size_t i : indices) head += ' ' + std::to_string(i);
     begin("unary (" + head + ") " + std::to_string(m));
-    for (std::size_t x = 0; x < std::size_t{1} << m; ++x) add(op, indices, {literal(m, x)}, result);
+    for (std::size_t x = 0; x < std::size_t{1} << m; ++x) {
+      add(result, bit_vector_value<Word>(op, {Word(x)}, {m}, indices));
+    }
     end();
   }
 
   /// An operator on bit-vectors of widths m and n.
-  void binary(std::string_view op, std::size_t m, std::size_t n, const Sort* result) {
+  void binary(std::string_view op, std::size_t m, std::size_t n, std::size_t result) {
     begin("binary " + std::string(op) + ' ' + std::to_string(m) + ' ' + std::to_string(n));
     add_pairs(op, m, n, result);
     end();
@@ -47,17 +49,11 @@ class Tables {
 
   void predicate(std::string_view op, std::string_view coq_name, std::size_t m) {
     begin("predicate " + std::string(coq_name) + ' ' + std::to_string(m));
-    add_pairs(op, m, m, sorts_.boolean());
+    add_pairs(op, m, m, 0);
     end();
   }
 
-  const Sort* bits(std::size_t width) { return sorts_.bit_vector(width); }
-
  private:
-  Expression literal(std::size_t width, std::size_t value) {
-    return {.kind = Expression::literal, .sort = bits(width), .value = mpq_class(value)};
-  }
-
   void begin(const std::string& left) {
     std::cout << "Goal " << left << " = [";
     first_ = true;
@@ -65,41 +61,31 @@ class Tables {
 
   void end() { std::cout << "].\nProof. vm_compute. reflexivity. Qed.\n"; }
 
-  void add_pairs(std::string_view op, std::size_t m, std::size_t n, const Sort* result) {
+  void add_pairs(std::string_view op, std::size_t m, std::size_t n, std::size_t result) {
     for (std::size_t x = 0; x < std::size_t{1} << m; ++x) {
       for (std::size_t y = 0; y < std::size_t{1} << n; ++y) {
-        add(op, {}, {literal(m, x), literal(n, y)}, result);
+        add(result, bit_vector_value<Word>(op, {Word(x), Word(y)}, {m, n}));
       }
     }
   }
 
   /// Width and value; a truth value has width 0.
-  void add(std::string_view op, std::initializer_list<std::size_t> indices,
-           std::initializer_list<Expression> arguments, const Sort* result) {
-    Expressions expressions = arguments;
-    Expression application{.kind = Expression::operation, .sort = result, .op = &operation_named(op)};
-    application.indices = indices;
-    for (std::size_t i = 0; i < arguments.size(); ++i) application.args.push_back(i);
-    expressions.push_back(application);
-    const Value value = evaluate(expressions, model_).back();
-    std::cout << (first_ ? "" : "; ") << '(' << (result->kind == Sort::boolean ? 0 : result->width) << ", "
-              << value.number << ')';
+  void add(std::size_t width, Word value) {
+    std::cout << (first_ ? "" : "; ") << '(' << width << ", " << static_cast<long>(value) << ')';
     first_ = false;
   }
 
-  Sorts sorts_;
-  Interpretation model_{0};
   bool first_ = true;
 };
 
 void write_operators_of_one_width(Tables& tables, std::size_t m) {
-  for (const std::string_view op : {"bvnot", "bvneg"}) tables.unary(op, m, {}, tables.bits(m));
+  for (const std::string_view op : {"bvnot", "bvneg"}) tables.unary(op, m, {}, m);
   for (const std::string_view op :
        {"bvand", "bvor", "bvxor", "bvnand", "bvnor", "bvxnor", "bvadd", "bvsub", "bvmul", "bvudiv", "bvurem",
         "bvsdiv", "bvsrem", "bvsmod", "bvshl", "bvlshr", "bvashr"}) {
-    tables.binary(op, m, m, tables.bits(m));
+    tables.binary(op, m, m, m);
   }
-  tables.binary("bvcomp", m, m, tables.bits(1));
+  tables.binary("bvcomp", m, m, 1);
   for (const std::string_view op : {"bvult", "bvule", "bvugt", "bvuge", "bvslt", "bvsle", "bvsgt", "bvsge"}) {
     tables.predicate(op, op, m);
   }
@@ -108,18 +94,18 @@ void write_operators_of_one_width(Tables& tables, std::size_t m) {
 
 void write_operators_with_indices(Tables& tables, std::size_t m) {
   for (std::size_t i = 0; i < m; ++i) {
-    for (std::size_t j = 0; j <= i; ++j) tables.unary("extract", m, {i, j}, tables.bits(i - j + 1));
+    for (std::size_t j = 0; j <= i; ++j) tables.unary("extract", m, {i, j}, i - j + 1);
   }
   for (std::size_t i = 0; i <= 3; ++i) {
-    tables.unary("zero_extend", m, {i}, tables.bits(m + i));
-    tables.unary("sign_extend", m, {i}, tables.bits(m + i));
-    if (i > 0) tables.unary("repeat", m, {i}, tables.bits(m * i));
+    tables.unary("zero_extend", m, {i}, m + i);
+    tables.unary("sign_extend", m, {i}, m + i);
+    if (i > 0) tables.unary("repeat", m, {i}, m * i);
   }
   for (std::size_t i = 0; i <= 2 * m + 1; ++i) {
-    tables.unary("rotate_left", m, {i}, tables.bits(m));
-    tables.unary("rotate_right", m, {i}, tables.bits(m));
+    tables.unary("rotate_left", m, {i}, m);
+    tables.unary("rotate_right", m, {i}, m);
   }
-  for (std::size_t n = 1; n <= max_width; ++n) tables.binary("concat", m, n, tables.bits(m + n));
+  for (std::size_t n = 1; n <= max_width; ++n) tables.binary("concat", m, n, m + n);
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "exact_float.h"
+#include "reference/floats.h"
 
 namespace quarv::fuzz {
 
@@ -74,7 +74,7 @@ ScriptGenerator::Place ScriptGenerator::apply(std::string_view name, const Sort*
                                               std::vector<Place> args, std::vector<std::size_t> indices) {
   return add({.kind = Expression::operation,
               .sort = sort,
-              .op = &operation_named(name),
+              .op = &reference::operation_named(name),
               .indices = std::move(indices),
               .args = std::move(args)});
 }
@@ -155,14 +155,14 @@ ScriptGenerator::Place ScriptGenerator::literal(const Sort* sort) {
       break;
     }
     case Sort::floating_point: {
-      const ExactFloat f(sort->width, sort->mantissa);
+      const reference::FloatFormat f(sort->width, sort->mantissa);
       const mpz_class values[] = {
           f.zero(false),
           f.zero(true),
           f.nan(),
           f.infinity(false),
           f.infinity(true),
-          f.round(static_cast<unsigned long>(source_.below(9)), Rounding::nearest_even).bits};
+          f.round(static_cast<unsigned long>(source_.below(9)), reference::Rounding::nearest_even).bits};
       const mpz_class bits =
           choice < std::size(values) ? values[choice] : source_.natural(1 + sort->width + sort->mantissa);
       e.value = f.is_nan(bits) ? f.nan() : bits;

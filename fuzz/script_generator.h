@@ -7,9 +7,14 @@
 #include <vector>
 
 #include "byte_source.h"
-#include "expression.h"
+#include "reference/terms.h"
 
 namespace quarv::fuzz {
+
+using reference::Expression;
+using reference::Expressions;
+using reference::Sort;
+using reference::Sorts;
 
 /// A script as expressions and as text.
 struct GeneratedScript {

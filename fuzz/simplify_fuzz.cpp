@@ -10,9 +10,8 @@
 #include <vector>
 
 #include "byte_source.h"
-#include "expression.h"
+#include "reference/library_terms.h"
 #include "script_generator.h"
-#include "term_translation.h"
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 
@@ -20,7 +19,9 @@ namespace quarv::fuzz {
 
 namespace {
 
-constexpr std::uint64_t num_assignments = 8;
+using reference::Evaluation;
+
+constexpr std::size_t num_assignments = 8;
 
 /// The terms of a script after one way of treating it.
 struct Variant {
@@ -46,13 +47,12 @@ Variant read(const char* name, const std::string& text, const smtlib::SimplifyOp
   } catch (const InputError& e) {
     fail(variant.text + e.what());
   }
-  std::vector<const Term*> terms;
+  reference::LibraryTerms terms(session.manager(), sorts, variant.expressions);
   for (const smtlib::Command& command : script.commands) {
     using Kind = smtlib::Command::Kind;
     if (command.kind != Kind::assertion && command.kind != Kind::simplify) continue;
-    for (const Term* t : script.terms_of(command)) terms.push_back(t);
+    for (const Term* t : script.terms_of(command)) variant.roots.push_back(terms.place(t));
   }
-  variant.roots = translate(session.manager(), terms, sorts, variant.expressions);
   return variant;
 }
 
@@ -60,25 +60,22 @@ void compare(const Variant& original, const Variant& variant) {
   if (original.roots.size() != variant.roots.size()) {
     fail(original.text + "lost or gained assertions as it was " + variant.name + ":\n" + variant.text);
   }
-  for (std::uint64_t seed = 0; seed < num_assignments; ++seed) {
-    const Interpretation model(seed);
-    const std::vector<Value> before = evaluate(original.expressions, model);
-    const std::vector<Value> after = evaluate(variant.expressions, model);
-    for (std::size_t i = 0; i < original.roots.size(); ++i) {
-      const Sort* sort = original.expressions[original.roots[i]].sort;
-      const Value& x = before[original.roots[i]];
-      const Value& y = after[variant.roots[i]];
-      if (equal(sort, x, y)) continue;
-      std::string values;
-      for (std::size_t p = 0; p < original.expressions.size(); ++p) {
-        const Expression& e = original.expressions[p];
-        if (e.kind == Expression::variable)
-          values += "  " + e.name + " = " + to_string(e.sort, before[p]) + '\n';
-      }
-      fail(original.text + "is changed as it is " + variant.name + ":\n" + variant.text + "term " +
-           std::to_string(i) + " had the value " + to_string(sort, x) + " and has " + to_string(sort, y) +
-           " for\n" + values);
+  Evaluation before(original.expressions, num_assignments), after(variant.expressions, num_assignments);
+  for (std::size_t i = 0; i < original.roots.size(); ++i) {
+    const Sort* sort = original.expressions[original.roots[i]].sort;
+    const auto& x = before[original.roots[i]];
+    const auto& y = after[variant.roots[i]];
+    const std::size_t different = first_difference(sort, x, y);
+    if (different == num_assignments) continue;
+    std::string values;
+    for (std::size_t p = 0; p < original.expressions.size(); ++p) {
+      const Expression& e = original.expressions[p];
+      if (e.kind != Expression::variable) continue;
+      values += "  " + e.name + " = " + to_string(e.sort, before[p].value(different)) + '\n';
     }
+    fail(original.text + "is changed as it is " + variant.name + ":\n" + variant.text + "term " +
+         std::to_string(i) + " had the value " + to_string(sort, x.value(different)) + " and has " +
+         to_string(sort, y.value(different)) + " for\n" + values);
   }
 }
 

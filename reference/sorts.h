@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-namespace quarv::fuzz {
+namespace quarv::reference {
 
 /// A sort of SMT-LIB. Equal sorts are one object of their `Sorts`.
 struct Sort {
@@ -26,9 +26,15 @@ struct Sort {
   std::size_t mantissa = 0;  ///< stored significand bits of a floating-point number
   const Sort* index = nullptr;
   const Sort* element = nullptr;
-  std::string text{};  ///< in SMT-LIB
+  std::string text{};      ///< in SMT-LIB
+  std::uint64_t hash = 0;  ///< of the text; Int and Real have the same
 
   bool is_arithmetic() const { return kind == integer || kind == real; }
+
+  /// Whether the values are natural numbers below 2^63.
+  bool is_word() const {
+    return kind == boolean || kind == rounding_mode || (kind == bit_vector && width < 64);
+  }
 };
 
 class Sorts {
@@ -38,32 +44,16 @@ class Sorts {
   const Sort* real() { return basic(Sort::real, "Real"); }
   const Sort* rounding_mode() { return basic(Sort::rounding_mode, "RoundingMode"); }
   const Sort* uninterpreted(const std::string& name) { return basic(Sort::uninterpreted, name); }
-  const Sort* bit_vector(std::size_t width) {
-    return intern(
-        {.kind = Sort::bit_vector, .width = width, .text = "(_ BitVec " + std::to_string(width) + ')'});
-  }
-  const Sort* floating_point(std::size_t ew, std::size_t mw) {
-    return intern({.kind = Sort::floating_point,
-                   .width = ew,
-                   .mantissa = mw,
-                   .text = "(_ FloatingPoint " + std::to_string(ew) + ' ' + std::to_string(mw + 1) + ')'});
-  }
-  const Sort* array(const Sort* index, const Sort* element) {
-    return intern({.kind = Sort::array,
-                   .index = index,
-                   .element = element,
-                   .text = "(Array " + index->text + ' ' + element->text + ')'});
-  }
+  const Sort* bit_vector(std::size_t width);
+  /// \param ew exponent bits \param mw stored significand bits, without the hidden one
+  const Sort* floating_point(std::size_t ew, std::size_t mw);
+  const Sort* array(const Sort* index, const Sort* element);
 
  private:
   const Sort* basic(Sort::Kind kind, const std::string& text) { return intern({.kind = kind, .text = text}); }
-  const Sort* intern(Sort sort) {
-    std::unique_ptr<const Sort>& place = sorts_[sort.text];
-    if (!place) place = std::make_unique<const Sort>(std::move(sort));
-    return place.get();
-  }
+  const Sort* intern(Sort sort);
 
   std::map<std::string, std::unique_ptr<const Sort>> sorts_;
 };
 
-}  // namespace quarv::fuzz
+}  // namespace quarv::reference

@@ -1,10 +1,10 @@
-#include "value.h"
+#include "reference/values.h"
 
 #include <set>
 
-#include "exact_float.h"
+#include "reference/floats.h"
 
-namespace quarv::fuzz {
+namespace quarv::reference {
 
 namespace {
 
@@ -66,7 +66,7 @@ mpz_class random_bits(std::size_t width, Random& random) {
 }
 
 mpz_class random_float(const Sort* sort, Random& random) {
-  const ExactFloat f(sort->width, sort->mantissa);
+  const FloatFormat f(sort->width, sort->mantissa);
   mpz_class result = random.natural(sort->width + sort->mantissa + 1);
   switch (random.below(10)) {
     case 0:
@@ -118,26 +118,6 @@ std::string to_string(const Sort* sort, const Value& value) {
   return result + "others: " + to_string(sort->element, value.array->others) + ']';
 }
 
-Random::Random(std::uint64_t seed, const std::string& text) : state_(seed + 0xcbf29ce484222325) {
-  for (const char c : text) state_ = (state_ ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-}
-
-std::uint64_t Random::next() {
-  // The generator SplitMix64: a counter whose values are mixed.
-  std::uint64_t x = state_ += 0x9e3779b97f4a7c15;
-  x = (x ^ x >> 30) * 0xbf58476d1ce4e5b9;
-  x = (x ^ x >> 27) * 0x94d049bb133111eb;
-  return x ^ x >> 31;
-}
-
-mpz_class Random::natural(std::size_t bits) {
-  mpz_class result;
-  for (std::size_t i = 0; i < bits; i += 32)
-    result = (result << 32) + static_cast<unsigned long>(next() >> 32);
-  mpz_fdiv_r_2exp(result.get_mpz_t(), result.get_mpz_t(), bits);
-  return result;
-}
-
 Value random_value(const Sort* sort, Random& random) {
   switch (sort->kind) {
     case Sort::boolean:
@@ -162,4 +142,4 @@ Value random_value(const Sort* sort, Random& random) {
   }
 }
 
-}  // namespace quarv::fuzz
+}  // namespace quarv::reference

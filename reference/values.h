@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -8,9 +7,10 @@
 
 #include <gmpxx.h>
 
-#include "sort.h"
+#include "reference/random.h"
+#include "reference/sorts.h"
 
-namespace quarv::fuzz {
+namespace quarv::reference {
 
 struct ArrayValue;
 
@@ -21,6 +21,11 @@ struct Value {
   std::shared_ptr<const ArrayValue> array;  ///< of array sorts
 };
 
+inline Value truth_value(bool x) {
+  return {x ? 1 : 0, nullptr};
+}
+
+/// The values of an array at indices whose values are no arrays themselves.
 struct ArrayValue {
   Value others;  ///< at all indices that are not listed
   std::map<mpq_class, Value> elements;
@@ -36,18 +41,6 @@ bool equal(const Sort* sort, const Value& a, const Value& b);
 
 std::string to_string(const Sort* sort, const Value& value);
 
-/// A sequence of random numbers that is fixed by a text.
-class Random {
- public:
-  Random(std::uint64_t seed, const std::string& text);
-  std::uint64_t next();
-  std::uint64_t below(std::uint64_t bound) { return next() % bound; }
-  mpz_class natural(std::size_t bits);
-
- private:
-  std::uint64_t state_;
-};
-
 /// A value of the sort, often one next to a border.
 Value random_value(const Sort* sort, Random& random);
 
@@ -57,11 +50,11 @@ class Interpretation {
  public:
   explicit Interpretation(std::uint64_t seed) : seed_(seed) {}
 
-  Random random(const std::string& text) const { return {seed_, text}; }
+  /// The choices to be made for a name or an operator with its arguments, of which `hash` is the hash.
+  Random random(std::uint64_t hash) const { return Random(Hash().add(hash).add(seed_).value()); }
 
-  /// The value of a name, applied to the arguments that `text` adds to it.
-  Value value(const std::string& text, const Sort* sort) const {
-    Random r = random(text + " : " + sort->text);
+  Value value(std::uint64_t hash, const Sort* sort) const {
+    Random r = random(Hash().add(hash).add(sort->hash).value());
     return random_value(sort, r);
   }
 
@@ -69,4 +62,4 @@ class Interpretation {
   std::uint64_t seed_;
 };
 
-}  // namespace quarv::fuzz
+}  // namespace quarv::reference

@@ -1,8 +1,8 @@
-#include "exact_float.h"
+#include "reference/floats.h"
 
 #include <algorithm>
 
-namespace quarv::fuzz {
+namespace quarv::reference {
 
 namespace {
 
@@ -57,14 +57,14 @@ mpz_class rounded_integer(const mpq_class& x, Rounding rounding) {
   return sgn(x) < 0 ? mpz_class(-result) : result;
 }
 
-ExactFloat::ExactFloat(std::size_t ew, std::size_t mw)
+FloatFormat::FloatFormat(std::size_t ew, std::size_t mw)
     : ew_(ew),
       mw_(mw),
       least_exponent_(2 - (1L << (ew - 1)) - static_cast<long>(mw)),
       sign_bit_(mpz_class(1) << (ew + mw)),
       infinity_(((mpz_class(1) << ew) - 1) << mw) {}
 
-mpq_class ExactFloat::value(const mpz_class& x) const {
+mpq_class FloatFormat::value(const mpz_class& x) const {
   const mpz_class size = magnitude(x);
   const mpz_class field = size >> mw_;
   mpz_class significand = size - (field << mw_);
@@ -74,7 +74,7 @@ mpq_class ExactFloat::value(const mpz_class& x) const {
   return is_negative(x) ? mpq_class(-result) : result;
 }
 
-FloatResult ExactFloat::round(const mpq_class& exact, Rounding rounding, bool negative_zero) const {
+FloatResult FloatFormat::round(const mpq_class& exact, Rounding rounding, bool negative_zero) const {
   if (sgn(exact) == 0) return {zero(negative_zero), 0};
   const bool negative = sgn(exact) < 0;
   const mpq_class size = abs(exact);
@@ -103,24 +103,24 @@ FloatResult ExactFloat::round(const mpq_class& exact, Rounding rounding, bool ne
 }
 
 /// A sum of zeros keeps their common sign; any other sum of 0 is positive unless rounding is downward.
-FloatResult ExactFloat::exact_sum(const mpq_class& sum, bool negative_a, bool negative_b,
-                                  Rounding rounding) const {
+FloatResult FloatFormat::exact_sum(const mpq_class& sum, bool negative_a, bool negative_b,
+                                   Rounding rounding) const {
   const bool negative = negative_a == negative_b ? negative_a : rounding == Rounding::toward_negative;
   return round(sum, rounding, negative);
 }
 
-FloatResult ExactFloat::add(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
+FloatResult FloatFormat::add(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
   if (is_nan(a) || is_nan(b)) return nan_result(signals(a) | signals(b));
   if (is_infinite(a) && is_infinite(b) && a != b) return nan_result(invalid);
   if (is_infinite(a) || is_infinite(b)) return {is_infinite(a) ? a : b, 0};
   return exact_sum(value(a) + value(b), is_negative(a), is_negative(b), rounding);
 }
 
-FloatResult ExactFloat::subtract(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
+FloatResult FloatFormat::subtract(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
   return add(a, with_sign(!is_negative(b), magnitude(b)), rounding);
 }
 
-FloatResult ExactFloat::multiply(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
+FloatResult FloatFormat::multiply(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
   const bool negative = is_negative(a) != is_negative(b);
   if (is_nan(a) || is_nan(b)) return nan_result(signals(a) | signals(b));
   if ((is_infinite(a) && is_zero(b)) || (is_zero(a) && is_infinite(b))) return nan_result(invalid);
@@ -128,7 +128,7 @@ FloatResult ExactFloat::multiply(const mpz_class& a, const mpz_class& b, Roundin
   return round(value(a) * value(b), rounding, negative);
 }
 
-FloatResult ExactFloat::divide(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
+FloatResult FloatFormat::divide(const mpz_class& a, const mpz_class& b, Rounding rounding) const {
   const bool negative = is_negative(a) != is_negative(b);
   if (is_nan(a) || is_nan(b)) return nan_result(signals(a) | signals(b));
   if ((is_infinite(a) && is_infinite(b)) || (is_zero(a) && is_zero(b))) return nan_result(invalid);
@@ -138,7 +138,7 @@ FloatResult ExactFloat::divide(const mpz_class& a, const mpz_class& b, Rounding 
   return round(value(a) / value(b), rounding, negative);
 }
 
-FloatResult ExactFloat::square_root(const mpz_class& a, Rounding rounding) const {
+FloatResult FloatFormat::square_root(const mpz_class& a, Rounding rounding) const {
   if (is_nan(a)) return nan_result(signals(a));
   if (is_zero(a)) return {a, 0};
   if (is_negative(a)) return nan_result(invalid);
@@ -155,7 +155,7 @@ FloatResult ExactFloat::square_root(const mpz_class& a, Rounding rounding) const
   return round(result, rounding);
 }
 
-FloatResult ExactFloat::round_to_integral(const mpz_class& a, Rounding rounding) const {
+FloatResult FloatFormat::round_to_integral(const mpz_class& a, Rounding rounding) const {
   if (is_nan(a)) return nan_result(signals(a));
   if (is_infinite(a)) return {a, 0};
   const mpq_class exact = value(a);
@@ -165,8 +165,8 @@ FloatResult ExactFloat::round_to_integral(const mpz_class& a, Rounding rounding)
   return result;
 }
 
-FloatResult ExactFloat::multiply_add(const mpz_class& a, const mpz_class& b, const mpz_class& c,
-                                     Rounding rounding) const {
+FloatResult FloatFormat::multiply_add(const mpz_class& a, const mpz_class& b, const mpz_class& c,
+                                      Rounding rounding) const {
   const bool negative = is_negative(a) != is_negative(b);
   if (is_nan(a) || is_nan(b) || is_nan(c)) return nan_result(signals(a) | signals(b) | signals(c));
   if ((is_infinite(a) && is_zero(b)) || (is_zero(a) && is_infinite(b))) return nan_result(invalid);
@@ -178,7 +178,7 @@ FloatResult ExactFloat::multiply_add(const mpz_class& a, const mpz_class& b, con
   return exact_sum(value(a) * value(b) + value(c), negative, is_negative(c), rounding);
 }
 
-FloatResult ExactFloat::remainder(const mpz_class& a, const mpz_class& b) const {
+FloatResult FloatFormat::remainder(const mpz_class& a, const mpz_class& b) const {
   if (is_nan(a) || is_nan(b)) return nan_result(signals(a) | signals(b));
   if (is_infinite(a) || is_zero(b)) return nan_result(invalid);
   if (is_infinite(b)) return {a, 0};
@@ -187,17 +187,26 @@ FloatResult ExactFloat::remainder(const mpz_class& a, const mpz_class& b) const 
   return round(dividend - divisor * quotient, Rounding::nearest_even, is_negative(a));
 }
 
-FloatResult ExactFloat::convert(const mpz_class& a, const ExactFloat& from, Rounding rounding) const {
+FloatResult FloatFormat::convert(const mpz_class& a, const FloatFormat& from, Rounding rounding) const {
   if (from.is_nan(a)) return nan_result(from.signals(a));
   if (from.is_infinite(a)) return {infinity(from.is_negative(a)), 0};
   return round(from.value(a), rounding, from.is_negative(a));
 }
 
-int ExactFloat::compare(const mpz_class& a, const mpz_class& b) const {
+std::optional<mpz_class> FloatFormat::to_integer(const mpz_class& a, std::size_t width, bool is_signed,
+                                                 Rounding rounding) const {
+  if (!is_finite(a)) return std::nullopt;
+  mpz_class result = rounded_integer(value(a), rounding);
+  const mpz_class bound = mpz_class(1) << (is_signed ? width - 1 : width);
+  if (result >= bound || result < (is_signed ? mpz_class(-bound) : mpz_class(0))) return std::nullopt;
+  return result;
+}
+
+int FloatFormat::compare(const mpz_class& a, const mpz_class& b) const {
   const mpz_class x = is_negative(a) ? mpz_class(-magnitude(a)) : a;
   const mpz_class y = is_negative(b) ? mpz_class(-magnitude(b)) : b;
   const int order = cmp(x, y);
   return (order > 0) - (order < 0);
 }
 
-}  // namespace quarv::fuzz
+}  // namespace quarv::reference

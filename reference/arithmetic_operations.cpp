@@ -1,6 +1,6 @@
-#include "expression.h"
+#include "reference/operations.h"
 
-namespace quarv::fuzz {
+namespace quarv::reference {
 
 namespace {
 
@@ -96,4 +96,4 @@ std::span<const Operation> arithmetic_operations() {
   return table;
 }
 
-}  // namespace quarv::fuzz
+}  // namespace quarv::reference

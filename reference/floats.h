@@ -1,14 +1,15 @@
 /// \file
-/// A second definition of binary floating point, by exact rational arithmetic and one rounding. It is slow,
-/// and exponents of more than about 15 bits make numbers too long for it.
+/// Binary floating point by exact rational arithmetic and one rounding, with the exceptions of IEEE 754. It
+/// is slow, and exponents of more than about 20 bits make numbers too long for it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 
 #include <gmpxx.h>
 
-namespace quarv::fuzz {
+namespace quarv::reference {
 
 enum class Rounding : std::uint8_t {
   nearest_even,
@@ -35,9 +36,9 @@ mpz_class rounded_integer(const mpq_class& x, Rounding rounding);
 
 /// The arithmetic of one format: `ew` exponent bits, `mw` stored significand bits. Operands and results are
 /// encodings of 1 + ew + mw bits. The only NaN among the results is positive and quiet, without payload.
-class ExactFloat {
+class FloatFormat {
  public:
-  ExactFloat(std::size_t ew, std::size_t mw);
+  FloatFormat(std::size_t ew, std::size_t mw);
 
   std::size_t exponent_bits() const { return ew_; }
   std::size_t significand_bits() const { return mw_; }
@@ -77,7 +78,11 @@ class ExactFloat {
   /// a - b * n, n being the integer nearest to a / b, the even one of two.
   FloatResult remainder(const mpz_class& a, const mpz_class& b) const;
   /// A number of the format `from`, in this format.
-  FloatResult convert(const mpz_class& a, const ExactFloat& from, Rounding rounding) const;
+  FloatResult convert(const mpz_class& a, const FloatFormat& from, Rounding rounding) const;
+
+  /// The integer to which a number is rounded, if it is one of the signed or unsigned integers of that width.
+  std::optional<mpz_class> to_integer(const mpz_class& a, std::size_t width, bool is_signed,
+                                      Rounding rounding) const;
 
   /// -1, 0 or 1 for numbers that are not NaN.
   int compare(const mpz_class& a, const mpz_class& b) const;
@@ -94,4 +99,4 @@ class ExactFloat {
   mpz_class infinity_;
 };
 
-}  // namespace quarv::fuzz
+}  // namespace quarv::reference

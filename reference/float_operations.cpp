@@ -1,17 +1,17 @@
-#include "exact_float.h"
-#include "expression.h"
+#include "reference/floats.h"
+#include "reference/operations.h"
 
-namespace quarv::fuzz {
+namespace quarv::reference {
 
 namespace {
 
-ExactFloat format(const Sort* sort) {
+FloatFormat format(const Sort* sort) {
   return {sort->width, sort->mantissa};
 }
 
 /// The format of argument i.
-ExactFloat format(const Call& c, std::size_t i) {
-  return format(c.sorts.at(i));
+FloatFormat format(const Call& c, std::size_t i) {
+  return format(c.sorts[i]);
 }
 
 Rounding rounding(const Call& c) {
@@ -23,34 +23,31 @@ Value number(const FloatResult& x) {
 }
 
 Value from_parts(const Call& c) {
-  const ExactFloat f = format(c.sort());
+  const FloatFormat f = format(c.sort);
   const mpz_class bits = (((c.integer(0) << c.width(1)) + c.integer(1)) << c.width(2)) + c.integer(2);
   return {f.is_nan(bits) ? f.nan() : bits, nullptr};
 }
 
 /// From an encoding, or rounded from another format, a signed bit-vector or a rational number.
 Value conversion(const Call& c) {
-  const ExactFloat f = format(c.sort());
+  const FloatFormat f = format(c.sort);
   if (c.count() == 1) return {f.is_nan(c.integer(0)) ? f.nan() : c.integer(0), nullptr};
   if (c.sorts[1]->kind == Sort::floating_point) {
     return number(f.convert(c.integer(1), format(c, 1), rounding(c)));
   }
-  mpq_class exact = c.number(1);
-  if (c.sorts[1]->kind == Sort::bit_vector && exact >= power_of_two(static_cast<long>(c.width(1)) - 1)) {
-    exact -= power_of_two(static_cast<long>(c.width(1)));
-  }
-  return number(f.round(exact, rounding(c)));
+  const bool is_signed = c.sorts[1]->kind == Sort::bit_vector;
+  return number(f.round(is_signed ? signed_value(c.integer(1), c.width(1)) : c.number(1), rounding(c)));
 }
 
 Value negated(const Call& c) {
-  const ExactFloat f = format(c.sort());
+  const FloatFormat f = format(c.sort);
   const mpz_class x = c.integer(0);
   return {f.is_nan(x) ? x : f.with_sign(!f.is_negative(x), f.magnitude(x)), nullptr};
 }
 
 /// The smaller or the larger number; of two different zeros the model chooses one.
 Value extremum(const Call& c, int wanted_order) {
-  const ExactFloat f = format(c.sort());
+  const FloatFormat f = format(c.sort);
   const mpz_class a = c.integer(0), b = c.integer(1);
   if (f.is_nan(a)) return {b, nullptr};
   if (f.is_nan(b)) return {a, nullptr};
@@ -60,7 +57,7 @@ Value extremum(const Call& c, int wanted_order) {
 
 template <class Relation>
 Value chain(const Call& c, Relation relation) {
-  const ExactFloat f = format(c, 0);
+  const FloatFormat f = format(c, 0);
   bool result = true;
   for (std::size_t i = 1; i < c.count(); ++i) {
     const mpz_class a = c.integer(i - 1), b = c.integer(i);
@@ -75,26 +72,20 @@ Value classified(const Call& c, Predicate predicate) {
 }
 
 Value to_bit_vector(const Call& c, bool is_signed) {
-  const ExactFloat f = format(c, 1);
-  const std::size_t width = c.index(0);
-  if (!f.is_finite(c.integer(1))) return c.open_value(2);
-  mpz_class result = rounded_integer(f.value(c.integer(1)), rounding(c));
-  const mpz_class bound = mpz_class(1) << (is_signed ? width - 1 : width);
-  const mpz_class least = is_signed ? mpz_class(-bound) : mpz_class(0);
-  if (result < least || result >= bound) return c.open_value(2);
-  if (result < 0) result += mpz_class(1) << width;
-  return {result, nullptr};
+  const auto result = format(c, 1).to_integer(c.integer(1), c.index(0), is_signed, rounding(c));
+  if (!result) return c.open_value(2);
+  return {wrapped(*result, c.index(0)), nullptr};
 }
 
 Value to_real(const Call& c) {
-  const ExactFloat f = format(c, 0);
+  const FloatFormat f = format(c, 0);
   if (!f.is_finite(c.integer(0))) return c.open_value(1);
   return {f.value(c.integer(0)), nullptr};
 }
 
 /// The encoding; of NaN the model chooses one.
 Value to_encoding(const Call& c) {
-  const ExactFloat f = format(c, 0);
+  const FloatFormat f = format(c, 0);
   if (!f.is_nan(c.integer(0))) return *c.args[0];
   Random random = c.open(1);
   mpz_class payload = random.natural(f.significand_bits());
@@ -102,18 +93,17 @@ Value to_encoding(const Call& c) {
   return {f.with_sign(random.below(2) != 0, f.infinity(false) + payload), nullptr};
 }
 
-using F = const ExactFloat&;
+using F = const FloatFormat&;
 using Z = const mpz_class&;
 
 constexpr Operation table[] = {
     {"fp", from_parts},
     {"to_fp", conversion},
-    {"to_fp_unsigned",
-     [](const Call& c) { return number(format(c.sort()).round(c.number(1), rounding(c))); }},
+    {"to_fp_unsigned", [](const Call& c) { return number(format(c.sort).round(c.number(1), rounding(c))); }},
 
     {"fp.abs",
      [](const Call& c) {
-       return Value{format(c.sort()).magnitude(c.integer(0)), nullptr};
+       return Value{format(c.sort).magnitude(c.integer(0)), nullptr};
      }},
     {"fp.neg", negated},
     {"fp.add",
@@ -164,4 +154,4 @@ std::span<const Operation> float_operations() {
   return table;
 }
 
-}  // namespace quarv::fuzz
+}  // namespace quarv::reference
