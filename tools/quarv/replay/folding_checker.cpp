@@ -1,5 +1,5 @@
 /// \file
-/// Checking what simplifiers do: the order of arguments, Booleans, bit-vectors.
+/// Checking what simplifiers do: the order of arguments, Booleans.
 #include <algorithm>
 #include <array>
 
@@ -9,28 +9,12 @@ namespace quarv::cli {
 
 namespace {
 
-mpz_class power_of_two(std::size_t n) {
-  return mpz_class(1) << n;
-}
-
-mpz_class modulo_power(const mpz_class& x, std::size_t width) {
-  mpz_class r;
-  mpz_fdiv_r_2exp(r.get_mpz_t(), x.get_mpz_t(), width);
-  return r;
-}
-
-mpz_class as_signed(const mpz_class& x, std::size_t width) {
-  return mpz_tstbit(x.get_mpz_t(), width - 1) != 0 ? mpz_class(x - power_of_two(width)) : x;
-}
-
 template <std::size_t N>
 bool is_one_of(const std::string& op, const std::array<const char*, N>& ops) {
   return std::find(ops.begin(), ops.end(), op) != ops.end();
 }
 
 constexpr std::array commutative = {"and", "or", "=", "+", "*", "fp.eq"};
-
-constexpr std::array bit_vector_predicates = {"bvult", "bvule", "bvslt", "bvsle"};
 
 /// An index of an operator; too large a number for one that is none.
 std::size_t index(const Expression& e, std::size_t i) {
@@ -40,62 +24,6 @@ std::size_t index(const Expression& e, std::size_t i) {
     return none;
   }
   return std::stoul(e.indices[i]);
-}
-
-std::optional<mpz_class> fold_unary(const Expression& e, const mpz_class& x, std::size_t w, std::size_t wr) {
-  const std::size_t n = index(e, 0);
-  if (e.op == "bvnot") return power_of_two(w) - 1 - x;
-  if (e.op == "bvneg") return modulo_power(-x, w);
-  if (e.op == "zero_extend" && wr == w + n) return x;
-  if (e.op == "sign_extend" && wr == w + n) return modulo_power(as_signed(x, w), wr);
-  if (e.op == "extract" && n < w && index(e, 1) <= n && wr == n - index(e, 1) + 1) {
-    return modulo_power(x >> index(e, 1), wr);
-  }
-  const bool left = e.op == "rotate_left";
-  if ((left || e.op == "rotate_right") && e.indices.size() == 1) {
-    const std::size_t up = left ? n % w : (w - n % w) % w;
-    return modulo_power((x << up) + (x >> (w - up)), w);
-  }
-  return std::nullopt;
-}
-
-mpz_class divide(const mpz_class& x, const mpz_class& y, std::size_t w) {
-  return y == 0 ? mpz_class(power_of_two(w) - 1) : mpz_class(x / y);
-}
-
-mpz_class remainder(const mpz_class& x, const mpz_class& y) {
-  return y == 0 ? x : mpz_class(x % y);
-}
-
-std::optional<mpz_class> fold_binary(const std::string& op, const mpz_class& x, const mpz_class& y,
-                                     std::size_t w) {
-  if (op == "bvadd") return modulo_power(x + y, w);
-  if (op == "bvsub") return modulo_power(x - y, w);
-  if (op == "bvmul") return modulo_power(x * y, w);
-  if (op == "bvand") return mpz_class(x & y);
-  if (op == "bvor") return mpz_class(x | y);
-  if (op == "bvxor") return mpz_class(x ^ y);
-  if (op == "bvudiv") return divide(x, y, w);
-  if (op == "bvurem") return remainder(x, y);
-  const mpz_class sx = as_signed(x, w);
-  const mpz_class sy = as_signed(y, w);
-  // Magnitudes are divided; the quotient by zero is all ones, negated for a negative dividend.
-  if (op == "bvsdiv") {
-    const mpz_class quotient = divide(abs(sx), abs(sy), w);
-    return modulo_power((sx < 0) != (sy < 0) ? mpz_class(-quotient) : quotient, w);
-  }
-  if (op == "bvsrem") {
-    const mpz_class rest = remainder(abs(sx), abs(sy));
-    return modulo_power(sx < 0 ? mpz_class(-rest) : rest, w);
-  }
-  const bool out = y >= w;
-  const std::size_t amount = out ? 0 : y.get_ui();
-  if (op == "bvshl") return out ? mpz_class(0) : modulo_power(x << amount, w);
-  if (op == "bvlshr") return out ? mpz_class(0) : mpz_class(x >> amount);
-  if (op == "bvashr")
-    return out ? mpz_class(sx < 0 ? mpz_class(power_of_two(w) - 1) : mpz_class(0))
-               : modulo_power(sx >> amount, w);
-  return std::nullopt;
 }
 
 }  // namespace
@@ -109,19 +37,23 @@ bool FoldingChecker::check(const Expression& e, TermName after) const {
   if (!same_sort) return false;
   if (is_commuted(e, result) || is_congruent(e, result)) return true;
   if (e.kind != Expression::operation || e.args.empty()) return false;
+  if (const auto value = evaluated(e)) {
+    const auto result_value = literal(after);
+    return result_value && result_value->number == value->number;
+  }
   const std::size_t n = e.args.size();
-  if (e.op.starts_with("fp.") || e.op.starts_with("to_fp")) return check_float(e, after);
   const bool boolean_arguments = std::all_of(
       e.args.begin(), e.args.end(), [&](TermName t) { return trace_.sort_of(t).kind == TraceSort::boolean; });
   if (((e.op == "and" || e.op == "or" || e.op == "=") && n == 2 && boolean_arguments) ||
       (e.op == "not" && n == 1) || (e.op == "ite" && n == 3)) {
     return check_boolean(e, after);
   }
-  if (e.op == "bv2nat" || e.op == "sbv_to_int" || e.op == "int2bv") return check_conversion(e, after);
+  if (e.op == "int2bv") return check_there_and_back(e, after);
   if (e.op == "select" || e.op == "store") return check_store(e, after);
   if (is_arithmetic(trace_.term(e.args[0]).sort)) return check_arithmetic(e, after);
   if (e.op == "=" && n == 2) return check_equality(e, after);
-  return trace_.sort_of(e.args[0]).kind == TraceSort::bit_vector && check_bit_vector(e, after);
+  // An extension by no bits.
+  return e.op == "zero_extend" && n == 1 && index(e, 0) == 0 && e.args[0] == after;
 }
 
 /// The same application with its last two arguments exchanged.
@@ -162,78 +94,11 @@ std::optional<bool> FoldingChecker::truth(TermName t) const {
   return e.op == "false" ? std::optional(false) : std::nullopt;
 }
 
-// Bit-vectors.
-
-std::optional<mpz_class> FoldingChecker::bits(TermName t) const {
-  const Expression& e = trace_.term(t);
+/// From a bit-vector to an integer and back again.
+bool FoldingChecker::check_there_and_back(const Expression& e, TermName after) const {
   const TraceSort& sort = trace_.sort(e.sort);
-  if (e.kind != Expression::value || sort.kind != TraceSort::bit_vector || sort.width == 0)
-    return std::nullopt;
-  const mpz_class n = e.number.get_num();
-  if (e.number.get_den() != 1 || n < 0 || n >= power_of_two(sort.width)) return std::nullopt;
-  return n;
-}
-
-std::optional<mpz_class> FoldingChecker::fold_bits(const Expression& e) const {
-  const std::size_t result_width = trace_.sort(e.sort).width;
-  const std::size_t w = trace_.sort_of(e.args[0]).width;
-  const auto x = bits(e.args[0]);
-  if (!x) return std::nullopt;
-  if (e.args.size() == 1) return fold_unary(e, *x, w, result_width);
-  const auto y = bits(e.args[1]);
-  if (!y || e.args.size() != 2 || !e.indices.empty()) return std::nullopt;
-  const std::size_t second_width = trace_.sort_of(e.args[1]).width;
-  if (e.op == "concat") {
-    return result_width == w + second_width ? std::optional(mpz_class((*x << second_width) + *y))
-                                            : std::nullopt;
-  }
-  if (w != second_width) return std::nullopt;
-  if (e.op == "bvcomp") return result_width == 1 ? std::optional(mpz_class(*x == *y ? 1 : 0)) : std::nullopt;
-  return result_width == w ? fold_binary(e.op, *x, *y, w) : std::nullopt;
-}
-
-std::optional<bool> FoldingChecker::fold_predicate(const Expression& e) const {
-  if (!is_one_of(e.op, bit_vector_predicates) || e.args.size() != 2) return std::nullopt;
-  auto x = bits(e.args[0]);
-  auto y = bits(e.args[1]);
-  const std::size_t w = trace_.sort_of(e.args[0]).width;
-  if (!x || !y || w != trace_.sort_of(e.args[1]).width) return std::nullopt;
-  if (e.op[2] == 's') {
-    x = as_signed(*x, w);
-    y = as_signed(*y, w);
-  }
-  return e.op.ends_with("lt") ? *x < *y : *x <= *y;
-}
-
-/// Bit-vector operators are only evaluated.
-bool FoldingChecker::check_bit_vector(const Expression& e, TermName after) const {
-  if (trace_.sort(e.sort).kind == TraceSort::boolean) {
-    const auto value = fold_predicate(e);
-    return value && value == truth(after);
-  }
-  // An extension by no bits.
-  if (e.op == "zero_extend" && e.args.size() == 1 && index(e, 0) == 0 && e.args[0] == after) return true;
-  const auto value = fold_bits(e);
-  return value && value == bits(after);
-}
-
-/// Between bit-vectors and integers: numbers, and there and back again.
-bool FoldingChecker::check_conversion(const Expression& e, TermName after) const {
-  if (e.args.size() != 1) return false;
+  if (e.args.size() != 1 || sort.kind != TraceSort::bit_vector || index(e, 0) != sort.width) return false;
   const Expression& argument = trace_.term(e.args[0]);
-  const Expression& result = trace_.term(after);
-  if (e.op != "int2bv") {
-    auto x = bits(e.args[0]);
-    if (!x || result.kind != Expression::value || !is_arithmetic(result.sort)) return false;
-    if (e.op == "sbv_to_int") x = as_signed(*x, trace_.sort_of(e.args[0]).width);
-    return result.number == *x;
-  }
-  const TraceSort& sort = trace_.sort(e.sort);
-  if (sort.kind != TraceSort::bit_vector || index(e, 0) != sort.width) return false;
-  if (argument.kind == Expression::value) {
-    return argument.number.get_den() == 1 &&
-           bits(after) == modulo_power(argument.number.get_num(), sort.width);
-  }
   const bool is_signed = argument.op == "sbv_to_int";
   if (argument.kind != Expression::operation || argument.args.size() != 1) return false;
   if (!is_signed && argument.op != "bv2nat") return false;

@@ -7,7 +7,8 @@
 #include <unordered_map>
 #include <vector>
 
-#include "replay/plain_float.h"
+#include "reference/floats.h"
+#include "reference/values.h"
 #include "replay/trace_file.h"
 #include <quarv/rules/rule_language.h>
 
@@ -118,19 +119,10 @@ class FoldingChecker {
   bool are_equal(TermName a, TermName b) const;
 
   std::optional<bool> truth(TermName t) const;
-  std::optional<mpz_class> bits(TermName t) const;
-  std::optional<mpz_class> fold_bits(const Expression& e) const;
-  std::optional<bool> fold_predicate(const Expression& e) const;
-  bool check_bit_vector(const Expression& e, TermName after) const;
-  bool check_conversion(const Expression& e, TermName after) const;
-
-  std::optional<PlainFloat> float_value(TermName t) const;
-  bool is_float(TermName after, const PlainFloat& x, Rounding mode) const;
-  bool check_float(const Expression& e, TermName after) const;
-  bool check_float_conversion(const Expression& e, std::optional<Rounding> mode, std::size_t first,
-                              TermName after) const;
-  bool check_float_to_bits(const Expression& e, const PlainFloat& x, std::optional<Rounding> mode,
-                           TermName after) const;
+  const reference::Sort* reference_sort(std::size_t sort) const;
+  std::optional<reference::Value> literal(TermName t) const;
+  std::optional<reference::Value> evaluated(const Expression& e) const;
+  bool check_there_and_back(const Expression& e, TermName after) const;
 
   bool check_boolean(const Expression& e, TermName after) const;
   void add_atoms(TermName t, std::vector<TermName>& atoms) const;
@@ -159,6 +151,7 @@ class FoldingChecker {
 
   const TraceFile& trace_;
   const KnownTerms& known_;
+  mutable reference::Sorts sorts_;
   // What has been found out, as terms do not change.
   mutable std::map<std::pair<TermName, TermName>, Comparison> compared_;
   mutable std::unordered_map<TermName, std::string> index_keys_;
