@@ -8,10 +8,10 @@
 #include <string>
 
 #include <gmpxx.h>
-#include <mpfr.h>
 
 #include "byte_source.h"
 #include "reference/floats.h"
+#include "tests/support/mpfr_float.h"
 #include <quarv/numbers/ieee_float.h>
 
 namespace quarv::fuzz {
@@ -171,67 +171,14 @@ void check_comparisons(const Case& c) {
   if (!classes || !relations || !negation || x.get_bits().num() != c.a) fail(c, "agreement", x.to_string());
 }
 
-/// A number of one format as MPFR holds it. While one lives, MPFR has the exponent range of its format.
-class MpfrFloat {
- public:
-  explicit MpfrFloat(IEEEFloat::format f) : format_(f) {
-    mpfr_set_emin(2 - bias() - static_cast<long>(f.mw));
-    mpfr_set_emax(bias() + 1);
-    mpfr_init2(value_, static_cast<mpfr_prec_t>(f.mw + 1));
-  }
-  MpfrFloat(const MpfrFloat&) = delete;
-  MpfrFloat& operator=(const MpfrFloat&) = delete;
-  ~MpfrFloat() { mpfr_clear(value_); }
-
-  mpfr_ptr get() { return value_; }
-
-  void decode(const FloatFormat& f, const mpz_class& bits) {
-    const bool negative = f.is_negative(bits);
-    if (f.is_nan(bits)) {
-      mpfr_set_nan(value_);
-    } else if (f.is_infinite(bits)) {
-      mpfr_set_inf(value_, negative ? -1 : 1);
-    } else {
-      const mpz_class field = f.magnitude(bits) >> format_.mw;
-      mpz_class significand = f.magnitude(bits) - (field << format_.mw);
-      if (field != 0) significand += mpz_class(1) << format_.mw;
-      const long exponent = (field == 0 ? 1 : field.get_si()) - bias() - static_cast<long>(format_.mw);
-      mpfr_set_z_2exp(value_, significand.get_mpz_t(), exponent, MPFR_RNDN);
-      mpfr_setsign(value_, value_, negative, MPFR_RNDN);
-    }
-  }
-
-  /// Ends an operation with that rounding and ternary value: subnormal numbers have fewer bits.
-  mpz_class encode(const FloatFormat& f, int ternary, mpfr_rnd_t rounding) {
-    mpfr_subnormalize(value_, mpfr_check_range(value_, ternary, rounding), rounding);
-    if (mpfr_nan_p(value_)) return f.nan();
-    const bool negative = mpfr_signbit(value_) != 0;
-    if (mpfr_zero_p(value_)) return f.zero(negative);
-    if (mpfr_inf_p(value_)) return f.infinity(negative);
-    mpz_class significand;
-    const long exponent = mpfr_get_z_2exp(significand.get_mpz_t(), value_);
-    const long field = exponent + bias() + static_cast<long>(format_.mw);
-    const mpz_class size = abs(significand);
-    if (field < 1) return f.with_sign(negative, size >> static_cast<unsigned long>(1 - field));
-    return f.with_sign(negative, (mpz_class(field - 1) << format_.mw) + size);
-  }
-
- private:
-  long bias() const { return (1L << (format_.ew - 1)) - 1; }
-
-  IEEEFloat::format format_;
-  mpfr_t value_;
-};
-
 mpz_class by_mpfr(const Case& c) {
   static constexpr mpfr_rnd_t modes[] = {MPFR_RNDN, MPFR_RNDZ, MPFR_RNDU, MPFR_RNDD};
   const mpfr_rnd_t mode = modes[static_cast<int>(c.rounding)];
-  const FloatFormat f(c.format.ew, c.format.mw);
-  MpfrFloat x(c.format), y(c.format);
-  x.decode(f, c.a);
-  y.decode(f, c.b);
+  MpfrFloat x(c.format.ew, c.format.mw), y(c.format.ew, c.format.mw);
+  x.decode(c.a);
+  y.decode(c.b);
   const IEEEFloat::format result_format = c.operation == conversion ? c.to : c.format;
-  MpfrFloat result(result_format);
+  MpfrFloat result(result_format.ew, result_format.mw);
   int ternary = 0;
   switch (c.operation) {
     case add:
@@ -255,7 +202,8 @@ mpz_class by_mpfr(const Case& c) {
     default:
       ternary = mpfr_set(result.get(), x.get(), mode);
   }
-  return result.encode(FloatFormat(result_format.ew, result_format.mw), ternary, mode);
+  result.finish(ternary, mode);
+  return result.is_nan() ? FloatFormat(result_format.ew, result_format.mw).nan() : result.encode();
 }
 
 IEEEFloat::format format(ByteSource& source) {

@@ -40,6 +40,10 @@ class TermEvaluation {
  public:
   TermEvaluation(const TermManager& manager, std::size_t num_assignments, std::uint64_t seed = 0)
       : terms_(manager, sorts_, expressions_), values_(expressions_, num_assignments, seed) {}
+  TermEvaluation(const TermEvaluation&) = delete;
+  TermEvaluation& operator=(const TermEvaluation&) = delete;
+
+  std::size_t num_assignments() const { return values_.num_assignments(); }
 
   /// Gives a declared constant its values, before a term is evaluated in which it occurs.
   void set(const Term* variable, Column values) { values_.set(terms_.place(variable), std::move(values)); }

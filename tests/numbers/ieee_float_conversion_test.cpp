@@ -5,9 +5,9 @@
 #include <gmpxx.h>
 #include <gtest/gtest.h>
 
-#include "numbers/float_reference.h"
 #include "numbers/float_samples.h"
 #include "numbers/number_samples.h"
+#include "reference/floats.h"
 #include <quarv/numbers/ieee_float.h>
 
 namespace quarv {
@@ -173,7 +173,7 @@ TEST(IEEEFloatConversion, ToIntegers) {
       const mpz_class low = -(mpz_class(1) << (width - 1)), high = (mpz_class(1) << width) - 1;
       for (const Mode mode : modes) {
         x.set_rounding_mode(mode);
-        mpz_class wanted = FloatReference::rounded_integer(v, mode);
+        mpz_class wanted = reference::rounded_integer(v, static_cast<reference::Rounding>(mode));
         if (wanted < low) wanted = low;
         if (wanted > high) wanted = high;
         ASSERT_EQ(x.to_integer(width).num(), wanted)

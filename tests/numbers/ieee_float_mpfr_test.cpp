@@ -4,10 +4,10 @@
 
 #include <gmpxx.h>
 #include <gtest/gtest.h>
-#include <mpfr.h>
 
 #include "numbers/float_samples.h"
 #include "numbers/number_samples.h"
+#include "support/mpfr_float.h"
 #include <quarv/numbers/ieee_float.h>
 
 namespace quarv {
@@ -22,59 +22,6 @@ constexpr MpfrMode mpfr_modes[] = {{IEEEFloat::round_nearest_even, MPFR_RNDN},
                                    {IEEEFloat::round_toward_zero, MPFR_RNDZ},
                                    {IEEEFloat::round_toward_positive, MPFR_RNDU},
                                    {IEEEFloat::round_toward_negative, MPFR_RNDD}};
-
-/// A number of one format as MPFR holds it. The exponent range of MPFR is that of the format while one lives.
-class MpfrFloat {
- public:
-  explicit MpfrFloat(IEEEFloat::format f) : format_(f) {
-    const long bias = (1L << (f.ew - 1)) - 1;
-    mpfr_set_emin(2 - bias - static_cast<long>(f.mw));
-    mpfr_set_emax(bias + 1);
-    mpfr_init2(value_, static_cast<mpfr_prec_t>(f.mw + 1));
-  }
-  MpfrFloat(const MpfrFloat&) = delete;
-  MpfrFloat& operator=(const MpfrFloat&) = delete;
-  ~MpfrFloat() { mpfr_clear(value_); }
-
-  mpfr_ptr get() { return value_; }
-
-  void decode(const mpz_class& bits) {
-    const mpz_class hidden = mpz_class(1) << format_.mw, last = (mpz_class(1) << format_.ew) - 1;
-    const mpz_class field = (bits >> format_.mw) & last;
-    mpz_class significand = bits & (hidden - 1);
-    const bool negative = mpz_tstbit(bits.get_mpz_t(), format_.ew + format_.mw) != 0;
-    if (field == last) {
-      if (significand == 0) {
-        mpfr_set_inf(value_, negative ? -1 : 1);
-      } else {
-        mpfr_set_nan(value_);
-      }
-      return;
-    }
-    if (field != 0) significand += hidden;
-    const long exponent =
-        (field == 0 ? 1 : field.get_si()) - (1L << (format_.ew - 1)) + 1 - static_cast<long>(format_.mw);
-    mpfr_set_z_2exp(value_, significand.get_mpz_t(), exponent, MPFR_RNDN);
-    mpfr_setsign(value_, value_, negative, MPFR_RNDN);
-  }
-
-  mpz_class encode() const {
-    const mpz_class hidden = mpz_class(1) << format_.mw, last = (mpz_class(1) << format_.ew) - 1;
-    const mpz_class sign = mpfr_signbit(value_) ? mpz_class(1) << (format_.ew + format_.mw) : mpz_class(0);
-    if (mpfr_zero_p(value_)) return sign;
-    if (mpfr_inf_p(value_)) return sign + last * hidden;
-    mpz_class significand;
-    const long exponent = mpfr_get_z_2exp(significand.get_mpz_t(), value_);
-    significand = abs(significand);
-    const long field = exponent + (1L << (format_.ew - 1)) - 1 + static_cast<long>(format_.mw);
-    if (field < 1) return sign + (significand >> static_cast<unsigned long>(1 - field));
-    return sign + mpz_class(field) * hidden + (significand - hidden);
-  }
-
- private:
-  IEEEFloat::format format_;
-  mpfr_t value_;
-};
 
 enum Operation { add, subtract, multiply, divide, square_root, num_operations };
 
@@ -97,7 +44,8 @@ void apply(Operation operation, IEEEFloat& x, const IEEEFloat& y) {
   }
 }
 
-void apply(Operation operation, mpfr_ptr result, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t mode) {
+void apply(Operation operation, MpfrFloat& wanted, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t mode) {
+  const mpfr_ptr result = wanted.get();
   int ternary = 0;
   switch (operation) {
     case add:
@@ -115,8 +63,7 @@ void apply(Operation operation, mpfr_ptr result, mpfr_srcptr x, mpfr_srcptr y, m
     default:
       ternary = mpfr_sqrt(result, x, mode);
   }
-  ternary = mpfr_check_range(result, ternary, mode);
-  mpfr_subnormalize(result, ternary, mode);
+  wanted.finish(ternary, mode);
 }
 
 struct NamedFormat {
@@ -129,7 +76,7 @@ class MpfrComparison : public testing::TestWithParam<NamedFormat> {};
 TEST_P(MpfrComparison, Arithmetic) {
   const IEEEFloat::format f = GetParam().format;
   FloatSamples samples(f, 30);
-  MpfrFloat x(f), y(f), wanted(f);
+  MpfrFloat x(f.ew, f.mw), y(f.ew, f.mw), wanted(f.ew, f.mw);
   for (int round = 0; round < 4000 * test_scale(); ++round) {
     const auto [a, b] = samples.next_pair();
     x.decode(a);
@@ -139,10 +86,10 @@ TEST_P(MpfrComparison, Arithmetic) {
     const IEEEFloat right = IEEEFloat::from_bits(QNumber::from_integer(b.get_mpz_t()), f);
     left.set_rounding_mode(mode.mode);
     for (int operation = 0; operation < num_operations; ++operation) {
-      apply(static_cast<Operation>(operation), wanted.get(), x.get(), y.get(), mode.mpfr);
+      apply(static_cast<Operation>(operation), wanted, x.get(), y.get(), mode.mpfr);
       result = left;
       apply(static_cast<Operation>(operation), result, right);
-      if (mpfr_nan_p(wanted.get())) {
+      if (wanted.is_nan()) {
         ASSERT_TRUE(result.is_nan());
       } else {
         ASSERT_EQ(result.get_bits().num(), wanted.encode())
@@ -165,20 +112,20 @@ TEST_P(MpfrComparison, Conversions) {
     IEEEFloat left = IEEEFloat::from_bits(QNumber::from_integer(a.get_mpz_t()), f);
     left.set_rounding_mode(mode.mode);
     if (left.is_nan()) continue;
-    MpfrFloat x(f);
+    MpfrFloat x(f.ew, f.mw);
     x.decode(a);
     for (const IEEEFloat::format to :
          {IEEEFloat::format{5, 10}, IEEEFloat::format{8, 23}, IEEEFloat::format{15, 63},
           IEEEFloat::format{11, 200}, IEEEFloat::format{9, 300}}) {
       IEEEFloat result = left;
       result.set_format(to);
-      MpfrFloat wanted(to);
+      MpfrFloat wanted(to.ew, to.mw);
       const int ternary = mpfr_set(wanted.get(), x.get(), mode.mpfr);
-      mpfr_subnormalize(wanted.get(), mpfr_check_range(wanted.get(), ternary, mode.mpfr), mode.mpfr);
+      wanted.finish(ternary, mode.mpfr);
       ASSERT_EQ(result.get_bits().num(), wanted.encode())
           << left.to_string() << " to " << to.ew << ',' << to.mw << " mode " << mode.mode;
     }
-    MpfrFloat wanted(f);
+    MpfrFloat wanted(f.ew, f.mw);
     mpfr_rint(wanted.get(), x.get(), mode.mpfr);
     ASSERT_EQ(quarv::round(left).get_bits().num(), wanted.encode())
         << left.to_string() << " mode " << mode.mode;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "reference/library_terms.h"
 #include <quarv/simpl/boolean.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
@@ -213,49 +214,13 @@ TEST_F(Boolean, AgreesWithTruthTables) {
     }
     level = next;
   }
-  const auto value = [&](const Term* t, unsigned assignment) {
-    std::vector<const Term*> pending{t};
-    hsh::HashMap<const Term*, bool> values;
-    while (!pending.empty()) {
-      const Term* u = pending.back();
-      bool ready = true;
-      for (const Term* a : mgr.args_of(u)) {
-        if (!values.contains(a)) {
-          pending.push_back(a);
-          ready = false;
-        }
-      }
-      if (!ready) continue;
-      pending.pop_back();
-      const auto arg = [&](std::size_t i) { return *values.find(u->args[i]); };
-      bool result = u == T || (u == x && (12U >> assignment & 1)) || (u == y && (10U >> assignment & 1));
-      switch (mgr.get_tag(u->symbol)) {
-        case SymbolTag::NOT:
-          result = !arg(0);
-          break;
-        case SymbolTag::AND:
-          result = arg(0) && arg(1);
-          break;
-        case SymbolTag::OR:
-          result = arg(0) || arg(1);
-          break;
-        case SymbolTag::IFF:
-          result = arg(0) == arg(1);
-          break;
-        case SymbolTag::TERM_ITE:
-          result = arg(0) ? arg(1) : arg(2);
-          break;
-        default:
-          break;
-      }
-      values[u] = result;
-    }
-    return *values.find(t);
-  };
+  reference::TermEvaluation evaluate(mgr, 4);
+  evaluate.set(x, {{0, 0, 1, 1}, {}});
+  evaluate.set(y, {{0, 1, 0, 1}, {}});
   ASSERT_GT(level.size(), 1000U);
   for (const Valued& v : level) {
     for (unsigned assignment = 0; assignment < 4; ++assignment) {
-      ASSERT_EQ(value(v.term, assignment), (v.table >> assignment & 1) != 0);
+      ASSERT_EQ(evaluate(v.term).words[assignment], v.table >> assignment & 1);
     }
   }
 }

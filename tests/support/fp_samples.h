@@ -11,6 +11,7 @@
 
 #include <gmpxx.h>
 
+#include "reference/floats.h"
 #include <quarv/numbers/ieee_float.h>
 #include <quarv/term/term_manager.h>
 
@@ -138,58 +139,26 @@ class FpSamples {
     return {t, literal_text(t), false};
   }
 
-  struct Value {
-    bool nan = false, infinite = false, negative = false;
-    mpq_class value;  ///< of a finite number
-  };
-
-  /// What a literal stands for; its term must be one.
-  Value value_of(const FpSample& x) const {
+  reference::FloatFormat format_of(const FpSample& x) const {
     Format f{};
     mgr_.get_format_from_type(mgr_.type_of(x.term), &f.ew, &f.mw);
-    const mpz_class encoding = mgr_.get_number(x.term)->num();
-    const mpz_class significand = encoding % pow2(f.mw);
-    const mpz_class exponent = (encoding >> f.mw) % pow2(f.ew);
-    Value result;
-    result.negative = encoding >= pow2(f.ew + f.mw);
-    if (exponent == pow2(f.ew) - 1) {
-      (significand == 0 ? result.infinite : result.nan) = true;
-      return result;
-    }
-    result.value = exponent == 0 ? significand : mpz_class(significand + pow2(f.mw));
-    const mpz_class scale = (exponent == 0 ? mpz_class(1) : exponent) - pow2(f.ew - 1) + 1 - f.mw;
-    if (scale >= 0) {
-      result.value *= mpq_class(pow2(scale.get_ui()));
-    } else {
-      result.value /= mpq_class(pow2(mpz_class(-scale).get_ui()));
-    }
-    if (result.negative) result.value = -result.value;
-    return result;
+    return {f.ew, f.mw};
   }
 
-  static mpz_class rounded(const mpq_class& x, int mode) {
-    mpz_class down;
-    mpz_fdiv_q(down.get_mpz_t(), x.get_num_mpz_t(), x.get_den_mpz_t());
-    const mpq_class rest = x - down;
-    const mpq_class half(1, 2);
-    const bool up[] = {rest > half || (rest == half && mpz_odd_p(down.get_mpz_t())), sgn(x) < 0 && rest != 0,
-                       rest != 0, false};
-    return up[mode] ? mpz_class(down + 1) : down;
-  }
+  // Of literals only.
+
+  mpz_class encoding(const FpSample& x) const { return mgr_.get_number(x.term)->num(); }
+  bool is_nan(const FpSample& x) const { return format_of(x).is_nan(encoding(x)); }
 
   bool fits(const FpSample& x, int mode, std::size_t w, bool is_signed) const {
-    const Value v = value_of(x);
-    if (v.nan || v.infinite) return false;
-    const mpz_class integer = rounded(v.value, mode);
-    const mpz_class bound = pow2(is_signed ? w - 1 : w);
-    return integer < bound && integer >= (is_signed ? mpz_class(-bound) : mpz_class(0));
+    return format_of(x)
+        .to_integer(encoding(x), w, is_signed, static_cast<reference::Rounding>(mode))
+        .has_value();
   }
 
   bool are_opposite_zeros(const FpSample& a, const FpSample& b) const {
-    const Value x = value_of(a);
-    const Value y = value_of(b);
-    return !x.nan && !x.infinite && !y.nan && !y.infinite && x.value == 0 && y.value == 0 &&
-           x.negative != y.negative;
+    const reference::FloatFormat f = format_of(a);
+    return f.is_zero(encoding(a)) && f.is_zero(encoding(b)) && encoding(a) != encoding(b);
   }
 
   FpSample boolean(int depth) {
@@ -227,7 +196,7 @@ class FpSamples {
     const Format f = any_format();
     const FpSample a = number(f, depth - 1);
     if (encodings_ && below(4) == 0) {
-      const bool open = a.open || value_of(a).nan;
+      const bool open = a.open || is_nan(a);
       return {mgr_.make_fp_as_ieeebv(a.term), list({"fp.to_ieee_bv", a.text}), open};
     }
     const std::size_t w = 1 + below(below(2) == 0 ? 8 : 130);

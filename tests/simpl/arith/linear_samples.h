@@ -5,67 +5,13 @@
 #include <numbers/number_samples.h>
 #include <simpl/arith/arith_fixture.h>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include <gmpxx.h>
 
+#include "reference/library_terms.h"
+
 namespace quarv {
-
-/// The value of terms under one assignment; truth values are 0 and 1. The declared function maps v to v * v.
-class LinearEvaluator {
- public:
-  explicit LinearEvaluator(const TermManager& mgr) : mgr_(mgr) {}
-
-  void set(const Term* variable, mpq_class value) { values_[variable] = std::move(value); }
-
-  const mpq_class& value(const Term* t) {
-    const auto known = values_.find(t);
-    if (known != values_.end()) return known->second;
-    mpq_class computed = compute(t);
-    return values_[t] = std::move(computed);
-  }
-
- private:
-  static mpz_class floor(const mpq_class& x) {
-    mpz_class result;
-    mpz_fdiv_q(result.get_mpz_t(), x.get_num_mpz_t(), x.get_den_mpz_t());
-    return result;
-  }
-
-  mpq_class compute(const Term* t) {
-    if (const QNumber* n = mgr_.get_number(t)) return mpq_class(n->num(), n->den());
-    if (t == mgr_.true_term || t == mgr_.false_term) return t == mgr_.true_term ? 1 : 0;
-    const mpq_class a = value(t->args[0]);
-    const mpq_class b = mgr_.arity(t) > 1 ? value(t->args[1]) : mpq_class();
-    QNumber modulus;
-    switch (mgr_.get_tag(t->symbol)) {
-      case SymbolTag::PLUS:
-        return a + b;
-      case SymbolTag::TIMES:
-      case SymbolTag::UF:
-        return mgr_.arity(t) > 1 ? mpq_class(a * b) : mpq_class(a * a);
-      case SymbolTag::FLOOR:
-        return floor(a);
-      case SymbolTag::EQ:
-      case SymbolTag::IFF:
-        return a == b ? 1 : 0;
-      case SymbolTag::LEQ:
-        return a <= b ? 1 : 0;
-      case SymbolTag::INT_MOD_CONGR: {
-        mgr_.is_int_modular_congruence(t->symbol, &modulus);
-        const mpz_class difference = mpq_class(a - b).get_num();
-        return mpz_divisible_p(difference.get_mpz_t(), modulus.num().get_mpz_t()) != 0 ? 1 : 0;
-      }
-      default:
-        ADD_FAILURE() << "no evaluation of " << SymbolTag::name(mgr_.get_tag(t->symbol));
-        return 0;
-    }
-  }
-
-  const TermManager& mgr_;
-  std::unordered_map<const Term*, mpq_class> values_;
-};
 
 /// Random terms over four integer and four rational unknowns.
 class LinearSamples : public ArithTerms {
@@ -165,16 +111,21 @@ class LinearSamples : public ArithTerms {
     }
   }
 
-  LinearEvaluator random_assignment() {
-    LinearEvaluator result(mgr);
+  /// Gives the unknowns random values.
+  void assign(reference::TermEvaluation& evaluation) {
     for (int n = 0; n < 4; ++n) {
-      result.set(integers[n], random.below(4) == 0 ? mpq_class(random.integer())
-                                                   : mpq_class(static_cast<long>(random.below(9)) - 4));
-      mpq_class r(static_cast<long>(random.below(25)) - 12, 1 + random.below(6));
-      r.canonicalize();
-      result.set(rationals[n], std::move(r));
+      reference::Column integer, rational;
+      for (std::size_t i = 0; i < evaluation.num_assignments(); ++i) {
+        integer.values.push_back({random.below(4) == 0 ? mpz_class(random.integer())
+                                                       : mpz_class(static_cast<long>(random.below(9)) - 4),
+                                  nullptr});
+        mpq_class r(static_cast<long>(random.below(25)) - 12, 1 + random.below(6));
+        r.canonicalize();
+        rational.values.push_back({r, nullptr});
+      }
+      evaluation.set(integers[n], std::move(integer));
+      evaluation.set(rationals[n], std::move(rational));
     }
-    return result;
   }
 
   NumberSamples random;

@@ -5,7 +5,7 @@
 #include <random>
 #include <simpl/bv/bv_fixture.h>
 #include <string>
-#include <support/bv_reference.h>
+#include <support/bit_vector_operators.h>
 #include <type_traits>
 #include <vector>
 
@@ -37,34 +37,44 @@ class Evaluation : public BitVectors {
   }
 
   void check_binary(const Term* a, const Term* b, const Integer& x, const Integer& y, std::size_t w) {
-    for (const auto& op : reference::binary_operators<Integer>) {
-      check(apply(op.tag, w, {a, b}), op.value(x, y, w), w, op.smtlib);
+    for (const BitVectorOperator& op : binary_bit_vector_operators) {
+      check(apply(op.tag, w, {a, b}), op.value<Integer>({x, y}, {w, w}), w, op.name());
     }
-    for (const auto& op : reference::comparisons<Integer>) {
+    for (const BitVectorOperator& op : bit_vector_comparisons) {
       const Term* const folded = apply(op.tag, w, {a, b});
-      const bool expected = op.value(x, y, w) != 0;
+      const bool expected = op.value<Integer>({x, y}, {w, w}) != 0;
       ++folds;
       EXPECT_EQ(folded, op.tag == Tag::BV_COMP ? bv(expected, 1) : mgr.make_bool(expected))
-          << op.smtlib << " of " << exact(x).get_str() << " and " << exact(y).get_str() << " at width " << w;
+          << op.name() << " of " << exact(x).get_str() << " and " << exact(y).get_str() << " at width " << w;
     }
   }
 
   void check_unary(const Term* a, const Integer& x, std::size_t w) {
-    check(mgr.make_bv_not(a), reference::complement(x, w), w, "bvnot");
-    check(mgr.make_bv_neg(a), reference::negate(x, w), w, "bvneg");
+    check(mgr.make_bv_not(a), applied("bvnot", x, w), w, "bvnot");
+    check(mgr.make_bv_neg(a), applied("bvneg", x, w), w, "bvneg");
     folds += 2;
     EXPECT_EQ(mgr.make_int_from_ubv(a), integer(exact(x)));
     EXPECT_EQ(mgr.make_int_from_sbv(a), integer(exact(reference::signed_value(x, w))));
   }
 
   void check_rotation(const Term* a, const Integer& x, std::size_t amount, std::size_t w) {
-    check(mgr.make_bv_rotate_left(amount, a), reference::rotate_left(x, amount, w), w, "rotate_left");
-    check(mgr.make_bv_rotate_right(amount, a), reference::rotate_right(x, amount, w), w, "rotate_right");
+    check(mgr.make_bv_rotate_left(amount, a), applied("rotate_left", x, w, {amount}), w, "rotate_left");
+    check(mgr.make_bv_rotate_right(amount, a), applied("rotate_right", x, w, {amount}), w, "rotate_right");
   }
 
   void check_extension(const Term* a, const Integer& x, std::size_t added, std::size_t w) {
     check(mgr.make_bv_zero_extend(added, a), x, w + added, "zero_extend");
-    check(mgr.make_bv_sign_extend(added, a), reference::sign_extend(x, added, w), w + added, "sign_extend");
+    check(mgr.make_bv_sign_extend(added, a), applied("sign_extend", x, w, {added}), w + added, "sign_extend");
+  }
+
+  /// Of operators on one bit-vector.
+  static Integer applied(const char* op, const Integer& x, std::size_t w,
+                         std::initializer_list<std::size_t> indices = {}) {
+    return reference::bit_vector_value<Integer>(op, {x}, {w}, indices);
+  }
+  static Integer concatenation(const Integer& high, std::size_t w, const Integer& low,
+                               std::size_t low_width) {
+    return reference::bit_vector_value<Integer>("concat", {high, low}, {w, low_width});
   }
 
   long folds = 0;
@@ -73,7 +83,7 @@ class Evaluation : public BitVectors {
 /// How the values of operands are held.
 enum class Form { small, big, alternating };
 
-class BVExhaustive : public Evaluation<long long>, public ::testing::WithParamInterface<Form> {
+class BVExhaustive : public Evaluation<reference::Word>, public ::testing::WithParamInterface<Form> {
  protected:
   static constexpr std::size_t max_width = 8;
 
@@ -106,7 +116,7 @@ TEST_P(BVExhaustive, Concatenation) {
       for (long long x = 0; x < 1LL << high_width; ++x) {
         for (long long y = 0; y < 1LL << low_width; ++y) {
           check(mgr.make_bv_concat(literals[high_width][x], literals[low_width][y]),
-                reference::concat(x, y, low_width), high_width + low_width, "concat");
+                concatenation(x, high_width, y, low_width), high_width + low_width, "concat");
         }
       }
     }
@@ -122,7 +132,8 @@ TEST_P(BVExhaustive, Unary) {
       for (std::size_t added = 0; added <= 2 * max_width; ++added) check_extension(a, x, added, w);
       for (std::size_t lsb = 0; lsb < w; ++lsb) {
         for (std::size_t msb = lsb; msb < w; ++msb) {
-          check(mgr.make_bv_extract(msb, lsb, a), reference::extract(x, msb, lsb), msb - lsb + 1, "extract");
+          check(mgr.make_bv_extract(msb, lsb, a), applied("extract", x, w, {msb, lsb}), msb - lsb + 1,
+                "extract");
         }
       }
     }
@@ -134,7 +145,7 @@ TEST_P(BVExhaustive, IntegersToBitVectors) {
     const Term* const value = integer(exact(n));
     if (GetParam() != Form::small) hold_big(value);
     for (std::size_t w = 1; w <= max_width + 3; ++w) {
-      check(mgr.make_int_to_bv(w, value), reference::wrap(n, w), w, "int_to_bv");
+      check(mgr.make_int_to_bv(w, value), reference::wrapped(reference::Word(n), w), w, "int_to_bv");
     }
   }
 }
@@ -152,11 +163,11 @@ class BVRandom : public Evaluation<mpz_class> {
   mpz_class value(std::size_t w) {
     const mpz_class top = mpz_class(1) << (w - 1);
     const mpz_class borders[] = {0, 1, top - 1, top, top + 1, 2 * top - 1, w, w - 1};
-    if (below(3) == 0) return reference::wrap(borders[below(std::size(borders))], w);
+    if (below(3) == 0) return reference::wrapped(borders[below(std::size(borders))], w);
     mpz_class result = 0;
     for (std::size_t bits = 0; bits < w; bits += 64)
       result = (result << 64) + static_cast<unsigned long>(engine_());
-    return reference::wrap<mpz_class>(result, 1 + below(w));
+    return reference::wrapped(result, 1 + below(w));
   }
 
   /// The literal, its value held in a random way.
@@ -188,13 +199,14 @@ TEST_F(BVRandom, AllOperators) {
     check_extension(a, x, below(3) == 0 ? 64 - std::min<std::size_t>(w, 64) : below(200), w);
     const std::size_t lsb = below(w);
     const std::size_t msb = lsb + below(w - lsb);
-    check(mgr.make_bv_extract(msb, lsb, a), reference::extract(x, msb, lsb), msb - lsb + 1, "extract");
+    check(mgr.make_bv_extract(msb, lsb, a), applied("extract", x, w, {msb, lsb}), msb - lsb + 1, "extract");
     const std::size_t low_width = width();
     const mpz_class z = value(low_width);
-    check(mgr.make_bv_concat(a, operand(z, low_width)), reference::concat(x, z, low_width), w + low_width,
+    check(mgr.make_bv_concat(a, operand(z, low_width)), concatenation(x, w, z, low_width), w + low_width,
           "concat");
     const mpz_class n = below(2) == 0 ? x : mpz_class(-x);
-    check(mgr.make_int_to_bv(low_width, integer(n)), reference::wrap(n, low_width), low_width, "int_to_bv");
+    check(mgr.make_int_to_bv(low_width, integer(n)), reference::wrapped(n, low_width), low_width,
+          "int_to_bv");
   }
 }
 

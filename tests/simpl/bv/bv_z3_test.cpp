@@ -4,7 +4,7 @@
 #include <random>
 #include <simpl/bv/bv_fixture.h>
 #include <string>
-#include <support/bv_reference.h>
+#include <support/bit_vector_operators.h>
 #include <support/external_solver.h>
 #include <vector>
 
@@ -54,20 +54,18 @@ class BVAgainstZ3 : public BitVectors {
     if (below(2) == 0) {
       for (int i = 0; i < 3; ++i) x = (x << 64) + static_cast<unsigned long>(engine_());
     }
-    const Term* const t = bv(reference::wrap(x, w), w);
+    const Term* const t = bv(reference::wrapped(x, w), w);
     return {t, text_of(*mgr.get_number(t), w)};
   }
 
   /// An operator on two operands that have `operand_width` bits.
-  Sample binary(const reference::BinaryOperator<mpz_class>& op, std::size_t operand_width, int depth) {
+  Sample binary(const BitVectorOperator& op, std::size_t operand_width, int depth) {
     const Sample a = bit_vector(operand_width, depth);
     const Sample b = bit_vector(operand_width, depth);
-    return {apply(op.tag, operand_width, {a.term, b.term}), list({op.smtlib, a.text, b.text})};
+    return {apply(op.tag, operand_width, {a.term, b.term}), list({op.name(), a.text, b.text})};
   }
 
-  Sample boolean(int depth) {
-    return binary(reference::comparisons<mpz_class>[below(4)], 1 + below(max_width), depth);
-  }
+  Sample boolean(int depth) { return binary(bit_vector_comparisons[below(4)], 1 + below(max_width), depth); }
 
   Sample integer_value(int depth) {
     if (below(3) == 0) {
@@ -111,9 +109,9 @@ class BVAgainstZ3 : public BitVectors {
       }
       default:
         if (w == 1 && below(2) == 0) {
-          return binary(reference::comparisons<mpz_class>[4], 1 + below(max_width), depth);
+          return binary(bit_vector_comparisons[4], 1 + below(max_width), depth);
         }
-        return binary(reference::binary_operators<mpz_class>[below(13)], w, depth);
+        return binary(binary_bit_vector_operators[below(13)], w, depth);
     }
   }
 
