@@ -9,7 +9,6 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
@@ -18,6 +17,7 @@
 #include "batch/sha256.h"
 #include "batch/summary.h"
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/compression.h"
 #include "io/file_error.h"
 #include "io/output.h"
@@ -145,79 +145,76 @@ int batch(const Arguments& arguments) {
   return conclude(run_batch(inputs, options), arguments);
 }
 
-void add_work_options(CLI::App& command, Arguments& arguments) {
-  command.add_option("-j,--jobs", arguments.jobs, "Do so many files side by side")
-      ->type_name("N")
-      ->check(CLI::Range(1u, 4096u).description(""))
-      ->capture_default_str();
+void add_work_options(const CommandLine& command, Arguments& arguments) {
+  command.option("-j,--jobs", arguments.jobs, "Do so many files side by side")
+      .type("N")
+      .between(1u, 4096u)
+      .shows_default();
   command
-      .add_option("--out", arguments.output_folder,
-                  "Write simplified scripts to this folder, each whole or not at all, below it in the "
-                  "folders that they come from; without it there are only results")
-      ->type_name("DIR");
-  command.add_option("--compress", arguments.compress, "Compress what is written to the folder")
-      ->type_name("gz|xz|zst")
-      ->check(CLI::IsMember({"gz", "xz", "zst"}).description(""));
-  command.add_option("--time", arguments.limits.seconds, "Give up a file after so many seconds; 0: never")
-      ->type_name("SECONDS")
-      ->check(CLI::NonNegativeNumber.description(""))
-      ->capture_default_str();
+      .option("--out", arguments.output_folder,
+              "Write simplified scripts to this folder, each whole or not at all, below it in the "
+              "folders that they come from; without it there are only results")
+      .type("DIR");
+  command.option("--compress", arguments.compress, "Compress what is written to the folder")
+      .type("gz|xz|zst")
+      .one_of({"gz", "xz", "zst"});
+  command.option("--time", arguments.limits.seconds, "Give up a file after so many seconds; 0: never")
+      .type("SECONDS")
+      .not_negative()
+      .shows_default();
   command
-      .add_option("--memory", arguments.limits.bytes,
-                  "Give up a file that needs more than this (500MiB, 2GiB), by address space; 0: no limit")
-      ->type_name("SIZE")
-      ->transform(CLI::AsSizeValue(false).description(""))
-      ->default_str("0");
+      .option("--memory", arguments.limits.bytes,
+              "Give up a file that needs more than this (500MiB, 2GiB), by address space; 0: no limit")
+      .type("SIZE")
+      .size()
+      .shows_default("0");
 }
 
 }  // namespace
 
-void add_batch(CLI::App& program, int& status) {
-  CLI::App& command = *program.add_subcommand("batch", description);
+void add_batch(const CommandLine& program, int& status) {
+  const CommandLine command = program.subcommand("batch", description);
   const auto arguments = std::make_shared<Arguments>();
   command.footer(footer);
-  command.add_option("PATH", arguments->paths, "Files, folders and archives; with --merge: result files")
-      ->type_name("")
-      ->required();
+  command.option("PATH", arguments->paths, "Files, folders and archives; with --merge: result files")
+      .type("")
+      .required();
   add_work_options(command, *arguments);
   command
-      .add_option("--results", arguments->results,
-                  "Where results go; DIR/results.jsonl with --out DIR, otherwise standard output")
-      ->type_name("FILE");
-  CLI::Option* const resume = command.add_flag(
+      .option("--results", arguments->results,
+              "Where results go; DIR/results.jsonl with --out DIR, otherwise standard output")
+      .type("FILE");
+  const Option resume = command.flag(
       "--resume", arguments->resume,
       "Leave out what an earlier run of the same version and options has done, as its results file tells");
-  CLI::Option* const share =
-      command
-          .add_option_function<std::string>(
-              "--shard",
-              [arguments](const std::string& text) {
-                const std::string fault = parse_share(text, arguments->share);
-                if (!fault.empty()) throw CLI::ValidationError("--shard", fault);
-              },
-              "Do only share I of N; which files that are depends on their names alone")
-          ->type_name("I/N");
-  command.add_flag("--dedupe", arguments->dedupe,
-                   "Name the files that became the same formula but for the names declared in them");
-  command.add_flag("--merge", arguments->merge, "Join the result files of shares, and say what is missing")
-      ->excludes(resume)
-      ->excludes(share);
+  const Option share = command
+                           .option(
+                               "--shard",
+                               [arguments](const std::string& text) {
+                                 const std::string fault = parse_share(text, arguments->share);
+                                 if (!fault.empty()) refuse_value("--shard", fault);
+                               },
+                               "Do only share I of N; which files that are depends on their names alone")
+                           .type("I/N");
+  command.flag("--dedupe", arguments->dedupe,
+               "Name the files that became the same formula but for the names declared in them");
+  command.flag("--merge", arguments->merge, "Join the result files of shares, and say what is missing")
+      .excludes(resume)
+      .excludes(share);
   add_simplify_options(command, arguments->how);
   command.callback([arguments, &status] {
     const bool to_file = !arguments->results.empty() || !arguments->output_folder.empty();
     if (arguments->resume && (!to_file || arguments->results == "-")) {
-      throw CLI::ValidationError("--resume", "needs --results or --out");
+      refuse_value("--resume", "needs --results or --out");
     }
     if (arguments->resume && Output::is_direct(results_path(*arguments))) {
-      throw CLI::ValidationError("--resume",
-                                 "needs results in a file: " + results_path(*arguments) + " is none");
+      refuse_value("--resume", "needs results in a file: " + results_path(*arguments) + " is none");
     }
     if (!arguments->merge && compression_of(arguments->results) != Compression::none) {
-      throw CLI::ValidationError("--results",
-                                 "rows are added to the file as they come: it cannot be compressed");
+      refuse_value("--results", "rows are added to the file as they come: it cannot be compressed");
     }
     if (!arguments->compress.empty() && arguments->output_folder.empty()) {
-      throw CLI::ValidationError("--compress", "needs --out");
+      refuse_value("--compress", "needs --out");
     }
     try {
       status = arguments->merge ? merge(*arguments) : batch(*arguments);

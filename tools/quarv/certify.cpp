@@ -7,10 +7,10 @@
 #include <string>
 #include <thread>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/file_error.h"
 #include "io/input.h"
 #include "io/ordered_work.h"
@@ -109,27 +109,24 @@ int certify(const Arguments& arguments) {
 
 }  // namespace
 
-void add_certify(CLI::App& program, int& status) {
-  CLI::App& command =
-      *program.add_subcommand("certify", "Let an SMT solver prove that nothing changed its meaning");
+void add_certify(const CommandLine& program, int& status) {
+  const CommandLine command =
+      program.subcommand("certify", "Let an SMT solver prove that nothing changed its meaning");
   const auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input")
-      ->type_name("")
-      ->capture_default_str();
-  command.add_flag("--steps", arguments->steps, "Prove each step of simplification instead of each term");
-  command.add_option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
-      ->capture_default_str();
-  command.add_option("-j,--jobs", arguments->jobs, "How many solvers run side by side")
-      ->check(CLI::Range(1, 256).description(""))
-      ->type_name("N")
-      ->capture_default_str();
-  command.add_option("--timeout", arguments->timeout, "For each query, in seconds")
-      ->check(CLI::Range(0.001, 1e6).description(""))
-      ->type_name("S")
-      ->capture_default_str();
-  command.add_option("--keep", arguments->keep, "Leave each query there, as a script of its own")
-      ->type_name("DIR");
-  command.add_flag("-q,--quiet", arguments->quiet, "Do not print what was proved");
+  command.option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input").type("").shows_default();
+  command.flag("--steps", arguments->steps, "Prove each step of simplification instead of each term");
+  command.option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
+      .shows_default();
+  command.option("-j,--jobs", arguments->jobs, "How many solvers run side by side")
+      .between(1, 256)
+      .type("N")
+      .shows_default();
+  command.option("--timeout", arguments->timeout, "For each query, in seconds")
+      .between(0.001, 1e6)
+      .type("S")
+      .shows_default();
+  command.option("--keep", arguments->keep, "Leave each query there, as a script of its own").type("DIR");
+  command.flag("-q,--quiet", arguments->quiet, "Do not print what was proved");
   add_simplify_options(command, arguments->how);
   command.footer(explanation);
   command.callback([arguments, &status] {

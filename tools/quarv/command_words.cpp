@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 namespace quarv::cli {
@@ -32,10 +31,6 @@ std::size_t distance(std::string_view a, std::string_view b) {
   return last[b.size()];
 }
 
-std::vector<const CLI::App*> commands_of(const CLI::App& app) {
-  return app.get_subcommands([](const CLI::App*) { return true; });
-}
-
 bool is_option(std::string_view word) {
   return word.starts_with('-') && word != "-";
 }
@@ -55,21 +50,21 @@ std::string_view nearest_word(std::string_view word, const std::vector<std::stri
   return nearest;
 }
 
-CommandWords::CommandWords(const CLI::App& program, std::span<const char* const> words)
-    : command_(&program), rest_(words), path_(program.get_name()) {
+CommandWords::CommandWords(const CommandLine& program, std::span<const char* const> words)
+    : command_(program), rest_(words), path_(program.name()) {
   while (!rest_.empty()) {
-    const std::vector<const CLI::App*> known = commands_of(*command_);
-    const auto named = std::ranges::find(known, rest_.front(), &CLI::App::get_name);
+    const std::vector<CommandLine> known = command_.subcommands();
+    const auto named = std::ranges::find(known, rest_.front(), &CommandLine::name);
     if (named == known.end()) return;
     command_ = *named;
     path_above_ = path_;
-    path_ += ' ' + command_->get_name();
+    path_ += ' ' + command_.name();
     rest_ = rest_.subspan(1);
   }
 }
 
 std::string CommandWords::fault() const {
-  if (command_->get_require_subcommand_min() == 0) return "";
+  if (!command_.needs_subcommand()) return "";
   if (rest_.empty()) return fmt::format("a command is missing ({} --help lists them)", path_);
   return is_option(rest_.front()) ? "" : unknown();
 }
@@ -87,7 +82,7 @@ std::string CommandWords::unknown() const {
     }
   }
   std::vector<std::string> names;
-  for (const CLI::App* command : commands_of(*command_)) names.push_back(command->get_name());
+  for (const CommandLine& command : command_.subcommands()) names.push_back(command.name());
   if (const std::string_view nearest = nearest_word(word, names); !nearest.empty()) {
     return text + fmt::format("; the nearest one is {} {}", path_, nearest);
   }
@@ -95,7 +90,7 @@ std::string CommandWords::unknown() const {
 }
 
 std::string CommandWords::help() const {
-  return command_->help(path_above_);
+  return command_.help(path_above_);
 }
 
 }  // namespace quarv::cli

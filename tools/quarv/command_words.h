@@ -5,9 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace CLI {
-class App;
-}
+#include "io/command_line.h"
 
 namespace quarv::cli {
 
@@ -15,7 +13,7 @@ namespace quarv::cli {
 class CommandWords {
  public:
   /// `words` may go on with what is no command. All are referred to.
-  CommandWords(const CLI::App& program, std::span<const char* const> words);
+  CommandWords(const CommandLine& program, std::span<const char* const> words);
 
   /// As it is called: "quarv rules check".
   const std::string& path() const noexcept { return path_; }
@@ -34,7 +32,7 @@ class CommandWords {
   std::string help() const;
 
  private:
-  const CLI::App* command_;
+  CommandLine command_;
   std::span<const char* const> rest_;
   std::string path_;
   std::string path_above_;

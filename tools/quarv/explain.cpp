@@ -7,13 +7,13 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "commands.h"
 #include "explain/derivation.h"
 #include "explain/term_text.h"
 #include "explain/why_not.h"
+#include "io/command_line.h"
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
@@ -148,41 +148,39 @@ int explain(const Arguments& arguments) {
 
 }  // namespace
 
-void add_explain(CLI::App& program, int& status) {
-  CLI::App& command = *program.add_subcommand(
+void add_explain(const CommandLine& program, int& status) {
+  const CommandLine command = program.subcommand(
       "explain",
       "Show how assertions are simplified, step by step, each with the place that it changes, or why a rule "
       "does not apply to a term");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input")
-      ->type_name("")
-      ->required();
-  CLI::Option* const assertion =
-      command.add_option("--assert", arguments->assertion, "Only this assertion, counting from 1")
-          ->type_name("K")
-          ->check(CLI::PositiveNumber.description(""));
+  command.option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input").type("").required();
+  const Option assertion =
+      command.option("--assert", arguments->assertion, "Only this assertion, counting from 1")
+          .type("K")
+          .positive();
   command
-      .add_option("--why-not", arguments->why_not,
-                  "Match a rule, given by number (quarv rules list), against a term in the script's context, "
-                  "and say what does not fit. The term is taken as it is written")
-      ->type_name("N TERM")
-      ->excludes(assertion);
-  command.add_option("--steps", arguments->steps, "Show at most so many steps of an assertion")
-      ->type_name("N")
-      ->capture_default_str();
+      .option("--why-not", arguments->why_not,
+              "Match a rule, given by number (quarv rules list), against a term in the script's context, "
+              "and say what does not fit. The term is taken as it is written")
+      .type("N TERM")
+      .excludes(assertion);
+  command.option("--steps", arguments->steps, "Show at most so many steps of an assertion")
+      .type("N")
+      .shows_default();
   command
-      .add_option("--length", arguments->length,
-                  "Of terms longer than this, in characters, show what is around the place that changes")
-      ->type_name("N")
-      ->check(CLI::Range(std::size_t{20}, TermText::largest_limit).description(""))
-      ->capture_default_str();
+      .option("--length", arguments->length,
+              "Of terms longer than this, in characters, show what is around the place that changes")
+      .type("N")
+      .between(std::size_t{20}, TermText::largest_limit)
+      .shows_default();
   command
-      .add_option("--color", arguments->colour,
-                  "Mark places by colour instead of \u00abquotes\u00bb; auto: at a terminal")
-      ->type_name("auto|always|never")
-      ->check(CLI::IsMember({"auto", "always", "never"}).description(""))
-      ->capture_default_str();
+      .option("--color", arguments->colour,
+              "Mark places by colour instead of \u00abquotes\u00bb; auto: at a terminal")
+      .type("auto|always|never")
+      .one_of({"auto", "always", "never"})
+      .shows_default();
   add_step_options(command, arguments->how);
   command.callback([arguments, &status] {
     try {

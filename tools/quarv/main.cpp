@@ -3,15 +3,16 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "command_words.h"
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/output.h"
 #include "io/process.h"
 #include <quarv/numbers/gmp_bad_alloc.h>
@@ -68,7 +69,7 @@ bool main_has_begun = false;
 
 struct Command {
   std::string_view name;
-  void (*add)(CLI::App& program, int& status);
+  void (*add)(const quarv::cli::CommandLine& program, int& status);
 };
 
 constexpr Command commands[] = {{"simplify", quarv::cli::add_simplify}, {"explain", quarv::cli::add_explain},
@@ -80,23 +81,23 @@ constexpr const char* version_text = "quarv " QUARV_VERSION;
 
 /// The commands that tell of the program itself.
 struct OwnCommands {
-  const CLI::App* help = nullptr;
-  const CLI::App* version = nullptr;
+  std::optional<quarv::cli::CommandLine> help;
+  std::optional<quarv::cli::CommandLine> version;
   std::vector<std::string> topic;  // of help
 
-  void add(CLI::App& program) {
-    CLI::App* const command = program.add_subcommand("help", "Print the help of a command");
-    command->add_option("COMMAND", topic, "The command; without it, print an overview")->type_name("");
-    command->footer("Examples:\n  quarv help\n  quarv help rules check     as quarv rules check --help");
-    help = command;
-    version = program.add_subcommand("version", "Print the version")
-                  ->footer("Examples:\n  quarv version              as quarv --version");
+  void add(const quarv::cli::CommandLine& program) {
+    help = program.subcommand("help", "Print the help of a command");
+    help->option("COMMAND", topic, "The command; without it, print an overview").type("");
+    help->footer("Examples:\n  quarv help\n  quarv help rules check     as quarv rules check --help");
+    version = program.subcommand("version", "Print the version");
+    version->footer("Examples:\n  quarv version              as quarv --version");
   }
 };
 
 /// Adds the command that is wanted. The others' options take longer to describe than many a script to
 /// simplify; they are needed only when the first argument is no command.
-void add_commands(CLI::App& program, std::string_view wanted, int& status, OwnCommands& own) {
+void add_commands(const quarv::cli::CommandLine& program, std::string_view wanted, int& status,
+                  OwnCommands& own) {
   const Command* const known = std::ranges::find(commands, wanted, &Command::name);
   if (known != std::end(commands)) return known->add(program, status);
   for (const Command& command : commands) command.add(program, status);
@@ -115,7 +116,7 @@ int refuse(std::string_view reason) {
   return quarv::cli::usage_error;
 }
 
-int print_help(const CLI::App& program, const std::vector<std::string>& topic) {
+int print_help(const quarv::cli::CommandLine& program, const std::vector<std::string>& topic) {
   std::vector<const char*> words;
   words.reserve(topic.size());
   for (const std::string& word : topic) words.push_back(word.c_str());
@@ -124,27 +125,25 @@ int print_help(const CLI::App& program, const std::vector<std::string>& topic) {
 }
 
 int run(int argc, char** argv) {
-  CLI::App program("Simplifies SMT-LIB 2 scripts without changing what they mean.", "quarv");
-  program.set_version_flag("-V,--version", version_text);
+  quarv::cli::Program program("Simplifies SMT-LIB 2 scripts without changing what they mean.", "quarv",
+                              version_text);
   program.footer(examples);
-  program.require_subcommand(1);
+  program.requires_subcommand();
   int status = quarv::cli::success;
   OwnCommands own;
   const std::vector<const char*> words(argv + std::min(argc, 1), argv + argc);
   add_commands(program, words.empty() ? "" : words.front(), status, own);
   const quarv::cli::CommandWords command(program, words);
   if (const std::string fault = command.fault(); !fault.empty()) return refuse(fault);
-  try {
-    program.parse(argc, argv);
-  } catch (const CLI::CallForHelp&) {
-    return print(program.help());
-  } catch (const CLI::CallForVersion&) {
-    return print(std::string(version_text) + '\n');
-  } catch (const CLI::ParseError& e) {
-    return refuse(fmt::format("{} ({} --help tells more)", e.what(), command.path()));
+  using quarv::cli::Reading;
+  const Reading reading = program.read(argc, argv);
+  if (reading.kind == Reading::help) return print(program.help());
+  if (reading.kind == Reading::version) return print(std::string(version_text) + '\n');
+  if (reading.kind == Reading::error) {
+    return refuse(fmt::format("{} ({} --help tells more)", reading.reason, command.path()));
   }
-  if (own.version != nullptr && own.version->parsed()) return print(std::string(version_text) + '\n');
-  if (own.help != nullptr && own.help->parsed()) {
+  if (own.version && own.version->is_named()) return print(std::string(version_text) + '\n');
+  if (own.help && own.help->is_named()) {
     program.clear();  // or its help would be that of the command `help`
     return print_help(program, own.topic);
   }

@@ -7,10 +7,10 @@
 #include <utility>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/command_splitter.h"
 #include "io/output.h"
 #include "io/text_source.h"
@@ -203,17 +203,17 @@ int converse(const Arguments& arguments) {
 
 }  // namespace
 
-void add_repl(CLI::App& program, int& status) {
-  CLI::App& command =
-      *program.add_subcommand("repl", "Answer SMT-LIB 2 commands one by one, as a solver does in a dialogue");
+void add_repl(const CommandLine& program, int& status) {
+  const CommandLine command =
+      program.subcommand("repl", "Answer SMT-LIB 2 commands one by one, as a solver does in a dialogue");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->input, "Where the commands come from; - is standard input")
-      ->type_name("")
-      ->capture_default_str();
-  command.add_flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
-  command.add_flag("--standard", arguments->standard,
-                   "The layer as it is, not restricted to what the SMT-LIB standard warrants");
+  command.option("FILE", arguments->input, "Where the commands come from; - is standard input")
+      .type("")
+      .shows_default();
+  command.flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
+  command.flag("--standard", arguments->standard,
+               "The layer as it is, not restricted to what the SMT-LIB standard warrants");
   command.callback([arguments, &status] { status = converse(*arguments); });
 }
 

@@ -5,10 +5,10 @@
 #include <ostream>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/input.h"
 #include "io/output.h"
 #include "replay/replay_checker.h"
@@ -136,20 +136,20 @@ class Replay {
 
 }  // namespace
 
-void add_replay(CLI::App& program, int& status) {
-  CLI::App& command = *program.add_subcommand(
+void add_replay(const CommandLine& program, int& status) {
+  const CommandLine command = program.subcommand(
       "replay",
       "Check the trace of a simplification, step by step: rules are matched by their text, foldings are "
       "evaluated; the simplifiers have no part in it. Exit status 0: every step is justified");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
-  command.add_option("TRACE", arguments->input, "What quarv simplify --trace wrote; - is standard input")
-      ->type_name("")
-      ->capture_default_str();
-  command.add_option("--rules", arguments->rule_files, "Rules beside the standard ones; may be repeated")
-      ->type_name("FILE.rules")
-      ->allow_extra_args(false);
-  command.add_flag("-q,--quiet", arguments->quiet, "Only the summary");
+  command.option("TRACE", arguments->input, "What quarv simplify --trace wrote; - is standard input")
+      .type("")
+      .shows_default();
+  command.option("--rules", arguments->rule_files, "Rules beside the standard ones; may be repeated")
+      .type("FILE.rules")
+      .one_at_a_time();
+  command.flag("-q,--quiet", arguments->quiet, "Only the summary");
   command.callback([arguments, &status] {
     const Input input(arguments->input);
     Output output("-");

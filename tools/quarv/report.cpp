@@ -2,11 +2,11 @@
 #include <string>
 #include <string_view>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "batch/results.h"
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
@@ -58,25 +58,22 @@ void report(const Arguments& arguments) {
 
 }  // namespace
 
-void add_report(CLI::App& program, int& status) {
-  CLI::App& command = *program.add_subcommand(
+void add_report(const CommandLine& program, int& status) {
+  const CommandLine command = program.subcommand(
       "report", "Show what simplification does to a script, or what a batch did, as a page for a browser");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->input, "SMT-LIB 2 script, or results of quarv batch")
-      ->type_name("")
-      ->required();
-  command.add_option("-o,--output", arguments->output, "Where to write; - is standard output")
-      ->type_name("FILE.html")
-      ->capture_default_str();
-  command
-      .add_option("--examples", arguments->examples, "Show so many of the largest reductions step by step")
-      ->type_name("N")
-      ->capture_default_str();
+  command.option("FILE", arguments->input, "SMT-LIB 2 script, or results of quarv batch").type("").required();
+  command.option("-o,--output", arguments->output, "Where to write; - is standard output")
+      .type("FILE.html")
+      .shows_default();
+  command.option("--examples", arguments->examples, "Show so many of the largest reductions step by step")
+      .type("N")
+      .shows_default();
   add_step_options(command, arguments->how);
   command.callback([arguments, &status] {
     if (arguments->input != "-" && Output::is_same(arguments->input, arguments->output)) {
-      throw CLI::ValidationError("--output", "the page would replace what it shows");
+      refuse_value("--output", "the page would replace what it shows");
     }
     try {
       report(*arguments);

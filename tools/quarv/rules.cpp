@@ -2,10 +2,10 @@
 #include <ostream>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/output.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_reading.h>
@@ -63,27 +63,27 @@ void show(std::size_t number) {
 
 }  // namespace
 
-void add_rules(CLI::App& program, int& status) {
-  CLI::App& command = *program.add_subcommand("rules", "Show and check rewrite rules");
-  command.require_subcommand(1);
+void add_rules(const CommandLine& program, int& status) {
+  const CommandLine command = program.subcommand("rules", "Show and check rewrite rules");
+  command.requires_subcommand();
   command.footer(
       "Examples:\n"
       "  quarv rules list                           print the standard rules\n"
       "  quarv rules show 37                        print all that is known of one\n"
       "  quarv rules check my.rules                 let z3 say whether rules hold");
-  CLI::App& list_command = *command.add_subcommand("list", "All standard rules: number, operator, text");
+  const CommandLine list_command = command.subcommand("list", "All standard rules: number, operator, text");
   list_command.footer("Examples:\n  quarv rules list\n  quarv rules list | grep bvmul");
   list_command.callback([&status] {
     list();
     status = success;
   });
-  CLI::App& show_command = *command.add_subcommand("show", "All that is known of a standard rule");
+  const CommandLine show_command = command.subcommand("show", "All that is known of a standard rule");
   show_command.footer("Examples:\n  quarv rules show 37");
   const auto number = std::make_shared<std::size_t>();
-  show_command.add_option("N", *number, "Number of the rule, from 1")
-      ->type_name("")
-      ->required()
-      ->check(CLI::Range(std::size_t{1}, num_standard_rules()).description(""));
+  show_command.option("N", *number, "Number of the rule, from 1")
+      .type("")
+      .required()
+      .between(std::size_t{1}, num_standard_rules());
   show_command.callback([number, &status] {
     show(*number);
     status = success;

@@ -4,10 +4,10 @@
 #include <sstream>
 #include <string>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
@@ -59,33 +59,31 @@ void simplify(const Arguments& arguments) {
 
 }  // namespace
 
-void add_simplify(CLI::App& program, int& status) {
-  CLI::App& command = *program.add_subcommand("simplify", "Print a script with its terms simplified");
+void add_simplify(const CommandLine& program, int& status) {
+  const CommandLine command = program.subcommand("simplify", "Print a script with its terms simplified");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input")
-      ->type_name("")
-      ->capture_default_str();
-  command.add_option("-o,--output", arguments->output, "Where to write; - is standard output")
-      ->type_name("FILE")
-      ->capture_default_str();
+  command.option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input").type("").shows_default();
+  command.option("-o,--output", arguments->output, "Where to write; - is standard output")
+      .type("FILE")
+      .shows_default();
   command
-      .add_flag("--stats{text}", arguments->stats,
-                "Print on standard error what was done and what it took; --stats=json: for programs")
-      ->check(CLI::IsMember({"text", "json"}).description(""));
+      .flag("--stats{text}", arguments->stats,
+            "Print on standard error what was done and what it took; --stats=json: for programs")
+      .one_of({"text", "json"});
   command
-      .add_option("--trace", arguments->trace,
-                  "Write down every step by which the input was simplified, one JSON object a line; - is "
-                  "standard output (with -o). Further rounds over the output are not traced")
-      ->type_name("FILE");
+      .option("--trace", arguments->trace,
+              "Write down every step by which the input was simplified, one JSON object a line; - is "
+              "standard output (with -o). Further rounds over the output are not traced")
+      .type("FILE");
   add_simplify_options(command, arguments->how);
   command.callback([arguments, &status] {
     if (!arguments->trace.empty() && Output::is_same(arguments->trace, arguments->output)) {
-      throw CLI::ValidationError("--trace", "the script and its trace cannot be written to the same place");
+      refuse_value("--trace", "the script and its trace cannot be written to the same place");
     }
     if (!arguments->trace.empty() && arguments->input != "-" &&
         Output::is_same(arguments->trace, arguments->input)) {
-      throw CLI::ValidationError("--trace", "it would replace the script");
+      refuse_value("--trace", "it would replace the script");
     }
     try {
       simplify(*arguments);

@@ -6,10 +6,10 @@
 #include <thread>
 #include <vector>
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "io/command_line.h"
 #include "io/ordered_work.h"
 #include "io/output.h"
 #include "rules/rule_catalogue.h"
@@ -125,27 +125,26 @@ void Check::report(std::size_t i, const RuleVerdict& verdict) {
 
 }  // namespace
 
-void add_rules_check(CLI::App& rules, int& status) {
-  CLI::App& command = *rules.add_subcommand("check", "Let an SMT solver say whether rules hold");
+void add_rules_check(const CommandLine& rules, int& status) {
+  const CommandLine command = rules.subcommand("check", "Let an SMT solver say whether rules hold");
   const auto arguments = std::make_shared<Arguments>();
-  command.add_option("FILE", arguments->file, "Rules of your own; without it, the standard rules")
-      ->type_name("");
-  command.add_option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
-      ->capture_default_str();
-  command.add_option("-j,--jobs", arguments->jobs, "How many solvers run side by side")
-      ->check(CLI::Range(1, 256).description(""))
-      ->type_name("N")
-      ->capture_default_str();
-  command.add_option("--timeout", arguments->timeout, "For each query at widths above 4, in seconds")
-      ->check(CLI::Range(0.001, 1e6).description(""))
-      ->type_name("S")
-      ->capture_default_str();
+  command.option("FILE", arguments->file, "Rules of your own; without it, the standard rules").type("");
+  command.option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
+      .shows_default();
+  command.option("-j,--jobs", arguments->jobs, "How many solvers run side by side")
+      .between(1, 256)
+      .type("N")
+      .shows_default();
+  command.option("--timeout", arguments->timeout, "For each query at widths above 4, in seconds")
+      .between(0.001, 1e6)
+      .type("S")
+      .shows_default();
   command
-      .add_option("--max-width", arguments->max_width,
-                  fmt::format("The largest width to try; without it, {}, and larger ones that a rule names",
-                              largest_width))
-      ->check(CLI::Range(std::size_t{1}, std::size_t{1024}).description(""))
-      ->type_name("W");
+      .option("--max-width", arguments->max_width,
+              fmt::format("The largest width to try; without it, {}, and larger ones that a rule names",
+                          largest_width))
+      .between(std::size_t{1}, std::size_t{1024})
+      .type("W");
   command.footer(explanation);
   command.callback([arguments, &status] {
     Check check(*arguments, arguments->file.empty() ? standard_rules() : rules_of_file(arguments->file));

@@ -1,44 +1,42 @@
 #include "simplify/simplify_arguments.h"
 
-#include <CLI/CLI.hpp>
-
+#include "io/command_line.h"
 #include "io/input.h"
 
 namespace quarv::cli {
 
-void add_step_options(CLI::App& command, SimplifyArguments& arguments) {
-  CLI::Option* const no_rules =
-      command.add_flag("--no-rules", arguments.no_rules, "Simplify operators, but apply no rewrite rule");
+void add_step_options(const CommandLine& command, SimplifyArguments& arguments) {
+  const Option no_rules =
+      command.flag("--no-rules", arguments.no_rules, "Simplify operators, but apply no rewrite rule");
   command
-      .add_flag("--no-simplifiers", arguments.no_simplifiers,
-                "Apply rewrite rules, but simplify no operator: not even constants are folded")
-      ->excludes(no_rules);
+      .flag("--no-simplifiers", arguments.no_simplifiers,
+            "Apply rewrite rules, but simplify no operator: not even constants are folded")
+      .excludes(no_rules);
   command
-      .add_option("--rules", arguments.rule_files,
-                  "Rules of your own, to be tried after the standard ones; may be repeated. It is for you to "
-                  "know that they hold: quarv rules check tells")
-      ->type_name("FILE.rules")
-      ->allow_extra_args(false)
-      ->excludes(no_rules);
+      .option("--rules", arguments.rule_files,
+              "Rules of your own, to be tried after the standard ones; may be repeated. It is for you to "
+              "know that they hold: quarv rules check tells")
+      .type("FILE.rules")
+      .one_at_a_time()
+      .excludes(no_rules);
   command
-      .add_option("--disable-rule", arguments.disabled_rules,
-                  "Do not apply this rule, given by number (quarv rules list) or text; may be repeated")
-      ->type_name("N|TEXT")
-      ->allow_extra_args(false);
-  command.add_flag("--standard", arguments.standard,
-                   "The layer as it is, not restricted to what the SMT-LIB standard warrants");
+      .option("--disable-rule", arguments.disabled_rules,
+              "Do not apply this rule, given by number (quarv rules list) or text; may be repeated")
+      .type("N|TEXT")
+      .one_at_a_time();
+  command.flag("--standard", arguments.standard,
+               "The layer as it is, not restricted to what the SMT-LIB standard warrants");
 }
 
-void add_simplify_options(CLI::App& command, SimplifyArguments& arguments) {
+void add_simplify_options(const CommandLine& command, SimplifyArguments& arguments) {
   add_step_options(command, arguments);
   command
-      .add_option(
-          "--share", arguments.sharing,
-          "How sub-terms that occur repeatedly are written: define-fun and let, let alone, or repeated")
-      ->type_name("auto|let|none")
-      ->check(CLI::IsMember({"auto", "let", "none"}).description(""))
-      ->capture_default_str();
-  command.add_flag(
+      .option("--share", arguments.sharing,
+              "How sub-terms that occur repeatedly are written: define-fun and let, let alone, or repeated")
+      .type("auto|let|none")
+      .one_of({"auto", "let", "none"})
+      .shows_default();
+  command.flag(
       "--canonical", arguments.canonical,
       "Print the normal form, for comparing, instead of the smallest form in the words of the input");
 }

@@ -5,11 +5,9 @@
 
 #include <quarv/smtlib/simplify_script.h>
 
-namespace CLI {
-class App;
-}
-
 namespace quarv::cli {
+
+class CommandLine;
 
 /// How a script is to be simplified and printed, as it stands on the command line.
 struct SimplifyArguments {
@@ -23,10 +21,10 @@ struct SimplifyArguments {
 };
 
 /// Adds the options to a subcommand; `arguments` must outlive it.
-void add_simplify_options(CLI::App& command, SimplifyArguments& arguments);
+void add_simplify_options(const CommandLine& command, SimplifyArguments& arguments);
 
 /// Only those that say how a script is to be simplified.
-void add_step_options(CLI::App& command, SimplifyArguments& arguments);
+void add_step_options(const CommandLine& command, SimplifyArguments& arguments);
 
 /// Reads the rule files. Throws FileError.
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments);
