@@ -11,7 +11,7 @@
 
 namespace quarv {
 
-struct OperatorRow {
+struct OperatorSample {
   using Terms = std::vector<const Term*>;
 
   SymbolTag::tag tag;
@@ -35,11 +35,11 @@ class OperatorTable {
     add_float_conversions();
   }
 
-  const std::vector<OperatorRow>& rows() const { return rows_; }
+  const std::vector<OperatorSample>& rows() const { return rows_; }
 
   /// A declared constant of each argument type, different ones for different positions.
-  OperatorRow::Terms variables(const OperatorRow& row) const {
-    OperatorRow::Terms result;
+  OperatorSample::Terms variables(const OperatorSample& row) const {
+    OperatorSample::Terms result;
     for (std::size_t i = 0; i < row.argument_types.size(); ++i) {
       result.push_back(m.make_constant("v" + std::to_string(i), row.argument_types[i]));
     }
@@ -47,7 +47,7 @@ class OperatorTable {
   }
 
  private:
-  using Terms = OperatorRow::Terms;
+  using Terms = OperatorSample::Terms;
   using Types = std::vector<const DataType*>;
   using Unary = const Term* (TermManager::*)(const Term*);
   using Binary = const Term* (TermManager::*)(const Term*, const Term*);
@@ -260,7 +260,7 @@ class OperatorTable {
   }
 
   TermManager& m;
-  std::vector<OperatorRow> rows_;
+  std::vector<OperatorSample> rows_;
 };
 
 }  // namespace quarv

@@ -128,7 +128,7 @@ class Operators : public ::testing::Test {
 
   std::vector<const Symbol*> all_symbols() {
     std::vector<const Symbol*> result = other_symbols();
-    for (const OperatorRow& row : table.rows()) result.push_back(row.symbol());
+    for (const OperatorSample& row : table.rows()) result.push_back(row.symbol());
     return result;
   }
 
@@ -138,7 +138,7 @@ class Operators : public ::testing::Test {
 
 TEST_F(Operators, TheTableIsComplete) {
   std::set<int> tags;
-  for (const OperatorRow& row : table.rows()) tags.insert(row.tag);
+  for (const OperatorSample& row : table.rows()) tags.insert(row.tag);
   for (int tag = SymbolTag::AND; tag < int{SymbolTag::count}; ++tag) {
     EXPECT_EQ(tags.count(tag), 1U) << SymbolTag::name(static_cast<SymbolTag::tag>(tag));
   }
@@ -166,7 +166,7 @@ TEST_F(Operators, TagsAreFixedNumbers) {
 }
 
 TEST_F(Operators, SymbolsSayWhatTheyAre) {
-  for (const OperatorRow& row : table.rows()) {
+  for (const OperatorSample& row : table.rows()) {
     const Symbol* s = row.symbol();
     SCOPED_TRACE(s->name);
     EXPECT_EQ(s, row.symbol());
@@ -191,7 +191,7 @@ TEST_F(Operators, RecognisersWithOutParameters) {
   for (const Recogniser& r : recognisers) {
     SCOPED_TRACE(SymbolTag::name(r.tag));
     bool met = false;
-    for (const OperatorRow& row : table.rows()) {
+    for (const OperatorSample& row : table.rows()) {
       std::size_t out[4] = {777, 777, 777, 777};
       const bool recognised = r.call(mgr, row.symbol(), out);
       EXPECT_EQ(recognised, row.tag == r.tag);
@@ -288,16 +288,16 @@ TEST_F(Operators, SignedAndUnsignedConversionsDiffer) {
 }
 
 TEST_F(Operators, ConstructorsWithoutSimplifierBuildThePlainTerm) {
-  for (const OperatorRow& row : table.rows()) {
+  for (const OperatorSample& row : table.rows()) {
     const Symbol* s = row.symbol();
     SCOPED_TRACE(s->name);
-    const OperatorRow::Terms args = table.variables(row);
+    const OperatorSample::Terms args = table.variables(row);
     const std::size_t before = mgr.num_terms();
     const Term* t = row.make(args);
     EXPECT_EQ(mgr.num_terms(), before + 1);
     EXPECT_EQ(t->id, before);
     EXPECT_EQ(t->symbol, s);
-    EXPECT_EQ(OperatorRow::Terms(mgr.args_of(t).begin(), mgr.args_of(t).end()), args);
+    EXPECT_EQ(OperatorSample::Terms(mgr.args_of(t).begin(), mgr.args_of(t).end()), args);
     EXPECT_EQ(mgr.type_of(t), row.result);
     EXPECT_EQ(row.make(args), t);
     EXPECT_EQ(mgr.do_make_term(s, args), t);
@@ -328,10 +328,10 @@ TEST_F(Operators, OnlyFullConstructorsSimplify) {
   simplifier.answer = mgr.make_constant("answer", mgr.bool_type);
   mgr.set_simplifier(&simplifier);
   EXPECT_EQ(mgr.simplifier(), &simplifier);
-  for (const OperatorRow& row : table.rows()) {
+  for (const OperatorSample& row : table.rows()) {
     const Symbol* s = row.symbol();
     SCOPED_TRACE(s->name);
-    const OperatorRow::Terms args = table.variables(row);
+    const OperatorSample::Terms args = table.variables(row);
     const int before = simplifier.calls;
     EXPECT_EQ(row.make(args), simplifier.answer);
     EXPECT_EQ(simplifier.calls, before + 1);

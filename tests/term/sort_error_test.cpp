@@ -38,10 +38,10 @@ class SortErrors : public ::testing::Test {
 };
 
 TEST_F(SortErrors, EveryArgumentOfEveryOperator) {
-  for (const OperatorRow& row : table.rows()) {
+  for (const OperatorSample& row : table.rows()) {
     const Symbol* s = row.symbol();
     for (std::size_t i = 0; i < row.argument_types.size(); ++i) {
-      OperatorRow::Terms args = table.variables(row);
+      OperatorSample::Terms args = table.variables(row);
       args[i] = wrong;
       EXPECT_EQ(error_of([&] { mgr.make_term(s, args); }),
                 std::string(SymbolTag::name(row.tag)) + ": argument " + std::to_string(i + 1) +
@@ -51,9 +51,9 @@ TEST_F(SortErrors, EveryArgumentOfEveryOperator) {
 }
 
 TEST_F(SortErrors, EveryArgumentOfEveryConstructor) {
-  for (const OperatorRow& row : table.rows()) {
+  for (const OperatorSample& row : table.rows()) {
     for (std::size_t i = 0; i < row.argument_types.size(); ++i) {
-      OperatorRow::Terms args = table.variables(row);
+      OperatorSample::Terms args = table.variables(row);
       args[i] = wrong;
       const std::string message = error_of([&] { row.make(args); });
       SCOPED_TRACE(message);
@@ -75,9 +75,9 @@ TEST_F(SortErrors, EveryArgumentOfEveryConstructor) {
 }
 
 TEST_F(SortErrors, NumberOfArguments) {
-  for (const OperatorRow& row : table.rows()) {
+  for (const OperatorSample& row : table.rows()) {
     const Symbol* s = row.symbol();
-    OperatorRow::Terms args = table.variables(row);
+    OperatorSample::Terms args = table.variables(row);
     const auto expected = [&row](std::size_t given, std::size_t wanted) {
       return std::string(SymbolTag::name(row.tag)) + ": " + std::to_string(given) +
              (given == 1 ? " argument" : " arguments") + " given, " + std::to_string(wanted) + " expected";

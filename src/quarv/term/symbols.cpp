@@ -2,6 +2,7 @@
 #include <new>
 #include <stdexcept>
 
+#include <quarv/term/operators.h>
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
 
@@ -42,19 +43,80 @@ const Symbol* TermManager::constant_symbol(const char* name, const DataType* typ
   return new_symbol(SymbolTag::CONSTANT, name, {}, type);
 }
 
-// Operators with integer parameters.
-// -------------------------------------------------------------------------------------
+// Operators, by their rows.
+// -------------------------------------------------------------------------------------------------
 
 namespace {
 
 /// The width of a result that is as wide as two things together.
-std::size_t sum_of_widths(SymbolTag::tag tag, std::size_t a, std::size_t b) {
+std::size_t sum_of_widths(const char* op, std::size_t a, std::size_t b) {
   std::size_t sum;
-  if (__builtin_add_overflow(a, b, &sum)) {
-    throw SortError(std::string(SymbolTag::name(tag)) + ": the result would be too wide");
-  }
+  if (__builtin_add_overflow(a, b, &sum)) throw SortError(std::string(op) + ": the result would be too wide");
   return sum;
 }
+
+}  // namespace
+
+const DataType* TermManager::sort_at(SortPattern pattern, const char* op, const std::size_t* params,
+                                     const DataType* type) {
+  const std::size_t* const p = params + pattern.at;
+  switch (pattern.kind) {
+    case SortPattern::boolean:
+      return bool_type;
+    case SortPattern::integer:
+      return int_type;
+    case SortPattern::real:
+      return rat_type;
+    case SortPattern::rounding_mode:
+      return rounding_mode_type;
+    case SortPattern::bit:
+      return get_bv_type(1);
+    case SortPattern::bits:
+      return get_bv_type(p[0]);
+    case SortPattern::joined:
+      return get_bv_type(sum_of_widths(op, p[0], p[1]));
+    case SortPattern::kept:
+      return get_bv_type(p[0] - p[1] + 1);
+    case SortPattern::format:
+      return get_fp_type(p[0], p[1]);
+    case SortPattern::encoding:
+      return get_bv_type(p[0] + p[1] + 1);
+    case SortPattern::any:
+    case SortPattern::number:
+    case SortPattern::array:
+      return type;
+    case SortPattern::index:
+      return type->get_component(1);
+    case SortPattern::element:
+      return type->get_component(2);
+  }
+  __builtin_unreachable();
+}
+
+TermManager::Sorts TermManager::sorts_of(const OperatorRow& row, const std::size_t* params,
+                                         const DataType* type) {
+  const Signature& s = row.signature;
+  Sorts sorts;
+  for (std::size_t i = 0; i < s.arity; ++i) sorts.arguments[i] = sort_at(s.args[i], row.name, params, type);
+  sorts.result = sort_at(s.result, row.name, params, type);
+  return sorts;
+}
+
+Symbol* TermManager::new_operator_symbol(SymbolTag::tag tag, const std::size_t* params,
+                                         const DataType* type) {
+  const OperatorRow& row = operator_row(tag);
+  const Sorts sorts = sorts_of(row, params, type);
+  return new_symbol(tag, row.name, std::span(sorts.arguments, row.signature.arity), sorts.result);
+}
+
+std::span<const std::size_t> TermManager::parameters(const Symbol* s) const noexcept {
+  return {s->params_, operator_row(get_tag(s)).signature.num_params};
+}
+
+// Operators with integer parameters, or without any.
+// -------------------------------------------------------------------------------------
+
+namespace {
 
 std::size_t hash_params(SymbolTag::tag tag, std::uint16_t flag, const std::size_t (&params)[4]) noexcept {
   constexpr std::uint64_t k = 0x9E3779B97F4A7C15u;
@@ -68,137 +130,38 @@ std::size_t hash_params(SymbolTag::tag tag, std::uint16_t flag, const std::size_
 const Symbol* TermManager::make_param_symbol(SymbolTag::tag tag, std::uint16_t flag,
                                              const std::size_t (&params)[4]) {
   auto& table = tables_->param_symbols;
-  const auto free_or_found = [&](auto&& is_it) {
-    std::size_t i = hash_params(tag, flag, params) & (table.size() - 1);
-    while (table[i] != nullptr && !is_it(table[i])) i = (i + 1) & (table.size() - 1);
-    return i;
-  };
-  std::size_t i = free_or_found([&](const Symbol* s) {
-    return s->tag_ == tag && s->flag_ == flag && std::memcmp(s->params_, params, sizeof params) == 0;
-  });
-  if (table[i] != nullptr) return table[i];
-
-  // The signature: up to three argument types, filled below.
-  const DataType* a[3];
-  std::size_t n = 1;
-  const DataType* result = nullptr;
-  const auto unary = [&](const DataType* argument, const DataType* r) { a[0] = argument, n = 1, result = r; };
-  const auto binary = [&](const DataType* x, const DataType* y, const DataType* r) {
-    a[0] = x, a[1] = y, n = 2, result = r;
-  };
-  const auto bv = [&](std::size_t width) { return get_bv_type(width); };
-  const auto fp = [&](std::size_t k) { return get_fp_type(params[k], params[k + 1]); };
-  const DataType* rm = rounding_mode_type;
-  switch (tag) {
-    case SymbolTag::BV_NOT:
-    case SymbolTag::BV_NEG:
-      unary(bv(params[0]), bv(params[0]));
-      break;
-    case SymbolTag::BV_ULT:
-    case SymbolTag::BV_SLT:
-    case SymbolTag::BV_ULE:
-    case SymbolTag::BV_SLE:
-      binary(bv(params[0]), bv(params[0]), bool_type);
-      break;
-    case SymbolTag::BV_COMP:
-      binary(bv(params[0]), bv(params[0]), bv(1));
-      break;
-    case SymbolTag::BV_CONCAT:
-      binary(bv(params[0]), bv(params[1]), bv(sum_of_widths(tag, params[0], params[1])));
-      break;
-    case SymbolTag::BV_SELECT:
-      unary(bv(params[2]), bv(params[0] - params[1] + 1));
-      break;
-    case SymbolTag::BV_ROL:
-    case SymbolTag::BV_ROR:
-      unary(bv(params[1]), bv(params[1]));
-      break;
-    case SymbolTag::BV_ZEXT:
-    case SymbolTag::BV_SEXT:
-      unary(bv(params[1]), bv(sum_of_widths(tag, params[0], params[1])));
-      break;
-    case SymbolTag::INT_FROM_UBV:
-    case SymbolTag::INT_FROM_SBV:
-      unary(bv(params[0]), int_type);
-      break;
-    case SymbolTag::INT_TO_BV:
-      unary(int_type, bv(params[0]));
-      break;
-    case SymbolTag::FP_EQ:
-    case SymbolTag::FP_LT:
-    case SymbolTag::FP_LE:
-      binary(fp(0), fp(0), bool_type);
-      break;
-    case SymbolTag::FP_MIN:
-    case SymbolTag::FP_MAX:
-      binary(fp(0), fp(0), fp(0));
-      break;
-    case SymbolTag::FP_NEG:
-    case SymbolTag::FP_ABS:
-      unary(fp(0), fp(0));
-      break;
-    case SymbolTag::FP_SQRT:
-    case SymbolTag::FP_ROUND_TO_INT:
-      binary(rm, fp(0), fp(0));
-      break;
-    case SymbolTag::FP_ADD:
-    case SymbolTag::FP_SUB:
-    case SymbolTag::FP_MUL:
-    case SymbolTag::FP_DIV:
-      a[0] = rm, a[1] = a[2] = result = fp(0), n = 3;
-      break;
-    case SymbolTag::FP_CAST:
-      binary(rm, fp(0), fp(2));
-      break;
-    case SymbolTag::FP_FROM_SBV:
-    case SymbolTag::FP_FROM_UBV:
-      binary(rm, bv(params[0]), fp(1));
-      break;
-    case SymbolTag::FP_TO_BV:
-      binary(rm, fp(0), bv(params[2]));
-      break;
-    case SymbolTag::FP_AS_IEEEBV:
-      unary(fp(0), bv(params[0] + params[1] + 1));
-      break;
-    case SymbolTag::FP_FROM_IEEEBV:
-      unary(bv(params[0] + params[1] + 1), fp(0));
-      break;
-    case SymbolTag::FP_ISNAN:
-    case SymbolTag::FP_ISINF:
-    case SymbolTag::FP_ISZERO:
-    case SymbolTag::FP_ISSUBNORMAL:
-    case SymbolTag::FP_ISNORMAL:
-    case SymbolTag::FP_ISNEG:
-    case SymbolTag::FP_ISPOS:
-      unary(fp(0), bool_type);
-      break;
-    default:
-      binary(bv(params[0]), bv(params[0]), bv(params[0]));
-      break;  // the other bit-vector operations
+  std::size_t i = hash_params(tag, flag, params) & (table.size() - 1);
+  for (; table[i] != nullptr; i = (i + 1) & (table.size() - 1)) {
+    const Symbol* s = table[i];
+    if (s->tag_ == tag && s->flag_ == flag && std::memcmp(s->params_, params, sizeof params) == 0) return s;
   }
-  Symbol* s = new_symbol(tag, SymbolTag::name(tag), std::span(a, n), result);
+  Symbol* s = new_operator_symbol(tag, params, nullptr);
   s->flag_ = flag;
   std::memcpy(s->params_, params, sizeof params);
+  insert_param_symbol(s);
+  return s;
+}
 
+void TermManager::insert_param_symbol(const Symbol* symbol) {
+  auto& table = tables_->param_symbols;
+  const auto insert = [&table](const Symbol* s) {
+    std::size_t i = hash_params(get_tag(s), s->flag_, s->params_) & (table.size() - 1);
+    while (table[i] != nullptr) i = (i + 1) & (table.size() - 1);
+    table[i] = s;
+  };
   if (4 * (tables_->num_param_symbols + 1) > 3 * table.size()) {
     std::vector<const Symbol*> old(2 * table.size());
     old.swap(table);
     for (const Symbol* entry : old) {
-      if (entry == nullptr) continue;
-      std::size_t j = hash_params(get_tag(entry), entry->flag_, entry->params_) & (table.size() - 1);
-      while (table[j] != nullptr) j = (j + 1) & (table.size() - 1);
-      table[j] = entry;
+      if (entry != nullptr) insert(entry);
     }
-    i = free_or_found([](const Symbol*) { return false; });
   }
-  table[i] = s;
+  insert(symbol);
   ++tables_->num_param_symbols;
-  return s;
 }
 
 const Symbol* TermManager::make_bv_symbol(SymbolTag::tag tag, std::size_t width) {
-  if ((tag < SymbolTag::BV_CONCAT || tag > SymbolTag::BV_SEXT) &&
-      (tag < SymbolTag::INT_FROM_UBV || tag > SymbolTag::INT_TO_BV)) {
+  if (operator_row(tag).signature.num_params != 1) {
     throw SortError(std::string(SymbolTag::name(tag)) + ": not a bit-vector operator");
   }
   return make_param_symbol(tag, 0, {width, 0, 0, 0});
@@ -233,7 +196,7 @@ const Symbol* TermManager::make_bv_sign_extend_symbol(std::size_t bits, std::siz
 }
 
 const Symbol* TermManager::make_fp_symbol(SymbolTag::tag tag, std::size_t ew, std::size_t mw) {
-  if (tag < SymbolTag::FP_EQ || tag > SymbolTag::FP_FROM_IEEEBV) {
+  if (!operator_row(tag).signature.has_format) {
     throw SortError(std::string(SymbolTag::name(tag)) + ": not a floating-point operator");
   }
   return make_param_symbol(tag, 0, {ew, mw, 0, 0});
@@ -265,8 +228,7 @@ const Symbol* TermManager::make_fp_to_sbv_symbol(std::size_t ew, std::size_t mw,
 
 const Symbol* TermManager::make_equal_symbol(const DataType* type) {
   if (type->equality_symbol_ == nullptr) {
-    const DataType* arguments[] = {type, type};
-    const Symbol* s = new_symbol(SymbolTag::EQ, SymbolTag::name(SymbolTag::EQ), arguments, bool_type);
+    const Symbol* s = new_operator_symbol(SymbolTag::EQ, nullptr, type);
     equality_symbols.insert(s);
     type->equality_symbol_ = s;
   }
@@ -275,9 +237,7 @@ const Symbol* TermManager::make_equal_symbol(const DataType* type) {
 
 const Symbol* TermManager::make_ite_symbol(const DataType* type) {
   if (type->ite_symbol_ == nullptr) {
-    const DataType* arguments[] = {bool_type, type, type};
-    type->ite_symbol_ =
-        new_symbol(SymbolTag::TERM_ITE, SymbolTag::name(SymbolTag::TERM_ITE), arguments, type);
+    type->ite_symbol_ = new_operator_symbol(SymbolTag::TERM_ITE, nullptr, type);
   }
   return type->ite_symbol_;
 }
@@ -289,9 +249,7 @@ const Symbol* TermManager::make_int_mod_congr_symbol(const QNumber& modulus) {
   const Term* key = make_number(modulus);
   const Symbol*& entry = tables_->congruence_symbols[key];
   if (entry == nullptr) {
-    const DataType* arguments[] = {int_type, int_type};
-    Symbol* s =
-        new_symbol(SymbolTag::INT_MOD_CONGR, SymbolTag::name(SymbolTag::INT_MOD_CONGR), arguments, bool_type);
+    Symbol* s = new_operator_symbol(SymbolTag::INT_MOD_CONGR, nullptr, nullptr);
     s->number_ = key->symbol->number_;
     entry = s;
   }
@@ -304,17 +262,7 @@ const Symbol* TermManager::make_array_symbol(SymbolTag::tag tag, const DataType*
                     " is not an array sort");
   }
   const Symbol*& entry = array_type->array_symbols_[tag - SymbolTag::ARRAY_READ];
-  if (entry == nullptr) {
-    const DataType* index = array_type->get_component(1);
-    const DataType* element = array_type->get_component(2);
-    const DataType* types[] = {array_type, index, element};
-    const std::span<const DataType* const> all(types);
-    const auto signature = tag == SymbolTag::ARRAY_READ    ? all.first(2)
-                           : tag == SymbolTag::ARRAY_CONST ? all.last(1)
-                                                           : all;
-    entry =
-        new_symbol(tag, SymbolTag::name(tag), signature, tag == SymbolTag::ARRAY_READ ? element : array_type);
-  }
+  if (entry == nullptr) entry = new_operator_symbol(tag, nullptr, array_type);
   return entry;
 }
 

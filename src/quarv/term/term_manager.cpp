@@ -75,21 +75,17 @@ TermManager::TermManager() : tables_(std::make_unique<SymbolTables>()) {
     rounding_symbols_[i] = constant_symbol(modes[i], rounding_mode_type);
   }
 
-  const auto op = [this](SymbolTag::tag tag, std::initializer_list<const DataType*> arguments,
-                         const DataType* result) {
-    return new_symbol(tag, SymbolTag::name(tag), std::span(arguments.begin(), arguments.size()), result);
-  };
-  not_symbol = op(SymbolTag::NOT, {bool_type}, bool_type);
-  and_symbol = op(SymbolTag::AND, {bool_type, bool_type}, bool_type);
-  or_symbol = op(SymbolTag::OR, {bool_type, bool_type}, bool_type);
-  iff_symbol = op(SymbolTag::IFF, {bool_type, bool_type}, bool_type);
-  rat_leq_symbol = op(SymbolTag::LEQ, {rat_type, rat_type}, bool_type);
-  int_leq_symbol = op(SymbolTag::LEQ, {int_type, int_type}, bool_type);
-  rat_plus_symbol = op(SymbolTag::PLUS, {rat_type, rat_type}, rat_type);
-  rat_times_symbol = op(SymbolTag::TIMES, {rat_type, rat_type}, rat_type);
-  int_plus_symbol = op(SymbolTag::PLUS, {int_type, int_type}, int_type);
-  int_times_symbol = op(SymbolTag::TIMES, {int_type, int_type}, int_type);
-  floor_symbol = op(SymbolTag::FLOOR, {rat_type}, int_type);
+  not_symbol = make_param_symbol(SymbolTag::NOT, 0, {});
+  and_symbol = make_param_symbol(SymbolTag::AND, 0, {});
+  or_symbol = make_param_symbol(SymbolTag::OR, 0, {});
+  iff_symbol = make_param_symbol(SymbolTag::IFF, 0, {});
+  floor_symbol = make_param_symbol(SymbolTag::FLOOR, 0, {});
+  rat_leq_symbol = new_operator_symbol(SymbolTag::LEQ, nullptr, rat_type);
+  int_leq_symbol = new_operator_symbol(SymbolTag::LEQ, nullptr, int_type);
+  rat_plus_symbol = new_operator_symbol(SymbolTag::PLUS, nullptr, rat_type);
+  rat_times_symbol = new_operator_symbol(SymbolTag::TIMES, nullptr, rat_type);
+  int_plus_symbol = new_operator_symbol(SymbolTag::PLUS, nullptr, int_type);
+  int_times_symbol = new_operator_symbol(SymbolTag::TIMES, nullptr, int_type);
 }
 
 TermManager::~TermManager() = default;

@@ -26,6 +26,8 @@
 
 namespace quarv {
 
+struct OperatorRow;
+struct SortPattern;
 struct SymbolTables;
 
 /// One attribute of an annotated term `(! body :keyword value)`. A value that consists of terms (`:pattern (t
@@ -415,6 +417,8 @@ class QUARV_API TermManager {
 
   /// The operator that the symbol stands for.
   static SymbolTag::tag get_tag(const Symbol* s) noexcept { return static_cast<SymbolTag::tag>(s->tag_); }
+  /// The integer parameters of an operator's symbol, in the order of its recogniser below.
+  std::span<const std::size_t> parameters(const Symbol* s) const noexcept;
   /// True for every symbol with a fixed meaning: all but declared functions and bound variables.
   bool is_interpreted(const Symbol* s) const noexcept { return s->tag_ != SymbolTag::UF; }
   bool is_bound_variable(const Symbol* s) const noexcept { return s->kind_ == Symbol::bound_variable; }
@@ -652,7 +656,17 @@ class QUARV_API TermManager {
   const Term* make_numeral(const QNumber& value, const DataType* type);
   Symbol* new_symbol(SymbolTag::tag tag, const char* name, std::span<const DataType* const> argument_types,
                      const DataType* result);
+  /// The sorts of an operator's arguments and of its result.
+  struct Sorts {
+    const DataType* arguments[4];
+    const DataType* result;
+  };
+  const DataType* sort_at(SortPattern pattern, const char* op, const std::size_t* params,
+                          const DataType* type);
+  Sorts sorts_of(const OperatorRow& row, const std::size_t* params, const DataType* type);
+  Symbol* new_operator_symbol(SymbolTag::tag tag, const std::size_t* params, const DataType* type);
   const Symbol* make_param_symbol(SymbolTag::tag tag, std::uint16_t flag, const std::size_t (&params)[4]);
+  void insert_param_symbol(const Symbol* symbol);
   const Symbol* make_array_symbol(SymbolTag::tag tag, const DataType* array_type);
   const Symbol* named_symbol(SymbolTag::tag tag, std::string_view name,
                              std::span<const DataType* const> argument_types, const DataType* result);
