@@ -1,10 +1,14 @@
 // Every operator: what its symbol says, who recognises it, how its terms are interned and simplified.
+#include <algorithm>
 #include <set>
+#include <span>
 #include <term/operator_table.h>
 #include <type_traits>
 #include <utility>
 
 #include <gtest/gtest.h>
+
+#include <quarv/term/operators.h>
 
 namespace quarv {
 namespace {
@@ -179,6 +183,53 @@ TEST_F(Operators, SymbolsSayWhatTheyAre) {
     EXPECT_EQ(mgr.equality_symbols.contains(s), row.tag == Tag::EQ);
     EXPECT_EQ(mgr.rewritable_args(s), row.argument_types.size());
   }
+}
+
+TEST_F(Operators, RowsAreWellFormed) {
+  std::set<std::string_view> names;
+  for (const OperatorRow& row : tagged_operators()) {
+    SCOPED_TRACE(row.name);
+    EXPECT_TRUE(names.insert(row.name).second);
+    EXPECT_EQ(std::string_view(row.name), SymbolTag::name(row.tag));
+    EXPECT_GT(row.signature.arity, 0U);
+    EXPECT_LE(row.first_index + row.num_indices, row.signature.num_params);
+    EXPECT_TRUE(row.commutes_from == OperatorRow::never || row.commutes_from + 2 == row.signature.arity);
+    EXPECT_TRUE(row.chain == Chain::none || row.signature.arity == 2);
+    EXPECT_EQ(row.rule_word.empty(), row.member.empty());
+  }
+  for (const OperatorRow& row : opaque_operators()) {
+    EXPECT_TRUE(names.insert(row.name).second) << row.name;
+    EXPECT_EQ(row.tag, SymbolTag::OPAQUE);
+    EXPECT_EQ(row.num_indices, 0U);
+  }
+}
+
+TEST_F(Operators, SymbolsFollowFromArgumentsAndIndices) {
+  for (const OperatorSample& sample : table.rows()) {
+    const OperatorRow& row = operator_row(sample.tag);
+    SCOPED_TRACE(row.name);
+    const OperatorSample::Terms args = table.variables(sample);
+    const std::span<const std::size_t> params(sample.params);
+    const auto indices = params.subspan(row.first_index, row.num_indices);
+    const Symbol* s = sample.symbol();
+    EXPECT_TRUE(std::ranges::equal(mgr.parameters(s), params));
+    if (row.tag == Tag::INT_MOD_CONGR || row.tag == Tag::ARRAY_CONST) {
+      EXPECT_THROW(mgr.operation_symbol(row, indices, args), SortError);
+    } else if (!mgr.is_fp_to_sbv(s)) {
+      EXPECT_EQ(mgr.operation_symbol(row, indices, args), s);
+      EXPECT_EQ(mgr.make_operation(row, indices, args), sample.make(args));
+    }
+  }
+}
+
+TEST_F(Operators, SymbolsOfOperatorsKnownByName) {
+  const Term* x = mgr.make_constant("x", mgr.get_bv_type(8));
+  const auto row =
+      std::ranges::find(opaque_operators(), std::string_view("ext_rotate_left"), &OperatorRow::smtlib);
+  const Term* const args[] = {x, x};
+  EXPECT_EQ(mgr.operation_symbol(*row, {}, args),
+            mgr.make_opaque_symbol("ext_rotate_left", {mgr.get_bv_type(8), mgr.get_bv_type(8)},
+                                   mgr.get_bv_type(8)));
 }
 
 TEST_F(Operators, DifferentRowsHaveDifferentSymbols) {

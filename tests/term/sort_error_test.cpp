@@ -1,9 +1,13 @@
 // What does not fit an operator is refused with a message that says where and why, and leaves no trace.
 #include <cstdint>
+#include <span>
 #include <string>
 #include <term/operator_table.h>
+#include <utility>
 
 #include <gtest/gtest.h>
+
+#include <quarv/term/operators.h>
 
 namespace quarv {
 namespace {
@@ -72,6 +76,31 @@ TEST_F(SortErrors, EveryArgumentOfEveryConstructor) {
                   (type == "Int" && contains(message, "expected Real")));
     }
   }
+}
+
+TEST_F(SortErrors, EveryArgumentOfEveryOperation) {
+  for (const OperatorSample& sample : table.rows()) {
+    const OperatorRow& row = operator_row(sample.tag);
+    if (row.tag == Tag::INT_MOD_CONGR || row.tag == Tag::ARRAY_CONST) continue;
+    const auto indices = std::span(std::as_const(sample.params)).subspan(row.first_index, row.num_indices);
+    for (std::size_t i = 0; i < sample.argument_types.size(); ++i) {
+      OperatorSample::Terms args = table.variables(sample);
+      args[i] = wrong;
+      const std::string message = error_of([&] { mgr.make_operation(row, indices, args); });
+      const bool either = row.tag == Tag::EQ || (row.tag == Tag::TERM_ITE && i > 0);
+      const std::size_t position = either ? args.size() : i + 1;
+      const std::string beginning =
+          std::string(row.name) + ": argument " + std::to_string(position) + " has sort ";
+      EXPECT_TRUE(message.starts_with(beginning)) << message;
+    }
+    OperatorSample::Terms args = table.variables(sample);
+    args.push_back(args.back());
+    const std::string message = error_of([&] { mgr.make_operation(row, indices, args); });
+    EXPECT_TRUE(message.ends_with(std::to_string(args.size() - 1) + " expected")) << message;
+  }
+  const Term* x = mgr.make_constant("x", mgr.get_bv_type(8));
+  EXPECT_EQ(error_of([&] { mgr.make_operation(Tag::BV_SELECT, {x}); }),
+            "extract: 0 indices given, 2 expected");
 }
 
 TEST_F(SortErrors, NumberOfArguments) {

@@ -1,14 +1,15 @@
 #include <array>
 
+#include <quarv/term/operators.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv {
 
 namespace {
 
-template <class... T>
-std::array<const Term*, sizeof...(T)> list(T... args) {
-  return {args...};
+template <class T, class... More>
+std::array<T, 1 + sizeof...(More)> list(T first, More... more) {
+  return {first, more...};
 }
 
 }  // namespace
@@ -146,49 +147,34 @@ const Term* TermManager::make_array_const(const DataType* array_type, const Term
 // ------------------------------------------------------------------------------------------------------------
 
 const Term* TermManager::make_fp_unary(SymbolTag::tag tag, const Term* a) {
-  std::size_t ew, mw;
-  checked_format(SymbolTag::name(tag), a, 1, &ew, &mw);
-  return simplified(make_fp_symbol(tag, ew, mw), list(a));
+  return make_operation(tag, {a});
 }
 
 const Term* TermManager::make_fp_binary(SymbolTag::tag tag, const Term* a, const Term* b) {
-  std::size_t ew, mw;
-  checked_format(SymbolTag::name(tag), a, 1, &ew, &mw);
-  check_type(SymbolTag::name(tag), b, 2, type_of(a));
-  return simplified(make_fp_symbol(tag, ew, mw), list(a, b));
+  return make_operation(tag, {a, b});
 }
 
 const Term* TermManager::make_fp_rounded(SymbolTag::tag tag, const Term* rounding, const Term* a,
                                          const Term* b) {
-  std::size_t ew, mw;
-  check_type(SymbolTag::name(tag), rounding, 1, rounding_mode_type);
-  checked_format(SymbolTag::name(tag), a, 2, &ew, &mw);
-  const Symbol* symbol = make_fp_symbol(tag, ew, mw);
-  if (b == nullptr) return simplified(symbol, list(rounding, a));
-  check_type(SymbolTag::name(tag), b, 3, type_of(a));
-  return simplified(symbol, list(rounding, a, b));
+  return b == nullptr ? make_operation(tag, {rounding, a}) : make_operation(tag, {rounding, a, b});
 }
 
 const Term* TermManager::make_fp_cast(std::size_t ew, std::size_t mw, const Term* rounding, const Term* a) {
-  std::size_t source_ew, source_mw;
-  checked_format("to_fp", a, 2, &source_ew, &source_mw);
-  return make_term(make_fp_cast_symbol(source_ew, source_mw, ew, mw), list(rounding, a));
+  return make_operation(operator_row(SymbolTag::FP_CAST), list(ew, mw), list(rounding, a));
 }
 
 const Term* TermManager::make_fp_from_sbv(std::size_t ew, std::size_t mw, const Term* rounding,
                                           const Term* bits) {
-  const std::size_t width = checked_bv_width("to_fp", bits, 2);
-  return make_term(make_fp_from_sbv_symbol(width, ew, mw), list(rounding, bits));
+  return make_operation(operator_row(SymbolTag::FP_FROM_SBV), list(ew, mw), list(rounding, bits));
 }
 
 const Term* TermManager::make_fp_from_ubv(std::size_t ew, std::size_t mw, const Term* rounding,
                                           const Term* bits) {
-  const std::size_t width = checked_bv_width("to_fp_unsigned", bits, 2);
-  return make_term(make_fp_from_ubv_symbol(width, ew, mw), list(rounding, bits));
+  return make_operation(operator_row(SymbolTag::FP_FROM_UBV), list(ew, mw), list(rounding, bits));
 }
 
 const Term* TermManager::make_fp_from_ieeebv(std::size_t ew, std::size_t mw, const Term* bits) {
-  return make_term(make_fp_symbol(SymbolTag::FP_FROM_IEEEBV, ew, mw), list(bits));
+  return make_operation(operator_row(SymbolTag::FP_FROM_IEEEBV), list(ew, mw), list(bits));
 }
 
 const Term* TermManager::make_fp_to_ubv(std::size_t width, const Term* rounding, const Term* a) {

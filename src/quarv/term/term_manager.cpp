@@ -127,15 +127,11 @@ const Term* TermManager::make_term_unchecked(const Symbol* symbol, Args args) {
   return simplified(symbol, args);
 }
 
-namespace {
-
-[[noreturn]] void wrong_type(const char* op, std::size_t position, const DataType* found,
+void TermManager::wrong_type(const char* op, std::size_t position, const DataType* found,
                              const std::string& wanted) {
   throw SortError(std::string(op) + ": argument " + std::to_string(position) + " has sort " +
                   found->abbreviated() + ", expected " + wanted);
 }
-
-}  // namespace
 
 void TermManager::check_type(const char* op, const Term* a, std::size_t position,
                              const DataType* wanted) const {

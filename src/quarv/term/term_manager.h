@@ -322,8 +322,19 @@ class QUARV_API TermManager {
   const Term* make_fp_to_ubv(std::size_t width, const Term* rounding, const Term* a);
   const Term* make_fp_to_sbv(std::size_t width, const Term* rounding, const Term* a);
 
+  /// The operation of a row of operators.h on arguments of any sorts that its signature admits; indices are
+  /// those of SMT-LIB, but that a significand's width does not count the hidden bit. Not for `divisible` and
+  /// constant arrays, whose symbols do not follow from arguments and indices.
+  const Term* make_operation(const OperatorRow& row, std::span<const std::size_t> indices, Args args) {
+    return simplified(operation_symbol(row, indices, args), args);
+  }
+  const Term* make_operation(SymbolTag::tag tag, std::initializer_list<const Term*> args);
+
   // Operator symbols, interned, for `do_make_term` and `make_term`.
   // ------------------------------------------------------
+
+  /// The symbol of that operation.
+  const Symbol* operation_symbol(const OperatorRow& row, std::span<const std::size_t> indices, Args args);
 
   /// Equality and if-then-else at a type. For Booleans `make_equal` uses `iff_symbol` instead.
   const Symbol* make_equal_symbol(const DataType* type);
@@ -647,6 +658,11 @@ class QUARV_API TermManager {
   const Term* make_fp_binary(SymbolTag::tag tag, const Term* a, const Term* b);
   const Term* make_fp_rounded(SymbolTag::tag tag, const Term* rounding, const Term* a,
                               const Term* b = nullptr);
+  struct Binding;
+  void bind(Binding& b, const Term* a, std::size_t position);
+  const Symbol* symbol_of(const Binding& b);
+  [[noreturn]] static void wrong_type(const char* op, std::size_t position, const DataType* found,
+                                      const std::string& wanted);
   void check_array(const char* op, const Term* a) const;
   std::size_t checked_bv_width(const char* op, const Term* a, std::size_t position) const;
   void checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,

@@ -1,0 +1,104 @@
+// Operations by the rows of their operators: parameters and sorts are found from the arguments.
+#include <algorithm>
+
+#include <quarv/term/operators.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv {
+
+/// What the arguments of an operation say of its symbol.
+struct TermManager::Binding {
+  const OperatorRow& row;
+  std::size_t params[4] = {};      // 0: not known yet
+  const DataType* type = nullptr;  // that a polymorphic symbol is made for
+};
+
+void TermManager::bind(Binding& b, const Term* a, std::size_t position) {
+  const SortPattern pattern = b.row.signature.args[position - 1];
+  const DataType* const found = type_of(a);
+  std::size_t* const p = b.params + pattern.at;
+  switch (pattern.kind) {
+    case SortPattern::bits:
+      if (p[0] == 0) {
+        p[0] = checked_bv_width(b.row.name, a, position);
+        return;
+      }
+      break;
+    case SortPattern::format:
+      if (p[0] == 0) {
+        checked_format(b.row.name, a, position, p, p + 1);
+        return;
+      }
+      break;
+    case SortPattern::number:
+      if (!is_arithmetic_type(found)) wrong_type(b.row.name, position, found, "Int or Real");
+      [[fallthrough]];
+    case SortPattern::any:
+      if (const DataType* common = b.type == nullptr ? found : get_supertype(b.type, found)) {
+        b.type = common;
+        return;
+      }
+      break;
+    case SortPattern::array:
+      if (b.type == nullptr) {
+        check_array(b.row.name, a);
+        b.type = found;
+        return;
+      }
+      break;
+    default:
+      if (pattern.is_polymorphic() && b.type == nullptr) {
+        throw SortError(std::string(b.row.name) + ": the arguments do not tell the sort of the array");
+      }
+  }
+  check_type(b.row.name, a, position, sort_at(pattern, b.row.name, b.params, b.type));
+}
+
+const Symbol* TermManager::symbol_of(const Binding& b) {
+  const SymbolTag::tag tag = b.row.tag;
+  switch (tag) {
+    case SymbolTag::EQ:
+      return b.type == bool_type ? iff_symbol : make_equal_symbol(b.type);
+    case SymbolTag::TERM_ITE:
+      return make_ite_symbol(b.type);
+    case SymbolTag::PLUS:
+      return b.type == int_type ? int_plus_symbol : rat_plus_symbol;
+    case SymbolTag::TIMES:
+      return b.type == int_type ? int_times_symbol : rat_times_symbol;
+    case SymbolTag::LEQ:
+      return b.type == int_type ? int_leq_symbol : rat_leq_symbol;
+    case SymbolTag::ARRAY_READ:
+    case SymbolTag::ARRAY_WRITE:
+      return make_array_symbol(tag, b.type);
+    case SymbolTag::BV_SELECT:
+      return make_bv_extract_symbol(b.params[0], b.params[1], b.params[2]);
+    case SymbolTag::INT_MOD_CONGR:
+      throw SortError("divisible: the modulus is missing");
+    default:
+      break;
+  }
+  if (tag != SymbolTag::OPAQUE && !b.row.signature.is_polymorphic) return make_param_symbol(tag, 0, b.params);
+  const Sorts sorts = sorts_of(b.row, b.params, b.type);
+  return named_symbol(tag, b.row.name, std::span(sorts.arguments, b.row.signature.arity), sorts.result);
+}
+
+const Symbol* TermManager::operation_symbol(const OperatorRow& row, std::span<const std::size_t> indices,
+                                            Args args) {
+  const auto check_number = [&row](std::size_t given, std::size_t expected, const char* what) {
+    if (given == expected) return;
+    throw SortError(std::string(row.name) + ": " + std::to_string(given) + ' ' + what + " given, " +
+                    std::to_string(expected) + " expected");
+  };
+  check_number(indices.size(), row.num_indices, indices.size() == 1 ? "index" : "indices");
+  check_number(args.size(), row.signature.arity, args.size() == 1 ? "argument" : "arguments");
+  Binding b{row};
+  std::ranges::copy(indices, b.params + row.first_index);
+  for (std::size_t i = 0; i < args.size(); ++i) bind(b, args[i], i + 1);
+  return symbol_of(b);
+}
+
+const Term* TermManager::make_operation(SymbolTag::tag tag, std::initializer_list<const Term*> args) {
+  return make_operation(operator_row(tag), {}, Args(args.begin(), args.size()));
+}
+
+}  // namespace quarv
