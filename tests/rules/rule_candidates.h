@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <quarv/rules/rule_language.h>
+#include <quarv/term/operators.h>
 #include <quarv/term/term_manager.h>
 
 /// Makes random terms that have the operators of a rule's pattern, says which of the rule's conditions hold
@@ -213,39 +214,7 @@ class RuleCandidates {
 
   const Term* apply(const quarv::rules::Operator& op, const std::vector<std::size_t>& p,
                     const std::vector<const Term*>& a) {
-    using quarv::SymbolTag;
-    const std::size_t w = width_of(a[0]);
-    const quarv::Symbol* symbol = nullptr;
-    switch (op.tag) {
-      case SymbolTag::EQ:
-        symbol = mgr_->make_equal_symbol(mgr_->type_of(a[0]));
-        break;
-      case SymbolTag::NOT:
-        symbol = mgr_->not_symbol;
-        break;
-      case SymbolTag::BV_CONCAT:
-        symbol = mgr_->make_bv_concat_symbol(w, width_of(a[1]));
-        break;
-      case SymbolTag::BV_SELECT:
-        symbol = mgr_->make_bv_extract_symbol(p[0], p[1], w);
-        break;
-      case SymbolTag::BV_ROL:
-        symbol = mgr_->make_bv_rotate_left_symbol(p[0], w);
-        break;
-      case SymbolTag::BV_ROR:
-        symbol = mgr_->make_bv_rotate_right_symbol(p[0], w);
-        break;
-      case SymbolTag::BV_ZEXT:
-        symbol = mgr_->make_bv_zero_extend_symbol(p[0], w);
-        break;
-      case SymbolTag::BV_SEXT:
-        symbol = mgr_->make_bv_sign_extend_symbol(p[0], w);
-        break;
-      default:
-        symbol = mgr_->make_bv_symbol(op.tag, w);
-        break;
-    }
-    return mgr_->do_make_term(symbol, a);
+    return mgr_->do_make_term(mgr_->operation_symbol(quarv::operator_row(op.tag), p, a), a);
   }
 
   // Conditions

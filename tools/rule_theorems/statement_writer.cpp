@@ -15,24 +15,7 @@ namespace {
 
 /// What an operator is called in Bv.v.
 std::string_view coq_name(const Operator& op) {
-  switch (op.tag) {
-    case SymbolTag::EQ:
-      return "bveq";
-    case SymbolTag::NOT:
-      return "negb";
-    case SymbolTag::BV_LSL:
-      return "bvshl";
-    case SymbolTag::BV_ROL:
-      return "rotate_left";
-    case SymbolTag::BV_ROR:
-      return "rotate_right";
-    case SymbolTag::BV_ZEXT:
-      return "zero_extend";
-    case SymbolTag::BV_SEXT:
-      return "sign_extend";
-    default:
-      return op.word;
-  }
+  return op.tag == SymbolTag::EQ ? "bveq" : op.tag == SymbolTag::NOT ? "negb" : op.smtlib;
 }
 
 /// Names that mean something else in a statement.

@@ -1,6 +1,8 @@
+#include <algorithm>
 #include <array>
 
 #include <quarv/rules/rule_language.h>
+#include <quarv/term/operators.h>
 
 namespace quarv::rules {
 
@@ -12,41 +14,45 @@ RuleError::RuleError(std::size_t line, std::size_t column, const std::string& re
 
 namespace {
 
-constexpr Operator operator_table[] = {
-    {"==", SymbolTag::EQ, "EQ", Shape::predicate, 0, 2, "equal"},
-    {"~", SymbolTag::NOT, "NOT", Shape::negation, 0, 1, "not"},
-    {"concat", SymbolTag::BV_CONCAT, "BV_CONCAT", Shape::concat, 0, 2, "bv_concat"},
-    {"extract", SymbolTag::BV_SELECT, "BV_SELECT", Shape::extract, 2, 1, "bv_extract"},
-    {"bvnot", SymbolTag::BV_NOT, "BV_NOT", Shape::equal_widths, 0, 1, "bv_not"},
-    {"bvand", SymbolTag::BV_AND, "BV_AND", Shape::equal_widths, 0, 2, "bv_and"},
-    {"bvor", SymbolTag::BV_OR, "BV_OR", Shape::equal_widths, 0, 2, "bv_or"},
-    {"bvxor", SymbolTag::BV_XOR, "BV_XOR", Shape::equal_widths, 0, 2, "bv_xor"},
-    {"bvult", SymbolTag::BV_ULT, "BV_ULT", Shape::predicate, 0, 2, "bv_ult"},
-    {"bvslt", SymbolTag::BV_SLT, "BV_SLT", Shape::predicate, 0, 2, "bv_slt"},
-    {"bvule", SymbolTag::BV_ULE, "BV_ULE", Shape::predicate, 0, 2, "bv_ule"},
-    {"bvsle", SymbolTag::BV_SLE, "BV_SLE", Shape::predicate, 0, 2, "bv_sle"},
-    {"bvcomp", SymbolTag::BV_COMP, "BV_COMP", Shape::bit, 0, 2, "bv_comp"},
-    {"bvneg", SymbolTag::BV_NEG, "BV_NEG", Shape::equal_widths, 0, 1, "bv_neg"},
-    {"bvadd", SymbolTag::BV_ADD, "BV_ADD", Shape::equal_widths, 0, 2, "bv_add"},
-    {"bvsub", SymbolTag::BV_SUB, "BV_SUB", Shape::equal_widths, 0, 2, "bv_sub"},
-    {"bvmul", SymbolTag::BV_MUL, "BV_MUL", Shape::equal_widths, 0, 2, "bv_mul"},
-    {"bvudiv", SymbolTag::BV_UDIV, "BV_UDIV", Shape::equal_widths, 0, 2, "bv_udiv"},
-    {"bvsdiv", SymbolTag::BV_SDIV, "BV_SDIV", Shape::equal_widths, 0, 2, "bv_sdiv"},
-    {"bvurem", SymbolTag::BV_UREM, "BV_UREM", Shape::equal_widths, 0, 2, "bv_urem"},
-    {"bvsrem", SymbolTag::BV_SREM, "BV_SREM", Shape::equal_widths, 0, 2, "bv_srem"},
-    {"bvlshl", SymbolTag::BV_LSL, "BV_LSL", Shape::equal_widths, 0, 2, "bv_lshl"},
-    {"bvlshr", SymbolTag::BV_LSR, "BV_LSR", Shape::equal_widths, 0, 2, "bv_lshr"},
-    {"bvashr", SymbolTag::BV_ASR, "BV_ASR", Shape::equal_widths, 0, 2, "bv_ashr"},
-    {"bvrol", SymbolTag::BV_ROL, "BV_ROL", Shape::equal_widths, 1, 1, "bv_rotate_left"},
-    {"bvror", SymbolTag::BV_ROR, "BV_ROR", Shape::equal_widths, 1, 1, "bv_rotate_right"},
-    {"zext", SymbolTag::BV_ZEXT, "BV_ZEXT", Shape::extend, 1, 1, "bv_zero_extend"},
-    {"sext", SymbolTag::BV_SEXT, "BV_SEXT", Shape::extend, 1, 1, "bv_sign_extend"},
-};
+constexpr Shape shape_of(const Signature& s) {
+  switch (s.result.kind) {
+    case SortPattern::boolean:
+      return s.arity == 1 ? Shape::negation : Shape::predicate;
+    case SortPattern::bit:
+      return Shape::bit;
+    case SortPattern::joined:
+      return s.arity == 1 ? Shape::extend : Shape::concat;
+    case SortPattern::kept:
+      return Shape::extract;
+    default:
+      return Shape::equal_widths;
+  }
+}
+
+constexpr bool has_word(const OperatorRow& row) {
+  return !row.rule_word.empty();
+}
+
+constexpr std::size_t num_words = std::ranges::count_if(tagged_operators(), has_word);
+
+constexpr std::array<Operator, num_words> words = [] {
+  std::array<Operator, num_words> all;
+  std::size_t n = 0;
+  for (const OperatorRow& row : tagged_operators()) {
+    if (!has_word(row)) continue;
+    all[n++] = {row.rule_word,   row.tag,
+                row.tag_name,    shape_of(row.signature),
+                row.num_indices, row.signature.arity,
+                row.member,      row.smtlib,
+                row.sign};
+  }
+  return all;
+}();
 
 }  // namespace
 
 std::span<const Operator> operators() {
-  return operator_table;
+  return words;
 }
 
 const Operator* find_operator(std::string_view word) {

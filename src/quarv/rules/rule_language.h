@@ -45,15 +45,17 @@ enum class Shape : std::uint8_t {
   negation,      ///< a truth value to a truth value
 };
 
-/// An operator word of the language.
+/// An operator word of the language, from the operator's row in operators.h.
 struct Operator {
-  std::string_view word;      ///< "bvadd"; "==" and "~" for equality and negation
-  SymbolTag::tag tag;         ///< tag of the terms that it heads
-  std::string_view tag_name;  ///< its enumerator: "BV_ADD"
-  Shape shape;
-  std::uint8_t num_parameters;
-  std::uint8_t num_arguments;
-  std::string_view name;  ///< what the manager's `is_` and `make_` members end in: "bv_add"
+  std::string_view word;               ///< "bvadd"; "==" and "~" for equality and negation
+  SymbolTag::tag tag = SymbolTag::UF;  ///< tag of the terms that it heads
+  std::string_view tag_name;           ///< its enumerator: "BV_ADD"
+  Shape shape = Shape::equal_widths;
+  std::uint8_t num_parameters = 0;
+  std::uint8_t num_arguments = 0;
+  std::string_view name;    ///< what the manager's `is_` and `make_` members end in: "bv_add"
+  std::string_view smtlib;  ///< its name in SMT-LIB, without indices
+  std::string_view sign;    ///< what prose writes between operands or before one; empty where there is none
 
   bool is_boolean() const noexcept { return shape == Shape::predicate || shape == Shape::negation; }
 };

@@ -8,28 +8,6 @@ namespace quarv::rules {
 
 namespace {
 
-/// What an operator is called in SMT-LIB, without its parameters.
-std::string_view smtlib_name(const Operator& op) {
-  switch (op.tag) {
-    case SymbolTag::EQ:
-      return "=";
-    case SymbolTag::NOT:
-      return "not";
-    case SymbolTag::BV_LSL:
-      return "bvshl";
-    case SymbolTag::BV_ROL:
-      return "rotate_left";
-    case SymbolTag::BV_ROR:
-      return "rotate_right";
-    case SymbolTag::BV_ZEXT:
-      return "zero_extend";
-    case SymbolTag::BV_SEXT:
-      return "sign_extend";
-    default:
-      return op.word;
-  }
-}
-
 /// The numeral of 2^exponent.
 std::string power_of_two(std::size_t exponent, std::size_t width) {
   std::string bits(width, '0');
@@ -110,7 +88,7 @@ class QueryWriter {
 
   static std::string application(const Operator& op, const std::vector<std::uint64_t>& parameters,
                                  const std::string& arguments) {
-    std::string head(smtlib_name(op));
+    std::string head(op.smtlib);
     if (!parameters.empty()) {
       head.insert(0, "(_ ");
       for (std::uint64_t p : parameters) head += ' ' + std::to_string(p);

@@ -8,42 +8,6 @@ namespace quarv::rules {
 
 namespace {
 
-/// The sign between two arguments, or before one.
-std::string_view sign_of(const Operator& op) {
-  switch (op.tag) {
-    case SymbolTag::EQ:
-      return "=";
-    case SymbolTag::NOT:
-      return "not ";
-    case SymbolTag::BV_NOT:
-      return "~";
-    case SymbolTag::BV_NEG:
-      return "-";
-    case SymbolTag::BV_ADD:
-      return "+";
-    case SymbolTag::BV_SUB:
-      return "-";
-    case SymbolTag::BV_MUL:
-      return "*";
-    case SymbolTag::BV_AND:
-      return "&";
-    case SymbolTag::BV_OR:
-      return "|";
-    case SymbolTag::BV_XOR:
-      return "^";
-    case SymbolTag::BV_LSL:
-      return "<<";
-    case SymbolTag::BV_LSR:
-      return ">>";
-    case SymbolTag::BV_ULT:
-      return "<";
-    case SymbolTag::BV_ULE:
-      return "<=";
-    default:
-      return {};
-  }
-}
-
 /// A term with its operators between their arguments, as far as they have a sign.
 struct Phrase {
   std::string text;
@@ -54,7 +18,7 @@ struct Phrase {
 
 Phrase apply(const Operator& op, const std::vector<std::string>& parameters,
              const std::vector<Phrase>& arguments) {
-  const std::string sign(sign_of(op));
+  const std::string sign(op.sign);
   if (!sign.empty() && arguments.size() == 1) return {sign + arguments[0].inner(), false};
   if (!sign.empty()) return {arguments[0].inner() + ' ' + sign + ' ' + arguments[1].inner(), true};
   std::string list;

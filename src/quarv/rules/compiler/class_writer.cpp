@@ -1,6 +1,7 @@
 #include "quarv/rules/compiler/class_writer.h"
 
 #include <quarv/rules/child_shapes.h>
+#include <quarv/term/operators.h>
 
 namespace rulec {
 
@@ -17,11 +18,7 @@ std::string banner(std::string_view set) {
 
 /// The name of an enumerator of SymbolTag.
 std::string tag_name(SymbolTag::tag tag) {
-  std::string name = "SymbolTag::";
-  for (const Operator& op : quarv::rules::operators()) {
-    if (op.tag == tag) return name.append(op.tag_name);
-  }
-  return name.append("CONSTANT");
+  return std::string("SymbolTag::").append(quarv::operator_row(tag).tag_name);
 }
 
 /// A rule text as a C++ string literal.
