@@ -227,17 +227,13 @@ constexpr Operator table[] = {
     {"div", 2, any, 0, "I", left_associative<integer_division>},
     {"mod", 2, 2, 0, "I", modulo},
     {"abs", 1, 1, 0, "N", absolute},
-    {"<=", 2, any, 0, "N", chainable<binary<&TM::make_leq>>},
     {"<", 2, any, 0, "N", chainable<swapped_negated<&TM::make_leq>>},
     {">=", 2, any, 0, "N", chainable<swapped<&TM::make_leq>>},
     {">", 2, any, 0, "N", chainable<negated<&TM::make_leq>>},
     {"to_real", 1, 1, 0, "N", to_real},
-    {"to_int", 1, 1, 0, "N", unary<&TM::make_floor>},
     {"is_int", 1, 1, 0, "N", is_int},
     {"divisible", 1, 1, 1, "I", divisible, false, true},
 
-    {"select", 2, 2, 0, "AK", binary<&TM::make_array_read>},
-    {"store", 3, 3, 0, "AKE", ternary<&TM::make_array_write>},
 };
 
 }  // namespace

@@ -41,17 +41,10 @@ Format format_of(const OperatorContext& c) {
                              c.manager.type_of(a[position - 1])->abbreviated() + ", expected " + expected);
 }
 
-/// An operation on floating-point numbers: software floats take exponents of no more than so many bits.
+/// An operation on floating-point numbers.
 template <Operator::Build Build>
 const Term* computed(OperatorContext& c, Args a) {
-  const TM& m = c.manager;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    const DataType* type = m.type_of(a[i]);
-    std::size_t ew = 0;
-    std::size_t mw = 0;
-    if (!m.is_fp_type(type) || !m.get_format_from_type(type, &ew, &mw) || ew <= max_exponent_width) continue;
-    bad_argument(c, a, i + 1, "an exponent of at most " + std::to_string(max_exponent_width) + " bits");
-  }
+  check_exponents(c, a);
   return Build(c, a);
 }
 
@@ -134,68 +127,31 @@ const Term* to_bit_vector(OperatorContext& c, Args a) {
   return (c.manager.*Make)(c.indices[0], a[0], a[1]);
 }
 
-/// The operators on floating-point numbers that the layer keeps as they are.
-const DataType* fp_argument(OperatorContext& c, const Term* t) {
-  const DataType* type = c.manager.type_of(t);
-  if (!c.manager.is_fp_type(type)) throw SortError("not a floating-point number");
-  return type;
-}
-
-const Term* remainder(OperatorContext& c, Args a) {
-  TermManager& m = c.manager;
-  const DataType* t = fp_argument(c, a[0]);
-  return m.make_term(m.make_opaque_symbol("fp.rem", {t, t}, t), a);
-}
-
-const Term* fused_multiply_add(OperatorContext& c, Args a) {
-  TermManager& m = c.manager;
-  const DataType* t = fp_argument(c, a[1]);
-  return m.make_term(m.make_opaque_symbol("fp.fma", {m.rounding_mode_type, t, t, t}, t), a);
-}
-
-const Term* to_real(OperatorContext& c, Args a) {
-  TermManager& m = c.manager;
-  const DataType* t = fp_argument(c, a[0]);
-  return m.make_term(m.make_opaque_symbol("fp.to_real", {t}, m.rat_type), a);
-}
-
 constexpr std::uint32_t any = Operator::any_number;
 
 constexpr Operator table[] = {
     {"fp", 3, 3, 0, "bvv", from_parts},
-    {"fp.abs", 1, 1, 0, "F", computed<unary<&TM::make_fp_abs>>},
-    {"fp.neg", 1, 1, 0, "F", computed<unary<&TM::make_fp_neg>>},
-    {"fp.add", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_add>>},
-    {"fp.sub", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_sub>>},
-    {"fp.mul", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_mul>>},
-    {"fp.div", 3, 3, 0, "RF", computed<ternary<&TM::make_fp_div>>},
-    {"fp.fma", 4, 4, 0, "RF", computed<fused_multiply_add>},
-    {"fp.sqrt", 2, 2, 0, "RF", computed<binary<&TM::make_fp_sqrt>>},
-    {"fp.rem", 2, 2, 0, "F", computed<remainder>},
-    {"fp.roundToIntegral", 2, 2, 0, "RF", computed<binary<&TM::make_fp_round_to_int>>},
-    {"fp.min", 2, 2, 0, "F", computed<binary<&TM::make_fp_min>>},
-    {"fp.max", 2, 2, 0, "F", computed<binary<&TM::make_fp_max>>},
-    {"fp.leq", 2, any, 0, "F", computed<chainable<binary<&TM::make_fp_le>>>},
-    {"fp.lt", 2, any, 0, "F", computed<chainable<binary<&TM::make_fp_lt>>>},
     {"fp.geq", 2, any, 0, "F", computed<chainable<swapped<&TM::make_fp_le>>>},
     {"fp.gt", 2, any, 0, "F", computed<chainable<swapped<&TM::make_fp_lt>>>},
-    {"fp.eq", 2, any, 0, "F", computed<chainable<binary<&TM::make_fp_eq>>>},
-    {"fp.isNormal", 1, 1, 0, "F", computed<unary<&TM::make_fp_isnormal>>},
-    {"fp.isSubnormal", 1, 1, 0, "F", computed<unary<&TM::make_fp_issubnormal>>},
-    {"fp.isZero", 1, 1, 0, "F", computed<unary<&TM::make_fp_iszero>>},
-    {"fp.isInfinite", 1, 1, 0, "F", computed<unary<&TM::make_fp_isinf>>},
-    {"fp.isNaN", 1, 1, 0, "F", computed<unary<&TM::make_fp_isnan>>},
-    {"fp.isNegative", 1, 1, 0, "F", computed<unary<&TM::make_fp_isneg>>},
-    {"fp.isPositive", 1, 1, 0, "F", computed<unary<&TM::make_fp_ispos>>},
     {"to_fp", 1, 2, 2, "RX", computed<to_fp>},
     {"to_fp_unsigned", 2, 2, 2, "Rv", computed<to_fp_unsigned>},
     {"fp.to_ubv", 2, 2, 1, "RF", computed<to_bit_vector<&TM::make_fp_to_ubv>>},
     {"fp.to_sbv", 2, 2, 1, "RF", computed<to_bit_vector<&TM::make_fp_to_sbv>>},
-    {"fp.to_real", 1, 1, 0, "F", computed<to_real>},
-    {"fp.to_ieee_bv", 1, 1, 0, "F", computed<unary<&TM::make_fp_as_ieeebv>>},
 };
 
 }  // namespace
+
+// Software floats take exponents of no more than so many bits.
+void check_exponents(const OperatorContext& c, Args a) {
+  const TM& m = c.manager;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    const DataType* type = m.type_of(a[i]);
+    std::size_t ew = 0;
+    std::size_t mw = 0;
+    if (!m.is_fp_type(type) || !m.get_format_from_type(type, &ew, &mw) || ew <= max_exponent_width) continue;
+    bad_argument(c, a, i + 1, "an exponent of at most " + std::to_string(max_exponent_width) + " bits");
+  }
+}
 
 void check_format(std::size_t exponent_bits, std::size_t significand_bits) {
   if (exponent_bits < 2 || exponent_bits > max_width || significand_bits < 2 ||

@@ -16,9 +16,8 @@ constexpr std::string_view blanks = " \t\r\n";
 const Operator* find_operator(std::string_view name) {
   static const auto table = [] {
     std::unordered_map<std::string_view, const Operator*> by_name;
-    for (const auto& theory :
-         {core_operators(), bit_vector_operators(), floating_point_operators()}) {
-      for (const Operator& op : theory) by_name.emplace(op.name, &op);
+    for (const auto& operators : all_operators()) {
+      for (const Operator& op : operators) by_name.emplace(op.name, &op);
     }
     return by_name;
   }();

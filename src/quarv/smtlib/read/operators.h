@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -53,21 +54,28 @@ struct Operator {
   static constexpr std::uint32_t any_number = std::numeric_limits<std::uint32_t>::max();
 
   std::string_view name;
-  std::uint32_t min_args;
-  std::uint32_t max_args;
-  std::uint32_t num_indices;
+  std::uint32_t min_args = 0;
+  std::uint32_t max_args = 0;
+  std::uint32_t num_indices = 0;
   std::string_view sorts;
-  Build build;
+  Build build = nullptr;
   bool reserved = false;           ///< of the core theory: may not be declared anew
   bool index_is_argument = false;  ///< its index, of any size, comes as a numeral before the arguments
 };
 
-/// The operators of the theories Core, Ints, Reals and ArraysEx.
+/// The operators that are read as their rows in quarv/term/operators.h say, of all theories.
+std::span<const Operator> table_operators();
+/// Definitions of the others: of the theories Core, Ints, Reals and ArraysEx,
 std::span<const Operator> core_operators();
-/// The operators of FixedSizeBitVectors and its usual extensions.
+/// of FixedSizeBitVectors and its usual extensions,
 std::span<const Operator> bit_vector_operators();
-/// The operators of FloatingPoint, with indices those that convert.
+/// and of FloatingPoint.
 std::span<const Operator> floating_point_operators();
+
+/// All of these; no name stands in two of them.
+inline std::array<std::span<const Operator>, 4> all_operators() {
+  return {table_operators(), core_operators(), bit_vector_operators(), floating_point_operators()};
+}
 
 // Building blocks of the tables.
 // -------------------------------------------------------------------------------------------
@@ -127,6 +135,16 @@ const Term* associative(OperatorContext& c, Args a) {
   return chain;
 }
 
+template <Operator::Build Pair>
+const Term* right_associative(OperatorContext& c, Args a) {
+  const Term* chain = a.back();
+  for (std::size_t i = a.size() - 1; i-- > 0;) {
+    const Term* pair[] = {a[i], chain};
+    chain = Pair(c, Args(pair));
+  }
+  return chain;
+}
+
 /// A left-associative operator that is not associative: ((a - b) - c) - d.
 template <Operator::Build Pair>
 const Term* left_associative(OperatorContext& c, Args a) {
@@ -154,6 +172,9 @@ const Term* opaque(OperatorContext& c, std::string_view name, Args a, const Data
 
 /// Throws ApplicationError for an index; the message lacks the operator's name.
 [[noreturn]] void bad_index(std::size_t position, const std::string& message);
+
+/// Throws ApplicationError for floating-point numbers with more exponent bits than operations take.
+void check_exponents(const OperatorContext& c, Args a);
 
 /// Throws SortError unless a floating-point sort can have these widths (the significand's with the hidden
 /// bit). Operations may take fewer exponent bits.

@@ -41,7 +41,7 @@ Reader::Reader(Session& session, Options options)
   reserve("match", Word::other);
   reserve("par", Word::other);
 
-  for (const auto& table : {core_operators(), bit_vector_operators(), floating_point_operators()}) {
+  for (const auto& table : all_operators()) {
     for (const Operator& op : table) {
       TermMeaning m;
       m.kind = TermMeaning::builtin;
