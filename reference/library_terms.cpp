@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "reference/floats.h"
+#include <quarv/term/operators.h>
 
 namespace quarv::reference {
 
@@ -109,24 +110,14 @@ long LibraryTerms::constant_value(const Term* t) const {
 }
 
 void LibraryTerms::set_operation(Expression& e, const Symbol* s) {
-  std::size_t a = 0, b = 0, c = 0;
-  const SymbolTag::tag tag = manager_.get_tag(s);
-  std::string_view name = SymbolTag::name(tag);
+  const OperatorRow& row = operator_row(manager_.get_tag(s));
+  std::string_view name = manager_.is_fp_to_sbv(s) ? row.synonym : row.smtlib;
   QNumber modulus;
-  if (manager_.is_bv_extract(s, &a, &b, nullptr)) {
-    e.indices = {a, b};
-  } else if (manager_.is_bv_zero_extend(s, &a, nullptr) || manager_.is_bv_sign_extend(s, &a, nullptr) ||
-             manager_.is_bv_rotate_left(s, &a, nullptr) || manager_.is_bv_rotate_right(s, &a, nullptr) ||
-             manager_.is_int_to_bv(s, &a)) {
-    e.indices = {a};
-  } else if (manager_.is_fp_to_bv(s, nullptr, nullptr, &c)) {
-    name = manager_.is_fp_to_sbv(s) ? "fp.to_sbv" : "fp.to_ubv";
-    e.indices = {c};
-  } else if (tag == SymbolTag::IFF) {
-    name = "=";
-  } else if (name.starts_with("to_fp (")) {
-    name = "to_fp";
-  } else if (manager_.is_int_modular_congruence(s, &modulus)) {
+  if (!row.has_format_as_index()) {
+    const auto indices = manager_.parameters(s).subspan(row.first_index, row.num_indices);
+    e.indices.assign(indices.begin(), indices.end());
+  }
+  if (manager_.is_int_modular_congruence(s, &modulus)) {
     name = "congruent";
     e.args.push_back(
         add({.kind = Expression::literal, .sort = sorts_.integer(), .value = mpq_class(modulus.num())}));

@@ -5,6 +5,8 @@
 #include <map>
 #include <unordered_set>
 
+#include <quarv/term/operators.h>
+
 namespace quarv::cli {
 
 namespace {
@@ -12,21 +14,7 @@ namespace {
 constexpr int within_quantifier = -1;
 
 bool is_chain(SymbolTag::tag tag) {
-  switch (tag) {
-    case SymbolTag::AND:
-    case SymbolTag::OR:
-    case SymbolTag::PLUS:
-    case SymbolTag::TIMES:
-    case SymbolTag::BV_AND:
-    case SymbolTag::BV_OR:
-    case SymbolTag::BV_XOR:
-    case SymbolTag::BV_ADD:
-    case SymbolTag::BV_MUL:
-    case SymbolTag::BV_CONCAT:
-      return true;
-    default:
-      return false;
-  }
+  return operator_row(tag).chain == Chain::right;
 }
 
 }  // namespace

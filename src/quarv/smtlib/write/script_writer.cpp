@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include <quarv/smtlib/write/script_writer.h>
+#include <quarv/term/operators.h>
 
 namespace quarv::smtlib {
 
@@ -281,43 +282,20 @@ bool ScriptWriter::same_order(const Term* a, const Term* b) const {
   return first == 0 || second == 0 || (a->id < b->id) == (first < second);
 }
 
-namespace {
-
-/// The operators whose arguments the constructors order by id; but for a rounding mode.
-bool is_commutative(SymbolTag::tag tag) {
-  switch (tag) {
-    case SymbolTag::IFF:
-    case SymbolTag::EQ:
-    case SymbolTag::TIMES:
-    case SymbolTag::BV_AND:
-    case SymbolTag::BV_OR:
-    case SymbolTag::BV_XOR:
-    case SymbolTag::BV_ADD:
-    case SymbolTag::BV_MUL:
-    case SymbolTag::FP_EQ:
-    case SymbolTag::FP_ADD:
-    case SymbolTag::FP_MUL:
-      return true;
-    default:
-      return is_flat(tag);
-  }
-}
-
-}  // namespace
-
 /// From which on the arguments of `t`, of which there are so many in its text, stand in the order of their
 /// creation; behind the last where something else decides. A coefficient and a bit-vector numeral come first,
 /// and a polynomial atom has its number on the right.
 std::size_t ScriptWriter::first_ordered(const Term* t, std::size_t num_parts) const {
   const SymbolTag::tag tag = m_.get_tag(t->symbol);
-  if (!is_commutative(tag) || num_parts < 2) return num_parts;
+  const std::size_t from = operator_row(tag).commutes_from;
+  if (from == OperatorRow::never || num_parts < 2) return num_parts;
   const DataType* type = m_.type_of(t->args[0]);
   const bool arithmetic = m_.is_arithmetic_type(type);
   if (tag == SymbolTag::EQ && arithmetic && m_.get_number(t->args[1]) != nullptr) return num_parts;
   if (tag != SymbolTag::EQ && (arithmetic || m_.is_bv_type(type)) && m_.get_number(t->args[0]) != nullptr) {
     return num_parts;
   }
-  return num_parts == 3 && !is_flat(tag) ? 1 : 0;
+  return from;
 }
 
 /// Whoever reads the text creates its terms in the order of the text, and orders operands by that: what is

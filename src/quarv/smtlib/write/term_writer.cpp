@@ -7,6 +7,7 @@
 #include <quarv/numbers/gmp_product.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/term_writer.h>
+#include <quarv/term/operators.h>
 
 namespace quarv::smtlib {
 
@@ -170,77 +171,33 @@ void write_constant(const TermManager& m, Node n, OutputBuffer& out) {
 namespace {
 
 /// "(_ name i j)".
-void write_indexed(OutputBuffer& out, std::string_view name, std::size_t i, const std::size_t* j = nullptr) {
+void write_indexed(const TermManager& m, const Symbol* s, const OperatorRow& row, std::string_view name,
+                   OutputBuffer& out) {
   out.put("(_ ");
   out.put(name);
-  out.put(' ');
-  out.put(i);
-  if (j != nullptr) {
+  const bool is_format = row.has_format_as_index();
+  for (std::size_t i = 0; i < row.num_indices; ++i) {
     out.put(' ');
-    out.put(*j);
+    out.put(m.parameters(s)[row.first_index + i] + (is_format && i == 1 ? 1 : 0));
   }
   out.put(')');
-}
-
-void write_to_format(OutputBuffer& out, std::string_view name, std::size_t ew, std::size_t mw) {
-  const std::size_t significand = mw + 1;
-  write_indexed(out, name, ew, &significand);
 }
 
 }  // namespace
 
 void write_head(const TermManager& m, const Symbol* s, OutputBuffer& out) {
   const SymbolTag::tag tag = m.get_tag(s);
-  std::size_t a, b, c, d;
-  switch (tag) {
-    case SymbolTag::UF:
-      return write_name(out, s->name);
-    case SymbolTag::OPAQUE:
-      return out.put(s->name);
-    case SymbolTag::IFF:
-      return out.put("=");
-    case SymbolTag::BV_SELECT:
-      m.is_bv_extract(s, &a, &b, nullptr);
-      return write_indexed(out, "extract", a, &b);
-    case SymbolTag::BV_ROL:
-      m.is_bv_rotate_left(s, &a, nullptr);
-      return write_indexed(out, "rotate_left", a);
-    case SymbolTag::BV_ROR:
-      m.is_bv_rotate_right(s, &a, nullptr);
-      return write_indexed(out, "rotate_right", a);
-    case SymbolTag::BV_ZEXT:
-      m.is_bv_zero_extend(s, &a, nullptr);
-      return write_indexed(out, "zero_extend", a);
-    case SymbolTag::BV_SEXT:
-      m.is_bv_sign_extend(s, &a, nullptr);
-      return write_indexed(out, "sign_extend", a);
-    case SymbolTag::INT_FROM_UBV:
-      return out.put("bv2nat");
-    case SymbolTag::INT_TO_BV:
-      m.is_int_to_bv(s, &a);
-      return write_indexed(out, "int2bv", a);
-    case SymbolTag::ARRAY_CONST:
-      out.put("(as const ");
-      out.put(s->get_output_type()->to_string());
-      return out.put(")");
-    case SymbolTag::FP_CAST:
-      m.is_fp_cast(s, &a, &b, &c, &d);
-      return write_to_format(out, "to_fp", c, d);
-    case SymbolTag::FP_FROM_SBV:
-      m.is_fp_from_sbv(s, nullptr, &a, &b);
-      return write_to_format(out, "to_fp", a, b);
-    case SymbolTag::FP_FROM_UBV:
-      m.is_fp_from_ubv(s, nullptr, &a, &b);
-      return write_to_format(out, "to_fp_unsigned", a, b);
-    case SymbolTag::FP_FROM_IEEEBV:
-      m.is_fp_from_ieeebv(s, &a, &b);
-      return write_to_format(out, "to_fp", a, b);
-    case SymbolTag::FP_TO_BV:
-      m.is_fp_to_bv(s, nullptr, nullptr, &a);
-      return write_indexed(out, m.is_fp_to_sbv(s) ? "fp.to_sbv" : "fp.to_ubv", a);
-    default:
-      return out.put(SymbolTag::name(tag));
+  if (tag == SymbolTag::UF) return write_name(out, s->name);
+  if (tag == SymbolTag::OPAQUE) return out.put(s->name);
+  if (tag == SymbolTag::ARRAY_CONST) {
+    out.put("(as const ");
+    out.put(s->get_output_type()->to_string());
+    return out.put(")");
   }
+  const OperatorRow& row = operator_row(tag);
+  const std::string_view name = m.is_fp_to_sbv(s) ? row.synonym : row.smtlib;
+  if (row.num_indices != 0) return write_indexed(m, s, row, name, out);
+  out.put(name);
 }
 
 }  // namespace quarv::smtlib
