@@ -2,8 +2,10 @@
 /// Whether the terms of a trace are well-sorted.
 #include <algorithm>
 #include <map>
+#include <optional>
 
 #include "replay/trace_file.h"
+#include <quarv/term/operators.h>
 
 namespace quarv::cli {
 
@@ -11,6 +13,8 @@ namespace {
 
 /// What the reader of scripts takes; more would only serve to fill memory.
 constexpr std::size_t most_bits = std::size_t{1} << 24;
+
+constexpr std::string_view rounding_modes[] = {"RNE", "RNA", "RTP", "RTN", "RTZ"};
 
 using Sorts = std::vector<const TraceSort*>;
 
@@ -22,10 +26,6 @@ bool is_arithmetic(const TraceSort& s) {
   return s.kind == TraceSort::integer || s.kind == TraceSort::real;
 }
 
-bool are_all(const Sorts& args, TraceSort::Kind kind) {
-  return std::ranges::all_of(args, [&](const TraceSort* s) { return s->kind == kind; });
-}
-
 /// One sort, or two of arithmetic.
 bool are_compatible(const TraceSort& a, const TraceSort& b) {
   return &a == &b || (is_arithmetic(a) && is_arithmetic(b));
@@ -34,149 +34,6 @@ bool are_compatible(const TraceSort& a, const TraceSort& b) {
 /// Integers are real numbers, but not the other way round.
 bool fits(const TraceSort& a, const TraceSort& wanted) {
   return &a == &wanted || (is(a, TraceSort::integer) && is(wanted, TraceSort::real));
-}
-
-bool are_bit_vectors(const Sorts& args, const TraceSort* result) {
-  return is(*result, TraceSort::bit_vector) &&
-         std::ranges::all_of(args, [&](const TraceSort* s) { return s == result; });
-}
-
-bool are_compared(const Sorts& args, const TraceSort* result) {
-  return args[0] == args[1] && is(*args[0], TraceSort::bit_vector) && is(*result, TraceSort::boolean);
-}
-
-bool are_booleans(const Sorts& args, const TraceSort* result) {
-  return is(*result, TraceSort::boolean) && are_all(args, TraceSort::boolean);
-}
-
-bool are_equated(const Sorts& args, const TraceSort* result) {
-  return is(*result, TraceSort::boolean) && are_compatible(*args[0], *args[1]);
-}
-
-bool is_choice(const Sorts& args, const TraceSort* result) {
-  return is(*args[0], TraceSort::boolean) && fits(*args[1], *result) && fits(*args[2], *result);
-}
-
-/// A term that was over reals may have come to be over integers only.
-bool are_added(const Sorts& args, const TraceSort* result) {
-  return is_arithmetic(*result) &&
-         std::ranges::all_of(args, [&](const TraceSort* s) { return fits(*s, *result); });
-}
-
-bool are_divided(const Sorts& args, const TraceSort* result) {
-  return is(*result, TraceSort::real) && are_added(args, result);
-}
-
-bool are_integers(const Sorts& args, const TraceSort* result) {
-  return is(*result, TraceSort::integer) && are_all(args, TraceSort::integer);
-}
-
-bool are_ordered(const Sorts& args, const TraceSort* result) {
-  return is_arithmetic(*args[0]) && is_arithmetic(*args[1]) && is(*result, TraceSort::boolean);
-}
-
-bool is_rounded_down(const Sorts& args, const TraceSort* result) {
-  return is_arithmetic(*args[0]) && is(*result, TraceSort::integer);
-}
-
-bool is_one_bit(const Sorts& args, const TraceSort* result) {
-  return args[0] == args[1] && is(*args[0], TraceSort::bit_vector) && is(*result, TraceSort::bit_vector) &&
-         result->width == 1;
-}
-
-bool are_joined(const Sorts& args, const TraceSort* result) {
-  return are_all(args, TraceSort::bit_vector) && is(*result, TraceSort::bit_vector) &&
-         result->width == args[0]->width + args[1]->width;
-}
-
-bool are_bits_of_integer(const Sorts& args, const TraceSort* result) {
-  return is(*args[0], TraceSort::bit_vector) && is(*result, TraceSort::integer);
-}
-
-// Floating point.
-
-bool are_floats(const Sorts& args, const TraceSort* result) {
-  return is(*result, TraceSort::floating_point) &&
-         std::ranges::all_of(args, [&](const TraceSort* s) { return s == result; });
-}
-
-bool are_rounded_floats(const Sorts& args, const TraceSort* result) {
-  return is(*args[0], TraceSort::rounding_mode) && are_floats(Sorts(args.begin() + 1, args.end()), result);
-}
-
-bool are_related_floats(const Sorts& args, const TraceSort* result) {
-  return is(*result, TraceSort::boolean) && are_floats(args, args[0]);
-}
-
-bool is_float_as_real(const Sorts& args, const TraceSort* result) {
-  return is(*args[0], TraceSort::floating_point) && is(*result, TraceSort::real);
-}
-
-bool is_encoding(const Sorts& args, const TraceSort* result) {
-  return is(*args[0], TraceSort::floating_point) && is(*result, TraceSort::bit_vector) &&
-         result->width == args[0]->width + args[0]->significand;
-}
-
-bool is_rounding_mode(const Sorts&, const TraceSort* result) {
-  return is(*result, TraceSort::rounding_mode);
-}
-
-bool is_quantified(const Sorts& args, const TraceSort* result) {
-  return are_booleans(args, result);
-}
-
-/// What an operator asks of its arguments and its result, where it has no indices.
-struct Signature {
-  std::size_t arity;
-  bool (*fits)(const Sorts& args, const TraceSort* result);
-};
-
-const std::map<std::string_view, Signature>& signatures() {
-  static const std::map<std::string_view, Signature> all = [] {
-    std::map<std::string_view, Signature> table = {
-        {"true", {0, are_booleans}},
-        {"false", {0, are_booleans}},
-        {"not", {1, are_booleans}},
-        {"and", {2, are_booleans}},
-        {"or", {2, are_booleans}},
-        {"=", {2, are_equated}},
-        {"ite", {3, is_choice}},
-        {"forall", {1, is_quantified}},
-        {"exists", {1, is_quantified}},
-        {"+", {2, are_added}},
-        {"*", {2, are_added}},
-        {"/", {2, are_divided}},
-        {"div", {2, are_integers}},
-        {"mod", {2, are_integers}},
-        {"<=", {2, are_ordered}},
-        {"to_int", {1, is_rounded_down}},
-        {"bvcomp", {2, is_one_bit}},
-        {"concat", {2, are_joined}},
-        {"fp.fma", {4, are_rounded_floats}},
-        {"fp.to_real", {1, is_float_as_real}},
-        {"fp.to_ieee_bv", {1, is_encoding}},
-    };
-    const auto add = [&table](std::initializer_list<const char*> ops, Signature signature) {
-      for (const char* op : ops) table[op] = signature;
-    };
-    add({"bvnot", "bvneg"}, {1, are_bit_vectors});
-    add({"bvand", "bvor", "bvxor", "bvadd", "bvsub", "bvmul", "bvudiv", "bvsdiv", "bvurem", "bvsrem", "bvshl",
-         "bvlshr", "bvashr", "ext_rotate_left", "ext_rotate_right"},
-        {2, are_bit_vectors});
-    add({"bvult", "bvule", "bvslt", "bvsle"}, {2, are_compared});
-    add({"bv2nat", "ubv_to_int", "sbv_to_int"}, {1, are_bits_of_integer});
-    add({"RNE", "RNA", "RTP", "RTN", "RTZ"}, {0, is_rounding_mode});
-    add({"fp.abs", "fp.neg"}, {1, are_floats});
-    add({"fp.rem", "fp.min", "fp.max"}, {2, are_floats});
-    add({"fp.sqrt", "fp.roundToIntegral"}, {2, are_rounded_floats});
-    add({"fp.add", "fp.sub", "fp.mul", "fp.div"}, {3, are_rounded_floats});
-    add({"fp.eq", "fp.lt", "fp.leq"}, {2, are_related_floats});
-    add({"fp.isNormal", "fp.isSubnormal", "fp.isZero", "fp.isInfinite", "fp.isNaN", "fp.isNegative",
-         "fp.isPositive"},
-        {1, are_related_floats});
-    return table;
-  }();
-  return all;
 }
 
 /// The indices as numbers; empty when one is none.
@@ -190,46 +47,149 @@ std::vector<std::size_t> numeric_indices(const Expression& e) {
   return numbers;
 }
 
-/// A bit-vector that encodes the result, or a number of another sort, to be rounded.
-bool is_source_of_float(const std::string& op, const Sorts& args, const TraceSort& result) {
-  if (args.empty() || args.size() > 2) return false;
-  const TraceSort& source = *args.back();
-  const bool bits = is(source, TraceSort::bit_vector);
-  if (args.size() == 1) return op == "to_fp" && bits && source.width == result.width + result.significand;
-  return is(*args[0], TraceSort::rounding_mode) &&
-         (bits || (op == "to_fp" && (is(source, TraceSort::floating_point) || is_arithmetic(source))));
+/// Compares the sorts of an application with the signature of an operator.
+class SignatureCheck {
+ public:
+  SignatureCheck(const OperatorRow& row, const std::vector<TraceSort>& sorts) : row_(row), sorts_(sorts) {}
+
+  bool accepts(const std::vector<std::size_t>& indices, const Sorts& args, const TraceSort& result) {
+    const Signature& s = row_.signature;
+    if (indices.size() != row_.num_indices || args.size() != s.arity) return false;
+    for (std::size_t i = 0; i < indices.size(); ++i) know(row_.first_index + i, indices[i]);
+    if (row_.has_format_as_index()) --params_[row_.first_index + 1];
+    // The result's sort is the most general one: a sum over reals may have summands over integers only.
+    if (s.result.kind == SortPattern::any || s.result.kind == SortPattern::number ||
+        s.result.kind == SortPattern::array) {
+      type_ = &result;
+      is_given_ = true;
+      if (!admits(s.result, result)) return false;
+    }
+    for (std::size_t i = 0; i < args.size(); ++i) {
+      if (!admits(s.args[i], *args[i])) return false;
+    }
+    return s.result.kind == SortPattern::real || s.result.kind == SortPattern::element
+               ? is_exactly(s.result, result)
+               : admits(s.result, result);
+  }
+
+ private:
+  bool admits(SortPattern pattern, const TraceSort& sort) {
+    switch (pattern.kind) {
+      case SortPattern::boolean:
+        return is(sort, TraceSort::boolean);
+      case SortPattern::integer:
+        return is(sort, TraceSort::integer);
+      case SortPattern::real:
+        return is_arithmetic(sort);
+      case SortPattern::rounding_mode:
+        return is(sort, TraceSort::rounding_mode);
+      case SortPattern::format:
+        return is(sort, TraceSort::floating_point) && agrees(pattern.at, sort.width) &&
+               agrees(pattern.at + 1U, sort.significand - 1);
+      case SortPattern::number:
+        return is_arithmetic(sort) && is_of_type(sort);
+      case SortPattern::any:
+        return is_of_type(sort);
+      case SortPattern::array:
+        return is(sort, TraceSort::array) && is_of_type(sort);
+      case SortPattern::index:
+        return fits(sort, sorts_[type_->args[0]]);
+      case SortPattern::element:
+        return fits(sort, sorts_[type_->args[1]]);
+      default:
+        return is(sort, TraceSort::bit_vector) && has_width(pattern, sort.width);
+    }
+  }
+
+  bool is_exactly(SortPattern pattern, const TraceSort& sort) const {
+    return pattern.kind == SortPattern::real ? is(sort, TraceSort::real) : &sort == &sorts_[type_->args[1]];
+  }
+
+  bool has_width(SortPattern pattern, std::size_t width) {
+    const std::size_t* p = &params_[pattern.at];
+    switch (pattern.kind) {
+      case SortPattern::bits:
+        return agrees(pattern.at, width);
+      case SortPattern::joined:
+        return width == p[0] + p[1];
+      case SortPattern::kept:
+        return p[1] <= p[0] && p[0] < params_[2] && width == p[0] - p[1] + 1;
+      case SortPattern::encoding:
+        return width == p[0] + p[1] + 1;
+      default:
+        return width == 1;
+    }
+  }
+
+  bool is_of_type(const TraceSort& sort) {
+    if (is_given_) return fits(sort, *type_);
+    if (type_ == nullptr) type_ = &sort;
+    return are_compatible(sort, *type_);
+  }
+
+  void know(std::size_t param, std::size_t value) {
+    params_[param] = value;
+    known_[param] = true;
+  }
+
+  bool agrees(std::size_t param, std::size_t value) {
+    if (!known_[param]) know(param, value);
+    return params_[param] == value;
+  }
+
+  const OperatorRow& row_;
+  const std::vector<TraceSort>& sorts_;
+  std::size_t params_[4] = {};
+  bool known_[4] = {};
+  const TraceSort* type_ = nullptr;  // that the operator's symbol is made for
+  bool is_given_ = false;            // by the result
+};
+
+/// The rows of all operators by their names in SMT-LIB. Those of some names are several.
+const std::multimap<std::string_view, const OperatorRow*>& rows_by_name() {
+  static const auto all = [] {
+    std::multimap<std::string_view, const OperatorRow*> rows;
+    for (const auto& table : {tagged_operators(), opaque_operators()}) {
+      for (const OperatorRow& row : table) {
+        rows.emplace(row.smtlib, &row);
+        if (!row.synonym.empty()) rows.emplace(row.synonym, &row);
+      }
+    }
+    return rows;
+  }();
+  return all;
 }
 
-/// Operators whose indices say something about sorts; the others are not looked at.
-bool indices_fit(const Expression& e, const Sorts& args, const TraceSort& result) {
+/// Words of traces that the table does not have: constants, what may have any number of arguments, and what
+/// has another index than the table can say. None for other words.
+std::optional<bool> is_special_well_sorted(const Expression& e, const Sorts& args, const TraceSort& result) {
+  const auto are_all = [&](TraceSort::Kind kind) {
+    return std::ranges::all_of(args, [kind](const TraceSort* s) { return s->kind == kind; });
+  };
   const std::vector<std::size_t> n = numeric_indices(e);
-  const bool from_bits = args.size() == 1 && is(*args[0], TraceSort::bit_vector);
-  const bool to_bits = is(result, TraceSort::bit_vector);
-  if (e.op == "extract") {
-    return n.size() == 2 && from_bits && to_bits && n[1] <= n[0] && n[0] < args[0]->width &&
-           result.width == n[0] - n[1] + 1;
+  if (e.op == "true" || e.op == "false") {
+    return e.indices.empty() && args.empty() && is(result, TraceSort::boolean);
   }
-  if (e.op == "zero_extend" || e.op == "sign_extend") {
-    return n.size() == 1 && from_bits && to_bits && result.width == args[0]->width + n[0];
+  if (std::ranges::find(rounding_modes, e.op) != std::end(rounding_modes)) {
+    return e.indices.empty() && args.empty() && is(result, TraceSort::rounding_mode);
   }
-  if (e.op == "rotate_left" || e.op == "rotate_right") {
-    return n.size() == 1 && from_bits && to_bits && args[0] == &result;
+  if (e.op == "forall" || e.op == "exists") {
+    return e.indices.empty() && args.size() == 1 && are_all(TraceSort::boolean) &&
+           is(result, TraceSort::boolean);
   }
-  if (e.op == "int2bv" || e.op == "int_to_bv") {
-    return n.size() == 1 && args.size() == 1 && is_arithmetic(*args[0]) && to_bits && result.width == n[0];
-  }
-  if (e.op == "fp.to_ubv" || e.op == "fp.to_sbv") {
-    return n.size() == 1 && args.size() == 2 && is(*args[0], TraceSort::rounding_mode) &&
-           is(*args[1], TraceSort::floating_point) && to_bits && result.width == n[0];
-  }
-  if (e.op == "to_fp" || e.op == "to_fp_unsigned") {
-    return n.size() == 2 && is(result, TraceSort::floating_point) && result.width == n[0] &&
-           result.significand == n[1] && is_source_of_float(e.op, args, result);
+  if (e.op == "!") return e.indices.empty() && !args.empty() && fits(*args[0], result);
+  if (e.op == "distinct") {
+    return e.indices.empty() && is(result, TraceSort::boolean) && args.size() > 1 &&
+           std::ranges::all_of(args, [&](const TraceSort* s) { return are_compatible(*s, *args[0]); });
   }
   if (e.op == "divisible") {
-    return args.size() == 2 && are_all(args, TraceSort::integer) && is(result, TraceSort::boolean);
+    return args.size() == 2 && are_all(TraceSort::integer) && is(result, TraceSort::boolean);
   }
-  return true;
+  if (e.op == "to_fp" && args.size() == 2 && is_arithmetic(*args[1])) {
+    return n.size() == 2 && is(*args[0], TraceSort::rounding_mode) && is(result, TraceSort::floating_point) &&
+           result.width == n[0] && result.significand == n[1];
+  }
+  return std::nullopt;
 }
 
 bool is_in_range(const mpq_class& value, const TraceSort& sort) {
@@ -248,17 +208,6 @@ bool is_in_range(const mpq_class& value, const TraceSort& sort) {
     default:
       return false;
   }
-}
-
-bool arrays_fit(const Expression& e, const Sorts& args, const TraceSort* result, const auto& sort) {
-  const TraceSort* const array = e.op == "const" ? result : args.empty() ? nullptr : args[0];
-  if (array == nullptr || !is(*array, TraceSort::array)) return false;
-  const TraceSort& index = sort(array->args[0]);
-  const TraceSort& element = sort(array->args[1]);
-  if (e.op == "const") return args.size() == 1 && fits(*args[0], element);
-  if (args.size() < 2 || !fits(*args[1], index)) return false;
-  if (e.op == "select") return args.size() == 2 && result == &element;
-  return args.size() == 3 && fits(*args[2], element) && result == array;
 }
 
 /// The words of "(_ BitVec 8)" after the underscore.
@@ -321,19 +270,13 @@ bool TraceFile::is_well_sorted(const Expression& e) const {
   if (binds != !e.variables.empty() || (e.op != "!" && !e.attributes.empty())) return false;
   Sorts args;
   for (TermName arg : e.args) args.push_back(&sort_of(arg));
-  if (e.op == "!") return e.indices.empty() && !args.empty() && fits(*args[0], *result);
-  if (e.op == "distinct") {
-    return e.indices.empty() && is(*result, TraceSort::boolean) && args.size() > 1 &&
-           std::ranges::all_of(args, [&](const TraceSort* s) { return are_compatible(*s, *args[0]); });
-  }
-  if (e.op == "select" || e.op == "store" || e.op == "const") {
-    return e.indices.empty() &&
-           arrays_fit(e, args, result, [this](std::size_t s) -> const TraceSort& { return sorts_[s]; });
-  }
-  const auto signature = signatures().find(e.op);
-  if (signature == signatures().end()) return indices_fit(e, args, *result);
-  const auto& [arity, fits] = signature->second;
-  return e.indices.empty() && args.size() == arity && fits(args, result);
+  if (const auto special = is_special_well_sorted(e, args, *result)) return *special;
+  const auto [first, last] = rows_by_name().equal_range(e.op);
+  if (first == last) return true;  // what is not in the table is not looked at
+  const std::vector<std::size_t> indices = numeric_indices(e);
+  return indices.size() == e.indices.size() && std::any_of(first, last, [&](const auto& entry) {
+           return SignatureCheck(*entry.second, sorts_).accepts(indices, args, *result);
+         });
 }
 
 }  // namespace quarv::cli
