@@ -209,6 +209,9 @@ class OperatorTable {
     add_fp(Tag::FP_LE, {f, f}, b, calls(&TermManager::make_fp_le));
     add_fp(Tag::FP_MIN, {f, f}, f, calls(&TermManager::make_fp_min));
     add_fp(Tag::FP_MAX, {f, f}, f, calls(&TermManager::make_fp_max));
+    add_fp(Tag::FP_REM, {f, f}, f, calls(&TermManager::make_fp_rem));
+    add_fp(Tag::FP_FMA, {rm, f, f, f}, f,
+           [this](const Terms& a) { return m.make_fp_fma(a[0], a[1], a[2], a[3]); });
     add_fp(Tag::FP_NEG, {f}, f, calls(&TermManager::make_fp_neg));
     add_fp(Tag::FP_ABS, {f}, f, calls(&TermManager::make_fp_abs));
     add_fp(Tag::FP_ADD, {rm, f, f}, f, calls(&TermManager::make_fp_add));

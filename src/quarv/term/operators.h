@@ -247,6 +247,8 @@ inline constexpr Row tagged[] = {
     Row(Tag::INT_FROM_UBV, "INT_FROM_UBV", "ubv_to_int", {{bits}, integer}).written("bv2nat", "ubv_to_int"),
     Row(Tag::INT_FROM_SBV, "INT_FROM_SBV", "sbv_to_int", {{bits}, integer}),
     Row(Tag::INT_TO_BV, "INT_TO_BV", "int_to_bv", {{integer}, bits}).written("int2bv", "int_to_bv").indexed(0, 1),
+    Row(Tag::FP_REM, "FP_REM", "fp.rem", {{format, format}, format}),
+    Row(Tag::FP_FMA, "FP_FMA", "fp.fma", {{mode, format, format, format}, format}),
 };
 
 /// Operators that are kept by their name alone: their symbols are the manager's opaque ones.
@@ -256,8 +258,6 @@ inline constexpr Row opaque[] = {
     Row(Tag::OPAQUE, "OPAQUE", "mod", {{integer, integer}, integer}),
     Row(Tag::OPAQUE, "OPAQUE", "ext_rotate_left", {{bits, bits}, bits}),
     Row(Tag::OPAQUE, "OPAQUE", "ext_rotate_right", {{bits, bits}, bits}),
-    Row(Tag::OPAQUE, "OPAQUE", "fp.rem", {{format, format}, format}),
-    Row(Tag::OPAQUE, "OPAQUE", "fp.fma", {{mode, format, format, format}, format}),
     Row(Tag::OPAQUE, "OPAQUE", "fp.to_real", {{format}, real}),
 };
 

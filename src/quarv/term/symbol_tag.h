@@ -84,10 +84,12 @@ struct QUARV_API SymbolTag {
     INT_FROM_UBV = 69,
     INT_FROM_SBV = 70,
     INT_TO_BV = 71,
+    FP_REM = 72,
+    FP_FMA = 73,
   };
 
   /// One more than the largest tag: the size of a table indexed by tag.
-  static constexpr std::size_t count = 72;
+  static constexpr std::size_t count = 74;
 
   /// The operator's SMT-LIB name without its indices ("bvadd", "extract"), for messages and statistics.
   static const char* name(tag t) noexcept;

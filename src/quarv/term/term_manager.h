@@ -312,6 +312,12 @@ class QUARV_API TermManager {
   const Term* make_fp_round_to_int(const Term* rounding, const Term* a) {
     return make_fp_rounded(SymbolTag::FP_ROUND_TO_INT, rounding, a);
   }
+  /// a * b + c, rounded once.
+  const Term* make_fp_fma(const Term* rounding, const Term* a, const Term* b, const Term* c) {
+    return make_operation(SymbolTag::FP_FMA, {rounding, a, b, c});
+  }
+  /// a - b * n for the integer n nearest to a / b; exact.
+  const Term* make_fp_rem(const Term* a, const Term* b) { return make_fp_binary(SymbolTag::FP_REM, a, b); }
   /// Conversions to the format of `ew` exponent bits and `mw` stored significand bits: from another format,
   /// from a signed and an unsigned integer, and from the encoding of 1 + ew + mw bits.
   const Term* make_fp_cast(std::size_t ew, std::size_t mw, const Term* rounding, const Term* a);
