@@ -1,13 +1,63 @@
 // Operations by the rows of their operators: parameters and sorts are found from the arguments.
 #include <algorithm>
+#include <array>
 
 #include <quarv/term/operators.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv {
 
+namespace {
+
+constexpr std::uint8_t none = 255;
+
+/// Which argument tells all of the symbol: its width, its format or its array sort is all that there is to
+/// know; none when more is needed.
+constexpr std::uint8_t leading_argument(const OperatorRow& row) {
+  const Signature& s = row.signature;
+  for (std::uint8_t i = 0; i < s.arity; ++i) {
+    const bool leads = (s.args[i] == SortPattern{SortPattern::bits, 0} && s.num_params == 1) ||
+                       (s.args[i] == SortPattern{SortPattern::format, 0} && s.has_format) ||
+                       row.tag == SymbolTag::ARRAY_READ || row.tag == SymbolTag::ARRAY_WRITE;
+    if (leads) return i;
+  }
+  return none;
+}
+
+constexpr std::array<std::uint8_t, SymbolTag::count> leading_arguments = [] {
+  std::array<std::uint8_t, SymbolTag::count> all{};
+  all.fill(none);
+  for (const OperatorRow& row : tagged_operators()) all[row.tag] = leading_argument(row);
+  return all;
+}();
+
+}  // namespace
+
 /// What the arguments of an operation say of its symbol.
 struct TermManager::Binding {
+  /// The symbol where one argument tells it and the others fit; null elsewhere. Most operations are such.
+  static const Symbol* led_symbol(TermManager& m, SymbolTag::tag tag, Args args) {
+    const std::uint8_t lead = leading_arguments[tag];
+    if (lead == none || args.size() != operator_row(tag).signature.arity) return nullptr;
+    const DataType* type = m.type_of(args[lead]);
+    const Symbol* s;
+    const SortPattern::Kind wanted = operator_row(tag).signature.args[lead].kind;
+    if (wanted == SortPattern::bits) {
+      if (!m.is_bv_type(type)) return nullptr;
+      s = m.make_param_symbol(tag, 0, {type->params_[0], 0, 0, 0});
+    } else if (wanted == SortPattern::format) {
+      if (!m.is_fp_type(type)) return nullptr;
+      s = m.make_param_symbol(tag, 0, {type->params_[0], type->params_[1], 0, 0});
+    } else {
+      if (!m.is_array_type(type)) return nullptr;
+      s = m.make_array_symbol(tag, type);
+    }
+    for (std::size_t i = 0; i < args.size(); ++i) {
+      if (!m.fits(args[i], s->arg_types_[i])) return nullptr;
+    }
+    return s;
+  }
+
   const OperatorRow& row;
   std::size_t params[4] = {};      // 0: not known yet
   const DataType* type = nullptr;  // that a polymorphic symbol is made for
@@ -84,6 +134,9 @@ const Symbol* TermManager::symbol_of(const Binding& b) {
 
 const Symbol* TermManager::operation_symbol(const OperatorRow& row, std::span<const std::size_t> indices,
                                             Args args) {
+  if (indices.empty()) {
+    if (const Symbol* s = Binding::led_symbol(*this, row.tag, args)) return s;
+  }
   const auto check_number = [&row](std::size_t given, std::size_t expected, const char* what) {
     if (given == expected) return;
     throw SortError(std::string(row.name) + ": " + std::to_string(given) + ' ' + what + " given, " +
