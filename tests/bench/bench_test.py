@@ -119,7 +119,7 @@ class Comparison(unittest.TestCase):
 class Record(unittest.TestCase):
     def test_names_compiler_and_counts(self):
         record = json.loads((SOURCE_DIR / "bench" / "instructions.json").read_text(encoding="utf-8"))
-        self.assertEqual(len(record["inputs"]), 5)
+        self.assertEqual(len(record["inputs"]), 10)
         self.assertTrue(record["compiler"])
 
 

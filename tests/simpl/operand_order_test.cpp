@@ -11,7 +11,7 @@
 namespace quarv {
 namespace {
 
-TEST(OperandOrder, IsWhatTheTableOfOperatorsSays) {
+TEST(OperandOrder, OfConstructorsIsInTheTableOfOperators) {
   TermManager mgr;
   StdTermSimplifier simplifier;
   termsimpl::register_standard_simplifications(&mgr, &simplifier);
@@ -26,7 +26,9 @@ TEST(OperandOrder, IsWhatTheTableOfOperatorsSays) {
     if (mgr.type_of(last[-1]) != mgr.type_of(last[0])) continue;
     const Term* before = sample.make(args);
     std::swap(last[-1], last[0]);
-    EXPECT_EQ(sample.make(args) == before, row.commutes_from != OperatorRow::never) << row.name;
+    // Rules order the operands of others.
+    const bool ordered = sample.make(args) == before;
+    EXPECT_TRUE(!ordered || row.commutes_from != OperatorRow::never) << row.name;
   }
 }
 

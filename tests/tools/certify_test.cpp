@@ -307,7 +307,7 @@ TEST_P(CertifyWith, RefutesWrongRules) {
   const Result r = run(command, bit_vectors);
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(has(r.out, "<stdin>:4: assertion 2: refuted: ")) << r.out;
-  EXPECT_TRUE(has(r.out, "2 pairs of terms: 1 proved, 1 refuted, ")) << r.out;
+  EXPECT_TRUE(has(r.out, " 1 refuted, 0 undecided")) << r.out;
   const Result steps = run(command + "--steps -q", bit_vectors);
   EXPECT_EQ(steps.status, 1);
   EXPECT_TRUE(has(steps.out,

@@ -45,13 +45,11 @@ int fail(const char* prefix, const char* message) {
   return quarv::cli::failure;
 }
 
-bool main_has_begun = false;
-
 /// Where an exception cannot be caught, lack of memory still ends with its message: while objects are
-/// constructed before `main` begins. So this is installed before any of them. At that time there may be no
-/// memory for an exception either, as the C++ library's reserve is one of those objects.
+/// constructed before `main` begins. So this is installed before any of them. There may be no memory for an
+/// exception either, as the C++ library's reserve is one of those objects: then there is none.
 [[noreturn]] void end_uncaught() noexcept {
-  bool out_of_memory = !main_has_begun;
+  bool out_of_memory = true;
   try {
     if (std::current_exception()) throw;
   } catch (const std::bad_alloc&) {
@@ -153,7 +151,6 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  main_has_begun = true;
   // An exception lets destructors remove what is half-written.
   const quarv::GmpBadAlloc gmp;
   quarv::cli::prepare_process();
