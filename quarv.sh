@@ -134,8 +134,9 @@ case $command in
     exec python3 "$root/proofs/check.py" "$@"
     ;;
   docs)
-    need python3 "${docs_packages[@]}"
-    "$root/docs/build_site.py"
+    need "${build_packages[@]}" python3 "${docs_packages[@]}"
+    build release quarv_program
+    "$root/docs/build_site.py" "$root/build/release/bin/quarv"
     say "the start page is build/docs/site/index.html"
     ;;
   test)

@@ -38,7 +38,7 @@ class Measured:
     before: int
     simplified: int
     normalized: int
-    fired: dict  # number of the rule: how often
+    fired: dict  # name of the rule: how often
 
 
 def logic_of(path):
@@ -57,15 +57,15 @@ def statistics_of(program, path, *options):
 def measure(program, path, logic):
     alone = statistics_of(program, path, "--no-rules")
     both = statistics_of(program, path)
-    fired = {int(number): count for number, count in both["rules"].items()}
+    fired = dict(both["rules"])
     return Measured(path, logic, both["terms"]["before"], alone["terms"]["after"], both["terms"]["after"], fired)
 
 
 def catalogue_of(program):
-    """The texts of the standard rules by number."""
+    """The texts of the standard rules by name."""
     lines = subprocess.run([program, "rules", "list"], capture_output=True, text=True, check=True).stdout.splitlines()
-    found = (re.match(r"\s*(\d+) .*?(rewrite\(.*)$", line) for line in lines)
-    return {int(m.group(1)): m.group(2) for m in found if m}
+    found = (re.match(r"\s*\d+ .*? ([a-z0-9-]+): (rewrite\(.*)$", line) for line in lines)
+    return {m.group(1): m.group(2) for m in found if m}
 
 
 def show_progress(done, total):
@@ -113,12 +113,13 @@ def rules_table(results, catalogue):
     for result in results:
         times.update(result.fired)
         scripts.update(result.fired.keys())
-    rows = [[number, count, scripts[number], f"`{catalogue[number]}`"]
-            for number, count in sorted(times.items(), key=lambda entry: (-entry[1], entry[0]))]
-    silent = [str(number) for number in sorted(catalogue) if number not in times]
-    return (f"{len(rows)} of the {len(catalogue)} rules fire:\n\n" +
-            table(["rule", "times", "scripts", "text"], ["---:", "---:", "---:", "---"], rows) +
-            f"\nThe other {len(silent)} do not: {', '.join(silent)}.\n")
+    order = list(catalogue)
+    rows = [[f"`{name}`", count, scripts[name], f"`{catalogue[name]}`"]
+            for name, count in sorted(times.items(), key=lambda entry: (-entry[1], order.index(entry[0])))]
+    silent = [f"`{name}`" for name in catalogue if name not in times]
+    return (f"{len(rows)} rules fire:\n\n" +
+            table(["rule", "times", "scripts", "text"], ["---", "---:", "---:", "---"], rows) +
+            f"\nThe others do not: {', '.join(silent)}.\n")
 
 
 def parse_arguments(arguments):

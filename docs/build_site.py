@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Builds the site of the documentation: the pages with mkdocs, the C++ interface with doxygen.
 
-usage: docs/build_site.py [FOLDER]
+usage: docs/build_site.py PROGRAM [FOLDER]
 
-The site is FOLDER/site (build/docs/site). Any warning is an error. Status 77: doxygen or mkdocs is not installed.
+PROGRAM is quarv, which knows the page of the standard rules. The site is FOLDER/site (build/docs/site). Any warning is an
+error. Status 77: doxygen or mkdocs is not installed.
 """
 import pathlib
 import re
@@ -44,10 +45,10 @@ def check_offline(site):
             sys.exit(f'{page}: loads {found.group()}')
 
 
-def main(folder):
-    for program in ('doxygen', 'mkdocs'):
-        if not shutil.which(program):
-            print(f'{program} is not installed')
+def main(program, folder):
+    for tool in ('doxygen', 'mkdocs'):
+        if not shutil.which(tool):
+            print(f'{tool} is not installed')
             return 77
     shutil.rmtree(folder, ignore_errors=True)
     pages = folder / 'pages'
@@ -55,6 +56,9 @@ def main(folder):
     for page in (SOURCE / 'docs').glob('*.md'):
         if page.name != 'api.md':
             shutil.copy(page, pages)
+    page = subprocess.run([sys.executable, SOURCE / 'docs' / 'rules_page.py', program], text=True, capture_output=True,
+                          check=True)
+    (pages / 'rules.md').write_text(page.stdout, encoding='utf-8')
     api_pages(pages)
     shutil.copy(SOURCE / 'docs' / 'mkdocs.yml', folder)
     subprocess.run(['mkdocs', 'build', '--strict', '--quiet'], cwd=folder, check=True)
@@ -65,6 +69,9 @@ def main(folder):
 
 if __name__ == '__main__':
     try:
-        sys.exit(main(pathlib.Path(sys.argv[1] if len(sys.argv) > 1 else SOURCE / 'build' / 'docs').resolve()))
+        if len(sys.argv) not in (2, 3):
+            sys.exit(__doc__)
+        folder = pathlib.Path(sys.argv[2] if len(sys.argv) == 3 else SOURCE / 'build' / 'docs')
+        sys.exit(main(pathlib.Path(sys.argv[1]).resolve(), folder.resolve()))
     except subprocess.CalledProcessError as e:
         sys.exit(f'{e.cmd[0]} ends with status {e.returncode}')

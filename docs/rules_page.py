@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes the page of all standard rules from what the program knows of them.
 
-usage: docs/rules_page.py build/release/bin/quarv > docs/rules.md
+usage: docs/rules_page.py build/release/bin/quarv > rules.md
 """
 import itertools
 import re
@@ -10,10 +10,8 @@ import sys
 
 HEADING = '''# The standard rules
 
-All {num_rules} standard rules in the order in which they are tried, as `quarv rules list` and `quarv rules show N` print
-them. [The rule language](rule-language.md) says how to read them. This page is written by
-
-    docs/rules_page.py build/release/bin/quarv > docs/rules.md
+All {num_rules} standard rules in the order in which they are tried, as `quarv rules list` and `quarv rules show RULE` print
+them. [The rule language](rule-language.md) says how to read them.
 
 What was checked of each rule:
 
@@ -58,14 +56,14 @@ def main(program):
     solvers = re.search(r' \((z3[^)]*)\)', rules[0]['sound']).group(1)
     for rule in rules:
         rule['sound'] = rule['sound'].replace(f' ({solvers})', '')
-    unsound = [f'[{rule["number"]}](#rule-{rule["number"]})' for rule in rules if rule['sound'].startswith('no')]
+    unsound = [f'[{rule["name"]}](#{rule["name"]})' for rule in rules if rule['sound'].startswith('no')]
     print(HEADING.format(num_rules=len(rules), solvers=solvers, num_unsound=len(unsound), unsound=', '.join(unsound)),
           end='')
     for applicant, group in itertools.groupby(rules, lambda rule: rule['applicant']):
         group = list(group)
         print(f'## `{applicant}` from {group[0]["number"]}\n')
         for rule in group:
-            print(f'### Rule {rule["number"]}\n\n`{rule["text"]}`\n\n- {escaped(rule["reads"])}\n'
+            print(f'### {rule["name"]}\n\n{rule["number"]}: `{rule["text"]}`\n\n- {escaped(rule["reads"])}\n'
                   f'- {verdict(rule["sound"])}.\n- Proof: {escaped(rule["proof"])}.\n')
 
 

@@ -11,7 +11,8 @@ class Watch : public quarv::SimplificationObserver {
   Watch(const quarv::TermManager& mgr, const quarv::TermNormalizer& rules) : mgr_(mgr), rules_(rules) {}
 
   void on_rule(std::size_t rule, const quarv::Term* before, const quarv::Term* after) override {
-    std::cout << "rule " << rule + 1 << ", " << rules_.get_rule(rule).get_signature() << "\n  ";
+    std::cout << "rule " << rules_.rule_label(rule) << ", " << rules_.get_rule(rule).get_signature()
+              << "\n  ";
     quarv::smtlib::print_term(mgr_, before, std::cout);
     std::cout << "\n  becomes ";
     quarv::smtlib::print_term(mgr_, after, std::cout);
@@ -28,8 +29,8 @@ class Watch : public quarv::SimplificationObserver {
 // Absorption: x | (y & x) is x. Terms are put in order before rules see them, so both orders of the
 // conjunction are there.
 constexpr const char* absorption =
-    "rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n"
-    "rewrite(bvor(t1, bvand(t1_0, t2)), identity(t1, t1_0)) >> t1\n";
+    "bvor-absorb-second: rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n"
+    "bvor-absorb-first: rewrite(bvor(t1, bvand(t1_0, t2)), identity(t1, t1_0)) >> t1\n";
 
 }  // namespace
 

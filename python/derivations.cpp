@@ -27,6 +27,11 @@ py::object rule_of(const PyStep& s) {
   return py::int_(s.step.rule);
 }
 
+py::object rule_name_of(const PyStep& s) {
+  if (s.step.rule_name.empty()) return py::none();
+  return py::str(s.step.rule_name);
+}
+
 /// Whoever uses it as a term is told what was wrong; Python itself asks objects for attributes with
 /// underscores, of which there are none.
 void no_attribute(const PyIncomparable& self, const std::string& name) {
@@ -57,6 +62,7 @@ void bind_derivations(py::module_& m) {
   function.def("__call__", call, in_turn).def_readonly("name", &PyFunction::name, "Its name.");
   py::class_<PyStep> step(m, "Step", "One step of a simplification.");
   step.def_property_readonly("rule", rule_of, "Number of the rewrite rule, from 1; None for a simplifier.")
+      .def_property_readonly("rule_name", rule_name_of, "Name of the rewrite rule; None where there is none.")
       .def_property_readonly(
           "name", [](const PyStep& s) { return s.step.name; },
           "The rule's text, or the name of the simplifier's operator.")

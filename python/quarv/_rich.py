@@ -32,7 +32,7 @@ def _term_html(term):
 
 
 def _by(step):
-    return f"simplifier of {step.name}" if step.rule is None else f"rule {step.rule}"
+    return f"simplifier of {step.name}" if step.rule is None else f"rule {step.rule_name or step.rule}"
 
 
 def _derivation_html(derivation):

@@ -130,6 +130,7 @@ typedef struct quarv_step {
   const char* name; /**< the rule's text, or the operator's name; valid during the call */
   quarv_term before;
   quarv_term after;
+  const char* rule_name; /**< the rule's name, "" where there is none; valid during the call */
 } quarv_step;
 
 /** As quarv_simplify, and then calls `step` for each thing that was done, in order. `step` must not throw. */

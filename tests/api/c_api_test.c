@@ -280,6 +280,7 @@ static void count(const quarv_step* step, void* data) {
   EXPECT(step->before != NULL && step->after != NULL && step->before != step->after);
   EXPECT(quarv_sort_of(told->m, step->before) == quarv_sort_of(told->m, step->after));
   EXPECT(strlen(step->name) != 0);
+  EXPECT((strlen(step->rule_name) != 0) == (step->rule != 0)); /* all standard rules have names */
   ++*(step->rule != 0 ? &told->rules : &told->simplifiers);
 }
 

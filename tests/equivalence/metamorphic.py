@@ -14,6 +14,7 @@ import dataclasses
 import json
 import os
 import shutil
+import re
 import subprocess
 import sys
 import tempfile
@@ -72,9 +73,10 @@ WAYS = [(), ("--no-rules",), ("--no-simplifiers",), PLAIN_LAYER, ("--share", "le
 
 
 def rules(program):
-    """The numbers of all rules."""
+    """The names of all rules, or their numbers where they have no names."""
     listing = subprocess.run([program, "rules", "list"], capture_output=True, text=True, check=True).stdout
-    return [line.split()[0] for line in listing.splitlines() if line.split() and line.split()[0].isdigit()]
+    found = re.findall(r"^ *(\d+) . \S+ +(?:([a-z0-9-]+): )?", listing, re.MULTILINE)
+    return [name or number for number, name in found]
 
 
 def fired_rules(program, path):

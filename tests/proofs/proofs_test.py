@@ -32,7 +32,9 @@ class Statements(unittest.TestCase):
             table = (SOURCE / 'proofs' / f'{rules.stem}.tsv').read_text().splitlines()
             proved = {int(row[0]): row[1] for row in (line.split('\t') for line in table if line[0] != '#')}
             now = {number: digest for number, (digest, _) in digests(rules).items()}
-            self.assertEqual(now, proved, 'a rule changed: run ./quarv.sh proofs --update')
+            # A new rule may be without a proof; then the program says so.
+            self.assertEqual({number: now.get(number) for number in proved}, proved,
+                             'a rule changed: run ./quarv.sh proofs --update')
             self.assertIn(f'# sources {check.sources_digest(rules)}', table,
                           'a file of proofs changed: run ./quarv.sh proofs --update')
 
@@ -42,7 +44,7 @@ class Statements(unittest.TestCase):
     def test_change_with_the_text(self):
         rules = check.STANDARD[0]
         before = digests(rules)
-        lines = rules.read_text().splitlines()
+        lines = [line for line in rules.read_text().splitlines() if line and not line.startswith('#')]
         with tempfile.TemporaryDirectory() as folder:
             changed = pathlib.Path(folder) / 'changed.rules'
             for number, old, new in [(23, 'bvmul(2, t)', 'bvmul(3, t)'), (55, '<=', '<'), (12, '- 1', '- 2')]:

@@ -125,10 +125,11 @@ def test_derivations_are_objects(m):
     assert len(derivation) == len(derivation.steps) >= 2
     rules = [step for step in derivation if step.rule is not None]
     assert rules and all(step.name.startswith("rewrite(") for step in rules)
+    assert all(step.rule_name and f"by rule {step.rule_name}" in str(step) for step in rules)
     for step in derivation:
         assert step.before.sort == step.after.sort and not step.before.same(step.after)
     folded = m.term("(bvadd #x01 #x02)").explain()
-    assert [step.rule for step in folded] == [None] and folded.steps[0].name == "bvadd"
+    assert [(step.rule, step.rule_name) for step in folded] == [(None, None)] and folded.steps[0].name == "bvadd"
     assert "by simplifier of bvadd" in str(folded)
 
 

@@ -11,8 +11,8 @@ TEST(RuleLanguage, TranscribesAllStandardRules) {
   for (const RuleRow& row : rule_table()) {
     const Rule rule = parse_rule(row.signature);
     EXPECT_EQ(rule.text, row.signature);
-    EXPECT_EQ(class_name(rule), row.class_name) << row.number;
-    EXPECT_EQ(rule.applicant(), row.applicant) << row.number;
+    EXPECT_EQ(class_name(rule), row.class_name) << row.name;
+    EXPECT_EQ(rule.applicant(), row.applicant) << row.name;
   }
 }
 
@@ -91,6 +91,33 @@ TEST(RuleLanguage, ReadsFilesWithCommentsAndEmptyLines) {
   EXPECT_EQ(rules[0].text, "rewrite(bvnot(bvnot(t)), ) >> t");
   EXPECT_EQ(rules[1].line, 5u);
   EXPECT_TRUE(parse_rules("").empty());
+}
+
+TEST(RuleLanguage, ReadsNames) {
+  const auto rules = parse_rules(
+      "a: rewrite(bvnot(bvnot(t)), ) >> t\nrewrite(bvnot(bvnot(t)), ) >> t\n  bvneg-2-x : rewrite(bvneg(t), "
+      ") >> t");
+  ASSERT_EQ(rules.size(), 3u);
+  EXPECT_EQ(rules[0].name, "a");
+  EXPECT_EQ(rules[0].text, "rewrite(bvnot(bvnot(t)), ) >> t");
+  EXPECT_EQ(rules[1].name, "");
+  EXPECT_EQ(rules[2].name, "bvneg-2-x");
+  EXPECT_EQ(rules[2].column, 3u);
+  EXPECT_EQ(rules[2].text, "rewrite(bvneg(t), ) >> t");
+  // A name changes nothing of what the rule is.
+  EXPECT_EQ(class_name(rules[0]), class_name(rules[1]));
+}
+
+TEST(RuleLanguage, RejectsANameGivenTwice) {
+  try {
+    parse_rules(
+        "a: rewrite(bvnot(t), ) >> t\n# a\nb: rewrite(bvnot(t), ) >> t\n a: rewrite(bvneg(t), ) >> t\n");
+    FAIL();
+  } catch (const RuleError& e) {
+    EXPECT_EQ(e.line(), 4u);
+    EXPECT_EQ(e.column(), 2u);
+    EXPECT_EQ(e.reason(), "the rule of line 1 has this name already");
+  }
 }
 
 struct Wrong {

@@ -76,8 +76,8 @@ TEST(Trace, TellsWhatFiredAndOnWhat) {
 {"term":8,"value":"0","sort":0}
 {"term":9,"op":"bvadd","sort":0,"args":[7,8]}
 {"term":13,"op":"bvadd","sort":0,"args":[8,7]}
-{"step":2,"assertion":1,"rule":15,"signature":"rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)","before":9,"after":13}
-{"step":3,"assertion":1,"rule":17,"signature":"rewrite(bvadd(0, t), (0 == 0)) >> t","before":13,"after":7}
+{"step":2,"assertion":1,"rule":15,"name":"bvadd-constant-first","signature":"rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)","before":9,"after":13}
+{"step":3,"assertion":1,"rule":17,"name":"bvadd-zero","signature":"rewrite(bvadd(0, t), (0 == 0)) >> t","before":13,"after":7}
 {"sort":1,"name":"Bool"}
 {"term":14,"op":"=","sort":1,"args":[7,11]}
 {"assertion":1,"term":14}

@@ -15,8 +15,9 @@ class Explain : public Program {
   }
 
   /// What it says of a rule and a term.
-  std::string why_not(int rule, const std::string& term) const {
-    return run("$quarv explain in.smt2 --why-not " + std::to_string(rule) + " '" + term + "'").out;
+  std::string why_not(int rule, const std::string& term) const { return why_not(std::to_string(rule), term); }
+  std::string why_not(const std::string& rule, const std::string& term) const {
+    return run("$quarv explain in.smt2 --why-not " + rule + " '" + term + "'").out;
   }
 
   static constexpr const char* script = R"((declare-const x (_ BitVec 8))
@@ -42,10 +43,10 @@ TEST_F(Explain, ShowsEveryStepWithItsPlace) {
 1. simplifier of bvnot
      (= (bvadd x #x00) «(bvnot #xfe)»)
    = (= (bvadd x #x00) «#x01»)
-2. rule 15: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+2. rule bvadd-constant-first: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
      (= «(bvadd x #x00)» #x01)
    = (= «(bvadd #x00 x)» #x01)
-3. rule 17: rewrite(bvadd(0, t), (0 == 0)) >> t
+3. rule bvadd-zero: rewrite(bvadd(0, t), (0 == 0)) >> t
      (= «(bvadd #x00 x)» #x01)
    = (= «x» #x01)
 result
@@ -55,13 +56,13 @@ assertion 2
 1. simplifier of not
      (or p (or «(not true)» (= x (bvand (bvor y #x00) (bvor y #x00)))))
    = (or p (or «false» (= x (bvand (bvor y #x00) (bvor y #x00)))))
-2. rule 87: rewrite(bvor(t, c), const(c), ~const(t)) >> bvor(c, t)
+2. rule bvor-constant-first: rewrite(bvor(t, c), const(c), ~const(t)) >> bvor(c, t)
      (or p (or false (= x (bvand «(bvor y #x00)» «(bvor y #x00)»))))
    = (or p (or false (= x (bvand «(bvor #x00 y)» «(bvor #x00 y)»))))
-3. rule 89: rewrite(bvor(0, t), (0 == 0)) >> t
+3. rule bvor-zero: rewrite(bvor(0, t), (0 == 0)) >> t
      (or p (or false (= x (bvand «(bvor #x00 y)» «(bvor #x00 y)»))))
    = (or p (or false (= x (bvand «y» «y»))))
-4. rule 80: rewrite(bvand(t, t_0), identity(t, t_0)) >> t
+4. rule bvand-idempotent: rewrite(bvand(t, t_0), identity(t, t_0)) >> t
      (or p (or false (= x «(bvand y y)»)))
    = (or p (or false (= x «y»)))
 5. arguments of or, each once and in order
@@ -175,33 +176,36 @@ TEST_F(Explain, ReachesTheResult) {
 }
 
 TEST_F(Explain, SaysWhatOfARuleDoesNotFit) {
-  EXPECT_EQ(why_not(15, "(bvadd x y)"), R"(rule 15: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
-                              ^
+  EXPECT_EQ(why_not(15, "(bvadd x y)"),
+            R"(rule bvadd-constant-first: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+                                                ^
 does not apply: the condition const(c) does not hold
   in   (bvadd x «y»)
   with t = x, c = y
 )");
   EXPECT_EQ(why_not(15, "(bvadd #x01 #x02)"),
-            R"(rule 15: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
-                                        ^
+            R"(rule bvadd-constant-first: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+                                                          ^
 does not apply: the condition ~const(t) does not hold
   in   (bvadd «#x01» #x02)
   with t = #x01, c = #x02
 )");
-  EXPECT_EQ(why_not(17, "(bvadd x #x00)"), R"(rule 17: rewrite(bvadd(0, t), (0 == 0)) >> t
-                       ^
+  EXPECT_EQ(why_not(17, "(bvadd x #x00)"), R"(rule bvadd-zero: rewrite(bvadd(0, t), (0 == 0)) >> t
+                               ^
 does not apply: the pattern has the number 0
   in   (bvadd «x» #x00)
 )");
-  EXPECT_EQ(why_not(111, "((_ extract 2 0) (bvand s y))"),
-            R"(rule 111: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
-                                ^
+  EXPECT_EQ(
+      why_not(111, "((_ extract 2 0) (bvand s y))"),
+      R"(rule extract-concat-second: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
+                                                  ^
 does not apply: the pattern has concat
   in   ((_ extract 2 0) «(bvand (bvor y #x00) y)»)
 )");
-  EXPECT_EQ(why_not(111, "((_ extract 9 0) (concat x y))"),
-            R"(rule 111: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
-                                                 ^
+  EXPECT_EQ(
+      why_not(111, "((_ extract 9 0) (concat x y))"),
+      R"(rule extract-concat-second: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
+                                                                   ^
 does not apply: the condition (m <= _size(t2) - 1_) does not hold
   in   «((_ extract 9 0) (concat x y))»
   with t1 = x, t2 = y, m = 9, l = 0
@@ -209,15 +213,18 @@ does not apply: the condition (m <= _size(t2) - 1_) does not hold
 }
 
 TEST_F(Explain, SaysWhatARuleYields) {
-  EXPECT_EQ(why_not(111, "((_ extract 7 0) (concat x y))"),
-            R"(rule 111: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
+  EXPECT_EQ(
+      why_not(111, "((_ extract 7 0) (concat x y))"),
+      R"(rule extract-concat-second: rewrite(extract(m, l, concat(t1, t2)), (m <= _size(t2) - 1_)) >> extract(m, l, t2)
 applies to ((_ extract 7 0) (concat x y))
 yields     ((_ extract 7 0) y)
 )");
+  EXPECT_EQ(why_not("bvsdiv-self", "(bvsdiv x x)"), why_not(46, "(bvsdiv x x)"));
   EXPECT_NE(why_not(46, "(bvsdiv x x)").find("\ndoes not hold for all values: t = 0"), std::string::npos);
-  write("own.rules", "# mine\n  rewrite(bvxor(t1, t2), (size(t1) == 8), identity(t1, t2)) >> 0\n");
-  const Result r = run("$quarv explain in.smt2 --rules own.rules --why-not 185 '(bvxor x y)'");
+  write("own.rules", "# mine\n  bytes: rewrite(bvxor(t1, t2), (size(t1) == 8), identity(t1, t2)) >> 0\n");
+  const Result r = run("$quarv explain in.smt2 --rules own.rules --why-not bytes '(bvxor x y)'");
   EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out.substr(0, 27), "rule bytes: rewrite(bvxor(t") << r.out;
   EXPECT_NE(r.out.find("the condition identity(t1, t2) does not hold"), std::string::npos) << r.out;
 }
 
@@ -235,8 +242,10 @@ TEST_F(Explain, RefusesWhatIsNoTermAndNoRule) {
   EXPECT_EQ(error("15 '(bvadd x q)'"), "TERM:1:10: error: unknown symbol q\n");
   EXPECT_EQ(error("15 'x) (assert p'"), "TERM:1:2: error: unmatched ')'\n");
   EXPECT_EQ(error("15 ''").substr(0, 5), "TERM:");
-  EXPECT_EQ(error("185 x"), "quarv: there is no rule 185: rules count from 1 to 184\n");
-  EXPECT_EQ(error("0 x"), "quarv: there is no rule 0: rules count from 1 to 184\n");
+  const std::string last = std::to_string(num_lines(run("$quarv rules list").out) - 1);
+  EXPECT_EQ(error("9999 x"), "quarv: there is no rule 9999: rules count from 1 to " + last + "\n");
+  EXPECT_EQ(error("0 x"), "quarv: there is no rule 0: rules count from 1 to " + last + "\n");
+  EXPECT_EQ(error("bvadd x"), "quarv: there is no rule \"bvadd\" (quarv rules list tells more)\n");
   EXPECT_EQ(run("$quarv explain in.smt2 --why-not 15").status, 2);
   EXPECT_EQ(run("$quarv explain").status, 2);
   EXPECT_EQ(run("$quarv explain none.smt2").status, 1);

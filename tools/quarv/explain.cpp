@@ -29,13 +29,13 @@ constexpr const char* footer = R"(Examples:
   quarv explain query.smt2                   show how each assertion is simplified
   quarv explain query.smt2 --assert 2 --steps 10
                                              show the first steps of the second one
-  quarv explain query.smt2 --why-not 37 '(bvmul x y)'
-                                             say why rule 37 does not apply to this term)";
+  quarv explain query.smt2 --why-not bvmul-one '(bvmul x y)'
+                                             say why this rule does not apply to this term)";
 
 struct Arguments {
   std::string input;
   std::size_t assertion = 0;  // 0: all
-  std::optional<std::pair<std::size_t, std::string>> why_not;
+  std::optional<std::pair<std::string, std::string>> why_not;
   std::size_t steps = 100;
   std::size_t length = 300;
   std::string colour = "auto";
@@ -110,19 +110,16 @@ int refuse(const std::string& reason) {
 }
 
 int explain_rule(const Arguments& arguments, const Input& input) {
-  std::vector<rules::Rule> rules = standard_rules();
-  const std::size_t num_standard = rules.size();
-  for (const std::string& file : arguments.how.rule_files) {
-    for (rules::Rule& rule : rules_of_file(file)) rules.push_back(std::move(rule));
-  }
-  const auto& [number, term] = *arguments.why_not;
-  if (number == 0 || number > rules.size()) {
-    return refuse(fmt::format("there is no rule {}: rules count from 1 to {}", number, rules.size()));
-  }
+  const std::vector<rules::Rule> rules = standard_rules_and(arguments.how.rule_files);
+  const auto& [name_or_number, term] = *arguments.why_not;
+  const std::optional<std::size_t> found = find_rule(rules, name_or_number);
+  if (!found) return refuse(no_such_rule(rules, name_or_number));
+  const std::string& name = rules[*found].name;
+  const std::string label = name.empty() ? std::to_string(*found + 1) : name;
   Output output("-");
-  const rules::Rule rule = rules::parse_rule(rules[number - 1].text);  // columns count within the rule
-  explain_mismatch(input, number, rule, term, wants_colour(arguments.colour), output.stream());
-  if (const char* const values = number <= num_standard ? known_counterexample(number) : nullptr) {
+  const rules::Rule rule = rules::parse_rule(rules[*found].text);  // columns count within the rule
+  explain_mismatch(input, label, rule, term, wants_colour(arguments.colour), output.stream());
+  if (const char* const values = known_counterexample(name)) {
     output.stream() << "does not hold for all values: " << values
                     << "; quarv simplify does not apply it there\n";
   }
@@ -162,9 +159,9 @@ void add_explain(const CommandLine& program, int& status) {
           .positive();
   command
       .option("--why-not", arguments->why_not,
-              "Match a rule, given by number (quarv rules list), against a term in the script's context, "
+              "Match a rule, given by name or number (quarv rules list), against a term in the script's context, "
               "and say what does not fit. The term is taken as it is written")
-      .type("N TERM")
+      .type("RULE TERM")
       .excludes(assertion);
   command.option("--steps", arguments->steps, "Show at most so many steps of an assertion")
       .type("N")

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <iterator>
 #include <map>
 #include <memory>
 #include <ostream>
@@ -28,16 +27,6 @@ struct Arguments {
   std::vector<std::string> rule_files;
   bool quiet = false;
 };
-
-/// The rules by number, of which only the texts are used.
-std::vector<rules::Rule> rules_to_go_by(const std::vector<std::string>& files) {
-  std::vector<rules::Rule> known = standard_rules();
-  for (const std::string& name : files) {
-    std::vector<rules::Rule> more = rules_of_file(name);
-    std::move(more.begin(), more.end(), std::back_inserter(known));
-  }
-  return known;
-}
 
 struct Counts {
   std::size_t justified = 0, not_justified = 0;
@@ -87,7 +76,7 @@ class Replay {
     const bool justified = is_rule ? check_rule(step, reason) : folding_.check(step.before, step.after);
     // Nothing is shown by what does not hold.
     if (!is_rule && justified) known_.learn(step.before, step.after);
-    const std::string kind = is_rule ? fmt::format("rule {}", step.rule) : printable(step.label, 60);
+    const std::string kind = is_rule ? "rule " + printable(step.rule_label, 60) : printable(step.label, 60);
     for (Counts* counts : {&counts_, &by_kind_[kind]}) {
       ++(justified ? counts->justified : counts->not_justified);
     }
@@ -110,22 +99,21 @@ class Replay {
       reason = fmt::format("{} at column {} of the rule", mismatch->reason, mismatch->column);
     } else if (!match.yields(step.after, known_)) {
       reason = "the rule yields another term";
-    } else if (step.rule <= num_standard_rules_) {
-      reason = counterexample(step.rule, match);
+    } else {
+      reason = counterexample(rules_[step.rule - 1], match);
     }
     return reason.empty();
   }
 
   /// Some standard rules do not hold for all values; those with an integer, only where it is not zero.
-  static std::string counterexample(std::size_t rule, const RuleMatch& match) {
-    const char* const values = known_counterexample(rule);
+  static std::string counterexample(const rules::Rule& rule, const RuleMatch& match) {
+    const char* const values = known_counterexample(rule.name);
     if (values == nullptr || !match.all_integers_are_zero()) return {};
     return fmt::format("the rule does not hold: {}", values);
   }
 
   TraceFile trace_;
   std::vector<rules::Rule> rules_;
-  std::size_t num_standard_rules_ = num_standard_rules();
   KnownTerms known_{trace_};
   FoldingChecker folding_{trace_, known_};
   std::size_t learned_ = 0;
@@ -153,7 +141,7 @@ void add_replay(const CommandLine& program, int& status) {
   command.callback([arguments, &status] {
     const Input input(arguments->input);
     Output output("-");
-    Replay replay(input, rules_to_go_by(arguments->rule_files));
+    Replay replay(input, standard_rules_and(arguments->rule_files));
     status = failure;
     try {
       replay.run(arguments->quiet, output.stream());

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "io/command_line.h"
 #include "io/output.h"
+#include "io/process.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_reading.h>
 
@@ -15,20 +16,20 @@ namespace quarv::cli {
 namespace {
 
 /// What `quarv rules check` last said.
-std::string soundness(std::size_t number, const rules::Rule& rule) {
+std::string soundness(const rules::Rule& rule) {
   constexpr const char* solvers = "z3 4.8.12 or cvc5 1.0.3, November 2026";
-  if (const char* const reason = known_counterexample(number)) {
+  if (const char* const reason = known_counterexample(rule.name)) {
     return fmt::format("no: {} ({}); quarv simplify does not apply it there", reason, solvers);
   }
   if (const std::string both = contradiction(rule); !both.empty()) {
     return fmt::format("yes: it never applies, {} exclude each other", both);
   }
-  return fmt::format("yes: proved for widths 1 to 5 and larger ones up to {} ({})", proved_up_to(number),
+  return fmt::format("yes: proved for widths 1 to 5 and larger ones up to {} ({})", proved_up_to(rule.name),
                      solvers);
 }
 
-char mark(std::size_t number) {
-  if (known_counterexample(number) != nullptr) return '!';
+char mark(std::size_t number, const rules::Rule& rule) {
+  if (known_counterexample(rule.name) != nullptr) return '!';
   return proof_for_all_widths(number).everywhere ? '*' : ' ';
 }
 
@@ -37,28 +38,37 @@ void list() {
   std::size_t number = 0;
   for (const rules::Rule& rule : standard_rules()) {
     ++number;
-    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", number, mark(number),
-                                   SymbolTag::name(rule.applicant()), rule.text);
+    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", number, mark(number, rule),
+                                   SymbolTag::name(rule.applicant()), named_text(rule));
   }
   output.stream()
-      << "* proved for all widths; ! does not hold for all values: quarv rules show N tells more\n";
+      << "* proved for all widths; ! does not hold for all values: quarv rules show RULE tells more\n";
   output.commit();
 }
 
-void show(std::size_t number) {
-  const rules::Rule rule = standard_rules()[number - 1];
+int show(const std::string& name_or_number) {
+  const std::vector<rules::Rule> all = standard_rules();
+  const std::optional<std::size_t> found = find_rule(all, name_or_number);
+  if (!found) {
+    say("quarv: {}\n", no_such_rule(all, name_or_number));
+    return usage_error;
+  }
+  const rules::Rule& rule = all[*found];
+  const std::size_t number = *found + 1;
   Output output("-");
   const auto line = [&output](const char* name, const std::string& value) {
     output.stream() << fmt::format("{:<10} {}\n", name, value);
   };
   line("number", std::to_string(number));
+  line("name", rule.name);
   line("applicant", std::string(SymbolTag::name(rule.applicant())));
   line("text", rule.text);
   line("class", class_name(rule));
-  line("sound", soundness(number, rule));
+  line("sound", soundness(rule));
   line("proof", proof_for_all_widths(number).text);
   line("reads", reading(rule));
   output.commit();
+  return success;
 }
 
 }  // namespace
@@ -69,25 +79,19 @@ void add_rules(const CommandLine& program, int& status) {
   command.footer(
       "Examples:\n"
       "  quarv rules list                           print the standard rules\n"
-      "  quarv rules show 37                        print all that is known of one\n"
+      "  quarv rules show bvmul-one                 print all that is known of one\n"
       "  quarv rules check my.rules                 let z3 say whether rules hold");
-  const CommandLine list_command = command.subcommand("list", "All standard rules: number, operator, text");
+  const CommandLine list_command = command.subcommand("list", "All standard rules: number, operator, name and text");
   list_command.footer("Examples:\n  quarv rules list\n  quarv rules list | grep bvmul");
   list_command.callback([&status] {
     list();
     status = success;
   });
   const CommandLine show_command = command.subcommand("show", "All that is known of a standard rule");
-  show_command.footer("Examples:\n  quarv rules show 37");
-  const auto number = std::make_shared<std::size_t>();
-  show_command.option("N", *number, "Number of the rule, from 1")
-      .type("")
-      .required()
-      .between(std::size_t{1}, num_standard_rules());
-  show_command.callback([number, &status] {
-    show(*number);
-    status = success;
-  });
+  show_command.footer("Examples:\n  quarv rules show bvmul-one\n  quarv rules show 36");
+  const auto rule = std::make_shared<std::string>();
+  show_command.option("RULE", *rule, "Name of the rule, or its number, from 1").type("").required();
+  show_command.callback([rule, &status] { status = show(*rule); });
   add_rules_check(command, status);
 }
 

@@ -285,7 +285,7 @@ quarv_term quarv_explain(quarv_manager* m, quarv_term t, void (*step)(const quar
     checked(step);
     const Term* result = m->session.simplify(term(t), steps);
     for (const quarv::Step& s : steps) {
-      const quarv_step told = {s.rule, s.name.c_str(), handle(s.before), handle(s.after)};
+      const quarv_step told = {s.rule, s.name.c_str(), handle(s.before), handle(s.after), s.rule_name.c_str()};
       step(&told, data);
     }
     return handle(result);

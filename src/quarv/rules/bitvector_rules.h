@@ -6,7 +6,7 @@ namespace quarv {
 
 class TermNormalizer;
 
-/// Registers the 184 standard rewrite rules for bit-vectors, in the order of `bitvector.rules`.
+/// Registers the standard rewrite rules for bit-vectors, in the order of `bitvector.rules`.
 QUARV_API void register_bitvector_rules(TermNormalizer* normalizer);
 
 }  // namespace quarv

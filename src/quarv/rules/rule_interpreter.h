@@ -24,6 +24,7 @@ class QUARV_API InterpretedRule final : public TermNormalizer::norm_fun {
   /// result has another sort than `t`: such a rule is wrong, and what it would yield is not equal to `t`.
   bool operator()(TermManager* mgr, const Term* t, const Term** out) const override;
 
+  std::string_view get_name() const override { return rule_.name; }
   std::string get_signature() override { return rule_.text; }
   int get_group() const override { return 2; }
   ChildShapes get_child_shapes() const override { return shapes_; }

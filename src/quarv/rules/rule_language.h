@@ -11,9 +11,9 @@
 #include <quarv/export.h>
 #include <quarv/term/symbol_tag.h>
 
-/// The rule language: one rewrite rule a line, a pattern with conditions and a result.
+/// The rule language: one rewrite rule a line, a pattern with conditions and a result, and a name before it.
 ///
-///     rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+///     bvadd-constant-first: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
 ///
 /// This header holds the syntax tree and the parser. It knows operators by tag and nothing of terms, so that
 /// the rule compiler, which runs before the library exists, links it alone.
@@ -168,10 +168,12 @@ struct ResultNode {
 
 /// The syntax tree of a rule, with all names resolved.
 struct Rule {
-  std::string text;  ///< the whole rule, without blanks around it
+  std::string name;  ///< empty for a rule without one
+  std::string text;  ///< from "rewrite" on, without blanks around it
   std::string pattern_text;
   std::string result_text;
   std::size_t line = 1;
+  std::size_t column = 1;  ///< of the name, or of the text
   std::vector<PatternNode> pattern;
   std::vector<Parameter> parameters;
   std::vector<Condition> conditions;  ///< as written
@@ -186,11 +188,12 @@ inline constexpr std::size_t max_parameters = 32;
 inline constexpr std::size_t max_result_nodes = 64;
 inline constexpr std::size_t max_depth = 32;
 
-/// Parses one rule. Throws RuleError, with `line` as its line.
+/// Parses one rule, `NAME: rewrite(...) >> ...` or without a name. Names are lower-case letters, digits and
+/// single hyphens between them, and begin with a letter. Throws RuleError, with `line` as its line.
 QUARV_API Rule parse_rule(std::string_view text, std::size_t line = 1);
 
 /// Parses a rule file: a rule a line; empty lines and lines that begin with '#' are passed over. Throws
-/// RuleError.
+/// RuleError, also where a name is given twice.
 QUARV_API std::vector<Rule> parse_rules(std::string_view text);
 
 /// "GeneratedRewriteRule_" and a transcription of the rule's text to an identifier: parentheses and commas

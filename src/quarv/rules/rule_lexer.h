@@ -17,7 +17,11 @@ class RuleLexer {
  public:
   enum class Token : std::uint8_t { name, number, sign, end };
 
-  RuleLexer(std::string_view text, std::size_t line) : text_(text), line_(line) { advance(); }
+  /// Begins at `offset`; columns count from the beginning of `text`.
+  RuleLexer(std::string_view text, std::size_t line, std::size_t offset = 0)
+      : text_(text), line_(line), end_(offset) {
+    advance();
+  }
 
   Token token() const { return token_; }
   std::string_view token_text() const { return text_.substr(begin_, end_ - begin_); }

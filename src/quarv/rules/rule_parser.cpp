@@ -1,3 +1,4 @@
+#include <map>
 #include <utility>
 
 #include <quarv/rules/rule_parser.h>
@@ -198,12 +199,43 @@ void RuleParser::bind_pattern_parameter(std::size_t position, std::size_t index)
   rule_.pattern[position].parameters.push_back(new_parameter(std::move(parameter), column));
 }
 
+namespace {
+
+/// A rule's name is made for command lines and for reading: words with hyphens between them.
+void check_name(std::string_view name, std::size_t line, std::size_t column) {
+  char before = '-';
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const char c = name[i];
+    const bool is_letter = c >= 'a' && c <= 'z';
+    const bool is_digit = c >= '0' && c <= '9';
+    if (!is_letter && (i == 0 || !is_digit) && (c != '-' || before == '-')) {
+      throw RuleError(line, column + i, "the name of a rule is made of a-z, 0-9 and single hyphens");
+    }
+    before = c;
+  }
+  if (before == '-') throw RuleError(line, column + name.size(), "the name of the rule is incomplete");
+}
+
+}  // namespace
+
 Rule parse_rule(std::string_view text, std::size_t line) {
-  return RuleParser(text, line).parse();
+  // Nothing but a name is followed by a colon.
+  const std::size_t colon = text.find(':');
+  if (colon == std::string_view::npos) return RuleParser(text, line, 0).parse();
+  std::string_view name = text.substr(0, colon);
+  const std::size_t first = std::min(name.find_first_not_of(" \t"), name.size());
+  name.remove_prefix(first);
+  name = name.substr(0, name.find_last_not_of(" \t") + 1);
+  check_name(name, line, first + 1);
+  Rule rule = RuleParser(text, line, colon + 1).parse();
+  rule.name = name;
+  rule.column = first + 1;
+  return rule;
 }
 
 std::vector<Rule> parse_rules(std::string_view text) {
   std::vector<Rule> rules;
+  std::map<std::string, std::size_t> lines;  // by name
   for (std::size_t line = 1; !text.empty(); ++line) {
     const std::size_t end = std::min(text.find('\n'), text.size());
     std::string_view row = text.substr(0, end);
@@ -212,6 +244,13 @@ std::vector<Rule> parse_rules(std::string_view text) {
     const std::size_t first = row.find_first_not_of(" \t");
     if (first == std::string_view::npos || row[first] == '#') continue;
     rules.push_back(parse_rule(row, line));
+    const Rule& rule = rules.back();
+    if (rule.name.empty()) continue;
+    const auto [known, is_new] = lines.try_emplace(rule.name, line);
+    if (!is_new) {
+      throw RuleError(line, rule.column,
+                      "the rule of line " + std::to_string(known->second) + " has this name already");
+    }
   }
   return rules;
 }

@@ -22,7 +22,11 @@ inline bool has_suffix(std::string_view name) {
 /// conditions, and the result.
 class RuleParser {
  public:
-  RuleParser(std::string_view text, std::size_t line) : lexer_(text, line) { rule_.line = line; }
+  /// `begin` is where the rule begins in `text`, after its name.
+  RuleParser(std::string_view text, std::size_t line, std::size_t begin) : lexer_(text, line, begin) {
+    rule_.line = line;
+    rule_.column = lexer_.column();
+  }
 
   Rule parse();
 

@@ -34,10 +34,26 @@ void TermNormalizer::set_rule_enabled(std::size_t i, bool enabled) {
   index_is_current_ = false;
 }
 
-std::size_t TermNormalizer::set_rule_enabled(std::string_view signature, bool enabled) {
+std::optional<std::size_t> TermNormalizer::find_rule(std::string_view name) const {
+  for (std::size_t i = 0; i < rules_.size() && !name.empty(); ++i) {
+    if (rules_[i].fun->get_name() == name) return i;
+  }
+  return std::nullopt;
+}
+
+std::string TermNormalizer::rule_label(std::size_t i) const {
+  const std::string_view name = rules_[i].fun->get_name();
+  return name.empty() ? std::to_string(i + 1) : std::string(name);
+}
+
+std::size_t TermNormalizer::set_rule_enabled(std::string_view name_or_signature, bool enabled) {
+  if (const auto named = find_rule(name_or_signature)) {
+    set_rule_enabled(*named, enabled);
+    return 1;
+  }
   std::size_t found = 0;
   for (std::size_t i = 0; i < rules_.size(); ++i) {
-    if (rules_[i].fun->get_signature() != signature) continue;
+    if (rules_[i].fun->get_signature() != name_or_signature) continue;
     set_rule_enabled(i, enabled);
     ++found;
   }

@@ -42,6 +42,10 @@ class QUARV_API TermNormalizer {
     /// and answers true; otherwise answers false and leaves `*out` alone.
     virtual bool operator()(TermManager* mgr, const Term* t, const Term** out) const = 0;
 
+    /// What the rule is called; empty for a rule that has no name. A set of rules may change around a name,
+    /// where it changes a rule's number.
+    virtual std::string_view get_name() const { return {}; }
+
     /// The rule's text.
     virtual std::string get_signature() = 0;
 
@@ -75,12 +79,18 @@ class QUARV_API TermNormalizer {
   /// Rule i in registration order, from 0.
   norm_fun& get_rule(std::size_t i) const { return *rules_[i].fun; }
 
+  /// The number, from 0, of the rule that has that name.
+  std::optional<std::size_t> find_rule(std::string_view name) const;
+
+  /// What rule i is called in messages: its name, or without one its number, from 1.
+  std::string rule_label(std::size_t i) const;
+
   bool is_rule_enabled(std::size_t i) const { return rules_[i].enabled; }
 
-  /// Turns a rule on or off, by number from 0 or by signature, for all calls to come. The second form answers
-  /// how many rules have that signature.
+  /// Turns a rule on or off, by number from 0, or by name or signature, for all calls to come. The second
+  /// form returns how many rules have that name or signature.
   void set_rule_enabled(std::size_t i, bool enabled);
-  std::size_t set_rule_enabled(std::string_view signature, bool enabled);
+  std::size_t set_rule_enabled(std::string_view name_or_signature, bool enabled);
 
   /// A term equal to `t` to which no rule applies, at its root or below; the same one at every call. If rules
   /// undo each other, rewriting stops at one of the terms that they lead through, chosen by age, whichever of

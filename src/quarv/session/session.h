@@ -26,7 +26,7 @@ struct SessionOptions {
   bool simplifiers = true;  ///< the simplifiers of operators, beside the rules
   bool standard = false;    ///< the library's own semantics instead of the strict SMT-LIB semantics
   std::vector<RuleFile> extra_rules{};        ///< to be tried after the standard rules
-  std::vector<std::string> disabled_rules{};  ///< numbers from 1, the standard rules first, or texts
+  std::vector<std::string> disabled_rules{};  ///< names, numbers from 1, the standard rules first, or texts
 };
 
 /// One step of a simplification: what stood for what.
@@ -35,6 +35,7 @@ struct Step {
   std::string name;      ///< the rule's text, or the SMT-LIB name of the simplifier's operator
   const Term* before;
   const Term* after;
+  std::string rule_name;  ///< of a rule that has one
 };
 
 /// A manager of terms with all that simplifies them, the functions that are declared, and the formulas that

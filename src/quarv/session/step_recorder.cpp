@@ -24,12 +24,12 @@ void StepRecorder::finish(TermManager& manager, std::vector<Step>& steps) {
   simplifier_.set_observer(nullptr);
   for (const Event& e : events_) {
     if (e.rule != 0) {
-      steps.push_back(
-          {e.rule, simplifier_.normalizer.get_rule(e.rule - 1).get_signature(), e.args[0], e.after});
+      TermNormalizer::norm_fun& rule = simplifier_.normalizer.get_rule(e.rule - 1);
+      steps.push_back({e.rule, rule.get_signature(), e.args[0], e.after, std::string(rule.get_name())});
     } else {
       const SymbolTag::tag tag = manager.get_tag(e.op);
       const char* name = tag == SymbolTag::UF ? e.op->name : SymbolTag::name(tag);
-      steps.push_back({0, name, manager.do_make_term(e.op, e.args), e.after});
+      steps.push_back({0, name, manager.do_make_term(e.op, e.args), e.after, {}});
     }
   }
 }

@@ -87,16 +87,13 @@ const Term* canonical_nan(TermManager& m, std::size_t ew, std::size_t mw) {
 }
 
 void StrictSemantics::turn_off_unsound_rules() {
-  for (const char* rule :
-       {"rewrite(bvsdiv(t, t_0), identity(t, t_0)) >> 1",
-        "rewrite((bvadd(t1, bvneg(t2)) == bvadd(t_0, bvneg(t3))), identity(t2, t_0)) >> (t1 == t3)"}) {
+  for (const char* rule : {"bvsdiv-self", "eq-difference-subtrahend-minuend"}) {
     standard_.normalizer.set_rule_enabled(std::string_view(rule), false);
   }
 }
 
 void StrictSemantics::turn_off_extension_rules() {
-  for (const char* rule : {"rewrite((zext(n, t) == t2), (t2 == -1), (t2 > 0)) >> false",
-                           "rewrite((t2 == zext(n, t)), (t2 == -1), (t2 > 0)) >> false"}) {
+  for (const char* rule : {"eq-zero-extend-ones", "eq-zero-extend-ones-swapped"}) {
     standard_.normalizer.set_rule_enabled(std::string_view(rule), false);
   }
 }

@@ -3,10 +3,10 @@
 #include <utility>
 
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/util/input_error.h>
 #include <quarv/session/user_rules.h>
-#include <quarv/util/source_excerpt.h>
 #include <quarv/term/sort_error.h>
+#include <quarv/util/input_error.h>
+#include <quarv/util/source_excerpt.h>
 
 namespace quarv {
 
@@ -19,6 +19,7 @@ class FileRule final : public TermNormalizer::norm_fun {
       : rule_(std::move(rule)), file_(file) {}
 
   SymbolTag::tag get_applicant() override { return rule_->get_applicant(); }
+  std::string_view get_name() const override { return rule_->get_name(); }
   std::string get_signature() override { return rule_->get_signature(); }
   int get_group() const override { return rule_->get_group(); }
   rules::ChildShapes get_child_shapes() const override { return rule_->get_child_shapes(); }
@@ -30,7 +31,7 @@ class FileRule final : public TermNormalizer::norm_fun {
       throw InputError(file_, e.line(), e.column(), e.reason());
     } catch (const SortError& e) {
       throw InputError(file_, rule_->rule().line, 1,
-                  std::string("the result of the rule has no sort: ") + e.what());
+                       std::string("the result of the rule has no sort: ") + e.what());
     }
   }
 
@@ -43,29 +44,31 @@ class FileRule final : public TermNormalizer::norm_fun {
 
 void register_rule_file(const RuleFile& file, TermNormalizer& normalizer) {
   try {
-    for (auto& rule : rules::load_rules(file.text)) {
-      normalizer.register_rule(new FileRule(std::move(rule), file.name));
+    auto rules = rules::load_rules(file.text);
+    for (const auto& rule : rules) {
+      if (!normalizer.find_rule(rule->get_name())) continue;
+      throw rules::RuleError(rule->rule().line, rule->rule().column, "another rule has this name already");
     }
+    for (auto& rule : rules) normalizer.register_rule(new FileRule(std::move(rule), file.name));
   } catch (const rules::RuleError& e) {
     throw InputError(file.name, e.line(), e.column(), e.reason(),
-                source_excerpt(file.text, SourcePlace{e.line(), e.column()}));
+                     source_excerpt(file.text, SourcePlace{e.line(), e.column()}));
   }
 }
 
-void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer) {
+void disable_rule(const std::string& which, TermNormalizer& normalizer) {
   const std::size_t num_rules = normalizer.num_rules();
   std::size_t number = 0;
-  const char* const end = number_or_text.data() + number_or_text.size();
-  const auto [rest, fault] = std::from_chars(number_or_text.data(), end, number);
-  if (rest == end && !number_or_text.empty()) {
+  const char* const end = which.data() + which.size();
+  const auto [rest, fault] = std::from_chars(which.data(), end, number);
+  if (rest == end && !which.empty()) {
     if (fault == std::errc() && number >= 1 && number <= num_rules) {
       return normalizer.set_rule_enabled(number - 1, false);
     }
-    throw UnknownRule("there is no rule " + number_or_text + ": rules count from 1 to " +
-                      std::to_string(num_rules));
+    throw UnknownRule("there is no rule " + which + ": rules count from 1 to " + std::to_string(num_rules));
   }
-  if (normalizer.set_rule_enabled(number_or_text, false) == 0) {
-    throw UnknownRule("there is no rule \"" + number_or_text + '"');
+  if (normalizer.set_rule_enabled(which, false) == 0) {
+    throw UnknownRule("there is no rule \"" + which + '"');
   }
 }
 

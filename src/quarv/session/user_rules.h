@@ -11,12 +11,12 @@ namespace quarv {
 /// Rules of a user's own.
 struct RuleFile {
   std::string name;  ///< for messages
-  std::string text;  ///< a rule a line
+  std::string text;  ///< a rule a line, with or without a name
 };
 
-/// Appends the rules of `file` to those of `normalizer`. Throws InputError, with the file's name and the place in
-/// it, for a text that is not a rule. A rule whose result does not fit the term that it is applied to throws
-/// InputError at that time.
+/// Appends the rules of `file` to those of `normalizer`. Throws InputError, with the file's name and the
+/// place in it, for a text that is not a rule, and for a name that another rule has. A rule whose result does
+/// not fit the term that it is applied to throws InputError at that time.
 QUARV_API void register_rule_file(const RuleFile& file, TermNormalizer& normalizer);
 
 /// A rule to be turned off that does not exist.
@@ -25,8 +25,8 @@ class QUARV_API UnknownRule : public std::invalid_argument {
   using std::invalid_argument::invalid_argument;
 };
 
-/// Turns off a rule, given by its number in the order of registration, from 1, or by its text. Throws
-/// UnknownRule.
-QUARV_API void disable_rule(const std::string& number_or_text, TermNormalizer& normalizer);
+/// Turns off a rule, given by its name, by its number in the order of registration, from 1, or by its text.
+/// Throws UnknownRule.
+QUARV_API void disable_rule(const std::string& which, TermNormalizer& normalizer);
 
 }  // namespace quarv

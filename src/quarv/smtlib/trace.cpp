@@ -44,6 +44,18 @@ void append_json(std::string_view text, std::string& out) {
   out += '"';
 }
 
+/// Name, if it has one, and text of a rule.
+std::string describe(TermNormalizer::norm_fun& rule) {
+  std::string fields;
+  if (!rule.get_name().empty()) {
+    fields += ",\"name\":";
+    append_json(rule.get_name(), fields);
+  }
+  fields += ",\"signature\":";
+  append_json(rule.get_signature(), fields);
+  return fields;
+}
+
 }  // namespace
 
 Trace::Trace(const TermManager& manager, const TermNormalizer& rules, std::ostream& out,
@@ -215,10 +227,9 @@ void Trace::on_rule(std::size_t rule, const Term* before, const Term* after) {
   define(before);
   define(after);
   if (signatures_.size() <= rule) signatures_.resize(rules_.num_rules());
-  if (signatures_[rule].empty()) append_json(rules_.get_rule(rule).get_signature(), signatures_[rule]);
+  if (signatures_[rule].empty()) signatures_[rule] = describe(rules_.get_rule(rule));
   begin_step();
   put_number(",\"rule\":", rule + 1);
-  out_.put(",\"signature\":");
   out_.put(signatures_[rule]);
   put_number(",\"before\":", before->id);
   put_number(",\"after\":", after->id);

@@ -35,15 +35,15 @@ namespace quarv::smtlib {
 ///     {"term":8,"value":"255","sort":0}                   a number; literals by their unsigned encoding
 ///     {"term":9,"op":"(_ extract 7 0)","sort":0,"args":[7]}
 ///     {"step":1,"assertion":1,"simplifier":"bvadd","op":"bvadd","sort":0,"args":[8,8],"after":12}
-///     {"step":2,"assertion":1,"rule":17,"signature":"rewrite(...","before":13,"after":7}
+///     {"step":2,"assertion":1,"rule":17,"name":"bvadd-zero","signature":"rewrite(...","before":13,"after":7}
 ///     {"assertion":1,"term":20}
 ///
 /// A declared function that has the name and sort of another one, which it shadows, has a "copy" number from
 /// 1. A quantifier lists its "variables", an annotation its "attributes". What a simplifier was asked for,
 /// `op(args)`, need not exist as a term, and is written out in the step. Steps made for a definition are
 /// counted with the assertion that follows. A formula in `check-sat-assuming` that is no literal is an
-/// assertion here. "simplifier" is the operator's name, rules count from 1. Bytes
-/// that are no UTF-8 appear as the characters of the same number.
+/// assertion here. "simplifier" is the operator's name, rules count from 1; a rule without a name has no
+/// "name". Bytes that are no UTF-8 appear as the characters of the same number.
 ///
 /// Tracing changes no result: nothing is interned for it.
 class QUARV_API Trace : public SimplificationObserver {

@@ -60,9 +60,10 @@ bool is_row(const Json& row) {
     const Json& value = item.value();
     if (key == "rules" && is_object_of_numbers(value)) {
       return std::ranges::all_of(value.items(), [](const auto& rule) {
-        const std::string& number = rule.key();
-        return !number.empty() && number.size() <= longest_number &&
-               number.find_first_not_of("0123456789") == std::string::npos && number != "0";
+        const std::string& name = rule.key();
+        const bool is_number = name.find_first_not_of("0123456789") == std::string::npos;
+        if (is_number) return !name.empty() && name.size() <= longest_number && name != "0";
+        return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") == std::string::npos;
       });
     }
     if (value.is_string() || key == "rounds" || key == "peak_memory_bytes") {

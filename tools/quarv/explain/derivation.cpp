@@ -50,7 +50,7 @@ void Derivation::learn(const TraceStep& step) {
   const Id after = simplified_names_(step.after);
   if (before == after) return;
   (step.rule != 0 ? rewrites_ : simplifications_)
-      .try_emplace(before, Replacement{after, step.rule, step.label});
+      .try_emplace(before, Replacement{after, step.rule_label, step.label});
 }
 
 bool Derivation::next(Step& step) {
@@ -64,8 +64,8 @@ bool Derivation::try_known(const Replacements& known, Step& step) {
     if (found == known.end()) continue;
     const Replacement& r = found->second;
     if (!replace(id, r.after, step)) continue;
-    step.kind = r.rule != 0 ? Step::rule : Step::simplifier;
-    step.number = r.rule;
+    step.kind = !r.rule_label.empty() ? Step::rule : Step::simplifier;
+    step.rule_label = r.rule_label;
     step.label = r.label;
     return true;
   }
@@ -172,7 +172,7 @@ bool Derivation::try_reordering(Step& step) {
     const Id other = reordered(id);
     if (other == id || !replace(id, other, step)) continue;
     step.kind = Step::reordering;
-    step.number = 0;
+    step.rule_label.clear();
     step.label = terms_.term(id).op;
     return true;
   }
@@ -182,7 +182,7 @@ bool Derivation::try_reordering(Step& step) {
 std::string title_of(const Derivation::Step& step) {
   switch (step.kind) {
     case Derivation::Step::rule:
-      return fmt::format("rule {}: {}", step.number, step.label);
+      return fmt::format("rule {}: {}", step.rule_label, step.label);
     case Derivation::Step::simplifier:
       return "simplifier of " + step.label;
     case Derivation::Step::reordering:

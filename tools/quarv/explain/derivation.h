@@ -29,10 +29,10 @@ class Derivation {
                   ///< absorbing one
     };
     Kind kind;
-    std::uint64_t number;  ///< of the rule, from 1
-    std::string label;     ///< the rule's text, the simplifier's operator
-    Id root;               ///< the whole assertion before the step
-    Id before;             ///< what is replaced in it
+    std::string rule_label;  ///< the rule's name, or its number; empty where no rule was applied
+    std::string label;       ///< the rule's text, the simplifier's operator
+    Id root;                 ///< the whole assertion before the step
+    Id before;               ///< what is replaced in it
     Id after;
   };
 
@@ -59,7 +59,7 @@ class Derivation {
  private:
   struct Replacement {
     Id after;
-    std::uint64_t rule;  // from 1; 0 for a simplifier
+    std::string rule_label;  // empty for a simplifier
     std::string label;
   };
   using Replacements = std::unordered_map<Id, Replacement>;

@@ -75,7 +75,7 @@ std::string bindings(const rules::Rule& rule, const RuleMatch& match, TraceTerms
 
 }  // namespace
 
-void explain_mismatch(const Input& context, std::size_t number, const rules::Rule& rule,
+void explain_mismatch(const Input& context, const std::string& label, const rules::Rule& rule,
                       const std::string& term, bool colour, std::ostream& out) {
   constexpr std::size_t length = 300;
   TermInContext given(context, term);
@@ -88,7 +88,7 @@ void explain_mismatch(const Input& context, std::size_t number, const rules::Rul
   TermText shown(terms, length, colour ? colour_marks : quotation_marks);
   const TraceTerms::Id root = names(given.name());
 
-  const std::string head = fmt::format("rule {}: ", number);
+  const std::string head = fmt::format("rule {}: ", label);
   out << head << rule.text << '\n';
   RuleMatch match(trace, rule);
   const auto mismatch = match.mismatch(trace.term(given.name()), given.name());

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <iosfwd>
 #include <string>
 
@@ -10,9 +9,9 @@
 namespace quarv::cli {
 
 /// Says whether `rule` applies to a term, and if not, which part of its pattern or which of its conditions is
-/// the first that does not fit. `number` is the rule's. The term is SMT-LIB text that may use all that
-/// `context` declares and defines; it is taken as it is written, not simplified. Throws InputError.
-void explain_mismatch(const Input& context, std::size_t number, const rules::Rule& rule,
+/// the first that does not fit. `label` is what the rule is called. The term is SMT-LIB text that may use all
+/// that `context` declares and defines; it is taken as it is written, not simplified. Throws InputError.
+void explain_mismatch(const Input& context, const std::string& label, const rules::Rule& rule,
                       const std::string& term, bool colour, std::ostream& out);
 
 }  // namespace quarv::cli

@@ -100,6 +100,8 @@ bool TraceFile::read_line(const J& line, TraceStep& step) {
     if (line.contains("rule")) {
       step.rule = read_number(line.at("rule"));
       if (step.rule == 0) fail("rules count from 1");
+      step.rule_label =
+          line.contains("name") ? line.at("name").template get<std::string>() : std::to_string(step.rule);
       step.label = line.at("signature").template get<std::string>();
       step.before_name = read_name(line.at("before"));
       step.before = term(*step.before_name);

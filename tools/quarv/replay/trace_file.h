@@ -66,6 +66,7 @@ struct TraceStep {
   std::uint64_t number = 0;
   std::uint64_t assertion = 0;
   std::uint64_t rule = 0;  ///< from 1; 0 for a simplifier
+  std::string rule_label;  ///< the rule's name; of a rule without one, and of older traces, its number
   std::string label;       ///< the simplifier's operator, the rule's text
   Expression before;
   std::optional<TermName> before_name;  ///< of rules

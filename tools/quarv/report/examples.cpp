@@ -86,8 +86,7 @@ class ExampleMaker {
     if (candidate.before <= largest_graph) e.graphs = graphs(derivation.current(), derivation.result(), 0);
     std::pair<std::size_t, std::size_t> best = {0, 0};  // terms fewer, terms before
     for (Derivation::Step step; e.steps.size() < most_steps && derivation.next(step);) {
-      e.steps.push_back({title_of(step), step.kind == Derivation::Step::rule ? step.number : 0,
-                         text_.text_at(step.root, step.before, step.before),
+      e.steps.push_back({title_of(step), step.rule_label, text_.text_at(step.root, step.before, step.before),
                          text_.text_at(step.root, step.before, step.after)});
       if (candidate.before <= largest_graph) continue;
       const std::size_t before = size(step.before);

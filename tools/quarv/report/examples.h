@@ -14,7 +14,7 @@ namespace quarv::cli {
 struct Example {
   struct Step {
     std::string title;
-    std::size_t rule;    ///< its number; 0: it is none
+    std::string rule;    ///< what it is called; empty: it is none
     std::string before;  ///< what changes stands between the characters 1 and 2
     std::string after;
   };

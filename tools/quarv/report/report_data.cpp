@@ -49,7 +49,7 @@ class ReportData {
     }
     const Json by_rule = row.value("rules", Json::object());
     for (const auto& [rule, n] : by_rule.items()) {
-      rules_[std::stoull(rule)] += n.get<std::uint64_t>();
+      rules_[rule] += n.get<std::uint64_t>();
     }
   }
 
@@ -88,11 +88,17 @@ class ReportData {
       for (rules::Rule& rule : rules::parse_rules(file.text)) all.push_back(std::move(rule));
     }
     data_["rules"] = Json::array();
-    for (const auto& [rule, n] : by_count(rules_)) {
-      const bool is_known = rule <= all.size();
-      std::string text = is_known ? all[rule - 1].text : "";
-      if (rule <= num_standard) text += " (proof: " + proof_for_all_widths(rule).text + ')';
-      data_["rules"].push_back({rule, n, std::move(text), is_known ? reading(all[rule - 1]) : ""});
+    // Results that were written before rules had names have numbers.
+    std::map<std::string, std::uint64_t> counts;
+    for (const auto& [rule, n] : rules_) {
+      const std::optional<std::size_t> found = find_rule(all, rule);
+      counts[found && !all[*found].name.empty() ? all[*found].name : rule] += n;
+    }
+    for (const auto& [rule, n] : by_count(counts)) {
+      const std::optional<std::size_t> found = find_rule(all, rule);
+      std::string text = found ? all[*found].text : "";
+      if (found && *found < num_standard) text += " (proof: " + proof_for_all_widths(*found + 1).text + ')';
+      data_["rules"].push_back({rule, n, std::move(text), found ? reading(all[*found]) : ""});
     }
     data_["examples"] = std::move(examples_);
     data_["rows"] = std::move(rows_);
@@ -126,7 +132,7 @@ class ReportData {
   Json notes_ = Json::array();
   Json examples_ = Json::array();
   std::map<std::string, std::uint64_t> simplifications_;
-  std::map<std::uint64_t, std::uint64_t> rules_;
+  std::map<std::string, std::uint64_t> rules_;
 };
 
 /// The options of a batch, but for its rules.

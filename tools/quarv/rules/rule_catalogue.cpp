@@ -1,6 +1,12 @@
 #include "rules/rule_catalogue.h"
 
+#include <algorithm>
 #include <array>
+#include <charconv>
+#include <system_error>
+#include <utility>
+
+#include <fmt/format.h>
 
 #include "io/input.h"
 #include "rules/rule_proofs.h"
@@ -17,38 +23,79 @@ std::vector<rules::Rule> standard_rules() {
   std::vector<rules::Rule> all;
   for (std::size_t i = 0; i < normalizer.num_rules(); ++i) {
     all.push_back(rules::parse_rule(normalizer.get_rule(i).get_signature()));
+    all.back().name = normalizer.get_rule(i).get_name();
   }
   return all;
 }
 
-std::size_t num_standard_rules() {
-  TermNormalizer normalizer;
-  register_bitvector_rules(&normalizer);
-  return normalizer.num_rules();
-}
+namespace {
 
-std::vector<rules::Rule> rules_of_file(const std::string& file) {
+/// Appends the rules of a file.
+void read_rules(const std::string& file, std::vector<rules::Rule>& all) {
   const Input input(file);
   try {
-    return rules::parse_rules(input.text());
+    for (rules::Rule& rule : rules::parse_rules(input.text())) {
+      if (!rule.name.empty() && find_rule(all, rule.name)) {
+        throw rules::RuleError(rule.line, rule.column, "another rule has this name already");
+      }
+      all.push_back(std::move(rule));
+    }
   } catch (const rules::RuleError& e) {
     throw InputError(input.name(), e.line(), e.column(), e.reason(),
-                        source_excerpt(input.text(), SourcePlace{e.line(), e.column()}));
+                     source_excerpt(input.text(), SourcePlace{e.line(), e.column()}));
   }
 }
 
-const char* known_counterexample(std::size_t number) {
-  switch (number) {
-    case 46:
-      return "t = 0: the quotient is all ones";
-    case 144:
-      return "t1 = 2, t2 = 1, t3 = 0";
-    case 179:
-    case 180:
-      return "n = 0 and t all ones";
-    default:
-      return nullptr;
-  }
+}  // namespace
+
+std::vector<rules::Rule> rules_of_file(const std::string& file) {
+  std::vector<rules::Rule> all;
+  read_rules(file, all);
+  return all;
+}
+
+std::vector<rules::Rule> standard_rules_and(const std::vector<std::string>& files) {
+  std::vector<rules::Rule> all = standard_rules();
+  for (const std::string& file : files) read_rules(file, all);
+  return all;
+}
+
+std::vector<std::string> rule_labels(const std::vector<RuleFile>& extra_rules) {
+  TermNormalizer normalizer;
+  register_bitvector_rules(&normalizer);
+  for (const RuleFile& file : extra_rules) register_rule_file(file, normalizer);
+  std::vector<std::string> labels;
+  for (std::size_t i = 0; i < normalizer.num_rules(); ++i) labels.push_back(normalizer.rule_label(i));
+  return labels;
+}
+
+std::optional<std::size_t> find_rule(const std::vector<rules::Rule>& all, std::string_view name_or_number) {
+  std::size_t number = 0;
+  const char* const end = name_or_number.data() + name_or_number.size();
+  const auto [rest, error] = std::from_chars(name_or_number.data(), end, number);
+  if (rest == end && error == std::errc() && number >= 1 && number <= all.size()) return number - 1;
+  if (name_or_number.empty()) return std::nullopt;
+  const auto found = std::ranges::find(all, name_or_number, &rules::Rule::name);
+  if (found == all.end()) return std::nullopt;
+  return static_cast<std::size_t>(found - all.begin());
+}
+
+std::string no_such_rule(const std::vector<rules::Rule>& all, std::string_view name_or_number) {
+  const bool is_number =
+      !name_or_number.empty() && name_or_number.find_first_not_of("0123456789") == std::string_view::npos;
+  if (!is_number) return fmt::format("there is no rule \"{}\" (quarv rules list tells more)", name_or_number);
+  return fmt::format("there is no rule {}: rules count from 1 to {}", name_or_number, all.size());
+}
+
+std::string named_text(const rules::Rule& rule) {
+  return rule.name.empty() ? rule.text : rule.name + ": " + rule.text;
+}
+
+const char* known_counterexample(std::string_view name) {
+  if (name == "bvsdiv-self") return "t = 0: the quotient is all ones";
+  if (name == "eq-difference-subtrahend-minuend") return "t1 = 2, t2 = 1, t3 = 0";
+  if (name == "eq-zero-extend-ones" || name == "eq-zero-extend-ones-swapped") return "n = 0 and t all ones";
+  return nullptr;
 }
 
 std::string contradiction(const rules::Rule& rule) {
@@ -72,9 +119,8 @@ std::string contradiction(const rules::Rule& rule) {
   return {};
 }
 
-std::size_t proved_up_to(std::size_t number) {
-  constexpr std::size_t repeated_shift = 67;
-  return number == repeated_shift ? 32 : 64;
+std::size_t proved_up_to(std::string_view name) {
+  return name == "bvashr-merge" ? 32 : 64;
 }
 
 RuleProof proof_for_all_widths(std::size_t number) {

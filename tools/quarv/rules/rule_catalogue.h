@@ -1,30 +1,48 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <quarv/rules/rule_language.h>
+#include <quarv/session/user_rules.h>
 
 namespace quarv::cli {
 
 /// The standard rules, in the order of their numbers.
 std::vector<rules::Rule> standard_rules();
-/// How many they are; reads none of them.
-std::size_t num_standard_rules();
 
 /// The rules of a file; "-" is standard input. Throws FileError and InputError.
 std::vector<rules::Rule> rules_of_file(const std::string& file);
 
-/// Why the standard rule of that number, from 1, does not hold for all values; null for one that does.
-const char* known_counterexample(std::size_t number);
+/// The standard rules and behind them those of files. Throws FileError and InputError, also for a name
+/// that another rule has.
+std::vector<rules::Rule> standard_rules_and(const std::vector<std::string>& files);
+
+/// What the rules with which scripts are simplified are called, in their order: by name, or by number from 1.
+/// Throws InputError.
+std::vector<std::string> rule_labels(const std::vector<RuleFile>& extra_rules);
+
+/// The place in `all` of the rule of that name, or of that number, from 1.
+std::optional<std::size_t> find_rule(const std::vector<rules::Rule>& all, std::string_view name_or_number);
+
+/// The message that `find_rule` finds none.
+std::string no_such_rule(const std::vector<rules::Rule>& all, std::string_view name_or_number);
+
+/// As a rule file has it: "NAME: rewrite(...", or the text alone.
+std::string named_text(const rules::Rule& rule);
+
+/// Why the standard rule of that name does not hold for all values; null for one that does.
+const char* known_counterexample(std::string_view name);
 
 /// Two conditions of a rule that no term meets at once, whatever its width: "(c == 1) and (c == 0)". Empty
 /// when none are seen to be so.
 std::string contradiction(const rules::Rule& rule);
 
-/// The largest width for which a solver has proved the standard rule of that number within seconds.
-std::size_t proved_up_to(std::size_t number);
+/// The largest width for which a solver has proved the standard rule of that name within seconds.
+std::size_t proved_up_to(std::string_view name);
 
 /// What is proved with Coq of the standard rule of that number, for all widths.
 struct RuleProof {

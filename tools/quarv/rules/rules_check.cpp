@@ -60,7 +60,7 @@ class Check {
  private:
   void report(std::size_t i, const RuleVerdict& verdict);
   bool is_known(std::size_t i) const {
-    return arguments_.file.empty() && known_counterexample(i + 1) != nullptr;
+    return arguments_.file.empty() && known_counterexample(rules_[i].name) != nullptr;
   }
   std::size_t num_undecided() const {
     return rules_.size() - num_proved_ - num_refuted_ - num_never_applicable_;
@@ -120,7 +120,7 @@ void Check::report(std::size_t i, const RuleVerdict& verdict) {
     if (!verdict.undecided.empty()) text += undecided_beside(verdict);
   }
   as_expected_ = as_expected_ && expected;
-  output_.stream() << fmt::format("{:>3} {}\n      {}\n", i + 1, rules_[i].text, text);
+  output_.stream() << fmt::format("{:>3} {}\n      {}\n", i + 1, named_text(rules_[i]), text);
 }
 
 }  // namespace

@@ -21,8 +21,8 @@ void add_step_options(const CommandLine& command, SimplifyArguments& arguments) 
       .excludes(no_rules);
   command
       .option("--disable-rule", arguments.disabled_rules,
-              "Do not apply this rule, given by number (quarv rules list) or text; may be repeated")
-      .type("N|TEXT")
+              "Do not apply this rule, given by name, number (quarv rules list) or text; may be repeated")
+      .type("RULE")
       .one_at_a_time();
   command.flag("--standard", arguments.standard,
                "The layer as it is, not restricted to what the SMT-LIB standard warrants");

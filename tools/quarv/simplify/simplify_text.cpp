@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "rules/rule_catalogue.h"
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/written_size.h>
 
@@ -12,6 +13,7 @@ Statistics simplify_text(std::string_view text, const std::string& name, std::os
                          smtlib::SimplifyOptions options) {
   Statistics statistics;
   options.observer = &statistics.counts;
+  statistics.counts.rule_labels = rule_labels(options.extra_rules);
   const smtlib::SimplifyReport report = smtlib::simplify_script(text, name, out, options);
   statistics.rounds = report.rounds;
   statistics.simplify_seconds = report.read_seconds;

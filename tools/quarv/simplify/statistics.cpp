@@ -33,7 +33,7 @@ std::vector<Count> by_operator(const Counter& counter) {
 
 std::vector<Count> by_rule(const Counter& counter) {
   std::vector<Count> counts;
-  for (const auto& [rule, count] : counter.by_rule) counts.emplace_back(std::to_string(rule + 1), count);
+  for (const auto& [rule, count] : counter.by_rule) counts.emplace_back(counter.rule_labels.at(rule), count);
   return counts;
 }
 
@@ -43,7 +43,11 @@ void append_counts(std::string& text, std::string_view title, std::string_view p
   for (const Count& c : counts) sum += c.second;
   fmt::format_to(std::back_inserter(text), "{:<24}{:>12}\n", title, sum);
   for (const auto& [name, count] : counts) {
-    fmt::format_to(std::back_inserter(text), "  {:<22}{:>12}\n", std::string(prefix) + name, count);
+    const std::string label = std::string(prefix) + name;
+    const std::string number = std::to_string(count);
+    const std::size_t rest =
+        std::max(std::max<std::size_t>(label.size(), 34) - label.size(), number.size() + 1);
+    fmt::format_to(std::back_inserter(text), "  {}{:>{}}\n", label, number, rest);
   }
 }
 

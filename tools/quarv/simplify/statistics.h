@@ -5,6 +5,7 @@
 #include <map>
 #include <span>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -21,6 +22,7 @@ class Counter : public SimplificationObserver {
 
   std::uint64_t by_tag[SymbolTag::count] = {};
   std::map<std::size_t, std::uint64_t> by_rule;  ///< rules count from 0
+  std::vector<std::string> rule_labels;          ///< what they are called
 };
 
 /// What one run of the program did.
@@ -44,8 +46,8 @@ std::uint64_t peak_memory();
 std::string as_text(const Statistics& statistics);
 
 /// Keys: "terms" {"before", "after"}, "simplifications" (by operator), "rules"
-/// (by number, from 1 in registration order), "rounds", "seconds" {"read", "simplify", "print"},
-/// "peak_memory_bytes".
+/// (by name; those without one by number, from 1 in registration order), "rounds", "seconds" {"read",
+/// "simplify", "print"}, "peak_memory_bytes".
 nlohmann::ordered_json as_object(const Statistics& statistics);
 
 /// The same on one line.

@@ -42,8 +42,9 @@ std::string StepQueries::title(std::size_t i) const {
     return title + "simplifier of " + SymbolTag::name(TermManager::get_tag(step.op));
   }
   const std::lock_guard lock(mutex_);
-  return title + fmt::format("rule {} {}", step.rule,
-                             session_.simplifier().normalizer.get_rule(step.rule - 1).get_signature());
+  const TermNormalizer& rules = session_.simplifier().normalizer;
+  return title + fmt::format("rule {} {}", rules.rule_label(step.rule - 1),
+                             rules.get_rule(step.rule - 1).get_signature());
 }
 
 /// What must be equal. The arguments of a simplifier come first, and then what they came to: the application

@@ -45,10 +45,14 @@ std::string shape_text(const ChildShape& shape) {
 
 std::string class_definition(const Rule& rule) {
   std::string text = "\n/// ";
+  if (!rule.name.empty()) text += rule.name + ": ";
   text += rule.text;
   text += "\nclass " + class_name(rule) + " final : public TermNormalizer::norm_fun {\n public:\n";
   text += "  SymbolTag::tag get_applicant() override { return " + tag_name(rule.applicant()) + "; }\n";
   text += "  bool operator()(TermManager* mgr, const Term* root, const Term** out) const override;\n";
+  if (!rule.name.empty()) {
+    text += "  std::string_view get_name() const override { return " + literal(rule.name) + "; }\n";
+  }
   text += "  std::string get_signature() override { return " + literal(rule.text) + "; }\n";
   text += "  int get_group() const override { return 2; }\n";
   const auto shapes = quarv::rules::child_shapes(rule);
@@ -64,7 +68,8 @@ std::string class_definition(const Rule& rule) {
 std::string class_header(std::string_view set, const std::vector<Rule>& rules) {
   std::string text = banner(set);
   text +=
-      "#pragma once\n\n#include <string>\n\n#include <quarv/rules/term_normalizer.h>\n\nnamespace quarv {\n";
+      "#pragma once\n\n#include <string>\n#include <string_view>\n\n#include "
+      "<quarv/rules/term_normalizer.h>\n\nnamespace quarv {\n";
   for (const Rule& rule : rules) text += class_definition(rule);
   return text + "\n}  // namespace quarv\n";
 }
