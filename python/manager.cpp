@@ -6,10 +6,10 @@ namespace quarv::python {
 
 namespace {
 
-PyManager new_manager(bool eager, bool standard, bool rules) {
+PyManager new_manager(bool eager, bool library_semantics, bool rules, bool standard) {
   SessionOptions options;
   options.eager = eager;
-  options.standard = standard;
+  options.library_semantics = library_semantics || standard;
   options.rules = rules;
   return PyManager(Shared(new PySession(options), [](PySession* session) {
     const LastTurn turn;
@@ -111,10 +111,13 @@ void add_rules(const PyManager& self, const std::string& text, const std::string
 void bind_manager(py::module_& m) {
   const py::call_guard<Turn> in_turn;
   py::class_<PyManager>(m, "Manager", "Holds terms, simplifiers and rules.")
-      .def(py::init(&new_manager), py::kw_only(), py::arg("eager") = false, py::arg("standard") = false,
-           py::arg("rules") = true, in_turn,
-           "`eager` simplifies each term when it is built; `standard` is the plain layer; without `rules`,\n"
-           "`simplify` applies the simplifiers alone.")
+      .def(py::init(&new_manager), py::kw_only(), py::arg("eager") = false,
+           py::arg("library_semantics") = false, py::arg("rules") = true, py::arg("standard") = false,
+           in_turn,
+           "`eager` simplifies each term when it is built; `library_semantics`, formerly `standard`, does "
+           "also\n"
+           "what does not hold by the SMT-LIB standard; without `rules`, `simplify` applies the simplifiers\n"
+           "alone.")
       .def(
           "__eq__", [](const PyManager& a, const PyManager& b) { return a.session() == b.session(); },
           py::is_operator())

@@ -10,10 +10,11 @@ namespace quarv::python {
 
 namespace {
 
-std::string simplify_smt2(const std::string& text, const std::string& name, bool rules, bool standard) {
+std::string simplify_smt2(const std::string& text, const std::string& name, bool rules,
+                          bool library_semantics, bool standard) {
   smtlib::SimplifyOptions options;
   options.rules = rules;
-  options.standard = standard;
+  options.library_semantics = library_semantics || standard;
   return at_length([&] {
     std::ostringstream out;
     smtlib::simplify_script(text, name, out, options);
@@ -65,7 +66,8 @@ PYBIND11_MODULE(_quarv, m) {
   bind_manager(m);
   m.attr("__version__") = QUARV_VERSION;
   m.def("simplify_smt2", simplify_smt2, py::arg("text"), py::arg("name") = "<string>", py::kw_only(),
-        py::arg("rules") = true, py::arg("standard") = false, py::call_guard<Turn>(),
+        py::arg("rules") = true, py::arg("library_semantics") = false, py::arg("standard") = false,
+        py::call_guard<Turn>(),
         "Simplifies an SMT-LIB script: a text in, a text out, as `quarv simplify` does. `name` is for "
         "messages.");
   m.def("make", make_term, py::arg("op"), py::call_guard<Turn>(),

@@ -38,9 +38,10 @@ typedef enum quarv_status {
 
 /** Flags of quarv_manager_new. */
 enum {
-  QUARV_EAGER = 1,    /**< terms are simplified when they are built; otherwise quarv_simplify does it */
-  QUARV_STANDARD = 2, /**< the plain layer instead of what the SMT-LIB standard warrants */
-  QUARV_NO_RULES = 4  /**< simplifiers alone, no rewrite rules */
+  QUARV_EAGER = 1, /**< terms are simplified when they are built; otherwise quarv_simplify does it */
+  QUARV_LIBRARY_SEMANTICS = 2, /**< also what does not hold by the SMT-LIB standard */
+  QUARV_STANDARD = 2,          /**< the former name of QUARV_LIBRARY_SEMANTICS */
+  QUARV_NO_RULES = 4           /**< simplifiers alone, no rewrite rules */
 };
 
 /** "0.1.0" */

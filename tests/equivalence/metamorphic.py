@@ -31,10 +31,10 @@ LARGEST_TEXT = 20_000_000  # without sharing a text may be exponentially large
 TOO_LARGE = "without sharing the output would exceed"  # says the program when it is even larger
 SOLVER_MEGABYTES = 2000
 
-# Where the standard leaves a value open, the plain layer chooses one, and a solver may choose another.
-PLAIN_LAYER = ("--standard",)
+# Where the standard leaves a value open, the library chooses one, and a solver may choose another.
+LIBRARY_SEMANTICS = ("--library-semantics",)
 OPPOSITE_ZEROS = "the minimum or maximum of two zeros of opposite sign is either of them"
-PLAIN_LAYER_DIFFERS = {
+LIBRARY_DIFFERS = {
     "all/0003.smt2": OPPOSITE_ZEROS,
     "qf_fp/0009.smt2": OPPOSITE_ZEROS,
     "qf_fp/0011.smt2": OPPOSITE_ZEROS,
@@ -69,7 +69,7 @@ class LimitedSolver(Solver):
 
 
 # The options of all ways to simplify but those that leave out a rule.
-WAYS = [(), ("--no-rules",), ("--no-simplifiers",), PLAIN_LAYER, ("--share", "let"), ("--share", "none")]
+WAYS = [(), ("--no-rules",), ("--no-simplifiers",), LIBRARY_SEMANTICS, ("--share", "let"), ("--share", "none")]
 
 
 def rules(program):
@@ -187,9 +187,9 @@ class Check:
     def _note(query, verdict, chosen, result):
         result.verdicts[verdict.word] += 1
         which = ", ".join(" ".join(way) or "no option" for way in chosen[:4])
-        reason = PLAIN_LAYER_DIFFERS.get(name_of(result.path)) if chosen == [PLAIN_LAYER] else None
+        reason = LIBRARY_DIFFERS.get(name_of(result.path)) if chosen == [LIBRARY_SEMANTICS] else None
         if verdict.word == REFUTED and reason:
-            result.notes.append(f"{query.label} differs with --standard, as is known: {reason}")
+            result.notes.append(f"{query.label} differs with --library-semantics, as is known: {reason}")
         elif verdict.word == REFUTED:
             result.failures.append(f"REFUTED with {which}: {query.label}\n    input  {shorten(query.before, 400)}\n"
                                    f"    output {shorten(query.after, 400)}\n    model  {shorten(verdict.detail, 600)}")

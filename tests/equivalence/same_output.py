@@ -2,7 +2,7 @@
 """Shows that the output is the same, byte for byte, from build to build and from run to run.
 
 Each file is simplified by all programs, and twice by the first: addresses differ from run to run. What is compared is
-the simplified script, also of the plain layer and without rules, and the trace, in which the order shows in which
+the simplified script, also by the library's semantics and without rules, and the trace, in which the order shows in which
 terms were made. Programs: built by different compilers, with and without optimisation and sanitizers.
 """
 
@@ -21,7 +21,7 @@ from check_equivalence import CORPUS, SOURCE_DIR, files_of, sample_of, skip
 PROGRAM_SECONDS = 600
 WAYS = {
     "the script": (),
-    "the plain layer's script": ("--standard",),
+    "the library's script": ("--library-semantics",),
     "the script without rules": ("--no-rules",),
     "the trace": ("-o", "/dev/null", "--trace", "-"),
 }

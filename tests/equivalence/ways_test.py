@@ -73,7 +73,7 @@ class MetamorphicTest(WithPrograms):
         self.assertIn("4 terms: 2 as in the input, 1 as in another text; asked: 1, 1 proved,", done.stdout)
 
     def test_what_one_way_changes_is_found(self):
-        for option in ("--no-rules", "--no-simplifiers", "--standard", "let", "none", "2"):
+        for option in ("--no-rules", "--no-simplifiers", "--library-semantics", "let", "none", "2"):
             with self.subTest(option=option):
                 done = self.metamorphic(f'if "{option}" in options: text = text.replace("assert q", "assert p")')
                 self.assertEqual(done.returncode, 1, done.stdout)
@@ -122,7 +122,7 @@ class SameOutputTest(WithPrograms):
     def test_other_texts_messages_and_orders(self):
         for fault, what in (('if not options: text += " "', "the script"), ('sys.stderr.write("!")', "the script"),
                             ('if "--trace" in options: text += " "', "the trace"),
-                            ('if "--standard" in options: sys.exit(1)', "the plain layer's script")):
+                            ('if "--library-semantics" in options: sys.exit(1)', "the library's script")):
             with self.subTest(fault=fault):
                 other = self.program("b", fault)
                 done = self.same_output("--program", self.program("a"), "--also", other)

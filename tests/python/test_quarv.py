@@ -193,13 +193,16 @@ def test_deep_terms(m):
     assert t.num_nodes == 200001 and t.simplify().num_nodes == 1
 
 
-def test_standard_layer():
-    terms = [quarv.Manager(standard=s) for s in (False, True)]
+def test_library_semantics():
+    terms = [quarv.Manager(), quarv.Manager(library_semantics=True), quarv.Manager(standard=True)]
     quotients = []
     for manager in terms:
         x = manager.bv("x", 8)
         quotients.append(quarv.sdiv(x, x).simplify().value)
-    assert quotients == [None, 1]
+    assert quotients == [None, 1, 1]
+    script = "(declare-const x (_ BitVec 8))(simplify (bvsdiv x x))"
+    kept = quarv.simplify_smt2(script)
+    assert quarv.simplify_smt2(script, library_semantics=True) == quarv.simplify_smt2(script, standard=True) != kept
 
 
 def names_of(tree):

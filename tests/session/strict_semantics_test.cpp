@@ -255,10 +255,10 @@ TEST_F(StrictSemanticsTest, OtherApplicationsAreSimplifiedAsUsual) {
   EXPECT_EQ(mgr.make_fp_add(even, value("1", binary32), value("2", binary32)), value("3", binary32));
 }
 
-TEST(StrictScripts, StrictSemanticsUnlessTheStandardLayerIsAskedFor) {
-  const auto simplified = [](const char* term, bool standard) {
+TEST(StrictScripts, StrictSemanticsUnlessTheLibrarysAreAskedFor) {
+  const auto simplified = [](const char* term, bool library_semantics) {
     SimplifyOptions options;
-    options.standard = standard;
+    options.library_semantics = library_semantics;
     std::ostringstream out;
     simplify_script(std::string("(simplify ") + term + ")", "in.smt2", out, options);
     const std::string text = out.str();
@@ -308,9 +308,9 @@ TEST_F(StrictAgainstSolvers, Cvc5) {
 }
 
 /// The assertion of `formula` over two bytes, simplified.
-std::string simplified_formula(const std::string& formula, bool standard) {
+std::string simplified_formula(const std::string& formula, bool library_semantics) {
   SimplifyOptions options;
-  options.standard = standard;
+  options.library_semantics = library_semantics;
   std::ostringstream out;
   simplify_script(
       "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const z (_ BitVec 8))(assert " +

@@ -1,6 +1,6 @@
 /// \file
 /// Every bit-vector operator of the reader on all constants of a few bits, against plain integers. Operators
-/// that the layer has not are expressed by others, and those must fold to the right constant.
+/// that the library has not are expressed by others, and those must fold to the right constant.
 #include <functional>
 #include <string>
 #include <vector>

@@ -319,12 +319,12 @@ TEST_P(CertifyWith, RefutesWrongRules) {
 }
 
 TEST_P(CertifyWith, RefutesWhatTheStandardDoesNotWarrant) {
-  const Result r = run("$quarv certify --standard" + with(), bit_vectors);
+  const Result r = run("$quarv certify --library-semantics" + with(), bit_vectors);
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(has(r.out, "<stdin>:3: assertion 1: refuted: ")) << r.out;
   EXPECT_TRUE(has(r.out, "a = #")) << r.out;
-  EXPECT_EQ(run("$quarv certify --standard --disable-rule 46" + with(), bit_vectors).status, 0);
-  EXPECT_EQ(run("$quarv certify --standard --no-rules" + with(), bit_vectors).status, 0);
+  EXPECT_EQ(run("$quarv certify --library-semantics --disable-rule 46" + with(), bit_vectors).status, 0);
+  EXPECT_EQ(run("$quarv certify --library-semantics --no-rules" + with(), bit_vectors).status, 0);
 }
 
 TEST_P(CertifyWith, FollowsNamesThroughLevels) {

@@ -251,7 +251,7 @@ TEST_F(Replay, RefusesRulesThatDoNotHold) {
 (assert (= #xff ((_ zero_extend 0) x)))
 (assert (= #x1ff ((_ zero_extend 4) x)))
 )");
-  ASSERT_EQ(run("$quarv simplify in.smt2 --standard -o out.smt2 --trace t").status, 0);
+  ASSERT_EQ(run("$quarv simplify in.smt2 --library-semantics -o out.smt2 --trace t").status, 0);
   const Result r = run("$quarv replay t");
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.out.find("rule bvsdiv-self: not justified: the rule does not hold: t = 0"), std::string::npos)

@@ -110,7 +110,11 @@ TEST_F(RuleOptions, AppliesRulesAlone) {
       "$quarv simplify --canonical --no-simplifiers --disable-rule zero-extend-by-zero";
   const std::string extension = "(declare-const a (_ BitVec 8))\n(assert (= ((_ zero_extend 0) a) #xff))\n";
   EXPECT_EQ(run(command, extension).out, extension);
-  EXPECT_NE(run(command + " --standard", extension).out, extension);
+  const std::string replaced = run(command + " --library-semantics", extension).out;
+  EXPECT_NE(replaced, extension);
+  // The option's former name, which no help tells.
+  EXPECT_EQ(run(command + " --standard", extension).out, replaced);
+  EXPECT_EQ(run("$quarv simplify --help").out.find("--standard"), std::string::npos);
   EXPECT_EQ(run("$quarv simplify --canonical --no-simplifiers --no-rules", "").status, 2);
 }
 

@@ -85,7 +85,7 @@ std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions
   return nlohmann::ordered_json({
                                     {"rules", !how.no_rules},
                                     {"simplifiers", !how.no_simplifiers},
-                                    {"standard", how.standard},
+                                    {"library_semantics", how.library_semantics},
                                     {"canonical", how.canonical},
                                     {"share", how.sharing},
                                     {"rule_files", rule_files},

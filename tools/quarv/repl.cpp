@@ -14,6 +14,7 @@
 #include "io/command_splitter.h"
 #include "io/output.h"
 #include "io/text_source.h"
+#include "simplify/simplify_arguments.h"
 #include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>
@@ -172,13 +173,13 @@ constexpr const char* footer = R"(Examples:
 struct Arguments {
   std::string input = "-";
   bool no_rules = false;
-  bool standard = false;
+  bool library_semantics = false;
 };
 
 int converse(const Arguments& arguments) {
   SessionOptions options;
   options.rules = !arguments.no_rules;
-  options.standard = arguments.standard;
+  options.library_semantics = arguments.library_semantics;
 
   const std::unique_ptr<TextSource> source = open_text_source(arguments.input);
   Output output("-");
@@ -212,8 +213,7 @@ void add_repl(const CommandLine& program, int& status) {
       .type("")
       .shows_default();
   command.flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
-  command.flag("--standard", arguments->standard,
-               "The layer as it is, not restricted to what the SMT-LIB standard warrants");
+  add_semantics_option(command, arguments->library_semantics);
   command.callback([arguments, &status] { status = converse(*arguments); });
 }
 

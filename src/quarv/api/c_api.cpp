@@ -136,7 +136,7 @@ quarv_manager* quarv_manager_new(unsigned flags) {
   try {
     quarv::SessionOptions options;
     options.eager = (flags & QUARV_EAGER) != 0;
-    options.standard = (flags & QUARV_STANDARD) != 0;
+    options.library_semantics = (flags & QUARV_LIBRARY_SEMANTICS) != 0;
     options.rules = (flags & QUARV_NO_RULES) == 0;
     return new quarv_manager(options);
   } catch (...) {

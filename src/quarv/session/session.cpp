@@ -34,11 +34,11 @@ class Attached {
 Session::Session(SessionOptions options) : options_(std::move(options)), rebuild_(rebuilder()) {
   if (!options_.simplify) return;
   termsimpl::register_standard_simplifications(&manager_, &simplifier_);
-  if (!options_.standard) strict_.turn_off_unsound_rules();
+  if (!options_.library_semantics) strict_.turn_off_unsound_rules();
   for (const RuleFile& file : options_.extra_rules) register_rule_file(file, simplifier_.normalizer);
   for (const std::string& rule : options_.disabled_rules) disable_rule(rule, simplifier_.normalizer);
   if (!options_.simplifiers) {
-    if (!options_.standard) strict_.turn_off_extension_rules();
+    if (!options_.library_semantics) strict_.turn_off_extension_rules();
   } else if (options_.eager) {
     manager_.set_simplifier(active());
   }

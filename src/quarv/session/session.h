@@ -24,7 +24,7 @@ struct SessionOptions {
   bool eager = true;        ///< terms are simplified when they are built, otherwise by `Session::simplify`
   bool rules = true;        ///< the rewrite rules, beside the simplifiers
   bool simplifiers = true;  ///< the simplifiers of operators, beside the rules
-  bool standard = false;    ///< the library's own semantics instead of the strict SMT-LIB semantics
+  bool library_semantics = false;  ///< the library's own semantics instead of the strict SMT-LIB semantics
   std::vector<RuleFile> extra_rules{};        ///< to be tried after the standard rules
   std::vector<std::string> disabled_rules{};  ///< names, numbers from 1, the standard rules first, or texts
 };
@@ -126,7 +126,7 @@ class QUARV_API Session {
 
  private:
   TermSimplifier* active() noexcept {
-    return options_.standard ? static_cast<TermSimplifier*>(&simplifier_) : &strict_;
+    return options_.library_semantics ? static_cast<TermSimplifier*>(&simplifier_) : &strict_;
   }
   TermRebuilder rebuilder();
   const Term* simplified(const Term* t, TermRebuilder& rebuild);

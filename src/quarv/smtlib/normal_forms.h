@@ -13,9 +13,9 @@
 
 namespace quarv::smtlib {
 
-/// The classes of terms, and the ways in which SMT-LIB can write what the layer has made of them.
+/// The classes of terms, and the ways in which SMT-LIB can write what the library has made of them.
 ///
-/// The layer knows few operators; people know more. `not (y <= x)` can be written `(< x y)`, `x + -1*y` as
+/// The library knows few operators; people know more. `not (y <= x)` can be written `(< x y)`, `x + -1*y` as
 /// `(- x y)`, `0 <= 3 + x + -1*y` as `(<= y (+ x 3))`. Each of these is a form of the term's class.
 class NormalForms {
  public:

@@ -141,7 +141,7 @@ const Symbol* Writer::symbol(ClassId c, const forms::Form& f) {
   return s;
 }
 
-/// Terms that stay as they were written: only the layer's own operators.
+/// Terms that stay as they were written: only the library's own operators.
 class Plain {
  public:
   Plain(TermManager& from, TermManager& to, std::unordered_map<const Symbol*, const Term*>& variables)

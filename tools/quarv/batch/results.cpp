@@ -35,10 +35,20 @@ std::string as_line(const ResultsHeader& h) {
   });
 }
 
+/// The options of a batch: one of them had another name in earlier results.
+Json with_present_names(const Json& options) {
+  if (!options.is_object()) return options;
+  Json result = Json::object();
+  for (const auto& [name, value] : options.items()) {
+    result[name == "standard" ? "library_semantics" : name] = value;
+  }
+  return result;
+}
+
 ResultsHeader read_header(const Json& json) {
   ResultsHeader h;
   h.version = json.at("version").get<std::string>();
-  h.options = dump(json.at("options"));
+  h.options = dump(with_present_names(json.at("options")));
   h.limits.seconds = json.at("limits").at("seconds").get<double>();
   h.limits.bytes = json.at("limits").at("bytes").get<std::uint64_t>();
   h.share = json.at("share").get<std::size_t>();

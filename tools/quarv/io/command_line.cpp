@@ -25,6 +25,11 @@ Option Option::shows_default(const char* text) const {
   return *this;
 }
 
+Option Option::hidden() const {
+  option_->group("");
+  return *this;
+}
+
 Option Option::required() const {
   option_->required();
   return *this;

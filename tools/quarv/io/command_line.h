@@ -26,6 +26,8 @@ class Option {
   Option shows_default() const;
   Option shows_default(const char* text) const;
   Option required() const;
+  /// The help does not show it.
+  Option hidden() const;
   /// Takes one value each time that it is written.
   Option one_at_a_time() const;
   Option excludes(Option other) const;

@@ -140,8 +140,8 @@ smtlib::SimplifyOptions options_of(const Json& json) {
   smtlib::SimplifyOptions options;
   options.rules = json.value("rules", true);
   options.simplifiers = json.value("simplifiers", true);
-  options.standard = json.value("standard", false);
-  options.smallest = !options.standard && !json.value("canonical", false);
+  options.library_semantics = json.value("library_semantics", false);
+  options.smallest = !options.library_semantics && !json.value("canonical", false);
   options.disabled_rules = json.value("disabled_rules", std::vector<std::string>());
   return options;
 }

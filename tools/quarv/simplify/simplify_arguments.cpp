@@ -5,6 +5,12 @@
 
 namespace quarv::cli {
 
+void add_semantics_option(const CommandLine& command, bool& library_semantics) {
+  command.flag("--library-semantics", library_semantics,
+               "Use all that the library does, also where it does not hold by the SMT-LIB standard");
+  command.flag("--standard", library_semantics, "").hidden();  // its former name, for old scripts
+}
+
 void add_step_options(const CommandLine& command, SimplifyArguments& arguments) {
   const Option no_rules =
       command.flag("--no-rules", arguments.no_rules, "Simplify operators, but apply no rewrite rule");
@@ -24,8 +30,7 @@ void add_step_options(const CommandLine& command, SimplifyArguments& arguments) 
               "Do not apply this rule, given by name, number (quarv rules list) or text; may be repeated")
       .type("RULE")
       .one_at_a_time();
-  command.flag("--standard", arguments.standard,
-               "The layer as it is, not restricted to what the SMT-LIB standard warrants");
+  add_semantics_option(command, arguments.library_semantics);
 }
 
 void add_simplify_options(const CommandLine& command, SimplifyArguments& arguments) {
@@ -45,9 +50,9 @@ smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
   smtlib::SimplifyOptions options;
   options.rules = !arguments.no_rules;
   options.simplifiers = !arguments.no_simplifiers;
-  options.standard = arguments.standard;
+  options.library_semantics = arguments.library_semantics;
   // What the library's own semantics equates need not be equal for whoever reads the output.
-  options.smallest = !arguments.canonical && !arguments.standard;
+  options.smallest = !arguments.canonical && !arguments.library_semantics;
   if (arguments.sharing == "let") options.sharing = smtlib::Sharing::let;
   if (arguments.sharing == "none") options.sharing = smtlib::Sharing::none;
   options.disabled_rules = arguments.disabled_rules;

@@ -13,7 +13,7 @@ class CommandLine;
 struct SimplifyArguments {
   bool no_rules = false;
   bool no_simplifiers = false;
-  bool standard = false;
+  bool library_semantics = false;
   bool canonical = false;
   std::string sharing = "auto";
   std::vector<std::string> rule_files;
@@ -25,6 +25,9 @@ void add_simplify_options(const CommandLine& command, SimplifyArguments& argumen
 
 /// Only those that say how a script is to be simplified.
 void add_step_options(const CommandLine& command, SimplifyArguments& arguments);
+
+/// The option that leaves strict semantics out.
+void add_semantics_option(const CommandLine& command, bool& library_semantics);
 
 /// Reads the rule files. Throws FileError.
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments);

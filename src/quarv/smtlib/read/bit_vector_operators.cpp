@@ -77,7 +77,7 @@ const Term* extension(OperatorContext& c, Args a) {
   return (c.manager.*Make)(c.indices[0], a[0]);
 }
 
-/// A rotation's amount counts modulo the width, as the standard defines it. The layer rotates constants bit
+/// A rotation's amount counts modulo the width, as the standard defines it. The library rotates constants bit
 /// by bit; a very wide vector is taken apart and put together instead.
 template <auto Make>
 const Term* rotated(TermManager& m, const Term* t, std::size_t amount) {

@@ -76,7 +76,7 @@ const Term* Reader::build_named(Session& session, const Symbol* symbol, Session:
   const OperatorText op = split_operator(symbol->name);
   if (!is_operator(op.name)) return nullptr;
   OperatorContext context(session.manager());
-  context.canonical_nan = !session.options().standard;
+  context.canonical_nan = !session.options().library_semantics;
   return smtlib::apply_operator(context, op, args);
 }
 

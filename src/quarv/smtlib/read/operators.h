@@ -39,7 +39,7 @@ struct OperatorContext {
 };
 
 /// An operator of an SMT-LIB theory: how many indices and arguments it takes, and how it is expressed by the
-/// operators that the layer has. A builder throws SortError when the arguments do not fit; what that says is
+/// operators that the library has. A builder throws SortError when the arguments do not fit; what that says is
 /// for `explained`, which knows the operator's name and the sorts of its arguments.
 ///
 /// `sorts` has a letter for each argument, the last one for all that follow:
@@ -167,7 +167,7 @@ const Term* chainable(OperatorContext& c, Args a) {
   return conjunction(c, links);
 }
 
-/// An interpreted operator that has no counterpart in the layer: kept by name, with its arguments' sorts.
+/// An interpreted operator that has no counterpart in the library: kept by name, with its arguments' sorts.
 const Term* opaque(OperatorContext& c, std::string_view name, Args a, const DataType* result);
 
 /// Throws ApplicationError for an index; the message lacks the operator's name.

@@ -20,7 +20,7 @@ Reader::Reader(Session& session, Options options)
       base_(session.place()),
       growth_(manager_) {
   const SessionOptions& how = session.options();
-  context_.canonical_nan = !how.standard;
+  context_.canonical_nan = !how.library_semantics;
   options_.normalize &= how.simplify && how.eager && how.rules;
   // What is read is built with full constructors.
   if (options_.normalize) session.simplifier().normalizer.set_inputs_are_simplified(true);
