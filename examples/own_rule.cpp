@@ -41,7 +41,7 @@ int main() {
   mgr.set_simplifier(&simplifier);
 
   for (auto& rule : quarv::rules::load_rules(absorption)) {
-    std::cout << quarv::rules::reading(rule->rule()) << '\n';
+    std::cout << quarv::rules::in_words(rule->rule()) << '\n';
     simplifier.normalizer.register_rule(rule.release());  // which owns it from now on
   }
 

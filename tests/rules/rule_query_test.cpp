@@ -11,8 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "rule_table.h"
+#include <quarv/rules/rule_in_words.h>
 #include <quarv/rules/rule_query.h>
-#include <quarv/rules/rule_reading.h>
 
 namespace quarv::rules {
 namespace {
@@ -170,8 +170,8 @@ TEST(RuleInstance, LooksAroundTheNumbersOfTheRule) {
   EXPECT_EQ(some_instances(parts, 53)[0].widths, Widths({53, 20, 33}));
 }
 
-TEST(RuleReading, SaysRulesAsAPersonWould) {
-  const auto reads = [](const char* text) { return reading(parse_rule(text)); };
+TEST(RuleInWords, SaysRulesAsAPersonWould) {
+  const auto reads = [](const char* text) { return in_words(parse_rule(text)); };
   EXPECT_EQ(reads("rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)"),
             "t + c becomes c + t if c is a constant and t is no constant.");
   EXPECT_EQ(reads("rewrite(bvult(t, t_0), identity(t, t_0)) >> false"), "t < t becomes false.");

@@ -9,7 +9,7 @@
 #include "io/output.h"
 #include "io/process.h"
 #include "rules/rule_catalogue.h"
-#include <quarv/rules/rule_reading.h>
+#include <quarv/rules/rule_in_words.h>
 
 namespace quarv::cli {
 
@@ -66,7 +66,7 @@ int show(const std::string& name_or_number) {
   line("class", class_name(rule));
   line("sound", soundness(rule));
   line("proof", proof_for_all_widths(number).text);
-  line("reads", reading(rule));
+  line("reads", in_words(rule));
   output.commit();
   return success;
 }

@@ -17,7 +17,7 @@
 #include "report/term_graph.h"
 #include "rules/rule_catalogue.h"
 #include "simplify/simplify_text.h"
-#include <quarv/rules/rule_reading.h>
+#include <quarv/rules/rule_in_words.h>
 
 namespace quarv::cli {
 
@@ -98,7 +98,7 @@ class ReportData {
       const std::optional<std::size_t> found = find_rule(all, rule);
       std::string text = found ? all[*found].text : "";
       if (found && *found < num_standard) text += " (proof: " + proof_for_all_widths(*found + 1).text + ')';
-      data_["rules"].push_back({rule, n, std::move(text), found ? reading(all[*found]) : ""});
+      data_["rules"].push_back({rule, n, std::move(text), found ? in_words(all[*found]) : ""});
     }
     data_["examples"] = std::move(examples_);
     data_["rows"] = std::move(rows_);

@@ -8,6 +8,6 @@
 namespace quarv::rules {
 
 /// The rule as a person would say it: "t + c becomes c + t if c is a constant and t is no constant."
-QUARV_API std::string reading(const Rule& rule);
+QUARV_API std::string in_words(const Rule& rule);
 
 }  // namespace quarv::rules

@@ -2,7 +2,7 @@
 #include <span>
 #include <vector>
 
-#include <quarv/rules/rule_reading.h>
+#include <quarv/rules/rule_in_words.h>
 
 namespace quarv::rules {
 
@@ -156,7 +156,7 @@ class Reader {
 
 }  // namespace
 
-std::string reading(const Rule& rule) {
+std::string in_words(const Rule& rule) {
   return Reader(rule).read();
 }
 
