@@ -38,7 +38,7 @@ Rule RuleParser::parse() {
   if (lexer_.token() != RuleLexer::Token::end)
     lexer_.fail("nothing may follow the rule, found " + lexer_.found());
   rule_.text = lexer_.slice(start, lexer_.previous_end());
-  build_result(tree, &rule_);  // throws with the line and column of the node
+  resolve_result(tree, &rule_);  // throws with the line and column of the node
   return std::move(rule_);
 }
 

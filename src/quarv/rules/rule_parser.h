@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include <quarv/rules/result_builder.h>
+#include <quarv/rules/result_resolver.h>
 #include <quarv/rules/rule_language.h>
 #include <quarv/rules/rule_lexer.h>
 

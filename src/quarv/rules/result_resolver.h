@@ -17,6 +17,6 @@ struct ResultTree {
 /// Fills `rule->result` from `tree`: checks that truth values and bit-vectors stand where they may, finds for
 /// every constant the operand whose width it takes, and orders the nodes so that whatever a node needs is
 /// built before it, otherwise from left to right. Throws RuleError.
-void build_result(const ResultTree& tree, Rule* rule);
+void resolve_result(const ResultTree& tree, Rule* rule);
 
 }  // namespace quarv::rules

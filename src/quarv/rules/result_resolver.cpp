@@ -1,7 +1,7 @@
 #include <optional>
 #include <string>
 
-#include <quarv/rules/result_builder.h>
+#include <quarv/rules/result_resolver.h>
 #include <quarv/rules/rule_lexer.h>
 
 namespace quarv::rules {
@@ -105,7 +105,7 @@ class ResultBuilder {
 
 }  // namespace
 
-void build_result(const ResultTree& tree, Rule* rule) {
+void resolve_result(const ResultTree& tree, Rule* rule) {
   ResultBuilder builder(rule);
   builder.check_sorts(tree);
   const bool rewrites_boolean = rule->pattern.front().op->is_boolean();
