@@ -8,7 +8,7 @@
 #include <fmt/format.h>
 
 #include "io/output.h"
-#include "solver/expressions.h"
+#include "solver/s_expressions.h"
 
 namespace quarv::cli {
 

@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "solver/expressions.h"
+#include "solver/s_expressions.h"
 #include <quarv/smtlib/read/lexer.h>
 
 namespace quarv::cli {

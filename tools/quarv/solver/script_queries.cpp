@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "solver/expressions.h"
+#include "solver/s_expressions.h"
 
 namespace quarv::cli {
 

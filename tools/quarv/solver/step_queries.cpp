@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-#include "solver/expressions.h"
+#include "solver/s_expressions.h"
 #include "solver/generalized_terms.h"
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>

@@ -1,4 +1,4 @@
-#include "solver/expressions.h"
+#include "solver/s_expressions.h"
 
 #include <quarv/smtlib/read/lexer.h>
 
