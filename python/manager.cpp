@@ -29,7 +29,7 @@ const DataType* sort_of(const Shared& session, py::handle sort) {
   return given.sort;
 }
 
-std::vector<const Term*> plain(const Shared& session, const py::iterable& terms) {
+std::vector<const Term*> pointers_of(const Shared& session, const py::iterable& terms) {
   std::vector<const Term*> result;
   for (const py::handle t : terms) {
     if (!is_operand(t)) {
@@ -93,12 +93,12 @@ std::vector<PyTerm> parse_smt2(const PyManager& self, const std::string& text, c
 }
 
 std::string to_smt2(const PyManager& self, const py::iterable& assertions) {
-  const std::vector<const Term*> terms = plain(self.session(), assertions);
+  const std::vector<const Term*> terms = pointers_of(self.session(), assertions);
   return at_length([&] { return smtlib::script_text(self.session()->manager(), terms); });
 }
 
 std::size_t num_nodes(const PyManager& self, const py::iterable& terms) {
-  const std::vector<const Term*> roots = plain(self.session(), terms);
+  const std::vector<const Term*> roots = pointers_of(self.session(), terms);
   return at_length([&] { return dag_size(self.session()->manager(), roots); });
 }
 

@@ -11,7 +11,7 @@ from pathlib import Path
 from check_equivalence import SKIPPED, sample_of
 from comparison import Comparison, Mismatch
 from fake_simplifier import FAULTS
-from smt_text import NEWER_NAMES, PlainTerms, head, items, normal, split
+from smt_text import NEWER_NAMES, StandaloneTerms, head, items, normal, split
 
 HERE = Path(__file__).resolve().parent
 DATA = HERE / "data"
@@ -74,31 +74,31 @@ class SplitterTest(unittest.TestCase):
         self.assertEqual(head("( ; comment\n assert x)"), "assert")
 
 
-class PlainTermsTest(unittest.TestCase):
+class StandaloneTermsTest(unittest.TestCase):
     def test_names_are_taken_away_and_bound_where_they_are_used(self):
-        terms = PlainTerms()
-        self.assertEqual(terms.plain("(! (or a b) :named n)"), "(or a b)")
-        self.assertEqual(terms.plain("(not n)"), "(let ((n (or a b))) (not n))")
-        self.assertEqual(terms.plain("(and (! (f n) :named m) c)"), "(let ((n (or a b))) (and (f n) c))")
-        self.assertEqual(terms.plain("m"), "(let ((m (let ((n (or a b))) (f n)))) m)")
+        terms = StandaloneTerms()
+        self.assertEqual(terms.standalone("(! (or a b) :named n)"), "(or a b)")
+        self.assertEqual(terms.standalone("(not n)"), "(let ((n (or a b))) (not n))")
+        self.assertEqual(terms.standalone("(and (! (f n) :named m) c)"), "(let ((n (or a b))) (and (f n) c))")
+        self.assertEqual(terms.standalone("m"), "(let ((m (let ((n (or a b))) (f n)))) m)")
         terms.forget("n")
-        self.assertEqual(terms.plain("n"), "n")
+        self.assertEqual(terms.standalone("n"), "n")
 
     def test_other_annotations_stay(self):
-        terms = PlainTerms()
-        self.assertEqual(terms.plain("(! p :named n :pattern ((f x)))"), "(! p :pattern ((f x)))")
+        terms = StandaloneTerms()
+        self.assertEqual(terms.standalone("(! p :named n :pattern ((f x)))"), "(! p :pattern ((f x)))")
 
     @unittest.skipUnless(shutil.which("z3"), "z3 is not installed")
     def test_newer_operators_mean_what_their_definitions_say(self):
         script = ["(declare-const x (_ BitVec 4))", "(declare-const y (_ BitVec 4))",
                   "(define-fun out ((z (_ BitVec 8))) Bool (or (bvsgt z #x07) (bvslt z #xf8)))"]
         for operator, definition in DEFINITIONS.items():
-            script += ["(push)", f"(assert (distinct {PlainTerms().plain(operator)} {definition}))", "(check-sat)",
+            script += ["(push)", f"(assert (distinct {StandaloneTerms().standalone(operator)} {definition}))", "(check-sat)",
                        "(pop)"]
         done = subprocess.run(["z3", "-smt2", "-in"], input="\n".join(script), text=True, stdout=subprocess.PIPE)
         self.assertEqual(done.stdout.split(), ["unsat"] * len(DEFINITIONS))
-        self.assertEqual(PlainTerms().plain("((_ int_to_bv 4) i)"), f"((_ {NEWER_NAMES['int_to_bv']} 4) i)")
-        self.assertEqual(PlainTerms().plain("(not ((_ divisible 3) i))"), "(not (= (mod i 3) 0))")
+        self.assertEqual(StandaloneTerms().standalone("((_ int_to_bv 4) i)"), f"((_ {NEWER_NAMES['int_to_bv']} 4) i)")
+        self.assertEqual(StandaloneTerms().standalone("(not ((_ divisible 3) i))"), "(not (= (mod i 3) 0))")
 
 
 class ComparisonTest(unittest.TestCase):

@@ -2,7 +2,7 @@
 
 import dataclasses
 
-from smt_text import PlainTerms, head, items, normal
+from smt_text import StandaloneTerms, head, items, normal
 
 DEFINITIONS = {"define-fun", "define-const", "define-fun-rec", "define-funs-rec"}
 DECLARATIONS = {"declare-fun", "declare-const", "declare-sort", "define-sort"}
@@ -76,7 +76,7 @@ class Comparison:
         self._num_assertions = 0
         self._depth = 0
         self._has_global_declarations = False
-        self._input, self._output = PlainTerms(), PlainTerms()
+        self._input, self._output = StandaloneTerms(), StandaloneTerms()
         self._num_queries = 0
         commands = iter(before)
         expected = next(commands, None)
@@ -97,11 +97,11 @@ class Comparison:
     def _add_definition(self, command):
         definition = Definition(command)
         if definition.names[0].startswith("$"):
-            self.steps.append(definition.text([self._output.plain(definition.bodies[0])]))
-        elif self._input.plain(definition.names[0]) == definition.names[0]:
+            self.steps.append(definition.text([self._output.standalone(definition.bodies[0])]))
+        elif self._input.standalone(definition.names[0]) == definition.names[0]:
             raise Mismatch(f"a command too many: {shorten(command)}")
         else:
-            self._output.plain(f"(! {definition.bodies[0]} :named {definition.names[0]})")
+            self._output.standalone(f"(! {definition.bodies[0]} :named {definition.names[0]})")
 
     def _pair(self, before, after):
         kind = head(before)
@@ -154,7 +154,7 @@ class Comparison:
             raise _changed(before, after)
         if old.is_recursive:
             self._declare(old.names)
-        bodies = [self._input.plain(b) for b in old.bodies]
+        bodies = [self._input.standalone(b) for b in old.bodies]
         queries = [self._query(f"definition of {name}", *texts)
                    for name, *texts in zip(old.names, old.bodies, new.bodies_over(old), old.parameters)]
         own = old.text(bodies)
@@ -172,7 +172,7 @@ class Comparison:
 
     def _query(self, label, before, after, binders="()", is_assertion=False):
         self._num_queries += 1
-        return Query(self._num_queries, label, is_assertion, self._input.plain(before), self._output.plain(after),
+        return Query(self._num_queries, label, is_assertion, self._input.standalone(before), self._output.standalone(after),
                      binders, normal(before) == normal(after))
 
 

@@ -74,7 +74,7 @@ def has_binder(text):
     return BINDER.search(text) is not None
 
 
-class PlainTerms:
+class StandaloneTerms:
     """Makes terms of one script independent of `:named`, and rewrites operators that solvers lack by older ones.
 
     A name given to a sub-term is remembered; later terms that use it get a `let` around them.
@@ -90,7 +90,7 @@ class PlainTerms:
         else:
             self._named.pop(name, None)
 
-    def plain(self, term):
+    def standalone(self, term):
         return self._bound(self._rewritten(term) if REWRITTEN.search(term) else term)
 
     def _bound(self, term):

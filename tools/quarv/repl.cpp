@@ -35,11 +35,11 @@ std::string as_string_literal(std::string_view text) {
 }
 
 /// "(get-info :name)" has the head "get-info" and the argument ":name".
-struct PlainCommand {
+struct CommandParts {
   std::string_view head;
   std::string_view argument;
 
-  explicit PlainCommand(std::string_view text) {
+  explicit CommandParts(std::string_view text) {
     text = text.substr(1, text.size() - 2);
     const std::size_t blank = std::min(text.find(' '), text.size());
     head = text.substr(0, blank);
@@ -59,7 +59,7 @@ class Conversation {
 
  private:
   void respond(const smtlib::Script& script, const Command& command);
-  void respond(const PlainCommand& command);
+  void respond(const CommandParts& command);
   void get_info(std::string_view keyword);
   void check_sat(const Command& command);
   void error(const std::string& message);
@@ -103,7 +103,7 @@ void Conversation::respond(const smtlib::Script& script, const Command& command)
     case Command::Kind::get_value:
       return error("there is no model: terms are simplified, models are not searched for");
     case Command::Kind::other:
-      return respond(PlainCommand(command.text));
+      return respond(CommandParts(command.text));
     case Command::Kind::reset:
       print_success_ = false;
       break;
@@ -113,7 +113,7 @@ void Conversation::respond(const smtlib::Script& script, const Command& command)
   done();
 }
 
-void Conversation::respond(const PlainCommand& command) {
+void Conversation::respond(const CommandParts& command) {
   if (command.head == "exit") {
     over_ = true;
   } else if (command.head == "check-sat") {

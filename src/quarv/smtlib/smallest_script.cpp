@@ -142,9 +142,9 @@ const Symbol* Writer::symbol(ClassId c, const forms::Form& f) {
 }
 
 /// Terms that stay as they were written: only the library's own operators.
-class Plain {
+class BaseForms {
  public:
-  Plain(TermManager& from, TermManager& to, std::unordered_map<const Symbol*, const Term*>& variables)
+  BaseForms(TermManager& from, TermManager& to, std::unordered_map<const Symbol*, const Term*>& variables)
       : from_(from), to_(to), variables_(variables), normal_(from, graph_) {}
 
   const Term* term(const Term* t) {
@@ -248,8 +248,8 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   chosen->as_written = choice.as_written;
   std::unordered_map<const Symbol*, const Term*> variables;
   Writer writer(manager, graph, choice.form, *chosen->manager, variables);
-  Plain plain(manager, *chosen->manager, variables);
-  writer.as_written = [&plain](const Term* t) { return plain.term(t); };
+  BaseForms base_forms(manager, *chosen->manager, variables);
+  writer.as_written = [&base_forms](const Term* t) { return base_forms.term(t); };
   writer.annotated_by = [&normal](forms::HeadId h) { return normal.annotated_by(h); };
   chosen->script = script;
   chosen->script.chosen = true;

@@ -32,7 +32,7 @@ struct Statistics {
   std::size_t bytes_before = 0;
   std::size_t bytes_after = 0;
   std::size_t rounds = 1;       ///< how often the text was simplified until it did not change any more
-  double read_seconds = 0;      ///< reading and building plain terms
+  double read_seconds = 0;      ///< reading and building unsimplified terms
   double simplify_seconds = 0;  ///< what reading with simplification takes longer
   double print_seconds = 0;
   std::uint64_t peak_memory = 0;  ///< bytes, resident

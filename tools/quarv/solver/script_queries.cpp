@@ -94,13 +94,13 @@ void ScriptQueries::read_commands(std::string_view output) {
     if (is_added(command, next == expected.end() ? "" : *next)) {
       const Function f = functions_of(command)[0];
       if (!f.name.starts_with('$')) {
-        if (plain_before_.plain(f.name) == f.name)
+        if (before_terms_.standalone(f.name) == f.name)
           throw mismatch("a command too many, " + one_line(command, 100));
-        plain_after_.plain(fmt::format("(! {} :named {})", f.body, f.name));
+        after_terms_.standalone(fmt::format("(! {} :named {})", f.body, f.name));
         continue;
       }
       declare(functions, {f.name},
-              fmt::format("(define-fun {} () {} {})", f.name, f.sort, plain_after_.plain(f.body)));
+              fmt::format("(define-fun {} () {} {})", f.name, f.sort, after_terms_.standalone(f.body)));
       continue;
     }
     if (next == expected.end()) throw mismatch("a command too many, " + one_line(command, 100));
@@ -120,16 +120,16 @@ void ScriptQueries::add_command(std::string_view before, std::string_view after)
   }
   if (kind == "assert") {
     Pair pair{.sort_before = "Bool", .sort_after = "Bool"};
-    pair.before = plain_before_.plain(items(before)[1]);
-    pair.after = plain_after_.plain(items(after)[1]);
+    pair.before = before_terms_.standalone(items(before)[1]);
+    pair.after = after_terms_.standalone(items(after)[1]);
     ask(fmt::format("assertion {}", ++num_assertions_), pair);
   } else if (both_define) {
     add_definition(before, after);
   } else if (kind == "check-sat-assuming" || kind == "get-value") {
     add_term_list(kind, items(before)[1], items(after)[1]);
   } else if (kind == "simplify") {
-    ask("simplify",
-        {.before = plain_before_.plain(items(before)[1]), .after = plain_after_.plain(items(after)[1])});
+    ask("simplify", {.before = before_terms_.standalone(items(before)[1]),
+                     .after = after_terms_.standalone(items(after)[1])});
   } else if (!same_tokens(before, after)) {
     throw mismatch(one_line(after, 100) + " instead of " + one_line(before, 100));
   } else {
@@ -153,8 +153,8 @@ void ScriptQueries::add_definition(std::string_view before, std::string_view aft
       throw mismatch(one_line(after, 100) + " instead of " + one_line(before, 100));
     }
     Pair pair{f.parameters, g.parameters, f.sort, g.sort};
-    pair.before = plain_before_.plain(f.body, f.parameter_names());
-    pair.after = plain_after_.plain(g.body, g.parameter_names());
+    pair.before = before_terms_.standalone(f.body, f.parameter_names());
+    pair.after = after_terms_.standalone(g.body, g.parameter_names());
     headings += fmt::format("({} {} {})", f.name, f.parameters, f.sort);
     bodies += ' ' + pair.before;
     names.push_back(f.name);
@@ -176,7 +176,7 @@ void ScriptQueries::add_term_list(std::string_view kind, std::string_view before
   if (old_terms.size() != new_terms.size()) throw mismatch("the terms of " + std::string(kind));
   for (std::size_t i = 0; i < old_terms.size(); ++i) {
     ask(fmt::format("{}, term {}", kind, i + 1),
-        {.before = plain_before_.plain(old_terms[i]), .after = plain_after_.plain(new_terms[i])});
+        {.before = before_terms_.standalone(old_terms[i]), .after = after_terms_.standalone(new_terms[i])});
   }
 }
 
@@ -223,8 +223,8 @@ void ScriptQueries::change_levels(std::string_view kind, std::string_view comman
 void ScriptQueries::forget_all() {
   levels_.clear();
   for (auto& names : names_) names.clear();
-  plain_before_.reset();
-  plain_after_.reset();
+  before_terms_.reset();
+  after_terms_.reset();
 }
 
 // Declarations and queries.
@@ -236,8 +236,8 @@ void ScriptQueries::declare(Space space, const std::vector<std::string_view>& na
   for (std::string_view name : names) {
     const std::string key(unquoted(name));
     if (space == functions) {
-      plain_before_.declare(key);
-      plain_after_.declare(key);
+      before_terms_.declare(key);
+      after_terms_.declare(key);
     }
     const auto [known, inserted] = names_[space].try_emplace(key, index);
     if (!levels_.empty()) {

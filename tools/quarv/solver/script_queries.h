@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "solver/plain_terms.h"
 #include "solver/query_set.h"
+#include "solver/standalone_terms.h"
 
 namespace quarv::cli {
 
@@ -78,7 +78,7 @@ class ScriptQueries : public QuerySet {
   std::size_t line_ = 1;
   std::size_t num_assertions_ = 0;
 
-  PlainTerms plain_before_, plain_after_;
+  StandaloneTerms before_terms_, after_terms_;
   std::vector<Declaration> declarations_;
   std::map<std::string, std::uint32_t, std::less<>> names_[2];
   std::vector<std::vector<Undo>> levels_;

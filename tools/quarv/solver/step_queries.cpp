@@ -7,8 +7,8 @@
 
 #include <fmt/format.h>
 
-#include "solver/s_expressions.h"
 #include "solver/generalized_terms.h"
+#include "solver/s_expressions.h"
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>
 
@@ -73,15 +73,15 @@ bool StepQueries::has_named_arguments(const Step& step) const {
 
 /// Defines names for a simplifier's arguments in `text`; gives the application to them. Numbers stay: some
 /// operators are written in another way over them.
-const Term* StepQueries::application(const Symbol* op, std::span<const Term* const> args, PlainTerms& plain,
-                                     std::string& text) const {
+const Term* StepQueries::application(const Symbol* op, std::span<const Term* const> args,
+                                     StandaloneTerms& context, std::string& text) const {
   TermManager& manager = session_.manager();
   std::vector<const Term*> names;
   for (const Term* arg : args) {
     if (manager.get_number(arg) == nullptr) {
       const std::string name = fmt::format("quarv.argument.{}", names.size() + 1);
       const DataType* const sort = manager.type_of(arg);
-      text += definition(name, arg, sort, plain);
+      text += definition(name, arg, sort, context);
       arg = manager.make_constant(name, sort);
     }
     names.push_back(arg);
@@ -90,22 +90,22 @@ const Term* StepQueries::application(const Symbol* op, std::span<const Term* con
 }
 
 std::string StepQueries::definition(const std::string& name, const Term* t, const DataType* sort,
-                                    PlainTerms& plain) const {
+                                    StandaloneTerms& context) const {
   const TermManager& manager = session_.manager();
   std::ostringstream text;
   const bool as_real = manager.type_of(t) != sort;
   smtlib::print_term(manager, t, text, smtlib::Sharing::let, script_);
   return fmt::format("(define-fun {} () {}\n  {}{}{})\n", name, sort->to_string(), as_real ? "(to_real " : "",
-                     plain.plain(text.str()), as_real ? ")" : "");
+                     context.standalone(text.str()), as_real ? ")" : "");
 }
 
-std::string StepQueries::declarations(std::span<const Term* const> terms, PlainTerms& plain) const {
+std::string StepQueries::declarations(std::span<const Term* const> terms, StandaloneTerms& context) const {
   const TermManager& manager = session_.manager();
   std::string text;
   std::map<std::string, std::set<std::string>> signatures;
   for (const Symbol* s : free_symbols(manager, terms)) {
     const std::string name = smtlib::Reader::quoted(s->name);
-    plain.declare(s->name);
+    context.declare(s->name);
     std::string arguments;
     for (std::size_t i = 0; i < manager.arity(s); ++i) {
       arguments += (i == 0 ? "" : " ") + manager.argument_type(s, i)->to_string();
@@ -147,14 +147,15 @@ std::string StepQueries::script(std::size_t i, Form form) const {
     if (general == terms) return {};
     terms = std::move(general);
   }
-  PlainTerms plain;
-  std::string text = declarations(terms, plain);
+  StandaloneTerms context;
+  std::string text = declarations(terms, context);
   const Term* const after = terms.back();
   terms.pop_back();
-  const Term* const before = has_named_arguments(step) ? application(step.op, terms, plain, text) : terms[0];
+  const Term* const before =
+      has_named_arguments(step) ? application(step.op, terms, context, text) : terms[0];
   const DataType* const sort = manager.get_supertype(manager.type_of(before), manager.type_of(after));
-  if (form != Form::output) text += definition(name_before, before, sort, plain);
-  if (form != Form::input) text += definition(name_after, after, sort, plain);
+  if (form != Form::output) text += definition(name_before, before, sort, context);
+  if (form != Form::input) text += definition(name_after, after, sort, context);
   return beginning + sort_declarations(text) + text + difference(form);
 }
 

@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
-#include "solver/plain_terms.h"
 #include "solver/query_set.h"
+#include "solver/standalone_terms.h"
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/smtlib/simplify_script.h>
 
@@ -45,11 +45,11 @@ class StepQueries : public QuerySet, private SimplificationObserver {
 
   std::vector<const Term*> terms_of(const Step& step) const;
   bool has_named_arguments(const Step& step) const;
-  const Term* application(const Symbol* op, std::span<const Term* const> args, PlainTerms& plain,
+  const Term* application(const Symbol* op, std::span<const Term* const> args, StandaloneTerms& context,
                           std::string& text) const;
   std::string definition(const std::string& name, const Term* t, const DataType* sort,
-                         PlainTerms& plain) const;
-  std::string declarations(std::span<const Term* const> terms, PlainTerms& plain) const;
+                         StandaloneTerms& context) const;
+  std::string declarations(std::span<const Term* const> terms, StandaloneTerms& context) const;
   std::string sort_declarations(std::string_view text) const;
 
   // All that follows is used under the mutex when all steps are known: queries need terms of their own.

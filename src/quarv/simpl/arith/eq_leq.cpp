@@ -10,7 +10,7 @@ namespace {
 
 /// An equality of two terms of which neither is an operation of some theory: there is no polynomial to look
 /// at.
-const Term* plain_equality(TermManager* mgr, const Symbol* s, const std::vector<const Term*>& args) {
+const Term* equality_of_atoms(TermManager* mgr, const Symbol* s, const std::vector<const Term*>& args) {
   if (mgr->get_number(args[0]) != nullptr) {
     std::swap(writable(args)[0], writable(args)[1]);
   } else if (mgr->get_number(args[1]) == nullptr) {
@@ -47,7 +47,7 @@ const Term* EqLeqSimpl::operator()(TermManager* mgr, const Symbol* s, const std:
   }
   const bool a_is_operation = a_value == nullptr && mgr->is_interpreted(a->symbol);
   const bool b_is_operation = b_value == nullptr && mgr->is_interpreted(b->symbol);
-  if (is_equality && !a_is_operation && !b_is_operation) return plain_equality(mgr, s, args);
+  if (is_equality && !a_is_operation && !b_is_operation) return equality_of_atoms(mgr, s, args);
   return polynomial_atom(mgr, s, args, is_equality);
 }
 

@@ -92,7 +92,7 @@ void Reader::fail(const char* where, const std::string& message, const char* sho
   std::replace_if(
       one_line.begin(), one_line.end(), [](unsigned char c) { return c < 32; }, ' ');
   throw InputError(file_, place.line, place.column, one_line,
-              source_excerpt(input_, static_cast<std::size_t>(shown - input_.data())));
+                   source_excerpt(input_, static_cast<std::size_t>(shown - input_.data())));
 }
 
 SourcePlace Reader::place_of(const char* where) const noexcept {
@@ -137,7 +137,7 @@ void Reader::check_expression(std::string_view text, const std::string& file) {
   const auto fail = [&](const char* where, const std::string& message, const char* shown) {
     const SourcePlace place = place_in(text, static_cast<std::size_t>(where - text.data()));
     throw InputError(file, place.line, place.column, message,
-                source_excerpt(text, static_cast<std::size_t>(shown - text.data())));
+                     source_excerpt(text, static_cast<std::size_t>(shown - text.data())));
   };
   std::vector<const char*> open;
   Lexer lexer(text);
@@ -349,7 +349,7 @@ void Reader::return_to(const Place& place, Script& script) {
   new_names_.clear();
   frames_.clear();
   drop_values(0);
-  plain_ = 0;
+  unsimplified_ = 0;
   if (options_.written != nullptr) options_.written->forget_since(place.met);
   indices_.clear();
   bindings_.clear();
@@ -450,7 +450,7 @@ void Reader::skip_command(const char* start) noexcept {
 
 namespace {
 
-constexpr std::string_view plain_commands[] = {
+constexpr std::string_view verbatim_commands[] = {
     "check-sat"sv,      "echo"sv,      "exit"sv,       "get-assertions"sv, "get-assignment"sv,
     "get-info"sv,       "get-model"sv, "get-option"sv, "get-proof"sv,      "get-unsat-assumptions"sv,
     "get-unsat-core"sv, "set-info"sv};
@@ -490,8 +490,8 @@ bool Reader::read_command(Script& script, const char* start) {
     set_logic(script, start);
   } else if (word == "set-option") {
     set_option(script, start);
-  } else if (std::find(std::begin(plain_commands), std::end(plain_commands), word) !=
-             std::end(plain_commands)) {
+  } else if (std::find(std::begin(verbatim_commands), std::end(verbatim_commands), word) !=
+             std::end(verbatim_commands)) {
     skip_rest();
     text_command(script, Command::Kind::other, start);
     return word != "exit";

@@ -285,7 +285,7 @@ class QUARV_API Reader {
 
   // term_reader.cpp: terms.
   const Term* read_term();
-  const Term* read_plain_term();
+  const Term* read_unsimplified_term();
   void open_parenthesis(const Token& open);
   void open_frame(Frame::Kind kind, const char* start);
   void open_let(const char* start);
@@ -306,7 +306,7 @@ class QUARV_API Reader {
   const Term* special_float(const Token& name);
   void push_value(const Term* t, FormClass form);
   void drop_values(std::size_t first);
-  WrittenForms* written() const noexcept { return plain_ == 0 ? options_.written : nullptr; }
+  WrittenForms* written() const noexcept { return unsimplified_ == 0 ? options_.written : nullptr; }
   const Term* bind_variable(const Token& name, const DataType* type);
   bool is_bound_twice(TermNames::Name& name);
   Binding* new_name(const TermNames::Name* name) noexcept;
@@ -408,7 +408,7 @@ class QUARV_API Reader {
   std::size_t num_commands_ = 0;   // of the script, before the one that is being read
   FormClass last_form_ = no_form;  // of the term read last
   bool decimal_ = false;           // the literal read last was a decimal
-  std::size_t plain_ = 0;          // open places whose terms are not simplified
+  std::size_t unsimplified_ = 0;   // open places whose terms are not simplified
   std::vector<std::size_t> indices_;
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;

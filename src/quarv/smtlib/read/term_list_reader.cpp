@@ -33,7 +33,7 @@ void Reader::term_list(Script& script, Command::Kind kind, std::string_view text
     const Token t = ahead.next();
     if (t.kind == TokenKind::right_parenthesis) break;
     const bool keeps_text = kind == Command::Kind::get_value || is_literal_ahead();
-    const Term* term = keeps_text ? read_plain_term() : read_term();
+    const Term* term = keeps_text ? read_unsimplified_term() : read_term();
     const std::string_view written = keeps_text ? one_line(t.start) : std::string_view{};
     if (kind == Command::Kind::check_sat_assuming) check_sort(t.start, term, manager_.bool_type);
     const FormClass form = last_form_;

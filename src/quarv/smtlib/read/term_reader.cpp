@@ -32,18 +32,18 @@ const Term* Reader::read_term() {
   return result;
 }
 
-const Term* Reader::read_plain_term() {
+const Term* Reader::read_unsimplified_term() {
   TermSimplifier* simplifier = manager_.simplifier();
   manager_.set_simplifier(nullptr);
   struct Restore {
     TermManager& manager;
     TermSimplifier* simplifier;
-    std::size_t& plain;
+    std::size_t& depth;
     ~Restore() {
       manager.set_simplifier(simplifier);
-      --plain;
+      --depth;
     }
-  } const restore{manager_, simplifier, ++plain_};
+  } const restore{manager_, simplifier, ++unsimplified_};
   const Term* t = read_term();
   last_form_ = no_form;
   return t;
@@ -53,7 +53,7 @@ const Term* Reader::read_plain_term() {
 void Reader::push_value(const Term* t, FormClass form) {
   values_.push_back(t);
   if (options_.written != nullptr) {
-    const bool wanted = form == no_form && plain_ == 0;
+    const bool wanted = form == no_form && unsimplified_ == 0;
     forms_.push_back(wanted ? options_.written->leaf(t, decimal_) : form);
     decimal_ = false;
   }
@@ -320,13 +320,13 @@ void Reader::open_pattern(Attribute attribute, Frame::Kind kind) {
   frame.first = static_cast<std::uint32_t>(values_.size());
   frame.simplifier = manager_.simplifier();
   manager_.set_simplifier(nullptr);
-  ++plain_;
+  ++unsimplified_;
 }
 
 void Reader::finish_pattern() {
   Frame& frame = frames_.back();
   manager_.set_simplifier(frame.simplifier);
-  --plain_;
+  --unsimplified_;
   attributes_.back().back().num_terms = values_.size() - frame.first;
   if (values_.size() == frame.first) fail(frame.start, "a pattern needs a term");
   frame.kind = Frame::annotation_body;

@@ -1,4 +1,4 @@
-#include "solver/plain_terms.h"
+#include "solver/standalone_terms.h"
 
 #include <algorithm>
 
@@ -56,18 +56,18 @@ std::string_view divisor(std::string_view operator_text) {
 
 }  // namespace
 
-void PlainTerms::reset() {
+void StandaloneTerms::reset() {
   all_.clear();
   named_.clear();
   declared_.clear();
 }
 
-void PlainTerms::declare(std::string_view name) {
+void StandaloneTerms::declare(std::string_view name) {
   if (const auto known = named_.find(name); known != named_.end()) named_.erase(known);
   if (find_newer(renamed, name) != nullptr || find_newer(expressed, name) != nullptr) declared_.emplace(name);
 }
 
-bool PlainTerms::needs_rewriting(std::string_view term) const {
+bool StandaloneTerms::needs_rewriting(std::string_view term) const {
   Lexer lexer(term);
   for (Token t = lexer.next(); t.kind != TokenKind::end && t.kind != TokenKind::error; t = lexer.next()) {
     if (t.kind == TokenKind::keyword && t.text == ":named") return true;
@@ -77,7 +77,7 @@ bool PlainTerms::needs_rewriting(std::string_view term) const {
   return false;
 }
 
-std::string PlainTerms::plain(std::string_view term, std::span<const std::string_view> hidden) {
+std::string StandaloneTerms::standalone(std::string_view term, std::span<const std::string_view> hidden) {
   std::string text = needs_rewriting(term) ? rewritten(term) : std::string(term);
   if (named_.empty()) return text;
   // A name's own text may use earlier names.
@@ -93,8 +93,8 @@ std::string PlainTerms::plain(std::string_view term, std::span<const std::string
   return wrapped + text + std::string(bound.size(), ')');
 }
 
-std::vector<std::size_t> PlainTerms::used_names(std::string_view term,
-                                                std::span<const std::string_view> hidden) const {
+std::vector<std::size_t> StandaloneTerms::used_names(std::string_view term,
+                                                     std::span<const std::string_view> hidden) const {
   std::set<std::size_t> used;
   for_each_symbol(term, [&](std::string_view symbol) {
     const auto known = named_.find(symbol);
@@ -104,7 +104,7 @@ std::vector<std::size_t> PlainTerms::used_names(std::string_view term,
   return {used.begin(), used.end()};
 }
 
-std::string PlainTerms::rewritten(std::string_view term) {
+std::string StandaloneTerms::rewritten(std::string_view term) {
   std::string out;
   std::vector<std::size_t> parts;   // of all open parentheses: where each part begins
   std::vector<std::size_t> frames;  // for each open parenthesis: its first part
@@ -131,7 +131,7 @@ std::string PlainTerms::rewritten(std::string_view term) {
 }
 
 /// An application has just been closed in `out`; `parts` are without its parenthesis.
-void PlainTerms::close(std::string& out, Parts parts) {
+void StandaloneTerms::close(std::string& out, Parts parts) {
   if (parts.size() < 2) return;
   const auto part = [&](std::size_t i) {
     const std::size_t end = i + 1 < parts.size() ? parts[i + 1] - 1 : out.size() - 1;
@@ -151,7 +151,7 @@ void PlainTerms::close(std::string& out, Parts parts) {
   }
 }
 
-void PlainTerms::close_annotation(std::string& out, Parts parts) {
+void StandaloneTerms::close_annotation(std::string& out, Parts parts) {
   const std::size_t start = parts[0] - 1;
   const std::vector<std::string_view> all = items(std::string_view(out).substr(start));
   const auto keyword = std::ranges::find(all, std::string_view(":named"));

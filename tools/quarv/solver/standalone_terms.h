@@ -13,11 +13,11 @@ namespace quarv::cli {
 /// Makes the terms of one script stand for themselves, so that a solver can be asked for each alone: names
 /// that `:named` gave to sub-terms are taken away, and where they are used they are bound by `let`; operators
 /// of SMT-LIB 2.7 that solvers do not know yet are expressed by older ones.
-class PlainTerms {
+class StandaloneTerms {
  public:
-  /// The term made plain; it may use names that earlier terms gave, but for `hidden` ones, which mean
+  /// The term on its own; it may use names that earlier terms gave, but for `hidden` ones, which mean
   /// something else in it. Text without names and newer operators stays as it is.
-  std::string plain(std::string_view term, std::span<const std::string_view> hidden = {});
+  std::string standalone(std::string_view term, std::span<const std::string_view> hidden = {});
 
   /// The user declares or defines this name; it means nothing else from now on.
   void declare(std::string_view name);
