@@ -158,7 +158,7 @@ class Batch {
     const auto known = earlier_.find(input.name);
     const std::string digest = known == earlier_.end() ? "" : digest_in(known->second);
     running_.insert(i);
-    pool_.start(i, [&](Report& report) { do_file(input, bytes, digest, options_.task, report); });
+    pool_.start(i, [&](TaskLog& log) { do_file(input, bytes, digest, options_.task, log); });
     progress_.show();
   }
 

@@ -45,21 +45,21 @@ void write_output(const BatchInput& input, const std::string& text, const FileTa
 /// A row is completed from what is known when work begins, what becomes of it, and what it cost.
 class FileWork {
  public:
-  FileWork(const BatchInput& input, const FileTaskOptions& options, Report& report)
-      : input_(input), options_(options), report_(report) {}
+  FileWork(const BatchInput& input, const FileTaskOptions& options, TaskLog& log)
+      : input_(input), options_(options), log_(log) {}
 
   void run(const std::string* bytes, const std::string& known_digest) {
     const auto fail = [this](std::string_view status, const std::string& message) {
-      report_.add(dump({{"status", status}, {"message", message}}));
+      log_.add(dump({{"status", status}, {"message", message}}));
     };
     std::string_view phase = "unreadable";
     try {
       const ScriptSource source(input_.name, input_.path, bytes);
       const std::string_view script = source.text();
       const std::string digest = sha256(script);
-      report_.add(dump({{"digest", digest}, {"bytes", {{"before", script.size()}}}}));
+      log_.add(dump({{"digest", digest}, {"bytes", {{"before", script.size()}}}}));
       if (digest == known_digest && has_output()) {
-        report_.add(unchanged);
+        log_.add(unchanged);
         return;
       }
       phase = "failed";
@@ -98,12 +98,12 @@ class FileWork {
   void finish(std::string_view normal_form, const Statistics& statistics) {
     Json row = {{"status", "ok"}, {"formula", formula_digest(normal_form)}};
     row.update(as_object(statistics));
-    report_.add(dump(row));
+    log_.add(dump(row));
   }
 
   const BatchInput& input_;
   const FileTaskOptions& options_;
-  Report& report_;
+  TaskLog& log_;
 };
 
 /// The last line of text that says something.
@@ -138,13 +138,13 @@ std::string output_path(const BatchInput& input, const FileTaskOptions& options)
 }
 
 void do_file(const BatchInput& input, const std::string* bytes, const std::string& known_digest,
-             const FileTaskOptions& options, Report& report) {
-  FileWork(input, options, report).run(bytes, known_digest);
+             const FileTaskOptions& options, TaskLog& log) {
+  FileWork(input, options, log).run(bytes, known_digest);
 }
 
 std::optional<Row> row_of(const BatchInput& input, const Ending& ending, const BatchLimits& limits) {
   Json row = {{"file", input.name}, {"status", ""}};
-  std::istringstream lines(ending.report);
+  std::istringstream lines(ending.log);
   for (std::string line; std::getline(lines, line);) {
     if (line == unchanged) return std::nullopt;
     row.update(Json::parse(line));

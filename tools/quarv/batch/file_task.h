@@ -21,10 +21,10 @@ struct FileTaskOptions {
 std::string output_path(const BatchInput& input, const FileTaskOptions& options);
 
 /// One file's work, to be done in a process of its own: the script is read, simplified and written, and
-/// `report` gets a row of results. `bytes` are the file's, if they have been read already. When the script
+/// `log` gets a row of results. `bytes` are the file's, if they have been read already. When the script
 /// has the digest `known_digest`, and its output is there, nothing is done but saying so.
 void do_file(const BatchInput& input, const std::string* bytes, const std::string& known_digest,
-             const FileTaskOptions& options, Report& report);
+             const FileTaskOptions& options, TaskLog& log);
 
 /// The row of a file that was given to a process that ended so; nothing when it need not have been done.
 std::optional<Row> row_of(const BatchInput& input, const Ending& ending, const BatchLimits& limits);

@@ -47,7 +47,7 @@ void limit_memory(std::uint64_t bytes) {
 
 }  // namespace
 
-void Report::add(std::string_view line) {
+void TaskLog::add(std::string_view line) {
   std::string text(line);
   text += '\n';
   // A file in memory takes all at once.
@@ -58,7 +58,7 @@ void Report::add(std::string_view line) {
 
 WorkerPool::WorkerPool(unsigned jobs, const BatchLimits& limits) : limits_(limits), slots_(jobs) {
   for (Slot& slot : slots_) {
-    slot.report = memory_file("quarv-report");
+    slot.log = memory_file("quarv-task");
     slot.errors = memory_file("quarv-errors");
   }
   std::signal(SIGCHLD, SIG_DFL);
@@ -86,7 +86,7 @@ void WorkerPool::release_signals() noexcept {
   sigprocmask(SIG_SETMASK, &old_mask_, nullptr);
 }
 
-void WorkerPool::start(std::size_t task, const std::function<void(Report&)>& work) {
+void WorkerPool::start(std::size_t task, const std::function<void(TaskLog&)>& work) {
   Slot& slot = *std::find_if(slots_.begin(), slots_.end(), [](const Slot& s) { return s.process < 0; });
   slot.task = task;
   slot.timed_out = false;
@@ -98,7 +98,7 @@ void WorkerPool::start(std::size_t task, const std::function<void(Report&)>& wor
   ++num_running_;
 }
 
-void WorkerPool::run(Slot& slot, const std::function<void(Report&)>& work, pid_t parent) const {
+void WorkerPool::run(Slot& slot, const std::function<void(TaskLog&)>& work, pid_t parent) const {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (getppid() != parent) _exit(1);  // it ended before it could take this process along
   // A key that interrupts reaches all processes of the terminal. It is for the first one to end the others.
@@ -108,8 +108,8 @@ void WorkerPool::run(Slot& slot, const std::function<void(Report&)>& work, pid_t
   limit_memory(limits_.bytes);
   int status = 0;
   try {
-    Report report(slot.report.get());
-    work(report);
+    TaskLog log(slot.log.get());
+    work(log);
   } catch (const std::exception& e) {
     std::fputs(e.what(), stderr);
     status = 1;
@@ -132,7 +132,7 @@ std::optional<Ending> WorkerPool::reap() {
     ending.kind = exited ? Ending::Kind::exited : Ending::Kind::killed;
     if (!exited && slot.timed_out) ending.kind = Ending::Kind::time_limit;
     ending.code = exited ? WEXITSTATUS(status) : WTERMSIG(status);
-    ending.report = take_contents(slot.report.get(), std::string::npos);
+    ending.log = take_contents(slot.log.get(), std::string::npos);
     ending.errors = take_contents(slot.errors.get(), most_errors);
     ending.seconds = std::chrono::duration<double>(Clock::now() - slot.started).count();
     ending.peak_memory = static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;

@@ -18,9 +18,9 @@ namespace quarv::cli {
 
 /// Where a worker process leaves lines for the process that started it. A line is there as soon as it is
 /// added, whatever becomes of the worker.
-class Report {
+class TaskLog {
  public:
-  explicit Report(int file) : file_(file) {}
+  explicit TaskLog(int file) : file_(file) {}
 
   /// Throws FileError.
   void add(std::string_view line);
@@ -36,7 +36,7 @@ struct Ending {
   std::size_t task;
   Kind kind;
   int code;            ///< the exit status or the signal
-  std::string report;  ///< lines
+  std::string log;     ///< lines
   std::string errors;  ///< the beginning of what it wrote on standard error
   double seconds;
   std::uint64_t peak_memory;  ///< bytes, resident
@@ -60,7 +60,7 @@ class WorkerPool {
   bool is_idle() const noexcept { return num_running_ == 0; }
 
   /// Starts a process that calls `work`. The pool must not be full.
-  void start(std::size_t task, const std::function<void(Report&)>& work);
+  void start(std::size_t task, const std::function<void(TaskLog&)>& work);
 
   /// Waits until a process has ended, or for `patience`.
   std::optional<Ending> wait(std::chrono::milliseconds patience);
@@ -82,11 +82,11 @@ class WorkerPool {
     std::size_t task = 0;
     Clock::time_point started;
     bool timed_out = false;
-    FileDescriptor report;
+    FileDescriptor log;
     FileDescriptor errors;
   };
 
-  [[noreturn]] void run(Slot& slot, const std::function<void(Report&)>& work, pid_t parent) const;
+  [[noreturn]] void run(Slot& slot, const std::function<void(TaskLog&)>& work, pid_t parent) const;
   std::optional<Ending> reap();
   void enforce_time_limit();
   Clock::time_point next_deadline() const;

@@ -14,15 +14,16 @@
 
 namespace quarv::cli {
 
-/// Does pieces of work side by side and reports their results in order, each as soon as all earlier ones are
+/// Does pieces of work side by side and delivers their results in order, each as soon as all earlier ones are
 /// there. A progress bar shows how many are done.
 template <typename Result>
 class OrderedWork {
  public:
-  /// Piece `i` of `count` is reported by `report(i, result)`, one at a time. `flush` is called when some have
-  /// been reported.
-  OrderedWork(std::size_t count, std::function<void(std::size_t, Result)> report, std::function<void()> flush)
-      : results_(count), report_(std::move(report)), flush_(std::move(flush)), bar_(count) {}
+  /// Piece `i` of `count` is delivered by `deliver(i, result)`, one at a time. `flush` is called when some
+  /// have been delivered.
+  OrderedWork(std::size_t count, std::function<void(std::size_t, Result)> deliver,
+              std::function<void()> flush)
+      : results_(count), deliver_(std::move(deliver)), flush_(std::move(flush)), bar_(count) {}
 
   /// Does all the work on `jobs` threads. In each of them `make_worker()` is called first; what it returns is
   /// called with the number of a piece and returns its result. Throws the first exception of any thread; what
@@ -51,7 +52,7 @@ class OrderedWork {
         const std::lock_guard lock(mutex_);
         results_[i] = std::move(result);
         ++num_done_;
-        report_finished();
+        deliver_finished();
       }
     } catch (...) {
       const std::lock_guard lock(mutex_);
@@ -60,14 +61,14 @@ class OrderedWork {
     }
   }
 
-  void report_finished() {
-    if (results_[num_reported_]) bar_.clear();
-    const std::size_t before = num_reported_;
-    for (; num_reported_ < results_.size() && results_[num_reported_]; ++num_reported_) {
-      report_(num_reported_, std::move(*results_[num_reported_]));
-      results_[num_reported_].reset();
+  void deliver_finished() {
+    if (results_[num_delivered_]) bar_.clear();
+    const std::size_t before = num_delivered_;
+    for (; num_delivered_ < results_.size() && results_[num_delivered_]; ++num_delivered_) {
+      deliver_(num_delivered_, std::move(*results_[num_delivered_]));
+      results_[num_delivered_].reset();
     }
-    if (num_reported_ != before) flush_();
+    if (num_delivered_ != before) flush_();
     bar_.show(num_done_);
   }
 
@@ -76,8 +77,8 @@ class OrderedWork {
   std::vector<std::optional<Result>> results_;
   std::exception_ptr fault_;
   std::size_t num_done_ = 0;
-  std::size_t num_reported_ = 0;
-  std::function<void(std::size_t, Result)> report_;
+  std::size_t num_delivered_ = 0;
+  std::function<void(std::size_t, Result)> deliver_;
   std::function<void()> flush_;
   ProgressBar bar_;
 };

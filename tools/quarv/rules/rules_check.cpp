@@ -49,7 +49,7 @@ std::string undecided_beside(const RuleVerdict& verdict) {
   return fmt::format("; undecided from {} on", first);
 }
 
-/// Checks rules side by side and reports them in order.
+/// Checks rules side by side and prints them in order.
 class Check {
  public:
   Check(const Arguments& arguments, std::vector<rules::Rule> all)
@@ -58,7 +58,7 @@ class Check {
   int run();
 
  private:
-  void report(std::size_t i, const RuleVerdict& verdict);
+  void print(std::size_t i, const RuleVerdict& verdict);
   bool is_known(std::size_t i) const {
     return arguments_.file.empty() && known_counterexample(rules_[i].name) != nullptr;
   }
@@ -77,7 +77,7 @@ class Check {
 
 int Check::run() {
   OrderedWork<RuleVerdict> work(
-      rules_.size(), [this](std::size_t i, const RuleVerdict& verdict) { report(i, verdict); },
+      rules_.size(), [this](std::size_t i, const RuleVerdict& verdict) { print(i, verdict); },
       [this] { output_.stream().flush(); });
   work.run(arguments_.jobs, [this] {
     const std::chrono::milliseconds limit(static_cast<long>(arguments_.timeout * 1000));
@@ -95,7 +95,7 @@ int Check::run() {
   return as_expected_ ? success : failure;
 }
 
-void Check::report(std::size_t i, const RuleVerdict& verdict) {
+void Check::print(std::size_t i, const RuleVerdict& verdict) {
   std::string text;
   bool expected = !is_known(i) || arguments_.max_width.value_or(small_width) < small_width;
   const bool small_ones_decided = verdict.undecided.empty() || verdict.undecided.front() > small_width;
