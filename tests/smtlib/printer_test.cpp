@@ -323,6 +323,12 @@ TEST(Printer, NamedTermsAreNamedOnce) {
       "(define-fun d () Int (* 2 (! (+ (f (f (+ c 1))) (ite (g c c) (f (f (+ c 1))) 0)) :named n)))\n";
   EXPECT_EQ(simplified(functions + multiple, Sharing::let), functions + multiple);
   // In a pattern too.
+  // An integer where a Real is defined: the name is the integer's.
+  const std::string integer =
+      functions + "(assert (g (! c :named n) 1))\n(define-fun d () Real (to_real n))\n";
+  EXPECT_EQ(simplified(integer), integer);
+  EXPECT_EQ(simplified(functions + "(define-fun d () Real (! (to_real c) :named n))"),
+            functions + "(define-fun d () Real (to_real (! c :named n)))\n");
   const std::string named = functions + "(assert (! (g c 1) :named n))\n";
   EXPECT_EQ(simplified(named + "(define-fun d () Int (f (f (ite n c 1))))" +
                        "(assert (forall ((x Int)) (! (g d x) :pattern ((g x d)))))"),

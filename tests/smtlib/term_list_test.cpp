@@ -86,6 +86,18 @@ TEST(TermLists, NamesThatAreStillThereStay) {
             "outer))\n");
 }
 
+/// A name stands for what a rule made of its term, also in texts that are written out.
+TEST(TermLists, NamesStandForTheSimplifiedTerm) {
+  const std::string vectors = "(declare-const v (_ BitVec 8))(declare-const w (_ BitVec 8))";
+  const std::string out =
+      simplified(vectors +
+                 "(assert (bvult (! (bvmul #x00 w) :named n) v))(assert (<= 0.5 (! (to_real x) :named k)))"
+                 "(get-value ((ite (bvult v n) k 1.0)))(assert (= v (bvadd n w)))");
+  EXPECT_NE(out.find("(assert (bvult (! #x00 :named n) v))"), std::string::npos) << out;
+  EXPECT_NE(out.find("(get-value ((ite (bvult v n) k 1)))"), std::string::npos) << out;
+  EXPECT_EQ(out.rfind(":named n"), out.find(":named n")) << out;
+}
+
 /// The term is integer-typed, and in the output the name is.
 TEST(TermLists, NamesThatChangeTheirSortsAreWrittenOut) {
   const std::string named = "(assert (! (<= 2 (! x :named n)) :named m))\n";

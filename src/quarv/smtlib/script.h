@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include <quarv/term/term.h>
@@ -76,9 +77,8 @@ struct Script {
     const Term* term;  // the annotation
   };
   std::vector<NamedTerm> named;
-  /// Those among them whose names occur in `term_texts`: the annotation as it was read and, simplified, as it
-  /// is.
-  std::unordered_map<const Term*, const Term*> mentioned;
+  /// Those among them whose names occur in `term_texts`.
+  std::unordered_set<const Term*> mentioned;
   /// The terms are texts, chosen for people: definitions are used by name wherever they can be, and what gets
   /// a name is decided by the bytes that it saves.
   bool chosen = false;

@@ -310,10 +310,7 @@ bool Reader::read_guarded(Script& script, const char* start) {
     const bool more = session_.options().simplify && manager_.simplifier() != nullptr
                           ? read_within_limit(script, before)
                           : read_command(script, start);
-    for (const Binding& b : new_names_) {
-      names_.bind(*b.name, TermMeaning::of(b.value, b.form));
-      script.named.push_back({script.commands.size() - 1, b.value});
-    }
+    bind_new_names(script, before);
     tell_session(script, before.commands);
     script.global_declarations = global_declarations_;
     script.largest_dollar_name = largest_dollar_name_;

@@ -266,6 +266,9 @@ class QUARV_API Reader {
   bool is_literal_ahead() const;
   bool has_reals();
   void keep_text(Script& script, std::string_view text);
+
+  // named_terms.cpp: names given by annotations.
+  void bind_new_names(Script& script, const Place& before);
   void define_lost_names(Script& script);
 
   // definition_reader.cpp: declarations and definitions.

@@ -1,14 +1,10 @@
-#include <algorithm>
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
-#include <utility>
 
 #include <quarv/smtlib/read/reader.h>
 
 // The commands that ask about terms. A solver repeats those terms in what it answers, and whoever asked looks
 // for them there: literals of `check-sat-assuming` and terms of `get-value` keep their text. So the names in
-// them must keep their meanings, also those that were given by `:named` to what was simplified away.
+// them must keep their meanings.
 
 namespace quarv::smtlib {
 
@@ -72,78 +68,8 @@ void Reader::keep_text(Script& script, std::string_view text) {
     if (manager_.type_of(meaning.term) == manager_.int_type && text[0] == '(' && has_reals()) {
       script.term_texts.back() = {};
     }
-    const auto [entry, is_new] = script.mentioned.try_emplace(meaning.term, nullptr);
-    if (is_new) entry->second = finished(meaning.term);
+    script.mentioned.insert(meaning.term);
   }
-}
-
-namespace {
-
-std::string_view name_given_by(const TermManager& m, const Term* t) {
-  if (!m.is_annotation(t->symbol)) return {};
-  for (const Attribute& a : m.annotation_attributes(t->symbol)) {
-    if (a.keyword == ":named") return a.text;
-  }
-  return {};
-}
-
-/// The names that are given where a command is printed: those within assertions and definitions.
-std::unordered_set<std::string_view> names_given(const TermManager& m, const Script& script,
-                                                 const Command& c) {
-  using Kind = Command::Kind;
-  std::unordered_set<std::string_view> names;
-  if (c.kind != Kind::assertion && c.kind != Kind::define && c.kind != Kind::define_function) return names;
-  const auto terms = script.terms_of(c);
-  std::vector<const Term*> pending(terms.begin(), terms.end());
-  std::unordered_set<const Term*> seen(terms.begin(), terms.end());
-  while (!pending.empty()) {
-    const Term* t = pending.back();
-    pending.pop_back();
-    if (const std::string_view name = name_given_by(m, t); !name.empty()) names.insert(name);
-    auto args = m.args_of(t);
-    if (m.is_annotation(t->symbol)) args = args.first(1);  // a pattern gives none
-    for (const Term* a : args) {
-      if (seen.insert(a).second) pending.push_back(a);
-    }
-  }
-  return names;
-}
-
-}  // namespace
-
-/// Names that texts speak of, of terms that were simplified away, become definitions behind the commands that
-/// gave them.
-void Reader::define_lost_names(Script& script) {
-  std::vector<std::pair<std::size_t, Command>> definitions;  // behind which command
-  std::unordered_set<std::string_view> given;
-  std::size_t command = script.commands.size();
-  for (const Script::NamedTerm& n : script.named) {
-    const auto mentioned = script.mentioned.find(n.term);
-    if (mentioned == script.mentioned.end()) continue;
-    if (command != n.command) given = names_given(manager_, script, script.commands[n.command]);
-    command = n.command;
-    const std::string_view name = name_given_by(manager_, n.term);
-    if (given.contains(name)) continue;
-    const DataType* sort = manager_.type_of(n.term);
-    Command c;
-    c.kind = Command::Kind::define;
-    c.text = keep("(define-fun " + std::string(name) + " () " + text_of(sort) + ' ');
-    c.name = c.text.substr(std::string_view("(define-fun ").size(), name.size());
-    c.suffix = ")";
-    add_term(script, c, mentioned->second, sort);
-    definitions.emplace_back(n.command, c);
-  }
-  script.named.clear();
-  script.mentioned.clear();
-  if (definitions.empty()) return;
-  std::vector<Command> commands;
-  commands.reserve(script.commands.size() + definitions.size());
-  auto next = definitions.begin();
-  for (std::size_t i = 0; i < script.commands.size(); ++i) {
-    commands.push_back(script.commands[i]);
-    for (; next != definitions.end() && next->first == i; ++next) commands.push_back(next->second);
-  }
-  script.commands = std::move(commands);
 }
 
 }  // namespace quarv::smtlib

@@ -201,7 +201,8 @@ void ScriptWriter::write_root(Node root, std::uint32_t unit) {
     for (; next != planned.end() && next->unit == unit; ++next) bindings.push_back(next->node);
   }
   local_bindings(root, bindings);
-  if (m_.is_annotation(root.term()->symbol) && name(root) == 0 && m_.arity(root.term()) == 1) {
+  const bool annotated = m_.is_annotation(root.term()->symbol) && m_.arity(root.term()) == 1;
+  if (annotated && !root.as_real() && name(root) == 0) {
     write_annotation(root, bindings);
   } else {
     push_lets(bindings, root);
