@@ -77,7 +77,9 @@ struct Script {
     const Term* term;  // the annotation
   };
   std::vector<NamedTerm> named;
-  /// Those among them whose names occur in `term_texts`.
+  /// Names that the user gave below quantifiers: elsewhere none is given there, not every solver takes it.
+  std::unordered_set<std::string> names_below_quantifiers;
+  /// Those among `named` whose names occur in `term_texts`.
   std::unordered_set<const Term*> mentioned;
   /// The terms are texts, chosen for people: definitions are used by name wherever they can be, and what gets
   /// a name is decided by the bytes that it saves.

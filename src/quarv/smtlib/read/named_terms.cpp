@@ -32,6 +32,7 @@ std::unordered_set<std::string_view> names_given(const TermManager& m, const Scr
     const Term* t = pending.back();
     pending.pop_back();
     if (const std::string_view name = name_given_by(m, t); !name.empty()) names.insert(name);
+    if (m.is_quantifier(t->symbol) && script.names_below_quantifiers.empty()) continue;
     auto args = m.args_of(t);
     if (m.is_annotation(t->symbol)) args = args.first(1);  // a pattern gives none
     for (const Term* a : args) {
@@ -67,6 +68,7 @@ void Reader::bind_new_names(Script& script, const Place& before) {
     }
     names_.bind(*b.name, TermMeaning::of(t, b.form));
     script.named.push_back({script.commands.size() - 1, t});
+    if (b.below_quantifier) script.names_below_quantifiers.insert(quoted(b.name->text));
   }
 }
 

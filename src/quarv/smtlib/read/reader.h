@@ -210,6 +210,7 @@ class QUARV_API Reader {
     TermNames::Name* name;
     const Term* value;
     FormClass form = no_form;
+    bool below_quantifier = false;
   };
 
   /// Thrown when a command creates terms far out of proportion to its text.

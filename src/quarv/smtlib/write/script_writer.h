@@ -37,6 +37,7 @@ class ScriptWriter {
       close,       // `next` closing parentheses
       pattern,     // a pattern's term
       end_pattern,
+      end_quantifier,
       owned_text  // texts_[next]
     };
     Kind kind;
@@ -87,6 +88,7 @@ class ScriptWriter {
   void continue_rest(Item& item);
   void flatten(Node n);
   void write_quantifier(Node n);
+  bool may_be_given(const std::string& name) const;
   void write_annotation(Node n, std::span<const Node> bindings);
   Node open_annotation(Node n);
   void write_pattern(Node n);
@@ -123,8 +125,9 @@ class ScriptWriter {
   OutputBuffer out_;
   SharingPlan plan_;
   bool stable_ = true;
-  bool asserting_ = false;   // an annotation's name may be given where an assertion or definition is written
-  bool in_pattern_ = false;  // nothing has a name but what is annotated with one
+  bool asserting_ = false;  // an annotation's name may be given where an assertion or definition is written
+  std::size_t num_quantifiers_ = 0;  // that are open
+  bool in_pattern_ = false;          // nothing has a name but what is annotated with one
 
   std::vector<Item> items_;
   std::vector<Node> parts_;           // of the items `rest`

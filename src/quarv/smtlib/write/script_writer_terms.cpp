@@ -46,6 +46,9 @@ void ScriptWriter::run() {
       case Item::end_pattern:
         in_pattern_ = false;
         break;
+      case Item::end_quantifier:
+        --num_quantifiers_;
+        break;
       case Item::owned_text:
         out_.put(std::string_view(texts_[item.next]));
         break;
@@ -216,6 +219,8 @@ void ScriptWriter::write_quantifier(Node n) {
     created(v);
   }
   out_.put(") ");
+  ++num_quantifiers_;
+  items_.push_back({Item::end_quantifier, {}, 0, 0, 0});
   items_.push_back({Item::close, {}, 0, 1, 0});
   Node body(t->args[0], false);
   while (m_.is_annotation(body.term()->symbol) && name(body) == 0) body = open_annotation(body);
@@ -281,15 +286,22 @@ void ScriptWriter::write_pattern(Node n) {
   push_lets(bindings, n);
 }
 
-/// Writes "(! " and schedules the attributes; gives what stands between. Outside assertions and definitions a
-/// name cannot be given.
+/// Outside assertions and definitions a name cannot be given; below a quantifier, where a name comes whose
+/// own place was simplified away, not every solver takes it.
+bool ScriptWriter::may_be_given(const std::string& name) const {
+  return asserting_ && !in_pattern_ &&
+         (num_quantifiers_ == 0 || script_.names_below_quantifiers.contains(name));
+}
+
+/// Writes "(! " and schedules the attributes; gives what stands between.
 Node ScriptWriter::open_annotation(Node n) {
   const Term* t = n.term();
   const Node body(t->args[0], false);
   const auto& attributes = m_.annotation_attributes(t->symbol);
-  const bool named = std::any_of(attributes.begin(), attributes.end(),
-                                 [](const Attribute& a) { return a.keyword == ":named"; });
-  if (named && (!asserting_ || in_pattern_)) return body;
+  const auto name_given = std::find_if(attributes.begin(), attributes.end(),
+                                       [](const Attribute& a) { return a.keyword == ":named"; });
+  const bool named = name_given != attributes.end();
+  if (named && !may_be_given(name_given->text)) return body;
   out_.put("(! ");
   Sequence rest(*this);
   std::size_t next_term = 1;
