@@ -20,7 +20,7 @@ from pathlib import Path
 from check_equivalence import SOURCE_DIR, files_of, skip
 from smt_text import head, split
 
-WAYS = {"default": [], "smallest": ["--smallest"]}
+WAYS = {"smallest": [], "normal": ["--canonical"]}
 SOLVERS = {
     "z3": ["z3", "-smt2", "-t:400", "-T:10"],
     "cvc5": ["cvc5", "--lang=smt2", "--incremental", "--tlimit-per=400"],
@@ -196,7 +196,7 @@ def check(program, name, text, solvers, certify):
         if status != 0:
             failures.append(f"{name}, {way}: exit status {status}: {err.strip()}")
             continue
-        if way == "default" and run([program, "simplify", *options, "-"], after, 300)[1] != after:
+        if way == "normal" and run([program, "simplify", *options, "-"], after, 300)[1] != after:
             failures.append(f"{name}, {way}: the output is no fixed point")
         for solver in solvers:
             found, decided, rejected = differences(solver, text, after)
