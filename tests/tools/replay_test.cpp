@@ -208,7 +208,7 @@ TEST_F(Replay, RefusesTermsThatAreNotWellSorted) {
   const std::vector<Json> lines = trace_of(script);
   std::vector<std::uint64_t> sorts;
   for (const Json& line : lines) {
-    if (line.contains("name")) sorts.push_back(line["sort"]);
+    if (line.contains("name") && line.contains("sort")) sorts.push_back(line["sort"]);
   }
   std::size_t changes = 0;
   for (std::size_t i = 0; i < lines.size(); ++i) {

@@ -40,7 +40,7 @@ TEST_F(RuleOptions, CallsNamedRulesByTheirNames) {
   EXPECT_EQ(run(command + "--disable-rule shift-by-complement", shift_by_not).out, plain);
   EXPECT_EQ(run(command + "--disable-rule " + own_number(), shift_by_not).out, plain);
   const Result text = run(command + "--stats", shift_by_not);
-  EXPECT_NE(text.err.find("\n  rule shift-by-complement           1\n"), std::string::npos) << text.err;
+  EXPECT_NE(text.err.find("\n  rule shift-by-complement         1\n"), std::string::npos) << text.err;
   const Result json = run(command + "--stats=json", shift_by_not);
   EXPECT_NE(json.err.find(R"("rules":{"shift-by-complement":1})"), std::string::npos) << json.err;
 }

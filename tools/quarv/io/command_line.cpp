@@ -106,7 +106,7 @@ template Option CommandLine::option(const char*, double&, const std::string&) co
 template Option CommandLine::option(const char*, unsigned&, const std::string&) const;
 template Option CommandLine::option(const char*, std::size_t&, const std::string&) const;
 template Option CommandLine::option(const char*, std::optional<std::size_t>&, const std::string&) const;
-template Option CommandLine::option(const char*, std::optional<std::pair<std::size_t, std::string>>&,
+template Option CommandLine::option(const char*, std::optional<std::pair<std::string, std::string>>&,
                                     const std::string&) const;
 
 Option CommandLine::option(const char* names, std::function<void(const std::string&)> use,
