@@ -17,7 +17,7 @@ import time
 
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent
-STANDARD = [ROOT / 'src/quarv/rules/bitvector.rules']
+STANDARD = [ROOT / f'src/quarv/rules/{name}.rules' for name in ('bitvector', 'extended')]
 LIBRARY = ['Bv', 'Tables', 'Lemmas', 'Tactics']
 IMPORTS = 'From Coq Require Import ZArith Bool Lia.\nFrom Quarv Require Import Bv Lemmas Tactics {}.\n'
 SECONDS_FOR_A_RULE = 60

@@ -9,6 +9,7 @@
 #include <quarv/numbers/q_number.h>
 #include <quarv/numbers/swflt/exception_flags.h>
 #include <quarv/rules/bitvector_rules.h>
+#include <quarv/rules/extended_rules.h>
 #include <quarv/rules/rule_in_words.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/rules/rule_language.h>

@@ -110,7 +110,7 @@ int refuse(const std::string& reason) {
 }
 
 int explain_rule(const Arguments& arguments, const Input& input) {
-  const std::vector<rules::Rule> rules = standard_rules_and(arguments.how.rule_files);
+  const std::vector<rules::Rule> rules = all_rules_and(arguments.how.rule_files);
   const auto& [name_or_number, term] = *arguments.why_not;
   const std::optional<std::size_t> found = find_rule(rules, name_or_number);
   if (!found) return refuse(no_such_rule(rules, name_or_number));

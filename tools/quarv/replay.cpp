@@ -141,7 +141,7 @@ void add_replay(const CommandLine& program, int& status) {
   command.callback([arguments, &status] {
     const Input input(arguments->input);
     Output output("-");
-    Replay replay(input, standard_rules_and(arguments->rule_files));
+    Replay replay(input, all_rules_and(arguments->rule_files));
     status = failure;
     try {
       replay.run(arguments->quiet, output.stream());

@@ -28,18 +28,25 @@ std::string soundness(const rules::Rule& rule) {
                      solvers);
 }
 
-char mark(std::size_t number, const rules::Rule& rule) {
-  if (known_counterexample(rule.name) != nullptr) return '!';
-  return proof_for_all_widths(number).everywhere ? '*' : ' ';
+RuleProof proof_of(std::size_t number) {
+  const std::size_t num_standard = standard_rules().size();
+  return number <= num_standard ? proof_for_all_widths(number)
+                                : extended_proof_for_all_widths(number - num_standard);
 }
 
-void list() {
+char mark(const RuleProof& proof, const rules::Rule& rule) {
+  if (known_counterexample(rule.name) != nullptr) return '!';
+  return proof.everywhere ? '*' : ' ';
+}
+
+void list(bool extended) {
   Output output("-");
   std::size_t number = 0;
-  for (const rules::Rule& rule : standard_rules()) {
+  for (const rules::Rule& rule : extended ? extended_rules() : standard_rules()) {
     ++number;
-    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", number, mark(number, rule),
-                                   SymbolTag::name(rule.applicant()), named_text(rule));
+    const RuleProof proof = extended ? extended_proof_for_all_widths(number) : proof_for_all_widths(number);
+    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", extended ? "" : std::to_string(number),
+                                   mark(proof, rule), SymbolTag::name(rule.applicant()), named_text(rule));
   }
   output.stream()
       << "* proved for all widths; ! does not hold for all values: quarv rules show RULE tells more\n";
@@ -47,7 +54,7 @@ void list() {
 }
 
 int show(const std::string& name_or_number) {
-  const std::vector<rules::Rule> all = standard_rules();
+  const std::vector<rules::Rule> all = all_rules_and({});
   const std::optional<std::size_t> found = find_rule(all, name_or_number);
   if (!found) {
     say("quarv: {}\n", no_such_rule(all, name_or_number));
@@ -59,13 +66,14 @@ int show(const std::string& name_or_number) {
   const auto line = [&output](const char* name, const std::string& value) {
     output.stream() << fmt::format("{:<10} {}\n", name, value);
   };
-  line("number", std::to_string(number));
+  const bool is_standard = number <= standard_rules().size();
+  line("number", is_standard ? std::to_string(number) : "none: an extended rule");
   line("name", rule.name);
   line("applicant", std::string(SymbolTag::name(rule.applicant())));
   line("text", rule.text);
   line("class", class_name(rule));
   line("sound", soundness(rule));
-  line("proof", proof_for_all_widths(number).text);
+  line("proof", proof_of(number).text);
   line("reads", in_words(rule));
   output.commit();
   return success;
@@ -81,10 +89,14 @@ void add_rules(const CommandLine& program, int& status) {
       "  quarv rules list                           print the standard rules\n"
       "  quarv rules show bvmul-one                 print all that is known of one\n"
       "  quarv rules check my.rules                 let z3 say whether rules hold");
-  const CommandLine list_command = command.subcommand("list", "All standard rules: number, operator, name and text");
-  list_command.footer("Examples:\n  quarv rules list\n  quarv rules list | grep bvmul");
-  list_command.callback([&status] {
-    list();
+  const CommandLine list_command =
+      command.subcommand("list", "All standard rules: number, operator, name and text");
+  list_command.footer(
+      "Examples:\n  quarv rules list\n  quarv rules list | grep bvmul\n  quarv rules list --extended");
+  const auto extended = std::make_shared<bool>(false);
+  list_command.flag("--extended", *extended, "The extended rules instead, which have names alone");
+  list_command.callback([extended, &status] {
+    list(*extended);
     status = success;
   });
   const CommandLine show_command = command.subcommand("show", "All that is known of a standard rule");

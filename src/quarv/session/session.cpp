@@ -1,5 +1,6 @@
 #include <stdexcept>
 
+#include <quarv/rules/extended_rules.h>
 #include <quarv/session/session.h>
 #include <quarv/session/step_recorder.h>
 #include <quarv/simpl/register_standard_simplifications.h>
@@ -36,6 +37,7 @@ Session::Session(SessionOptions options) : options_(std::move(options)), rebuild
   termsimpl::register_standard_simplifications(&manager_, &simplifier_);
   if (!options_.library_semantics) strict_.turn_off_unsound_rules();
   for (const RuleFile& file : options_.extra_rules) register_rule_file(file, simplifier_.normalizer);
+  if (options_.extended && !options_.library_semantics) register_extended_rules(&simplifier_.normalizer);
   for (const std::string& rule : options_.disabled_rules) disable_rule(rule, simplifier_.normalizer);
   if (!options_.simplifiers) {
     if (!options_.library_semantics) strict_.turn_off_extension_rules();

@@ -25,6 +25,7 @@ struct SessionOptions {
   bool rules = true;        ///< the rewrite rules, beside the simplifiers
   bool simplifiers = true;  ///< the simplifiers of operators, beside the rules
   bool library_semantics = false;  ///< the library's own semantics instead of the strict SMT-LIB semantics
+  bool extended = false;  ///< simplifications beside the required ones; none with `library_semantics`
   std::vector<RuleFile> extra_rules{};        ///< to be tried after the standard rules
   std::vector<std::string> disabled_rules{};  ///< names, numbers from 1, the standard rules first, or texts
 };

@@ -87,6 +87,7 @@ class ReportData {
     for (const RuleFile& file : extra_rules) {
       for (rules::Rule& rule : rules::parse_rules(file.text)) all.push_back(std::move(rule));
     }
+    for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
     data_["rules"] = Json::array();
     // Results that were written before rules had names have numbers.
     std::map<std::string, std::uint64_t> counts;

@@ -11,15 +11,18 @@
 #include "io/input.h"
 #include "rules/rule_proofs.h"
 #include <quarv/rules/bitvector_rules.h>
+#include <quarv/rules/extended_rules.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/util/input_error.h>
 #include <quarv/util/source_excerpt.h>
 
 namespace quarv::cli {
 
-std::vector<rules::Rule> standard_rules() {
+namespace {
+
+std::vector<rules::Rule> registered_rules(void (*register_rules)(TermNormalizer*)) {
   TermNormalizer normalizer;
-  register_bitvector_rules(&normalizer);
+  register_rules(&normalizer);
   std::vector<rules::Rule> all;
   for (std::size_t i = 0; i < normalizer.num_rules(); ++i) {
     all.push_back(rules::parse_rule(normalizer.get_rule(i).get_signature()));
@@ -27,8 +30,6 @@ std::vector<rules::Rule> standard_rules() {
   }
   return all;
 }
-
-namespace {
 
 /// Appends the rules of a file.
 void read_rules(const std::string& file, std::vector<rules::Rule>& all) {
@@ -48,15 +49,24 @@ void read_rules(const std::string& file, std::vector<rules::Rule>& all) {
 
 }  // namespace
 
+std::vector<rules::Rule> standard_rules() {
+  return registered_rules(&register_bitvector_rules);
+}
+
+std::vector<rules::Rule> extended_rules() {
+  return registered_rules(&register_extended_rules);
+}
+
 std::vector<rules::Rule> rules_of_file(const std::string& file) {
   std::vector<rules::Rule> all;
   read_rules(file, all);
   return all;
 }
 
-std::vector<rules::Rule> standard_rules_and(const std::vector<std::string>& files) {
+std::vector<rules::Rule> all_rules_and(const std::vector<std::string>& files) {
   std::vector<rules::Rule> all = standard_rules();
   for (const std::string& file : files) read_rules(file, all);
+  for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
   return all;
 }
 
@@ -64,6 +74,7 @@ std::vector<std::string> rule_labels(const std::vector<RuleFile>& extra_rules) {
   TermNormalizer normalizer;
   register_bitvector_rules(&normalizer);
   for (const RuleFile& file : extra_rules) register_rule_file(file, normalizer);
+  register_extended_rules(&normalizer);
   std::vector<std::string> labels;
   for (std::size_t i = 0; i < normalizer.num_rules(); ++i) labels.push_back(normalizer.rule_label(i));
   return labels;
@@ -123,9 +134,10 @@ std::size_t proved_up_to(std::string_view name) {
   return name == "bvashr-merge" ? 32 : 64;
 }
 
-RuleProof proof_for_all_widths(std::size_t number) {
+namespace {
+
+RuleProof proof_in(std::string_view rest, std::size_t number) {
   const std::string key = '\n' + std::to_string(number) + '\t';
-  std::string_view rest = rule_proofs();
   const std::size_t found = rest.find(key);
   if (found == std::string_view::npos) return {false, "none for all widths"};
   rest.remove_prefix(found + 1);
@@ -142,6 +154,16 @@ RuleProof proof_for_all_widths(std::size_t number) {
   if (proof == "none") return {false, "none for all widths"};
   if (proof == "where") return {false, "for all widths where " + fields[3]};
   return {true, proof == "never" ? "for all widths: it never applies" : "for all widths"};
+}
+
+}  // namespace
+
+RuleProof proof_for_all_widths(std::size_t number) {
+  return proof_in(rule_proofs(), number);
+}
+
+RuleProof extended_proof_for_all_widths(std::size_t number) {
+  return proof_in(extended_rule_proofs(), number);
 }
 
 }  // namespace quarv::cli

@@ -14,12 +14,15 @@ namespace quarv::cli {
 /// The standard rules, in the order of their numbers.
 std::vector<rules::Rule> standard_rules();
 
+/// The extended rules, in the order of their file.
+std::vector<rules::Rule> extended_rules();
+
 /// The rules of a file; "-" is standard input. Throws FileError and InputError.
 std::vector<rules::Rule> rules_of_file(const std::string& file);
 
-/// The standard rules and behind them those of files. Throws FileError and InputError, also for a name
-/// that another rule has.
-std::vector<rules::Rule> standard_rules_and(const std::vector<std::string>& files);
+/// The standard rules, behind them those of files, and the extended ones. Throws FileError and InputError, also
+/// for a name that another rule has.
+std::vector<rules::Rule> all_rules_and(const std::vector<std::string>& files);
 
 /// What the rules with which scripts are simplified are called, in their order: by name, or by number from 1.
 /// Throws InputError.
@@ -50,5 +53,7 @@ struct RuleProof {
   std::string text;         ///< "for all widths", "for all widths where n is not 0", "none for all widths"
 };
 RuleProof proof_for_all_widths(std::size_t number);
+/// The same of an extended rule.
+RuleProof extended_proof_for_all_widths(std::size_t number);
 
 }  // namespace quarv::cli
