@@ -13,6 +13,7 @@
 #include <quarv/session/strict_semantics.h>
 #include <quarv/session/term_rebuilder.h>
 #include <quarv/session/user_rules.h>
+#include <quarv/simpl/extended/extended_simplifier.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/term/term_manager.h>
 
@@ -25,7 +26,7 @@ struct SessionOptions {
   bool rules = true;        ///< the rewrite rules, beside the simplifiers
   bool simplifiers = true;  ///< the simplifiers of operators, beside the rules
   bool library_semantics = false;  ///< the library's own semantics instead of the strict SMT-LIB semantics
-  bool extended = false;  ///< simplifications beside the required ones; none with `library_semantics`
+  bool extended = false;  ///< simplifications beside the required ones; none in the library's own semantics
   std::vector<RuleFile> extra_rules{};        ///< to be tried after the standard rules
   std::vector<std::string> disabled_rules{};  ///< names, numbers from 1, the standard rules first, or texts
 };
@@ -127,7 +128,8 @@ class QUARV_API Session {
 
  private:
   TermSimplifier* active() noexcept {
-    return options_.library_semantics ? static_cast<TermSimplifier*>(&simplifier_) : &strict_;
+    if (options_.library_semantics) return &simplifier_;
+    return options_.extended ? static_cast<TermSimplifier*>(&extended_) : &strict_;
   }
   TermRebuilder rebuilder();
   const Term* simplified(const Term* t, TermRebuilder& rebuild);
@@ -136,6 +138,7 @@ class QUARV_API Session {
   TermManager manager_;
   StdTermSimplifier simplifier_;
   StrictSemantics strict_{simplifier_};
+  ExtendedSimplifier extended_{strict_, simplifier_};
   NamedBuilder build_named_ = nullptr;
   TermRebuilder rebuild_;
   std::size_t towers_ = 0;   // terms that rules made larger

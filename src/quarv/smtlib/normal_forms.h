@@ -102,6 +102,8 @@ class NormalForms {
   void sum(Node n);
   void product(Node n);
   void quotient(const Term* t);
+  ClassId dividend(const IntegerQuotient& q);
+  void remainder(const Sum& sum);
   void congruence(const Term* t);
   void comparison(const Term* t, bool negated);
   void atom(const Sum& sum, SymbolTag::tag tag, bool negated);

@@ -136,6 +136,7 @@ void NormalForms::sum(Node n) {
       form("-", {total(plus, real), total(minus, real)});
     }
     form(operator_head("+"), flat);
+    if (!real) remainder(all);
   }
 }
 
@@ -174,27 +175,53 @@ void NormalForms::product(Node n) {
   }
 }
 
+NormalForms::ClassId NormalForms::dividend(const IntegerQuotient& q) {
+  std::vector<ClassId> parts;
+  for (const auto& s : q.summands) {
+    if (s.monomial == nullptr) {
+      parts.push_back(number(s.coefficient, false));
+      continue;
+    }
+    const Node monomial(s.monomial, false);
+    const ClassId c = class_of(monomial);
+    add_forms(c, monomial);
+    const bool negative = s.coefficient.sign() < 0;
+    parts.push_back(negative && s.coefficient == QNumber(-1) ? app("-", {c}, m_.int_type)
+                    : negative ? app("*", {number(s.coefficient, false), c}, m_.int_type)
+                               : multiple(s.coefficient, c, false));
+  }
+  return total(parts, false);
+}
+
 /// "(div (+ (* 2 x) y 1) 3)".
 void NormalForms::quotient(const Term* t) {
   IntegerQuotient q;
-  if (as_integer_quotient(m_, t, q)) {
-    std::vector<ClassId> parts;
+  if (as_integer_quotient(m_, t, q)) return form("div", {dividend(q), number(q.divisor, false)});
+  form("to_int", {child(t, 0)});
+}
+
+/// "(mod x 3)" for x - 3 * (div x 3).
+void NormalForms::remainder(const Sum& sum) {
+  for (const Item& item : sum.items) {
+    IntegerQuotient q;
+    const Term* t = item.monomial.term();
+    if (m_.get_tag(t->symbol) != SymbolTag::FLOOR || !as_integer_quotient(m_, t, q)) continue;
+    if (!(item.coefficient == -q.divisor)) continue;
+    QNumber constant;
+    std::size_t matched = 1;
     for (const auto& s : q.summands) {
       if (s.monomial == nullptr) {
-        parts.push_back(number(s.coefficient, false));
+        constant = s.coefficient;
         continue;
       }
-      const Node monomial(s.monomial, false);
-      const ClassId c = class_of(monomial);
-      add_forms(c, monomial);
-      const bool negative = s.coefficient.sign() < 0;
-      parts.push_back(negative && s.coefficient == QNumber(-1) ? app("-", {c}, m_.int_type)
-                      : negative ? app("*", {number(s.coefficient, false), c}, m_.int_type)
-                                 : multiple(s.coefficient, c, false));
+      matched += static_cast<std::size_t>(std::ranges::count_if(sum.items, [&s](const Item& other) {
+        return other.monomial.term() == s.monomial && other.coefficient == s.coefficient;
+      }));
     }
-    return form("div", {total(parts, false), number(q.divisor, false)});
+    const std::size_t wanted = q.summands.size() + (constant.is_zero() ? 1 : 0);
+    if (matched != wanted || sum.items.size() != wanted || !(constant == sum.constant)) continue;
+    return form("mod", {dividend(q), number(q.divisor, false)});
   }
-  form("to_int", {child(t, 0)});
 }
 
 /// "(= (mod a n) r)": every solver knows it. A remainder that is no numeral goes to the other side.

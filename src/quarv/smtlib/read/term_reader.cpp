@@ -7,6 +7,24 @@
 
 namespace quarv::smtlib {
 
+namespace {
+
+/// The symbol of a quantifier as it is written, which simplifiers may have taken away.
+const Symbol* written_quantifier(TermManager& m, std::string_view binder,
+                                 const std::vector<const Term*>& variables, const Term* body) {
+  TermSimplifier* simplifier = m.simplifier();
+  m.set_simplifier(nullptr);
+  const Term* plain = m.make_quantifier(binder, variables, body);  // throws nothing: it has been made before
+  m.set_simplifier(simplifier);
+  return plain->symbol;
+}
+
+bool is_quantifier_over(const TermManager& m, const Term* t, const std::vector<const Term*>& variables) {
+  return m.is_quantifier(t->symbol) && m.quantifier_variables(t->symbol) == variables;
+}
+
+}  // namespace
+
 // The stack of open parentheses is `frames_`, the terms that are complete lie on `values_`; a closing
 // parenthesis turns the values of its frame into one. Let bindings and quantified variables wait on
 // `bindings_`.
@@ -396,7 +414,10 @@ void Reader::close(const Token& token) {
       const Term* t = manager_.make_quantifier(binder, variables, values_.back());
       FormClass form = no_form;
       if (WrittenForms* w = written()) {
-        form = w->application(t->symbol, std::span(forms_).last(1), t);
+        const Symbol* head = is_quantifier_over(manager_, t, variables)
+                                 ? t->symbol
+                                 : written_quantifier(manager_, binder, variables, values_.back());
+        form = w->application(head, std::span(forms_).last(1), t);
       }
       return close_with(t, form);
     }

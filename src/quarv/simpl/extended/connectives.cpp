@@ -1,0 +1,195 @@
+#include <algorithm>
+#include <array>
+#include <optional>
+
+#include <quarv/numbers/bv_number.h>
+#include <quarv/simpl/extended/facts.h>
+#include <quarv/simpl/extended/families.h>
+#include <quarv/simpl/extended/values.h>
+
+namespace quarv::termsimpl::extended {
+
+namespace {
+
+/// A conjunction, or a disjunction; what is said of conjunctions holds for disjunctions with true and false
+/// exchanged.
+struct Lattice {
+  TermManager& m;
+  const Symbol* symbol;
+  const Symbol* dual;
+  const Term* neutral;
+
+  bool is_conjunction() const { return symbol == m.and_symbol; }
+  const Term* join(const Term* a, const Term* b) const {
+    return is_conjunction() ? m.make_and(a, b) : m.make_or(a, b);
+  }
+};
+
+/// The operands of one side, of which the last may be the rest of a long chain.
+class Operands {
+ public:
+  Operands(const Lattice& l, const Term* side) {
+    while (side->symbol == l.symbol && size_ + 2 <= list_.size()) {
+      // Chains lean to one side.
+      const bool left_is_chain = side->args[0]->symbol == l.symbol && side->args[1]->symbol != l.symbol;
+      list_[size_++] = side->args[left_is_chain ? 1 : 0];
+      side = side->args[left_is_chain ? 0 : 1];
+    }
+    list_[size_++] = side;
+  }
+  const Term** begin() { return list_.data(); }
+  const Term** end() { return list_.data() + size_; }
+  std::size_t size() const { return size_; }
+
+ private:
+  std::array<const Term*, 12> list_;
+  std::size_t size_ = 0;
+};
+
+const Term* joined(const Lattice& l, const Term* a, Operands& others) {
+  for (std::size_t i = others.size(); i-- > 0;) a = l.join(others.begin()[i], a);
+  return a;
+}
+
+/// Each operand of one side where those of the other side hold.
+bool reduce(const Lattice& l, const Term* assumed, Operands& operands) {
+  Facts facts(l.m);
+  facts.assume(assumed, l.is_conjunction());
+  bool any = false;
+  for (const Term*& t : operands) {
+    const Term* reduced = facts.applied_to(t);
+    any |= reduced != t;
+    t = reduced;
+  }
+  return any;
+}
+
+/// (and (<= x 3) (<= 3 x)) is (= x 3); null unless the two are such a pair.
+const Term* meeting_bounds(const Lattice& l, const Term* a, const Term* b) {
+  const auto bound = [&l](const Term* t) {
+    const bool negated = t->symbol == l.m.not_symbol;
+    return Bound::of(l.m, negated ? t->args[0] : t, l.is_conjunction() != negated);
+  };
+  const auto x = bound(a);
+  const auto y = x ? bound(b) : std::nullopt;
+  if (!y || x->term != y->term || x->kind != y->kind || x->is_upper == y->is_upper) return nullptr;
+  if (!(x->value == y->value) || x->is_strict || y->is_strict) return nullptr;
+  TermManager& m = l.m;
+  const bool arithmetic = x->kind == Bound::rational || x->kind == Bound::integer;
+  const Term* value = nullptr;
+  if (arithmetic) {
+    value = m.make_number(x->value);
+  } else {
+    const std::size_t width = m.get_width_from_type(m.type_of(x->term));
+    QNumber modulus;
+    if (x->value.sign() < 0) BVNumber::pow2(width, &modulus);
+    value = m.make_bv_number(x->value + modulus, width);
+  }
+  const Term* equal = m.make_equal(x->term, value);
+  return l.is_conjunction() ? equal : m.make_not(equal);
+}
+
+/// A formula and how it counts.
+struct Literal {
+  const Term* atom;
+  bool positive;
+
+  Literal(const TermManager& m, const Term* t, bool holds) : atom(t), positive(holds) {
+    for (; atom->symbol == m.not_symbol; atom = atom->args[0]) positive = !positive;
+  }
+  bool operator==(const Literal&) const = default;
+  bool is_opposite(const Literal& other) const { return atom == other.atom && positive != other.positive; }
+  const Term* term(TermManager& m) const { return positive ? atom : m.make_not(atom); }
+};
+
+/// The operands of the dual connective, also where it is written as a negation: (not (and u v)) is a
+/// disjunction.
+std::optional<std::array<Literal, 2>> dual_operands(const Lattice& l, const Term* t) {
+  const bool holds = t->symbol != l.m.not_symbol;
+  const Term* inner = holds ? t : t->args[0];
+  if (inner->symbol != (holds ? l.dual : l.symbol)) return std::nullopt;
+  return std::array{Literal(l.m, inner->args[0], holds), Literal(l.m, inner->args[1], holds)};
+}
+
+/// (and (or u v) (or u (not v))) is u, and (and (or u v) (or (not u) (not v))) says that u and v differ.
+const Term* resolved(const Lattice& l, const Term* a, const Term* b) {
+  const auto x = dual_operands(l, a);
+  const auto y = x ? dual_operands(l, b) : std::nullopt;
+  if (!y) return nullptr;
+  for (std::size_t i = 0; i < 2; ++i) {
+    for (std::size_t j = 0; j < 2; ++j) {
+      if (!(*x)[1 - i].is_opposite((*y)[1 - j])) continue;
+      if ((*x)[i] == (*y)[j]) return (*x)[i].term(l.m);
+      if (i == 1 || !(*x)[i].is_opposite((*y)[j])) continue;
+      const Term* same = l.m.make_iff((*x)[0].atom, (*x)[1].atom);
+      const bool equal = ((*x)[0].positive == (*x)[1].positive) != l.is_conjunction();
+      return equal ? same : l.m.make_not(same);
+    }
+  }
+  return nullptr;
+}
+
+const Term* combined(const Lattice& l, const Term* a, const Term* b) {
+  const Term* t = resolved(l, a, b);
+  return t != nullptr ? t : meeting_bounds(l, a, b);
+}
+
+/// The required layer decides these.
+bool is_plain(const TermManager& m, Args args) {
+  return args[0] == args[1] || is_value(m, args[0]) || is_value(m, args[1]) ||
+         are_complementary(m, args[0], args[1]);
+}
+
+const Term* simplify_lattice(const Lattice& l, Args args) {
+  if (is_plain(l.m, args)) return nullptr;
+  Operands left(l, args[0]);
+  Operands right(l, args[1]);
+  if (reduce(l, args[0], right)) return joined(l, args[0], right);
+  if (reduce(l, args[1], left)) return joined(l, args[1], left);
+  for (const Term*& a : left) {
+    for (const Term*& b : right) {
+      const Term* t = combined(l, a, b);
+      if (t == nullptr) continue;
+      a = t;
+      b = l.neutral;
+      const Term* rest = joined(l, l.neutral, right);
+      return joined(l, rest, left);
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+const Term* simplify_and(TermManager& m, const Symbol* /*s*/, Args args) {
+  return simplify_lattice({m, m.and_symbol, m.or_symbol, m.true_term}, args);
+}
+
+const Term* simplify_or(TermManager& m, const Symbol* /*s*/, Args args) {
+  return simplify_lattice({m, m.or_symbol, m.and_symbol, m.false_term}, args);
+}
+
+/// A negation goes inside where there is one already: (not (or (not u) v)) is (and u (not v)).
+const Term* simplify_not(TermManager& m, const Symbol* /*s*/, Args args) {
+  const Term* t = args[0];
+  if (t->symbol != m.and_symbol && t->symbol != m.or_symbol) return nullptr;
+  if (t->args[0]->symbol != m.not_symbol && t->args[1]->symbol != m.not_symbol) return nullptr;
+  const Term* a = m.make_not(t->args[0]);
+  const Term* b = m.make_not(t->args[1]);
+  return t->symbol == m.and_symbol ? m.make_or(a, b) : m.make_and(a, b);
+}
+
+/// Negations are taken out, and what stands on both sides cancels.
+const Term* simplify_iff(TermManager& m, const Symbol* /*s*/, Args args) {
+  for (int i = 0; i < 2; ++i) {
+    const Term* a = args[i];
+    const Term* b = args[1 - i];
+    if (a->symbol == m.not_symbol && !is_value(m, b)) return m.make_not(m.make_iff(a->args[0], b));
+    if (b->symbol != m.iff_symbol) continue;
+    if (b->args[0] == a) return b->args[1];
+    if (b->args[1] == a) return b->args[0];
+  }
+  return nullptr;
+}
+
+}  // namespace quarv::termsimpl::extended

@@ -1,0 +1,84 @@
+#include <quarv/simpl/extended/families.h>
+#include <quarv/simpl/extended/values.h>
+
+namespace quarv::termsimpl::extended {
+
+namespace {
+
+bool is_ite(const TermManager& m, const Term* t) {
+  return has_tag(m, t, SymbolTag::TERM_ITE);
+}
+
+/// Whether two terms are equal, as far as a glance shows: true, false, or null.
+const Term* decided(TermManager& m, const Term* a, const Term* b) {
+  if (a == b) return m.true_term;
+  return are_distinct(m, a, b) ? m.false_term : nullptr;
+}
+
+/// An if-then-else of which one branch is equal to `b`, or differs from it.
+const Term* ite_equals(TermManager& m, const Term* ite, const Term* b) {
+  const Term* c = ite->args[0];
+  const Term* first = decided(m, ite->args[1], b);
+  const Term* second = decided(m, ite->args[2], b);
+  if (first == nullptr && second == nullptr) return nullptr;
+  if (first == nullptr) first = m.make_equal(ite->args[1], b);
+  if (second == nullptr) second = m.make_equal(ite->args[2], b);
+  return m.make_ite(c, first, second);
+}
+
+/// Two if-then-elses with one condition, of which a pair of branches is decided; or with branches of which
+/// all pairs are.
+const Term* ites_equal(TermManager& m, const Term* a, const Term* b) {
+  if (a->args[0] == b->args[0]) {
+    const Term* first = decided(m, a->args[1], b->args[1]);
+    const Term* second = decided(m, a->args[2], b->args[2]);
+    if (first == nullptr && second == nullptr) return nullptr;
+    if (first == nullptr) first = m.make_equal(a->args[1], b->args[1]);
+    if (second == nullptr) second = m.make_equal(a->args[2], b->args[2]);
+    return m.make_ite(a->args[0], first, second);
+  }
+  const Term* truth[2][2];
+  for (int i = 0; i < 2; ++i) {
+    for (int j = 0; j < 2; ++j) {
+      truth[i][j] = decided(m, a->args[i + 1], b->args[j + 1]);
+      if (truth[i][j] == nullptr) return nullptr;
+    }
+  }
+  const Term* first = m.make_ite(b->args[0], truth[0][0], truth[0][1]);
+  const Term* second = m.make_ite(b->args[0], truth[1][0], truth[1][1]);
+  return m.make_ite(a->args[0], first, second);
+}
+
+/// (= (store a i v) (store a i w)) is (= v w), and (= (store a i v) a) is (= (select a i) v).
+const Term* arrays_equal(TermManager& m, const Term* a, const Term* b) {
+  if (!has_tag(m, a, SymbolTag::ARRAY_WRITE)) return nullptr;
+  if (a->args[0] == b) return m.make_equal(m.make_array_read(b, a->args[1]), a->args[2]);
+  const bool same_place =
+      has_tag(m, b, SymbolTag::ARRAY_WRITE) && a->args[0] == b->args[0] && a->args[1] == b->args[1];
+  return same_place ? m.make_equal(a->args[2], b->args[2]) : nullptr;
+}
+
+}  // namespace
+
+const Term* simplify_equal(TermManager& m, const Symbol* s, Args args) {
+  const Term* a = args[0];
+  const Term* b = args[1];
+  if (a == b) return nullptr;
+  if (are_distinct(m, a, b)) return m.false_term;
+  if (is_ite(m, a) && is_ite(m, b)) {
+    if (const Term* t = ites_equal(m, a, b)) return t;
+  }
+  for (int i = 0; i < 2; ++i) {
+    if (!is_ite(m, args[i])) continue;
+    if (const Term* t = ite_equals(m, args[i], args[1 - i])) return t;
+  }
+  if (m.is_array_type(m.type_of(a))) {
+    if (const Term* t = arrays_equal(m, a, b)) return t;
+    return arrays_equal(m, b, a);
+  }
+  if (is_nan(m, a)) return m.make_fp_isnan(b);
+  if (is_nan(m, b)) return m.make_fp_isnan(a);
+  return m.is_arithmetic_type(m.type_of(a)) ? simplify_arithmetic_equal(m, s, args) : nullptr;
+}
+
+}  // namespace quarv::termsimpl::extended

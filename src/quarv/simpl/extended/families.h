@@ -1,0 +1,49 @@
+/// \file
+/// Simplifications beside the required ones, by family. Each function returns a term equal to `s(args)` for
+/// all values under the SMT-LIB standard, or null when it has nothing to say.
+///
+/// They look at a bounded part of a term, and every result is smaller than what it stands for, or as large
+/// with simpler operators: fewer if-then-else, fewer variables. Therefore they end, in time linear in what is
+/// built.
+#pragma once
+
+#include <span>
+
+#include <quarv/term/term.h>
+
+namespace quarv {
+
+class TermManager;
+
+namespace termsimpl::extended {
+
+using Args = std::span<const Term* const>;
+
+// Core.
+const Term* simplify_and(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_or(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_not(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_iff(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_ite(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_equal(TermManager& m, const Symbol* s, Args args);
+/// An operator on if-then-elses whose branches are values, and on values: `(bvult (ite c #x01 #x05) #x03)` is
+/// `c`.
+const Term* lift_values(TermManager& m, const Symbol* s, Args args);
+
+// Arithmetic.
+const Term* simplify_plus(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_times(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_floor(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_leq(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args);
+
+// Floating point.
+const Term* fold_float(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_float(TermManager& m, const Symbol* s, Args args);
+
+// What is known by name alone.
+const Term* simplify_named(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_quantifier(TermManager& m, const Symbol* s, Args args);
+
+}  // namespace termsimpl::extended
+}  // namespace quarv

@@ -1,0 +1,172 @@
+#include <charconv>
+#include <string_view>
+
+#include <quarv/numbers/bv_number.h>
+#include <quarv/simpl/extended/exact_float.h>
+#include <quarv/simpl/extended/families.h>
+#include <quarv/simpl/extended/values.h>
+#include <quarv/simpl/fp/folding.h>
+
+namespace quarv::termsimpl::extended {
+
+namespace {
+
+using Format = IEEEFloat::format;
+
+const Term* nan_of(TermManager& m, Format f) {
+  QNumber bits;
+  BVNumber::pow2(f.ew + 1, &bits);
+  bits -= QNumber(1);
+  BVNumber::bit_left_shift(bits, f.mw - 1, &bits);
+  return m.make_fp_bits_number(bits, f.ew, f.mw);
+}
+
+/// The literal of a result, of NaN where there is none.
+const Term* literal(TermManager& m, const std::optional<IEEEFloat>& x, Format f) {
+  return x ? fp::make_literal(&m, *x) : nan_of(m, f);
+}
+
+/// The operations that round, under a mode for which the required layer does not fold.
+const Term* fold_arithmetic(TermManager& m, SymbolTag::tag tag, Args args, Rounding mode) {
+  const auto a = float_of(m, args[1]);
+  const auto b = args.size() > 2 ? float_of(m, args[2]) : std::nullopt;
+  if (!a || (args.size() > 2 && !b)) return nullptr;
+  const Format f = a->get_format();
+  switch (tag) {
+    case SymbolTag::FP_ADD:
+      return literal(m, sum(*a, *b, mode), f);
+    case SymbolTag::FP_SUB: {
+      IEEEFloat minus = *b;
+      minus.self_neg();
+      return literal(m, sum(*a, minus, mode), f);
+    }
+    case SymbolTag::FP_MUL:
+      return literal(m, product(*a, *b, mode), f);
+    case SymbolTag::FP_DIV:
+      return literal(m, quotient(*a, *b, mode), f);
+    case SymbolTag::FP_SQRT:
+      // A root is never half-way between two numbers of its format: its square would have too many digits.
+      return m.make_fp_sqrt(m.make_rounding_even(), args[1]);
+    default:
+      return nullptr;
+  }
+}
+
+/// Rounding to an integral value, which keeps the sign of a zero. An integer that is no number of the format
+/// is left alone: narrow formats have such.
+const Term* fold_to_integral(TermManager& m, Args args, Rounding mode) {
+  const auto x = float_of(m, args[1]);
+  if (!x) return nullptr;
+  if (x->is_nan() || x->is_inf()) return literal(m, x->is_nan() ? std::nullopt : x, x->get_format());
+  const QNumber integer = rounded_to_integer(exact_value(*x), mode);
+  const IEEEFloat result = rounded(integer, x->get_format(), Rounding::to_zero, x->get_sign());
+  return exact_value(result) == integer ? fp::make_literal(&m, result) : nullptr;
+}
+
+/// From another format, or from an integer.
+const Term* fold_to_float(TermManager& m, const Symbol* s, Args args, Rounding mode) {
+  Format f{};
+  if (!m.get_format_from_type(s->get_output_type(), &f.ew, &f.mw) || !has_exact_arithmetic(f)) return nullptr;
+  if (m.get_tag(s) == SymbolTag::FP_CAST) {
+    const auto x = float_of(m, args[1]);
+    if (!x) return nullptr;
+    if (x->is_nan()) return nan_of(m, f);
+    if (x->is_inf()) return fp::make_literal(&m, infinity(f, x->get_sign()));
+    return fp::make_literal(&m, rounded(exact_value(*x), f, mode, x->get_sign()));
+  }
+  const QNumber* bits = m.get_number(args[1]);
+  if (bits == nullptr) return nullptr;
+  QNumber value = *bits;
+  const std::size_t width = m.get_width_from_type(m.type_of(args[1]));
+  QNumber modulus;
+  BVNumber::pow2(width, &modulus);
+  if (m.get_tag(s) == SymbolTag::FP_FROM_SBV && value * QNumber(2) >= modulus) value -= modulus;
+  return fp::make_literal(&m, rounded(value, f, mode, false));
+}
+
+/// To a bit-vector, which must hold the integer: what happens otherwise is open.
+const Term* fold_to_bits(TermManager& m, const Symbol* s, Args args, Rounding mode) {
+  const auto x = float_of(m, args[1]);
+  if (!x || x->is_nan() || x->is_inf()) return nullptr;
+  const std::size_t width = m.get_width_from_type(s->get_output_type());
+  const bool is_signed = m.is_fp_to_sbv(s);
+  const QNumber integer = rounded_to_integer(exact_value(*x), mode);
+  QNumber modulus, end;
+  BVNumber::pow2(width, &modulus);
+  BVNumber::pow2(is_signed ? width - 1 : width, &end);
+  if (integer >= end || integer < (is_signed ? end.neg() : QNumber())) return nullptr;
+  return m.make_bv_number(integer.sign() < 0 ? integer + modulus : integer, width);
+}
+
+/// "(_ to_fp 8 24)" on a rational.
+const Term* fold_rational_to_float(TermManager& m, const Symbol* s, Args args) {
+  const auto mode = rounding_of(m, args[0]);
+  const QNumber* value = m.get_number(args[1]);
+  Format f{};
+  if (!mode || value == nullptr || !m.is_arithmetic_type(m.type_of(args[1]))) return nullptr;
+  if (!m.get_format_from_type(s->get_output_type(), &f.ew, &f.mw) || !has_exact_arithmetic(f)) return nullptr;
+  return fp::make_literal(&m, rounded(*value, f, *mode, false));
+}
+
+const Term* fold_fused(TermManager& m, Args args) {
+  const auto mode = rounding_of(m, args[0]);
+  const auto a = float_of(m, args[1]);
+  const auto b = float_of(m, args[2]);
+  const auto c = float_of(m, args[3]);
+  return mode && a && b && c ? literal(m, fused(*a, *b, *c, *mode), a->get_format()) : nullptr;
+}
+
+const Term* fold_remainder(TermManager& m, Args args) {
+  const auto a = float_of(m, args[0]);
+  const auto b = float_of(m, args[1]);
+  return a && b ? literal(m, remainder(*a, *b), a->get_format()) : nullptr;
+}
+
+const Term* fold_to_rational(TermManager& m, Args args) {
+  const auto x = float_of(m, args[0]);
+  return x && !x->is_nan() && !x->is_inf() ? m.make_number(exact_value(*x)) : nullptr;
+}
+
+/// `distinct` of many arguments.
+const Term* simplify_distinct(TermManager& m, Args args) {
+  hsh::HashSet<const Term*> seen;
+  bool all_values = true;
+  for (const Term* t : args) {
+    if (!seen.insert(t)) return m.false_term;
+    all_values = all_values && is_value(m, t) && !is_nan(m, t);
+  }
+  return all_values ? m.true_term : nullptr;
+}
+
+}  // namespace
+
+const Term* fold_float(TermManager& m, const Symbol* s, Args args) {
+  if (m.get_tag(s) == SymbolTag::FP_REM) return fold_remainder(m, args);
+  if (m.get_tag(s) == SymbolTag::FP_FMA) return fold_fused(m, args);
+  if (args.size() < 2) return nullptr;
+  const auto mode = rounding_of(m, args[0]);
+  if (!mode) return nullptr;
+  const SymbolTag::tag tag = m.get_tag(s);
+  if (tag == SymbolTag::FP_ROUND_TO_INT) return fold_to_integral(m, args, *mode);
+  if (*mode != Rounding::to_away) return nullptr;
+  switch (tag) {
+    case SymbolTag::FP_CAST:
+    case SymbolTag::FP_FROM_SBV:
+    case SymbolTag::FP_FROM_UBV:
+      return fold_to_float(m, s, args, *mode);
+    case SymbolTag::FP_TO_BV:
+      return fold_to_bits(m, s, args, *mode);
+    default:
+      return fold_arithmetic(m, tag, args, *mode);
+  }
+}
+
+const Term* simplify_named(TermManager& m, const Symbol* s, Args args) {
+  if (m.is_quantifier(s)) return simplify_quantifier(m, s, args);
+  const std::string_view name = s->name;
+  if (name == "fp.to_real") return fold_to_rational(m, args);
+  if (name == "distinct") return simplify_distinct(m, args);
+  return name.starts_with("(_ to_fp ") && args.size() == 2 ? fold_rational_to_float(m, s, args) : nullptr;
+}
+
+}  // namespace quarv::termsimpl::extended

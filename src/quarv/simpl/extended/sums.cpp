@@ -1,0 +1,183 @@
+#include <optional>
+#include <utility>
+
+#include <quarv/simpl/extended/facts.h>
+#include <quarv/simpl/extended/families.h>
+#include <quarv/simpl/extended/linear_sum.h>
+#include <quarv/simpl/extended/values.h>
+
+namespace quarv::termsimpl::extended {
+
+namespace {
+
+const QNumber one(1);
+const QNumber minus_one(-1);
+
+bool is_floor(const TermManager& m, const Term* t) {
+  return t->symbol == m.floor_symbol;
+}
+
+QNumber denominator(const QNumber& x) {
+  return QNumber::from_integer(x.den().get_mpz_t());
+}
+
+/// A sum of integers with fractions as coefficients, as an integer divided by another, which is how `div` is
+/// expressed; any other sum as it is.
+const Term* as_quotient(TermManager& m, LinearSum& sum) {
+  QNumber divisor = denominator(sum.constant);
+  for (const LinearSum::Monomial& x : sum) {
+    if (m.type_of(x.term) != m.int_type) return sum.to_term();
+    divisor = lcm(divisor, denominator(x.coefficient));
+  }
+  for (LinearSum::Monomial& x : sum) x.coefficient *= divisor;
+  sum.constant *= divisor;
+  const Term* dividend = sum.to_term();
+  QNumber reciprocal(1);
+  reciprocal /= divisor;
+  const Term* factor = m.make_number(reciprocal);
+  return m.make_times(factor, dividend);
+}
+
+}  // namespace
+
+/// Summands that can be put together, or cancel.
+const Term* simplify_plus(TermManager& m, const Symbol* /*s*/, Args args) {
+  LinearSum sum(m);
+  if (!sum.add(args[0], one) || !sum.add(args[1], one)) return nullptr;
+  sum.drop_zeros();
+  return sum.size() < sum.num_added() ? sum.to_term() : nullptr;
+}
+
+/// A number times a multiple.
+const Term* simplify_times(TermManager& m, const Symbol* /*s*/, Args args) {
+  for (int i = 0; i < 2; ++i) {
+    const QNumber* factor = m.get_number(args[i]);
+    const Term* t = args[1 - i];
+    if (factor == nullptr || !has_tag(m, t, SymbolTag::TIMES)) continue;
+    const QNumber* inner = m.get_number(t->args[0]);
+    if (inner == nullptr || !factor->is_small() || !inner->is_small()) continue;
+    const Term* product = m.make_number(*factor * *inner);
+    return m.make_times(product, t->args[1]);
+  }
+  return nullptr;
+}
+
+/// The integral part of a sum comes out: the greatest integer below x + n is n more than that below x.
+const Term* simplify_floor(TermManager& m, const Symbol* /*s*/, Args args) {
+  LinearSum sum(m);
+  if (!sum.add(args[0], one)) return nullptr;
+  sum.drop_zeros();
+  LinearSum whole(m);
+  LinearSum rest(m);
+  for (const LinearSum::Monomial& x : sum) {
+    const bool comes_out = m.type_of(x.term) == m.int_type && x.coefficient.is_integer();
+    if (!(comes_out ? whole : rest).add(x.term, x.coefficient)) return nullptr;
+  }
+  (sum.constant.is_integer() ? whole : rest).constant = sum.constant;
+  if (whole.size() == 0) return nullptr;
+  if (rest.size() == 0) return whole.to_term();
+  const Term* floor = m.make_floor(as_quotient(m, rest));
+  return m.make_plus(whole.to_term(), floor);
+}
+
+// Atoms.
+// ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
+/// Where the values of a sum without its constant lie, when it is a remainder: c times t - n * floor(t / n)
+/// is at least 0 and less than c * n.
+struct Range {
+  QNumber end;  // values are at least 0 and less than this; for negative c, greater than it and at most 0
+  bool positive = true;
+};
+
+std::optional<Range> range_of_remainder(TermManager& m, LinearSum& sum) {
+  for (LinearSum::Monomial& x : sum) {
+    if (!is_floor(m, x.term)) continue;
+    const QNumber factor = x.coefficient.neg();
+    LinearSum dividend(m);
+    LinearSum others(m);
+    if (!dividend.add(x.term->args[0], one) || !dividend.constant.is_zero()) continue;
+    bool fits = true;
+    for (const LinearSum::Monomial& y : sum) {
+      if (y.term != x.term) fits &= others.add(y.term, y.coefficient);
+    }
+    if (fits && others.is_multiple_of(dividend, factor)) return Range{factor, factor.sign() > 0};
+  }
+  return std::nullopt;
+}
+
+/// What is known of remainder + constant <= 0.
+const Term* remainder_at_most(TermManager& m, const Range& range, const QNumber& constant) {
+  const QNumber most = constant.neg();  // remainder <= most
+  if (range.positive) {
+    if (most.sign() < 0) return m.false_term;
+    return range.end <= most ? m.true_term : nullptr;
+  }
+  if (most.sign() >= 0) return m.true_term;
+  return most <= range.end ? m.false_term : nullptr;
+}
+
+}  // namespace
+
+namespace {
+
+/// An if-then-else, compared with a number, of which each branch decides under its condition: (<= 0 (abs i)).
+const Term* compared_branches(TermManager& m, Args args) {
+  const bool number_first = m.get_number(args[0]) != nullptr;
+  const Term* number = args[number_first ? 0 : 1];
+  const Term* ite = args[number_first ? 1 : 0];
+  if (m.get_number(number) == nullptr || !has_tag(m, ite, SymbolTag::TERM_ITE)) return nullptr;
+  const Term* truth[2];
+  for (int i = 0; i < 2; ++i) {
+    const Term* branch = ite->args[i + 1];
+    Facts facts(m);
+    facts.assume(ite->args[0], i == 0);
+    truth[i] = facts.applied_to(number_first ? m.make_leq(number, branch) : m.make_leq(branch, number));
+    if (!is_value(m, truth[i])) return nullptr;
+  }
+  return m.make_ite(ite->args[0], truth[0], truth[1]);
+}
+
+}  // namespace
+
+/// Remainders lie in a known range.
+const Term* simplify_leq(TermManager& m, const Symbol* /*s*/, Args args) {
+  if (const Term* t = compared_branches(m, args)) return t;
+  LinearSum sum(m);
+  if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
+  sum.drop_zeros();
+  const auto range = range_of_remainder(m, sum);
+  if (!range) return nullptr;
+  if (const Term* t = remainder_at_most(m, *range, sum.constant)) return t;
+  // Integral remainders end one below the divisor.
+  const bool integral = m.type_of(args[0]) == m.int_type && m.type_of(args[1]) == m.int_type;
+  if (!integral || !range->end.is_integer()) return nullptr;
+  const QNumber most = sum.constant.neg();
+  if (range->positive) return range->end - one <= most ? m.true_term : nullptr;
+  return most < range->end + one ? m.false_term : nullptr;
+}
+
+/// A difference that is 0 is an equality of what it is a difference of.
+const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* /*s*/, Args args) {
+  LinearSum sum(m);
+  if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
+  sum.drop_zeros();
+  if (const auto range = range_of_remainder(m, sum)) {
+    const QNumber value = sum.constant.neg();
+    const bool inside =
+        range->positive ? value.sign() >= 0 && value < range->end : value.sign() <= 0 && range->end < value;
+    if (!inside) return m.false_term;
+  }
+  if (sum.end() - sum.begin() != 2 || !sum.constant.is_zero()) return nullptr;
+  const LinearSum::Monomial& x = sum.begin()[0];
+  const LinearSum::Monomial& y = sum.begin()[1];
+  if (!(x.coefficient == y.coefficient.neg())) return nullptr;
+  const Term* pair[2] = {x.term, y.term};
+  if (pair[0]->id > pair[1]->id) std::swap(pair[0], pair[1]);
+  const DataType* type = m.get_supertype(m.type_of(x.term), m.type_of(y.term));
+  return m.do_make_term(m.make_equal_symbol(type), Args(pair));
+}
+
+}  // namespace quarv::termsimpl::extended

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <quarv/term/term_manager.h>
+
+namespace quarv::termsimpl::extended {
+
+/// A number, a literal, `true`, `false`, a rounding mode.
+inline bool is_value(const TermManager& m, const Term* t) {
+  return m.get_tag(t->symbol) == SymbolTag::CONSTANT;
+}
+
+/// A literal that encodes NaN, which has many encodings and is one value.
+bool is_nan(const TermManager& m, const Term* t);
+
+/// Two values of one sort that are not the same.
+inline bool are_distinct_values(const TermManager& m, const Term* a, const Term* b) {
+  return a != b && is_value(m, a) && is_value(m, b) && !(is_nan(m, a) && is_nan(m, b));
+}
+
+/// Two terms that differ under every interpretation, as far as a glance shows: values, and sums of the same
+/// term with different constants.
+bool are_distinct(const TermManager& m, const Term* a, const Term* b);
+
+/// One of the two is the negation of the other.
+inline bool are_complementary(const TermManager& m, const Term* a, const Term* b) {
+  return (a->symbol == m.not_symbol && a->args[0] == b) || (b->symbol == m.not_symbol && b->args[0] == a);
+}
+
+inline bool has_tag(const TermManager& m, const Term* t, SymbolTag::tag tag) {
+  return m.get_tag(t->symbol) == tag;
+}
+
+}  // namespace quarv::termsimpl::extended
