@@ -87,6 +87,7 @@ std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions
                                     {"simplifiers", !how.no_simplifiers},
                                     {"library_semantics", how.library_semantics},
                                     {"canonical", how.canonical},
+                                    {"extended", options.extended},
                                     {"share", how.sharing},
                                     {"rule_files", rule_files},
                                     {"disabled_rules", how.disabled_rules},

@@ -174,12 +174,14 @@ struct Arguments {
   std::string input = "-";
   bool no_rules = false;
   bool library_semantics = false;
+  bool only_standard = false;
 };
 
 int converse(const Arguments& arguments) {
   SessionOptions options;
   options.rules = !arguments.no_rules;
   options.library_semantics = arguments.library_semantics;
+  options.extended = !arguments.only_standard && !arguments.library_semantics;
 
   const std::unique_ptr<TextSource> source = open_text_source(arguments.input);
   Output output("-");
@@ -213,6 +215,7 @@ void add_repl(const CommandLine& program, int& status) {
       .type("")
       .shows_default();
   command.flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
+  add_extension_option(command, arguments->only_standard);
   add_semantics_option(command, arguments->library_semantics);
   command.callback([arguments, &status] { status = converse(*arguments); });
 }

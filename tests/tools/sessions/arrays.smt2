@@ -1,4 +1,4 @@
-; quarv repl --no-rules
+; quarv repl --rules-only-standard --no-rules
 ; Reads of constant arrays, chains of writes, equality of array values.
 (define-sort A () (Array Int Int))
 (define-sort B () (Array (_ BitVec 1) (_ BitVec 1)))

@@ -1,4 +1,4 @@
-; quarv repl --no-rules
+; quarv repl --rules-only-standard --no-rules
 ; Connectives: absorption, idempotence, complements one negation deep, arguments in order of age.
 (declare-const p Bool)
 (declare-const q Bool)

@@ -1,4 +1,4 @@
-; quarv repl --no-rules --library-semantics
+; quarv repl --rules-only-standard --no-rules --library-semantics
 ; Arithmetic modulo 2^w, division by zero included.
 (declare-const x (_ BitVec 8))
 (declare-const y (_ BitVec 8))

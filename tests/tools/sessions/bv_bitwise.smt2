@@ -1,4 +1,4 @@
-; quarv repl --no-rules --library-semantics
+; quarv repl --rules-only-standard --no-rules --library-semantics
 ; Bitwise operators, shifts by amounts up to the width and beyond it, rotations.
 (declare-const x (_ BitVec 4))
 (declare-const y (_ BitVec 4))

@@ -1,4 +1,4 @@
-; quarv repl --no-rules --library-semantics
+; quarv repl --rules-only-standard --no-rules --library-semantics
 ; Comparisons fold on constants only; no identity and no extreme value is special.
 (declare-const x (_ BitVec 4))
 (declare-const y (_ BitVec 4))

@@ -1,4 +1,4 @@
-; quarv repl
+; quarv repl --rules-only-standard
 ; What the rewrite rules add to the folding of constants.
 (declare-const x (_ BitVec 8))
 (declare-const y (_ BitVec 8))

@@ -1,4 +1,4 @@
-; quarv repl --no-rules --library-semantics
+; quarv repl --rules-only-standard --no-rules --library-semantics
 ; Concatenation, extraction, extension, and conversions from and to integers.
 (declare-const x (_ BitVec 4))
 (declare-const y (_ BitVec 8))

@@ -1,4 +1,4 @@
-; quarv repl --no-rules
+; quarv repl --rules-only-standard --no-rules
 ; floor, div, mod, abs, is_int, and congruences.
 (declare-const x Int)
 (declare-const y Int)

@@ -1,4 +1,4 @@
-; quarv repl --library-semantics
+; quarv repl --rules-only-standard --library-semantics
 ; Conversions between floating point and bit-vectors.
 (define-sort F () (_ FloatingPoint 3 5))
 (declare-const m RoundingMode)

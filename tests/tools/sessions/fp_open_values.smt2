@@ -1,4 +1,4 @@
-; quarv repl
+; quarv repl --rules-only-standard
 ; What the SMT-LIB standard leaves open stays open, and there is one NaN.
 (define-sort F () (_ FloatingPoint 3 5))
 (define-fun nan () F (fp #b1 #b111 #x1))

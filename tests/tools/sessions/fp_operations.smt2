@@ -1,4 +1,4 @@
-; quarv repl --library-semantics
+; quarv repl --rules-only-standard --library-semantics
 ; The operations of IEEE 754 on constants, in a format of 3 exponent and 4 stored significand bits.
 (define-sort F () (_ FloatingPoint 3 5))
 (declare-const m RoundingMode)

@@ -1,4 +1,4 @@
-; quarv repl --library-semantics
+; quarv repl --rules-only-standard --library-semantics
 ; Comparisons and classes of constants: a NaN is nothing but NaN, the two zeros are equal.
 (define-sort F () (_ FloatingPoint 3 5))
 (declare-const x F)

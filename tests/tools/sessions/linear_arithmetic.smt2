@@ -1,4 +1,4 @@
-; quarv repl --no-rules
+; quarv repl --rules-only-standard --no-rules
 ; Sums and products, and atoms as a polynomial with coprime integer coefficients against a numeral.
 (declare-const x Int)
 (declare-const y Int)

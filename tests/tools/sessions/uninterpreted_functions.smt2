@@ -1,4 +1,4 @@
-; quarv repl --no-rules
+; quarv repl --rules-only-standard --no-rules
 ; Arithmetic arguments of functions are brought to one form, others are left alone.
 (declare-sort U 0)
 (declare-const x Int)

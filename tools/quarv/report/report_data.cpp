@@ -142,6 +142,7 @@ smtlib::SimplifyOptions options_of(const Json& json) {
   options.rules = json.value("rules", true);
   options.simplifiers = json.value("simplifiers", true);
   options.library_semantics = json.value("library_semantics", false);
+  options.extended = json.value("extended", false);
   options.smallest = !options.library_semantics && !json.value("canonical", false);
   options.disabled_rules = json.value("disabled_rules", std::vector<std::string>());
   return options;

@@ -11,6 +11,11 @@ void add_semantics_option(const CommandLine& command, bool& library_semantics) {
   command.flag("--standard", library_semantics, "").hidden();  // its former name, for old scripts
 }
 
+void add_extension_option(const CommandLine& command, bool& only_standard) {
+  command.flag("--rules-only-standard", only_standard,
+               "Use the standard rules and simplifiers alone, none of those that are beside them");
+}
+
 void add_step_options(const CommandLine& command, SimplifyArguments& arguments) {
   const Option no_rules =
       command.flag("--no-rules", arguments.no_rules, "Simplify operators, but apply no rewrite rule");
@@ -30,6 +35,7 @@ void add_step_options(const CommandLine& command, SimplifyArguments& arguments) 
               "Do not apply this rule, given by name, number (quarv rules list) or text; may be repeated")
       .type("RULE")
       .one_at_a_time();
+  add_extension_option(command, arguments.only_standard);
   add_semantics_option(command, arguments.library_semantics);
 }
 
@@ -51,6 +57,7 @@ smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
   options.rules = !arguments.no_rules;
   options.simplifiers = !arguments.no_simplifiers;
   options.library_semantics = arguments.library_semantics;
+  options.extended = !arguments.only_standard && !arguments.library_semantics;
   // What the library's own semantics equates need not be equal for whoever reads the output.
   options.smallest = !arguments.canonical && !arguments.library_semantics;
   if (arguments.sharing == "let") options.sharing = smtlib::Sharing::let;

@@ -15,6 +15,7 @@ struct SimplifyArguments {
   bool no_simplifiers = false;
   bool library_semantics = false;
   bool canonical = false;
+  bool only_standard = false;
   std::string sharing = "auto";
   std::vector<std::string> rule_files;
   std::vector<std::string> disabled_rules;
@@ -28,6 +29,9 @@ void add_step_options(const CommandLine& command, SimplifyArguments& arguments);
 
 /// The option that leaves strict semantics out.
 void add_semantics_option(const CommandLine& command, bool& library_semantics);
+
+/// The option that leaves out what is beside the standard rules and simplifiers.
+void add_extension_option(const CommandLine& command, bool& only_standard);
 
 /// Reads the rule files. Throws FileError.
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments);
