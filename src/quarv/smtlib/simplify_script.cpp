@@ -117,7 +117,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
       // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point.
       const bool better = std::tuple(chosen->size, now.size()) < std::tuple(chosen->as_written, text.size());
       if (!better) now = text;
-      if (!better || report.rounds == most_rounds) {
+      if (!better || report.rounds == 8 * most_rounds) {
         out << (has_outgrown(now, input, options) ? input : now);
         return report;
       }

@@ -246,7 +246,7 @@ void Trace::on_simplification(const Symbol* op, std::span<const Term* const> arg
   const std::size_t sort = define_sort(op->get_output_type());
   begin_step();
   out_.put(",\"simplifier\":");
-  put_string(SymbolTag::name(manager_.get_tag(op)));
+  put_string(manager_.is_quantifier(op) ? op->name : SymbolTag::name(manager_.get_tag(op)));
   put_head(op);
   put_number(",\"sort\":", sort);
   put_list(",\"args\":", args);
