@@ -157,7 +157,7 @@ void NormalForms::constant(Node n) {
     if (base_.size() < g_.num_classes()) base_.resize(g_.num_classes(), none);
     const ClassId own = own_;
     same(c);
-    base_[own] = base_[g_.find(own)] = g_.first_form(c);
+    base_[own] = base_[g_.find(own)] = literal_form(own, *value);
     return;
   }
   if (n.as_real()) {

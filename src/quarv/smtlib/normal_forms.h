@@ -95,6 +95,7 @@ class NormalForms {
   // normal_forms_arith.cpp
   ClassId number(const QNumber& value, bool real);
   ClassId new_number(const QNumber& value, bool real);
+  forms::FormId literal_form(ClassId c, const QNumber& value) const;
   ClassId multiple(const QNumber& positive, ClassId monomial, bool real);
   ClassId total(std::span<const ClassId> parts, bool real);
   bool collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const;

@@ -32,6 +32,29 @@ NormalForms::ClassId NormalForms::new_number(const QNumber& value, bool real) {
   return app("/", {leaf(natural(value.num(), true), sort), leaf(natural(value.den(), true), sort)}, sort);
 }
 
+/// The form in which `new_number` writes a number, among others that its class has.
+forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
+  const auto is_literal = [this](const forms::Form& f) {
+    return f.num_children == 0 && g_.head_at(f.head).symbol == nullptr;
+  };
+  const std::string_view head = value.sign() < 0 ? "-" : "/";
+  const std::size_t num_parts = value.sign() < 0 ? 1 : 2;
+  forms::FormId written = forms::none;
+  for (forms::FormId f = g_.first_form(c); f != forms::none; f = g_.form(f).next) {
+    const forms::Form& form = g_.form(f);
+    if (is_literal(form)) return f;
+    if (form.num_children != num_parts || g_.head_at(form.head).text != head || written != forms::none)
+      continue;
+    const auto parts = g_.children(form);
+    const bool of_literals = std::all_of(parts.begin(), parts.end(), [&](ClassId part) {
+      const forms::FormId first = g_.first_form(part);
+      return first != forms::none && g_.find(part) != g_.find(c) && is_literal(g_.form(first));
+    });
+    if (of_literals) written = f;
+  }
+  return written != forms::none ? written : g_.first_form(c);
+}
+
 /// "(* 3 x)", "(/ x 3.0)", "x".
 NormalForms::ClassId NormalForms::multiple(const QNumber& positive, ClassId monomial, bool real) {
   const DataType* sort = real ? m_.rat_type : m_.int_type;

@@ -16,6 +16,19 @@ class LinearSum {
     QNumber coefficient;
   };
 
+  /// Visits the summands of a sum, the numerals of multiples left out, until the visitor returns false or
+  /// there are too many. Sums lean to one side; what stands on the other is visited as a whole.
+  template <class Visit>
+  static bool for_each_summand(const TermManager& m, const Term* t, Visit visit) {
+    for (std::size_t n = 0; m.get_tag(t->symbol) == SymbolTag::PLUS; ++n) {
+      if (n == most_summands) return false;
+      const bool leans_left = m.get_tag(t->args[0]->symbol) == SymbolTag::PLUS;
+      if (!visit(without_factor(m, t->args[leans_left ? 1 : 0]))) return false;
+      t = t->args[leans_left ? 0 : 1];
+    }
+    return visit(without_factor(m, t));
+  }
+
   explicit LinearSum(TermManager& m) : m_(m) {}
 
   /// Adds `factor` times a term; false when that makes the sum too long or its numbers too large.
@@ -42,6 +55,10 @@ class LinearSum {
  private:
   static constexpr std::size_t most_summands = 12;
 
+  static const Term* without_factor(const TermManager& m, const Term* t) {
+    const bool is_multiple = m.get_tag(t->symbol) == SymbolTag::TIMES && m.get_number(t->args[0]) != nullptr;
+    return is_multiple ? t->args[1] : t;
+  }
   Monomial* find(const Term* t);
 
   TermManager& m_;

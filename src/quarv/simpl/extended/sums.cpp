@@ -1,3 +1,5 @@
+#include <array>
+#include <cstdint>
 #include <optional>
 #include <utility>
 
@@ -15,6 +17,42 @@ const QNumber minus_one(-1);
 
 bool is_floor(const TermManager& m, const Term* t) {
   return t->symbol == m.floor_symbol;
+}
+
+/// Whether a sum is no longer than is looked at.
+bool is_short(const TermManager& m, const Term* t) {
+  return LinearSum::for_each_summand(m, t, [](const Term*) { return true; });
+}
+
+bool has_floor(const TermManager& m, const Term* t) {
+  bool found = false;
+  LinearSum::for_each_summand(m, t, [&](const Term* x) {
+    found = is_floor(m, x);
+    return !found;
+  });
+  return found;
+}
+
+/// Whether some monomial may occur twice in a sum of two short sums, or a numeral: a glance, before anything
+/// is computed.
+bool may_merge(const TermManager& m, Args args) {
+  std::array<std::uint64_t, 4> seen{};  // a bit for the id of each summand
+  bool has_number = false;
+  bool merges = false;
+  const auto look = [&](const Term* x) {
+    if (m.get_number(x) != nullptr) {
+      merges = merges || has_number;
+      has_number = true;
+      return true;
+    }
+    std::uint64_t& word = seen[x->id / 64 % seen.size()];
+    const std::uint64_t bit = std::uint64_t{1} << (x->id % 64);
+    merges = merges || (word & bit) != 0 || has_tag(m, x, SymbolTag::PLUS);
+    word |= bit;
+    return true;
+  };
+  return LinearSum::for_each_summand(m, args[0], look) && LinearSum::for_each_summand(m, args[1], look) &&
+         merges;
 }
 
 QNumber denominator(const QNumber& x) {
@@ -42,6 +80,7 @@ const Term* as_quotient(TermManager& m, LinearSum& sum) {
 
 /// Summands that can be put together, or cancel.
 const Term* simplify_plus(TermManager& m, const Symbol* /*s*/, Args args) {
+  if (!may_merge(m, args)) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], one)) return nullptr;
   sum.drop_zeros();
@@ -145,6 +184,7 @@ const Term* compared_branches(TermManager& m, Args args) {
 /// Remainders lie in a known range.
 const Term* simplify_leq(TermManager& m, const Symbol* /*s*/, Args args) {
   if (const Term* t = compared_branches(m, args)) return t;
+  if (!has_floor(m, args[0]) && !has_floor(m, args[1])) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
   sum.drop_zeros();
@@ -161,6 +201,7 @@ const Term* simplify_leq(TermManager& m, const Symbol* /*s*/, Args args) {
 
 /// A difference that is 0 is an equality of what it is a difference of.
 const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* /*s*/, Args args) {
+  if (!is_short(m, args[0]) || !is_short(m, args[1])) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
   sum.drop_zeros();
