@@ -21,7 +21,7 @@ PROGRAM_SECONDS = 300
 
 INTRODUCTION = """# Rewrite rules in practice
 
-What `quarv simplify` does to {num_files} scripts of others whose logic has bit-vectors. This page is written by
+What `quarv simplify` does to {num_files} scripts by other authors, in logics with bit-vectors. This page is written by
 
     bench/rules_in_practice.py FOLDER > docs/rules-in-practice.md
 
