@@ -59,7 +59,8 @@ PyFunction function(const PyManager& self, const std::string& name, const std::v
   std::vector<const DataType*> sorts;
   sorts.reserve(arguments.size());
   for (const py::object& s : arguments) sorts.push_back(sort_of(self.session(), s));
-  if (sorts.empty()) throw std::invalid_argument("a function has arguments; without, it is a constant");
+  if (sorts.empty())
+    throw std::invalid_argument("a function needs at least one argument; without arguments it is a constant");
   const DataType* to = sort_of(self.session(), result);
   return {self.session(), name, self.session()->reader.function(name, sorts, to)};
 }
@@ -70,7 +71,7 @@ PyTerm value(const PyManager& self, const py::object& value, const py::object& s
   TermManager& m = t.manager();
   const bool whole_real = wanted == m.rat_type && t.sort() == m.int_type;
   if (t.sort() != wanted && !whole_real) {
-    throw SortError(smtlib::term_text(t.session->manager(), t.term) + " is no constant of sort " +
+    throw SortError(smtlib::term_text(t.session->manager(), t.term) + " is not a constant of sort " +
                     wanted->abbreviated());
   }
   return t;

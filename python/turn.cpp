@@ -35,7 +35,7 @@ Turn::Turn() {
   }
   if (l.handles_signals) {
     l.mutex.unlock();
-    throw std::runtime_error("quarv is called by the handler of a signal that came in the midst of a call");
+    throw std::runtime_error("quarv was called by a signal handler during another call of quarv");
   }
 }
 

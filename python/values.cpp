@@ -58,7 +58,7 @@ const Term* float_constant(PySession& session, double value, const DataType* sor
 }
 
 [[noreturn]] void no_constant(py::handle value, const DataType* wanted) {
-  throw SortError(shown(value) + " is no constant of sort " + wanted->abbreviated());
+  throw SortError(shown(value) + " is not a constant of sort " + wanted->abbreviated());
 }
 
 }  // namespace
@@ -99,12 +99,14 @@ PyTerm as_term(const Shared& session, py::handle value, const DataType* wanted) 
   if (py::isinstance<PyIncomparable>(value)) throw SortError(value.cast<const PyIncomparable&>().reason);
   if (py::isinstance<py::bool_>(value)) return {session, m.make_bool(value.cast<bool>())};
   if (wanted == nullptr) {
-    throw py::type_error("a term is expected, not " + shown(value) + ": no other argument tells the sort");
+    throw py::type_error("a term is expected, not " + shown(value) +
+                         ": no other argument determines the sort");
   }
   const bool integer = py::isinstance<py::int_>(value);
   const bool floating = py::isinstance<py::float_>(value);
   if (m.is_bv_type(wanted) && integer) {
-    return {session, smtlib::build::bit_vector(session->manager(), number_of(value), m.get_width_from_type(wanted))};
+    return {session,
+            smtlib::build::bit_vector(session->manager(), number_of(value), m.get_width_from_type(wanted))};
   }
   if (m.is_fp_type(wanted) && integer) {
     return {session, float_constant(*session, number_of(value), wanted)};

@@ -88,7 +88,7 @@ static void numbers(void) {
   EXPECT(quarv_value(m, quarv_true(m)) == NULL);
   EXPECT(quarv_error(m) == QUARV_OK);
   EXPECT(quarv_bv_number(m, "1.5", 8) == NULL);
-  EXPECT_ERROR(m, QUARV_SORT_ERROR, "BitVec: 3/2 is no integer");
+  EXPECT_ERROR(m, QUARV_SORT_ERROR, "BitVec: 3/2 is not an integer");
   EXPECT(quarv_number(m, "one") == NULL);
   EXPECT(quarv_error(m) == QUARV_INVALID_ARGUMENT);
   EXPECT(quarv_bv(m, 0, 0) == NULL);
@@ -147,7 +147,7 @@ static void says_what_is_wrong(void) {
   EXPECT(make1(m, "(_ extract 3)", x) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "extract: 1 index given, 2 expected");
   EXPECT(make1(m, "(_ extract 99999999999999999999 0)", x) == NULL);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "extract: the index 99999999999999999999 is no numeral of 64 bits");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "extract: the index 99999999999999999999 is not a numeral of at most 64 bits");
   EXPECT(make1(m, "bvfoo", x) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "unknown operator bvfoo");
   EXPECT(make1(m, "(extract 3 0)", x) == NULL);
@@ -159,9 +159,9 @@ static void says_what_is_wrong(void) {
   EXPECT(quarv_arg(m, x, 0) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "the term has 0 arguments");
   EXPECT(quarv_constant(m, "x", quarv_int_sort(m)) == NULL);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "x is declared with other sorts already");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "x is already declared with different sorts");
   EXPECT(quarv_constant(m, "true", quarv_int_sort(m)) == NULL);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "true has another meaning already");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "true already has another meaning");
   EXPECT(quarv_constant(m, "a|b", quarv_int_sort(m)) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a name must not contain '|'");
   EXPECT(quarv_declare_sort(m, "a\\b") == NULL);
@@ -204,14 +204,14 @@ static void declares_sorts_once(void) {
   EXPECT(quarv_declare_sort(m, "declared twice") != NULL);
   EXPECT(quarv_parse_script(m, "(declare-sort U 1)(declare-const a (U Int))(assert (= a a))", "a.smt2",
                             &assertions, &n) == QUARV_INVALID_ARGUMENT);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a.smt2:1:15: sort U has another number of parameters");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a.smt2:1:15: sort U has a different number of parameters");
   EXPECT(quarv_parse_script(
              m,
              "(declare-sort U 0)(declare-sort P 1)(declare-sort |S s| 0)(declare-fun b (|S s|) (P U))"
              "(declare-const c |S s|)(assert (= (b c) (b c)))",
              "b.smt2", &assertions, &n) == QUARV_OK);
   EXPECT(quarv_declare_sort(m, "P") == NULL);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "sort P has another number of parameters");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "sort P has a different number of parameters");
   EXPECT(quarv_parse_sort(m, "(P U)") != NULL);
   EXPECT(quarv_declare_sort(m, "S s") == quarv_parse_sort(m, "|S s|"));
   EXPECT_TEXT(quarv_script(m, assertions, n),

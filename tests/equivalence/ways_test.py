@@ -94,7 +94,7 @@ class MetamorphicTest(WithPrograms):
         done = self.metamorphic('while "none" in options: print("(assert p)" * 1000)')
         self.assertEqual(done.returncode, 0, done.stdout)
         self.assertIn("7 outputs, 1 different texts, 1 too large.", done.stdout)
-        done = self.metamorphic('if "none" in options: sys.exit("error: without sharing the output would exceed 4 GiB")')
+        done = self.metamorphic('if "none" in options: sys.exit("error: without sharing, the output would exceed 4 GiB")')
         self.assertEqual(done.returncode, 0, done.stdout)
         self.assertIn("7 outputs, 1 different texts, 1 too large.", done.stdout)
 

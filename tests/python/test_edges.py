@@ -23,7 +23,7 @@ def test_numbers_of_any_length(m):
     assert m.value(LONG + 3, "(_ BitVec 8)").value == (LONG + 3) % 256
     assert (m.int("i") + LONG).args[1].value == LONG
     assert str(m.value(LONG, "Float32")) == "(_ +oo 8 24)"
-    with pytest.raises(SortError, match="^a value of type int is no constant of sort Bool$"):
+    with pytest.raises(SortError, match="^a value of type int is not a constant of sort Bool$"):
         m.value(LONG, "Bool")
     for declare in (lambda: m.bv("x", LONG), lambda: quarv.extract(LONG, 0, m.bv("y", 8)),
                     lambda: quarv.zero_extend(LONG, m.bv("y", 8))):
@@ -121,7 +121,7 @@ def test_names_that_no_symbol_has(m):
 
 def test_values_are_of_the_sort_that_is_asked_for(m):
     for value, sort in ((True, "Int"), (True, "(_ BitVec 1)"), (m.int("i"), "Bool"), (1, "Bool")):
-        with pytest.raises(SortError, match="is no constant of sort"):
+        with pytest.raises(SortError, match="is not a constant of sort"):
             m.value(value, sort)
     assert m.value(True, "Bool").value is True and m.value(3, "Real").value == 3
     with pytest.raises(TypeError, match="^a sort is given as a Sort or as its text, not as int$"):

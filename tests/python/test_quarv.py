@@ -146,13 +146,13 @@ def test_errors_are_one_line(m):
     x, y = m.bv("x", 8), m.bv("y", 16)
     with pytest.raises(SortError, match=r"^bvadd: argument 2 has sort \(_ BitVec 16\), expected \(_ BitVec 8\)$"):
         x + y
-    with pytest.raises(SortError, match=r"^1.5 is no constant of sort \(_ BitVec 8\)$"):
+    with pytest.raises(SortError, match=r"^1.5 is not a constant of sort \(_ BitVec 8\)$"):
         x + 1.5
     with pytest.raises(ParseError, match=r"^a\.smt2:2:2: error: unknown command foo$"):
         m.parse_smt2("\n(foo)", "a.smt2")
     with pytest.raises(quarv.Error, match="^unknown operator bvfoo$"):
         m.make("bvfoo", x)
-    with pytest.raises(quarv.Error, match="^x is declared with other sorts already$"):
+    with pytest.raises(quarv.Error, match="^x is already declared with different sorts$"):
         m.int("x")
     with pytest.raises(quarv.Error, match=r"^a name must not contain a NUL byte$"):
         m.int("a\0b")

@@ -116,7 +116,7 @@ TEST(RuleLanguage, RejectsANameGivenTwice) {
   } catch (const RuleError& e) {
     EXPECT_EQ(e.line(), 4u);
     EXPECT_EQ(e.column(), 2u);
-    EXPECT_EQ(e.reason(), "the rule of line 1 has this name already");
+    EXPECT_EQ(e.reason(), "the rule of line 1 already has this name");
   }
 }
 

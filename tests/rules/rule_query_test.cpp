@@ -173,7 +173,7 @@ TEST(RuleInstance, LooksAroundTheNumbersOfTheRule) {
 TEST(RuleInWords, SaysRulesAsAPersonWould) {
   const auto reads = [](const char* text) { return in_words(parse_rule(text)); };
   EXPECT_EQ(reads("rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)"),
-            "t + c becomes c + t if c is a constant and t is no constant.");
+            "t + c becomes c + t if c is a constant and t is not a constant.");
   EXPECT_EQ(reads("rewrite(bvult(t, t_0), identity(t, t_0)) >> false"), "t < t becomes false.");
   EXPECT_EQ(reads("rewrite(bvult(0, t), (0 == 0)) >> ~((t == 0))"), "0 < t becomes not (t = 0).");
   EXPECT_EQ(reads("rewrite(bvsub(t1, bvmul(t2, t3)), ) >> bvadd(t1, bvneg(bvmul(t2, t3)))"),

@@ -119,7 +119,7 @@ TEST_F(BatchInputs, HaveNamesOfAnyBytes) {
     EXPECT_EQ(rows(run("$quarv batch " + std::string(archive) + " 2> said").out).size(), 5u) << archive;
   }
   run("cp a.smt2 'in/x\\xff.smt2'");
-  expect_refusal("in", "results would call two files in/x\\xff.smt2");
+  expect_refusal("in", "two files would be called in/x\\xff.smt2 in the results");
 }
 
 TEST_F(BatchInputs, AreNotReplaced) {
@@ -149,7 +149,7 @@ TEST_F(BatchInputs, ResultsGoToDevicesAndPipes) {
   EXPECT_EQ(full.err, "quarv: error: cannot write /dev/full: No space left on device\n");
   EXPECT_EQ(run("$quarv batch a.smt2 --results .").err, "quarv: error: cannot write .: Is a directory\n");
   expect_refusal("a.smt2 --resume --results /dev/null",
-                 "--resume: needs results in a file: /dev/null is none (quarv batch --help tells more)");
+                 "--resume: needs results in a regular file: /dev/null is not one (see quarv batch --help)");
   EXPECT_EQ(run("$quarv batch a.smt2 --out a.smt2").err,
             "quarv: error: cannot create a.smt2: Not a directory\n");
   EXPECT_EQ(run("$quarv batch a.smt2 --results no/where").err,

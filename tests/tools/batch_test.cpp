@@ -271,7 +271,7 @@ TEST_F(Batch, ResumesWhatHasChanged) {
   EXPECT_EQ(rows(read("out/results.jsonl")).size(), 1u);
   write("out/results.jsonl", "something else\n");
   EXPECT_EQ(run("$quarv batch --resume --out out in").err,
-            "quarv: error: out/results.jsonl:1: these are no results of quarv batch\n");
+            "quarv: error: out/results.jsonl:1: these are not results of quarv batch\n");
 }
 
 TEST_F(Batch, IsInterruptedInGoodOrder) {

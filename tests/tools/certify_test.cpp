@@ -173,7 +173,7 @@ TEST_F(Certify, TakesNoAnswerForAnother) {
   const Result r = certify("-j 1", doubly_negated("say_more") + doubly_negated("p"));
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out,
-            "<stdin>:2: assertion 1: failed: the solver bash fake.sh answered unsat, sat to one question\n"
+            "<stdin>:2: assertion 1: failed: the solver bash fake.sh answered unsat, sat to a single query\n"
             "<stdin>:4: assertion 2: proved\n"
             "2 pairs of terms: 1 proved, 0 refuted, 0 undecided, 0 unsupported, 1 failed\n");
 }

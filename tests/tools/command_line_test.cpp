@@ -34,8 +34,7 @@ TEST_F(CommandLine, SuggestsTheNearestCommand) {
   expect_refusal("", "a command is missing (quarv --help lists them)");
   expect_refusal("rules", "a command is missing (quarv rules --help lists them)");
   expect_refusal("simplify --bogus",
-                 "The following argument was not expected: --bogus (quarv "
-                 "simplify --help tells more)");
+                 "The following argument was not expected: --bogus (see quarv simplify --help)");
 }
 
 TEST_F(CommandLine, SaysWhichCommandTakesAFile) {
@@ -172,9 +171,9 @@ TEST_F(CommandLine, RefusesToWriteWhereItReads) {
   expect_refusal("simplify in.smt2 -o out --trace ./out", same);
   expect_refusal("simplify in.smt2 --trace /dev/stdout", same);
   expect_refusal("simplify in.smt2 -o out --trace link",
-                 "--trace: it would replace the script (quarv simplify --help tells more)");
+                 "--trace: it would replace the script (see quarv simplify --help)");
   expect_refusal("report in.smt2 -o link",
-                 "--output: the page would replace what it shows (quarv report --help tells more)");
+                 "--output: the page would replace what it shows (see quarv report --help)");
   EXPECT_EQ(read("in.smt2"), script);
   EXPECT_EQ(num_files(), 2u);
 }

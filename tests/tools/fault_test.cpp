@@ -81,7 +81,7 @@ TEST_F(Fault, FilesThatChangeWhileTheyAreRead) {
   const Result r =
       run("CHANGE_FILE=in.smt2 LD_PRELOAD=" QUARV_FAULT_INJECTION " $quarv simplify in.smt2 -o out.smt2");
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.err, "quarv: error: cannot read in.smt2: it changed meanwhile\n");
+  EXPECT_EQ(r.err, "quarv: error: cannot read in.smt2: it changed while being read\n");
   EXPECT_EQ(read("out.smt2"), "old\n");
 }
 

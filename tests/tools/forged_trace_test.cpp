@@ -40,14 +40,14 @@ TEST_F(Forgery, RefusesWhatNoTraceSays) {
     const char* line;
     const char* reason;
   } const cases[] = {
-      {R"json({"term":9,"value":"1","sort":1})json", "the value 1 has another name already"},
-      {R"json({"term":9,"value":"1/2","sort":2})json", "the value 1/2 has another name already"},
-      {R"json({"term":9,"value":"2/4","sort":2})json", "this value is no number"},
-      {R"json({"term":9,"value":"1","sort":2})json", "this is no value of its sort"},
-      {R"json({"term":9,"value":"1 2","sort":1})json", "this value is no number"},
-      {R"json({"term":9,"value":"+2","sort":1})json", "this value is no number"},
-      {R"json({"term":9,"value":"2\u0000","sort":1})json", "this value is no number"},
-      {R"json({"term":9,"value":"","sort":1})json", "this value is no number"},
+      {R"json({"term":9,"value":"1","sort":1})json", "the value 1 already has another name"},
+      {R"json({"term":9,"value":"1/2","sort":2})json", "the value 1/2 already has another name"},
+      {R"json({"term":9,"value":"2/4","sort":2})json", "this value is not a number"},
+      {R"json({"term":9,"value":"1","sort":2})json", "this is not a value of its sort"},
+      {R"json({"term":9,"value":"1 2","sort":1})json", "this value is not a number"},
+      {R"json({"term":9,"value":"+2","sort":1})json", "this value is not a number"},
+      {R"json({"term":9,"value":"2\u0000","sort":1})json", "this value is not a number"},
+      {R"json({"term":9,"value":"","sort":1})json", "this value is not a number"},
       {R"json({"term":9,"op":"ite","sort":1,"args":[1,3,4]})json",
        "ite: the sorts of the arguments do not fit"},
       {R"json({"term":9,"op":"+","sort":1,"args":[3,4]})json", "+: the sorts of the arguments do not fit"},
@@ -55,16 +55,15 @@ TEST_F(Forgery, RefusesWhatNoTraceSays) {
        "fp.neg: the sorts of the arguments do not fit"},
       {R"json({"term":9,"op":"and","sort":0,"args":[1,2],"variables":[1]})json",
        "and: the sorts of the arguments do not fit"},
-      {R"json({"term":9,"op":"and 1 2","sort":0})json", "this is no operator"},
-      {R"json({"term":9,"op":"(_ extract  0)","sort":0})json", "this is no operator"},
-      {R"json({"term":9,"op":"","sort":0})json", "this is no operator"},
-      {R"json({"term":9,"op":"not","sort":0,"args":[1.0]})json", "what should be a number is none"},
-      {R"json({"term":9,"op":"not","sort":0,"args":[true]})json", "what should be a number is none"},
-      {R"json({"term":-9,"op":"not","sort":0,"args":[1]})json", "what should be a number is none"},
-      {R"json({"term":18446744073709551616,"op":"not","sort":0,"args":[1]})json",
-       "what should be a number is none"},
-      {R"json({"term":9,"op":"not","sort":0,"args":1})json", "args are no list"},
-      {R"json({"term":9,"op":"not","sort":0,"args":{"a":1}})json", "args are no list"},
+      {R"json({"term":9,"op":"and 1 2","sort":0})json", "this is not an operator"},
+      {R"json({"term":9,"op":"(_ extract  0)","sort":0})json", "this is not an operator"},
+      {R"json({"term":9,"op":"","sort":0})json", "this is not an operator"},
+      {R"json({"term":9,"op":"not","sort":0,"args":[1.0]})json", "expected a number"},
+      {R"json({"term":9,"op":"not","sort":0,"args":[true]})json", "expected a number"},
+      {R"json({"term":-9,"op":"not","sort":0,"args":[1]})json", "expected a number"},
+      {R"json({"term":18446744073709551616,"op":"not","sort":0,"args":[1]})json", "expected a number"},
+      {R"json({"term":9,"op":"not","sort":0,"args":1})json", "args is not a list"},
+      {R"json({"term":9,"op":"not","sort":0,"args":{"a":1}})json", "args is not a list"},
       {R"json({"term":3,"op":"not","sort":0,"args":[1]})json", "the term 3 is defined twice"},
       {R"json({"term":9,"op":"not","sort":17,"args":[1]})json", "there is no sort 17"},
       {R"json({"sort":5,"name":"(_ FloatingPoint 5 0)"})json", "there is no sort (_ FloatingPoint 5 0)"},
@@ -93,7 +92,7 @@ TEST_F(Forgery, RefusesWhatNoTraceSays) {
   }
   const Result deep =
       replay_text("{\"step\":" + std::string(200'000, '[') + std::string(200'000, ']') + "}\n");
-  EXPECT_EQ(deep.err, "<stdin>:11: error: what should be a number is none\n");
+  EXPECT_EQ(deep.err, "<stdin>:11: error: expected a number\n");
 }
 
 /// The number of comparisons would double with each level.

@@ -242,7 +242,7 @@ TEST_F(Replay, RefusesTermsThatAreNotWellSorted) {
        {R"("256","sort":0)", R"("-1","sort":0)", R"("1/2","sort":0)", R"("128","sort":1)"}) {
     const Result r = run("$quarv replay -", head + R"({"term":1,"value":)" + value + "}\n");
     EXPECT_EQ(r.status, 1);
-    EXPECT_NE(r.err.find("this is no value of its sort"), std::string::npos) << value << r.err;
+    EXPECT_NE(r.err.find("this is not a value of its sort"), std::string::npos) << value << r.err;
   }
 }
 

@@ -122,7 +122,7 @@ TEST_F(Report, RefusesRowsThatAreNone) {
     for (const char* command : {"report rows", "batch --merge rows"}) {
       const Result r = run("cat head row > rows; $quarv " + std::string(command));
       EXPECT_EQ(r.status, 1) << row;
-      EXPECT_EQ(r.err, "quarv: error: rows:2: this is no result of a file\n") << command << row;
+      EXPECT_EQ(r.err, "quarv: error: rows:2: this is not the result of a file\n") << command << row;
     }
   }
 }
@@ -134,7 +134,7 @@ TEST_F(Report, ReportsFaults) {
   EXPECT_EQ(bad.err, "bad.smt2:1:9: error: unknown symbol p\n  (assert p)\n          ^\n");
   EXPECT_FALSE(fs::exists(path("page.html")));
   write("cut", "{\"results\":\"quarv batch\"}\n");
-  EXPECT_EQ(run("$quarv report cut").err, "quarv: error: cut:1: these are no results of quarv batch\n");
+  EXPECT_EQ(run("$quarv report cut").err, "quarv: error: cut:1: these are not results of quarv batch\n");
   EXPECT_EQ(run("$quarv report").status, 2);
   EXPECT_EQ(run("$quarv report bad.smt2 --disable-rule 9999").status, 2);
 }

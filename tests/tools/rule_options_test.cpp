@@ -48,7 +48,7 @@ TEST_F(RuleOptions, CallsNamedRulesByTheirNames) {
 TEST_F(RuleOptions, HasNoTwoRulesOfOneName) {
   write("my.rules", "# mine\n bvnot-involution: rewrite(bvnot(t), ) >> bvneg(t)\n");
   const std::string error =
-      "my.rules:2:2: error: another rule has this name already\n"
+      "my.rules:2:2: error: another rule already has this name\n"
       "   bvnot-involution: rewrite(bvnot(t), ) >> bvneg(t)\n"
       "   ^\n";
   for (const char* command :
@@ -133,7 +133,7 @@ TEST_F(RuleOptions, AnswersUnknownRulesWithStatusTwo) {
                                                         ": rules count from 1 to " + last +
                                                         " (quarv rules list tells more)\n");
   EXPECT_EQ(run("$quarv simplify --canonical --disable-rule bvnot").err,
-            "quarv: there is no rule \"bvnot\" (quarv rules list tells more)\n");
+            "quarv: there is no rule \"bvnot\" (see quarv rules list)\n");
   EXPECT_EQ(run("$quarv simplify --canonical --rules x --no-rules").status, 2);
 }
 

@@ -35,21 +35,21 @@ constexpr const char* footer =
     R"(Examples:
   quarv batch queries -j 8 --out small       simplify all scripts of a folder
   quarv batch queries -j 8 --out small --resume
-                                             do what an earlier run left undone
+                                             do what an earlier run did not finish
   quarv batch queries.tar.xz --time 60 --memory 2GiB --results results.jsonl
-                                             only find out what becomes of them
+                                             only collect the results
   quarv batch queries --shard 1/2 --results first.jsonl
-                                             do half of them, and the others elsewhere
+                                             do half of them; the rest runs elsewhere
   quarv batch --merge first.jsonl second.jsonl --results all.jsonl
                                              join the results
 
 Results are JSON lines: a header, and a row for each file. A row's "status" is
-  ok          simplified                  rejected    the script has a fault
+  ok          simplified                  rejected    the script has an error
   timeout     over the time limit         memory      over the memory limit
-  crash       the process ended by itself unreadable  the file cannot be read
+  crash       the process died            unreadable  the file cannot be read
   unwritable  the output cannot be written failed     anything else
 
-Exit status: 0 when all files are ok, 1 when some are not or are missing, 2 for a wrong command line.)";
+Exit status: 0 when all files are ok, 1 when some are not or are missing, 2 for usage errors.)";
 
 struct Arguments {
   std::vector<std::string> paths;
@@ -147,25 +147,25 @@ int batch(const Arguments& arguments) {
 }
 
 void add_work_options(const CommandLine& command, Arguments& arguments) {
-  command.option("-j,--jobs", arguments.jobs, "Do so many files side by side")
+  command.option("-j,--jobs", arguments.jobs, "Simplify this many files in parallel")
       .type("N")
       .between(1u, 4096u)
       .shows_default();
   command
       .option("--out", arguments.output_folder,
-              "Write simplified scripts to this folder, each whole or not at all, below it in the "
-              "folders that they come from; without it there are only results")
+              "Write simplified scripts to this folder, each whole or not at all, in the "
+              "subfolders that they come from; if omitted, there are only results")
       .type("DIR");
   command.option("--compress", arguments.compress, "Compress what is written to the folder")
       .type("gz|xz|zst")
       .one_of({"gz", "xz", "zst"});
-  command.option("--time", arguments.limits.seconds, "Give up a file after so many seconds; 0: never")
+  command.option("--time", arguments.limits.seconds, "Give up on a file after this time; 0: never")
       .type("SECONDS")
       .not_negative()
       .shows_default();
   command
       .option("--memory", arguments.limits.bytes,
-              "Give up a file that needs more than this (500MiB, 2GiB), by address space; 0: no limit")
+              "Give up on a file that needs more than this (500MiB, 2GiB), by address space; 0: no limit")
       .type("SIZE")
       .size()
       .shows_default("0");
@@ -187,7 +187,7 @@ void add_batch(const CommandLine& program, int& status) {
       .type("FILE");
   const Option resume = command.flag(
       "--resume", arguments->resume,
-      "Leave out what an earlier run of the same version and options has done, as its results file tells");
+      "Skip what an earlier run of the same version and options has done, according to its results");
   const Option share = command
                            .option(
                                "--shard",
@@ -195,11 +195,11 @@ void add_batch(const CommandLine& program, int& status) {
                                  const std::string fault = parse_share(text, arguments->share);
                                  if (!fault.empty()) refuse_value("--shard", fault);
                                },
-                               "Do only share I of N; which files that are depends on their names alone")
+                               "Do only share I of N; the division depends only on the names of the files")
                            .type("I/N");
   command.flag("--dedupe", arguments->dedupe,
-               "Name the files that became the same formula but for the names declared in them");
-  command.flag("--merge", arguments->merge, "Join the result files of shares, and say what is missing")
+               "List the files that became the same formula up to the names declared in them");
+  command.flag("--merge", arguments->merge, "Join the result files of shares, and report what is missing")
       .excludes(resume)
       .excludes(share);
   add_simplify_options(command, arguments->how);
@@ -209,10 +209,11 @@ void add_batch(const CommandLine& program, int& status) {
       refuse_value("--resume", "needs --results or --out");
     }
     if (arguments->resume && Output::is_direct(results_path(*arguments))) {
-      refuse_value("--resume", "needs results in a file: " + results_path(*arguments) + " is none");
+      refuse_value("--resume",
+                   "needs results in a regular file: " + results_path(*arguments) + " is not one");
     }
     if (!arguments->merge && compression_of(arguments->results) != Compression::none) {
-      refuse_value("--results", "rows are added to the file as they come: it cannot be compressed");
+      refuse_value("--results", "rows are appended to the file as they come, so it cannot be compressed");
     }
     if (!arguments->compress.empty() && arguments->output_folder.empty()) {
       refuse_value("--compress", "needs --out");
@@ -220,7 +221,7 @@ void add_batch(const CommandLine& program, int& status) {
     try {
       status = arguments->merge ? merge(*arguments) : batch(*arguments);
     } catch (const UnknownRule& e) {
-      say("quarv: {} (quarv rules list tells more)\n", e.what());
+      say("quarv: {} (see quarv rules list)\n", e.what());
       status = usage_error;
     } catch (const InputConflict& e) {
       say("quarv: {}\n", e.what());

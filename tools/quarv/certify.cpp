@@ -41,21 +41,21 @@ constexpr const char* explanation =
   quarv certify query.smt2 --steps --quiet --solver cvc5
                                              let cvc5 prove each step; print what was not proved
 
-The script is simplified, and a solver is asked whether any of its terms can differ from what stands in its
-place then: the two are taken from input and output as they are written. With --steps, the solver is asked about
-each step of simplification instead, so that questions are many and small: steps count as in a trace (quarv
-simplify --trace), and as there the steps of further rounds are left out.
+The script is simplified, and a solver is asked whether any of its terms can differ from the one that replaces
+it: both are taken from input and output as they are written. With --steps, the solver is asked about
+each step of simplification instead, which makes many small queries: steps are numbered as in a trace (quarv
+simplify --trace), which leaves out the steps of further rounds as well.
 
   proved       they are equal for all values
-  refuted      they are not: values for which they differ are printed
-  undecided    the solver had no more time or memory, or gave up
+  refuted      they are not equal: values for which they differ are printed
+  undecided    the solver ran out of time or memory, or gave up
   unsupported  the solver does not know something that occurs in the query
-  failed       the solver ended before it had answered, or answered what nobody asked
+  failed       the solver ended before it had answered, or gave an unexpected answer
 
 An output that the solver does not understand, though it understands the input, is refuted.
 
-Exit status: 0 when nothing was refuted and no query failed; 1 otherwise, for faults of the input, and for a solver that
-does not know that false cannot be satisfied, and a constant can.)";
+Exit status: 0 when nothing was refuted and no query failed; 1 otherwise, for errors in the input, and for a solver that
+does not know that false is unsatisfiable and a constant is satisfiable.)";
 
 std::unique_ptr<QuerySet> make_queries(const Arguments& arguments, const Input& input, std::string& output) {
   const smtlib::SimplifyOptions options = read_options(arguments.how);
@@ -133,7 +133,7 @@ void add_certify(const CommandLine& program, int& status) {
     try {
       status = certify(*arguments);
     } catch (const UnknownRule& e) {
-      fmt::print(stderr, "quarv: {} (quarv rules list tells more)\n", e.what());
+      fmt::print(stderr, "quarv: {} (see quarv rules list)\n", e.what());
       status = usage_error;
     }
   });

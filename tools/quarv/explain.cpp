@@ -148,7 +148,7 @@ int explain(const Arguments& arguments) {
 void add_explain(const CommandLine& program, int& status) {
   const CommandLine command = program.subcommand(
       "explain",
-      "Show how assertions are simplified, step by step, each with the place that it changes, or why a rule "
+      "Show how assertions are simplified, step by step, marking the place of each change, or why a rule "
       "does not apply to a term");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
@@ -158,17 +158,18 @@ void add_explain(const CommandLine& program, int& status) {
           .type("K")
           .positive();
   command
-      .option("--why-not", arguments->why_not,
-              "Match a rule, given by name or number (quarv rules list), against a term in the script's context, "
-              "and say what does not fit. The term is taken as it is written")
+      .option(
+          "--why-not", arguments->why_not,
+          "Match a rule, given by name or number (quarv rules list), against a term in the script's context, "
+          "and say what does not fit. The term is taken as it is written")
       .type("RULE TERM")
       .excludes(assertion);
-  command.option("--steps", arguments->steps, "Show at most so many steps of an assertion")
+  command.option("--steps", arguments->steps, "Show at most this many steps of an assertion")
       .type("N")
       .shows_default();
   command
       .option("--length", arguments->length,
-              "Of terms longer than this, in characters, show what is around the place that changes")
+              "Of terms longer than this, in characters, show only the surroundings of the change")
       .type("N")
       .between(std::size_t{20}, TermText::largest_limit)
       .shows_default();
@@ -183,7 +184,7 @@ void add_explain(const CommandLine& program, int& status) {
     try {
       status = explain(*arguments);
     } catch (const UnknownRule& e) {
-      status = refuse(fmt::format("{} (quarv rules list tells more)", e.what()));
+      status = refuse(fmt::format("{} (see quarv rules list)", e.what()));
     }
   });
 }

@@ -22,20 +22,20 @@ namespace {
 
 constexpr const char* examples = R"(Examples:
   quarv simplify query.smt2                 print the simplified script
-  quarv simplify query.smt2 -o small.smt2   write it to a file, as a whole or not at all
-  quarv simplify - --stats < query.smt2     read standard input; say what was done
+  quarv simplify query.smt2 -o small.smt2   write it to a file, atomically
+  quarv simplify - --stats < query.smt2     read standard input; print statistics
   quarv simplify query.smt2 -o small.smt2 --trace steps && quarv replay steps
                                             check every step that was made
   quarv explain query.smt2 --assert 2       show how the second assertion is simplified
   quarv batch queries -j 8 --out small --resume
                                             simplify all scripts of a folder
   quarv report small/results.jsonl -o small.html
-                                            show what became of them
+                                            show the results
   quarv repl                                simplify terms as they are typed
   quarv certify query.smt2                  let z3 prove that the output means the same
-  quarv rules check my.rules                let z3 say whether rules hold
+  quarv rules check my.rules                let z3 check whether rules hold
 
-Exit status: 0 when all went well, 1 for faults of the input, of files and of memory, 2 for a wrong command line.)";
+Exit status: 0 on success, 1 for errors in the input, for errors of files and of memory, 2 for usage errors.)";
 
 /// Writes one line on standard error; needs no memory.
 int fail(const char* prefix, const char* message) {
@@ -85,10 +85,10 @@ struct OwnCommands {
 
   void add(const quarv::cli::CommandLine& program) {
     help = program.subcommand("help", "Print the help of a command");
-    help->option("COMMAND", topic, "The command; without it, print an overview").type("");
-    help->footer("Examples:\n  quarv help\n  quarv help rules check     as quarv rules check --help");
+    help->option("COMMAND", topic, "The command; print an overview if omitted").type("");
+    help->footer("Examples:\n  quarv help\n  quarv help rules check     same as quarv rules check --help");
     version = program.subcommand("version", "Print the version");
-    version->footer("Examples:\n  quarv version              as quarv --version");
+    version->footer("Examples:\n  quarv version              same as quarv --version");
   }
 };
 
@@ -138,7 +138,7 @@ int run(int argc, char** argv) {
   if (reading.kind == Reading::help) return print(program.help());
   if (reading.kind == Reading::version) return print(std::string(version_text) + '\n');
   if (reading.kind == Reading::error) {
-    return refuse(fmt::format("{} ({} --help tells more)", reading.reason, command.path()));
+    return refuse(fmt::format("{} (see {} --help)", reading.reason, command.path()));
   }
   if (own.version && own.version->is_named()) return print(std::string(version_text) + '\n');
   if (own.help && own.help->is_named()) {

@@ -167,7 +167,7 @@ void Conversation::check_sat(const Command& command) {
 
 constexpr const char* footer = R"(Examples:
   quarv repl                                 simplify terms as they are typed: (simplify (and p p))
-  quarv repl dialogue.smt2                   answer the commands in a file
+  quarv repl dialogue.smt2                   run the commands in a file
   echo '(simplify (bvadd #x01 #x02))' | quarv repl)";
 
 struct Arguments {
@@ -208,7 +208,7 @@ int converse(const Arguments& arguments) {
 
 void add_repl(const CommandLine& program, int& status) {
   const CommandLine command =
-      program.subcommand("repl", "Answer SMT-LIB 2 commands one by one, as a solver does in a dialogue");
+      program.subcommand("repl", "Run SMT-LIB 2 commands one by one, as a solver does in a dialogue");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.option("FILE", arguments->input, "Where the commands come from; - is standard input")

@@ -87,7 +87,7 @@ class Replay {
 
   bool check_rule(const TraceStep& step, std::string& reason) const {
     if (step.rule > rules_.size() || rules_[step.rule - 1].text != step.label) {
-      reason = "there is no rule of this number and text";
+      reason = "there is no rule with this number and text";
       return false;
     }
     if (trace_.term(step.after).sort != step.before.sort) {
@@ -128,16 +128,16 @@ void add_replay(const CommandLine& program, int& status) {
   const CommandLine command = program.subcommand(
       "replay",
       "Check the trace of a simplification, step by step: rules are matched by their text, foldings are "
-      "evaluated; the simplifiers have no part in it. Exit status 0: every step is justified");
+      "evaluated; the simplifiers are not involved. Exit status 0: every step is justified");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.option("TRACE", arguments->input, "What quarv simplify --trace wrote; - is standard input")
       .type("")
       .shows_default();
-  command.option("--rules", arguments->rule_files, "Rules beside the standard ones; may be repeated")
+  command.option("--rules", arguments->rule_files, "Rules in addition to the standard ones; may be repeated")
       .type("FILE.rules")
       .one_at_a_time();
-  command.flag("-q,--quiet", arguments->quiet, "Only the summary");
+  command.flag("-q,--quiet", arguments->quiet, "Print only the summary");
   command.callback([arguments, &status] {
     const Input input(arguments->input);
     Output output("-");

@@ -21,7 +21,7 @@ namespace {
 constexpr const char* footer = R"(Examples:
   quarv report query.smt2 -o query.html      show how a script is simplified
   quarv report small/results.jsonl -o batch.html
-                                             show what became of the files of a batch)";
+                                             show the results of a batch)";
 
 struct Arguments {
   std::string input;
@@ -67,7 +67,7 @@ void add_report(const CommandLine& program, int& status) {
   command.option("-o,--output", arguments->output, "Where to write; - is standard output")
       .type("FILE.html")
       .shows_default();
-  command.option("--examples", arguments->examples, "Show so many of the largest reductions step by step")
+  command.option("--examples", arguments->examples, "Show this many of the largest reductions step by step")
       .type("N")
       .shows_default();
   add_step_options(command, arguments->how);
@@ -79,7 +79,7 @@ void add_report(const CommandLine& program, int& status) {
       report(*arguments);
       status = success;
     } catch (const UnknownRule& e) {
-      say("quarv: {} (quarv rules list tells more)\n", e.what());
+      say("quarv: {} (see quarv rules list)\n", e.what());
       status = usage_error;
     }
   });

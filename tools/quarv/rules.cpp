@@ -48,8 +48,7 @@ void list(bool extended) {
     output.stream() << fmt::format("{:>3} {} {:<9} {}\n", extended ? "" : std::to_string(number),
                                    mark(proof, rule), SymbolTag::name(rule.applicant()), named_text(rule));
   }
-  output.stream()
-      << "* proved for all widths; ! does not hold for all values: quarv rules show RULE tells more\n";
+  output.stream() << "* proved for all widths; ! does not hold for all values: see quarv rules show RULE\n";
   output.commit();
 }
 
@@ -99,7 +98,8 @@ void add_rules(const CommandLine& program, int& status) {
     list(*extended);
     status = success;
   });
-  const CommandLine show_command = command.subcommand("show", "All that is known of a standard rule");
+  const CommandLine show_command =
+      command.subcommand("show", "Print everything that is known about a standard rule");
   show_command.footer("Examples:\n  quarv rules show bvmul-one\n  quarv rules show 36");
   const auto rule = std::make_shared<std::string>();
   show_command.option("RULE", *rule, "Name of the rule, or its number, from 1").type("").required();

@@ -89,7 +89,7 @@ void add_simplify(const CommandLine& program, int& status) {
       simplify(*arguments);
       status = success;
     } catch (const UnknownRule& e) {
-      say("quarv: {} (quarv rules list tells more)\n", e.what());
+      say("quarv: {} (see quarv rules list)\n", e.what());
       status = usage_error;
     }
   });

@@ -8,21 +8,21 @@
 #include <quarv/c_api.h>
 #include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/numbers/q_number.h>
-#include <quarv/util/input_error.h>
-#include <quarv/smtlib/read/operators.h>
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/assertions.h>
+#include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/term/dag_size.h>
 #include <quarv/term/sort_error.h>
+#include <quarv/util/input_error.h>
 
 using quarv::DataType;
 using quarv::QNumber;
+using quarv::Session;
 using quarv::Term;
 using quarv::TermManager;
-using quarv::Session;
 using quarv::smtlib::Reader;
 
 struct quarv_manager {
@@ -208,7 +208,9 @@ quarv_term quarv_constant(quarv_manager* m, const char* name, quarv_sort s) {
 quarv_status quarv_declare_function(quarv_manager* m, const char* name, const quarv_sort* arguments, size_t n,
                                     quarv_sort result) {
   return status_of(m, [&] {
-    if (n == 0) throw std::invalid_argument("a function has arguments; without, it is a constant");
+    if (n == 0)
+      throw std::invalid_argument(
+          "a function needs at least one argument; without arguments it is a constant");
     std::vector<const DataType*> sorts;
     for (std::size_t i = 0; i < n; ++i) sorts.push_back(sort(checked(arguments)[i]));
     m->reader.function(checked(name), sorts, sort(result));
@@ -225,10 +227,13 @@ quarv_term quarv_number(quarv_manager* m, const char* value) {
   return guarded(m, [&] { return handle(m->terms().make_number(QNumber::parse(checked(value)))); });
 }
 quarv_term quarv_bv(quarv_manager* m, uint64_t value, size_t width) {
-  return guarded(m, [&] { return handle(quarv::smtlib::build::bit_vector(m->terms(), QNumber(value), width)); });
+  return guarded(m,
+                 [&] { return handle(quarv::smtlib::build::bit_vector(m->terms(), QNumber(value), width)); });
 }
 quarv_term quarv_bv_number(quarv_manager* m, const char* value, size_t width) {
-  return guarded(m, [&] { return handle(quarv::smtlib::build::bit_vector(m->terms(), QNumber::parse(checked(value)), width)); });
+  return guarded(m, [&] {
+    return handle(quarv::smtlib::build::bit_vector(m->terms(), QNumber::parse(checked(value)), width));
+  });
 }
 quarv_term quarv_fp_bits(quarv_manager* m, const char* bits, size_t eb, size_t sb) {
   return guarded(m, [&] {
@@ -285,7 +290,8 @@ quarv_term quarv_explain(quarv_manager* m, quarv_term t, void (*step)(const quar
     checked(step);
     const Term* result = m->session.simplify(term(t), steps);
     for (const quarv::Step& s : steps) {
-      const quarv_step told = {s.rule, s.name.c_str(), handle(s.before), handle(s.after), s.rule_name.c_str()};
+      const quarv_step told = {s.rule, s.name.c_str(), handle(s.before), handle(s.after),
+                               s.rule_name.c_str()};
       step(&told, data);
     }
     return handle(result);
@@ -303,7 +309,8 @@ quarv_status quarv_parse_script(quarv_manager* m, const char* text, const char* 
   return status_of(m, [&] {
     *checked(assertions) = nullptr;
     *checked(n) = 0;
-    const std::vector<const Term*> list = quarv::smtlib::read_assertions(m->session, checked(text), checked(name));
+    const std::vector<const Term*> list =
+        quarv::smtlib::read_assertions(m->session, checked(text), checked(name));
     // One more than needed: an array without elements is an array all the same.
     auto* copy = static_cast<quarv_term*>(std::malloc((list.size() + 1) * sizeof(quarv_term)));
     if (copy == nullptr) throw std::bad_alloc();

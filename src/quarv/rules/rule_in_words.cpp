@@ -126,7 +126,7 @@ class Reader {
       case Condition::Kind::is_const:
         return ifs.push_back(names_[c.a] + " is a constant");
       case Condition::Kind::is_not_const:
-        return ifs.push_back(names_[c.a] + " is no constant");
+        return ifs.push_back(names_[c.a] + " is not a constant");
       case Condition::Kind::precedes:
         return ifs.push_back(names_[c.a] + " is older than " + names_[c.b]);
       case Condition::Kind::has_value:

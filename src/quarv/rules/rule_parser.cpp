@@ -80,7 +80,7 @@ std::size_t RuleParser::take_variable() {
 
 std::size_t RuleParser::new_parameter(Parameter parameter, std::size_t column) {
   if (find_variable(parameter.name) || find_parameter(parameter.name)) {
-    lexer_.fail(column, "the name " + quoted(parameter.name) + " is bound already");
+    lexer_.fail(column, "the name " + quoted(parameter.name) + " is already bound");
   }
   if (rule_.parameters.size() == max_parameters) lexer_.fail(column, "too many integer names");
   rule_.parameters.push_back(std::move(parameter));
@@ -165,7 +165,7 @@ void RuleParser::bind_variable(std::size_t position) {
   const std::size_t column = lexer_.column();
   const std::string name = take_name("a variable");
   if (find_variable(name) || find_parameter(name)) {
-    lexer_.fail(column, "the name " + quoted(name) + " is bound already; write a second occurrence as " +
+    lexer_.fail(column, "the name " + quoted(name) + " is already bound; write a second occurrence as " +
                             quoted(name + "_0") + " with identity(" + name + ", " + name + "_0)");
   }
   rule_.pattern[position].name = name;
@@ -249,7 +249,7 @@ std::vector<Rule> parse_rules(std::string_view text) {
     const auto [known, is_new] = lines.try_emplace(rule.name, line);
     if (!is_new) {
       throw RuleError(line, rule.column,
-                      "the rule of line " + std::to_string(known->second) + " has this name already");
+                      "the rule of line " + std::to_string(known->second) + " already has this name");
     }
   }
   return rules;

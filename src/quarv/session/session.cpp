@@ -109,7 +109,7 @@ const Symbol* Session::function(std::string_view name, Sorts arguments, const Da
   const Symbol* symbol = manager_.declare_fun(name, arguments, result);
   const auto [known, is_new] = declared_.try_emplace(std::string(name), symbol);
   if (known->second != symbol) {
-    throw std::invalid_argument(std::string(name) + " is declared with other sorts already");
+    throw std::invalid_argument(std::string(name) + " is already declared with different sorts");
   }
   if (is_new) names_.push_back(&known->first);
   return symbol;
@@ -123,7 +123,7 @@ const Symbol* Session::declared(std::string_view name) const {
 void Session::declare_sort(std::string_view name, const DeclaredSort& sort) {
   const auto [known, is_new] = declared_sorts_.try_emplace(std::string(name), sort);
   if (known->second.num_parameters != sort.num_parameters) {
-    throw std::invalid_argument("sort " + std::string(name) + " has another number of parameters");
+    throw std::invalid_argument("sort " + std::string(name) + " has a different number of parameters");
   }
   if (is_new) sort_names_.push_back(&known->first);
 }
@@ -135,7 +135,7 @@ const Session::DeclaredSort* Session::declared_sort(std::string_view name) const
 
 void Session::pop(std::size_t levels, bool keep_names) {
   if (levels == 0) return;
-  if (levels > levels_.size()) throw std::invalid_argument("more levels are closed than are open");
+  if (levels > levels_.size()) throw std::invalid_argument("cannot close more levels than are open");
   Place outermost = levels_[levels_.size() - levels];
   outermost.levels = levels_.size() - levels;
   return_to(outermost, keep_names);

@@ -89,7 +89,7 @@ class QUARV_API Session {
     const DataType* sort;  ///< or the constructor of sorts
     std::size_t num_parameters;
   };
-  /// Remembers a sort. \throws std::invalid_argument when the name has another number of parameters
+  /// Remembers a sort. \throws std::invalid_argument when the name has a different number of parameters
   void declare_sort(std::string_view name, const DeclaredSort& sort);
   /// The sort that a name was given to; null for none.
   const DeclaredSort* declared_sort(std::string_view name) const;

@@ -47,7 +47,7 @@ void register_rule_file(const RuleFile& file, TermNormalizer& normalizer) {
     auto rules = rules::load_rules(file.text);
     for (const auto& rule : rules) {
       if (!normalizer.find_rule(rule->get_name())) continue;
-      throw rules::RuleError(rule->rule().line, rule->rule().column, "another rule has this name already");
+      throw rules::RuleError(rule->rule().line, rule->rule().column, "another rule already has this name");
     }
     for (auto& rule : rules) normalizer.register_rule(new FileRule(std::move(rule), file.name));
   } catch (const rules::RuleError& e) {
@@ -65,7 +65,8 @@ void disable_rule(const std::string& which, TermNormalizer& normalizer) {
     if (fault == std::errc() && number >= 1 && number <= num_rules) {
       return normalizer.set_rule_enabled(number - 1, false);
     }
-    throw UnknownRule("there is no rule " + which + ": rules count from 1 to " + std::to_string(num_rules));
+    throw UnknownRule("there is no rule " + which + ": rules are numbered from 1 to " +
+                      std::to_string(num_rules));
   }
   if (normalizer.set_rule_enabled(which, false) == 0) {
     throw UnknownRule("there is no rule \"" + which + '"');

@@ -98,7 +98,8 @@ void TermManager::bind(Binding& b, const Term* a, std::size_t position) {
       break;
     default:
       if (pattern.is_polymorphic() && b.type == nullptr) {
-        throw SortError(std::string(b.row.name) + ": the arguments do not tell the sort of the array");
+        throw SortError(std::string(b.row.name) +
+                        ": the sort of the array cannot be inferred from the arguments");
       }
   }
   check_type(b.row.name, a, position, sort_at(pattern, b.row.name, b.params, b.type));

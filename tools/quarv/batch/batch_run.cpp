@@ -136,7 +136,7 @@ class Batch {
   void begin_archive(std::size_t first, std::size_t last) {
     std::map<std::size_t, std::size_t> wanted;  // by place in the archive
     for (std::size_t i = first; i < last; ++i) wanted[*inputs_[i].member] = i;
-    std::string fault = "cannot read " + inputs_[first].path + ": it changed meanwhile";
+    std::string fault = "cannot read " + inputs_[first].path + ": it changed while being read";
     try {
       ArchiveReader reader(inputs_[first].path);
       std::string name;

@@ -109,7 +109,7 @@ class Search {
     KnownFiles files;
     for (const auto& [name, input] : inputs_) {
       if (!by_name.emplace(input.name, &input).second) {
-        refuse("results would call two files " + input.name);
+        refuse("two files would be called " + input.name + " in the results");
       }
       if (!input.fault.empty()) continue;
       const auto [other, is_new] = by_output.emplace(input.output, &input);

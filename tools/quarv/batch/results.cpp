@@ -131,18 +131,18 @@ Results read_results(const Input& input) {
     try {
       const Json json = Json::parse(line);
       if (line_number == 1) {
-        if (json.value("results", "") != "quarv batch") fail("these are no results of quarv batch");
+        if (json.value("results", "") != "quarv batch") fail("these are not results of quarv batch");
         results.header = read_header(json);
       } else {
-        if (!is_row(json)) fail("this is no result of a file");
+        if (!is_row(json)) fail("this is not the result of a file");
         results.rows[json.at("file").get<std::string>()] = {json.at("status").get<std::string>(),
                                                             std::string(line)};
       }
     } catch (const Json::exception&) {
-      fail(line_number == 1 ? "these are no results of quarv batch" : "this is no result of a file");
+      fail(line_number == 1 ? "these are not results of quarv batch" : "this is not the result of a file");
     }
   }
-  if (line_number == 0) fail("these are no results of quarv batch");
+  if (line_number == 0) fail("these are not results of quarv batch");
   return results;
 }
 

@@ -34,7 +34,7 @@ Input::Input(const std::string& path) : name_(path == "-" ? "<stdin>" : path) {
   const bool regular = S_ISREG(before.st_mode);
   read_all(file.get(), regular ? static_cast<std::size_t>(before.st_size) : 0);
   if (regular && !same_contents(before, status_of(file.get(), name_))) {
-    throw FileError("read", name_, "it changed meanwhile");
+    throw FileError("read", name_, "it changed while being read");
   }
   unpacked_ = decompressed({bytes_.get(), size_}, name_);
   if (unpacked_) bytes_.reset();

@@ -146,7 +146,7 @@ std::optional<Mismatch> RuleMatch::pattern_mismatch(const Expression& root, std:
     for (std::size_t k = 0; k < node.parameters.size(); ++k) {
       if (e.indices[k].empty() || e.indices[k].size() > 18 ||
           e.indices[k].find_first_not_of("0123456789") != std::string::npos) {
-        return here("an index is no number");
+        return here("an index is not a number");
       }
       integers_[node.parameters[k]] = std::stoull(e.indices[k]);
     }

@@ -88,7 +88,7 @@ bool TraceFile::next(TraceStep& step) {
 template <class J>
 bool TraceFile::read_line(const J& line, TraceStep& step) {
   if (line_ == 1) {
-    if (line.at("trace") != "quarv" || line.at("version") != 1) fail("this is no trace of version 1");
+    if (line.at("trace") != "quarv" || line.at("version") != 1) fail("this is not a trace of version 1");
     has_begun_ = true;
     return false;
   }
@@ -99,7 +99,7 @@ bool TraceFile::read_line(const J& line, TraceStep& step) {
     step.after = read_name(line.at("after"));
     if (line.contains("rule")) {
       step.rule = read_number(line.at("rule"));
-      if (step.rule == 0) fail("rules count from 1");
+      if (step.rule == 0) fail("rules are numbered from 1");
       step.rule_label =
           line.contains("name") ? line.at("name").template get<std::string>() : std::to_string(step.rule);
       step.label = line.at("signature").template get<std::string>();
@@ -124,7 +124,7 @@ bool TraceFile::read_line(const J& line, TraceStep& step) {
 /// The parser of JSON would make a number of `true`, of -1 and of 1.5, too.
 template <class J>
 std::uint64_t TraceFile::read_number(const J& number) const {
-  if (!number.is_number_unsigned()) fail("what should be a number is none");
+  if (!number.is_number_unsigned()) fail("expected a number");
   return number.template get<std::uint64_t>();
 }
 
@@ -140,7 +140,7 @@ std::vector<TermName> TraceFile::read_names(const J& line, const char* key) cons
   std::vector<TermName> names;
   const auto list = line.find(key);
   if (list == line.end()) return names;
-  if (!list->is_array()) fail(std::string(key) + " are no list");
+  if (!list->is_array()) fail(std::string(key) + " is not a list");
   for (const auto& name : *list) names.push_back(read_name(name));
   return names;
 }
@@ -155,7 +155,7 @@ void TraceFile::read_term(const J& line) {
   if (terms_.contains(name)) fail("the term " + std::to_string(name) + " is defined twice");
   // Other terms may differ in what a trace does not show; values are told apart by their names.
   if (e.kind == Expression::value && !value_keys_.insert(e.key() + ' ' + std::to_string(e.sort)).second) {
-    fail("the value " + e.number.get_str().substr(0, 40) + " has another name already");
+    fail("the value " + e.number.get_str().substr(0, 40) + " already has another name");
   }
   terms_.emplace(name, std::move(e));
   names_.push_back(name);
@@ -168,7 +168,7 @@ void TraceFile::read_sort(const J& line) {
   sorts_.emplace_back().kind = TraceSort::refused;
   std::vector<std::size_t> args;
   if (line.contains("args")) {
-    if (!line.at("args").is_array()) fail("args are no list");
+    if (!line.at("args").is_array()) fail("args is not a list");
     for (const auto& arg : line.at("args")) {
       args.push_back(read_number(arg));
       if (args.back() >= sorts_.size() - 1 || sorts_[args.back()].kind == TraceSort::refused) {
@@ -187,9 +187,9 @@ void TraceFile::read_sort(const J& line) {
 /// There is one text for each number: what else GMP would take, such as white space, is refused.
 mpq_class TraceFile::read_value(const std::string& text) const {
   mpq_class number;
-  if (number.set_str(text, 10) != 0 || number.get_den() == 0) fail("this value is no number");
+  if (number.set_str(text, 10) != 0 || number.get_den() == 0) fail("this value is not a number");
   number.canonicalize();
-  if (number.get_str() != text) fail("this value is no number");
+  if (number.get_str() != text) fail("this value is not a number");
   return number;
 }
 
@@ -203,7 +203,7 @@ Expression TraceFile::read_expression(const J& line) const {
   if (line.contains("value")) {
     e.kind = Expression::value;
     e.number = read_value(line.at("value").template get<std::string>());
-    if (!is_well_sorted(e)) fail("this is no value of its sort");
+    if (!is_well_sorted(e)) fail("this is not a value of its sort");
     return e;
   }
   if (line.contains("fun")) {
@@ -217,10 +217,10 @@ Expression TraceFile::read_expression(const J& line) const {
       e.op = words[0];
       e.indices.assign(words.begin() + 1, words.end());
     }
-    if (!is_word(e.op) || !std::ranges::all_of(e.indices, is_word)) fail("this is no operator");
+    if (!is_word(e.op) || !std::ranges::all_of(e.indices, is_word)) fail("this is not an operator");
   }
   if (line.contains("attributes")) {
-    if (!line.at("attributes").is_array()) fail("attributes are no list");
+    if (!line.at("attributes").is_array()) fail("attributes is not a list");
     for (const auto& attribute : line.at("attributes")) {
       e.attributes.push_back(attribute.template get<std::string>());
     }

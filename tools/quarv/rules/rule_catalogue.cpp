@@ -37,7 +37,7 @@ void read_rules(const std::string& file, std::vector<rules::Rule>& all) {
   try {
     for (rules::Rule& rule : rules::parse_rules(input.text())) {
       if (!rule.name.empty() && find_rule(all, rule.name)) {
-        throw rules::RuleError(rule.line, rule.column, "another rule has this name already");
+        throw rules::RuleError(rule.line, rule.column, "another rule already has this name");
       }
       all.push_back(std::move(rule));
     }
@@ -94,8 +94,8 @@ std::optional<std::size_t> find_rule(const std::vector<rules::Rule>& all, std::s
 std::string no_such_rule(const std::vector<rules::Rule>& all, std::string_view name_or_number) {
   const bool is_number =
       !name_or_number.empty() && name_or_number.find_first_not_of("0123456789") == std::string_view::npos;
-  if (!is_number) return fmt::format("there is no rule \"{}\" (quarv rules list tells more)", name_or_number);
-  return fmt::format("there is no rule {}: rules count from 1 to {}", name_or_number, all.size());
+  if (!is_number) return fmt::format("there is no rule \"{}\" (see quarv rules list)", name_or_number);
+  return fmt::format("there is no rule {}: rules are numbered from 1 to {}", name_or_number, all.size());
 }
 
 std::string named_text(const rules::Rule& rule) {

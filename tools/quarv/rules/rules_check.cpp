@@ -126,9 +126,9 @@ void Check::print(std::size_t i, const RuleVerdict& verdict) {
 }  // namespace
 
 void add_rules_check(const CommandLine& rules, int& status) {
-  const CommandLine command = rules.subcommand("check", "Let an SMT solver say whether rules hold");
+  const CommandLine command = rules.subcommand("check", "Let an SMT solver check whether rules hold");
   const auto arguments = std::make_shared<Arguments>();
-  command.option("FILE", arguments->file, "Rules of your own; without it, the standard rules").type("");
+  command.option("FILE", arguments->file, "Rules of your own; the standard rules if omitted").type("");
   command.option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
       .shows_default();
   command.option("-j,--jobs", arguments->jobs, "How many solvers run side by side")
@@ -141,7 +141,7 @@ void add_rules_check(const CommandLine& rules, int& status) {
       .shows_default();
   command
       .option("--max-width", arguments->max_width,
-              fmt::format("The largest width to try; without it, {}, and larger ones that a rule names",
+              fmt::format("The largest width to try; if omitted, {}, and larger ones that a rule names",
                           largest_width))
       .between(std::size_t{1}, std::size_t{1024})
       .type("W");

@@ -25,8 +25,8 @@ void add_step_options(const CommandLine& command, SimplifyArguments& arguments) 
       .excludes(no_rules);
   command
       .option("--rules", arguments.rule_files,
-              "Rules of your own, to be tried after the standard ones; may be repeated. It is for you to "
-              "know that they hold: quarv rules check tells")
+              "Rules of your own, to be tried after the standard ones; may be repeated. They are assumed to "
+              "hold: see quarv rules check")
       .type("FILE.rules")
       .one_at_a_time()
       .excludes(no_rules);

@@ -139,7 +139,7 @@ bool SolverProcess::receive(std::string& answer, Clock::time_point deadline) {
     const ssize_t n = read(from_.get(), buffer.data(), buffer.size());
     if (n == 0) fail("ended before it had answered");
     if (n > 0) received_.append(buffer.data(), static_cast<std::size_t>(n));
-    if (received_.size() > longest_answer) fail("answered at too great a length: " + excerpt(received_));
+    if (received_.size() > longest_answer) fail("gave too long an answer: " + excerpt(received_));
   }
   answer = received_.substr(0, progress_.length - 1);
   received_.erase(0, progress_.length);
@@ -177,7 +177,7 @@ void SolverProcess::expect_mark(const std::string& answer, const std::string& ma
   }
   // Some put strings in quotes.
   if (echoed != mark && echoed != '"' + mark + '"')
-    fail("answered " + excerpt(answer + ", " + echoed) + " to one question");
+    fail("answered " + excerpt(answer + ", " + echoed) + " to a single query");
 }
 
 std::optional<std::string> SolverProcess::ask(const std::string& command) {

@@ -262,9 +262,8 @@ std::span<const Operator> bit_vector_operators() {
 namespace build {
 
 const Term* bit_vector(TermManager& manager, const QNumber& value, std::size_t width) {
-  if (width > max_width)
-    throw SortError("BitVec: " + std::to_string(width) + " bits are not supported");
-  if (!value.is_integer()) throw SortError("BitVec: " + value.to_string() + " is no integer");
+  if (width > max_width) throw SortError("BitVec: " + std::to_string(width) + " bits are not supported");
+  if (!value.is_integer()) throw SortError("BitVec: " + value.to_string() + " is not an integer");
   QNumber modulus;
   BVNumber::pow2(width, &modulus);
   QNumber quotient;

@@ -96,7 +96,7 @@ const Term* distinct(OperatorContext& c, Args a) {
   const DataType* type = m.type_of(a[0]);
   for (const Term* t : a) {
     type = m.get_supertype(type, m.type_of(t));
-    if (type == nullptr) throw SortError("the arguments are not of one sort");
+    if (type == nullptr) throw SortError("the arguments are not of the same sort");
   }
   const std::vector<const DataType*> signature(a.size(), type);
   return m.make_term(m.make_opaque_symbol("distinct", signature, m.bool_type), a);

@@ -96,7 +96,7 @@ const Symbol* Reader::function(std::string_view name, std::span<const DataType* 
   // A name that is a reserved word is written with bars, and looked up by the first of them.
   const std::string key = (is_reserved_word(name) ? "|" : "") + std::string(name);
   if (!is_free(names_.find(key))) {
-    throw std::invalid_argument(std::string(name) + " has another meaning already");
+    throw std::invalid_argument(std::string(name) + " already has another meaning");
   }
   note_name(name);
   const Session::Place before = session_.place();
@@ -125,8 +125,9 @@ const DataType* Reader::declare_sort(std::string_view name, std::size_t num_para
   const SortMeaning meaning = meaning_of_sort(name);
   if (meaning.kind != SortMeaning::none) {
     if (meaning.declared && meaning.arity == num_parameters) return meaning.sort;
-    throw std::invalid_argument("sort " + std::string(name) +
-                                (meaning.declared ? " has another number of parameters" : " is predefined"));
+    throw std::invalid_argument(
+        "sort " + std::string(name) +
+        (meaning.declared ? " has a different number of parameters" : " is predefined"));
   }
   if (name == "BitVec" || name == "FloatingPoint") {
     throw std::invalid_argument("sort " + std::string(name) + " is predefined");

@@ -14,7 +14,7 @@ Token Lexer::error(const char* where, std::string_view message) noexcept {
 
 Token Lexer::number(const char* start) noexcept {
   const char* p = skip(start, is_digit);
-  if (*start == '0' && p != start + 1) return error(start, "a number must not begin with a superfluous 0");
+  if (*start == '0' && p != start + 1) return error(start, "a number must not have leading zeros");
   TokenKind kind = TokenKind::numeral;
   if (p != end_ && *p == '.') {
     const char* fraction = p + 1;

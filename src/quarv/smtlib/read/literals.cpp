@@ -78,7 +78,7 @@ const Term* Reader::bit_vector_literal(const Token& token) {
 const Term* Reader::bit_vector_numeral(const Token& name, std::size_t width) {
   const std::string_view digits = name.text.substr(2);
   for (char c : digits) {
-    if (c < '0' || c > '9') fail(name.start, "unknown constant with indices " + std::string(name.text));
+    if (c < '0' || c > '9') fail(name.start, "unknown indexed constant " + std::string(name.text));
   }
   if (width == 0 || width > max_width) {
     fail(name.start, "bit-vectors have 1 to " + std::to_string(max_width) + " bits");

@@ -9,7 +9,6 @@ namespace quarv::smtlib {
 
 namespace {
 
-
 constexpr std::string_view blanks = " \t\r\n";
 
 /// The operators of all theories, by name.
@@ -34,7 +33,8 @@ std::size_t index_value(const Operator& op, const std::string& text) {
   std::size_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size()) {
-    throw std::invalid_argument(std::string(op.name) + ": the index " + text + " is no numeral of 64 bits");
+    throw std::invalid_argument(std::string(op.name) + ": the index " + text +
+                                " is not a numeral of at most 64 bits");
   }
   return value;
 }

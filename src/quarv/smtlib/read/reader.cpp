@@ -548,7 +548,7 @@ void Reader::term_command(Script& script, Command::Kind kind, std::string_view t
 
 void Reader::set_logic(Script& script, const char* start) {
   const Token logic = expect_symbol("a logic");
-  if (logic_set_) fail(start, "the logic has been set before");
+  if (logic_set_) fail(start, "the logic has already been set");
   logic_set_ = true;
   script.difference_logic = logic.text.ends_with("DL");
   expect_right("the logic");

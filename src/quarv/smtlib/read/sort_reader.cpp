@@ -99,7 +99,7 @@ const DataType* Reader::indexed_sort() {
   const Token name = expect_symbol("a sort");
   const bool bit_vector = is_word(name, "BitVec");
   if (!bit_vector && !is_word(name, "FloatingPoint")) {
-    fail(name.start, "unknown sort with indices " + std::string(name.text));
+    fail(name.start, "unknown indexed sort " + std::string(name.text));
   }
   const std::size_t first = index_value(next());
   const std::size_t second = bit_vector ? 0 : index_value(next());

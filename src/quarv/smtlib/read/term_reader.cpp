@@ -526,7 +526,7 @@ const Term* Reader::indexed_constant(const char* start) {
   } catch (const SortError& e) {
     fail(start, e.what());
   }
-  fail(name.start, "unknown constant with indices " + std::string(name.text));
+  fail(name.start, "unknown indexed constant " + std::string(name.text));
 }
 
 const Term* Reader::special_float(const Token& name) {

@@ -215,7 +215,7 @@ void ScriptWriter::write_root(Node root, std::uint32_t unit) {
 void ScriptWriter::check_size() const {
   constexpr std::size_t largest = std::size_t{4} << 30;
   if (sharing_ == Sharing::none && out_.size() > largest) {
-    throw std::runtime_error("without sharing the output would exceed 4 GiB");
+    throw std::runtime_error("without sharing, the output would exceed 4 GiB");
   }
 }
 
