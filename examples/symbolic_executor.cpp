@@ -1,5 +1,5 @@
 // A symbolic executor of straight-line code over unsigned 32-bit words. quarv is its term store; z3's command
-// line answers what simplification leaves open. For each operation that can go wrong (division by zero, a
+// line decides what simplification leaves open. For each operation that can go wrong (division by zero, a
 // shift by 32 or more) and each `check`, it asks whether some input that the assumptions allow makes it go
 // wrong.
 //

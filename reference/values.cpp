@@ -8,7 +8,7 @@ namespace quarv::reference {
 
 namespace {
 
-/// Whether so many indices are all that there are.
+/// Whether this number of indices is all that there are.
 bool is_whole_domain(const Sort* sort, std::size_t num_indices) {
   if (sort->kind == Sort::boolean) return num_indices == 2;
   return sort->kind == Sort::bit_vector && sort->width < 32 && num_indices == std::size_t{1} << sort->width;

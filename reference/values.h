@@ -25,7 +25,7 @@ inline Value truth_value(bool x) {
   return {x ? 1 : 0, nullptr};
 }
 
-/// The values of an array at indices whose values are no arrays themselves.
+/// The values of an array at indices whose values are not arrays themselves.
 struct ArrayValue {
   Value others;  ///< at all indices that are not listed
   std::map<mpq_class, Value> elements;

@@ -4,10 +4,10 @@
  *
  * - A manager owns its terms and sorts; they are valid until it is deleted and are never released one by one.
  * Equal terms are equal pointers. Terms of one manager must not be handed to another.
- * - Texts are UTF-8 and end with a zero byte. Texts and arrays that a function answers are released by
+ * - Texts are UTF-8 and end with a zero byte. Texts and arrays that a function returns are released by
  * quarv_free.
  * - No exception leaves these functions. Each that takes a manager sets the manager's status: QUARV_OK, or
- * what went wrong, with a message of one line. A function that answers a pointer then answers NULL.
+ * what went wrong, with a message of one line. A function that returns a pointer then returns NULL.
  * - One thread at a time uses quarv in a process, all managers included.
  */
 #ifndef QUARV_C_API_H
@@ -31,9 +31,9 @@ typedef enum quarv_status {
   QUARV_INVALID_ARGUMENT =
       1,                /**< a null pointer, an unknown operator, a name that cannot be declared, no number */
   QUARV_SORT_ERROR = 2, /**< arguments do not fit an operator */
-  QUARV_SYNTAX_ERROR = 3, /**< a fault in a text; the message begins with "file:line:column: error: " */
+  QUARV_SYNTAX_ERROR = 3,  /**< an error in a text; the message begins with "file:line:column: error: " */
   QUARV_OUT_OF_MEMORY = 4, /**< also in GMP, unless the program has given it functions of its own */
-  QUARV_FAILURE = 5 /**< anything else */
+  QUARV_FAILURE = 5        /**< anything else */
 } quarv_status;
 
 /** Flags of quarv_manager_new. */
@@ -50,7 +50,7 @@ QUARV_API const char* quarv_version(void);
 /** A manager with the standard simplifiers and rules; NULL when there is no memory. `flags` is 0 or a sum of
  * flags. */
 QUARV_API quarv_manager* quarv_manager_new(unsigned flags);
-/** Deletes a manager with all its terms; NULL is passed over. */
+/** Deletes a manager with all its terms; NULL is ignored. */
 QUARV_API void quarv_manager_delete(quarv_manager* m);
 
 /** How the last call with this manager ended, apart from these two functions and quarv_manager_delete. */
@@ -58,7 +58,7 @@ QUARV_API quarv_status quarv_error(const quarv_manager* m);
 /** One line; "" after QUARV_OK. Valid until the next call with the manager. */
 QUARV_API const char* quarv_error_message(const quarv_manager* m);
 
-/** Releases a text or an array that a function answered; NULL is passed over. */
+/** Releases a text or an array that a function returned; NULL is ignored. */
 QUARV_API void quarv_free(void* answer);
 
 /** \name Sorts

@@ -83,7 +83,7 @@ void fail(quarv_manager* m, quarv_status status, const char* message) noexcept {
   }
 }
 
-/// Answers what `f` does, or null with the manager's status set: the one place where exceptions end.
+/// Returns what `f` does, or null with the manager's status set: the one place where exceptions end.
 template <class F>
 auto guarded(quarv_manager* m, F f) noexcept -> decltype(f()) {
   if (m == nullptr) return {};
@@ -108,7 +108,7 @@ auto guarded(quarv_manager* m, F f) noexcept -> decltype(f()) {
   return {};
 }
 
-/// Likewise, of functions that answer the status alone.
+/// Likewise, for functions that return only the status.
 template <class F>
 quarv_status status_of(quarv_manager* m, F f) noexcept {
   if (m == nullptr) return QUARV_INVALID_ARGUMENT;

@@ -45,7 +45,7 @@ struct Size {
   auto operator<=>(const Size&) const = default;
 };
 
-/// The answer: by class the form to write; empty where there is none.
+/// The result: by class the form to write; empty where there is none.
 struct Choice {
   std::vector<FormId> form;
   Size size;

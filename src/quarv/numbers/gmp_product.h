@@ -8,7 +8,7 @@
 
 namespace quarv {
 
-/// Makes room for so many limbs. The value stays.
+/// Makes room for this many limbs. The value stays.
 inline void reserve_limbs(mpz_ptr x, std::size_t limbs) {
   if (limbs > static_cast<std::size_t>(x->_mp_alloc)) mpz_realloc2(x, limbs * GMP_NUMB_BITS);
 }

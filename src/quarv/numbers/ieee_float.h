@@ -86,7 +86,7 @@ class QUARV_API IEEEFloat {
   /// The encoding, from 0 to 2^(ew + mw + 1) − 1. A NaN gives the bits that it was made from.
   QNumber get_bits() const;
 
-  /// Stores the encoding in `word` and answers true, if the format has at most 64 bits; else answers false.
+  /// Stores the encoding in `word` and returns true, if the format has at most 64 bits; else returns false.
   bool get_word(std::uint64_t* word) const {
     if (holds_number()) return false;
     *word = kind() == word32 ? word32_ : word64_;

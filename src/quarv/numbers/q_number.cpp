@@ -220,7 +220,7 @@ std::size_t QNumber::hash_big() const {
 // --- Sums ---
 
 // With g = gcd(b, d), a/b + c/d = (a(d/g) + c(b/g)) / (b(d/g)), in which only a divisor of g can still
-// cancel. Answers false if an operand is big or a step does not fit.
+// cancel. Returns false if an operand is big or a step does not fit.
 template <bool subtract>
 bool QNumber::small_sum(const QNumber& x, const QNumber& y, Words* sum) {
   if (x.den_ == 0 || y.den_ == 0) return false;
@@ -333,7 +333,7 @@ void QNumber::big_sum(mpq_srcptr x, mpq_srcptr y, mpq_ptr sum) {
 // --- Products ---
 
 // Each numerator is cancelled with the other denominator, which leaves nothing to cancel in the product.
-// Answers false if an operand is big or a product does not fit.
+// Returns false if an operand is big or a product does not fit.
 bool QNumber::small_product(const QNumber& x, const QNumber& y, Words* product) {
   if (x.den_ == 0 || y.den_ == 0) return false;
   const auto g1 = static_cast<long>(cached_gcd(magnitude(x.num_), magnitude(y.den_)));

@@ -55,7 +55,7 @@ class QUARV_API QNumber {
   template <Integer T>
   QNumber(T value) : QNumber(words_of(value)) {}  // NOLINT: as above
 
-  /// 0.5 and true are no integers; 0.5 is `QNumber(1, 2)`.
+  /// 0.5 and true are not integers; 0.5 is `QNumber(1, 2)`.
   template <NotAnInteger T>
   QNumber(T value) = delete;
 

@@ -11,7 +11,7 @@ bool all_digits(std::string_view text) {
   return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// So many digits are a word, whatever they are.
+// This many digits fit a word, whatever they are.
 constexpr std::size_t max_word_digits = 18;
 
 // Without it a leading zero would mean octal digits to GMP.

@@ -28,7 +28,7 @@ class ResultBuilder {
  public:
   explicit ResultBuilder(Rule* rule) : rule_(rule) {}
 
-  /// Appends the nodes of `tree`, whose width, when it cannot be told from below, is that of `outer`. Answers
+  /// Appends the nodes of `tree`, whose width, when it cannot be told from below, is that of `outer`. Returns
   /// the number of the root.
   std::size_t build(const ResultTree& tree, std::optional<WidthSource> outer) {
     ResultNode node = tree.node;

@@ -40,7 +40,7 @@ using ChildShapes = std::array<ChildShape, 2>;
 class RuleIndex {
  public:
   struct Entry {
-    std::uint32_t number;  ///< what `candidates` answers
+    std::uint32_t number;  ///< what `candidates` returns
     SymbolTag::tag applicant;
     ChildShapes shapes;
   };

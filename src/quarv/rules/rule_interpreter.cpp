@@ -137,7 +137,7 @@ class Attempt {
            related(left, test.relation, right);
   }
 
-  /// A side of a comparison of values; false when it is a term that is no numeral.
+  /// A side of a comparison of values; false when it is a term that is not a numeral.
   bool get_value(const IntExpr& side, QNumber* value) const {
     if (side.kind == IntExpr::Kind::value) {
       const QNumber* number = mgr_->get_number(terms_[side.index]->symbol);
@@ -150,7 +150,7 @@ class Attempt {
     return true;
   }
 
-  /// False when the width of a term is asked for that is no bit-vector.
+  /// False when the width of a term is asked for that is not a bit-vector.
   bool evaluate(const IntExpr& expression, std::uint64_t* value) const {
     switch (expression.kind) {
       case IntExpr::Kind::literal:

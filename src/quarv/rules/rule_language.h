@@ -192,7 +192,7 @@ inline constexpr std::size_t max_depth = 32;
 /// single hyphens between them, and begin with a letter. Throws RuleError, with `line` as its line.
 QUARV_API Rule parse_rule(std::string_view text, std::size_t line = 1);
 
-/// Parses a rule file: a rule a line; empty lines and lines that begin with '#' are passed over. Throws
+/// Parses a rule file: one rule per line; empty lines and lines that begin with '#' are ignored. Throws
 /// RuleError, also where a name is given twice.
 QUARV_API std::vector<Rule> parse_rules(std::string_view text);
 

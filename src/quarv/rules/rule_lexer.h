@@ -42,7 +42,7 @@ class RuleLexer {
   /// Passes over `sign`, which must be the current token.
   void expect(std::string_view sign);
 
-  /// The number under the cursor, which is passed over.
+  /// The number under the cursor, which moves behind it.
   std::int64_t take_number();
 
   [[noreturn]] void fail(const std::string& reason) const { fail(column(), reason); }

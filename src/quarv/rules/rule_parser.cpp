@@ -87,7 +87,7 @@ std::size_t RuleParser::new_parameter(Parameter parameter, std::size_t column) {
   return rule_.parameters.size() - 1;
 }
 
-/// A constant in the place of a term: a number, or -1.
+/// A constant in place of a term: a number, or -1.
 std::int64_t RuleParser::parse_literal() {
   if (!lexer_.at("-")) return lexer_.take_number();
   const std::size_t column = lexer_.column();

@@ -237,7 +237,7 @@ const Term* TermNormalizer::apply_rule(const Term* t) {
   return t;
 }
 
-/// Goes on with `next` in the place of the top frame's term.
+/// Continues with `next` in place of the top frame's term.
 void TermNormalizer::advance(const Term* next) {
   const Term*& form = entry(next);
   if (form == in_progress) return finish(stop_cycle(next));

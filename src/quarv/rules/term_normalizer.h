@@ -39,7 +39,7 @@ class QUARV_API TermNormalizer {
     virtual SymbolTag::tag get_applicant() = 0;
 
     /// Tries the rule on `t`, whose root has the applicant's tag. When it applies, stores a term equal to `t`
-    /// and answers true; otherwise answers false and leaves `*out` alone.
+    /// and returns true; otherwise returns false and leaves `*out` alone.
     virtual bool operator()(TermManager* mgr, const Term* t, const Term** out) const = 0;
 
     /// What the rule is called; empty for a rule that has no name. A set of rules may change around a name,

@@ -113,9 +113,9 @@ class QUARV_API Session {
 
   /// \throws SortError for a term of another sort than Bool
   void assert_formula(const Term* t);
-  /// Something restricts the interpretations that is no term, as a recursive definition does.
+  /// Something restricts the interpretations that is not a term, as a recursive definition does.
   void assert_something_else() { formulas_.push_back(nullptr); }
-  /// What is asserted on all levels, oldest first; null for what is no term.
+  /// What is asserted on all levels, oldest first; null for what is not a term.
   Args assertions() const noexcept { return formulas_; }
 
   /// Forgets what came after a place; names stay when `keep_names`. Terms stay in the manager.

@@ -12,7 +12,7 @@ namespace quarv {
 /// `mw` stored bits of significand.
 QUARV_API const Term* canonical_nan(TermManager& manager, std::size_t ew, std::size_t mw);
 
-/// The standard simplifiers without what the SMT-LIB standard does not warrant, for formulas whose meaning
+/// The standard simplifiers without what the SMT-LIB standard does not justify, for formulas whose meaning
 /// must not change.
 ///
 /// The standard has one NaN. Here every NaN literal, in arguments and in results, is replaced by the one that

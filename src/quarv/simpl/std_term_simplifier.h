@@ -21,7 +21,7 @@ class QUARV_API StdTermSimplifier : public TermSimplifier {
     virtual ~simpl_fun() = default;
 
     /// The term that stands for `s(args)`, never null. `args` are already simplified. A simplifier that finds
-    /// nothing to do answers `mgr->do_make_term(s, args)`; it may reorder or replace the elements of `args`
+    /// nothing to do returns `mgr->do_make_term(s, args)`; it may reorder or replace the elements of `args`
     /// before building.
     virtual const Term* operator()(TermManager* mgr, const Symbol* s,
                                    const std::vector<const Term*>& args) = 0;

@@ -247,7 +247,7 @@ void NormalForms::remainder(const Sum& sum) {
   }
 }
 
-/// "(= (mod a n) r)": every solver knows it. A remainder that is no numeral goes to the other side.
+/// "(= (mod a n) r)": every solver knows it. A remainder that is not a numeral goes to the other side.
 void NormalForms::congruence(const Term* t) {
   QNumber modulus, quotient, remainder;
   m_.is_int_modular_congruence(t->symbol, &modulus);

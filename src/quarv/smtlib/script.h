@@ -98,7 +98,7 @@ struct Script {
     return c.first_term + i < term_texts.size() ? term_texts[c.first_term + i] : std::string_view{};
   }
   /// What the command asserts or assumes, as far as it is simplified: of `check-sat-assuming` the formulas
-  /// that are no literals.
+  /// that are not literals.
   std::vector<const Term*> formulas_of(const Command& c) const;
 };
 

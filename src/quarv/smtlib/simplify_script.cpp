@@ -103,7 +103,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;
-    printed.exceptions(std::ios::badbit);  // lack of memory shall not look like a fault of the stream
+    printed.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
     std::unique_ptr<ChosenScript> chosen;
     if (written) {
       session.simplifier().set_observer(nullptr);

@@ -22,14 +22,14 @@ struct SimplifyOptions : SessionOptions {
 
 /// What happened, for those who want to know.
 struct SimplifyReport {
-  double read_seconds = 0;      ///< reading, building and simplifying
+  double read_seconds = 0;  ///< reading, building and simplifying
   double print_seconds = 0;
   std::size_t rounds = 1;  ///< how often the text was read until it did not change any more
 };
 
 /// Reads `text`, simplifies it and prints it to `out`. The output is a fixed point: reading and printing it
 /// gives the same text; to that end the text may be simplified in several rounds, of which observer and trace
-/// see the first: what became of the input. Throws InputError for faults of the input and of rule files,
+/// see only the first, over the input. Throws InputError for errors in the input and in rule files,
 /// UnknownRule, and std::runtime_error when the stream fails; something may have been written then.
 QUARV_API SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                          const SimplifyOptions& options = {});

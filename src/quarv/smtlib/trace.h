@@ -41,9 +41,9 @@ namespace quarv::smtlib {
 /// A declared function that has the name and sort of another one, which it shadows, has a "copy" number from
 /// 1. A quantifier lists its "variables", an annotation its "attributes". What a simplifier was asked for,
 /// `op(args)`, need not exist as a term, and is written out in the step. Steps made for a definition are
-/// counted with the assertion that follows. A formula in `check-sat-assuming` that is no literal is an
+/// counted with the assertion that follows. A formula in `check-sat-assuming` that is not a literal is an
 /// assertion here. "simplifier" is the operator's name, rules count from 1; a rule without a name has no
-/// "name". Bytes that are no UTF-8 appear as the characters of the same number.
+/// "name". Bytes that are not UTF-8 appear as the characters of the same number.
 ///
 /// Tracing changes no result: nothing is interned for it.
 class QUARV_API Trace : public SimplificationObserver {

@@ -1,5 +1,5 @@
 /// \file
-/// One row for each operator: all that is known of it beside what it means.
+/// One row for each operator: all that is known of it except what it means.
 #pragma once
 
 #include <array>
@@ -182,7 +182,7 @@ inline constexpr Row tagged[] = {
     Row(Tag::LEQ, "LEQ", "<=", {{number, number}, boolean}).chained(pairs),
     Row(Tag::EQ, "EQ", "=", {{any, any}, boolean}).chained(pairs).commutes().in_rules("==", "equal", "="),
     Row(Tag::TERM_ITE, "TERM_ITE", "ite", {{boolean, any, any}, any}),
-    // Its modulus is a number of any size, which is no parameter; in SMT-LIB the second operand is 0.
+    // Its modulus is a number of any size, which is not a parameter; in SMT-LIB the second operand is 0.
     Row(Tag::INT_MOD_CONGR, "INT_MOD_CONGR", "divisible", {{integer, integer}, boolean}),
 
     Row(Tag::BV_CONCAT, "BV_CONCAT", "concat", {{bits, bits1}, joined}).chained(right).in_rules("concat", "bv_concat"),
@@ -275,7 +275,7 @@ static_assert(is_in_order());
 
 }  // namespace operator_table
 
-/// The row of a tag. Those of UF, CONSTANT and OPAQUE, which are no operators, have no signature.
+/// The row of a tag. Those of UF, CONSTANT and OPAQUE, which are not operators, have no signature.
 constexpr const OperatorRow& operator_row(SymbolTag::tag tag) noexcept {
   return operator_table::tagged[tag];
 }

@@ -301,7 +301,7 @@ const char* TermManager::interned_name(std::string_view name) {
 const Symbol* TermManager::named_symbol(SymbolTag::tag tag, std::string_view name,
                                         std::span<const DataType* const> argument_types,
                                         const DataType* result) {
-  // An operator's own name is no interned one: an opaque operator of that name is another.
+  // An operator's own name is not an interned one: an opaque operator of that name is another.
   const char* shared_name = tag > SymbolTag::OPAQUE ? SymbolTag::name(tag) : interned_name(name);
   auto& table = tag == SymbolTag::UF ? tables_->declared_symbols : tables_->opaque_symbols;
   const SymbolTables::TypeListView key{shared_name, argument_types, result};

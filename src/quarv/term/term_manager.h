@@ -127,7 +127,7 @@ class QUARV_API TermManager {
 
   // What simplifiers may cost.
 
-  /// Whether a simplifier may compute a number, or a bit-vector, of so many bits. Beyond 2^24 bits it may
+  /// Whether a simplifier may compute a number, or a bit-vector, of this many bits. Beyond 2^24 bits it may
   /// not; nor beyond 4096 bits when all numbers of the manager take more than 256 MiB already. What is not
   /// computed stays as it is.
   bool may_compute(std::size_t bits) const noexcept {
@@ -147,7 +147,7 @@ class QUARV_API TermManager {
     return expansion_ <= (std::uint64_t{1} << 20) + 16 * (next_id_ - expansion_);
   }
 
-  /// Prepares for so many terms; more or fewer may come.
+  /// Prepares for this many terms; more or fewer may come.
   void reserve_terms(std::size_t n) { terms_.reserve(n); }
 
   /// Number of children of terms headed by `symbol`.

@@ -16,7 +16,7 @@ class QUARV_API TermSimplifier {
  public:
   virtual ~TermSimplifier() = default;
 
-  /// The term to use for `symbol(args)`, never null. An implementation that has nothing to say answers
+  /// The term to use for `symbol(args)`, never null. An implementation that has nothing to do returns
   /// `manager->do_make_term(symbol, args)`. It may overwrite the elements of `args`.
   virtual const Term* simplify(TermManager* manager, const Symbol* symbol,
                                const std::vector<const Term*>& args) = 0;

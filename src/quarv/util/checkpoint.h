@@ -10,7 +10,7 @@ namespace quarv {
 ///
 /// While the object lives, work of its thread calls `look` now and then, from places where nothing is half
 /// done: between the steps of simplifying, reading and writing. What `look` throws passes through the call
-/// under way, which then has built some terms that nobody asked for and changed nothing else. `look` is
+/// under way, which then has built some terms that are not needed and changed nothing else. `look` is
 /// called very often; it should find out quickly whether it is time to look again, and must not use the
 /// library. Without an object the cost is one test of a pointer for each step.
 class QUARV_API Checkpoint {

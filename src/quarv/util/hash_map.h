@@ -162,7 +162,7 @@ class Hashtable {
   /// Whether the key has an entry.
   bool contains(const Key& key) const { return find_node(key) != nullptr; }
 
-  /// Removes the entry of a key and answers whether there was one.
+  /// Removes the entry of a key and returns whether there was one.
   bool erase(const Key& key) {
     if (count_ == 0) return false;
     for (Node** link = bucket_of(key); *link != nullptr; link = &(*link)->next) {
@@ -224,7 +224,7 @@ class Hashtable {
     return Iterator<V>(buckets_.data(), buckets_.data() + buckets_.size());
   }
 
-  /// The node of a key, or null. An empty table answers without hashing.
+  /// The node of a key, or null. An empty table returns without hashing.
   Node* find_node(const Key& key) const {
     return count_ == 0 ? nullptr : find_in_chain(*bucket_of(key), key);
   }
@@ -341,7 +341,7 @@ class HashMap : public Hashtable<std::pair<const Key, Mapped>, FirstOfPair, Key,
   iterator begin() noexcept { return this->template iterate<typename Table::value_type>(); }
   iterator end() noexcept { return {}; }
 
-  /// The value of a key, or null. An empty map answers without hashing.
+  /// The value of a key, or null. An empty map returns without hashing.
   Mapped* find(const Key& key) {
     auto* node = this->find_node(key);
     return node != nullptr ? std::addressof(node->value.second) : nullptr;
@@ -362,7 +362,7 @@ class HashMap : public Hashtable<std::pair<const Key, Mapped>, FirstOfPair, Key,
 template <class Key, class Hash = hash<Key>, class Equal = std::equal_to<Key>>
 class HashSet : public Hashtable<Key, std::identity, Key, Hash, Equal> {
  public:
-  /// Adds a key and answers whether it is new. The set grows first when its load exceeds 0.7.
+  /// Adds a key and returns whether it is new. The set grows first when its load exceeds 0.7.
   /// \throws std::bad_alloc, or what the copy constructor throws, with the same keys as before
   bool insert(const Key& key) { return this->find_or_insert(key, key).second; }
 };

@@ -9,12 +9,12 @@
 
 namespace quarv {
 
-/// A fault in SMT-LIB input. `what()` is one line, `file:line:column: error: message`; lines and columns
+/// An error in SMT-LIB input. `what()` is one line, `file:line:column: error: message`; lines and columns
 /// count from 1, columns in bytes.
 class QUARV_API InputError : public std::runtime_error {
  public:
   InputError(const std::string& file, std::size_t line, std::size_t column, const std::string& message,
-        std::string excerpt = {})
+             std::string excerpt = {})
       : std::runtime_error(file + ':' + std::to_string(line) + ':' + std::to_string(column) +
                            ": error: " + message),
         message_(message),
@@ -24,7 +24,7 @@ class QUARV_API InputError : public std::runtime_error {
 
   /// The message alone, without the place.
   const std::string& message() const noexcept { return message_; }
-  /// The line of the input at fault and, below it, a caret under the place, each ended by a newline: what a
+  /// The offending line of the input and, below it, a caret under the place, each ended by a newline: what a
   /// person is shown after `what()`. Empty where there is no such line.
   const std::string& excerpt() const noexcept { return excerpt_; }
   std::size_t line() const noexcept { return line_; }

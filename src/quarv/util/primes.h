@@ -30,7 +30,7 @@ struct QUARV_API BucketCount {
   /// The number of buckets; 0 in a table without a bucket array.
   std::uint64_t count = 0;
   /// The smallest number of entries for which `exceeds_max_load` holds. It is monotonic in the number of
-  /// entries, so one comparison answers it. The maximum of the type for the last count, which cannot grow.
+  /// entries, so one comparison decides it. The maximum of the type for the last count, which cannot grow.
   std::uint64_t grow_at = 0;
 
   /// `hash` mod `count`, for every 64-bit hash.

@@ -63,7 +63,7 @@ std::size_t length_by_first_byte(unsigned char byte) noexcept {
   return byte >= 0xF0 && byte < 0xF5 ? 4 : 0;
 }
 
-/// Takes the first character of `text` away; bytes that are no UTF-8 go one by one.
+/// Takes the first character of `text` away; bytes that are not UTF-8 go one by one.
 Character take_character(std::string_view& text) {
   const auto byte = [&text](std::size_t i) { return static_cast<unsigned char>(text[i]); };
   const std::size_t length = length_by_first_byte(byte(0));

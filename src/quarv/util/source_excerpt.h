@@ -22,7 +22,7 @@ QUARV_API SourcePlace place_in(std::string_view text, std::size_t offset) noexce
 
 /// The line around a place, and below it a caret under what stands there; both indented and ended by a
 /// newline. Of a long line only the surroundings are shown. What a terminal would not show as characters side
-/// by side is replaced: a tab by a blank, control characters and bytes that are no UTF-8 by U+FFFD.
+/// by side is replaced: a tab by a blank, control characters and bytes that are not UTF-8 by U+FFFD.
 /// Empty for a blank line, which shows nothing.
 QUARV_API std::string source_excerpt(std::string_view text, std::size_t offset);
 

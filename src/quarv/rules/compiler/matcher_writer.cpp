@@ -83,7 +83,7 @@ class MatcherWriter {
     }
   }
 
-  /// A recogniser answers widths after the parameters, which come from the types here.
+  /// A recogniser returns widths after the parameters, which come from the types here.
   static std::string remaining_outputs(const Operator& op) {
     return op.shape == Shape::concat ? ", nullptr, nullptr" : ", nullptr";
   }

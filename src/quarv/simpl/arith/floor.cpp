@@ -14,7 +14,7 @@ bool is_sum(const TermManager* mgr, const Term* t) {
 }
 
 /// Visits the summands of a sum from right to left, with sums of the integer type as one summand. Stops and
-/// answers false after `most` nodes.
+/// returns false after `most` nodes.
 template <class Visit>
 bool for_each_summand(const TermManager* mgr, const Term* sum, std::size_t most, Visit&& visit) {
   std::vector<const Term*> pending{sum};

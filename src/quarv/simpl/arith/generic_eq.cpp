@@ -14,7 +14,7 @@ bool is_array_const(const TermManager* mgr, const Term* t) {
   return mgr->is_array_const(t->symbol, nullptr, nullptr);
 }
 
-/// What most arrays that are no values lack, at the root already.
+/// What most arrays that are not values lack, at the root already.
 bool has_array_constructor(const TermManager* mgr, const Term* t) {
   return is_array_const(mgr, t) || mgr->is_array_write(t->symbol, nullptr, nullptr);
 }

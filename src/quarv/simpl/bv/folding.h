@@ -98,7 +98,7 @@ inline std::size_t width_of(const TermManager* mgr, const Term* t, std::size_t o
   return mgr->is_bv_type(type) ? mgr->get_width_from_type(type->get_component(1)) : otherwise;
 }
 
-/// The operator that `is_op` recognises, with two operands: answers `make(width, a, b)` for literals.
+/// The operator that `is_op` recognises, with two operands: returns `make(width, a, b)` for literals.
 template <auto is_op, Width width_from, class Make>
 const Term* with_two_literals(TermManager* mgr, const Symbol* s, const Args& args, Make make) {
   std::size_t w = 0;

@@ -31,7 +31,7 @@ inline std::optional<IEEEFloat::rounding_mode> rounding_mode(const TermManager* 
 /// The literal of x, in the format of x.
 QUARV_API const Term* make_literal(TermManager* mgr, const IEEEFloat& x);
 
-/// The operator that `is_op` recognises, on one operand and with its format as only parameter: answers
+/// The operator that `is_op` recognises, on one operand and with its format as only parameter: returns
 /// `make(format, encoding)` for a literal.
 template <auto is_op, class Make>
 const Term* with_literal(TermManager* mgr, const Symbol* s, const Args& args, Make make) {

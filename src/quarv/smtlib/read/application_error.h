@@ -16,7 +16,7 @@ namespace quarv::smtlib {
 struct Operator;
 struct OperatorContext;
 
-/// Thrown for an application that does not fit its operator. Says which part is at fault, for those who know
+/// Thrown for an application that does not fit its operator. Says which part is wrong, for those who know
 /// where that was written. The message begins with the operator's name as it was written.
 class QUARV_API ApplicationError : public SortError {
  public:

@@ -7,8 +7,8 @@
 
 namespace quarv::smtlib {
 
-// An application is complete. What is at fault is looked for in the text again: while all is well, no time
-// is spent on remembering where arguments begin.
+// An application is complete. Only after an error is its place looked for in the text again: while all is
+// well, no time is spent on remembering where arguments begin.
 
 namespace {
 
@@ -124,7 +124,7 @@ void Reader::fail(const char* start, const ApplicationError& e) {
   fail(part_of(start, e.part(), e.position()), e.what());
 }
 
-/// A command within a term tells of a parenthesis that was not closed before.
+/// A command within a term means that a parenthesis was not closed before it.
 void Reader::unknown_operator(const Token& name) {
   std::string message = "unknown symbol " + std::string(name.text);
   if (is_command(name.text)) {

@@ -62,7 +62,7 @@ const QNumber* number(const TermManager& m, const Term* t) {
   return m.is_arithmetic_type(m.type_of(t)) ? m.get_number(t) : nullptr;
 }
 
-/// (mod t n) = r for numerals is a congruence, false when r is no remainder.
+/// (mod t n) = r for numerals is a congruence, false when r is not a remainder.
 const Term* remainder_equality(OperatorContext& c, const Term* a, const Term* b) {
   const QNumber* value = number(c.manager, b);
   if (value == nullptr || c.remainders.empty() || c.manager.simplifier() == nullptr) return nullptr;

@@ -141,7 +141,7 @@ constexpr Operator table[] = {
 
 }  // namespace
 
-// Software floats take exponents of no more than so many bits.
+// Software floats take exponents of at most this many bits.
 void check_exponents(const OperatorContext& c, Args a) {
   const TM& m = c.manager;
   for (std::size_t i = 0; i < a.size(); ++i) {

@@ -5,7 +5,7 @@
 #include <quarv/smtlib/read/reader.h>
 
 // Names that `:named` gives. Each is given once in what is printed: where its term stands or, where that was
-// simplified away and a text speaks of it, by a definition.
+// simplified away and a text mentions it, by a definition.
 
 namespace quarv::smtlib {
 
@@ -72,7 +72,7 @@ void Reader::bind_new_names(Script& script, const Place& before) {
   }
 }
 
-/// Names that texts speak of, of terms that were simplified away, become definitions behind the commands that
+/// Names that texts mention, of terms that were simplified away, become definitions behind the commands that
 /// gave them.
 void Reader::define_lost_names(Script& script) {
   std::vector<std::pair<std::size_t, Command>> definitions;  // behind which command

@@ -20,7 +20,7 @@ inline constexpr std::size_t max_width = max_number_bits;
 /// with more, up to `max_width`, are read and printed.
 inline constexpr std::size_t max_exponent_width = 30;
 
-/// What the builder of an operator gets beside its arguments.
+/// What the builder of an operator gets besides its arguments.
 struct OperatorContext {
   explicit OperatorContext(TermManager& m) : manager(m) {}
 
@@ -39,8 +39,8 @@ struct OperatorContext {
 };
 
 /// An operator of an SMT-LIB theory: how many indices and arguments it takes, and how it is expressed by the
-/// operators that the library has. A builder throws SortError when the arguments do not fit; what that says is
-/// for `explained`, which knows the operator's name and the sorts of its arguments.
+/// operators that the library has. A builder throws SortError when the arguments do not fit; what that says
+/// is for `explained`, which knows the operator's name and the sorts of its arguments.
 ///
 /// `sorts` has a letter for each argument, the last one for all that follow:
 ///

@@ -42,7 +42,7 @@ bool Reader::is_function(const TermNames::Name* name) noexcept {
          (name->meaning.kind == TermMeaning::function || name->meaning.kind == TermMeaning::overloaded);
 }
 
-/// Gives a function that a command declares its name, beside those that have it already.
+/// Gives a function that a command declares its name, besides those that already have it.
 const Term* Reader::bind_declared(const Token& name, const Symbol* symbol) {
   const std::string_view key = lookup_text(name);
   const TermNames::Name* known = names_.find(key);

@@ -41,7 +41,7 @@ struct ReaderOptions {
   /// The term of each assertion, definition and `simplify` is normalized when it is complete, if the session
   /// simplifies terms when they are built.
   bool normalize = true;
-  /// Is told how each term was written; null: nobody wants to know.
+  /// Is told how each term was written; may be null.
   WrittenForms* written = nullptr;
 };
 
@@ -58,7 +58,7 @@ struct ReaderOptions {
 /// more than twice as large by being simplified is read as it is written.
 ///
 /// What is not simplified: patterns, the terms of `get-value`, and the literals of `check-sat-assuming`. The
-/// latter two keep their text, which solvers repeat in what they answer. Applications of defined functions
+/// latter two keep their text, which solvers repeat in their responses. Applications of defined functions
 /// with parameters stay applications.
 class QUARV_API Reader {
  public:
@@ -84,7 +84,7 @@ class QUARV_API Reader {
   requires std::same_as<Text, std::string>
   void set_input(Text&& text, std::string file) = delete;
   /// Appends the next command to `script`; false at the end of the input. After an InputError it goes on
-  /// behind the command at fault.
+  /// behind the command with the error.
   bool next_command(Script& script);
 
   /// Throws InputError unless a text is one token, or what one pair of parentheses encloses. A text that is

@@ -2,7 +2,7 @@
 
 #include <quarv/smtlib/read/reader.h>
 
-// The commands that ask about terms. A solver repeats those terms in what it answers, and whoever asked looks
+// The commands that ask about terms. A solver repeats those terms in its response, and whoever asked looks
 // for them there: literals of `check-sat-assuming` and terms of `get-value` keep their text. So the names in
 // them must keep their meanings.
 

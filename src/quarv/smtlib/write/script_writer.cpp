@@ -283,7 +283,7 @@ bool ScriptWriter::same_order(const Term* a, const Term* b) const {
   return first == 0 || second == 0 || (a->id < b->id) == (first < second);
 }
 
-/// From which on the arguments of `t`, of which there are so many in its text, stand in the order of their
+/// The first of the `num_parts` arguments of `t` in its text from which on they stand in the order of their
 /// creation; behind the last where something else decides. A coefficient and a bit-vector numeral come first,
 /// and a polynomial atom has its number on the right.
 std::size_t ScriptWriter::first_ordered(const Term* t, std::size_t num_parts) const {

@@ -121,7 +121,7 @@ void ScriptWriter::write_quotient(const IntegerQuotient& quotient) {
   sequence.schedule();
 }
 
-/// "(= (mod a n) r)": every solver knows it. A remainder that is no numeral goes to the other side.
+/// "(= (mod a n) r)": every solver knows it. A remainder that is not a numeral goes to the other side.
 void ScriptWriter::write_congruence(const Term* t) {
   QNumber modulus;
   m_.is_int_modular_congruence(t->symbol, &modulus);

@@ -155,7 +155,7 @@ std::uint64_t SharingPlan::variable_bit(const Term* variable) {
   return bit;
 }
 
-/// Adds the variables of the annotation's patterns, which are no part of the plan, to those that are free;
+/// Adds the variables of the annotation's patterns, which are not part of the plan, to those that are free;
 /// true when the annotation gives a name.
 bool SharingPlan::note_annotation(const Term* annotation, std::uint64_t& free) {
   const TermManager::Args patterns = manager_.args_of(annotation).subspan(1);
