@@ -100,7 +100,7 @@ std::string results_path(const Arguments& arguments) {
   return arguments.output_folder.empty() ? "-" : arguments.output_folder + "/results.jsonl";
 }
 
-/// Tells how things went, and answers for the shell.
+/// Prints a summary, and returns the exit status.
 int conclude(const Results& results, const Arguments& arguments) {
   say("{}{}", arguments.dedupe ? duplicates_in(results) : "", summary_of(results));
   return all_well(results) ? success : failure;
@@ -128,8 +128,8 @@ int batch(const Arguments& arguments) {
   options.jobs = arguments.jobs;
   options.resume = arguments.resume;
   options.results = results_path(arguments);
-  // Faults of the options would be faults of every file; and what is built once here need not be in each
-  // process.
+  // An error in the options would be one for every file; and what is built once here need not be built in
+  // each process.
   const Session session(options.task.simplify);
 
   std::vector<BatchInput> inputs =

@@ -12,7 +12,7 @@ namespace quarv::cli {
 /// The words at the beginning of a command line that name one of a program's commands, as "rules check" does.
 class CommandWords {
  public:
-  /// `words` may go on with what is no command. All are referred to.
+  /// `words` may go on with what is not a command. All are referred to.
   CommandWords(const CommandLine& program, std::span<const char* const> words);
 
   /// As it is called: "quarv rules check".

@@ -4,10 +4,10 @@ namespace quarv::cli {
 
 class CommandLine;
 
-/// What the program answers to the shell.
+/// The program's exit status.
 enum ExitStatus : int { success = 0, failure = 1, usage_error = 2 };
 
-// Each adds one subcommand; when the command line names it, it runs and leaves its answer in `status`.
+// Each adds one subcommand; when the command line names it, it runs and leaves its exit status in `status`.
 
 void add_simplify(const CommandLine& program, int& status);
 void add_explain(const CommandLine& program, int& status);

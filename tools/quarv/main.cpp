@@ -93,7 +93,7 @@ struct OwnCommands {
 };
 
 /// Adds the command that is wanted. The others' options take longer to describe than many a script to
-/// simplify; they are needed only when the first argument is no command.
+/// simplify; they are needed only when the first argument is not a command.
 void add_commands(const quarv::cli::CommandLine& program, std::string_view wanted, int& status,
                   OwnCommands& own) {
   const Command* const known = std::ranges::find(commands, wanted, &Command::name);

@@ -47,7 +47,7 @@ struct CommandParts {
   }
 };
 
-/// Answers commands one by one, in the form that the SMT-LIB standard gives to a solver's answers.
+/// Runs commands one by one and prints responses in the form that the SMT-LIB standard defines.
 class Conversation {
  public:
   Conversation(const SessionOptions& options, std::ostream& out) : session_(options), out_(out) {}
@@ -151,7 +151,7 @@ void Conversation::get_info(std::string_view keyword) {
   }
 }
 
-/// Answers what simplification alone has shown.
+/// Prints what simplification alone has shown.
 void Conversation::check_sat(const Command& command) {
   const Session::Args assertions = session_.assertions();
   const auto is = [](const Term* wanted) { return [wanted](const Term* t) { return t == wanted; }; };

@@ -66,7 +66,7 @@ class StatementWriter {
     return std::ranges::find(taken_names, name) == taken_names.end() ? name : name + "'";
   }
 
-  /// Rules have no names with a quote, so a literal's is nobody else's.
+  /// Rules have no names with a quote, so a literal's is unique.
   std::string literal_name(const PatternNode& node) const {
     std::string name = node.value < 0 ? "ones'" : "c" + std::to_string(node.value) + "'";
     while (std::ranges::find(variables_, name) != variables_.end()) name += "'";

@@ -21,7 +21,7 @@ bool is_archive_name(std::string_view name);
 /// The regular files in a tar archive, one after the other.
 class ArchiveReader {
  public:
-  /// Throws ArchiveError for what is no tar archive.
+  /// Throws ArchiveError for what is not a tar archive.
   explicit ArchiveReader(const std::string& path);
 
   /// Goes to the next file; false at the end. Throws ArchiveError when the archive is damaged.

@@ -19,7 +19,7 @@ struct BatchInput {
   std::string fault;                  ///< why it cannot even be looked for; empty if it can
 };
 
-/// Two inputs would have the same output, or something would be written in the place of an input.
+/// Two inputs would have the same output, or something would be written in place of an input.
 class InputConflict : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -28,14 +28,14 @@ class InputConflict : public std::runtime_error {
 /// Where a batch writes; each may be empty.
 struct BatchOutputs {
   std::string folder;
-  std::string suffix;   ///< of the files in the folder, beside those of the scripts
+  std::string suffix;   ///< of the files in the folder, after those of the scripts
   std::string results;  ///< a file
 };
 
 /// Finds the scripts that files, folders and archives hold, in the order of their names. Of folders, with all
 /// that is below them, the files are taken whose names end in .smt2, .gz, .xz, .zst or as archives' do; of
-/// archives likewise. What cannot be read, and a path where there is no script at all, is an input with a
-/// fault. Nothing below the output folder is an input. Throws InputConflict.
+/// archives likewise. What cannot be read, and a path where there is no script at all, is an input with an
+/// error. Nothing below the output folder is an input. Throws InputConflict.
 std::vector<BatchInput> find_inputs(const std::vector<std::string>& paths, const BatchOutputs& outputs);
 
 /// Whether input `name` belongs to share `share` of `shares`, from 1. That depends on the name alone: the

@@ -59,7 +59,7 @@ Row pending_row(const std::string& name);
 /// Throws ResultsError. A last line that is not complete is left out.
 Results read_results(const Input& input);
 
-/// A results file to which rows are added as work goes on. It is locked meanwhile.
+/// A results file to which rows are added as work progresses. It is locked meanwhile.
 class Journal {
  public:
   /// Replaces the file by `results`. Throws FileError, also when another journal has it.

@@ -109,7 +109,7 @@ void Derivation::index_chains() {
   }
 }
 
-/// Those that are no chains of the same operator, each once, in ascending order.
+/// Those that are not chains of the same operator, each once, in ascending order.
 std::vector<Derivation::Id> Derivation::elements(Id chain) const {
   std::vector<Id> found, pending{chain};
   std::unordered_set<Id> seen{chain};

@@ -14,8 +14,8 @@
 
 namespace quarv::cli {
 
-/// The assertions of a script one after the other, each rewritten step by step from what was written to what
-/// became of it, by steps that a trace has. Simplifiers work on terms while they are built, rules on finished
+/// The assertions of a script one after the other, each rewritten step by step from what was written to the
+/// result, by steps that a trace has. Simplifiers work on terms while they are built, rules on finished
 /// ones; so simplifiers come first here too, and what is inside before what is around it.
 class Derivation {
  public:
@@ -51,7 +51,7 @@ class Derivation {
 
   /// The assertion after the last step.
   Id current() const noexcept { return current_; }
-  /// What became of it in the trace. That is another form than `current` before the last step, and where the
+  /// What it became in the trace. That is another form than `current` before the last step, and where the
   /// trace does not tell all: the reader joins some operations, and terms that rules would make much larger
   /// are kept as they were.
   Id result() const noexcept { return result_; }

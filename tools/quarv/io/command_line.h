@@ -78,7 +78,7 @@ class CommandLine {
   CLI::App* app_;
 };
 
-/// What became of a command line.
+/// The outcome of reading a command line.
 struct Reading {
   enum Kind { done, help, version, error };
   Kind kind = done;

@@ -6,7 +6,7 @@
 
 namespace quarv::cli {
 
-/// Cuts a stream of text into commands, so that each can be answered as soon as it is complete.
+/// Cuts a stream of text into commands, so that each can run as soon as it is complete.
 class CommandSplitter {
  public:
   /// A command's text, and where it begins in the stream, counted from 1.

@@ -14,7 +14,7 @@ class TextSource {
   /// begun, which decides how the user is asked. Throws FileError.
   virtual bool read(std::string& text, bool idle) = 0;
 
-  /// Someone types the text and sees the answers.
+  /// Someone types the text and sees the responses.
   virtual bool interactive() const noexcept { return false; }
 };
 

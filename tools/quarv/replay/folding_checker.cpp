@@ -113,7 +113,7 @@ bool FoldingChecker::check_there_and_back(const Expression& e, TermName after) c
   return known_.find(extension) == after || known_.find_plain(extension) == after;
 }
 
-// Booleans: truth tables over what is no connective.
+// Booleans: truth tables over what is not a connective.
 
 namespace {
 

@@ -8,7 +8,7 @@
 namespace quarv::cli {
 
 /// Longer chains of writes, deeper nested arrays and more comparisons than this are left undecided: all that
-/// is checked must come to an end within reasonable time.
+/// is checked must end within reasonable time.
 constexpr std::size_t most_writes = 2000;
 constexpr std::size_t deepest = 64;
 constexpr std::size_t most_comparisons = 100'000;
@@ -181,7 +181,7 @@ bool FoldingChecker::check_equality(const Expression& e, TermName after) const {
   if (const auto value = truth(after)) {
     return compare(a, b) == (*value ? Comparison::equal : Comparison::different);
   }
-  // Constant arrays are equal where their elements are; what became of that equality is known.
+  // Constant arrays are equal where their elements are; the result of that equality is known.
   const auto is_constant = [&](TermName t) {
     const Expression& c = trace_.term(t);
     return c.kind == Expression::operation && c.op == "const" && c.args.size() == 1;

@@ -77,7 +77,7 @@ class ReportData {
     }
   }
 
-  /// `extra_rules` are those that were applied beside the standard ones.
+  /// `extra_rules` are those that were applied in addition to the standard ones.
   std::string text(const std::vector<RuleFile>& extra_rules) && {
     data_["notes"] = std::move(notes_);
     data_["simplifications"] = Json::array();

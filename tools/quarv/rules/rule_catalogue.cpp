@@ -115,7 +115,7 @@ std::string contradiction(const rules::Rule& rule) {
   const auto is_constant = [](const Condition& c) {
     return c.kind == Kind::is_const || c.kind == Kind::has_value;
   };
-  // All ones is another number at each width, so that it is no match for comparing.
+  // All ones is another number at each width, so that it is not a match for comparing.
   const auto exclude = [&](const Condition& a, const Condition& b) {
     if (a.a != b.a) return false;
     if (a.kind == Kind::is_not_const) return is_constant(b);

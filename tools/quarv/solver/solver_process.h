@@ -12,13 +12,13 @@
 
 namespace quarv::cli {
 
-/// The solver cannot be run, ended before it had answered, or answered what nobody asked.
+/// The solver cannot be run, ended before it had answered, or gave an unexpected answer.
 class SolverFault : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// An SMT solver that reads commands from its standard input and answers on its standard output.
+/// An SMT solver that reads commands from its standard input and replies on its standard output.
 class SolverProcess {
  public:
   enum class Answer { sat, unsat, unknown };
@@ -33,12 +33,12 @@ class SolverProcess {
   /// believed. Throws SolverFault.
   void test(std::chrono::milliseconds limit);
 
-  /// Forgets all earlier queries and answers whether `commands`, declarations and assertions of the logic
+  /// Forgets all earlier queries and returns whether `commands`, declarations and assertions of the logic
   /// QF_BV, can be satisfied. When it takes longer than `limit`, the process is replaced and the answer is
   /// unknown. Throws SolverFault when the solver cannot be run or says something else.
   Answer check(const std::string& commands, std::chrono::milliseconds limit);
 
-  /// Forgets all earlier commands, gives the solver a script of which one command answers, and returns what
+  /// Forgets all earlier commands, gives the solver a script of which one command replies, and returns what
   /// it says: a word, or an error message in parentheses. Nothing when that takes longer than `limit`. After
   /// anything but an answer to `check-sat` the process is replaced. Throws SolverFault, also for more answers
   /// than one.
