@@ -34,9 +34,9 @@ class Statements(unittest.TestCase):
             now = {number: digest for number, (digest, _) in digests(rules).items()}
             # A new rule may be without a proof; then the program says so.
             self.assertEqual({number: now.get(number) for number in proved}, proved,
-                             'a rule changed: run ./quarv.sh proofs --update')
+                             'a rule changed: run scripts/proofs.sh --update')
             self.assertIn(f'# sources {check.sources_digest(rules)}', table,
-                          'a file of proofs changed: run ./quarv.sh proofs --update')
+                          'a file of proofs changed: run scripts/proofs.sh --update')
 
     def test_follow_the_text(self):
         self.assertEqual(run(HERE / 'sample.rules').stdout, (HERE / 'sample.v').read_text())

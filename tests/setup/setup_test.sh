@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# What quarv.sh asks of a machine, found out with stand-ins for the programs that know and install packages: no package is
-# there, and none can be installed.
+# What quarv.sh and the scripts in scripts/ ask of a machine, found out with stand-ins for the programs that know and install
+# packages: no package is there, and none can be installed.
 #
 # usage: setup_test.sh SOURCE_DIR WORK_DIR
 set -euo pipefail
@@ -16,15 +16,15 @@ printf '#!/bin/sh\necho "$@" >>"%s/asked"\n[ "$1" = update ]\n' "$work_dir" >"$w
 chmod +x "$work_dir"/bin/*
 export PATH=$work_dir/bin:$PATH
 
-# The packages that a command wants to install.
+# The packages that a script wants to install.
 asked() {
   rm -f "$work_dir/asked"
-  if "$source_dir/quarv.sh" "$@" >"$work_dir/output" 2>&1; then fail "$1 goes on without its packages"; fi
+  if "$source_dir/$1" "${@:2}" >"$work_dir/output" 2>&1; then fail "$* goes on without its packages"; fi
   sed -n 's/^install -y --no-install-recommends //p' "$work_dir/asked" | tr ' ' '\n'
 }
 
-asked run first.smt2 >"$work_dir/run"
-asked test >"$work_dir/test"
+asked quarv.sh run first.smt2 >"$work_dir/run"
+asked quarv.sh test >"$work_dir/test"
 for package in g++ cmake libgmp-dev; do
   grep -qxF "$package" "$work_dir/run" || fail "run does not install $package"
 done
@@ -33,8 +33,37 @@ for package in ccache libgtest-dev python3 valgrind z3 cvc5 graphviz chromium; d
   ! grep -qxF "$package" "$work_dir/run" || fail "run installs $package, which the program does not need"
 done
 
-# The sources are all that is needed: nothing beside them is spoken of.
+# What each script needs besides.
+while read -r script package; do
+  asked "$script" >"$work_dir/script"
+  grep -qxF "$package" "$work_dir/script" || fail "$script does not install $package"
+done <<'END'
+scripts/format.sh clang-format
+scripts/tidy.sh clang-tidy
+scripts/docs.sh mkdocs
+scripts/fuzz.sh libclang-rt-14-dev
+scripts/proofs.sh coq
+scripts/same-output.sh clang
+scripts/ways.sh z3
+scripts/bench.sh libbenchmark-dev
+scripts/compare.sh libflint-dev
+scripts/performance.sh libflint-dev
+END
+asked quarv.sh proofs >"$work_dir/proofs"
+grep -qxF coq "$work_dir/proofs" || fail "quarv.sh proofs does not install coq"
+
+# The help names every script, and each script prints its usage without installing anything.
 "$source_dir/quarv.sh" help >"$work_dir/help"
+rm -f "$work_dir/asked"
+for path in "$source_dir"/scripts/*.sh; do
+  script=${path##*/}
+  [[ $script != setup.sh ]] || continue
+  grep -qwF "$script" "$work_dir/help" || fail "quarv.sh help does not name $script"
+  [[ $("$path" --help | head -n 1) == "usage: scripts/$script"* ]] || fail "$script --help does not print its usage"
+done
+[[ ! -e $work_dir/asked ]] || fail "--help installs packages"
+
+# The sources are all that is needed: they mention nothing outside of the tree.
 ! grep -F '../' "$work_dir/help" || fail "help names a folder outside of the tree"
 ! grep -rnF '/../' "$source_dir" --include=CMakeLists.txt --include='*.cmake' --include=CMakePresets.json --exclude-dir=build ||
   fail "CMake reads a folder outside of the tree"
