@@ -28,7 +28,7 @@ from solver import PROVED, REFUTED, UNDECIDED, VERDICTS, Solver, Verdict
 
 PROGRAM_SECONDS = 120
 LARGEST_TEXT = 20_000_000  # without sharing a text may be exponentially large
-TOO_LARGE = "without sharing the output would exceed"  # says the program when it is even larger
+TOO_LARGE = "without sharing, the output would exceed"  # says the program when it is even larger
 SOLVER_MEGABYTES = 2000
 
 # Where the standard leaves a value open, the library chooses one, and a solver may choose another.
