@@ -8,7 +8,7 @@
  * quarv_free.
  * - No exception leaves these functions. Each that takes a manager sets the manager's status: QUARV_OK, or
  * what went wrong, with a message of one line. A function that returns a pointer then returns NULL.
- * - One thread at a time uses quarv in a process, all managers included.
+ * - Any number of threads may use quarv at the same time, each with managers of its own.
  */
 #ifndef QUARV_C_API_H
 #define QUARV_C_API_H
