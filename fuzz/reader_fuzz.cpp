@@ -1,7 +1,7 @@
 /// \file
 /// Fuzzes the reader with any bytes. It accepts the text or throws an error that names a place in it; what it
 /// accepts, it also accepts with simplification; what is printed, it reads, and prints alike; and it goes on
-/// behind faults up to the end.
+/// behind errors up to the end.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -36,7 +36,7 @@ void check_error(const InputError& e, std::string_view text) {
   }
 }
 
-/// The text as it is read and printed without simplification; none when it has a fault.
+/// The text as it is read and printed without simplification; none when it has an error.
 std::optional<std::string> read_and_print(std::string_view text) {
   SimplifyOptions plain;
   plain.simplify = false;
@@ -63,7 +63,7 @@ std::optional<std::string> simplified(std::string_view text) {
   }
 }
 
-/// Reads command after command, over faults, as an interactive session does.
+/// Reads command after command, past errors, as an interactive session does.
 void read_on(std::string_view text) {
   Session session({.simplify = false});
   smtlib::Reader reader(session);
@@ -77,7 +77,7 @@ void read_on(std::string_view text) {
       ++num_errors;
     }
   }
-  fail("more faults than bytes");
+  fail("more errors than bytes");
 }
 
 }  // namespace
@@ -88,7 +88,7 @@ int run_reader(std::string_view text) {
     if (!again) fail("what is printed is not read:\n" + *printed);
     if (*again != *printed) fail("what is printed changes:\n" + *printed + "becomes\n" + *again);
     const std::optional<std::string> simple = simplified(text);
-    if (!simple) fail("a fault is found only with simplification");
+    if (!simple) fail("an error is found only with simplification");
     if (!read_and_print(*simple)) fail("the simplified text is not read:\n" + *simple);
   }
   read_on(text);
