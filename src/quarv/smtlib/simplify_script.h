@@ -20,7 +20,7 @@ struct SimplifyOptions : SessionOptions {
   std::ostream* trace = nullptr;  ///< gets the Trace of how the input, as it is given, is simplified
 };
 
-/// What happened, for those who want to know.
+/// What was done, and how long it took.
 struct SimplifyReport {
   double read_seconds = 0;  ///< reading, building and simplifying
   double print_seconds = 0;

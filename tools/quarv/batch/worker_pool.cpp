@@ -115,7 +115,7 @@ void WorkerPool::run(Slot& slot, const std::function<void(TaskLog&)>& work, pid_
     status = 1;
   }
   std::fflush(stderr);
-  _exit(status);  // what the first process has registered to be done at its end is not for this one to do
+  _exit(status);  // without the exit handlers that the first process has registered
 }
 
 std::optional<Ending> WorkerPool::reap() {

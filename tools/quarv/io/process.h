@@ -13,7 +13,7 @@ namespace quarv::cli {
 void prepare_process();
 
 /// Ends the process as its system ends a filter whose reader is gone: silently, by SIGPIPE. Returns when the
-/// parent wants to know of it by a message instead, which it says by ignoring that signal.
+/// parent ignores that signal, and so asks for a message instead.
 void end_by_closed_pipe();
 
 /// Prints a message on standard error. There is no one to tell when that fails.

@@ -83,8 +83,8 @@ class TraceFile {
   /// `text` must outlive this.
   TraceFile(std::string_view text, std::string name) : text_(text), name_(std::move(name)) {}
 
-  /// Goes on to the next step; false at the end. Throws TraceError for a line that makes no sense; the next
-  /// call goes on behind it.
+  /// Reads the next step; false at the end. Throws TraceError for a line that makes no sense; the next
+  /// call continues after it.
   bool next(TraceStep& step);
 
   /// Whether the text began as a trace does.

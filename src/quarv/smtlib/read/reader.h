@@ -83,8 +83,8 @@ class QUARV_API Reader {
   template <class Text>
   requires std::same_as<Text, std::string>
   void set_input(Text&& text, std::string file) = delete;
-  /// Appends the next command to `script`; false at the end of the input. After an InputError it goes on
-  /// behind the command with the error.
+  /// Appends the next command to `script`; false at the end of the input. After an InputError it continues
+  /// after the command with the error.
   bool next_command(Script& script);
 
   /// Throws InputError unless a text is one token, or what one pair of parentheses encloses. A text that is
@@ -408,7 +408,7 @@ class QUARV_API Reader {
 
   std::vector<Frame> frames_;
   std::vector<const Term*> values_;
-  std::vector<FormClass> forms_;   // of the values, as long as somebody wants to know
+  std::vector<FormClass> forms_;   // of the values, as long as they are needed
   std::size_t num_commands_ = 0;   // of the script, before the one that is being read
   FormClass last_form_ = no_form;  // of the term read last
   bool decimal_ = false;           // the literal read last was a decimal

@@ -2,8 +2,8 @@
 
 #include <quarv/smtlib/read/reader.h>
 
-// The commands that ask about terms. A solver repeats those terms in its response, and whoever asked looks
-// for them there: literals of `check-sat-assuming` and terms of `get-value` keep their text. So the names in
+// The commands that ask about terms. A solver repeats those terms in its response, where the user looks
+// for them: literals of `check-sat-assuming` and terms of `get-value` keep their text. So the names in
 // them must keep their meanings.
 
 namespace quarv::smtlib {

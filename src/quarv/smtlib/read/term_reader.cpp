@@ -247,7 +247,7 @@ bool Reader::is_bound_twice(TermNames::Name& name) {
 
 /// Binds a variable. Equal names of equal sorts are one variable, so that equal quantified formulas are one
 /// term. A name that means something already is changed: what the inner scope brings in through `let` may
-/// speak of the outer meaning.
+/// refer to the outer meaning.
 const Term* Reader::bind_variable(const Token& name, const DataType* type) {
   note_name(name.text);
   TermNames::Name& entry = names_.enter(lookup_text(name));

@@ -270,7 +270,7 @@ void ScriptWriter::local_bindings(Node root, std::vector<Node>& out) const {
   std::erase_if(out, [this](Node n) { return plan_.is_small(n); });
 }
 
-/// Patterns are written in full: whoever looks for instances wants to see the term. Only where that would be
+/// Patterns are written in full, so that a reader sees the term that is matched. Only where that would be
 /// long, names are used, and names within it are given.
 void ScriptWriter::write_pattern(Node n) {
   constexpr std::size_t long_pattern = 1000;
