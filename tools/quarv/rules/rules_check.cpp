@@ -33,7 +33,7 @@ constexpr const char* explanation =
   quarv rules check my.rules --solver cvc5 --max-width 8
 
 For each rule the solver is asked whether the pattern's conditions can hold while pattern and result differ: in all
-instances of widths 1 to 4, in some of larger widths, and around the widths that the rule itself names. Of rules that
+instances of widths 1 to 4, in some of larger widths, and around the widths that the rule itself names. For rules that
 multiply, large widths may stay undecided. A rule is proved only where there is something that it applies to.
 
 Exit status: 0 when nothing was refuted, widths 1 to 4 are decided, and each rule applied somewhere or has conditions

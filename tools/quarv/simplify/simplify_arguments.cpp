@@ -6,8 +6,9 @@
 namespace quarv::cli {
 
 void add_semantics_option(const CommandLine& command, bool& library_semantics) {
-  command.flag("--library-semantics", library_semantics,
-               "Use all that the library does, also where it does not hold by the SMT-LIB standard");
+  command.flag(
+      "--library-semantics", library_semantics,
+      "Apply all of the library's simplifications, also those that do not hold under the SMT-LIB standard");
   command.flag("--standard", library_semantics, "").hidden();  // its former name, for old scripts
 }
 
