@@ -166,8 +166,7 @@ TEST_F(CommandLine, RefusesToWriteWhereItReads) {
   write("in.smt2", script);
   run("ln -s in.smt2 link");
   const std::string same =
-      "--trace: the script and its trace cannot be written to the same place (quarv simplify --help tells "
-      "more)";
+      "--trace: the script and its trace cannot be written to the same place (see quarv simplify --help)";
   expect_refusal("simplify in.smt2 -o out --trace ./out", same);
   expect_refusal("simplify in.smt2 --trace /dev/stdout", same);
   expect_refusal("simplify in.smt2 -o out --trace link",
