@@ -244,9 +244,9 @@ TEST_F(Explain, RefusesWhatIsNoTermAndNoRule) {
   EXPECT_EQ(error("15 ''").substr(0, 5), "TERM:");
   const std::string last =
       std::to_string(num_lines(run("$quarv rules list").out + run("$quarv rules list --extended").out) - 2);
-  EXPECT_EQ(error("9999 x"), "quarv: there is no rule 9999: rules count from 1 to " + last + "\n");
-  EXPECT_EQ(error("0 x"), "quarv: there is no rule 0: rules count from 1 to " + last + "\n");
-  EXPECT_EQ(error("bvadd x"), "quarv: there is no rule \"bvadd\" (quarv rules list tells more)\n");
+  EXPECT_EQ(error("9999 x"), "quarv: there is no rule 9999: rules are numbered from 1 to " + last + "\n");
+  EXPECT_EQ(error("0 x"), "quarv: there is no rule 0: rules are numbered from 1 to " + last + "\n");
+  EXPECT_EQ(error("bvadd x"), "quarv: there is no rule \"bvadd\" (see quarv rules list)\n");
   EXPECT_EQ(run("$quarv explain in.smt2 --why-not 15").status, 2);
   EXPECT_EQ(run("$quarv explain").status, 2);
   EXPECT_EQ(run("$quarv explain none.smt2").status, 1);

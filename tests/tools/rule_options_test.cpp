@@ -130,8 +130,8 @@ TEST_F(RuleOptions, AnswersUnknownRulesWithStatusTwo) {
   const std::string last = std::to_string(std::stoi(own_number()) - 1);
   const std::string standard_alone = "$quarv simplify --rules-only-standard --disable-rule ";
   EXPECT_EQ(run(standard_alone + own_number()).err, "quarv: there is no rule " + own_number() +
-                                                        ": rules count from 1 to " + last +
-                                                        " (quarv rules list tells more)\n");
+                                                        ": rules are numbered from 1 to " + last +
+                                                        " (see quarv rules list)\n");
   EXPECT_EQ(run("$quarv simplify --canonical --disable-rule bvnot").err,
             "quarv: there is no rule \"bvnot\" (see quarv rules list)\n");
   EXPECT_EQ(run("$quarv simplify --canonical --rules x --no-rules").status, 2);

@@ -86,8 +86,8 @@ void add_rules(const CommandLine& program, int& status) {
   command.footer(
       "Examples:\n"
       "  quarv rules list                           print the standard rules\n"
-      "  quarv rules show bvmul-one                 print all that is known of one\n"
-      "  quarv rules check my.rules                 let z3 say whether rules hold");
+      "  quarv rules show bvmul-one                 print everything about one rule\n"
+      "  quarv rules check my.rules                 let z3 check whether rules hold");
   const CommandLine list_command =
       command.subcommand("list", "All standard rules: number, operator, name and text");
   list_command.footer(
