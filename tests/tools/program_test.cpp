@@ -19,7 +19,7 @@ TEST_F(Program, PrintsVersionAndHelp) {
 }
 
 TEST_F(Program, AnswersWrongCommandLinesWithStatusTwo) {
-  for (const char* arguments : {"", "frobnicate", "simplify a b", "simplify --share sometimes",
+  for (const char* arguments : {"", "frobnicate", "simplify a b -o c", "simplify --share sometimes",
                                 "simplify --stats=xml", "simplify --bogus", "repl -o x", "simplify -o"}) {
     const Result r = run("$quarv " + std::string(arguments));
     EXPECT_EQ(r.status, 2) << arguments;

@@ -3,6 +3,7 @@
 #include <optional>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <fmt/format.h>
 
@@ -12,6 +13,7 @@
 #include "io/output.h"
 #include "io/process.h"
 #include "simplify/simplify_arguments.h"
+#include "simplify/simplify_files.h"
 #include "simplify/simplify_text.h"
 #include <quarv/smtlib/simplify_script.h>
 
@@ -23,22 +25,27 @@ constexpr const char* footer = R"(Examples:
   quarv simplify query.smt2                  print the simplified script
   quarv simplify query.smt2 -o small.smt2    write it to a file, as a whole or not at all
   quarv simplify - --stats < query.smt2      read standard input; say what was done
+  quarv simplify --check *.smt2              name the scripts that it would change
   quarv simplify query.smt2 --rules my.rules
                                              apply rules of your own, too
   quarv simplify query.smt2 -o small.smt2 --trace steps
                                              write down every step for quarv replay)";
 
 struct Arguments {
-  std::string input = "-";
+  std::vector<std::string> inputs;  // none: standard input
   std::string output = "-";
   std::string trace;  // empty: none
   std::string stats;  // empty, "text" or "json"
+  FileActions actions;
   SimplifyArguments how;
+
+  bool file_by_file() const { return actions.check || inputs.size() > 1; }
 };
 
-void simplify(const Arguments& arguments) {
+int simplify(const Arguments& arguments) {
   smtlib::SimplifyOptions options = read_options(arguments.how);
-  const Input input(arguments.input);
+  if (arguments.file_by_file()) return simplify_files(arguments.inputs, arguments.actions, options);
+  const Input input(arguments.inputs.front());
   Output output(arguments.output);
   std::optional<Output> trace;
   if (!arguments.trace.empty()) options.trace = &trace.emplace(arguments.trace).stream();
@@ -52,9 +59,28 @@ void simplify(const Arguments& arguments) {
   }
   if (trace) trace->commit();
   output.commit();
-  if (!statistics) return;
+  if (!statistics) return success;
   measure_texts(input.text(), simplified.view(), input.name(), *statistics);
   fmt::print(stderr, "{}", arguments.stats == "json" ? as_json(*statistics) : as_text(*statistics));
+  return success;
+}
+
+/// Refuses what does not go together.
+void check_arguments(const Arguments& arguments) {
+  const std::string& trace = arguments.trace;
+  if (arguments.file_by_file()) {
+    const char* const reason = "it is for a single script that is printed";
+    if (arguments.output != "-") refuse_value("--output", reason);
+    if (!trace.empty()) refuse_value("--trace", reason);
+    if (!arguments.stats.empty()) refuse_value("--stats", reason);
+  }
+  if (trace.empty()) return;
+  if (Output::is_same(trace, arguments.output)) {
+    refuse_value("--trace", "the script and its trace cannot be written to the same place");
+  }
+  if (arguments.inputs.front() != "-" && Output::is_same(trace, arguments.inputs.front())) {
+    refuse_value("--trace", "it would replace the script");
+  }
 }
 
 }  // namespace
@@ -63,10 +89,17 @@ void add_simplify(const CommandLine& program, int& status) {
   const CommandLine command = program.subcommand("simplify", "Print a script with its terms simplified");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
-  command.option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input").type("").shows_default();
+  command
+      .option("FILE", arguments->inputs,
+              "SMT-LIB 2 scripts, printed one after the other; -, the default, is standard input")
+      .type("");
   command.option("-o,--output", arguments->output, "Where to write; - is standard output")
       .type("FILE")
       .shows_default();
+  command.flag(
+      "--check", arguments->actions.check,
+      "Print nothing; name the files that simplification would change on standard error, and exit with "
+      "1 if there are any");
   command
       .flag("--stats{text}", arguments->stats,
             "Print on standard error what was done and what it took; --stats=json: for programs")
@@ -78,16 +111,10 @@ void add_simplify(const CommandLine& program, int& status) {
       .type("FILE");
   add_simplify_options(command, arguments->how);
   command.callback([arguments, &status] {
-    if (!arguments->trace.empty() && Output::is_same(arguments->trace, arguments->output)) {
-      refuse_value("--trace", "the script and its trace cannot be written to the same place");
-    }
-    if (!arguments->trace.empty() && arguments->input != "-" &&
-        Output::is_same(arguments->trace, arguments->input)) {
-      refuse_value("--trace", "it would replace the script");
-    }
+    if (arguments->inputs.empty()) arguments->inputs.emplace_back("-");
+    check_arguments(*arguments);
     try {
-      simplify(*arguments);
-      status = success;
+      status = simplify(*arguments);
     } catch (const UnknownRule& e) {
       say("quarv: {} (see quarv rules list)\n", e.what());
       status = usage_error;

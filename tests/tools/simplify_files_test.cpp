@@ -1,0 +1,88 @@
+/// \file
+/// `quarv simplify` on several files, and on files that are to stay simplified.
+#include "program_fixture.h"
+
+namespace {
+
+const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
+const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
+
+class SimplifyFiles : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    write("long.smt2", script);
+    write("short.smt2", simplified);
+    write("faulty.smt2", "(assert q)\n");
+  }
+};
+
+const std::string fault = "faulty.smt2:1:9: error: unknown symbol q\n  (assert q)\n          ^\n";
+
+TEST_F(SimplifyFiles, PrintsOneAfterTheOther) {
+  const Result r = run("$quarv simplify long.smt2 short.smt2 -", script);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, simplified + simplified + simplified);
+  EXPECT_EQ(r.err, "");
+}
+
+TEST_F(SimplifyFiles, GoesOnBehindAFileWithAnError) {
+  const Result r = run("$quarv simplify faulty.smt2 nowhere.smt2 long.smt2");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, simplified);
+  EXPECT_EQ(r.err, fault + "quarv: error: cannot read nowhere.smt2: No such file or directory\n");
+}
+
+TEST_F(SimplifyFiles, SaysOnceWhatIsNoFilesFault) {
+  write("bad.rules", "rewrite(\n");
+  const Result rules = run("$quarv simplify --rules bad.rules long.smt2 short.smt2");
+  EXPECT_EQ(rules.status, 1);
+  EXPECT_EQ(rules.out, "");
+  EXPECT_EQ(rules.err, run("$quarv simplify --rules bad.rules long.smt2").err);
+  EXPECT_NE(rules.err.find("bad.rules:"), std::string::npos) << rules.err;
+  const Result unknown = run("$quarv simplify --disable-rule no-such-rule long.smt2 short.smt2");
+  EXPECT_EQ(unknown.status, 2);
+  EXPECT_EQ(num_lines(unknown.err), 1u) << unknown.err;
+  const Result full = run("$quarv simplify long.smt2 short.smt2 > /dev/full");
+  EXPECT_EQ(full.status, 1);
+  EXPECT_EQ(full.err, "quarv: error: cannot write standard output: No space left on device\n");
+}
+
+TEST_F(SimplifyFiles, CheckNamesWhatWouldChange) {
+  const Result same = run("$quarv simplify --check short.smt2");
+  EXPECT_EQ(same.status, 0);
+  EXPECT_EQ(same.out + same.err, "");
+  const Result changes = run("$quarv simplify --check long.smt2 short.smt2 - faulty.smt2", script);
+  EXPECT_EQ(changes.status, 1);
+  EXPECT_EQ(changes.out, "");
+  EXPECT_EQ(changes.err,
+            "long.smt2: simplification would change it\n<stdin>: simplification would change it\n" + fault);
+  EXPECT_EQ(run("$quarv simplify --check", simplified).status, 0);
+  EXPECT_EQ(run("$quarv simplify --check short.smt2 faulty.smt2").status, 1);
+  EXPECT_EQ(read("long.smt2"), script);
+}
+
+TEST_F(SimplifyFiles, CheckAgreesWithWhatIsPrinted) {
+  for (const char* how : {"", " --canonical", " --no-rules", " --share none"}) {
+    for (const char* file : {"long.smt2", "short.smt2"}) {
+      const std::string with_options = std::string("$quarv simplify ") + file + how;
+      const bool same = run(with_options).out == read(file);
+      EXPECT_EQ(run(with_options + " --check").status, same ? 0 : 1) << with_options;
+      run(with_options + " -o out.smt2");
+      EXPECT_EQ(run(std::string("$quarv simplify --check out.smt2") + how).status, 0) << with_options;
+    }
+  }
+}
+
+TEST_F(SimplifyFiles, RefusesWhatIsForASingleScript) {
+  for (const char* arguments : {"long.smt2 short.smt2 -o out", "long.smt2 short.smt2 --trace steps",
+                                "long.smt2 short.smt2 --stats", "--check long.smt2 -o out"}) {
+    const Result r = run(std::string("$quarv simplify ") + arguments);
+    EXPECT_EQ(r.status, 2) << arguments;
+    EXPECT_NE(r.err.find("it is for a single script that is printed"), std::string::npos) << r.err;
+    EXPECT_EQ(num_lines(r.err), 1u);
+  }
+  EXPECT_EQ(num_files(), 3u);
+}
+
+}  // namespace

@@ -1,0 +1,76 @@
+#include "simplify/simplify_files.h"
+
+#include <exception>
+#include <new>
+#include <optional>
+#include <sstream>
+
+#include "commands.h"
+#include "io/input.h"
+#include "io/output.h"
+#include "io/process.h"
+#include <quarv/util/input_error.h>
+
+namespace quarv::cli {
+
+namespace {
+
+/// A script, and what became of it.
+struct SimplifiedFile {
+  Input input;
+  std::string output;
+
+  SimplifiedFile(const std::string& path, const smtlib::SimplifyOptions& options) : input(path) {
+    std::ostringstream out;
+    out.exceptions(std::ios::badbit);  // lack of memory
+    smtlib::simplify_script(input.text(), input.name(), out, options);
+    output = std::move(out).str();
+  }
+
+  bool changed() const { return output != input.text(); }
+};
+
+/// What `work` returns; none if it fails, which is reported as it is when there is one file.
+template <class Work>
+auto attempt(Work work) -> std::optional<decltype(work())> {
+  try {
+    return work();
+  } catch (const UnknownRule&) {
+    throw;  // the fault of no file
+  } catch (const InputError& e) {
+    say("{}\n{}", e.what(), e.excerpt());
+  } catch (const std::bad_alloc&) {
+    say("quarv: error: out of memory\n");
+  } catch (const std::exception& e) {
+    say("quarv: error: {}\n", e.what());
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+int simplify_files(const std::vector<std::string>& paths, const FileActions& actions,
+                   const smtlib::SimplifyOptions& options) {
+  const Session faults_of_rules(options);  // are not those of each file
+  Output out("-");
+  int status = success;
+  for (const std::string& path : paths) {
+    const auto file = attempt([&] { return SimplifiedFile(path, options); });
+    if (!file) {
+      status = failure;
+      continue;
+    }
+    if (actions.check) {
+      if (!file->changed()) continue;
+      say("{}: simplification would change it\n", file->input.name());
+      status = failure;
+      continue;
+    }
+    out.stream() << file->output;
+    out.stream().flush();
+  }
+  out.commit();
+  return status;
+}
+
+}  // namespace quarv::cli
