@@ -74,6 +74,47 @@ TEST_F(SimplifyFiles, CheckAgreesWithWhatIsPrinted) {
   }
 }
 
+TEST_F(SimplifyFiles, InPlaceReplacesWhatChanges) {
+  const Result r =
+      run("chmod 640 long.smt2; touch -d 2001-01-01 short.smt2; ln -s long.smt2 link\n"
+          "$quarv simplify -i faulty.smt2 nowhere.smt2 link short.smt2");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out, "");
+  EXPECT_EQ(r.err, fault + "quarv: error: cannot read nowhere.smt2: No such file or directory\n");
+  EXPECT_EQ(read("long.smt2"), simplified);
+  EXPECT_TRUE(fs::is_symlink(path("link")));
+  EXPECT_EQ(read("faulty.smt2"), "(assert q)\n");
+  EXPECT_EQ(run("stat -c %a long.smt2; date -r short.smt2 +%Y").out, "640\n2001\n");
+  EXPECT_EQ(num_files(), 4u);
+  EXPECT_EQ(run("$quarv simplify --in-place long.smt2 short.smt2").status, 0);
+}
+
+TEST_F(SimplifyFiles, InPlaceKeepsCompression) {
+  for (const auto& [tool, suffix] :
+       {std::pair("gzip", ".gz"), std::pair("xz", ".xz"), std::pair("zstd -q", ".zst")}) {
+    const std::string file = std::string("long.smt2") + suffix;
+    const std::string pack = std::string(tool) + " -c long.smt2 > ";
+    EXPECT_EQ(run(pack + file + "; $quarv simplify -i " + file).status, 0);
+    EXPECT_EQ(run(std::string(tool) + " -dc < " + file).out, simplified) << tool;
+    const Result hidden = run(pack + "packed; cp packed old; $quarv simplify -i packed; cmp packed old");
+    EXPECT_EQ(hidden.err,
+              "quarv: error: cannot replace packed: it is compressed, but its name does not say how\n");
+    EXPECT_EQ(hidden.out, "");
+    EXPECT_EQ(run("$quarv simplify -i packed").status, 1);
+  }
+}
+
+TEST_F(SimplifyFiles, InPlaceNeedsAFile) {
+  EXPECT_EQ(run("$quarv simplify -i .").err, "quarv: error: cannot replace .: it is not a regular file\n");
+  EXPECT_EQ(run("mkfifo pipe; $quarv simplify -i pipe").err,
+            "quarv: error: cannot replace pipe: it is not a regular file\n");
+  for (const char* arguments :
+       {"-i", "-i -", "-i long.smt2 -", "-i long.smt2 --check", "-i long.smt2 -o out"}) {
+    EXPECT_EQ(run(std::string("$quarv simplify ") + arguments, script).status, 2) << arguments;
+  }
+  EXPECT_EQ(read("long.smt2"), script);
+}
+
 TEST_F(SimplifyFiles, RefusesWhatIsForASingleScript) {
   for (const char* arguments : {"long.smt2 short.smt2 -o out", "long.smt2 short.smt2 --trace steps",
                                 "long.smt2 short.smt2 --stats", "--check long.smt2 -o out"}) {

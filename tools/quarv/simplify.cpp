@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -25,6 +26,7 @@ constexpr const char* footer = R"(Examples:
   quarv simplify query.smt2                  print the simplified script
   quarv simplify query.smt2 -o small.smt2    write it to a file, as a whole or not at all
   quarv simplify - --stats < query.smt2      read standard input; say what was done
+  quarv simplify -i *.smt2                   replace the scripts that it changes
   quarv simplify --check *.smt2              name the scripts that it would change
   quarv simplify query.smt2 --rules my.rules
                                              apply rules of your own, too
@@ -39,7 +41,7 @@ struct Arguments {
   FileActions actions;
   SimplifyArguments how;
 
-  bool file_by_file() const { return actions.check || inputs.size() > 1; }
+  bool file_by_file() const { return actions.check || actions.in_place || inputs.size() > 1; }
 };
 
 int simplify(const Arguments& arguments) {
@@ -74,6 +76,9 @@ void check_arguments(const Arguments& arguments) {
     if (!trace.empty()) refuse_value("--trace", reason);
     if (!arguments.stats.empty()) refuse_value("--stats", reason);
   }
+  if (arguments.actions.in_place && std::ranges::count(arguments.inputs, "-") != 0) {
+    refuse_value("--in-place", "standard input cannot be replaced");
+  }
   if (trace.empty()) return;
   if (Output::is_same(trace, arguments.output)) {
     refuse_value("--trace", "the script and its trace cannot be written to the same place");
@@ -96,10 +101,15 @@ void add_simplify(const CommandLine& program, int& status) {
   command.option("-o,--output", arguments->output, "Where to write; - is standard output")
       .type("FILE")
       .shows_default();
-  command.flag(
+  const Option check = command.flag(
       "--check", arguments->actions.check,
       "Print nothing; name the files that simplification would change on standard error, and exit with "
       "1 if there are any");
+  command
+      .flag("-i,--in-place", arguments->actions.in_place,
+            "Print nothing; replace each file that simplification changes, compressed as it was, as a whole "
+            "or not at all")
+      .excludes(check);
   command
       .flag("--stats{text}", arguments->stats,
             "Print on standard error what was done and what it took; --stats=json: for programs")

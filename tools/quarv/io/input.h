@@ -20,6 +20,8 @@ class Input {
   std::string_view text() const noexcept {
     return unpacked_ ? *unpacked_ : std::string_view(bytes_.get(), size_);
   }
+  /// The text is what the file holds in compressed form.
+  bool compressed() const noexcept { return unpacked_.has_value(); }
   /// For messages.
   const std::string& name() const noexcept { return name_; }
 

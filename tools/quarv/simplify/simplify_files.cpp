@@ -30,6 +30,25 @@ struct SimplifiedFile {
   bool changed() const { return output != input.text(); }
 };
 
+/// Writes the script to where it was read from, compressed as it was.
+void replace(const std::string& path, const SimplifiedFile& file) {
+  if (file.input.compressed() && compression_of(path) == Compression::none) {
+    throw FileError("replace", path, "it is compressed, but its name does not say how");
+  }
+  if (!file.changed()) return;
+  Output output(path);
+  output.stream() << file.output;
+  output.commit();
+}
+
+/// Simplifies a file and replaces it. Returns true, or throws.
+bool simplify_in_place(const std::string& path, const smtlib::SimplifyOptions& options) {
+  // What is no file could not be read again, nor replaced in one step.
+  if (Output::is_direct(path)) throw FileError("replace", path, "it is not a regular file");
+  replace(path, SimplifiedFile(path, options));
+  return true;
+}
+
 /// What `work` returns; none if it fails, which is reported as it is when there is one file.
 template <class Work>
 auto attempt(Work work) -> std::optional<decltype(work())> {
@@ -55,6 +74,10 @@ int simplify_files(const std::vector<std::string>& paths, const FileActions& act
   Output out("-");
   int status = success;
   for (const std::string& path : paths) {
+    if (actions.in_place) {
+      if (!attempt([&] { return simplify_in_place(path, options); })) status = failure;
+      continue;
+    }
     const auto file = attempt([&] { return SimplifiedFile(path, options); });
     if (!file) {
       status = failure;

@@ -10,7 +10,8 @@ namespace quarv::cli {
 /// What is done with each of several scripts; without any of these, the simplified scripts are printed one
 /// after the other.
 struct FileActions {
-  bool check = false;  ///< name it if simplification would change it, print nothing
+  bool check = false;     ///< name it if simplification would change it, print nothing
+  bool in_place = false;  ///< write it where it was read from, if it has changed; print nothing
 };
 
 /// Simplifies scripts file by file. One with an error is reported, and the others are done all the same.
