@@ -115,6 +115,60 @@ TEST_F(SimplifyFiles, InPlaceNeedsAFile) {
   EXPECT_EQ(read("long.smt2"), script);
 }
 
+TEST_F(SimplifyFiles, DiffShowsWhatChanges) {
+  const std::string diff =
+      "--- long.smt2\n+++ long.smt2\n@@ -1,3 +1,3 @@\n (declare-const p Bool)\n-(assert (and p true p))\n"
+      "+(assert p)\n (check-sat)\n";
+  const Result r = run("$quarv simplify --diff short.smt2 long.smt2");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, diff);
+  EXPECT_EQ(r.err, "");
+  const Result check = run("$quarv simplify --diff --check short.smt2 long.smt2");
+  EXPECT_EQ(check.status, 1);
+  EXPECT_EQ(check.out, diff);
+  EXPECT_EQ(check.err, "long.smt2: simplification would change it\n");
+  EXPECT_EQ(run("$quarv simplify --diff --color always long.smt2").out,
+            "\033[1m--- long.smt2\033[0m\n\033[1m+++ long.smt2\033[0m\n\033[36m@@ -1,3 +1,3 @@\033[0m\n"
+            " (declare-const p Bool)\n\033[31m-(assert (and p true p))\033[0m\n\033[32m+(assert p)\033[0m\n"
+            " (check-sat)\n");
+  EXPECT_EQ(run("$quarv simplify --diff -i long.smt2").status, 2);
+}
+
+TEST_F(SimplifyFiles, DiffTellsOfAMissingNewline) {
+  EXPECT_EQ(run("$quarv simplify --diff", "(assert (and true\n true))").out,
+            "--- <stdin>\n+++ <stdin>\n@@ -1,2 +1 @@\n-(assert (and true\n- true))\n"
+            "\\ No newline at end of file\n+(assert true)\n");
+}
+
+/// Levels that look alike, with what changes, stays, is added and goes in between.
+std::string levels(int seed, int number) {
+  std::string text = "(declare-const p Bool)\n(declare-const q Bool)\n(declare-fun f (Bool Bool) Bool)\n";
+  for (int i = 0; i < number; ++i) {
+    seed = (seed * 7 + 5) % 101;
+    text += "(push 1)\n";
+    if (seed % 2 == 0) text += "(assert (and (f p q)\n  (f p q)))\n; why\n";
+    if (seed % 3 == 0) text += "(assert p)\n";
+    if (seed % 5 == 0) text += "(assert (or q true))\n(assert (or p q p))\n";
+    text += "(check-sat)\n(pop 1)\n";
+  }
+  return text;
+}
+
+TEST_F(SimplifyFiles, DiffIsWhatPatchNeeds) {
+  if (run("patch --version").status != 0) GTEST_SKIP() << "there is no patch";
+  for (const char* how : {"", " --canonical"}) {
+    for (int number : {1, 3, 20, 200}) {
+      write("in.smt2", levels(number, number));
+      const Result r = run(std::string("$quarv simplify in.smt2 -o out.smt2") + how +
+                           "; $quarv simplify --diff in.smt2" + how + " > diff; patch -s in.smt2 diff");
+      EXPECT_EQ(r.status, 0) << r.out << r.err;
+      EXPECT_EQ(read("in.smt2"), read("out.smt2"));
+      // Only what has changed is shown, though most lines occur often.
+      EXPECT_EQ(run("grep -c '^[-+](push' diff").out, "0\n") << how << number;
+    }
+  }
+}
+
 TEST_F(SimplifyFiles, RefusesWhatIsForASingleScript) {
   for (const char* arguments : {"long.smt2 short.smt2 -o out", "long.smt2 short.smt2 --trace steps",
                                 "long.smt2 short.smt2 --stats", "--check long.smt2 -o out"}) {

@@ -1,9 +1,7 @@
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -13,6 +11,7 @@
 #include "explain/derivation.h"
 #include "explain/term_text.h"
 #include "explain/why_not.h"
+#include "io/colour.h"
 #include "io/command_line.h"
 #include "io/input.h"
 #include "io/output.h"
@@ -41,13 +40,6 @@ struct Arguments {
   std::string colour = "auto";
   SimplifyArguments how;
 };
-
-bool wants_colour(const std::string& when) {
-  if (when != "auto") return when == "always";
-  const char* const terminal = std::getenv("TERM");
-  return isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr && terminal != nullptr &&
-         terminal != std::string_view("dumb");
-}
 
 /// Prints derivations of a script's assertions.
 class Explanation {

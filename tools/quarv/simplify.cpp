@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "io/colour.h"
 #include "io/command_line.h"
 #include "io/input.h"
 #include "io/output.h"
@@ -26,6 +27,7 @@ constexpr const char* footer = R"(Examples:
   quarv simplify query.smt2                  print the simplified script
   quarv simplify query.smt2 -o small.smt2    write it to a file, as a whole or not at all
   quarv simplify - --stats < query.smt2      read standard input; say what was done
+  quarv simplify --diff query.smt2           show what it changes
   quarv simplify -i *.smt2                   replace the scripts that it changes
   quarv simplify --check *.smt2              name the scripts that it would change
   quarv simplify query.smt2 --rules my.rules
@@ -39,9 +41,10 @@ struct Arguments {
   std::string trace;  // empty: none
   std::string stats;  // empty, "text" or "json"
   FileActions actions;
+  std::string colour = "auto";
   SimplifyArguments how;
 
-  bool file_by_file() const { return actions.check || actions.in_place || inputs.size() > 1; }
+  bool file_by_file() const { return actions.check || actions.diff || actions.in_place || inputs.size() > 1; }
 };
 
 int simplify(const Arguments& arguments) {
@@ -105,11 +108,18 @@ void add_simplify(const CommandLine& program, int& status) {
       "--check", arguments->actions.check,
       "Print nothing; name the files that simplification would change on standard error, and exit with "
       "1 if there are any");
+  const Option diff =
+      command.flag("--diff", arguments->actions.diff, "Print what simplification changes, as a unified diff");
   command
       .flag("-i,--in-place", arguments->actions.in_place,
             "Print nothing; replace each file that simplification changes, compressed as it was, as a whole "
             "or not at all")
-      .excludes(check);
+      .excludes(check)
+      .excludes(diff);
+  command.option("--color", arguments->colour, "Colour the diff; auto: at a terminal")
+      .type("auto|always|never")
+      .one_of({"auto", "always", "never"})
+      .shows_default();
   command
       .flag("--stats{text}", arguments->stats,
             "Print on standard error what was done and what it took; --stats=json: for programs")
@@ -123,6 +133,7 @@ void add_simplify(const CommandLine& program, int& status) {
   command.callback([arguments, &status] {
     if (arguments->inputs.empty()) arguments->inputs.emplace_back("-");
     check_arguments(*arguments);
+    arguments->actions.colour = wants_colour(arguments->colour);
     try {
       status = simplify(*arguments);
     } catch (const UnknownRule& e) {

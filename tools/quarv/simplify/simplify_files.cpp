@@ -9,6 +9,7 @@
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "simplify/text_diff.h"
 #include <quarv/util/input_error.h>
 
 namespace quarv::cli {
@@ -83,14 +84,15 @@ int simplify_files(const std::vector<std::string>& paths, const FileActions& act
       status = failure;
       continue;
     }
-    if (actions.check) {
-      if (!file->changed()) continue;
-      say("{}: simplification would change it\n", file->input.name());
-      status = failure;
-      continue;
+    if (actions.diff) {
+      print_diff(file->input.name(), file->input.text(), file->output, actions.colour, out.stream());
+    } else if (!actions.check) {
+      out.stream() << file->output;
     }
-    out.stream() << file->output;
     out.stream().flush();
+    if (!actions.check || !file->changed()) continue;
+    say("{}: simplification would change it\n", file->input.name());
+    status = failure;
   }
   out.commit();
   return status;

@@ -11,6 +11,8 @@ namespace quarv::cli {
 /// after the other.
 struct FileActions {
   bool check = false;     ///< name it if simplification would change it, print nothing
+  bool diff = false;      ///< print what simplification changes; with `check` name the file, too
+  bool colour = false;    ///< of the diff
   bool in_place = false;  ///< write it where it was read from, if it has changed; print nothing
 };
 
