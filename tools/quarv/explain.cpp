@@ -8,8 +8,7 @@
 #include <fmt/format.h>
 
 #include "commands.h"
-#include "explain/derivation.h"
-#include "explain/term_text.h"
+#include "explain/derivation_text.h"
 #include "explain/why_not.h"
 #include "io/colour.h"
 #include "io/command_line.h"
@@ -60,32 +59,11 @@ class Explanation {
   void explain(std::size_t assertion) {
     Derivation& derivation = *derivation_;
     derivation.begin(assertion);
-    out_ << "assertion " << assertion << "\n  " << text_.text(derivation.current()) << '\n';
-    if (derivation.current() == derivation.result()) {
-      out_ << "is left as it is\n";
-      return;
-    }
-    Derivation::Step step;
-    std::size_t num_steps = 0;
-    bool more = true;
-    while (num_steps < arguments_.steps && (more = derivation.next(step))) print(++num_steps, step);
-    if (derivation.current() != derivation.result()) {
-      out_ << (more ? "further steps lead to\n" : "the reader, or the limit on growth, leads to\n");
-    } else {
-      out_ << "result\n";
-    }
-    out_ << "  " << text_.text(derivation.result()) << '\n';
+    out_ << "assertion " << assertion << '\n';
+    print_derivation(derivation, text_, arguments_.steps, out_);
   }
 
  private:
-  void print(std::size_t number, const Derivation::Step& step) {
-    const std::string head = fmt::format("{}. ", number);
-    const std::string indent(head.size(), ' ');
-    out_ << head << title_of(step) << '\n'
-         << indent << "  " << text_.text_at(step.root, step.before, step.before) << '\n'
-         << indent << "= " << text_.text_at(step.root, step.before, step.after) << '\n';
-  }
-
   const Arguments& arguments_;
   std::ostream& out_;
   TraceTerms terms_;

@@ -10,14 +10,18 @@
 #include <fmt/format.h>
 
 #include "commands.h"
+#include "explain/derivation_text.h"
+#include "io/colour.h"
 #include "io/command_line.h"
 #include "io/command_splitter.h"
 #include "io/output.h"
 #include "io/text_source.h"
+#include "repl/dialogue_context.h"
 #include "simplify/simplify_arguments.h"
 #include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>
+#include <quarv/util/source_excerpt.h>
 
 namespace quarv::cli {
 
@@ -50,7 +54,9 @@ struct CommandParts {
 /// Runs commands one by one and prints responses in the form that the SMT-LIB standard defines.
 class Conversation {
  public:
-  Conversation(const SessionOptions& options, std::ostream& out) : session_(options), out_(out) {}
+  /// `interactive`: a person reads the answers.
+  Conversation(const SessionOptions& options, std::ostream& out, bool interactive)
+      : session_(options), out_(out), interactive_(interactive) {}
 
   void answer(const CommandSplitter::Piece& piece);
 
@@ -58,33 +64,113 @@ class Conversation {
   bool had_errors() const noexcept { return had_errors_; }
 
  private:
+  void answer_command(const std::string& text);
+  void answer_term(const std::string& text, std::string_view word);
+  void answer_application(const CommandSplitter::Piece& piece, const smtlib::Token& head);
+  void explain(const std::string& text, const smtlib::Token& head);
   void respond(const smtlib::Script& script, const Command& command);
   void respond(const CommandParts& command);
   void get_info(std::string_view keyword);
   void check_sat(const Command& command);
   void error(const std::string& message);
+  void error(const CommandSplitter::Piece& piece, const InputError& e, const std::string& message);
   void done() {
     if (print_success_) out_ << "success\n";
   }
 
   Session session_;
   smtlib::Reader reader_{session_};
+  DialogueContext context_;
   std::ostream& out_;
+  bool interactive_;
   bool print_success_ = false;
   bool over_ = false;
   bool had_errors_ = false;
 };
 
 void Conversation::answer(const CommandSplitter::Piece& piece) {
+  const smtlib::Token head = head_of(piece.text);
+  const bool is_word = head.kind == smtlib::TokenKind::symbol && *head.start != '|';
   try {
-    smtlib::Script script;
-    reader_.set_input(piece.text, "");
-    reader_.next_command(script);
-    for (const Command& command : script.commands) respond(script, command);
+    if (head.start == piece.text.data()) {
+      answer_term(piece.text, is_word ? head.text : std::string_view());
+    } else if (is_word && head.text == "explain") {
+      explain(piece.text, head);
+    } else if (is_word && !is_command(head.text)) {
+      answer_application(piece, head);
+    } else if (head.kind == smtlib::TokenKind::left_parenthesis ||
+               (head.kind == smtlib::TokenKind::symbol && !is_word)) {
+      answer_term(piece.text, {});
+    } else {
+      answer_command(piece.text);
+    }
   } catch (const InputError& e) {
-    const std::size_t column = e.line() == 1 ? piece.column + e.column() - 1 : e.column();
-    error(fmt::format("line {}, column {}: {}", piece.line + e.line() - 1, column, e.message()));
+    error(piece, e, e.message());
   }
+}
+
+void Conversation::answer_command(const std::string& text) {
+  smtlib::Script script;
+  reader_.set_input(text, "");
+  reader_.next_command(script);
+  for (const Command& command : script.commands) {
+    respond(script, command);
+    context_.add(command, text, script.global_declarations);
+  }
+}
+
+/// A term, or a word of the dialogue that is not declared.
+void Conversation::answer_term(const std::string& text, std::string_view word) {
+  try {
+    print_term(session_.manager(), reader_.term(text), out_, smtlib::Sharing::automatic);
+    out_ << '\n';
+    Command simplify;
+    simplify.kind = Command::Kind::simplify;
+    context_.add(simplify, "(simplify " + text + ")", false);  // it may give names
+  } catch (const InputError&) {
+    const bool alone = !word.empty() && text.find_first_not_of(" \t\r", word.size()) == std::string::npos;
+    if (alone && word == "help") {
+      out_ << help;
+    } else if (alone && (word == "exit" || word == "quit")) {
+      over_ = true;
+    } else {
+      throw;
+    }
+  }
+}
+
+/// What begins like a command that does not exist, or like a term whose operator is not known, is told from
+/// other errors.
+void Conversation::answer_application(const CommandSplitter::Piece& piece, const smtlib::Token& head) {
+  try {
+    answer_term(piece.text, {});
+  } catch (const InputError& e) {
+    const SourcePlace place = place_in(piece.text, static_cast<std::size_t>(head.start - piece.text.data()));
+    const bool at_head = e.line() == place.line && e.column() == place.column;
+    const bool unknown = at_head && e.message() == fmt::format("unknown symbol {}", head.text);
+    error(piece, e, unknown ? fmt::format("unknown command or operator {}", head.text) : e.message());
+  }
+}
+
+/// `(explain t)`. What stands around the term becomes blanks, so that places stay what they are.
+void Conversation::explain(const std::string& text, const smtlib::Token& head) {
+  std::string term = text;
+  const std::string_view before(text.data(), head.text.data() + head.text.size());
+  std::ranges::replace_if(
+      term.begin(), term.begin() + static_cast<std::ptrdiff_t>(before.size()),
+      [](char c) { return c != '\n'; }, ' ');
+  if (term.ends_with(')')) term.back() = ' ';
+  reader_.term(term);  // says what is wrong with it
+  explain_term(context_.script(), term, session_.options(),
+               interactive_ && wants_colour("auto") ? colour_marks : quotation_marks, out_);
+}
+
+/// An error of a piece of input, with its place in all of the input.
+void Conversation::error(const CommandSplitter::Piece& piece, const InputError& e,
+                         const std::string& message) {
+  const std::size_t column = e.line() == 1 ? piece.column + e.column() - 1 : e.column();
+  error(fmt::format("line {}, column {}: {}", piece.line + e.line() - 1, column, message));
+  if (interactive_) out_ << e.excerpt();
 }
 
 void Conversation::error(const std::string& message) {
@@ -185,7 +271,7 @@ int converse(const Arguments& arguments) {
 
   const std::unique_ptr<TextSource> source = open_text_source(arguments.input);
   Output output("-");
-  Conversation conversation(options, output.stream());
+  Conversation conversation(options, output.stream(), source->interactive());
   CommandSplitter splitter;
   CommandSplitter::Piece piece;
   std::string text;

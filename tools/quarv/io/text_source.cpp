@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <editline/readline.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <unistd.h>
 #include <utility>
 
@@ -53,11 +54,40 @@ class FileSource : public TextSource {
   bool begun_ = false;
 };
 
+/// Where lines are remembered from one dialogue to the next; empty when there is no place for it. Made when
+/// it is not there.
+std::string history_file() {
+  namespace fs = std::filesystem;
+  const char* const state = std::getenv("XDG_STATE_HOME");
+  const char* const home = std::getenv("HOME");
+  fs::path folder;
+  if (state != nullptr && *state == '/') {
+    folder = state;
+  } else if (home != nullptr && *home == '/') {
+    folder = fs::path(home) / ".local" / "state";
+  } else {
+    return {};
+  }
+  folder /= "quarv";
+  std::error_code error;
+  fs::create_directories(folder, error);
+  std::string file = folder / "history";
+  const FileDescriptor created(open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600));
+  return created ? file : std::string();
+}
+
 class Terminal : public TextSource {
  public:
-  Terminal() {
+  Terminal() : history_(history_file()) {
+    constexpr int most_lines = 1000;
     rl_initialize();
     using_history();
+    stifle_history(most_lines);
+    if (!history_.empty()) read_history(history_.c_str());
+  }
+  /// A dialogue that cannot be remembered is none the worse.
+  ~Terminal() override {
+    if (!history_.empty()) write_history(history_.c_str());
   }
 
   bool read(std::string& text, bool idle) override {
@@ -73,6 +103,9 @@ class Terminal : public TextSource {
   }
 
   bool interactive() const noexcept override { return true; }
+
+ private:
+  std::string history_;
 };
 
 }  // namespace
