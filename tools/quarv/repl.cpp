@@ -51,6 +51,59 @@ struct CommandParts {
   }
 };
 
+/// The commands of SMT-LIB 2.6, and `simplify`. What begins with another word is a term.
+bool is_command(std::string_view word) {
+  constexpr std::string_view words[] = {"assert",
+                                        "check-sat",
+                                        "check-sat-assuming",
+                                        "declare-const",
+                                        "declare-datatype",
+                                        "declare-datatypes",
+                                        "declare-fun",
+                                        "declare-sort",
+                                        "define-const",
+                                        "define-fun",
+                                        "define-fun-rec",
+                                        "define-funs-rec",
+                                        "define-sort",
+                                        "echo",
+                                        "exit",
+                                        "get-assertions",
+                                        "get-assignment",
+                                        "get-info",
+                                        "get-model",
+                                        "get-option",
+                                        "get-proof",
+                                        "get-unsat-assumptions",
+                                        "get-unsat-core",
+                                        "get-value",
+                                        "pop",
+                                        "push",
+                                        "reset",
+                                        "reset-assertions",
+                                        "set-info",
+                                        "set-logic",
+                                        "set-option",
+                                        "simplify"};
+  return std::ranges::find(words, word) != std::end(words);
+}
+
+constexpr std::string_view help =
+    R"(Commands of SMT-LIB 2, such as (declare-const x (_ BitVec 8)), (push 1) and (assert (bvult x #x10)), and
+  TERM              print it simplified, as (simplify TERM) does
+  (explain TERM)    show how it is simplified, step by step
+  (check-sat)       unsat, sat or unknown: what simplification alone has shown
+  help              this
+  exit              end the dialogue, as the end of the input does
+)";
+
+/// The word that a piece of input begins with, behind its parenthesis if there is one.
+smtlib::Token head_of(std::string_view text) {
+  smtlib::Lexer lexer(text);
+  const smtlib::Token first = lexer.next();
+  return first.kind == smtlib::TokenKind::left_parenthesis ? lexer.next() : first;
+}
+
 /// Runs commands one by one and prints responses in the form that the SMT-LIB standard defines.
 class Conversation {
  public:
@@ -252,9 +305,9 @@ void Conversation::check_sat(const Command& command) {
 }
 
 constexpr const char* footer = R"(Examples:
-  quarv repl                                 simplify terms as they are typed: (simplify (and p p))
+  quarv repl                                 simplify terms as they are typed; help lists what can be typed
   quarv repl dialogue.smt2                   run the commands in a file
-  echo '(simplify (bvadd #x01 #x02))' | quarv repl)";
+  echo '(bvadd #x01 #x02)' | quarv repl)";
 
 struct Arguments {
   std::string input = "-";
