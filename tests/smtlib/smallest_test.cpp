@@ -74,6 +74,14 @@ TEST(Smallest, KeepsTheUsersWords) {
   }
 }
 
+/// Below a quantifier nothing can refer to a name.
+TEST(Smallest, WritesPatternsThatHoldAnnotatedTerms) {
+  const std::string before =
+      "(declare-fun f (Int) Int)\n(declare-fun g (Int Int) Bool)\n"
+      "(assert (forall ((x Int)) (! (g (f x) x) :pattern (";
+  EXPECT_EQ(smallest(before + "(! (f x) :named foo)))))\n"), before + "(f x)))))\n");
+}
+
 TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(not (<= i j))"), "(< j i)");
   EXPECT_EQ(becomes("(not (= i j))"), "(distinct i j)");

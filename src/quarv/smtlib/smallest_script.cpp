@@ -160,7 +160,11 @@ class BaseForms {
     for (ClassId i = 0; i < graph_.num_classes(); ++i) {
       if (base[i] == none) base[i] = graph_.first_form(i);
     }
-    return Writer(from_, graph_, base, to_, variables_).term(c);
+    Writer writer(from_, graph_, base, to_, variables_);
+    // A pattern may hold annotated terms, too.
+    writer.as_written = [this](const Term* pattern) { return term(pattern); };
+    writer.annotated_by = [this](forms::HeadId h) { return normal_.annotated_by(h); };
+    return writer.term(c);
   }
 
  private:
