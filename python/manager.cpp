@@ -62,7 +62,7 @@ PyFunction function(const PyManager& self, const std::string& name, const std::v
   if (sorts.empty())
     throw std::invalid_argument("a function needs at least one argument; without arguments it is a constant");
   const DataType* to = sort_of(self.session(), result);
-  return {self.session(), name, self.session()->reader.function(name, sorts, to)};
+  return {self.session(), name, self.session()->reader.declare_function(name, sorts, to)};
 }
 
 PyTerm value(const PyManager& self, const py::object& value, const py::object& sort) {

@@ -213,7 +213,7 @@ quarv_status quarv_declare_function(quarv_manager* m, const char* name, const qu
           "a function needs at least one argument; without arguments it is a constant");
     std::vector<const DataType*> sorts;
     for (std::size_t i = 0; i < n; ++i) sorts.push_back(sort(checked(arguments)[i]));
-    m->reader.function(checked(name), sorts, sort(result));
+    m->reader.declare_function(checked(name), sorts, sort(result));
   });
 }
 

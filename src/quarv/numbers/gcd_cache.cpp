@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cstdint>
 #include <utility>
 
@@ -5,9 +6,15 @@
 
 namespace quarv {
 
-constinit std::atomic<long> gcd_cache[gcd_cache_size][gcd_cache_size];
+long gcd_cache[gcd_cache_size][gcd_cache_size];
 
 namespace {
+
+// Threads share the table. An array of atomics would be filled at every start by compilers that do not see
+// that it is zero.
+std::atomic_ref<long> entry(unsigned long x, unsigned long y) {
+  return std::atomic_ref<long>(gcd_cache[x][y]);
+}
 
 // Computes gcd(x, y) by Euclid's algorithm and writes it to the entries (x, y) and (y, x).
 void fill_gcd_cache(unsigned long x, unsigned long y) {
@@ -18,15 +25,15 @@ void fill_gcd_cache(unsigned long x, unsigned long y) {
     divisor = rest;
     rest = remainder;
   }
-  gcd_cache[x][y].store(static_cast<long>(divisor), std::memory_order_relaxed);
-  gcd_cache[y][x].store(static_cast<long>(divisor), std::memory_order_relaxed);
+  entry(x, y).store(static_cast<long>(divisor), std::memory_order_relaxed);
+  entry(y, x).store(static_cast<long>(divisor), std::memory_order_relaxed);
 }
 
 // gcd(x, y), if x and y are small enough for the cache and the entry is known, otherwise 0. An entry that
 // could be known but is not is filled. y is not 0.
 unsigned long look_up_gcd(unsigned long x, unsigned long y) {
   if ((x | y) >= gcd_cache_size) return 0;
-  if (const long known = gcd_cache[x][y].load(std::memory_order_relaxed); known != 0)
+  if (const long known = entry(x, y).load(std::memory_order_relaxed); known != 0)
     return static_cast<unsigned long>(known);
   fill_gcd_cache(x, y);
   return 0;
@@ -58,7 +65,7 @@ unsigned long look_up_gcd(unsigned long x, unsigned long y) {
 // What is known, the usual case, needs no register saved.
 unsigned long cached_gcd(unsigned long x, unsigned long y) {
   if ((x | y) < gcd_cache_size) {
-    if (const long known = gcd_cache[x][y].load(std::memory_order_relaxed); known != 0)
+    if (const long known = entry(x, y).load(std::memory_order_relaxed); known != 0)
       return static_cast<unsigned long>(known);
   }
   return computed_gcd(x, y);

@@ -2,8 +2,6 @@
 /// The greatest common divisor of machine words, memoised for small operands.
 #pragma once
 
-#include <atomic>
-
 #include <quarv/export.h>
 
 namespace quarv {
@@ -18,7 +16,7 @@ inline constexpr unsigned long gcd_cache_size = 1024;
 /// copied from the shared library at every start.
 /// All threads share it. What is entered depends on the place alone, so it does not matter who enters it, nor
 /// when it is seen.
-extern std::atomic<long> gcd_cache[gcd_cache_size][gcd_cache_size];
+extern long gcd_cache[gcd_cache_size][gcd_cache_size];
 
 /// gcd(x, y) by Euclid's algorithm, which stops at the first pair of remainders that the cache knows. A pair
 /// that the cache could know but does not is entered, and the loop carries on. gcd(0, 0) = 0.

@@ -90,8 +90,8 @@ void Reader::check_name(std::string_view name) {
                                                : std::string("a name must not contain '") + name[at] + '\'');
 }
 
-const Symbol* Reader::function(std::string_view name, std::span<const DataType* const> arguments,
-                               const DataType* result) {
+const Symbol* Reader::declare_function(std::string_view name, std::span<const DataType* const> arguments,
+                                       const DataType* result) {
   check_name(name);
   // A name that is a reserved word is written with bars, and looked up by the first of them.
   const std::string key = (is_reserved_word(name) ? "|" : "") + std::string(name);

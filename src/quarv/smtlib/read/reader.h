@@ -103,11 +103,11 @@ class QUARV_API Reader {
 
   /// The function of that name, declared in the session if it is not declared yet. Throws
   /// std::invalid_argument for a name that means something else, and for one that cannot be written.
-  const Symbol* function(std::string_view name, std::span<const DataType* const> arguments,
-                         const DataType* result);
+  const Symbol* declare_function(std::string_view name, std::span<const DataType* const> arguments,
+                                 const DataType* result);
   /// The constant of that name; likewise.
   const Term* constant(std::string_view name, const DataType* sort) {
-    return manager_.make_term(function(name, {}, sort));
+    return manager_.make_term(declare_function(name, {}, sort));
   }
   /// The sort, or the constructor of sorts, of that name, declared if it is not declared yet. Throws
   /// likewise.
