@@ -147,7 +147,8 @@ static void says_what_is_wrong(void) {
   EXPECT(make1(m, "(_ extract 3)", x) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "extract: 1 index given, 2 expected");
   EXPECT(make1(m, "(_ extract 99999999999999999999 0)", x) == NULL);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "extract: the index 99999999999999999999 is not a numeral of at most 64 bits");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT,
+               "extract: the index 99999999999999999999 is not a numeral of at most 64 bits");
   EXPECT(make1(m, "bvfoo", x) == NULL);
   EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "unknown operator bvfoo");
   EXPECT(make1(m, "(extract 3 0)", x) == NULL);
@@ -204,7 +205,7 @@ static void declares_sorts_once(void) {
   EXPECT(quarv_declare_sort(m, "declared twice") != NULL);
   EXPECT(quarv_parse_script(m, "(declare-sort U 1)(declare-const a (U Int))(assert (= a a))", "a.smt2",
                             &assertions, &n) == QUARV_INVALID_ARGUMENT);
-  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "a.smt2:1:15: sort U has a different number of parameters");
+  EXPECT_ERROR(m, QUARV_INVALID_ARGUMENT, "sort U has a different number of parameters");
   EXPECT(quarv_parse_script(
              m,
              "(declare-sort U 0)(declare-sort P 1)(declare-sort |S s| 0)(declare-fun b (|S s|) (P U))"
@@ -261,6 +262,8 @@ static void scripts(void) {
   EXPECT(assertions == NULL);
   EXPECT(quarv_parse_script(m, "(define-fun f ((a Int)) Int a)", "c.smt2", &assertions, &n) ==
          QUARV_INVALID_ARGUMENT);
+  EXPECT(quarv_parse_script(m, "(declare-const x Int)", "d.smt2", &assertions, &n) == QUARV_OK);
+  quarv_free(assertions);
   EXPECT(quarv_parse_script(m, "(declare-const x Int)(assert (= x 1))", "d.smt2", &assertions, &n) ==
          QUARV_INVALID_ARGUMENT);
 

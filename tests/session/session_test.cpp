@@ -76,14 +76,24 @@ TEST(Session, ScriptsShareTheSessionsSymbols) {
   Session session;
   Reader reader(session, {.names = Reader::Options::Names::session});
   const Term* x = reader.constant("x", session.manager().int_type);
-  const std::vector<const Term*> assertions = read_assertions(
-      session, "(declare-sort S 0)(declare-fun x () Int)(declare-fun f (S) Int)(assert (< x 3))", "a.smt2");
-  ASSERT_EQ(assertions.size(), 1u);
+  const std::vector<const Term*> assertions =
+      read_assertions(session,
+                      "(declare-sort S 0)(declare-fun x () Int)(declare-fun f (S) Int)(declare-fun s () "
+                      "S)(declare-fun y () Int)"
+                      "(assert (< x 3))(assert (< (f s) 3))",
+                      "a.smt2");
+  ASSERT_EQ(assertions.size(), 2u);
+  EXPECT_NE(session.declared("f"), nullptr);
+  EXPECT_EQ(session.declared("y"), nullptr);  // it does not occur
   EXPECT_EQ(assertions[0], reader.term("(< x 3)"));
   EXPECT_NE(reader.sort("(Array S Int)"), nullptr);
   EXPECT_EQ(session.assertions().size(), 0u);
   EXPECT_EQ(reader.term("x"), x);
-  EXPECT_THROW(read_assertions(session, "(declare-fun x () Bool)", "b.smt2"), std::invalid_argument);
+  EXPECT_EQ(read_assertions(session, "(declare-fun x () Bool)", "b.smt2").size(), 0u);
+  EXPECT_THROW(read_assertions(session, "(declare-fun z () Bool)(declare-fun x () Bool)(assert z)(assert x)",
+                               "b.smt2"),
+               std::invalid_argument);
+  EXPECT_EQ(session.declared("z"), nullptr);
 }
 
 TEST(Session, AScriptWithAnErrorDeclaresNothing) {

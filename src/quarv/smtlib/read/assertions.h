@@ -9,8 +9,8 @@
 
 namespace quarv::smtlib {
 
-/// The assertions of a script that are in force at its end. What it declares is declared in the session from
-/// then on: one name is one symbol; levels and assertions of the session stay as they are. `file` is for
+/// The assertions of a script that are in force at its end. What occurs in them is declared in the session
+/// from then on: one name is one symbol; levels and assertions of the session stay as they are. `file` is for
 /// messages. Throws InputError, and std::invalid_argument for definitions of functions with parameters, which
 /// have no place among terms; then nothing is declared.
 QUARV_API std::vector<const Term*> read_assertions(Session& session, std::string_view text,

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <limits>
-#include <stdexcept>
 #include <utility>
 
 #include <quarv/smtlib/read/reader.h>
@@ -21,7 +20,7 @@ void Reader::check_new_sort_name(const Token& name) {
 
 const DataType* Reader::bind_sort(std::string_view name, std::size_t num_parameters) {
   const DataType* sort = manager_.declare_sort(quoted(name), num_parameters);
-  if (options_.names != Options::Names::script) session_.declare_sort(name, {sort, num_parameters});
+  if (options_.names == Options::Names::session) session_.declare_sort(name, {sort, num_parameters});
   sorts_.bind(sorts_.enter(name), declared_sort(sort, num_parameters));
   return sort;
 }
@@ -36,11 +35,7 @@ void Reader::declare_sort(Script& script, const char* start) {
     expect_right("the number of parameters");
   }
   if (arity > std::numeric_limits<std::uint32_t>::max()) fail(t.start, "a sort has too many parameters");
-  try {
-    bind_sort(name.text, arity);
-  } catch (const std::invalid_argument& e) {
-    does_not_fit_session(name, e);
-  }
+  bind_sort(name.text, arity);
   text_command(script, Command::Kind::other, start);
 }
 
@@ -114,19 +109,10 @@ const Term* Reader::bind_function(std::string_view name, const Symbol* symbol) {
 }
 
 /// The symbol that a declaration makes.
-const Symbol* Reader::new_symbol(const Token& name, std::span<const DataType* const> arguments,
+const Symbol* Reader::new_symbol(std::string_view name, std::span<const DataType* const> arguments,
                                  const DataType* result) {
-  if (options_.names == Options::Names::script) return manager_.fresh_fun(name.text, arguments, result);
-  try {
-    return session_.function(name.text, arguments, result);
-  } catch (const std::invalid_argument& e) {
-    does_not_fit_session(name, e);
-  }
-}
-
-/// The text is right by itself, but its name means something else in the session.
-void Reader::does_not_fit_session(const Token& name, const std::invalid_argument& e) {
-  throw std::invalid_argument(file_ + ':' + place_of(name.start).to_string() + ": " + e.what());
+  return options_.names == Options::Names::script ? manager_.fresh_fun(name, arguments, result)
+                                                  : manager_.declare_fun(name, arguments, result);
 }
 
 void Reader::declare_fun(Script& script, const char* start, bool constant) {
@@ -140,7 +126,7 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
   }
   const DataType* result = read_sort();
   expect_right("the result sort");
-  const Term* declared = bind_declared(name, new_symbol(name, arguments, result));
+  const Term* declared = bind_declared(name, new_symbol(name.text, arguments, result));
   text_command(script, Command::Kind::declare, start);
   if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
 }

@@ -9,7 +9,6 @@
 #include <map>
 #include <memory>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,7 +33,7 @@ struct ReaderOptions {
   enum class Names : std::uint8_t {
     script,  ///< a script of its own: it declares what it uses, and a name may be declared anew on another
              ///< level
-    shared,  ///< likewise, but its declarations are the session's: one name is one symbol
+    shared,  ///< likewise, but one name with the same sorts is one symbol, whoever declares it
     session  ///< what is declared in the session is known, too
   };
   Names names = Names::script;
@@ -249,9 +248,8 @@ class QUARV_API Reader {
   const Term* finished(const Term* t) const {
     return options_.normalize && !as_written_ ? session_.normalize(t) : t;
   }
-  const Symbol* new_symbol(const Token& name, std::span<const DataType* const> arguments,
+  const Symbol* new_symbol(std::string_view name, std::span<const DataType* const> arguments,
                            const DataType* result);
-  [[noreturn]] void does_not_fit_session(const Token& name, const std::invalid_argument& e);
   void tell_session(const Script& script, std::size_t first_command);
   void skip_rest();
   void skip_command(const char* start) noexcept;
