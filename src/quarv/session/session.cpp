@@ -37,12 +37,21 @@ Session::Session(SessionOptions options) : options_(std::move(options)), rebuild
   termsimpl::register_standard_simplifications(&manager_, &simplifier_);
   if (!options_.library_semantics) strict_.turn_off_unsound_rules();
   for (const RuleFile& file : options_.extra_rules) register_rule_file(file, simplifier_.normalizer);
+  disable_rules(true);
   if (options_.extended && !options_.library_semantics) register_extended_rules(&simplifier_.normalizer);
-  for (const std::string& rule : options_.disabled_rules) disable_rule(rule, simplifier_.normalizer);
+  disable_rules(false);
   if (!options_.simplifiers) {
     if (!options_.library_semantics) strict_.turn_off_extension_rules();
   } else if (options_.eager) {
     manager_.set_simplifier(active());
+  }
+}
+
+/// The extended rules have names alone: those disabled by number are to be found before they are there.
+void Session::disable_rules(bool by_number) {
+  for (const std::string& rule : options_.disabled_rules) {
+    const bool is_number = !rule.empty() && rule.find_first_not_of("0123456789") == std::string::npos;
+    if (is_number == by_number) disable_rule(rule, simplifier_.normalizer);
   }
 }
 

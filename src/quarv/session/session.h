@@ -131,6 +131,7 @@ class QUARV_API Session {
     if (options_.library_semantics) return &simplifier_;
     return options_.extended ? static_cast<TermSimplifier*>(&extended_) : &strict_;
   }
+  void disable_rules(bool by_number);
   TermRebuilder rebuilder();
   const Term* simplified(const Term* t, TermRebuilder& rebuild);
 

@@ -2,6 +2,7 @@
 #include <memory>
 #include <utility>
 
+#include <quarv/rules/extended_rules.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/session/user_rules.h>
 #include <quarv/term/sort_error.h>
@@ -42,11 +43,20 @@ class FileRule final : public TermNormalizer::norm_fun {
 
 }  // namespace
 
+bool is_extended_rule(std::string_view name) {
+  static const auto rules = [] {
+    auto normalizer = std::make_unique<TermNormalizer>();
+    register_extended_rules(normalizer.get());
+    return normalizer;
+  }();
+  return rules->find_rule(name).has_value();
+}
+
 void register_rule_file(const RuleFile& file, TermNormalizer& normalizer) {
   try {
     auto rules = rules::load_rules(file.text);
     for (const auto& rule : rules) {
-      if (!normalizer.find_rule(rule->get_name())) continue;
+      if (!normalizer.find_rule(rule->get_name()) && !is_extended_rule(rule->get_name())) continue;
       throw rules::RuleError(rule->rule().line, rule->rule().column, "another rule already has this name");
     }
     for (auto& rule : rules) normalizer.register_rule(new FileRule(std::move(rule), file.name));

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include <quarv/export.h>
 #include <quarv/rules/term_normalizer.h>
@@ -18,6 +19,9 @@ struct RuleFile {
 /// place in it, for a text that is not a rule, and for a name that another rule has. A rule whose result does
 /// not fit the term that it is applied to throws InputError at that time.
 QUARV_API void register_rule_file(const RuleFile& file, TermNormalizer& normalizer);
+
+/// Whether one of the extended rules has this name. No rule of a user's may have it.
+QUARV_API bool is_extended_rule(std::string_view name);
 
 /// A rule to be turned off that does not exist.
 class QUARV_API UnknownRule : public std::invalid_argument {

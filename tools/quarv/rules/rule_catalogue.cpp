@@ -36,7 +36,7 @@ void read_rules(const std::string& file, std::vector<rules::Rule>& all) {
   const Input input(file);
   try {
     for (rules::Rule& rule : rules::parse_rules(input.text())) {
-      if (!rule.name.empty() && find_rule(all, rule.name)) {
+      if (!rule.name.empty() && (find_rule(all, rule.name) || is_extended_rule(rule.name))) {
         throw rules::RuleError(rule.line, rule.column, "another rule already has this name");
       }
       all.push_back(std::move(rule));
@@ -80,11 +80,21 @@ std::vector<std::string> rule_labels(const std::vector<RuleFile>& extra_rules) {
   return labels;
 }
 
+namespace {
+
+/// The extended rules, which are the last ones, have no numbers.
+std::size_t num_numbered(const std::vector<rules::Rule>& all) {
+  const auto first = std::ranges::find_if(all, &is_extended_rule, &rules::Rule::name);
+  return static_cast<std::size_t>(first - all.begin());
+}
+
+}  // namespace
+
 std::optional<std::size_t> find_rule(const std::vector<rules::Rule>& all, std::string_view name_or_number) {
   std::size_t number = 0;
   const char* const end = name_or_number.data() + name_or_number.size();
   const auto [rest, error] = std::from_chars(name_or_number.data(), end, number);
-  if (rest == end && error == std::errc() && number >= 1 && number <= all.size()) return number - 1;
+  if (rest == end && error == std::errc() && number >= 1 && number <= num_numbered(all)) return number - 1;
   if (name_or_number.empty()) return std::nullopt;
   const auto found = std::ranges::find(all, name_or_number, &rules::Rule::name);
   if (found == all.end()) return std::nullopt;
@@ -95,7 +105,8 @@ std::string no_such_rule(const std::vector<rules::Rule>& all, std::string_view n
   const bool is_number =
       !name_or_number.empty() && name_or_number.find_first_not_of("0123456789") == std::string_view::npos;
   if (!is_number) return fmt::format("there is no rule \"{}\" (see quarv rules list)", name_or_number);
-  return fmt::format("there is no rule {}: rules are numbered from 1 to {}", name_or_number, all.size());
+  return fmt::format("there is no rule {}: rules are numbered from 1 to {}", name_or_number,
+                     num_numbered(all));
 }
 
 std::string named_text(const rules::Rule& rule) {
