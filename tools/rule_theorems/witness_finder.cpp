@@ -16,24 +16,6 @@ namespace {
 constexpr std::size_t max_width = 3;
 constexpr std::size_t max_tries = 100'000;  // for each choice of widths
 
-bool related(std::uint64_t left, Relation relation, std::uint64_t right) {
-  switch (relation) {
-    case Relation::eq:
-      return left == right;
-    case Relation::ne:
-      return left != right;
-    case Relation::lt:
-      return left < right;
-    case Relation::le:
-      return left <= right;
-    case Relation::gt:
-      return left > right;
-    case Relation::ge:
-      return left >= right;
-  }
-  return false;
-}
-
 /// Gives values to the variables of an instance.
 class WitnessFinder {
  public:

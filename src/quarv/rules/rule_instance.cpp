@@ -32,24 +32,6 @@ std::uint64_t evaluate(const IntExpr& e, const RuleInstance& instance) {
 
 namespace {
 
-bool related(std::uint64_t left, Relation relation, std::uint64_t right) {
-  switch (relation) {
-    case Relation::eq:
-      return left == right;
-    case Relation::ne:
-      return left != right;
-    case Relation::lt:
-      return left < right;
-    case Relation::le:
-      return left <= right;
-    case Relation::gt:
-      return left > right;
-    case Relation::ge:
-      return left >= right;
-  }
-  return false;
-}
-
 /// No rule of a sensible length asks for more.
 constexpr std::size_t most_bits = 1024;
 

@@ -112,25 +112,6 @@ class Attempt {
     return width_of(mgr_, node.width.from_result ? results_[node.width.index] : terms_[node.width.index]);
   }
 
-  template <class Number>
-  static bool related(const Number& left, Relation relation, const Number& right) {
-    switch (relation) {
-      case Relation::eq:
-        return left == right;
-      case Relation::ne:
-        return !(left == right);
-      case Relation::lt:
-        return left < right;
-      case Relation::le:
-        return left <= right;
-      case Relation::gt:
-        return left > right;
-      case Relation::ge:
-        return left >= right;
-    }
-    return false;
-  }
-
   bool compare_values(const Condition& test) const {
     QNumber left, right;
     return get_value(test.left, &left) && get_value(test.right, &right) &&

@@ -112,6 +112,26 @@ struct Parameter {
 
 enum class Relation : std::uint8_t { eq, ne, lt, le, gt, ge };
 
+/// Whether two numbers stand in the relation.
+template <class Number>
+bool related(const Number& left, Relation relation, const Number& right) {
+  switch (relation) {
+    case Relation::eq:
+      return left == right;
+    case Relation::ne:
+      return !(left == right);
+    case Relation::lt:
+      return left < right;
+    case Relation::le:
+      return left <= right;
+    case Relation::gt:
+      return left > right;
+    case Relation::ge:
+      return left >= right;
+  }
+  return false;
+}
+
 /// The sign of a relation as the language and C++ write it: "==", "<=".
 QUARV_API std::string_view relation_sign(Relation relation);
 

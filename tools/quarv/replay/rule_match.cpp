@@ -28,25 +28,6 @@ mpz_class power_of_two(std::size_t n) {
   return mpz_class(1) << n;
 }
 
-template <class Number>
-bool related(const Number& a, Relation relation, const Number& b) {
-  switch (relation) {
-    case Relation::eq:
-      return a == b;
-    case Relation::ne:
-      return a != b;
-    case Relation::lt:
-      return a < b;
-    case Relation::le:
-      return a <= b;
-    case Relation::gt:
-      return a > b;
-    case Relation::ge:
-      return a >= b;
-  }
-  return false;
-}
-
 /// The words of terms for an operator of the rule language.
 std::string trace_word(const rules::Operator& op) {
   return SymbolTag::name(op.tag);
