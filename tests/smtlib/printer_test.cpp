@@ -456,7 +456,6 @@ TEST(Printer, ManyConjuncts) {
 
 TEST(PrinterCorpus, PrintedFilesAreReadBackToTheSameText) {
   const std::filesystem::path root = corpus_folder();
-  if (!std::filesystem::exists(root)) GTEST_SKIP() << "there is no " << root;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {
     if (entry.path().extension() != ".smt2" || entry.path().parent_path().filename() == "malformed") continue;
     std::ifstream in(entry.path(), std::ios::binary);

@@ -11,6 +11,7 @@
 #include <quarv/forms/choice.h>
 #include <quarv/forms/class_order.h>
 #include <quarv/smtlib/simplify_script.h>
+#include "support/corpus.h"
 
 namespace quarv::smtlib {
 namespace {
@@ -132,8 +133,7 @@ TEST(Smallest, WritesNothingOutOfScope) {
 }
 
 TEST(Smallest, IsAFixedPointOfRealScripts) {
-  const std::filesystem::path corpus = QUARV_SOURCE_DIR "/../shared/corpus";
-  if (!std::filesystem::exists(corpus)) GTEST_SKIP() << "no scripts in " << corpus;
+  const std::filesystem::path corpus = corpus_folder();
   std::size_t before = 0, after = 0;
   for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus)) {
     const std::filesystem::path& path = entry.path();

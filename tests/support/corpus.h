@@ -5,12 +5,14 @@
 
 namespace quarv {
 
-/// The folder of real scripts: the variable QUARV_CORPUS, by default a place beside the tree. It is not part
-/// of the project and may not be there.
+/// The folder of real scripts: the variable QUARV_CORPUS, by default a place beside the tree, and where that
+/// is not there, the few that are part of the tree.
 inline std::filesystem::path corpus_folder() {
   const char* given = std::getenv("QUARV_CORPUS");
   if (given != nullptr && *given != '\0') return given;
-  return std::filesystem::path(QUARV_SOURCE_DIR).parent_path() / "shared" / "corpus";
+  const std::filesystem::path source = QUARV_SOURCE_DIR;
+  const std::filesystem::path beside = source.parent_path() / "shared" / "corpus";
+  return std::filesystem::exists(beside) ? beside : source / "tests" / "data" / "corpus";
 }
 
 }  // namespace quarv
