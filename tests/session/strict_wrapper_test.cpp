@@ -6,9 +6,9 @@
 
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/rules/simplification_observer.h>
+#include <quarv/session/strict_semantics.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/simpl/std_term_simplifier.h>
-#include <quarv/session/strict_semantics.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::smtlib {

@@ -40,7 +40,7 @@ void write_json(std::string_view json, std::ostream& out) {
 
 void report(const Arguments& arguments) {
   constexpr std::string_view results_begin = "{\"results\":";
-  constexpr std::string_view placeholder = "REPORT_DATA";
+  constexpr std::string_view data_mark = "REPORT_DATA";
   const smtlib::SimplifyOptions options = read_options(arguments.how);
   const Input input(arguments.input);
   Output output(arguments.output);
@@ -49,10 +49,10 @@ void report(const Arguments& arguments) {
           ? batch_report(input.name(), read_results(input), options.extra_rules, arguments.examples)
           : script_report(input.text(), input.name(), options, arguments.examples);
   const std::string_view page = report_page();
-  const std::size_t place = page.find(placeholder);
+  const std::size_t place = page.find(data_mark);
   output.stream() << page.substr(0, place);
   write_json(data, output.stream());
-  output.stream() << page.substr(place + placeholder.size());
+  output.stream() << page.substr(place + data_mark.size());
   output.commit();
 }
 

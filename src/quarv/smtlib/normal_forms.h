@@ -125,7 +125,7 @@ class NormalForms {
   std::vector<ClassId> values_;
   std::unordered_map<const char*, HeadId> operator_heads_;
   std::unordered_map<QNumber, ClassId> numbers_[2];  // integers and reals
-  std::vector<bool> added_;  // by 2 * term id + as_real
+  std::vector<bool> added_;                          // by 2 * term id + as_real
   ClassId own_ = forms::none;
 };
 

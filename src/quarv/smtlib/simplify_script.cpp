@@ -78,6 +78,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   // every such case, as long as it names what is shared; where it does not, or where it costs next to
   // nothing, the text is read again in any case.
   constexpr std::size_t most_rounds = 8;
+  constexpr std::size_t most_shrinking_rounds = 64;  // each makes the script smaller
   constexpr std::size_t small_text = 256 << 10;
   SimplifyReport report;
   const std::string_view input = text;
@@ -126,7 +127,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
         continue;
       }
       if (!better) now = text;
-      if (!better || report.rounds == 8 * most_rounds) {
+      if (!better || report.rounds == most_shrinking_rounds) {
         out << (has_outgrown(now, input, options) ? input : now);
         return report;
       }

@@ -14,7 +14,7 @@ namespace quarv {
 class QUARV_API InputError : public std::runtime_error {
  public:
   InputError(const std::string& file, std::size_t line, std::size_t column, const std::string& message,
-        std::string excerpt = {})
+             std::string excerpt = {})
       : std::runtime_error(file + ':' + std::to_string(line) + ':' + std::to_string(column) +
                            ": error: " + message),
         message_(message),

@@ -40,7 +40,7 @@ class StandaloneTerms {
   std::vector<std::size_t> used_names(std::string_view term, std::span<const std::string_view> hidden) const;
 
   std::vector<Named> all_;
-  std::map<std::string, std::size_t, std::less<>> named_;  // what a name stands for now
+  std::map<std::string, std::size_t, std::less<>> named_;  // the term that a name means at this point
   std::set<std::string, std::less<>> declared_;            // by the user, though operators are called so
 };
 

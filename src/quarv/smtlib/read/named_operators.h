@@ -23,7 +23,6 @@ bool is_operator(std::string_view name);
 
 /// Applies an operator of SMT-LIB's theories. Throws std::invalid_argument for an unknown operator or a wrong
 /// number of indices or arguments, SortError when the arguments do not fit.
-const Term* apply_operator(OperatorContext& context, const OperatorText& op,
-                           Operator::Args args);
+const Term* apply_operator(OperatorContext& context, const OperatorText& op, Operator::Args args);
 
 }  // namespace quarv::smtlib
