@@ -1,281 +1,186 @@
 #include <algorithm>
+#include <vector>
 
+#include <quarv/forms/candidates.h>
 #include <quarv/forms/choice.h>
 #include <quarv/forms/class_order.h>
-#include <quarv/forms/grounded.h>
 
 namespace quarv::forms {
 
 namespace {
 
-/// What is free in the terms of a class.
-struct Free {
-  std::uint64_t variables = 0;
-  std::uint32_t first = 0;
-  std::uint32_t last = 0xFFFFFFFF;
-
-  void add(const Free& part) {
-    variables |= part.variables;
-    first = std::max(first, part.first);
-    last = std::min(last, part.last);
-  }
-  bool within(const Free& all) const noexcept {
-    return (variables & ~all.variables) == 0 && first <= all.first && last >= all.last;
-  }
-};
+constexpr std::uint64_t unlimited = ~std::uint64_t{0};
 
 class Chooser {
  public:
-  explicit Chooser(const Question& q) : q_(q), g_(q.graph), base_(q.base.begin(), q.base.end()) {}
+  explicit Chooser(const Candidates& candidates) : candidates_(candidates), order_(candidates) {}
 
-  Choice run();
+  /// Begins with some forms; false when these go round in a circle.
+  bool begin(std::vector<CandidateId> chosen);
+  void improve();
+  Size size() const;
+  const std::vector<CandidateId>& chosen() const noexcept { return chosen_; }
 
  private:
-  FormId base(ClassId c) const noexcept { return base_[c] != none ? base_[c] : g_.first_form(c); }
-  std::uint32_t cost(FormId f) const noexcept { return g_.cost(f); }
-  bool is_written(FormId f) const noexcept { return f < q_.num_written; }
-  std::span<const ClassId> children(FormId f) const noexcept { return g_.children(g_.form(f)); }
-
-  bool is_endless(ClassId c) const noexcept { return is_grounded_ && base_[c] == none; }
-  bool find_free();
-  Free free_in(FormId f) const;
-  bool is_admissible(ClassId c, FormId f) const;
-  bool is_literal(FormId f) const;
-  bool is_wanted(ClassId c, FormId f) const {
-    return is_admissible(c, f) && (q_.is_value[c] == 0 || f == base(c) || is_literal(f));
-  }
-  FormId first_written(ClassId c, bool wanted) const;
-  bool begin();
-  Size size() const;
-  Size size_as_written();
-  Choice improved(bool begin_written);
-  std::uint64_t take(std::span<const ClassId> classes, std::uint64_t most);
-  std::uint64_t drop(std::span<const ClassId> classes);
-  bool try_form(ClassId c, FormId f);
-  bool improve(ClassId c);
+  std::uint32_t cost(CandidateId c) const noexcept { return candidates_[c].cost; }
+  std::span<const Place> parts(CandidateId c) const noexcept { return candidates_.parts(c); }
+  std::uint64_t take(std::span<const Place> places, std::uint64_t most);
+  std::uint64_t drop(std::span<const Place> places);
+  bool is_more_to_taste(CandidateId c, CandidateId old) const;
+  bool is_hopeless(CandidateId c, CandidateId old) const;
+  bool try_form(Place p, CandidateId c);
 
   static constexpr std::uint64_t most_added = 256;
 
-  const Question& q_;
-  const FormGraph& g_;
-  std::vector<FormId> base_;
-  bool is_grounded_ = false;  // a class without a base has no finite term
-  std::vector<Free> free_;
-  std::vector<ClassId> all_;  // classes that the roots can need
-  std::vector<FormId> chosen_;
+  const Candidates& candidates_;
+  std::vector<CandidateId> chosen_;
   std::vector<std::uint32_t> uses_;
   ClassOrder order_;
-  std::vector<ClassId> pending_;
+  std::vector<Place> pending_;
 };
 
-/// By the base forms, children first. False when these go round in a circle.
-bool Chooser::find_free() {
-  const std::size_t n = g_.num_classes();
-  free_.assign(n, {});
-  std::vector<std::uint8_t> state(n);  // 1: on the stack, 2: done
-  std::vector<ClassId> stack;
-  for (ClassId start = 0; start < n; ++start) {
-    if (g_.find(start) != start || state[start] != 0 || g_.first_form(start) == none) continue;
-    if (is_endless(start)) {
-      free_[start].variables = overflow_variable;  // no form may need it
-      state[start] = 2;
-      continue;
-    }
-    stack.push_back(start);
-    while (!stack.empty()) {
-      const ClassId c = stack.back();
-      if (state[c] == 2) {
-        stack.pop_back();
-        continue;
-      }
-      const FormId f = base(c);
-      if (f == none) return false;
-      if (state[c] == 1) {
-        free_[c] = free_in(f);
-        state[c] = 2;
-        stack.pop_back();
-        continue;
-      }
-      state[c] = 1;
-      for (ClassId child : children(f)) {
-        child = g_.find(child);
-        if (state[child] == 1) return false;
-        if (state[child] == 0) stack.push_back(child);
-      }
-    }
-  }
-  return true;
-}
-
-Free Chooser::free_in(FormId f) const {
-  const Scope& own = q_.scopes[g_.form(f).head];
-  Free all{0, own.first, own.last};
-  for (ClassId c : children(f)) all.add(free_[g_.find(c)]);
-  all.variables = (all.variables & ~own.binds) | own.variables;
-  return all;
-}
-
-bool Chooser::is_admissible(ClassId c, FormId f) const {
-  if (f == base(c)) return true;
-  for (ClassId child : children(f)) {
-    if (g_.find(child) == c) return false;
-  }
-  const Free free = free_in(f);
-  return free.within(free_[c]) && (free.variables & overflow_variable) == 0;
-}
-
-bool Chooser::is_literal(FormId f) const {
-  const auto parts = children(f);
-  return parts.empty() || (q_.makes_literal[g_.form(f).head] != 0 &&
-                           std::all_of(parts.begin(), parts.end(),
-                                       [this](ClassId c) { return q_.is_value[g_.find(c)] != 0; }));
-}
-
-/// The class as the user wrote it first, in a wanted form if that is asked for; the base where there is none.
-FormId Chooser::first_written(ClassId c, bool wanted) const {
-  FormId first = none;
-  for (FormId f = g_.first_form(c); f != none; f = g_.form(f).next) {
-    if (is_written(f) && f < first && (wanted ? is_wanted(c, f) : is_admissible(c, f))) first = f;
-  }
-  return first != none ? first : base(c);
-}
-
-/// Uses each of the classes once more; what is new costs. Gives up where that is more than `most`: then
+/// Uses each of the places once more; what is new costs. Gives up where that is more than `most`: then
 /// nothing has changed.
-std::uint64_t Chooser::take(std::span<const ClassId> classes, std::uint64_t most) {
+std::uint64_t Chooser::take(std::span<const Place> places, std::uint64_t most) {
   std::uint64_t added = 0;
-  std::vector<ClassId>& pending = pending_;
-  pending.clear();
-  for (ClassId c : classes) pending.push_back(g_.find(c));
-  for (std::size_t next = 0; next < pending.size(); ++next) {
-    const ClassId c = pending[next];
-    if (uses_[c]++ != 0) continue;
-    added += cost(chosen_[c]);
+  pending_.assign(places.begin(), places.end());
+  for (std::size_t next = 0; next < pending_.size(); ++next) {
+    const Place p = pending_[next];
+    if (uses_[p]++ != 0) continue;
+    added += cost(chosen_[p]);
     if (added > most) {
-      for (std::size_t i = 0; i <= next; ++i) --uses_[pending[i]];
+      for (std::size_t i = 0; i <= next; ++i) --uses_[pending_[i]];
       return added;
     }
-    for (ClassId child : children(chosen_[c])) pending.push_back(g_.find(child));
+    const auto own = parts(chosen_[p]);
+    pending_.insert(pending_.end(), own.begin(), own.end());
   }
   return added;
 }
 
 /// The opposite: what is no longer used costs no more.
-std::uint64_t Chooser::drop(std::span<const ClassId> classes) {
+std::uint64_t Chooser::drop(std::span<const Place> places) {
   std::uint64_t removed = 0;
-  std::vector<ClassId>& pending = pending_;
-  pending.clear();
-  for (ClassId c : classes) pending.push_back(g_.find(c));
-  for (std::size_t next = 0; next < pending.size(); ++next) {
-    const ClassId c = pending[next];
-    if (--uses_[c] != 0) continue;
-    removed += cost(chosen_[c]);
-    for (ClassId child : children(chosen_[c])) pending.push_back(g_.find(child));
+  pending_.assign(places.begin(), places.end());
+  for (std::size_t next = 0; next < pending_.size(); ++next) {
+    const Place p = pending_[next];
+    if (--uses_[p] != 0) continue;
+    removed += cost(chosen_[p]);
+    const auto own = parts(chosen_[p]);
+    pending_.insert(pending_.end(), own.begin(), own.end());
   }
   return removed;
 }
 
-/// Writes class `c` in form `f` if that costs less, or as much and is more to the user's taste.
-bool Chooser::try_form(ClassId c, FormId f) {
-  const FormId old = chosen_[c];
-  if (!order_.can_follow(c, children(f), chosen_, g_)) return false;
+/// Where both cost the same, what the user wrote wins, and what was written first.
+bool Chooser::is_more_to_taste(CandidateId c, CandidateId old) const {
+  const auto& a = candidates_[c];
+  const auto& b = candidates_[old];
+  return a.is_written && (!b.is_written || a.form < b.form);
+}
+
+/// A first look at what a change would bring: all parts of the old form are needed elsewhere, too, so that
+/// no more than its own cost can be saved.
+bool Chooser::is_hopeless(CandidateId c, CandidateId old) const {
+  constexpr std::size_t most_parts = 16;  // each is compared with all before it
+  const auto old_parts = parts(old);
+  const auto new_parts = parts(c);
+  if (old_parts.size() > most_parts || new_parts.size() > most_parts) return false;
+  for (Place p : old_parts) {
+    if (uses_[p] <= old_parts.size() && uses_[p] == std::ranges::count(old_parts, p)) return false;
+  }
+  std::uint64_t added = cost(c);
+  for (std::size_t i = 0; i < new_parts.size(); ++i) {
+    const auto before = new_parts.first(i);
+    const bool is_new = uses_[new_parts[i]] == 0 && std::ranges::find(before, new_parts[i]) == before.end();
+    if (is_new) added += cost(chosen_[new_parts[i]]);
+  }
+  return added > cost(old) || (added == cost(old) && !is_more_to_taste(c, old));
+}
+
+/// Writes place `p` in form `c` if that costs less, or as much and is more to the user's taste.
+bool Chooser::try_form(Place p, CandidateId c) {
+  const CandidateId old = chosen_[p];
+  if (is_hopeless(c, old) || !order_.can_follow(p, parts(c), chosen_)) return false;
   const std::uint64_t most = most_added + cost(old);
-  const std::uint64_t added = cost(f) + take(children(f), most);
-  if (added > most + cost(f)) return false;
-  const std::uint64_t removed = cost(old) + drop(children(old));
-  const bool taste = is_written(f) ? !is_written(old) || f < old : false;
-  if (removed > added || (removed == added && taste)) {
+  const std::uint64_t added = cost(c) + take(parts(c), most);
+  if (added > most + cost(c)) return false;
+  const std::uint64_t removed = cost(old) + drop(parts(old));
+  if (removed > added || (removed == added && is_more_to_taste(c, old))) {
     order_.follow();
-    chosen_[c] = f;
+    chosen_[p] = c;
     return true;
   }
-  take(children(old), ~std::uint64_t{0});
-  drop(children(f));
+  take(parts(old), unlimited);
+  drop(parts(c));
   return false;
 }
 
-bool Chooser::improve(ClassId c) {
-  bool better = false;
-  for (FormId f = g_.first_form(c); f != none; f = g_.form(f).next) {
-    if (f != chosen_[c] && is_wanted(c, f)) better = try_form(c, f) || better;
-  }
-  return better;
-}
-
-/// Begins with the chosen forms; false when these go round in a circle.
-bool Chooser::begin() {
-  if (!order_.sort(all_, chosen_, g_)) return false;
-  uses_.assign(g_.num_classes(), 0);
-  take(q_.roots, ~std::uint64_t{0});
+bool Chooser::begin(std::vector<CandidateId> chosen) {
+  chosen_ = std::move(chosen);
+  if (!order_.sort(chosen_)) return false;
+  uses_.assign(candidates_.num_places(), 0);
+  take(candidates_.roots(), unlimited);
   return true;
 }
 
-Size Chooser::size() const {
-  Size size{0, 0};
-  for (ClassId c : all_) {
-    if (uses_[c] == 0) continue;
-    size.terms += cost(chosen_[c]);
-    size.operations += children(chosen_[c]).empty() ? 0 : 1;
-  }
-  return size;
-}
-
-Size Chooser::size_as_written() {
-  chosen_.assign(g_.num_classes(), none);
-  for (ClassId c : all_) chosen_[c] = first_written(c, false);
-  return begin() ? size() : Size();
-}
-
-Choice Chooser::improved(bool begin_written) {
-  chosen_.assign(g_.num_classes(), none);
-  for (ClassId c : all_) chosen_[c] = begin_written ? first_written(c, true) : base(c);
-  if (!begin()) return {};
+void Chooser::improve() {
   constexpr int most_sweeps = 4;
   bool better = true;
   for (int sweep = 0; better && sweep < most_sweeps; ++sweep) {
     better = false;
-    const std::vector<ClassId> classes = order_.ascending();
-    for (ClassId c : classes) {
-      if (uses_[c] != 0 && g_.form(g_.first_form(c)).next != none) better = improve(c) || better;
+    for (Place p : order_.ascending()) {
+      if (uses_[p] == 0) continue;
+      const CandidateId end = candidates_.first(p + 1);
+      for (CandidateId c = candidates_.first(p); c != end; ++c) {
+        if (c != chosen_[p] && candidates_[c].is_wanted) better = try_form(p, c) || better;
+      }
     }
   }
-  return {chosen_, size(), {}};
 }
 
-Choice Chooser::run() {
-  if (!find_free()) {
-    base_ = grounded(g_, q_.base);
-    is_grounded_ = true;
-    for (ClassId c : q_.roots) {
-      if (base_[g_.find(c)] == none) return {};
-    }
-    find_free();
+Size Chooser::size() const {
+  Size size{0, 0};
+  for (Place p = 0; p < uses_.size(); ++p) {
+    if (uses_[p] == 0) continue;
+    size.terms += cost(chosen_[p]);
+    size.operations += parts(chosen_[p]).empty() ? 0 : 1;
   }
-  // All that any form of what the roots need may need.
-  std::vector<bool> seen(g_.num_classes());
-  const auto visit = [&](ClassId c) {
-    c = g_.find(c);
-    if (seen[c] || is_endless(c)) return;
-    seen[c] = true;
-    all_.push_back(c);
-  };
-  for (ClassId c : q_.roots) visit(c);
-  for (std::size_t next = 0; next < all_.size(); ++next) {
-    for (FormId f = g_.first_form(all_[next]); f != none; f = g_.form(f).next) {
-      for (ClassId child : children(f)) visit(child);
-    }
-  }
-  std::sort(all_.begin(), all_.end());
-  Choice best = improved(true);
-  if (Choice normal = improved(false); normal.size < best.size) best = std::move(normal);
-  best.as_written = size_as_written();
-  return best;
+  return size;
 }
 
 }  // namespace
 
 Choice choose(const Question& question) {
-  return Chooser(question).run();
+  const FreeNames names(question.graph, question.base, question.scopes);
+  for (ClassId c : question.roots) {
+    if (names.is_endless(question.graph.find(c))) return {};
+  }
+  const Candidates candidates(question, names);
+  Chooser chooser(candidates);
+  Choice choice;
+  const std::vector<CandidateId> written = candidates.as_written(true);
+  std::vector<CandidateId> best;
+  if (chooser.begin(written)) {
+    chooser.improve();
+    choice.size = chooser.size();
+    best = chooser.chosen();
+  }
+  // What is large and cannot be improved has most likely been chosen before.
+  constexpr std::size_t large = 20'000;
+  const bool is_settled = best == written && candidates.num_places() >= large;
+  if (!is_settled && chooser.begin(candidates.base())) {
+    chooser.improve();
+    if (const Size size = chooser.size(); best.empty() || size < choice.size) {
+      choice.size = size;
+      best = chooser.chosen();
+    }
+  }
+  if (best.empty() && candidates.num_places() != 0) return {};
+  if (chooser.begin(candidates.as_written(false))) choice.as_written = chooser.size();
+  choice.form.assign(question.graph.num_classes(), none);
+  for (Place p = 0; p < best.size(); ++p) choice.form[candidates.class_at(p)] = candidates[best[p]].form;
+  return choice;
 }
 
 }  // namespace quarv::forms

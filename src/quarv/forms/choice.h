@@ -6,20 +6,9 @@
 #include <vector>
 
 #include <quarv/forms/form_graph.h>
+#include <quarv/forms/free_names.h>
 
 namespace quarv::forms {
-
-/// Stands for all variables beyond those that have a bit of their own. A form in which it is free is never
-/// chosen, but for the base.
-inline constexpr std::uint64_t overflow_variable = std::uint64_t{1} << 63;
-
-/// What a head brings into a form, or takes out of it, that is not visible everywhere.
-struct Scope {
-  std::uint64_t variables = 0;      ///< bound variables, one bit each
-  std::uint64_t binds = 0;          ///< of a quantifier: the variables that are not free any more
-  std::uint32_t first = 0;          ///< the command from which on a declared symbol is visible,
-  std::uint32_t last = 0xFFFFFFFF;  ///< and the last one
-};
 
 /// The question: which forms shall the terms of `roots` be written in?
 struct Question {

@@ -4,38 +4,35 @@
 
 namespace quarv::forms {
 
-bool ClassOrder::sort(std::span<const ClassId> classes, std::span<const FormId> chosen,
-                      const FormGraph& graph) {
-  const std::size_t n = graph.num_classes();
-  ring_ = static_cast<ClassId>(n);
+bool ClassOrder::sort(std::span<const CandidateId> chosen) {
+  const std::size_t n = candidates_.num_places();
+  ring_ = static_cast<Place>(n);
   label_.assign(n + 1, 0);
   before_.assign(n + 1, ring_);
   after_.assign(n + 1, ring_);
   asked_.assign(n, 0);
   question_ = 0;
   std::vector<std::uint8_t> state(n);  // 1: on the stack, 2: done
-  std::vector<ClassId> stack;
-  for (ClassId start : classes) {
+  std::vector<Place> stack;
+  for (Place start = 0; start < n; ++start) {
     if (state[start] == 0) stack.push_back(start);
     while (!stack.empty()) {
-      const ClassId c = stack.back();
-      if (state[c] != 0) {
+      const Place p = stack.back();
+      if (state[p] != 0) {
         stack.pop_back();
-        if (state[c] == 2) continue;
-        state[c] = 2;
-        const ClassId last = before_[ring_];
-        before_[c] = last;
-        after_[c] = ring_;
-        after_[last] = c;
-        before_[ring_] = c;
+        if (state[p] == 2) continue;
+        state[p] = 2;
+        const Place last = before_[ring_];
+        before_[p] = last;
+        after_[p] = ring_;
+        after_[last] = p;
+        before_[ring_] = p;
         continue;
       }
-      state[c] = 1;
-      if (chosen[c] == none) return false;
-      for (ClassId child : graph.children(graph.form(chosen[c]))) {
-        child = graph.find(child);
-        if (state[child] == 1) return false;
-        if (state[child] == 0) stack.push_back(child);
+      state[p] = 1;
+      for (Place part : candidates_.parts(chosen[p])) {
+        if (state[part] == 1) return false;
+        if (state[part] == 0) stack.push_back(part);
       }
     }
   }
@@ -45,35 +42,34 @@ bool ClassOrder::sort(std::span<const ClassId> classes, std::span<const FormId> 
 
 void ClassOrder::renumber() {
   std::uint64_t label = 0;
-  for (ClassId c = after_[ring_]; c != ring_; c = after_[c]) label_[c] = label += gap;
+  for (Place c = after_[ring_]; c != ring_; c = after_[c]) label_[c] = label += gap;
 }
 
-std::vector<ClassId> ClassOrder::ascending() const {
-  std::vector<ClassId> all;
-  for (ClassId c = after_[ring_]; c != ring_; c = after_[c]) all.push_back(c);
+std::vector<Place> ClassOrder::ascending() const {
+  std::vector<Place> all;
+  all.reserve(candidates_.num_places());
+  for (Place p = after_[ring_]; p != ring_; p = after_[p]) all.push_back(p);
   return all;
 }
 
-bool ClassOrder::can_follow(ClassId c, std::span<const ClassId> children, std::span<const FormId> chosen,
-                            const FormGraph& graph) {
-  mover_ = c;
+bool ClassOrder::can_follow(Place p, std::span<const Place> parts, std::span<const CandidateId> chosen) {
+  mover_ = p;
   moved_.clear();
   ++question_;
-  const auto visit = [&](ClassId d) {
-    d = graph.find(d);
-    if (label_[d] > label_[c] && asked_[d] != question_) {
-      asked_[d] = question_;
-      moved_.push_back(d);
+  const auto visit = [&](Place part) {
+    if (label_[part] > label_[p] && asked_[part] != question_) {
+      asked_[part] = question_;
+      moved_.push_back(part);
     }
-    return d != c;
+    return part != p;
   };
-  for (ClassId d : children) {
-    if (!visit(d)) return false;
+  for (Place part : parts) {
+    if (!visit(part)) return false;
   }
   for (std::size_t next = 0; next < moved_.size(); ++next) {
     if (moved_.size() > most_moved) return false;
-    for (ClassId d : graph.children(graph.form(chosen[moved_[next]]))) {
-      if (!visit(d)) return false;
+    for (Place part : candidates_.parts(chosen[moved_[next]])) {
+      if (!visit(part)) return false;
     }
   }
   return true;
@@ -81,16 +77,16 @@ bool ClassOrder::can_follow(ClassId c, std::span<const ClassId> children, std::s
 
 void ClassOrder::follow() {
   if (moved_.empty()) return;
-  std::sort(moved_.begin(), moved_.end(), [this](ClassId a, ClassId b) { return label_[a] < label_[b]; });
-  for (ClassId d : moved_) {
+  std::sort(moved_.begin(), moved_.end(), [this](Place a, Place b) { return label_[a] < label_[b]; });
+  for (Place d : moved_) {
     after_[before_[d]] = after_[d];
     before_[after_[d]] = before_[d];
   }
-  ClassId last = before_[mover_];
+  Place last = before_[mover_];
   const std::uint64_t from = last == ring_ ? 0 : label_[last];
   const std::uint64_t step = (label_[mover_] - from) / (moved_.size() + 1);
   std::uint64_t label = from;
-  for (ClassId d : moved_) {
+  for (Place d : moved_) {
     label_[d] = label += step;
     before_[d] = last;
     after_[last] = d;

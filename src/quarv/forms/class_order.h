@@ -4,26 +4,27 @@
 #include <span>
 #include <vector>
 
-#include <quarv/forms/form_graph.h>
+#include <quarv/forms/candidates.h>
 
 namespace quarv::forms {
 
-/// An order of classes in which each follows the children of its chosen form, kept while choices change.
+/// An order of places in which each follows the parts of its chosen form, kept while choices change.
 ///
-/// Classes carry labels with room between them. A class that is to follow later ones has these, and what they
-/// need, moved before it: only classes between the two are looked at.
+/// Places carry labels with room between them. One that is to follow later ones has these, and what they
+/// need, moved before it: only places between the two are looked at.
 class ClassOrder {
  public:
-  /// Orders `classes` by their chosen forms; false when these go round in a circle.
-  bool sort(std::span<const ClassId> classes, std::span<const FormId> chosen, const FormGraph& graph);
+  explicit ClassOrder(const Candidates& candidates) : candidates_(candidates) {}
 
-  /// All classes, children before what consists of them.
-  std::vector<ClassId> ascending() const;
+  /// Orders all places by their chosen forms; false when these go round in a circle.
+  bool sort(std::span<const CandidateId> chosen);
 
-  /// Whether `c` can follow all of `children`: none of them consists of it. Gives up, with false, where that
+  /// All places, parts before what consists of them.
+  std::vector<Place> ascending() const;
+
+  /// Whether `p` can follow all of `parts`: none of them consists of it. Gives up, with false, where that
   /// takes too long to find out.
-  bool can_follow(ClassId c, std::span<const ClassId> children, std::span<const FormId> chosen,
-                  const FormGraph& graph);
+  bool can_follow(Place p, std::span<const Place> parts, std::span<const CandidateId> chosen);
 
   /// Moves what `can_follow` was last asked about.
   void follow();
@@ -34,14 +35,15 @@ class ClassOrder {
   static constexpr std::uint64_t gap = std::uint64_t{1} << 24;
   static constexpr std::size_t most_moved = 512;
 
-  std::vector<std::uint64_t> label_;  // by class, 0: not ordered
-  std::vector<ClassId> before_;       // neighbours, by class; the last element begins and ends the ring
-  std::vector<ClassId> after_;
-  ClassId ring_ = 0;
+  const Candidates& candidates_;
+  std::vector<std::uint64_t> label_;  // by place, 0: not ordered
+  std::vector<Place> before_;         // neighbours, by place; the last element begins and ends the ring
+  std::vector<Place> after_;
+  Place ring_ = 0;
 
-  ClassId mover_ = none;
-  std::vector<ClassId> moved_;
-  std::vector<std::uint32_t> asked_;  // by class: the question in which it was met last
+  Place mover_ = none;
+  std::vector<Place> moved_;
+  std::vector<std::uint32_t> asked_;  // by place: the question in which it was met last
   std::uint32_t question_ = 0;
 };
 

@@ -84,7 +84,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   const std::string_view input = text;
   std::string previous;
   std::uint64_t largest_of_user = 0;
-  bool own_definitions_stay = false;
+  bool shrinks = options.smallest && options.sharing == Sharing::automatic;
   for (;; ++report.rounds) {
     Session session(options);
     std::optional<WrittenForms> written;
@@ -97,10 +97,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     if (report.rounds == 1) {
       largest_of_user = std::max(script.largest_dollar_name, script.largest_dollar_definition);
     }
-    const bool forgets =
-        report.rounds != 1 && !own_definitions_stay &&
-        std::max(script.largest_dollar_name, script.largest_dollar_definition) > largest_of_user;
-    if (forgets) forget_own_definitions(script, largest_of_user);
+    if (!shrinks && report.rounds != 1) forget_own_definitions(script, largest_of_user);
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;
@@ -117,15 +114,11 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     report.print_seconds += seconds_since(read);
     std::string now = std::move(printed).str();
     const bool trusted = result.stable && now.size() > small_text && options.sharing != Sharing::none;
-    const bool shrinks = chosen != nullptr && options.sharing == Sharing::automatic;
+    shrinks = shrinks && chosen != nullptr;
     if (shrinks) {
-      // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point.
+      // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point:
+      // whoever reads it takes its definitions for the user's own, as this does.
       const bool better = std::tuple(chosen->size, now.size()) < std::tuple(chosen->as_written, text.size());
-      if (!better && forgets) {
-        // Whoever reads the text takes its definitions for the user's own.
-        own_definitions_stay = true;
-        continue;
-      }
       if (!better) now = text;
       if (!better || report.rounds == most_shrinking_rounds) {
         out << (has_outgrown(now, input, options) ? input : now);

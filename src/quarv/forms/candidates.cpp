@@ -1,0 +1,74 @@
+#include <algorithm>
+
+#include <quarv/forms/candidates.h>
+#include <quarv/forms/choice.h>
+#include <quarv/forms/free_names.h>
+
+namespace quarv::forms {
+
+Candidates::Candidates(const Question& q, const FreeNames& names) {
+  const FormGraph& g = q.graph;
+  std::vector<bool> seen(g.num_classes());
+  const auto visit = [&](ClassId c) {
+    c = g.find(c);
+    if (seen[c] || names.is_endless(c)) return;
+    seen[c] = true;
+    classes_.push_back(c);
+  };
+  for (ClassId c : q.roots) visit(c);
+  std::size_t num_forms = 0;
+  for (std::size_t next = 0; next < classes_.size(); ++next) {
+    for (FormId f = g.first_form(classes_[next]); f != none; f = g.form(f).next) {
+      ++num_forms;
+      for (ClassId child : g.children(g.form(f))) visit(child);
+    }
+  }
+  std::sort(classes_.begin(), classes_.end());
+  places_.assign(g.num_classes(), none);
+  for (Place p = 0; p < classes_.size(); ++p) places_[classes_[p]] = p;
+  for (ClassId c : q.roots) roots_.push_back(places_[g.find(c)]);
+
+  first_.reserve(classes_.size() + 1);
+  base_.reserve(classes_.size());
+  candidates_.reserve(num_forms + 1);
+  for (ClassId c : classes_) add_forms(q, names, c);
+  first_.push_back(static_cast<CandidateId>(candidates_.size()));
+  candidates_.push_back({none, 0, static_cast<std::uint32_t>(parts_.size()), false, false});
+}
+
+void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c) {
+  const FormGraph& g = q.graph;
+  first_.push_back(static_cast<CandidateId>(candidates_.size()));
+  const FormId base = names.base(c);
+  for (FormId f = g.first_form(c); f != none; f = g.form(f).next) {
+    if (!names.is_admissible(c, f)) continue;
+    if (f == base) base_.push_back(static_cast<CandidateId>(candidates_.size()));
+    const bool is_wanted = q.is_value[c] == 0 || f == base || is_literal(q, f);
+    candidates_.push_back(
+        {f, g.cost(f), static_cast<std::uint32_t>(parts_.size()), f < q.num_written, is_wanted});
+    for (ClassId child : g.children(g.form(f))) parts_.push_back(places_[g.find(child)]);
+  }
+}
+
+bool Candidates::is_literal(const Question& q, FormId f) const {
+  const auto parts = q.graph.children(q.graph.form(f));
+  return parts.empty() ||
+         (q.makes_literal[q.graph.form(f).head] != 0 &&
+          std::ranges::all_of(parts, [&q](ClassId c) { return q.is_value[q.graph.find(c)] != 0; }));
+}
+
+std::vector<CandidateId> Candidates::as_written(bool wanted) const {
+  std::vector<CandidateId> written(base_);
+  for (Place p = 0; p < written.size(); ++p) {
+    FormId first = none;
+    for (CandidateId c = first_[p]; c != first_[p + 1]; ++c) {
+      const Candidate& known = candidates_[c];
+      if (!known.is_written || known.form > first || (wanted && !known.is_wanted)) continue;
+      first = known.form;
+      written[p] = c;
+    }
+  }
+  return written;
+}
+
+}  // namespace quarv::forms

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include <quarv/forms/form_graph.h>
+
+namespace quarv::forms {
+
+struct Question;
+class FreeNames;
+
+using Place = std::uint32_t;        ///< of a class among those that the roots can need, from 0 on
+using CandidateId = std::uint32_t;  ///< of a form among those that may be chosen, from 0 on
+
+/// The forms that may be chosen for what the roots can need, side by side in memory: to choose is to look at
+/// each of them many times.
+class Candidates {
+ public:
+  struct Candidate {
+    FormId form;
+    std::uint32_t cost;
+    std::uint32_t first_part;  ///< in the list of parts
+    bool is_written;           ///< the user wrote it so
+    bool is_wanted;            ///< not a computation where the class is a value
+  };
+
+  Candidates(const Question& question, const FreeNames& names);
+
+  std::size_t num_places() const noexcept { return classes_.size(); }
+  ClassId class_at(Place p) const noexcept { return classes_[p]; }
+  const std::vector<Place>& roots() const noexcept { return roots_; }
+
+  /// Candidates of a place: from `first` to before `first` of the next one.
+  CandidateId first(Place p) const noexcept { return first_[p]; }
+  const Candidate& operator[](CandidateId c) const noexcept { return candidates_[c]; }
+  std::span<const Place> parts(CandidateId c) const noexcept {
+    return {parts_.data() + candidates_[c].first_part, parts_.data() + candidates_[c + 1].first_part};
+  }
+
+  /// By place: the base form.
+  const std::vector<CandidateId>& base() const noexcept { return base_; }
+  /// By place: as the user wrote it first, the base form where that is nowhere. `wanted`: the first wanted
+  /// one.
+  std::vector<CandidateId> as_written(bool wanted) const;
+
+ private:
+  void add_forms(const Question& question, const FreeNames& names, ClassId c);
+  bool is_literal(const Question& question, FormId f) const;
+
+  std::vector<ClassId> classes_;       // by place
+  std::vector<Place> places_;          // by class
+  std::vector<CandidateId> first_;     // by place, and the end
+  std::vector<CandidateId> base_;      // by place
+  std::vector<Candidate> candidates_;  // and one that ends the list
+  std::vector<Place> parts_;
+  std::vector<Place> roots_;
+};
+
+}  // namespace quarv::forms

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include <quarv/forms/form_graph.h>
+
+namespace quarv::forms {
+
+/// Stands for all variables beyond those that have a bit of their own. A form in which it is free is never
+/// chosen, but for the base.
+inline constexpr std::uint64_t overflow_variable = std::uint64_t{1} << 63;
+
+/// What a head brings into a form, or takes out of it, that is not visible everywhere.
+struct Scope {
+  std::uint64_t variables = 0;      ///< bound variables, one bit each
+  std::uint64_t binds = 0;          ///< of a quantifier: the variables that are not free any more
+  std::uint32_t first = 0;          ///< the command from which on a declared symbol is visible,
+  std::uint32_t last = 0xFFFFFFFF;  ///< and the last one
+};
+
+/// What is free in the terms of a class: that of its base form, the one that each class has.
+class FreeNames {
+ public:
+  /// `base` by class, `none`: the first form. `scopes` by head. Where base forms go round in a circle, others
+  /// take their place; a class without any finite term then has no base.
+  FreeNames(const FormGraph& graph, std::span<const FormId> base, std::span<const Scope> scopes);
+
+  FormId base(ClassId c) const noexcept { return base_[c] != none ? base_[c] : g_.first_form(c); }
+  /// No finite term is in the class.
+  bool is_endless(ClassId c) const noexcept { return is_grounded_ && base_[c] == none; }
+  /// Whether the form brings in nothing that its class, `c`, does not depend on. It does not consist of `c`.
+  bool is_admissible(ClassId c, FormId f) const;
+
+ private:
+  struct Free {
+    std::uint64_t variables = 0;
+    std::uint32_t first = 0;
+    std::uint32_t last = 0xFFFFFFFF;
+
+    void add(const Free& part);
+    bool within(const Free& all) const noexcept {
+      return (variables & ~all.variables) == 0 && first <= all.first && last >= all.last;
+    }
+  };
+
+  bool find_free();
+  Free free_in(FormId f) const;
+
+  const FormGraph& g_;
+  std::span<const Scope> scopes_;
+  std::vector<FormId> base_;
+  bool is_grounded_ = false;
+  std::vector<Free> free_;
+};
+
+}  // namespace quarv::forms
