@@ -44,6 +44,16 @@ TEST(Smallest, WritesValuesAsLiterals) {
             "(let ((?1 (fp #b0 #x80 (_ bv2097152 23)))) (and (fp.lt f ?1) (fp.leq ?1 (fp.abs f))))");
 }
 
+TEST(Smallest, WritesNumbersInLowestTermsWhereverTheyStand) {
+  const std::string declared = "(declare-const a Real)\n(declare-const b Real)\n";
+  std::string input = declared, expected = declared;
+  for (const std::string term : {"a", "b", "(* b b)", "(* b a)", "(* b a b)", "(* b a a)", "(* a a)"}) {
+    input += "(assert (< " + term + " (- (/ 64 26))))\n";
+    expected += "(assert (< " + term + " (- (/ 32.0 13.0))))\n";
+  }
+  EXPECT_EQ(smallest(input + "(assert (and (< a b) (< a b)))\n"), expected + "(assert (< a b))\n");
+}
+
 TEST(Smallest, KeepsTheUsersWords) {
   for (const char* formula : {"(< i j)",
                               "(> i j)",

@@ -32,27 +32,32 @@ NormalForms::ClassId NormalForms::new_number(const QNumber& value, bool real) {
   return app("/", {leaf(natural(value.num(), true), sort), leaf(natural(value.den(), true), sort)}, sort);
 }
 
-/// The form in which `new_number` writes a number, among others that its class has.
+/// The form in which `new_number` writes a number, among others that its class has: a literal where there is
+/// one, else a quotient in lowest terms.
 forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
   const auto is_literal = [this](const forms::Form& f) {
     return f.num_children == 0 && g_.head_at(f.head).symbol == nullptr;
   };
-  const std::string_view head = value.sign() < 0 ? "-" : "/";
-  const std::size_t num_parts = value.sign() < 0 ? 1 : 2;
-  forms::FormId written = forms::none;
+  const bool negative = value.sign() < 0;
+  const auto is_literal_of = [&](ClassId part, const mpz_class& wanted) {
+    const forms::FormId first = g_.first_form(part);
+    if (first == forms::none || g_.find(part) == g_.find(c) || !is_literal(g_.form(first))) return false;
+    const std::string& text = g_.head_at(g_.form(first).head).text;
+    return negative || text == natural(wanted, true) || text == natural(wanted, false);
+  };
+  const std::string_view head = negative ? "-" : "/";
+  forms::FormId quotient = forms::none;
   for (forms::FormId f = g_.first_form(c); f != forms::none; f = g_.form(f).next) {
     const forms::Form& form = g_.form(f);
     if (is_literal(form)) return f;
-    if (form.num_children != num_parts || g_.head_at(form.head).text != head || written != forms::none)
+    if (quotient != forms::none || form.num_children != (negative ? 1 : 2) ||
+        g_.head_at(form.head).text != head)
       continue;
     const auto parts = g_.children(form);
-    const bool of_literals = std::all_of(parts.begin(), parts.end(), [&](ClassId part) {
-      const forms::FormId first = g_.first_form(part);
-      return first != forms::none && g_.find(part) != g_.find(c) && is_literal(g_.form(first));
-    });
-    if (of_literals) written = f;
+    if (is_literal_of(parts[0], value.num()) && (negative || is_literal_of(parts[1], value.den())))
+      quotient = f;
   }
-  return written != forms::none ? written : g_.first_form(c);
+  return quotient != forms::none ? quotient : g_.first_form(c);
 }
 
 /// "(* 3 x)", "(/ x 3.0)", "x".

@@ -279,13 +279,33 @@ bool SharingPlan::pays(const Info& i, bool everywhere) const noexcept {
   return (uses - 1) * i.bytes > uses * length_of_name + (everywhere ? length_of_definition : length_of_let);
 }
 
+/// A number such as `(- 5)` or `(/ 1 3)`, in a chosen script: easier to read than any name for it.
+bool SharingPlan::is_short_number(const Term* t) const noexcept {
+  constexpr std::size_t short_length = 12;
+  const auto is_numeral = [this](const Term* a) {
+    const std::string_view text = a->symbol->name;
+    return manager_.arity(a) == 0 && text.size() <= short_length && text[0] >= '0' && text[0] <= '9';
+  };
+  const auto is_negative = [&](const Term* a) {
+    return manager_.arity(a) == 1 && std::string_view(a->symbol->name) == "-" && is_numeral(a->args[0]);
+  };
+  if (is_negative(t)) return true;
+  const auto is_signed = [&](const Term* a) { return is_numeral(a) || is_negative(a); };
+  const bool is_quotient = manager_.arity(t) == 2 && std::string_view(t->symbol->name) == "/" &&
+                           is_signed(t->args[0]) && is_numeral(t->args[1]);
+  const bool is_negative_quotient = manager_.arity(t) == 1 && std::string_view(t->symbol->name) == "-" &&
+                                    manager_.arity(t->args[0]) == 2 && is_short_number(t->args[0]);
+  return is_quotient || is_negative_quotient;
+}
+
 /// All that the node occurs in has been placed: now it is clear whether it is named, and where its parts
 /// belong.
 void SharingPlan::place(Node n) {
   Info& i = info(n);
   std::uint32_t unit = i.unit;
   const bool everywhere = (i.flags & shared) != 0 || define_only(i.unit);
-  const bool nameable = pays(i, everywhere) && (i.flags & (open | annotated)) == 0;
+  const bool nameable = pays(i, everywhere) && (i.flags & (open | annotated)) == 0 &&
+                        !(script_.chosen && is_short_number(n.term()));
   const bool used_again = i.uses > 1 && (i.flags & user_defined) == 0;
   if (nameable && ((i.flags & shared) != 0 || (used_again && define_only(i.unit)))) {
     unit = static_cast<std::uint32_t>(roots_.size() + definitions_.size());
