@@ -12,6 +12,7 @@
 #include <quarv/smtlib/smallest_script.h>
 #include <quarv/smtlib/trace.h>
 #include <quarv/smtlib/written_forms.h>
+#include <quarv/smtlib/written_size.h>
 
 namespace quarv::smtlib {
 
@@ -58,6 +59,11 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
   }
   script.largest_dollar_name = largest_of_user;
   script.largest_dollar_definition = 0;
+}
+
+/// What is equal in the end counts once in the choice's own figures, also where the text says it twice.
+bool is_smaller(std::string_view a, std::string_view b, const std::string& file) {
+  return a != b && std::tuple(written_size(a, file), a.size()) < std::tuple(written_size(b, file), b.size());
 }
 
 /// Names are not given to literals, so a long one that many commands share can be written many times over.
@@ -118,7 +124,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     if (shrinks) {
       // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point:
       // whoever reads it takes its definitions for the user's own, as this does.
-      const bool better = std::tuple(chosen->size, now.size()) < std::tuple(chosen->as_written, text.size());
+      const bool better = chosen->size < chosen->as_written || is_smaller(now, text, file);
       if (!better) now = text;
       if (!better || report.rounds == most_shrinking_rounds) {
         out << (has_outgrown(now, input, options) ? input : now);
