@@ -91,7 +91,7 @@ void print_script(Session& session, const Script& script) {
 }
 
 SimplifyOptions read_options(bool simplify, bool rules) {
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   options.simplify = simplify;
   options.rules = rules;
   return options;

@@ -60,7 +60,7 @@ using Generate = std::string (*)(int);
 
 void read(benchmark::State& state, Generate generate, bool rules) {
   const std::string text = generate(static_cast<int>(state.range(0)));
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   options.rules = rules;
   for (auto _ : state) {
     Session session(options);

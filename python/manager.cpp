@@ -6,9 +6,10 @@ namespace quarv::python {
 
 namespace {
 
-PyManager new_manager(bool eager, bool library_semantics, bool rules, bool standard) {
+PyManager new_manager(bool eager, bool extended, bool library_semantics, bool rules, bool standard) {
   SessionOptions options;
   options.eager = eager;
+  options.extended = extended;
   options.library_semantics = library_semantics || standard;
   options.rules = rules;
   return PyManager(Shared(new PySession(options), [](PySession* session) {
@@ -93,9 +94,11 @@ std::vector<PyTerm> parse_smt2(const PyManager& self, const std::string& text, c
   return result;
 }
 
-std::string to_smt2(const PyManager& self, const py::iterable& assertions) {
+std::string to_smt2(const PyManager& self, const py::iterable& assertions, bool smallest) {
   const std::vector<const Term*> terms = pointers_of(self.session(), assertions);
-  return at_length([&] { return smtlib::script_text(self.session()->manager(), terms); });
+  const TermManager& m = self.session()->manager();
+  return at_length(
+      [&] { return smallest ? smtlib::smallest_text(m, terms) : smtlib::script_text(m, terms); });
 }
 
 std::size_t num_nodes(const PyManager& self, const py::iterable& terms) {
@@ -112,13 +115,13 @@ void add_rules(const PyManager& self, const std::string& text, const std::string
 void bind_manager(py::module_& m) {
   const py::call_guard<Turn> in_turn;
   py::class_<PyManager>(m, "Manager", "Holds terms, simplifiers and rules.")
-      .def(py::init(&new_manager), py::kw_only(), py::arg("eager") = false,
-           py::arg("library_semantics") = false, py::arg("rules") = true, py::arg("standard") = false,
-           in_turn,
-           "`eager` simplifies each term when it is built; `library_semantics`, formerly `standard`, does "
-           "also\n"
-           "what does not hold by the SMT-LIB standard; without `rules`, `simplify` applies the simplifiers\n"
-           "alone.")
+      .def(
+          py::init(&new_manager), py::kw_only(), py::arg("eager") = false, py::arg("extended") = true,
+          py::arg("library_semantics") = false, py::arg("rules") = true, py::arg("standard") = false, in_turn,
+          "`eager` simplifies each term when it is built; without `extended`, only the standard simplifiers\n"
+          "and rules are used; `library_semantics`, formerly `standard`, does also what does not hold by "
+          "the\n"
+          "SMT-LIB standard; without `rules`, `simplify` applies the simplifiers alone.")
       .def(
           "__eq__", [](const PyManager& a, const PyManager& b) { return a.session() == b.session(); },
           py::is_operator())
@@ -138,8 +141,10 @@ void bind_manager(py::module_& m) {
            "Applies an operator by its SMT-LIB name, indices included, to terms and Python values.")
       .def("parse_smt2", parse_smt2, py::arg("text"), py::arg("name") = "<string>", in_turn,
            "The assertions of an SMT-LIB script that are in force at its end. `name` is for messages.")
-      .def("to_smt2", to_smt2, py::arg("assertions"), in_turn,
-           "A script that declares what occurs in the formulas and asserts them.")
+      .def("to_smt2", to_smt2, py::arg("assertions"), py::kw_only(), py::arg("smallest") = false, in_turn,
+           "A script that declares what occurs in the formulas and asserts them; the `smallest` one that "
+           "says\n"
+           "the same.")
       .def("num_nodes", num_nodes, py::arg("terms"), in_turn,
            "Number of distinct sub-terms, the terms themselves included.")
       .def("add_rules", add_rules, py::arg("text"), py::arg("name") = "<string>", in_turn,

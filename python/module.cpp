@@ -10,9 +10,11 @@ namespace quarv::python {
 
 namespace {
 
-std::string simplify_smt2(const std::string& text, const std::string& name, bool rules,
-                          bool library_semantics, bool standard) {
+std::string simplify_smt2(const std::string& text, const std::string& name, bool rules, bool canonical,
+                          bool extended, bool library_semantics, bool standard) {
   smtlib::SimplifyOptions options;
+  options.smallest = !canonical;
+  options.extended = extended;
   options.rules = rules;
   options.library_semantics = library_semantics || standard;
   return at_length([&] {
@@ -66,10 +68,12 @@ PYBIND11_MODULE(_quarv, m) {
   bind_manager(m);
   m.attr("__version__") = QUARV_VERSION;
   m.def("simplify_smt2", simplify_smt2, py::arg("text"), py::arg("name") = "<string>", py::kw_only(),
-        py::arg("rules") = true, py::arg("library_semantics") = false, py::arg("standard") = false,
-        py::call_guard<Turn>(),
-        "Simplifies an SMT-LIB script: a text in, a text out, as `quarv simplify` does. `name` is for "
-        "messages.");
+        py::arg("rules") = true, py::arg("canonical") = false, py::arg("extended") = true,
+        py::arg("library_semantics") = false, py::arg("standard") = false, py::call_guard<Turn>(),
+        "Simplifies an SMT-LIB script: a text in, a text out, as `quarv simplify` does. `canonical` writes "
+        "the\n"
+        "normal form, not the smallest one; without `extended` only the standard simplifiers and rules are\n"
+        "used. `name` is for messages.");
   m.def("make", make_term, py::arg("op"), py::call_guard<Turn>(),
         "Applies an operator by its SMT-LIB name, indices included, to terms and Python values.");
 }

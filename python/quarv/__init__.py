@@ -46,9 +46,9 @@ def parse_smt2(text, name="<string>", manager=None):
     return (Manager() if manager is None else manager).parse_smt2(text, name)
 
 
-def to_smt2(*assertions):
-    """A script that declares what occurs in the formulas and asserts them."""
+def to_smt2(*assertions, smallest=False):
+    """A script that declares what occurs in the formulas and asserts them; the `smallest` one that says the same."""
     for term in assertions:
         if isinstance(term, Term):
-            return term.manager.to_smt2(assertions)
-    return Manager().to_smt2(assertions)
+            return term.manager.to_smt2(assertions, smallest=smallest)
+    return Manager().to_smt2(assertions, smallest=smallest)

@@ -41,7 +41,8 @@ enum {
   QUARV_EAGER = 1, /**< terms are simplified when they are built; otherwise quarv_simplify does it */
   QUARV_LIBRARY_SEMANTICS = 2, /**< also what does not hold by the SMT-LIB standard */
   QUARV_STANDARD = 2,          /**< the former name of QUARV_LIBRARY_SEMANTICS */
-  QUARV_NO_RULES = 4           /**< simplifiers alone, no rewrite rules */
+  QUARV_NO_RULES = 4,          /**< simplifiers alone, no rewrite rules */
+  QUARV_EXTENDED = 8 /**< simplifiers and rules beside the standard ones, as the program uses them */
 };
 
 /** "0.1.0" */
@@ -150,8 +151,14 @@ QUARV_API quarv_status quarv_parse_script(quarv_manager* m, const char* text, co
                                           quarv_term** assertions, size_t* n);
 /** A script that declares what occurs in n formulas and asserts them. */
 QUARV_API char* quarv_script(quarv_manager* m, const quarv_term* assertions, size_t n);
-/** The whole script simplified, command by command. Of the manager it uses the status alone. */
+/** The smallest script that asserts what n formulas say. */
+QUARV_API char* quarv_smallest_script(quarv_manager* m, const quarv_term* assertions, size_t n);
+/** The whole script simplified, command by command, as `quarv simplify` does it. Of the manager it uses the
+ * status alone. */
 QUARV_API char* quarv_simplify_script(quarv_manager* m, const char* text, const char* name);
+/** The whole script in the normal form, as `quarv simplify --canonical` prints it: for comparing. Of the
+ * manager it uses the status alone. */
+QUARV_API char* quarv_normalize_script(quarv_manager* m, const char* text, const char* name);
 /** @} */
 
 #ifdef __cplusplus

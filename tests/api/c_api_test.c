@@ -269,6 +269,15 @@ static void scripts(void) {
 
   EXPECT_TEXT(quarv_simplify_script(m, "(declare-const p Bool)(assert (and p (not p)))", "e.smt2"),
               "(declare-const p Bool)\n(assert false)\n");
+  EXPECT_TEXT(quarv_simplify_script(m, "(declare-const x Int)(assert (< x 5))", "e.smt2"),
+              "(declare-const x Int)(assert (< x 5))");
+  EXPECT_TEXT(quarv_normalize_script(m, "(declare-const x Int)(assert (< x 5))", "e.smt2"),
+              "(declare-const x Int)\n(assert (not (<= 5 x)))\n");
+  EXPECT(quarv_parse_script(m, "(declare-const i Int)(assert (and (< i 5) (< i 5)))", "f.smt2", &assertions,
+                            &n) == QUARV_OK);
+  EXPECT_TEXT(quarv_smallest_script(m, assertions, n),
+              "(set-logic ALL)\n(declare-fun i () Int)\n(assert (< i 5))\n");
+  quarv_free(assertions);
   quarv_manager_delete(m);
 }
 

@@ -257,7 +257,7 @@ TEST_F(StrictSemanticsTest, OtherApplicationsAreSimplifiedAsUsual) {
 
 TEST(StrictScripts, StrictSemanticsUnlessTheLibrarysAreAskedFor) {
   const auto simplified = [](const char* term, bool library_semantics) {
-    SimplifyOptions options;
+    SimplifyOptions options = SimplifyOptions::normal_form();
     options.library_semantics = library_semantics;
     std::ostringstream out;
     simplify_script(std::string("(simplify ") + term + ")", "in.smt2", out, options);
@@ -309,7 +309,7 @@ TEST_F(StrictAgainstSolvers, Cvc5) {
 
 /// The assertion of `formula` over two bytes, simplified.
 std::string simplified_formula(const std::string& formula, bool library_semantics) {
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   options.library_semantics = library_semantics;
   std::ostringstream out;
   simplify_script(

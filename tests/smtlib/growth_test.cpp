@@ -83,7 +83,7 @@ TEST(GrowthTest, ManyNamesInOneAssertion) {
 
 std::string simplified(const std::string& text) {
   std::ostringstream out;
-  simplify_script(text, "in.smt2", out);
+  simplify_script(text, "in.smt2", out, SimplifyOptions::normal_form());
   return out.str();
 }
 

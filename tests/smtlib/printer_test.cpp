@@ -14,7 +14,7 @@ namespace quarv::smtlib {
 namespace {
 
 std::string simplified(const std::string& text, Sharing sharing = Sharing::automatic) {
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   options.sharing = sharing;
   options.rules = false;  // what is printed here is what was read
   std::ostringstream out;
@@ -144,7 +144,7 @@ TEST(Printer, NamesAreGivenOutsideOfLet) {
 
 /// Whoever reads this creates v + w first, and so puts it first: in one more round nothing changes.
 TEST(Printer, OperandsStandInTheOrderOfTheirCreation) {
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   std::string text = "(declare-fun h ((_ BitVec 8)) Bool)" + vectors;
   for (int i = 0; i < 2000; ++i) {
     const std::string v = i % 2 == 0 ? "(bvmul v w)" : "(bvudiv v w)";
@@ -169,9 +169,9 @@ TEST(Printer, LargeOutputsAreNotSimplifiedAgain) {
     text += "(assert (= " + quotient + " " + literal + "))";
   }
   std::ostringstream once, twice;
-  EXPECT_EQ(simplify_script(text, "in.smt2", once, {}).rounds, 1u);
+  EXPECT_EQ(simplify_script(text, "in.smt2", once, SimplifyOptions::normal_form()).rounds, 1u);
   EXPECT_GT(once.str().size(), std::size_t{256} << 10);
-  simplify_script(once.str(), "in.smt2", twice, {});
+  simplify_script(once.str(), "in.smt2", twice, SimplifyOptions::normal_form());
   EXPECT_EQ(once.str(), twice.str());
 }
 
@@ -462,7 +462,7 @@ TEST(PrinterCorpus, PrintedFilesAreReadBackToTheSameText) {
     std::stringstream text;
     text << in.rdbuf();
     for (Sharing sharing : {Sharing::automatic, Sharing::let}) {
-      SimplifyOptions options;
+      SimplifyOptions options = SimplifyOptions::normal_form();
       options.sharing = sharing;
       std::ostringstream once, twice;
       simplify_script(text.str(), "in.smt2", once, options);

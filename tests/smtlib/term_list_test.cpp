@@ -14,7 +14,7 @@ const std::string declarations =
 
 /// What stands behind the declarations when the script is simplified. Simplifying it again changes nothing.
 std::string simplified(const std::string& commands, Sharing sharing = Sharing::automatic) {
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   options.sharing = sharing;
   std::ostringstream once, twice;
   simplify_script(declarations + commands, "in.smt2", once, options);
@@ -49,7 +49,7 @@ TEST(TermLists, OtherFormulasOfCheckSatAssumingAreSimplified) {
   EXPECT_EQ(
       simplified("(check-sat-assuming ((and q p (<= 3 x)) (not (and q p (<= 3 x)))))(get-value (p))"),
       "(define-fun $1 () Bool (and p q (<= 3 x)))\n(check-sat-assuming ($1 (not $1)))\n(get-value (p))\n");
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   Session session(options);
   Reader reader(session);
   EXPECT_THROW(reader.read("(declare-const x Int)(check-sat-assuming ((+ x 1)))", "in.smt2"), InputError);

@@ -29,7 +29,7 @@ struct Traced {
   }
 };
 
-Traced traced(const std::string& script, SimplifyOptions options = {}) {
+Traced traced(const std::string& script, SimplifyOptions options = SimplifyOptions::normal_form()) {
   std::ostringstream out, trace;
   options.trace = &trace;
   simplify_script(script, "in.smt2", out, options);
@@ -41,7 +41,7 @@ Traced traced(const std::string& script, SimplifyOptions options = {}) {
 
 std::string untraced(const std::string& script) {
   std::ostringstream out;
-  simplify_script(script, "in.smt2", out);
+  simplify_script(script, "in.smt2", out, SimplifyOptions::normal_form());
   return out.str();
 }
 
@@ -164,7 +164,7 @@ TEST(Trace, TellsAnotherObserverToo) {
     }
     std::size_t rules = 0, simplifications = 0;
   } counter;
-  SimplifyOptions options;
+  SimplifyOptions options = SimplifyOptions::normal_form();
   options.observer = &counter;
   const Traced t = traced(mixed, options);
   EXPECT_EQ(counter.rules, t.with("rule").size());

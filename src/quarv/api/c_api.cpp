@@ -119,6 +119,14 @@ quarv_status status_of(quarv_manager* m, F f) noexcept {
   return m->status;
 }
 
+std::string simplified(const char* text, const char* name, bool smallest) {
+  quarv::smtlib::SimplifyOptions options;
+  options.smallest = smallest;
+  std::ostringstream out;
+  quarv::smtlib::simplify_script(checked(text), checked(name), out, options);
+  return std::move(out).str();
+}
+
 /// The stored bits of a significand: all but the hidden one.
 std::size_t stored_bits(std::size_t eb, std::size_t sb) {
   quarv::smtlib::build::check_format(eb, sb);
@@ -138,6 +146,7 @@ quarv_manager* quarv_manager_new(unsigned flags) {
     options.eager = (flags & QUARV_EAGER) != 0;
     options.library_semantics = (flags & QUARV_LIBRARY_SEMANTICS) != 0;
     options.rules = (flags & QUARV_NO_RULES) == 0;
+    options.extended = (flags & QUARV_EXTENDED) != 0;
     return new quarv_manager(options);
   } catch (...) {
     return nullptr;
@@ -324,10 +333,14 @@ char* quarv_script(quarv_manager* m, const quarv_term* assertions, size_t n) {
   return guarded(m, [&] { return handle(quarv::smtlib::script_text(m->terms(), terms(assertions, n))); });
 }
 
+char* quarv_smallest_script(quarv_manager* m, const quarv_term* assertions, size_t n) {
+  return guarded(m, [&] { return handle(quarv::smtlib::smallest_text(m->terms(), terms(assertions, n))); });
+}
+
 char* quarv_simplify_script(quarv_manager* m, const char* text, const char* name) {
-  return guarded(m, [&] {
-    std::ostringstream out;
-    quarv::smtlib::simplify_script(checked(text), checked(name), out);
-    return handle(std::move(out).str());
-  });
+  return guarded(m, [&] { return handle(simplified(text, name, true)); });
+}
+
+char* quarv_normalize_script(quarv_manager* m, const char* text, const char* name) {
+  return guarded(m, [&] { return handle(simplified(text, name, false)); });
 }

@@ -18,8 +18,10 @@ Candidates::Candidates(const Question& q, const FreeNames& names) {
   for (ClassId c : q.roots) visit(c);
   std::size_t num_forms = 0;
   for (std::size_t next = 0; next < classes_.size(); ++next) {
+    std::size_t num_written = 0;
     for (FormId f = g.first_form(classes_[next]); f != none; f = g.form(f).next) {
       ++num_forms;
+      if (f < q.num_written && ++num_written == 2) is_written_twice_ = true;
       for (ClassId child : g.children(g.form(f))) visit(child);
     }
   }

@@ -44,6 +44,8 @@ class Candidates {
   /// By place: as the user wrote it first, the base form where that is nowhere. `wanted`: the first wanted
   /// one.
   std::vector<CandidateId> as_written(bool wanted) const;
+  /// A place has several forms that the user wrote.
+  bool is_written_twice() const noexcept { return is_written_twice_; }
 
  private:
   void add_forms(const Question& question, const FreeNames& names, ClassId c);
@@ -56,6 +58,7 @@ class Candidates {
   std::vector<Candidate> candidates_;  // and one that ends the list
   std::vector<Place> parts_;
   std::vector<Place> roots_;
+  bool is_written_twice_ = false;
 };
 
 }  // namespace quarv::forms

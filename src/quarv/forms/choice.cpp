@@ -178,6 +178,7 @@ Choice choose(const Question& question) {
   }
   if (best.empty() && candidates.num_places() != 0) return {};
   if (chooser.begin(candidates.as_written(false))) choice.as_written = chooser.size();
+  choice.is_written_twice = candidates.is_written_twice();
   choice.form.assign(question.graph.num_classes(), none);
   for (Place p = 0; p < best.size(); ++p) choice.form[candidates.class_at(p)] = candidates[best[p]].form;
   return choice;

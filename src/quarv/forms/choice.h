@@ -40,6 +40,8 @@ struct Choice {
   Size size;
   /// What the roots would need as they were written; unknown where that goes round in a circle.
   Size as_written;
+  /// Something was written in several ways, of which `as_written` counts one.
+  bool is_written_twice = false;
 };
 
 /// For every class one form, so that the forms of the roots, with all that they consist of, cost least.

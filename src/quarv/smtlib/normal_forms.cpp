@@ -26,6 +26,7 @@ NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
   const auto [entry, is_new] = heads_.try_emplace(s, none);
   if (is_new) {
     std::ostringstream text;
+    text.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
     OutputBuffer out(text);
     write_head(m_, s, out);
     out.flush();
@@ -167,6 +168,7 @@ void NormalForms::constant(Node n) {
     return form("to_real", {c});
   }
   std::ostringstream text;
+  text.exceptions(std::ios::badbit);
   OutputBuffer out(text);
   write_constant(m_, n, out);
   out.flush();

@@ -11,6 +11,7 @@
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/smallest_script.h>
 #include <quarv/smtlib/trace.h>
+#include <quarv/smtlib/write/script_text.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/smtlib/written_size.h>
 
@@ -61,9 +62,12 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
   script.largest_dollar_definition = 0;
 }
 
-/// What is equal in the end counts once in the choice's own figures, also where the text says it twice.
-bool is_smaller(std::string_view a, std::string_view b, const std::string& file) {
-  return a != b && std::tuple(written_size(a, file), a.size()) < std::tuple(written_size(b, file), b.size());
+/// Whether the choice is smaller than the text that it was made from, or as small and has a shorter text.
+bool is_smaller(const ChosenScript& chosen, std::string_view now, std::string_view text,
+                const std::string& file) {
+  if (chosen.size < chosen.as_written || now == text) return now != text;
+  if (!chosen.is_written_twice) return chosen.size == chosen.as_written && now.size() < text.size();
+  return std::tuple(written_size(now, file), now.size()) < std::tuple(written_size(text, file), text.size());
 }
 
 /// Names are not given to literals, so a long one that many commands share can be written many times over.
@@ -90,11 +94,12 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   const std::string_view input = text;
   std::string previous;
   std::uint64_t largest_of_user = 0;
-  bool shrinks = options.smallest && options.sharing == Sharing::automatic;
+  const bool smallest = options.smallest && !options.library_semantics;
+  bool shrinks = smallest && options.sharing == Sharing::automatic;
   for (;; ++report.rounds) {
     Session session(options);
     std::optional<WrittenForms> written;
-    if (options.smallest) written.emplace(session.manager());
+    if (smallest) written.emplace(session.manager());
     Reader reader(session, {.written = written ? &*written : nullptr});
     const auto start = std::chrono::steady_clock::now();
     // A further round repeats what the first one did.
@@ -124,7 +129,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     if (shrinks) {
       // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point:
       // whoever reads it takes its definitions for the user's own, as this does.
-      const bool better = chosen->size < chosen->as_written || is_smaller(now, text, file);
+      const bool better = is_smaller(*chosen, now, text, file);
       if (!better) now = text;
       if (!better || report.rounds == most_shrinking_rounds) {
         out << (has_outgrown(now, input, options) ? input : now);
@@ -139,6 +144,14 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     previous = std::move(now);
     text = previous;
   }
+}
+
+std::string smallest_text(const TermManager& manager, std::span<const Term* const> formulas,
+                          const SimplifyOptions& options) {
+  std::ostringstream out;
+  out.exceptions(std::ios::badbit);
+  simplify_script(script_text(manager, formulas), "formulas", out, options);
+  return std::move(out).str();
 }
 
 }  // namespace quarv::smtlib

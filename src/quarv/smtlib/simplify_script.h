@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -12,9 +13,20 @@
 
 namespace quarv::smtlib {
 
-/// How a script is simplified and printed.
+/// How a script is simplified and printed: as the program does it, unless told otherwise.
 struct SimplifyOptions : SessionOptions {
-  bool smallest = false;  ///< print each term in its smallest form, not in the normal form
+  SimplifyOptions() { extended = true; }
+
+  /// The options that print the normal form, which the standard simplifiers and rules alone lead to.
+  static SimplifyOptions normal_form() {
+    SimplifyOptions options;
+    options.extended = false;
+    options.smallest = false;
+    return options;
+  }
+
+  /// Print each term in its smallest form, not in the normal form; never in the library's own semantics.
+  bool smallest = true;
   Sharing sharing = Sharing::automatic;
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
   std::ostream* trace = nullptr;  ///< gets the Trace of how the input, as it is given, is simplified
@@ -33,5 +45,10 @@ struct SimplifyReport {
 /// UnknownRule, and std::runtime_error when the stream fails; something may have been written then.
 QUARV_API SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                          const SimplifyOptions& options = {});
+
+/// The smallest script that asserts what the formulas say, with declarations of what occurs in them. Throws
+/// SortError for a term that is not Boolean.
+QUARV_API std::string smallest_text(const TermManager& manager, std::span<const Term* const> formulas,
+                                    const SimplifyOptions& options = {});
 
 }  // namespace quarv::smtlib

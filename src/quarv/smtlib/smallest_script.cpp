@@ -250,6 +250,7 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   chosen->manager = std::make_unique<TermManager>();
   chosen->size = choice.size;
   chosen->as_written = choice.as_written;
+  chosen->is_written_twice = choice.is_written_twice;
   std::unordered_map<const Symbol*, const Term*> variables;
   Writer writer(manager, graph, choice.form, *chosen->manager, variables);
   BaseForms base_forms(manager, *chosen->manager, variables);

@@ -16,7 +16,9 @@ struct ChosenScript {
   std::unique_ptr<TermManager> manager;
   Script script;
   forms::Size size;
-  forms::Size as_written;  ///< of the script as it was written
+  forms::Size as_written;         ///< of the script as it was written,
+  bool is_written_twice = false;  ///< where what is the same in the end counts once though it was written in
+                                  ///< several ways
 };
 
 /// The commands of `script` with each term in the form in which the whole is smallest. `normalized` gives

@@ -54,7 +54,7 @@ Output simplified(const Table& table, const std::string& sort, const std::string
   const std::string script =
       table.declarations + "(declare-fun P (" + sort + ") Bool)\n(assert (P " + term + "))\n";
   smtlib::SimplifyOptions options;
-  options.extended = true;
+  options.smallest = false;
   options.sharing = smtlib::Sharing::none;
   std::ostringstream canonical;
   smtlib::simplify_script(script, "identity", canonical, options);

@@ -167,7 +167,6 @@ std::vector<std::string> assertions(const std::string& script) {
 
 std::string simplified(const std::string& script, bool smallest) {
   smtlib::SimplifyOptions options;
-  options.extended = true;
   options.smallest = smallest;
   options.sharing = smtlib::Sharing::none;
   std::ostringstream out;
