@@ -216,7 +216,9 @@ def trace_of(program, script, folder):
     trace = os.path.join(folder, 'trace')
     subprocess.run([program, 'simplify', script or own, '-o', os.path.join(folder, 'out'), '--trace', trace], check=True)
     with open(trace, encoding='utf-8') as file:
-        return [json.loads(line) for line in file]
+        lines = [json.loads(line) for line in file]
+    parts = [n for n, line in enumerate(lines) if 'trace' in line]
+    return lines[:parts[1]]  # how the input is simplified
 
 
 def replay(program, data):

@@ -38,12 +38,28 @@ class Replay : public Program {
  protected:
   /// By default the steps of the standard simplifiers and rules, which are all justified.
   std::vector<Json> trace_of(const std::string& text, const std::string& options = " --rules-only-standard") {
+    return parts_of(text, options)[0];
+  }
+
+  /// How the input is simplified, the input as it is written, and the same of the output.
+  std::vector<std::vector<Json>> parts_of(const std::string& text, const std::string& options) {
     write("in.smt2", text);
     EXPECT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace trace.jsonl" + options).status, 0);
-    std::vector<Json> lines;
+    std::vector<std::vector<Json>> parts;
     std::istringstream in(read("trace.jsonl"));
-    for (std::string line; std::getline(in, line);) lines.push_back(Json::parse(line));
-    return lines;
+    for (std::string line; std::getline(in, line);) {
+      Json json = Json::parse(line);
+      if (json.contains("trace")) parts.emplace_back();
+      parts.back().push_back(std::move(json));
+    }
+    EXPECT_EQ(parts.size(), 4u);
+    return parts;
+  }
+
+  Result replay(const std::vector<std::vector<Json>>& parts) {
+    std::vector<Json> lines;
+    for (const auto& part : parts) lines.insert(lines.end(), part.begin(), part.end());
+    return replay(lines);
   }
 
   Result replay(const std::vector<Json>& lines) {
@@ -75,6 +91,67 @@ TEST_F(Replay, JustifiesWhatTheSimplifierDoes) {
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find(", 0 not justified\n"), std::string::npos) << r.out;
   EXPECT_EQ(num_lines(r.out), 1u) << r.out;
+}
+
+const std::string chosen = R"((declare-const i Int)
+(declare-const j Int)
+(declare-const p Bool)
+(declare-const q Bool)
+(declare-const x (_ BitVec 8))
+(declare-const y (_ BitVec 8))
+(assert (< (- i j) 3))
+(assert (or (not p) (not q) (bvuge x y)))
+(assert (=> (and p (not (not q))) (= (bvsub x y) (bvadd #x00 (bvmul #x02 y)))))
+(assert (not (and p (<= (* 2 i) 7))))
+(push 1)
+(assert (xor p (= ((_ extract 3 0) x) #x5)))
+(check-sat-assuming (p (= (bvadd x #x00) y)))
+)";
+
+TEST_F(Replay, ShowsThatTheOutputIsEqualToTheInput) {
+  for (const char* options : {"", " --canonical", " --rules-only-standard", " --library-semantics"}) {
+    const Result r = replay(parts_of(chosen, options));
+    EXPECT_EQ(r.status, 0) << options << r.out;
+    EXPECT_NE(r.out.find("\n7 assertions, 7 in the output: 7 shown to be equal\n"), std::string::npos)
+        << options << r.out;
+  }
+}
+
+TEST_F(Replay, CatchesAnotherOutput) {
+  const auto parts = parts_of(chosen, "");
+  std::vector<std::size_t> assertions;
+  for (std::size_t i = 0; i < parts[3].size(); ++i) {
+    if (parts[3][i].contains("assertion")) assertions.push_back(i);
+  }
+  ASSERT_EQ(assertions.size(), 7u);
+  // Each assertion says what the one before it says.
+  for (std::size_t i = 1; i < assertions.size(); ++i) {
+    auto changed = parts;
+    changed[3][assertions[i]]["term"] = parts[3][assertions[i - 1]]["term"];
+    const Result r = replay(changed);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(
+        r.out.rfind("assertion " + std::to_string(i + 1) + ": not shown to be equal to the output's\n", 0),
+        0u)
+        << r.out;
+  }
+  auto fewer = parts;
+  fewer[3].erase(fewer[3].begin() + static_cast<std::ptrdiff_t>(assertions.back()));
+  EXPECT_NE(replay(fewer).out.find("7 assertions, 6 in the output: 6 shown to be equal\n"),
+            std::string::npos);
+  EXPECT_EQ(replay(fewer).status, 1);
+}
+
+/// Without the steps between, nothing ties the two together.
+TEST_F(Replay, CatchesMissingSteps) {
+  auto parts = parts_of("(declare-const x (_ BitVec 8))(assert (= (bvand x (bvnot x)) (bvmul x #x04)))", "");
+  EXPECT_EQ(replay(parts).status, 0);
+  for (auto& part : parts) std::erase_if(part, [](const Json& line) { return line.contains("step"); });
+  const Result r = replay(parts);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.out,
+            "assertion 1: not shown to be equal to the output's\n0 steps: 0 justified, 0 not justified\n"
+            "1 assertions, 1 in the output: 0 shown to be equal\n");
 }
 
 /// Steps of the simplifiers beside the standard ones are justified where they can be evaluated; the others

@@ -11,6 +11,7 @@
 #include "io/input.h"
 #include "io/output.h"
 #include "replay/replay_checker.h"
+#include "replay/term_closure.h"
 #include "rules/rule_catalogue.h"
 
 namespace quarv::cli {
@@ -28,15 +29,43 @@ struct Arguments {
   bool quiet = false;
 };
 
-struct Counts {
-  std::size_t justified = 0, not_justified = 0;
+/// What all parts of a trace have shown.
+class Findings {
+ public:
+  void count(const std::string& kind, bool justified) {
+    for (Counts* counts : {&all_, &by_kind_[kind]}) ++(justified ? counts->justified : counts->not_justified);
+  }
+  void refuse_line() { ++num_refused_; }
+  void print(std::ostream& out) const {
+    out << fmt::format("{} steps: {} justified, {} not justified", all_.justified + all_.not_justified,
+                       all_.justified, all_.not_justified);
+    if (num_refused_ != 0) out << fmt::format("; {} lines make no sense", num_refused_);
+    out << '\n';
+    for (const auto& [kind, c] : by_kind_) {
+      if (c.not_justified == 0) continue;
+      out << fmt::format("  {}: {} justified, {} not justified\n", kind, c.justified, c.not_justified);
+    }
+  }
+  bool all_justified() const { return all_.not_justified + num_refused_ == 0; }
+
+  TraceTerms terms;
+  TermClosure closure{terms};  // of the steps that are justified
+
+ private:
+  struct Counts {
+    std::size_t justified = 0, not_justified = 0;
+  };
+  Counts all_;
+  std::map<std::string, Counts> by_kind_;
+  std::size_t num_refused_ = 0;
 };
 
-/// Checks the steps of one trace.
+/// Checks the steps of one part of a trace.
 class Replay {
  public:
-  Replay(const Input& input, std::vector<rules::Rule> rules)
-      : trace_(input.text(), input.name()), rules_(std::move(rules)) {}
+  Replay(const TracePart& part, const std::string& name, const std::vector<rules::Rule>& rules,
+         Findings& findings)
+      : trace_(part.text, name, part.lines_before), rules_(rules), findings_(findings) {}
 
   /// Prints a line for each step that is not justified, unless `quiet`. Throws TraceError for what does not
   /// begin as a trace; a line that makes no sense does not keep others from being checked.
@@ -47,7 +76,7 @@ class Replay {
         if (!trace_.next(step)) return;
       } catch (const TraceError& e) {
         if (!trace_.has_begun()) throw;
-        ++num_refused_;
+        findings_.refuse_line();
         if (!quiet) fmt::print(stderr, "{}\n", e.what());
         continue;
       }
@@ -56,18 +85,12 @@ class Replay {
     }
   }
 
-  void print_summary(std::ostream& out) const {
-    out << fmt::format("{} steps: {} justified, {} not justified", counts_.justified + counts_.not_justified,
-                       counts_.justified, counts_.not_justified);
-    if (num_refused_ != 0) out << fmt::format("; {} lines make no sense", num_refused_);
-    out << '\n';
-    for (const auto& [kind, c] : by_kind_) {
-      if (c.not_justified == 0) continue;
-      out << fmt::format("  {}: {} justified, {} not justified\n", kind, c.justified, c.not_justified);
-    }
+  /// What the assertions are in the end, among the terms of all parts.
+  std::vector<TraceTerms::Id> assertions() {
+    std::vector<TraceTerms::Id> ids;
+    for (TermName t : trace_.assertions()) ids.push_back(names_(t));
+    return ids;
   }
-
-  bool all_justified() const { return counts_.not_justified + num_refused_ == 0; }
 
  private:
   void check(const TraceStep& step, bool quiet, std::ostream& out) {
@@ -76,10 +99,9 @@ class Replay {
     const bool justified = is_rule ? check_rule(step, reason) : folding_.check(step.before, step.after);
     // Nothing is shown by what does not hold.
     if (!is_rule && justified) known_.learn(step.before, step.after);
+    if (justified) findings_.closure.merge(names_(step.before), names_(step.after));
     const std::string kind = is_rule ? "rule " + printable(step.rule_label, 60) : printable(step.label, 60);
-    for (Counts* counts : {&counts_, &by_kind_[kind]}) {
-      ++(justified ? counts->justified : counts->not_justified);
-    }
+    findings_.count(kind, justified);
     if (justified || quiet) return;
     out << fmt::format("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
                        reason.empty() ? "" : ": " + reason);
@@ -113,22 +135,63 @@ class Replay {
   }
 
   TraceFile trace_;
-  std::vector<rules::Rule> rules_;
+  const std::vector<rules::Rule>& rules_;
+  Findings& findings_;
   KnownTerms known_{trace_};
   FoldingChecker folding_{trace_, known_};
+  TraceTerms::Names names_{findings_.terms, trace_};
   std::size_t learned_ = 0;
-  std::size_t num_refused_ = 0;
-  Counts counts_;
-  std::map<std::string, Counts> by_kind_;
 };
+
+/// How many assertions of the output are shown to be those of the input; says which ones are not.
+std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::vector<TraceTerms::Id>& output,
+                       TermClosure& closure, bool quiet, std::ostream& out) {
+  closure.close();
+  std::size_t num = 0;
+  for (std::size_t i = 0; i < std::min(written.size(), output.size()); ++i) {
+    if (closure.are_equal(written[i], output[i])) {
+      ++num;
+    } else if (!quiet) {
+      out << fmt::format("assertion {}: not shown to be equal to the output's\n", i + 1);
+    }
+  }
+  return num;
+}
+
+bool replay(const Input& input, const std::vector<rules::Rule>& rules, bool quiet, std::ostream& out) {
+  constexpr std::size_t input_as_written = 1, output_as_written = 3, num_parts = 4;
+  const std::vector<TracePart> texts = parts_of_trace(input.text());
+  Findings findings;
+  std::vector<std::unique_ptr<Replay>> parts;
+  for (const TracePart& part : texts) {
+    parts.push_back(std::make_unique<Replay>(part, input.name(), rules, findings));
+    parts.back()->run(quiet, out);
+  }
+  if (parts.size() != num_parts) {
+    findings.print(out);
+    // A trace of the library's has one part and no output.
+    if (parts.size() == 1) return findings.all_justified();
+    out << fmt::format("{} of {} parts: no assertion can be shown to be equal\n", parts.size(), num_parts);
+    return false;
+  }
+  const auto written = parts[input_as_written]->assertions();
+  const auto output = parts[output_as_written]->assertions();
+  const std::size_t linked = num_linked(written, output, findings.closure, quiet, out);
+  findings.print(out);
+  out << fmt::format("{} assertions, {} in the output: {} shown to be equal\n", written.size(), output.size(),
+                     linked);
+  return linked == written.size() && linked == output.size() && findings.all_justified();
+}
 
 }  // namespace
 
 void add_replay(const CommandLine& program, int& status) {
   const CommandLine command = program.subcommand(
       "replay",
-      "Check the trace of a simplification, step by step: rules are matched by their text, foldings are "
-      "evaluated; the simplifiers are not involved. Exit status 0: every step is justified");
+      "Check the trace of a simplification: rules are matched by their text, foldings are evaluated, and "
+      "what "
+      "was justified must tie each assertion of the output to that of the input; the simplifiers are not "
+      "involved. Exit status 0: every step is justified and every assertion shown to be equal");
   command.footer(footer);
   const auto arguments = std::make_shared<Arguments>();
   command.option("TRACE", arguments->input, "What quarv simplify --trace wrote; - is standard input")
@@ -141,17 +204,17 @@ void add_replay(const CommandLine& program, int& status) {
   command.callback([arguments, &status] {
     const Input input(arguments->input);
     Output output("-");
-    Replay replay(input, all_rules_and(arguments->rule_files));
+    const std::vector<rules::Rule> rules = all_rules_and(arguments->rule_files);
     status = failure;
+    bool shown = false;
     try {
-      replay.run(arguments->quiet, output.stream());
+      shown = replay(input, rules, arguments->quiet, output.stream());
     } catch (const TraceError& e) {
       fmt::print(stderr, "{}\n", e.what());
       return;
     }
-    replay.print_summary(output.stream());
     output.commit();
-    if (replay.all_justified()) status = success;
+    if (shown) status = success;
   });
 }
 

@@ -31,12 +31,22 @@ Script read_observed(Session& session, Reader& reader, std::string_view text, co
     return reader.read_in_place(text, file);
   }
   StdTermSimplifier& simplifier = session.simplifier();
-  Trace trace(session.manager(), simplifier.normalizer, *options.trace, options.observer);
+  Trace trace(session.manager(), simplifier.normalizer, *options.trace, options.observer, "input");
   simplifier.set_observer(&trace);
   Script script = reader.read_in_place(text, file, [&trace](const Script& s) { trace.command_read(s); });
   simplifier.set_observer(nullptr);
   trace.finish();
   return script;
+}
+
+/// What ties the output to the input.
+void trace_output(std::string_view input, std::string_view output, const std::string& file,
+                  const SimplifyOptions& options) {
+  SessionOptions as_written = options;
+  as_written.simplify = false;
+  trace_script(input, file, as_written, *options.trace, "input as written");
+  trace_script(output, file, options, *options.trace, "output");
+  trace_script(output, file, as_written, *options.trace, "output as written");
 }
 
 bool has_own_name(std::string_view text, std::uint64_t largest_of_user) {
@@ -93,6 +103,12 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   SimplifyReport report;
   const std::string_view input = text;
   std::string previous;
+  const auto finish = [&](std::string_view result) {
+    if (has_outgrown(result, input, options)) result = input;
+    out << result;
+    if (options.trace != nullptr) trace_output(input, result, file, options);
+    return report;
+  };
   std::uint64_t largest_of_user = 0;
   const bool smallest = options.smallest && !options.library_semantics;
   bool shrinks = smallest && options.sharing == Sharing::automatic;
@@ -131,16 +147,10 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
       // whoever reads it takes its definitions for the user's own, as this does.
       const bool better = is_smaller(*chosen, now, text, file);
       if (!better) now = text;
-      if (!better || report.rounds == most_shrinking_rounds) {
-        out << (has_outgrown(now, input, options) ? input : now);
-        return report;
-      }
+      if (!better || report.rounds == most_shrinking_rounds) return finish(now);
     }
     const bool settled = trusted || now == previous;
-    if (!shrinks && (settled || report.rounds == most_rounds)) {
-      out << (has_outgrown(now, input, options) ? input : now);
-      return report;
-    }
+    if (!shrinks && (settled || report.rounds == most_rounds)) return finish(now);
     previous = std::move(now);
     text = previous;
   }

@@ -29,7 +29,7 @@ struct SimplifyOptions : SessionOptions {
   bool smallest = true;
   Sharing sharing = Sharing::automatic;
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
-  std::ostream* trace = nullptr;  ///< gets the Trace of how the input, as it is given, is simplified
+  std::ostream* trace = nullptr;               ///< gets the Trace, all its parts
 };
 
 /// What was done, and how long it took.

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <ostream>
 
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/trace.h>
 
 namespace quarv::smtlib {
@@ -59,9 +60,14 @@ std::string describe(TermNormalizer::norm_fun& rule) {
 }  // namespace
 
 Trace::Trace(const TermManager& manager, const TermNormalizer& rules, std::ostream& out,
-             SimplificationObserver* also)
+             SimplificationObserver* also, std::string_view part)
     : manager_(manager), rules_(rules), out_(out), also_(also) {
-  out_.put("{\"trace\":\"quarv\",\"version\":1}\n");
+  out_.put("{\"trace\":\"quarv\",\"version\":1");
+  if (!part.empty()) {
+    out_.put(",\"part\":");
+    put_string(part);
+  }
+  out_.put("}\n");
 }
 
 // Parts of lines.
@@ -254,14 +260,28 @@ void Trace::on_simplification(const Symbol* op, std::span<const Term* const> arg
   out_.put("}\n");
 }
 
-void Trace::command_read(const Script& script) {
+void Trace::command_read(const Script& script, bool literals) {
   if (script.commands.empty()) return;
-  for (const Term* t : script.formulas_of(script.commands.back())) {
+  const Command& last = script.commands.back();
+  const bool all = literals && last.kind == Command::Kind::check_sat_assuming;
+  const auto terms = script.terms_of(last);
+  for (const Term* t : all ? std::vector(terms.begin(), terms.end()) : script.formulas_of(last)) {
     define(t);
     put_number("{\"assertion\":", ++assertions_);
     put_number(",\"term\":", t->id);
     out_.put("}\n");
   }
+}
+
+void trace_script(std::string_view text, const std::string& file, const SessionOptions& options,
+                  std::ostream& out, std::string_view part) {
+  Session session(options);
+  Trace trace(session.manager(), session.simplifier().normalizer, out, nullptr, part);
+  session.simplifier().set_observer(&trace);
+  Reader(session).read_in_place(text, file,
+                                [&](const Script& s) { trace.command_read(s, !options.simplify); });
+  session.simplifier().set_observer(nullptr);
+  trace.finish();
 }
 
 }  // namespace quarv::smtlib

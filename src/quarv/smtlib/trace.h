@@ -15,6 +15,7 @@
 #include <quarv/export.h>
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
+#include <quarv/session/session.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/smtlib/write/term_writer.h>
 #include <quarv/term/term_manager.h>
@@ -45,18 +46,25 @@ namespace quarv::smtlib {
 /// assertion here. "simplifier" is the operator's name, rules count from 1; a rule without a name has no
 /// "name". Bytes that are not UTF-8 appear as the characters of the same number.
 ///
+/// What the program writes has four parts, each a trace of its own, whose first lines say "part": how the
+/// input was simplified, the input as it is written, how the output is simplified, the output as it is
+/// written. What is written has no steps. So whoever reads it can tie each assertion of the output to that of
+/// the input.
+///
 /// Tracing changes no result: nothing is interned for it.
 class QUARV_API Trace : public SimplificationObserver {
  public:
-  /// `rules` gives the rules their signatures. `also`, which may be null, is told of everything too.
+  /// `rules` gives the rules their signatures. `also`, which may be null, is told of everything too. `part`
+  /// says which part of several this is.
   Trace(const TermManager& manager, const TermNormalizer& rules, std::ostream& out,
-        SimplificationObserver* also = nullptr);
+        SimplificationObserver* also = nullptr, std::string_view part = {});
 
   void on_rule(std::size_t rule, const Term* before, const Term* after) override;
   void on_simplification(const Symbol* op, std::span<const Term* const> args, const Term* after) override;
 
-  /// To be called when a command of the script has been read: `script` ends in it.
-  void command_read(const Script& script);
+  /// To be called when a command of the script has been read: `script` ends in it. `literals`: those of
+  /// `check-sat-assuming` count, too.
+  void command_read(const Script& script, bool literals = false);
 
   /// Defines a term and all that occurs in it, unless that has been done.
   void define(const Term* t);
@@ -89,5 +97,9 @@ class QUARV_API Trace : public SimplificationObserver {
   std::uint64_t steps_ = 0;
   std::uint64_t assertions_ = 0;
 };
+
+/// Reads a script in a session of its own, and traces that. Throws InputError.
+QUARV_API void trace_script(std::string_view text, const std::string& file, const SessionOptions& options,
+                            std::ostream& out, std::string_view part = {});
 
 }  // namespace quarv::smtlib

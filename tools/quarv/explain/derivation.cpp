@@ -192,14 +192,8 @@ std::string title_of(const Derivation::Step& step) {
 }
 
 std::string trace_of(std::string_view text, const std::string& name, const smtlib::SimplifyOptions& options) {
-  Session session(options);
   std::ostringstream out;
-  smtlib::Trace trace(session.manager(), session.simplifier().normalizer, out);
-  session.simplifier().set_observer(&trace);
-  smtlib::Reader(session).read_in_place(
-      text, name, [&trace](const smtlib::Script& script) { trace.command_read(script); });
-  session.simplifier().set_observer(nullptr);
-  trace.finish();
+  smtlib::trace_script(text, name, options, out);
   return std::move(out).str();
 }
 

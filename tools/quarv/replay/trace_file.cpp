@@ -40,6 +40,20 @@ void append_item(std::string& key, char mark, std::string_view item) {
 
 }  // namespace
 
+std::vector<TracePart> parts_of_trace(std::string_view text) {
+  constexpr std::string_view key = "\"trace\":";  // within a string its quotes would be escaped
+  std::vector<TracePart> parts;
+  for (std::size_t lines = 0;;) {
+    const std::size_t first_line = std::min(text.find('\n'), text.size());
+    const std::size_t next = text.find(key, first_line);
+    const std::size_t end = next == std::string_view::npos ? text.size() : text.rfind('\n', next) + 1;
+    parts.push_back({text.substr(0, end), lines});
+    if (end == text.size()) return parts;
+    lines += static_cast<std::size_t>(std::ranges::count(text.substr(0, end), '\n'));
+    text.remove_prefix(end);
+  }
+}
+
 std::string printable(std::string_view text, std::size_t limit) {
   std::string line(text.substr(0, limit));
   std::ranges::replace_if(
@@ -74,20 +88,20 @@ bool TraceFile::next(TraceStep& step) {
     const std::size_t end = std::min(text_.find('\n'), text_.size());
     const std::string_view line = text_.substr(0, end);
     text_.remove_prefix(std::min(end + 1, text_.size()));
-    if (line_ != 1 && line.empty()) continue;
+    if (line_ != lines_before_ + 1 && line.empty()) continue;
     try {
       if (read_line(Json::parse(line), step)) return true;
     } catch (const Json::exception&) {
       fail("this is not a line of a trace");
     }
   }
-  if (line_ == 0) fail("the trace is empty");
+  if (line_ == lines_before_) fail("the trace is empty");
   return false;
 }
 
 template <class J>
 bool TraceFile::read_line(const J& line, TraceStep& step) {
-  if (line_ == 1) {
+  if (line_ == lines_before_ + 1) {
     if (line.at("trace") != "quarv" || line.at("version") != 1) fail("this is not a trace of version 1");
     has_begun_ = true;
     return false;

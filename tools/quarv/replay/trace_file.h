@@ -76,12 +76,22 @@ struct TraceStep {
 /// The text on one line, at most about `limit` bytes of it.
 std::string printable(std::string_view text, std::size_t limit);
 
+/// One of several traces that stand one after the other in a file.
+struct TracePart {
+  std::string_view text;
+  std::size_t lines_before = 0;
+};
+
+/// A part begins with each line that says it is of a trace.
+std::vector<TracePart> parts_of_trace(std::string_view text);
+
 /// Reads a trace line by line. What it lets through makes sense: terms are well-sorted and older than what
 /// they occur in, and one value has one name.
 class TraceFile {
  public:
-  /// `text` must outlive this.
-  TraceFile(std::string_view text, std::string name) : text_(text), name_(std::move(name)) {}
+  /// `text` must outlive this. It begins after `lines_before` lines of the file.
+  TraceFile(std::string_view text, std::string name, std::size_t lines_before = 0)
+      : text_(text), name_(std::move(name)), line_(lines_before), lines_before_(lines_before) {}
 
   /// Reads the next step; false at the end. Throws TraceError for a line that makes no sense; the next
   /// call continues after it.
@@ -121,7 +131,8 @@ class TraceFile {
 
   std::string_view text_;
   std::string name_;
-  std::size_t line_ = 0;
+  std::size_t line_;
+  std::size_t lines_before_;
   bool has_begun_ = false;
   std::vector<TraceSort> sorts_;
   std::unordered_set<std::string> sort_keys_;
