@@ -70,7 +70,11 @@ class Replay : public Program {
 
   /// Each step that `change` changes (it answers whether it did) must be reported, and the trace refused.
   void expect_caught(const std::function<bool(Json&, const std::vector<Json>&)>& change) {
-    std::vector<Json> lines = trace_of(script);
+    expect_caught_in(script, " --rules-only-standard", change);
+  }
+  void expect_caught_in(const std::string& text, const std::string& options,
+                        const std::function<bool(Json&, const std::vector<Json>&)>& change) {
+    std::vector<Json> lines = trace_of(text, options);
     const std::vector<Json> original = lines;
     std::set<std::uint64_t> changed;
     for (Json& line : lines) {
@@ -162,6 +166,26 @@ TEST_F(Replay, NamesStepsThatItCannotEvaluate) {
   const Result r = replay(trace_of("(declare-const i Int)(assert (exists ((k Int)) (= k i)))", ""));
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.out.find(" of assertion 1: exists: not justified\n"), std::string::npos) << r.out;
+}
+
+/// What holds in each case of the atoms is justified; what does not hold in one is not.
+TEST_F(Replay, LooksAtCases) {
+  const std::string cases = R"((declare-const x (_ BitVec 8))
+(declare-const p Bool)
+(declare-const q Bool)
+(declare-const r Bool)
+(assert (and p (or (not p) (and q (or r p)))))
+(assert (= (ite p #x01 #x00) #x01))
+(assert (bvult x (ite p (ite (and p q) #x07 #x09) #x07)))
+)";
+  const Result r = replay(trace_of(cases, ""));
+  EXPECT_EQ(r.status, 0) << r.out;
+  expect_caught_in(cases, "", [](Json& step, const std::vector<Json>&) {
+    if (step.value("simplifier", "") != "and" || step["args"].size() != 2) return false;
+    if (step["after"] == step["args"][1]) return false;
+    step["after"] = step["args"][1];
+    return true;
+  });
 }
 
 TEST_F(Replay, ReadsTracesFromBeforeRulesHadNames) {

@@ -34,7 +34,11 @@ bool FoldingChecker::check(const Expression& e, TermName after) const {
   num_compared_ = 0;
   const Expression& result = trace_.term(after);
   const bool same_sort = e.sort == result.sort || (is_arithmetic(e.sort) && is_arithmetic(result.sort));
-  if (!same_sort) return false;
+  return same_sort && (check_directly(e, after) || check_cases(e, after));
+}
+
+bool FoldingChecker::check_directly(const Expression& e, TermName after) const {
+  const Expression& result = trace_.term(after);
   if (is_commuted(e, result) || is_congruent(e, result)) return true;
   if (e.kind != Expression::operation || e.args.empty()) return false;
   if (const auto value = evaluated(e)) {

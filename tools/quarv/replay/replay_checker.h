@@ -101,6 +101,9 @@ class FoldingChecker {
   bool check(const Expression& before, TermName after) const;
 
  private:
+  bool check_directly(const Expression& before, TermName after) const;
+  bool check_cases(const Expression& e, TermName after) const;
+
   /// A sum: coefficients by term, and a constant.
   struct Sum {
     std::map<TermName, mpq_class> coefficients;
