@@ -227,6 +227,8 @@ TEST(Reader, Messages) {
   EXPECT_EQ(error_of("(assert (and true"),
             "in.smt2:1:18: error: unexpected end of input, expected ')' to match '(' at 1:9");
   EXPECT_EQ(error_of(")"), "in.smt2:1:1: error: unmatched ')'");
+  EXPECT_EQ(error_of("(assert (let ((a 1) (b (+ 1 (* 2 3))) (a 2)) true))"),
+            "in.smt2:1:40: error: let binds a twice");
   EXPECT_EQ(error_of(bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:87: error: p");
 }
 

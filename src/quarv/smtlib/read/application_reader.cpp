@@ -120,6 +120,15 @@ const char* Reader::part_of(const char* start, ApplicationError::Part part, std:
   return next_start(lexer);
 }
 
+/// Where the `let` that begins at `start` names the variable of this number, from 0.
+const char* Reader::binding_of(const char* start, std::size_t number) const {
+  Lexer lexer(input_.substr(static_cast<std::size_t>(start - input_.data())));
+  for (int i = 0; i < 3; ++i) lexer.next();  // "(", "let" and "("
+  for (std::size_t i = 0; i < number; ++i) skip_expression(lexer);
+  lexer.next();
+  return next_start(lexer);
+}
+
 void Reader::fail(const char* start, const ApplicationError& e) {
   fail(part_of(start, e.part(), e.position()), e.what());
 }

@@ -322,6 +322,7 @@ class QUARV_API Reader {
   const Term* apply_function(const Symbol* symbol, const char* start, Operator::Args args);
   std::string_view written_name(const char* start) const;
   const char* part_of(const char* start, ApplicationError::Part part, std::size_t position) const;
+  const char* binding_of(const char* start, std::size_t number) const;
   [[noreturn]] void fail(const char* start, const ApplicationError& e);
   [[noreturn]] void unknown_operator(const Token& name);
   void check_number_of_indices(const char* start, const Operator& op, std::size_t given);

@@ -227,7 +227,9 @@ void Reader::let_bindings_done() {
   ++binder_mark_;
   for (std::size_t i = frame.first; i < bindings_.size(); ++i) {
     TermNames::Name& name = *bindings_[i].name;
-    if (is_bound_twice(name)) fail(frame.start, "let binds " + std::string(name.text) + " twice");
+    if (is_bound_twice(name)) {
+      fail(binding_of(frame.start, i - frame.first), "let binds " + std::string(name.text) + " twice");
+    }
     TermMeaning meaning = TermMeaning::of(bindings_[i].value, bindings_[i].form);
     meaning.renamed = name.meaning.renamed;
     names_.bind(name, meaning);
