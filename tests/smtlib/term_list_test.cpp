@@ -116,6 +116,14 @@ TEST(TermLists, NamesStandForTheSimplifiedTerm) {
   EXPECT_EQ(out.rfind(":named n"), out.find(":named n")) << out;
 }
 
+TEST(TermLists, NamesOfIntegersKeepTheirSortsBesideReals) {
+  const std::string text =
+      "(declare-const y Real)\n(assert (<= y (/ 1.0 3.0)))\n(assert (<= 5 (! (+ x 1) :named n)))\n"
+      "(get-value ((distinct n 1 2) (+ 1 n x) (> n 3)))\n";
+  EXPECT_NE(simplified(text).find("(get-value ((distinct n 1 2) (+ 1 n x) (> n 3)))"), std::string::npos)
+      << simplified(text);
+}
+
 /// The term is integer-typed, and in the output the name is.
 TEST(TermLists, NamesThatChangeTheirSortsAreWrittenOut) {
   const std::string named = "(assert (! (<= 2 (! x :named n)) :named m))\n";

@@ -214,7 +214,9 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   if (symbol == nullptr) {
     c.kind = Command::Kind::define;
     largest_dollar_definition_ = std::max(largest_dollar_definition_, largest_with_name);
-    names_.bind(names_.enter(lookup_text(name)), TermMeaning::of(body, form));
+    TermMeaning meaning = TermMeaning::of(body, form);
+    meaning.perhaps_real = result == manager_.rat_type;
+    names_.bind(names_.enter(lookup_text(name)), meaning);
   } else {
     c.kind = Command::Kind::define_function;
     largest_dollar_name_ = std::max(largest_dollar_name_, largest_with_name);

@@ -66,7 +66,9 @@ void Reader::bind_new_names(Script& script, const Place& before) {
     if (t != b.value && occurs_in(manager_, b.value, std::span(script.terms).subspan(before.terms))) {
       t = b.value;
     }
-    names_.bind(*b.name, TermMeaning::of(t, b.form));
+    TermMeaning meaning = TermMeaning::of(t, b.form);
+    meaning.perhaps_real = b.perhaps_real;
+    names_.bind(*b.name, meaning);
     script.named.push_back({script.commands.size() - 1, t});
     if (b.below_quantifier) script.names_below_quantifiers.insert(quoted(b.name->text));
   }

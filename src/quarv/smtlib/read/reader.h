@@ -137,6 +137,7 @@ class QUARV_API Reader {
     Kind kind = none;
     Word word =
         Word::none;  // of reserved words; `other` for constants of theories, which may be declared anew
+    bool perhaps_real = false;  // of a value of sort Int: it may have been written as a Real
     std::uint32_t renamed =
         0;  // name!1, ..., name!renamed are in use: quantifiers bind the name within each other
     FormClass form = no_form;  // of a value: the class of its forms
@@ -210,6 +211,7 @@ class QUARV_API Reader {
     const Term* value;
     FormClass form = no_form;
     bool below_quantifier = false;
+    bool perhaps_real = false;  // see TermMeaning
   };
 
   /// Thrown when a command creates terms far out of proportion to its text.
@@ -264,6 +266,7 @@ class QUARV_API Reader {
   void term_list(Script& script, Command::Kind kind, std::string_view text);
   bool is_literal_ahead() const;
   bool has_reals();
+  bool is_perhaps_real(const char* start, const Term* t);
   void keep_text(Script& script, std::string_view text);
 
   // named_terms.cpp: names given by annotations.

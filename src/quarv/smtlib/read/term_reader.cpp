@@ -232,6 +232,7 @@ void Reader::let_bindings_done() {
     }
     TermMeaning meaning = TermMeaning::of(bindings_[i].value, bindings_[i].form);
     meaning.renamed = name.meaning.renamed;
+    meaning.perhaps_real = manager_.type_of(meaning.term) == manager_.int_type;
     names_.bind(name, meaning);
     if (written() != nullptr) options_.written->let_name(bindings_[i].form, name.text);
   }
@@ -371,6 +372,7 @@ void Reader::finish_annotation() {
       if (quoted(b.name->text) != a.text) continue;
       b.value = t;
       b.form = form;
+      b.perhaps_real = is_perhaps_real(frame.start, t);
       b.below_quantifier = std::any_of(frames_.begin(), frames_.end(),
                                        [](const Frame& f) { return f.kind == Frame::quantifier; });
       break;
