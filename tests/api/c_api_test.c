@@ -190,8 +190,8 @@ static void says_what_is_wrong(void) {
 /* Sorts whose declaration no reader would take. */
 static void declares_sorts_once(void) {
   quarv_manager* m = quarv_manager_new(0);
-  const char* predefined[] = {"Bool",    "Int",   "Real",   "RoundingMode",
-                              "Float32", "Array", "BitVec", "FloatingPoint"};
+  const char* predefined[] = {"Bool",  "Int",    "Real",          "RoundingMode", "Float32",
+                              "Array", "BitVec", "FloatingPoint", "String",       "RegLan"};
   for (size_t i = 0; i < sizeof predefined / sizeof *predefined; ++i) {
     EXPECT(quarv_declare_sort(m, predefined[i]) == NULL);
     EXPECT(quarv_error(m) == QUARV_INVALID_ARGUMENT);

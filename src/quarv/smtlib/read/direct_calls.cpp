@@ -129,7 +129,8 @@ const DataType* Reader::declare_sort(std::string_view name, std::size_t num_para
         "sort " + std::string(name) +
         (meaning.declared ? " has a different number of parameters" : " is predefined"));
   }
-  if (name == "BitVec" || name == "FloatingPoint") {
+  // Not all are read, but nothing can be declared by their names in the scripts that are printed.
+  if (name == "BitVec" || name == "FloatingPoint" || name == "String" || name == "RegLan") {
     throw std::invalid_argument("sort " + std::string(name) + " is predefined");
   }
   if (num_parameters > std::numeric_limits<std::uint32_t>::max()) {
