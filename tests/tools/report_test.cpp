@@ -135,6 +135,8 @@ TEST_F(Report, ReportsFaults) {
   EXPECT_FALSE(fs::exists(path("page.html")));
   write("cut", "{\"results\":\"quarv batch\"}\n");
   EXPECT_EQ(run("$quarv report cut").err, "quarv: error: cut:1: these are not results of quarv batch\n");
+  write("begun", "{\"results\":\"quarv batch\"");
+  EXPECT_EQ(run("$quarv report begun").err, "quarv: error: begun:1: these are not results of quarv batch\n");
   EXPECT_EQ(run("$quarv report").status, 2);
   EXPECT_EQ(run("$quarv report bad.smt2 --disable-rule 9999").status, 2);
 }

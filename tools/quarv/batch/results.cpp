@@ -123,7 +123,8 @@ Results read_results(const Input& input) {
   Results results;
   std::size_t line_number = 0;
   const auto fail = [&](const std::string& what) {
-    throw ResultsError(input.name() + ':' + std::to_string(line_number) + ": " + what);
+    // The first line may not have been read to its end.
+    throw ResultsError(input.name() + ':' + std::to_string(line_number == 0 ? 1 : line_number) + ": " + what);
   };
   for (std::size_t end; (end = text.find('\n')) != std::string_view::npos; text.remove_prefix(end + 1)) {
     const std::string_view line = text.substr(0, end);
