@@ -454,6 +454,13 @@ TEST(Printer, ManyConjuncts) {
   EXPECT_EQ(simplified(text), text);
 }
 
+TEST(Printer, NothingIsDoneToFloatsWithLongExponentsThatCannotBeRead) {
+  const std::string text = "(declare-const x (_ FloatingPoint 40 53))\n(assert (= x (_ NaN 40 53)))\n";
+  EXPECT_EQ(simplified(text), text);
+  EXPECT_NE(simplified("(declare-const x (_ FloatingPoint 30 53))(assert (= x (_ NaN 30 53)))").find("isNaN"),
+            std::string::npos);
+}
+
 TEST(PrinterCorpus, PrintedFilesAreReadBackToTheSameText) {
   const std::filesystem::path root = corpus_folder();
   for (const auto& entry : std::filesystem::recursive_directory_iterator(root)) {

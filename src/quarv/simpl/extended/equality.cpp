@@ -58,6 +58,18 @@ const Term* arrays_equal(TermManager& m, const Term* a, const Term* b) {
   return same_place ? m.make_equal(a->args[2], b->args[2]) : nullptr;
 }
 
+/// NaN is one value. Floats with longer exponents than software floats have can be compared, but nothing else
+/// can be done to them.
+const Term* equal_to_nan(TermManager& m, const Term* a, const Term* b) {
+  constexpr std::size_t longest_exponent = 30;
+  const bool a_is_nan = is_nan(m, a);
+  if (!a_is_nan && !is_nan(m, b)) return nullptr;
+  std::size_t ew = 0;
+  std::size_t mw = 0;
+  m.get_format_from_type(m.type_of(a), &ew, &mw);
+  return ew <= longest_exponent ? m.make_fp_isnan(a_is_nan ? b : a) : nullptr;
+}
+
 }  // namespace
 
 const Term* simplify_equal(TermManager& m, const Symbol* s, Args args) {
@@ -76,8 +88,7 @@ const Term* simplify_equal(TermManager& m, const Symbol* s, Args args) {
     if (const Term* t = arrays_equal(m, a, b)) return t;
     return arrays_equal(m, b, a);
   }
-  if (is_nan(m, a)) return m.make_fp_isnan(b);
-  if (is_nan(m, b)) return m.make_fp_isnan(a);
+  if (const Term* t = equal_to_nan(m, a, b)) return t;
   return m.is_arithmetic_type(m.type_of(a)) ? simplify_arithmetic_equal(m, s, args) : nullptr;
 }
 
