@@ -111,6 +111,60 @@ TEST(GrowthTest, ComparisonsOfPrefixSumsStayAsWritten) {
   expect_no_growth(text);
 }
 
+/// The terms that reading takes.
+std::size_t terms_read(const std::string& text, bool library_semantics = false) {
+  Session session({.library_semantics = library_semantics});
+  Reader(session).read(text, "in.smt2");
+  return session.manager().num_terms();
+}
+
+TEST(GrowthTest, PrefixSumsTakeTermsInProportion) {
+  constexpr std::size_t n = 1000;
+  const std::string variables = constants(n, "Int") + "(declare-fun f (Int) Int)\n";
+  std::string defined = variables + "(define-fun s0 () Int x0)\n";
+  std::string bound = variables + "(assert (let ((s0 x0)) ";
+  for (std::size_t i = 1; i < n; ++i) {
+    const std::string last = "s" + std::to_string(i - 1);
+    const std::string sum = "s" + std::to_string(i);
+    const std::string x = "x" + std::to_string(i);
+    const std::string value = "(+ " + last + ' ' + x + ')';
+    const std::string atoms = "(and (< " + sum + ' ' + x + ") (= (f " + sum + ") (* 2 " + x + ")))";
+    defined += "(define-fun " + sum + " () Int " + value + ")\n(assert " + atoms + ")\n";
+    bound += "(let ((" + sum + ' ' + value + ")) (and " + atoms + ' ';
+  }
+  bound += "true" + repeated(n - 1, "))") + "))\n";
+  EXPECT_LT(terms_read(defined), defined.size());
+  EXPECT_LT(terms_read(bound), bound.size());
+  // The library's own semantics are what they are.
+  EXPECT_GT(terms_read(defined, true), 3 * defined.size());
+}
+
+TEST(GrowthTest, PrefixesOfConcatenationsTakeTermsInProportion) {
+  constexpr std::size_t n = 700;
+  std::string text = constants(n, "(_ BitVec 1)") + "(define-fun c0 () (_ BitVec 1) x0)\n";
+  for (std::size_t i = 1; i < n; ++i) {
+    const std::string number = std::to_string(i);
+    const std::string width = std::to_string(i + 1);
+    text += "(define-fun c" + number + " () (_ BitVec " + width + ") (concat c" + std::to_string(i - 1) +
+            " x" + number + "))\n(assert (bvult c" + number + " (_ bv1 " + width + ")))\n";
+  }
+  EXPECT_LT(terms_read(text), 3 * text.size());  // nine times as many, were all of them written anew
+}
+
+TEST(GrowthTest, LongSumsThatAreWrittenAreNormalised) {
+  constexpr std::size_t n = 300;
+  std::string ascending, descending;
+  for (std::size_t i = 0; i < n; ++i) {
+    ascending += " x" + std::to_string(i);
+    descending += " x" + std::to_string(n - 1 - i);
+  }
+  const std::string text = constants(n, "Int") + "(declare-const y Int)";
+  Session session;
+  const Script script = Reader(session).read(
+      text + "(assert (<= (+" + ascending + ") y))(assert (<= (+ 1" + descending + ") (+ y 1)))", "in.smt2");
+  EXPECT_EQ(script.terms[script.terms.size() - 2], script.terms.back());
+}
+
 TEST(GrowthTest, RepeatedSquaresStayAsWritten) {
   expect_no_growth("(declare-const z Int)(assert (let ((x 3)) " + repeated(60, "(let ((x (* x x))) ") +
                    "(= z x)" + repeated(61, ")") + ")");

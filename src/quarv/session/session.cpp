@@ -59,25 +59,26 @@ void Session::disable_rules(bool by_number) {
 // ---------------------------------------------------------------------------------------------------------
 
 /// Some rules distribute one operation over others. On a tower of such operations the result is exponentially
-/// larger than the term; then the term is kept. Since each attempt costs time, many of them are followed by a
-/// pause.
+/// larger than the term; then the term is kept. Since each attempt costs time and memory, many of them are
+/// followed by a pause.
 const Term* Session::normalize(const Term* t) {
-  constexpr std::size_t most_towers = 8;
+  constexpr std::uint64_t most_wasted = 1 << 16;
   constexpr std::size_t pause = 1024;
   if (!options_.simplify || !options_.rules) return t;
-  if (towers_ == most_towers) {
+  if (wasted_ >= most_wasted) {
     if (++skipped_ < pause) return t;
     skipped_ = 0;
-    --towers_;
+    wasted_ = most_wasted - most_wasted / 8;
   }
   TermNormalizer& normalizer = simplifier_.normalizer;
   const TermNormalizer::Statistics before = normalizer.statistics();
   const Term* result = normalizer.normalize(&manager_, t);
   const TermNormalizer::Statistics& after = normalizer.statistics();
-  if (after.applied - before.applied < many_steps) return result;
+  const std::uint64_t steps = after.applied - before.applied;
+  if (steps < many_steps) return result;
   const bool grown = dag_size(manager_, {&result, 1}) > 2 * dag_size(manager_, {&t, 1});
   if (!grown && after.budget_spent == before.budget_spent) return result;
-  ++towers_;
+  count_wasted(steps);
   return grown ? t : result;
 }
 

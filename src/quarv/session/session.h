@@ -73,6 +73,8 @@ class QUARV_API Session {
   /// What the rules make of a term that the simplifiers have seen; the term itself where rules are off, and
   /// where they would more than double a large term.
   const Term* normalize(const Term* t);
+  /// Says that so many rule applications were for nothing: what came of them was not used.
+  void count_wasted(std::uint64_t steps) noexcept { wasted_ += steps; }
   /// Rules of a user's own, tried after those there are. \throws InputError with the file's name and the
   /// place in its text
   void add_rules(const RuleFile& file) { register_rule_file(file, simplifier_.normalizer); }
@@ -142,8 +144,8 @@ class QUARV_API Session {
   ExtendedSimplifier extended_{strict_, simplifier_};
   NamedBuilder build_named_ = nullptr;
   TermRebuilder rebuild_;
-  std::size_t towers_ = 0;   // terms that rules made larger
-  std::size_t skipped_ = 0;  // terms that rules were not tried on since the last of them
+  std::uint64_t wasted_ = 0;  // rule applications of no use
+  std::size_t skipped_ = 0;   // terms that rules were not tried on since these were too many
 
   std::unordered_map<std::string, const Symbol*> declared_;
   std::vector<const std::string*> names_;  // keys of `declared_`, oldest first

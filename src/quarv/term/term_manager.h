@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <limits>
 #include <memory>
 #include <span>
 #include <string>
@@ -145,6 +147,20 @@ class QUARV_API TermManager {
   void count_expansion(std::uint64_t terms) noexcept { expansion_ += terms; }
   bool may_expand() const noexcept {
     return expansion_ <= (std::uint64_t{1} << 20) + 16 * (next_id_ - expansion_);
+  }
+  /// Those who know how long the text is that asks for sums to be written anew may set tighter limits: to the
+  /// steps that walks through sums take beyond the first few of a call, and to the terms that sums add.
+  struct SumWork {
+    std::uint64_t steps = std::numeric_limits<std::uint64_t>::max();
+    std::uint64_t expansion = std::numeric_limits<std::uint64_t>::max();
+  };
+  SumWork sum_work() const noexcept { return {steps_, expansion_}; }
+  void set_sum_limit(const SumWork& most) noexcept { sum_limit_ = most; }
+  void count_steps(std::uint64_t steps) noexcept { steps_ += steps; }
+  std::uint64_t steps_left() const noexcept { return sum_limit_.steps - std::min(sum_limit_.steps, steps_); }
+  /// Whether a sum of so many summands may be written anew: a short one always.
+  bool may_expand_to(std::uint64_t summands) const noexcept {
+    return summands <= 16 || expansion_ + summands <= sum_limit_.expansion;
   }
 
   /// Prepares for this many terms; more or fewer may come.
@@ -702,6 +718,8 @@ class QUARV_API TermManager {
   std::uint64_t next_id_ = 0;
   std::uint64_t visits_ = 0;
   std::uint64_t expansion_ = 0;
+  std::uint64_t steps_ = 0;
+  SumWork sum_limit_;
   std::size_t number_bytes_ = 0;
   Arena arena_;
   TermTable terms_;

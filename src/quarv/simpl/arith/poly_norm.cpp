@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include <quarv/simpl/arith/poly_norm.h>
@@ -118,17 +119,18 @@ class Sum {
 
 /// The steps after which a walk turns from trees to DAGs. Most sums are far smaller; in a larger one a shared
 /// part may be met on exponentially many paths.
-constexpr int kTreeSteps = 1024;
+constexpr std::uint64_t kTreeSteps = 1024;
 
-/// The steps that are left to a sum when sums have added too many terms.
-constexpr int kFewSteps = 64;
+/// The steps that every sum may take. The others are counted, and not taken when sums have added too many
+/// terms.
+constexpr std::uint64_t kFewSteps = 64;
 
 /// A table with more buckets than this is not used again: clearing it costs as much for a small sum as for a
 /// large one.
 constexpr std::size_t kMostBucketsKept = 1024;
 
-/// Adds the summands part by part, depth first, as long as the steps last.
-void add_as_trees(Sum& sum, std::vector<Summand>& work, int steps) {
+/// Adds the summands part by part, depth first, as long as the steps last; returns how many are left.
+std::uint64_t add_as_trees(Sum& sum, std::vector<Summand>& work, std::uint64_t steps) {
   for (; steps > 0 && !work.empty() && sum.fits(); --steps) {
     Summand s = std::move(work.back());
     work.pop_back();
@@ -136,11 +138,13 @@ void add_as_trees(Sum& sum, std::vector<Summand>& work, int steps) {
       work.push_back({t, std::move(c)});
     });
   }
+  return steps;
 }
 
 /// Adds the summands with every distinct part treated once: in descending order of id a part comes after all
-/// terms that it occurs in, hence with its whole coefficient.
-void add_as_dag(TermManager* mgr, Sum& sum, const std::vector<Summand>& work) {
+/// terms that it occurs in, hence with its whole coefficient. False when there are more parts than steps
+/// left.
+bool add_as_dag(TermManager* mgr, Sum& sum, const std::vector<Summand>& work) {
   MonomialMap coefficients;  // of the parts
   std::vector<const Term*> parts;
   const auto enter = [&](const Term* t) -> QNumber& {
@@ -159,17 +163,29 @@ void add_as_dag(TermManager* mgr, Sum& sum, const std::vector<Summand>& work) {
   };
   for (const Summand& s : work) add_part(s.term, s.coefficient);
   for (std::size_t i = 0; i < parts.size(); ++i) {
+    if (i == mgr->steps_left()) return false;
     for (const Term* child : mgr->args_of(parts[i])) {
       if (shape_of(mgr, child) != Shape::leaf) enter(child);
     }
   }
   mgr->count_visits(parts.size());
+  mgr->count_steps(parts.size());
   sortimpl::sort(parts.data(), parts.size(), [](const Term* a, const Term* b) { return a->id > b->id; });
   for (const Term* t : parts) {
-    if (!sum.fits()) return;
+    if (!sum.fits()) break;
     QNumber c = std::move(*coefficients.find(t));
     sum.add(t, std::move(c), add_part);
   }
+  return true;
+}
+
+/// Adds the summands that are left after few steps. False when there is too much to look at.
+bool add_rest(TermManager* mgr, Sum& sum, std::vector<Summand>& work) {
+  if (!mgr->may_expand()) return false;
+  const std::uint64_t steps = std::min(kTreeSteps - kFewSteps, mgr->steps_left());
+  mgr->count_steps(steps - add_as_trees(sum, work, steps));
+  if (work.empty() || !sum.fits()) return true;
+  return mgr->may_visit() && add_as_dag(mgr, sum, work);
 }
 
 /// The work list is kept between calls. Nothing that a normalisation calls comes back here.
@@ -234,12 +250,8 @@ bool poly_norm(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integ
   std::vector<Summand>& work = empty_work_list();
   work.push_back({lhs, QNumber(1)});
   if (rhs != nullptr) work.push_back({rhs, QNumber(-1)});
-  const bool may_expand = mgr->may_expand();
-  add_as_trees(sum, work, may_expand ? kTreeSteps : kFewSteps);
-  if (!work.empty() && sum.fits()) {
-    if (!may_expand || !mgr->may_visit()) return false;
-    add_as_dag(mgr, sum, work);
-  }
+  add_as_trees(sum, work, kFewSteps);
+  if (!work.empty() && sum.fits() && !add_rest(mgr, sum, work)) return false;
   mgr->count_visits(sum.bits() / 512);  // large numbers take as long as several nodes
   if (!sum.fits()) return false;
 
@@ -276,7 +288,8 @@ bool Polynomial::normalize(TermManager* mgr, const Term* lhs, const Term* rhs, b
   }
   monomials.clear();
   constant = QNumber();
-  return poly_norm(mgr, lhs, rhs, to_integer, &monomials, &coeffs, &constant, &all_integer);
+  return poly_norm(mgr, lhs, rhs, to_integer, &monomials, &coeffs, &constant, &all_integer) &&
+         mgr->may_expand_to(monomials.size());
 }
 
 void Polynomial::negate_coefficients() {

@@ -53,7 +53,8 @@ struct Polynomial {
   bool all_integer = true;
   std::vector<const Term*> scratch;  ///< argument list of the terms that are built
 
-  /// Becomes the normal form of `lhs - rhs`; false when there is none. See `poly_norm`.
+  /// Becomes the normal form of `lhs - rhs`; false when there is none, or when it is so long that it may not
+  /// be written. See `poly_norm`.
   [[nodiscard]] bool normalize(TermManager* mgr, const Term* lhs, const Term* rhs, bool to_integer);
 
   /// Negates the coefficients, but not the constant.

@@ -55,6 +55,7 @@ const char* next_start(Lexer lexer) {
 
 const Term* Reader::apply(const Frame& frame) {
   if (cost() > cost_limit_) check_cost();
+  limit_sums();
   const Operator::Args args = Operator::Args(values_).subspan(frame.first_value);
   if (frame.kind == Frame::operation) return apply_operator(frame, args);
   const Symbol* symbol = frame.kind == Frame::function ? frame.symbol : overload_for(frame, args);

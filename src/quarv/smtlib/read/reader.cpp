@@ -10,6 +10,8 @@ namespace {
 
 using namespace std::string_view_literals;
 
+constexpr std::uint64_t no_limit = std::numeric_limits<std::uint64_t>::max();
+
 }  // namespace
 
 Reader::Reader(Session& session, Options options)
@@ -304,6 +306,7 @@ bool Reader::next_command(Script& script) {
 bool Reader::read_guarded(Script& script, const char* start) {
   command_start_ = start;
   const Place before = place(script, start);
+  command_ = before;
   new_names_.clear();
   num_commands_ = script.commands.size();
   try {
@@ -312,13 +315,15 @@ bool Reader::read_guarded(Script& script, const char* start) {
                           : read_command(script, start);
     bind_new_names(script, before);
     tell_session(script, before.commands);
+    manager_.set_sum_limit({});
     script.global_declarations = global_declarations_;
     script.largest_dollar_name = largest_dollar_name_;
     script.largest_dollar_definition = largest_dollar_definition_;
     script.question_marks = question_marks_;
     return more;
   } catch (...) {
-    cost_limit_ = std::numeric_limits<std::uint64_t>::max();
+    cost_limit_ = no_limit;
+    manager_.set_sum_limit({});
     as_written_ = false;
     return_to(before, script);
     skip_command(start);
@@ -334,6 +339,8 @@ Reader::Place Reader::place(const Script& script, const char* start) const {
           script.terms.size(),
           manager_.num_terms(),
           cost(),
+          rule_steps(),
+          manager_.sum_work(),
           options_.written != nullptr ? options_.written->num_met() : 0,
           manager_.simplifier()};
 }
@@ -364,7 +371,23 @@ namespace {
 constexpr std::uint64_t free_cost = 1 << 16;
 constexpr std::uint64_t cost_per_byte = 4;
 
+/// What the sums of a command may add beyond the terms that its text pays for, one for two bytes: what adds
+/// more is longer than it was written, as a comparison of a long sum by its name is. And the steps that
+/// looking for this may take.
+constexpr std::uint64_t free_expansion = 32;
+constexpr std::uint64_t free_steps = 1024;
+constexpr std::uint64_t steps_per_byte = 16;
+
 }  // namespace
+
+/// Sums that share their parts would be written in full for each of them, and take quadratic time and memory,
+/// before it turned out that the command has grown too much.
+void Reader::limit_sums() noexcept {
+  if (session_.options().library_semantics) return;
+  const auto bytes = static_cast<std::uint64_t>(lexer_.position() - command_.start);
+  manager_.set_sum_limit({command_.sum_work.steps + free_steps + steps_per_byte * bytes,
+                          command_.sum_work.expansion + free_expansion + bytes / 2});
+}
 
 /// The command has cost much, but perhaps it is long.
 void Reader::check_cost() {
@@ -378,14 +401,14 @@ void Reader::check_cost() {
 bool Reader::read_within_limit(Script& script, const Place& place) {
   constexpr std::size_t small = 128;
   bool more = true;
-  command_ = place;
   cost_limit_ = place.cost + free_cost;
   try {
     more = read_command(script, place.start);
-    cost_limit_ = std::numeric_limits<std::uint64_t>::max();
+    cost_limit_ = no_limit;
   } catch (const Outgrown&) {
-    cost_limit_ = std::numeric_limits<std::uint64_t>::max();
+    cost_limit_ = no_limit;
     growth_.abandon(place.num_terms, manager_.num_terms());
+    session_.count_wasted(rule_steps() - place.rule_steps);
     return read_as_written(script, place);
   }
   const auto added = [&] {
@@ -401,7 +424,10 @@ bool Reader::read_within_limit(Script& script, const Place& place) {
   std::swap(growth_, with_both);
   growth_.abandon(place.num_terms, middle);
   more = read_as_written(script, place);
-  if (simplified > 2 * added() + small) return more;
+  if (simplified > 2 * added() + small) {
+    session_.count_wasted(rule_steps() - place.rule_steps);
+    return more;
+  }
   std::swap(growth_, with_both);
   growth_.abandon(middle, manager_.num_terms());
   return_to(place, script);

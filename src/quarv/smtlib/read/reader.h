@@ -220,7 +220,8 @@ class QUARV_API Reader {
   struct Place {
     const char* start;
     std::size_t names, sorts, commands, terms;
-    std::uint64_t num_terms, cost;
+    std::uint64_t num_terms, cost, rule_steps;
+    TermManager::SumWork sum_work;
     std::size_t met;  // terms whose forms were written down
     TermSimplifier* simplifier;
   };
@@ -230,10 +231,12 @@ class QUARV_API Reader {
   Place place(const Script& script, const char* start) const;
   void return_to(const Place& place, Script& script);
   bool read_within_limit(Script& script, const Place& place);
+  std::uint64_t rule_steps() const noexcept { return session_.simplifier().normalizer.statistics().applied; }
   bool read_as_written(Script& script, const Place& place);
   /// Terms; two bytes of large numbers, which take five characters, count like one.
   std::uint64_t cost() const noexcept { return manager_.num_terms() + manager_.number_bytes() / 2; }
   void check_cost();
+  void limit_sums() noexcept;
   bool read_guarded(Script& script, const char* start);
   void begin_again(const Place& place);
   bool read_command(Script& script, const char* start);
