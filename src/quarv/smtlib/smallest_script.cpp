@@ -190,7 +190,11 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
     normal.add_forms(normal.class_of(n), n);
     normal.run();
   }
+  // What is within a term that grows with each command could take quadratic time and memory.
+  constexpr std::size_t few = 1 << 14;
+  const std::size_t most_terms = manager.num_terms() + few + std::size_t{8} * num_written;
   for (const auto& [c, n] : written.met()) {
+    if (manager.num_terms() > most_terms) break;
     const Term* t = normalized(n.term());
     const Node result(t, n.as_real() || (manager.type_of(n.term()) == manager.rat_type &&
                                          manager.type_of(t) == manager.int_type));
