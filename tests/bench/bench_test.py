@@ -29,6 +29,7 @@ DIGESTS = {
     "fp-constants": "d2e6efefacb869ee",
     "bv-deep": "776d70dae822c848",
     "let-deep": "0faad28707897645",
+    "path-conditions": "80beef2d7405df42",
 }
 
 
