@@ -1,4 +1,5 @@
 // Random formulas of all theories: is what they become equal to them, and does it stay as it is?
+#include <array>
 #include <cstddef>
 #include <random>
 #include <sstream>
@@ -27,7 +28,12 @@ class Formulas {
 
   std::string boolean(int depth) {
     if (depth == 0) return one_of({"p", "q", "(not p)", "(not q)", "true"});
-    switch (below(12)) {
+    switch (below(14)) {
+      case 12:
+        return list(one_of({"=", "bvult", "bvsle", "bvule", "bvslt", "distinct"}), word(6, depth - 1),
+                    below(2) == 0 ? word(6, depth - 1) : constant(6));
+      case 13:
+        return below(2) == 0 ? flags(depth) : list("=", word(1, depth - 1), one_of({"#b0", "#b1"}));
       case 0:
         return list("and", boolean(depth - 1), boolean(depth - 1));
       case 1:
@@ -65,9 +71,11 @@ class Formulas {
 
   template <class... Arguments>
   static std::string list(const std::string& op, const Arguments&... arguments) {
-    std::string text = '(' + op;
-    ((text += ' ' + arguments), ...);
-    return text + ')';
+    std::string text = "(";
+    text += op;
+    ((text += ' ', text += arguments), ...);
+    text += ')';
+    return text;
   }
 
   std::string integer(int depth) {
@@ -114,6 +122,88 @@ class Formulas {
       default:
         return list("(_ fp.to_ubv 4)", mode(), number(depth - 1));
     }
+  }
+
+  /// A literal, often a mask.
+  std::string constant(unsigned width) {
+    std::string text = "#b";
+    const unsigned shape = below(4);
+    const unsigned edge = below(width + 1);
+    for (unsigned n = 0; n < width; ++n) {
+      const bool bit = shape == 0 ? below(2) == 0 : shape == 1 ? n == edge : (n < edge) == (shape == 2);
+      text += bit ? '1' : '0';
+    }
+    return text;
+  }
+
+  static std::string part(unsigned high, unsigned low, const std::string& t) {
+    return "((_ extract " + std::to_string(high) + ' ' + std::to_string(low) + ") " + t + ')';
+  }
+
+  static std::string extended(const std::string& op, unsigned bits, const std::string& t) {
+    return "((_ " + op + ' ' + std::to_string(bits) + ") " + t + ')';
+  }
+
+  /// Words of a width as machine code makes them: cut, glued, masked, shifted, extended.
+  std::string word(unsigned width, int depth) {
+    if (depth <= 0) {
+      if (below(3) == 0) return constant(width);
+      const std::string leaf = one_of({"a", "b"});
+      if (width == 4) return leaf;
+      if (width < 4) return part(width - 1, 0, leaf);
+      return extended(one_of({"zero_extend", "sign_extend"}), width - 4, leaf);
+    }
+    switch (below(10)) {
+      case 0: {
+        if (width == 1) return list("ite", boolean(depth - 1), constant(1), constant(1));
+        const unsigned low = 1 + below(width - 1);
+        return list("concat", word(width - low, depth - 1), word(low, depth - 1));
+      }
+      case 1: {
+        const unsigned low = below(3);
+        const unsigned more = below(3);
+        return part(low + width - 1, low, word(width + low + more, depth - 1));
+      }
+      case 2:
+        if (width == 1) return list("bvnot", word(1, depth - 1));
+        return extended(one_of({"zero_extend", "sign_extend"}), width / 2,
+                        word(width - width / 2, depth - 1));
+      case 3:
+        return list(one_of({"bvand", "bvor", "bvxor"}), word(width, depth - 1), constant(width));
+      case 4:
+        return list(one_of({"bvshl", "bvlshr", "bvashr", "bvudiv", "bvurem"}), word(width, depth - 1),
+                    constant(width));
+      case 5:
+        return list("ite", boolean(depth - 1), word(width, depth - 1), constant(width));
+      case 6:
+        return extended(one_of({"rotate_left", "rotate_right"}), below(width), word(width, depth - 1));
+      case 7:
+        return list(one_of({"bvmul", "bvadd", "bvsub"}), constant(width), word(width, depth - 1));
+      default:
+        return list(one_of({"bvand", "bvor", "bvxor", "bvadd", "bvsub", "bvmul"}), word(width, depth - 1),
+                    word(width, depth - 1));
+    }
+  }
+
+  /// Conditions of jumps, from the highest bits of operands and of their difference, or sum.
+  std::string flags(int depth) {
+    const std::string x = word(4, depth - 2);
+    const std::string y = word(4, depth - 2);
+    const std::string d = list(one_of({"bvsub", "bvsub", "bvadd"}), x, y);
+    const std::string sign = part(3, 3, d);
+    const std::string zero = list("ite", list("=", d, "#x0"), "#b1", "#b0");
+    const std::string overflow = part(3, 3, list("bvand", list("bvxor", x, y), list("bvxor", d, x)));
+    const std::string either = list("bvor", list("bvnot", x), y);
+    const std::string borrow =
+        part(3, 3, list("bvor", list("bvand", y, list("bvnot", x)), list("bvand", either, d)));
+    const std::string sum_carry =
+        part(3, 3, list("bvor", list("bvand", x, y), list("bvand", list("bvor", x, y), list("bvnot", d))));
+    const std::string less = list("bvxor", sign, overflow);
+    const std::array<std::string, 7> flags{
+        less,   list("bvor", less, zero),   list("bvand", list("bvnot", zero), list("bvnot", less)),
+        borrow, list("bvor", zero, borrow), sum_carry,
+        sign};
+    return list("=", flags[below(7)], one_of({"#b0", "#b1"}));
   }
 
   std::string mode() { return one_of({"RNE", "RNA", "RTP", "RTN", "RTZ", "rm", "RNA"}); }

@@ -5,6 +5,7 @@
 #include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/extended/facts.h>
 #include <quarv/simpl/extended/families.h>
+#include <quarv/simpl/extended/relations.h>
 #include <quarv/simpl/extended/values.h>
 
 namespace quarv::termsimpl::extended {
@@ -130,8 +131,9 @@ const Term* resolved(const Lattice& l, const Term* a, const Term* b) {
 }
 
 const Term* combined(const Lattice& l, const Term* a, const Term* b) {
-  const Term* t = resolved(l, a, b);
-  return t != nullptr ? t : meeting_bounds(l, a, b);
+  if (const Term* t = resolved(l, a, b)) return t;
+  if (const Term* t = meeting_bounds(l, a, b)) return t;
+  return joined_comparisons(l.m, a, b, l.is_conjunction());
 }
 
 /// The required layer decides these.

@@ -70,6 +70,11 @@ const Term* ExtendedSimplifier::simplified(TermManager& m, const Symbol* s,
       break;
   }
   if (const Term* t = lift_values(m, s, args)) return t;
+  if (tag >= SymbolTag::BV_CONCAT && tag <= SymbolTag::BV_SEXT) {
+    if (const Term* t = simplify_bit_comparison(m, s, args)) return t;
+    if (const Term* t = simplify_single_bit(m, s, args)) return t;
+    return simplify_bit_structure(m, s, args);
+  }
   switch (tag) {
     case SymbolTag::EQ:
       return simplify_equal(m, s, args);

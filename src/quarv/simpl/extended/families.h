@@ -37,6 +37,16 @@ const Term* simplify_floor(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_leq(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args);
 
+// Bit-vectors.
+/// Operators that move bits about, or of which some bits are known.
+const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args);
+/// Equalities and comparisons, decided or made narrower.
+const Term* simplify_bit_comparison(TermManager& m, const Symbol* s, Args args);
+/// Operators that make a single bit: the flags of a processor.
+const Term* simplify_single_bit(TermManager& m, const Symbol* s, Args args);
+/// `(= t value)` for a single bit.
+const Term* simplify_bit_equation(TermManager& m, const Term* t, const Term* value);
+
 // Floating point.
 const Term* fold_float(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_float(TermManager& m, const Symbol* s, Args args);
