@@ -92,10 +92,28 @@ const Term* ArrayReads::find(TermManager& m, const Term* array, const Term* inde
   return array;
 }
 
+/// A read from one of two arrays of which at least one has been written at the index.
+const Term* ArrayReads::read_branches(TermManager& m, const Term* ite, const Term* index) {
+  const Term* branches[2];
+  bool is_written = false;
+  for (std::size_t i = 0; i < 2; ++i) {
+    const Term* array = find(m, ite->args[i + 1], index);
+    const bool written = is_write(m, array) && array->args[1] == index;
+    branches[i] = written ? array->args[2] : nullptr;
+    is_written |= written;
+  }
+  if (!is_written) return nullptr;
+  for (std::size_t i = 0; i < 2; ++i) {
+    if (branches[i] == nullptr) branches[i] = m.make_array_read(ite->args[i + 1], index);
+  }
+  return m.make_ite(ite->args[0], branches[0], branches[1]);
+}
+
 const Term* ArrayReads::simplify_read(TermManager& m, const Symbol* /*s*/, Args args) {
   const Term* array = find(m, args[0], args[1]);
   if (is_write(m, array) && array->args[1] == args[1]) return array->args[2];
-  return array == args[0] ? nullptr : m.make_array_read(array, args[1]);
+  if (array != args[0]) return m.make_array_read(array, args[1]);
+  return has_tag(m, array, SymbolTag::TERM_ITE) ? read_branches(m, array, args[1]) : nullptr;
 }
 
 /// What is written is there already, or is written over.

@@ -109,6 +109,15 @@ class SlicePairs {
   bool are_same(std::size_t i) const { return a_[i] == b_[i]; }
   bool are_values(std::size_t i) const { return a_.is_value(i) && b_.is_value(i); }
   bool is_narrower() const { return first_ > 0 || last_ < a_.size(); }
+  /// A slice of one side that occurs repeatedly is equal to two values.
+  bool contradicts(const BitSlices& slices, const BitSlices& values) const {
+    for (std::size_t i = first_; i < last_; ++i) {
+      for (std::size_t j = i + 1; j < last_ && values.is_value(i); ++j) {
+        if (slices[i] == slices[j] && values.is_value(j) && !(values[i] == values[j])) return true;
+      }
+    }
+    return false;
+  }
   const Term* rest(bool is_signed, bool is_strict);
 
   const Comparison& c_;
@@ -136,6 +145,10 @@ const Term* SlicePairs::equality() {
   }
   while (first_ < last_ && are_same(first_)) ++first_;
   while (first_ < last_ && are_same(last_ - 1)) --last_;
+  if (contradicts(a_, b_) || contradicts(b_, a_)) return c_.m.false_term;
+  bool one_pair = first_ < last_;
+  for (std::size_t i = first_ + 1; i < last_; ++i) one_pair &= a_[i] == a_[first_] && b_[i] == b_[first_];
+  if (one_pair) last_ = first_ + 1;
   return first_ == last_ ? c_.m.true_term : rest(false, false);
 }
 

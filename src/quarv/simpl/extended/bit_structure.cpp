@@ -156,6 +156,43 @@ const Term* merged_constants(TermManager& m, SymbolTag::tag tag, Args args) {
   return nullptr;
 }
 
+/// Bits of one term at their places, or all moved by one amount, and zeros elsewhere: a mask, or a shift.
+const Term* masked_or_shifted(TermManager& m, const BitSlices& slices, std::size_t width) {
+  const Term* source = nullptr;
+  std::size_t from = 0;
+  std::size_t to = 0;
+  QNumber mask;
+  std::size_t place = width;
+  for (std::size_t i = 0; i < slices.size(); ++i) {
+    const BitSlice& slice = slices[i];
+    place -= slice.width();
+    if (slices.is_zero(i)) continue;
+    const bool is_first = source == nullptr;
+    if (slice.operation != SymbolTag::UF || slices.is_value(i) || width_of(m, slice.part.term) != width) {
+      return nullptr;
+    }
+    if (!is_first && (slice.part.term != source || slice.part.low + to != place + from)) return nullptr;
+    source = slice.part.term;
+    from = slice.part.low;
+    to = place;
+    QNumber run;
+    BVNumber::pow2(slice.width(), &run);
+    BVNumber::bit_left_shift(run - QNumber(1), place, &run);
+    mask += run;
+  }
+  if (source == nullptr) return nullptr;
+  if (from == to) return m.make_bv_and(m.make_bv_number(mask, width), source);
+  // A shift leaves no room for other zeros.
+  const std::size_t amount = from > to ? from - to : to - from;
+  QNumber shifted;
+  BVNumber::pow2(width - amount, &shifted);
+  shifted -= QNumber(1);
+  if (to > from) BVNumber::bit_left_shift(shifted, amount, &shifted);
+  if (!(mask == shifted)) return nullptr;
+  const Term* by = m.make_bv_number(amount, width);
+  return to > from ? m.make_bv_lshl(source, by) : m.make_bv_lshr(source, by);
+}
+
 }  // namespace
 
 const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args) {
@@ -175,8 +212,11 @@ const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args) {
   BitSlices slices(m);
   const std::size_t width = m.get_width_from_type(s->get_output_type());
   if (!slices.take(s, args, width - 1, 0)) return nullptr;
-  const bool smaller = slices.cost(0, slices.size()) < slices.num_taken();
-  return smaller ? slices.to_term(0, slices.size()) : nullptr;
+  const std::size_t cost = slices.cost(0, slices.size());
+  if (cost > 2 && slices.num_taken() > 2) {
+    if (const Term* t = masked_or_shifted(m, slices, width)) return t;
+  }
+  return cost < slices.num_taken() ? slices.to_term(0, slices.size()) : nullptr;
 }
 
 }  // namespace quarv::termsimpl::extended

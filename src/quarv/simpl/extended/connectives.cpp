@@ -130,10 +130,27 @@ const Term* resolved(const Lattice& l, const Term* a, const Term* b) {
   return nullptr;
 }
 
+/// (and (or u v) (or u v w)) is (or u v): all operands of one are among those of the other.
+const Term* absorbed(const Lattice& l, const Term* a, const Term* b) {
+  if (a->symbol != l.dual || b->symbol != l.dual) return nullptr;
+  const Lattice dual{l.m, l.dual, l.symbol, nullptr};
+  Operands x(dual, a);
+  Operands y(dual, b);
+  const bool a_is_shorter = x.size() <= y.size();
+  Operands& few = a_is_shorter ? x : y;
+  Operands& many = a_is_shorter ? y : x;
+  const bool all = std::all_of(few.begin(), few.end(), [&many](const Term* t) {
+    return std::find(many.begin(), many.end(), t) != many.end();
+  });
+  return all ? (a_is_shorter ? a : b) : nullptr;
+}
+
 const Term* combined(const Lattice& l, const Term* a, const Term* b) {
+  if (const Term* t = absorbed(l, a, b)) return t;
   if (const Term* t = resolved(l, a, b)) return t;
   if (const Term* t = meeting_bounds(l, a, b)) return t;
-  return joined_comparisons(l.m, a, b, l.is_conjunction());
+  if (const Term* t = joined_comparisons(l.m, a, b, l.is_conjunction())) return t;
+  return l.is_conjunction() ? joined_classes(l.m, a, b) : nullptr;
 }
 
 /// The required layer decides these.

@@ -90,6 +90,10 @@ const Term* simplify_equal(TermManager& m, const Symbol* s, Args args) {
     return arrays_equal(m, b, a);
   }
   if (const Term* t = equal_to_nan(m, a, b)) return t;
+  if (has_tag(m, a, SymbolTag::FP_NEG) && has_tag(m, b, SymbolTag::FP_NEG)) {
+    return m.make_equal(a->args[0], b->args[0]);
+  }
+  if (const Term* t = compare_converted(m, s, args)) return t;
   return m.is_arithmetic_type(m.type_of(a)) ? simplify_arithmetic_equal(m, s, args) : nullptr;
 }
 

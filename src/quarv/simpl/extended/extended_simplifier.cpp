@@ -71,6 +71,7 @@ const Term* ExtendedSimplifier::simplified(TermManager& m, const Symbol* s,
   }
   if (const Term* t = lift_values(m, s, args)) return t;
   if (tag >= SymbolTag::BV_CONCAT && tag <= SymbolTag::BV_SEXT) {
+    if (const Term* t = simplify_bit_identity(m, s, args)) return t;
     if (const Term* t = simplify_bit_comparison(m, s, args)) return t;
     if (const Term* t = simplify_single_bit(m, s, args)) return t;
     return simplify_bit_structure(m, s, args);

@@ -82,6 +82,25 @@ std::optional<bool> Bound::decides(const Bound& other) const {
                                                                               : std::nullopt;
 }
 
+bool Bound::excludes(const TermManager& m, const Term* literal) const {
+  const bool is_bits = kind == bits_signed || kind == bits_unsigned;
+  const std::size_t width = is_bits ? m.get_width_from_type(m.type_of(term)) : 0;
+  const QNumber& number = *m.get_number(literal);
+  const QNumber x = is_bits ? value_of_bits(number, width, kind == bits_signed) : number;
+  if (x == value) return is_strict;
+  return is_upper ? value < x : x < value;
+}
+
+/// An equation of a term with a value that a bound excludes.
+bool Facts::is_excluded(const Term* equation) const {
+  const std::size_t at = m_.get_number(equation->args[0]) != nullptr ? 1 : 0;
+  if (m_.get_number(equation->args[1 - at]) == nullptr) return false;
+  for (std::size_t i = 0; i < num_bounds_; ++i) {
+    if (bounds_[i].term == equation->args[at] && bounds_[i].excludes(m_, equation->args[1 - at])) return true;
+  }
+  return false;
+}
+
 void Facts::add(const Term* t, const Term* stands_for) {
   if (num_facts_ == most_facts || is_value(m_, t)) return;
   facts_[num_facts_++] = {t, stands_for};
@@ -125,6 +144,7 @@ const Term* Facts::known(const Term* t) const {
     }
   }
   if (num_bounds_ == 0 || m_.type_of(t) != m_.bool_type) return nullptr;
+  if (has_tag(m_, t, SymbolTag::EQ) && is_excluded(t)) return m_.false_term;
   const auto bound = Bound::of(m_, t, true);
   for (std::size_t i = 0; bound && i < num_bounds_; ++i) {
     if (const auto truth = bounds_[i].decides(*bound)) return m_.make_bool(*truth);

@@ -22,6 +22,8 @@ struct Bound {
   static std::optional<Bound> of(const TermManager& m, const Term* atom, bool holds);
   /// What this says of another bound: true, false, or nothing.
   std::optional<bool> decides(const Bound& other) const;
+  /// Whether the term cannot have a value: a literal of its sort.
+  bool excludes(const TermManager& m, const Term* literal) const;
 };
 
 /// What is known to hold at some place in a formula: truth values of terms, values of terms, bounds. Holds a
@@ -49,6 +51,7 @@ class Facts {
   void add(const Term* t, const Term* stands_for);
   void add_bound(const Term* atom, bool holds);
   const Term* known(const Term* t) const;
+  bool is_excluded(const Term* equation) const;
   const Term* applied(const Term* t, int depth);
 
   TermManager& m_;

@@ -42,6 +42,8 @@ const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args
 const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args);
 /// Equalities and comparisons, decided or made narrower.
 const Term* simplify_bit_comparison(TermManager& m, const Symbol* s, Args args);
+/// Identities of single operators, whatever the order of their operands.
+const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args);
 /// Operators that make a single bit: the flags of a processor.
 const Term* simplify_single_bit(TermManager& m, const Symbol* s, Args args);
 /// `(= t value)` for a single bit.
@@ -53,6 +55,8 @@ const Term* simplify_float(TermManager& m, const Symbol* s, Args args);
 
 // What is known by name alone.
 const Term* simplify_named(TermManager& m, const Symbol* s, Args args);
+/// Bit-vectors as integers, compared.
+const Term* compare_converted(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_quantifier(TermManager& m, const Symbol* s, Args args);
 
 }  // namespace termsimpl::extended

@@ -40,6 +40,8 @@ const Term* classify_sign(TermManager& m, const Term* t, bool negative) {
 
 const Term* compare(TermManager& m, const Symbol* s, const Term* a, const Term* b) {
   const Tag tag = m.get_tag(s);
+  // A number is equal to itself, unless it is NaN.
+  if (a == b && tag != SymbolTag::FP_LT) return m.make_not(m.make_fp_isnan(a));
   if (is_nan(m, a) || is_nan(m, b)) return m.false_term;
   if (is_negation(m, a) && is_negation(m, b)) {
     return m.make_term_unchecked(s, std::array{b->args[0], a->args[0]});
@@ -47,9 +49,39 @@ const Term* compare(TermManager& m, const Symbol* s, const Term* a, const Term* 
   if (tag == SymbolTag::FP_LT && (a == b || is_infinity(m, a, false) || is_infinity(m, b, true))) {
     return m.false_term;
   }
+  if (tag == SymbolTag::FP_LT && has_tag(m, a, SymbolTag::FP_ABS)) {
+    const auto bound = float_of(m, b);
+    if (bound && (bound->is_zero() || bound->get_sign())) return m.false_term;
+  }
   if (tag != SymbolTag::FP_LE) return nullptr;
   if (is_infinity(m, a, true)) return m.make_not(m.make_fp_isnan(b));
   return is_infinity(m, b, false) ? m.make_not(m.make_fp_isnan(a)) : nullptr;
+}
+
+/// The format of the float that a term is.
+IEEEFloat::format format_of(const TermManager& m, const Term* t) {
+  IEEEFloat::format f{};
+  m.get_format_from_type(m.type_of(t), &f.ew, &f.mw);
+  return f;
+}
+
+/// A product with 1 or -1, or a quotient by it, needs no rounding.
+const Term* unit_factor(TermManager& m, const Term* t, const Term* factor) {
+  const auto x = float_of(m, factor);
+  if (!x || x->is_nan() || x->is_inf() || !has_exact_arithmetic(x->get_format())) return nullptr;
+  const QNumber value = exact_value(*x);
+  if (value == QNumber(1)) return t;
+  return value == QNumber(-1) ? m.make_fp_neg(t) : nullptr;
+}
+
+/// A conversion to a wider format and back.
+const Term* restored(const TermManager& m, const Symbol* s, const Term* wide) {
+  if (!has_tag(m, wide, SymbolTag::FP_CAST)) return nullptr;
+  const Term* t = wide->args[1];
+  if (m.type_of(t) != s->get_output_type()) return nullptr;
+  const IEEEFloat::format inner = format_of(m, t);
+  const IEEEFloat::format outer = format_of(m, wide);
+  return outer.ew >= inner.ew && outer.mw >= inner.mw ? t : nullptr;
 }
 
 /// Operations on two negated operands, and sums with one.
@@ -64,6 +96,10 @@ const Term* operate(TermManager& m, const Symbol* s, Args args) {
     case SymbolTag::FP_SUB:
       return is_negation(m, b) ? m.make_fp_add(mode, a, b->args[0]) : nullptr;
     default:
+      if (const Term* t = unit_factor(m, a, b)) return t;
+      if (m.get_tag(s) == SymbolTag::FP_MUL) {
+        if (const Term* t = unit_factor(m, b, a)) return t;
+      }
       if (!is_negation(m, a) || !is_negation(m, b)) return nullptr;
       return m.make_term_unchecked(s, std::array{mode, a->args[0], b->args[0]});
   }
@@ -105,7 +141,11 @@ const Term* simplify_float(TermManager& m, const Symbol* s, Args args) {
       return operate(m, s, args);
     case SymbolTag::FP_CAST:
       // To its own format: every value is there already.
-      return m.type_of(args[1]) == s->get_output_type() ? args[1] : nullptr;
+      return m.type_of(args[1]) == s->get_output_type() ? args[1] : restored(m, s, args[1]);
+    case SymbolTag::FP_ROUND_TO_INT:
+      return has_tag(m, args[1], SymbolTag::FP_ROUND_TO_INT) ? args[1] : nullptr;
+    case SymbolTag::FP_SQRT:
+      return is_nan(m, args[1]) ? args[1] : nullptr;
     default:
       return nullptr;
   }

@@ -29,6 +29,18 @@ const Term* ite_of_equal_terms(const TermManager& m, const Term* c, const Term* 
   return same ? b : nullptr;
 }
 
+/// An absolute value is written in one way: (ite (<= 0 i) i (- i)).
+const Term* absolute_value(TermManager& m, const Term* c, const Term* a, const Term* b) {
+  const auto is_zero = [&m](const Term* t) {
+    return m.get_number(t) != nullptr && m.get_number(t)->is_zero();
+  };
+  if (!has_tag(m, c, SymbolTag::LEQ) || c->args[0] != b || !is_zero(c->args[1])) return nullptr;
+  if (!has_tag(m, a, SymbolTag::TIMES) || a->args[1] != b) return nullptr;
+  const QNumber* factor = m.get_number(a->args[0]);
+  if (factor == nullptr || !(*factor == QNumber(-1))) return nullptr;
+  return m.make_ite(m.make_leq(c->args[1], b), b, a);
+}
+
 /// A branch that is an if-then-else with a branch of the outer one.
 const Term* merged_conditions(TermManager& m, const Term* c, const Term* a, const Term* b) {
   if (is_ite(m, b) && b->args[1] == a) {
@@ -54,6 +66,7 @@ const Term* simplify_ite(TermManager& m, const Symbol* /*s*/, Args args) {
     if (const Term* t = boolean_ite(m, c, a, b)) return t;
   }
   if (const Term* t = ite_of_equal_terms(m, c, a, b)) return t;
+  if (const Term* t = absolute_value(m, c, a, b)) return t;
   Facts holds(m);
   holds.assume(c, true);
   const Term* then_branch = holds.applied_to(a);

@@ -64,6 +64,65 @@ bool is_linear_in(TermManager& m, const std::vector<const Term*>& variables, con
   });
 }
 
+/// Numbers have no bounds: a linear inequality holds for some values of a variable that occurs in it once,
+/// and does not hold for others.
+bool is_unbounded(TermManager& m, const std::vector<const Term*>& variables, const Term* formula) {
+  const Term* atom = formula->symbol == m.not_symbol ? formula->args[0] : formula;
+  if (!has_tag(m, atom, SymbolTag::LEQ)) return false;
+  LinearSum sum(m);
+  if (!sum.add(atom->args[0], QNumber(1)) || !sum.add(atom->args[1], QNumber(-1))) return false;
+  sum.drop_zeros();
+  return std::any_of(sum.begin(), sum.end(), [&](const LinearSum::Monomial& x) {
+    return contains(variables, x.term) &&
+           std::all_of(sum.begin(), sum.end(), [&](const LinearSum::Monomial& y) {
+             return y.term == x.term || occurring(m, {x.term}, y.term).empty();
+           });
+  });
+}
+
+/// The operands of a disjunction under `forall`, of a conjunction under `exists`: those without the variables
+/// go outside, and a Boolean variable that is an operand, and occurs in no other, decides nothing.
+const Term* without_free_operands(TermManager& m, const Symbol* s, const std::vector<const Term*>& variables,
+                                  const Term* body) {
+  const bool universal = std::string_view(s->name) == "forall";
+  const Symbol* connective = universal ? m.or_symbol : m.and_symbol;
+  constexpr std::size_t most_operands = 12;
+  std::vector<const Term*> operands;
+  std::vector<const Term*> pending{body};
+  while (!pending.empty()) {
+    const Term* t = pending.back();
+    pending.pop_back();
+    if (t->symbol == connective && operands.size() + pending.size() < most_operands) {
+      pending.insert(pending.end(), {t->args[1], t->args[0]});
+    } else {
+      operands.push_back(t);
+    }
+  }
+  if (operands.size() < 2) return nullptr;
+  std::vector<std::vector<const Term*>> used;
+  for (const Term* t : operands) used.push_back(occurring(m, variables, t));
+  const auto is_lone_literal = [&](std::size_t i) {
+    const Term* t = operands[i];
+    const Term* atom = t->symbol == m.not_symbol ? t->args[0] : t;
+    if (!contains(variables, atom)) return false;
+    return std::count_if(used.begin(), used.end(), [&](const auto& u) { return contains(u, atom); }) == 1;
+  };
+  const auto join = [&](const Term* a, const Term* b) {
+    return universal ? m.make_or(a, b) : m.make_and(a, b);
+  };
+  const Term* outside = m.make_bool(!universal);
+  const Term* inside = outside;
+  bool any = false;
+  for (std::size_t i = operands.size(); i-- > 0;) {
+    const bool stays = !used[i].empty() && !is_lone_literal(i);
+    any |= !stays;
+    if (stays) inside = join(operands[i], inside);
+    if (used[i].empty()) outside = join(operands[i], outside);
+  }
+  if (!any) return nullptr;
+  return join(outside, is_value(m, inside) ? inside : m.make_quantifier(s->name, variables, inside));
+}
+
 /// An equation of a variable with a term in which it does not occur: some value solves it.
 bool is_solvable(TermManager& m, const std::vector<const Term*>& variables, const Term* body) {
   if (!has_tag(m, body, SymbolTag::EQ)) return false;
@@ -89,7 +148,9 @@ const Term* simplify_quantifier(TermManager& m, const Symbol* s, Args args) {
   if (universal && formula->symbol == m.not_symbol && is_solvable(m, variables, formula->args[0])) {
     return m.false_term;
   }
+  if (is_unbounded(m, variables, formula)) return m.make_bool(!universal);
   if (annotated) return nullptr;
+  if (const Term* t = without_free_operands(m, s, variables, body)) return t;
   const std::vector<const Term*> used = occurring(m, variables, body);
   if (used.empty()) return body;
   return used.size() < variables.size() ? m.make_quantifier(s->name, used, body) : nullptr;

@@ -11,7 +11,7 @@ namespace {
 
 /// Which of <, =, > a formula leaves between two terms.
 struct Relation {
-  enum Order : std::uint8_t { any, bits_unsigned, bits_signed };
+  enum Order : std::uint8_t { any, bits_unsigned, bits_signed, numbers };
   static constexpr unsigned less = 1;
   static constexpr unsigned equal = 2;
   static constexpr unsigned greater = 4;
@@ -43,6 +43,27 @@ std::optional<Relation> sign_of(const TermManager& m, const Term* t) {
   return std::nullopt;
 }
 
+/// a <= b, also where it is written as a difference: a - b <= 0, or 0 <= b - a.
+Relation at_most(const TermManager& m, const Term* a, const Term* b) {
+  const auto is_zero = [&m](const Term* t) {
+    return m.get_number(t) != nullptr && m.get_number(t)->is_zero();
+  };
+  const bool swapped = is_zero(a);
+  const Term* difference = swapped ? b : a;
+  Relation r{a, b, Relation::less | Relation::equal, Relation::numbers};
+  if (!is_zero(swapped ? a : b) || !has_tag(m, difference, SymbolTag::PLUS)) return r;
+  for (std::size_t i = 0; i < 2; ++i) {
+    const Term* product = difference->args[i];
+    if (!has_tag(m, product, SymbolTag::TIMES)) continue;
+    const QNumber* factor = m.get_number(product->args[0]);
+    if (factor == nullptr || !(*factor == QNumber(-1))) continue;
+    r.left = difference->args[1 - i];
+    r.right = product->args[1];
+    return swapped ? Relation{r.right, r.left, r.allowed, r.order} : r;
+  }
+  return r;
+}
+
 std::optional<Relation> relation_of(const TermManager& m, const Term* t) {
   bool holds = true;
   for (; t->symbol == m.not_symbol; t = t->args[0]) holds = !holds;
@@ -50,9 +71,15 @@ std::optional<Relation> relation_of(const TermManager& m, const Term* t) {
   const SymbolTag::tag tag = m.get_tag(t->symbol);
   switch (tag) {
     case SymbolTag::EQ:
-      if (!m.is_bv_type(m.type_of(t->args[0]))) return std::nullopt;
-      r = sign_of(m, t);
+      if (m.is_bv_type(m.type_of(t->args[0]))) {
+        r = sign_of(m, t);
+      } else if (!m.is_arithmetic_type(m.type_of(t->args[0]))) {
+        return std::nullopt;
+      }
       if (!r) r = Relation{t->args[0], t->args[1], Relation::equal, Relation::any};
+      break;
+    case SymbolTag::LEQ:
+      r = at_most(m, t->args[0], t->args[1]);
       break;
     case SymbolTag::BV_ULT:
     case SymbolTag::BV_SLT:
@@ -79,6 +106,7 @@ bool is_same(const TermManager& m, const Term* a, const Term* b) {
 const Term* term_of(TermManager& m, const Relation& r) {
   const bool is_signed = r.order == Relation::bits_signed;
   const auto below = [&](const Term* a, const Term* b, bool strict) {
+    if (r.order == Relation::numbers) return strict ? m.make_not(m.make_leq(b, a)) : m.make_leq(a, b);
     if (is_signed) return strict ? m.make_bv_slt(a, b) : m.make_bv_sle(a, b);
     return strict ? m.make_bv_ult(a, b) : m.make_bv_ule(a, b);
   };
@@ -115,6 +143,41 @@ const Term* joined_comparisons(TermManager& m, const Term* a, const Term* b, boo
   if (x->order == Relation::any) x->order = y->order;
   x->allowed = is_conjunction ? x->allowed & y->allowed : x->allowed | y->allowed;
   return term_of(m, *x);
+}
+
+namespace {
+
+bool is_class(SymbolTag::tag tag) {
+  return tag == SymbolTag::FP_ISNAN || tag == SymbolTag::FP_ISINF || tag == SymbolTag::FP_ISZERO ||
+         tag == SymbolTag::FP_ISSUBNORMAL || tag == SymbolTag::FP_ISNORMAL;
+}
+
+/// False if t is NaN, whatever else holds.
+bool fails_for_nan(const TermManager& m, const Term* formula, const Term* t) {
+  switch (m.get_tag(formula->symbol)) {
+    case SymbolTag::FP_EQ:
+    case SymbolTag::FP_LT:
+    case SymbolTag::FP_LE:
+      return formula->args[0] == t || formula->args[1] == t;
+    case SymbolTag::FP_ISNEG:
+    case SymbolTag::FP_ISPOS:
+      return formula->args[0] == t;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+const Term* joined_classes(TermManager& m, const Term* a, const Term* b) {
+  const SymbolTag::tag tag = m.get_tag(a->symbol);
+  const SymbolTag::tag other = m.get_tag(b->symbol);
+  if (is_class(tag) && is_class(other)) {
+    return tag != other && a->args[0] == b->args[0] ? m.false_term : nullptr;
+  }
+  const bool excluded = (tag == SymbolTag::FP_ISNAN && fails_for_nan(m, b, a->args[0])) ||
+                        (other == SymbolTag::FP_ISNAN && fails_for_nan(m, a, b->args[0]));
+  return excluded ? m.false_term : nullptr;
 }
 
 }  // namespace quarv::termsimpl::extended

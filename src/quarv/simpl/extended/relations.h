@@ -4,8 +4,12 @@
 
 namespace quarv::termsimpl::extended {
 
-/// Two comparisons of the same two bit-vectors as one: (or (bvult a b) (= a b)) is (bvule a b). Null where
+/// Two comparisons of the same two terms as one: (or (bvult a b) (= a b)) is (bvule a b). Null where
 /// they are not such.
 const Term* joined_comparisons(TermManager& m, const Term* a, const Term* b, bool is_conjunction);
+
+/// What the classes of a float exclude: it is not NaN and zero at once, and NaN is not less than anything.
+/// False for a conjunction of such, null otherwise.
+const Term* joined_classes(TermManager& m, const Term* a, const Term* b);
 
 }  // namespace quarv::termsimpl::extended

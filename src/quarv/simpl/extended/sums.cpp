@@ -101,8 +101,22 @@ const Term* simplify_times(TermManager& m, const Symbol* /*s*/, Args args) {
   return nullptr;
 }
 
+namespace {
+
+/// A part of an integral part: the greatest integer below floor(x) / n is that below x / n.
+const Term* floor_of_part(TermManager& m, const Term* t) {
+  if (!has_tag(m, t, SymbolTag::TIMES) || !is_floor(m, t->args[1])) return nullptr;
+  const QNumber* part = m.get_number(t->args[0]);
+  if (part == nullptr || part->sign() <= 0) return nullptr;
+  if (!(QNumber(1) / *part).is_integer()) return nullptr;
+  return m.make_floor(m.make_times(t->args[0], t->args[1]->args[0]));
+}
+
+}  // namespace
+
 /// The integral part of a sum comes out: the greatest integer below x + n is n more than that below x.
 const Term* simplify_floor(TermManager& m, const Symbol* /*s*/, Args args) {
+  if (const Term* t = floor_of_part(m, args[0])) return t;
   LinearSum sum(m);
   if (!sum.add(args[0], one)) return nullptr;
   sum.drop_zeros();
@@ -162,28 +176,38 @@ const Term* remainder_at_most(TermManager& m, const Range& range, const QNumber&
 
 namespace {
 
-/// An if-then-else, compared with a number, of which each branch decides under its condition: (<= 0 (abs i)).
-const Term* compared_branches(TermManager& m, Args args) {
-  const bool number_first = m.get_number(args[0]) != nullptr;
-  const Term* number = args[number_first ? 0 : 1];
-  const Term* ite = args[number_first ? 1 : 0];
-  if (m.get_number(number) == nullptr || !has_tag(m, ite, SymbolTag::TERM_ITE)) return nullptr;
-  const Term* truth[2];
-  for (int i = 0; i < 2; ++i) {
-    const Term* branch = ite->args[i + 1];
-    Facts facts(m);
-    facts.assume(ite->args[0], i == 0);
-    truth[i] = facts.applied_to(number_first ? m.make_leq(number, branch) : m.make_leq(branch, number));
-    if (!is_value(m, truth[i])) return nullptr;
-  }
-  return m.make_ite(ite->args[0], truth[0], truth[1]);
+/// The comparison with a branch in place of the if-then-else at an argument, where its condition holds or
+/// not.
+const Term* compared_branch(TermManager& m, const Symbol* s, Args args, std::size_t at, std::size_t branch) {
+  const Term* ite = args[at];
+  std::array<const Term*, 2> sides{args[0], args[1]};
+  sides[at] = ite->args[branch];
+  Facts facts(m);
+  facts.assume(ite->args[0], branch == 1);
+  return facts.applied_to(m.make_term_unchecked(s, sides));
+}
+
+/// An if-then-else, compared with a number, of which a branch is decided under its condition: (<= 0 (abs i)).
+/// Of a chain of them, what is no if-then-else must be decided at each.
+const Term* compared_branches(TermManager& m, const Symbol* s, Args args) {
+  const std::size_t at = m.get_number(args[0]) != nullptr ? 1 : 0;
+  const Term* ite = args[at];
+  if (m.get_number(args[1 - at]) == nullptr || !has_tag(m, ite, SymbolTag::TERM_ITE)) return nullptr;
+  const std::size_t leaf = has_tag(m, ite->args[1], SymbolTag::TERM_ITE) ? 2 : 1;
+  if (has_tag(m, ite->args[leaf], SymbolTag::TERM_ITE)) return nullptr;
+  const Term* first = compared_branch(m, s, args, at, leaf);
+  if (!is_value(m, first) && has_tag(m, ite->args[3 - leaf], SymbolTag::TERM_ITE)) return nullptr;
+  const Term* second = compared_branch(m, s, args, at, 3 - leaf);
+  if (!is_value(m, first) && !is_value(m, second)) return nullptr;
+  return leaf == 1 ? m.make_ite(ite->args[0], first, second) : m.make_ite(ite->args[0], second, first);
 }
 
 }  // namespace
 
 /// Remainders lie in a known range.
-const Term* simplify_leq(TermManager& m, const Symbol* /*s*/, Args args) {
-  if (const Term* t = compared_branches(m, args)) return t;
+const Term* simplify_leq(TermManager& m, const Symbol* s, Args args) {
+  if (const Term* t = compared_branches(m, s, args)) return t;
+  if (const Term* t = compare_converted(m, s, args)) return t;
   if (!has_floor(m, args[0]) && !has_floor(m, args[1])) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
@@ -200,7 +224,8 @@ const Term* simplify_leq(TermManager& m, const Symbol* /*s*/, Args args) {
 }
 
 /// A difference that is 0 is an equality of what it is a difference of.
-const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* /*s*/, Args args) {
+const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args) {
+  if (const Term* t = compared_branches(m, s, args)) return t;
   if (!is_short(m, args[0]) || !is_short(m, args[1])) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;

@@ -1,0 +1,206 @@
+#include <array>
+#include <optional>
+
+#include <quarv/simpl/extended/bit_slices.h>
+#include <quarv/simpl/extended/families.h>
+#include <quarv/simpl/extended/values.h>
+
+namespace quarv::termsimpl::extended {
+
+namespace {
+
+bool is_not(const TermManager& m, const Term* t) {
+  return has_tag(m, t, SymbolTag::BV_NOT);
+}
+
+bool is_neg(const TermManager& m, const Term* t) {
+  return has_tag(m, t, SymbolTag::BV_NEG);
+}
+
+bool is_bit_complement(const TermManager& m, const Term* a, const Term* b) {
+  return (is_not(m, a) && a->args[0] == b) || (is_not(m, b) && b->args[0] == a);
+}
+
+bool is_all_ones(TermManager& m, const Term* t) {
+  const QNumber* value = m.get_number(t);
+  if (value == nullptr || value->is_zero()) return false;
+  return m.get_number(m.make_bv_not(t))->is_zero();
+}
+
+bool is_one(const TermManager& m, const Term* t) {
+  const QNumber* value = m.get_number(t);
+  return value != nullptr && *value == QNumber(1);
+}
+
+/// ~-t is t - 1, and -~t is t + 1; the negative of a difference is the difference the other way round.
+const Term* negation(TermManager& m, SymbolTag::tag tag, const Term* t) {
+  const std::size_t width = width_of(m, t);
+  if (tag == SymbolTag::BV_NOT) {
+    if (is_neg(m, t)) return m.make_bv_add(m.make_bv_not(m.make_bv_number(0, width)), t->args[0]);
+    return nullptr;
+  }
+  if (is_not(m, t)) return m.make_bv_add(m.make_bv_number(1, width), t->args[0]);
+  if (has_tag(m, t, SymbolTag::BV_SUB)) return m.make_bv_sub(t->args[1], t->args[0]);
+  if (!has_tag(m, t, SymbolTag::BV_ADD)) return nullptr;
+  for (std::size_t i = 0; i < 2; ++i) {
+    if (!is_neg(m, t->args[i])) continue;
+    const Term* other = m.make_bv_neg(t->args[1 - i]);
+    return m.make_bv_add(t->args[i]->args[0], other);
+  }
+  return nullptr;
+}
+
+/// A term with a constant factor.
+struct Multiple {
+  const Term* factor;
+  const Term* term;
+};
+
+Multiple multiple_of(TermManager& m, const Term* t) {
+  const std::size_t width = width_of(m, t);
+  if (is_neg(m, t)) return {m.make_bv_not(m.make_bv_number(0, width)), t->args[0]};
+  if (has_tag(m, t, SymbolTag::BV_MUL)) {
+    for (std::size_t i = 0; i < 2; ++i) {
+      if (is_value(m, t->args[i])) return {t->args[i], t->args[1 - i]};
+    }
+  }
+  return {m.make_bv_number(1, width), t};
+}
+
+const Term* sum(TermManager& m, Args args) {
+  for (std::size_t i = 0; i < 2; ++i) {
+    if (is_one(m, args[i]) && is_not(m, args[1 - i])) return m.make_bv_neg(args[1 - i]->args[0]);
+  }
+  if (is_neg(m, args[0]) && is_neg(m, args[1])) {
+    return m.make_bv_neg(m.make_bv_add(args[0]->args[0], args[1]->args[0]));
+  }
+  const auto is_product = [&m](const Term* t) { return has_tag(m, t, SymbolTag::BV_MUL); };
+  if (!is_product(args[0]) && !is_product(args[1])) return nullptr;
+  const Multiple a = multiple_of(m, args[0]);
+  const Multiple b = multiple_of(m, args[1]);
+  if (a.term != b.term || is_value(m, a.term)) return nullptr;
+  const Term* factor = m.make_bv_add(a.factor, b.factor);
+  return m.make_bv_mul(factor, a.term);
+}
+
+/// Complements go outwards.
+const Term* exclusive(TermManager& m, Args args) {
+  if (is_not(m, args[0]) && is_not(m, args[1])) return m.make_bv_xor(args[0]->args[0], args[1]->args[0]);
+  for (std::size_t i = 0; i < 2; ++i) {
+    const Term* a = args[i];
+    const Term* b = args[1 - i];
+    if (is_not(m, a) && !is_value(m, b) && a->args[0] != b) {
+      return m.make_bv_not(m.make_bv_xor(a->args[0], b));
+    }
+    if (!is_value(m, a) || !has_tag(m, b, SymbolTag::BV_XOR)) continue;
+    for (std::size_t k = 0; k < 2; ++k) {
+      if (!is_value(m, b->args[k])) continue;
+      const Term* constant = m.make_bv_xor(a, b->args[k]);
+      return m.make_bv_xor(constant, b->args[1 - k]);
+    }
+  }
+  return nullptr;
+}
+
+/// (bvor (bvand a b) (bvand a (bvnot b))) is a, and so for the dual.
+const Term* resolvent(const TermManager& m, SymbolTag::tag dual, const Term* a, const Term* b) {
+  if (!has_tag(m, a, dual) || !has_tag(m, b, dual)) return nullptr;
+  for (std::size_t i = 0; i < 2; ++i) {
+    for (std::size_t k = 0; k < 2; ++k) {
+      if (a->args[i] == b->args[k] && is_bit_complement(m, a->args[1 - i], b->args[1 - k])) return a->args[i];
+    }
+  }
+  return nullptr;
+}
+
+const Term* lattice(TermManager& m, SymbolTag::tag tag, Args args) {
+  const SymbolTag::tag dual = tag == SymbolTag::BV_AND ? SymbolTag::BV_OR : SymbolTag::BV_AND;
+  if (const Term* t = resolvent(m, dual, args[0], args[1])) return t;
+  if (!is_not(m, args[0]) || !is_not(m, args[1])) return nullptr;
+  return m.make_bv_not(m.make_operation(dual, {args[0]->args[0], args[1]->args[0]}));
+}
+
+/// A term that is not greater than `bound`, as unsigned numbers, whatever its operands are.
+bool is_at_most(const TermManager& m, const Term* t, const Term* bound) {
+  const Args args = m.args_of(t);
+  switch (m.get_tag(t->symbol)) {
+    case SymbolTag::BV_AND:
+      return args[0] == bound || args[1] == bound;
+    case SymbolTag::BV_LSR:
+    case SymbolTag::BV_UREM:
+      return args[0] == bound;
+    case SymbolTag::BV_UDIV:
+      return args[0] == bound && is_value(m, args[1]) && !m.get_number(args[1])->is_zero();
+    default:
+      break;
+  }
+  return has_tag(m, bound, SymbolTag::BV_OR) && (bound->args[0] == t || bound->args[1] == t);
+}
+
+/// The least or the greatest signed number.
+bool is_extreme(const TermManager& m, const Term* t, bool greatest) {
+  const QNumber* value = m.get_number(t);
+  if (value == nullptr) return false;
+  const std::size_t width = width_of(m, t);
+  if (bit_of_value(*value, width - 1) == greatest) return false;
+  std::size_t exponent = 0;
+  if (!greatest && value->is_small()) return is_power_of_two(m, t, &exponent);
+  for (std::size_t i = 0; i + 1 < width; ++i) {
+    if (bit_of_value(*value, i) != greatest) return false;
+  }
+  return true;
+}
+
+/// Comparisons with extremes, of complements, and of a term with a part of its bits.
+const Term* comparison(TermManager& m, SymbolTag::tag tag, const Term* a, const Term* b) {
+  const bool is_strict = tag == SymbolTag::BV_ULT || tag == SymbolTag::BV_SLT;
+  const bool is_signed = tag == SymbolTag::BV_SLT || tag == SymbolTag::BV_SLE;
+  if (is_not(m, a) && is_not(m, b)) return m.make_operation(tag, {b->args[0], a->args[0]});
+  if (!is_signed) {
+    if (is_strict && is_at_most(m, b, a)) return m.false_term;
+    return !is_strict && is_at_most(m, a, b) ? m.true_term : nullptr;
+  }
+  const bool touches = is_strict ? is_extreme(m, a, false) || is_extreme(m, b, true)
+                                 : is_extreme(m, b, false) || is_extreme(m, a, true);
+  if (!touches || width_of(m, a) < 2) return nullptr;
+  const Term* equal = m.make_equal(a, b);
+  return is_strict ? m.make_not(equal) : equal;
+}
+
+}  // namespace
+
+const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args) {
+  const SymbolTag::tag tag = m.get_tag(s);
+  switch (tag) {
+    case SymbolTag::BV_NOT:
+    case SymbolTag::BV_NEG:
+      return negation(m, tag, args[0]);
+    case SymbolTag::BV_ADD:
+      return sum(m, args);
+    case SymbolTag::BV_MUL:
+      for (std::size_t i = 0; i < 2; ++i) {
+        if (is_value(m, args[i]) && !is_value(m, args[1 - i]) && is_all_ones(m, args[i])) {
+          return m.make_bv_neg(args[1 - i]);
+        }
+      }
+      return nullptr;
+    case SymbolTag::BV_SDIV:
+      return is_value(m, args[1]) && is_all_ones(m, args[1]) ? m.make_bv_neg(args[0]) : nullptr;
+    case SymbolTag::BV_XOR:
+      return exclusive(m, args);
+    case SymbolTag::BV_AND:
+    case SymbolTag::BV_OR:
+      return lattice(m, tag, args);
+    case SymbolTag::BV_COMP:
+      return args[0] == args[1] ? m.make_bv_number(1, 1) : nullptr;
+    case SymbolTag::BV_ULT:
+    case SymbolTag::BV_ULE:
+    case SymbolTag::BV_SLT:
+    case SymbolTag::BV_SLE:
+      return comparison(m, tag, args[0], args[1]);
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace quarv::termsimpl::extended
