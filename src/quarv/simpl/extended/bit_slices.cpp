@@ -210,6 +210,7 @@ bool BitSlices::refine(BitSlices& a, BitSlices& b) {
 /// A slice under a mask, run by run of equal bits.
 bool BitSlices::add_masked(SymbolTag::tag operation, const Term* mask, const BitSlice& slice) {
   const QNumber& bits = *m_.get_number(mask);
+  if (!is_mask(m_, mask)) return false;
   for (std::size_t high = slice.width(); high > 0;) {
     const bool bit = bit_of_value(bits, high - 1);
     std::size_t low = high - 1;
@@ -286,8 +287,7 @@ bool BitSlices::add_all_combined(const Term* t, SymbolTag::tag operation, const 
 
 bool BitSlices::add_bitwise(const Term* t, SymbolTag::tag operation, Args args, Range r, int depth) {
   for (std::size_t i = 0; i < 2; ++i) {
-    const bool is_no_mask = operation == SymbolTag::BV_XOR || !is_mask(m_, args[i]);
-    if (m_.get_number(args[i]) != nullptr && is_no_mask) return add_leaf(t, r);
+    if (m_.get_number(args[i]) != nullptr && operation == SymbolTag::BV_XOR) return add_leaf(t, r);
   }
   BitSlices a(m_, visits_left_);
   BitSlices b(m_, visits_left_);

@@ -71,7 +71,7 @@ class Analysis {
   }
 
   const TermManager& m_;
-  int terms_left_ = 40;
+  int terms_left_ = 24;
 };
 
 KnownBits Analysis::of_extension(const Term* t, std::size_t width, int depth) {
