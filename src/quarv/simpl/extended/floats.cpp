@@ -65,8 +65,17 @@ IEEEFloat::format format_of(const TermManager& m, const Term* t) {
   return f;
 }
 
+/// NaN has many encodings, of which results of operations have one.
+const Term* computed_nan(TermManager& m, const Term* nan) {
+  const IEEEFloat::format f = format_of(m, nan);
+  const mpz_class exponent = (mpz_class(1) << f.ew) - 1;
+  const mpz_class quiet = mpz_class(1) << (f.mw - 1);
+  return m.make_fp_bits_number(QNumber(mpz_class((exponent << f.mw) + quiet), mpz_class(1)), f.ew, f.mw);
+}
+
 /// A product with 1 or -1, or a quotient by it, needs no rounding.
 const Term* unit_factor(TermManager& m, const Term* t, const Term* factor) {
+  if (float_of(m, t)) return nullptr;  // a NaN might keep an encoding of its own
   const auto x = float_of(m, factor);
   if (!x || x->is_nan() || x->is_inf() || !has_exact_arithmetic(x->get_format())) return nullptr;
   const QNumber value = exact_value(*x);
@@ -145,7 +154,7 @@ const Term* simplify_float(TermManager& m, const Symbol* s, Args args) {
     case SymbolTag::FP_ROUND_TO_INT:
       return has_tag(m, args[1], SymbolTag::FP_ROUND_TO_INT) ? args[1] : nullptr;
     case SymbolTag::FP_SQRT:
-      return is_nan(m, args[1]) ? args[1] : nullptr;
+      return is_nan(m, args[1]) ? computed_nan(m, args[1]) : nullptr;
     default:
       return nullptr;
   }
