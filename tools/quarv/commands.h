@@ -17,7 +17,8 @@ void add_batch(const CommandLine& program, int& status);
 void add_report(const CommandLine& program, int& status);
 void add_replay(const CommandLine& program, int& status);
 void add_rules(const CommandLine& program, int& status);
-/// A subcommand of `rules`.
+/// Subcommands of `rules`.
 void add_rules_check(const CommandLine& rules, int& status);
+void add_rules_mine(const CommandLine& rules, int& status);
 
 }  // namespace quarv::cli

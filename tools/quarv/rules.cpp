@@ -105,6 +105,7 @@ void add_rules(const CommandLine& program, int& status) {
   show_command.option("RULE", *rule, "Name of the rule, or its number, from 1").type("").required();
   show_command.callback([rule, &status] { status = show(*rule); });
   add_rules_check(command, status);
+  add_rules_mine(command, status);
 }
 
 }  // namespace quarv::cli

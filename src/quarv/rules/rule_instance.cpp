@@ -266,4 +266,29 @@ std::vector<std::size_t> own_widths(const Rule& rule) {
   return {widths.begin(), widths.upper_bound(most_bits)};
 }
 
+std::optional<std::size_t> width_of_application(const Operator& op,
+                                                const std::vector<std::uint64_t>& parameters,
+                                                const std::vector<std::size_t>& widths) {
+  constexpr std::uint64_t most = 1 << 20;
+  const bool equal = widths.front() == widths.back();
+  switch (op.shape) {
+    case Shape::equal_widths:
+      return equal && (parameters.empty() || parameters[0] <= most) ? std::optional(widths[0]) : std::nullopt;
+    case Shape::predicate:
+      return equal ? std::optional<std::size_t>(0) : std::nullopt;
+    case Shape::bit:
+      return equal ? std::optional<std::size_t>(1) : std::nullopt;
+    case Shape::negation:
+      return 0;
+    case Shape::concat:
+      return widths[0] + widths[1];
+    case Shape::extract:
+      if (parameters[0] >= widths[0] || parameters[1] > parameters[0]) return std::nullopt;
+      return parameters[0] - parameters[1] + 1;
+    case Shape::extend:
+      return parameters[0] <= most ? std::optional(widths[0] + parameters[0]) : std::nullopt;
+  }
+  return std::nullopt;
+}
+
 }  // namespace quarv::rules

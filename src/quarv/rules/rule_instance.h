@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include <quarv/export.h>
@@ -32,5 +33,11 @@ QUARV_API std::vector<std::size_t> own_widths(const Rule& rule);
 
 /// The value of an expression; it must not read values of bit-vectors.
 QUARV_API std::uint64_t evaluate(const IntExpr& expression, const RuleInstance& instance);
+
+/// The width of an operator's result, 0 for a truth value, by its integers and the widths of its arguments;
+/// nothing where these do not fit.
+QUARV_API std::optional<std::size_t> width_of_application(const Operator& op,
+                                                          const std::vector<std::uint64_t>& parameters,
+                                                          const std::vector<std::size_t>& widths);
 
 }  // namespace quarv::rules

@@ -1,0 +1,346 @@
+#include "rules/mine/miner.h"
+
+#include <algorithm>
+#include <csignal>
+#include <memory>
+#include <set>
+#include <utility>
+
+#include <fmt/format.h>
+
+#include "batch/sha256.h"
+#include "io/ordered_work.h"
+#include "rules/mine/known_rules.h"
+#include "rules/mine/proposals.h"
+#include "rules/rule_catalogue.h"
+#include "rules/rule_checker.h"
+
+namespace quarv::cli {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+volatile std::sig_atomic_t signal_received = 0;
+
+extern "C" void note_signal(int signal) {
+  signal_received = signal;
+}
+
+/// While it lives, the signals that end programs are noted and do nothing else.
+class NotedSignals {
+ public:
+  NotedSignals() {
+    signal_received = 0;
+    struct sigaction action = {};
+    action.sa_handler = note_signal;
+    for (std::size_t i = 0; i < std::size(signals); ++i) sigaction(signals[i], &action, &before_[i]);
+  }
+  ~NotedSignals() {
+    for (std::size_t i = 0; i < std::size(signals); ++i) sigaction(signals[i], &before_[i], nullptr);
+  }
+  NotedSignals(const NotedSignals&) = delete;
+  NotedSignals& operator=(const NotedSignals&) = delete;
+
+ private:
+  static constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
+  struct sigaction before_[std::size(signals)];
+};
+
+/// Measures the time until its end.
+class Stopwatch {
+ public:
+  explicit Stopwatch(double& seconds) : seconds_(seconds) {}
+  ~Stopwatch() { seconds_ += std::chrono::duration<double>(Clock::now() - start_).count(); }
+  Stopwatch(const Stopwatch&) = delete;
+  Stopwatch& operator=(const Stopwatch&) = delete;
+
+ private:
+  double& seconds_;
+  Clock::time_point start_ = Clock::now();
+};
+
+/// All that decides what is found.
+std::string work_of(const MineOptions& options, const Corpus* corpus, const std::vector<Sample>& samples) {
+  std::string text =
+      fmt::format("{} {} {} {}\n", QUARV_VERSION, options.most_operators, options.solver, options.timeout);
+  for (const rules::Rule& rule : all_rules_and({})) text += rule.text + '\n';
+  if (corpus != nullptr) text += corpus->digest();
+  for (const Sample& sample : samples) text += key_of(sample.term) + '\n';
+  return sha256(text);
+}
+
+class Miner {
+ public:
+  Miner(const MineOptions& options, const Corpus* corpus, std::vector<Sample> samples)
+      : options_(options),
+        corpus_(corpus),
+        samples_(std::move(samples)),
+        state_(options.state, options.state.empty() ? "" : work_of(options, corpus, samples_)) {}
+
+  MineReport run() {
+    constexpr std::size_t piece = 256;  // samples
+    SolverProcess(options_.solver).test(std::chrono::seconds(10));
+    if (corpus_ != nullptr) {
+      collect_samples();
+      count_terms();
+    }
+    report_.samples = samples_.size();
+    try {
+      for (std::size_t first = 0; first < samples_.size() && !ends(); first += piece) {
+        work_on(first, std::min(first + piece, samples_.size()));
+        state_.save();
+      }
+    } catch (const SolverFault& e) {
+      report_.ended_early = e.what();
+    }
+    ends();
+    state_.save();
+    report_.signal = signal_received;
+    drop_instances();
+    finish();
+    return std::move(report_);
+  }
+
+ private:
+  struct Found {
+    Proposal proposal;
+    MineCount count;
+  };
+
+  /// Whether it is time to end; then the report says why.
+  bool ends() {
+    if (!report_.ended_early.empty()) return true;
+    if (signal_received != 0) report_.ended_early = "interrupted";
+    const double passed = std::chrono::duration<double>(Clock::now() - start_).count();
+    if (options_.time_limit > 0 && passed > options_.time_limit) report_.ended_early = "the time was over";
+    return !report_.ended_early.empty();
+  }
+  bool is_over() const {
+    const double passed = std::chrono::duration<double>(Clock::now() - start_).count();
+    return signal_received != 0 || (options_.time_limit > 0 && passed > options_.time_limit);
+  }
+
+  /// Calls `work(i)` on several threads and `deliver` with the results in order. False when it ended before
+  /// all was done; then nothing more is delivered from the first piece on that was left out.
+  template <typename Result, typename MakeWorker>
+  bool in_parallel(std::size_t count, MakeWorker make_worker,
+                   std::function<void(std::size_t, Result)> deliver) {
+    bool complete = true;
+    using Maybe = std::optional<Result>;
+    OrderedWork<Maybe> work(
+        count,
+        [&](std::size_t i, Maybe result) {
+          complete = complete && result;
+          if (complete) deliver(i, std::move(*result));
+        },
+        [] {});
+    work.run(options_.jobs, [&] {
+      return [this, worker = make_worker()](std::size_t i) mutable {
+        return is_over() ? Maybe() : Maybe(worker(i));
+      };
+    });
+    return complete;
+  }
+
+  void collect_samples() {
+    const Stopwatch watch(report_.collect_seconds);
+    Samples all;
+    report_.scripts = corpus_->size();
+    in_parallel<std::optional<Samples>>(
+        corpus_->size(),
+        [this] { return [this](std::size_t i) { return corpus_->samples(i, options_.most_operators); }; },
+        [&](std::size_t, std::optional<Samples> samples) {
+          if (samples) {
+            merge(all, std::move(*samples));
+          } else {
+            ++report_.unreadable;
+          }
+        });
+    samples_ = representatives(all);
+  }
+
+  void count_terms() {
+    const Stopwatch watch(report_.count_seconds);
+    terms_.assign(corpus_->size(), 0);
+    in_parallel<std::optional<ScriptCount>>(
+        corpus_->size(), [this] { return [this](std::size_t i) { return corpus_->count(i, {}, false); }; },
+        [&](std::size_t i, std::optional<ScriptCount> count) { terms_[i] = count ? count->terms : 0; });
+    for (const std::size_t terms : terms_) report_.terms_before += terms;
+  }
+
+  std::vector<std::string> found_rules() const {
+    std::vector<std::string> all;
+    for (const Found& f : found_) all.push_back(f.proposal.rule);
+    return all;
+  }
+
+  void work_on(std::size_t first, std::size_t last) {
+    const auto known = state_.proposals.find(first);
+    if (known == state_.proposals.end() && !search(first, last)) return;
+    const std::vector<Proposal> chosen = new_ones(state_.proposals.at(first));
+    if (prove(chosen)) count(chosen);
+  }
+
+  bool search(std::size_t first, std::size_t last) {
+    const Stopwatch watch(report_.search_seconds);
+    const std::vector<std::vector<std::size_t>> groups = groups_of(samples_, first, last);
+    const std::vector<std::string> found = found_rules();
+    std::vector<Proposal> proposals;
+    const bool complete = in_parallel<std::vector<Proposal>>(
+        groups.size(), [&] { return [&](std::size_t i) { return propose(samples_, groups[i], found); }; },
+        [&](std::size_t, std::vector<Proposal> some) {
+          proposals.insert(proposals.end(), some.begin(), some.end());
+        });
+    std::ranges::stable_sort(proposals, {}, &Proposal::sample);
+    if (complete) state_.proposals[first] = std::move(proposals);
+    return complete;
+  }
+
+  /// Those that are no instances of earlier ones. The most general ones, which have least conditions, come
+  /// first.
+  std::vector<Proposal> new_ones(std::vector<Proposal> proposals) {
+    std::ranges::stable_sort(proposals, [](const Proposal& a, const Proposal& b) {
+      const auto num_conditions = [](const Proposal& p) { return std::ranges::count(p.rule, ','); };
+      return num_conditions(a) < num_conditions(b);
+    });
+    KnownRules known(found_rules());
+    std::vector<Proposal> chosen;
+    for (Proposal& p : proposals) {
+      ++report_.proposed;
+      if (known.simplified_size(samples_[p.sample]) <= p.size_after) {
+        ++report_.instances;
+        continue;
+      }
+      known.add(p.rule);
+      chosen.push_back(std::move(p));
+    }
+    return chosen;
+  }
+
+  bool prove(const std::vector<Proposal>& proposals) {
+    const Stopwatch watch(report_.prove_seconds);
+    std::vector<std::string> open;
+    for (const Proposal& p : proposals) {
+      if (!state_.verdicts.contains(p.rule)) open.push_back(p.rule);
+    }
+    const std::chrono::milliseconds limit(static_cast<long>(options_.timeout * 1000));
+    return in_parallel<MineVerdict>(
+        open.size(),
+        [&] {
+          return [&open, checker = std::make_shared<RuleChecker>(options_.solver, limit)](std::size_t i) {
+            return verdict_of(checker->check(rules::parse_rule(open[i]), std::nullopt));
+          };
+        },
+        [&](std::size_t i, MineVerdict verdict) { state_.verdicts[open[i]] = std::move(verdict); });
+  }
+
+  static MineVerdict verdict_of(const RuleVerdict& v) {
+    if (v.refuted()) return {MineVerdict::Kind::refuted, v.counterexample};
+    if (v.proved.empty() || (!v.undecided.empty() && v.undecided.front() <= small_width)) {
+      return {MineVerdict::Kind::undecided, "undecided"};
+    }
+    std::string text = "proved for " + list_of_widths(v.proved);
+    if (!v.undecided.empty()) text += "; undecided for " + list_of_widths(v.undecided);
+    return {MineVerdict::Kind::proved, std::move(text)};
+  }
+
+  void count(const std::vector<Proposal>& proposals) {
+    const Stopwatch watch(report_.count_seconds);
+    std::vector<const Proposal*> open;
+    for (const Proposal& p : proposals) {
+      const MineVerdict& verdict = state_.verdicts.at(p.rule);
+      report_.proved += verdict.kind == MineVerdict::Kind::proved;
+      report_.refuted += verdict.kind == MineVerdict::Kind::refuted;
+      report_.undecided += verdict.kind == MineVerdict::Kind::undecided;
+      if (verdict.kind == MineVerdict::Kind::proved && !state_.counts.contains(p.rule)) open.push_back(&p);
+    }
+    const bool complete = in_parallel<MineCount>(
+        open.size(), [&] { return [&](std::size_t i) { return count_of(*open[i]); }; },
+        [&](std::size_t i, MineCount c) { state_.counts[open[i]->rule] = c; });
+    if (!complete) return;
+    for (const Proposal& p : proposals) {
+      if (state_.verdicts.at(p.rule).kind != MineVerdict::Kind::proved) continue;
+      const MineCount& c = state_.counts.at(p.rule);
+      if (c.saved <= 0) {
+        ++report_.useless;
+      } else {
+        found_.push_back({p, c});
+      }
+    }
+  }
+
+  /// What the rule alone does to the scripts in which its sample occurs.
+  MineCount count_of(const Proposal& p) const {
+    if (corpus_ == nullptr) return {0, static_cast<std::int64_t>(p.size_before - p.size_after)};
+    constexpr const char* name = "mined-candidate";
+    MineCount all;
+    for (const std::uint32_t i : samples_[p.sample].files) {
+      const std::optional<ScriptCount> with =
+          corpus_->count(i, {{"mined", fmt::format("{}: {}\n", name, p.rule)}}, true);
+      if (!with) continue;
+      const auto uses = with->uses.find(name);
+      if (uses == with->uses.end()) continue;
+      all.uses += uses->second;
+      all.saved += static_cast<std::int64_t>(terms_[i]) - static_cast<std::int64_t>(with->terms);
+    }
+    return all;
+  }
+
+  /// Leaves out what the others do together, the least useful first.
+  void drop_instances() {
+    std::ranges::stable_sort(found_,
+                             [](const Found& a, const Found& b) { return a.count.saved > b.count.saved; });
+    for (std::size_t i = found_.size(); i-- > 0;) {
+      std::vector<std::string> others = found_rules();
+      others.erase(others.begin() + static_cast<std::ptrdiff_t>(i));
+      const Proposal& p = found_[i].proposal;
+      if (KnownRules(others).simplified_size(samples_[p.sample]) > p.size_after) continue;
+      found_.erase(found_.begin() + static_cast<std::ptrdiff_t>(i));
+      ++report_.instances;
+    }
+  }
+
+  void finish() {
+    std::map<std::string, std::size_t> numbers;
+    std::string text;
+    for (const Found& f : found_) {
+      const rules::Rule rule = rules::parse_rule(f.proposal.rule);
+      const std::string_view word = rule.pattern[0].op->word == "==" ? "equal" : rule.pattern[0].op->word;
+      std::string name = fmt::format("mined-{}-{}", word, ++numbers[std::string(word)]);
+      text += fmt::format("{}: {}\n", name, f.proposal.rule);
+      report_.rules.push_back({std::move(name), f.proposal.rule, state_.verdicts.at(f.proposal.rule).text,
+                               f.count, samples_[f.proposal.sample].files.size()});
+    }
+    report_.terms_after = report_.terms_before;
+    if (corpus_ == nullptr || text.empty() || signal_received != 0) return;
+    const Stopwatch watch(report_.count_seconds);
+    report_.terms_after = 0;
+    OrderedWork<std::size_t> work(
+        corpus_->size(), [&](std::size_t, std::size_t terms) { report_.terms_after += terms; }, [] {});
+    work.run(options_.jobs, [&] {
+      return [&](std::size_t i) {
+        const std::optional<ScriptCount> with = corpus_->count(i, {{"mined", text}}, false);
+        return with ? with->terms : 0;
+      };
+    });
+  }
+
+  const MineOptions& options_;
+  const Corpus* corpus_;
+  Clock::time_point start_ = Clock::now();
+  NotedSignals signals_;
+  std::vector<Sample> samples_;
+  MineState state_;
+  std::vector<std::size_t> terms_;  // by script
+  std::vector<Found> found_;
+  MineReport report_;
+};
+
+}  // namespace
+
+MineReport mine(const MineOptions& options, const Corpus* corpus, std::vector<Sample> samples) {
+  return Miner(options, corpus, std::move(samples)).run();
+}
+
+}  // namespace quarv::cli

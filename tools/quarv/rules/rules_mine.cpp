@@ -1,0 +1,121 @@
+#include <algorithm>
+#include <csignal>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "commands.h"
+#include "io/command_line.h"
+#include "io/output.h"
+#include "io/process.h"
+#include "rules/mine/miner.h"
+
+namespace quarv::cli {
+
+namespace {
+
+constexpr const char* footer = R"(Examples:
+  quarv rules mine queries -o mined.rules    find rules in the scripts of a folder
+  quarv rules mine queries -o mined.rules --time-limit 600 --state mined.state
+                                             stop after ten minutes; the same command goes on later
+  quarv simplify x.smt2 --rules mined.rules  use them
+
+Small terms that simplification leaves in the scripts are evaluated under many assignments; where a smaller term has the
+same values, a rule is made for all widths, and tried again. What the rules that there are already do is left out. A
+solver must prove what is left (see quarv rules check), and it must make the scripts smaller. The rules are written in
+the order of what they save, each with a comment: how it is proved, how often it is applied, how many terms it saves.
+
+Exit status: 0 when the work was done or the time was over, 1 when the solver failed or there was nothing to look at.)";
+
+struct Arguments {
+  std::vector<std::string> paths;
+  std::string output = "-";
+  MineOptions how;
+};
+
+void write(const MineReport& report, std::ostream& out) {
+  out << fmt::format(
+      "# Found by quarv rules mine in {} scripts. With all of these rules {} terms become {}.\n",
+      report.scripts - report.unreadable, report.terms_before, report.terms_after);
+  for (const MinedRule& rule : report.rules) {
+    out << fmt::format("\n# {}; used {} times in {} scripts; terms saved: {}\n{}: {}\n", rule.proof,
+                       rule.count.uses, rule.num_scripts, rule.count.saved, rule.name, rule.rule);
+  }
+}
+
+void summarize(const MineReport& r) {
+  say("{} small terms of {} scripts: {} rules proposed, {} instances of others, {} proved, {} refuted, {} "
+      "undecided, {} "
+      "saved nothing, {} kept\n",
+      r.samples, r.scripts - r.unreadable, r.proposed, r.instances, r.proved, r.refuted, r.undecided,
+      r.useless, r.rules.size());
+  say("seconds: {:.1f} collecting, {:.1f} searching, {:.1f} proving, {:.1f} counting\n", r.collect_seconds,
+      r.search_seconds, r.prove_seconds, r.count_seconds);
+}
+
+int mine_corpus(const Arguments& arguments) {
+  const Corpus corpus(arguments.paths);
+  Output output(arguments.output);
+  const MineReport report = mine(arguments.how, &corpus, {});
+  if (report.ended_early.empty() && report.unreadable == report.scripts) {
+    say("quarv: error: there is no script that can be read\n");
+    return failure;
+  }
+  write(report, output.stream());
+  output.commit();
+  summarize(report);
+  if (report.ended_early.empty()) return success;
+  say("quarv: {}; what was found until then is written{}\n", report.ended_early,
+      arguments.how.state.empty() ? "" : ", and the same command goes on from " + arguments.how.state);
+  if (report.signal != 0) std::raise(report.signal);
+  return report.ended_early.starts_with("the time") ? success : failure;
+}
+
+}  // namespace
+
+void add_rules_mine(const CommandLine& rules, int& status) {
+  const CommandLine command = rules.subcommand("mine", "Find rules that make scripts smaller");
+  const auto arguments = std::make_shared<Arguments>();
+  arguments->how.jobs = std::max(1u, std::thread::hardware_concurrency());
+  command.footer(footer);
+  command.option("PATH", arguments->paths, "Files, folders and archives").type("").required();
+  command.option("-o,--output", arguments->output, "Where to write the rules; - is standard output")
+      .type("FILE.rules")
+      .shows_default();
+  command.option("--operators", arguments->how.most_operators, "The largest number of operators of a pattern")
+      .between(std::size_t{1}, std::size_t{6})
+      .type("N")
+      .shows_default();
+  command.option("--solver", arguments->how.solver, "z3, cvc5, or a command that reads SMT-LIB 2")
+      .shows_default();
+  command.option("-j,--jobs", arguments->how.jobs, "How many threads, each with a solver, work side by side")
+      .between(1U, 256U)
+      .type("N")
+      .shows_default();
+  command.option("--timeout", arguments->how.timeout, "For each query at widths above 4, in seconds")
+      .between(0.001, 1e6)
+      .type("S")
+      .shows_default();
+  command
+      .option("--time-limit", arguments->how.time_limit,
+              "End after this time, in seconds; 0: when all is done")
+      .not_negative()
+      .type("S")
+      .shows_default();
+  command
+      .option("--state", arguments->how.state,
+              "Keep what is found out in this file, and go on from it if it is about the same scripts")
+      .type("FILE");
+  command.callback([arguments, &status] {
+    if (!arguments->how.state.empty() && Output::is_same(arguments->how.state, arguments->output)) {
+      refuse_value("--state", "the state and the rules would be written to one file");
+    }
+    status = mine_corpus(*arguments);
+  });
+}
+
+}  // namespace quarv::cli
