@@ -43,6 +43,7 @@ class Cutter {
     for (const Term* t : all_below(terms)) {
       if (!can_be_root(t)) continue;
       cut_.assign(1, t);
+      left_out_.clear();
       grow(0);
     }
     return std::move(found_);

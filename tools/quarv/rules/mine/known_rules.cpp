@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <quarv/term/operators.h>
+#include <quarv/util/input_error.h>
 
 namespace quarv::cli {
 
@@ -79,7 +80,11 @@ std::size_t KnownRules::tree_size(const Term* t) const {
 }
 
 std::size_t KnownRules::simplified_size(const Sample& sample, const SmallTerm& term) {
-  return tree_size(build(sample, term));
+  try {
+    return tree_size(build(sample, term));
+  } catch (const InputError&) {
+    return size_of(term);  // a rule does not fit: it was not proved for such widths
+  }
 }
 
 }  // namespace quarv::cli

@@ -178,8 +178,8 @@ class Miner {
   void work_on(std::size_t first, std::size_t last) {
     const auto known = state_.proposals.find(first);
     if (known == state_.proposals.end() && !search(first, last)) return;
-    const std::vector<Proposal> chosen = new_ones(state_.proposals.at(first));
-    if (prove(chosen)) count(chosen);
+    if (!prove(state_.proposals.at(first))) return;
+    count(new_ones(proved(state_.proposals.at(first))));
   }
 
   bool search(std::size_t first, std::size_t last) {
@@ -197,6 +197,20 @@ class Miner {
     return complete;
   }
 
+  std::vector<Proposal> proved(const std::vector<Proposal>& proposals) {
+    std::vector<Proposal> holding;
+    for (const Proposal& p : proposals) {
+      if (!seen_.insert(p.rule).second) continue;
+      const MineVerdict::Kind kind = state_.verdicts.at(p.rule).kind;
+      ++report_.proposed;
+      report_.proved += kind == MineVerdict::Kind::proved ? 1 : 0;
+      report_.refuted += kind == MineVerdict::Kind::refuted ? 1 : 0;
+      report_.undecided += kind == MineVerdict::Kind::undecided ? 1 : 0;
+      if (kind == MineVerdict::Kind::proved) holding.push_back(p);
+    }
+    return holding;
+  }
+
   /// Those that are no instances of earlier ones. The most general ones, which have least conditions, come
   /// first.
   std::vector<Proposal> new_ones(std::vector<Proposal> proposals) {
@@ -207,7 +221,6 @@ class Miner {
     KnownRules known(found_rules());
     std::vector<Proposal> chosen;
     for (Proposal& p : proposals) {
-      ++report_.proposed;
       if (known.simplified_size(samples_[p.sample]) <= p.size_after) {
         ++report_.instances;
         continue;
@@ -222,7 +235,8 @@ class Miner {
     const Stopwatch watch(report_.prove_seconds);
     std::vector<std::string> open;
     for (const Proposal& p : proposals) {
-      if (!state_.verdicts.contains(p.rule)) open.push_back(p.rule);
+      const bool is_listed = std::ranges::find(open, p.rule) != open.end();
+      if (!is_listed && !state_.verdicts.contains(p.rule)) open.push_back(p.rule);
     }
     const std::chrono::milliseconds limit(static_cast<long>(options_.timeout * 1000));
     return in_parallel<MineVerdict>(
@@ -249,18 +263,13 @@ class Miner {
     const Stopwatch watch(report_.count_seconds);
     std::vector<const Proposal*> open;
     for (const Proposal& p : proposals) {
-      const MineVerdict& verdict = state_.verdicts.at(p.rule);
-      report_.proved += verdict.kind == MineVerdict::Kind::proved;
-      report_.refuted += verdict.kind == MineVerdict::Kind::refuted;
-      report_.undecided += verdict.kind == MineVerdict::Kind::undecided;
-      if (verdict.kind == MineVerdict::Kind::proved && !state_.counts.contains(p.rule)) open.push_back(&p);
+      if (!state_.counts.contains(p.rule)) open.push_back(&p);
     }
     const bool complete = in_parallel<MineCount>(
         open.size(), [&] { return [&](std::size_t i) { return count_of(*open[i]); }; },
         [&](std::size_t i, MineCount c) { state_.counts[open[i]->rule] = c; });
     if (!complete) return;
     for (const Proposal& p : proposals) {
-      if (state_.verdicts.at(p.rule).kind != MineVerdict::Kind::proved) continue;
       const MineCount& c = state_.counts.at(p.rule);
       if (c.saved <= 0) {
         ++report_.useless;
@@ -333,6 +342,7 @@ class Miner {
   std::vector<Sample> samples_;
   MineState state_;
   std::vector<std::size_t> terms_;  // by script
+  std::set<std::string> seen_;      // rules
   std::vector<Found> found_;
   MineReport report_;
 };

@@ -16,7 +16,7 @@ struct MineOptions {
   unsigned jobs = 1;
   double timeout = 1;              ///< seconds for each query at larger widths
   double time_limit = 0;           ///< seconds for everything; 0: none
-  std::size_t most_operators = 3;  ///< of a pattern
+  std::size_t most_operators = 4;  ///< of a pattern
   std::string state;               ///< a file; empty for none
 };
 
