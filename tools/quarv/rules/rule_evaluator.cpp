@@ -319,4 +319,31 @@ RuleEvaluator::Outcome RuleEvaluator::run(const Rule& rule, const RuleInstance& 
   return InstanceEvaluation(rule, instance, sorts_).run(most_assignments, seed);
 }
 
+std::string counterexample_among(const Rule& rule, std::uint64_t assignments) {
+  constexpr std::size_t at_once = 4096;
+  constexpr std::uint64_t most_attempts = 4;  // so many times what is asked for: conditions may hold seldom
+  std::vector<RuleInstance> instances = rules::all_instances(rule, 2);
+  std::vector<std::size_t> widths = rules::own_widths(rule);
+  widths.insert(widths.end(), {3, 4, 5, 8, 13, 16, 24, 32, 48, 63, 64});
+  for (const std::size_t w : widths) {
+    const std::vector<RuleInstance> some = rules::some_instances(rule, w);
+    const std::size_t step = std::max<std::size_t>(1, some.size() / 16);
+    for (std::size_t i = 0; i < some.size(); i += step) instances.push_back(some[i]);
+  }
+  RuleEvaluator evaluator;
+  std::uint64_t tried = 0, attempted = 0;
+  for (std::uint64_t seed = 1; tried < assignments && attempted < most_attempts * assignments; ++seed) {
+    const std::uint64_t before = attempted;
+    for (const RuleInstance& instance : instances) {
+      const RuleEvaluator::Outcome outcome = evaluator.run(rule, instance, at_once, seed);
+      if (outcome.counterexample) return *outcome.counterexample;
+      tried += outcome.applied;
+      attempted += at_once;
+      if (tried >= assignments) break;
+    }
+    if (attempted == before) break;
+  }
+  return {};
+}
+
 }  // namespace quarv::cli

@@ -32,4 +32,8 @@ class RuleEvaluator {
   reference::Sorts sorts_;
 };
 
+/// Tries a rule under at least so many assignments in which its conditions hold, if there are so many, at
+/// small and large widths; what `Outcome::counterexample` says, or nothing.
+std::string counterexample_among(const rules::Rule& rule, std::uint64_t assignments);
+
 }  // namespace quarv::cli

@@ -12,8 +12,11 @@
 #include "io/command_line.h"
 #include "io/ordered_work.h"
 #include "io/output.h"
+#include "rules/order/loop_search.h"
+#include "rules/order/reduction_order.h"
 #include "rules/rule_catalogue.h"
 #include "rules/rule_checker.h"
+#include "rules/rule_evaluator.h"
 
 namespace quarv::cli {
 
@@ -25,16 +28,24 @@ struct Arguments {
   unsigned jobs = std::max(1u, std::thread::hardware_concurrency());
   double timeout = 2;
   std::optional<std::size_t> max_width;
+  std::uint64_t assignments = 0;
+  bool extended = false;
 };
 
 constexpr const char* explanation =
     R"(Examples:
   quarv rules check my.rules                 let z3 look for values for which a rule does not hold
   quarv rules check my.rules --solver cvc5 --max-width 8
+  quarv rules check my.rules --assignments 10000000
+                                             try them on numbers, too, without the solver
 
 For each rule the solver is asked whether the pattern's conditions can hold while pattern and result differ: in all
 instances of widths 1 to 4, in some of larger widths, and around the widths that the rule itself names. For rules that
 multiply, large widths may stay undecided. A rule is proved only where there is something that it applies to.
+
+Applying rules ends if each makes terms smaller in some order. One Knuth-Bendix order is looked for in which as many as
+can be go down; rules that only rearrange operands go by an order of their own, by age, or constants first. For each rule
+that is neither a term is looked for that rewriting comes back to. Constructors, which fold constants, are no rules.
 
 Exit status: 0 when nothing was refuted, widths 1 to 4 are decided, and each rule applied somewhere or has conditions
 that exclude each other; 1 otherwise, or when the solver fails. Of the standard rules, those that are known not to hold
@@ -59,6 +70,7 @@ class Check {
 
  private:
   void print(std::size_t i, const RuleVerdict& verdict);
+  void print_order();
   bool is_known(std::size_t i) const {
     return arguments_.file.empty() && known_counterexample(rules_[i].name) != nullptr;
   }
@@ -82,9 +94,14 @@ int Check::run() {
   work.run(arguments_.jobs, [this] {
     const std::chrono::milliseconds limit(static_cast<long>(arguments_.timeout * 1000));
     return [this, checker = std::make_unique<RuleChecker>(arguments_.solver, limit)](std::size_t i) {
-      return checker->check(rules_[i], arguments_.max_width);
+      RuleVerdict verdict = checker->check(rules_[i], arguments_.max_width);
+      if (arguments_.assignments != 0 && !verdict.refuted()) {
+        verdict.counterexample = counterexample_among(rules_[i], arguments_.assignments);
+      }
+      return verdict;
     };
   });
+  print_order();
   output_.stream() << fmt::format("{} rules: {} proved, {} refuted, {} undecided", rules_.size(), num_proved_,
                                   num_refuted_, num_undecided());
   if (num_never_applicable_ != 0) {
@@ -93,6 +110,43 @@ int Check::run() {
   output_.stream() << '\n';
   output_.commit();
   return as_expected_ ? success : failure;
+}
+
+/// Whether applying the rules comes to an end.
+void Check::print_order() {
+  if (rules_.empty()) return;
+  SolverProcess solver(arguments_.solver);
+  constexpr std::chrono::seconds limit(20);
+  // All rules that are applied together go down in one order; those that are checked stand last.
+  std::vector<rules::Rule> all;
+  if (arguments_.extended || !arguments_.file.empty()) all = standard_rules();
+  if (!arguments_.file.empty()) {
+    for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
+  }
+  const auto num_others = static_cast<std::ptrdiff_t>(all.size());
+  all.insert(all.end(), rules_.begin(), rules_.end());
+  ReductionOrder order = find_order(all, solver, limit);
+  order.rules.erase(order.rules.begin(), order.rules.begin() + num_others);
+  const auto count = [&order](RuleOrder::Kind kind) {
+    return std::ranges::count(order.rules, kind, &RuleOrder::kind);
+  };
+  const auto none = count(RuleOrder::Kind::none);
+  output_.stream() << fmt::format("order: {} go down, {} rearrange operands, {} without\n",
+                                  count(RuleOrder::Kind::decreases), count(RuleOrder::Kind::rearranges),
+                                  none);
+  for (std::size_t i = 0; i < rules_.size(); ++i) {
+    if (order.rules[i].kind != RuleOrder::Kind::none) continue;
+    output_.stream() << fmt::format("{:>3} without an order: {}\n", i + 1, named_text(rules_[i]));
+    const char* const reason = arguments_.file.empty() ? why_it_ends(rules_[i].name) : nullptr;
+    const std::string loop = loop_through(rules_, i, !arguments_.file.empty());
+    if (!loop.empty()) {
+      output_.stream() << fmt::format("      loops: {}\n", loop);
+    } else if (reason != nullptr) {
+      output_.stream() << fmt::format("      ends all the same: {}\n", reason);
+    } else {
+      output_.stream() << "      no loop was found\n";
+    }
+  }
 }
 
 void Check::print(std::size_t i, const RuleVerdict& verdict) {
@@ -145,9 +199,18 @@ void add_rules_check(const CommandLine& rules, int& status) {
                           largest_width))
       .between(std::size_t{1}, std::size_t{1024})
       .type("W");
+  command
+      .option("--assignments", arguments->assignments,
+              "Also try each rule under so many assignments with the reference evaluator")
+      .type("N")
+      .shows_default();
+  command.flag("--extended", arguments->extended, "The extended rules instead of the standard ones");
   command.footer(explanation);
   command.callback([arguments, &status] {
-    Check check(*arguments, arguments->file.empty() ? standard_rules() : rules_of_file(arguments->file));
+    if (arguments->extended && !arguments->file.empty()) refuse_value("--extended", "takes no file of rules");
+    Check check(*arguments, arguments->extended       ? extended_rules()
+                            : arguments->file.empty() ? standard_rules()
+                                                      : rules_of_file(arguments->file));
     status = check.run();
   });
 }
