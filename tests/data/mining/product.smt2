@@ -1,0 +1,7 @@
+(set-logic QF_BV)
+(declare-const a (_ BitVec 16))
+(declare-const b (_ BitVec 16))
+(declare-const p (_ BitVec 16))
+(assert (= p (bvmul b (bvadd #x0001 (bvnot a)))))
+(assert (distinct p (bvand a (bvxor a b))))
+(check-sat)

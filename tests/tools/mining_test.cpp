@@ -1,0 +1,164 @@
+/// \file
+/// Finding rules in scripts, and whether rules come to an end, from the command line.
+#include "program_fixture.h"
+
+namespace {
+
+bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+constexpr const char* no_z3 = "z3 is not installed";
+constexpr const char* data = QUARV_SOURCE_DIR "/tests/data/mining";
+
+class Mining : public Program {
+ protected:
+  void SetUp() override {
+    Program::SetUp();
+    if (run("z3 --version").status != 0) GTEST_SKIP() << no_z3;
+    fs::copy(data, path("scripts"));
+  }
+  /// A solver that gives this many answers, all of them right ones of false and true, and then ends.
+  void write_dying_solver(int answers) const {
+    write("dies.sh",
+          "n=0\nwhile read -r line; do\n  case $line in\n    *echo*) echo \"$line\" | cut -d '\"' -f 2 ;;\n"
+          "    *check-sat*) n=$((n+1)); test $n -gt " +
+              std::to_string(answers) +
+              " && exit; case $n in 1) echo unsat;; 2) echo sat;; *) echo unsat;; esac ;;\n  esac\ndone\n");
+  }
+};
+
+TEST_F(Mining, FindsRulesThatHoldAndPay) {
+  const Result r = run("$quarv rules mine scripts -o mined.rules -j 1");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "");
+  const std::string mined = read("mined.rules");
+  EXPECT_TRUE(
+      has(mined,
+          "\n# proved for widths 1-5, 8, 13, 16, 24, 32, 48, 64; used 2 times in 2 scripts; terms saved: 4\n"
+          "mined-bvadd-1: rewrite(bvadd(1, bvnot(t1)), (1 == 1)) >> bvneg(t1)\n"))
+      << mined;
+  // The number of zeros is any, so they have a name.
+  EXPECT_TRUE(has(mined, ": rewrite(concat(z1, t1), (z1 == 0), w1=size(z1)) >> zext(w1, t1)\n")) << mined;
+  // What follows from another one, or from what there is, is not there: t = t + 0 is known, too.
+  EXPECT_FALSE(has(mined, "bvadd(bvadd(1")) << mined;
+  EXPECT_EQ(run("$quarv rules check mined.rules").status, 0);
+  const Result check = run("$quarv rules check mined.rules --max-width 4 --assignments 20000");
+  EXPECT_TRUE(has(check.out, " go down, 0 rearrange operands, 0 without\n")) << check.out;
+  run("$quarv simplify --canonical scripts/sum.smt2 -o without.smt2");
+  const Result with = run("$quarv simplify --canonical --rules mined.rules scripts/sum.smt2 -o with.smt2");
+  EXPECT_EQ(with.status, 0) << with.err;
+  EXPECT_LT(read("with.smt2").size(), read("without.smt2").size());
+}
+
+TEST_F(Mining, FindsTheSameWithAnyNumberOfThreadsAndInPieces) {
+  const std::string one = run("$quarv rules mine scripts -j 1").out;
+  EXPECT_GT(num_lines(one), 3u);
+  EXPECT_EQ(run("$quarv rules mine scripts -j 3 --state state").out, one);
+  // All is in the state: the solver has only to be there.
+  EXPECT_EQ(run("$quarv rules mine scripts --state state").out, one);
+  // The state is about other scripts.
+  fs::remove(path("scripts/sum.smt2"));
+  const Result fewer = run("$quarv rules mine scripts --state state");
+  EXPECT_EQ(fewer.status, 0);
+  EXPECT_TRUE(has(fewer.out, "# Found by quarv rules mine in 1 scripts.")) << fewer.out;
+  write("state", "{\"file\":");
+  const Result broken = run("$quarv rules mine scripts --state state -o x.rules");
+  EXPECT_EQ(broken.status, 1);
+  EXPECT_EQ(broken.err, "state:1:1: error: not a state of quarv rules mine\n");
+  EXPECT_FALSE(fs::exists(path("x.rules")));
+}
+
+TEST_F(Mining, ReportsWhatCannotBeMined) {
+  fs::create_directory(path("empty"));
+  for (const char* arguments : {"empty", "nothing", "scripts --solver false"}) {
+    const Result r = run("$quarv rules mine -o x.rules " + std::string(arguments));
+    EXPECT_EQ(r.status, 1) << arguments;
+    EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+    EXPECT_FALSE(fs::exists(path("x.rules"))) << arguments;
+  }
+  EXPECT_EQ(run("$quarv rules mine empty").err, "quarv: error: there is no script that can be read\n");
+  EXPECT_EQ(run("PATH=. $quarv rules mine scripts --solver cvc5").err,
+            "quarv: error: the solver cvc5 cannot be run: No such file or directory\n");
+  EXPECT_EQ(run("$quarv rules mine scripts --operators 0").status, 2);
+  EXPECT_EQ(run("$quarv rules mine scripts -o x --state x").status, 2);
+  // One term, and nothing to be found.
+  fs::create_directory(path("one"));
+  write("one/x.smt2", "(declare-const x (_ BitVec 8))\n(assert (bvult x #x10))\n");
+  const Result one = run("$quarv rules mine one");
+  EXPECT_EQ(one.status, 0);
+  EXPECT_EQ(one.out, "# Found by quarv rules mine in 1 scripts. With all of these rules 3 terms become 3.\n");
+}
+
+TEST_F(Mining, KeepsWhatWasFoundWhenTheSolverDies) {
+  write_dying_solver(6);
+  const Result r = run("$quarv rules mine scripts --solver 'bash dies.sh' -o x.rules --state state -j 1");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(has(r.err, "quarv: the solver bash dies.sh ")) << r.err;
+  EXPECT_TRUE(has(r.err, "; what was found until then is written, and the same command goes on from state\n"))
+      << r.err;
+  EXPECT_TRUE(has(read("x.rules"), "# Found by quarv rules mine in 2 scripts."));
+  EXPECT_TRUE(has(read("state"), "state of quarv rules mine"));
+}
+
+TEST_F(Mining, KeepsWhatWasFoundWhenInterrupted) {
+  // A solver that lets itself be waited for, so that the signal comes in the middle.
+  write("slow.sh",
+        "while read -r line; do\n  case $line in\n    *echo*) echo \"$line\" | cut -d '\"' -f 2 ;;\n"
+        "    *'assert false'*) answer=unsat ;;\n    *assert*) answer=sat ;;\n"
+        "    *check-sat*) test -f tested && { touch busy; sleep 0.2; }; echo $answer; "
+        "test $answer = sat && touch tested ;;\n  esac\ndone\n");
+  const Result r =
+      run("$quarv rules mine scripts --solver 'bash slow.sh' -o x.rules --state state -j 1 & pid=$!\n"
+          "while ! test -f busy; do sleep 0.05; done; kill -INT $pid; kill -TERM $pid; wait $pid; echo $?");
+  EXPECT_TRUE(has(r.err, "quarv: interrupted; what was found until then is written")) << r.err;
+  EXPECT_TRUE(r.out == "130\n" || r.out == "143\n") << r.out;
+  EXPECT_TRUE(has(read("x.rules"), "# Found by quarv rules mine in 2 scripts."));
+  EXPECT_TRUE(has(read("state"), "state of quarv rules mine"));
+  EXPECT_EQ(run("$quarv rules mine scripts -o x.rules --state state").status, 0);
+}
+
+TEST_F(Mining, OrdersRules) {
+  const auto check = [this](const std::string& rules) {
+    return run("$quarv rules check - --max-width 2", rules).out;
+  };
+  const std::string standard = run("$quarv rules check --max-width 1 --timeout 0.5").out;
+  EXPECT_TRUE(has(standard, "order: 162 go down, 14 rearrange operands, 8 without\n")) << standard;
+  EXPECT_TRUE(has(standard,
+                  "      ends all the same: masks move below concatenations, and nothing moves them back\n"));
+  EXPECT_FALSE(has(standard, "no loop was found")) << standard;
+  const std::string extended = run("$quarv rules check --extended --max-width 1").out;
+  EXPECT_TRUE(has(extended, " go down, 0 rearrange operands, 0 without\n")) << extended;
+
+  EXPECT_TRUE(
+      has(check("rewrite(bvadd(t, bvmul(2, u)), (2 == 2)) >> bvadd(t, bvadd(u, u))\n"), "1 without\n"));
+  // Against a standard rule.
+  const std::string loop =
+      check("back: rewrite(bvmul(t1, bvadd(t2, t3)), ) >> bvadd(bvmul(t1, t2), bvmul(t1, t3))\n");
+  EXPECT_TRUE(has(loop, "order: 0 go down, 0 rearrange operands, 1 without\n")) << loop;
+  EXPECT_TRUE(has(loop, "  1 without an order: back: rewrite(")) << loop;
+  EXPECT_TRUE(has(loop, "      loops: (declare-const t1. (_ BitVec ")) << loop;
+  // Each alone would go down.
+  const std::string pair = check(
+      "rewrite(bvor(bvnot(t), bvnot(u)), ) >> bvnot(bvand(t, u))\n"
+      "rewrite(bvnot(bvand(t, u)), ) >> bvor(bvnot(t), bvnot(u))\n");
+  EXPECT_TRUE(has(pair, "order: 1 go down, 0 rearrange operands, 1 without\n")) << pair;
+  EXPECT_TRUE(has(pair, "      loops: ")) << pair;
+  EXPECT_TRUE(has(check("rewrite(bvor(t, u), prec(u, t), ~const(t)) >> bvor(u, t)\n"),
+                  "order: 0 go down, 1 rearrange operands, 0 without\n"));
+}
+
+TEST_F(Mining, TriesRulesOnNumbers) {
+  // Beyond the widths that the solver is asked about.
+  const std::string wrong = "rewrite(bvnot(t), (t == 300)) >> bvneg(t)\n";
+  EXPECT_FALSE(has(run("$quarv rules check - --max-width 4", wrong).out, "refuted:"));
+  const Result r = run("$quarv rules check - --max-width 4 --assignments 1000", wrong);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(has(r.out, "      refuted: t (9 bits) = 300: the pattern is 211, the result 212\n")) << r.out;
+  EXPECT_TRUE(has(run("$quarv rules check - --max-width 4 --assignments 1000",
+                      "rewrite(bvudiv(t, u), (u == 0), (size(t) > 40)) >> 1\n")
+                      .out,
+                  "      refuted: t (48 bits) = "));
+}
+
+}  // namespace
