@@ -49,10 +49,9 @@ void write(const MineReport& report, std::ostream& out) {
 
 void summarize(const MineReport& r) {
   say("{} small terms of {} scripts: {} rules proposed, {} instances of others, {} proved, {} refuted, {} "
-      "undecided, {} "
-      "saved nothing, {} kept\n",
+      "undecided, {} saved nothing, {} applied only without the others, {} kept\n",
       r.samples, r.scripts - r.unreadable, r.proposed, r.instances, r.proved, r.refuted, r.undecided,
-      r.useless, r.rules.size());
+      r.useless, r.unused, r.rules.size());
   say("seconds: {:.1f} collecting, {:.1f} searching, {:.1f} proving, {:.1f} counting\n", r.collect_seconds,
       r.search_seconds, r.prove_seconds, r.count_seconds);
 }

@@ -56,10 +56,11 @@ std::string Corpus::digest() const {
   return sha256(all);
 }
 
-std::optional<Samples> Corpus::samples(std::size_t i, std::size_t most_operators) const {
+std::optional<Samples> Corpus::samples(std::size_t i, std::size_t most_operators,
+                                       const std::vector<RuleFile>& rules) const {
   try {
     const std::string text = find_script(inputs_[i].name);
-    Session session(options_with({}));
+    Session session(options_with(rules));
     smtlib::Reader reader(session);
     const smtlib::Script script = reader.read_in_place(text, inputs_[i].name);
     return collect(session.manager(), script.terms, static_cast<std::uint32_t>(i), most_operators);

@@ -28,9 +28,10 @@ class Corpus {
   /// Of all texts, and of what they are called.
   std::string digest() const;
 
-  /// The small terms that simplification leaves in a script; nothing when it cannot be read. All members from
-  /// here on may be called from several threads at once.
-  std::optional<Samples> samples(std::size_t i, std::size_t most_operators) const;
+  /// The small terms that simplification with these rules in addition leaves in a script; nothing when it
+  /// cannot be read. All members from here on may be called from several threads at once.
+  std::optional<Samples> samples(std::size_t i, std::size_t most_operators,
+                                 const std::vector<RuleFile>& rules) const;
 
   /// Simplifies a script with rules in addition; nothing when it cannot be read.
   std::optional<ScriptCount> count(std::size_t i, const std::vector<RuleFile>& rules, bool with_uses) const;

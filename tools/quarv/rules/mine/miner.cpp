@@ -79,13 +79,35 @@ class Miner {
         state_(options.state, options.state.empty() ? "" : work_of(options, corpus, samples_)) {}
 
   MineReport run() {
-    constexpr std::size_t piece = 256;  // samples
+    constexpr std::size_t most_rounds = 3;
     SolverProcess(options_.solver).test(std::chrono::seconds(10));
+    for (round_ = 0; round_ < most_rounds && !ends(); ++round_) {
+      const std::size_t before = found_.size();
+      run_round();
+      if (found_.size() == before || corpus_ == nullptr) break;
+    }
+    report_.signal = signal_received;
+    drop_instances();
+    finish();
+    return std::move(report_);
+  }
+
+ private:
+  struct Found {
+    Proposal proposal;
+    Sample sample;
+    MineCount count;
+  };
+
+  /// Looks at what the rules found so far leave.
+  void run_round() {
+    constexpr std::size_t piece = 256;  // samples
+    base_ = as_file(found_);
     if (corpus_ != nullptr) {
       collect_samples();
       count_terms();
     }
-    report_.samples = samples_.size();
+    report_.samples += samples_.size();
     try {
       for (std::size_t first = 0; first < samples_.size() && !ends(); first += piece) {
         work_on(first, std::min(first + piece, samples_.size()));
@@ -96,17 +118,39 @@ class Miner {
     }
     ends();
     state_.save();
-    report_.signal = signal_received;
-    drop_instances();
-    finish();
-    return std::move(report_);
+    drop_unused();
   }
 
- private:
-  struct Found {
-    Proposal proposal;
-    MineCount count;
-  };
+  /// What they are called until they get their names.
+  static std::string temporary_name(std::size_t i) { return fmt::format("mined-{}", i); }
+  static std::vector<RuleFile> as_file(const std::vector<Found>& found) {
+    std::string text;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+      text += fmt::format("{}: {}\n", temporary_name(i), found[i].proposal.rule);
+    }
+    if (text.empty()) return {};
+    return {{"mined", std::move(text)}};
+  }
+
+  /// Leaves out rules that are not applied where all are: others come before them.
+  void drop_unused() {
+    if (corpus_ == nullptr || found_.empty()) return;
+    const Stopwatch watch(report_.count_seconds);
+    const std::vector<RuleFile> all = as_file(found_);
+    std::set<std::string> used;
+    const bool complete = in_parallel<std::optional<ScriptCount>>(
+        corpus_->size(), [&] { return [&](std::size_t i) { return corpus_->count(i, all, true); }; },
+        [&](std::size_t, std::optional<ScriptCount> count) {
+          if (!count) return;
+          for (const auto& [name, uses] : count->uses) used.insert(name);
+        });
+    if (!complete) return;
+    for (std::size_t i = found_.size(); i-- > 0;) {
+      if (used.contains(temporary_name(i))) continue;
+      found_.erase(found_.begin() + static_cast<std::ptrdiff_t>(i));
+      ++report_.unused;
+    }
+  }
 
   /// Whether it is time to end; then the report says why.
   bool ends() {
@@ -149,11 +193,13 @@ class Miner {
     report_.scripts = corpus_->size();
     in_parallel<std::optional<Samples>>(
         corpus_->size(),
-        [this] { return [this](std::size_t i) { return corpus_->samples(i, options_.most_operators); }; },
+        [this] {
+          return [this](std::size_t i) { return corpus_->samples(i, options_.most_operators, base_); };
+        },
         [&](std::size_t, std::optional<Samples> samples) {
           if (samples) {
             merge(all, std::move(*samples));
-          } else {
+          } else if (round_ == 0) {
             ++report_.unreadable;
           }
         });
@@ -164,8 +210,9 @@ class Miner {
     const Stopwatch watch(report_.count_seconds);
     terms_.assign(corpus_->size(), 0);
     in_parallel<std::optional<ScriptCount>>(
-        corpus_->size(), [this] { return [this](std::size_t i) { return corpus_->count(i, {}, false); }; },
+        corpus_->size(), [this] { return [this](std::size_t i) { return corpus_->count(i, base_, false); }; },
         [&](std::size_t i, std::optional<ScriptCount> count) { terms_[i] = count ? count->terms : 0; });
+    if (round_ != 0) return;
     for (const std::size_t terms : terms_) report_.terms_before += terms;
   }
 
@@ -175,11 +222,13 @@ class Miner {
     return all;
   }
 
+  /// What the state calls the samples from there on.
+  std::size_t piece(std::size_t first) const { return round_ << 32 | first; }
+
   void work_on(std::size_t first, std::size_t last) {
-    const auto known = state_.proposals.find(first);
-    if (known == state_.proposals.end() && !search(first, last)) return;
-    if (!prove(state_.proposals.at(first))) return;
-    count(new_ones(proved(state_.proposals.at(first))));
+    if (!state_.proposals.contains(piece(first)) && !search(first, last)) return;
+    if (!prove(state_.proposals.at(piece(first)))) return;
+    count(new_ones(proved(state_.proposals.at(piece(first)))));
   }
 
   bool search(std::size_t first, std::size_t last) {
@@ -193,7 +242,7 @@ class Miner {
           proposals.insert(proposals.end(), some.begin(), some.end());
         });
     std::ranges::stable_sort(proposals, {}, &Proposal::sample);
-    if (complete) state_.proposals[first] = std::move(proposals);
+    if (complete) state_.proposals[piece(first)] = std::move(proposals);
     return complete;
   }
 
@@ -274,19 +323,20 @@ class Miner {
       if (c.saved <= 0) {
         ++report_.useless;
       } else {
-        found_.push_back({p, c});
+        found_.push_back({p, samples_[p.sample], c});
       }
     }
   }
 
-  /// What the rule alone does to the scripts in which its sample occurs.
+  /// What the rule does, beside those of earlier rounds, to the scripts in which its sample occurs.
   MineCount count_of(const Proposal& p) const {
     if (corpus_ == nullptr) return {0, static_cast<std::int64_t>(p.size_before - p.size_after)};
     constexpr const char* name = "mined-candidate";
+    std::vector<RuleFile> rules = base_;
+    rules.push_back({"mined", fmt::format("{}: {}\n", name, p.rule)});
     MineCount all;
     for (const std::uint32_t i : samples_[p.sample].files) {
-      const std::optional<ScriptCount> with =
-          corpus_->count(i, {{"mined", fmt::format("{}: {}\n", name, p.rule)}}, true);
+      const std::optional<ScriptCount> with = corpus_->count(i, rules, true);
       if (!with) continue;
       const auto uses = with->uses.find(name);
       if (uses == with->uses.end()) continue;
@@ -304,7 +354,7 @@ class Miner {
       std::vector<std::string> others = found_rules();
       others.erase(others.begin() + static_cast<std::ptrdiff_t>(i));
       const Proposal& p = found_[i].proposal;
-      if (KnownRules(others).simplified_size(samples_[p.sample]) > p.size_after) continue;
+      if (KnownRules(others).simplified_size(found_[i].sample) > p.size_after) continue;
       found_.erase(found_.begin() + static_cast<std::ptrdiff_t>(i));
       ++report_.instances;
     }
@@ -319,7 +369,7 @@ class Miner {
       std::string name = fmt::format("mined-{}-{}", word, ++numbers[std::string(word)]);
       text += fmt::format("{}: {}\n", name, f.proposal.rule);
       report_.rules.push_back({std::move(name), f.proposal.rule, state_.verdicts.at(f.proposal.rule).text,
-                               f.count, samples_[f.proposal.sample].files.size()});
+                               f.count, f.sample.files.size()});
     }
     report_.terms_after = report_.terms_before;
     if (corpus_ == nullptr || text.empty() || signal_received != 0) return;
@@ -339,6 +389,8 @@ class Miner {
   const Corpus* corpus_;
   Clock::time_point start_ = Clock::now();
   NotedSignals signals_;
+  std::size_t round_ = 0;
+  std::vector<RuleFile> base_;  // found in earlier rounds
   std::vector<Sample> samples_;
   MineState state_;
   std::vector<std::size_t> terms_;  // by script

@@ -31,7 +31,7 @@ struct MinedRule {
 
 struct MineReport {
   std::size_t scripts = 0, unreadable = 0, samples = 0;
-  std::size_t proposed = 0, proved = 0, refuted = 0, undecided = 0, useless = 0, instances = 0;
+  std::size_t proposed = 0, proved = 0, refuted = 0, undecided = 0, useless = 0, instances = 0, unused = 0;
   std::size_t terms_before = 0, terms_after = 0;  ///< of the scripts; after: with all rules
   double collect_seconds = 0, search_seconds = 0, prove_seconds = 0, count_seconds = 0;
   std::vector<MinedRule> rules;  ///< those that save most first
