@@ -50,6 +50,7 @@ class InstanceEvaluation {
   RuleEvaluator::Outcome run(std::size_t most, std::uint64_t seed) {
     if (!is_possible_) return {};
     choose_values(most, seed);
+    if (!is_possible_) return {};
     reference::Evaluation values(expressions_, num_assignments_);
     for (std::size_t i = 0; i < variables_.size(); ++i)
       values.set(places_[variables_[i]], std::move(given_[i]));

@@ -13,6 +13,7 @@
 #include "io/ordered_work.h"
 #include "io/output.h"
 #include "rules/order/loop_search.h"
+#include "rules/order/order_constraints.h"
 #include "rules/order/reduction_order.h"
 #include "rules/rule_catalogue.h"
 #include "rules/rule_checker.h"
@@ -116,10 +117,16 @@ int Check::run() {
 void Check::print_order() {
   if (rules_.empty()) return;
   SolverProcess solver(arguments_.solver);
-  constexpr std::chrono::seconds limit(20);
+  constexpr int patience = 30;
+  const std::chrono::milliseconds limit(static_cast<long>(arguments_.timeout * 1000) * patience);
   // All rules that are applied together go down in one order; those that are checked stand last.
   std::vector<rules::Rule> all;
-  if (arguments_.extended || !arguments_.file.empty()) all = standard_rules();
+  if (arguments_.extended || !arguments_.file.empty()) {
+    all = standard_rules();
+    // Of these it is known that they have no place in such an order.
+    std::erase_if(
+        all, [](const rules::Rule& rule) { return why_it_ends(rule.name) != nullptr || rearranges(rule); });
+  }
   if (!arguments_.file.empty()) {
     for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
   }
@@ -127,6 +134,10 @@ void Check::print_order() {
   all.insert(all.end(), rules_.begin(), rules_.end());
   ReductionOrder order = find_order(all, solver, limit);
   order.rules.erase(order.rules.begin(), order.rules.begin() + num_others);
+  if (!order.decided) {
+    output_.stream() << "order: not known, the solver did not answer\n";
+    return;
+  }
   const auto count = [&order](RuleOrder::Kind kind) {
     return std::ranges::count(order.rules, kind, &RuleOrder::kind);
   };

@@ -114,7 +114,7 @@ class Miner {
         state_.save();
       }
     } catch (const SolverFault& e) {
-      report_.ended_early = e.what();
+      report_.ended_early = signal_received != 0 ? "interrupted" : e.what();
     }
     ends();
     state_.save();

@@ -55,20 +55,24 @@ class Search {
     }
     // What goes down need not be excused.
     for (std::size_t i = 0; i < rules_.size(); ++i) candidates.push_back(i);
-    add(candidates);
+    order_.decided = true;
+    if (satisfiable(script_)) add(candidates);
     if (satisfiable(script_)) read_order();
     return std::move(order_);
   }
 
  private:
   bool satisfiable(const std::string& script) {
-    return solver_.run(script + "(check-sat)\n", limit_) == "sat";
+    if (!order_.decided) return false;
+    const std::optional<std::string> answer = solver_.run(script + "(check-sat)\n", limit_);
+    order_.decided = answer == "sat" || answer == "unsat";
+    return answer == "sat";
   }
 
   /// Adds as many of the rules as can be, halving what does not go together.
   void add(std::span<const std::size_t> some) {
     std::vector<std::span<const std::size_t>> pending{some};
-    while (!pending.empty()) {
+    while (!pending.empty() && order_.decided) {
       const std::span<const std::size_t> part = pending.back();
       pending.pop_back();
       std::string more = script_;

@@ -26,6 +26,7 @@ struct RuleOrder {
 /// An order in which as many rules as can be go down together: a Knuth-Bendix order, in which operators that
 /// commute compare their operands as multisets, so that it does not depend on how operands are arranged.
 struct ReductionOrder {
+  bool decided = false;                 ///< the solver answered all that it was asked
   std::vector<RuleOrder> rules;         ///< as given
   std::vector<std::string> weights;     ///< "bvsub 4", the heaviest first
   std::vector<std::string> precedence;  ///< operators, the greatest first
