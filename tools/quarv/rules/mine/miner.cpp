@@ -34,7 +34,10 @@ class NotedSignals {
     signal_received = 0;
     struct sigaction action = {};
     action.sa_handler = note_signal;
-    for (std::size_t i = 0; i < std::size(signals); ++i) sigaction(signals[i], &action, &before_[i]);
+    for (std::size_t i = 0; i < std::size(signals); ++i) {
+      sigaction(signals[i], nullptr, &before_[i]);
+      if (before_[i].sa_handler != SIG_IGN) sigaction(signals[i], &action, nullptr);
+    }
   }
   ~NotedSignals() {
     for (std::size_t i = 0; i < std::size(signals); ++i) sigaction(signals[i], &before_[i], nullptr);
