@@ -165,4 +165,17 @@ TEST_F(Mining, TriesRulesOnNumbers) {
                   "      refuted: t (41 bits) = "));
 }
 
+TEST_F(Mining, CountsUses) {
+  write("x.smt2",
+        "(declare-const x (_ BitVec 8))\n(assert (bvule x (bvnot (bvnot x))))\n(assert (bvule x #x05))\n");
+  const Result r = run("$quarv rules list --count x.smt2 scripts");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has(r.out, "\n        1      1  bvule-to-bvult: rewrite(")) << r.out;
+  EXPECT_TRUE(has(r.out, "\n        0      0  bvsdiv-self: rewrite(")) << r.out;
+  EXPECT_TRUE(has(r.out, "\nuses, scripts, rule; 3 scripts; ")) << r.out;
+  const Result none = run("$quarv rules list --count nothing");
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.err, "quarv: error: there is no script that can be read\n");
+}
+
 }  // namespace

@@ -1,13 +1,22 @@
+#include <algorithm>
+#include <cstdint>
+#include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include <fmt/format.h>
 
 #include "commands.h"
 #include "io/command_line.h"
+#include "io/ordered_work.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "rules/mine/corpus.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_in_words.h>
 
@@ -52,6 +61,45 @@ void list(bool extended) {
   output.commit();
 }
 
+/// How often each rule is applied when scripts are simplified.
+int count_uses(const std::vector<std::string>& paths) {
+  const Corpus corpus(paths);
+  std::map<std::string, std::pair<std::uint64_t, std::size_t>> uses;  // and in how many scripts
+  std::size_t num_read = 0;
+  OrderedWork<std::optional<ScriptCount>> work(
+      corpus.size(),
+      [&](std::size_t, std::optional<ScriptCount> count) {
+        if (!count) return;
+        ++num_read;
+        for (const auto& [name, n] : count->uses) {
+          uses[name].first += n;
+          ++uses[name].second;
+        }
+      },
+      [] {});
+  work.run(std::max(1U, std::thread::hardware_concurrency()),
+           [&] { return [&](std::size_t i) { return corpus.count(i, {}, true); }; });
+  if (num_read == 0) {
+    say("quarv: error: there is no script that can be read\n");
+    return failure;
+  }
+  std::vector<rules::Rule> all = all_rules_and({});
+  std::ranges::stable_sort(all, [&](const rules::Rule& a, const rules::Rule& b) {
+    return uses[a.name].first > uses[b.name].first;
+  });
+  Output output("-");
+  std::size_t num_unused = 0;
+  for (const rules::Rule& rule : all) {
+    const auto [n, scripts] = uses[rule.name];
+    num_unused += n == 0 ? 1 : 0;
+    output.stream() << fmt::format("{:>9} {:>6}  {}\n", n, scripts, named_text(rule));
+  }
+  output.stream() << fmt::format("uses, scripts, rule; {} scripts; {} of {} rules were never applied\n",
+                                 num_read, num_unused, all.size());
+  output.commit();
+  return success;
+}
+
 int show(const std::string& name_or_number) {
   const std::vector<rules::Rule> all = all_rules_and({});
   const std::optional<std::size_t> found = find_rule(all, name_or_number);
@@ -91,10 +139,22 @@ void add_rules(const CommandLine& program, int& status) {
   const CommandLine list_command =
       command.subcommand("list", "All standard rules: number, operator, name and text");
   list_command.footer(
-      "Examples:\n  quarv rules list\n  quarv rules list | grep bvmul\n  quarv rules list --extended");
+      "Examples:\n  quarv rules list\n  quarv rules list | grep bvmul\n  quarv rules list --extended\n"
+      "  quarv rules list --count queries           which of them are of use there");
   const auto extended = std::make_shared<bool>(false);
   list_command.flag("--extended", *extended, "The extended rules instead, which have names alone");
-  list_command.callback([extended, &status] {
+  const auto paths = std::make_shared<std::vector<std::string>>();
+  list_command
+      .option("--count", *paths,
+              "All rules, with how often they are applied to the scripts of these files, folders and "
+              "archives, and in "
+              "how many")
+      .type("PATH");
+  list_command.callback([extended, paths, &status] {
+    if (!paths->empty()) {
+      status = count_uses(*paths);
+      return;
+    }
     list(*extended);
     status = success;
   });
