@@ -148,8 +148,13 @@ TEST_P(WrongRule, IsRejectedWithPlaceAndReason) {
 INSTANTIATE_TEST_SUITE_P(
     RuleLanguage, WrongRule,
     testing::Values(
-        Wrong{"", 1, "expected \"rewrite\" but found the end of the line"},
+        Wrong{"", 1, "expected \"rewrite\" or \"unordered\" but found the end of the line"},
         Wrong{"write(bvnot(t), ) >> t", 1, "expected \"rewrite\""},
+        Wrong{"unordered(bvxor(bvxor(bvxor(a, b), c), bvxor(d, e)), ) >> a", 1,
+              "the pattern has too many orders"},
+        Wrong{"unordered(bvxor(bvxor(a, b), bvxor(c, d)), const(a), (b == 1), (c == 2)) >> a", 1,
+              "the pattern has 120 orders: at most 64"},
+        Wrong{"rewrite(unordered, ) >> t", 9, "unknown operator"},
         Wrong{"rewrite(bvfoo(t), ) >> t", 9, "unknown operator \"bvfoo\""},
         Wrong{"rewrite(t, ) >> t", 9, "unknown operator \"t\""},
         Wrong{"rewrite(bvnot, ) >> t", 9, "needs an operator"},

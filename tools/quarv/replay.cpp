@@ -13,6 +13,7 @@
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
 #include "rules/rule_catalogue.h"
+#include <quarv/rules/rule_orders.h>
 
 namespace quarv::cli {
 
@@ -60,12 +61,14 @@ class Findings {
   std::size_t num_refused_ = 0;
 };
 
+using RuleOrders = std::vector<std::vector<rules::Rule>>;
+
 /// Checks the steps of one part of a trace.
 class Replay {
  public:
-  Replay(const TracePart& part, const std::string& name, const std::vector<rules::Rule>& rules,
-         Findings& findings)
-      : trace_(part.text, name, part.lines_before), rules_(rules), findings_(findings) {}
+  /// `orders` are the rules, each in all orders of its operands.
+  Replay(const TracePart& part, const std::string& name, const RuleOrders& orders, Findings& findings)
+      : trace_(part.text, name, part.lines_before), orders_(orders), findings_(findings) {}
 
   /// Prints a line for each step that is not justified, unless `quiet`. Throws TraceError for what does not
   /// begin as a trace; a line that makes no sense does not keep others from being checked.
@@ -108,7 +111,7 @@ class Replay {
   }
 
   bool check_rule(const TraceStep& step, std::string& reason) const {
-    if (step.rule > rules_.size() || rules_[step.rule - 1].text != step.label) {
+    if (step.rule > orders_.size() || orders_[step.rule - 1].front().text != step.label) {
       reason = "there is no rule with this number and text";
       return false;
     }
@@ -116,13 +119,23 @@ class Replay {
       reason = "the two terms have different sorts";
       return false;
     }
-    RuleMatch match(trace_, rules_[step.rule - 1]);
+    const std::vector<rules::Rule>& orders = orders_[step.rule - 1];
+    if (std::ranges::any_of(orders,
+                            [&](const rules::Rule& rule) { return check_order(step, rule, reason); })) {
+      return true;
+    }
+    if (orders.size() > 1) reason = "in no order of its operands does the rule lead to this term";
+    return false;
+  }
+
+  bool check_order(const TraceStep& step, const rules::Rule& rule, std::string& reason) const {
+    RuleMatch match(trace_, rule);
     if (const auto mismatch = match.mismatch(step.before, step.before_name)) {
       reason = fmt::format("{} at column {} of the rule", mismatch->reason, mismatch->column);
     } else if (!match.yields(step.after, known_)) {
       reason = "the rule yields another term";
     } else {
-      reason = counterexample(rules_[step.rule - 1], match);
+      reason = counterexample(rule, match);
     }
     return reason.empty();
   }
@@ -135,7 +148,7 @@ class Replay {
   }
 
   TraceFile trace_;
-  const std::vector<rules::Rule>& rules_;
+  const RuleOrders& orders_;
   Findings& findings_;
   KnownTerms known_{trace_};
   FoldingChecker folding_{trace_, known_};
@@ -158,13 +171,15 @@ std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::ve
   return num;
 }
 
-bool replay(const Input& input, const std::vector<rules::Rule>& rules, bool quiet, std::ostream& out) {
+bool replay(const Input& input, const std::vector<rules::Rule>& all_rules, bool quiet, std::ostream& out) {
   constexpr std::size_t input_as_written = 1, output_as_written = 3, num_parts = 4;
   const std::vector<TracePart> texts = parts_of_trace(input.text());
   Findings findings;
+  RuleOrders orders;
+  for (const rules::Rule& rule : all_rules) orders.push_back(rules::orders_of(rule));
   std::vector<std::unique_ptr<Replay>> parts;
   for (const TracePart& part : texts) {
-    parts.push_back(std::make_unique<Replay>(part, input.name(), rules, findings));
+    parts.push_back(std::make_unique<Replay>(part, input.name(), orders, findings));
     parts.back()->run(quiet, out);
   }
   if (parts.size() != num_parts) {

@@ -42,7 +42,9 @@ class Reader {
   }
 
   std::string read() const {
-    std::string text = pattern() + " becomes " + result();
+    std::string text = pattern();
+    if (rule_.is_unordered) text += ", with operands in any order,";
+    text += " becomes " + result();
     std::vector<std::string> ifs, wheres;
     for (const Condition& c : rule_.conditions) add_condition(c, ifs, wheres);
     if (!ifs.empty()) text += " if " + joined(ifs);

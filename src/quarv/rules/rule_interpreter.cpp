@@ -6,6 +6,7 @@
 #include <quarv/rules/rule_helpers.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/rules/rule_operations.h>
+#include <quarv/rules/rule_orders.h>
 
 namespace quarv::rules {
 
@@ -163,14 +164,28 @@ class Attempt {
 
 }  // namespace
 
-InterpretedRule::InterpretedRule(Rule rule)
-    : rule_(std::move(rule)), plan_(plan_match(rule_)), shapes_(child_shapes(rule_)) {}
+InterpretedRule::InterpretedRule(Rule rule) : rule_(std::move(rule)) {
+  for (Rule& order : orders_of(rule_)) {
+    MatchPlan plan = plan_match(order);
+    const ChildShapes shapes = child_shapes(order);
+    orders_.push_back({std::move(order), std::move(plan), shapes});
+  }
+}
 
 bool InterpretedRule::operator()(TermManager* mgr, const Term* t, const Term** out) const {
-  Attempt attempt(mgr, rule_);
+  for (std::size_t i = 0; i < orders_.size(); ++i) {
+    if (apply_order(i, mgr, t, out)) return true;
+  }
+  return false;
+}
+
+bool InterpretedRule::apply_order(std::size_t order, TermManager* mgr, const Term* t,
+                                  const Term** out) const {
+  const MatchPlan& plan = orders_[order].plan;
+  Attempt attempt(mgr, orders_[order].rule);
   const auto holds = [&](const Condition& condition) { return attempt.holds(condition); };
-  if (!attempt.match_pattern(t) || !std::ranges::all_of(plan_.tests, holds) ||
-      !std::ranges::all_of(plan_.bindings, holds) || !attempt.get_widths()) {
+  if (!attempt.match_pattern(t) || !std::ranges::all_of(plan.tests, holds) ||
+      !std::ranges::all_of(plan.bindings, holds) || !attempt.get_widths()) {
     return false;
   }
   const Term* const result = attempt.build_result();

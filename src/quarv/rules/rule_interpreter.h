@@ -27,14 +27,23 @@ class QUARV_API InterpretedRule final : public TermNormalizer::norm_fun {
   std::string_view get_name() const override { return rule_.name; }
   std::string get_signature() override { return rule_.text; }
   int get_group() const override { return 2; }
-  ChildShapes get_child_shapes() const override { return shapes_; }
+  ChildShapes get_child_shapes() const override { return orders_.front().shapes; }
+
+  std::size_t num_orders() const override { return rule_.is_unordered ? orders_.size() : 0; }
+  ChildShapes get_order_shapes(std::size_t order) const override { return orders_[order].shapes; }
+  bool apply_order(std::size_t order, TermManager* mgr, const Term* t, const Term** out) const override;
 
   const Rule& rule() const noexcept { return rule_; }
 
  private:
+  struct Order {
+    Rule rule;
+    MatchPlan plan;
+    ChildShapes shapes;
+  };
+
   Rule rule_;
-  MatchPlan plan_;
-  ChildShapes shapes_;
+  std::vector<Order> orders_;  // one, if the rule is matched as it is written
 };
 
 /// The rules of a rule file, to be registered with a normalizer. Throws RuleError.

@@ -29,6 +29,11 @@ constexpr Shape shape_of(const Signature& s) {
   }
 }
 
+/// Equality of bits commutes though constructors leave its operands as they are.
+constexpr std::uint8_t commutes_from(const OperatorRow& row) {
+  return row.tag == SymbolTag::BV_COMP ? 0 : row.commutes_from;
+}
+
 constexpr bool has_word(const OperatorRow& row) {
   return !row.rule_word.empty();
 }
@@ -40,11 +45,17 @@ constexpr std::array<Operator, num_words> words = [] {
   std::size_t n = 0;
   for (const OperatorRow& row : tagged_operators()) {
     if (!has_word(row)) continue;
-    all[n++] = {row.rule_word,   row.tag,
-                row.tag_name,    shape_of(row.signature),
-                row.num_indices, row.signature.arity,
-                row.member,      row.smtlib,
-                row.sign};
+    all[n++] = {row.rule_word,
+                row.tag,
+                row.tag_name,
+                shape_of(row.signature),
+                row.num_indices,
+                row.signature.arity,
+                row.member,
+                row.smtlib,
+                row.sign,
+                commutes_from(row),
+                row.chain == Chain::right && row.commutes_from == 0};
   }
   return all;
 }();
@@ -101,7 +112,8 @@ std::string transcribe(std::string_view text) {
 }  // namespace
 
 std::string class_name(const Rule& rule) {
-  std::string name = "GeneratedRewriteRule_" + transcribe(rule.pattern_text) + "_WITH_";
+  std::string name = rule.is_unordered ? "GeneratedUnorderedRule_" : "GeneratedRewriteRule_";
+  name += transcribe(rule.pattern_text) + "_WITH_";
   for (std::size_t i = 0; i < rule.conditions.size(); ++i) {
     const Condition& condition = rule.conditions[i];
     if (i > 0) name += '_';

@@ -15,6 +15,8 @@
 ///
 ///     bvadd-constant-first: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
 ///
+/// With `unordered` in place of `rewrite`, operands of commutative operators match in any order.
+///
 /// This header holds the syntax tree and the parser. It knows operators by tag and nothing of terms, so that
 /// the rule compiler, which runs before the library exists, links it alone.
 namespace quarv::rules {
@@ -56,6 +58,8 @@ struct Operator {
   std::string_view name;    ///< what the manager's `is_` and `make_` members end in: "bv_add"
   std::string_view smtlib;  ///< its name in SMT-LIB, without indices
   std::string_view sign;    ///< what prose writes between operands or before one; empty where there is none
+  std::uint8_t commutes_from = 255;  ///< from which argument on the order does not matter; 255: it does
+  bool associates = false;           ///< it commutes, and nested applications may be grouped in any way
 
   bool is_boolean() const noexcept { return shape == Shape::predicate || shape == Shape::negation; }
 };
@@ -189,11 +193,12 @@ struct ResultNode {
 /// The syntax tree of a rule, with all names resolved.
 struct Rule {
   std::string name;  ///< empty for a rule without one
-  std::string text;  ///< from "rewrite" on, without blanks around it
+  std::string text;  ///< from "rewrite" or "unordered" on, without blanks around it
   std::string pattern_text;
   std::string result_text;
   std::size_t line = 1;
-  std::size_t column = 1;  ///< of the name, or of the text
+  std::size_t column = 1;     ///< of the name, or of the text
+  bool is_unordered = false;  ///< written "unordered": see `orders_of`
   std::vector<PatternNode> pattern;
   std::vector<Parameter> parameters;
   std::vector<Condition> conditions;  ///< as written
@@ -208,16 +213,17 @@ inline constexpr std::size_t max_parameters = 32;
 inline constexpr std::size_t max_result_nodes = 64;
 inline constexpr std::size_t max_depth = 32;
 
-/// Parses one rule, `NAME: rewrite(...) >> ...` or without a name. Names are lower-case letters, digits and
-/// single hyphens between them, and begin with a letter. Throws RuleError, with `line` as its line.
+/// Parses one rule, `NAME: rewrite(...) >> ...`, with `unordered` for `rewrite` or not, or without a name.
+/// Names are lower-case letters, digits and single hyphens between them, and begin with a letter. Throws
+/// RuleError, with `line` as its line.
 QUARV_API Rule parse_rule(std::string_view text, std::size_t line = 1);
 
 /// Parses a rule file: one rule per line; empty lines and lines that begin with '#' are ignored. Throws
 /// RuleError, also where a name is given twice.
 QUARV_API std::vector<Rule> parse_rules(std::string_view text);
 
-/// "GeneratedRewriteRule_" and a transcription of the rule's text to an identifier: parentheses and commas
-/// become
+/// "GeneratedRewriteRule_", for unordered rules "GeneratedUnorderedRule_", and a transcription of the rule's
+/// text to an identifier: parentheses and commas become
 /// "_", blanks vanish, "==" becomes "_EQ_", "~" "NOT" and "-1" "ALL1". Of the conditions only identities are
 /// spelled out, the others leave their separators.
 QUARV_API std::string class_name(const Rule& rule);

@@ -1,6 +1,7 @@
 #include <map>
 #include <utility>
 
+#include <quarv/rules/rule_orders.h>
 #include <quarv/rules/rule_parser.h>
 
 namespace quarv::rules {
@@ -8,8 +9,9 @@ namespace quarv::rules {
 namespace {
 
 bool is_reserved(std::string_view word) {
-  static constexpr std::string_view words[] = {"rewrite", "const", "identity", "prec", "varvalue",
-                                               "pow2",    "fits",  "size",     "true", "false"};
+  static constexpr std::string_view words[] = {"rewrite", "unordered", "const", "identity",
+                                               "prec",    "varvalue",  "pow2",  "fits",
+                                               "size",    "true",      "false"};
   return std::ranges::find(words, word) != std::ranges::end(words) || find_operator(word) != nullptr;
 }
 
@@ -17,7 +19,10 @@ bool is_reserved(std::string_view word) {
 
 Rule RuleParser::parse() {
   const std::size_t start = lexer_.offset();
-  if (!lexer_.at_word("rewrite")) lexer_.fail("expected \"rewrite\" but found " + lexer_.found());
+  rule_.is_unordered = lexer_.at_word("unordered");
+  if (!rule_.is_unordered && !lexer_.at_word("rewrite")) {
+    lexer_.fail("expected \"rewrite\" or \"unordered\" but found " + lexer_.found());
+  }
   lexer_.advance();
   lexer_.expect("(");
   std::size_t begin = lexer_.offset();
@@ -38,7 +43,8 @@ Rule RuleParser::parse() {
   if (lexer_.token() != RuleLexer::Token::end)
     lexer_.fail("nothing may follow the rule, found " + lexer_.found());
   rule_.text = lexer_.slice(start, lexer_.previous_end());
-  resolve_result(tree, &rule_);  // throws with the line and column of the node
+  resolve_result(tree, &rule_);              // throws with the line and column of the node
+  if (rule_.is_unordered) orders_of(rule_);  // throws when they are too many
   return std::move(rule_);
 }
 

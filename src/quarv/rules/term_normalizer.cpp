@@ -62,10 +62,18 @@ std::size_t TermNormalizer::set_rule_enabled(std::string_view name_or_signature,
 
 void TermNormalizer::build_index() {
   std::vector<rules::RuleIndex::Entry> entries;
+  candidates_.clear();
+  const auto add = [&](std::size_t i, std::uint32_t order, const rules::ChildShapes& shapes) {
+    norm_fun& rule = *rules_[i].fun;
+    entries.push_back({static_cast<std::uint32_t>(candidates_.size()), rule.get_applicant(), shapes});
+    candidates_.push_back({&rule, static_cast<std::uint32_t>(i), order});
+  };
   for (std::size_t i = 0; i < rules_.size(); ++i) {
     if (!rules_[i].enabled) continue;
-    norm_fun& rule = *rules_[i].fun;
-    entries.push_back({static_cast<std::uint32_t>(i), rule.get_applicant(), rule.get_child_shapes()});
+    const norm_fun& rule = *rules_[i].fun;
+    const auto num_orders = static_cast<std::uint32_t>(rule.num_orders());
+    if (num_orders == 0) add(i, Candidate::as_written, rule.get_child_shapes());
+    for (std::uint32_t order = 0; order < num_orders; ++order) add(i, order, rule.get_order_shapes(order));
   }
   index_.build(entries);
   index_is_current_ = true;
@@ -224,14 +232,15 @@ const Term* TermNormalizer::apply_rule(const Term* t) {
   const Term* result = t;
   for (const std::uint32_t i : index_.candidates(tag, tag_of_child(0), tag_of_child(1))) {
     ++statistics_.attempts;
+    const Candidate& candidate = candidates_[i];
     // A rule that yields the term itself has rewritten nothing.
-    if (!(*rules_[i].fun)(mgr_, t, &result) || result == t) continue;
+    if (!candidate.apply(mgr_, t, &result) || result == t) continue;
     if (applied_ == budget()) {
       budget_spent_ = true;
       return t;
     }
     ++applied_;
-    if (observer_ != nullptr) observer_->on_rule(i, t, result);
+    if (observer_ != nullptr) observer_->on_rule(candidate.rule, t, result);
     return result;
   }
   return t;

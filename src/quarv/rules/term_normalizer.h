@@ -54,6 +54,15 @@ class QUARV_API TermNormalizer {
     /// What the rule asks of the root's first two arguments. It is never called on terms that do not meet
     /// this.
     virtual rules::ChildShapes get_child_shapes() const { return {}; }
+
+    /// In how many orders of its operands the rule is matched; 0 for a rule that is matched as it is written.
+    /// A call of an unordered rule tries its orders one after the other. The index tries, in the same order,
+    /// those alone whose shapes a term has.
+    virtual std::size_t num_orders() const { return 0; }
+    virtual rules::ChildShapes get_order_shapes(std::size_t /*order*/) const { return {}; }
+    virtual bool apply_order(std::size_t /*order*/, TermManager* mgr, const Term* t, const Term** out) const {
+      return (*this)(mgr, t, out);
+    }
   };
 
   /// Counts since the normalizer was made or `reset_statistics` was called.
@@ -138,6 +147,19 @@ class QUARV_API TermNormalizer {
     bool rules_tried;  // its arguments were normal
   };
 
+  /// What the index leads to: a rule, or one order of an unordered rule.
+  struct Candidate {
+    static constexpr std::uint32_t as_written = ~std::uint32_t{0};
+
+    const norm_fun* fun;
+    std::uint32_t rule;
+    std::uint32_t order;
+
+    bool apply(TermManager* mgr, const Term* t, const Term** out) const {
+      return order == as_written ? (*fun)(mgr, t, out) : fun->apply_order(order, mgr, t, out);
+    }
+  };
+
   void build_index();
   void prepare(TermManager* mgr);
   void run();
@@ -160,6 +182,7 @@ class QUARV_API TermNormalizer {
 
   std::vector<OwnedRule> rules_;
   rules::RuleIndex index_;
+  std::vector<Candidate> candidates_;
   bool index_is_current_ = false;
   bool inputs_are_simplified_ = false;
 

@@ -25,9 +25,24 @@ class FileRule final : public TermNormalizer::norm_fun {
   int get_group() const override { return rule_->get_group(); }
   rules::ChildShapes get_child_shapes() const override { return rule_->get_child_shapes(); }
 
+  std::size_t num_orders() const override { return rule_->num_orders(); }
+  rules::ChildShapes get_order_shapes(std::size_t order) const override {
+    return rule_->get_order_shapes(order);
+  }
+
   bool operator()(TermManager* mgr, const Term* t, const Term** out) const override {
+    return located([&] { return (*rule_)(mgr, t, out); });
+  }
+  bool apply_order(std::size_t order, TermManager* mgr, const Term* t, const Term** out) const override {
+    return located([&] { return rule_->apply_order(order, mgr, t, out); });
+  }
+
+ private:
+  /// What `apply` returns; what it throws, with the place in the file.
+  template <class Apply>
+  bool located(const Apply& apply) const {
     try {
-      return (*rule_)(mgr, t, out);
+      return apply();
     } catch (const rules::RuleError& e) {
       throw InputError(file_, e.line(), e.column(), e.reason());
     } catch (const SortError& e) {
@@ -36,7 +51,6 @@ class FileRule final : public TermNormalizer::norm_fun {
     }
   }
 
- private:
   std::unique_ptr<rules::InterpretedRule> rule_;
   std::string file_;
 };

@@ -11,6 +11,7 @@
 #include "replay/replay_checker.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_interpreter.h>
+#include <quarv/rules/rule_orders.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/trace.h>
@@ -90,18 +91,36 @@ void explain_mismatch(const Input& context, const std::string& label, const rule
 
   const std::string head = fmt::format("rule {}: ", label);
   out << head << rule.text << '\n';
-  RuleMatch match(trace, rule);
-  const auto mismatch = match.mismatch(trace.term(given.name()), given.name());
-  if (!mismatch) {
-    out << "applies to " << shown.text(root) << "\n";
-    out << "yields     " << given.rewritten(rule) << '\n';
-    return;
+  const std::vector<rules::Rule> orders = rules::orders_of(rule);
+  std::ostringstream failures;
+  for (std::size_t i = 0; i < orders.size(); ++i) {
+    RuleMatch match(trace, orders[i]);
+    const auto mismatch = match.mismatch(trace.term(given.name()), given.name());
+    if (!mismatch) {
+      out << "applies to " << shown.text(root);
+      if (rule.is_unordered) out << " as " << rules::pattern_in_order(orders[i]);
+      out << "\nyields     " << given.rewritten(rule) << '\n';
+      return;
+    }
+    if (rule.is_unordered) {
+      failures << fmt::format("{}. {}: {}\n", i + 1, rules::pattern_in_order(orders[i]), mismatch->reason);
+    } else {
+      failures << std::string(head.size() + mismatch->column - 1, ' ') << "^\n";
+      failures << "does not apply: " << mismatch->reason << '\n';
+    }
+    const char* const margin = rule.is_unordered ? "     " : "  ";
+    const TraceTerms::Id place = names(match.term(mismatch->position));
+    failures << margin << "in   " << shown.text_at(root, place, place) << '\n';
+    if (!mismatch->in_pattern) {
+      failures << margin << "with " << bindings(orders[i], match, names, shown) << '\n';
+    }
   }
-  out << std::string(head.size() + mismatch->column - 1, ' ') << "^\n";
-  const TraceTerms::Id place = names(match.term(mismatch->position));
-  out << "does not apply: " << mismatch->reason << '\n';
-  out << "  in   " << shown.text_at(root, place, place) << '\n';
-  if (!mismatch->in_pattern) out << "  with " << bindings(rule, match, names, shown) << '\n';
+  if (rule.is_unordered) {
+    out << fmt::format("does not apply in {}\n", orders.size() == 1
+                                                     ? "its only order"
+                                                     : fmt::format("any of its {} orders", orders.size()));
+  }
+  out << failures.str();
 }
 
 }  // namespace quarv::cli

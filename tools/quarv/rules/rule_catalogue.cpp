@@ -31,12 +31,12 @@ std::vector<rules::Rule> registered_rules(void (*register_rules)(TermNormalizer*
   return all;
 }
 
-/// Appends the rules of a file.
-void read_rules(const std::string& file, std::vector<rules::Rule>& all) {
+/// Appends the rules of a file, whose names `is_taken` may refuse.
+void read_rules(const std::string& file, bool (*is_taken)(std::string_view), std::vector<rules::Rule>& all) {
   const Input input(file);
   try {
     for (rules::Rule& rule : rules::parse_rules(input.text())) {
-      if (!rule.name.empty() && (find_rule(all, rule.name) || is_extended_rule(rule.name))) {
+      if (!rule.name.empty() && (find_rule(all, rule.name) || is_taken(rule.name))) {
         throw rules::RuleError(rule.line, rule.column, "another rule already has this name");
       }
       all.push_back(std::move(rule));
@@ -59,13 +59,15 @@ std::vector<rules::Rule> extended_rules() {
 
 std::vector<rules::Rule> rules_of_file(const std::string& file) {
   std::vector<rules::Rule> all;
-  read_rules(file, all);
+  // They are alone, and may be those of the tree.
+  read_rules(
+      file, [](std::string_view) { return false; }, all);
   return all;
 }
 
 std::vector<rules::Rule> all_rules_and(const std::vector<std::string>& files) {
   std::vector<rules::Rule> all = standard_rules();
-  for (const std::string& file : files) read_rules(file, all);
+  for (const std::string& file : files) read_rules(file, &is_extended_rule, all);
   for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
   return all;
 }

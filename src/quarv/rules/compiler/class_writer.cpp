@@ -1,6 +1,7 @@
 #include "quarv/rules/compiler/class_writer.h"
 
 #include <quarv/rules/child_shapes.h>
+#include <quarv/rules/rule_orders.h>
 #include <quarv/term/operators.h>
 
 namespace rulec {
@@ -43,6 +44,24 @@ std::string shape_text(const ChildShape& shape) {
   return "rules::ChildShape::any()";
 }
 
+std::string order_members(const Rule& rule) {
+  std::string shapes;
+  std::size_t num_orders = 0;
+  for (const Rule& order : quarv::rules::orders_of(rule)) {
+    const auto s = quarv::rules::child_shapes(order);
+    shapes += "        {" + shape_text(s[0]) + ", " + shape_text(s[1]) + "},\n";
+    ++num_orders;
+  }
+  const std::string number = std::to_string(num_orders);
+  return "  std::size_t num_orders() const override { return " + number +
+         "; }\n  rules::ChildShapes get_order_shapes(std::size_t order) const override {\n"
+         "    static constexpr rules::ChildShapes shapes[] = {\n" +
+         shapes +
+         "    };\n    return shapes[order];\n  }\n"
+         "  bool apply_order(std::size_t order, TermManager* mgr, const Term* root, const Term** out) const "
+         "override;\n";
+}
+
 std::string class_definition(const Rule& rule) {
   std::string text = "\n/// ";
   if (!rule.name.empty()) text += rule.name + ": ";
@@ -55,6 +74,7 @@ std::string class_definition(const Rule& rule) {
   }
   text += "  std::string get_signature() override { return " + literal(rule.text) + "; }\n";
   text += "  int get_group() const override { return 2; }\n";
+  if (rule.is_unordered) return text + order_members(rule) + "};\n";
   const auto shapes = quarv::rules::child_shapes(rule);
   if (shapes[0].kind != ChildShape::Kind::any || shapes[1].kind != ChildShape::Kind::any) {
     text += "  rules::ChildShapes get_child_shapes() const override {\n";

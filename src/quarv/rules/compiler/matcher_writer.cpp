@@ -3,6 +3,7 @@
 #include <vector>
 
 #include <quarv/rules/match_plan.h>
+#include <quarv/rules/rule_orders.h>
 
 namespace rulec {
 
@@ -15,14 +16,14 @@ class MatcherWriter {
   explicit MatcherWriter(const Rule& rule)
       : rule_(rule), plan_(plan_match(rule)), width_known_(rule.pattern.size(), false) {}
 
-  std::string write() {
+  /// The function of that name; `qualifiers` stand behind its parameters.
+  std::string write(const std::string& function, const std::string& qualifiers) {
     write_recognizers();
     write_variables();
     for (const Condition& test : plan_.tests) write_test(test);
     for (const Condition& binding : plan_.bindings) write_binding(binding);
     write_result();
-    return "\n// " + rule_.text + "\nbool " + class_name(rule_) + "::operator()(" + parameters() +
-           ") const {\n" + body_ + "}\n";
+    return "bool " + function + "(" + parameters() + ")" + qualifiers + " {\n" + body_ + "}\n";
   }
 
  private:
@@ -291,8 +292,37 @@ std::string matcher_prologue(std::string_view set) {
   return text + "#include \"" + name + "_rule_classes.h\"\n\nnamespace quarv {\n";
 }
 
+namespace {
+
+/// A function for each order, and the two members that call them.
+std::string unordered_matcher(const Rule& rule) {
+  const std::string name = class_name(rule);
+  std::string text = "\n// " + rule.text + "\nnamespace {\n";
+  std::string cases;
+  std::size_t number = 0;
+  for (const Rule& order : orders_of(rule)) {
+    const std::string function = name + "_ORDER_" + std::to_string(number);
+    text += "\n// " + pattern_in_order(order) + "\n" + MatcherWriter(order).write(function, "");
+    cases += "    case " + std::to_string(number) + ":\n      return " + function + "(mgr, root, out);\n";
+    ++number;
+  }
+  text += "\n}  // namespace\n";
+  text += "\nbool " + name +
+          "::apply_order(std::size_t order, TermManager* mgr, const Term* root, const Term** out) const {\n"
+          "  switch (order) {\n" +
+          cases + "    default:\n      return false;\n  }\n}\n";
+  return text + "\nbool " + name +
+         "::operator()(TermManager* mgr, const Term* root, const Term** out) const {\n"
+         "  for (std::size_t order = 0; order < " +
+         std::to_string(number) +
+         "; ++order) {\n    if (apply_order(order, mgr, root, out)) return true;\n  }\n  return false;\n}\n";
+}
+
+}  // namespace
+
 std::string matcher(const Rule& rule) {
-  return MatcherWriter(rule).write();
+  if (rule.is_unordered) return unordered_matcher(rule);
+  return "\n// " + rule.text + "\n" + MatcherWriter(rule).write(class_name(rule) + "::operator()", " const");
 }
 
 }  // namespace rulec
