@@ -121,6 +121,8 @@ class RuleCandidates {
       case PatternNode::Kind::application:
         t = make_application(position, width);
         break;
+      case PatternNode::Kind::constant:
+        break;  // not in rules on bit-vectors
     }
     terms_[position] = t;
     return t;

@@ -112,7 +112,11 @@ TEST(RuleQuery, MendedRulesHold) {
 TEST(RuleQuery, WritesConditionsAndTerms) {
   const Rule rule =
       parse_rule("rewrite(bvadd(bvmul(t1, t2), t_0), identity(t2, t_0), pow2(t1, n)) >> bvlshl(t2, n)");
-  const RuleInstance instance = {{2, 2, 2, 2, 2}, {1}};
+  RuleInstance instance;
+  instance.widths = {2, 2, 2, 2, 2};
+  instance.integers = {1};
+  instance.sorts.resize(rule.sorts.size());
+  instance.sort_widths.resize(rule.sorts.size());
   const RuleQuery query = make_query(rule, instance, "'");
   EXPECT_EQ(query.pattern, "(bvadd (bvmul t1' t2') t2')");
   EXPECT_EQ(query.conditions, "(and true (= t1' #b10))");

@@ -18,6 +18,7 @@
 #include "io/process.h"
 #include "rules/mine/corpus.h"
 #include "rules/rule_catalogue.h"
+#include "rules/rule_checker.h"
 #include <quarv/rules/rule_in_words.h>
 
 namespace quarv::cli {
@@ -32,6 +33,9 @@ std::string soundness(const rules::Rule& rule) {
   }
   if (const std::string both = contradiction(rule); !both.empty()) {
     return fmt::format("yes: it never applies, {} exclude each other", both);
+  }
+  if (!has_widths(rule)) {
+    return fmt::format("yes: proved for {} ({})", list_of_instances(rule, {}), solvers);
   }
   return fmt::format("yes: proved for widths 1 to 5 and larger ones up to {} ({})", proved_up_to(rule.name),
                      solvers);
@@ -120,7 +124,8 @@ int show(const std::string& name_or_number) {
   line("text", rule.text);
   line("class", class_name(rule));
   line("sound", soundness(rule));
-  line("proof", proof_of(number).text);
+  line("proof", is_about_bit_vectors_alone(rule) ? proof_of(number).text
+                                                 : "none but the solver's: it is not of bit-vectors alone");
   line("reads", in_words(rule));
   output.commit();
   return success;

@@ -140,6 +140,7 @@ class StatementWriter {
         if (op.num_arguments == 2) demand("same_width");
         break;
       case Shape::negation:
+      case Shape::mixed:
         break;
     }
     return text;
@@ -176,12 +177,20 @@ class StatementWriter {
         return "(width " + terms_[e.index] + ')';
       case IntExpr::Kind::value:
         return "(bv2nat " + terms_[e.index] + ')';
+      case IntExpr::Kind::product:
+        return exact(e, " * ");
       case IntExpr::Kind::sum:
+        if (reads_value(e)) return exact(e, " + ");
         return "(word_add " + integer(e.operands[0]) + ' ' + integer(e.operands[1]) + ')';
       case IntExpr::Kind::difference:
+        if (reads_value(e)) return exact(e, " - ");
         return "(word_sub " + integer(e.operands[0]) + ' ' + integer(e.operands[1]) + ')';
     }
     return {};
+  }
+
+  std::string exact(const IntExpr& e, const char* sign) const {
+    return '(' + integer(e.operands[0]) + sign + integer(e.operands[1]) + ')';
   }
 
   void add_condition(const Condition& c) {
@@ -211,7 +220,11 @@ class StatementWriter {
       case Condition::Kind::is_not_const:
       case Condition::Kind::precedes:
       case Condition::Kind::binding:
+      case Condition::Kind::has_sort:
         return;
+      case Condition::Kind::has_number:
+      case Condition::Kind::has_constant:
+        return;  // not of bit-vectors
     }
   }
 
@@ -237,6 +250,9 @@ class StatementWriter {
             node.width.from_result ? results[node.width.index] : terms_[node.width.index];
         return "(literal " + value + " (width " + like + "))";
       }
+      case ResultNode::Kind::number:
+      case ResultNode::Kind::constant:
+        return {};  // not of bit-vectors
       case ResultNode::Kind::application:
         break;
     }

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include <quarv/rules/child_shapes.h>
 
 namespace quarv::rules {
@@ -8,13 +10,15 @@ namespace {
 /// narrows alike.
 ChildShape variable_shape(const Rule& rule, std::size_t position) {
   constexpr ChildShape constant = ChildShape::headed_by(SymbolTag::CONSTANT);
-  const auto reads_value = [&](const IntExpr& e) {
-    return e.kind == IntExpr::Kind::value && e.index == position;
+  const auto reads_value = [&](const auto& self, const IntExpr& e) -> bool {
+    return (e.kind == IntExpr::Kind::value && e.index == position) ||
+           std::ranges::any_of(e.operands, [&](const IntExpr& operand) { return self(self, operand); });
   };
   for (const Condition& condition : rule.conditions) {
     switch (condition.kind) {
       case Condition::Kind::is_const:
       case Condition::Kind::has_value:
+      case Condition::Kind::has_number:
       case Condition::Kind::power_of_two:
         if (condition.a == position) return constant;
         break;
@@ -23,7 +27,9 @@ ChildShape variable_shape(const Rule& rule, std::size_t position) {
         break;
       case Condition::Kind::compare_values:
       case Condition::Kind::fits:
-        if (reads_value(condition.left) || reads_value(condition.right)) return constant;
+        if (reads_value(reads_value, condition.left) || reads_value(reads_value, condition.right)) {
+          return constant;
+        }
         break;
       default:
         break;
@@ -45,6 +51,9 @@ ChildShapes child_shapes(const Rule& rule) {
         break;
       case PatternNode::Kind::literal:
         shapes[i] = ChildShape::headed_by(SymbolTag::CONSTANT);
+        break;
+      case PatternNode::Kind::constant:
+        if (node.constant >= NamedConstant::nan) shapes[i] = ChildShape::headed_by(SymbolTag::CONSTANT);
         break;
       case PatternNode::Kind::application:
         shapes[i] = ChildShape::headed_by(node.op->tag);

@@ -15,6 +15,7 @@ Cost own_cost(const Condition& condition) {
   switch (condition.kind) {
     case Kind::identity:
     case Kind::precedes:
+    case Kind::has_sort:
       return pointers;
     case Kind::compare:
     case Kind::binding: {
@@ -93,13 +94,18 @@ class Planner {
   std::vector<Step> literal_steps() const {
     std::vector<Step> steps;
     for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
-      if (rule_.pattern[i].kind != PatternNode::Kind::literal) continue;
+      const PatternNode& node = rule_.pattern[i];
+      const bool is_literal = node.kind == PatternNode::Kind::literal;
+      if (!is_literal && node.kind != PatternNode::Kind::constant) continue;
+      const bool has_width = rule_.sorts[node.sort].kind == SortKind::bit_vector;
       Condition test;
-      test.kind = Kind::has_value;
+      test.kind = !is_literal ? Kind::has_constant : has_width ? Kind::has_value : Kind::has_number;
       test.a = i;
-      test.value = rule_.pattern[i].value;
+      test.value = node.value;
+      test.constant = node.constant;
       steps.push_back({numerals, std::move(test)});
     }
+    for (const Condition& test : rule_.sort_tests) steps.push_back({own_cost(test), test});
     return steps;
   }
 

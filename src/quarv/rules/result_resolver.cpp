@@ -11,12 +11,8 @@ namespace {
 using Kind = ResultNode::Kind;
 
 bool is_constant(const ResultTree& tree) {
-  return tree.node.kind == Kind::literal || tree.node.kind == Kind::exponent;
-}
-
-bool is_boolean(const ResultTree& tree) {
-  if (tree.node.kind == Kind::application) return tree.node.op->is_boolean();
-  return tree.node.kind == Kind::truth;
+  return tree.node.kind == Kind::literal || tree.node.kind == Kind::exponent ||
+         tree.node.kind == Kind::constant;
 }
 
 /// True when the arguments of an operator have one width, so that a constant takes that of its neighbour.
@@ -26,15 +22,22 @@ bool shares_width(const Operator& op) {
 
 class ResultBuilder {
  public:
-  explicit ResultBuilder(Rule* rule) : rule_(rule) {}
+  ResultBuilder(SortInference* sorts, Rule* rule) : sorts_(sorts), rule_(rule) {}
+
+  /// Finds the sorts in `tree`, whose root has that of the pattern.
+  void infer_sorts(ResultTree* tree) {
+    infer(tree);
+    const std::size_t wanted = rule_->pattern.front().sort;
+    if (sorts_->unite_but_for_widths(tree->node.sort, wanted)) return;
+    fail(*tree, "the pattern is " + std::string(description(sorts_->kind(wanted))) + ", its result is not");
+  }
 
   /// Appends the nodes of `tree`, whose width, when it cannot be told from below, is that of `outer`. Returns
   /// the number of the root.
   std::size_t build(const ResultTree& tree, std::optional<WidthSource> outer) {
     ResultNode node = tree.node;
     if (is_constant(tree)) {
-      if (!outer) fail(tree, "the width of this constant cannot be inferred");
-      node.width = *outer;
+      resolve_constant(tree, outer, &node);
     } else if (node.kind == Kind::application) {
       node.arguments = build_arguments(tree, outer);
     }
@@ -43,28 +46,81 @@ class ResultBuilder {
     return rule_->result.size() - 1;
   }
 
-  void check_sorts(const ResultTree& tree) const {
-    if (tree.node.kind != Kind::application) return;
-    const bool wants_boolean = tree.node.op->shape == Shape::negation;
-    for (const ResultTree& child : tree.children) {
-      if (is_boolean(child) != wants_boolean) {
-        fail(child, quoted(tree.node.op->word) + " needs a " +
-                        (wants_boolean ? "truth value" : "bit-vector") + " here");
-      }
-      check_sorts(child);
-    }
-  }
-
   [[noreturn]] void fail(const ResultTree& tree, const std::string& reason) const {
     throw RuleError(rule_->line, tree.column, reason);
   }
 
  private:
+  void infer(ResultTree* tree) {
+    ResultNode& node = tree->node;
+    switch (node.kind) {
+      case Kind::subterm:
+        node.sort = rule_->pattern[node.index].sort;
+        return;
+      case Kind::truth:
+        node.sort = sorts_->make(SortKind::boolean);
+        return;
+      case Kind::constant:
+        node.sort = sorts_->make(node.constant <= NamedConstant::toward_zero ? SortKind::rounding_mode
+                                                                             : SortKind::floating_point);
+        return;
+      case Kind::exponent:
+        node.sort = sorts_->make(SortKind::bit_vector);
+        return;
+      case Kind::literal:
+      case Kind::number:
+        node.sort = sorts_->make();
+        return;
+      case Kind::application:
+        break;
+    }
+    std::vector<std::size_t> arguments;
+    for (ResultTree& child : tree->children) {
+      infer(&child);
+      arguments.push_back(child.node.sort);
+    }
+    std::optional<SortInference::Misfit> misfit;
+    // The widths of operators that are not on bit-vectors alone follow from nothing else.
+    node.sort = sorts_->apply(*node.op, arguments, node.op->shape == Shape::mixed, &misfit);
+    if (!misfit) return;
+    fail(tree->children[misfit->argument],
+         quoted(node.op->word) + " needs " + std::string(description(misfit->needed)) + " here");
+  }
+
+  void resolve_constant(const ResultTree& tree, std::optional<WidthSource> outer, ResultNode* node) {
+    const SortKind kind = sorts_->kind(node->sort);
+    if (kind == SortKind::integer || kind == SortKind::real || kind == SortKind::number) {
+      node->kind = Kind::number;
+      return;
+    }
+    if (node->kind == Kind::literal && kind != SortKind::bit_vector && kind != SortKind::open) {
+      fail(tree, "a numeral cannot be " + std::string(description(kind)));
+    }
+    if (kind == SortKind::rounding_mode) return;
+    if (!outer) outer = position_of_sort(node->sort);
+    if (!outer) fail(tree, "the width of this constant cannot be inferred");
+    if (node->kind == Kind::literal && node->value < -1) {
+      fail(tree, "of a bit-vector, the only negative constant is -1, all ones");
+    }
+    node->width = *outer;
+    if (kind == SortKind::open) sorts_->make_bit_vector(node->sort);
+  }
+
+  /// A place of the pattern with that very sort.
+  std::optional<WidthSource> position_of_sort(std::size_t sort) const {
+    for (std::size_t i = 0; i < rule_->pattern.size(); ++i) {
+      if (sorts_->are_same(rule_->pattern[i].sort, sort)) return WidthSource{false, i};
+    }
+    return std::nullopt;
+  }
+
   std::vector<std::size_t> build_arguments(const ResultTree& tree, std::optional<WidthSource> outer) {
     const Operator& op = *tree.node.op;
     std::vector<std::optional<std::size_t>> built(tree.children.size());
     std::optional<WidthSource> width;
-    if (shares_width(op)) {
+    if (op.tag == SymbolTag::TERM_ITE) {
+      width = outer;
+    } else if (shares_width(op)) {
       width = variable_width(tree);
       for (std::size_t i = 0; !width && i < tree.children.size(); ++i) {
         if (!has_own_width(tree.children[i])) continue;
@@ -91,6 +147,7 @@ class ResultBuilder {
   /// True when the width of every constant in `tree` can be told from within.
   static bool has_own_width(const ResultTree& tree) {
     if (tree.node.kind != Kind::application) return tree.node.kind == Kind::subterm;
+    if (tree.node.op->shape == Shape::mixed) return tree.node.op->tag != SymbolTag::TERM_ITE;
     bool any = false;
     bool all = true;
     for (const ResultTree& child : tree.children) {
@@ -100,21 +157,18 @@ class ResultBuilder {
     return shares_width(*tree.node.op) ? any : all;
   }
 
+  SortInference* sorts_;
   Rule* rule_;
 };
 
 }  // namespace
 
-void resolve_result(const ResultTree& tree, Rule* rule) {
-  ResultBuilder builder(rule);
-  builder.check_sorts(tree);
-  const bool rewrites_boolean = rule->pattern.front().op->is_boolean();
-  if (is_boolean(tree) != rewrites_boolean) {
-    builder.fail(tree, rewrites_boolean ? "the pattern is a truth value, its result is not"
-                                        : "the pattern is a bit-vector, its result is not");
-  }
+void resolve_result(ResultTree tree, SortInference* sorts, Rule* rule) {
+  ResultBuilder builder(sorts, rule);
+  builder.infer_sorts(&tree);
   // A constant at the root has the width of the term that it replaces.
-  builder.build(tree, rewrites_boolean ? std::nullopt : std::optional(WidthSource{false, 0}));
+  const bool has_width = sorts->kind(tree.node.sort) == SortKind::bit_vector;
+  builder.build(tree, has_width ? std::optional(WidthSource{false, 0}) : std::nullopt);
 }
 
 }  // namespace quarv::rules

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <quarv/rules/rule_language.h>
+#include <quarv/rules/rule_sorts.h>
 
 namespace quarv::rules {
 
@@ -14,9 +15,9 @@ struct ResultTree {
   std::size_t column = 0;
 };
 
-/// Fills `rule->result` from `tree`: checks that truth values and bit-vectors stand where they may, finds for
-/// every constant the operand whose width it takes, and orders the nodes so that whatever a node needs is
-/// built before it, otherwise from left to right. Throws RuleError.
-void resolve_result(const ResultTree& tree, Rule* rule);
+/// Fills `rule->result` from `tree`: finds the sorts, which must fit, and for every constant the operand
+/// whose width it takes, and orders the nodes so that whatever a node needs is built before it, otherwise
+/// from left to right. Throws RuleError.
+void resolve_result(ResultTree tree, SortInference* sorts, Rule* rule);
 
 }  // namespace quarv::rules

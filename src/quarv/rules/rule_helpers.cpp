@@ -5,8 +5,131 @@
 
 #include <quarv/numbers/bv_number.h>
 #include <quarv/rules/rule_helpers.h>
+#include <quarv/term/operators.h>
 
 namespace quarv::rules {
+
+bool has_sort(const TermManager* mgr, const Term* t, SortKind kind) {
+  const DataType* type = mgr->type_of(t);
+  switch (kind) {
+    case SortKind::boolean:
+      return type == mgr->bool_type;
+    case SortKind::integer:
+      return type == mgr->int_type;
+    case SortKind::real:
+    case SortKind::number:
+      return mgr->is_arithmetic_type(type);
+    case SortKind::rounding_mode:
+      return type == mgr->rounding_mode_type;
+    case SortKind::bit_vector:
+      return mgr->is_bv_type(type);
+    case SortKind::floating_point:
+      return mgr->is_fp_type(type);
+    case SortKind::array:
+      return mgr->is_array_type(type);
+    case SortKind::open:
+      break;
+  }
+  return true;
+}
+
+namespace {
+
+/// The exponent all ones, and nothing else.
+QNumber infinity(std::size_t exponent_width, std::size_t significand_width) {
+  mpz_class bits = (mpz_class(1) << exponent_width) - 1;
+  bits <<= significand_width;
+  return QNumber(bits, mpz_class(1));
+}
+
+QNumber sign_bit(std::size_t exponent_width, std::size_t significand_width) {
+  return QNumber(mpz_class(mpz_class(1) << (exponent_width + significand_width)), mpz_class(1));
+}
+
+}  // namespace
+
+bool is_constant(const TermManager* mgr, const Term* t, NamedConstant constant) {
+  switch (constant) {
+    case NamedConstant::true_value:
+      return t == mgr->true_term;
+    case NamedConstant::false_value:
+      return t == mgr->false_term;
+    case NamedConstant::nearest_even:
+      return mgr->is_fprounding_even(t->symbol);
+    case NamedConstant::nearest_away:
+      return mgr->is_fprounding_away(t->symbol);
+    case NamedConstant::toward_positive:
+      return mgr->is_fprounding_plus_inf(t->symbol);
+    case NamedConstant::toward_negative:
+      return mgr->is_fprounding_minus_inf(t->symbol);
+    case NamedConstant::toward_zero:
+      return mgr->is_fprounding_zero(t->symbol);
+    default:
+      break;
+  }
+  const QNumber* bits = mgr->get_number(t->symbol);
+  const DataType* type = mgr->type_of(t);
+  if (bits == nullptr) return false;
+  std::size_t ew, mw;
+  if (!mgr->get_format_from_type(type, &ew, &mw)) return false;
+  const QNumber sign = sign_bit(ew, mw);
+  switch (constant) {
+    case NamedConstant::plus_zero:
+      return *bits == QNumber(0L);
+    case NamedConstant::minus_zero:
+      return *bits == sign;
+    case NamedConstant::plus_infinity:
+      return *bits == infinity(ew, mw);
+    case NamedConstant::minus_infinity:
+      return *bits == sign + infinity(ew, mw);
+    default:
+      return (*bits >= sign ? *bits - sign : *bits) > infinity(ew, mw);
+  }
+}
+
+const Term* make_constant(TermManager* mgr, NamedConstant constant, const Term* like) {
+  switch (constant) {
+    case NamedConstant::true_value:
+    case NamedConstant::false_value:
+      return mgr->make_bool(constant == NamedConstant::true_value);
+    case NamedConstant::nearest_even:
+      return mgr->make_rounding_even();
+    case NamedConstant::nearest_away:
+      return mgr->make_rounding_away();
+    case NamedConstant::toward_positive:
+      return mgr->make_rounding_plus_inf();
+    case NamedConstant::toward_negative:
+      return mgr->make_rounding_minus_inf();
+    case NamedConstant::toward_zero:
+      return mgr->make_rounding_zero();
+    default:
+      break;
+  }
+  std::size_t ew, mw;
+  if (!mgr->get_format_from_type(mgr->type_of(like), &ew, &mw)) return nullptr;
+  QNumber bits(0L);
+  if (constant == NamedConstant::nan) {
+    bits = infinity(ew, mw) + QNumber(mpz_class(mpz_class(1) << (mw - 1)), mpz_class(1));
+  } else if (constant == NamedConstant::plus_infinity || constant == NamedConstant::minus_infinity) {
+    bits = infinity(ew, mw);
+  }
+  if (constant == NamedConstant::minus_infinity || constant == NamedConstant::minus_zero) {
+    bits = bits + sign_bit(ew, mw);
+  }
+  return mgr->make_fp_bits_number(bits, ew, mw);
+}
+
+bool is_named_operation(const TermManager* mgr, const Term* t, std::string_view name) {
+  return mgr->get_tag(t->symbol) == SymbolTag::OPAQUE && name == t->symbol->name;
+}
+
+const Term* make_named_operation(TermManager* mgr, std::string_view name,
+                                 std::initializer_list<const Term*> args) {
+  for (const OperatorRow& row : opaque_operators()) {
+    if (row.smtlib == name) return mgr->make_operation(row, {}, TermManager::Args(args.begin(), args.size()));
+  }
+  return nullptr;
+}
 
 bool is_all_ones(const TermManager* mgr, const Term* t) {
   const QNumber* value = mgr->get_number(t->symbol);

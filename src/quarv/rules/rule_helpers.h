@@ -2,8 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
+#include <string_view>
 
 #include <quarv/numbers/q_number.h>
+#include <quarv/rules/rule_language.h>
 #include <quarv/term/term_manager.h>
 
 /// What compiled and interpreted rules have in common: the tests and constructions that the words of the rule
@@ -32,6 +35,20 @@ inline bool has_value(const TermManager* mgr, const Term* t, std::int64_t value)
   const QNumber* number = mgr->get_number(t->symbol);
   return number != nullptr && *number == QNumber(value);
 }
+
+/// True for a term of such a sort. An integer stands where a real number may.
+bool has_sort(const TermManager* mgr, const Term* t, SortKind kind);
+
+/// True for the constant of that name.
+bool is_constant(const TermManager* mgr, const Term* t, NamedConstant constant);
+
+/// The constant of that name; of the floating-point sort of `like`, if it is one of such a sort.
+const Term* make_constant(TermManager* mgr, NamedConstant constant, const Term* like);
+
+/// True for an application of the operator that SMT-LIB calls so and that has no tag.
+bool is_named_operation(const TermManager* mgr, const Term* t, std::string_view name);
+const Term* make_named_operation(TermManager* mgr, std::string_view name,
+                                 std::initializer_list<const Term*> args);
 
 /// True for the bit-vector numeral 2^w - 1, w being its width.
 bool is_all_ones(const TermManager* mgr, const Term* t);

@@ -28,8 +28,8 @@ Phrase apply(const Operator& op, const std::vector<std::string>& parameters,
   return {std::string(op.word) + '(' + list + ')', false};
 }
 
-std::string literal(std::int64_t value) {
-  return value < 0 ? "all ones" : std::to_string(value);
+std::string literal(std::int64_t value, SortKind kind = SortKind::bit_vector) {
+  return value < 0 && kind == SortKind::bit_vector ? "all ones" : std::to_string(value);
 }
 
 class Reader {
@@ -60,7 +60,9 @@ class Reader {
       if (node.kind == PatternNode::Kind::variable) {
         phrases[i].text = names_[i];
       } else if (node.kind == PatternNode::Kind::literal) {
-        phrases[i].text = literal(node.value);
+        phrases[i].text = literal(node.value, rule_.sorts[node.sort].kind);
+      } else if (node.kind == PatternNode::Kind::constant) {
+        phrases[i].text = word_of(node.constant);
       } else {
         std::vector<std::string> parameters;
         for (std::size_t p : node.parameters) parameters.push_back(rule_.parameters[p].name);
@@ -84,6 +86,10 @@ class Reader {
         return {names_[node.index], false};
       case ResultNode::Kind::literal:
         return {literal(node.value), false};
+      case ResultNode::Kind::number:
+        return {std::to_string(node.value), false};
+      case ResultNode::Kind::constant:
+        return {std::string(word_of(node.constant)), false};
       case ResultNode::Kind::exponent:
         return {rule_.parameters[node.index].name, false};
       case ResultNode::Kind::truth:
@@ -110,12 +116,16 @@ class Reader {
         return names_[e.index];
       case IntExpr::Kind::sum:
       case IntExpr::Kind::difference:
+      case IntExpr::Kind::product:
         break;
     }
-    const std::string sign = e.kind == IntExpr::Kind::sum ? " + " : " - ";
+    const bool is_product = e.kind == IntExpr::Kind::product;
+    const std::string sign = is_product ? " * " : e.kind == IntExpr::Kind::sum ? " + " : " - ";
     const bool nested = !e.operands[1].operands.empty();
     const std::string right = expression(e.operands[1]);
-    return expression(e.operands[0]) + sign + (nested ? '(' + right + ')' : right);
+    const bool left_nested = is_product && !e.operands[0].operands.empty();
+    const std::string left = expression(e.operands[0]);
+    return (left_nested ? '(' + left + ')' : left) + sign + (nested ? '(' + right + ')' : right);
   }
 
   void add_condition(const Condition& c, std::vector<std::string>& ifs,
@@ -133,6 +143,12 @@ class Reader {
         return ifs.push_back(names_[c.a] + " is older than " + names_[c.b]);
       case Condition::Kind::has_value:
         return ifs.push_back(names_[c.a] + " is " + literal(c.value));
+      case Condition::Kind::has_number:
+        return ifs.push_back(names_[c.a] + " is " + std::to_string(c.value));
+      case Condition::Kind::has_sort:
+        return ifs.push_back(names_[c.a] + " is " + std::string(description(c.sort)));
+      case Condition::Kind::has_constant:
+        return;  // seen in the pattern
       case Condition::Kind::compare_values:
       case Condition::Kind::compare:
         return ifs.push_back(expression(c.left) + ' ' + relation + ' ' + expression(c.right));

@@ -8,6 +8,11 @@
 
 namespace quarv::rules {
 
+std::span<const Format> formats_to_try() {
+  static constexpr Format formats[] = {{2, 3}, {3, 3}, {3, 5}, {5, 11}};
+  return formats;
+}
+
 std::size_t RuleInstance::largest_width() const {
   return *std::ranges::max_element(widths);
 }
@@ -26,6 +31,8 @@ std::uint64_t evaluate(const IntExpr& e, const RuleInstance& instance) {
       return evaluate(e.operands[0], instance) + evaluate(e.operands[1], instance);
     case IntExpr::Kind::difference:
       return evaluate(e.operands[0], instance) - evaluate(e.operands[1], instance);
+    case IntExpr::Kind::product:
+      return evaluate(e.operands[0], instance) * evaluate(e.operands[1], instance);
   }
   return 0;
 }
@@ -98,6 +105,8 @@ class Enumerator {
       : rule_(rule), bound_(bound), width_(width) {
     instance_.widths.resize(rule.pattern.size());
     instance_.integers.resize(rule.parameters.size());
+    instance_.sorts.resize(rule.sorts.size());
+    instance_.sort_widths.resize(rule.sorts.size());
     caps_.resize(rule.pattern.size());
     for (std::size_t i = rule.pattern.size(); i-- > 0;) caps_[i] = cap(i);
     if (!width) return;
@@ -105,25 +114,70 @@ class Enumerator {
   }
 
   std::vector<RuleInstance> run() {
+    assign_sorts(0);
+    std::ranges::stable_sort(found_, {}, &RuleInstance::largest_width);
+    return std::move(found_);
+  }
+
+ private:
+  /// Chooses the sorts without widths, from sort `i` on, and then the widths.
+  void assign_sorts(std::size_t i) {
+    if (i == rule_.sorts.size()) return assign_root();
+    const auto choose = [&](const std::string& sort) {
+      instance_.sorts[i] = sort;
+      assign_sorts(i + 1);
+    };
+    switch (rule_.sorts[i].kind) {
+      case SortKind::boolean:
+        return choose("Bool");
+      case SortKind::integer:
+        return choose("Int");
+      case SortKind::real:
+        return choose("Real");
+      case SortKind::rounding_mode:
+        return choose("RoundingMode");
+      case SortKind::number:
+        choose("Int");
+        return choose("Real");
+      case SortKind::floating_point:
+        for (const Format& f : formats_to_try()) {
+          choose("(_ FloatingPoint " + std::to_string(f.exponent) + ' ' + std::to_string(f.significand) +
+                 ')');
+        }
+        return;
+      case SortKind::open:
+        return choose("Sort" + std::to_string(i));
+      case SortKind::bit_vector:
+      case SortKind::array:
+        return choose({});  // follow from others
+    }
+  }
+
+  void assign_root() {
     const PatternNode& root = rule_.pattern[0];
     const auto finish = [this] { bind_exponents(0); };
-    if (root.op->is_boolean() || root.op->shape == Shape::bit) {
+    if (!is_bit_vector(0) && root.op->shape == Shape::mixed) {
+      assign(0, 0, finish);
+    } else if (root.op->is_boolean() || root.op->shape == Shape::bit) {
       instance_.widths[0] = root.op->is_boolean() ? 0 : 1;
+      if (!is_bit_vector(root.arguments[0])) return assign_all(root.arguments, 0, 0, finish);
       std::size_t most = 0;
       for (std::size_t a : root.arguments) most = std::max(most, caps_[a]);
       for (std::size_t w : choices(1, most)) assign_all(root.arguments, 0, w, finish);
     } else {
       for (std::size_t w : choices(1, caps_[0])) assign(0, w, finish);
     }
-    std::ranges::stable_sort(found_, {}, &RuleInstance::largest_width);
-    return std::move(found_);
   }
 
- private:
+  bool is_bit_vector(std::size_t position) const {
+    return rule_.sorts[rule_.pattern[position].sort].kind == SortKind::bit_vector;
+  }
+
   /// The largest width that the bit-vector at a position may have.
   std::size_t cap(std::size_t position) const {
     const PatternNode& node = rule_.pattern[position];
-    if (width_ || node.kind != PatternNode::Kind::application) return bound_;
+    if (width_ || node.kind != PatternNode::Kind::application || node.op->shape == Shape::mixed)
+      return bound_;
     std::size_t sum = 0;
     std::size_t most = 0;
     for (std::size_t a : node.arguments) {
@@ -161,9 +215,36 @@ class Enumerator {
     assign(positions[i], width, [&, i, width] { assign_all(positions, i + 1, width, next); });
   }
 
+  /// `width` is 0 for what is not a bit-vector. Bit-vectors of one sort have one width.
   void assign(std::size_t position, std::size_t width, const Next& next) {
     const PatternNode& node = rule_.pattern[position];
     instance_.widths[position] = width;
+    if (!is_bit_vector(position)) {
+      if (node.kind != PatternNode::Kind::application) return next();
+      return assign_any(node, 0, 0, next);
+    }
+    std::size_t& known = instance_.sort_widths[node.sort];
+    if (known != 0 && known != width) return;
+    const std::size_t before = known;
+    known = width;
+    assign_width(position, width, next);
+    known = before;
+  }
+
+  /// The arguments from number `i` on of an operator of which not all are bit-vectors.
+  void assign_any(const PatternNode& node, std::size_t i, std::size_t width, const Next& next) {
+    if (i == node.arguments.size()) return next();
+    const std::size_t argument = node.arguments[i];
+    const auto rest = [&, i, width] { assign_any(node, i + 1, width, next); };
+    if (!is_bit_vector(argument)) return assign(argument, 0, rest);
+    if (const std::size_t known = instance_.sort_widths[rule_.pattern[argument].sort]; known != 0) {
+      return assign(argument, known, rest);
+    }
+    for (std::size_t w : choices(1, caps_[argument])) assign(argument, w, rest);
+  }
+
+  void assign_width(std::size_t position, std::size_t width, const Next& next) {
+    const PatternNode& node = rule_.pattern[position];
     if (node.kind != PatternNode::Kind::application) return next();
     if (width > caps_[position]) return;
     switch (node.op->shape) {
@@ -182,6 +263,8 @@ class Enumerator {
         if (width != 1) return;
         for (std::size_t w : choices(1, bound_)) assign_all(node.arguments, 0, w, next);
         return;
+      case Shape::mixed:
+        return assign_any(node, 0, width, next);
       default:
         if (node.parameters.empty()) return assign_all(node.arguments, 0, width, next);
         for (std::size_t n : rotations(width)) {
@@ -237,6 +320,20 @@ class Enumerator {
       if (!holds) return;
     }
     found_.push_back(instance_);
+    RuleInstance& instance = found_.back();
+    // An array's sort may be told by sorts that come after it; arrays are nested a few times at most.
+    for (std::size_t round = 0; round < rule_.sorts.size(); ++round) {
+      for (std::size_t i = 0; i < rule_.sorts.size(); ++i) {
+        const RuleSort& sort = rule_.sorts[i];
+        if (sort.kind == SortKind::array) {
+          instance.sorts[i] =
+              "(Array " + instance.sorts[sort.index] + ' ' + instance.sorts[sort.element] + ')';
+        } else if (sort.kind == SortKind::bit_vector) {
+          instance.sorts[i] =
+              "(_ BitVec " + std::to_string(std::max<std::size_t>(1, instance.sort_widths[i])) + ')';
+        }
+      }
+    }
   }
 
   const Rule& rule_;
@@ -287,6 +384,8 @@ std::optional<std::size_t> width_of_application(const Operator& op,
       return parameters[0] - parameters[1] + 1;
     case Shape::extend:
       return parameters[0] <= most ? std::optional(widths[0] + parameters[0]) : std::nullopt;
+    case Shape::mixed:
+      break;  // sorts tell
   }
   return std::nullopt;
 }

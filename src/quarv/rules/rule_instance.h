@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <string>
 #include <vector>
 
 #include <quarv/export.h>
@@ -15,8 +17,22 @@ struct QUARV_API RuleInstance {
   std::vector<std::size_t> widths;      ///< by position; 0 at the root when it is a truth value
   std::vector<std::uint64_t> integers;  ///< by parameter
 
+  /// By sort of the rule: what it is in SMT-LIB. Sorts of which nothing is known are uninterpreted: what
+  /// holds of them holds of all.
+  std::vector<std::string> sorts;
+  std::vector<std::size_t> sort_widths;  ///< by sort: of bit-vectors
+
   std::size_t largest_width() const;
 };
+
+/// The exponent's and the significand's width, with the hidden bit, of a floating-point sort.
+struct Format {
+  std::size_t exponent;
+  std::size_t significand;
+};
+
+/// The formats in which rules on floating-point numbers are tried.
+QUARV_API std::span<const Format> formats_to_try();
 
 /// All instances whose variables are at most `bound` bits wide and whose integer conditions hold. Extensions
 /// add up to `bound` + 1 bits, rotation amounts go beyond twice the width, extractions are everywhere.

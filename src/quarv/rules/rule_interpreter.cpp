@@ -46,6 +46,12 @@ class Attempt {
         return a->id < terms_[test.b]->id;
       case Condition::Kind::has_value:
         return test.value < 0 ? is_all_ones(mgr_, a) : has_value(mgr_, a, test.value);
+      case Condition::Kind::has_number:
+        return has_value(mgr_, a, test.value);
+      case Condition::Kind::has_constant:
+        return rules::is_constant(mgr_, a, test.constant);
+      case Condition::Kind::has_sort:
+        return has_sort(mgr_, a, test.sort);
       case Condition::Kind::compare_values:
         return compare_values(test);
       case Condition::Kind::compare: {
@@ -97,6 +103,10 @@ class Attempt {
         return mgr_->make_bool(node.value != 0);
       case ResultNode::Kind::literal:
         return make_constant(mgr_, node.value, width_for(node));
+      case ResultNode::Kind::number:
+        return mgr_->make_number(QNumber(node.value));
+      case ResultNode::Kind::constant:
+        return rules::make_constant(mgr_, node.constant, like(node));
       case ResultNode::Kind::exponent:
         return make_constant(mgr_, static_cast<std::int64_t>(integers_[node.index]), width_for(node));
       case ResultNode::Kind::application:
@@ -104,14 +114,15 @@ class Attempt {
     }
     std::size_t parameters[2] = {};
     for (std::size_t i = 0; i < node.parameters.size(); ++i) evaluate(node.parameters[i], &parameters[i]);
-    const Term* arguments[2] = {};
+    const Term* arguments[4] = {};
     for (std::size_t i = 0; i < node.arguments.size(); ++i) arguments[i] = results_[node.arguments[i]];
     return make_application(mgr_, *node.op, parameters, arguments);
   }
 
-  std::size_t width_for(const ResultNode& node) const {
-    return width_of(mgr_, node.width.from_result ? results_[node.width.index] : terms_[node.width.index]);
+  const Term* like(const ResultNode& node) const {
+    return node.width.from_result ? results_[node.width.index] : terms_[node.width.index];
   }
+  std::size_t width_for(const ResultNode& node) const { return width_of(mgr_, like(node)); }
 
   bool compare_values(const Condition& test) const {
     QNumber left, right;
@@ -119,16 +130,24 @@ class Attempt {
            related(left, test.relation, right);
   }
 
-  /// A side of a comparison of values; false when it is a term that is not a numeral.
+  /// A side of a comparison of values; false when it reads a term that is not a numeral.
   bool get_value(const IntExpr& side, QNumber* value) const {
     if (side.kind == IntExpr::Kind::value) {
       const QNumber* number = mgr_->get_number(terms_[side.index]->symbol);
       if (number != nullptr) *value = *number;
       return number != nullptr;
     }
-    std::uint64_t integer;
-    if (!evaluate(side, &integer)) return false;
-    *value = to_number(integer);
+    if (!reads_value(side)) {
+      std::uint64_t integer;
+      if (!evaluate(side, &integer)) return false;
+      *value = to_number(integer);
+      return true;
+    }
+    QNumber left, right;
+    if (!get_value(side.operands[0], &left) || !get_value(side.operands[1], &right)) return false;
+    *value = side.kind == IntExpr::Kind::sum          ? left + right
+             : side.kind == IntExpr::Kind::difference ? left - right
+                                                      : left * right;
     return true;
   }
 
@@ -147,6 +166,7 @@ class Attempt {
         return false;
       case IntExpr::Kind::sum:
       case IntExpr::Kind::difference:
+      case IntExpr::Kind::product:
         break;
     }
     std::uint64_t left, right;
@@ -189,7 +209,9 @@ bool InterpretedRule::apply_order(std::size_t order, TermManager* mgr, const Ter
     return false;
   }
   const Term* const result = attempt.build_result();
-  if (mgr->type_of(result) != mgr->type_of(t)) {
+  // A real number may turn out to be an integer.
+  const DataType* type = mgr->type_of(t);
+  if (mgr->type_of(result) != type && (type != mgr->rat_type || mgr->type_of(result) != mgr->int_type)) {
     std::string reason = "the result has the sort ";
     reason += mgr->type_of(result)->abbreviated();
     reason += ", the term that it replaces ";

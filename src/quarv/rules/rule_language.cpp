@@ -14,7 +14,23 @@ RuleError::RuleError(std::size_t line, std::size_t column, const std::string& re
 
 namespace {
 
-constexpr Shape shape_of(const Signature& s) {
+constexpr bool is_of_bits(const SortPattern& p) {
+  return p.kind == SortPattern::bit || p.kind == SortPattern::bits || p.kind == SortPattern::joined ||
+         p.kind == SortPattern::kept;
+}
+
+/// Equality and negation are among the operators on bit-vectors, since the standard rules have them.
+constexpr bool is_on_bit_vectors(const OperatorRow& row) {
+  if (row.tag == SymbolTag::EQ || row.tag == SymbolTag::NOT) return true;
+  for (const SortPattern& p : row.signature.arguments()) {
+    if (!is_of_bits(p)) return false;
+  }
+  return is_of_bits(row.signature.result) || row.signature.result.kind == SortPattern::boolean;
+}
+
+constexpr Shape shape_of(const OperatorRow& row) {
+  const Signature& s = row.signature;
+  if (!is_on_bit_vectors(row)) return Shape::mixed;
   switch (s.result.kind) {
     case SortPattern::boolean:
       return s.arity == 1 ? Shape::negation : Shape::predicate;
@@ -34,31 +50,69 @@ constexpr std::uint8_t commutes_from(const OperatorRow& row) {
   return row.tag == SymbolTag::BV_COMP ? 0 : row.commutes_from;
 }
 
+/// The language has all operators whose sorts follow from those of their operands.
 constexpr bool has_word(const OperatorRow& row) {
-  return !row.rule_word.empty();
+  switch (row.tag) {
+    case SymbolTag::INT_MOD_CONGR:
+    case SymbolTag::ARRAY_CONST:
+    case SymbolTag::FP_CAST:
+    case SymbolTag::FP_FROM_SBV:
+    case SymbolTag::FP_FROM_UBV:
+    case SymbolTag::FP_TO_BV:
+    case SymbolTag::FP_AS_IEEEBV:
+    case SymbolTag::FP_FROM_IEEEBV:
+    case SymbolTag::INT_TO_BV:
+      return false;
+    case SymbolTag::OPAQUE:
+      return row.smtlib == "/" || row.smtlib == "div" || row.smtlib == "mod";
+    default:
+      return true;
+  }
 }
 
-constexpr std::size_t num_words = std::ranges::count_if(tagged_operators(), has_word);
+constexpr std::string_view word_of(const OperatorRow& row) {
+  if (row.tag == SymbolTag::IFF) return "iff";  // "=" is equality at any sort
+  return row.rule_word.empty() ? row.smtlib : row.rule_word;
+}
+
+constexpr std::string_view sign_of(const OperatorRow& row) {
+  return row.sign.empty() && std::string_view("+*<=/").find(row.smtlib) != std::string_view::npos ? row.smtlib
+                                                                                                  : row.sign;
+}
+
+constexpr std::size_t num_words =
+    std::ranges::count_if(tagged_operators(), has_word) + std::ranges::count_if(opaque_operators(), has_word);
 
 constexpr std::array<Operator, num_words> words = [] {
   std::array<Operator, num_words> all;
   std::size_t n = 0;
-  for (const OperatorRow& row : tagged_operators()) {
-    if (!has_word(row)) continue;
-    all[n++] = {row.rule_word,
-                row.tag,
-                row.tag_name,
-                shape_of(row.signature),
-                row.num_indices,
-                row.signature.arity,
-                row.member,
-                row.smtlib,
-                row.sign,
-                commutes_from(row),
-                row.chain == Chain::right && row.commutes_from == 0};
+  for (const auto& table : {tagged_operators(), opaque_operators()}) {
+    for (const OperatorRow& row : table) {
+      if (!has_word(row)) continue;
+      all[n++] = {.word = word_of(row),
+                  .tag = row.tag,
+                  .tag_name = row.tag_name,
+                  .shape = shape_of(row),
+                  .num_parameters = row.num_indices,
+                  .num_arguments = row.signature.arity,
+                  .name = row.member,
+                  .smtlib = row.smtlib,
+                  .sign = sign_of(row),
+                  .commutes_from = commutes_from(row),
+                  .associates = row.chain == Chain::right && row.commutes_from == 0,
+                  .signature = &row.signature,
+                  .returns_boolean = row.signature.result.kind == SortPattern::boolean};
+    }
   }
   return all;
 }();
+
+constexpr DerivedOperator derived[] = {
+    {"distinct", "==", false, true}, {"xor", "iff", false, true},       {"<", "<=", true, true},
+    {">", "<=", false, true},        {">=", "<=", true, false},         {"bvugt", "bvult", true, false},
+    {"bvuge", "bvule", true, false}, {"bvsgt", "bvslt", true, false},   {"bvsge", "bvsle", true, false},
+    {"fp.gt", "fp.lt", true, false}, {"fp.geq", "fp.leq", true, false},
+};
 
 }  // namespace
 
@@ -70,7 +124,56 @@ const Operator* find_operator(std::string_view word) {
   for (const Operator& op : operators()) {
     if (op.word == word) return &op;
   }
+  for (const Operator& op : operators()) {
+    if (op.smtlib == word && op.tag != SymbolTag::IFF) return &op;
+  }
   return nullptr;
+}
+
+const Operator* boolean_equality() {
+  return find_operator("iff");
+}
+
+const DerivedOperator* find_derived_operator(std::string_view word) {
+  const auto* const found = std::ranges::find(derived, word, &DerivedOperator::word);
+  return found == std::end(derived) ? nullptr : found;
+}
+
+std::string_view word_of(NamedConstant constant) {
+  static constexpr std::array<std::string_view, 12> constants = {
+      "true", "false", "RNE", "RNA", "RTP", "RTN", "RTZ", "NaN", "+oo", "-oo", "+zero", "-zero"};
+  return constants[static_cast<std::size_t>(constant)];
+}
+
+std::string_view description(SortKind kind) {
+  static constexpr std::array<std::string_view, 9> descriptions = {
+      "a term",       "a truth value",           "an integer", "a real number", "a number", "a rounding mode",
+      "a bit-vector", "a floating-point number", "an array"};
+  return descriptions[static_cast<std::size_t>(kind)];
+}
+
+bool reads_value(const IntExpr& expression) {
+  return expression.kind == IntExpr::Kind::value || std::ranges::any_of(expression.operands, reads_value);
+}
+
+bool has_widths(const Rule& rule) {
+  return std::ranges::any_of(rule.pattern, [&](const PatternNode& node) {
+    return rule.sorts[node.sort].kind == SortKind::bit_vector;
+  });
+}
+
+bool is_about_bit_vectors_alone(const Rule& rule) {
+  for (std::size_t i = 0; i < rule.pattern.size(); ++i) {
+    const PatternNode& node = rule.pattern[i];
+    const bool is_application = node.kind == PatternNode::Kind::application;
+    if (is_application && (node.op->shape == Shape::mixed || node.op->shape == Shape::negation)) return false;
+    if ((i > 0 || !is_application) && rule.sorts[node.sort].kind != SortKind::bit_vector) return false;
+  }
+  return std::ranges::all_of(rule.result, [](const ResultNode& node) {
+    const bool is_application = node.kind == ResultNode::Kind::application;
+    return node.kind != ResultNode::Kind::number && node.kind != ResultNode::Kind::constant &&
+           (!is_application || node.op->shape != Shape::mixed);
+  });
 }
 
 std::string_view relation_sign(Relation relation) {
@@ -82,16 +185,12 @@ namespace {
 
 /// The identifier characters for a piece of rule text.
 std::string transcribe(std::string_view text) {
-  static constexpr std::array<std::pair<std::string_view, std::string_view>, 9> replacements = {{
-      {"(", "_"},
-      {")", "_"},
-      {",", "_"},
-      {" ", ""},
-      {"==", "_EQ_"},
-      {"~", "NOT"},
-      {"-1", "ALL1"},
-      {"true", "TRUE"},
-      {"false", "FALSE"},
+  // The last that fits counts.
+  static constexpr std::array<std::pair<std::string_view, std::string_view>, 19> replacements = {{
+      {"(", "_"},     {")", "_"},     {",", "_"},       {" ", ""},          {"=", "EQ"},
+      {"==", "_EQ_"}, {"~", "NOT"},   {".", "_"},       {"+", "PLUS"},      {"*", "TIMES"},
+      {"/", "DIV"},   {"<", "LT"},    {">", "GT"},      {"<=", "LEQ"},      {">=", "GEQ"},
+      {"-", "MINUS"}, {"-1", "ALL1"}, {"true", "TRUE"}, {"false", "FALSE"},
   }};
   std::string out;
   while (!text.empty()) {

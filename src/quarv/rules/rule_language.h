@@ -19,6 +19,10 @@
 ///
 /// This header holds the syntax tree and the parser. It knows operators by tag and nothing of terms, so that
 /// the rule compiler, which runs before the library exists, links it alone.
+namespace quarv {
+struct Signature;
+}
+
 namespace quarv::rules {
 
 /// A rule text that is not a rule. `what()` reads "line:column: reason"; line and column count from 1.
@@ -45,7 +49,47 @@ enum class Shape : std::uint8_t {
   extract,       ///< parameters: highest and lowest bit
   extend,        ///< parameter: the number of bits added
   negation,      ///< a truth value to a truth value
+  mixed,         ///< not of bit-vectors alone: see its signature
 };
+
+/// What is known of a sort of a rule.
+enum class SortKind : std::uint8_t {
+  open,  ///< any sort
+  boolean,
+  integer,
+  real,
+  number,  ///< integer or real
+  rounding_mode,
+  bit_vector,
+  floating_point,
+  array,
+};
+
+/// A sort of a rule: terms that must have the same sort share one.
+struct RuleSort {
+  SortKind kind = SortKind::open;
+  std::size_t index = 0;  ///< of an array, among the rule's sorts
+  std::size_t element = 0;
+};
+
+/// The constants that have a name.
+enum class NamedConstant : std::uint8_t {
+  true_value,
+  false_value,
+  nearest_even,
+  nearest_away,
+  toward_positive,
+  toward_negative,
+  toward_zero,
+  nan,
+  plus_infinity,
+  minus_infinity,
+  plus_zero,
+  minus_zero,
+};
+
+/// Its word in the language, which is SMT-LIB's: "RNE", "NaN", "+oo".
+QUARV_API std::string_view word_of(NamedConstant constant);
 
 /// An operator word of the language, from the operator's row in operators.h.
 struct Operator {
@@ -61,16 +105,35 @@ struct Operator {
   std::uint8_t commutes_from = 255;  ///< from which argument on the order does not matter; 255: it does
   bool associates = false;           ///< it commutes, and nested applications may be grouped in any way
 
-  bool is_boolean() const noexcept { return shape == Shape::predicate || shape == Shape::negation; }
+  const Signature* signature = nullptr;
+  bool returns_boolean = false;
+
+  bool is_boolean() const noexcept { return returns_boolean; }
 };
 
 /// All operators.
 QUARV_API std::span<const Operator> operators();
 
-/// The operator of that word, or null.
+/// The operator of that word, which may also be its name in SMT-LIB, or null.
 QUARV_API const Operator* find_operator(std::string_view word);
 
-/// An expression over widths and integer parameters, in unsigned 64-bit arithmetic that wraps around.
+/// Equality of truth values, which terms have an operator of its own for.
+QUARV_API const Operator* boolean_equality();
+
+/// A word for another operator, perhaps with its operands swapped, perhaps negated: a > b for b < a, distinct
+/// for equality.
+struct DerivedOperator {
+  std::string_view word;
+  std::string_view of;
+  bool swapped = false;
+  bool negated = false;
+};
+
+/// The derived operator of that word, or null.
+QUARV_API const DerivedOperator* find_derived_operator(std::string_view word);
+
+/// An expression over widths and integer parameters, in unsigned 64-bit arithmetic that wraps around. With
+/// values of numerals in it, it is exact.
 struct IntExpr {
   enum class Kind : std::uint8_t {
     literal,    ///< the number `index`
@@ -79,24 +142,30 @@ struct IntExpr {
     value,  ///< value of the numeral at pattern position `index`; stands only in comparisons and in `fits`
     sum,    ///< operands[0] + operands[1]
     difference,  ///< operands[0] - operands[1]
+    product,     ///< operands[0] * operands[1]
   };
   Kind kind = Kind::literal;
   std::uint64_t index = 0;
   std::vector<IntExpr> operands;
 };
 
+/// Whether the value of a numeral is read in it: then it is exact.
+QUARV_API bool reads_value(const IntExpr& expression);
+
 /// A node of the pattern. Nodes are numbered in reading order; number 0 is the root, and a node's number is
 /// its *position*.
 struct PatternNode {
-  enum class Kind : std::uint8_t { variable, literal, application };
+  enum class Kind : std::uint8_t { variable, literal, constant, application };
   Kind kind = Kind::variable;
-  std::string name;                     ///< variable
-  std::int64_t value = 0;               ///< literal: a value from 0, or -1 for all ones
+  std::string name;        ///< variable
+  std::int64_t value = 0;  ///< literal: a value from 0, or -1 for all ones; of a number, any
+  NamedConstant constant = NamedConstant::true_value;
   const Operator* op = nullptr;         ///< application
   std::vector<std::size_t> parameters;  ///< application: indices into Rule::parameters
   std::vector<std::size_t> arguments;   ///< application: positions
   std::size_t parent = 0;               ///< position of the application that this is an argument of
   std::size_t child = 0;                ///< which argument of it
+  std::size_t sort = 0;                 ///< among the rule's sorts
   std::size_t column = 0;
 };
 
@@ -148,6 +217,9 @@ struct Condition {
     identity,        ///< "identity(a, b)": one term
     precedes,        ///< "prec(a, b)": id(a) < id(b)
     has_value,       ///< "(a == 0)", "varvalue(a, 0)": a numeral of that `value`, -1 for all ones
+    has_number,      ///< the same of an integer or real number, where -1 is -1
+    has_constant,    ///< the constant of that name; not written, but in a pattern
+    has_sort,        ///< "sort(a, Int)": a term of such a sort
     compare_values,  ///< `left relation right` where at least one side is a numeral's value
     compare,         ///< `left relation right` over machine integers
     power_of_two,    ///< "pow2(a, n)": a numeral 2^n; binds parameter `b`
@@ -158,14 +230,16 @@ struct Condition {
   std::size_t a = 0;  ///< position
   std::size_t b = 0;  ///< position, or index of a parameter
   std::int64_t value = 0;
+  SortKind sort = SortKind::open;
+  NamedConstant constant = NamedConstant::true_value;
   Relation relation = Relation::eq;
   IntExpr left;
   IntExpr right;
   std::string text;  ///< as written
 };
 
-/// Where a constant of the result takes its width from: the term at a pattern position or an earlier result
-/// node.
+/// Where a constant of the result takes its width or its format from: the term at a pattern position or an
+/// earlier result node.
 struct WidthSource {
   bool from_result = false;
   std::size_t index = 0;
@@ -178,13 +252,17 @@ struct ResultNode {
     subterm,      ///< the term at pattern position `index`
     literal,      ///< the constant `value`, -1 for all ones
     exponent,     ///< the constant of the value that "pow2" bound to parameter `index`
+    number,       ///< the number `value`
     truth,        ///< `value` 1 for true, 0 for false
+    constant,     ///< a constant that has a name
     application,  ///< `op` on `arguments`
   };
   Kind kind = Kind::subterm;
   std::size_t index = 0;
   std::int64_t value = 0;
-  WidthSource width;  ///< literal and exponent
+  NamedConstant constant = NamedConstant::true_value;
+  WidthSource width;     ///< literal, exponent, and constants of floating-point sorts
+  std::size_t sort = 0;  ///< among the rule's sorts
   const Operator* op = nullptr;
   std::vector<IntExpr> parameters;
   std::vector<std::size_t> arguments;  ///< result nodes
@@ -202,10 +280,22 @@ struct Rule {
   std::vector<PatternNode> pattern;
   std::vector<Parameter> parameters;
   std::vector<Condition> conditions;  ///< as written
+  std::vector<Condition>
+      sort_tests;  ///< `has_sort` where the pattern alone does not imply what the rule supposes
+  std::vector<RuleSort> sorts;
   std::vector<ResultNode> result;
 
   SymbolTag::tag applicant() const { return pattern.front().op->tag; }
 };
+
+/// True for a rule that has sorts with widths: what is known of it depends on them.
+QUARV_API bool has_widths(const Rule& rule);
+
+/// True for a rule whose terms are bit-vectors, and comparisons of bit-vectors at the root.
+QUARV_API bool is_about_bit_vectors_alone(const Rule& rule);
+
+/// "a truth value", "a number": for messages.
+QUARV_API std::string_view description(SortKind kind);
 
 /// Bounds on a rule, so that matching works in fixed storage. The parser rejects what exceeds them.
 inline constexpr std::size_t max_positions = 64;

@@ -14,16 +14,29 @@ bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
 
-/// End of the name that begins at `i`. An underscore belongs to the name only with a numeral after it
-/// ("t_0"); any other one closes an expression ("_c1 + c2_").
+/// End of the name that begins at `i`. An underscore or a dot belongs to the name only with a letter or a
+/// numeral after it ("t_0", "to_int", "fp.add"); any other underscore closes an expression ("_c1 + c2_").
 std::size_t end_of_name(std::string_view text, std::size_t i) {
   const auto alphanumeric = [&](std::size_t k) {
     return k < text.size() && (is_letter(text[k]) || is_digit(text[k]));
   };
   while (alphanumeric(i)) ++i;
+  while (i + 1 < text.size() && (text[i] == '_' || text[i] == '.') && is_letter(text[i + 1])) {
+    ++i;
+    while (alphanumeric(i)) ++i;
+  }
   if (i + 1 < text.size() && text[i] == '_' && is_digit(text[i + 1])) {
     ++i;
     while (i < text.size() && is_digit(text[i])) ++i;
+  }
+  return i;
+}
+
+/// End of the signed constant of a floating-point sort that begins at `i`, or `i`.
+std::size_t end_of_signed_constant(std::string_view text, std::size_t i) {
+  for (const std::string_view word : {"+oo", "-oo", "+zero", "-zero"}) {
+    if (text.substr(i).starts_with(word) && end_of_name(text, i + 1) == i + word.size())
+      return i + word.size();
   }
   return i;
 }
@@ -47,6 +60,9 @@ void RuleLexer::advance() {
   } else if (is_letter(text_[begin_])) {
     token_ = Token::name;
     end_ = end_of_name(text_, begin_);
+  } else if (const std::size_t end = end_of_signed_constant(text_, begin_); end != begin_) {
+    token_ = Token::name;
+    end_ = end;
   } else if (is_digit(text_[begin_])) {
     token_ = Token::number;
     while (end_ < text_.size() && is_digit(text_[end_])) ++end_;

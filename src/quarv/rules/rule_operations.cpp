@@ -7,8 +7,9 @@ namespace quarv::rules {
 
 bool recognize(const TermManager* mgr, const Operator& op, const Symbol* symbol, std::size_t* parameters) {
   if (mgr->get_tag(symbol) != op.tag) return false;
+  if (op.tag == SymbolTag::OPAQUE) return op.smtlib == symbol->name;
   const OperatorRow& row = operator_row(op.tag);
-  if (row.num_indices != 0) {
+  if (op.num_parameters != 0 && row.num_indices != 0) {
     std::ranges::copy(mgr->parameters(symbol).subspan(row.first_index, row.num_indices), parameters);
   }
   return true;
@@ -16,8 +17,10 @@ bool recognize(const TermManager* mgr, const Operator& op, const Symbol* symbol,
 
 const Term* make_application(TermManager* mgr, const Operator& op, const std::size_t* parameters,
                              const Term* const* arguments) {
-  return mgr->make_operation(operator_row(op.tag), {parameters, op.num_parameters},
-                             {arguments, op.num_arguments});
+  const OperatorRow* row = &operator_row(op.tag);
+  if (op.tag == SymbolTag::OPAQUE)
+    row = &*std::ranges::find(opaque_operators(), op.smtlib, &OperatorRow::smtlib);
+  return mgr->make_operation(*row, {parameters, op.num_parameters}, {arguments, op.num_arguments});
 }
 
 }  // namespace quarv::rules

@@ -119,6 +119,7 @@ class Renumbering {
       renumber(&c.left);
       renumber(&c.right);
     }
+    for (Condition& test : result.sort_tests) test.a = place_[test.a];
     for (ResultNode& node : result.result) {
       if (node.kind == ResultNode::Kind::subterm) node.index = place_[node.index];
       if (!node.width.from_result) node.width.index = place_[node.width.index];
@@ -193,6 +194,7 @@ class Saying {
     const PatternNode& node = rule_.pattern[position];
     if (node.kind == PatternNode::Kind::variable) return term(position);
     if (node.kind == PatternNode::Kind::literal) return std::to_string(node.value);
+    if (node.kind == PatternNode::Kind::constant) return std::string(word_of(node.constant));
     std::string text(node.op->word);
     for (std::size_t p : node.parameters) text += ' ' + name(&integers_[p]);
     for (std::size_t a : node.arguments) text += ' ' + pattern(a);
@@ -213,12 +215,14 @@ class Saying {
         return "value " + term(e.index);
       case IntExpr::Kind::sum:
       case IntExpr::Kind::difference:
+      case IntExpr::Kind::product:
         break;
     }
     const std::string left = expression(e.operands[0]);
     const std::string right = expression(e.operands[1]);
+    const std::string sign = e.kind == IntExpr::Kind::sum ? " + " : " * ";
     if (e.kind == IntExpr::Kind::difference) return '(' + left + " - " + right + ')';
-    return '(' + std::min(left, right) + " + " + std::max(left, right) + ')';
+    return '(' + std::min(left, right) + sign + std::max(left, right) + ')';
   }
 
   std::string condition(const Condition& c) {
@@ -242,6 +246,7 @@ class Saying {
     }
     std::string text =
         std::to_string(static_cast<int>(c.kind)) + ' ' + term(c.a) + ' ' + std::to_string(c.value);
+    if (c.kind == Condition::Kind::has_sort) text += std::to_string(static_cast<int>(c.sort));
     if (c.kind == Condition::Kind::precedes) text += ' ' + term(c.b);
     if (c.kind == Condition::Kind::fits) text += ' ' + expression(c.left) + ' ' + expression(c.right);
     return text;
@@ -254,8 +259,11 @@ class Saying {
       case ResultNode::Kind::exponent:
         return "exponent " + name(&integers_[node.index]);
       case ResultNode::Kind::literal:
+      case ResultNode::Kind::number:
       case ResultNode::Kind::truth:
         return std::to_string(node.value);
+      case ResultNode::Kind::constant:
+        return std::string(word_of(node.constant));
       case ResultNode::Kind::application:
         break;
     }
@@ -281,6 +289,7 @@ std::string node_in_order(const Rule& rule, std::size_t position) {
   const PatternNode& node = rule.pattern[position];
   if (node.kind == PatternNode::Kind::variable) return node.name;
   if (node.kind == PatternNode::Kind::literal) return std::to_string(node.value);
+  if (node.kind == PatternNode::Kind::constant) return std::string(word_of(node.constant));
   std::vector<std::string> parts;
   for (std::size_t p : node.parameters) parts.push_back(rule.parameters[p].name);
   for (std::size_t a : node.arguments) parts.push_back(node_in_order(rule, a));

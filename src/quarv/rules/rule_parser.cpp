@@ -8,11 +8,26 @@ namespace quarv::rules {
 
 namespace {
 
+std::optional<NamedConstant> constant_of(std::string_view word) {
+  for (int i = 0; i <= static_cast<int>(NamedConstant::minus_zero); ++i) {
+    const auto constant = static_cast<NamedConstant>(i);
+    if (word_of(constant) == word) return constant;
+  }
+  return std::nullopt;
+}
+
+bool is_operator(std::string_view word) {
+  return find_operator(word) != nullptr || find_derived_operator(word) != nullptr;
+}
+
+/// The operators of other theories came later than rules with variables of their names; parentheses tell them
+/// apart.
 bool is_reserved(std::string_view word) {
-  static constexpr std::string_view words[] = {"rewrite", "unordered", "const", "identity",
-                                               "prec",    "varvalue",  "pow2",  "fits",
-                                               "size",    "true",      "false"};
-  return std::ranges::find(words, word) != std::ranges::end(words) || find_operator(word) != nullptr;
+  static constexpr std::string_view words[] = {"rewrite",  "unordered", "const", "identity", "prec",
+                                               "varvalue", "pow2",      "fits",  "size",     "sort"};
+  if (std::ranges::find(words, word) != std::ranges::end(words) || constant_of(word)) return true;
+  const Operator* op = find_operator(word);
+  return op != nullptr && op->word == word && op->shape != Shape::mixed;
 }
 
 }  // namespace
@@ -28,6 +43,7 @@ Rule RuleParser::parse() {
   std::size_t begin = lexer_.offset();
   parse_pattern();
   rule_.pattern_text = lexer_.slice(begin, lexer_.previous_end());
+  infer_pattern_sorts();
   lexer_.expect(",");
   if (!lexer_.at(")")) {
     do {
@@ -43,7 +59,8 @@ Rule RuleParser::parse() {
   if (lexer_.token() != RuleLexer::Token::end)
     lexer_.fail("nothing may follow the rule, found " + lexer_.found());
   rule_.text = lexer_.slice(start, lexer_.previous_end());
-  resolve_result(tree, &rule_);              // throws with the line and column of the node
+  resolve_result(tree, &sorts_, &rule_);  // throws with the line and column of the node
+  set_sorts();
   if (rule_.is_unordered) orders_of(rule_);  // throws when they are too many
   return std::move(rule_);
 }
@@ -93,15 +110,29 @@ std::size_t RuleParser::new_parameter(Parameter parameter, std::size_t column) {
   return rule_.parameters.size() - 1;
 }
 
-/// A constant in place of a term: a number, or -1.
+/// A constant in place of a term: a number, with or without a sign.
 std::int64_t RuleParser::parse_literal() {
   if (!lexer_.at("-")) return lexer_.take_number();
   const std::size_t column = lexer_.column();
   lexer_.advance();
-  if (lexer_.token() != RuleLexer::Token::number || lexer_.take_number() != 1) {
-    lexer_.fail(column, "the only negative constant is -1, all ones");
-  }
-  return -1;
+  if (lexer_.token() != RuleLexer::Token::number) lexer_.fail(column, "expected a number after \"-\"");
+  return -lexer_.take_number();
+}
+
+std::optional<NamedConstant> RuleParser::accept_constant() {
+  if (lexer_.token() != RuleLexer::Token::name) return std::nullopt;
+  const auto constant = constant_of(lexer_.token_text());
+  if (constant) lexer_.advance();
+  return constant;
+}
+
+/// A word, or a sign that is an operator, with arguments.
+bool RuleParser::at_application() const {
+  RuleLexer ahead = lexer_;
+  ahead.advance();
+  if (!ahead.at("(")) return false;
+  return lexer_.token() == RuleLexer::Token::name ||
+         (lexer_.token() == RuleLexer::Token::sign && is_operator(lexer_.token_text()));
 }
 
 /// The operator under the cursor, which must be followed by its arguments.
@@ -117,21 +148,38 @@ const Operator* RuleParser::take_operator() {
 void RuleParser::parse_pattern() {
   const std::size_t column = lexer_.column();
   const std::size_t root = new_position(0, 0);
-  if (lexer_.accept("(")) {
-    PatternNode& node = rule_.pattern[root];
-    node.kind = PatternNode::Kind::application;
-    node.op = find_operator("==");
-    const std::size_t left = parse_pattern_node(root, 0, 2);
-    lexer_.expect("==");
-    const std::size_t right = parse_pattern_node(root, 1, 2);
-    lexer_.expect(")");
-    rule_.pattern[root].arguments = {left, right};
-    return;
-  }
+  if (lexer_.at("(")) return parse_pattern_equality(root, 1);
+  if (at_application()) return parse_pattern_word(root, 1);
   if (lexer_.token() != RuleLexer::Token::name) lexer_.fail("expected a pattern but found " + lexer_.found());
-  const Operator* op = take_operator();
-  if (!lexer_.at("(")) lexer_.fail(column, "a pattern needs an operator at its root");
-  parse_pattern_application(root, *op, 1);
+  take_operator();
+  lexer_.fail(column, "a pattern needs an operator at its root");
+}
+
+void RuleParser::parse_pattern_equality(std::size_t position, std::size_t depth) {
+  lexer_.expect("(");
+  rule_.pattern[position].kind = PatternNode::Kind::application;
+  rule_.pattern[position].op = find_operator("==");
+  const std::size_t left = parse_pattern_node(position, 0, depth + 1);
+  lexer_.expect("==");
+  const std::size_t right = parse_pattern_node(position, 1, depth + 1);
+  lexer_.expect(")");
+  rule_.pattern[position].arguments = {left, right};
+}
+
+/// An operator, or a word that stands for one.
+void RuleParser::parse_pattern_word(std::size_t position, std::size_t depth) {
+  const DerivedOperator* derived = find_derived_operator(lexer_.token_text());
+  if (derived == nullptr) return parse_pattern_application(position, *take_operator(), false, depth);
+  lexer_.advance();
+  if (derived->negated) {
+    const std::size_t inner = new_position(position, 0);
+    PatternNode& negation = rule_.pattern[position];
+    negation.kind = PatternNode::Kind::application;
+    negation.op = find_operator("~");
+    negation.arguments = {inner};
+    position = inner;
+  }
+  parse_pattern_application(position, *find_operator(derived->of), derived->swapped, depth);
 }
 
 std::size_t RuleParser::new_position(std::size_t parent, std::size_t child) {
@@ -145,25 +193,21 @@ std::size_t RuleParser::new_position(std::size_t parent, std::size_t child) {
 
 std::size_t RuleParser::parse_pattern_node(std::size_t parent, std::size_t child, std::size_t depth) {
   check_depth(depth);
-  if (lexer_.at("(")) lexer_.fail("an equality stands only at the root of a pattern");
   const std::size_t position = new_position(parent, child);
-  if (at_literal()) {
+  if (lexer_.at("(")) {
+    parse_pattern_equality(position, depth);
+  } else if (at_application()) {
+    parse_pattern_word(position, depth);
+  } else if (at_literal()) {
     rule_.pattern[position].kind = PatternNode::Kind::literal;
     rule_.pattern[position].value = parse_literal();
-    return position;
-  }
-  if (lexer_.token() != RuleLexer::Token::name) lexer_.fail("expected a term but found " + lexer_.found());
-  RuleLexer ahead = lexer_;
-  ahead.advance();
-  if (!ahead.at("(")) {
+  } else if (const auto constant = accept_constant()) {
+    rule_.pattern[position].kind = PatternNode::Kind::constant;
+    rule_.pattern[position].constant = *constant;
+  } else {
+    if (lexer_.token() != RuleLexer::Token::name) lexer_.fail("expected a term but found " + lexer_.found());
     bind_variable(position);
-    return position;
   }
-  const std::size_t column = lexer_.column();
-  const Operator* op = take_operator();
-  if (op->is_boolean())
-    lexer_.fail(column, quoted(op->word) + " is not a bit-vector and stands only at the root");
-  parse_pattern_application(position, *op, depth);
   return position;
 }
 
@@ -177,7 +221,8 @@ void RuleParser::bind_variable(std::size_t position) {
   rule_.pattern[position].name = name;
 }
 
-void RuleParser::parse_pattern_application(std::size_t position, const Operator& op, std::size_t depth) {
+void RuleParser::parse_pattern_application(std::size_t position, const Operator& op, bool swapped,
+                                           std::size_t depth) {
   rule_.pattern[position].kind = PatternNode::Kind::application;
   rule_.pattern[position].op = &op;
   const std::size_t column = lexer_.column();
@@ -186,10 +231,12 @@ void RuleParser::parse_pattern_application(std::size_t position, const Operator&
     bind_pattern_parameter(position, i);
     lexer_.expect(",");
   }
+  rule_.pattern[position].arguments.resize(op.num_arguments);
   for (std::size_t i = 0; i < op.num_arguments; ++i) {
     if (i > 0) lexer_.expect(",");
-    const std::size_t argument = parse_pattern_node(position, i, depth + 1);
-    rule_.pattern[position].arguments.push_back(argument);
+    const std::size_t place = swapped ? op.num_arguments - 1 - i : i;
+    const std::size_t argument = parse_pattern_node(position, place, depth + 1);
+    rule_.pattern[position].arguments[place] = argument;
   }
   if (lexer_.at(",")) lexer_.fail(column, quoted(op.word) + " has too many arguments");
   lexer_.expect(")");

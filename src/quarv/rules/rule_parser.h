@@ -10,6 +10,7 @@
 #include <quarv/rules/result_resolver.h>
 #include <quarv/rules/rule_language.h>
 #include <quarv/rules/rule_lexer.h>
+#include <quarv/rules/rule_sorts.h>
 
 namespace quarv::rules {
 
@@ -18,8 +19,8 @@ inline bool has_suffix(std::string_view name) {
   return name.find('_') != std::string_view::npos;
 }
 
-/// Parses one rule by recursive descent. Its members are defined in three files: names and the pattern, the
-/// conditions, and the result.
+/// Parses one rule by recursive descent. Its members are defined in four files: names and the pattern, the
+/// conditions, the result, and the sorts of all of them.
 class RuleParser {
  public:
   /// `begin` is where the rule begins in `text`, after its name.
@@ -34,7 +35,11 @@ class RuleParser {
   // Pattern.
   void parse_pattern();
   std::size_t parse_pattern_node(std::size_t parent, std::size_t child, std::size_t depth);
-  void parse_pattern_application(std::size_t position, const Operator& op, std::size_t depth);
+  void parse_pattern_equality(std::size_t position, std::size_t depth);
+  void parse_pattern_application(std::size_t position, const Operator& op, bool swapped, std::size_t depth);
+  void parse_pattern_word(std::size_t position, std::size_t depth);
+  bool at_application() const;
+  void infer_pattern_sorts();
   void bind_pattern_parameter(std::size_t position, std::size_t index);
   std::size_t new_position(std::size_t parent, std::size_t child);
   void bind_variable(std::size_t position);
@@ -48,13 +53,23 @@ class RuleParser {
   Condition make_comparison(IntExpr left, Relation relation, IntExpr right, std::size_t column);
   void check_stated_literal(std::int64_t left, Relation relation, std::int64_t right, std::size_t column);
   Relation parse_relation();
+  SortKind parse_sort();
   IntExpr parse_expression(std::size_t depth);
   void check_sum_of_values(const IntExpr& expression, std::size_t column);
   void check_suffixes_tied();
+  void infer_condition_sorts(const Condition& condition, std::size_t column);
+  void need_widths(const IntExpr& expression, std::size_t column);
+  SortKind value_kind(const IntExpr& expression) const;
+  void need(std::size_t position, SortKind kind, std::size_t column);
+  void set_sorts();
+  void settle_open_sorts();
+  void resolve_literals();
+  void add_sort_tests();
 
   // Result.
   ResultTree parse_result(std::size_t depth);
   ResultTree parse_result_equality(std::size_t depth);
+  ResultTree parse_result_word(std::size_t depth);
   ResultTree parse_result_application(const Operator& op, std::size_t depth);
   IntExpr parse_result_parameter();
 
@@ -67,11 +82,13 @@ class RuleParser {
   std::int64_t parse_literal();
   bool at_literal() const { return lexer_.token() == RuleLexer::Token::number || lexer_.at("-"); }
   const Operator* take_operator();
+  std::optional<NamedConstant> accept_constant();
   void check_depth(std::size_t depth) const {
     if (depth > max_depth) lexer_.fail("nested too deeply");
   }
 
   RuleLexer lexer_;
+  SortInference sorts_;
   Rule rule_;
 };
 

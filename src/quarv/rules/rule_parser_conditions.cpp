@@ -4,9 +4,19 @@
 
 namespace quarv::rules {
 
+namespace {
+
+bool has_product(const IntExpr& e) {
+  return e.kind == IntExpr::Kind::product || std::ranges::any_of(e.operands, has_product);
+}
+
+}  // namespace
+
 void RuleParser::parse_condition() {
   const std::size_t begin = lexer_.offset();
+  const std::size_t column = lexer_.column();
   Condition condition = parse_condition_body();
+  infer_condition_sorts(condition, column);
   condition.text = lexer_.slice(begin, lexer_.previous_end());
   rule_.conditions.push_back(std::move(condition));
 }
@@ -34,7 +44,8 @@ Condition RuleParser::parse_word_condition() {
   const std::size_t column = lexer_.column();
   lexer_.advance();
   Condition condition;
-  if (word == "const" || word == "pow2" || word == "varvalue" || word == "identity" || word == "prec") {
+  if (word == "const" || word == "pow2" || word == "varvalue" || word == "identity" || word == "prec" ||
+      word == "sort") {
     lexer_.expect("(");
     condition.a = take_variable();
     if (word != "const") lexer_.expect(",");
@@ -44,6 +55,9 @@ Condition RuleParser::parse_word_condition() {
   } else if (word == "identity" || word == "prec") {
     condition.kind = word == "prec" ? Condition::Kind::precedes : Condition::Kind::identity;
     condition.b = take_variable();
+  } else if (word == "sort") {
+    condition.kind = Condition::Kind::has_sort;
+    condition.sort = parse_sort();
   } else if (word == "varvalue") {
     condition.kind = Condition::Kind::has_value;
     if (!at_literal()) lexer_.fail("expected a number but found " + lexer_.found());
@@ -80,6 +94,22 @@ void RuleParser::check_sum_of_values(const IntExpr& expression, std::size_t colu
       expression.operands[1].kind != IntExpr::Kind::value) {
     lexer_.fail(column, "fits needs the sum of two numerals");
   }
+}
+
+SortKind RuleParser::parse_sort() {
+  static constexpr std::pair<std::string_view, SortKind> sorts[] = {
+      {"Bool", SortKind::boolean},      {"Int", SortKind::integer},
+      {"Real", SortKind::real},         {"RoundingMode", SortKind::rounding_mode},
+      {"BitVec", SortKind::bit_vector}, {"FloatingPoint", SortKind::floating_point},
+      {"Array", SortKind::array},
+  };
+  for (const auto& [word, kind] : sorts) {
+    if (!lexer_.at_word(word)) continue;
+    lexer_.advance();
+    return kind;
+  }
+  lexer_.fail("expected Bool, Int, Real, RoundingMode, BitVec, FloatingPoint or Array but found " +
+              lexer_.found());
 }
 
 Relation RuleParser::parse_relation() {
@@ -141,16 +171,13 @@ void RuleParser::check_stated_literal(std::int64_t left, Relation relation, std:
 
 Condition RuleParser::make_comparison(IntExpr left, Relation relation, IntExpr right, std::size_t column) {
   Condition condition;
-  const bool values = left.kind == IntExpr::Kind::value || right.kind == IntExpr::Kind::value;
+  const bool values = reads_value(left) || reads_value(right);
   condition.kind = values ? Condition::Kind::compare_values : Condition::Kind::compare;
   condition.relation = relation;
   condition.left = std::move(left);
   condition.right = std::move(right);
   for (const IntExpr* side : {&condition.left, &condition.right}) {
-    for (const IntExpr& operand : side->operands) {
-      if (operand.kind == IntExpr::Kind::value)
-        lexer_.fail(column, "arithmetic on numerals stands only in fits");
-    }
+    if (!reads_value(*side) && has_product(*side)) lexer_.fail(column, "a product is one of numerals");
   }
   return condition;
 }
@@ -163,8 +190,8 @@ Condition RuleParser::parse_binding() {
   lexer_.expect("=");
   const std::size_t value_column = lexer_.column();
   parameter.value = parse_expression(1);
-  const auto is_value = [](const IntExpr& e) { return e.kind == IntExpr::Kind::value; };
-  if (is_value(parameter.value) || std::ranges::any_of(parameter.value.operands, is_value)) {
+  if (has_product(parameter.value)) lexer_.fail(value_column, "a product is one of numerals");
+  if (reads_value(parameter.value)) {
     lexer_.fail(value_column, "a name can be bound to integers and sizes only, not to the value of a term");
   }
   Condition condition;
@@ -174,24 +201,17 @@ Condition RuleParser::parse_binding() {
   return condition;
 }
 
-/// A number, a name, "size(t)", or a sum or difference between underscores.
+/// A number, a name, "size(t)", or a sum, a difference or a product between underscores.
 IntExpr RuleParser::parse_expression(std::size_t depth) {
   check_depth(depth);
   if (lexer_.accept("_")) {
     IntExpr expression;
     IntExpr left = parse_expression(depth + 1);
-    expression.kind = lexer_.at("-") ? IntExpr::Kind::difference : IntExpr::Kind::sum;
-    if (!lexer_.accept("-")) lexer_.expect("+");
-    const std::size_t column = lexer_.column();
+    expression.kind = lexer_.at("-")   ? IntExpr::Kind::difference
+                      : lexer_.at("*") ? IntExpr::Kind::product
+                                       : IntExpr::Kind::sum;
+    if (!lexer_.accept("-") && !lexer_.accept("*")) lexer_.expect("+");
     IntExpr right = parse_expression(depth + 1);
-    const auto is_compound_value = [](const IntExpr& e) {
-      return !e.operands.empty() && std::ranges::any_of(e.operands, [](const IntExpr& operand) {
-        return operand.kind == IntExpr::Kind::value;
-      });
-    };
-    if (is_compound_value(left) || is_compound_value(right)) {
-      lexer_.fail(column, "arithmetic on numerals stands only in fits");
-    }
     expression.operands.push_back(std::move(left));
     expression.operands.push_back(std::move(right));
     lexer_.expect("_");

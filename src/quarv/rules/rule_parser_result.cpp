@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <utility>
+
 #include <quarv/rules/rule_parser.h>
 
 namespace quarv::rules {
@@ -5,6 +8,7 @@ namespace quarv::rules {
 ResultTree RuleParser::parse_result(std::size_t depth) {
   check_depth(depth);
   if (lexer_.accept("(")) return parse_result_equality(depth);
+  if (at_application() || lexer_.at("~")) return parse_result_word(depth);
   ResultTree tree;
   tree.column = lexer_.column();
   if (at_literal()) {
@@ -12,17 +16,12 @@ ResultTree RuleParser::parse_result(std::size_t depth) {
     tree.node.value = parse_literal();
     return tree;
   }
-  if (lexer_.at_word("true") || lexer_.at_word("false")) {
-    tree.node.kind = ResultNode::Kind::truth;
-    tree.node.value = lexer_.at_word("true");
-    lexer_.advance();
+  if (const auto constant = accept_constant()) {
+    const bool is_truth = *constant <= NamedConstant::false_value;
+    tree.node.kind = is_truth ? ResultNode::Kind::truth : ResultNode::Kind::constant;
+    tree.node.value = *constant == NamedConstant::true_value ? 1 : 0;
+    tree.node.constant = *constant;
     return tree;
-  }
-  RuleLexer ahead = lexer_;
-  ahead.advance();
-  if (lexer_.at("~") || (lexer_.token() == RuleLexer::Token::name && ahead.at("("))) {
-    const Operator* op = take_operator();
-    return parse_result_application(*op, depth);
   }
   const std::string name = take_name("a term");
   if (const auto position = find_variable(name)) {
@@ -51,6 +50,26 @@ ResultTree RuleParser::parse_result_equality(std::size_t depth) {
   tree.children.push_back(parse_result(depth + 1));
   lexer_.expect(")");
   return tree;
+}
+
+/// An operator, or a word that stands for one.
+ResultTree RuleParser::parse_result_word(std::size_t depth) {
+  const std::size_t column = lexer_.column();
+  const DerivedOperator* derived = find_derived_operator(lexer_.token_text());
+  if (derived == nullptr) {
+    const Operator* op = take_operator();
+    return parse_result_application(*op, depth);
+  }
+  lexer_.advance();
+  ResultTree tree = parse_result_application(*find_operator(derived->of), depth);
+  if (derived->swapped) std::ranges::reverse(tree.children);
+  if (!derived->negated) return tree;
+  ResultTree negation;
+  negation.column = column;
+  negation.node.kind = ResultNode::Kind::application;
+  negation.node.op = find_operator("~");
+  negation.children.push_back(std::move(tree));
+  return negation;
 }
 
 ResultTree RuleParser::parse_result_application(const Operator& op, std::size_t depth) {

@@ -66,12 +66,16 @@ class QueryWriter {
 
   void name_leaf(std::size_t i) {
     const PatternNode& node = rule_.pattern[i];
-    if (node.kind == PatternNode::Kind::literal) {
+    if (node.kind == PatternNode::Kind::constant) {
+      terms_[i] = constant(node.constant, instance_.sorts[node.sort]);
+    } else if (node.kind == PatternNode::Kind::literal && !is_bit_vector(node.sort)) {
+      terms_[i] = number(node.value, node.sort);
+    } else if (node.kind == PatternNode::Kind::literal) {
       require_value(terms_[i] = numeral(node.value, width(i)), i, node.value);
     } else if (node.kind == PatternNode::Kind::variable) {
       terms_[i] = rule_.pattern[same_as_[i]].name + suffix_;
       if (same_as_[i] == i) {
-        query_.variables.push_back({node.name, terms_[i], width(i)});
+        query_.variables.push_back({node.name, terms_[i], width(i), sort_of(i)});
       }
     }
   }
@@ -84,6 +88,28 @@ class QueryWriter {
     std::string arguments;
     for (std::size_t a : node.arguments) arguments += ' ' + terms_[a];
     terms_[i] = application(*node.op, parameters, arguments);
+  }
+
+  bool is_bit_vector(std::size_t sort) const { return rule_.sorts[sort].kind == SortKind::bit_vector; }
+
+  std::string sort_of(std::size_t position) const {
+    const std::size_t sort = rule_.pattern[position].sort;
+    if (is_bit_vector(sort)) return "(_ BitVec " + std::to_string(width(position)) + ')';
+    return instance_.sorts[sort];
+  }
+
+  /// The numeral of an integer or a real number.
+  std::string number(std::int64_t value, std::size_t sort) const {
+    std::string text = std::to_string(value < 0 ? -value : value);
+    if (instance_.sorts[sort] == "Real") text += ".0";
+    return value < 0 ? "(- " + text + ')' : text;
+  }
+
+  /// `sort` is "(_ FloatingPoint 5 11)" where it matters.
+  static std::string constant(NamedConstant c, const std::string& sort) {
+    const std::string word(word_of(c));
+    if (c < NamedConstant::nan) return word;
+    return "(_ " + word + sort.substr(sort.find("Point") + 5);
   }
 
   static std::string application(const Operator& op, const std::vector<std::uint64_t>& parameters,
@@ -123,7 +149,10 @@ class QueryWriter {
         return require_value(terms_[c.a], c.a, c.value);
       case Condition::Kind::power_of_two:
         return require("(= " + terms_[c.a] + ' ' + power_of_two(instance_.integers[c.b], width(c.a)) + ')');
+      case Condition::Kind::has_number:
+        return require("(= " + terms_[c.a] + ' ' + number(c.value, rule_.pattern[c.a].sort) + ')');
       case Condition::Kind::compare_values: {
+        if (!is_plain(c.left) || !is_plain(c.right)) return require(exact_comparison(c));
         const std::size_t wide = std::max(bits_of(c.left), bits_of(c.right));
         return require(comparison(c.relation, widened(c.left, wide), widened(c.right, wide)));
       }
@@ -135,6 +164,32 @@ class QueryWriter {
       default:
         return;  // the instance meets it, or it says nothing about values
     }
+  }
+
+  /// The value of a bit-vector, or what has none in it.
+  bool is_plain(const IntExpr& side) const {
+    if (side.kind == IntExpr::Kind::value) return is_bit_vector(rule_.pattern[side.index].sort);
+    return !reads_value(side);
+  }
+
+  /// A comparison of real numbers.
+  std::string exact_comparison(const Condition& c) const {
+    static constexpr std::string_view words[] = {"=", "distinct", "<", "<=", ">", ">="};
+    return '(' + std::string(words[static_cast<std::size_t>(c.relation)]) + ' ' + exact(c.left) + ' ' +
+           exact(c.right) + ')';
+  }
+
+  std::string exact(const IntExpr& e) const {
+    if (!reads_value(e)) return std::to_string(evaluate(e, instance_)) + ".0";
+    if (e.kind == IntExpr::Kind::value) {
+      const std::size_t sort = rule_.pattern[e.index].sort;
+      if (instance_.sorts[sort] == "Real") return terms_[e.index];
+      return "(to_real " + (is_bit_vector(sort) ? "(bv2nat " + terms_[e.index] + ')' : terms_[e.index]) + ')';
+    }
+    const char* const sign = e.kind == IntExpr::Kind::sum          ? "(+ "
+                             : e.kind == IntExpr::Kind::difference ? "(- "
+                                                                   : "(* ";
+    return sign + exact(e.operands[0]) + ' ' + exact(e.operands[1]) + ')';
   }
 
   static std::string comparison(Relation relation, const std::string& left, const std::string& right) {
@@ -154,6 +209,10 @@ class QueryWriter {
         text = terms_[node.index];
       } else if (node.kind == ResultNode::Kind::truth) {
         text = node.value != 0 ? "true" : "false";
+      } else if (node.kind == ResultNode::Kind::number) {
+        text = number(node.value, node.sort);
+      } else if (node.kind == ResultNode::Kind::constant) {
+        text = constant(node.constant, instance_.sorts[node.sort]);
       } else if (node.kind == ResultNode::Kind::application) {
         std::vector<std::uint64_t> parameters;
         for (const IntExpr& p : node.parameters) parameters.push_back(evaluate(p, instance_));
@@ -163,7 +222,9 @@ class QueryWriter {
           argument_widths.push_back(widths[a]);
           arguments += ' ' + texts[a];
         }
-        const auto result_width = width_of_application(*node.op, parameters, argument_widths);
+        const auto result_width = node.op->shape == Shape::mixed
+                                      ? width_of_mixed(node, argument_widths)
+                                      : width_of_application(*node.op, parameters, argument_widths);
         if (!result_width) return;
         w = *result_width;
         text = application(*node.op, parameters, arguments);
@@ -176,6 +237,22 @@ class QueryWriter {
       widths.push_back(w);
     }
     if (widths.back() == instance_.widths[0]) query_.result = texts.back();
+  }
+
+  /// Sorts tell the widths of operators that are not on bit-vectors alone.
+  std::optional<std::size_t> width_of_mixed(const ResultNode& node,
+                                            const std::vector<std::size_t>& argument_widths) const {
+    std::size_t last = 0;
+    for (std::size_t i = 0; i < node.arguments.size(); ++i) {
+      const std::size_t sort = rule_.result[node.arguments[i]].sort;
+      if (!is_bit_vector(sort)) continue;
+      const std::size_t known = instance_.sort_widths[sort];
+      last = argument_widths[i];
+      if (known != 0 && known != last) return std::nullopt;
+    }
+    if (!is_bit_vector(node.sort)) return 0;
+    const std::size_t known = instance_.sort_widths[node.sort];
+    return known != 0 ? known : last;
   }
 
   const Rule& rule_;
@@ -196,7 +273,15 @@ RuleQuery make_query(const Rule& rule, const RuleInstance& instance, std::string
 std::string declarations(const RuleQuery& query) {
   std::string text;
   for (const RuleQuery::Variable& v : query.variables) {
-    text += "(declare-const " + v.symbol + " (_ BitVec " + std::to_string(v.width) + "))\n";
+    text += "(declare-const " + v.symbol + ' ' + v.sort + ")\n";
+  }
+  return text;
+}
+
+std::string sort_declarations(const Rule& rule) {
+  std::string text;
+  for (std::size_t i = 0; i < rule.sorts.size(); ++i) {
+    if (rule.sorts[i].kind == SortKind::open) text += "(declare-sort Sort" + std::to_string(i) + " 0)\n";
   }
   return text;
 }

@@ -77,7 +77,9 @@ class RuleMatch {
   bool holds(const rules::Condition& c);
   std::optional<std::size_t> width(std::size_t position) const;
   std::optional<mpz_class> number(std::size_t position) const;
-  std::optional<mpz_class> side(const rules::IntExpr& e) const;
+  std::optional<mpq_class> side(const rules::IntExpr& e) const;
+  bool has_sort(std::size_t position, rules::SortKind kind) const;
+  bool is_constant(std::size_t position, rules::NamedConstant constant) const;
   std::optional<std::uint64_t> evaluate(const rules::IntExpr& e) const;
   const Expression& at(std::size_t position) const {
     return position == 0 ? *root_ : trace_.term(terms_[position]);

@@ -30,7 +30,7 @@ mpz_class power_of_two(std::size_t n) {
 
 /// The words of terms for an operator of the rule language.
 std::string trace_word(const rules::Operator& op) {
-  return SymbolTag::name(op.tag);
+  return op.tag == SymbolTag::OPAQUE ? std::string(op.smtlib) : SymbolTag::name(op.tag);
 }
 
 /// The number that a pattern asks for: -1 stands for all ones.
@@ -72,6 +72,7 @@ std::optional<std::uint64_t> RuleMatch::evaluate(const IntExpr& e) const {
       return std::nullopt;
     case IntExpr::Kind::sum:
     case IntExpr::Kind::difference:
+    case IntExpr::Kind::product:
       break;
   }
   const auto left = evaluate(e.operands[0]);
@@ -80,10 +81,83 @@ std::optional<std::uint64_t> RuleMatch::evaluate(const IntExpr& e) const {
   return e.kind == IntExpr::Kind::sum ? *left + *right : *left - *right;
 }
 
-std::optional<mpz_class> RuleMatch::side(const IntExpr& e) const {
-  if (e.kind == IntExpr::Kind::value) return number(e.index);
-  const auto value = evaluate(e);
-  return value ? std::optional(mpz_class(static_cast<unsigned long>(*value))) : std::nullopt;
+std::optional<mpq_class> RuleMatch::side(const IntExpr& e) const {
+  if (e.kind == IntExpr::Kind::value) {
+    const Expression& numeral = at(e.index);
+    return numeral.kind == Expression::value ? std::optional(numeral.number) : std::nullopt;
+  }
+  if (!reads_value(e)) {
+    const auto value = evaluate(e);
+    return value ? std::optional(mpq_class(static_cast<unsigned long>(*value))) : std::nullopt;
+  }
+  const auto left = side(e.operands[0]);
+  const auto right = side(e.operands[1]);
+  if (!left || !right) return std::nullopt;
+  if (e.kind == IntExpr::Kind::product) return mpq_class(*left * *right);
+  return e.kind == IntExpr::Kind::sum ? mpq_class(*left + *right) : mpq_class(*left - *right);
+}
+
+/// An integer stands where a real number may.
+bool RuleMatch::has_sort(std::size_t position, rules::SortKind kind) const {
+  using rules::SortKind;
+  const TraceSort& sort = trace_.sort(at(position).sort);
+  switch (kind) {
+    case SortKind::boolean:
+      return sort.kind == TraceSort::boolean;
+    case SortKind::integer:
+      return sort.kind == TraceSort::integer;
+    case SortKind::real:
+    case SortKind::number:
+      return sort.kind == TraceSort::integer || sort.kind == TraceSort::real;
+    case SortKind::rounding_mode:
+      return sort.kind == TraceSort::rounding_mode;
+    case SortKind::bit_vector:
+      return sort.kind == TraceSort::bit_vector;
+    case SortKind::floating_point:
+      return sort.kind == TraceSort::floating_point;
+    case SortKind::array:
+      return sort.kind == TraceSort::array;
+    case SortKind::open:
+      break;
+  }
+  return true;
+}
+
+namespace {
+
+/// The encoding of a floating-point constant.
+mpz_class encoding(rules::NamedConstant c, const TraceSort& sort) {
+  using rules::NamedConstant;
+  const mpz_class infinity = (power_of_two(sort.width) - 1) << (sort.significand - 1);
+  const mpz_class sign = power_of_two(sort.width + sort.significand - 1);
+  switch (c) {
+    case NamedConstant::nan:
+      return infinity + power_of_two(sort.significand - 2);
+    case NamedConstant::plus_infinity:
+      return infinity;
+    case NamedConstant::minus_infinity:
+      return sign + infinity;
+    case NamedConstant::minus_zero:
+      return sign;
+    default:
+      return 0;
+  }
+}
+
+bool is_nan(const mpz_class& bits, const TraceSort& sort) {
+  const mpz_class sign = power_of_two(sort.width + sort.significand - 1);
+  return (bits >= sign ? mpz_class(bits - sign) : bits) > encoding(rules::NamedConstant::plus_infinity, sort);
+}
+
+}  // namespace
+
+bool RuleMatch::is_constant(std::size_t position, rules::NamedConstant c) const {
+  const Expression& e = at(position);
+  if (c < rules::NamedConstant::nan) return e.kind == Expression::operation && e.op == word_of(c);
+  const TraceSort& sort = trace_.sort(e.sort);
+  if (e.kind != Expression::value || sort.kind != TraceSort::floating_point) return false;
+  const mpz_class bits = e.number.get_num();
+  return c == rules::NamedConstant::nan ? is_nan(bits, sort) : bits == encoding(c, sort);
 }
 
 bool RuleMatch::is_value(std::size_t position, const mpz_class& value) const {
@@ -99,6 +173,11 @@ std::optional<Mismatch> RuleMatch::mismatch(const Expression& root, std::optiona
     if (!holds(c)) return Mismatch{"the condition " + c.text + " does not hold", offset + 1, c.a, false};
     offset += c.text.size();
   }
+  for (const Condition& c : rule_.sort_tests) {
+    if (holds(c)) continue;
+    return Mismatch{"here the rule supposes " + std::string(description(c.sort)), rule_.pattern[c.a].column,
+                    c.a, true};
+  }
   return std::nullopt;
 }
 
@@ -111,7 +190,15 @@ std::optional<Mismatch> RuleMatch::pattern_mismatch(const Expression& root, std:
     const auto here = [&](const std::string& reason) { return Mismatch{reason, node.column, i, true}; };
     if (i > 0) terms_[i] = at(node.parent).args[node.child];
     const Expression& e = at(i);
-    if (node.kind == PatternNode::Kind::literal) {
+    const bool has_width = rule_.sorts[node.sort].kind == rules::SortKind::bit_vector;
+    if (node.kind == PatternNode::Kind::constant && !is_constant(i, node.constant)) {
+      return here("the pattern has " + std::string(word_of(node.constant)));
+    }
+    if (node.kind == PatternNode::Kind::literal && !has_width) {
+      if (!is_value(i, mpz_class(static_cast<long>(node.value)))) {
+        return here("the pattern has the number " + std::to_string(node.value));
+      }
+    } else if (node.kind == PatternNode::Kind::literal) {
       const auto w = width(i);
       if (!w || !is_value(i, wanted_value(node.value, *w))) {
         return here("the pattern has the number " + std::to_string(node.value));
@@ -151,6 +238,12 @@ bool RuleMatch::holds(const Condition& c) {
       const auto w = width(c.a);
       return w && is_value(c.a, wanted_value(c.value, *w));
     }
+    case Condition::Kind::has_number:
+      return is_value(c.a, mpz_class(static_cast<long>(c.value)));
+    case Condition::Kind::has_constant:
+      return is_constant(c.a, c.constant);
+    case Condition::Kind::has_sort:
+      return has_sort(c.a, c.sort);
     case Condition::Kind::compare_values: {
       const auto left = side(c.left);
       const auto right = side(c.right);
@@ -215,6 +308,22 @@ bool RuleMatch::yields(TermName after, const KnownTerms& known) const {
         continue;
       case ResultNode::Kind::truth:
         e.op = node.value != 0 ? "true" : "false";
+        break;
+      case ResultNode::Kind::number:
+        e.kind = Expression::value;
+        e.number = mpq_class(static_cast<long>(node.value));
+        e.sort = static_cast<std::size_t>(
+            std::ranges::find(trace_.sorts(), TraceSort::integer, &TraceSort::kind) - trace_.sorts().begin());
+        break;
+      case ResultNode::Kind::constant:
+        if (node.constant < rules::NamedConstant::nan) {
+          e.op = word_of(node.constant);
+        } else {
+          e.kind = Expression::value;
+          e.sort =
+              node.width.from_result ? trace_.term(*built[node.width.index]).sort : at(node.width.index).sort;
+          e.number = encoding(node.constant, trace_.sort(e.sort));
+        }
         break;
       case ResultNode::Kind::literal:
       case ResultNode::Kind::exponent: {

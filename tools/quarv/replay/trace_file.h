@@ -103,6 +103,7 @@ class TraceFile {
   const Expression& term(TermName name) const { return terms_.at(name); }
   const TraceSort& sort(std::size_t name) const { return sorts_[name]; }
   const TraceSort& sort_of(TermName name) const { return sorts_[term(name).sort]; }
+  const std::vector<TraceSort>& sorts() const { return sorts_; }
   /// All terms defined so far, in the order of their definitions.
   const std::vector<TermName>& names() const { return names_; }
 

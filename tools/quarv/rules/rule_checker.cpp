@@ -18,6 +18,14 @@ std::string assertion(const std::string& formula) {
   return "(assert " + formula + ")\n";
 }
 
+/// Whether numerals are added up or multiplied in a comparison, which is one of numbers then.
+bool reads_sums_of_values(const Rule& rule) {
+  const auto is_compound = [](const rules::IntExpr& e) { return !e.operands.empty() && reads_value(e); };
+  return std::ranges::any_of(rule.conditions, [&](const rules::Condition& c) {
+    return c.kind == rules::Condition::Kind::compare_values && (is_compound(c.left) || is_compound(c.right));
+  });
+}
+
 /// "t1 = #b10, t2 = #b01, n = 0", with what pattern and result are then.
 std::string counterexample(const Rule& rule, const RuleInstance& instance, const RuleQuery& query,
                            SolverProcess& solver) {
@@ -48,6 +56,15 @@ RuleVerdict RuleChecker::check(const Rule& rule, std::optional<std::size_t> max_
   // Small widths must be decided; nothing is known to need this long.
   constexpr int patience = 30;
   RuleVerdict verdict;
+  if (!has_widths(rule)) {
+    const std::vector<RuleInstance> instances = all_instances(rule, small_width);
+    const Answer answer = check_instances(rule, instances, patience * limit_, verdict);
+    (answer == Answer::unknown           ? verdict.undecided
+     : find_application(rule, instances) ? verdict.proved
+                                         : verdict.vacuous)
+        .push_back(0);
+    return verdict;
+  }
   const std::size_t bound = std::min(small_width, max_width.value_or(small_width));
   const std::vector<RuleInstance> small = all_instances(rule, bound);
   const Answer answer = check_instances(rule, small, patience * limit_, verdict);
@@ -66,6 +83,12 @@ RuleVerdict RuleChecker::check(const Rule& rule, std::optional<std::size_t> max_
     check_width(rule, w, verdict);
   }
   return verdict;
+}
+
+RuleChecker::Answer RuleChecker::ask(const Rule& rule, const std::string& commands,
+                                     std::chrono::milliseconds limit) {
+  const char* const logic = is_about_bit_vectors_alone(rule) && !reads_sums_of_values(rule) ? "QF_BV" : "ALL";
+  return solver_.check(sort_declarations(rule) + commands, limit, logic);
 }
 
 void RuleChecker::check_width(const Rule& rule, std::size_t width, RuleVerdict& verdict) {
@@ -91,7 +114,7 @@ bool RuleChecker::find_application(const Rule& rule, Instances instances) {
     }
     any += ')';
     commands += assertion(any);
-    if (solver_.check(commands, limit_) == Answer::sat) return true;
+    if (ask(rule, commands, limit_) == Answer::sat) return true;
   }
   return false;
 }
@@ -124,15 +147,28 @@ RuleChecker::Answer RuleChecker::check_together(const Rule& rule, Instances inst
     commands += declarations(query);
     any += "\n  " + refutation(query);
   }
-  return solver_.check(commands + assertion(any + ')'), limit);
+  return ask(rule, commands + assertion(any + ')'), limit);
 }
 
 RuleChecker::Answer RuleChecker::check_one(const Rule& rule, const RuleInstance& instance,
                                            std::chrono::milliseconds limit, RuleVerdict& verdict) {
   const RuleQuery query = make_query(rule, instance);
-  const Answer answer = solver_.check(declarations(query) + assertion(refutation(query)), limit);
+  const Answer answer = ask(rule, declarations(query) + assertion(refutation(query)), limit);
   if (answer == Answer::sat) verdict.counterexample = counterexample(rule, instance, query, solver_);
   return answer;
+}
+
+std::string list_of_instances(const Rule& rule, const std::vector<std::size_t>& widths) {
+  if (has_widths(rule)) return list_of_widths(widths);
+  const bool has_format = std::ranges::any_of(
+      rule.sorts, [](const rules::RuleSort& sort) { return sort.kind == rules::SortKind::floating_point; });
+  if (!has_format) return "all values";
+  std::string text;
+  for (const rules::Format& f : rules::formats_to_try()) {
+    fmt::format_to(std::back_inserter(text), "{}{}+{}", text.empty() ? "formats " : ", ", f.exponent,
+                   f.significand);
+  }
+  return text;
 }
 
 std::string list_of_widths(const std::vector<std::size_t>& widths) {

@@ -14,7 +14,8 @@ namespace quarv::cli {
 
 /// What a solver says of a rule.
 struct RuleVerdict {
-  /// Widths at which the rule applies and holds; up to `small_width` all instances were tried.
+  /// Widths at which the rule applies and holds; up to `small_width` all instances were tried. Rules without
+  /// widths have 0 in these lists.
   std::vector<std::size_t> proved;
   std::vector<std::size_t> undecided;  ///< widths at which the time was over
   std::vector<std::size_t> vacuous;    ///< widths at which nothing was found that the rule applies to
@@ -44,6 +45,7 @@ class RuleChecker {
   using Answer = SolverProcess::Answer;
   using Instances = std::span<const rules::RuleInstance>;
 
+  Answer ask(const rules::Rule& rule, const std::string& commands, std::chrono::milliseconds limit);
   Answer check_instances(const rules::Rule& rule, Instances instances, std::chrono::milliseconds limit,
                          RuleVerdict& verdict);
   Answer check_together(const rules::Rule& rule, Instances instances, std::chrono::milliseconds limit);
@@ -55,6 +57,10 @@ class RuleChecker {
   SolverProcess solver_;
   std::chrono::milliseconds limit_;
 };
+
+/// The same; of rules without widths "all values", or the formats that were tried, "formats 2+3, 3+5": bits
+/// of the exponent and of the significand, with the hidden one.
+std::string list_of_instances(const rules::Rule& rule, const std::vector<std::size_t>& widths);
 
 /// "widths 1-4, 8, 16", "width 20".
 std::string list_of_widths(const std::vector<std::size_t>& widths);

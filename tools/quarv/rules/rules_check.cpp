@@ -42,7 +42,8 @@ constexpr const char* explanation =
 
 For each rule the solver is asked whether the pattern's conditions can hold while pattern and result differ: in all
 instances of widths 1 to 4, in some of larger widths, and around the widths that the rule itself names. For rules that
-multiply, large widths may stay undecided. A rule is proved only where there is something that it applies to.
+multiply, large widths may stay undecided. Rules without widths are checked at all sorts, on floating-point numbers in
+a few formats. A rule is proved only where there is something that it applies to.
 
 Applying rules ends if each makes terms smaller in some order. One Knuth-Bendix order is looked for in which as many as
 can be go down; rules that only rearrange operands go by an order of their own, by age, or constants first. For each rule
@@ -170,10 +171,10 @@ void Check::print(std::size_t i, const RuleVerdict& verdict) {
     text = fmt::format("refuted{}: {}", is_known(i) ? ", as is known" : "", verdict.counterexample);
   } else if (!small_ones_decided) {
     expected = false;
-    text = "undecided for " + list_of_widths(verdict.undecided);
+    text = "undecided for " + list_of_instances(rules_[i], verdict.undecided);
   } else if (!verdict.proved.empty()) {
     ++num_proved_;
-    text = "proved for " + list_of_widths(verdict.proved);
+    text = "proved for " + list_of_instances(rules_[i], verdict.proved);
     if (!verdict.undecided.empty()) text += undecided_beside(verdict);
     if (!expected) text += "; a counterexample was expected";
   } else if (const std::string both = contradiction(rules_[i]); !both.empty()) {
@@ -181,7 +182,9 @@ void Check::print(std::size_t i, const RuleVerdict& verdict) {
     text = "never applicable: " + both + " exclude each other";
   } else {
     expected = false;
-    text = "undecided: it applied at no width that was tried, " + list_of_widths(verdict.vacuous);
+    text = has_widths(rules_[i])
+               ? "undecided: it applied at no width that was tried, " + list_of_widths(verdict.vacuous)
+               : "undecided: it never applied, for " + list_of_instances(rules_[i], verdict.vacuous);
     if (!verdict.undecided.empty()) text += undecided_beside(verdict);
   }
   as_expected_ = as_expected_ && expected;

@@ -200,9 +200,12 @@ void SolverProcess::test(std::chrono::milliseconds limit) {
   expect("(declare-const x Bool)\n(assert x)\n", Answer::sat, "a constant can be true");
 }
 
-SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chrono::milliseconds limit) {
+SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chrono::milliseconds limit,
+                                           const char* logic) {
   const std::optional<std::string> answer =
-      run("(set-option :produce-models true)\n(set-logic QF_BV)\n" + commands + "(check-sat)\n", limit);
+      run(std::string("(set-option :produce-models true)\n(set-logic ") + logic + ")\n" + commands +
+              "(check-sat)\n",
+          limit);
   if (!answer || answer == "unknown" || answer == "timeout") return Answer::unknown;
   if (answer == "sat") return Answer::sat;
   if (answer == "unsat") return Answer::unsat;

@@ -33,10 +33,10 @@ class SolverProcess {
   /// believed. Throws SolverFault.
   void test(std::chrono::milliseconds limit);
 
-  /// Forgets all earlier queries and returns whether `commands`, declarations and assertions of the logic
-  /// QF_BV, can be satisfied. When it takes longer than `limit`, the process is replaced and the answer is
+  /// Forgets all earlier queries and returns whether `commands`, declarations and assertions of the
+  /// logic, can be satisfied. When it takes longer than `limit`, the process is replaced and the answer is
   /// unknown. Throws SolverFault when the solver cannot be run or says something else.
-  Answer check(const std::string& commands, std::chrono::milliseconds limit);
+  Answer check(const std::string& commands, std::chrono::milliseconds limit, const char* logic = "QF_BV");
 
   /// Forgets all earlier commands, gives the solver a script of which one command replies, and returns what
   /// it says: a word, or an error message in parentheses. Nothing when that takes longer than `limit`. After

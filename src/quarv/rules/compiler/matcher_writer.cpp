@@ -8,13 +8,36 @@
 namespace rulec {
 
 using namespace quarv::rules;
+using quarv::SymbolTag;
 
 namespace {
+
+constexpr std::string_view letters_and_digits =
+    "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+
+/// The enumerator of a constant that has a name.
+std::string constant_name(NamedConstant constant) {
+  static constexpr std::string_view names[] = {
+      "true_value",  "false_value", "nearest_even",  "nearest_away",   "toward_positive", "toward_negative",
+      "toward_zero", "nan",         "plus_infinity", "minus_infinity", "plus_zero",       "minus_zero",
+  };
+  return "rules::NamedConstant::" + std::string(names[static_cast<std::size_t>(constant)]);
+}
+
+std::string sort_name(SortKind kind) {
+  static constexpr std::string_view names[] = {"open",       "boolean",        "integer",
+                                               "real",       "number",         "rounding_mode",
+                                               "bit_vector", "floating_point", "array"};
+  return std::string(names[static_cast<std::size_t>(kind)]);
+}
 
 class MatcherWriter {
  public:
   explicit MatcherWriter(const Rule& rule)
-      : rule_(rule), plan_(plan_match(rule)), width_known_(rule.pattern.size(), false) {}
+      : rule_(rule),
+        plan_(plan_match(rule)),
+        width_known_(rule.pattern.size(), false),
+        value_known_(rule.pattern.size(), false) {}
 
   /// The function of that name; `qualifiers` stand behind its parameters.
   std::string write(const std::string& function, const std::string& qualifiers) {
@@ -48,10 +71,12 @@ class MatcherWriter {
       case PatternNode::Kind::variable:
         return node.name;
       case PatternNode::Kind::application: {
-        std::string name(node.op->word);
+        const bool is_name = node.op->word.find_first_not_of(letters_and_digits) == std::string_view::npos;
+        std::string name(is_name ? node.op->word : node.op->tag_name);
         return name + "_" + std::to_string(position);
       }
       case PatternNode::Kind::literal:
+      case PatternNode::Kind::constant:
         break;
     }
     return argument(position);
@@ -78,7 +103,18 @@ class MatcherWriter {
         outputs += used ? ", &" + name : std::string(", nullptr");
         any_parameter = any_parameter || used;
       }
+      if (node.op->tag == SymbolTag::OPAQUE) {
+        require("rules::is_named_operation(mgr, " + term(position) + ", \"" + std::string(node.op->smtlib) +
+                "\")");
+        continue;
+      }
       if (position == 0 && !any_parameter) continue;
+      if (node.op->shape == Shape::mixed || node.op->shape == Shape::negation) {
+        uses_manager_ = true;
+        line("if (mgr->get_tag(" + term(position) +
+             "->symbol) != SymbolTag::" + std::string(node.op->tag_name) + ") return false;");
+        continue;
+      }
       require(std::string("mgr->is_").append(node.op->name) + "(" + term(position) + "->symbol" + outputs +
               remaining_outputs(*node.op) + ")");
     }
@@ -105,6 +141,8 @@ class MatcherWriter {
     }
     for (const ResultNode& node : rule_.result) {
       if (node.kind == ResultNode::Kind::subterm && node.index == position) return true;
+      const bool has_like = is_constant(node) || node.kind == ResultNode::Kind::constant;
+      if (has_like && !node.width.from_result && node.width.index == position) return true;
     }
     return false;
   }
@@ -144,7 +182,13 @@ class MatcherWriter {
         return line("if (" + a + "->id >= " + term(test.b) + "->id) return false;");
       case Condition::Kind::has_value:
         if (test.value < 0) return require("rules::is_all_ones(mgr, " + a + ")");
+        [[fallthrough]];
+      case Condition::Kind::has_number:
         return require("rules::has_value(mgr, " + a + ", " + std::to_string(test.value) + ")");
+      case Condition::Kind::has_constant:
+        return require("rules::is_constant(mgr, " + a + ", " + constant_name(test.constant) + ")");
+      case Condition::Kind::has_sort:
+        return require("rules::has_sort(mgr, " + a + ", rules::SortKind::" + sort_name(test.sort) + ")");
       case Condition::Kind::compare_values:
         return write_value_comparison(test);
       case Condition::Kind::compare: {
@@ -175,11 +219,22 @@ class MatcherWriter {
 
   /// A side of a comparison of values, as a QNumber. A term's value is got once.
   std::string number(const IntExpr& side) {
-    if (side.kind != IntExpr::Kind::value) return "rules::to_number(" + integer(side) + ")";
+    if (!reads_value(side)) return "rules::to_number(" + integer(side) + ")";
+    if (side.kind != IntExpr::Kind::value) {
+      const std::string left = number(side.operands[0]);
+      const std::string right = number(side.operands[1]);
+      const char* const sign = side.kind == IntExpr::Kind::sum          ? " + "
+                               : side.kind == IntExpr::Kind::difference ? " - "
+                                                                        : " * ";
+      return "(" + left + sign + right + ")";
+    }
     const std::string name = "value_" + term(side.index);
-    uses_manager_ = true;
-    line("const QNumber* " + name + " = mgr->get_number(" + term(side.index) + "->symbol);");
-    line("if (" + name + " == nullptr) return false;");
+    if (!value_known_[side.index]) {
+      value_known_[side.index] = true;
+      uses_manager_ = true;
+      line("const QNumber* " + name + " = mgr->get_number(" + term(side.index) + "->symbol);");
+      line("if (" + name + " == nullptr) return false;");
+    }
     return "*" + name;
   }
 
@@ -214,6 +269,7 @@ class MatcherWriter {
         return left + (expression.kind == IntExpr::Kind::sum ? " + " : " - ") +
                nested(expression.operands[1], right);
       }
+      case IntExpr::Kind::product:
       case IntExpr::Kind::value:
         break;
     }
@@ -257,16 +313,36 @@ class MatcherWriter {
         return node.value != 0 ? "mgr->true_term" : "mgr->false_term";
       case ResultNode::Kind::literal:
         return constant(std::to_string(node.value), node, terms);
+      case ResultNode::Kind::number:
+        return "mgr->make_number(QNumber(" + std::to_string(node.value) + "L))";
+      case ResultNode::Kind::constant: {
+        const std::string like = rule_.sorts[node.sort].kind != SortKind::floating_point ? "nullptr"
+                                 : node.width.from_result ? terms[node.width.index]
+                                                          : term(node.width.index);
+        return "rules::make_constant(mgr, " + constant_name(node.constant) + ", " + like + ")";
+      }
       case ResultNode::Kind::exponent:
         return constant("static_cast<std::int64_t>(" + rule_.parameters[node.index].name + ")", node, terms);
       default:
         break;
     }
+    if (node.op->shape == Shape::mixed) return mixed_application(node, terms);
     std::string text = std::string("mgr->make_").append(node.op->name) + "(";
     for (const IntExpr& parameter : node.parameters) text += integer(parameter) + ", ";
     for (std::size_t i = 0; i < node.arguments.size(); ++i)
       text += (i > 0 ? ", " : "") + terms[node.arguments[i]];
     return text + ")";
+  }
+
+  static std::string mixed_application(const ResultNode& node, const std::vector<std::string>& terms) {
+    const Operator& op = *node.op;
+    std::string text = op.tag == SymbolTag::OPAQUE
+                           ? "rules::make_named_operation(mgr, \"" + std::string(op.smtlib) + "\", {"
+                           : "mgr->make_operation(SymbolTag::" + std::string(op.tag_name) + ", {";
+    for (std::size_t i = 0; i < node.arguments.size(); ++i) {
+      text += (i > 0 ? ", " : "") + terms[node.arguments[i]];
+    }
+    return text + "})";
   }
 
   std::string constant(const std::string& value, const ResultNode& node,
@@ -279,6 +355,7 @@ class MatcherWriter {
   const Rule& rule_;
   MatchPlan plan_;
   std::vector<bool> width_known_;
+  std::vector<bool> value_known_;
   bool uses_manager_ = false;
   std::string body_;
 };

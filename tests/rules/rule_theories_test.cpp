@@ -1,0 +1,135 @@
+// Rules on Booleans, numbers, arrays and floating-point numbers.
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <quarv/rules/rule_in_words.h>
+#include <quarv/rules/rule_interpreter.h>
+#include <quarv/rules/rule_query.h>
+#include <quarv/term/term_manager.h>
+
+namespace quarv {
+namespace {
+
+using rules::InterpretedRule;
+using rules::parse_rule;
+
+class RuleTheories : public testing::Test {
+ protected:
+  const Term* apply(const char* text, const Term* t) {
+    const InterpretedRule rule(parse_rule(text));
+    const Term* out = nullptr;
+    return rule(&mgr, t, &out) ? out : nullptr;
+  }
+  const Term* number(long value) { return mgr.make_number(QNumber(value)); }
+
+  TermManager mgr;
+  const Term* i = mgr.make_constant("i", mgr.int_type);
+  const Term* j = mgr.make_constant("j", mgr.int_type);
+  const Term* x = mgr.make_constant("x", mgr.rat_type);
+  const Term* p = mgr.make_constant("p", mgr.bool_type);
+  const Term* q = mgr.make_constant("q", mgr.bool_type);
+};
+
+TEST_F(RuleTheories, NumeralsAreComparedAndComputedWith) {
+  const char* rule = "rewrite(<=(+(c, t), d), const(c), const(d)) >> <=(t, +(d, *(-1, c)))";
+  const Term* before = mgr.make_leq(mgr.make_plus(number(2), i), number(-5));
+  EXPECT_EQ(apply(rule, before),
+            mgr.make_leq(i, mgr.make_plus(number(-5), mgr.make_times(number(-1), number(2)))));
+  EXPECT_EQ(apply(rule, mgr.make_leq(mgr.make_plus(j, i), number(-5))), nullptr);
+  const char* exact = "rewrite(*(c, *(d, t)), const(c), const(d), (__c * d_ - 1_ < 0)) >> t";
+  const auto product = [&](long c, long d) {
+    return mgr.make_times(number(c), mgr.make_times(number(d), i));
+  };
+  EXPECT_EQ(apply(exact, product(-3, 2)), i);
+  EXPECT_EQ(apply(exact, product(0, 2)), i);
+  EXPECT_EQ(apply(exact, product(1, 1)), nullptr);
+  EXPECT_EQ(apply("rewrite(+(-3, t), ) >> t", mgr.make_plus(number(-3), x)), x);
+  EXPECT_EQ(apply("rewrite(+(-3, t), ) >> t", mgr.make_plus(number(3), x)), nullptr);
+}
+
+TEST_F(RuleTheories, SortsOfVariablesAreLookedAt) {
+  const char* rule = "rewrite(+(t, u), sort(t, Int), sort(u, Int)) >> +(u, t)";
+  EXPECT_NE(apply(rule, mgr.make_plus(i, j)), nullptr);
+  EXPECT_EQ(apply(rule, mgr.make_plus(i, x)), nullptr);
+  // Of mixed sums the operand that is not an integer.
+  EXPECT_EQ(apply("rewrite(+(t, mod(u, v)), ) >> u", mgr.make_plus(x, i)), nullptr);
+  const char* any = "rewrite((t == u), ) >> (u == t)";
+  EXPECT_EQ(apply(any, mgr.make_equal(x, i)), mgr.make_equal(i, x));
+  EXPECT_EQ(parse_rule("rewrite(iff(p, q), ) >> (q == p)").applicant(), SymbolTag::IFF);
+  EXPECT_EQ(apply("rewrite(iff(p, true), ) >> p", mgr.make_iff(p, mgr.true_term)), p);
+  EXPECT_EQ(apply("rewrite(iff(p, true), ) >> p", mgr.make_iff(p, mgr.false_term)), nullptr);
+}
+
+TEST_F(RuleTheories, ConstantsOfFloatingPointSortsHaveNames) {
+  const DataType* half = mgr.get_fp_type(5, 10);
+  const Term* f = mgr.make_constant("f", half);
+  const Term* mode = mgr.make_constant("r", mgr.rounding_mode_type);
+  const auto encoded = [&](int bits) { return mgr.make_fp_bits_number(QNumber(long{bits}), 5, 10); };
+  const auto max = [&](const Term* t) { return mgr.make_fp_max(f, t); };
+  struct {
+    const char* word;
+    int bits;
+  } const constants[] = {{"+zero", 0}, {"-zero", 0x8000}, {"+oo", 0x7c00}, {"-oo", 0xfc00}, {"NaN", 0x7e00}};
+  for (const auto& c : constants) {
+    const std::string rule = std::string("rewrite(fp.max(t, ") + c.word + "), ) >> t";
+    for (const auto& other : constants) {
+      EXPECT_EQ(apply(rule.c_str(), max(encoded(other.bits))), c.bits == other.bits ? f : nullptr) << rule;
+    }
+    const std::string result = std::string("rewrite(fp.neg(t), ) >> ") + c.word;
+    EXPECT_EQ(apply(result.c_str(), mgr.make_fp_neg(f)), encoded(c.bits)) << result;
+  }
+  EXPECT_EQ(apply("rewrite(fp.max(t, NaN), ) >> t", max(encoded(0xfc01))), f);  // of any encoding
+  const Term* sum = mgr.make_fp_add(mgr.make_rounding_away(), f, f);
+  EXPECT_EQ(apply("rewrite(fp.add(RNA, t, u), ) >> t", sum), f);
+  EXPECT_EQ(apply("rewrite(fp.add(RNE, t, u), ) >> t", sum), nullptr);
+  EXPECT_EQ(apply("rewrite(fp.add(r, t, u), ) >> fp.add(RTZ, t, u)", mgr.make_fp_add(mode, f, f)),
+            mgr.make_fp_add(mgr.make_rounding_zero(), f, f));
+}
+
+TEST_F(RuleTheories, ArraysAndBranchesMatch) {
+  const DataType* type = mgr.get_array_type(mgr.int_type, mgr.rat_type);
+  const Term* m = mgr.make_constant("m", type);
+  const Term* written = mgr.make_array_write(m, i, x);
+  const char* read = "rewrite(select(store(m, i, t), j), identity(i, j)) >> t";
+  EXPECT_EQ(apply(read, mgr.make_array_read(written, i)), x);
+  EXPECT_EQ(apply(read, mgr.make_array_read(written, j)), nullptr);
+  EXPECT_EQ(apply("unordered(ite(p, and(q, r), r_0), identity(r, r_0)) >> and(r, or(not(p), q))",
+                  mgr.make_ite(p, mgr.make_and(q, p), q)),
+            mgr.make_and(q, mgr.make_or(mgr.make_not(p), p)));
+}
+
+TEST_F(RuleTheories, InstancesHaveEachSort) {
+  const auto sorts = [](const char* text) {
+    std::vector<std::string> all;
+    const rules::Rule rule = parse_rule(text);
+    for (const rules::RuleInstance& instance : rules::all_instances(rule, 2)) {
+      all.push_back(declarations(make_query(rule, instance)));
+    }
+    return all;
+  };
+  EXPECT_EQ(sorts("rewrite(+(t, 0), ) >> t"),
+            (std::vector<std::string>{"(declare-const t. Int)\n", "(declare-const t. Real)\n"}));
+  EXPECT_EQ(sorts("rewrite(not(not(p)), ) >> p"), std::vector<std::string>{"(declare-const p. Bool)\n"});
+  EXPECT_EQ(sorts("rewrite(fp.neg(fp.neg(t)), ) >> t").size(), rules::formats_to_try().size());
+  EXPECT_EQ(sorts("rewrite(ite(p, bvnot(t), bvnot(u)), ) >> bvnot(ite(p, t, u))").size(), 2u);
+  const auto array = sorts("rewrite(store(m, i, select(m_0, i_0)), identity(m, m_0), identity(i, i_0)) >> m");
+  ASSERT_EQ(array.size(), 1u);
+  EXPECT_NE(array[0].find("(declare-const m. (Array Sort"), std::string::npos) << array[0];
+  const rules::Rule rule = parse_rule("rewrite(<=(+(c, t), 3), const(c), (_c * c_ > 1)) >> <=(t, -7)");
+  const auto instances = rules::all_instances(rule, 1);
+  ASSERT_EQ(instances.size(), 2u);
+  EXPECT_EQ(make_query(rule, instances[1]).conditions, "(and true (> (* c. c.) 1.0))");
+  EXPECT_EQ(make_query(rule, instances[1]).result, "(<= t. (- 7.0))");
+  EXPECT_EQ(make_query(rule, instances[0]).pattern, "(<= (+ c. t.) 3)");
+}
+
+TEST_F(RuleTheories, ReadInWords) {
+  EXPECT_EQ(rules::in_words(
+                parse_rule("rewrite(<=(+(c, t), -3), const(c), (_c * c_ > 1), sort(t, Int)) >> >(t, 2)")),
+            "(c + t) <= -3 becomes not (t <= 2) if c is a constant, c * c > 1 and t is an integer.");
+}
+
+}  // namespace
+}  // namespace quarv
