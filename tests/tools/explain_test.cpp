@@ -115,6 +115,32 @@ further steps lead to
   EXPECT_EQ(r.err, "quarv: there is no assertion 6: the script has 5\n");
 }
 
+TEST_F(Explain, ShowsStepsThatAreAskedFor) {
+  EXPECT_EQ(run("$quarv explain in.smt2 --assert 2 --step 3").out,
+            run("$quarv explain in.smt2 --assert 2 | sed "
+                "'/^[1245]\\./,+2d; s/^result/further steps lead to/'")
+                .out);
+  const Result rule = run("$quarv explain in.smt2 --rule bvor-zero");
+  EXPECT_TRUE(rule.out.starts_with("assertion 2\n")) << rule.out;
+  EXPECT_EQ(rule.out.find("assertion 3"), std::string::npos) << rule.out;
+  EXPECT_EQ(rule.out.find("1. "), std::string::npos) << rule.out;
+  EXPECT_NE(rule.out.find("3. rule bvor-zero"), std::string::npos) << rule.out;
+  EXPECT_EQ(run("$quarv explain in.smt2 --rule bvmul-one").out, "rule bvmul-one is not applied\n");
+  EXPECT_EQ(run("$quarv explain in.smt2 --assert 1 --step 9").out, "there is no step 9\n");
+  EXPECT_EQ(run("echo '(assert false)' | $quarv explain -").out,
+            "assertion 1\n  false\nis left as it is\nsimplification changes no assertion\n");
+}
+
+TEST_F(Explain, CountsWhatManyStepsDo) {
+  std::string text = "(declare-const x (_ BitVec 8))\n(assert (= x (bvadd ";
+  for (int i = 0; i < 6; ++i) text += "(bvor x #x0" + std::to_string(i) + ") ";
+  const Result r = run("$quarv explain - --rules-only-standard --steps 1000", text + ")))\n");
+  const std::size_t table = r.out.find(" steps ");
+  ASSERT_NE(table, std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("  rule bvor-zero", table), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("  rule bvor-constant-first", table), std::string::npos) << r.out;
+}
+
 TEST_F(Explain, MarksByColourWhereItIsWanted) {
   const Result r = run("$quarv explain in.smt2 --assert 1 --steps 1 --color always");
   EXPECT_NE(r.out.find("(= (bvadd x #x00) \033[1;33m#x01\033[0m)"), std::string::npos) << r.out;

@@ -70,6 +70,40 @@ TEST_F(Program, DialogueExplainsWithWhatIsInForce) {
   EXPECT_EQ(num_lines(bad.out), 2u) << bad.out;
 }
 
+TEST_F(Program, DialogueSaysWhyARuleDoesNotApply) {
+  const std::string declared = "(declare-const x (_ BitVec 8))\n";
+  const Result r =
+      run("$quarv repl", declared + "(why-not bvor-zero (bvor x #x01))\n(why-not bvor-zero (bvor #x00 x))\n");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("does not apply: "), std::string::npos) << r.out;
+  EXPECT_TRUE(r.out.ends_with("applies to (bvor #x00 x)\nyields     x\n")) << r.out;
+  const Result bad = run("$quarv repl", declared + "(why-not none x)\n(why-not bvor-zero\n y)\n(why-not)\n");
+  EXPECT_TRUE(bad.out.starts_with("(error \"there is no rule \"\"none\"\"")) << bad.out;
+  EXPECT_NE(bad.out.find("(error \"line 4, column 2: unknown symbol y\")"), std::string::npos) << bad.out;
+  EXPECT_EQ(num_lines(bad.out), 3u) << bad.out;
+  EXPECT_EQ(bad.status, 1);
+}
+
+TEST_F(Program, DialogueTakesRulesOfOnesOwn) {
+  const std::string rule = "(rule \"half: rewrite(bvmul(bvneg(t1), bvneg(t2)), ) >> bvmul(t1, t2)\")\n";
+  const std::string declared = "(declare-const x (_ BitVec 8))\n(declare-fun rule (Bool) Bool)\n";
+  const Result r =
+      run("$quarv repl", declared + rule +
+                             "(bvmul (bvneg x) (bvneg x))\n(explain (bvmul (bvneg x) (bvneg x)))\n" +
+                             "(why-not half (bvmul x x))\n(rule true)\n");
+  EXPECT_TRUE(r.out.starts_with("(bvmul x x)\n")) << r.out;
+  EXPECT_NE(r.out.find("rule half: "), std::string::npos) << r.out;
+  EXPECT_TRUE(r.out.ends_with("(rule true)\n")) << r.out;
+  EXPECT_EQ(r.status, 0);
+  const Result bad = run("$quarv repl", rule + "\n" + rule + "(rule\n \"rewrite(bvmul(t, t)\")\n");
+  EXPECT_TRUE(bad.out.starts_with("(error \"line 3, column 8: another rule already has this name"))
+      << bad.out;
+  EXPECT_NE(bad.out.find("(error \"line 5, column "), std::string::npos) << bad.out;
+  write("my.rules", "half: rewrite(bvmul(bvneg(t1), bvneg(t2)), ) >> bvmul(t1, t2)\n");
+  EXPECT_EQ(run("$quarv repl --rules my.rules", declared + "(bvmul (bvneg x) (bvneg x))\n").out,
+            "(bvmul x x)\n");
+}
+
 /// What a terminal shows.
 class Terminal : public Program {
  protected:

@@ -1,6 +1,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,7 +35,7 @@ struct Arguments {
   std::string input;
   std::size_t assertion = 0;  // 0: all
   std::optional<std::pair<std::string, std::string>> why_not;
-  std::size_t steps = 100;
+  ShownSteps steps;
   std::size_t length = 300;
   std::string colour = "auto";
   SimplifyArguments how;
@@ -56,11 +57,29 @@ class Explanation {
 
   std::size_t num_assertions() const { return derivation_->num_assertions(); }
 
+  /// Of an assertion in which none of the wanted steps is made, nothing is printed.
   void explain(std::size_t assertion) {
     Derivation& derivation = *derivation_;
     derivation.begin(assertion);
-    out_ << "assertion " << assertion << '\n';
-    print_derivation(derivation, text_, arguments_.steps, out_);
+    changes_ |= derivation.current() != derivation.result();
+    std::ostringstream text;
+    text << "assertion " << assertion << '\n';
+    const ShownSteps& wanted = arguments_.steps;
+    const std::size_t num_shown = print_derivation(terms_, derivation, text_, wanted, text);
+    found_ |= num_shown != 0;
+    const bool all = wanted.only == 0 && wanted.rule.empty();
+    if (all || num_shown != 0) out_ << text.view();
+  }
+
+  /// What is to be said of the whole script.
+  void conclude() {
+    if (!changes_) {
+      out_ << "simplification changes no assertion\n";
+    } else if (!found_ && !arguments_.steps.rule.empty()) {
+      out_ << "rule " << arguments_.steps.rule << " is not applied\n";
+    } else if (!found_ && arguments_.steps.only != 0) {
+      out_ << "there is no step " << arguments_.steps.only << '\n';
+    }
   }
 
  private:
@@ -71,6 +90,8 @@ class Explanation {
   std::string written_;
   std::string simplified_;
   std::optional<Derivation> derivation_;
+  bool changes_ = false;  // an assertion was changed
+  bool found_ = false;    // a step was shown
 };
 
 /// A question that the input does not have an answer to.
@@ -88,7 +109,8 @@ int explain_rule(const Arguments& arguments, const Input& input) {
   const std::string label = name.empty() ? std::to_string(*found + 1) : name;
   Output output("-");
   const rules::Rule rule = rules::parse_rule(rules[*found].text);  // columns count within the rule
-  explain_mismatch(input, label, rule, term, wants_colour(arguments.colour), output.stream());
+  explain_mismatch(input.text(), input.name(), label, rule, term, wants_colour(arguments.colour),
+                   output.stream());
   if (const char* const values = known_counterexample(name)) {
     output.stream() << "does not hold for all values: " << values
                     << "; quarv simplify does not apply it there\n";
@@ -109,6 +131,7 @@ int explain(const Arguments& arguments) {
   const bool all = arguments.assertion == 0;
   const std::size_t last = all ? explanation.num_assertions() : arguments.assertion;
   for (std::size_t i = all ? 1 : last; i <= last; ++i) explanation.explain(i);
+  if (all || !arguments.steps.rule.empty() || arguments.steps.only != 0) explanation.conclude();
   output.commit();
   return success;
 }
@@ -134,9 +157,13 @@ void add_explain(const CommandLine& program, int& status) {
           "and say what does not fit. The term is taken as it is written")
       .type("RULE TERM")
       .excludes(assertion);
-  command.option("--steps", arguments->steps, "Show at most this many steps of an assertion")
+  command.option("--steps", arguments->steps.most, "Show at most this many steps of an assertion")
       .type("N")
       .shows_default();
+  command.option("--step", arguments->steps.only, "Show only the step of this number, of each assertion")
+      .type("N")
+      .positive();
+  command.option("--rule", arguments->steps.rule, "Show only steps by the rule of this name").type("NAME");
   command
       .option("--length", arguments->length,
               "Of terms longer than this, in characters, show only the surroundings of the change")

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -11,12 +12,15 @@
 
 #include "commands.h"
 #include "explain/derivation_text.h"
+#include "explain/why_not.h"
 #include "io/colour.h"
 #include "io/command_line.h"
 #include "io/command_splitter.h"
+#include "io/input.h"
 #include "io/output.h"
 #include "io/text_source.h"
 #include "repl/dialogue_context.h"
+#include "rules/rule_catalogue.h"
 #include "simplify/simplify_arguments.h"
 #include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/read/reader.h>
@@ -92,6 +96,9 @@ constexpr std::string_view help =
     R"(Commands of SMT-LIB 2, such as (declare-const x (_ BitVec 8)), (push 1) and (assert (bvult x #x10)), and
   TERM              print it simplified, as (simplify TERM) does
   (explain TERM)    show how it is simplified, step by step
+  (why-not RULE TERM)
+                    say what of a rule, given by name or number, does not fit
+  (rule "TEXT")     apply a rule of your own from here on, as in a file for --rules
   (check-sat)       unsat, sat or unknown: what simplification alone has shown
   help              this
   exit              end the dialogue, as the end of the input does
@@ -104,12 +111,26 @@ smtlib::Token head_of(std::string_view text) {
   return first.kind == smtlib::TokenKind::left_parenthesis ? lexer.next() : first;
 }
 
+smtlib::Token token_behind(const std::string& text, const smtlib::Token& token) {
+  return smtlib::Lexer({token.text.data() + token.text.size(), text.data() + text.size()}).next();
+}
+
+/// The same text with blanks up to a place in it, and for the parenthesis that closes it: what is left has
+/// its place.
+std::string blank_up_to(const char* place, const std::string& text) {
+  std::string rest = text;
+  std::replace_if(
+      rest.begin(), rest.begin() + (place - text.data()), [](char c) { return c != '\n'; }, ' ');
+  if (rest.ends_with(')')) rest.back() = ' ';
+  return rest;
+}
+
 /// Runs commands one by one and prints responses in the form that the SMT-LIB standard defines.
 class Conversation {
  public:
   /// `interactive`: a person reads the answers.
   Conversation(const SessionOptions& options, std::ostream& out, bool interactive)
-      : session_(options), out_(out), interactive_(interactive) {}
+      : options_(options), session_(options), out_(out), interactive_(interactive) {}
 
   void answer(const CommandSplitter::Piece& piece);
 
@@ -121,6 +142,9 @@ class Conversation {
   void answer_term(const std::string& text, std::string_view word);
   void answer_application(const CommandSplitter::Piece& piece, const smtlib::Token& head);
   void explain(const std::string& text, const smtlib::Token& head);
+  void why_not(const std::string& text, const smtlib::Token& head);
+  void add_rule(const std::string& text, const smtlib::Token& rule);
+  bool coloured() const { return interactive_ && wants_colour("auto"); }
   void respond(const smtlib::Script& script, const Command& command);
   void respond(const CommandParts& command);
   void get_info(std::string_view keyword);
@@ -131,6 +155,7 @@ class Conversation {
     if (print_success_) out_ << "success\n";
   }
 
+  SessionOptions options_;
   Session session_;
   smtlib::Reader reader_{session_};
   DialogueContext context_;
@@ -149,6 +174,11 @@ void Conversation::answer(const CommandSplitter::Piece& piece) {
       answer_term(piece.text, is_word ? head.text : std::string_view());
     } else if (is_word && head.text == "explain") {
       explain(piece.text, head);
+    } else if (is_word && head.text == "why-not") {
+      why_not(piece.text, head);
+    } else if (const smtlib::Token rule = token_behind(piece.text, head);
+               is_word && head.text == "rule" && rule.kind == smtlib::TokenKind::string) {
+      add_rule(piece.text, rule);
     } else if (is_word && !is_command(head.text)) {
       answer_application(piece, head);
     } else if (head.kind == smtlib::TokenKind::left_parenthesis ||
@@ -205,17 +235,37 @@ void Conversation::answer_application(const CommandSplitter::Piece& piece, const
   }
 }
 
-/// `(explain t)`. What stands around the term becomes blanks, so that places stay what they are.
+/// `(explain t)`
 void Conversation::explain(const std::string& text, const smtlib::Token& head) {
-  std::string term = text;
-  const std::string_view before(text.data(), head.text.data() + head.text.size());
-  std::ranges::replace_if(
-      term.begin(), term.begin() + static_cast<std::ptrdiff_t>(before.size()),
-      [](char c) { return c != '\n'; }, ' ');
-  if (term.ends_with(')')) term.back() = ' ';
+  const std::string term = blank_up_to(head.text.data() + head.text.size(), text);
   reader_.term(term);  // says what is wrong with it
-  explain_term(context_.script(), term, session_.options(),
-               interactive_ && wants_colour("auto") ? colour_marks : quotation_marks, out_);
+  explain_term(context_.script(), term, options_, coloured() ? colour_marks : quotation_marks, out_);
+}
+
+/// `(why-not RULE t)`
+void Conversation::why_not(const std::string& text, const smtlib::Token& head) {
+  const smtlib::Token which = token_behind(text, head);
+  if (which.kind != smtlib::TokenKind::symbol && which.kind != smtlib::TokenKind::numeral) {
+    return error("why-not needs a rule, by name or number, and a term");
+  }
+  const std::string name(which.text);
+  const std::vector<rules::Rule> rules = all_rules_and(options_.extra_rules);
+  const std::optional<std::size_t> found = find_rule(rules, name);
+  if (!found) return error(no_such_rule(rules, name));
+  const std::string term = blank_up_to(which.text.data() + which.text.size(), text);
+  reader_.term(term);
+  const rules::Rule rule = rules::parse_rule(rules[*found].text);  // columns count within the rule
+  explain_mismatch(context_.script(), "", name, rule, term, coloured(), out_);
+}
+
+/// `(rule "...")`
+void Conversation::add_rule(const std::string& text, const smtlib::Token& rule) {
+  std::string rules = blank_up_to(rule.start + 1, text);
+  rules.resize(static_cast<std::size_t>(rule.start - text.data()) + rule.text.size() - 1);
+  const RuleFile file{"", rules};
+  session_.add_rules(file);
+  options_.extra_rules.push_back(file);
+  done();
 }
 
 /// An error of a piece of input, with its place in all of the input.
@@ -311,6 +361,7 @@ constexpr const char* footer = R"(Examples:
 
 struct Arguments {
   std::string input = "-";
+  std::vector<std::string> rule_files;
   bool no_rules = false;
   bool library_semantics = false;
   bool only_standard = false;
@@ -321,6 +372,10 @@ int converse(const Arguments& arguments) {
   options.rules = !arguments.no_rules;
   options.library_semantics = arguments.library_semantics;
   options.extended = !arguments.only_standard && !arguments.library_semantics;
+  for (const std::string& name : arguments.rule_files) {
+    const Input file(name);
+    options.extra_rules.push_back({file.name(), std::string(file.text())});
+  }
 
   const std::unique_ptr<TextSource> source = open_text_source(arguments.input);
   Output output("-");
@@ -353,7 +408,14 @@ void add_repl(const CommandLine& program, int& status) {
   command.option("FILE", arguments->input, "Where the commands come from; - is standard input")
       .type("")
       .shows_default();
-  command.flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
+  const Option no_rules =
+      command.flag("--no-rules", arguments->no_rules, "Simplify operators, but apply no rewrite rule");
+  command
+      .option("--rules", arguments->rule_files,
+              "Rules of your own, to be tried after the standard ones; may be repeated")
+      .type("FILE.rules")
+      .one_at_a_time()
+      .excludes(no_rules);
   add_extension_option(command, arguments->only_standard);
   add_semantics_option(command, arguments->library_semantics);
   command.callback([arguments, &status] { status = converse(*arguments); });

@@ -105,7 +105,7 @@ int count_uses(const std::vector<std::string>& paths) {
 }
 
 int show(const std::string& name_or_number) {
-  const std::vector<rules::Rule> all = all_rules_and({});
+  const std::vector<rules::Rule> all = all_rules_and(std::vector<std::string>());
   const std::optional<std::size_t> found = find_rule(all, name_or_number);
   if (!found) {
     say("quarv: {}\n", no_such_rule(all, name_or_number));

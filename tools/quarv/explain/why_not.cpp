@@ -24,8 +24,8 @@ namespace {
 /// One term after a script.
 class TermInContext {
  public:
-  TermInContext(const Input& context, const std::string& text) {
-    reader_.read_in_place(context.text(), context.name());
+  TermInContext(std::string_view context, const std::string& name, const std::string& text) {
+    reader_.read_in_place(context, name);
     term_ = reader_.term(text, "TERM");
   }
 
@@ -76,10 +76,10 @@ std::string bindings(const rules::Rule& rule, const RuleMatch& match, TraceTerms
 
 }  // namespace
 
-void explain_mismatch(const Input& context, const std::string& label, const rules::Rule& rule,
-                      const std::string& term, bool colour, std::ostream& out) {
+void explain_mismatch(std::string_view context, const std::string& name, const std::string& label,
+                      const rules::Rule& rule, const std::string& term, bool colour, std::ostream& out) {
   constexpr std::size_t length = 300;
-  TermInContext given(context, term);
+  TermInContext given(context, name, term);
   const std::string text = given.trace();
   TraceFile trace(text, "");
   TraceStep step;

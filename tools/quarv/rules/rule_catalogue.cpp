@@ -31,20 +31,27 @@ std::vector<rules::Rule> registered_rules(void (*register_rules)(TermNormalizer*
   return all;
 }
 
-/// Appends the rules of a file, whose names `is_taken` may refuse.
-void read_rules(const std::string& file, bool (*is_taken)(std::string_view), std::vector<rules::Rule>& all) {
-  const Input input(file);
+using IsTaken = bool (*)(std::string_view);
+
+/// Appends the rules of a text, whose names `is_taken` may refuse.
+void add_rules(std::string_view text, const std::string& name, IsTaken is_taken,
+               std::vector<rules::Rule>& all) {
   try {
-    for (rules::Rule& rule : rules::parse_rules(input.text())) {
+    for (rules::Rule& rule : rules::parse_rules(text)) {
       if (!rule.name.empty() && (find_rule(all, rule.name) || is_taken(rule.name))) {
         throw rules::RuleError(rule.line, rule.column, "another rule already has this name");
       }
       all.push_back(std::move(rule));
     }
   } catch (const rules::RuleError& e) {
-    throw InputError(input.name(), e.line(), e.column(), e.reason(),
-                     source_excerpt(input.text(), SourcePlace{e.line(), e.column()}));
+    throw InputError(name, e.line(), e.column(), e.reason(),
+                     source_excerpt(text, SourcePlace{e.line(), e.column()}));
   }
+}
+
+void read_rules(const std::string& file, IsTaken is_taken, std::vector<rules::Rule>& all) {
+  const Input input(file);
+  add_rules(input.text(), input.name(), is_taken, all);
 }
 
 }  // namespace
@@ -68,6 +75,13 @@ std::vector<rules::Rule> rules_of_file(const std::string& file) {
 std::vector<rules::Rule> all_rules_and(const std::vector<std::string>& files) {
   std::vector<rules::Rule> all = standard_rules();
   for (const std::string& file : files) read_rules(file, &is_extended_rule, all);
+  for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
+  return all;
+}
+
+std::vector<rules::Rule> all_rules_and(const std::vector<RuleFile>& files) {
+  std::vector<rules::Rule> all = standard_rules();
+  for (const RuleFile& file : files) add_rules(file.text, file.name, &is_extended_rule, all);
   for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
   return all;
 }

@@ -23,6 +23,8 @@ std::vector<rules::Rule> rules_of_file(const std::string& file);
 /// The standard rules, behind them those of files, and the extended ones. Throws FileError and InputError,
 /// also for a name that another rule has.
 std::vector<rules::Rule> all_rules_and(const std::vector<std::string>& files);
+/// Likewise, of files that have been read.
+std::vector<rules::Rule> all_rules_and(const std::vector<RuleFile>& files);
 
 /// What the rules with which scripts are simplified are called, in their order: by name, or by number from 1.
 /// Throws InputError.
