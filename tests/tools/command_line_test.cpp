@@ -119,6 +119,11 @@ TEST_F(CommandLine, CompletesCommandsInTheShell) {
   EXPECT_EQ(completions("help re"), "report repl replay\n");
   EXPECT_EQ(completions("help rules s"), "show\n");
   EXPECT_EQ(completions("simplify --share n"), "none\n");
+  EXPECT_EQ(completions("certify --solver c"), "cvc5\n");
+  for (const char* asked : {"rules show bvor-i", "simplify --disable-rule bvor-i", "explain --why-not bvor-i",
+                            "explain in.smt2 --rule bvor-i"}) {
+    EXPECT_EQ(completions(asked), "bvor-idempotent\n") << asked;
+  }
 }
 
 TEST_F(CommandLine, EndsAsFiltersDoWhenTheReaderLeaves) {

@@ -13,7 +13,13 @@ _quarv() {
 
   COMPREPLY=()
   choices=$(sed -n "s/^  \(-[a-z],\)\{0,1\}$previous \([a-z]*|[a-z|]*\).*/\2/p" <<<"$help")
-  if [[ $previous == --* && $choices ]]; then
+  if [[ $previous == --solver ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "z3 cvc5" -- "$current")
+  elif [[ $previous == --disable-rule || $previous == --why-not || $previous == --rule ||
+          ${command[*]} == "rules show" && $current != -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" rules list 2>/dev/null |
+      sed -n 's/.* \([a-z0-9-]*\): rewrite(.*/\1/p')" -- "$current")
+  elif [[ $previous == --* && $choices ]]; then
     mapfile -t COMPREPLY < <(compgen -W "${choices//|/ }" -- "$current")
   elif [[ $current == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W "$(grep -oE -- '^  (-[a-z],)?--[a-z-]+' <<<"$help" | grep -oE -- '--[a-z-]+')" \
