@@ -179,4 +179,42 @@ TEST_F(SimplifyFiles, RefusesWhatIsForASingleScript) {
   EXPECT_EQ(num_files(), 3u);
 }
 
+TEST_F(SimplifyFiles, PassesThroughWhatIsNotUnderstoodOnlyWhenAsked) {
+  const std::string strings = "(declare-const s String)\n";
+  const std::string sum =
+      "(declare-const p Bool)\n(assert (and p true (= (str.len s)\n  1)))\n(assert (and p p))\n";
+  const std::string text = strings + sum;
+  write("strings.smt2", text);
+  const std::string refused =
+      "strings.smt2:1:18: error: sorts String are not supported (--lenient prints it as it is)\n  "
+      "(declare-const s String)\n"
+      "                   ^\n";
+  for (const char* how : {"", "--check ", "-i "}) {
+    const Result r = run(std::string("$quarv simplify ") + how + "strings.smt2");
+    EXPECT_EQ(r.err, refused) << how;
+    EXPECT_EQ(r.status, 1);
+  }
+  const Result r = run("$quarv simplify --lenient --stats strings.smt2");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.out, text.substr(0, text.size() - 19) + "(assert p)\n");
+  EXPECT_NE(r.err.find("passed through                     2\n"), std::string::npos) << r.err;
+  EXPECT_NE(run("$quarv batch strings.smt2 2> /dev/null").out.find("--lenient"), std::string::npos);
+  EXPECT_EQ(run("$quarv batch --lenient strings.smt2 --out small").status, 0);
+  EXPECT_EQ(read("small/strings.smt2"), r.out);
+}
+
+TEST_F(SimplifyFiles, LeavesWhatItDoesNotChange) {
+  const std::string text =
+      "; a comment\n(declare-const\n  p Bool)\n\n(assert (or p ; or not\n  (not\tp) p))\n(check-sat)\n";
+  write("in.smt2", text);
+  const Result r = run("$quarv simplify in.smt2");
+  EXPECT_EQ(r.out, "; a comment\n(declare-const\n  p Bool)\n\n; or not\n(assert true)\n(check-sat)\n");
+  EXPECT_EQ(run("$quarv simplify --check -", r.out).status, 0);
+  EXPECT_EQ(run("$quarv simplify --width 0 in.smt2").out,
+            "(declare-const p Bool)\n(assert true)\n(check-sat)\n");
+  EXPECT_EQ(run("$quarv simplify --canonical in.smt2").out, run("$quarv simplify --width 0 in.smt2").out);
+  EXPECT_EQ(run("$quarv simplify --canonical --width 9 in.smt2").out,
+            "; a comment\n(declare-const\n  p Bool)\n\n; or not\n(assert\n  true)\n(check-sat)\n");
+}
+
 }  // namespace

@@ -87,6 +87,8 @@ std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions
                                     {"simplifiers", !how.no_simplifiers},
                                     {"library_semantics", how.library_semantics},
                                     {"canonical", how.canonical},
+                                    {"lenient", how.lenient},
+                                    {"width", options.width},
                                     {"extended", options.extended},
                                     {"share", how.sharing},
                                     {"rule_files", rule_files},
@@ -203,6 +205,8 @@ void add_batch(const CommandLine& program, int& status) {
       .excludes(resume)
       .excludes(share);
   add_simplify_options(command, arguments->how);
+  add_lenient_option(command, arguments->how.lenient);
+  add_width_option(command, arguments->how.width);
   command.callback([arguments, &status] {
     const bool to_file = !arguments->results.empty() || !arguments->output_folder.empty();
     if (arguments->resume && (!to_file || arguments->results == "-")) {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -10,6 +11,7 @@
 #include "io/command_line.h"
 #include "io/input.h"
 #include "io/output.h"
+#include "io/waiting_note.h"
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
 #include "rules/rule_catalogue.h"
@@ -223,6 +225,8 @@ void add_replay(const CommandLine& program, int& status) {
     status = failure;
     bool shown = false;
     try {
+      std::optional<WaitingNote> note;
+      if (arguments->quiet) note.emplace("checking " + input.name());
       shown = replay(input, rules, arguments->quiet, output.stream());
     } catch (const TraceError& e) {
       fmt::print(stderr, "{}\n", e.what());

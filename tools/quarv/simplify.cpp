@@ -14,9 +14,11 @@
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "io/waiting_note.h"
 #include "simplify/simplify_arguments.h"
 #include "simplify/simplify_files.h"
 #include "simplify/simplify_text.h"
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::cli {
@@ -30,6 +32,7 @@ constexpr const char* footer = R"(Examples:
   quarv simplify --diff query.smt2           show what it changes
   quarv simplify -i *.smt2                   replace the scripts that it changes
   quarv simplify --check *.smt2              name the scripts that it would change
+  quarv simplify --lenient query.smt2        leave what is not understood as it is
   quarv simplify query.smt2 --rules my.rules
                                              apply rules of your own, too
   quarv simplify query.smt2 -o small.smt2 --trace steps
@@ -57,8 +60,10 @@ int simplify(const Arguments& arguments) {
   std::optional<Statistics> statistics;
   std::ostringstream simplified;  // with statistics, which look at it
   if (arguments.stats.empty()) {
+    const WaitingNote note("simplifying " + input.name());
     smtlib::simplify_script(input.text(), input.name(), output.stream(), options);
   } else {
+    const WaitingNote note("simplifying " + input.name());
     statistics = simplify_text(input.text(), input.name(), simplified, options);
     output.stream() << simplified.view();
   }
@@ -130,12 +135,17 @@ void add_simplify(const CommandLine& program, int& status) {
               "standard output (with -o). Further rounds over the output are not traced")
       .type("FILE");
   add_simplify_options(command, arguments->how);
+  add_lenient_option(command, arguments->how.lenient);
+  add_width_option(command, arguments->how.width);
   command.callback([arguments, &status] {
     if (arguments->inputs.empty()) arguments->inputs.emplace_back("-");
     check_arguments(*arguments);
     arguments->actions.colour = wants_colour(arguments->colour);
     try {
       status = simplify(*arguments);
+    } catch (const smtlib::NotUnderstood& e) {
+      say("{} ({})\n{}", e.what(), lenient_hint, e.excerpt());
+      status = failure;
     } catch (const UnknownRule& e) {
       say("quarv: {} (see quarv rules list)\n", e.what());
       status = usage_error;

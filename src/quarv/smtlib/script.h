@@ -34,7 +34,8 @@ struct Command {
                          ///< function
     check_sat_assuming,  ///< `(check-sat-assuming (t ...))`
     get_value,           ///< `(get-value (t ...))`
-    simplify             ///< `(simplify t)`
+    simplify,            ///< `(simplify t)`
+    foreign              ///< not understood; `text` is the whole command as it was written
   };
 
   Kind kind = Kind::other;

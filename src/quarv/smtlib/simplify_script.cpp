@@ -11,6 +11,7 @@
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/smallest_script.h>
 #include <quarv/smtlib/trace.h>
+#include <quarv/smtlib/write/layout.h>
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/smtlib/written_size.h>
@@ -44,9 +45,9 @@ void trace_output(std::string_view input, std::string_view output, const std::st
                   const SimplifyOptions& options) {
   SessionOptions as_written = options;
   as_written.simplify = false;
-  trace_script(input, file, as_written, *options.trace, "input as written");
-  trace_script(output, file, options, *options.trace, "output");
-  trace_script(output, file, as_written, *options.trace, "output as written");
+  trace_script(input, file, as_written, *options.trace, "input as written", options.lenient);
+  trace_script(output, file, options, *options.trace, "output", options.lenient);
+  trace_script(output, file, as_written, *options.trace, "output as written", options.lenient);
 }
 
 bool has_own_name(std::string_view text, std::uint64_t largest_of_user) {
@@ -74,10 +75,11 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
 
 /// Whether the choice is smaller than the text that it was made from, or as small and has a shorter text.
 bool is_smaller(const ChosenScript& chosen, std::string_view now, std::string_view text,
-                const std::string& file) {
+                const std::string& file, bool lenient) {
   if (chosen.size < chosen.as_written || now == text) return now != text;
   if (!chosen.is_written_twice) return chosen.size == chosen.as_written && now.size() < text.size();
-  return std::tuple(written_size(now, file), now.size()) < std::tuple(written_size(text, file), text.size());
+  return std::tuple(written_size(now, file, lenient), now.size()) <
+         std::tuple(written_size(text, file, lenient), text.size());
 }
 
 /// Names are not given to literals, so a long one that many commands share can be written many times over.
@@ -105,10 +107,15 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   std::string previous;
   const auto finish = [&](std::string_view result) {
     if (has_outgrown(result, input, options)) result = input;
-    out << result;
+    if (options.width == 0) {
+      out << result;
+    } else {
+      out << laid_out(input, result, options.width);
+    }
     if (options.trace != nullptr) trace_output(input, result, file, options);
     return report;
   };
+  std::string lines;  // the input
   std::uint64_t largest_of_user = 0;
   const bool smallest = options.smallest && !options.library_semantics;
   bool shrinks = smallest && options.sharing == Sharing::automatic;
@@ -116,13 +123,15 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     Session session(options);
     std::optional<WrittenForms> written;
     if (smallest) written.emplace(session.manager());
-    Reader reader(session, {.written = written ? &*written : nullptr});
+    Reader reader(session, {.written = written ? &*written : nullptr, .lenient = options.lenient});
     const auto start = std::chrono::steady_clock::now();
     // A further round repeats what the first one did.
     Script script = report.rounds == 1 ? read_observed(session, reader, text, file, options)
                                        : reader.read_in_place(text, file);
     if (report.rounds == 1) {
       largest_of_user = std::max(script.largest_dollar_name, script.largest_dollar_definition);
+      report.passed_through = static_cast<std::size_t>(
+          std::ranges::count(script.commands, Command::Kind::foreign, &Command::kind));
     }
     if (!shrinks && report.rounds != 1) forget_own_definitions(script, largest_of_user);
     report.read_seconds += seconds_since(start);
@@ -145,7 +154,9 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     if (shrinks) {
       // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point:
       // whoever reads it takes its definitions for the user's own, as this does.
-      const bool better = is_smaller(*chosen, now, text, file);
+      // How the input is laid out must not decide.
+      if (report.rounds == 1 && !(chosen->size < chosen->as_written)) text = lines = on_lines(text, script);
+      const bool better = is_smaller(*chosen, now, text, file, options.lenient);
       if (!better) now = text;
       if (!better || report.rounds == most_shrinking_rounds) return finish(now);
     }

@@ -27,7 +27,12 @@ struct SimplifyOptions : SessionOptions {
 
   /// Print each term in its smallest form, not in the normal form; never in the library's own semantics.
   bool smallest = true;
+  /// Commands that are not understood are printed as they were written.
+  bool lenient = false;
   Sharing sharing = Sharing::automatic;
+  /// Commands are laid out to lines of so many bytes, where that can be; those that are as they were, up to
+  /// spelling, are printed as they were written, and comments stay. 0: each command on one line.
+  std::size_t width = 0;
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
   std::ostream* trace = nullptr;               ///< gets the Trace, all its parts
 };
@@ -36,13 +41,15 @@ struct SimplifyOptions : SessionOptions {
 struct SimplifyReport {
   double read_seconds = 0;  ///< reading, building and simplifying
   double print_seconds = 0;
-  std::size_t rounds = 1;  ///< how often the text was read until it did not change any more
+  std::size_t rounds = 1;          ///< how often the text was read until it did not change any more
+  std::size_t passed_through = 0;  ///< commands of the input that were not understood
 };
 
 /// Reads `text`, simplifies it and prints it to `out`. The output is a fixed point: reading and printing it
 /// gives the same text; to that end the text may be simplified in several rounds, of which observer and trace
-/// see only the first, over the input. Throws InputError for errors in the input and in rule files,
-/// UnknownRule, and std::runtime_error when the stream fails; something may have been written then.
+/// see only the first, over the input. Throws InputError for errors in the input and in rule files
+/// (NotUnderstood, unless `lenient`, for what means nothing here), UnknownRule, and std::runtime_error when
+/// the stream fails; something may have been written then.
 QUARV_API SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                          const SimplifyOptions& options = {});
 

@@ -274,12 +274,13 @@ void Trace::command_read(const Script& script, bool literals) {
 }
 
 void trace_script(std::string_view text, const std::string& file, const SessionOptions& options,
-                  std::ostream& out, std::string_view part) {
+                  std::ostream& out, std::string_view part, bool lenient) {
   Session session(options);
   Trace trace(session.manager(), session.simplifier().normalizer, out, nullptr, part);
   session.simplifier().set_observer(&trace);
-  Reader(session).read_in_place(text, file,
-                                [&](const Script& s) { trace.command_read(s, !options.simplify); });
+  Reader(session, {.lenient = lenient}).read_in_place(text, file, [&](const Script& s) {
+    trace.command_read(s, !options.simplify);
+  });
   session.simplifier().set_observer(nullptr);
   trace.finish();
 }

@@ -7,10 +7,10 @@
 
 namespace quarv::smtlib {
 
-std::size_t written_size(std::string_view text, const std::string& file) {
+std::size_t written_size(std::string_view text, const std::string& file, bool lenient) {
   Session session({.simplify = false});
   WrittenForms written(session.manager());
-  Reader reader(session, {.written = &written});
+  Reader reader(session, {.written = &written, .lenient = lenient});
   const Script script = reader.read_in_place(text, file);
   const forms::FormGraph& graph = written.graph();
   std::vector<bool> seen(graph.num_classes());

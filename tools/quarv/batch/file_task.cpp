@@ -16,7 +16,9 @@
 #include "batch/sha256.h"
 #include "io/file_error.h"
 #include "io/output.h"
+#include "simplify/simplify_arguments.h"
 #include "simplify/simplify_text.h"
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/util/input_error.h>
 
 namespace quarv::cli {
@@ -71,6 +73,8 @@ class FileWork {
       phase = "failed";
       measure_texts(script, text, input_.name, statistics);
       finish(normal_form(script, text), statistics);
+    } catch (const smtlib::NotUnderstood& e) {
+      fail("rejected", fmt::format("{} ({})", e.what(), lenient_hint));
     } catch (const InputError& e) {
       fail("rejected", e.what());
     } catch (const std::bad_alloc&) {
@@ -90,6 +94,7 @@ class FileWork {
     if (!options_.simplify.smallest) return simplified;
     smtlib::SimplifyOptions canonical = options_.simplify;
     canonical.smallest = false;
+    canonical.width = 0;
     std::ostringstream out;
     smtlib::simplify_script(script, input_.name, out, canonical);
     return std::move(out).str();

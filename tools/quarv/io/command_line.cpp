@@ -103,6 +103,7 @@ Option CommandLine::option(const char* names, T& value, const std::string& descr
 template Option CommandLine::option(const char*, std::string&, const std::string&) const;
 template Option CommandLine::option(const char*, std::vector<std::string>&, const std::string&) const;
 template Option CommandLine::option(const char*, double&, const std::string&) const;
+template Option CommandLine::option(const char*, int&, const std::string&) const;
 template Option CommandLine::option(const char*, unsigned&, const std::string&) const;
 template Option CommandLine::option(const char*, std::size_t&, const std::string&) const;
 template Option CommandLine::option(const char*, std::optional<std::size_t>&, const std::string&) const;

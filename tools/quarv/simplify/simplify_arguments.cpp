@@ -53,6 +53,24 @@ void add_simplify_options(const CommandLine& command, SimplifyArguments& argumen
       "Print the normal form, for comparing, instead of the smallest form in the words of the input");
 }
 
+void add_width_option(const CommandLine& command, int& width) {
+  width = -1;
+  command
+      .option("--width", width,
+              "Lay out what has changed to lines of this length, and leave the rest as it was written, with "
+              "comments; 0, the default with --canonical: one line a command, without comments")
+      .type("N")
+      .between(0, 1'000'000)
+      .shows_default("100");
+}
+
+void add_lenient_option(const CommandLine& command, bool& lenient) {
+  command.flag(
+      "--lenient", lenient,
+      "Print commands that are not understood (strings, datatypes, minimize, ...) as they are, and what "
+      "mentions the names that they declare");
+}
+
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
   smtlib::SimplifyOptions options;
   options.rules = !arguments.no_rules;
@@ -61,6 +79,13 @@ smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
   options.extended = !arguments.only_standard && !arguments.library_semantics;
   // What the library's own semantics equates need not be equal for whoever reads the output.
   options.smallest = !arguments.canonical && !arguments.library_semantics;
+  options.lenient = arguments.lenient;
+  constexpr std::size_t usual_width = 100;
+  if (arguments.width >= 0) {
+    options.width = static_cast<std::size_t>(arguments.width);
+  } else if (options.smallest) {
+    options.width = usual_width;
+  }
   if (arguments.sharing == "let") options.sharing = smtlib::Sharing::let;
   if (arguments.sharing == "none") options.sharing = smtlib::Sharing::none;
   options.disabled_rules = arguments.disabled_rules;

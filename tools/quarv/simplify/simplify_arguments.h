@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <quarv/smtlib/simplify_script.h>
@@ -16,6 +17,8 @@ struct SimplifyArguments {
   bool library_semantics = false;
   bool canonical = false;
   bool only_standard = false;
+  bool lenient = false;
+  int width = 0;  // -1: as the form demands
   std::string sharing = "auto";
   std::vector<std::string> rule_files;
   std::vector<std::string> disabled_rules;
@@ -32,6 +35,14 @@ void add_semantics_option(const CommandLine& command, bool& library_semantics);
 
 /// The option that leaves out what is beside the standard rules and simplifiers.
 void add_extension_option(const CommandLine& command, bool& only_standard);
+
+/// The option that says how wide lines may be.
+void add_width_option(const CommandLine& command, int& width);
+
+/// The option by which commands that are not understood pass through.
+void add_lenient_option(const CommandLine& command, bool& lenient);
+/// What the message that something is not understood says of it.
+inline constexpr std::string_view lenient_hint = "--lenient prints it as it is";
 
 /// Reads the rule files. Throws FileError.
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments);

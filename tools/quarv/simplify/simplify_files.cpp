@@ -9,7 +9,10 @@
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "io/waiting_note.h"
+#include "simplify/simplify_arguments.h"
 #include "simplify/text_diff.h"
+#include <quarv/smtlib/read/reader.h>
 #include <quarv/util/input_error.h>
 
 namespace quarv::cli {
@@ -22,6 +25,7 @@ struct SimplifiedFile {
   std::string output;
 
   SimplifiedFile(const std::string& path, const smtlib::SimplifyOptions& options) : input(path) {
+    const WaitingNote note("simplifying " + input.name());
     std::ostringstream out;
     out.exceptions(std::ios::badbit);  // lack of memory
     smtlib::simplify_script(input.text(), input.name(), out, options);
@@ -57,6 +61,8 @@ auto attempt(Work work) -> std::optional<decltype(work())> {
     return work();
   } catch (const UnknownRule&) {
     throw;  // the fault of no file
+  } catch (const smtlib::NotUnderstood& e) {
+    say("{} ({})\n{}", e.what(), lenient_hint, e.excerpt());
   } catch (const InputError& e) {
     say("{}\n{}", e.what(), e.excerpt());
   } catch (const std::bad_alloc&) {

@@ -84,6 +84,7 @@ std::string as_text(const Statistics& s) {
   line("bytes after", std::to_string(s.bytes_after));
   append_counts(text, "simplifications", "", by_operator(s.counts));
   append_counts(text, "rule applications", "rule ", by_rule(s.counts));
+  if (s.passed_through != 0) line("passed through", std::to_string(s.passed_through));
   line("rounds", std::to_string(s.rounds));
   line("reading", fmt::format("{:.3f} s", s.read_seconds));
   line("simplifying", fmt::format("{:.3f} s", s.simplify_seconds));
@@ -93,15 +94,18 @@ std::string as_text(const Statistics& s) {
 }
 
 nlohmann::ordered_json as_object(const Statistics& s) {
-  return {
+  nlohmann::ordered_json object = {
       {"terms", {{"before", s.terms_before}, {"after", s.terms_after}}},
       {"bytes", {{"before", s.bytes_before}, {"after", s.bytes_after}}},
       {"simplifications", as_object(by_operator(s.counts))},
       {"rules", as_object(by_rule(s.counts))},
-      {"rounds", s.rounds},
-      {"seconds", {{"read", s.read_seconds}, {"simplify", s.simplify_seconds}, {"print", s.print_seconds}}},
-      {"peak_memory_bytes", s.peak_memory},
   };
+  if (s.passed_through != 0) object["passed_through"] = s.passed_through;
+  object["rounds"] = s.rounds;
+  object["seconds"] = {
+      {"read", s.read_seconds}, {"simplify", s.simplify_seconds}, {"print", s.print_seconds}};
+  object["peak_memory_bytes"] = s.peak_memory;
+  return object;
 }
 
 std::string as_json(const Statistics& s) {

@@ -31,9 +31,10 @@ struct Statistics {
   std::size_t terms_after = 0;   ///< the same of the output
   std::size_t bytes_before = 0;
   std::size_t bytes_after = 0;
-  std::size_t rounds = 1;       ///< how often the text was simplified until it did not change any more
-  double read_seconds = 0;      ///< reading and building unsimplified terms
-  double simplify_seconds = 0;  ///< what reading with simplification takes longer
+  std::size_t rounds = 1;          ///< how often the text was simplified until it did not change any more
+  std::size_t passed_through = 0;  ///< commands that were not understood
+  double read_seconds = 0;         ///< reading and building unsimplified terms
+  double simplify_seconds = 0;     ///< what reading with simplification takes longer
   double print_seconds = 0;
   std::uint64_t peak_memory = 0;  ///< bytes, resident
   Counter counts;
@@ -46,8 +47,8 @@ std::uint64_t peak_memory();
 std::string as_text(const Statistics& statistics);
 
 /// Keys: "terms" {"before", "after"}, "simplifications" (by operator), "rules"
-/// (by name; those without one by number, from 1 in registration order), "rounds", "seconds" {"read",
-/// "simplify", "print"}, "peak_memory_bytes".
+/// (by name; those without one by number, from 1 in registration order), "passed_through" (where any),
+/// "rounds", "seconds" {"read", "simplify", "print"}, "peak_memory_bytes".
 nlohmann::ordered_json as_object(const Statistics& statistics);
 
 /// The same on one line.

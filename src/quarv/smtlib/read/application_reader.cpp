@@ -139,8 +139,9 @@ void Reader::unknown_operator(const Token& name) {
   std::string message = "unknown symbol " + std::string(name.text);
   if (is_command(name.text)) {
     message += ": the '(' of the command at " + place_of(command_start_).to_string() + " is not closed";
+    fail(name.start, message);
   }
-  fail(name.start, message);
+  not_understood(name.start, message);
 }
 
 void Reader::check_number_of_indices(const char* start, const Operator& op, std::size_t given) {

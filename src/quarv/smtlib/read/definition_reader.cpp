@@ -13,6 +13,9 @@ namespace quarv::smtlib {
 
 void Reader::check_new_sort_name(const Token& name) {
   const SortNames::Name* known = sorts_.find(name.text);
+  if (known != nullptr && known->meaning.kind == SortMeaning::foreign) {
+    not_understood(name.start, "sort " + std::string(name.text) + " is not understood");
+  }
   if (known != nullptr && known->meaning.kind != SortMeaning::none) {
     fail(name.start, "sort " + std::string(name.text) + " is declared twice");
   }
@@ -76,6 +79,9 @@ bool Reader::parameters_follow() const noexcept {
 void Reader::check_new_function_name(const Token& name, bool is_constant) {
   const TermNames::Name* known = names_.find(lookup_text(name));
   if (is_reserved(name)) fail(name.start, std::string(name.text) + " is a reserved word");
+  if (known != nullptr && known->meaning.kind == TermMeaning::foreign) {
+    not_understood(name.start, std::string(name.text) + " is not understood");
+  }
   note_name(name.text);
   if (new_name(known) != nullptr || (!is_free(known) && (is_constant || !is_function(known)))) {
     fail(name.start, std::string(name.text) + " is declared twice");

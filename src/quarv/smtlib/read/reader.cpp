@@ -307,12 +307,20 @@ bool Reader::read_guarded(Script& script, const char* start) {
   command_start_ = start;
   const Place before = place(script, start);
   command_ = before;
+  counted_to_ = nullptr;
   new_names_.clear();
   num_commands_ = script.commands.size();
   try {
-    const bool more = session_.options().simplify && manager_.simplifier() != nullptr
-                          ? read_within_limit(script, before)
-                          : read_command(script, start);
+    bool more = true;
+    try {
+      more = session_.options().simplify && manager_.simplifier() != nullptr
+                 ? read_within_limit(script, before)
+                 : read_command(script, start);
+    } catch (const Foreign&) {
+      growth_.abandon(before.num_terms, manager_.num_terms());
+      take_back(before, script);
+      pass_through(script, before);
+    }
     bind_new_names(script, before);
     tell_session(script, before.commands);
     manager_.set_sum_limit({});
@@ -322,13 +330,18 @@ bool Reader::read_guarded(Script& script, const char* start) {
     script.question_marks = question_marks_;
     return more;
   } catch (...) {
-    cost_limit_ = no_limit;
-    manager_.set_sum_limit({});
-    as_written_ = false;
-    return_to(before, script);
+    take_back(before, script);
     skip_command(start);
     throw;
   }
+}
+
+/// Forgets a command that was given up on its way.
+void Reader::take_back(const Place& place, Script& script) {
+  cost_limit_ = no_limit;
+  manager_.set_sum_limit({});
+  as_written_ = false;
+  return_to(place, script);
 }
 
 Reader::Place Reader::place(const Script& script, const char* start) const {
@@ -353,6 +366,9 @@ void Reader::return_to(const Place& place, Script& script) {
   new_names_.clear();
   frames_.clear();
   drop_values(0);
+  bindings_.clear();
+  indices_.clear();
+  attributes_.clear();
   unsimplified_ = 0;
   if (options_.written != nullptr) options_.written->forget_since(place.met);
   indices_.clear();
@@ -380,18 +396,34 @@ constexpr std::uint64_t steps_per_byte = 16;
 
 }  // namespace
 
+/// How long the command is so far. How it is laid out makes no difference: blanks that follow each other count
+/// as one.
+std::size_t Reader::command_bytes() {
+  const char* const position = lexer_.position();
+  if (counted_to_ == nullptr || counted_to_ < command_.start || counted_to_ > position) {
+    counted_to_ = command_.start;
+    counted_bytes_ = 0;
+  }
+  const auto is_blank = [](char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; };
+  for (; counted_to_ != position; ++counted_to_) {
+    const bool counted = counted_to_ != command_.start && is_blank(counted_to_[-1]) && is_blank(*counted_to_);
+    if (!counted) ++counted_bytes_;
+  }
+  return counted_bytes_;
+}
+
 /// Sums that share their parts would be written in full for each of them, and take quadratic time and memory,
 /// before it turned out that the command has grown too much.
 void Reader::limit_sums() noexcept {
   if (session_.options().library_semantics) return;
-  const auto bytes = static_cast<std::uint64_t>(lexer_.position() - command_.start);
+  const auto bytes = std::uint64_t{command_bytes()};
   manager_.set_sum_limit({command_.sum_work.steps + free_steps + steps_per_byte * bytes,
                           command_.sum_work.expansion + free_expansion + bytes / 2});
 }
 
 /// The command has cost much, but perhaps it is long.
 void Reader::check_cost() {
-  const auto bytes = static_cast<std::uint64_t>(lexer_.position() - command_.start);
+  const auto bytes = static_cast<std::uint64_t>(command_bytes());
   cost_limit_ = command_.cost + free_cost + cost_per_byte * bytes;
   if (cost() > cost_limit_) throw Outgrown();
 }
@@ -401,6 +433,7 @@ void Reader::check_cost() {
 bool Reader::read_within_limit(Script& script, const Place& place) {
   constexpr std::size_t small = 128;
   bool more = true;
+  counted_to_ = nullptr;
   cost_limit_ = place.cost + free_cost;
   try {
     more = read_command(script, place.start);
@@ -415,8 +448,10 @@ bool Reader::read_within_limit(Script& script, const Place& place) {
     return growth_.added_bytes(std::span(script.terms).subspan(place.terms), place.num_terms);
   };
   // Nearly all commands cost too little to become large.
-  const auto bytes = static_cast<std::size_t>(lexer_.position() - place.start);
-  if (cost() - place.cost <= bytes / 4 + small / 4 || script.terms.size() == place.terms) return more;
+  const auto with_blanks = static_cast<std::size_t>(lexer_.position() - place.start);
+  if (cost() - place.cost <= with_blanks / 8 + small / 4 || script.terms.size() == place.terms) return more;
+  const std::size_t bytes = command_bytes();
+  if (cost() - place.cost <= bytes / 4 + small / 4) return more;
   const std::size_t simplified = added();
   if (simplified <= 2 * bytes + small) return more;
   const std::uint64_t middle = manager_.num_terms();
@@ -519,9 +554,9 @@ bool Reader::read_command(Script& script, const char* start) {
     text_command(script, Command::Kind::other, start);
     return word != "exit";
   } else if (word.starts_with("declare-datatype") || word.starts_with("declare-codatatype")) {
-    fail(name.start, "datatypes are not supported");
+    not_understood(name.start, "datatypes are not supported");
   } else {
-    fail(name.start, "unknown command " + std::string(name.text));
+    not_understood(name.start, "unknown command " + std::string(name.text));
   }
   return true;
 }
@@ -642,6 +677,7 @@ void Reader::tell_session(const Script& script, std::size_t first_command) {
         session_.assert_formula(script.terms_of(c)[0]);
         break;
       case Command::Kind::define_function:
+      case Command::Kind::foreign:
         session_.assert_something_else();
         break;
       case Command::Kind::push:

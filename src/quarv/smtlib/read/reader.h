@@ -42,6 +42,16 @@ struct ReaderOptions {
   bool normalize = true;
   /// Is told how each term was written; may be null.
   WrittenForms* written = nullptr;
+  /// A command with sorts, operators or names that mean nothing here, and a command that is not known,
+  /// becomes its text. So does whatever mentions a name that such a command declares.
+  bool lenient = false;
+};
+
+/// Something that means nothing here but may to others: a sort, an operator or a command of a theory that is
+/// not supported, or a name that is declared nowhere.
+class QUARV_API NotUnderstood : public InputError {
+ public:
+  using InputError::InputError;
 };
 
 /// Reads SMT-LIB 2.6 in one pass: terms are built as their parentheses close, with the manager's full
@@ -133,7 +143,7 @@ class QUARV_API Reader {
 
   /// What a name means in terms.
   struct TermMeaning {
-    enum Kind : std::uint8_t { none, builtin, function, overloaded, value, reserved };
+    enum Kind : std::uint8_t { none, builtin, function, overloaded, value, reserved, foreign };
     Kind kind = none;
     Word word =
         Word::none;  // of reserved words; `other` for constants of theories, which may be declared anew
@@ -170,7 +180,7 @@ class QUARV_API Reader {
   };
   /// What a name means in sorts.
   struct SortMeaning {
-    enum Kind : std::uint8_t { none, type, constructor, macro };
+    enum Kind : std::uint8_t { none, type, constructor, macro, foreign };
     Kind kind = none;
     std::uint32_t arity = 0;
     const DataType* sort = nullptr;  // the type, the constructor, or the body of the macro
@@ -216,6 +226,8 @@ class QUARV_API Reader {
 
   /// Thrown when a command creates terms far out of proportion to its text.
   struct Outgrown {};
+  /// Thrown when a command that is not understood may become its text.
+  struct Foreign {};
   /// The state before a command.
   struct Place {
     const char* start;
@@ -235,9 +247,11 @@ class QUARV_API Reader {
   bool read_as_written(Script& script, const Place& place);
   /// Terms; two bytes of large numbers, which take five characters, count like one.
   std::uint64_t cost() const noexcept { return manager_.num_terms() + manager_.number_bytes() / 2; }
+  std::size_t command_bytes();
   void check_cost();
   void limit_sums() noexcept;
   bool read_guarded(Script& script, const char* start);
+  void take_back(const Place& place, Script& script);
   void begin_again(const Place& place);
   bool read_command(Script& script, const char* start);
   void text_command(Script& script, Command::Kind kind, const char* start, std::uint32_t levels = 0);
@@ -264,6 +278,15 @@ class QUARV_API Reader {
   void read_expression(Script& script);
   void declare_sorts_of(const DataType* sort);
   static const Term* build_named(Session& session, const Symbol* symbol, Session::Args args);
+
+  // passed_through.cpp: commands that are not understood.
+  [[noreturn]] void not_understood(const char* where, const std::string& message);
+  void pass_through(Script& script, const Place& place);
+  void note_names_in(Script& script, std::string_view text);
+  void bind_foreign(const Token& name);
+  void bind_foreign_sort(const Token& name);
+  void bind_declared_in(std::string_view text);
+  void bind_heads(Lexer& list, bool sorts);
 
   // term_list_reader.cpp: check-sat-assuming and get-value.
   void term_list(Script& script, Command::Kind kind, std::string_view text);
@@ -426,6 +449,8 @@ class QUARV_API Reader {
   bool as_written_ = false;         // the command at hand is read without being simplified
   std::uint64_t cost_limit_ = std::numeric_limits<std::uint64_t>::max();  // of the command at hand
   Place command_{};
+  const char* counted_to_ = nullptr;  // of that command
+  std::size_t counted_bytes_ = 0;
   GrowthMeter growth_;
   std::uint32_t binder_mark_ = 0;  // of the names that one let or one quantifier binds
   std::string header_;             // of the definition that is being read

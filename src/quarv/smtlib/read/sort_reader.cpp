@@ -70,13 +70,13 @@ Reader::SortMeaning Reader::declared_sort(const DataType* sort, std::size_t num_
 
 const DataType* Reader::sort_named(const Token& name, std::span<const DataType* const> arguments) {
   const SortMeaning meaning = meaning_of_sort(name.text);
-  if (meaning.kind == SortMeaning::none) {
+  if (meaning.kind == SortMeaning::foreign || meaning.kind == SortMeaning::none) {
     static constexpr std::string_view unsupported[] = {"String", "RegLan", "Seq",     "Set",
                                                        "Bag",    "Tuple",  "Relation"};
     for (std::string_view word : unsupported) {
-      if (name.text == word) fail(name.start, "sorts " + std::string(word) + " are not supported");
+      if (name.text == word) not_understood(name.start, "sorts " + std::string(word) + " are not supported");
     }
-    fail(name.start, "unknown sort " + std::string(name.text));
+    not_understood(name.start, "unknown sort " + std::string(name.text));
   }
   if (meaning.arity != arguments.size()) {
     fail(name.start, "sort " + std::string(name.text) + " takes " + std::to_string(meaning.arity) +
@@ -99,7 +99,7 @@ const DataType* Reader::indexed_sort() {
   const Token name = expect_symbol("a sort");
   const bool bit_vector = is_word(name, "BitVec");
   if (!bit_vector && !is_word(name, "FloatingPoint")) {
-    fail(name.start, "unknown indexed sort " + std::string(name.text));
+    not_understood(name.start, "unknown indexed sort " + std::string(name.text));
   }
   const std::size_t first = index_value(next());
   const std::size_t second = bit_vector ? 0 : index_value(next());

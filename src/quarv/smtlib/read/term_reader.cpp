@@ -120,6 +120,7 @@ void Reader::open_parenthesis(const Token& open) {
     case TermMeaning::value:
       fail(head.start, std::string(head.text) + " is not a function");
     case TermMeaning::none:
+    case TermMeaning::foreign:
       unknown_operator(head);
     case TermMeaning::reserved:
       break;
@@ -144,6 +145,7 @@ void Reader::open_parenthesis(const Token& open) {
       return push_value(m.term, m.form);
     }
     default:
+      if (head.text == "match") not_understood(head.start, "datatypes are not supported");
       unexpected(head, "an operator");
   }
 }
@@ -154,7 +156,9 @@ void Reader::open_head(const Token& open) {
   if (is_word(word, "_")) {
     const Token name = expect_symbol("an operator");
     const TermMeaning meaning = meaning_of(name);
-    if (meaning.kind == TermMeaning::none) fail(name.start, "unknown symbol " + std::string(name.text));
+    if (meaning.kind == TermMeaning::none || meaning.kind == TermMeaning::foreign) {
+      not_understood(name.start, "unknown symbol " + std::string(name.text));
+    }
     if (meaning.kind != TermMeaning::builtin) fail(name.start, std::string(name.text) + " takes no indices");
     open_frame(Frame::operation, open.start);
     Frame& frame = frames_.back();
@@ -189,6 +193,9 @@ void Reader::open_head(const Token& open) {
     frames_.back().overloads = overloads_with_result(meaning.overloads, sort);
     if (frames_.back().overloads != nullptr) return;
     fail(name.start, std::string(name.text) + " is not of this sort");
+  }
+  if (meaning.kind == TermMeaning::none || meaning.kind == TermMeaning::foreign) {
+    not_understood(name.start, "unknown symbol " + std::string(name.text));
   }
   if (meaning.kind != TermMeaning::function) fail(name.start, std::string(name.text) + " is not a function");
   if (meaning.symbol->get_output_type() != sort)
@@ -458,7 +465,7 @@ const Term* Reader::literal(const Token& token) {
     case TokenKind::binary:
       return bit_vector_literal(token);
     case TokenKind::string:
-      fail(token.start, "the theory of strings is not supported");
+      not_understood(token.start, "the theory of strings is not supported");
     default:
       unexpected(token, "a term");
   }
@@ -505,6 +512,9 @@ Reader::TermMeaning Reader::symbol_value(const Token& token) {
     case TermMeaning::value:
       return meaning;
     case TermMeaning::none:
+    case TermMeaning::foreign:
+      // Without its operator's parenthesis, it is rather a slip of the pen.
+      if (options_.lenient && !expression_) throw Foreign();
       fail(token.start, "unknown symbol " + std::string(token.text));
     case TermMeaning::reserved:
       unexpected(token, "a term");
@@ -530,7 +540,7 @@ const Term* Reader::indexed_constant(const char* start) {
   } catch (const SortError& e) {
     fail(start, e.what());
   }
-  fail(name.start, "unknown indexed constant " + std::string(name.text));
+  not_understood(name.start, "unknown indexed constant " + std::string(name.text));
 }
 
 const Term* Reader::special_float(const Token& name) {

@@ -120,6 +120,8 @@ void ScriptWriter::write_command(std::size_t index) {
   const std::size_t begin = recorded ? out_.hold() : 0;
   out_.put(c.text);
   const auto terms = script_.terms_of(c);
+  // A reader makes terms of it before he gives up, in an order that is not known here.
+  if (c.kind == Kind::foreign) stable_ = false;
   if (c.kind == Kind::push && !script_.global_declarations) levels_.resize(levels_.size() + c.levels);
   if (c.kind == Kind::pop && !script_.global_declarations) close_levels(c.levels);
   if (c.kind == Kind::declare) {

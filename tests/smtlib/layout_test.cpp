@@ -1,0 +1,124 @@
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "support/corpus.h"
+#include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/write/layout.h>
+#include <quarv/util/input_error.h>
+
+namespace quarv::smtlib {
+namespace {
+
+std::string simplified(const std::string& text, std::size_t width) {
+  SimplifyOptions options;
+  options.smallest = true;
+  options.width = width;
+  std::ostringstream out;
+  simplify_script(text, "in.smt2", out, options);
+  return out.str();
+}
+
+const std::string declarations = "(declare-const a (_ BitVec 32))\n(declare-const b (_ BitVec 32))\n";
+
+TEST(Layout, CopiesWhatIsAsItWas) {
+  const std::string text = "; a script\n\n(set-logic QF_BV)   ; of vectors\n" + declarations +
+                           "\n; names and literals may be written in several ways\n(assert\n\t(bvult |a| ; "
+                           "left\n  #xABCDEF01))\r\n"
+                           "  (check-sat)\n(exit)\n; end\n";
+  EXPECT_EQ(simplified(text, 100), text);
+  EXPECT_EQ(simplified(text, 1), text);
+  EXPECT_EQ(simplified("; nothing", 100), "; nothing\n");
+  EXPECT_EQ(simplified("", 100), "");
+  EXPECT_EQ(simplified("\xEF\xBB\xBF(check-sat)", 100), "(check-sat)\n");
+}
+
+TEST(Layout, ChangesWhatChanges) {
+  EXPECT_EQ(simplified(declarations +
+                           "; first\n(assert ; why\n (bvult a (bvadd b #x00000000))) ; last\n\n(check-sat)",
+                       100),
+            declarations + "; first\n; why\n(assert (bvult a b)) ; last\n\n(check-sat)\n");
+  EXPECT_EQ(simplified("(declare-const p Bool) (assert (and p p))(check-sat) ; x", 100),
+            "(declare-const p Bool)\n(assert p)\n(check-sat) ; x\n");
+  EXPECT_EQ(simplified("(check-sat)(exit) ; x\n(assert\n", 100), "(check-sat)\n(exit)\n");
+}
+
+TEST(Layout, PutsDefinitionsOnLinesOfTheirOwn) {
+  EXPECT_EQ(laid_out("(a) ; x\n; y\n (b) (c)\n",
+                     "(a)\n(define-fun $1 () Bool p)\n(b)\n(define-fun $2 () Bool q)\n(c)\n", 9),
+            "(a) ; x\n(define-fun\n  $1 ()\n  Bool p)\n; y\n (b)\n(define-fun\n  $2 ()\n  Bool q)\n(c)\n");
+}
+
+TEST(Layout, BreaksLongLines) {
+  const std::string lets =
+      "(assert (let ((x (bvadd a b))) (let ((y (bvmul x x))) (and (bvult x y) (= (bvudiv x y) (bvurem y "
+      "x))))))";
+  const auto at = [&](std::size_t width) { return laid_out("(assert)", lets, width); };
+  EXPECT_EQ(at(lets.size()), lets + '\n');
+  EXPECT_EQ(at(54),
+            "(assert\n"
+            "  (let ((x (bvadd a b)))\n"
+            "  (let ((y (bvmul x x)))\n"
+            "    (and (bvult x y) (= (bvudiv x y) (bvurem y x))))))\n");
+  EXPECT_EQ(at(53),
+            "(assert\n"
+            "  (let ((x (bvadd a b)))\n"
+            "  (let ((y (bvmul x x)))\n"
+            "    (and\n"
+            "      (bvult x y)\n"
+            "      (= (bvudiv x y) (bvurem y x))))))\n");
+  EXPECT_EQ(
+      laid_out("(assert)",
+               "(assert (forall ((x Int) (y Int)) (! (ite (p x y) (q x) (q y)) :pattern ((p x y)))))", 40),
+      "(assert\n"
+      "  (forall ((x Int) (y Int))\n"
+      "    (!\n"
+      "      (ite (p x y) (q x) (q y))\n"
+      "      :pattern\n"
+      "      ((p x y)))))\n");
+}
+
+TEST(Layout, IsLinear) {
+  constexpr std::size_t depth = 200'000;
+  std::string line = "(assert ";
+  for (std::size_t i = 0; i < depth; ++i) line += "(f x (g ";
+  line += 'x';
+  line.append(2 * depth, ')');
+  line += ')';
+  const std::string out = laid_out("(assert x)", line, 100);
+  EXPECT_LT(out.size(), 2 * line.size());
+  EXPECT_EQ(laid_out(out, line, 100), out);
+  EXPECT_LT(laid_out("(assert x)", line, 1'000'000'000).size(), 2 * line.size());
+}
+
+TEST(Layout, IsAFixedPoint) {
+  std::size_t num_files = 0;
+  for (const auto& file : std::filesystem::recursive_directory_iterator(corpus_folder())) {
+    if (file.path().extension() != ".smt2" || file.file_size() > 20'000 || num_files == 60 ||
+        file.path().string().find("malformed") != std::string::npos) {
+      continue;
+    }
+    std::ostringstream text;
+    text << std::ifstream(file.path()).rdbuf();
+    for (const std::size_t width : {30u, 100u}) {
+      std::string once;
+      try {
+        once = simplified(text.str(), width);
+      } catch (const quarv::InputError&) {
+        continue;
+      }
+      EXPECT_EQ(simplified(once, width), once) << file.path();
+      EXPECT_EQ(simplified(once, 0), simplified(text.str(), 0)) << file.path();
+    }
+    ++num_files;
+  }
+  EXPECT_GT(num_files, 10u);
+}
+
+}  // namespace
+}  // namespace quarv::smtlib
