@@ -4,7 +4,6 @@
 #include <vector>
 
 #include <quarv/smtlib/read/lexer.h>
-#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/layout.h>
 
 namespace quarv::smtlib {
@@ -264,18 +263,14 @@ std::vector<std::string_view> comments_in(std::string_view text) {
   return comments;
 }
 
-/// A command on one line, without comments; names are quoted where they must be.
+/// A command on one line, without comments.
 void append_line(std::string_view command, std::string& out) {
   Lexer lexer(command);
   bool blank = false;
   for (Token t = lexer.next(); t.kind != TokenKind::end && t.kind != TokenKind::error; t = lexer.next()) {
     if (blank && t.kind != TokenKind::right_parenthesis) out += ' ';
     blank = t.kind != TokenKind::left_parenthesis;
-    if (t.kind == TokenKind::symbol && *t.start == '|') {
-      Reader::append_quoted(out, t.text);
-    } else {
-      out.append(t.start, lexer.position());
-    }
+    out.append(t.start, lexer.position());
   }
 }
 
