@@ -82,17 +82,7 @@ void TermNormalizer::build_index() {
 // Results.
 
 void TermNormalizer::clear_cache() {
-  LargeVector<const Term*>().swap(cache_);
-}
-
-/// The place of `t` in the cache, which grows with the manager's terms.
-inline const Term*& TermNormalizer::entry(const Term* t) {
-  if (t->id >= cache_.size()) grow_cache();
-  return cache_[t->id];
-}
-
-void TermNormalizer::grow_cache() {
-  cache_.resize(mgr_->num_terms() + mgr_->num_terms() / 2, nullptr);
+  cache_.clear();
 }
 
 bool TermNormalizer::is_finished(const Term* t) {
@@ -139,7 +129,7 @@ void TermNormalizer::prepare(TermManager* mgr) {
     build_index();
     clear_cache();
   }
-  if (mgr_ != mgr) clear_cache();
+  cache_.follow(*mgr);
   mgr_ = mgr;
   first_new_id_ = mgr->num_terms();
   applied_ = 0;
@@ -260,7 +250,10 @@ void TermNormalizer::advance(const Term* next) {
 /// Ends the top frame: all terms of its trail have this normal form.
 void TermNormalizer::finish(const Term* normal_form) {
   const std::size_t begin = stack_.back().trail_begin;
-  for (std::size_t i = begin; i < trail_.size(); ++i) entry(trail_[i].term) = normal_form;
+  for (std::size_t i = begin; i < trail_.size(); ++i) {
+    entry(trail_[i].term) = normal_form;
+    cache_.note(trail_[i].term, normal_form);
+  }
   trail_.resize(begin);
   stack_.pop_back();
   const Term*& own_form = entry(normal_form);

@@ -11,9 +11,9 @@
 #include <quarv/export.h>
 #include <quarv/rules/rule_index.h>
 #include <quarv/rules/simplification_observer.h>
+#include <quarv/term/form_cache.h>
 #include <quarv/term/symbol_tag.h>
 #include <quarv/term/term.h>
-#include <quarv/util/large_pages.h>
 
 namespace quarv {
 
@@ -27,7 +27,8 @@ class TermManager;
 /// registration, and only those that the operators of the first two arguments allow. Nothing recurses on the
 /// depth of terms, and results are kept from call to call, so that a shared term is normalised once.
 ///
-/// A normalizer serves one manager at a time: on a call with another one it forgets all results.
+/// A normalizer serves one manager at a time: on a call with another one it forgets all results. What a
+/// manager releases, it forgets by itself.
 class QUARV_API TermNormalizer {
  public:
   /// The base of every rule. A rule has no state.
@@ -166,8 +167,7 @@ class QUARV_API TermNormalizer {
   void unwind();
   void abandon();
 
-  void grow_cache();
-  const Term*& entry(const Term* t);
+  const Term*& entry(const Term* t) { return cache_[t]; }
   bool is_finished(const Term* t);
   const Term* form_of(const Term* t);
   void note_visit(const Term* t);
@@ -191,7 +191,7 @@ class QUARV_API TermNormalizer {
   Statistics statistics_;
 
   TermManager* mgr_ = nullptr;
-  LargeVector<const Term*> cache_;  // by id: null, the normal form, or the mark of a term being normalised
+  FormCache cache_;  // null, the normal form, or the mark of a term being normalised
 
   // The call under way.
   std::vector<Frame> stack_;

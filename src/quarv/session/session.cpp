@@ -161,6 +161,38 @@ void Session::return_to(const Place& place, bool keep_names) {
   }
   formulas_.resize(place.formulas);
   levels_.resize(place.levels);
+  // What is there now below such a mark may not have been there when it was set.
+  const auto is_later = [&](const Place& p) {
+    return p.formulas > place.formulas || p.levels > place.levels ||
+           (!keep_names && (p.names > place.names || p.sorts > place.sorts));
+  };
+  while (!marks_.empty() && is_later(marks_.back().place)) marks_.pop_back();
+}
+
+Session::Mark Session::mark() {
+  marks_.push_back({++num_marks_, place(), towers_, skipped_});
+  try {
+    Mark mark;
+    mark.terms_ = manager_.mark();
+    mark.depth_ = marks_.size() - 1;
+    mark.number_ = num_marks_;
+    return mark;
+  } catch (...) {
+    marks_.pop_back();
+    throw;
+  }
+}
+
+void Session::release(const Mark& mark) {
+  if (mark.depth_ >= marks_.size() || marks_[mark.depth_].number != mark.number_) {
+    throw std::invalid_argument("the mark is not in force: it, or an earlier state, has been returned to");
+  }
+  const MarkedState state = marks_[mark.depth_];
+  manager_.release(mark.terms_);
+  marks_.resize(mark.depth_);
+  return_to(state.place);
+  towers_ = state.towers;
+  skipped_ = state.skipped;
 }
 
 void Session::assert_formula(const Term* t) {

@@ -107,6 +107,21 @@ class QUARV_API Session {
     return {names_.size(), sort_names_.size(), formulas_.size(), levels_.size()};
   }
 
+  /// A state to which `release` returns: terms, declarations, assertions and levels.
+  class Mark {
+    friend class Session;
+    TermMark terms_;
+    std::size_t depth_ = 0;
+    std::uint64_t number_ = 0;
+  };
+  /// Remembers the state there is now.
+  Mark mark();
+  /// Forgets what was declared, asserted and opened since the mark, and gives back all terms, symbols and
+  /// sorts that were made since; see `TermManager::release`, which a session's owner does not call himself.
+  /// \throws std::invalid_argument for a mark that is not in force: it, or an earlier one, was released, or
+  /// a level that was open there was closed
+  void release(const Mark& mark);
+
   /// Opens levels. What is declared and asserted from now on is gone when they are closed.
   void push(std::size_t levels = 1) { levels_.insert(levels_.end(), levels, place()); }
   /// Closes levels, which must be open. Declarations stay when `keep_names`.
@@ -153,6 +168,14 @@ class QUARV_API Session {
   std::vector<const std::string*> sort_names_;  // likewise
   std::vector<const Term*> formulas_;
   std::vector<Place> levels_;
+
+  struct MarkedState {
+    std::uint64_t number;
+    Place place;
+    std::size_t towers, skipped;
+  };
+  std::vector<MarkedState> marks_;  // those in force
+  std::uint64_t num_marks_ = 0;
 };
 
 }  // namespace quarv

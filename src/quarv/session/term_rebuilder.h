@@ -6,11 +6,13 @@
 #include <vector>
 
 #include <quarv/export.h>
+#include <quarv/term/form_cache.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv {
 
-/// Builds terms anew from their leaves upwards, each sub-term once. Results are kept as long as the object.
+/// Builds terms anew from their leaves upwards, each sub-term once. Results are kept as long as the object,
+/// or until the manager releases them.
 class QUARV_API TermRebuilder {
  public:
   /// Builds the application of a symbol to arguments that have been rebuilt; there may be none.
@@ -31,7 +33,7 @@ class QUARV_API TermRebuilder {
   TermManager& manager_;
   Parts parts_;
   Make make_;
-  hsh::HashMap<const Term*, const Term*> done_;
+  FormCache done_;
   std::vector<const Term*> pending_;
   std::vector<const Term*> args_;
 };

@@ -30,32 +30,30 @@ const Term* TermManager::make_iff(const Term* a, const Term* b) {
 }
 
 const Term* TermManager::make_equal(const Term* a, const Term* b) {
-  const DataType* type = get_supertype(type_of(a), type_of(b));
-  if (type == nullptr) check_type("=", b, 2, type_of(a));
+  const DataType* type = common_type("=", a, b, 2);
   return simplified(type == bool_type ? iff_symbol : make_equal_symbol(type), list(a, b));
 }
 
 const Term* TermManager::make_ite(const Term* condition, const Term* then_branch, const Term* else_branch) {
   check_type("ite", condition, 1, bool_type);
-  const DataType* type = get_supertype(type_of(then_branch), type_of(else_branch));
-  if (type == nullptr) check_type("ite", else_branch, 3, type_of(then_branch));
+  const DataType* type = common_type("ite", then_branch, else_branch, 3);
   return simplified(make_ite_symbol(type), list(condition, then_branch, else_branch));
 }
 
 // Arithmetic: the operator over the integers when both arguments are integers, else over the rationals.
 
 const Term* TermManager::make_plus(const Term* a, const Term* b) {
-  const bool integer = type_of(a) == int_type && type_of(b) == int_type;
+  const bool integer = is_integer(a) && is_integer(b);
   return make_term(integer ? int_plus_symbol : rat_plus_symbol, list(a, b));
 }
 
 const Term* TermManager::make_times(const Term* a, const Term* b) {
-  const bool integer = type_of(a) == int_type && type_of(b) == int_type;
+  const bool integer = is_integer(a) && is_integer(b);
   return make_term(integer ? int_times_symbol : rat_times_symbol, list(a, b));
 }
 
 const Term* TermManager::make_leq(const Term* a, const Term* b) {
-  const bool integer = type_of(a) == int_type && type_of(b) == int_type;
+  const bool integer = is_integer(a) && is_integer(b);
   return make_term(integer ? int_leq_symbol : rat_leq_symbol, list(a, b));
 }
 

@@ -10,6 +10,7 @@
 namespace quarv {
 
 class Symbol;
+class TermManager;
 
 /// A sort. One object for each distinct sort, owned by the manager: sorts are compared by pointer.
 ///
@@ -32,6 +33,9 @@ class QUARV_API DataType {
   /// Component i of a constructed type; i must be below `components.size()`.
   const DataType* get_component(std::size_t i) const { return components[i]; }
 
+  /// The manager that the sort belongs to, and with it symbols and terms of the sort.
+  const TermManager& manager() const noexcept { return *manager_; }
+
   /// Number of nodes of the sort written as a tree, saturating; bounds what printing it costs.
   std::uint64_t tree_size() const noexcept { return tree_size_; }
 
@@ -43,7 +47,7 @@ class QUARV_API DataType {
 
  private:
   friend class TermManager;
-  DataType() = default;
+  explicit DataType(const TermManager& manager) : manager_(&manager) {}
 
   std::uint64_t basic_ = 0;  // zero exactly for constructed types
 
@@ -51,6 +55,7 @@ class QUARV_API DataType {
   std::vector<const DataType*> components;
 
  private:
+  const TermManager* manager_;
   std::string name_;  // of a basic type: its SMT-LIB name (or a numeral, for widths and formats)
   // Width; or exponent width and stored significand width. Also on the type built from this component.
   std::size_t params_[2]{};

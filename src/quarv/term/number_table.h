@@ -6,6 +6,7 @@
 #include <quarv/numbers/q_number.h>
 #include <quarv/term/term.h>
 #include <quarv/util/large_pages.h>
+#include <quarv/util/memory_account.h>
 
 namespace quarv {
 
@@ -16,6 +17,9 @@ namespace quarv {
 /// table loads a term, its symbol and its value.
 class NumberTable {
  public:
+  /// Its memory is charged to `account`, which must outlive the table.
+  explicit NumberTable(MemoryAccount& account) : account_(&account) {}
+
   struct Probe {
     std::size_t index;
     std::uint64_t hash;
@@ -42,6 +46,34 @@ class NumberTable {
     ++count_;
   }
 
+  /// Removes the constant `t` of that value and type, which is in the table.
+  void remove(const Term* t, const QNumber& value, const DataType* type) noexcept {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t gap = hash(value, type) & mask;
+    while (slots_[gap].term != t) gap = (gap + 1) & mask;
+    for (std::size_t i = (gap + 1) & mask; slots_[i].term != nullptr; i = (i + 1) & mask) {
+      if (((i - slots_[i].hash) & mask) < ((i - gap) & mask)) continue;
+      slots_[gap] = slots_[i];
+      gap = i;
+    }
+    slots_[gap] = {};
+    --count_;
+  }
+
+  /// Makes the table as small as it was when it had `size` slots, if few of them are in use now.
+  void shrink(std::size_t size) noexcept {
+    if (slots_.size() <= size || 8 * count_ > slots_.size() || 4 * count_ > 3 * size) return;
+    try {
+      rebuild(size);
+    } catch (const std::bad_alloc&) {
+      return;  // then it stays large
+    }
+  }
+
+  std::size_t size() const noexcept { return count_; }
+  std::size_t num_slots() const noexcept { return slots_.size(); }
+  std::size_t bytes() const noexcept { return slots_.size() * sizeof(Slot); }
+
  private:
   struct Slot {
     std::uint64_t hash = 0;
@@ -54,17 +86,23 @@ class NumberTable {
     return h ^ (h >> 29);
   }
 
-  void grow() {
-    LargeVector<Slot> larger(slots_.empty() ? 256 : 2 * slots_.size());
+  void grow() { rebuild(slots_.empty() ? 256 : 2 * slots_.size()); }
+
+  void rebuild(std::size_t size) {
+    MemoryAccount::Charge charge(account_, size * sizeof(Slot));
+    LargeVector<Slot> others(size);
+    charge.keep();
     for (const Slot& slot : slots_) {
       if (slot.term == nullptr) continue;
-      std::size_t i = slot.hash & (larger.size() - 1);
-      while (larger[i].term != nullptr) i = (i + 1) & (larger.size() - 1);
-      larger[i] = slot;
+      std::size_t i = slot.hash & (others.size() - 1);
+      while (others[i].term != nullptr) i = (i + 1) & (others.size() - 1);
+      others[i] = slot;
     }
-    slots_.swap(larger);
+    account_->give_back(bytes());
+    slots_.swap(others);
   }
 
+  MemoryAccount* account_;
   LargeVector<Slot> slots_;
   std::size_t count_ = 0;
 };

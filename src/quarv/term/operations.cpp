@@ -39,6 +39,7 @@ struct TermManager::Binding {
   static const Symbol* led_symbol(TermManager& m, SymbolTag::tag tag, Args args) {
     const std::uint8_t lead = leading_arguments[tag];
     if (lead == none || args.size() != operator_row(tag).signature.arity) return nullptr;
+    if (args[lead] == nullptr) return nullptr;
     const DataType* type = m.type_of(args[lead]);
     const Symbol* s;
     const SortPattern::Kind wanted = operator_row(tag).signature.args[lead].kind;
@@ -65,6 +66,7 @@ struct TermManager::Binding {
 
 void TermManager::bind(Binding& b, const Term* a, std::size_t position) {
   const SortPattern pattern = b.row.signature.args[position - 1];
+  if (a == nullptr || type_of(a)->manager_ != this) refuse(b.row.name, position, a, "any");
   const DataType* const found = type_of(a);
   std::size_t* const p = b.params + pattern.at;
   switch (pattern.kind) {
@@ -81,7 +83,7 @@ void TermManager::bind(Binding& b, const Term* a, std::size_t position) {
       }
       break;
     case SortPattern::number:
-      if (!is_arithmetic_type(found)) wrong_type(b.row.name, position, found, "Int or Real");
+      if (!is_arithmetic_type(found)) refuse(b.row.name, position, a, "Int or Real");
       [[fallthrough]];
     case SortPattern::any:
       if (const DataType* common = b.type == nullptr ? found : get_supertype(b.type, found)) {

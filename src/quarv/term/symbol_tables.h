@@ -68,6 +68,36 @@ struct SymbolTables {
   std::unordered_map<std::pair<std::size_t, std::size_t>, const DataType*, FormatHash> fp_types;
   std::unordered_map<std::string, const DataType*> declared_sorts;
 
+  // What can be released, in the order in which it was made; `types` is such a list by itself. A name or a
+  // symbol may be missing in its table, where there was no memory to enter it.
+  struct LoggedSymbol {
+    const Symbol* symbol;
+    const void* key;  // of a quantifier or an annotation its text, of a congruence its modulus
+  };
+  std::vector<LoggedSymbol> symbol_log;
+  std::vector<const char*> name_log;
+  std::vector<const std::string*> declared_sort_log;
+
+  /// What a mark remembers.
+  struct State {
+    std::uint64_t number;
+    std::uint64_t next_id, visits, expansion;
+    Arena::Mark terms, symbols;
+    std::size_t num_types, num_symbols, num_names, num_declared_sorts;
+    unsigned log_num_terms;
+    std::size_t num_number_slots;
+  };
+  std::vector<State> marks;  // those in force
+  std::uint64_t num_marks = 0;
+
+  /// The state of each term, seen from a number of releases: those below `kept` have stayed since before the
+  /// release of that number. Both ascend.
+  struct Release {
+    std::uint64_t number;
+    std::uint64_t kept;
+  };
+  std::vector<Release> releases;
+
   std::unordered_map<std::string, const char*, NameHash, std::equal_to<>> names;
   TypeListMap<Symbol> declared_symbols;
   TypeListMap<Symbol> opaque_symbols;

@@ -13,7 +13,7 @@ const char* TermManager::copy_name(std::string_view name) {
   if (name.find('\0') != std::string_view::npos) {
     throw std::invalid_argument("a name must not contain a NUL byte");
   }
-  char* copy = static_cast<char*>(arena_.allocate(name.size() + 1));
+  char* copy = static_cast<char*>(symbols_.allocate(name.size() + 1));
   std::memcpy(copy, name.data(), name.size());
   copy[name.size()] = '\0';
   return copy;
@@ -23,10 +23,10 @@ Symbol* TermManager::new_symbol(SymbolTag::tag tag, const char* name,
                                 std::span<const DataType* const> argument_types, const DataType* result) {
   const DataType** types = nullptr;
   if (!argument_types.empty()) {
-    types = static_cast<const DataType**>(arena_.allocate(argument_types.size_bytes()));
+    types = static_cast<const DataType**>(symbols_.allocate(argument_types.size_bytes()));
     std::memcpy(types, argument_types.data(), argument_types.size_bytes());
   }
-  Symbol* s = new (arena_.allocate(sizeof(Symbol))) Symbol;
+  Symbol* s = new (symbols_.allocate(sizeof(Symbol))) Symbol;
   s->tag_ = static_cast<std::uint8_t>(tag);
   s->arity_ = static_cast<std::uint32_t>(argument_types.size());
   s->name = name;
@@ -36,6 +36,14 @@ Symbol* TermManager::new_symbol(SymbolTag::tag tag, const char* name,
   } else {
     s->constant_ = nullptr;
   }
+  return s;
+}
+
+/// A symbol that is found again when it is to be released. Those of numbers are found by their terms.
+Symbol* TermManager::logged_symbol(SymbolTag::tag tag, const char* name,
+                                   std::span<const DataType* const> argument_types, const DataType* result) {
+  Symbol* s = new_symbol(tag, name, argument_types, result);
+  tables_->symbol_log.push_back({s, nullptr});
   return s;
 }
 
@@ -106,7 +114,7 @@ Symbol* TermManager::new_operator_symbol(SymbolTag::tag tag, const std::size_t* 
                                          const DataType* type) {
   const OperatorRow& row = operator_row(tag);
   const Sorts sorts = sorts_of(row, params, type);
-  return new_symbol(tag, row.name, std::span(sorts.arguments, row.signature.arity), sorts.result);
+  return logged_symbol(tag, row.name, std::span(sorts.arguments, row.signature.arity), sorts.result);
 }
 
 std::span<const std::size_t> TermManager::parameters(const Symbol* s) const noexcept {
@@ -158,6 +166,25 @@ void TermManager::insert_param_symbol(const Symbol* symbol) {
   }
   insert(symbol);
   ++tables_->num_param_symbols;
+}
+
+void TermManager::remove_param_symbol(const Symbol* symbol) noexcept {
+  auto& table = tables_->param_symbols;
+  const std::size_t mask = table.size() - 1;
+  const auto home = [this, mask](const Symbol* s) {
+    return hash_params(get_tag(s), s->flag_, s->params_) & mask;
+  };
+  std::size_t gap = home(symbol);
+  for (; table[gap] != symbol; gap = (gap + 1) & mask) {
+    if (table[gap] == nullptr) return;  // there was no memory to enter it
+  }
+  for (std::size_t i = (gap + 1) & mask; table[i] != nullptr; i = (i + 1) & mask) {
+    if (((i - home(table[i])) & mask) < ((i - gap) & mask)) continue;
+    table[gap] = table[i];
+    gap = i;
+  }
+  table[gap] = nullptr;
+  --tables_->num_param_symbols;
 }
 
 const Symbol* TermManager::make_bv_symbol(SymbolTag::tag tag, std::size_t width) {
@@ -251,6 +278,7 @@ const Symbol* TermManager::make_int_mod_congr_symbol(const QNumber& modulus) {
   if (entry == nullptr) {
     Symbol* s = new_operator_symbol(SymbolTag::INT_MOD_CONGR, nullptr, nullptr);
     s->number_ = key->symbol->number_;
+    tables_->symbol_log.back().key = key;
     entry = s;
   }
   return entry;
@@ -294,6 +322,7 @@ const char* TermManager::interned_name(std::string_view name) {
   auto& names = tables_->names;
   if (const auto found = names.find(name); found != names.end()) return found->second;
   const char* copy = copy_name(name);
+  tables_->name_log.push_back(copy);
   names.emplace(name, copy);
   return copy;
 }
@@ -306,7 +335,7 @@ const Symbol* TermManager::named_symbol(SymbolTag::tag tag, std::string_view nam
   auto& table = tag == SymbolTag::UF ? tables_->declared_symbols : tables_->opaque_symbols;
   const SymbolTables::TypeListView key{shared_name, argument_types, result};
   if (const auto found = table.find(key); found != table.end()) return found->second;
-  const Symbol* s = new_symbol(tag, shared_name, argument_types, result);
+  const Symbol* s = logged_symbol(tag, shared_name, argument_types, result);
   table.emplace(key, s);
   return s;
 }
@@ -318,7 +347,7 @@ const Symbol* TermManager::declare_fun(std::string_view name, std::span<const Da
 
 const Symbol* TermManager::fresh_fun(std::string_view name, std::span<const DataType* const> argument_types,
                                      const DataType* result) {
-  return new_symbol(SymbolTag::UF, copy_name(name), argument_types, result);
+  return logged_symbol(SymbolTag::UF, copy_name(name), argument_types, result);
 }
 
 const Symbol* TermManager::make_opaque_symbol(std::string_view name,
@@ -331,7 +360,7 @@ const Symbol* TermManager::make_opaque_symbol(std::string_view name,
 // -------------------------------------------------------------------------------------------------
 
 const Term* TermManager::fresh_bound_variable(std::string_view name, const DataType* type) {
-  Symbol* s = new_symbol(SymbolTag::UF, copy_name(name), {}, type);
+  Symbol* s = logged_symbol(SymbolTag::UF, copy_name(name), {}, type);
   s->kind_ = Symbol::bound_variable;
   return intern(s, {});
 }
@@ -340,16 +369,19 @@ const Term* TermManager::make_quantifier(std::string_view binder, Args variables
   check_type(std::string(binder).c_str(), body, 1, bool_type);
   std::string key(binder);
   for (std::size_t i = 0; i < variables.size(); ++i) {
-    if (!is_bound_variable(variables[i]->symbol)) {
+    if (variables[i] == nullptr || !is_bound_variable(variables[i]->symbol) ||
+        type_of(variables[i])->manager_ != this) {
       throw SortError(key + ": variable " + std::to_string(i + 1) + " is not a bound variable");
     }
   }
   for (const Term* v : variables) key += ' ' + std::to_string(v->id);
-  const Symbol*& entry = tables_->quantifier_index[key];
+  const auto known = tables_->quantifier_index.try_emplace(std::move(key), nullptr).first;
+  const Symbol*& entry = known->second;
   if (entry == nullptr) {
-    Symbol* s = new_symbol(SymbolTag::OPAQUE, copy_name(binder),
-                           std::span<const DataType* const>(&bool_type, 1), bool_type);
+    Symbol* s = logged_symbol(SymbolTag::OPAQUE, copy_name(binder),
+                              std::span<const DataType* const>(&bool_type, 1), bool_type);
     s->kind_ = Symbol::quantifier;
+    tables_->symbol_log.back().key = &known->first;
     tables_->quantifiers[s] = {variables.begin(), variables.end()};
     entry = s;
   }
@@ -358,6 +390,10 @@ const Term* TermManager::make_quantifier(std::string_view binder, Args variables
 
 const Term* TermManager::make_annotation(const Term* body, std::span<const Attribute> attributes,
                                          Args terms) {
+  for (std::size_t i = 0; i <= terms.size(); ++i) {
+    const Term* t = i == 0 ? body : terms[i - 1];
+    if (t == nullptr || type_of(t)->manager_ != this) refuse("!", i + 1, t, "any");
+  }
   std::string key = std::to_string(reinterpret_cast<std::uintptr_t>(type_of(body)));
   std::vector<const DataType*> signature{type_of(body)};
   std::size_t num_terms = 0;
@@ -375,10 +411,12 @@ const Term* TermManager::make_annotation(const Term* body, std::span<const Attri
     signature.push_back(type_of(t));
     key += ' ' + std::to_string(reinterpret_cast<std::uintptr_t>(type_of(t)));
   }
-  const Symbol*& entry = tables_->annotation_index[key];
+  const auto known = tables_->annotation_index.try_emplace(std::move(key), nullptr).first;
+  const Symbol*& entry = known->second;
   if (entry == nullptr) {
-    Symbol* s = new_symbol(SymbolTag::OPAQUE, "!", signature, type_of(body));
+    Symbol* s = logged_symbol(SymbolTag::OPAQUE, "!", signature, type_of(body));
     s->kind_ = Symbol::annotation;
+    tables_->symbol_log.back().key = &known->first;
     tables_->annotations[s] = {attributes.begin(), attributes.end()};
     entry = s;
   }

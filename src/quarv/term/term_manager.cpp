@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <cassert>
 #include <utility>
 
+#include <quarv/term/number_memory.h>
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
 
@@ -99,7 +99,8 @@ const Term* TermManager::new_term(const Symbol* symbol, Args args) {
 }
 
 const Term* TermManager::intern(const Symbol* symbol, Args args) {
-  assert(args.size() == symbol->arity_);
+  if (args.size() != symbol->arity_) [[unlikely]]
+    report_args(symbol, args);
   if (symbol->arity_ == 0) {
     if (symbol->constant_ == nullptr) symbol->constant_ = new_term(symbol, {});
     return symbol->constant_;
@@ -120,6 +121,9 @@ const Term* TermManager::simplified(const Symbol* symbol, Args args) {
 
 const Term* TermManager::make_term(const Symbol* symbol, Args args) {
   check_args(symbol, args);
+  if (symbol->output_type_->manager_ != this) [[unlikely]] {
+    throw SortError(std::string(symbol->name) + ": the symbol belongs to another manager");
+  }
   return simplified(symbol, args);
 }
 
@@ -127,15 +131,27 @@ const Term* TermManager::make_term_unchecked(const Symbol* symbol, Args args) {
   return simplified(symbol, args);
 }
 
-void TermManager::wrong_type(const char* op, std::size_t position, const DataType* found,
-                             const std::string& wanted) {
-  throw SortError(std::string(op) + ": argument " + std::to_string(position) + " has sort " +
-                  found->abbreviated() + ", expected " + wanted);
+/// Says what is wrong with an argument.
+void TermManager::refuse(const char* op, std::size_t position, const Term* a,
+                         const std::string& wanted) const {
+  const std::string argument = std::string(op) + ": argument " + std::to_string(position);
+  if (a == nullptr) throw SortError(argument + " is a null pointer");
+  if (type_of(a)->manager_ != this) throw SortError(argument + " belongs to another manager");
+  throw SortError(argument + " has sort " + type_of(a)->abbreviated() + ", expected " + wanted);
 }
 
 void TermManager::check_type(const char* op, const Term* a, std::size_t position,
                              const DataType* wanted) const {
-  if (!fits(a, wanted)) wrong_type(op, position, type_of(a), wanted->abbreviated());
+  if (!fits(a, wanted)) refuse(op, position, a, wanted->abbreviated());
+}
+
+/// The common supertype of two arguments, the second of which stands at `position`.
+const DataType* TermManager::common_type(const char* op, const Term* a, const Term* b,
+                                         std::size_t position) const {
+  if (a == nullptr || type_of(a)->manager_ != this) refuse(op, position - 1, a, "any");
+  const DataType* type = b == nullptr ? nullptr : get_supertype(type_of(a), type_of(b));
+  if (type == nullptr) refuse(op, position, b, type_of(a)->abbreviated());
+  return type;
 }
 
 void TermManager::check_args(const Symbol* symbol, Args args) const {
@@ -145,9 +161,7 @@ void TermManager::check_args(const Symbol* symbol, Args args) const {
 }
 
 void TermManager::report_args(const Symbol* symbol, Args args) const {
-  const char* op = symbol->tag_ == SymbolTag::UF || symbol->tag_ == SymbolTag::OPAQUE
-                       ? symbol->name
-                       : SymbolTag::name(get_tag(symbol));
+  const char* op = symbol->tag_ <= SymbolTag::OPAQUE ? symbol->name : SymbolTag::name(get_tag(symbol));
   if (args.size() != symbol->arity_) {
     throw SortError(std::string(op) + ": " + std::to_string(args.size()) +
                     (args.size() == 1 ? " argument given, " : " arguments given, ") +
@@ -157,21 +171,19 @@ void TermManager::report_args(const Symbol* symbol, Args args) const {
 }
 
 void TermManager::check_array(const char* op, const Term* a) const {
-  if (!is_array_type(type_of(a))) wrong_type(op, 1, type_of(a), "an array");
+  if (a == nullptr || !is_array_type(type_of(a))) refuse(op, 1, a, "an array");
 }
 
 std::size_t TermManager::checked_bv_width(const char* op, const Term* a, std::size_t position) const {
-  const DataType* type = type_of(a);
-  if (!is_bv_type(type)) wrong_type(op, position, type, "a bit-vector");
-  return type->params_[0];
+  if (a == nullptr || !is_bv_type(type_of(a))) refuse(op, position, a, "a bit-vector");
+  return type_of(a)->params_[0];
 }
 
 void TermManager::checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,
                                  std::size_t* mw) const {
-  const DataType* type = type_of(a);
-  if (!is_fp_type(type)) wrong_type(op, position, type, "a floating-point number");
-  *ew = type->params_[0];
-  *mw = type->params_[1];
+  if (a == nullptr || !is_fp_type(type_of(a))) refuse(op, position, a, "a floating-point number");
+  *ew = type_of(a)->params_[0];
+  *mw = type_of(a)->params_[1];
 }
 
 // Numbers.
@@ -183,7 +195,10 @@ const Term* TermManager::make_numeral(const QNumber& value, const DataType* type
   if (probe.found != nullptr) return probe.found;
   // Everything that may throw comes before the entry into `numbers`.
   QNumber demoted = value.demoted();
-  arena_.reserve(sizeof(Symbol) + sizeof(Term));
+  const std::size_t big = bytes_beside(demoted);
+  MemoryAccount::Charge charge(&account_, bytes_of_entry + big);
+  symbols_.reserve(sizeof(Symbol));
+  arena_.reserve(sizeof(Term));
   Symbol* symbol = new_symbol(SymbolTag::CONSTANT, "", {}, type);
   QNumber& stored = numbers[symbol];
   stored = std::move(demoted);
@@ -191,7 +206,8 @@ const Term* TermManager::make_numeral(const QNumber& value, const DataType* type
   symbol->number_ = &stored;
   const Term* t = intern(symbol, {});
   number_terms_.insert(probe, t);
-  if (!stored.is_small()) number_bytes_ += (numerator_bits(stored) + denominator_bits(stored)) / 8;
+  number_bytes_ += big;
+  charge.keep();
   return t;
 }
 

@@ -16,15 +16,18 @@
 #include <quarv/numbers/number_size.h>
 #include <quarv/numbers/q_number.h>
 #include <quarv/term/arena.h>
+#include <quarv/term/attribute.h>
 #include <quarv/term/data_type.h>
 #include <quarv/term/number_table.h>
 #include <quarv/term/sort_error.h>
 #include <quarv/term/symbol.h>
 #include <quarv/term/symbol_tag.h>
 #include <quarv/term/term.h>
+#include <quarv/term/term_mark.h>
 #include <quarv/term/term_simplifier.h>
 #include <quarv/term/term_table.h>
 #include <quarv/util/hash_map.h>
+#include <quarv/util/memory_account.h>
 
 namespace quarv {
 
@@ -32,23 +35,13 @@ struct OperatorRow;
 struct SortPattern;
 struct SymbolTables;
 
-/// One attribute of an annotated term `(! body :keyword value)`. A value that consists of terms (`:pattern (t
-/// u)`) gives their number; any other value is kept as text.
-struct Attribute {
-  std::string keyword;        ///< with its colon
-  std::string text;           ///< the value as written; empty when there is none or it consists of terms
-  std::size_t num_terms = 0;  ///< how many arguments of the annotated term, after the body, belong here
-
-  bool operator==(const Attribute&) const = default;
-};
-
 /// Creates, interns and classifies terms, symbols and types, and owns them all.
 ///
 /// Every `make_...` constructor of terms is a *full* constructor: it checks sorts, then hands the application
 /// to the attached simplifier; without one it builds the plain term. `do_make_term` interns exactly what it
-/// is given. Constructors throw SortError for arguments that do not fit (nothing is interned then) and
-/// std::bad_alloc. All calls for one manager come from one thread. In steady state building a term makes no
-/// heap allocation of its own.
+/// is given. Constructors throw SortError for arguments that do not fit, that are null or of another manager
+/// (nothing is interned then), and std::bad_alloc. All calls for one manager come from one thread. In steady
+/// state building a term makes no heap allocation of its own.
 class QUARV_API TermManager {
  public:
   using Args = std::span<const Term* const>;
@@ -106,7 +99,8 @@ class QUARV_API TermManager {
   // Terms.
   // -------------------------------------------------------------------------------------------------------------
 
-  /// The interned term `symbol(args)`, built as given, neither checked nor simplified.
+  /// The interned term `symbol(args)`, built as given, neither simplified nor checked but for the number of
+  /// arguments.
   const Term* do_make_term(const Symbol* symbol, const std::vector<const Term*>& args) {
     return intern(symbol, args);
   }
@@ -162,6 +156,29 @@ class QUARV_API TermManager {
   bool may_expand_to(std::uint64_t summands) const noexcept {
     return summands <= 16 || expansion_ + summands <= sum_limit_.expansion;
   }
+
+  // Memory.
+
+  /// Remembers what terms, symbols and sorts there are. \throws std::bad_alloc
+  TermMark mark();
+  /// Gives back all that was made since `mark`, in time proportional to it; ids are used again. The mark and
+  /// later ones are used up by that. Pointers to what is given back are invalid; the normalizer, sessions and
+  /// the simplifiers of the library notice by themselves. Not to be called by simplifiers or observers.
+  /// \throws std::invalid_argument for a mark that is not in force; std::bad_alloc with nothing released
+  void release(const TermMark& mark);
+  /// How often something was released: a cache that remembers this number asks, when it has changed, up to
+  /// which id terms have been the same all the time.
+  std::uint64_t num_releases() const noexcept { return num_releases_; }
+  std::size_t num_kept_since(std::uint64_t num_releases) const noexcept;
+  /// The ids that began after the first and the last mark in force: where there is none, beyond all ids.
+  std::uint64_t first_mark() const noexcept { return first_mark_; }
+  std::uint64_t last_mark() const noexcept { return last_mark_; }
+
+  /// What is allocated, in bytes.
+  TermMemory memory() const noexcept;
+  /// Limits what is allocated from now on, in bytes in all: a constructor that needs more throws
+  /// MemoryLimitReached, which is a std::bad_alloc, and the manager can be used as before.
+  void set_memory_limit(std::size_t bytes) noexcept { account_.set_limit(bytes); }
 
   /// Prepares for this many terms; more or fewer may come.
   void reserve_terms(std::size_t n) { terms_.reserve(n); }
@@ -669,8 +686,9 @@ class QUARV_API TermManager {
   const Term* new_term(const Symbol* symbol, Args args);
   const Term* simplified(const Symbol* symbol, Args args);
   bool fits(const Term* a, const DataType* wanted) const noexcept {
-    return type_of(a) == wanted || (type_of(a) == int_type && wanted == rat_type);
+    return a != nullptr && (type_of(a) == wanted || (type_of(a) == int_type && wanted == rat_type));
   }
+  bool is_integer(const Term* a) const noexcept { return a != nullptr && type_of(a) == int_type; }
   void check_args(const Symbol* symbol, Args args) const;
   void report_args(const Symbol* symbol, Args args) const;
 
@@ -683,8 +701,9 @@ class QUARV_API TermManager {
   struct Binding;
   void bind(Binding& b, const Term* a, std::size_t position);
   const Symbol* symbol_of(const Binding& b);
-  [[noreturn]] static void wrong_type(const char* op, std::size_t position, const DataType* found,
-                                      const std::string& wanted);
+  [[noreturn]] void refuse(const char* op, std::size_t position, const Term* a,
+                           const std::string& wanted) const;
+  const DataType* common_type(const char* op, const Term* a, const Term* b, std::size_t position) const;
   void check_array(const char* op, const Term* a) const;
   std::size_t checked_bv_width(const char* op, const Term* a, std::size_t position) const;
   void checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,
@@ -694,6 +713,11 @@ class QUARV_API TermManager {
   const Term* make_numeral(const QNumber& value, const DataType* type);
   Symbol* new_symbol(SymbolTag::tag tag, const char* name, std::span<const DataType* const> argument_types,
                      const DataType* result);
+  Symbol* logged_symbol(SymbolTag::tag tag, const char* name, std::span<const DataType* const> argument_types,
+                        const DataType* result);
+  void forget_term(const Term* t) noexcept;
+  void forget_symbol(const Symbol* s, const void* key) noexcept;
+  void forget_sorts(std::size_t num_types, std::size_t num_declared) noexcept;
   /// The sorts of an operator's arguments and of its result.
   struct Sorts {
     const DataType* arguments[4];
@@ -705,6 +729,7 @@ class QUARV_API TermManager {
   Symbol* new_operator_symbol(SymbolTag::tag tag, const std::size_t* params, const DataType* type);
   const Symbol* make_param_symbol(SymbolTag::tag tag, std::uint16_t flag, const std::size_t (&params)[4]);
   void insert_param_symbol(const Symbol* symbol);
+  void remove_param_symbol(const Symbol* symbol) noexcept;
   const Symbol* make_array_symbol(SymbolTag::tag tag, const DataType* array_type);
   const Symbol* named_symbol(SymbolTag::tag tag, std::string_view name,
                              std::span<const DataType* const> argument_types, const DataType* result);
@@ -721,9 +746,15 @@ class QUARV_API TermManager {
   std::uint64_t steps_ = 0;
   SumWork sum_limit_;
   std::size_t number_bytes_ = 0;
-  Arena arena_;
-  TermTable terms_;
-  NumberTable number_terms_;
+  std::uint64_t num_releases_ = 0;
+  static constexpr std::uint64_t no_mark = ~std::uint64_t{0};
+  std::uint64_t first_mark_ = no_mark;
+  std::uint64_t last_mark_ = no_mark;
+  MemoryAccount account_;
+  Arena arena_{account_};    // terms alone, one after the other
+  Arena symbols_{account_};  // symbols and names
+  TermTable terms_{&account_};
+  NumberTable number_terms_{account_};
   // The integers that occur most, from -num_low_integers on, once they were made.
   static constexpr std::uint64_t num_low_integers = 256;
   std::array<const Term*, 1024> low_integers_{};

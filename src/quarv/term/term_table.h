@@ -6,6 +6,7 @@
 
 #include <quarv/term/term.h>
 #include <quarv/util/large_pages.h>
+#include <quarv/util/memory_account.h>
 
 namespace quarv {
 
@@ -26,7 +27,9 @@ class TermTable {
  public:
   using Args = std::span<const Term* const>;
 
-  TermTable() : slots_(std::size_t{1} << initial_log_size) {}
+  /// Its memory is charged to `account`, if any, which must outlive the table.
+  explicit TermTable(MemoryAccount* account = nullptr)
+      : account_(account), slots_(new_slots(initial_log_size)) {}
 
   /// A place in the table: where the term is, or where it has to be inserted.
   struct Probe {
@@ -60,9 +63,19 @@ class TermTable {
     if (count_ != 0 || n <= limit()) return;
     unsigned log_size = log_size_;
     while ((std::size_t{3} << log_size) / 4 < n) ++log_size;
-    slots_ = Slots(std::size_t{1} << log_size);
-    log_size_ = log_size;
+    replace_slots(log_size);
   }
+
+  /// Removes the term that stands in the table, whose memory is still there.
+  void remove(const Term* t) noexcept;
+  /// Removes the `num_removed` terms from the id `first` on, without being told which they are, when they are
+  /// a good part of the table, and makes it as small as it was when its size was `log_size`; false when there
+  /// are too few of them, or no memory.
+  bool remove_from(std::uint64_t first, std::size_t num_removed, unsigned log_size) noexcept;
+
+  /// The binary logarithm of the number of slots.
+  unsigned log_size() const noexcept { return log_size_; }
+  std::size_t bytes() const noexcept { return slots_.size() * sizeof(std::uint64_t); }
 
   /// Number of terms.
   std::size_t size() const noexcept { return count_; }
@@ -107,7 +120,10 @@ class TermTable {
   }
 
   void grow();
+  Slots new_slots(unsigned log_size);
+  Slots replace_slots(unsigned log_size);
 
+  MemoryAccount* account_;
   Slots slots_;
   unsigned log_size_ = initial_log_size;
   std::size_t count_ = 0;

@@ -32,7 +32,7 @@ std::string DataType::to_string(std::size_t max_length) const {
 }
 
 DataType* TermManager::new_basic_type(std::string_view name) {
-  tables_->types.push_back(std::unique_ptr<DataType>(new DataType));
+  tables_->types.push_back(std::unique_ptr<DataType>(new DataType(*this)));
   DataType* type = tables_->types.back().get();
   type->basic_ = tables_->types.size();
   type->name_ = name;
@@ -44,7 +44,7 @@ const DataType* TermManager::constructed_type(const DataType* ctor,
   const SymbolTables::TypeListView key{ctor, parameters, nullptr};
   auto& table = tables_->constructed_types;
   if (const auto found = table.find(key); found != table.end()) return found->second;
-  tables_->types.push_back(std::unique_ptr<DataType>(new DataType));
+  tables_->types.push_back(std::unique_ptr<DataType>(new DataType(*this)));
   DataType* type = tables_->types.back().get();
   type->components.reserve(parameters.size() + 1);
   type->components.push_back(ctor);
@@ -104,9 +104,11 @@ const DataType* TermManager::declare_sort(std::string_view name, std::size_t num
   if (name.find('\0') != std::string_view::npos) {
     throw std::invalid_argument("a name must not contain a NUL byte");
   }
-  const DataType*& entry = tables_->declared_sorts[std::string(name) + '/' + std::to_string(num_parameters)];
-  if (entry == nullptr) entry = new_basic_type(name);
-  return entry;
+  const auto [known, is_new] =
+      tables_->declared_sorts.try_emplace(std::string(name) + '/' + std::to_string(num_parameters), nullptr);
+  if (is_new) tables_->declared_sort_log.push_back(&known->first);
+  if (known->second == nullptr) known->second = new_basic_type(name);
+  return known->second;
 }
 
 const DataType* TermManager::apply_sort(const DataType* constructor,

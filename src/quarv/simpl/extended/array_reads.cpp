@@ -31,6 +31,8 @@ bool is_constant_write(const TermManager& m, const Term* t) {
 void ArrayReads::enter(const Term* write) {
   const std::size_t* before = number_.find(write->args[0]);
   Write w;
+  w.term = write;
+  w.latest = writes_.empty() ? write->id : std::max(writes_.back().latest, write->id);
   w.depth = before == nullptr ? 1 : writes_[*before].depth + 1;
   const std::size_t length = w.depth & (~w.depth + 1);
   w.below = write->args[0];
@@ -53,7 +55,17 @@ void ArrayReads::enter(const Term* write) {
   writes_.push_back(std::move(w));
 }
 
+/// Forgets writes that the manager has released, and those that were entered after one of them.
+void ArrayReads::follow(const TermManager& m) {
+  const std::size_t kept = m.num_kept_since(num_releases_);
+  for (; !writes_.empty() && writes_.back().latest >= kept; writes_.pop_back()) {
+    number_.erase(writes_.back().term);
+  }
+  num_releases_ = m.num_releases();
+}
+
 const ArrayReads::Write& ArrayReads::learn(TermManager& m, const Term* chain) {
+  if (num_releases_ != m.num_releases()) follow(m);
   pending_.clear();
   for (const Term* t = chain; is_constant_write(m, t) && number_.find(t) == nullptr; t = t->args[0]) {
     pending_.push_back(t);

@@ -25,6 +25,8 @@ class ArrayReads {
  private:
   /// A write at a constant to a chain of such writes.
   struct Write {
+    const Term* term = nullptr;        // the write itself
+    std::uint64_t latest = 0;          // the largest id among this write and those that were entered before
     std::size_t depth = 0;             // from 1
     const Term* below = nullptr;       // what the 2^k writes that end in this one write to
     std::vector<const Term*> indices;  // of those writes, by id; empty where they are few
@@ -35,8 +37,15 @@ class ArrayReads {
   const Term* find_constant(TermManager& m, const Term* array, const Term* index);
   const Write& learn(TermManager& m, const Term* chain);
   void enter(const Term* write);
+  void follow(const TermManager& m);
 
-  hsh::HashMap<const Term*, std::size_t> number_;  // of a write in `writes_`
+  /// By address, since a term may be gone when its entry is removed.
+  struct AddressHash {
+    std::uint64_t operator()(const Term* t) const noexcept { return reinterpret_cast<std::uintptr_t>(t); }
+  };
+
+  hsh::HashMap<const Term*, std::size_t, AddressHash> number_;  // of a write in `writes_`
+  std::uint64_t num_releases_ = 0;  // of the manager, when `writes_` was last looked through
   std::vector<Write> writes_;
   std::vector<const Term*> pending_;
 };

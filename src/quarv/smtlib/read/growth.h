@@ -22,6 +22,10 @@ class GrowthMeter {
   void abandon(std::uint64_t first, std::uint64_t last) {
     if (first != last) abandoned_.emplace_back(first, last);
   }
+  /// Terms from number `first` on have been released.
+  void forget_from(std::uint64_t first) noexcept {
+    while (!abandoned_.empty() && abandoned_.back().second > first) abandoned_.pop_back();
+  }
 
  private:
   bool is_abandoned(std::uint64_t id) const noexcept;

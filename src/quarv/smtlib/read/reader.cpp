@@ -668,6 +668,37 @@ void Reader::reset(Script& script, Command::Kind kind, const char* start) {
   text_command(script, kind, start);
 }
 
+Reader::Mark Reader::mark() {
+  Mark m;
+  m.num_terms_ = manager_.num_terms();
+  m.names_ = names_.scope();
+  m.sorts_ = sorts_.scope();
+  m.overloads_ = overloads_.size();
+  m.macros_ = macro_parameters_.size();
+  m.scopes_ = scopes_.size();
+  m.session_ = session_.mark();
+  return m;
+}
+
+void Reader::release(const Mark& m) {
+  // Told by their numbers, as long as they have some.
+  std::vector<decltype(bound_variables_)::key_type> gone;
+  for (const auto& [key, variable] : bound_variables_) {
+    if (variable->id >= m.num_terms_) gone.push_back(key);
+  }
+  session_.release(m.session_);
+  for (const auto& key : gone) bound_variables_.erase(key);
+  names_.leave(m.names_);
+  sorts_.leave(m.sorts_);
+  scopes_.resize(std::min(m.scopes_, scopes_.size()));
+  overloads_.resize(m.overloads_);
+  macro_parameters_.resize(m.macros_);
+  instances_.clear();
+  last_sort_ = nullptr;
+  context_.remainders.clear(false);
+  growth_.forget_from(m.num_terms_);
+}
+
 /// Does to the session what commands do to the assertions in force.
 void Reader::tell_session(const Script& script, std::size_t first_command) {
   for (std::size_t i = first_command; i < script.commands.size(); ++i) {

@@ -129,6 +129,19 @@ class QUARV_API Reader {
   static std::string quoted(std::string_view name);
   static void append_quoted(std::string& text, std::string_view name);
 
+  /// A state of the session, and of what this reader has read.
+  class Mark {
+    friend class Reader;
+    Session::Mark session_;
+    std::uint64_t num_terms_ = 0;
+    std::size_t names_ = 0, sorts_ = 0, overloads_ = 0, macros_ = 0, scopes_ = 0;
+  };
+  /// Between commands.
+  Mark mark();
+  /// Returns to the mark, as `Session::release` does; of a session that has readers, one of them is asked to
+  /// do it, and the others read nothing afterwards. \throws std::invalid_argument likewise
+  void release(const Mark& mark);
+
  private:
   using FormClass = std::uint32_t;
   static constexpr FormClass no_form = 0xFFFFFFFF;
