@@ -2,8 +2,8 @@
  * \file
  * The C interface: terms, sorts, simplification and SMT-LIB texts, for C and for languages that call C.
  *
- * - A manager owns its terms and sorts; they are valid until it is deleted and are never released one by one.
- * Equal terms are equal pointers. Terms of one manager must not be handed to another.
+ * - A manager owns its terms and sorts; they are valid until it is deleted, or what was made since a mark is
+ * released. Equal terms are equal pointers. Terms of one manager must not be handed to another.
  * - Texts are UTF-8 and end with a zero byte. Texts and arrays that a function returns are released by
  * quarv_free.
  * - No exception leaves these functions. Each that takes a manager sets the manager's status: QUARV_OK, or
@@ -32,7 +32,8 @@ typedef enum quarv_status {
       1,                /**< a null pointer, an unknown operator, a name that cannot be declared, no number */
   QUARV_SORT_ERROR = 2, /**< arguments do not fit an operator */
   QUARV_SYNTAX_ERROR = 3,  /**< an error in a text; the message begins with "file:line:column: error: " */
-  QUARV_OUT_OF_MEMORY = 4, /**< also in GMP, unless the program has given it functions of its own */
+  QUARV_OUT_OF_MEMORY = 4, /**< also in GMP, unless the program has given it functions of its own; and at the
+                              limit that quarv_set_memory_limit has set */
   QUARV_FAILURE = 5        /**< anything else */
 } quarv_status;
 
@@ -119,6 +120,43 @@ QUARV_API char* quarv_value(quarv_manager* m, quarv_term t);
 QUARV_API char* quarv_term_to_string(quarv_manager* m, quarv_term t);
 /** Number of distinct sub-terms of n terms, themselves included. */
 QUARV_API size_t quarv_num_nodes(quarv_manager* m, const quarv_term* terms, size_t n);
+/** Number of terms on the longest way down: 1 for a constant; 0 after an error. */
+QUARV_API size_t quarv_depth(quarv_manager* m, quarv_term t);
+/** The name of the operator or function at the top, as quarv_make takes it: "bvadd", "(_ extract 7 0)". */
+QUARV_API char* quarv_head(quarv_manager* m, quarv_term t);
+/** Calls `visit` for each distinct sub-term of n terms, themselves included, arguments first, and of these
+ * the first one first. It may build terms, but must neither throw nor release any. */
+QUARV_API quarv_status quarv_visit(quarv_manager* m, const quarv_term* terms, size_t n,
+                                   void (*visit)(quarv_term t, void* data), void* data);
+/** The declared constants that occur in n terms, oldest first. `*constants` gets an array to be released by
+ * quarv_free. */
+QUARV_API quarv_status quarv_free_constants(quarv_manager* m, const quarv_term* terms, size_t n,
+                                            quarv_term** constants, size_t* num_constants);
+/** The term with each `what[i]` replaced by `by[i]`, of the same sort, at the same time; of n terms that
+ * contain each other the outermost. Bound variables are respected. */
+QUARV_API quarv_term quarv_substitute(quarv_manager* m, quarv_term t, const quarv_term* what,
+                                      const quarv_term* by, size_t n);
+/** The term's value where n declared constants have these values; if `complete` is not 0, others are false,
+ * zero, and the like. A simpler term where that does not determine the value. */
+QUARV_API quarv_term quarv_evaluate(quarv_manager* m, quarv_term t, const quarv_term* constants,
+                                    const quarv_term* values, size_t n, int complete);
+/** The term of `from` in another manager, with functions and sorts of the same names; `to` gets the status.
+ */
+QUARV_API quarv_term quarv_translate(quarv_manager* from, quarv_term t, quarv_manager* to);
+/** @} */
+
+/** \name Memory
+ * @{ */
+/** Remembers what terms, sorts and declarations there are. The number of the mark; 0 after an error. */
+QUARV_API uint64_t quarv_mark(quarv_manager* m);
+/** Gives back all that was made and declared since the mark, in time proportional to it; terms and sorts made
+ * since are invalid then. The mark and later ones are used up. */
+QUARV_API quarv_status quarv_release(quarv_manager* m, uint64_t mark);
+/** Bytes that terms, symbols, numbers and their tables take. */
+QUARV_API size_t quarv_memory(quarv_manager* m);
+/** Limits these bytes: what needs more fails with QUARV_OUT_OF_MEMORY, and the manager can be used as before.
+ * (size_t)-1 is no limit. */
+QUARV_API quarv_status quarv_set_memory_limit(quarv_manager* m, size_t bytes);
 /** @} */
 
 /** \name Simplification

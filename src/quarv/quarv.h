@@ -16,6 +16,8 @@
 #include <quarv/rules/rule_query.h>
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
+#include <quarv/session/model.h>
+#include <quarv/session/own_simplifications.h>
 #include <quarv/session/session.h>
 #include <quarv/session/strict_semantics.h>
 #include <quarv/session/user_rules.h>
@@ -25,12 +27,17 @@
 #include <quarv/term/dag_size.h>
 #include <quarv/term/data_type.h>
 #include <quarv/term/sort_error.h>
+#include <quarv/term/substitution.h>
 #include <quarv/term/symbol.h>
 #include <quarv/term/symbol_tag.h>
 #include <quarv/term/term.h>
 #include <quarv/term/term_manager.h>
+#include <quarv/term/term_mark.h>
+#include <quarv/term/translation.h>
+#include <quarv/term/walk.h>
 #include <quarv/util/checkpoint.h>
 #include <quarv/util/hash_map.h>
 #include <quarv/util/input_error.h>
+#include <quarv/util/memory_account.h>
 #include <quarv/util/memory_pool.h>
 #include <quarv/util/sort.h>

@@ -3,11 +3,13 @@
 #pragma once
 
 #include <quarv/quarv.h>
+#include <quarv/smtlib/composed.h>
 #include <quarv/smtlib/read/assertions.h>
 #include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/text.h>
 #include <quarv/smtlib/trace.h>
 #include <quarv/smtlib/write/printer.h>
 #include <quarv/smtlib/write/script_text.h>

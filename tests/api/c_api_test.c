@@ -383,6 +383,90 @@ static void reports_lack_of_memory_in_gmp(void) {
 }
 #endif
 
+struct walk {
+  quarv_manager* m;
+  char text[200];
+};
+
+static void note(quarv_term t, void* data) {
+  struct walk* w = data;
+  char* head = quarv_head(w->m, t);
+  strcat(strcat(w->text, head), ";");
+  quarv_free(head);
+}
+
+static void walks_and_substitutes(void) {
+  quarv_manager* m = quarv_manager_new(0);
+  quarv_manager* other = quarv_manager_new(0);
+  const quarv_term x = quarv_constant(m, "x", quarv_bv_sort(m, 8));
+  const quarv_term y = quarv_constant(m, "y", quarv_bv_sort(m, 8));
+  const quarv_term t = quarv_parse_term(m, "(= (bvadd x y) ((_ rotate_left 3) x))");
+  struct walk w = {m, ""};
+  EXPECT(quarv_visit(m, &t, 1, note, &w) == QUARV_OK);
+  EXPECT(strcmp(w.text, "x;y;bvadd;(_ rotate_left 3);=;") == 0);
+  EXPECT(quarv_visit(m, &t, 1, NULL, NULL) == QUARV_INVALID_ARGUMENT);
+  EXPECT(quarv_depth(m, t) == 3);
+  EXPECT(quarv_depth(m, NULL) == 0);
+  quarv_term* constants = NULL;
+  size_t n = 0;
+  EXPECT(quarv_free_constants(m, &t, 1, &constants, &n) == QUARV_OK);
+  EXPECT(n == 2 && constants[0] == x && constants[1] == y);
+  quarv_free(constants);
+  const quarv_term swapped_from[] = {x, y}, swapped_to[] = {y, x};
+  EXPECT_TEXT(quarv_term_to_string(m, quarv_substitute(m, t, swapped_from, swapped_to, 2)),
+              "(= (bvadd y x) ((_ rotate_left 3) y))");
+  const quarv_term values[] = {quarv_bv(m, 0x11, 8), quarv_bv(m, 0x77, 8)};
+  EXPECT(quarv_evaluate(m, t, swapped_from, values, 2, 0) == quarv_true(m));
+  EXPECT(quarv_evaluate(m, t, swapped_from, values, 1, 1) == quarv_false(m));
+  const quarv_term formula = quarv_true(m);
+  EXPECT(quarv_substitute(m, t, &x, &formula, 1) == NULL);
+  EXPECT_ERROR(m, QUARV_SORT_ERROR,
+               "substitute: a term of sort Bool cannot stand for one of sort (_ BitVec 8)");
+  const quarv_term carried = quarv_translate(m, t, other);
+  EXPECT_TEXT(quarv_term_to_string(other, carried), "(= (bvadd x y) ((_ rotate_left 3) x))");
+  EXPECT(quarv_arg(other, quarv_arg(other, carried, 0), 0) ==
+         quarv_constant(other, "x", quarv_bv_sort(other, 8)));
+  EXPECT(quarv_translate(m, carried, other) == NULL);
+  EXPECT_ERROR(other, QUARV_SORT_ERROR, "translate: the term does not belong to the source");
+  quarv_manager_delete(other);
+  quarv_manager_delete(m);
+}
+
+static void releases_memory(void) {
+  quarv_manager* m = quarv_manager_new(QUARV_EAGER);
+  const quarv_term x = quarv_constant(m, "x", quarv_bv_sort(m, 8));
+  size_t memory = 0;
+  for (int i = 0; i < 100; ++i) {
+    const uint64_t mark = quarv_mark(m);
+    EXPECT(mark != 0);
+    quarv_term t = quarv_constant(m, "y", quarv_bv_sort(m, 8));
+    const uint64_t id = quarv_term_id(t);
+    EXPECT(id == quarv_term_id(x) + 1);
+    for (int k = 0; k < 1000; ++k) t = make2(m, k % 2 == 0 ? "bvmul" : "bvxor", t, x);
+    EXPECT(quarv_release(m, mark) == QUARV_OK);
+    EXPECT(quarv_release(m, mark) == QUARV_INVALID_ARGUMENT);
+    if (i == 1) memory = quarv_memory(m);
+  }
+  EXPECT(quarv_memory(m) == memory);
+  /* The name is free again. */
+  EXPECT(quarv_constant(m, "y", quarv_int_sort(m)) != NULL);
+
+  EXPECT(quarv_set_memory_limit(m, memory + 100000) == QUARV_OK);
+  const uint64_t mark = quarv_mark(m);
+  quarv_term t = x;
+  quarv_term last = x;
+  for (int k = 0; t != NULL && k < 1000000; ++k) {
+    last = t;
+    t = make2(m, k % 2 == 0 ? "bvmul" : "bvxor", t, x);
+  }
+  EXPECT(t == NULL);
+  EXPECT_ERROR(m, QUARV_OUT_OF_MEMORY, "the limit on memory is reached");
+  EXPECT(quarv_num_args(m, last) == 2);
+  EXPECT(quarv_release(m, mark) == QUARV_OK);
+  EXPECT(make2(m, "bvmul", x, x) != NULL);
+  quarv_manager_delete(m);
+}
+
 int main(void) {
   EXPECT(strncmp(quarv_version(), "0.", 2) == 0);
   builds_and_simplifies();
@@ -397,6 +481,8 @@ int main(void) {
   takes_rules();
   keeps_what_the_standard_leaves_open();
   takes_deep_terms();
+  walks_and_substitutes();
+  releases_memory();
 #ifndef SANITIZED
   reports_lack_of_memory_in_gmp();
 #endif

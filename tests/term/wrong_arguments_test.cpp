@@ -82,7 +82,6 @@ class WrongArguments : public ::testing::Test {
         {"g", 1, k2,
          [&](const Term* t) { return m.make_term(m.declare_fun("g", {m.int_type}, m.int_type), {t}); }},
         {"forall", 1, p2, [&](const Term* t) { return m.make_quantifier("forall", {}, t); }},
-        {"!", 1, p2, [&](const Term* t) { return m.make_annotation(t, {}, {}); }},
     };
   }
 };
@@ -92,6 +91,7 @@ TEST_F(WrongArguments, NullPointers) {
     EXPECT_EQ(error_of([&] { c.make(nullptr); }),
               std::string(c.op) + ": argument " + std::to_string(c.position) + " is a null pointer");
   }
+  EXPECT_EQ(error_of([&] { m.make_annotation(nullptr, {}, {}); }), "!: argument 1 is a null pointer");
 }
 
 TEST_F(WrongArguments, TermsOfAnotherManager) {

@@ -13,9 +13,12 @@
 #include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/text.h>
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/term/dag_size.h>
 #include <quarv/term/sort_error.h>
+#include <quarv/term/translation.h>
+#include <quarv/term/walk.h>
 #include <quarv/util/input_error.h>
 
 using quarv::DataType;
@@ -34,6 +37,12 @@ struct quarv_manager {
   Reader reader{session, {.names = Reader::Options::Names::session, .normalize = false}};
   quarv_status status = QUARV_OK;
   std::string message;
+  struct Marked {
+    std::uint64_t number;
+    Reader::Mark mark;
+  };
+  std::vector<Marked> marks;  // those in force
+  std::uint64_t num_marks = 0;
 };
 
 namespace {
@@ -92,6 +101,8 @@ auto guarded(quarv_manager* m, F f) noexcept -> decltype(f()) {
     m->status = QUARV_OK;
     m->message.clear();
     return f();
+  } catch (const quarv::MemoryLimitReached& e) {
+    fail(m, QUARV_OUT_OF_MEMORY, e.what());
   } catch (const std::bad_alloc&) {
     fail(m, QUARV_OUT_OF_MEMORY, "out of memory");
   } catch (const quarv::InputError& e) {
@@ -125,6 +136,14 @@ std::string simplified(const char* text, const char* name, bool smallest) {
   std::ostringstream out;
   quarv::smtlib::simplify_script(checked(text), checked(name), out, options);
   return std::move(out).str();
+}
+
+/// An array for the caller. One more than needed: an array without elements is an array all the same.
+quarv_term* array_of(const std::vector<const Term*>& list) {
+  auto* copy = static_cast<quarv_term*>(std::malloc((list.size() + 1) * sizeof(quarv_term)));
+  if (copy == nullptr) throw std::bad_alloc();
+  for (std::size_t i = 0; i < list.size(); ++i) copy[i] = handle(list[i]);
+  return copy;
 }
 
 /// The stored bits of a significand: all but the hidden one.
@@ -286,6 +305,90 @@ size_t quarv_num_nodes(quarv_manager* m, const quarv_term* list, size_t n) {
   return guarded(m, [&] { return quarv::dag_size(m->terms(), terms(list, n)); });
 }
 
+size_t quarv_depth(quarv_manager* m, quarv_term t) {
+  return guarded(m, [&] { return quarv::depth(m->terms(), term(t)); });
+}
+char* quarv_head(quarv_manager* m, quarv_term t) {
+  return guarded(m, [&] { return handle(quarv::to_string(term(t)->symbol)); });
+}
+quarv_status quarv_visit(quarv_manager* m, const quarv_term* list, size_t n,
+                         void (*visit)(quarv_term t, void* data), void* data) {
+  return status_of(m, [&] {
+    checked(visit);
+    quarv::visit_post_order(m->terms(), terms(list, n), [&](const Term* t) { visit(handle(t), data); });
+  });
+}
+quarv_status quarv_free_constants(quarv_manager* m, const quarv_term* list, size_t n, quarv_term** constants,
+                                  size_t* num_constants) {
+  return status_of(m, [&] {
+    *checked(constants) = nullptr;
+    *checked(num_constants) = 0;
+    const std::vector<const Term*> found = quarv::free_constants(m->terms(), terms(list, n));
+    *constants = array_of(found);
+    *num_constants = found.size();
+  });
+}
+quarv_term quarv_substitute(quarv_manager* m, quarv_term t, const quarv_term* what, const quarv_term* by,
+                            size_t n) {
+  return guarded(m, [&] {
+    const TermManager::Args from = terms(what, n);
+    const TermManager::Args to = terms(by, n);
+    quarv::Substitution substitution(m->terms());
+    for (std::size_t i = 0; i < n; ++i) substitution.set(from[i], to[i]);
+    return handle(m->session.substitute(term(t), substitution));
+  });
+}
+quarv_term quarv_evaluate(quarv_manager* m, quarv_term t, const quarv_term* constants,
+                          const quarv_term* values, size_t n, int complete) {
+  return guarded(m, [&] {
+    const TermManager::Args from = terms(constants, n);
+    const TermManager::Args to = terms(values, n);
+    quarv::Model model(m->terms());
+    for (std::size_t i = 0; i < n; ++i) model.set(from[i], to[i]);
+    if (complete != 0) model.complete();
+    return handle(m->session.evaluate(term(t), model));
+  });
+}
+quarv_term quarv_translate(quarv_manager* from, quarv_term t, quarv_manager* to) {
+  return guarded(
+      to, [&] { return handle(quarv::smtlib::translate(checked(from)->terms(), term(t), to->session)); });
+}
+
+// Memory.
+
+uint64_t quarv_mark(quarv_manager* m) {
+  return guarded(m, [&] {
+    m->marks.push_back({m->num_marks + 1, {}});
+    try {
+      m->marks.back().mark = m->reader.mark();
+    } catch (...) {
+      m->marks.pop_back();
+      throw;
+    }
+    return ++m->num_marks;
+  });
+}
+
+quarv_status quarv_release(quarv_manager* m, uint64_t mark) {
+  return status_of(m, [&] {
+    std::size_t i = m->marks.size();
+    while (i > 0 && m->marks[i - 1].number > mark) --i;
+    if (i == 0 || m->marks[i - 1].number != mark) {
+      throw std::invalid_argument("the mark is not in force: it, or an earlier one, has been released");
+    }
+    m->reader.release(m->marks[i - 1].mark);
+    m->marks.resize(i - 1);
+  });
+}
+
+size_t quarv_memory(quarv_manager* m) {
+  return guarded(m, [&] { return m->terms().memory().total(); });
+}
+
+quarv_status quarv_set_memory_limit(quarv_manager* m, size_t bytes) {
+  return status_of(m, [&] { m->terms().set_memory_limit(bytes); });
+}
+
 // Simplification.
 
 quarv_term quarv_simplify(quarv_manager* m, quarv_term t) {
@@ -320,11 +423,7 @@ quarv_status quarv_parse_script(quarv_manager* m, const char* text, const char* 
     *checked(n) = 0;
     const std::vector<const Term*> list =
         quarv::smtlib::read_assertions(m->session, checked(text), checked(name));
-    // One more than needed: an array without elements is an array all the same.
-    auto* copy = static_cast<quarv_term*>(std::malloc((list.size() + 1) * sizeof(quarv_term)));
-    if (copy == nullptr) throw std::bad_alloc();
-    for (std::size_t i = 0; i < list.size(); ++i) copy[i] = handle(list[i]);
-    *assertions = copy;
+    *assertions = array_of(list);
     *n = list.size();
   });
 }

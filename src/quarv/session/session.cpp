@@ -1,6 +1,7 @@
 #include <stdexcept>
 
 #include <quarv/rules/extended_rules.h>
+#include <quarv/session/attached.h>
 #include <quarv/session/session.h>
 #include <quarv/session/step_recorder.h>
 #include <quarv/simpl/register_standard_simplifications.h>
@@ -13,22 +14,6 @@ namespace {
 
 /// Fewer steps than these cannot have made a term much larger.
 constexpr std::uint64_t many_steps = 1000;
-
-/// Lets constructors use a simplifier for a while.
-class Attached {
- public:
-  Attached(TermManager& manager, TermSimplifier* simplifier)
-      : manager_(manager), before_(manager.simplifier()) {
-    manager.set_simplifier(simplifier);
-  }
-  ~Attached() { manager_.set_simplifier(before_); }
-  Attached(const Attached&) = delete;
-  Attached& operator=(const Attached&) = delete;
-
- private:
-  TermManager& manager_;
-  TermSimplifier* before_;
-};
 
 }  // namespace
 
@@ -82,16 +67,31 @@ const Term* Session::normalize(const Term* t) {
   return grown ? t : result;
 }
 
+/// The application as the session builds it with the simplifier that is attached.
+const Term* Session::make(const Symbol* symbol, Args args) {
+  if (manager_.get_tag(symbol) == SymbolTag::OPAQUE && build_named_ != nullptr) {
+    if (const Term* t = build_named_(*this, symbol, args)) return t;
+  }
+  return manager_.make_term_unchecked(symbol, args);
+}
+
 TermRebuilder Session::rebuilder() {
-  return {manager_, TermRebuilder::Parts::rewritable, [this](const Symbol* symbol, Args args) {
-            if (manager_.get_tag(symbol) == SymbolTag::OPAQUE && build_named_ != nullptr) {
-              if (const Term* t = build_named_(*this, symbol, args)) return t;
-            }
-            return manager_.make_term_unchecked(symbol, args);
-          }};
+  return {manager_, TermRebuilder::Parts::rewritable,
+          [this](const Symbol* symbol, Args args) { return make(symbol, args); }};
+}
+
+/// Lets all be simplified anew, by all simplifications there are now.
+void Session::use_own_simplifications() {
+  if (options_.simplify && options_.simplifiers && options_.eager) manager_.set_simplifier(active());
+  simplifier_.normalizer.clear_cache();
+  rebuild_.clear();
 }
 
 const Term* Session::simplified(const Term* t, TermRebuilder& rebuild) {
+  if (t == nullptr || &manager_.type_of(t)->manager() != &manager_) {
+    throw SortError(t == nullptr ? "simplify: the term is a null pointer"
+                                 : "simplify: the term belongs to another manager");
+  }
   const Attached attached(manager_, options_.simplify && options_.simplifiers ? active() : nullptr);
   const std::size_t terms_before = manager_.num_terms();
   const Term* built = rebuild(t);
@@ -170,7 +170,7 @@ void Session::return_to(const Place& place, bool keep_names) {
 }
 
 Session::Mark Session::mark() {
-  marks_.push_back({++num_marks_, place(), towers_, skipped_});
+  marks_.push_back({++num_marks_, place(), towers_, skipped_, own_.size()});
   try {
     Mark mark;
     mark.terms_ = manager_.mark();
@@ -193,9 +193,14 @@ void Session::release(const Mark& mark) {
   return_to(state.place);
   towers_ = state.towers;
   skipped_ = state.skipped;
+  if (own_.size() != state.own) {
+    own_.resize(state.own);
+    use_own_simplifications();
+  }
 }
 
 void Session::assert_formula(const Term* t) {
+  if (t == nullptr) throw SortError("assert: argument 1 is a null pointer");
   if (manager_.type_of(t) != manager_.bool_type) {
     throw SortError("assert: argument 1 has sort " + manager_.type_of(t)->abbreviated() + ", expected Bool");
   }

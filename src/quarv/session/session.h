@@ -10,11 +10,14 @@
 #include <vector>
 
 #include <quarv/export.h>
+#include <quarv/session/model.h>
+#include <quarv/session/own_simplifications.h>
 #include <quarv/session/strict_semantics.h>
 #include <quarv/session/term_rebuilder.h>
 #include <quarv/session/user_rules.h>
 #include <quarv/simpl/extended/extended_simplifier.h>
 #include <quarv/simpl/std_term_simplifier.h>
+#include <quarv/term/substitution.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv {
@@ -75,6 +78,25 @@ class QUARV_API Session {
   const Term* normalize(const Term* t);
   /// Says that so many rule applications were for nothing: what came of them was not used.
   void count_wasted(std::uint64_t steps) noexcept { wasted_ += steps; }
+  /// The term with replacements made, as `quarv::substitute` does; what changes is built as the session
+  /// builds.
+  const Term* substitute(const Term* t, const Substitution& substitution);
+  /// The term's value where the model says what is needed for it, computed by the simplifiers; a term that is
+  /// simpler, where it does not, or where the standard leaves the value open. Quantifiers are not tried out;
+  /// annotations are left out. A session that does not simplify at all computes nothing. \throws SortError
+  /// for a null term, one of another manager, and a function's value of another sort
+  const Term* evaluate(const Term* t, const Model& model);
+
+  /// Simplifications of a user's own, for an operator or a declared function; see OwnSimplifications. What
+  /// was simplified already is simplified anew when it is asked for. What is added after a mark is gone when
+  /// the mark is released.
+  template <class TagOrSymbol>
+  void add_simplification(TagOrSymbol what, OwnSimplifications::Function f,
+                          OwnSimplifications::When when = OwnSimplifications::When::before) {
+    own_.add(what, std::move(f), when);
+    use_own_simplifications();
+  }
+
   /// Rules of a user's own, tried after those there are. \throws InputError with the file's name and the
   /// place in its text
   void add_rules(const RuleFile& file) { register_rule_file(file, simplifier_.normalizer); }
@@ -144,10 +166,13 @@ class QUARV_API Session {
   void set_named_builder(NamedBuilder build) noexcept { build_named_ = build; }
 
  private:
-  TermSimplifier* active() noexcept {
+  TermSimplifier* standard() noexcept {
     if (options_.library_semantics) return &simplifier_;
     return options_.extended ? static_cast<TermSimplifier*>(&extended_) : &strict_;
   }
+  TermSimplifier* active() noexcept { return own_.size() == 0 ? standard() : &own_; }
+  void use_own_simplifications();
+  const Term* make(const Symbol* symbol, Args args);
   void disable_rules(bool by_number);
   TermRebuilder rebuilder();
   const Term* simplified(const Term* t, TermRebuilder& rebuild);
@@ -157,6 +182,7 @@ class QUARV_API Session {
   StdTermSimplifier simplifier_;
   StrictSemantics strict_{simplifier_};
   ExtendedSimplifier extended_{strict_, simplifier_};
+  OwnSimplifications own_{*standard(), simplifier_};
   NamedBuilder build_named_ = nullptr;
   TermRebuilder rebuild_;
   std::uint64_t wasted_ = 0;  // rule applications of no use
@@ -172,7 +198,7 @@ class QUARV_API Session {
   struct MarkedState {
     std::uint64_t number;
     Place place;
-    std::size_t towers, skipped;
+    std::size_t towers, skipped, own;
   };
   std::vector<MarkedState> marks_;  // those in force
   std::uint64_t num_marks_ = 0;

@@ -27,6 +27,9 @@ class QUARV_API TermRebuilder {
 
   const Term* operator()(const Term* root);
 
+  /// Forgets all results.
+  void clear() { done_.clear(); }
+
  private:
   const Term* rebuilt(const Term* t);
 

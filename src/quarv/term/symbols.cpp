@@ -369,8 +369,7 @@ const Term* TermManager::make_quantifier(std::string_view binder, Args variables
   check_type(std::string(binder).c_str(), body, 1, bool_type);
   std::string key(binder);
   for (std::size_t i = 0; i < variables.size(); ++i) {
-    if (variables[i] == nullptr || !is_bound_variable(variables[i]->symbol) ||
-        type_of(variables[i])->manager_ != this) {
+    if (variables[i] == nullptr || !is_bound_variable(variables[i]->symbol)) {
       throw SortError(key + ": variable " + std::to_string(i + 1) + " is not a bound variable");
     }
   }
@@ -392,7 +391,7 @@ const Term* TermManager::make_annotation(const Term* body, std::span<const Attri
                                          Args terms) {
   for (std::size_t i = 0; i <= terms.size(); ++i) {
     const Term* t = i == 0 ? body : terms[i - 1];
-    if (t == nullptr || type_of(t)->manager_ != this) refuse("!", i + 1, t, "any");
+    if (t == nullptr) refuse("!", i + 1, t, "any");
   }
   std::string key = std::to_string(reinterpret_cast<std::uintptr_t>(type_of(body)));
   std::vector<const DataType*> signature{type_of(body)};

@@ -142,15 +142,27 @@ void TermManager::refuse(const char* op, std::size_t position, const Term* a,
 
 void TermManager::check_type(const char* op, const Term* a, std::size_t position,
                              const DataType* wanted) const {
-  if (!fits(a, wanted)) refuse(op, position, a, wanted->abbreviated());
+  // What is hardly ever needed is kept out of the way of what always is.
+  const auto fail = [&]() __attribute__((noinline, cold)) {
+    refuse(op, position, a, wanted->abbreviated());
+  };
+  if (!fits(a, wanted)) [[unlikely]]
+    fail();
 }
 
 /// The common supertype of two arguments, the second of which stands at `position`.
 const DataType* TermManager::common_type(const char* op, const Term* a, const Term* b,
                                          std::size_t position) const {
-  if (a == nullptr || type_of(a)->manager_ != this) refuse(op, position - 1, a, "any");
-  const DataType* type = b == nullptr ? nullptr : get_supertype(type_of(a), type_of(b));
-  if (type == nullptr) refuse(op, position, b, type_of(a)->abbreviated());
+  const auto fail = [&]() __attribute__((noinline, cold)) {
+    if (a == nullptr || type_of(a)->manager_ != this) refuse(op, position - 1, a, "any");
+    refuse(op, position, b, type_of(a)->abbreviated());
+  };
+  if (a == nullptr || b == nullptr || type_of(a)->manager_ != this) [[unlikely]]
+    fail();
+  if (type_of(a) == type_of(b)) return type_of(a);
+  const DataType* type = get_supertype(type_of(a), type_of(b));
+  if (type == nullptr) [[unlikely]]
+    fail();
   return type;
 }
 
@@ -175,13 +187,21 @@ void TermManager::check_array(const char* op, const Term* a) const {
 }
 
 std::size_t TermManager::checked_bv_width(const char* op, const Term* a, std::size_t position) const {
-  if (a == nullptr || !is_bv_type(type_of(a))) refuse(op, position, a, "a bit-vector");
+  const auto fail = [&]() __attribute__((noinline, cold)) {
+    refuse(op, position, a, "a bit-vector");
+  };
+  if (a == nullptr || !is_bv_type(type_of(a))) [[unlikely]]
+    fail();
   return type_of(a)->params_[0];
 }
 
 void TermManager::checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,
                                  std::size_t* mw) const {
-  if (a == nullptr || !is_fp_type(type_of(a))) refuse(op, position, a, "a floating-point number");
+  const auto fail = [&]() __attribute__((noinline, cold)) {
+    refuse(op, position, a, "a floating-point number");
+  };
+  if (a == nullptr || !is_fp_type(type_of(a))) [[unlikely]]
+    fail();
   *ew = type_of(a)->params_[0];
   *mw = type_of(a)->params_[1];
 }

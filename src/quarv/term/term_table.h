@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 
+#include <quarv/export.h>
 #include <quarv/term/term.h>
 #include <quarv/util/large_pages.h>
 #include <quarv/util/memory_account.h>
@@ -23,7 +24,7 @@ namespace quarv {
 ///
 /// The hash mixes addresses, so that nothing has to be loaded to compute it. Nothing ever walks the table in
 /// slot order to produce a result, hence results do not depend on where the system places memory.
-class TermTable {
+class QUARV_API TermTable {
  public:
   using Args = std::span<const Term* const>;
 

@@ -6,6 +6,7 @@
 #include <quarv/smtlib/read/assertions.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/term/declared_sorts.h>
+#include <quarv/term/translation.h>
 #include <quarv/util/checkpoint.h>
 
 namespace quarv::smtlib {
@@ -100,6 +101,18 @@ std::vector<const Term*> read_assertions(Session& session, std::string_view text
     throw;
   }
   return assertions;
+}
+
+const Term* translate(const TermManager& from, const Term* t, Session& to) {
+  const Term* result = quarv::translate(from, t, to.manager());
+  const Session::Place before = to.place();
+  try {
+    Adoption(to).adopt(result);
+  } catch (...) {
+    to.return_to(before);
+    throw;
+  }
+  return result;
 }
 
 }  // namespace quarv::smtlib

@@ -16,4 +16,9 @@ namespace quarv::smtlib {
 QUARV_API std::vector<const Term*> read_assertions(Session& session, std::string_view text,
                                                    const std::string& file);
 
+/// The term of another manager in the session, which declares what occurs in it. \throws
+/// std::invalid_argument when a name is declared with other sorts there; then nothing is declared. SortError
+/// for a null term and for one that does not belong to `from`
+QUARV_API const Term* translate(const TermManager& from, const Term* t, Session& to);
+
 }  // namespace quarv::smtlib

@@ -11,19 +11,6 @@ namespace {
 
 constexpr std::string_view blanks = " \t\r\n";
 
-/// The operators of all theories, by name.
-const Operator* find_operator(std::string_view name) {
-  static const auto table = [] {
-    std::unordered_map<std::string_view, const Operator*> by_name;
-    for (const auto& operators : all_operators()) {
-      for (const Operator& op : operators) by_name.emplace(op.name, &op);
-    }
-    return by_name;
-  }();
-  const auto found = table.find(name);
-  return found == table.end() ? nullptr : found->second;
-}
-
 /// Throws what `wrong_number_of_...` says.
 void check_number(const std::string& message) {
   if (!message.empty()) throw std::invalid_argument(message);
@@ -40,6 +27,18 @@ std::size_t index_value(const Operator& op, const std::string& text) {
 }
 
 }  // namespace
+
+const Operator* find_operator(std::string_view name) {
+  static const auto table = [] {
+    std::unordered_map<std::string_view, const Operator*> by_name;
+    for (const auto& operators : all_operators()) {
+      for (const Operator& op : operators) by_name.emplace(op.name, &op);
+    }
+    return by_name;
+  }();
+  const auto found = table.find(name);
+  return found == table.end() ? nullptr : found->second;
+}
 
 OperatorText split_operator(std::string_view text) {
   const bool indexed = text.starts_with('(') && text.ends_with(')');
@@ -81,13 +80,18 @@ const Term* apply_operator(OperatorContext& context, const OperatorText& text, O
     for (const std::string& index : text.indices) indices.push_back(index_value(*op, index));
   }
   all.insert(all.end(), args.begin(), args.end());
+  return apply_operator(context, *op, indices, all);
+}
+
+const Term* apply_operator(OperatorContext& context, const Operator& op, std::span<const std::size_t> indices,
+                           Operator::Args args) {
   context.indices = indices;
   try {
-    const Term* result = op->build(context, all);
+    const Term* result = op.build(context, args);
     context.indices = {};
     return result;
   } catch (const SortError& e) {
-    throw explained(context, *op, all, e);
+    throw explained(context, op, args, e);
   }
 }
 
