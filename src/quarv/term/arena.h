@@ -112,7 +112,11 @@ class Arena {
     return chunk;
   }
 
-  void add_chunk(std::size_t bytes) {
+#if defined(__GNUC__)
+  [[gnu::noinline, gnu::cold]]
+#endif
+  void
+  add_chunk(std::size_t bytes) {
     Chunk* const chunk = new_chunk(sizeof(Chunk) + (bytes > chunk_size_ ? bytes : chunk_size_));
     if (chunks_ != nullptr) chunks_->end = next_;
     chunk->older = chunks_;

@@ -132,37 +132,31 @@ const Term* TermManager::make_term_unchecked(const Symbol* symbol, Args args) {
 }
 
 /// Says what is wrong with an argument.
-void TermManager::refuse(const char* op, std::size_t position, const Term* a,
-                         const std::string& wanted) const {
+void TermManager::refuse(const char* op, std::size_t position, const Term* a, const char* wanted) const {
   const std::string argument = std::string(op) + ": argument " + std::to_string(position);
   if (a == nullptr) throw SortError(argument + " is a null pointer");
   if (type_of(a)->manager_ != this) throw SortError(argument + " belongs to another manager");
   throw SortError(argument + " has sort " + type_of(a)->abbreviated() + ", expected " + wanted);
 }
 
+void TermManager::refuse(const char* op, std::size_t position, const Term* a, const DataType* wanted) const {
+  refuse(op, position, a, wanted->abbreviated().c_str());
+}
+
 void TermManager::check_type(const char* op, const Term* a, std::size_t position,
                              const DataType* wanted) const {
-  // What is hardly ever needed is kept out of the way of what always is.
-  const auto fail = [&]() __attribute__((noinline, cold)) {
-    refuse(op, position, a, wanted->abbreviated());
-  };
   if (!fits(a, wanted)) [[unlikely]]
-    fail();
+    refuse(op, position, a, wanted);
 }
 
 /// The common supertype of two arguments, the second of which stands at `position`.
 const DataType* TermManager::common_type(const char* op, const Term* a, const Term* b,
                                          std::size_t position) const {
-  const auto fail = [&]() __attribute__((noinline, cold)) {
-    if (a == nullptr || type_of(a)->manager_ != this) refuse(op, position - 1, a, "any");
-    refuse(op, position, b, type_of(a)->abbreviated());
-  };
-  if (a == nullptr || b == nullptr || type_of(a)->manager_ != this) [[unlikely]]
-    fail();
-  if (type_of(a) == type_of(b)) return type_of(a);
-  const DataType* type = get_supertype(type_of(a), type_of(b));
+  if (a == nullptr || type_of(a)->manager_ != this) [[unlikely]]
+    refuse(op, position - 1, a, "any");
+  const DataType* type = b == nullptr ? nullptr : get_supertype(type_of(a), type_of(b));
   if (type == nullptr) [[unlikely]]
-    fail();
+    refuse(op, position, b, type_of(a));
   return type;
 }
 
@@ -187,21 +181,15 @@ void TermManager::check_array(const char* op, const Term* a) const {
 }
 
 std::size_t TermManager::checked_bv_width(const char* op, const Term* a, std::size_t position) const {
-  const auto fail = [&]() __attribute__((noinline, cold)) {
-    refuse(op, position, a, "a bit-vector");
-  };
   if (a == nullptr || !is_bv_type(type_of(a))) [[unlikely]]
-    fail();
+    refuse(op, position, a, "a bit-vector");
   return type_of(a)->params_[0];
 }
 
 void TermManager::checked_format(const char* op, const Term* a, std::size_t position, std::size_t* ew,
                                  std::size_t* mw) const {
-  const auto fail = [&]() __attribute__((noinline, cold)) {
-    refuse(op, position, a, "a floating-point number");
-  };
   if (a == nullptr || !is_fp_type(type_of(a))) [[unlikely]]
-    fail();
+    refuse(op, position, a, "a floating-point number");
   *ew = type_of(a)->params_[0];
   *mw = type_of(a)->params_[1];
 }

@@ -701,8 +701,8 @@ class QUARV_API TermManager {
   struct Binding;
   void bind(Binding& b, const Term* a, std::size_t position);
   const Symbol* symbol_of(const Binding& b);
-  [[noreturn]] void refuse(const char* op, std::size_t position, const Term* a,
-                           const std::string& wanted) const;
+  [[noreturn]] void refuse(const char* op, std::size_t position, const Term* a, const char* wanted) const;
+  [[noreturn]] void refuse(const char* op, std::size_t position, const Term* a, const DataType* wanted) const;
   const DataType* common_type(const char* op, const Term* a, const Term* b, std::size_t position) const;
   void check_array(const char* op, const Term* a) const;
   std::size_t checked_bv_width(const char* op, const Term* a, std::size_t position) const;
