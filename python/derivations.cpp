@@ -16,6 +16,19 @@ PyTerm call(const PyFunction& f, const py::args& args) {
   return {f.session, f.session->reader.make(f.name, terms)};
 }
 
+py::tuple arguments_of(const PyFunction& f) {
+  TermManager& m = f.session->manager();
+  py::tuple result(m.arity(f.symbol));
+  for (std::size_t i = 0; i < result.size(); ++i) {
+    result[i] = py::cast(PySort{f.session, m.argument_type(f.symbol, i)});
+  }
+  return result;
+}
+
+PySort result_of(const PyFunction& f) {
+  return {f.session, f.symbol->get_output_type()};
+}
+
 py::object width(const PySort& s) {
   TermManager& manager = s.session->manager();
   if (!manager.is_bv_type(s.sort)) return py::none();
@@ -54,11 +67,16 @@ void bind_derivations(py::module_& m) {
   py::class_<PySort> sort(m, "Sort", "A sort.");
   sort.def("__str__", &PySort::text, in_turn)
       .def(
-          "__eq__", [](const PySort& a, const PySort& b) { return a.sort == b.sort; }, py::is_operator())
-      .def("__hash__", [](const PySort& s) { return std::hash<const void*>()(s.sort); })
+          "__eq__", [](const PySort& a, const PySort& b) { return a.sort.get() == b.sort.get(); },
+          py::is_operator())
+      .def("__hash__", [](const PySort& s) { return std::hash<const void*>()(s.sort.get()); })
       .def_property_readonly("width", py::cpp_function(width, in_turn),
                              "Bits of a bit-vector sort, else None.");
   py::class_<PyFunction> function(m, "Function", "A declared function; calling it builds a term.");
+  function
+      .def_property_readonly("arguments", py::cpp_function(arguments_of, in_turn),
+                             "The sorts of its arguments.")
+      .def_property_readonly("result", py::cpp_function(result_of, in_turn), "The sort of its values.");
   function.def("__call__", call, in_turn).def_readonly("name", &PyFunction::name, "Its name.");
   py::class_<PyStep> step(m, "Step", "One step of a simplification.");
   step.def_property_readonly("rule", rule_of, "Number of the rewrite rule, from 1; None for a simplifier.")
@@ -69,13 +87,13 @@ void bind_derivations(py::module_& m) {
       .def_property_readonly(
           "before",
           [](const PyStep& s) {
-            return PyTerm{s.session, s.step.before};
+            return PyTerm{s.session, s.before};
           },
           "What was replaced.")
       .def_property_readonly(
           "after",
           [](const PyStep& s) {
-            return PyTerm{s.session, s.step.after};
+            return PyTerm{s.session, s.after};
           },
           "What it was replaced by.");
   py::class_<PyDerivation> derivation(m, "Derivation", "How a term is simplified.");

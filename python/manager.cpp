@@ -1,6 +1,10 @@
+#include <optional>
 #include <pybind11/stl.h>
+#include <utility>
 
 #include "module.h"
+#include <quarv/term/operators.h>
+#include <quarv/term/translation.h>
 
 namespace quarv::python {
 
@@ -30,6 +34,8 @@ const DataType* sort_of(const Shared& session, py::handle sort) {
   return given.sort;
 }
 
+}  // namespace
+
 std::vector<const Term*> pointers_of(const Shared& session, const py::iterable& terms) {
   std::vector<const Term*> result;
   for (const py::handle t : terms) {
@@ -41,6 +47,8 @@ std::vector<const Term*> pointers_of(const Shared& session, const py::iterable& 
   }
   return result;
 }
+
+namespace {
 
 PySort sort(const PyManager& self, const std::string& text) {
   return {self.session(), self.session()->reader.sort(text)};
@@ -110,6 +118,155 @@ void add_rules(const PyManager& self, const std::string& text, const std::string
   self.session()->add_rules({name, text});
 }
 
+// Memory.
+
+std::uint64_t mark(const PyManager& self) {
+  PySession& s = *self.session();
+  s.marks.push_back({s.num_marks + 1, {}, std::make_shared<bool>(true)});
+  try {
+    s.marks.back().mark = s.reader.mark();
+  } catch (...) {
+    s.marks.pop_back();
+    throw;
+  }
+  return ++s.num_marks;
+}
+
+void release(const PyManager& self, std::uint64_t mark) {
+  PySession& s = *self.session();
+  if (s.is_busy) throw std::invalid_argument("a simplification or an observer must not release anything");
+  std::size_t i = s.marks.size();
+  while (i > 0 && s.marks[i - 1].number > mark) --i;
+  if (i == 0 || s.marks[i - 1].number != mark) {
+    throw std::invalid_argument("the mark is not in force: it, or an earlier one, has been released");
+  }
+  s.reader.release(s.marks[i - 1].mark);
+  for (; s.marks.size() >= i; s.marks.pop_back()) *s.marks.back().in_force = false;
+}
+
+py::dict memory(const PyManager& self) {
+  const TermMemory m = self.session()->manager().memory();
+  py::dict result;
+  result["terms"] = m.terms;
+  result["symbols"] = m.symbols;
+  result["tables"] = m.tables;
+  result["numbers"] = m.numbers;
+  return result;
+}
+
+void limit_memory(const PyManager& self, std::optional<std::size_t> bytes) {
+  self.session()->manager().set_memory_limit(bytes.value_or(MemoryAccount::no_limit));
+}
+
+// What is called in Python while terms are simplified.
+
+/// Terms must stay where they are meanwhile.
+class Busy {
+ public:
+  explicit Busy(PySession& s) : session_(s), before_(std::exchange(s.is_busy, true)) {}
+  ~Busy() { session_.is_busy = before_; }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+
+ private:
+  PySession& session_;
+  bool before_;
+};
+
+/// A function of Python that is destroyed, and called, where Python's lock is held.
+std::shared_ptr<py::object> kept(const py::object& function) {
+  return {new py::object(function), [](py::object* f) {
+            const py::gil_scoped_acquire python;
+            delete f;
+          }};
+}
+
+const Term* simplified_in_python(const std::weak_ptr<PySession>& owner, const py::object& function,
+                                 const Symbol* symbol, std::span<const Term* const> args) {
+  const py::gil_scoped_acquire python;
+  const Shared session = owner.lock();
+  const Busy busy(*session);
+  py::tuple terms(args.size());
+  for (std::size_t i = 0; i < args.size(); ++i) terms[i] = py::cast(PyTerm{session, args[i]});
+  const py::object result = function(*terms);
+  if (result.is_none()) return nullptr;
+  return as_term(session, result, symbol->get_output_type()).term;
+}
+
+void add_simplification(const PyManager& self, const py::object& what, const py::object& function,
+                        bool after) {
+  if (!PyCallable_Check(function.ptr())) throw py::type_error("a simplification is a function");
+  const Shared& session = self.session();
+  const auto when = after ? OwnSimplifications::When::after : OwnSimplifications::When::before;
+  const auto f = [owner = std::weak_ptr(session), function = kept(function)](
+                     TermManager&, const Symbol* symbol, std::span<const Term* const> args) {
+    return simplified_in_python(owner, *function, symbol, args);
+  };
+  if (py::isinstance<PyFunction>(what)) {
+    const auto& declared = what.cast<const PyFunction&>();
+    if (declared.session != session)
+      throw std::invalid_argument("the function belongs to a different manager");
+    return session->add_simplification(declared.symbol.get(), f, when);
+  }
+  const auto name = what.cast<std::string>();
+  for (const OperatorRow& row : tagged_operators()) {
+    if (name == row.smtlib || name == row.synonym || name == row.name) {
+      session->add_simplification(row.tag, f, when);
+      return;
+    }
+  }
+  throw std::invalid_argument("no operator " + name + " has simplifications; it is made of others");
+}
+
+/// Tells a function of Python of each step, as it is done.
+class PyObserver : public SimplificationObserver {
+ public:
+  PyObserver(PySession& session, std::shared_ptr<py::object> function)
+      : session_(session), function_(std::move(function)) {}
+
+  void on_rule(std::size_t rule, const Term* before, const Term* after) override {
+    TermNormalizer::norm_fun& r = session_.simplifier().normalizer.get_rule(rule);
+    const std::string name(r.get_name());
+    const py::gil_scoped_acquire python;
+    tell(name.empty() ? std::to_string(rule + 1) : name, py::cast(held(before)), after);
+  }
+  void on_simplification(const Symbol* op, TermManager::Args args, const Term* after) override {
+    // Its arguments alone: making the term would change what is simplified next.
+    const py::gil_scoped_acquire python;
+    py::tuple terms(args.size());
+    for (std::size_t i = 0; i < args.size(); ++i) terms[i] = py::cast(held(args[i]));
+    tell(to_string(op), terms, after);
+  }
+
+ private:
+  PyTerm held(const Term* t) const { return {session_.shared_from_this(), t}; }
+  void tell(const std::string& by, const py::object& before, const Term* after) {
+    const Busy busy(session_);
+    (*function_)(by, before, held(after));
+  }
+
+  PySession& session_;
+  std::shared_ptr<py::object> function_;
+};
+
+void observe(const PyManager& self, const py::object& function) {
+  PySession& s = *self.session();
+  if (!function.is_none() && !PyCallable_Check(function.ptr()))
+    throw py::type_error("an observer is a function");
+  s.simplifier().set_observer(nullptr);
+  s.observer.reset();
+  if (function.is_none()) return;
+  s.observer = std::make_unique<PyObserver>(s, kept(function));
+  s.simplifier().set_observer(s.observer.get());
+}
+
+PyTerm copy(const PyManager& self, const PyTerm& t) {
+  const Term* from = t.term;
+  const Shared& to = self.session();
+  if (t.session == to) return t;
+  return self.term(at_length([&] { return smtlib::translate(t.session->manager(), from, *to); }));
+}
+
 }  // namespace
 
 void bind_manager(py::module_& m) {
@@ -149,6 +306,37 @@ void bind_manager(py::module_& m) {
            "Number of distinct sub-terms, the terms themselves included.")
       .def("add_rules", add_rules, py::arg("text"), py::arg("name") = "<string>", in_turn,
            "Rewrite rules of your own, tried after those there are. `name` is for messages.")
+      .def("mark", mark, in_turn, "Remembers what there is; a number for `release`. See also `scope`.")
+      .def("release", release, py::arg("mark"), in_turn,
+           "Gives back all terms, sorts and declarations made since the mark, in time proportional to them.\n"
+           "What Python still has of them can be used no more: that is an Error.")
+      .def("memory", memory, in_turn, "What is allocated, in bytes, by what it is for.")
+      .def("limit_memory", limit_memory, py::arg("bytes").none(true), in_turn,
+           "Limits what is allocated, in bytes; None lifts the limit. What needs more is a MemoryError.")
+      .def("add_simplification", add_simplification, py::arg("what"), py::arg("function"), py::kw_only(),
+           py::arg("after") = false, in_turn,
+           "A simplification of your own, for an operator of SMT-LIB or a Function: called with the\n"
+           "simplified arguments, it returns an equal term, or None. It is tried before the standard ones, "
+           "or\n"
+           "after them.")
+      .def(
+          "observe", observe, py::arg("observer").none(true), in_turn,
+          "Has a function called for each step of simplification: with the rule's name, the term before and\n"
+          "the term after; or with the operator, a tuple of its arguments, and the term after. None ends\n"
+          "that.")
+      .def("copy", copy, py::arg("term"), in_turn,
+           "The term of another manager in this one, with functions and sorts of the same names.")
+      .def_property_readonly(
+          "options",
+          [](const PyManager& self) {
+            const SessionOptions& o = self.session()->options();
+            py::dict result;
+            result["eager"] = o.eager;
+            result["library_semantics"] = o.library_semantics;
+            result["rules"] = o.rules;
+            return result;
+          },
+          "The arguments that it was made with.")
       .def_property_readonly(
           "num_terms",
           py::cpp_function([](const PyManager& self) { return self.session()->manager().num_terms(); },

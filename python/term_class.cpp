@@ -95,7 +95,8 @@ PyTerm unary(const PyTerm& self, const char* method, const char* boolean, const 
              const char* bit_vector, const char* floating_point) {
   const char* op =
       operation(self, {method, nullptr, boolean, arithmetic, bit_vector, floating_point, nullptr});
-  return self.with(self.session->reader.make(op, {&self.term, 1}));
+  const Term* args[] = {self.term};
+  return self.with(self.session->reader.make(op, args));
 }
 
 template <bool equal>
@@ -162,7 +163,7 @@ void bind_terms(py::module_& m) {
   };
   type.def("__eq__", comparison<true>, in_turn)
       .def("__ne__", comparison<false>, in_turn)
-      .def("__hash__", [](const PyTerm& t) { return std::hash<const void*>()(t.term); })
+      .def("__hash__", [](const PyTerm& t) { return t.term.id(); })
       .def("__bool__", truth, in_turn)
       .def(
           "__neg__", [](const PyTerm& t) { return unary(t, "__neg__", nullptr, "-", "bvneg", "fp.neg"); },
@@ -178,8 +179,8 @@ void bind_terms(py::module_& m) {
       .def("__len__", num_bits, in_turn)
       .def("__str__", text_of, in_turn)
       .def(
-          "same", [](const PyTerm& a, const PyTerm& b) { return a.term == b.term; }, py::arg("other"),
-          "Whether both are one and the same term.")
+          "same", [](const PyTerm& a, const PyTerm& b) { return a.term.get() == b.term.get(); },
+          py::arg("other"), "Whether both are one and the same term.")
       .def("to_smt2", text_of, in_turn, "The term on one line.")
       .def(
           "simplify",
@@ -200,10 +201,12 @@ void bind_terms(py::module_& m) {
       "id", [](const PyTerm& t) { return t.term->id; }, "Creation number: an older term has a smaller one.");
   property(
       "num_nodes",
-      [](const PyTerm& t) { return at_length([&] {
-                              return dag_size(t.session->manager(), {&t.term, 1});
-                            }); },
+      [](const PyTerm& t) {
+        const Term* root = t.term;
+        return at_length([&] { return dag_size(t.session->manager(), {&root, 1}); });
+      },
       "Number of distinct sub-terms, this one included.");
+  bind_walks(type);
   property("value", value_of,
            "A bool, int or Fraction for constants (of bit-vectors the unsigned value), else None.");
 }

@@ -15,23 +15,87 @@
 namespace quarv::python {
 
 /// A session, and the reader that knows what is declared in it.
-struct PySession : Session {
+struct PySession : Session, std::enable_shared_from_this<PySession> {
   using Session::Session;
   smtlib::Reader reader{*this, {.names = smtlib::Reader::Options::Names::session, .normalize = false}};
+
+  struct PyMark {
+    std::uint64_t number;
+    smtlib::Reader::Mark mark;
+    std::shared_ptr<bool> in_force;
+  };
+  std::vector<PyMark> marks;  // those in force
+  std::uint64_t num_marks = 0;
+  bool is_busy = false;  // a function of Python is called in the midst of simplifying
+  std::unique_ptr<SimplificationObserver> observer;
 };
 
 using Shared = std::shared_ptr<PySession>;
 
+/// An object that Python has was released.
+class Released : public std::invalid_argument {
+ public:
+  Released() : std::invalid_argument("it has been released with its manager's mark") {}
+};
+
+/// A term that Python has: whoever uses it after it was released is told so.
+class HeldTerm {
+ public:
+  HeldTerm(const PySession& session, const Term* t)
+      : manager_(&session.manager()), term_(t), id_(t->id), num_releases_(manager_->num_releases()) {}
+
+  const Term* get() const {
+    if (manager_->num_releases() != num_releases_ && id_ >= manager_->num_kept_since(num_releases_)) {
+      throw Released();
+    }
+    return term_;
+  }
+  operator const Term*() const { return get(); }
+  const Term* operator->() const { return get(); }
+  /// For comparing alone.
+  std::uint64_t id() const noexcept { return id_; }
+
+ private:
+  const TermManager* manager_;
+  const Term* term_;
+  std::uint64_t id_;
+  std::uint64_t num_releases_;
+};
+
+/// A sort or a symbol that Python has: it was there when the mark was set that is the last one in force, or
+/// it may be gone when that one is.
+template <class T>
+class Held {
+ public:
+  Held(const PySession& session, const T* object)
+      : object_(object), mark_(session.marks.empty() ? nullptr : session.marks.back().in_force) {}
+
+  const T* get() const {
+    if (mark_ != nullptr && !*mark_) throw Released();
+    return object_;
+  }
+  operator const T*() const { return get(); }
+  const T* operator->() const { return get(); }
+
+ private:
+  const T* object_;
+  std::shared_ptr<const bool> mark_;
+};
+
 struct PySort {
+  PySort(Shared of, const DataType* s) : session(std::move(of)), sort(*session, s) {}
+
   Shared session;
-  const DataType* sort;
+  Held<DataType> sort;
 
   std::string text() const { return sort->to_string(); }
 };
 
 struct PyTerm {
+  PyTerm(Shared of, const Term* t) : session(std::move(of)), term(*session, t) {}
+
   Shared session;
-  const Term* term;
+  HeldTerm term;
 
   TermManager& manager() const { return session->manager(); }
   const DataType* sort() const { return manager().type_of(term); }
@@ -68,14 +132,25 @@ struct PyIncomparable {
 
 /// A declared function.
 struct PyFunction {
+  PyFunction(Shared of, std::string n, const Symbol* s)
+      : session(std::move(of)), name(std::move(n)), symbol(*session, s) {}
+
   Shared session;
   std::string name;
-  const Symbol* symbol;
+  Held<Symbol> symbol;
 };
 
 struct PyStep {
+  PyStep(Shared of, Step s)
+      : session(std::move(of)),
+        step(std::move(s)),
+        before(*session, step.before),
+        after(*session, step.after) {}
+
   Shared session;
   Step step;
+  HeldTerm before;
+  HeldTerm after;
 };
 
 /// A term, what it was simplified to, and how.
@@ -121,5 +196,11 @@ std::size_t num_bits(const PyTerm& self);
 
 /// Binds the class Term.
 void bind_terms(py::module_& m);
+
+/// Adds to it what looks at terms as a whole: substitution, values, walks, copies.
+void bind_walks(py::class_<PyTerm>& type);
+
+/// Terms of a Python iterable.
+std::vector<const Term*> pointers_of(const Shared& session, const py::iterable& terms);
 
 }  // namespace quarv::python

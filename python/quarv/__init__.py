@@ -23,13 +23,15 @@ from ._quarv import (
     simplify_smt2,
 )
 from . import _constants  # gives managers the constants of the usual sorts
+from . import _memory  # gives managers scopes, and terms what pickling needs
 from . import _rich  # gives the classes their texts, and how notebooks show them
 from ._operators import *
+from ._z3 import from_z3, simplify_z3, to_z3
 from ._operators import __all__ as _operator_names
 
 __all__ = [
-    "BoundsError", "Derivation", "Error", "Function", "Manager", "ParseError", "Sort", "SortError", "Step", "Term", "make",
-    "parse_smt2", "simplify", "simplify_smt2", "to_smt2", *_operator_names
+    "BoundsError", "Derivation", "Error", "Function", "Manager", "ParseError", "Sort", "SortError", "Step", "Term",
+    "from_z3", "make", "parse_smt2", "simplify", "simplify_smt2", "simplify_z3", "to_smt2", "to_z3", *_operator_names
 ]
 
 for _class in (BoundsError, Derivation, Error, Function, Manager, ParseError, Sort, SortError, Step, Term):

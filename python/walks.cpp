@@ -1,0 +1,130 @@
+#include <pybind11/stl.h>
+
+#include "terms.h"
+#include <quarv/term/declared_sorts.h>
+#include <quarv/term/walk.h>
+
+namespace quarv::python {
+
+namespace {
+
+PyTerm substitute(const PyTerm& self, const py::dict& replacements) {
+  Substitution substitution(self.manager());
+  for (const auto& [what, by] : replacements) {
+    const PyTerm key = as_term(self.session, what, nullptr);
+    substitution.set(key.term, as_term(self.session, by, key.sort()).term);
+  }
+  const Term* t = self.term;
+  return self.with(at_length([&] { return self.session->substitute(t, substitution); }));
+}
+
+PyTerm evaluate(const PyTerm& self, const py::dict& model, bool complete) {
+  Model values(self.manager());
+  for (const auto& [what, by] : model) {
+    const PyTerm key = as_term(self.session, what, nullptr);
+    values.set(key.term, as_term(self.session, by, key.sort()).term);
+  }
+  if (complete) values.complete();
+  const Term* t = self.term;
+  return self.with(at_length([&] { return self.session->evaluate(t, values); }));
+}
+
+std::vector<PyTerm> subterms(const PyTerm& self) {
+  std::vector<PyTerm> result;
+  visit_post_order(self.manager(), self.term, [&](const Term* t) { result.push_back(self.with(t)); });
+  return result;
+}
+
+std::vector<PyTerm> constants(const PyTerm& self) {
+  std::vector<PyTerm> result;
+  for (const Term* c : free_constants(self.manager(), self.term)) result.push_back(self.with(c));
+  return result;
+}
+
+bool contains(const PyTerm& self, const PyTerm& part) {
+  if (part.session != self.session) return false;
+  const Term* wanted = part.term;
+  bool found = false;
+  visit_post_order(self.manager(), self.term, [&](const Term* t) { found |= t == wanted; });
+  return found;
+}
+
+/// What a text of the term needs: sorts with the numbers of their parameters, functions with their sorts.
+py::tuple declarations(const PyTerm& self) {
+  TermManager& m = self.manager();
+  py::list sorts, functions;
+  std::set<const DataType*> seen_sorts;
+  std::set<std::string> named;
+  hsh::HashSet<const Symbol*> seen;
+  const auto sort = [&](const DataType* s) {
+    for_each_declared_sort(
+        m, s,
+        [&](const DataType* declared, std::size_t num_parameters) {
+          std::string name = declared->to_string();
+          if (name.starts_with('|')) name = name.substr(1, name.size() - 2);
+          if (named.insert(name).second) sorts.append(py::make_tuple(name, num_parameters));
+        },
+        seen_sorts);
+    return s->to_string();
+  };
+  visit_post_order(m, self.term, [&](const Term* t) {
+    const Symbol* s = t->symbol;
+    const std::string result = sort(s->get_output_type());
+    if (m.is_quantifier(s)) {
+      for (const Term* v : m.quantifier_variables(s)) sort(m.type_of(v));
+    }
+    if (m.get_tag(s) != SymbolTag::UF || m.is_bound_variable(s) || !seen.insert(s)) return;
+    py::list arguments;
+    for (std::size_t i = 0; i < m.arity(s); ++i) arguments.append(sort(m.argument_type(s, i)));
+    functions.append(py::make_tuple(s->name, arguments, result));
+  });
+  return py::make_tuple(sorts, functions);
+}
+
+/// All sub-terms, each after its arguments: what stands at the top, as SMT-LIB writes it, the places of the
+/// arguments in the list, and the sort; None at the top of what is bound or annotated.
+py::list nodes(const PyTerm& self) {
+  TermManager& m = self.manager();
+  py::list result;
+  hsh::HashMap<const Term*, std::size_t> places;
+  hsh::HashMap<const DataType*, py::str> sorts;
+  hsh::HashMap<const Symbol*, py::object> heads;
+  visit_post_order(m, self.term, [&](const Term* t) {
+    const Symbol* s = t->symbol;
+    py::str& sort = sorts[m.type_of(t)];
+    if (py::len(sort) == 0) sort = py::str(m.type_of(t)->to_string());
+    py::object& head = heads[s];
+    if (!head) {
+      const bool is_plain = !m.is_quantifier(s) && !m.is_annotation(s) && !m.is_bound_variable(s);
+      head = is_plain ? py::object(py::str(m.arity(t) == 0 ? to_string(t) : to_string(s))) : py::none();
+    }
+    py::tuple args(m.arity(t));
+    for (std::size_t i = 0; i < args.size(); ++i) args[i] = *places.find(t->args[i]);
+    places[t] = py::len(result);
+    result.append(py::make_tuple(head, args, sort));
+  });
+  return result;
+}
+
+}  // namespace
+
+void bind_walks(py::class_<PyTerm>& type) {
+  const py::call_guard<Turn> in_turn;
+  type.def(
+          "substitute", substitute, py::arg("replacements"), in_turn,
+          "The term with all replacements made at the same time: a dictionary from terms to terms or values.")
+      .def("evaluate", evaluate, py::arg("model"), py::kw_only(), py::arg("complete") = false, in_turn,
+           "The term's value where constants have these values; where that does not determine it, a simpler\n"
+           "term. With `complete`, other constants are false, zero, and the like.")
+      .def("subterms", subterms, in_turn,
+           "All distinct sub-terms, this one included, each after its arguments.")
+      .def("constants", constants, in_turn, "The declared constants that occur, oldest first.")
+      .def("__contains__", contains, in_turn)
+      .def("_declarations", declarations, in_turn)
+      .def("_nodes", nodes, in_turn);
+  type.def_property_readonly(
+      "depth", py::cpp_function([](const PyTerm& t) { return depth(t.manager(), t.term); }, in_turn),
+      "Number of terms on the longest way down: 1 for a constant.");
+}
+
+}  // namespace quarv::python
