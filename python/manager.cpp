@@ -332,6 +332,7 @@ void bind_manager(py::module_& m) {
             const SessionOptions& o = self.session()->options();
             py::dict result;
             result["eager"] = o.eager;
+            result["extended"] = o.extended;
             result["library_semantics"] = o.library_semantics;
             result["rules"] = o.rules;
             return result;

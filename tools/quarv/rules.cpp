@@ -87,7 +87,7 @@ int count_uses(const std::vector<std::string>& paths) {
     say("quarv: error: there is no script that can be read\n");
     return failure;
   }
-  std::vector<rules::Rule> all = all_rules_and({});
+  std::vector<rules::Rule> all = all_rules_and(std::vector<std::string>());
   std::ranges::stable_sort(all, [&](const rules::Rule& a, const rules::Rule& b) {
     return uses[a.name].first > uses[b.name].first;
   });

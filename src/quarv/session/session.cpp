@@ -170,7 +170,7 @@ void Session::return_to(const Place& place, bool keep_names) {
 }
 
 Session::Mark Session::mark() {
-  marks_.push_back({++num_marks_, place(), towers_, skipped_, own_.size()});
+  marks_.push_back({++num_marks_, place(), wasted_, skipped_, own_.size()});
   try {
     Mark mark;
     mark.terms_ = manager_.mark();
@@ -191,7 +191,7 @@ void Session::release(const Mark& mark) {
   manager_.release(mark.terms_);
   marks_.resize(mark.depth_);
   return_to(state.place);
-  towers_ = state.towers;
+  wasted_ = state.wasted;
   skipped_ = state.skipped;
   if (own_.size() != state.own) {
     own_.resize(state.own);

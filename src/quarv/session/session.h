@@ -198,7 +198,8 @@ class QUARV_API Session {
   struct MarkedState {
     std::uint64_t number;
     Place place;
-    std::size_t towers, skipped, own;
+    std::uint64_t wasted;
+    std::size_t skipped, own;
   };
   std::vector<MarkedState> marks_;  // those in force
   std::uint64_t num_marks_ = 0;

@@ -67,7 +67,7 @@ class Stopwatch {
 std::string work_of(const MineOptions& options, const Corpus* corpus, const std::vector<Sample>& samples) {
   std::string text =
       fmt::format("{} {} {} {}\n", QUARV_VERSION, options.most_operators, options.solver, options.timeout);
-  for (const rules::Rule& rule : all_rules_and({})) text += rule.text + '\n';
+  for (const rules::Rule& rule : all_rules_and(std::vector<std::string>())) text += rule.text + '\n';
   if (corpus != nullptr) text += corpus->digest();
   for (const Sample& sample : samples) text += key_of(sample.term) + '\n';
   return sha256(text);
