@@ -154,7 +154,8 @@ def test_nothing_is_released_while_terms_are_simplified(m):
     assert str(x) == "x"
 
 
-def test_observers_hear_of_each_step(m):
+def test_observers_hear_of_each_step():
+    m = quarv.Manager(extended=False)
     x = m.bv("x", 8)
     steps = []
     m.observe(lambda by, before, after: steps.append((by, " ".join(map(str, before)) if isinstance(before, tuple) else str(before),

@@ -115,7 +115,7 @@ TEST_F(CommandLine, CompletesCommandsInTheShell) {
         .out;
   };
   EXPECT_EQ(completions("re"), "report repl replay\n");
-  EXPECT_EQ(completions("rules ''"), "list show check\n");
+  EXPECT_EQ(completions("rules ''"), "list show check mine\n");
   EXPECT_EQ(completions("help re"), "report repl replay\n");
   EXPECT_EQ(completions("help rules s"), "show\n");
   EXPECT_EQ(completions("simplify --share n"), "none\n");

@@ -74,7 +74,7 @@ TEST_F(Report, ShowsWhatRulesSay) {
         "(declare-const a (_ BitVec 8))\n(declare-const b (_ BitVec 8))\n"
         "(assert (= (bvsub a a) b))\n(assert (= (bvnot (bvneg a)) #x03))\n");
   write("my.rules", "mine: rewrite(bvnot(bvneg(t)), ) >> bvsub(t, 1)\n");
-  const Json d = data(run("$quarv report in.smt2 --rules my.rules").out);
+  const Json d = data(run("$quarv report in.smt2 --rules-only-standard --rules my.rules").out);
   std::map<std::string, std::string> sentences;
   for (const Json& rule : d["rules"]) {
     EXPECT_NE(rule[2], "") << rule;

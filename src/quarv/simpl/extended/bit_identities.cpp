@@ -21,10 +21,9 @@ bool is_bit_complement(const TermManager& m, const Term* a, const Term* b) {
   return (is_not(m, a) && a->args[0] == b) || (is_not(m, b) && b->args[0] == a);
 }
 
-bool is_all_ones(TermManager& m, const Term* t) {
+bool is_all_ones(const TermManager& m, const Term* t) {
   const QNumber* value = m.get_number(t);
-  if (value == nullptr || value->is_zero()) return false;
-  return m.get_number(m.make_bv_not(t))->is_zero();
+  return value != nullptr && mpz_popcount(value->num().get_mpz_t()) == width_of(m, t);
 }
 
 bool is_one(const TermManager& m, const Term* t) {
@@ -36,7 +35,7 @@ bool is_one(const TermManager& m, const Term* t) {
 const Term* negation(TermManager& m, SymbolTag::tag tag, const Term* t) {
   const std::size_t width = width_of(m, t);
   if (tag == SymbolTag::BV_NOT) {
-    if (is_neg(m, t)) return m.make_bv_add(m.make_bv_not(m.make_bv_number(0, width)), t->args[0]);
+    if (is_neg(m, t)) return m.make_bv_add(all_ones(m, width), t->args[0]);
     return nullptr;
   }
   if (is_not(m, t)) return m.make_bv_add(m.make_bv_number(1, width), t->args[0]);
@@ -58,7 +57,7 @@ struct Multiple {
 
 Multiple multiple_of(TermManager& m, const Term* t) {
   const std::size_t width = width_of(m, t);
-  if (is_neg(m, t)) return {m.make_bv_not(m.make_bv_number(0, width)), t->args[0]};
+  if (is_neg(m, t)) return {all_ones(m, width), t->args[0]};
   if (has_tag(m, t, SymbolTag::BV_MUL)) {
     for (std::size_t i = 0; i < 2; ++i) {
       if (is_value(m, t->args[i])) return {t->args[i], t->args[1 - i]};

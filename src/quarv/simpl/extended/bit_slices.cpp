@@ -138,8 +138,7 @@ bool BitSlices::add_zeros(std::size_t width) {
 }
 
 bool BitSlices::add_ones(std::size_t width) {
-  const Term* zeros = m_.make_bv_number(0, width);
-  return push({{m_.make_bv_not(zeros), width - 1, 0}, {}});
+  return push({{all_ones(m_, width), width - 1, 0}, {}});
 }
 
 bool BitSlices::add_concat(Args args, Range r, int depth) {

@@ -12,6 +12,11 @@ inline bool is_value(const TermManager& m, const Term* t) {
 /// A literal that encodes NaN, which has many encodings and is one value.
 bool is_nan(const TermManager& m, const Term* t);
 
+/// The bit-vector of ones alone.
+inline const Term* all_ones(TermManager& m, std::size_t width) {
+  return m.make_bv_number(QNumber((mpz_class(1) << width) - 1, mpz_class(1)), width);
+}
+
 /// Two values of one sort that are not the same.
 inline bool are_distinct_values(const TermManager& m, const Term* a, const Term* b) {
   return a != b && is_value(m, a) && is_value(m, b) && !(is_nan(m, a) && is_nan(m, b));
