@@ -1,6 +1,6 @@
 (set-logic QF_BV)
 (declare-const a (_ BitVec 8))
 (declare-const b (_ BitVec 8))
-(assert (bvult (bvadd (bvnot a) #x01) b))
-(assert (= (concat #x00 a) (concat b a)))
+(assert (bvult (bvxor (bvand a b) (bvor a b)) b))
+(assert (= (bvadd (bvand a b) (bvor a b)) (bvmul a b)))
 (check-sat)

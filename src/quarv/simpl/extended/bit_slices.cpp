@@ -129,7 +129,9 @@ bool BitSlices::push(const BitSlice& slice) {
 }
 
 bool BitSlices::add_value(const Term* value, Range r) {
-  const Term* part = m_.make_bv_extract(r.high, r.low, value);
+  mpz_class bits = m_.get_number(value)->num() >> r.low;
+  mpz_fdiv_r_2exp(bits.get_mpz_t(), bits.get_mpz_t(), r.high - r.low + 1);
+  const Term* part = m_.make_bv_number(QNumber(bits, mpz_class(1)), r.high - r.low + 1);
   return push({{part, r.high - r.low, 0}, {}});
 }
 
