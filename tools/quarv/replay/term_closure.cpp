@@ -127,8 +127,7 @@ void TermClosure::note_chain(Id id) {
   }
   if (is_commutative(e.op)) std::ranges::sort(parts);
   if (is_idempotent(e.op)) {
-    const auto rest = std::ranges::unique(parts);
-    parts.erase(rest.begin(), rest.end());
+    parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
     if (parts.size() == 1) return merge(id, parts[0]);
   }
   std::string signature = "chain " + head(e);

@@ -80,8 +80,7 @@ void TermClosure::note_conjunction(Id id) {
     if (parts.size() + pending.size() > most_parts) return;
   }
   std::ranges::sort(parts);
-  const auto rest = std::ranges::unique(parts);
-  parts.erase(rest.begin(), rest.end());
+  parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
   const auto is = [this](const Literal& part, std::optional<Id> value) {
     return value && literal(*value) == part;
   };
