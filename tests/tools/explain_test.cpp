@@ -106,9 +106,9 @@ TEST_F(Explain, ShowsOneAssertionAndSomeStepsOnly) {
 further steps lead to
   (= x #x01)
 )");
-  EXPECT_NE(
-      run("$quarv explain in.smt2 --assert 1 --no-rules --rules-only-standard").out.find("result\n  (= (bvadd x #x00) #x01)\n"),
-      std::string::npos);
+  EXPECT_NE(run("$quarv explain in.smt2 --assert 1 --no-rules --rules-only-standard")
+                .out.find("result\n  (= (bvadd x #x00) #x01)\n"),
+            std::string::npos);
   const Result r = run("$quarv explain in.smt2 --assert 6");
   EXPECT_EQ(r.status, 2);
   EXPECT_EQ(r.out, "");

@@ -17,8 +17,7 @@ TEST_F(Program, ListsAndShowsRules) {
   EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '!'), 5);  // four rules and what it means
   const Result extended = run("$quarv rules list --extended");
   EXPECT_TRUE(has(extended.out, "    * bvxor     bvxor-cancel: unordered(")) << extended.out;
-  EXPECT_TRUE(
-      has(run("$quarv rules show bvxor-cancel").out, "number     none: an extended rule\n"));
+  EXPECT_TRUE(has(run("$quarv rules show bvxor-cancel").out, "number     none: an extended rule\n"));
   EXPECT_TRUE(has(run("$quarv rules show bvxor-cancel").out,
                   "reads      (t1 ^ t2) ^ t1, with operands in any order, becomes t2.\n"));
   const Result one = run("$quarv rules show 46");

@@ -171,9 +171,7 @@ void TermManager::insert_param_symbol(const Symbol* symbol) {
 void TermManager::remove_param_symbol(const Symbol* symbol) noexcept {
   auto& table = tables_->param_symbols;
   const std::size_t mask = table.size() - 1;
-  const auto home = [mask](const Symbol* s) {
-    return hash_params(get_tag(s), s->flag_, s->params_) & mask;
-  };
+  const auto home = [mask](const Symbol* s) { return hash_params(get_tag(s), s->flag_, s->params_) & mask; };
   std::size_t gap = home(symbol);
   for (; table[gap] != symbol; gap = (gap + 1) & mask) {
     if (table[gap] == nullptr) return;  // there was no memory to enter it

@@ -13,8 +13,8 @@
 
 namespace quarv::cli {
 
-/// Says on standard error, if that is a terminal, what takes its time and for how long it has done so: from the
-/// first second on until this object ends.
+/// Says on standard error, if that is a terminal, what takes its time and for how long it has done so: from
+/// the first second on until this object ends.
 class WaitingNote {
  public:
   explicit WaitingNote(std::string what) : what_(std::move(what)) {

@@ -396,8 +396,8 @@ constexpr std::uint64_t steps_per_byte = 16;
 
 }  // namespace
 
-/// How long the command is so far. How it is laid out makes no difference: blanks that follow each other count
-/// as one.
+/// How long the command is so far. How it is laid out makes no difference: blanks that follow each other
+/// count as one.
 std::size_t Reader::command_bytes() {
   const char* const position = lexer_.position();
   if (counted_to_ == nullptr || counted_to_ < command_.start || counted_to_ > position) {
