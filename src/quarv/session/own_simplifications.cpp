@@ -4,6 +4,7 @@
 
 #include <quarv/session/own_simplifications.h>
 #include <quarv/term/term_manager.h>
+#include <quarv/util/nested.h>
 
 namespace quarv {
 
@@ -12,17 +13,6 @@ namespace {
 /// What a function builds is simplified in turn. A large term may take many such steps one within the other;
 /// then the innermost is left to the others.
 constexpr int most_nested = 200;
-
-class Nested {
- public:
-  explicit Nested(int& depth) : depth_(depth) { ++depth_; }
-  ~Nested() { --depth_; }
-  Nested(const Nested&) = delete;
-  Nested& operator=(const Nested&) = delete;
-
- private:
-  int& depth_;
-};
 
 }  // namespace
 

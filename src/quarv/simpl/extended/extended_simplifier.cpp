@@ -3,6 +3,7 @@
 #include <quarv/simpl/extended/extended_simplifier.h>
 #include <quarv/simpl/extended/families.h>
 #include <quarv/term/term_manager.h>
+#include <quarv/util/nested.h>
 
 namespace quarv {
 
@@ -14,17 +15,6 @@ using namespace termsimpl::extended;
 /// but a large term may take many such steps one within the other; then the innermost is left to the next
 /// simplifier.
 constexpr int most_nested = 48;
-
-class Nested {
- public:
-  explicit Nested(int& depth) : depth_(depth) { ++depth_; }
-  ~Nested() { --depth_; }
-  Nested(const Nested&) = delete;
-  Nested& operator=(const Nested&) = delete;
-
- private:
-  int& depth_;
-};
 
 }  // namespace
 
