@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <numeric>
 
 #include <quarv/rules/rule_language.h>
 #include <quarv/term/operators.h>
@@ -221,6 +222,17 @@ std::string class_name(const Rule& rule) {
     }
   }
   return name + "_TO_" + transcribe(rule.result_text);
+}
+
+std::vector<std::size_t> united_positions(const Rule& rule) {
+  std::vector<std::size_t> same_as(rule.pattern.size());
+  std::iota(same_as.begin(), same_as.end(), std::size_t{0});
+  for (const Condition& c : rule.conditions) {
+    if (c.kind != Condition::Kind::identity) continue;
+    const auto [first, second] = std::minmax({same_as[c.a], same_as[c.b]});
+    std::ranges::replace(same_as, second, first);
+  }
+  return same_as;
 }
 
 }  // namespace quarv::rules

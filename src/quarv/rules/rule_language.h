@@ -318,4 +318,7 @@ QUARV_API std::vector<Rule> parse_rules(std::string_view text);
 /// spelled out, the others leave their separators.
 QUARV_API std::string class_name(const Rule& rule);
 
+/// By position in a rule's pattern: the first position that its conditions say holds the same term.
+QUARV_API std::vector<std::size_t> united_positions(const Rule& rule);
+
 }  // namespace quarv::rules

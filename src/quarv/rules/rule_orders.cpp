@@ -158,12 +158,11 @@ class Saying {
  public:
   explicit Saying(const Rule& rule)
       : rule_(rule),
-        same_as_(rule.pattern.size()),
+        same_as_(united_positions(rule)),
         names_(rule.pattern.size()),
         integers_(rule.parameters.size()) {}
 
   std::string write() {
-    unite_identical();
     std::string text = pattern(0);
     std::set<std::string> conditions;
     for (const Condition& c : rule_.conditions) conditions.insert(condition(c));
@@ -174,16 +173,6 @@ class Saying {
   }
 
  private:
-  void unite_identical() {
-    for (std::size_t i = 0; i < same_as_.size(); ++i) same_as_[i] = i;
-    for (const Condition& c : rule_.conditions) {
-      if (c.kind != Condition::Kind::identity) continue;
-      const std::size_t first = std::min(same_as_[c.a], same_as_[c.b]);
-      const std::size_t second = std::max(same_as_[c.a], same_as_[c.b]);
-      std::ranges::replace(same_as_, second, first);
-    }
-  }
-
   std::string name(std::string* given) {
     if (given->empty()) *given = '#' + std::to_string(num_names_++);
     return *given;

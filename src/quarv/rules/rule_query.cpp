@@ -37,10 +37,9 @@ std::size_t num_bits(std::uint64_t value) {
 class QueryWriter {
  public:
   QueryWriter(const Rule& rule, const RuleInstance& instance, std::string_view suffix)
-      : rule_(rule), instance_(instance), suffix_(suffix), same_as_(rule.pattern.size()) {}
+      : rule_(rule), instance_(instance), suffix_(suffix), same_as_(united_positions(rule)) {}
 
   RuleQuery write() {
-    unite_identical();
     terms_.resize(rule_.pattern.size());
     for (std::size_t i = 0; i < rule_.pattern.size(); ++i) name_leaf(i);
     for (std::size_t i = rule_.pattern.size(); i-- > 0;) write_application(i);
@@ -52,16 +51,6 @@ class QueryWriter {
   }
 
  private:
-  void unite_identical() {
-    for (std::size_t i = 0; i < same_as_.size(); ++i) same_as_[i] = i;
-    for (const Condition& c : rule_.conditions) {
-      if (c.kind != Condition::Kind::identity) continue;
-      const std::size_t first = std::min(same_as_[c.a], same_as_[c.b]);
-      const std::size_t second = std::max(same_as_[c.a], same_as_[c.b]);
-      std::ranges::replace(same_as_, second, first);
-    }
-  }
-
   std::size_t width(std::size_t position) const { return instance_.widths[position]; }
 
   void name_leaf(std::size_t i) {
