@@ -7,19 +7,11 @@
 
 #include <gtest/gtest.h>
 
+#include "support/sort_errors.h"
 #include <quarv/smtlib.h>
 
 namespace quarv {
 namespace {
-
-std::string error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const SortError& e) {
-    return e.what();
-  }
-  return "none";
-}
 
 class Composed : public ::testing::Test {
  protected:

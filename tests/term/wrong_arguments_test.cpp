@@ -5,19 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include "support/sort_errors.h"
 #include <quarv/term/term_manager.h>
 
 namespace quarv {
 namespace {
-
-std::string error_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const SortError& e) {
-    return e.what();
-  }
-  return "none";
-}
 
 class WrongArguments : public ::testing::Test {
  protected:
