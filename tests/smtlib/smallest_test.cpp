@@ -103,8 +103,26 @@ TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(not (bvult x y))"), "(bvule y x)");
   EXPECT_EQ(becomes("(= x (bvadd y (bvneg x)))"), "(= x (bvsub y x))");
   EXPECT_EQ(becomes("(= (bvand x (bvand y x)) #x01)"), "(= (bvand y x) #x01)");
-  EXPECT_EQ(becomes("(and p (and q (and p r)))"), "(and p q r)");
+  EXPECT_EQ(becomes("(and p (and q (and p r)))"), "(and q p r)");
+  EXPECT_EQ(becomes("(or (or q (= i 1)) p)"), "(or q (= i 1) p)");
+  EXPECT_EQ(becomes("(=> (not (distinct i 1 3)) (not p))"), "(=> p (distinct i 1 3))");
   EXPECT_EQ(becomes("(<= (+ i (* (- 1) j)) 0)"), "(<= i j)");
+}
+
+/// Each of the two alone would cost as much flat as nested, while the other needs the inner one.
+TEST(Smallest, WritesFlatWhatIsSharedByNothingElse) {
+  EXPECT_EQ(smallest(declarations + "(assert (or (or p q) r))\n(assert (or (or p q) (= i 1)))\n"),
+            declarations + "(assert (or p q r))\n(assert (or p q (= i 1)))\n");
+  const std::string needed =
+      declarations + "(assert (or (or p q) r))\n(assert (or (or p q) (= i 1)))\n(assert (= r (or p q)))\n";
+  EXPECT_EQ(smallest(needed), needed);
+}
+
+TEST(Smallest, RepeatsLiterals) {
+  std::string script = declarations;
+  for (const char* other : {"p", "r", "(= i 1)", "(= i 2)", "(= i 3)", "(= i 4)", "(= i 5)"})
+    script += "(assert (or (not q) " + std::string(other) + "))\n";
+  EXPECT_EQ(smallest(script).find("define-fun"), std::string::npos) << smallest(script);
 }
 
 TEST(Smallest, FoldsAndDecides) {

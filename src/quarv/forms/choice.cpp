@@ -11,6 +11,9 @@ namespace {
 
 constexpr std::uint64_t unlimited = ~std::uint64_t{0};
 
+/// From so many places on, a last small improvement is not worth the time that it takes.
+constexpr std::size_t large = 20'000;
+
 class Chooser {
  public:
   explicit Chooser(const Candidates& candidates) : candidates_(candidates), order_(candidates) {}
@@ -29,8 +32,16 @@ class Chooser {
   bool is_more_to_taste(CandidateId c, CandidateId old) const;
   bool is_hopeless(CandidateId c, CandidateId old) const;
   bool try_form(Place p, CandidateId c);
+  void sweep_until_settled();
+  std::vector<std::vector<Place>> users() const;
+  bool is_part(Place p, CandidateId c) const { return std::ranges::find(parts(c), p) != parts(c).end(); }
+  CandidateId cheapest_without(Place p, Place user) const;
+  std::int64_t change(Place p, CandidateId c);
+  bool try_without(Place p, const std::vector<Place>& users);
+  bool do_without();
 
   static constexpr std::uint64_t most_added = 256;
+  static constexpr std::size_t most_users = 8;  // of a place that all of them shall do without
 
   const Candidates& candidates_;
   std::vector<CandidateId> chosen_;
@@ -124,7 +135,7 @@ bool Chooser::begin(std::vector<CandidateId> chosen) {
   return true;
 }
 
-void Chooser::improve() {
+void Chooser::sweep_until_settled() {
   constexpr int most_sweeps = 4;
   bool better = true;
   for (int sweep = 0; better && sweep < most_sweeps; ++sweep) {
@@ -137,6 +148,83 @@ void Chooser::improve() {
       }
     }
   }
+}
+
+/// By place: what needs it, where that is not too much to be written otherwise together.
+std::vector<std::vector<Place>> Chooser::users() const {
+  std::vector<std::vector<Place>> users(uses_.size());
+  for (Place user = 0; user < uses_.size(); ++user) {
+    if (uses_[user] == 0) continue;
+    for (Place p : parts(chosen_[user])) {
+      if (uses_[p] > 1 && uses_[p] <= most_users) users[p].push_back(user);
+    }
+  }
+  return users;
+}
+
+/// The form of `user` that costs least among those without part `p`; `none` where there is none.
+CandidateId Chooser::cheapest_without(Place p, Place user) const {
+  CandidateId best = none;
+  std::uint64_t least = unlimited;
+  const CandidateId end = candidates_.first(user + 1);
+  for (CandidateId c = candidates_.first(user); c != end; ++c) {
+    if (!candidates_[c].is_wanted || is_part(p, c)) continue;
+    std::uint64_t sum = cost(c);
+    for (Place part : parts(c)) sum += uses_[part] == 0 ? cost(chosen_[part]) : 0;
+    if (sum >= least) continue;
+    least = sum;
+    best = c;
+  }
+  return best;
+}
+
+/// Writes place `p` in form `c`; returns by how much that costs more.
+std::int64_t Chooser::change(Place p, CandidateId c) {
+  const CandidateId old = chosen_[p];
+  const std::uint64_t added = cost(c) + take(parts(c), unlimited);
+  const std::uint64_t removed = cost(old) + drop(parts(old));
+  chosen_[p] = c;
+  return static_cast<std::int64_t>(added - removed);
+}
+
+/// Writes all users of place `p` in forms without it if that costs less: (or (or x y) z) and (or (or x y) w)
+/// become (or x y z) and (or x y w), which neither would alone, as it costs as much while the other one needs
+/// (or x y).
+bool Chooser::try_without(Place p, const std::vector<Place>& users) {
+  if (users.size() < 2 || users.size() != uses_[p]) return false;
+  constexpr std::int64_t most_longer = 8;  // written out, what is shared takes room in each user
+  std::vector<std::pair<Place, CandidateId>> before;
+  std::int64_t longer = -static_cast<std::int64_t>(parts(chosen_[p]).size());
+  std::int64_t more = 0;
+  bool possible = true;
+  for (Place user : users) {
+    if (uses_[user] == 0) continue;  // one of those before was the last that needed it
+    const CandidateId old = chosen_[user];
+    const CandidateId c = is_part(p, old) ? cheapest_without(p, user) : none;
+    possible = c != none && order_.can_follow(user, parts(c), chosen_);
+    if (!possible) break;
+    longer += static_cast<std::int64_t>(parts(c).size()) - static_cast<std::int64_t>(parts(old).size());
+    order_.follow();
+    before.emplace_back(user, old);
+    more += change(user, c);
+  }
+  if (possible && more < 0 && longer <= most_longer) return true;
+  for (std::size_t i = before.size(); i-- > 0;) change(before[i].first, before[i].second);
+  return false;
+}
+
+bool Chooser::do_without() {
+  const std::vector<std::vector<Place>> users = this->users();
+  bool better = false;
+  for (Place p = 0; p < users.size(); ++p) better = try_without(p, users[p]) || better;
+  return better;
+}
+
+void Chooser::improve() {
+  constexpr int most_rounds = 4;
+  sweep_until_settled();
+  if (candidates_.num_places() >= large) return;
+  for (int round = 0; round < most_rounds && do_without(); ++round) sweep_until_settled();
 }
 
 Size Chooser::size() const {
@@ -167,7 +255,6 @@ Choice choose(const Question& question) {
     best = chooser.chosen();
   }
   // What is large and cannot be improved has most likely been chosen before.
-  constexpr std::size_t large = 20'000;
   const bool is_settled = best == written && candidates.num_places() >= large;
   if (!is_settled && chooser.begin(candidates.base())) {
     chooser.improve();

@@ -145,6 +145,59 @@ void FormGraph::add_to(ClassId c, HeadId head, std::span<const ClassId> children
   add_form(find(c), head, canonical_, i);
 }
 
+/// The first form of a class that has this head.
+FormId FormGraph::form_with(ClassId c, HeadId head) const noexcept {
+  FormId f = first_form(c);
+  while (f != none && forms_[f].head != head) f = forms_[f].next;
+  return f;
+}
+
+/// What a form with those below it of the same head stands over, from left to right; false where that is too
+/// much to be written in several places, or nothing new.
+bool FormGraph::flat_children(FormId f, std::vector<ClassId>& flat) const {
+  constexpr std::size_t most = 24;
+  flat.clear();
+  std::vector<ClassId> pending;
+  const auto enter = [&](FormId form) {
+    const auto own = children(forms_[form]);
+    pending.insert(pending.end(), own.rbegin(), own.rend());
+  };
+  enter(f);
+  while (!pending.empty()) {
+    if (flat.size() + pending.size() > most) return false;
+    const ClassId c = find(pending.back());
+    pending.pop_back();
+    const FormId link = form_with(c, forms_[f].head);
+    if (link != none && link < f) {
+      enter(link);
+    } else {
+      flat.push_back(c);
+    }
+  }
+  return flat.size() > forms_[f].num_children;
+}
+
+void FormGraph::flatten(HeadId head) {
+  std::vector<ClassId> flat;
+  const std::size_t n = forms_.size();
+  for (FormId f = 0; f < n; ++f) {
+    if (forms_[f].head == head && flat_children(f, flat)) add_to(forms_[f].of, head, flat);
+  }
+}
+
+bool FormGraph::cancel_twice(HeadId head) {
+  bool merged = false;
+  for (FormId f = 0; f < forms_.size(); ++f) {
+    if (forms_[f].head != head || forms_[f].num_children != 1) continue;
+    const ClassId once[] = {find(forms_[f].of)};
+    const FormId twice = table_[slot(head, once)];
+    if (twice == none || find(forms_[twice].of) == find(children(forms_[f])[0])) continue;
+    merge(forms_[twice].of, children(forms_[f])[0]);
+    merged = true;
+  }
+  return merged;
+}
+
 /// Enters all forms anew; false when that has merged classes, so that it has to be done again.
 bool FormGraph::close_once() {
   std::fill(table_.begin(), table_.end(), none);

@@ -93,6 +93,14 @@ class FormGraph {
     return std::span<const ClassId>(children_.data() + f.first_child, f.num_children);
   }
 
+  /// Applied twice, `head` gives back what it was applied to: where both have been written down, the classes
+  /// are merged. Whether there was one.
+  bool cancel_twice(HeadId head);
+
+  /// Writes down the forms of an associative operator without brackets, in the order of what they stand
+  /// between: with (f (f a b) c) also (f a b c).
+  void flatten(HeadId head);
+
   /// Forms that have become the same by merging classes make their classes equal, and so on.
   void close();
 
@@ -108,6 +116,8 @@ class FormGraph {
   std::size_t slot(HeadId head, std::span<const ClassId> children) const noexcept;
   FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, std::size_t slot);
   void grow();
+  FormId form_with(ClassId c, HeadId head) const noexcept;
+  bool flat_children(FormId f, std::vector<ClassId>& flat) const;
   bool close_once();
 
   std::vector<Head> heads_;

@@ -183,6 +183,8 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   forms::FormGraph& graph = written.graph();
   NormalForms& normal = written.normal();
   const auto num_written = static_cast<FormId>(graph.num_forms());
+  for (const char* head : {"and", "or", "+", "*", "bvadd", "bvmul", "bvand", "bvor", "bvxor", "concat"})
+    graph.flatten(graph.head(head));
   normal.set_difference_logic(script.difference_logic);
   // What rules make of what was written, and all forms of that.
   for (std::size_t i = 0; i < script.terms.size(); ++i) {
@@ -204,6 +206,10 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
     normal.run();
   }
   graph.close();
+  bool merged = false;
+  for (const char* head : {"not", "bvnot", "bvneg", "fp.neg"})
+    merged = graph.cancel_twice(graph.head(head)) || merged;
+  if (merged) graph.close();
 
   std::vector<ClassId> roots;
   for (std::size_t i = 0; i < script.terms.size(); ++i) {

@@ -274,7 +274,10 @@ bool SharingPlan::pays(const Info& i, bool everywhere) const noexcept {
   constexpr unsigned length_of_name = 3;
   constexpr unsigned length_of_let = 12;
   constexpr unsigned length_of_definition = 36;
+  constexpr unsigned size_of_literal = 2;  // (not p): easier to read than a name for it
+  constexpr unsigned short_length = 24;
   if (!script_.chosen) return i.size > small_size;
+  if (i.size <= size_of_literal && i.bytes <= short_length) return false;
   const unsigned uses = std::max<unsigned>(i.uses, 2);
   return (uses - 1) * i.bytes > uses * length_of_name + (everywhere ? length_of_definition : length_of_let);
 }
