@@ -152,10 +152,26 @@ FormId FormGraph::form_with(ClassId c, HeadId head) const noexcept {
   return f;
 }
 
-/// What a form with those below it of the same head stands over, from left to right; false where that is too
-/// much to be written in several places, or nothing new.
-bool FormGraph::flat_children(FormId f, std::vector<ClassId>& flat) const {
-  constexpr std::size_t most = 24;
+std::vector<FormId> FormGraph::only_users(std::span<const ClassId> roots) const {
+  constexpr std::uint32_t several = none - 1;
+  std::vector<FormId> user(classes_.size(), none);
+  for (ClassId c : roots) user[find(c)] = several;
+  for (FormId f = 0; f < forms_.size(); ++f) {
+    for (ClassId c : children(forms_[f])) {
+      FormId& known = user[find(c)];
+      known = known == none || known == f ? f : several;
+    }
+  }
+  std::ranges::replace(user, several, none);
+  return user;
+}
+
+/// What a form with those below it of the same head stands over, from left to right; only through links that
+/// nothing else needs where `only_user` is given. False where that is too much, or nothing new.
+bool FormGraph::flat_children(FormId f, const std::vector<FormId>* only_user,
+                              std::vector<ClassId>& flat) const {
+  constexpr std::size_t most_shared = 24;  // it is written in several places
+  constexpr std::size_t most = 1 << 16;
   flat.clear();
   std::vector<ClassId> pending;
   const auto enter = [&](FormId form) {
@@ -164,11 +180,11 @@ bool FormGraph::flat_children(FormId f, std::vector<ClassId>& flat) const {
   };
   enter(f);
   while (!pending.empty()) {
-    if (flat.size() + pending.size() > most) return false;
+    if (flat.size() + pending.size() > (only_user != nullptr ? most : most_shared)) return false;
     const ClassId c = find(pending.back());
     pending.pop_back();
     const FormId link = form_with(c, forms_[f].head);
-    if (link != none && link < f) {
+    if (link != none && link < f && (only_user == nullptr || (*only_user)[c] != none)) {
       enter(link);
     } else {
       flat.push_back(c);
@@ -177,11 +193,20 @@ bool FormGraph::flat_children(FormId f, std::vector<ClassId>& flat) const {
   return flat.size() > forms_[f].num_children;
 }
 
-void FormGraph::flatten(HeadId head) {
+void FormGraph::flatten(std::span<const HeadId> heads, std::span<const ClassId> roots) {
+  const std::vector<FormId> only_user = only_users(roots);
+  const auto is_flat_head = [heads](HeadId h) { return std::ranges::find(heads, h) != heads.end(); };
   std::vector<ClassId> flat;
   const std::size_t n = forms_.size();
   for (FormId f = 0; f < n; ++f) {
-    if (forms_[f].head == head && flat_children(f, flat)) add_to(forms_[f].of, head, flat);
+    const HeadId head = forms_[f].head;
+    if (!is_flat_head(head)) continue;
+    const ClassId c = find(forms_[f].of);
+    // A link of a longer chain is written down with that.
+    const FormId user = c < only_user.size() ? only_user[c] : none;
+    if (user != none && forms_[user].head == head) continue;
+    if (flat_children(f, &only_user, flat)) add_to(c, head, flat);
+    if (flat_children(f, nullptr, flat)) add_to(c, head, flat);
   }
 }
 

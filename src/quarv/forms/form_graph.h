@@ -97,9 +97,9 @@ class FormGraph {
   /// are merged. Whether there was one.
   bool cancel_twice(HeadId head);
 
-  /// Writes down the forms of an associative operator without brackets, in the order of what they stand
-  /// between: with (f (f a b) c) also (f a b c).
-  void flatten(HeadId head);
+  /// Writes down the forms of associative operators without brackets, in the order of what they stand
+  /// between: with (f (f a b) c) also (f a b c). `roots` are needed by more than forms.
+  void flatten(std::span<const HeadId> heads, std::span<const ClassId> roots);
 
   /// Forms that have become the same by merging classes make their classes equal, and so on.
   void close();
@@ -116,8 +116,10 @@ class FormGraph {
   std::size_t slot(HeadId head, std::span<const ClassId> children) const noexcept;
   FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, std::size_t slot);
   void grow();
+  /// By class: the form that alone needs it; `none` where there are several, or roots.
+  std::vector<FormId> only_users(std::span<const ClassId> roots) const;
   FormId form_with(ClassId c, HeadId head) const noexcept;
-  bool flat_children(FormId f, std::vector<ClassId>& flat) const;
+  bool flat_children(FormId f, const std::vector<FormId>* only_user, std::vector<ClassId>& flat) const;
   bool close_once();
 
   std::vector<Head> heads_;

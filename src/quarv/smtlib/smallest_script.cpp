@@ -183,8 +183,10 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   forms::FormGraph& graph = written.graph();
   NormalForms& normal = written.normal();
   const auto num_written = static_cast<FormId>(graph.num_forms());
+  std::vector<forms::HeadId> associative;
   for (const char* head : {"and", "or", "+", "*", "bvadd", "bvmul", "bvand", "bvor", "bvxor", "concat"})
-    graph.flatten(graph.head(head));
+    associative.push_back(graph.head(head));
+  graph.flatten(associative, script.forms);
   normal.set_difference_logic(script.difference_logic);
   // What rules make of what was written, and all forms of that.
   for (std::size_t i = 0; i < script.terms.size(); ++i) {
