@@ -6,6 +6,13 @@ namespace quarv::forms {
 
 namespace {
 
+std::uint32_t hash(HeadId head, std::span<const ClassId> children) noexcept {
+  constexpr std::uint64_t k = 0x9E3779B97F4A7C15u;
+  std::uint64_t h = (head + 1) * k;
+  for (ClassId c : children) h = ((h ^ (h >> 29)) + c + 1) * k;
+  return static_cast<std::uint32_t>(h ^ (h >> 32));
+}
+
 template <std::size_t n>
 bool is_one_of(std::string_view text, const std::string_view (&words)[n]) {
   return std::find(std::begin(words), std::end(words), text) != std::end(words);
@@ -79,26 +86,25 @@ void FormGraph::merge(ClassId a, ClassId b) {
   into.last_form = from.last_form;
 }
 
-std::uint64_t FormGraph::hash(HeadId head, std::span<const ClassId> children) const noexcept {
-  constexpr std::uint64_t k = 0x9E3779B97F4A7C15u;
-  std::uint64_t h = (head + 1) * k;
-  for (ClassId c : children) h = ((h ^ (h >> 29)) + c + 1) * k;
-  return h ^ (h >> 32);
-}
-
-/// Where the form is in the table, or where it would be. `children` are canonical.
-std::size_t FormGraph::slot(HeadId head, std::span<const ClassId> children) const noexcept {
+/// The form's place in the table, or the one where it belongs, without a form. `children` are canonical.
+FormGraph::Entry& FormGraph::slot(HeadId head, std::span<const ClassId> children) noexcept {
+  const std::uint32_t h = hash(head, children);
   const std::size_t mask = table_.size() - 1;
-  for (std::size_t i = hash(head, children) & mask;; i = (i + 1) & mask) {
-    if (table_[i] == none) return i;
-    const Form& f = forms_[table_[i]];
+  for (std::size_t i = h & mask;; i = (i + 1) & mask) {
+    Entry& entry = table_[i];
+    if (entry.form == none) {
+      entry.hash = h;
+      return entry;
+    }
+    if (entry.hash != h) continue;
+    const Form& f = forms_[entry.form];
     if (f.head != head || f.num_children != children.size()) continue;
     const auto own = this->children(f);
-    if (std::equal(own.begin(), own.end(), children.begin())) return i;
+    if (std::equal(own.begin(), own.end(), children.begin())) return entry;
   }
 }
 
-FormId FormGraph::add_form(ClassId c, HeadId head, std::span<const ClassId> children, std::size_t slot) {
+FormId FormGraph::add_form(ClassId c, HeadId head, std::span<const ClassId> children, Entry& slot) {
   const auto f = static_cast<FormId>(forms_.size());
   const auto first = static_cast<std::uint32_t>(children_.size());
   children_.insert(children_.end(), children.begin(), children.end());
@@ -110,39 +116,39 @@ FormId FormGraph::add_form(ClassId c, HeadId head, std::span<const ClassId> chil
     forms_[own.last_form].next = f;
   }
   own.last_form = f;
-  table_[slot] = f;
+  slot.form = f;
   if (2 * ++num_entries_ > table_.size()) grow();
   return f;
 }
 
 void FormGraph::grow() {
-  LargeVector<FormId> old(2 * table_.size(), none);
+  LargeVector<Entry> old(2 * table_.size());
   old.swap(table_);
   const std::size_t mask = table_.size() - 1;
-  for (FormId f : old) {
-    if (f == none) continue;
-    std::size_t i = hash(forms_[f].head, children(forms_[f])) & mask;
-    while (table_[i] != none) i = (i + 1) & mask;
-    table_[i] = f;
+  for (const Entry& entry : old) {
+    if (entry.form == none) continue;
+    std::size_t i = entry.hash & mask;
+    while (table_[i].form != none) i = (i + 1) & mask;
+    table_[i] = entry;
   }
 }
 
 ClassId FormGraph::add(HeadId head, std::span<const ClassId> children, const DataType* sort) {
   canonical_.assign(children.begin(), children.end());
   for (ClassId& c : canonical_) c = find(c);
-  const std::size_t i = slot(head, canonical_);
-  if (table_[i] != none) return find(forms_[table_[i]].of);
+  Entry& entry = slot(head, canonical_);
+  if (entry.form != none) return find(forms_[entry.form].of);
   const ClassId c = new_class(sort);
-  add_form(c, head, canonical_, i);
+  add_form(c, head, canonical_, entry);
   return c;
 }
 
 void FormGraph::add_to(ClassId c, HeadId head, std::span<const ClassId> children) {
   canonical_.assign(children.begin(), children.end());
   for (ClassId& child : canonical_) child = find(child);
-  const std::size_t i = slot(head, canonical_);
-  if (table_[i] != none) return merge(c, forms_[table_[i]].of);
-  add_form(find(c), head, canonical_, i);
+  Entry& entry = slot(head, canonical_);
+  if (entry.form != none) return merge(c, forms_[entry.form].of);
+  add_form(find(c), head, canonical_, entry);
 }
 
 /// The first form of a class that has this head.
@@ -215,7 +221,7 @@ bool FormGraph::cancel_twice(HeadId head) {
   for (FormId f = 0; f < forms_.size(); ++f) {
     if (forms_[f].head != head || forms_[f].num_children != 1) continue;
     const ClassId once[] = {find(forms_[f].of)};
-    const FormId twice = table_[slot(head, once)];
+    const FormId twice = slot(head, once).form;
     if (twice == none || find(forms_[twice].of) == find(children(forms_[f])[0])) continue;
     merge(forms_[twice].of, children(forms_[f])[0]);
     merged = true;
@@ -225,19 +231,19 @@ bool FormGraph::cancel_twice(HeadId head) {
 
 /// Enters all forms anew; false when that has merged classes, so that it has to be done again.
 bool FormGraph::close_once() {
-  std::fill(table_.begin(), table_.end(), none);
+  std::fill(table_.begin(), table_.end(), Entry{});
   num_entries_ = 0;
   bool merged = false;
   for (FormId f = 0; f < forms_.size(); ++f) {
     const std::span<ClassId> own(children_.data() + forms_[f].first_child, forms_[f].num_children);
     for (ClassId& c : own) c = find(c);
-    const std::size_t i = slot(forms_[f].head, own);
-    if (table_[i] == none) {
-      table_[i] = f;
+    Entry& entry = slot(forms_[f].head, own);
+    if (entry.form == none) {
+      entry.form = f;
       ++num_entries_;
-    } else if (find(forms_[f].of) != find(forms_[table_[i]].of)) {
-      merge(forms_[f].of, forms_[table_[i]].of);
-      merged = merged || find(forms_[f].of) == find(forms_[table_[i]].of);
+    } else if (find(forms_[f].of) != find(forms_[entry.form].of)) {
+      merge(forms_[f].of, forms_[entry.form].of);
+      merged = merged || find(forms_[f].of) == find(forms_[entry.form].of);
     }
   }
   return !merged;

@@ -112,9 +112,14 @@ class FormGraph {
     const DataType* sort;
   };
 
-  std::uint64_t hash(HeadId head, std::span<const ClassId> children) const noexcept;
-  std::size_t slot(HeadId head, std::span<const ClassId> children) const noexcept;
-  FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, std::size_t slot);
+  /// A place of the table. The hash tells most other forms apart without a look at them.
+  struct Entry {
+    std::uint32_t hash = 0;
+    FormId form = none;
+  };
+
+  Entry& slot(HeadId head, std::span<const ClassId> children) noexcept;
+  FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, Entry& slot);
   void grow();
   /// By class: the form that alone needs it; `none` where there are several, or roots.
   std::vector<FormId> only_users(std::span<const ClassId> roots) const;
@@ -128,7 +133,7 @@ class FormGraph {
   LargeVector<Class> classes_;
   LargeVector<Form> forms_;
   LargeVector<ClassId> children_;
-  LargeVector<FormId> table_{LargeVector<FormId>(1024, none)};
+  LargeVector<Entry> table_{LargeVector<Entry>(1024)};
   std::size_t num_entries_ = 0;
   std::vector<ClassId> canonical_;
 };
