@@ -93,6 +93,11 @@ TEST(Smallest, WritesPatternsThatHoldAnnotatedTerms) {
   EXPECT_EQ(smallest(before + "(! (f x) :named foo)))))\n"), before + "(f x)))))\n");
 }
 
+TEST(Smallest, WritesQuantifiersWhoseBodyIsTheirVariable) {
+  EXPECT_EQ(becomes("(exists ((u Bool)) (or u p))"), "(exists ((u Bool)) (or u p))");
+  EXPECT_EQ(becomes("(xor p (forall ((u Bool)) u))"), "(xor p (forall ((u Bool)) u))");
+}
+
 TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(not (<= i j))"), "(< j i)");
   EXPECT_EQ(becomes("(not (= i j))"), "(distinct i j)");

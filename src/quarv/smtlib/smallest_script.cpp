@@ -64,6 +64,8 @@ class Writer {
  private:
   const Term* made(ClassId c, const forms::Form& f);
   const Term* variable(const Symbol* s);
+  /// Other sorts of the source mean nothing to the other manager, which prints them and no more.
+  const DataType* sort(const DataType* s) const { return s == from_.bool_type ? to_.bool_type : s; }
   const Symbol* symbol(ClassId c, const forms::Form& f);
 
   TermManager& from_;
@@ -103,7 +105,7 @@ const Term* Writer::term(ClassId root) {
 
 const Term* Writer::variable(const Symbol* s) {
   const Term*& v = variables_[s];
-  if (v == nullptr) v = to_.fresh_bound_variable(s->name, s->get_output_type());
+  if (v == nullptr) v = to_.fresh_bound_variable(s->name, sort(s->get_output_type()));
   return v;
 }
 
@@ -131,8 +133,7 @@ const Symbol* Writer::symbol(ClassId c, const forms::Form& f) {
   const forms::Head& head = graph_.head_at(f.head);
   types_.clear();
   for (const Term* a : args_) types_.push_back(to_.type_of(a));
-  // Other sorts of the source mean nothing to the other manager, which prints them and no more.
-  const DataType* result = graph_.sort(c) == from_.bool_type ? to_.bool_type : graph_.sort(c);
+  const DataType* result = sort(graph_.sort(c));
   if (head.symbol == nullptr) return to_.make_opaque_symbol(head.text, types_, result);
   const Term*& known = variables_[head.symbol];
   if (known != nullptr) return known->symbol;
