@@ -4,6 +4,7 @@
 #include <quarv/simpl/extended/families.h>
 #include <quarv/simpl/extended/linear_sum.h>
 #include <quarv/simpl/extended/values.h>
+#include <quarv/term/substitution.h>
 
 namespace quarv::termsimpl::extended {
 
@@ -80,11 +81,16 @@ bool is_unbounded(TermManager& m, const std::vector<const Term*>& variables, con
   });
 }
 
-/// The operands of a disjunction under `forall`, of a conjunction under `exists`: those without the variables
-/// go outside, and a Boolean variable that is an operand, and occurs in no other, decides nothing.
-const Term* without_free_operands(TermManager& m, const Symbol* s, const std::vector<const Term*>& variables,
-                                  const Term* body) {
-  const bool universal = std::string_view(s->name) == "forall";
+bool is_universal(const Symbol* quantifier) {
+  return std::string_view(quantifier->name) == "forall";
+}
+
+/// Operands of a disjunction under `forall`, of a conjunction under `exists`.
+const Term* join(TermManager& m, bool universal, const Term* a, const Term* b) {
+  return universal ? m.make_or(a, b) : m.make_and(a, b);
+}
+
+std::vector<const Term*> operands_of(const TermManager& m, bool universal, const Term* body) {
   const Symbol* connective = universal ? m.or_symbol : m.and_symbol;
   constexpr std::size_t most_operands = 12;
   std::vector<const Term*> operands;
@@ -98,7 +104,14 @@ const Term* without_free_operands(TermManager& m, const Symbol* s, const std::ve
       operands.push_back(t);
     }
   }
-  if (operands.size() < 2) return nullptr;
+  return operands;
+}
+
+/// Operands without the variables go outside, and a Boolean variable that is an operand, and occurs in no
+/// other, decides nothing.
+const Term* without_free_operands(TermManager& m, const Symbol* s, const std::vector<const Term*>& variables,
+                                  const std::vector<const Term*>& operands) {
+  const bool universal = is_universal(s);
   std::vector<std::vector<const Term*>> used;
   for (const Term* t : operands) used.push_back(occurring(m, variables, t));
   const auto is_lone_literal = [&](std::size_t i) {
@@ -107,20 +120,72 @@ const Term* without_free_operands(TermManager& m, const Symbol* s, const std::ve
     if (!contains(variables, atom)) return false;
     return std::count_if(used.begin(), used.end(), [&](const auto& u) { return contains(u, atom); }) == 1;
   };
-  const auto join = [&](const Term* a, const Term* b) {
-    return universal ? m.make_or(a, b) : m.make_and(a, b);
-  };
   const Term* outside = m.make_bool(!universal);
   const Term* inside = outside;
   bool any = false;
   for (std::size_t i = operands.size(); i-- > 0;) {
     const bool stays = !used[i].empty() && !is_lone_literal(i);
     any |= !stays;
-    if (stays) inside = join(operands[i], inside);
-    if (used[i].empty()) outside = join(operands[i], outside);
+    if (stays) inside = join(m, universal, operands[i], inside);
+    if (used[i].empty()) outside = join(m, universal, operands[i], outside);
   }
   if (!any) return nullptr;
-  return join(outside, is_value(m, inside) ? inside : m.make_quantifier(s->name, variables, inside));
+  return join(m, universal, outside,
+              is_value(m, inside) ? inside : m.make_quantifier(s->name, variables, inside));
+}
+
+/// The only value of a variable for which an equation holds; null where it does not say that.
+struct OnePoint {
+  const Term* variable = nullptr;
+  const Term* value = nullptr;
+};
+
+OnePoint solved_sum(TermManager& m, const std::vector<const Term*>& variables, const Term* equation) {
+  LinearSum sum(m);
+  if (!sum.add(equation->args[0], QNumber(1)) || !sum.add(equation->args[1], QNumber(-1))) return {};
+  sum.drop_zeros();
+  for (const LinearSum::Monomial& x : sum) {
+    if (!contains(variables, x.term) || !is_linear_in(m, {x.term}, equation)) continue;
+    const QNumber factor = QNumber(-1) / x.coefficient;
+    const Term* variable = x.term;
+    LinearSum value(m);
+    if (!value.add(equation->args[0], factor) || !value.add(equation->args[1], -factor)) return {};
+    if (!value.add(variable, QNumber(1))) return {};
+    value.drop_zeros();
+    return {variable, value.to_term()};
+  }
+  return {};
+}
+
+OnePoint one_point(TermManager& m, const std::vector<const Term*>& variables, const Term* formula) {
+  const bool negated = formula->symbol == m.not_symbol;
+  const Term* atom = negated ? formula->args[0] : formula;
+  if (contains(variables, atom)) return {atom, m.make_bool(!negated)};
+  if (negated || !(has_tag(m, atom, SymbolTag::EQ) || has_tag(m, atom, SymbolTag::IFF))) return {};
+  if (m.is_arithmetic_type(m.type_of(atom->args[0]))) return solved_sum(m, variables, atom);
+  for (int i = 0; i < 2; ++i) {
+    const Term* x = atom->args[i];
+    if (contains(variables, x) && occurring(m, {x}, atom->args[1 - i]).empty()) return {x, atom->args[1 - i]};
+  }
+  return {};
+}
+
+/// A conjunct under `exists`, a premise under `forall`, that leaves a variable one value: that stands for the
+/// variable in the others.
+const Term* at_one_point(TermManager& m, const Symbol* s, const std::vector<const Term*>& variables,
+                         const std::vector<const Term*>& operands) {
+  const bool universal = is_universal(s);
+  for (std::size_t k = 0; k < operands.size() && m.may_visit(); ++k) {
+    const OnePoint point = one_point(m, variables, universal ? m.make_not(operands[k]) : operands[k]);
+    if (point.variable == nullptr) continue;
+    const Term* others = m.make_bool(!universal);
+    for (std::size_t i = operands.size(); i-- > 0;) {
+      if (i != k) others = join(m, universal, operands[i], others);
+    }
+    const Term* body = substitute(m, others, Substitution(m, {{point.variable, point.value}}));
+    return is_value(m, body) ? body : m.make_quantifier(s->name, variables, body);
+  }
+  return nullptr;
 }
 
 /// An equation of a variable with a term in which it does not occur: some value solves it.
@@ -143,14 +208,16 @@ const Term* simplify_quantifier(TermManager& m, const Symbol* s, Args args) {
   const Term* formula = annotated ? body->args[0] : body;
   if (is_value(m, formula)) return formula;
   const std::vector<const Term*>& variables = m.quantifier_variables(s);
-  const bool universal = std::string_view(s->name) == "forall";
+  const bool universal = is_universal(s);
   if (!universal && is_solvable(m, variables, formula)) return m.true_term;
   if (universal && formula->symbol == m.not_symbol && is_solvable(m, variables, formula->args[0])) {
     return m.false_term;
   }
   if (is_unbounded(m, variables, formula)) return m.make_bool(!universal);
   if (annotated) return nullptr;
-  if (const Term* t = without_free_operands(m, s, variables, body)) return t;
+  const std::vector<const Term*> operands = operands_of(m, universal, body);
+  if (const Term* t = without_free_operands(m, s, variables, operands)) return t;
+  if (const Term* t = at_one_point(m, s, variables, operands)) return t;
   const std::vector<const Term*> used = occurring(m, variables, body);
   if (used.empty()) return body;
   return used.size() < variables.size() ? m.make_quantifier(s->name, used, body) : nullptr;
