@@ -42,6 +42,25 @@ const Term* at_most(TermManager& m, const Term* a, const Term* b, bool is_signed
 
 }  // namespace
 
+/// Leading zeros count nothing in an unsigned integer, nor do copies of the sign in a signed one.
+const Term* simplify_to_integer(TermManager& m, const Symbol* s, Args args) {
+  const Term* bits = args[0];
+  const bool is_signed = m.get_tag(s) == SymbolTag::INT_FROM_SBV;
+  if (is_signed && has_tag(m, bits, SymbolTag::BV_SEXT)) return m.make_int_from_sbv(bits->args[0]);
+  if (has_tag(m, bits, SymbolTag::BV_ZEXT)) return m.make_int_from_ubv(bits->args[0]);
+  if (!has_tag(m, bits, SymbolTag::BV_CONCAT)) return nullptr;
+  const QNumber* leading = m.get_number(bits->args[0]);
+  return leading != nullptr && leading->is_zero() ? m.make_int_from_ubv(bits->args[1]) : nullptr;
+}
+
+/// Of an integer that bits make, fewer bits are the lower ones of these.
+const Term* simplify_to_bits(TermManager& m, const Symbol* s, Args args) {
+  std::size_t width = 0;
+  if (!is_conversion(m, args[0]) || !m.is_int_to_bv(s, &width)) return nullptr;
+  const Term* bits = args[0]->args[0];
+  return width < width_of(m, bits) ? m.make_bv_extract(width - 1, 0, bits) : nullptr;
+}
+
 const Term* compare_converted(TermManager& m, const Symbol* s, Args args) {
   const std::size_t at = is_conversion(m, args[0]) ? 0 : 1;
   const Term* t = args[at];

@@ -77,6 +77,11 @@ const Term* ExtendedSimplifier::simplified(TermManager& m, const Symbol* s,
       return simplify_floor(m, s, args);
     case SymbolTag::LEQ:
       return simplify_leq(m, s, args);
+    case SymbolTag::INT_FROM_UBV:
+    case SymbolTag::INT_FROM_SBV:
+      return simplify_to_integer(m, s, args);
+    case SymbolTag::INT_TO_BV:
+      return simplify_to_bits(m, s, args);
     default:
       break;
   }

@@ -57,6 +57,8 @@ const Term* simplify_float(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_named(TermManager& m, const Symbol* s, Args args);
 /// Bit-vectors as integers, compared.
 const Term* compare_converted(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_to_integer(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_to_bits(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_quantifier(TermManager& m, const Symbol* s, Args args);
 
 }  // namespace termsimpl::extended
