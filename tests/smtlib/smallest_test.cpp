@@ -95,7 +95,7 @@ TEST(Smallest, WritesPatternsThatHoldAnnotatedTerms) {
 
 TEST(Smallest, WritesQuantifiersWhoseBodyIsTheirVariable) {
   EXPECT_EQ(becomes("(exists ((u Bool)) (or u p))"), "(exists ((u Bool)) (or u p))");
-  EXPECT_EQ(becomes("(xor p (forall ((u Bool)) u))"), "(xor p (forall ((u Bool)) u))");
+  EXPECT_EQ(becomes("(xor p (forall ((u Bool)) (! u :qid k)))"), "(xor p (forall ((u Bool)) (! u :qid k)))");
 }
 
 TEST(Smallest, WritesWhatIsSmaller) {
@@ -149,6 +149,21 @@ TEST(Smallest, KeepsSortsAndDefinitionsByName) {
       "(define-fun half () Float32 (fp #b0 #x7e (_ bv0 23)))\n(assert (< next (* next "
       "next)))\n";
   EXPECT_EQ(smallest(text), text);
+}
+
+TEST(Smallest, WritesSortsOfVariablesAsTheUserDid) {
+  const std::string before =
+      "(define-sort W () (_ BitVec 8))\n(declare-fun p (W Float32) Bool)\n"
+      "(define-fun f ((w W) (g Float32)) Bool ";
+  EXPECT_EQ(
+      smallest(before + "(not (not (p w g))))\n(assert (exists ((w W) (g Float32)) (not (not (f w g)))))\n"),
+      before + "(p w g))\n(assert (exists ((w W) (g Float32)) (f w g)))\n");
+  // What a level defines is gone after it.
+  const std::string level =
+      "(declare-fun p ((_ BitVec 8)) Bool)\n(push 1)\n(define-sort W () (_ BitVec 8))\n"
+      "(assert (exists ((w W)) (not (not (p w)))))\n(pop 1)\n"
+      "(assert (exists ((w (_ BitVec 8))) (not (not (p w)))))\n";
+  EXPECT_EQ(smallest(level).find("((w W))"), std::string::npos);
 }
 
 TEST(Smallest, WritesNothingOutOfScope) {

@@ -87,6 +87,8 @@ struct Script {
   bool chosen = false;
   /// What the user calls a term in a `let`.
   std::unordered_map<const Term*, std::string> let_names;
+  /// How the user wrote the sort of a bound variable.
+  std::unordered_map<const Term*, std::string> variable_sorts;
 
   std::span<const Term* const> terms_of(const Command& c) const {
     return std::span(terms).subspan(c.first_term, c.num_terms);

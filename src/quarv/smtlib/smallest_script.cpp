@@ -275,6 +275,10 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
     const bool kept = i < script.term_texts.size() && !script.term_texts[i].empty();
     chosen->script.terms[i] = kept ? chosen->manager->true_term : writer.term(script.forms[i]);
   }
+  for (const auto& [symbol, text] : written.variable_sorts()) {
+    if (const auto known = variables.find(symbol); known != variables.end())
+      chosen->script.variable_sorts.emplace(known->second, text);
+  }
   for (auto& [c, name] : written.let_names()) {
     if (const Term* t = writer.known(c)) chosen->script.let_names.emplace(t, name);
   }

@@ -42,6 +42,14 @@ class WrittenForms {
   void let_name(ClassId form, std::string_view name) { let_names_.emplace_back(form, name); }
   /// Names that the user gave by `let`, each to one class and to nothing else: by class.
   std::unordered_map<ClassId, std::string> let_names() const;
+  /// The user wrote the sort of a bound variable so, at the outermost level.
+  void variable_sort(const Symbol* variable, std::string_view text) {
+    variable_sorts_.try_emplace(variable, text);
+  }
+  void forget_variable_sorts() { variable_sorts_.clear(); }
+  const std::unordered_map<const Symbol*, std::string>& variable_sorts() const noexcept {
+    return variable_sorts_;
+  }
   /// The command with this number declares a symbol.
   void declared(const Symbol* symbol, std::size_t command) {
     declared_[symbol] = static_cast<std::uint32_t>(command);
@@ -71,6 +79,7 @@ class WrittenForms {
   NormalForms normal_;
   std::unordered_map<const Operator*, OperatorHead> operator_heads_;
   std::unordered_map<const Symbol*, std::uint32_t> declared_;
+  std::unordered_map<const Symbol*, std::string> variable_sorts_;
   std::vector<std::pair<ClassId, Node>> met_;
   std::vector<std::pair<ClassId, std::string_view>> let_names_;
 };

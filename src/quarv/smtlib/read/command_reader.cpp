@@ -159,6 +159,7 @@ void Reader::change_levels(Script& script, Command::Kind kind, const char* start
 void Reader::reset(Script& script, Command::Kind kind, const char* start) {
   expect_right("the command");
   scopes_.clear();
+  if (written() != nullptr) options_.written->forget_variable_sorts();
   const bool keep_names = kind == Command::Kind::reset_assertions && global_declarations_;
   if (!keep_names) {
     names_.leave(base_scopes_.names);

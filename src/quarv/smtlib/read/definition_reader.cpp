@@ -137,7 +137,13 @@ void Reader::declare_fun(Script& script, const char* start, bool constant) {
   if (declared != nullptr) add_term(script, script.commands.back(), declared, result);
 }
 
-/// The sort as it is printed. Definitions that follow each other are often of one sort.
+/// The sort, which has been read from `start` on, as it is printed: as it was written, or as in the normal
+/// form.
+std::string_view Reader::text_of(const DataType* sort, const char* start) {
+  return options_.written != nullptr ? one_line(start) : std::string_view(text_of(sort));
+}
+
+/// Definitions that follow each other are often of one sort.
 const std::string& Reader::text_of(const DataType* sort) {
   if (sort != last_sort_) {
     last_sort_text_ = sort->to_string();
@@ -158,14 +164,17 @@ std::vector<const Term*> Reader::parameters(std::string& text) {
     if (is_bound_twice(names_.enter(lookup_text(name)))) {
       fail(name.start, "parameter " + std::string(name.text) + " occurs twice");
     }
+    Lexer ahead = lexer_;
+    const char* const sort_start = ahead.next().start;
     const DataType* sort = read_sort();
+    const std::string_view sort_text = text_of(sort, sort_start);
     expect_right("a parameter with its sort");
     variables.push_back(bind_variable(name, sort));
     if (text.back() != '(') text += ' ';
     text += '(';
     append_quoted(text, variables.back()->symbol->name);
     text += ' ';
-    text += text_of(sort);
+    text += sort_text;
     text += ')';
   }
   text += ')';
@@ -193,7 +202,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   Lexer ahead = lexer_;
   const char* const sort_start = ahead.next().start;
   const DataType* result = read_sort();
-  text += options_.written != nullptr ? one_line(sort_start) : std::string_view(text_of(result));
+  text += text_of(result, sort_start);
   text += ' ';
 
   const bool recursive = keyword == "define-fun-rec";

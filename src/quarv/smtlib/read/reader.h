@@ -412,6 +412,7 @@ class QUARV_API Reader {
   SourcePlace place_of(const char* where) const noexcept;
   const char* innermost_parenthesis(const char* where) const;
   std::string_view keep(std::string_view text);
+  std::string_view text_of(const DataType* sort, const char* start);
   const std::string& text_of(const DataType* sort);
 
   Session& session_;

@@ -291,12 +291,18 @@ void Reader::open_quantifier(const char* start, std::string_view binder) {
   do {
     if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a variable with its sort");
     const Token name = expect_symbol("a variable");
+    Lexer ahead = lexer_;
+    const char* const sort_start = ahead.next().start;
     const DataType* sort = read_sort();
+    const std::string_view sort_text =
+        written() != nullptr && scopes_.empty() ? one_line(sort_start) : std::string_view{};
     expect_right("a variable with its sort");
     if (is_bound_twice(names_.enter(lookup_text(name)))) {
       fail(name.start, "the quantifier binds " + std::string(name.text) + " twice");
     }
-    bind_variable(name, sort);
+    const Term* variable = bind_variable(name, sort);
+    // Levels take their sorts with them.
+    if (!sort_text.empty()) options_.written->variable_sort(variable->symbol, sort_text);
     t = next();
   } while (t.kind != TokenKind::right_parenthesis);
 }

@@ -214,7 +214,8 @@ void ScriptWriter::write_quantifier(Node n) {
     first = false;
     write_name(out_, v->symbol->name);
     out_.put(' ');
-    out_.put(m_.type_of(v)->to_string());
+    const auto written = script_.variable_sorts.find(v);
+    out_.put(written != script_.variable_sorts.end() ? written->second : m_.type_of(v)->to_string());
     out_.put(')');
     created(v);
   }
