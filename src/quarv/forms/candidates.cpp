@@ -35,7 +35,7 @@ Candidates::Candidates(const Question& q, const FreeNames& names) {
   candidates_.reserve(num_forms + 1);
   for (ClassId c : classes_) add_forms(q, names, c);
   first_.push_back(static_cast<CandidateId>(candidates_.size()));
-  candidates_.push_back({none, 0, static_cast<std::uint32_t>(parts_.size()), false, false});
+  candidates_.push_back({none, 0, static_cast<std::uint32_t>(parts_.size()), 0, false, false});
 }
 
 void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c) {
@@ -46,9 +46,14 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
     if (!names.is_admissible(c, f)) continue;
     if (f == base) base_.push_back(static_cast<CandidateId>(candidates_.size()));
     const bool is_wanted = q.is_value[c] == 0 || f == base || is_literal(q, f);
+    const auto children = g.children(g.form(f));
+    const auto is_value = [&](ClassId child) { return q.is_value[g.find(child)] != 0; };
+    // A literal may consist of several.
+    const auto num_values = static_cast<std::uint32_t>(
+        children.empty() ? g.cost(f) - 1 : std::ranges::count_if(children, is_value));
     candidates_.push_back(
-        {f, g.cost(f), static_cast<std::uint32_t>(parts_.size()), f < q.num_written, is_wanted});
-    for (ClassId child : g.children(g.form(f))) parts_.push_back(places_[g.find(child)]);
+        {f, g.cost(f), static_cast<std::uint32_t>(parts_.size()), num_values, f < q.num_written, is_wanted});
+    for (ClassId child : children) parts_.push_back(places_[g.find(child)]);
   }
 }
 

@@ -20,8 +20,9 @@ class Candidates {
  public:
   struct Candidate {
     FormId form;
-    std::uint32_t cost;
+    std::uint32_t cost;        ///< nodes of a term that it counts as
     std::uint32_t first_part;  ///< in the list of parts
+    std::uint32_t num_values;  ///< how many of its parts are values
     bool is_written;           ///< the user wrote it so
     bool is_wanted;            ///< not a computation where the class is a value
   };

@@ -25,7 +25,11 @@ class Chooser {
   const std::vector<CandidateId>& chosen() const noexcept { return chosen_; }
 
  private:
-  std::uint32_t cost(CandidateId c) const noexcept { return candidates_[c].cost; }
+  /// What a form counts as: terms, and of as many terms fewer values: (and p q true) is more than (and p q),
+  /// though true may be needed elsewhere.
+  std::uint64_t cost(CandidateId c) const noexcept {
+    return (std::uint64_t{candidates_[c].cost} << term_shift) + candidates_[c].num_values;
+  }
   std::span<const Place> parts(CandidateId c) const noexcept { return candidates_.parts(c); }
   std::uint64_t take(std::span<const Place> places, std::uint64_t most);
   std::uint64_t drop(std::span<const Place> places);
@@ -40,7 +44,8 @@ class Chooser {
   bool try_without(Place p, const std::vector<Place>& users);
   bool do_without();
 
-  static constexpr std::uint64_t most_added = 256;
+  static constexpr int term_shift = 32;
+  static constexpr std::uint64_t most_added = std::uint64_t{256} << term_shift;
   static constexpr std::size_t most_users = 8;  // of a place that all of them shall do without
 
   const Candidates& candidates_;
@@ -231,8 +236,8 @@ Size Chooser::size() const {
   Size size{0, 0};
   for (Place p = 0; p < uses_.size(); ++p) {
     if (uses_[p] == 0) continue;
-    size.terms += cost(chosen_[p]);
-    size.operations += parts(chosen_[p]).empty() ? 0 : 1;
+    size.terms += candidates_[chosen_[p]].cost;
+    size.values += candidates_[chosen_[p]].num_values;
   }
   return size;
 }

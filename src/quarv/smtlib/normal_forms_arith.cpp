@@ -39,11 +39,16 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
     return f.num_children == 0 && g_.head_at(f.head).symbol == nullptr;
   };
   const bool negative = value.sign() < 0;
+  const auto& numbers = numbers_[g_.sort(c) == m_.rat_type ? 1 : 0];
+  const auto is_magnitude = [&](ClassId part) {
+    const auto known = numbers.find(-value);
+    return known != numbers.end() && g_.find(part) == g_.find(known->second);
+  };
   const auto is_literal_of = [&](ClassId part, const mpz_class& wanted) {
     const forms::FormId first = g_.first_form(part);
     if (first == forms::none || g_.find(part) == g_.find(c) || !is_literal(g_.form(first))) return false;
     const std::string& text = g_.head_at(g_.form(first).head).text;
-    return negative || text == natural(wanted, true) || text == natural(wanted, false);
+    return text == natural(wanted, true) || text == natural(wanted, false);
   };
   const std::string_view head = negative ? "-" : "/";
   forms::FormId quotient = forms::none;
@@ -54,8 +59,10 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
         g_.head_at(form.head).text != head)
       continue;
     const auto parts = g_.children(form);
-    if (is_literal_of(parts[0], value.num()) && (negative || is_literal_of(parts[1], value.den())))
-      quotient = f;
+    const bool is_lowest = negative
+                               ? is_magnitude(parts[0])
+                               : is_literal_of(parts[0], value.num()) && is_literal_of(parts[1], value.den());
+    if (is_lowest) quotient = f;
   }
   return quotient != forms::none ? quotient : g_.first_form(c);
 }
