@@ -26,6 +26,11 @@ bool is_all_ones(const TermManager& m, const Term* t) {
   return value != nullptr && mpz_popcount(value->num().get_mpz_t()) == width_of(m, t);
 }
 
+bool is_zero(const TermManager& m, const Term* t) {
+  const QNumber* value = m.get_number(t);
+  return value != nullptr && value->is_zero();
+}
+
 bool is_one(const TermManager& m, const Term* t) {
   const QNumber* value = m.get_number(t);
   return value != nullptr && *value == QNumber(1);
@@ -183,6 +188,11 @@ const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args) {
         }
       }
       return nullptr;
+    case SymbolTag::BV_UDIV:
+      return is_zero(m, args[1]) ? all_ones(m, width_of(m, args[0])) : nullptr;
+    case SymbolTag::BV_UREM:
+    case SymbolTag::BV_SREM:
+      return is_zero(m, args[1]) ? args[0] : nullptr;
     case SymbolTag::BV_SDIV:
       return is_value(m, args[1]) && is_all_ones(m, args[1]) ? m.make_bv_neg(args[0]) : nullptr;
     case SymbolTag::BV_XOR:
