@@ -41,7 +41,12 @@ TEST(Smallest, WritesValuesAsLiterals) {
   EXPECT_EQ(becomes("(= (+ 2 3) (ite p i (+ 3 j)))"), "(= 5 (ite p i (+ 3 j)))");
   const std::string two = "(fp #b0 #x80 #b01000000000000000000000)";
   EXPECT_EQ(becomes("(and (fp.lt f " + two + ") (fp.leq (fp.abs (fp.neg " + two + ")) (fp.abs f)))"),
-            "(let ((?1 (fp #b0 #x80 (_ bv2097152 23)))) (and (fp.lt f ?1) (fp.leq ?1 (fp.abs f))))");
+            "(let ((?1 ((_ to_fp 8 24) #x40200000))) (and (fp.lt f ?1) (fp.leq ?1 (fp.abs f))))");
+  EXPECT_EQ(becomes("(= (fp.add RNE f (fp #b0 #x7f #b00000000000000000000000)) (_ +zero 8 24))"),
+            "(= (fp.add RNE f ((_ to_fp 8 24) #x3f800000)) (_ +zero 8 24))");
+  // Few know the encodings of other formats.
+  EXPECT_EQ(becomes("(exists ((g (_ FloatingPoint 3 6))) (not (not (fp.lt g (fp #b0 #b011 #b00000)))))"),
+            "(exists ((g (_ FloatingPoint 3 6))) (fp.lt g (fp #b0 #b011 #b00000)))");
 }
 
 TEST(Smallest, WritesNumbersInLowestTermsWhereverTheyStand) {
@@ -146,7 +151,7 @@ TEST(Smallest, FoldsAndDecides) {
 TEST(Smallest, KeepsSortsAndDefinitionsByName) {
   const std::string text =
       "(define-sort Byte () (_ BitVec 8))\n(declare-const i Int)\n(define-fun next () Int (+ i 1))\n"
-      "(define-fun half () Float32 (fp #b0 #x7e (_ bv0 23)))\n(assert (< next (* next "
+      "(define-fun half () Float32 ((_ to_fp 8 24) #x3f000000))\n(assert (< next (* next "
       "next)))\n";
   EXPECT_EQ(smallest(text), text);
 }

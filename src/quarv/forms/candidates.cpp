@@ -60,7 +60,7 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
 bool Candidates::is_literal(const Question& q, FormId f) const {
   const auto parts = q.graph.children(q.graph.form(f));
   return parts.empty() ||
-         (q.makes_literal[q.graph.form(f).head] != 0 &&
+         (q.makes_literal[q.graph.form(f).head] == parts.size() &&
           std::ranges::all_of(parts, [&q](ClassId c) { return q.is_value[q.graph.find(c)] != 0; }));
 }
 

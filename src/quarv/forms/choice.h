@@ -18,7 +18,7 @@ struct Question {
   std::span<const FormId> base;
   /// By class, not 0 for a value: it is written as a literal, whatever computation the user wrote.
   std::span<const std::uint8_t> is_value;
-  /// By head, not 0 for one that makes a literal of literals. What consists of nothing is a literal, too.
+  /// By head, of how many literals it makes a literal; 0: of none. What consists of nothing is one, too.
   std::span<const std::uint8_t> makes_literal;
   /// By head.
   std::span<const Scope> scopes;

@@ -167,20 +167,32 @@ void NormalForms::constant(Node n) {
     add_forms(c, integer);
     return form("to_real", {c});
   }
+  if (value != nullptr && m_.is_bv_type(type)) {
+    return form(g_.head(shortest_bits(*value, m_.get_width_from_type(type))), {});
+  }
   std::ostringstream text;
   text.exceptions(std::ios::badbit);
   OutputBuffer out(text);
   write_constant(m_, n, out);
   out.flush();
-  std::string s = std::move(text).str();
-  if (s[0] == '#') {
-    const std::string numeral =
-        "(_ bv" + value->to_string() + ' ' + std::to_string(m_.get_width_from_type(type)) + ')';
-    if (numeral.size() < s.size()) s = numeral;
-  }
+  const std::string s = std::move(text).str();
+  if (s.starts_with("(fp ")) return float_literal(s, *value, type);
   const bool declared = m_.get_tag(t->symbol) == SymbolTag::UF;
-  const auto cost = s.starts_with("(fp ") ? 4u : 1u;
-  form(declared ? g_.head(t->symbol, s) : g_.head(s, cost), {});
+  form(declared ? g_.head(t->symbol, s) : g_.head(s), {});
+}
+
+/// "(fp #b0 #x7f #b00000000000000000000000)", which consists of three literals; also "((_ to_fp 8 24)
+/// #x3f800000)", of one, where people know the encoding by its hexadecimal digits.
+void NormalForms::float_literal(const std::string& text, const QNumber& bits, const DataType* type) {
+  constexpr std::uint32_t cost_of_three_parts = 4;
+  form(g_.head(text, cost_of_three_parts), {});
+  std::size_t ew, mw;
+  m_.get_format_from_type(type, &ew, &mw);
+  const std::size_t width = 1 + ew + mw;
+  if (width % 4 != 0) return;
+  const ClassId encoding = leaf(digits_of_bits(bits, width), m_.get_bv_type(width));
+  values_.push_back(encoding);
+  form(g_.head("(_ to_fp " + std::to_string(ew) + ' ' + std::to_string(mw + 1) + ')'), Args(&encoding, 1));
 }
 
 /// An operator with its arguments.

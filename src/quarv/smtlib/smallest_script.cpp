@@ -229,8 +229,10 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   for (ClassId c : normal.values()) is_value[graph.find(c)] = 1;
   question.is_value = is_value;
   std::vector<std::uint8_t> makes_literal(graph.num_heads());
-  for (forms::HeadId h = 0; h < graph.num_heads(); ++h)
-    makes_literal[h] = graph.head_at(h).text == "fp" ? 1 : 0;
+  for (forms::HeadId h = 0; h < graph.num_heads(); ++h) {
+    const std::string& text = graph.head_at(h).text;
+    makes_literal[h] = text == "fp" ? 3 : text.starts_with("(_ to_fp ") ? 1 : 0;
+  }
   question.makes_literal = makes_literal;
   std::vector<forms::Scope> scopes;
   const auto visible = visibility(written, script);

@@ -1,6 +1,7 @@
 #include <charconv>
 #include <optional>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 
 #include <quarv/numbers/bv_number.h>
@@ -122,6 +123,21 @@ void write_float(const QNumber& bits, std::size_t ew, std::size_t mw, OutputBuff
 }
 
 }  // namespace
+
+std::string digits_of_bits(const QNumber& value, std::size_t width) {
+  std::ostringstream text;
+  text.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
+  OutputBuffer out(text);
+  write_bits(value, width, out);
+  out.flush();
+  return std::move(text).str();
+}
+
+std::string shortest_bits(const QNumber& value, std::size_t width) {
+  std::string digits = digits_of_bits(value, width);
+  std::string numeral = "(_ bv" + value.to_string() + ' ' + std::to_string(width) + ')';
+  return numeral.size() < digits.size() ? numeral : digits;
+}
 
 std::string decimal_text(const QNumber& value) {
   const mpz_class denominator = value.den();

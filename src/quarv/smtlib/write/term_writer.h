@@ -59,6 +59,11 @@ void write_constant(const TermManager& m, Node n, OutputBuffer& out);
 /// 0)".
 void write_head(const TermManager& m, const Symbol* s, OutputBuffer& out);
 
+/// A bit-vector literal: hexadecimal or binary digits.
+std::string digits_of_bits(const QNumber& value, std::size_t width);
+/// Likewise, or as "(_ bv5 100)" where that is shorter.
+std::string shortest_bits(const QNumber& value, std::size_t width);
+
 /// An integer as a numeral, any other number as a decimal or fraction; "(- n)" when negative. A Real has a
 /// decimal point.
 void write_number(const QNumber& value, OutputBuffer& out, bool as_real);
