@@ -84,7 +84,10 @@ const Term* simplify_equal(TermManager& m, const Symbol* s, Args args) {
     if (!is_ite(m, args[i])) continue;
     if (const Term* t = ite_equals(m, args[i], args[1 - i])) return t;
   }
-  if (m.is_bv_type(m.type_of(a))) return simplify_bit_comparison(m, s, args);
+  if (m.is_bv_type(m.type_of(a))) {
+    const Term* t = cancel_in_bit_sums(m, a, b);
+    return t != nullptr ? t : simplify_bit_comparison(m, s, args);
+  }
   if (m.is_array_type(m.type_of(a))) {
     if (const Term* t = arrays_equal(m, a, b)) return t;
     return arrays_equal(m, b, a);

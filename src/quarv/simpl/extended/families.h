@@ -42,6 +42,8 @@ const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args
 const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args);
 /// Equalities and comparisons, decided or made narrower.
 const Term* simplify_bit_comparison(TermManager& m, const Symbol* s, Args args);
+/// What two equal sums have in common is taken out of both.
+const Term* cancel_in_bit_sums(TermManager& m, const Term* a, const Term* b);
 /// Identities of single operators, whatever the order of their operands.
 const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args);
 /// Operators that make a single bit: the flags of a processor.
