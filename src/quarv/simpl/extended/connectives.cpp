@@ -3,6 +3,7 @@
 #include <optional>
 
 #include <quarv/numbers/bv_number.h>
+#include <quarv/simpl/extended/equalities.h>
 #include <quarv/simpl/extended/facts.h>
 #include <quarv/simpl/extended/families.h>
 #include <quarv/simpl/extended/relations.h>
@@ -159,6 +160,77 @@ bool is_plain(const TermManager& m, Args args) {
          are_complementary(m, args[0], args[1]);
 }
 
+/// What the operands of a conjunction say where it holds, those of a disjunction where it does not: literals,
+/// also those of operands that say several at once.
+class Said {
+ public:
+  struct Item {
+    Literal literal;
+    const Term** operand;  // null for what an operand says beside others
+  };
+
+  Said(const Lattice& l, Operands& left, Operands& right) : l_(l) {
+    for (Operands* side : {&left, &right}) {
+      for (const Term*& t : *side) add(t);
+    }
+  }
+  auto begin() { return items_.begin(); }
+  auto end() { return items_.begin() + static_cast<std::ptrdiff_t>(size_); }
+
+ private:
+  void add(const Term*& t) {
+    const Literal literal(l_.m, t, l_.is_conjunction());
+    const Symbol* several = literal.positive ? l_.m.and_symbol : l_.m.or_symbol;
+    if (literal.atom->symbol != several) return push({literal, &t});
+    Operands inner({l_.m, several, nullptr, nullptr}, literal.atom);
+    for (const Term* part : inner) push({Literal(l_.m, part, literal.positive), nullptr});
+  }
+  void push(const Item& item) {
+    if (size_ < items_.size()) items_[size_++].emplace(item);
+  }
+
+  const Lattice& l_;
+  std::array<std::optional<Item>, 32> items_;
+  std::size_t size_ = 0;
+};
+
+bool is_equation(const TermManager& m, const Literal& literal) {
+  return literal.atom->symbol == m.iff_symbol ||
+         (literal.positive && has_tag(m, literal.atom, SymbolTag::EQ));
+}
+
+/// Equations among the operands that follow from others are taken out: (and (= x y) (= y z) (= x z)). Null
+/// where there is none.
+const Term* without_implied_equations(const Lattice& l, Operands& left, Operands& right) {
+  Said said(l, left, right);
+  const auto num_equations =
+      std::count_if(said.begin(), said.end(), [&l](const auto& x) { return is_equation(l.m, x->literal); });
+  if (num_equations < 2) return nullptr;
+  const Term* absorbing = l.is_conjunction() ? l.m.false_term : l.m.true_term;
+  Equalities known;
+  bool any = false;
+  // What is said beside other things stays, so that it comes first.
+  for (const bool may_go : {false, true}) {
+    for (const auto& x : said) {
+      const auto [literal, operand] = *x;
+      if (!is_equation(l.m, literal) || (operand != nullptr) != may_go) continue;
+      const auto outcome = known.assume(literal.atom->args[0], literal.atom->args[1], !literal.positive);
+      if (outcome == Equalities::Outcome::contradiction) return absorbing;
+      if (outcome != Equalities::Outcome::known || !may_go) continue;
+      *operand = l.neutral;
+      any = true;
+    }
+  }
+  for (const auto& x : said) {
+    const Literal& literal = x->literal;
+    const bool differs = !literal.positive && has_tag(l.m, literal.atom, SymbolTag::EQ);
+    if (differs && known.are_equal(literal.atom->args[0], literal.atom->args[1])) return absorbing;
+  }
+  if (!any) return nullptr;
+  const Term* rest = joined(l, l.neutral, right);
+  return joined(l, rest, left);
+}
+
 const Term* simplify_lattice(const Lattice& l, Args args) {
   if (is_plain(l.m, args)) return nullptr;
   Operands left(l, args[0]);
@@ -175,7 +247,7 @@ const Term* simplify_lattice(const Lattice& l, Args args) {
       return joined(l, rest, left);
     }
   }
-  return nullptr;
+  return without_implied_equations(l, left, right);
 }
 
 }  // namespace
