@@ -47,7 +47,11 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
     if (f == base) base_.push_back(static_cast<CandidateId>(candidates_.size()));
     const bool is_wanted = q.is_value[c] == 0 || f == base || is_literal(q, f);
     const auto children = g.children(g.form(f));
-    const auto is_value = [&](ClassId child) { return q.is_value[g.find(child)] != 0; };
+    // Of two operands one may well be a number; true and false say nothing.
+    const auto is_value = [&](ClassId child) {
+      return q.is_value[g.find(child)] != 0 &&
+             (children.size() > 2 || g.sort(child) == g.sort(child)->manager().bool_type);
+    };
     // A literal may consist of several.
     const auto num_values = static_cast<std::uint32_t>(
         children.empty() ? g.cost(f) - 1 : std::ranges::count_if(children, is_value));

@@ -25,10 +25,15 @@ class Chooser {
   const std::vector<CandidateId>& chosen() const noexcept { return chosen_; }
 
  private:
-  /// What a form counts as: terms, and of as many terms fewer values: (and p q true) is more than (and p q),
-  /// though true may be needed elsewhere.
+  /// What a form counts as: terms; of as many terms fewer operations; then fewer values: (and p q true) is
+  /// more than (and p q), though true may be needed elsewhere.
   std::uint64_t cost(CandidateId c) const noexcept {
-    return (std::uint64_t{candidates_[c].cost} << term_shift) + candidates_[c].num_values;
+    const Candidates::Candidate& own = candidates_[c];
+    return (std::uint64_t{own.cost} << term_shift) + (std::uint64_t{is_operation(c)} << operation_shift) +
+           own.num_values;
+  }
+  bool is_operation(CandidateId c) const noexcept {
+    return candidates_[c].cost > 1 || !candidates_.parts(c).empty();
   }
   std::span<const Place> parts(CandidateId c) const noexcept { return candidates_.parts(c); }
   std::uint64_t take(std::span<const Place> places, std::uint64_t most);
@@ -44,7 +49,8 @@ class Chooser {
   bool try_without(Place p, const std::vector<Place>& users);
   bool do_without();
 
-  static constexpr int term_shift = 32;
+  static constexpr int term_shift = 40;
+  static constexpr int operation_shift = 20;
   static constexpr std::uint64_t most_added = std::uint64_t{256} << term_shift;
   static constexpr std::size_t most_users = 8;  // of a place that all of them shall do without
 
@@ -233,10 +239,11 @@ void Chooser::improve() {
 }
 
 Size Chooser::size() const {
-  Size size{0, 0};
+  Size size{0, 0, 0};
   for (Place p = 0; p < uses_.size(); ++p) {
     if (uses_[p] == 0) continue;
     size.terms += candidates_[chosen_[p]].cost;
+    size.operations += is_operation(chosen_[p]) ? 1 : 0;
     size.values += candidates_[chosen_[p]].num_values;
   }
   return size;

@@ -28,8 +28,9 @@ struct Question {
 
 /// How large the roots are, with all that they consist of, each class counted once.
 struct Size {
-  std::uint64_t terms = ~std::uint64_t{0};   ///< by the costs of the forms; the largest number: unknown
-  std::uint64_t values = ~std::uint64_t{0};  ///< how often forms consist of values
+  std::uint64_t terms = ~std::uint64_t{0};       ///< by the costs of the forms; the largest number: unknown
+  std::uint64_t operations = ~std::uint64_t{0};  ///< forms that consist of others
+  std::uint64_t values = ~std::uint64_t{0};      ///< how often forms consist of values
 
   auto operator<=>(const Size&) const = default;
 };

@@ -143,10 +143,21 @@ class Side {
   const Term* sum_ = nullptr;
 };
 
+/// Both have an operand in common, or one is an operand of the other: rules see that.
+bool have_common_operand(const TermManager& m, const Term* a, const Term* b) {
+  const auto operands = [&m](const Term*& t) {
+    return has_tag(m, t, SymbolTag::BV_ADD) ? m.args_of(t) : Args(&t, 1);
+  };
+  const Args x = operands(a);
+  const Args y = operands(b);
+  return std::ranges::any_of(x, [y](const Term* t) { return std::ranges::find(y, t) != y.end(); });
+}
+
 }  // namespace
 
 const Term* cancel_in_bit_sums(TermManager& m, const Term* a, const Term* b) {
   if (!has_tag(m, a, SymbolTag::BV_ADD) && !has_tag(m, b, SymbolTag::BV_ADD)) return nullptr;
+  if (have_common_operand(m, a, b)) return nullptr;
   const std::size_t width = width_of(m, a);
   BitSum left_sum(m, width);
   BitSum right_sum(m, width);
