@@ -254,10 +254,22 @@ Proof.
   f_equal. apply (value_ext w); auto.
 Qed.
 
+Lemma bveq_iff : forall s t, width s = width t -> bveq s t = true <-> s = t.
+Proof.
+  intros [w x] [w' y] W. cbn in W. subst w'. unfold bveq. cbn [bv2nat]. rewrite Z.eqb_eq.
+  split; intro E; [subst; reflexivity | injection E; auto].
+Qed.
+
 Lemma nat_of_bit_range : forall b, 0 <= nat_of_bit b < 2 ^ 1.
 Proof. intros []; cbn; lia. Qed.
 
 Lemma bit_nat_of_bit : forall b, Z.testbit (nat_of_bit b) 0 = b.
+Proof. intros []; reflexivity. Qed.
+
+Lemma nat_of_bit_eqb_1 : forall b, (nat_of_bit b =? 1) = b.
+Proof. intros []; reflexivity. Qed.
+
+Lemma nat_of_bit_eqb_0 : forall b, (nat_of_bit b =? 0) = negb b.
 Proof. intros []; reflexivity. Qed.
 
 (** ** Rotations *)
@@ -336,6 +348,44 @@ Proof.
   replace (j + width t) with (j + 1 * width t) by lia. rewrite Z_mod_plus_full. apply Z.mod_small; lia.
 Qed.
 
+Lemma rotate_left_right : forall n t, 0 <= n -> in_range t -> rotate_left n (rotate_right n t) = t.
+Proof.
+  intros n t Hn Ht. destruct (rotate_right_bits n t Hn Ht) as [R [W B]].
+  destruct (rotate_left_bits n _ Hn R) as [R' [W' B']]. rewrite W in *. apply bv_ext; auto.
+  intros i Hi. rewrite W' in Hi. rewrite B', B by (try apply Z.mod_pos_bound; lia). f_equal.
+  rewrite Zplus_mod_idemp_l. replace (i - n + n) with i by lia. apply Z.mod_small; auto.
+Qed.
+
+Lemma rotate_right_left : forall n t, 0 <= n -> in_range t -> rotate_right n (rotate_left n t) = t.
+Proof.
+  intros n t Hn Ht. destruct (rotate_left_bits n t Hn Ht) as [R [W B]].
+  destruct (rotate_right_bits n _ Hn R) as [R' [W' B']]. rewrite W in *. apply bv_ext; auto.
+  intros i Hi. rewrite W' in Hi. rewrite B', B by (try apply Z.mod_pos_bound; lia). f_equal.
+  rewrite Zminus_mod_idemp_l. replace (i + n - n) with i by lia. apply Z.mod_small; auto.
+Qed.
+
+Lemma width_rotate_left : forall n t, 0 <= n -> in_range t -> width (rotate_left n t) = width t.
+Proof. intros n t Hn Ht. apply (rotate_left_bits n t Hn Ht). Qed.
+
+Lemma width_rotate_right : forall n t, 0 <= n -> in_range t -> width (rotate_right n t) = width t.
+Proof. intros n t Hn Ht. apply (rotate_right_bits n t Hn Ht). Qed.
+
+Lemma bveq_rotate_left : forall n s t, 0 <= n -> in_range s -> in_range t -> width s = width t ->
+  bveq (rotate_left n s) (rotate_left n t) = bveq s t.
+Proof.
+  intros n s t Hn Hs Ht W. apply eq_true_iff_eq. rewrite !bveq_iff by (rewrite ?width_rotate_left; auto).
+  split; intro E; [|subst; reflexivity].
+  rewrite <- (rotate_right_left n s), <- (rotate_right_left n t), E by auto. reflexivity.
+Qed.
+
+Lemma bveq_rotate_right : forall n s t, 0 <= n -> in_range s -> in_range t -> width s = width t ->
+  bveq (rotate_right n s) (rotate_right n t) = bveq s t.
+Proof.
+  intros n s t Hn Hs Ht W. apply eq_true_iff_eq. rewrite !bveq_iff by (rewrite ?width_rotate_right; auto).
+  split; intro E; [|subst; reflexivity].
+  rewrite <- (rotate_left_right n s), <- (rotate_left_right n t), E by auto. reflexivity.
+Qed.
+
 (** ** Two's complement *)
 
 Definition signed (w x : Z) : Z := if Z.testbit x (w - 1) then x - 2 ^ w else x.
@@ -372,6 +422,17 @@ Proof.
   - unfold signed. destruct (Z.testbit x (w - 1)); [|apply (bit_above _ w); auto].
     replace (x - 2 ^ w) with (Z.lnot (2 ^ w - 1 - x)) by (unfold Z.lnot, Z.pred; lia).
     rewrite Z.lnot_spec, (bit_above _ w) by lia. reflexivity.
+Qed.
+
+(** A signed number that fits the width is what its bits say. *)
+Lemma signed_of_mod : forall w a, 0 < w -> - 2 ^ (w - 1) <= a < 2 ^ (w - 1) -> signed w (a mod 2 ^ w) = a.
+Proof.
+  intros w a Hw Ha. pose proof (pow2_half w Hw).
+  assert (E : a mod 2 ^ w = a /\ 0 <= a \/ a mod 2 ^ w = a + 2 ^ w /\ a < 0).
+  { destruct (Z_lt_le_dec a 0); [right|left]; split; auto.
+    - symmetry; apply (Z.mod_unique _ _ (-1)); lia.
+    - apply Z.mod_small; lia. }
+  destruct (signed_cases w (a mod 2 ^ w) Hw ltac:(apply mod_range; lia)); lia.
 Qed.
 
 Lemma sign_extend_eq : forall n t, 0 <= n -> in_range t ->
@@ -518,6 +579,9 @@ Qed.
 Lemma pow2_eqb_0 : forall n, 0 <= n -> (2 ^ n =? 0) = false.
 Proof. intros. pose proof (pow2_pos n H). lia. Qed.
 
+Lemma pow2_succ : forall n, 0 <= n -> 2 ^ (n + 1) = 2 * 2 ^ n.
+Proof. intros. apply Z.pow_succ_r; auto. Qed.
+
 Lemma pow2_le : forall m n, m <= n -> 2 ^ m <= 2 ^ n.
 Proof. intros. apply Z.pow_le_mono_r; lia. Qed.
 
@@ -554,6 +618,10 @@ Qed.
 Lemma eqb_iff : forall a b c d, (a = b <-> c = d) -> (a =? b) = (c =? d).
 Proof. intros. apply eq_true_iff_eq. rewrite !Z.eqb_eq. auto. Qed.
 
+(** The first parts of concatenations. *)
+Lemma concat_eqb_first : forall a b c n, 0 <= n -> (a * 2 ^ n + b =? c * 2 ^ n + b) = (a =? c).
+Proof. intros a b c n Hn. apply eqb_iff. pose proof (pow2_pos n Hn). nia. Qed.
+
 Lemma lor_ge : forall a b, 0 <= a -> 0 <= b -> a <= Z.lor a b.
 Proof.
   intros. apply Z.ldiff_le; [apply Z.lor_nonneg; auto|]. apply Z.bits_inj'; intros i Hi.
@@ -577,4 +645,52 @@ Lemma land_bounds : forall a b, 0 <= a -> 0 <= b -> 0 <= Z.land a b /\ Z.land a 
 Proof.
   intros a b Ha Hb. pose proof (land_le a b). pose proof (land_le b a). rewrite (Z.land_comm b a) in *.
   split; [apply Z.land_nonneg|]; auto.
+Qed.
+
+Lemma quotient_bounds : forall a b, 0 <= a -> 0 <= b -> 0 <= a / b <= a.
+Proof.
+  intros a b Ha Hb. destruct (Z.eq_dec b 0) as [->|]; [rewrite Zdiv_0_r; lia|].
+  split; [apply Z.div_pos; lia|]. apply Z.div_le_upper_bound; nia.
+Qed.
+
+Lemma remainder_bounds : forall a b, 0 <= a -> 0 <= b -> 0 <= a mod b <= a.
+Proof.
+  intros a b Ha Hb. destruct (Z.eq_dec b 0) as [->|]; [rewrite Zmod_0_r; lia|].
+  split; [apply Z.mod_pos_bound; lia|]. apply Z.mod_le; lia.
+Qed.
+
+Lemma remainder_range : forall a b M, 0 <= a < M -> 0 <= b -> 0 <= a mod b < M.
+Proof. intros. pose proof (remainder_bounds a b). lia. Qed.
+
+(** ** The sign *)
+
+Lemma signed_sext : forall w n x, 0 < w -> 0 <= n -> 0 <= x < 2 ^ w ->
+  signed (w + n) (signed w x mod 2 ^ (w + n)) = signed w x.
+Proof.
+  intros w n x Hw Hn Hx. apply signed_of_mod; [lia|]. pose proof (pow2_le (w - 1) (w + n - 1)).
+  pose proof (pow2_half w Hw). destruct (signed_cases w x Hw Hx) as [[-> ?]|[-> ?]]; lia.
+Qed.
+
+(** The sign bit turned over: half of the range is added or taken away. *)
+Lemma lxor_sign : forall w x, 0 < w -> 0 <= x < 2 ^ w -> Z.lxor x (2 ^ (w - 1)) = signed w x + 2 ^ (w - 1).
+Proof.
+  intros w x Hw Hx. pose proof (pow2_half w Hw) as P. pose proof (pow2_pos (w - 1) ltac:(lia)) as P'.
+  assert (L : forall y, 0 <= y < 2 ^ (w - 1) -> Z.lxor y (2 ^ (w - 1)) = y + 2 ^ (w - 1)).
+  { intros y Hy. symmetry. apply Z.add_nocarry_lxor. apply Z.bits_inj'; intros i Hi.
+    rewrite Z.land_spec, Z.bits_0. destruct (Z_lt_le_dec i (w - 1)).
+    - rewrite (Z.pow2_bits_false (w - 1) i) by lia. apply andb_false_r.
+    - rewrite (bit_above y (w - 1) i) by lia. reflexivity. }
+  destruct (signed_cases w x Hw Hx) as [[-> ?]|[-> ?]]; [apply L; lia|].
+  replace x with (Z.lxor (x - 2 ^ (w - 1)) (2 ^ (w - 1))) at 1 by (rewrite L; lia).
+  rewrite Z.lxor_assoc, Z.lxor_nilpotent, Z.lxor_0_r. lia.
+Qed.
+
+(** Taken out alone. *)
+Lemma sign_bit : forall w x, 0 < w -> 0 <= x < 2 ^ w ->
+  (x / 2 ^ (w - 1)) mod 2 ^ 1 = 1 /\ 2 ^ (w - 1) <= x \/ (x / 2 ^ (w - 1)) mod 2 ^ 1 = 0 /\ x < 2 ^ (w - 1).
+Proof.
+  intros w x Hw Hx. pose proof (extract_bit (w - 1) (make_bv w x) ltac:(lia)) as E.
+  apply (f_equal bv2nat) in E. unfold extract, nat2bv, bit in E. cbn [width bv2nat] in E.
+  replace (w - 1 - (w - 1) + 1) with 1 in E by lia. rewrite E, msb by auto.
+  destruct (Z.leb_spec (2 ^ (w - 1)) x); auto.
 Qed.

@@ -27,7 +27,8 @@ Ltac range :=
   | apply land_range; [lia|range|range]
   | apply lor_range; [lia|range|range]
   | apply lxor_range; [lia|range|range]
-  | apply concat_range; [lia|lia|range|range] ].
+  | apply concat_range; [lia|lia|range|range]
+  | apply remainder_range; [range|lia] ].
 
 Ltac compute_ops :=
   cbv beta iota zeta delta [width bv2nat nat2bv bit literal concat extract bvnot bvand bvor bvxor bvnand bvnor
@@ -53,6 +54,16 @@ Ltac close e :=
 Ltac closed_forms :=
   unfold bvsgt, bvsge in *;
   repeat match goal with
+  | |- context [width (rotate_left ?n ?t)] => rewrite (width_rotate_left n t) in * by first [lia | in_range]
+  | |- context [width (rotate_right ?n ?t)] => rewrite (width_rotate_right n t) in * by first [lia | in_range]
+  | H : context [width (rotate_left ?n ?t)] |- _ => rewrite (width_rotate_left n t) in * by first [lia | in_range]
+  | H : context [width (rotate_right ?n ?t)] |- _ => rewrite (width_rotate_right n t) in * by first [lia | in_range]
+  | |- context [bveq (rotate_left ?n ?s) (rotate_left ?n ?t)] =>
+    rewrite (bveq_rotate_left n s t) by first [lia | in_range | same_width]
+  | |- context [bveq (rotate_right ?n ?s) (rotate_right ?n ?t)] =>
+    rewrite (bveq_rotate_right n s t) by first [lia | in_range | same_width]
+  | |- context [rotate_left ?n (rotate_right ?n ?t)] => rewrite (rotate_left_right n t) by first [lia | in_range]
+  | |- context [rotate_right ?n (rotate_left ?n ?t)] => rewrite (rotate_right_left n t) by first [lia | in_range]
   | |- context [zero_extend ?n ?t] => close (zero_extend n t)
   | |- context [sign_extend ?n ?t] => close (sign_extend n t)
   | |- context [bvashr ?s ?t] => close (bvashr s t)
@@ -88,8 +99,24 @@ Ltac split_and :=
     end
   end.
 
+(** Widths that are found equal become one variable: [lia] sees only powers of the same exponent as one number. *)
+Ltac equal_widths :=
+  repeat match goal with
+  | H : ?v + _ = ?w + _ |- _ =>
+    is_var v; is_var w; assert_fails (constr_eq v w);
+    let E := fresh in assert (E : v = w) by lia; subst v
+  end.
+
 (** What [lia] should know of the powers of 2. *)
 Ltac with_powers :=
+  repeat match goal with
+  | H : ?w <= ?k |- context [2 ^ ?k] =>
+    is_var w; is_var k;
+    lazymatch goal with
+    | _ : 2 ^ w <= 2 ^ k |- _ => fail
+    | _ => pose proof (pow2_le w k H)
+    end
+  end;
   repeat match goal with
   | H : 0 < ?w |- _ =>
     assert_fails (constr_eq w word);  (* 2 to that power is better not computed *)
@@ -116,6 +143,10 @@ Ltac small :=
   | |- context [Z.rem ?a (signed ?w 1)] => rewrite (rem_signed_1 w a) by lia
   | |- context [signed ?w 0] => rewrite (signed_0 w) by lia
   | |- context [2 ^ ?n =? 0] => rewrite (pow2_eqb_0 n) by lia
+  | |- context [nat_of_bit ?b =? 1] => rewrite (nat_of_bit_eqb_1 b)
+  | |- context [nat_of_bit ?b =? 0] => rewrite (nat_of_bit_eqb_0 b)
+  | |- context [signed (?w + ?n) (signed ?w ?x mod 2 ^ (?w + ?n))] => rewrite (signed_sext w n x) by lia
+  | |- context [?a * 2 ^ ?n + ?b =? ?c * 2 ^ ?n + ?b] => rewrite (concat_eqb_first a b c n) by lia
   | |- context [1 =? 0] => change (1 =? 0) with false; cbv iota
   | |- context [(?a / 2 ^ ?n) mod 2 ^ 1 =? 1] => rewrite (one_bit_eqb_1 a n) by lia
   | |- context [(?a / 2 ^ ?n) mod 2 ^ 1 =? 0] => rewrite (one_bit_eqb_0 a n) by lia
@@ -135,7 +166,7 @@ Ltac conclude :=
 
 (** All of it; what remains is about numbers. *)
 Ltac start :=
-  suppose; destruct_bvs; do 2 (closed_forms; compute_ops; words; subst); with_powers; conclude;
+  suppose; destruct_bvs; do 2 (closed_forms; compute_ops; words; subst); equal_widths; with_powers; conclude;
   try (apply bv_eq; [try lia|]); small.
 
 (** ** Bits *)
@@ -237,6 +268,9 @@ Ltac mod_cases :=
       let E := fresh in destruct (neg_mod_cases b M) as [[E ?]|[E ?]]; [lia|rewrite E in *|rewrite E in *]
   | |- context [?a mod ?M] => no_mod a; rewrite (Z.mod_small a M) in * by lia
   | |- context [Z.testbit ?x (?w - 1)] => no_mod x; rewrite (msb w x) by lia
+  | |- context [Z.lxor ?x (2 ^ (?w - 1))] => no_mod x; rewrite (lxor_sign w x) by lia
+  | |- context [(?x / 2 ^ (?w - 1)) mod 2 ^ 1] =>
+      let E := fresh in destruct (sign_bit w x) as [[E ?]|[E ?]]; [lia|lia|rewrite E in *|rewrite E in *]
   | |- context [signed ?w ?x mod 2 ^ (?w + ?n)] => no_mod x;
       let E := fresh in destruct (sext_cases w n x) as [? [[E ?]|[E ?]]]; [lia|lia|lia|rewrite E in *|rewrite E in *]
   | |- context [signed ?w ?x] => no_mod x;
@@ -255,9 +289,23 @@ Ltac bounds :=
     | _ : 0 <= Z.land a b /\ _ |- _ => fail
     | _ => pose proof (land_bounds a b ltac:(range) ltac:(range))
     end
+  | |- context [?a / ?b] =>
+    lazymatch goal with
+    | _ : 0 <= a / b <= a |- _ => fail
+    | _ => pose proof (quotient_bounds a b ltac:(lia) ltac:(first [lia | apply Z.pow_nonneg; lia]))
+    end
+  | |- context [?a mod ?b] =>
+    is_var b;
+    lazymatch goal with
+    | _ : 0 <= a mod b <= a |- _ => fail
+    | _ => pose proof (remainder_bounds a b ltac:(lia) ltac:(lia))
+    end
   end.
 
-Ltac linear := bounds; mod_cases; lia.
+Ltac next_powers :=
+  repeat match goal with |- context [2 ^ (?w + 1)] => rewrite (pow2_succ w) in * by lia end.
+
+Ltac linear := bounds; mod_cases; next_powers; lia.
 
 (** ** Width 1 *)
 

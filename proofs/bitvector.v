@@ -28,17 +28,6 @@ Proof. intro H. pose proof (H (make_bv 2 0) (make_bv 2 0)) as A. refute A. Qed.
 
 (** ** Shifts *)
 
-(** A signed number that fits the width is what its bits say. *)
-Lemma signed_of_mod : forall w a, 0 < w -> - 2 ^ (w - 1) <= a < 2 ^ (w - 1) -> signed w (a mod 2 ^ w) = a.
-Proof.
-  intros w a Hw Ha. pose proof (pow2_half w Hw).
-  assert (E : a mod 2 ^ w = a /\ 0 <= a \/ a mod 2 ^ w = a + 2 ^ w /\ a < 0).
-  { destruct (Z_lt_le_dec a 0); [right|left]; split; auto.
-    - symmetry; apply (Z.mod_unique _ _ (-1)); lia.
-    - apply Z.mod_small; lia. }
-  destruct (signed_cases w (a mod 2 ^ w) Hw ltac:(apply mod_range; lia)); lia.
-Qed.
-
 Theorem proof_67 : holds_67.
 Proof.
   start. pose proof (pow2_pos v_c1 ltac:(lia)). pose proof (pow2_pos v_c2 ltac:(lia)).
