@@ -106,6 +106,10 @@ Definition bvsle (s t : bv) : bool :=
 Definition bvsgt (s t : bv) : bool := bvslt t s.
 Definition bvsge (s t : bv) : bool := bvsle t s.
 
+(** ** If-then-else, of any sort *)
+
+Definition ite {A : Type} (p : bool) (s t : A) : A := if p then s else t.
+
 (** ** Sorts
 
     Widths and integers of a rule are machine words: unsigned numbers of 64 bits. *)

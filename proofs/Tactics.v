@@ -145,6 +145,7 @@ Ltac small :=
   | |- context [2 ^ ?n =? 0] => rewrite (pow2_eqb_0 n) by lia
   | |- context [nat_of_bit ?b =? 1] => rewrite (nat_of_bit_eqb_1 b)
   | |- context [nat_of_bit ?b =? 0] => rewrite (nat_of_bit_eqb_0 b)
+  | |- context [?n =? nat_of_bit ?b] => rewrite (Z.eqb_sym n (nat_of_bit b))
   | |- context [signed (?w + ?n) (signed ?w ?x mod 2 ^ (?w + ?n))] => rewrite (signed_sext w n x) by lia
   | |- context [?a * 2 ^ ?n + ?b =? ?c * 2 ^ ?n + ?b] => rewrite (concat_eqb_first a b c n) by lia
   | |- context [1 =? 0] => change (1 =? 0) with false; cbv iota
@@ -155,18 +156,29 @@ Ltac small :=
   end;
   rewrite ?Z.pow_0_r, ?Z.div_1_r, ?Z.mul_1_r, ?Z.mul_1_l, ?Z.mul_0_l, ?Z.mul_0_r, ?Z.add_0_l, ?Z.sub_0_r.
 
-(** Names the terms and integers of a rule, and what it supposes. *)
+(** Names the terms and integers of a rule, and what it supposes; each order of an unordered rule is a goal. *)
 Ltac suppose :=
   red; intros;
   match goal with |- ?P => red end;
+  repeat match goal with |- _ /\ _ => split end;
+  match goal with |- _ -> _ => idtac | _ => red end;
   let H := fresh "A" in intro H; red in H; unfold_sorts; split_and; subst.
+
+(** Tries truth values and the conditions of if-then-else. *)
+Ltac truth_cases :=
+  repeat match goal with p : bool |- _ => destruct p end;
+  cbv beta iota delta [ite] in *;
+  repeat (match goal with
+  | |- context [if ?p then _ else _] => let E := fresh in destruct p eqn:E
+  | H : context [if ?p then _ else _] |- _ => let E := fresh in destruct p eqn:E
+  end; cbv iota in * ).
 
 Ltac conclude :=
   repeat match goal with |- _ /\ _ => split end; try lia.
 
 (** All of it; what remains is about numbers. *)
 Ltac start :=
-  suppose; destruct_bvs; do 2 (closed_forms; compute_ops; words; subst); equal_widths; with_powers; conclude;
+  suppose; truth_cases; destruct_bvs; do 2 (closed_forms; compute_ops; words; subst); equal_widths; with_powers; conclude;
   try (apply bv_eq; [try lia|]); small.
 
 (** ** Bits *)
@@ -269,6 +281,7 @@ Ltac mod_cases :=
   | |- context [?a mod ?M] => no_mod a; rewrite (Z.mod_small a M) in * by lia
   | |- context [Z.testbit ?x (?w - 1)] => no_mod x; rewrite (msb w x) by lia
   | |- context [Z.lxor ?x (2 ^ (?w - 1))] => no_mod x; rewrite (lxor_sign w x) by lia
+  | |- context [Z.lxor (2 ^ (?w - 1)) ?x] => no_mod x; rewrite (Z.lxor_comm (2 ^ (w - 1)) x)
   | |- context [(?x / 2 ^ (?w - 1)) mod 2 ^ 1] =>
       let E := fresh in destruct (sign_bit w x) as [[E ?]|[E ?]]; [lia|lia|rewrite E in *|rewrite E in *]
   | |- context [signed ?w ?x mod 2 ^ (?w + ?n)] => no_mod x;

@@ -105,3 +105,79 @@ Definition rule_6 (ones' c0' t : bv) (in' : Z) : Prop :=
 Definition holds_6 : Prop := forall (ones' c0' t : bv) (in' : Z), rule_6 ones' c0' t in'.
 Definition holds_6_where (also : bv -> bv -> bv -> Z -> Prop) : Prop := forall (ones' c0' t : bv) (in' : Z), also ones' c0' t in' -> rule_6 ones' c0' t in'.
 Definition never_6 : Prop := forall (ones' c0' t : bv) (in' : Z), ~ applies_6 ones' c0' t in'.
+
+(** Rule 7: unordered((bvadd(t, u) == t_0), identity(t, t_0)) >> (u == 0) *)
+Definition applies_7_order_1 (t u t_0 : bv) : Prop :=
+  is_bv t /\
+  is_bv u /\
+  is_bv t_0 /\
+  same_width t u /\
+  same_width (bvadd t u) t_0 /\
+  t = t_0.
+Definition rule_7_order_1 (t u t_0 : bv) : Prop :=
+  applies_7_order_1 t u t_0 ->
+  same_width u (literal 0 (width u)) /\
+  (bveq (bvadd t u) t_0) = (bveq u (literal 0 (width u))).
+Definition applies_7_order_2 (t u t_0 : bv) : Prop :=
+  is_bv u /\
+  is_bv t /\
+  is_bv t_0 /\
+  same_width u t /\
+  same_width (bvadd u t) t_0 /\
+  t = t_0.
+Definition rule_7_order_2 (t u t_0 : bv) : Prop :=
+  applies_7_order_2 t u t_0 ->
+  same_width u (literal 0 (width u)) /\
+  (bveq (bvadd u t) t_0) = (bveq u (literal 0 (width u))).
+Definition applies_7_order_3 (t u t_0 : bv) : Prop :=
+  is_bv t_0 /\
+  is_bv t /\
+  is_bv u /\
+  same_width t u /\
+  same_width t_0 (bvadd t u) /\
+  t = t_0.
+Definition rule_7_order_3 (t u t_0 : bv) : Prop :=
+  applies_7_order_3 t u t_0 ->
+  same_width u (literal 0 (width u)) /\
+  (bveq t_0 (bvadd t u)) = (bveq u (literal 0 (width u))).
+Definition applies_7_order_4 (t u t_0 : bv) : Prop :=
+  is_bv t_0 /\
+  is_bv u /\
+  is_bv t /\
+  same_width u t /\
+  same_width t_0 (bvadd u t) /\
+  t = t_0.
+Definition rule_7_order_4 (t u t_0 : bv) : Prop :=
+  applies_7_order_4 t u t_0 ->
+  same_width u (literal 0 (width u)) /\
+  (bveq t_0 (bvadd u t)) = (bveq u (literal 0 (width u))).
+Definition applies_7 (t u t_0 : bv) : Prop :=
+  applies_7_order_1 t u t_0 \/
+  applies_7_order_2 t u t_0 \/
+  applies_7_order_3 t u t_0 \/
+  applies_7_order_4 t u t_0.
+Definition rule_7 (t u t_0 : bv) : Prop :=
+  rule_7_order_1 t u t_0 /\
+  rule_7_order_2 t u t_0 /\
+  rule_7_order_3 t u t_0 /\
+  rule_7_order_4 t u t_0.
+Definition holds_7 : Prop := forall (t u t_0 : bv), rule_7 t u t_0.
+Definition holds_7_where (also : bv -> bv -> bv -> Prop) : Prop := forall (t u t_0 : bv), also t u t_0 -> rule_7 t u t_0.
+Definition never_7 : Prop := forall (t u t_0 : bv), ~ applies_7 t u t_0.
+
+(** Rule 8: rewrite(ite(or(p, (q == true)), bvnot(t), ite(p_0, u, t_0)), identity(p, p_0), identity(t, t_0)) >> bvnot(ite(and(p, q), t, bvnot(u))) *)
+Definition applies_8 (t u t_0 : bv) (p q p_0 : bool) : Prop :=
+  is_bv t /\
+  is_bv u /\
+  is_bv t_0 /\
+  same_width u t_0 /\
+  same_width (bvnot t) (ite p_0 u t_0) /\
+  p = p_0 /\
+  t = t_0.
+Definition rule_8 (t u t_0 : bv) (p q p_0 : bool) : Prop :=
+  applies_8 t u t_0 p q p_0 ->
+  same_width t (bvnot u) /\
+  (ite (orb p (Bool.eqb q true)) (bvnot t) (ite p_0 u t_0)) = (bvnot (ite (andb p q) t (bvnot u))).
+Definition holds_8 : Prop := forall (t u t_0 : bv) (p q p_0 : bool), rule_8 t u t_0 p q p_0.
+Definition holds_8_where (also : bv -> bv -> bv -> bool -> bool -> bool -> Prop) : Prop := forall (t u t_0 : bv) (p q p_0 : bool), also t u t_0 p q p_0 -> rule_8 t u t_0 p q p_0.
+Definition never_8 : Prop := forall (t u t_0 : bv) (p q p_0 : bool), ~ applies_8 t u t_0 p q p_0.

@@ -38,7 +38,7 @@ void write_theorems(const std::string& file, const std::string& mode) {
   const std::vector<Rule> rules = quarv::rules::parse_rules(read_file(file));
   if (mode.empty()) std::cout << prologue;
   for (std::size_t i = 0; i < rules.size(); ++i) {
-    if (!is_about_bit_vectors_alone(rules[i])) continue;  // there are no widths to prove it for
+    if (!is_in_qf_bv(rules[i])) continue;  // there are no widths to prove it for
     if (mode == "--witnesses") {
       std::cout << rule_theorems::witness(rules[i], i + 1);
       continue;

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "batch/sha256.h"
+#include <quarv/rules/rule_orders.h>
 
 namespace rule_theorems {
 
@@ -13,18 +16,33 @@ using quarv::SymbolTag;
 
 namespace {
 
-/// What an operator is called in Bv.v.
+/// What an operator is called in Bv.v, or by Coq if it is one of truth values.
 std::string_view coq_name(const Operator& op) {
-  return op.tag == SymbolTag::EQ ? "bveq" : op.tag == SymbolTag::NOT ? "negb" : op.smtlib;
+  switch (op.tag) {
+    case SymbolTag::EQ:
+      return "bveq";
+    case SymbolTag::NOT:
+      return "negb";
+    case SymbolTag::AND:
+      return "andb";
+    case SymbolTag::OR:
+      return "orb";
+    case SymbolTag::IFF:
+      return "Bool.eqb";
+    default:
+      return op.smtlib;
+  }
 }
 
 /// Names that mean something else in a statement.
-constexpr std::array<std::string_view, 41> taken_names = {
-    "Bool",    "Definition", "IF",    "Prop",       "SProp",  "Set",    "Type",   "Z",    "also",
-    "applies", "as",         "at",    "bv",         "bv2nat", "by",     "cofix",  "else", "end",
-    "exists",  "exists2",    "false", "fix",        "for",    "forall", "fun",    "if",   "in",
-    "let",     "match",      "mod",   "multimatch", "nat2bv", "negb",   "return", "then", "true",
-    "using",   "where",      "width", "with",       "word",
+constexpr std::array<std::string_view, 56> taken_names = {
+    "Bool",      "Definition", "IF",      "Prop",       "SProp",      "Set",         "Type",       "Z",
+    "all_ones",  "also",       "andb",    "applies",    "as",         "at",          "bool",       "bv",
+    "bv2nat",    "bveq",       "by",      "can_concat", "can_extend", "can_extract", "cofix",      "else",
+    "end",       "exists",     "exists2", "false",      "fix",        "for",         "forall",     "fun",
+    "has_value", "if",         "in",      "is_bv",      "is_index",   "let",         "literal",    "match",
+    "mod",       "multimatch", "nat2bv",  "negb",       "orb",        "return",      "same_width", "then",
+    "true",      "using",      "where",   "width",      "with",       "word",        "word_add",   "word_sub",
 };
 
 std::string application(std::string_view head, const std::vector<std::string>& arguments) {
@@ -34,17 +52,68 @@ std::string application(std::string_view head, const std::vector<std::string>& a
   return text + ')';
 }
 
-class StatementWriter {
- public:
-  StatementWriter(const Rule& rule, std::size_t number)
-      : rule_(rule), number_(std::to_string(number)), terms_(rule.pattern.size()) {}
+using Names = std::vector<std::string>;
 
-  std::string write() {
+/// The terms and integers of which a statement speaks.
+struct Variables {
+  Names bit_vectors, truth_values, integers;
+
+  std::string binders() const {
+    std::string text;
+    for (const auto& [names, sort] : by_sort()) {
+      if (names->empty()) continue;
+      text += text.empty() ? "(" : " (";
+      for (const std::string& name : *names) text += name + ' ';
+      text.append(": ").append(sort) += ')';
+    }
+    return text;
+  }
+
+  /// As the sorts of a function's arguments.
+  std::string sorts() const {
+    std::string text;
+    for (const auto& [names, sort] : by_sort()) {
+      for (std::size_t i = 0; i < names->size(); ++i) text.append(sort) += " -> ";
+    }
+    return text;
+  }
+
+  std::string arguments() const {
+    std::string text;
+    for (const auto& [names, sort] : by_sort()) {
+      for (const std::string& name : *names) text += ' ' + name;
+    }
+    return text;
+  }
+
+ private:
+  std::array<std::pair<const Names*, std::string_view>, 3> by_sort() const {
+    return {{{&bit_vectors, "bv"}, {&truth_values, "bool"}, {&integers, "Z"}}};
+  }
+};
+
+std::string definition(const std::string& name, const Variables& variables, const std::string& claim) {
+  return "Definition " + name + ' ' + variables.binders() + " : Prop :=\n  " + claim + ".\n";
+}
+
+std::string joined(const Names& claims, std::string_view sign) {
+  std::string text;
+  for (const std::string& claim : claims) {
+    if (!text.empty()) text.append(sign).append("\n  ");
+    text += claim;
+  }
+  return text;
+}
+
+/// What a rule says that is matched as it is written.
+class OrderWriter {
+ public:
+  explicit OrderWriter(const Rule& rule) : rule_(rule), terms_(rule.pattern.size()) {
     name_leaves();
     for (const Parameter& parameter : rule_.parameters) {
       if (parameter.source == Parameter::Source::computed) continue;
-      integers_.push_back(own_name(parameter.name));
-      conditions_.push_back("is_index " + integers_.back());
+      variables_.integers.push_back(own_name(parameter.name));
+      conditions_.push_back("is_index " + variables_.integers.back());
     }
     for (std::size_t i = rule_.pattern.size(); i-- > 0;) write_application(i);
     std::ranges::move(sorts_, std::back_inserter(conditions_));
@@ -53,12 +122,15 @@ class StatementWriter {
     sorts_.clear();
     const std::string result = write_result();
     sorts_.push_back(terms_[0] + " = " + result);
-    const std::string each = " : Prop := forall " + binders() + ", ";
-    return "\n(** Rule " + number_ + ": " + rule_.text + " *)\n" + definition("applies", conditions_) +
-           definition("rule", sorts_) + "Definition holds_" + number_ + each + "rule_" + number_ +
-           arguments() + ".\nDefinition holds_" + number_ + "_where (also : " + sorts_of_binders() + "Prop)" +
-           each + "also" + arguments() + " -> rule_" + number_ + arguments() + ".\nDefinition never_" +
-           number_ + each + "~ applies_" + number_ + arguments() + ".\n";
+  }
+
+  const Variables& variables() const { return variables_; }
+
+  /// `variables` are the rule's own, in an order that may be another.
+  std::string definitions(const std::string& number, const Variables& variables) const {
+    return definition("applies_" + number, variables, joined(conditions_, " /\\")) +
+           definition("rule_" + number, variables,
+                      "applies_" + number + variables.arguments() + " ->\n  " + joined(sorts_, " /\\"));
   }
 
  private:
@@ -69,61 +141,41 @@ class StatementWriter {
   /// Rules have no names with a quote, so a literal's is unique.
   std::string literal_name(const PatternNode& node) const {
     std::string name = node.value < 0 ? "ones'" : "c" + std::to_string(node.value) + "'";
-    while (std::ranges::find(variables_, name) != variables_.end()) name += "'";
+    while (std::ranges::find(variables_.bit_vectors, name) != variables_.bit_vectors.end()) name += "'";
     return name;
   }
+
+  bool is_bit_vector(std::size_t sort) const { return rule_.sorts[sort].kind == SortKind::bit_vector; }
 
   void name_leaves() {
     for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
       const PatternNode& node = rule_.pattern[i];
       if (node.kind == PatternNode::Kind::application) continue;
+      if (node.kind == PatternNode::Kind::constant) {
+        terms_[i] = word_of(node.constant);
+        continue;
+      }
       terms_[i] = node.kind == PatternNode::Kind::literal ? literal_name(node) : own_name(node.name);
-      variables_.push_back(terms_[i]);
+      if (!is_bit_vector(node.sort)) {
+        variables_.truth_values.push_back(terms_[i]);
+        continue;
+      }
+      variables_.bit_vectors.push_back(terms_[i]);
       conditions_.push_back("is_bv " + terms_[i]);
     }
   }
 
-  std::string binders() const {
-    std::string text = "(";
-    for (const std::string& variable : variables_) text += variable + ' ';
-    text += ": bv)";
-    if (integers_.empty()) return text;
-    text += " (";
-    for (const std::string& integer : integers_) text += integer + ' ';
-    return text + ": Z)";
-  }
-
-  std::string sorts_of_binders() const {
-    std::string text;
-    for (std::size_t i = 0; i < variables_.size(); ++i) text += "bv -> ";
-    for (std::size_t i = 0; i < integers_.size(); ++i) text += "Z -> ";
-    return text;
-  }
-
-  std::string arguments() const {
-    std::string text;
-    for (const std::string& variable : variables_) text += ' ' + variable;
-    for (const std::string& integer : integers_) text += ' ' + integer;
-    return text;
-  }
-
-  std::string definition(const std::string& name, const std::vector<std::string>& conjuncts) const {
-    std::string text = "Definition " + name + '_' + number_ + ' ' + binders() + " : Prop :=\n  ";
-    if (name == "rule") text += "applies_" + number_ + arguments() + " ->\n  ";
-    for (std::size_t i = 0; i < conjuncts.size(); ++i) text += (i > 0 ? " /\\\n  " : "") + conjuncts[i];
-    return text + ".\n";
-  }
-
   /// An application; what its sort demands becomes a member of `sorts_`.
-  std::string sorted_application(const Operator& op, const std::vector<std::string>& indices,
-                                 const std::vector<std::string>& arguments) {
-    std::vector<std::string> all = indices;
+  std::string sorted_application(const Operator& op, std::size_t sort, const Names& indices,
+                                 const Names& arguments) {
+    Names all = indices;
     all.insert(all.end(), arguments.begin(), arguments.end());
     const std::string text = application(coq_name(op), all);
-    const auto demand = [&](std::string_view property) {
-      const std::string claim = application(property, all);
+    const auto demand_of = [&](std::string_view property, const Names& operands) {
+      const std::string claim = application(property, operands);
       sorts_.push_back(claim.substr(1, claim.size() - 2));
     };
+    const auto demand = [&](std::string_view property) { demand_of(property, all); };
     switch (op.shape) {
       case Shape::concat:
         demand("can_concat");
@@ -140,7 +192,9 @@ class StatementWriter {
         if (op.num_arguments == 2) demand("same_width");
         break;
       case Shape::negation:
-      case Shape::mixed:
+        break;
+      case Shape::mixed:  // of truth values, or if-then-else
+        if (is_bit_vector(sort)) demand_of("same_width", {arguments[1], arguments[2]});
         break;
     }
     return text;
@@ -149,10 +203,10 @@ class StatementWriter {
   void write_application(std::size_t i) {
     const PatternNode& node = rule_.pattern[i];
     if (node.kind != PatternNode::Kind::application) return;
-    std::vector<std::string> indices, arguments;
+    Names indices, arguments;
     for (std::size_t p : node.parameters) indices.push_back(own_name(rule_.parameters[p].name));
     for (std::size_t a : node.arguments) arguments.push_back(terms_[a]);
-    terms_[i] = sorted_application(*node.op, indices, arguments);
+    terms_[i] = sorted_application(*node.op, node.sort, indices, arguments);
   }
 
   void require_value(std::size_t position, std::int64_t value) {
@@ -222,19 +276,19 @@ class StatementWriter {
       case Condition::Kind::binding:
       case Condition::Kind::has_sort:
         return;
-      case Condition::Kind::has_number:
-      case Condition::Kind::has_constant:
-        return;  // not of bit-vectors
+      case Condition::Kind::has_constant:  // the statement has the constant itself
+      case Condition::Kind::has_number:    // not of bit-vectors
+        return;
     }
   }
 
   std::string write_result() {
-    std::vector<std::string> results;
+    Names results;
     for (const ResultNode& node : rule_.result) results.push_back(write_node(node, results));
     return results.back();
   }
 
-  std::string write_node(const ResultNode& node, const std::vector<std::string>& results) {
+  std::string write_node(const ResultNode& node, const Names& results) {
     switch (node.kind) {
       case ResultNode::Kind::subterm:
         return terms_[node.index];
@@ -256,25 +310,48 @@ class StatementWriter {
       case ResultNode::Kind::application:
         break;
     }
-    std::vector<std::string> indices, arguments;
+    Names indices, arguments;
     for (const IntExpr& parameter : node.parameters) indices.push_back(integer(parameter));
     for (std::size_t a : node.arguments) arguments.push_back(results[a]);
-    return sorted_application(*node.op, indices, arguments);
+    return sorted_application(*node.op, node.sort, indices, arguments);
   }
 
   const Rule& rule_;
-  std::string number_;
-  std::vector<std::string> terms_;  // by position
-  std::vector<std::string> variables_;
-  std::vector<std::string> integers_;
-  std::vector<std::string> conditions_;
-  std::vector<std::string> sorts_;
+  Names terms_;  // by position
+  Variables variables_;
+  Names conditions_;
+  Names sorts_;
 };
+
+/// The definitions of `applies_N` and `rule_N`.
+std::string definitions(const std::vector<Rule>& orders, const std::string& number,
+                        const Variables& variables) {
+  if (orders.size() == 1) return OrderWriter(orders[0]).definitions(number, variables);
+  std::string text;
+  Names applies, holds;
+  for (std::size_t i = 0; i < orders.size(); ++i) {
+    const std::string name = number + "_order_" + std::to_string(i + 1);
+    text += OrderWriter(orders[i]).definitions(name, variables);
+    applies.push_back("applies_" + name + variables.arguments());
+    holds.push_back("rule_" + name + variables.arguments());
+  }
+  return text + definition("applies_" + number, variables, joined(applies, " \\/")) +
+         definition("rule_" + number, variables, joined(holds, " /\\"));
+}
 
 }  // namespace
 
 Statement statement(const Rule& rule, std::size_t number) {
-  std::string text = StatementWriter(rule, number).write();
+  const std::vector<Rule> orders = orders_of(rule);
+  const Variables variables = OrderWriter(orders[0]).variables();
+  const std::string n = std::to_string(number);
+  const std::string each = " : Prop := forall " + variables.binders() + ", ";
+  const std::string arguments = variables.arguments();
+  std::string text = "\n(** Rule " + n + ": " + rule.text + " *)\n" + definitions(orders, n, variables) +
+                     "Definition holds_" + n + each + "rule_" + n + arguments + ".\nDefinition holds_" + n +
+                     "_where (also : " + variables.sorts() + "Prop)" + each + "also" + arguments +
+                     " -> rule_" + n + arguments + ".\nDefinition never_" + n + each + "~ applies_" + n +
+                     arguments + ".\n";
   std::string digest = quarv::cli::sha256(text).substr(0, 16);
   return {std::move(text), std::move(digest)};
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <quarv/rules/rule_instance.h>
+#include <quarv/rules/rule_orders.h>
 
 namespace rule_theorems {
 
@@ -35,8 +36,11 @@ class WitnessFinder {
   std::string arguments() const {
     std::string text;
     for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
-      if (rule_.pattern[i].kind == PatternNode::Kind::application) continue;
+      if (!is_term(i) || is_truth_value(i)) continue;
       text += " (make_bv " + std::to_string(instance_.widths[i]) + ' ' + std::to_string(values_[i]) + ')';
+    }
+    for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
+      if (is_term(i) && is_truth_value(i)) text += values_[i] != 0 ? " true" : " false";
     }
     for (std::size_t i = 0; i < rule_.parameters.size(); ++i) {
       if (rule_.parameters[i].source == Parameter::Source::computed) continue;
@@ -46,6 +50,18 @@ class WitnessFinder {
   }
 
  private:
+  /// One of which the statement speaks.
+  bool is_term(std::size_t position) const {
+    const PatternNode::Kind kind = rule_.pattern[position].kind;
+    return kind == PatternNode::Kind::variable || kind == PatternNode::Kind::literal;
+  }
+  bool is_truth_value(std::size_t position) const {
+    return rule_.sorts[rule_.pattern[position].sort].kind == SortKind::boolean;
+  }
+  std::size_t num_bits(std::size_t position) const {
+    return is_truth_value(position) ? 1 : instance_.widths[position];
+  }
+
   std::uint64_t value(std::int64_t literal, std::size_t position) const {
     return literal < 0 ? (std::uint64_t{1} << instance_.widths[position]) - 1
                        : static_cast<std::uint64_t>(literal);
@@ -74,7 +90,7 @@ class WitnessFinder {
       values_[variable] = *only;
       return try_values(i + 1);
     }
-    const std::uint64_t end = std::uint64_t{1} << instance_.widths[variable];
+    const std::uint64_t end = std::uint64_t{1} << num_bits(variable);
     for (std::uint64_t value = 0; value < end && num_tries_ < max_tries; ++value) {
       values_[variable] = value;
       if (try_values(i + 1)) return true;
@@ -88,8 +104,7 @@ class WitnessFinder {
 
   bool conditions_hold() const {
     for (std::size_t i = 0; i < rule_.pattern.size(); ++i) {
-      const bool leaf = rule_.pattern[i].kind != PatternNode::Kind::application;
-      if (leaf && values_[i] >> instance_.widths[i] != 0) return false;
+      if (is_term(i) && values_[i] >> num_bits(i) != 0) return false;
     }
     return std::ranges::all_of(rule_.conditions, [this](const Condition& c) { return holds(c); });
   }
@@ -125,7 +140,10 @@ std::string witness(const Rule& rule, std::size_t number) {
     WitnessFinder finder(rule, instance);
     if (!finder.find()) continue;
     const std::string n = std::to_string(number);
-    return "Theorem witness_" + n + " : applies_" + n + finder.arguments() + ".\nProof. instance. Qed.\n";
+    // Of the orders of an unordered rule, the first.
+    const std::string proof = orders_of(rule).size() > 1 ? "left; instance" : "instance";
+    return "Theorem witness_" + n + " : applies_" + n + finder.arguments() + ".\nProof. " + proof +
+           ". Qed.\n";
   }
   return {};
 }

@@ -163,6 +163,12 @@ bool has_widths(const Rule& rule) {
   });
 }
 
+bool is_in_qf_bv(const Rule& rule) {
+  return has_widths(rule) && std::ranges::all_of(rule.sorts, [](const RuleSort& sort) {
+           return sort.kind == SortKind::bit_vector || sort.kind == SortKind::boolean;
+         });
+}
+
 bool is_about_bit_vectors_alone(const Rule& rule) {
   for (std::size_t i = 0; i < rule.pattern.size(); ++i) {
     const PatternNode& node = rule.pattern[i];

@@ -291,6 +291,10 @@ struct Rule {
 /// True for a rule that has sorts with widths: what is known of it depends on them.
 QUARV_API bool has_widths(const Rule& rule);
 
+/// True for a rule whose terms are bit-vectors and truth values, with bit-vectors among them: one in the
+/// logic QF_BV.
+QUARV_API bool is_in_qf_bv(const Rule& rule);
+
 /// True for a rule whose terms are bit-vectors, and comparisons of bit-vectors at the root.
 QUARV_API bool is_about_bit_vectors_alone(const Rule& rule);
 
