@@ -90,6 +90,29 @@ TEST_F(Report, ShowsWhatRulesSay) {
   EXPECT_GT(steps_by_rules, 0u);
 }
 
+TEST_F(Report, SaysForWhatRulesAreProved) {
+  write("in.smt2",
+        "(declare-const a (_ BitVec 8))\n(declare-const b (_ BitVec 8))\n"
+        "(declare-const p Bool)\n(declare-const q Bool)\n(declare-const r Bool)\n"
+        "(declare-const x (_ FloatingPoint 5 11))\n(declare-const y (_ FloatingPoint 5 11))\n"
+        "(assert (= (bvsub a a) b))\n(assert (= (bvmul a (bvxor (bvand b a) (bvor b a))) b))\n"
+        "(assert (ite p (not q) (not r)))\n(assert (= (fp.rem x (fp.abs y)) x))\n");
+  write("my.rules",
+        "mine: unordered(bvxor(bvand(t, u), bvor(t_0, u_0)), identity(t, t_0), identity(u, u_0)) >> bvxor(t, "
+        "u)\n");
+  std::map<std::string, std::string> proofs;
+  const Json d = data(run("$quarv report in.smt2 --rules my.rules").out);
+  for (const Json& rule : d["rules"]) {
+    const std::string text = rule[2];
+    const std::size_t at = text.find(" (proof: ");
+    proofs[rule[0]] = at == std::string::npos ? "none" : text.substr(at);
+  }
+  EXPECT_EQ(proofs["bvsub-self"], " (proof: for all widths)");
+  EXPECT_EQ(proofs["mine"], "none");
+  EXPECT_EQ(proofs["ite-not"], " (proof: for all values, by a solver: there are no widths)");
+  EXPECT_EQ(proofs["fp-rem-abs"], " (proof: for all values of the formats 2+3, 3+3, 3+5, 5+11, by a solver)");
+}
+
 TEST_F(Report, ReadsResultsFromAPipe) {
   write("a.smt2", "(declare-const p Bool)\n(assert (not (not p)))\n");
   EXPECT_EQ(data(run("$quarv batch a.smt2 2> said | $quarv report -").out)["rows"].size(), 1u);

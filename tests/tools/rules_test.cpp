@@ -17,6 +17,21 @@ TEST_F(Program, ListsAndShowsRules) {
   EXPECT_EQ(std::count(list.out.begin(), list.out.end(), '!'), 5);  // four rules and what it means
   const Result extended = run("$quarv rules list --extended");
   EXPECT_TRUE(has(extended.out, "    * bvxor     bvxor-cancel: unordered(")) << extended.out;
+  // The mark says how far each is proved.
+  EXPECT_TRUE(has(extended.out, "\n    * ite       ite-bvadd: ")) << extended.out;
+  EXPECT_TRUE(has(extended.out, "\n    + ite       ite-not: "));
+  EXPECT_TRUE(has(extended.out, "\n    + <=        square-below: "));
+  EXPECT_TRUE(has(extended.out, "\n    f fp.rem    fp-rem-abs: "));
+  const auto proof = [this](const std::string& rule) {
+    const std::string text = run("$quarv rules show " + rule).out;
+    const std::size_t at = text.find("\nproof      ");
+    return text.substr(at + 12, text.find('\n', at + 1) - at - 12);
+  };
+  EXPECT_EQ(proof("bvxor-cancel"), "for all widths");
+  EXPECT_EQ(proof("ite-bvadd"), "for all widths");
+  EXPECT_EQ(proof("ite-not"), "for all values, by a solver: there are no widths");
+  EXPECT_EQ(proof("square-below"), "for all values, by a solver: there are no widths");
+  EXPECT_EQ(proof("fp-rem-abs"), "for all values of the formats 2+3, 3+3, 3+5, 5+11, by a solver");
   EXPECT_TRUE(has(run("$quarv rules show bvxor-cancel").out, "number     none: an extended rule\n"));
   EXPECT_TRUE(has(run("$quarv rules show bvxor-cancel").out,
                   "reads      (t1 ^ t2) ^ t1, with operands in any order, becomes t2.\n"));

@@ -41,15 +41,19 @@ std::string soundness(const rules::Rule& rule) {
                      solvers);
 }
 
-RuleProof proof_of(std::size_t number) {
-  const std::size_t num_standard = standard_rules().size();
-  return number <= num_standard ? proof_for_all_widths(number)
-                                : extended_proof_for_all_widths(number - num_standard);
-}
-
-char mark(const RuleProof& proof, const rules::Rule& rule) {
+char mark(const rules::Rule& rule, const RuleProof& proof) {
   if (known_counterexample(rule.name) != nullptr) return '!';
-  return proof.everywhere ? '*' : ' ';
+  switch (proof.extent) {
+    case RuleProof::Extent::all_widths:
+      return '*';
+    case RuleProof::Extent::all_values:
+      return '+';
+    case RuleProof::Extent::formats:
+      return 'f';
+    case RuleProof::Extent::partial:
+      break;
+  }
+  return ' ';
 }
 
 void list(bool extended) {
@@ -57,11 +61,15 @@ void list(bool extended) {
   std::size_t number = 0;
   for (const rules::Rule& rule : extended ? extended_rules() : standard_rules()) {
     ++number;
-    const RuleProof proof = extended ? extended_proof_for_all_widths(number) : proof_for_all_widths(number);
     output.stream() << fmt::format("{:>3} {} {:<9} {}\n", extended ? "" : std::to_string(number),
-                                   mark(proof, rule), SymbolTag::name(rule.applicant()), named_text(rule));
+                                   mark(rule, proof_of(rule, number, extended)),
+                                   SymbolTag::name(rule.applicant()), named_text(rule));
   }
-  output.stream() << "* proved for all widths; ! does not hold for all values: see quarv rules show RULE\n";
+  output.stream() << (extended
+                          ? "* proved for all widths; + without widths, proved for all values; f proved for "
+                            "some formats: see quarv rules show RULE\n"
+                          : "* proved for all widths; ! does not hold for all values: see quarv rules show "
+                            "RULE\n");
   output.commit();
 }
 
@@ -117,15 +125,15 @@ int show(const std::string& name_or_number) {
   const auto line = [&output](const char* name, const std::string& value) {
     output.stream() << fmt::format("{:<10} {}\n", name, value);
   };
-  const bool is_standard = number <= standard_rules().size();
+  const std::size_t num_standard = standard_rules().size();
+  const bool is_standard = number <= num_standard;
   line("number", is_standard ? std::to_string(number) : "none: an extended rule");
   line("name", rule.name);
   line("applicant", std::string(SymbolTag::name(rule.applicant())));
   line("text", rule.text);
   line("class", class_name(rule));
   line("sound", soundness(rule));
-  line("proof", is_about_bit_vectors_alone(rule) ? proof_of(number).text
-                                                 : "none but the solver's: it is not of bit-vectors alone");
+  line("proof", proof_of(rule, is_standard ? number : number - num_standard, !is_standard).text);
   line("reads", in_words(rule));
   output.commit();
   return success;

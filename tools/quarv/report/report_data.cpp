@@ -87,6 +87,7 @@ class ReportData {
     for (const RuleFile& file : extra_rules) {
       for (rules::Rule& rule : rules::parse_rules(file.text)) all.push_back(std::move(rule));
     }
+    const std::size_t first_extended = all.size();
     for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
     data_["rules"] = Json::array();
     // Results that were written before rules had names have numbers.
@@ -98,7 +99,11 @@ class ReportData {
     for (const auto& [rule, n] : by_count(counts)) {
       const std::optional<std::size_t> found = find_rule(all, rule);
       std::string text = found ? all[*found].text : "";
-      if (found && *found < num_standard) text += " (proof: " + proof_for_all_widths(*found + 1).text + ')';
+      if (found && (*found < num_standard || *found >= first_extended)) {
+        const bool extended = *found >= first_extended;
+        const std::size_t number = *found + 1 - (extended ? first_extended : 0);
+        text += " (proof: " + proof_of(all[*found], number, extended).text + ')';
+      }
       data_["rules"].push_back({rule, n, std::move(text), found ? in_words(all[*found]) : ""});
     }
     data_["examples"] = std::move(examples_);

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "io/input.h"
+#include "rules/rule_checker.h"
 #include "rules/rule_proofs.h"
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/extended_rules.h>
@@ -163,10 +164,12 @@ std::size_t proved_up_to(std::string_view name) {
 
 namespace {
 
+using Extent = RuleProof::Extent;
+
 RuleProof proof_in(std::string_view rest, std::size_t number) {
   const std::string key = '\n' + std::to_string(number) + '\t';
   const std::size_t found = rest.find(key);
-  if (found == std::string_view::npos) return {false, "none for all widths"};
+  if (found == std::string_view::npos) return {Extent::partial, "none for all widths"};
   rest.remove_prefix(found + 1);
   std::array<std::string, 4> fields;
   std::size_t field = 0;
@@ -178,19 +181,18 @@ RuleProof proof_in(std::string_view rest, std::size_t number) {
     }
   }
   const std::string& proof = fields[2];
-  if (proof == "none") return {false, "none for all widths"};
-  if (proof == "where") return {false, "for all widths where " + fields[3]};
-  return {true, proof == "never" ? "for all widths: it never applies" : "for all widths"};
+  if (proof == "none") return {Extent::partial, "none for all widths"};
+  if (proof == "where") return {Extent::partial, "for all widths where " + fields[3]};
+  return {Extent::all_widths, proof == "never" ? "for all widths: it never applies" : "for all widths"};
 }
 
 }  // namespace
 
-RuleProof proof_for_all_widths(std::size_t number) {
-  return proof_in(rule_proofs(), number);
-}
-
-RuleProof extended_proof_for_all_widths(std::size_t number) {
-  return proof_in(extended_rule_proofs(), number);
+RuleProof proof_of(const rules::Rule& rule, std::size_t number, bool extended) {
+  if (has_widths(rule)) return proof_in(extended ? extended_rule_proofs() : rule_proofs(), number);
+  const std::string formats = list_of_formats(rule);
+  if (formats.empty()) return {Extent::all_values, "for all values, by a solver: there are no widths"};
+  return {Extent::formats, fmt::format("for all values of the {}, by a solver", formats)};
 }
 
 }  // namespace quarv::cli

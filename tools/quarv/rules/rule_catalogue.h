@@ -49,13 +49,18 @@ std::string contradiction(const rules::Rule& rule);
 /// The largest width for which a solver has proved the standard rule of that name within seconds.
 std::size_t proved_up_to(std::string_view name);
 
-/// What is proved with Coq of the standard rule of that number, for all widths.
+/// For what a rule is proved: with Coq, for all widths, or by a solver if it has no widths.
 struct RuleProof {
-  bool everywhere = false;  ///< the rule holds, or never applies
-  std::string text;         ///< "for all widths", "for all widths where n is not 0", "none for all widths"
+  enum class Extent {
+    all_widths,  ///< it holds, or never applies
+    all_values,  ///< there are no widths
+    formats,     ///< some formats of floating-point numbers
+    partial,     ///< some widths, or where a further condition holds
+  };
+  Extent extent = Extent::partial;
+  std::string text;  ///< "for all widths", "for all widths where n is not 0", "none for all widths"
 };
-RuleProof proof_for_all_widths(std::size_t number);
-/// The same of an extended rule.
-RuleProof extended_proof_for_all_widths(std::size_t number);
+/// Of the standard rule, or of the extended one, that is number `number`, from 1, in its file.
+RuleProof proof_of(const rules::Rule& rule, std::size_t number, bool extended);
 
 }  // namespace quarv::cli

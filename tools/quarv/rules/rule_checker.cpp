@@ -87,7 +87,7 @@ RuleVerdict RuleChecker::check(const Rule& rule, std::optional<std::size_t> max_
 
 RuleChecker::Answer RuleChecker::ask(const Rule& rule, const std::string& commands,
                                      std::chrono::milliseconds limit) {
-  const char* const logic = is_about_bit_vectors_alone(rule) && !reads_sums_of_values(rule) ? "QF_BV" : "ALL";
+  const char* const logic = is_in_qf_bv(rule) && !reads_sums_of_values(rule) ? "QF_BV" : "ALL";
   return solver_.check(sort_declarations(rule) + commands, limit, logic);
 }
 
@@ -160,9 +160,14 @@ RuleChecker::Answer RuleChecker::check_one(const Rule& rule, const RuleInstance&
 
 std::string list_of_instances(const Rule& rule, const std::vector<std::size_t>& widths) {
   if (has_widths(rule)) return list_of_widths(widths);
+  const std::string formats = list_of_formats(rule);
+  return formats.empty() ? "all values" : formats;
+}
+
+std::string list_of_formats(const Rule& rule) {
   const bool has_format = std::ranges::any_of(
       rule.sorts, [](const rules::RuleSort& sort) { return sort.kind == rules::SortKind::floating_point; });
-  if (!has_format) return "all values";
+  if (!has_format) return {};
   std::string text;
   for (const rules::Format& f : rules::formats_to_try()) {
     fmt::format_to(std::back_inserter(text), "{}{}+{}", text.empty() ? "formats " : ", ", f.exponent,

@@ -62,6 +62,9 @@ class RuleChecker {
 /// of the exponent and of the significand, with the hidden one.
 std::string list_of_instances(const rules::Rule& rule, const std::vector<std::size_t>& widths);
 
+/// "formats 2+3, 3+5"; empty for a rule without floating-point numbers.
+std::string list_of_formats(const rules::Rule& rule);
+
 /// "widths 1-4, 8, 16", "width 20".
 std::string list_of_widths(const std::vector<std::size_t>& widths);
 
