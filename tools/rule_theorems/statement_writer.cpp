@@ -170,7 +170,7 @@ class OrderWriter {
                                  const Names& arguments) {
     Names all = indices;
     all.insert(all.end(), arguments.begin(), arguments.end());
-    const std::string text = application(coq_name(op), all);
+    std::string text = application(coq_name(op), all);
     const auto demand_of = [&](std::string_view property, const Names& operands) {
       const std::string claim = application(property, operands);
       sorts_.push_back(claim.substr(1, claim.size() - 2));
@@ -275,7 +275,6 @@ class OrderWriter {
       case Condition::Kind::precedes:
       case Condition::Kind::binding:
       case Condition::Kind::has_sort:
-        return;
       case Condition::Kind::has_constant:  // the statement has the constant itself
       case Condition::Kind::has_number:    // not of bit-vectors
         return;

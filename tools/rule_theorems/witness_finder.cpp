@@ -140,10 +140,11 @@ std::string witness(const Rule& rule, std::size_t number) {
     WitnessFinder finder(rule, instance);
     if (!finder.find()) continue;
     const std::string n = std::to_string(number);
+    std::string text = "Theorem witness_";
+    text.append(n).append(" : applies_").append(n).append(finder.arguments());
     // Of the orders of an unordered rule, the first.
-    const std::string proof = orders_of(rule).size() > 1 ? "left; instance" : "instance";
-    return "Theorem witness_" + n + " : applies_" + n + finder.arguments() + ".\nProof. " + proof +
-           ". Qed.\n";
+    text += orders_of(rule).size() > 1 ? ".\nProof. left; instance. Qed.\n" : ".\nProof. instance. Qed.\n";
+    return text;
   }
   return {};
 }
