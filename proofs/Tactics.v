@@ -1,7 +1,7 @@
 (** The tactics that close what most rules state. [rule] tries them all. *)
 
 From Coq Require Import ZArith Zquot Bool Lia.
-From Quarv Require Import Bv Lemmas.
+From Quarv Require Import Bv Lemmas Rotations Division.
 Local Open Scope Z_scope.
 
 (** ** From a statement to numbers *)

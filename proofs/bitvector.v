@@ -1,7 +1,7 @@
 (** The rules of bitvector.rules that [rule] does not close, or that need a further condition. *)
 
 From Coq Require Import ZArith Bool Lia.
-From Quarv Require Import Bv Lemmas Tactics bitvector_rules.
+From Quarv Require Import Bv Lemmas Rotations Tactics bitvector_rules.
 Local Open Scope Z_scope.
 
 (** ** Division *)

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Proves the rewrite rules for all widths, from nothing, with Coq.
 
-usage: proofs/check.py [--build FOLDER] [--update] [FILE.rules...]
+usage: proofs/check.py [--build FOLDER] [--update] [--mark] [FILE.rules...]
 
-Without files: the standard rules; what is found must be what proofs/*.tsv say (--update writes them). Of other files,
-rules are tried with the tactic `rule` alone, unless a file of proofs of the same name stands beside them.
+Without files: the rules that come with quarv; what is found must be what proofs/*.tsv say (--update writes them). Of
+other files, rules are tried with the tactic `rule` alone, unless a file of proofs of the same name stands beside them;
+with --mark, a comment above each rule that is proved says so.
 """
 import argparse
 import hashlib
@@ -18,9 +19,10 @@ import time
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parent
 STANDARD = [ROOT / f'src/quarv/rules/{name}.rules' for name in ('bitvector', 'extended')]
-LIBRARY = ['Bv', 'Tables', 'Lemmas', 'Tactics']
+LIBRARY = ['Bv', 'Tables', 'Lemmas', 'Rotations', 'Division', 'Tactics', 'Foldings']
 IMPORTS = 'From Coq Require Import ZArith Bool Lia.\nFrom Quarv Require Import Bv Lemmas Tactics {}.\n'
 SECONDS_FOR_A_RULE = 60
+MARK = '# proved with Coq'
 
 
 class Failure(Exception):
@@ -34,6 +36,14 @@ def coq(folder, program, *arguments):
     if run.returncode:
         raise Failure(run.stdout + run.stderr)
     return run.stdout + run.stderr  # coqchk reports on standard error
+
+
+def output(program, *arguments):
+    """What a program of quarv prints."""
+    run = subprocess.run([str(program), *map(str, arguments)], text=True, capture_output=True, check=False)
+    if run.returncode:
+        raise Failure(run.stderr.strip() or f'{program} failed')
+    return run.stdout
 
 
 def compile_text(folder, name, text):
@@ -56,10 +66,9 @@ class Set:
     def __init__(self, rules, folder, program):
         self.rules, self.folder = rules, folder
         self.name = re.sub(r'\W', '_', rules.stem)
-        run = [str(program), str(rules)]
-        self.statements = subprocess.run(run, text=True, capture_output=True, check=True).stdout
-        self.witnesses = subprocess.run([*run, '--witnesses'], text=True, capture_output=True, check=True).stdout
-        lines = subprocess.run([*run, '--digests'], text=True, capture_output=True, check=True).stdout.splitlines()
+        self.statements = output(program, rules)
+        self.witnesses = output(program, rules, '--witnesses')
+        lines = output(program, rules, '--digests').splitlines()
         self.digests = {int(number): digest for number, digest, _ in (line.split('\t') for line in lines)}
         self.texts = {int(number): text for number, _, text in (line.split('\t') for line in lines)}
         self.by_hand, self.wheres = set(), {}
@@ -86,15 +95,23 @@ class Set:
     def automatic(self):
         """The numbers of the rules that the tactic closes; their theorems are a module of their own."""
         tried = [n for n in self.digests if not self.by_hand & {f'proof_{n}', f'proof_{n}_where', f'proof_{n}_never'}]
-        head = IMPORTS.format(f'{self.name}_rules')
-        text = head + ''.join(
+        if self.rules in STANDARD:
+            try:
+                self.write_automatic(tried)
+                return set(tried)
+            except Failure:
+                pass  # the tries say of which
+        text = IMPORTS.format(f'{self.name}_rules') + ''.join(
             f'Goal holds_{n}. first [timeout {SECONDS_FOR_A_RULE} (solve [rule]); idtac "proved {n}" | idtac]. Abort.\n'
             for n in tried)
         proved = {int(n) for n in re.findall(r'^proved (\d+)$', compile_text(self.folder, f'{self.name}_tries', text),
                                              re.MULTILINE)}
-        text = head + ''.join(f'Theorem proof_{n} : holds_{n}.\nProof. rule. Qed.\n' for n in tried if n in proved)
-        compile_text(self.folder, f'{self.name}_auto', text)
+        self.write_automatic([n for n in tried if n in proved])
         return proved
+
+    def write_automatic(self, numbers):
+        compile_text(self.folder, f'{self.name}_auto', IMPORTS.format(f'{self.name}_rules') + ''.join(
+            f'Theorem proof_{n} : holds_{n}.\nProof. timeout {2 * SECONDS_FOR_A_RULE} rule. Qed.\n' for n in numbers))
 
     def status(self, number, automatic):
         if f'proof_{number}_never' in self.by_hand:
@@ -110,13 +127,15 @@ class Set:
     def certify(self, statuses, modules):
         """Are the theorems about the statements, and do they suppose nothing?"""
         claims = []
+        generated = f'{self.name}_rules'  # qualified: a file of proofs might define the same names
         for number, status in statuses.items():
             if status == 'never':
-                claims.append(f'proof_{number}_never : never_{number}')
+                claims.append(f'proof_{number}_never : {generated}.never_{number}')
             elif status == 'where':
-                claims += [f'proof_{number}_where : holds_{number}_where _', f'refuted_{number} : ~ holds_{number}']
+                claims += [f'proof_{number}_where : {generated}.holds_{number}_where _',
+                           f'refuted_{number} : ~ {generated}.holds_{number}']
             elif status != 'none':
-                claims.append(f'proof_{number} : holds_{number}')
+                claims.append(f'proof_{number} : {generated}.holds_{number}')
         if not claims:
             return
         parts = ''.join(f'Definition part_{i} := ({claim}).\n' for i, claim in enumerate(claims))
@@ -145,12 +164,13 @@ class Set:
         return '\n'.join(lines) + '\n'
 
 
-def check_again(folder, rules):
+def check_again(folder, sets):
     """Everything, Coq's own library included, by Coq's separate checker."""
-    out = coq(folder, 'coqchk', '-silent', '-o', f'Quarv.{rules.name}_certificate', f'Quarv.{rules.name}_witnesses')
+    modules = ['Foldings', *(f'{rules.name}_{part}' for rules in sets for part in ('certificate', 'witnesses'))]
+    out = coq(folder, 'coqchk', '-silent', '-o', *(f'Quarv.{module}' for module in modules))
     listed = re.findall(r'^\* (?:Axioms|Constants|Inductives)[^:]*:(.*)$', out, re.MULTILINE)
     if len(listed) != 4 or any(item.strip() != '<none>' for item in listed):
-        raise Failure(f'{rules.rules.name}: coqchk does not find the proofs free of assumptions:\n{out}')
+        raise Failure('coqchk does not find the proofs free of assumptions:\n' + out)
 
 
 SAYINGS = {
@@ -161,14 +181,51 @@ SAYINGS = {
 }
 
 
+def saying(rules, number, status):
+    return SAYINGS.get(status) or f'refuted; proved for all widths where {rules.wheres[number]}'
+
+
 def report(rules, statuses):
     for number, status in statuses.items():
-        saying = SAYINGS.get(status) or f'refuted; proved for all widths where {rules.wheres[number]}'
-        print(f'{number:>3} {saying}: {rules.texts[number]}')
+        print(f'{number:>3} {saying(rules, number, status)}: {rules.texts[number]}')
     proved = sum(status != 'none' for status in statuses.values())
     refuted = sum(status == 'where' for status in statuses.values())
-    print(f'{rules.rules.name}: {len(statuses)} rules: {proved} proved for all widths, {refuted} of them under a further '
-          f'condition; {len(statuses) - proved} not proved; axioms: none')
+    print(f'{rules.rules.name}: {len(statuses)} rules on bit-vectors: {proved} proved for all widths, {refuted} of them '
+          f'under a further condition; {len(statuses) - proved} not proved; axioms: none')
+
+
+def mark(text, statuses, wheres):
+    """The text of a file of rules, with a comment above each rule that is proved."""
+    lines, number = [], 0
+    for line in text.split('\n'):
+        if line.startswith(MARK):
+            continue  # of an earlier time
+        if line.strip() and not line.lstrip().startswith('#'):
+            number += 1
+            status = statuses.get(number, 'none')
+            if status == 'where':
+                lines.append(f'{MARK} for all widths where {wheres[number]}')
+            elif status != 'none':
+                lines.append(MARK + (': it never applies' if status == 'never' else ' for all widths'))
+        lines.append(line)
+    return '\n'.join(lines)
+
+
+def write_marks(rules, statuses):
+    """The file is written whole or not at all."""
+    new = rules.rules.with_name(rules.rules.name + '.new')
+    new.write_bytes(mark(rules.rules.read_bytes().decode(), statuses, rules.wheres).encode())
+    new.replace(rules.rules)
+
+
+def check_foldings(folder):
+    """Their theorems are proved when the library is compiled; do they suppose nothing?"""
+    theorems = re.findall(r'^Theorem (\w+) :', (HERE / 'Foldings.v').read_text(), re.MULTILINE)
+    out = compile_text(folder, 'foldings_certificate', 'From Quarv Require Import Foldings.\n'
+                       + ''.join(f'Print Assumptions {theorem}.\n' for theorem in theorems))
+    if out.split('\n') != ['Closed under the global context'] * len(theorems) + ['']:
+        raise Failure(f'Foldings.v: the proofs suppose more than Coq\'s logic:\n{out}')
+    print(f'Foldings.v: {len(theorems)} theorems on what constants are folded to, for all widths; axioms: none')
 
 
 def check(arguments):
@@ -179,32 +236,50 @@ def check(arguments):
     folder.mkdir(parents=True)
     for name in LIBRARY:
         compile_text(folder, name, (HERE / f'{name}.v').read_text())
-    compile_text(folder, 'operator_tables', subprocess.run([tables], text=True, capture_output=True, check=True).stdout)
-    print('Bv.v: the operators have the values that the reference evaluator gives them')
-    failed = False
+    if not arguments.rules:
+        compile_text(folder, 'operator_tables', output(tables))
+        print('Bv.v: the operators have the values that the reference evaluator gives them')
+        check_foldings(folder)
+    standard = []
     for path in arguments.rules or STANDARD:
         rules = Set(path.resolve(), folder, program)
         statuses = rules.prove()
         report(rules, statuses)
-        if path.resolve() in STANDARD:
-            check_again(folder, rules)
-            table = HERE / f'{rules.name}.tsv'
-            if arguments.update:
-                table.write_text(rules.table(statuses))
-            elif not table.exists() or table.read_text() != rules.table(statuses):
-                print(f'{table}: error: differs from what was found; --update writes it', file=sys.stderr)
-                failed = True
-    return failed
+        if arguments.mark:
+            write_marks(rules, statuses)
+        if rules.rules in STANDARD:
+            standard.append((rules, statuses))
+    if standard:
+        check_again(folder, [rules for rules, _ in standard])
+        print('coqchk: all theorems hold; axioms: none')
+    same = [is_in_table(rules, statuses, arguments.update) for rules, statuses in standard]
+    return not all(same)
+
+
+def is_in_table(rules, statuses, update):
+    """Does the table say what was found? Writes it if it is to be updated."""
+    table = HERE / f'{rules.name}.tsv'
+    text = rules.table(statuses)
+    if update:
+        table.write_text(text)
+    elif not table.exists() or table.read_text() != text:
+        print(f'{table}: error: differs from what was found; --update writes it', file=sys.stderr)
+        return False
+    return True
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument('--build', type=pathlib.Path, default=ROOT / 'build/release', metavar='FOLDER')
     parser.add_argument('--update', action='store_true')
+    parser.add_argument('--mark', action='store_true')
     parser.add_argument('rules', nargs='*', type=pathlib.Path, metavar='FILE.rules')
+    arguments = parser.parse_args()
+    if arguments.mark and (not arguments.rules or any(path.resolve() in STANDARD for path in arguments.rules)):
+        parser.error('--mark is for files of your own')
     start = time.monotonic()
     try:
-        failed = check(parser.parse_args())
+        failed = check(arguments)
     except Failure as e:
         print(f'check.py: error: {e}', file=sys.stderr)
         failed = True

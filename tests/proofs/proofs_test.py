@@ -66,6 +66,22 @@ class Statements(unittest.TestCase):
         self.assertEqual(run().returncode, 2)
         self.assertEqual(run('/nowhere.rules').returncode, 1)
 
+    def test_are_marked_in_a_file(self):
+        text = ('# Found.\n\n# proved for widths 1-5\none: rewrite(bvnot(t), ) >> t\r\n  # more\n'
+                '# proved with Coq for all widths\ntwo: rewrite(bvneg(t), ) >> t\n\n'
+                '# proved with Coq for all widths\nthree: rewrite(bvneg(bvneg(t)), ) >> t\n'
+                'four: rewrite(ite(p, q, r), ) >> p\n  rewrite(bvand(t, u), ) >> u')
+        wanted = ('# Found.\n\n# proved for widths 1-5\n# proved with Coq for all widths\n'
+                  'one: rewrite(bvnot(t), ) >> t\r\n  # more\ntwo: rewrite(bvneg(t), ) >> t\n\n'
+                  '# proved with Coq for all widths where t is 0\nthree: rewrite(bvneg(bvneg(t)), ) >> t\n'
+                  'four: rewrite(ite(p, q, r), ) >> p\n# proved with Coq: it never applies\n'
+                  '  rewrite(bvand(t, u), ) >> u')
+        statuses = {1: 'tactic', 2: 'none', 3: 'where', 5: 'never'}  # the fourth is not of bit-vectors
+        marked = check.mark(text, statuses, {3: 't is 0'})
+        self.assertEqual(marked, wanted)
+        self.assertEqual(check.mark(marked, statuses, {3: 't is 0'}), wanted)
+        self.assertEqual(check.mark(marked, {}, {}).count(check.MARK), 0)
+
 
 if __name__ == '__main__':
     unittest.main(argv=sys.argv[:1])
