@@ -274,6 +274,20 @@ TEST(RuleLanguage, LooksAtSortsThatThePatternDoesNotImply) {
   EXPECT_EQ(parse_rule("rewrite((t == u), (t < u)) >> false").sort_tests.size(), 1u);
 }
 
+TEST(RuleLanguage, TellsRulesOnBitVectors) {
+  for (const char* text :
+       {"rewrite(bvnot(t), ) >> bvneg(t)", "rewrite((bvadd(t, u) == t_0), identity(t, t_0)) >> (u == 0)",
+        "rewrite(ite(p, bvnot(t), bvnot(u)), ) >> bvnot(ite(p, t, u))",
+        "rewrite(and(bvult(t, u), or(p, true)), ) >> bvult(t, u)"}) {
+    EXPECT_TRUE(is_in_qf_bv(parse_rule(text))) << text;
+  }
+  for (const char* text :
+       {"rewrite(and(p, q), ) >> p", "rewrite(ite(p, t, u), ) >> t", "rewrite(+(t, 0), ) >> t",
+        "rewrite(select(store(m, i, bvnot(t)), j), ) >> t", "rewrite(fp.abs(t), ) >> t"}) {
+    EXPECT_FALSE(is_in_qf_bv(parse_rule(text))) << text;
+  }
+}
+
 TEST(RuleLanguage, RejectsWhatIsTooLarge) {
   std::string deep = "t";
   for (int i = 0; i < 100; ++i) deep.insert(0, "bvnot(").append(")");
