@@ -151,6 +151,20 @@ TEST(GrowthTest, PrefixesOfConcatenationsTakeTermsInProportion) {
   EXPECT_LT(terms_read(text), 3 * text.size());  // nine times as many, were all of them written anew
 }
 
+/// When many attempts have been for nothing, those that follow may not cost more than they did.
+TEST(GrowthTest, RulesAreTriedInProportionOnPrefixes) {
+  constexpr std::size_t n = 2200;
+  std::string text = constants(n, "(_ BitVec 8)") + "(define-fun c0 () (_ BitVec 8) x0)\n";
+  for (std::size_t i = 1; i < n; ++i) {
+    const std::string number = std::to_string(i);
+    text += "(define-fun c" + number + " () (_ BitVec " + std::to_string(8 * (i + 1)) + ") (concat c" +
+            std::to_string(i - 1) + " x" + number + "))\n";
+  }
+  Session session;
+  Reader(session).read(text, "in.smt2");
+  EXPECT_LT(session.simplifier().normalizer.statistics().applied, 100'000u);  // a million, without a limit
+}
+
 TEST(GrowthTest, LongSumsThatAreWrittenAreNormalised) {
   constexpr std::size_t n = 300;
   std::string ascending, descending;

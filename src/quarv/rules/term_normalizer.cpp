@@ -103,8 +103,9 @@ inline void TermNormalizer::note_visit(const Term* t) {
   if (t->id < first_new_id_) ++visited_before_;
 }
 
-const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t) {
+const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t, std::uint64_t most_steps) {
   prepare(mgr);
+  most_steps_ = most_steps;
   if (is_finished(t)) return entry(t);
   try {
     push(t);
@@ -145,7 +146,7 @@ void TermNormalizer::abandon() {
 }
 
 std::uint64_t TermNormalizer::budget() const {
-  return step_budget_ ? *step_budget_ : base_budget + budget_per_term * visited_before_;
+  return std::min(most_steps_, step_budget_.value_or(base_budget + budget_per_term * visited_before_));
 }
 
 void TermNormalizer::run() {

@@ -106,7 +106,9 @@ class QUARV_API TermNormalizer {
   /// undo each other, rewriting stops at one of the terms that they lead through, chosen by age, whichever of
   /// them it began with. When the step budget is spent, the term reached so far. What a constructor or a rule
   /// throws passes through.
-  const Term* normalize(TermManager* mgr, const Term* t);
+  const Term* normalize(TermManager* mgr, const Term* t) { return normalize(mgr, t, no_limit); }
+  /// Likewise, with a step budget for this call that is no larger than `most_steps`.
+  const Term* normalize(TermManager* mgr, const Term* t, std::uint64_t most_steps);
 
   /// Says whether the terms passed to `normalize` were built by full constructors, with the simplifiers that
   /// the manager has now. Then only what changes is built again. They are not, unless said.
@@ -186,6 +188,7 @@ class QUARV_API TermNormalizer {
   bool index_is_current_ = false;
   bool inputs_are_simplified_ = false;
 
+  static constexpr std::uint64_t no_limit = ~std::uint64_t{0};
   std::optional<std::uint64_t> step_budget_;
   SimplificationObserver* observer_ = nullptr;
   Statistics statistics_;
@@ -198,6 +201,7 @@ class QUARV_API TermNormalizer {
   std::vector<TrailEntry> trail_;  // the trails of all frames, one after the other
   std::vector<const Term*> args_;
   std::size_t first_new_id_ = 0;
+  std::uint64_t most_steps_ = no_limit;
   std::uint64_t applied_ = 0;
   std::uint64_t visited_ = 0;
   std::uint64_t visited_before_ = 0;  // those that were there before the call

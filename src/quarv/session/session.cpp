@@ -45,26 +45,32 @@ void Session::disable_rules(bool by_number) {
 
 /// Some rules distribute one operation over others. On a tower of such operations the result is exponentially
 /// larger than the term; then the term is kept. Since each attempt costs time and memory, many of them are
-/// followed by a pause.
+/// followed by a pause. After it an attempt may cost what was given back by then: its term may hold all that
+/// was skipped, and would be allowed steps for all of it each time.
 const Term* Session::normalize(const Term* t) {
   constexpr std::uint64_t most_wasted = 1 << 16;
+  constexpr std::uint64_t given_back = most_wasted / 8;
   constexpr std::size_t pause = 1024;
   if (!options_.simplify || !options_.rules) return t;
   if (wasted_ >= most_wasted) {
     if (++skipped_ < pause) return t;
     skipped_ = 0;
-    wasted_ = most_wasted - most_wasted / 8;
+    wasted_ = most_wasted - given_back;
+    has_paused_ = true;
   }
   TermNormalizer& normalizer = simplifier_.normalizer;
   const TermNormalizer::Statistics before = normalizer.statistics();
-  const Term* result = normalizer.normalize(&manager_, t);
+  const Term* result = has_paused_ ? normalizer.normalize(&manager_, t, most_wasted - wasted_)
+                                   : normalizer.normalize(&manager_, t);
   const TermNormalizer::Statistics& after = normalizer.statistics();
   const std::uint64_t steps = after.applied - before.applied;
-  if (steps < many_steps) return result;
-  const bool grown = dag_size(manager_, {&result, 1}) > 2 * dag_size(manager_, {&t, 1});
-  if (!grown && after.budget_spent == before.budget_spent) return result;
+  if (steps < many_steps && !has_paused_) return result;
+  const bool ended_early = after.budget_spent != before.budget_spent;
+  const bool grown =
+      steps >= many_steps && dag_size(manager_, {&result, 1}) > 2 * dag_size(manager_, {&t, 1});
+  if (!grown && !ended_early) return result;
   count_wasted(steps);
-  return grown ? t : result;
+  return grown || has_paused_ ? t : result;
 }
 
 /// The application as the session builds it with the simplifier that is attached.
@@ -170,7 +176,7 @@ void Session::return_to(const Place& place, bool keep_names) {
 }
 
 Session::Mark Session::mark() {
-  marks_.push_back({++num_marks_, place(), wasted_, skipped_, own_.size()});
+  marks_.push_back({++num_marks_, place(), wasted_, skipped_, own_.size(), has_paused_});
   try {
     Mark mark;
     mark.terms_ = manager_.mark();
@@ -193,6 +199,7 @@ void Session::release(const Mark& mark) {
   return_to(state.place);
   wasted_ = state.wasted;
   skipped_ = state.skipped;
+  has_paused_ = state.has_paused;
   if (own_.size() != state.own) {
     own_.resize(state.own);
     use_own_simplifications();

@@ -187,6 +187,7 @@ class QUARV_API Session {
   TermRebuilder rebuild_;
   std::uint64_t wasted_ = 0;  // rule applications of no use
   std::size_t skipped_ = 0;   // terms that rules were not tried on since these were too many
+  bool has_paused_ = false;   // some were skipped
 
   std::unordered_map<std::string, const Symbol*> declared_;
   std::vector<const std::string*> names_;  // keys of `declared_`, oldest first
@@ -200,6 +201,7 @@ class QUARV_API Session {
     Place place;
     std::uint64_t wasted;
     std::size_t skipped, own;
+    bool has_paused;
   };
   std::vector<MarkedState> marks_;  // those in force
   std::uint64_t num_marks_ = 0;
