@@ -165,6 +165,20 @@ TEST(GrowthTest, RulesAreTriedInProportionOnPrefixes) {
   EXPECT_LT(session.simplifier().normalizer.statistics().applied, 100'000u);  // a million, without a limit
 }
 
+TEST(GrowthTest, PartsOfALongConcatenationTakeTermsInProportion) {
+  constexpr std::size_t n = 1000;
+  std::string text = constants(n, "(_ BitVec 8)") + "(define-fun s () (_ BitVec 8000) (concat";
+  for (std::size_t i = 0; i < n; ++i) text += " x" + std::to_string(i);
+  text += "))\n";
+  for (std::size_t i = 0; i + 1 < n; ++i) {
+    text += "(assert (bvult ((_ extract " + std::to_string(8 * i + 11) + ' ' + std::to_string(8 * i + 4) +
+            ") s) x" + std::to_string(i) + "))\n";
+  }
+  Session session({.extended = true});
+  Reader(session).read(text, "in.smt2");
+  EXPECT_LT(session.manager().num_terms(), text.size() / 5);  // five times as many, were each part passed
+}
+
 TEST(GrowthTest, LongSumsThatAreWrittenAreNormalised) {
   constexpr std::size_t n = 300;
   std::string ascending, descending;

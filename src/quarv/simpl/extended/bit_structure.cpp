@@ -70,6 +70,22 @@ bool is_smaller_inside(const TermManager& m, Args operands, std::size_t high, st
   return inside < outside;
 }
 
+/// Bits of one part of a concatenation. Those of a long one, as memory is, are not passed through its parts
+/// one by one: each part would yield a term.
+const Term* part_of_concatenation(TermManager& m, const Symbol* s, const Term* t) {
+  BitPart part{t, 0, 0};
+  m.is_bv_extract(s, &part.high, &part.low, nullptr);
+  while (has_tag(m, part.term, SymbolTag::BV_CONCAT)) {
+    const std::size_t width = width_of(m, part.term->args[1]);
+    if (part.low < width && part.high >= width) break;
+    const bool above = part.low >= width;
+    part.term = part.term->args[above ? 0 : 1];
+    part.high -= above ? width : 0;
+    part.low -= above ? width : 0;
+  }
+  return part.term == t ? nullptr : BitSlices::cut(m, part);
+}
+
 /// The lowest bits of sums and products are those of the operands' lowest bits; a part of an if-then-else is
 /// one of parts.
 const Term* part_of_operation(TermManager& m, const Symbol* s, const Term* t) {
@@ -205,6 +221,7 @@ const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args) {
     if (const Term* t = narrowed_division(m, tag, args)) return t;
   }
   if (tag == SymbolTag::BV_SELECT && !m.args_of(args[0]).empty()) {
+    if (const Term* t = part_of_concatenation(m, s, args[0])) return t;
     if (const Term* t = part_of_operation(m, s, args[0])) return t;
     if (const Term* t = known_part(m, s, args[0])) return t;
   }
