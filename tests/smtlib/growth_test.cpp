@@ -179,6 +179,18 @@ TEST(GrowthTest, PartsOfALongConcatenationTakeTermsInProportion) {
   EXPECT_LT(session.manager().num_terms(), text.size() / 5);  // five times as many, were each part passed
 }
 
+TEST(GrowthTest, VariablesOfNestedQuantifiersAreFoundNearThem) {
+  constexpr std::size_t levels = 20'000;
+  std::string text = "(declare-fun f (Int Int) Bool)(assert ";
+  for (std::size_t i = 0; i < levels; ++i) {
+    const std::string x = "x" + std::to_string(i);
+    text += "(forall ((" + x + " Int)) (or (f " + x + ' ' + (i == 0 ? x : "x" + std::to_string(i - 1)) + ") ";
+  }
+  Session session({.extended = true});
+  only_term(session, text + "false" + repeated(levels, "))") + ")");
+  EXPECT_TRUE(session.manager().may_visit());
+}
+
 TEST(GrowthTest, LongSumsThatAreWrittenAreNormalised) {
   constexpr std::size_t n = 300;
   std::string ascending, descending;

@@ -11,20 +11,21 @@ namespace quarv::termsimpl::extended {
 namespace {
 
 /// The variables that occur in a term, in their order; all of them when the term is too large to be searched.
+/// Most occur near their quantifier, so that the search goes down level by level: quantifiers may be nested
+/// thousands of levels deep.
 std::vector<const Term*> occurring(TermManager& m, const std::vector<const Term*>& variables,
                                    const Term* body) {
   constexpr std::size_t small = 256;
   constexpr std::size_t most = 1 << 16;
+  constexpr std::size_t cost = 8;  // of a look-up among the terms seen, in steps from term to term
   std::vector<bool> occurs(variables.size());
   std::size_t missing = variables.size();
   hsh::HashSet<const Term*> seen;
-  std::vector<const Term*> pending{body};
+  std::vector<const Term*> met{body};
   std::size_t visited = 0;
-  for (; !pending.empty() && missing > 0; ++visited) {
+  for (; visited < met.size() && missing > 0; ++visited) {
     if (visited == most || (visited == small && !m.may_visit())) return variables;
-    const Term* t = pending.back();
-    pending.pop_back();
-    if (!seen.insert(t)) continue;
+    const Term* t = met[visited];
     if (m.is_bound_variable(t->symbol)) {
       for (std::size_t i = 0; i < variables.size(); ++i) {
         if (variables[i] != t || occurs[i]) continue;
@@ -32,9 +33,11 @@ std::vector<const Term*> occurring(TermManager& m, const std::vector<const Term*
         --missing;
       }
     }
-    for (const Term* arg : m.args_of(t)) pending.push_back(arg);
+    for (const Term* arg : m.args_of(t)) {
+      if (seen.insert(arg)) met.push_back(arg);
+    }
   }
-  m.count_visits(visited);
+  m.count_visits(cost * visited);
   std::vector<const Term*> used;
   for (std::size_t i = 0; i < variables.size(); ++i) {
     if (occurs[i]) used.push_back(variables[i]);
