@@ -115,6 +115,35 @@ further steps lead to
   EXPECT_EQ(r.err, "quarv: there is no assertion 6: the script has 5\n");
 }
 
+/// Literals of check-sat-assuming stay as they are, so that they are no assertions, and those behind them
+/// have the numbers that they have in traces.
+TEST_F(Explain, CountsFormulasThatAreAssumed) {
+  write("assumed.smt2",
+        "(declare-const p Bool)(check-sat-assuming ((not p) (and p p) p))(assert (or p (and p p)))");
+  const Result r = run("$quarv explain assumed.smt2 --rules-only-standard");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(r.out, R"(assertion 1
+  (and p p)
+1. simplifier of and
+     «(and p p)»
+   = «p»
+result
+  p
+assertion 2
+  (or p (and p p))
+1. simplifier of and
+     (or p «(and p p)»)
+   = (or p «p»)
+2. simplifier of or
+     «(or p p)»
+   = «p»
+result
+  p
+)");
+  EXPECT_EQ(run("$quarv report assumed.smt2 -o page.html").status, 0);
+}
+
 TEST_F(Explain, ShowsStepsThatAreAskedFor) {
   EXPECT_EQ(run("$quarv explain in.smt2 --assert 2 --step 3").out,
             run("$quarv explain in.smt2 --assert 2 | sed "

@@ -44,10 +44,11 @@ Script read_observed(Session& session, Reader& reader, std::string_view text, co
 void trace_output(std::string_view input, std::string_view output, const std::string& file,
                   const SimplifyOptions& options) {
   SessionOptions as_written = options;
+  constexpr bool literals = true;  // what is simplified may become one
   as_written.simplify = false;
-  trace_script(input, file, as_written, *options.trace, "input as written", options.lenient);
+  trace_script(input, file, as_written, *options.trace, "input as written", options.lenient, literals);
   trace_script(output, file, options, *options.trace, "output", options.lenient);
-  trace_script(output, file, as_written, *options.trace, "output as written", options.lenient);
+  trace_script(output, file, as_written, *options.trace, "output as written", options.lenient, literals);
 }
 
 bool has_own_name(std::string_view text, std::uint64_t largest_of_user) {

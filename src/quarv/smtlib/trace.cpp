@@ -274,12 +274,12 @@ void Trace::command_read(const Script& script, bool literals) {
 }
 
 void trace_script(std::string_view text, const std::string& file, const SessionOptions& options,
-                  std::ostream& out, std::string_view part, bool lenient) {
+                  std::ostream& out, std::string_view part, bool lenient, bool literals) {
   Session session(options);
   Trace trace(session.manager(), session.simplifier().normalizer, out, nullptr, part);
   session.simplifier().set_observer(&trace);
   Reader(session, {.lenient = lenient}).read_in_place(text, file, [&](const Script& s) {
-    trace.command_read(s, !options.simplify);
+    trace.command_read(s, literals);
   });
   session.simplifier().set_observer(nullptr);
   trace.finish();

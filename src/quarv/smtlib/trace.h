@@ -98,8 +98,10 @@ class QUARV_API Trace : public SimplificationObserver {
   std::uint64_t assertions_ = 0;
 };
 
-/// Reads a script in a session of its own, and traces that. `lenient`: see ReaderOptions. Throws InputError.
+/// Reads a script in a session of its own, and traces that. `lenient`: see ReaderOptions; `literals`: see
+/// Trace::command_read. Throws InputError.
 QUARV_API void trace_script(std::string_view text, const std::string& file, const SessionOptions& options,
-                            std::ostream& out, std::string_view part = {}, bool lenient = false);
+                            std::ostream& out, std::string_view part = {}, bool lenient = false,
+                            bool literals = false);
 
 }  // namespace quarv::smtlib
