@@ -91,6 +91,9 @@ TEST(RuleLanguage, ReadsFilesWithCommentsAndEmptyLines) {
   EXPECT_EQ(rules[0].text, "rewrite(bvnot(bvnot(t)), ) >> t");
   EXPECT_EQ(rules[1].line, 5u);
   EXPECT_TRUE(parse_rules("").empty());
+  const auto marked = parse_rules("\xEF\xBB\xBFrewrite(bvnot(bvnot(t)), ) >> t");
+  ASSERT_EQ(marked.size(), 1u);
+  EXPECT_EQ(marked[0].text, "rewrite(bvnot(bvnot(t)), ) >> t");
 }
 
 TEST(RuleLanguage, ReadsNames) {

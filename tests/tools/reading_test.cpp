@@ -20,6 +20,12 @@ TEST_F(Program, EveryCommandSkipsAByteOrderMark) {
 done
 )sh");
   EXPECT_EQ(run("$quarv certify --solver 'bash solver.sh'", script).err, "");
+  write("right.rules", "\xEF\xBB\xBFrewrite(bvnot(bvnot(t)), ) >> t\n");
+  EXPECT_EQ(run("$quarv simplify --rules right.rules", "(check-sat)\n").out, "(check-sat)\n");
+  write("wrong.rules", "\xEF\xBB\xBFrewrit(bvnot(bvnot(t)), ) >> t\n");
+  EXPECT_EQ(run("$quarv simplify --rules wrong.rules", "(check-sat)\n").err,
+            "wrong.rules:1:1: error: expected \"rewrite\" or \"unordered\" but found \"rewrit\"\n"
+            "  rewrit(bvnot(bvnot(t)), ) >> t\n  ^\n");
 }
 
 TEST_F(Program, EveryCommandTellsFunctionsOfOneNameApart) {

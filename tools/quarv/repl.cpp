@@ -25,6 +25,7 @@
 #include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>
+#include <quarv/util/byte_order_mark.h>
 #include <quarv/util/source_excerpt.h>
 
 namespace quarv::cli {
@@ -388,7 +389,7 @@ int converse(const Arguments& arguments) {
   while (more && !conversation.over()) {
     text.clear();
     more = source->read(text, splitter.idle());
-    splitter.add(std::exchange(begun, true) ? std::string_view(text) : smtlib::without_byte_order_mark(text));
+    splitter.add(std::exchange(begun, true) ? std::string_view(text) : without_byte_order_mark(text));
     while (!conversation.over() && (splitter.next(piece) || (!more && splitter.rest(piece)))) {
       conversation.answer(piece);
       output.stream().flush();

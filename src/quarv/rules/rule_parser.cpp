@@ -3,6 +3,7 @@
 
 #include <quarv/rules/rule_orders.h>
 #include <quarv/rules/rule_parser.h>
+#include <quarv/util/byte_order_mark.h>
 
 namespace quarv::rules {
 
@@ -289,6 +290,7 @@ Rule parse_rule(std::string_view text, std::size_t line) {
 std::vector<Rule> parse_rules(std::string_view text) {
   std::vector<Rule> rules;
   std::map<std::string, std::size_t> lines;  // by name
+  text = without_byte_order_mark(text);
   for (std::size_t line = 1; !text.empty(); ++line) {
     const std::size_t end = std::min(text.find('\n'), text.size());
     std::string_view row = text.substr(0, end);

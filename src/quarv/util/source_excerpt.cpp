@@ -3,6 +3,7 @@
 #include <iterator>
 #include <vector>
 
+#include <quarv/util/byte_order_mark.h>
 #include <quarv/util/source_excerpt.h>
 
 namespace quarv {
@@ -153,6 +154,7 @@ std::string source_excerpt(std::string_view text, std::size_t offset) {
 }
 
 std::string source_excerpt(std::string_view text, SourcePlace place) {
+  text = without_byte_order_mark(text);  // columns do not count it
   std::size_t start = 0;
   for (std::size_t line = 1; line < place.line; ++line) {
     start = text.find('\n', start) + 1;

@@ -1,6 +1,7 @@
 #include "solver/s_expressions.h"
 
 #include <quarv/smtlib/read/lexer.h>
+#include <quarv/util/byte_order_mark.h>
 
 namespace quarv::cli {
 
@@ -22,7 +23,7 @@ std::string_view verbatim(const Token& t, const Lexer& lexer) {
 
 std::vector<std::string_view> split(std::string_view text) {
   std::vector<std::string_view> parts;
-  Lexer lexer(smtlib::without_byte_order_mark(text));
+  Lexer lexer(without_byte_order_mark(text));
   std::size_t depth = 0;
   const char* start = nullptr;
   for (Token t = lexer.next(); !is_last(t); t = lexer.next()) {

@@ -58,12 +58,6 @@ inline constexpr std::array<CharInfo, 256> table = make_table();
 
 }  // namespace characters
 
-/// What a file holds behind the byte order mark with which some editors begin it.
-inline std::string_view without_byte_order_mark(std::string_view file) noexcept {
-  constexpr std::string_view mark = "\xEF\xBB\xBF";
-  return file.substr(file.starts_with(mark) ? mark.size() : 0);
-}
-
 /// Splits SMT-LIB text into tokens. It looks at each byte once and copies nothing; tokens are views of the
 /// input.
 class Lexer {

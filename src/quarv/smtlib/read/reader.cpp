@@ -3,6 +3,7 @@
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/written_forms.h>
+#include <quarv/util/byte_order_mark.h>
 
 namespace quarv::smtlib {
 

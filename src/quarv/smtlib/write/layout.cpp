@@ -5,6 +5,7 @@
 
 #include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/write/layout.h>
+#include <quarv/util/byte_order_mark.h>
 
 namespace quarv::smtlib {
 
