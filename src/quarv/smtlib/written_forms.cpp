@@ -30,41 +30,24 @@ WrittenForms::ClassId WrittenForms::application(const Symbol* head, Arguments ar
   return add(h, arguments, Node(t, real));
 }
 
-WrittenForms::OperatorHead WrittenForms::head_of(const Operator& op, std::span<const std::size_t> indices,
-                                                 const Term* index) {
-  const bool indexed = !indices.empty() || index != nullptr;
-  if (!indexed) {
-    if (const auto known = operator_heads_.find(&op); known != operator_heads_.end()) return known->second;
-  }
-  OperatorHead head;
-  if (op.name == "/" || op.name == "to_real") head.real = Real::always;
-  if (op.name == "+" || op.name == "-" || op.name == "*" || op.name == "ite") head.real = Real::as_arguments;
-  if (op.name == "select") head.real = Real::as_element;
-  if (!indexed) {
-    head.head = graph_.head(op.name);
-    operator_heads_.emplace(&op, head);
-    return head;
+forms::HeadId WrittenForms::head_of(const Operator& op, std::span<const std::size_t> indices,
+                                    const Term* index) {
+  if (indices.empty() && index == nullptr) {
+    const auto [known, is_new] = operator_heads_.try_emplace(&op, forms::none);
+    if (is_new) known->second = graph_.head(op.name);
+    return known->second;
   }
   std::string text = "(_ ";
   text += op.name;
   for (std::size_t i : indices) text += ' ' + std::to_string(i);
   if (index != nullptr) text += ' ' + m_.get_number(index)->to_string();
-  head.head = graph_.head(text + ')');
-  return head;
+  return graph_.head(text + ')');
 }
 
 WrittenForms::ClassId WrittenForms::application(const Operator& op, std::span<const std::size_t> indices,
-                                                const Term* index, Arguments arguments, const Term* t) {
-  const OperatorHead head = head_of(op, indices, index);
-  bool real = false;
-  if (m_.type_of(t) == m_.int_type && head.real != Real::never) {
-    real = head.real == Real::always;
-    if (head.real == Real::as_arguments) {
-      for (ClassId c : arguments) real = real || graph_.sort(c) == m_.rat_type;
-    }
-    if (head.real == Real::as_element) real = graph_.sort(arguments[0])->get_component(2) == m_.rat_type;
-  }
-  return add(head.head, arguments, Node(t, real));
+                                                const Term* index, Arguments arguments, const Term* t,
+                                                bool real) {
+  return add(head_of(op, indices, index), arguments, Node(t, real));
 }
 
 WrittenForms::ClassId WrittenForms::root(ClassId form, const Term* t, const DataType* sort) {

@@ -32,9 +32,10 @@ class WrittenForms {
   ClassId leaf(const Term* t, bool decimal);
   /// A function, quantifier or annotation over what has been written before, which is the term `t`.
   ClassId application(const Symbol* head, Arguments arguments, const Term* t);
-  /// An operator of a theory; `index` is that of an operator whose index is an argument, else null.
+  /// An operator of a theory; `index` is that of an operator whose index is an argument, else null. `real`:
+  /// a term of sort Int that was written as a Real.
   ClassId application(const Operator& op, std::span<const std::size_t> indices, const Term* index,
-                      Arguments arguments, const Term* t);
+                      Arguments arguments, const Term* t, bool real);
   /// A command's term, which was written as `form` and has become `t`, at a place that demands `sort`.
   ClassId root(ClassId form, const Term* t, const DataType* sort);
 
@@ -65,19 +66,13 @@ class WrittenForms {
   const std::vector<std::pair<ClassId, Node>>& met() const noexcept { return met_; }
 
  private:
-  /// When a term of sort Int stands for a Real.
-  enum class Real : std::uint8_t { never, always, as_arguments, as_element };
-  struct OperatorHead {
-    forms::HeadId head = forms::none;
-    Real real = Real::never;
-  };
-  OperatorHead head_of(const Operator& op, std::span<const std::size_t> indices, const Term* index);
+  forms::HeadId head_of(const Operator& op, std::span<const std::size_t> indices, const Term* index);
   ClassId add(forms::HeadId head, Arguments arguments, Node n);
 
   TermManager& m_;
   forms::FormGraph graph_;
   NormalForms normal_;
-  std::unordered_map<const Operator*, OperatorHead> operator_heads_;
+  std::unordered_map<const Operator*, forms::HeadId> operator_heads_;
   std::unordered_map<const Symbol*, std::uint32_t> declared_;
   std::unordered_map<const Symbol*, std::string> variable_sorts_;
   std::vector<std::pair<ClassId, Node>> met_;

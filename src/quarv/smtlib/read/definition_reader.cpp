@@ -230,7 +230,7 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     c.kind = Command::Kind::define;
     largest_dollar_definition_ = std::max(largest_dollar_definition_, largest_with_name);
     TermMeaning meaning = TermMeaning::of(body, form);
-    meaning.perhaps_real = result == manager_.rat_type;
+    meaning.is_real = result == manager_.rat_type;
     names_.bind(names_.enter(lookup_text(name)), meaning);
   } else {
     c.kind = Command::Kind::define_function;

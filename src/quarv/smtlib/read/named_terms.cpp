@@ -66,9 +66,7 @@ void Reader::bind_new_names(Script& script, const Place& before) {
     if (t != b.value && occurs_in(manager_, b.value, std::span(script.terms).subspan(before.terms))) {
       t = b.value;
     }
-    TermMeaning meaning = TermMeaning::of(t, b.form);
-    meaning.perhaps_real = b.perhaps_real;
-    names_.bind(*b.name, meaning);
+    names_.bind(*b.name, TermMeaning::of(t, b.form));
     script.named.push_back({script.commands.size() - 1, t});
     if (b.below_quantifier) script.names_below_quantifiers.insert(quoted(b.name->text));
   }

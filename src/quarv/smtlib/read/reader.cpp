@@ -261,7 +261,6 @@ void Reader::set_input(std::string_view text, std::string file) {
   file_ = std::move(file);
   lexer_ = Lexer(input_);
   keep_text_ = true;
-  reals_searched_ = 0;
 }
 
 Script Reader::read(std::string_view text, std::string file,

@@ -159,8 +159,8 @@ class QUARV_API Reader {
     enum Kind : std::uint8_t { none, builtin, function, overloaded, value, reserved, foreign };
     Kind kind = none;
     Word word =
-        Word::none;  // of reserved words; `other` for constants of theories, which may be declared anew
-    bool perhaps_real = false;  // of a value of sort Int: it may have been written as a Real
+        Word::none;        // of reserved words; `other` for constants of theories, which may be declared anew
+    bool is_real = false;  // of a value of sort Int: it was written as a Real
     std::uint32_t renamed =
         0;  // name!1, ..., name!renamed are in use: quantifiers bind the name within each other
     FormClass form = no_form;  // of a value: the class of its forms
@@ -234,7 +234,7 @@ class QUARV_API Reader {
     const Term* value;
     FormClass form = no_form;
     bool below_quantifier = false;
-    bool perhaps_real = false;  // see TermMeaning
+    bool is_real = false;  // see TermMeaning
   };
 
   /// Thrown when a command creates terms far out of proportion to its text.
@@ -304,8 +304,6 @@ class QUARV_API Reader {
   // term_list_reader.cpp: check-sat-assuming and get-value.
   void term_list(Script& script, Command::Kind kind, std::string_view text);
   bool is_literal_ahead() const;
-  bool has_reals();
-  bool is_perhaps_real(const char* start, const Term* t);
   void keep_text(Script& script, std::string_view text);
 
   // named_terms.cpp: names given by annotations.
@@ -341,15 +339,18 @@ class QUARV_API Reader {
   void open_pattern(Attribute attribute, Frame::Kind kind);
   void finish_pattern();
   void finish_annotation();
+  const Term* annotated_as_real(Operator::Args all, const std::vector<Attribute>& list);
   void close(const Token& token);
-  void close_with(const Term* t, FormClass form);
+  void close_with(const Term* t, FormClass form, bool real = false);
   const Term* literal(const Token& token);
-  FormClass written_application(const Frame& frame, const Term* t);
+  FormClass written_application(const Frame& frame, const Term* t, bool real);
+  bool is_real_application(const Frame& frame, const Term* t) const;
   TermMeaning symbol_value(const Token& token);
   const Term* indexed_constant(const char* start);
   const Term* special_float(const Token& name);
-  void push_value(const Term* t, FormClass form);
+  void push_value(const Term* t, FormClass form, bool real = false);
   void drop_values(std::size_t first);
+  bool is_real_value(std::size_t i) const;
   WrittenForms* written() const noexcept { return unsimplified_ == 0 ? options_.written : nullptr; }
   const Term* bind_variable(const Token& name, const DataType* type);
   bool is_bound_twice(TermNames::Name& name);
@@ -441,8 +442,6 @@ class QUARV_API Reader {
   std::uint64_t largest_dollar_name_ = 0;
   std::uint64_t largest_dollar_definition_ = 0;
   std::size_t question_marks_ = 0;
-  bool has_reals_ = false;
-  std::size_t reals_searched_ = 0;  // so much of the input
   std::vector<std::unique_ptr<std::vector<const DataType*>>> macro_parameters_;
   std::map<std::vector<const DataType*>, const DataType*> instances_;  // of macros: stand-in, arguments
   std::map<std::pair<std::string, const DataType*>, const Term*> bound_variables_;
@@ -450,11 +449,11 @@ class QUARV_API Reader {
 
   std::vector<Frame> frames_;
   std::vector<const Term*> values_;
-  std::vector<FormClass> forms_;   // of the values, as long as they are needed
-  std::size_t num_commands_ = 0;   // of the script, before the one that is being read
-  FormClass last_form_ = no_form;  // of the term read last
-  bool decimal_ = false;           // the literal read last was a decimal
-  std::size_t unsimplified_ = 0;   // open places whose terms are not simplified
+  std::vector<FormClass> forms_;    // of the values, as long as they are needed
+  std::vector<std::size_t> reals_;  // numbers of those values of sort Int that were written as Reals
+  std::size_t num_commands_ = 0;    // of the script, before the one that is being read
+  FormClass last_form_ = no_form;   // of the term read last
+  std::size_t unsimplified_ = 0;    // open places whose terms are not simplified
   std::vector<std::size_t> indices_;
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;

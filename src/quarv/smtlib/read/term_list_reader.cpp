@@ -42,39 +42,7 @@ void Reader::term_list(Script& script, Command::Kind kind, std::string_view text
   script.commands.push_back(c);
 }
 
-/// The input so far has terms of sort Real, or may have them.
-bool Reader::has_reals() {
-  const std::string_view read(input_.data(), static_cast<std::size_t>(lexer_.position() - input_.data()));
-  Lexer lexer(read.substr(reals_searched_));
-  reals_searched_ = read.size();
-  for (Token t = lexer.next(); !has_reals_ && t.kind != TokenKind::end && t.kind != TokenKind::error;
-       t = lexer.next()) {
-    has_reals_ = t.kind == TokenKind::decimal || t.text == "Real" || t.text == "to_real" || t.text == "/";
-  }
-  return has_reals_;
-}
-
-/// Whether a term that is named, whose text begins at `start` and ends with the last token, may have been
-/// written as a Real though it is of sort Int, as 2.0 and (to_real i) are.
-bool Reader::is_perhaps_real(const char* start, const Term* t) {
-  constexpr int most_tokens = 1000;  // names may be given within each other
-  if (manager_.type_of(t) != manager_.int_type) return false;
-  Lexer lexer(std::string_view(start, static_cast<std::size_t>(lexer_.position() - start)));
-  for (int i = 0; i < most_tokens; ++i) {
-    const Token token = lexer.next();
-    if (token.kind == TokenKind::end) return false;
-    if (token.kind == TokenKind::decimal) return true;
-    if (token.kind != TokenKind::symbol) continue;
-    const TermNames::Name* name = names_.find(lookup_text(token));
-    if (token.text == "to_real" || token.text == "/") return true;
-    if (name != nullptr && name->meaning.perhaps_real) return true;
-  }
-  return true;
-}
-
-/// The script's last term is to be printed as `text`. Notes the names of sub-terms in it. A name's sort may
-/// become another one: an integer-typed term that was written as a Real is named as an integer in the output,
-/// and does not fit everywhere any more; then the text is not used.
+/// The script's last term is to be printed as `text`. Notes the names of sub-terms in it.
 void Reader::keep_text(Script& script, std::string_view text) {
   script.term_texts.resize(script.terms.size());
   script.term_texts.back() = text;
@@ -83,9 +51,6 @@ void Reader::keep_text(Script& script, std::string_view text) {
     if (t.kind != TokenKind::symbol) continue;
     const TermMeaning meaning = meaning_of(t);
     if (meaning.kind != TermMeaning::value || !manager_.is_annotation(meaning.term->symbol)) continue;
-    if (meaning.perhaps_real && text[0] == '(' && has_reals()) {
-      script.term_texts.back() = {};
-    }
     script.mentioned.insert(meaning.term);
   }
 }

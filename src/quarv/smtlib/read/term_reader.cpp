@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -39,9 +40,9 @@ const Term* Reader::read_term() {
       close(t);
     } else if (t.kind == TokenKind::symbol) {
       const TermMeaning meaning = symbol_value(t);
-      push_value(meaning.term, meaning.form);
+      push_value(meaning.term, meaning.form, meaning.is_real);
     } else {
-      push_value(literal(t), no_form);
+      push_value(literal(t), no_form, t.kind == TokenKind::decimal);
     }
   } while (!frames_.empty());
   const Term* result = values_.back();
@@ -67,13 +68,14 @@ const Term* Reader::read_unsimplified_term() {
   return t;
 }
 
-/// `form` may be left open for what is written in one way only.
-void Reader::push_value(const Term* t, FormClass form) {
+/// `form` may be left open for what is written in one way only; `real`: it was written as a Real, whatever
+/// its sort is.
+void Reader::push_value(const Term* t, FormClass form, bool real) {
+  if (real && manager_.type_of(t) == manager_.int_type) reals_.push_back(values_.size());
   values_.push_back(t);
   if (options_.written != nullptr) {
     const bool wanted = form == no_form && unsimplified_ == 0;
-    forms_.push_back(wanted ? options_.written->leaf(t, decimal_) : form);
-    decimal_ = false;
+    forms_.push_back(wanted ? options_.written->leaf(t, real) : form);
   }
   if (frames_.empty()) return;
   if (frames_.back().kind == Frame::let_value) {
@@ -85,8 +87,13 @@ void Reader::push_value(const Term* t, FormClass form) {
   }
 }
 
+bool Reader::is_real_value(std::size_t i) const {
+  return std::binary_search(reals_.begin(), reals_.end(), i);
+}
+
 void Reader::drop_values(std::size_t first) {
   values_.resize(first);
+  while (!reals_.empty() && reals_.back() >= first) reals_.pop_back();
   if (options_.written != nullptr) forms_.resize(first);
 }
 
@@ -142,7 +149,7 @@ void Reader::open_parenthesis(const Token& open) {
       expect_right("the sort of a qualified name");
       const TermMeaning m = symbol_value(name);
       if (manager_.type_of(m.term) != sort) fail(name.start, std::string(name.text) + " is not of this sort");
-      return push_value(m.term, m.form);
+      return push_value(m.term, m.form, m.is_real);
     }
     default:
       if (head.text == "match") not_understood(head.start, "datatypes are not supported");
@@ -218,6 +225,7 @@ void Reader::open_let(const char* start) {
 /// The value of a binding is complete: on to the next binding, or to the body.
 void Reader::let_binding() {
   bindings_.back().value = values_.back();
+  bindings_.back().is_real = is_real_value(values_.size() - 1);
   if (!forms_.empty()) bindings_.back().form = forms_.back();
   drop_values(values_.size() - 1);
   expect_right("the value of a binding");
@@ -239,7 +247,7 @@ void Reader::let_bindings_done() {
     }
     TermMeaning meaning = TermMeaning::of(bindings_[i].value, bindings_[i].form);
     meaning.renamed = name.meaning.renamed;
-    meaning.perhaps_real = manager_.type_of(meaning.term) == manager_.int_type;
+    meaning.is_real = bindings_[i].is_real;
     names_.bind(name, meaning);
     if (written() != nullptr) options_.written->let_name(bindings_[i].form, name.text);
   }
@@ -367,13 +375,24 @@ void Reader::finish_pattern() {
   attributes();
 }
 
+/// A term of sort Int that was written as a Real keeps the name of a Real: texts that stay as they are say
+/// the name where a Real must stand.
+const Term* Reader::annotated_as_real(Operator::Args all, const std::vector<Attribute>& list) {
+  const Term* const some_real = manager_.make_number(QNumber(1, 2));
+  const Symbol* const s = manager_.make_annotation(some_real, list, all.subspan(1))->symbol;
+  return manager_.make_term_unchecked(s, all);
+}
+
 void Reader::finish_annotation() {
   const Frame frame = frames_.back();
   const std::vector<Attribute> list = std::move(attributes_.back());
   attributes_.pop_back();
   if (list.empty()) fail(frame.start, "an annotation needs an attribute");
   const Operator::Args all = Operator::Args(values_).subspan(frame.first_value);
-  const Term* t = manager_.make_annotation(all[0], list, all.subspan(1));
+  const bool named = std::ranges::count(list, ":named", &Attribute::keyword) != 0;
+  const bool real = is_real_value(frame.first_value);
+  const Term* t =
+      named && real ? annotated_as_real(all, list) : manager_.make_annotation(all[0], list, all.subspan(1));
   FormClass form = no_form;
   if (WrittenForms* w = written())
     form = w->application(t->symbol, std::span(forms_).subspan(frame.first_value, 1), t);
@@ -385,23 +404,22 @@ void Reader::finish_annotation() {
       if (quoted(b.name->text) != a.text) continue;
       b.value = t;
       b.form = form;
-      b.perhaps_real = is_perhaps_real(frame.start, t);
       b.below_quantifier = std::any_of(frames_.begin(), frames_.end(),
                                        [](const Frame& f) { return f.kind == Frame::quantifier; });
       break;
     }
   }
-  close_with(t, form);
+  close_with(t, form, real);
 }
 
 // Closing.
 // ---------------------------------------------------------------------------------------------------------------------
 
 /// The top frame is complete and stands for `t`.
-void Reader::close_with(const Term* t, FormClass form) {
+void Reader::close_with(const Term* t, FormClass form, bool real) {
   drop_values(frames_.back().first_value);
   frames_.pop_back();
-  push_value(t, form);
+  push_value(t, form, real);
 }
 
 void Reader::close(const Token& token) {
@@ -412,12 +430,14 @@ void Reader::close(const Token& token) {
     case Frame::function:
     case Frame::overloaded: {
       const Term* t = apply(frame);
-      return close_with(t, written() != nullptr ? written_application(frame, t) : no_form);
+      const bool real = is_real_application(frame, t);
+      return close_with(t, written() != nullptr ? written_application(frame, t, real) : no_form, real);
     }
     case Frame::let_body:
       if (values_.size() != frame.first_value + 1) fail(frame.start, "let needs one body");
       names_.leave(frame.scope);
-      return close_with(values_.back(), forms_.empty() ? no_form : forms_.back());
+      return close_with(values_.back(), forms_.empty() ? no_form : forms_.back(),
+                        is_real_value(frame.first_value));
     case Frame::quantifier: {
       if (values_.size() != frame.first_value + 1) fail(frame.start, "a quantifier needs one body");
       names_.leave(frame.scope);
@@ -446,7 +466,7 @@ void Reader::close(const Token& token) {
 }
 
 /// Says how the frame's term was written. Its indices are still there: `indices_` was only made shorter.
-Reader::FormClass Reader::written_application(const Frame& frame, const Term* t) {
+Reader::FormClass Reader::written_application(const Frame& frame, const Term* t, bool real) {
   const auto arguments = std::span<const FormClass>(forms_).subspan(frame.first_value);
   if (frame.kind == Frame::function) return options_.written->application(frame.symbol, arguments, t);
   if (frame.kind == Frame::overloaded) return options_.written->application(t->symbol, arguments, t);
@@ -454,7 +474,23 @@ Reader::FormClass Reader::written_application(const Frame& frame, const Term* t)
   const std::size_t first = op.index_is_argument ? 1 : 0;
   return options_.written->application(op, std::span(indices_.data() + frame.first, op.num_indices - first),
                                        first != 0 ? values_[frame.first_value] : nullptr,
-                                       arguments.subspan(first), t);
+                                       arguments.subspan(first), t, real);
+}
+
+/// Whether the frame's term is of sort Int, but was written as a Real.
+bool Reader::is_real_application(const Frame& frame, const Term* t) const {
+  const DataType* const real = manager_.rat_type;
+  if (manager_.type_of(t) != manager_.int_type) return false;
+  if (frame.kind != Frame::operation)
+    return frame.kind == Frame::function && frame.symbol->get_output_type() == real;
+  const std::string_view op = frame.op->name;
+  if (op == "/" || op == "to_real" || op == "fp.to_real") return true;
+  if (op == "select") return manager_.type_of(values_[frame.first_value])->get_component(2) == real;
+  if (op != "+" && op != "-" && op != "*" && op != "ite") return false;
+  for (std::size_t i = frame.first_value; i < values_.size(); ++i) {
+    if (manager_.type_of(values_[i]) == real || is_real_value(i)) return true;
+  }
+  return false;
 }
 
 // Atoms.
@@ -465,7 +501,6 @@ const Term* Reader::literal(const Token& token) {
     case TokenKind::numeral:
       return numeral(token.text);
     case TokenKind::decimal:
-      decimal_ = true;
       return decimal(token.text);
     case TokenKind::hexadecimal:
     case TokenKind::binary:

@@ -111,7 +111,7 @@ void planned_children(const TermManager& m, Node node, std::vector<Node>& out) {
     return;
   }
   if (m.is_annotation(t->symbol)) {
-    out.push_back(without_coefficient(m, Node(t->args[0], false)));
+    out.push_back(without_coefficient(m, node_for(m, t->args[0], m.argument_type(t->symbol, 0))));
     return;
   }
   printed_children(m, node, out);

@@ -297,7 +297,7 @@ bool ScriptWriter::may_be_given(const std::string& name) const {
 /// Writes "(! " and schedules the attributes; gives what stands between.
 Node ScriptWriter::open_annotation(Node n) {
   const Term* t = n.term();
-  const Node body(t->args[0], false);
+  const Node body = node_for(m_, t->args[0], m_.argument_type(t->symbol, 0));
   const auto& attributes = m_.annotation_attributes(t->symbol);
   const auto name_given = std::find_if(attributes.begin(), attributes.end(),
                                        [](const Attribute& a) { return a.keyword == ":named"; });
