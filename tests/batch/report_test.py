@@ -35,6 +35,8 @@ def check_page(browser, page):
     browser.open(page.as_uri())
     assert browser.evaluate('document.documentElement.dataset.ready') == 'yes'
     assert not browser.faults(), browser.faults()
+    words = browser.evaluate('document.body.innerText').split()
+    assert not {'null', 'undefined'} & set(words), 'a value that is not there is shown'
     milliseconds = browser.evaluate('performance.getEntriesByType("navigation")[0].loadEventStart')
     print(f'{page.name}: {page.stat().st_size} bytes, ready after {milliseconds:.0f} ms')
 

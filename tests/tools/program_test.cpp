@@ -105,6 +105,8 @@ TEST_F(Program, PrintsStatistics) {
   EXPECT_EQ(object["simplifications"]["not"], 1);
   EXPECT_TRUE(object["seconds"]["read"].is_number());
   EXPECT_GT(object["peak_memory_bytes"], 1 << 20);
+  const Result quantified = run("$quarv simplify --stats=json", "(assert (exists ((i Int)) (= i 1)))\n");
+  EXPECT_EQ(nlohmann::json::parse(quantified.err)["simplifications"].dump(), "{\"exists\":1}");
 }
 
 TEST_F(Program, ReportsFaultsOfTheInputWithTheirLine) {

@@ -20,7 +20,7 @@ using Count = std::pair<std::string, std::uint64_t>;
 
 /// Operators that simplified at least once, the busiest first.
 std::vector<Count> by_operator(const Counter& counter) {
-  std::vector<Count> counts;
+  std::vector<Count> counts(counter.by_quantifier.begin(), counter.by_quantifier.end());
   for (std::size_t i = 0; i < SymbolTag::count; ++i) {
     if (counter.by_tag[i] != 0) {
       counts.emplace_back(SymbolTag::name(static_cast<SymbolTag::tag>(i)), counter.by_tag[i]);
@@ -64,7 +64,12 @@ void Counter::on_rule(std::size_t rule, const Term*, const Term*) {
 }
 
 void Counter::on_simplification(const Symbol* op, std::span<const Term* const>, const Term*) {
-  ++by_tag[TermManager::get_tag(op)];
+  const SymbolTag::tag tag = TermManager::get_tag(op);
+  if (tag == SymbolTag::OPAQUE) {
+    ++by_quantifier[op->name];
+  } else {
+    ++by_tag[tag];
+  }
 }
 
 std::uint64_t peak_memory() {

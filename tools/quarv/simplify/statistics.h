@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <span>
 #include <string>
@@ -21,6 +22,7 @@ class Counter : public SimplificationObserver {
   void on_simplification(const Symbol* op, std::span<const Term* const> args, const Term* after) override;
 
   std::uint64_t by_tag[SymbolTag::count] = {};
+  std::map<std::string, std::uint64_t, std::less<>> by_quantifier;  ///< which have no tag of their own
   std::map<std::size_t, std::uint64_t> by_rule;  ///< rules count from 0
   std::vector<std::string> rule_labels;          ///< what they are called
 };
