@@ -5,6 +5,8 @@
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/smtlib/smallest_script.h>
+#include <quarv/smtlib/written_forms.h>
 
 // Inputs whose cost would grow faster than their size. None of the tests measures time: those that count
 // nothing are so large that the time limit of all tests is exceeded when the cost is quadratic.
@@ -177,6 +179,42 @@ TEST(GrowthTest, PartsOfALongConcatenationTakeTermsInProportion) {
   Session session({.extended = true});
   Reader(session).read(text, "in.smt2");
   EXPECT_LT(session.manager().num_terms(), text.size() / 5);  // five times as many, were each part passed
+}
+
+/// The number of classes that all forms of a script are over.
+std::size_t children_of_forms(const std::string& text) {
+  Session session({.extended = true});
+  WrittenForms written(session.manager());
+  Reader reader(session, {.written = &written});
+  Script script = reader.read_in_place(text, "in.smt2");
+  choose_smallest(session.manager(), written, script, [&](const Term* t) { return session.normalize(t); });
+  const forms::FormGraph& graph = written.graph();
+  const forms::Form& last = graph.form(static_cast<forms::FormId>(graph.num_forms() - 1));
+  return last.first_child + last.num_children;
+}
+
+TEST(GrowthTest, FormsOfComparisonsWithALongSumAreInProportion) {
+  constexpr std::size_t n = 1000;
+  std::string text = constants(n, "Int") + "(define-fun s () Int (+";
+  for (std::size_t i = 0; i < n; ++i) text += " x" + std::to_string(i);
+  text += "))\n";
+  for (std::size_t i = 0; i < n; ++i) {
+    text += "(assert (< s (+ x" + std::to_string(i) + ' ' + std::to_string(i) + ")))\n";
+  }
+  EXPECT_LT(children_of_forms(text), 12 * text.size());  // a hundred times, were each of them written out
+}
+
+/// Each remainder is a sum with the one before in it. Looking through all of them took minutes.
+TEST(GrowthTest, RemaindersOfEachOtherAreNotFollowedToTheFirst) {
+  constexpr std::size_t n = 8000;
+  std::string text = constants(n, "Int") + "(define-fun s0 () Int x0)\n";
+  for (std::size_t i = 1; i < n; ++i) {
+    const std::string number = std::to_string(i);
+    text += "(define-fun s" + number + " () Int (+ (* 3 (mod s" + std::to_string(i - 1) + ' ' +
+            std::to_string(i + 1) + ")) (div x" + number + " 7)))\n(assert (< s" + number + " (mod s" +
+            number + " 100)))\n";
+  }
+  EXPECT_LT(children_of_forms(text), 12 * text.size());
 }
 
 TEST(GrowthTest, VariablesOfNestedQuantifiersAreFoundNearThem) {

@@ -254,9 +254,12 @@ bool NormalForms::is_shared(Node n) const {
 }
 
 /// The leaves of a chain of one operator, in ascending order of id; of a concatenation from left to right.
-/// Links that are shared stay whole unless `through_shared`. False when there are too many.
+/// Links that are shared stay whole unless `through_shared`. False when there are too many: there may be
+/// chains of thousands of shared links.
 bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const Term*>& out) const {
   constexpr std::size_t most_through = 24;
+  constexpr std::size_t most_links_through = 48;
+  std::size_t links = 0;
   constexpr std::size_t most = 1 << 16;
   const SymbolTag::tag tag = m_.get_tag(t->symbol);
   std::vector<const Term*> pending{t};
@@ -269,6 +272,7 @@ bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const T
       if (out.size() > (through_shared ? most_through : most)) return false;
       continue;
     }
+    if (through_shared && ++links > most_links_through) return false;
     for (std::size_t i = m_.arity(a); i-- > 0;) pending.push_back(a->args[i]);
   }
   return true;

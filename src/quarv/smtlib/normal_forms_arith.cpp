@@ -81,11 +81,29 @@ NormalForms::ClassId NormalForms::total(std::span<const ClassId> parts, bool rea
   return parts.size() == 1 ? parts[0] : app("+", parts, real ? m_.rat_type : m_.int_type);
 }
 
+namespace {
+
+constexpr std::size_t few_items = 24;  // of a sum
+
+/// Whether the forms are much longer than what was written. A long sum that many comparisons share would be
+/// written out in ten ways for each of them.
+bool is_crowded(const forms::FormGraph& g) {
+  constexpr std::size_t free_children = 1 << 18;
+  constexpr std::size_t children_per_class = 16;
+  if (g.num_forms() == 0) return false;
+  const forms::Form& last = g.form(static_cast<forms::FormId>(g.num_forms() - 1));
+  return last.first_child + std::size_t{last.num_children} >
+         free_children + children_per_class * g.num_classes();
+}
+
+}  // namespace
+
 /// Adds `factor` times the term to a sum. Links of a chain that are shared stay whole unless
-/// `through_shared`. False when there are too many parts.
+/// `through_shared`. False when there are too many parts: there may be chains of thousands of shared links.
 bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const {
-  constexpr std::size_t most_through = 24;
+  constexpr std::size_t most_links_through = 192;
   constexpr std::size_t most = 1 << 16;
+  std::size_t links = 0;
   struct Part {
     QNumber factor;
     Node node;
@@ -101,6 +119,7 @@ bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_
       continue;
     }
     const bool split = !part.whole || through_shared || !is_shared(part.node);
+    if (through_shared && ++links > most_links_through) return false;
     const SymbolTag::tag tag = m_.get_tag(t->symbol);
     if (split && tag == SymbolTag::PLUS) {
       for (std::size_t i = m_.arity(t); i-- > 0;) {
@@ -112,7 +131,7 @@ bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_
       pending.push_back({part.factor * *m_.get_number(t->args[0]), node_for(m_, t->args[1], wanted), true});
     } else {
       sum.items.push_back({part.factor, part.node});
-      if (sum.items.size() > (through_shared ? most_through : most)) return false;
+      if (sum.items.size() > (through_shared ? few_items : most)) return false;
     }
   }
   return true;
@@ -304,6 +323,7 @@ void NormalForms::comparison(const Term* t, bool negated) {
         !collect(right, QNumber(1), all, through_shared)) {
       continue;
     }
+    if (all.items.size() > few_items && is_crowded(g_)) continue;
     settle(all);
     atom(all, tag, negated);
   }
