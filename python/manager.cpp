@@ -271,8 +271,8 @@ PyTerm copy(const PyManager& self, const PyTerm& t) {
 
 void bind_manager(py::module_& m) {
   const py::call_guard<Turn> in_turn;
-  py::class_<PyManager>(m, "Manager", "Holds terms, simplifiers and rules.")
-      .def(
+  py::class_<PyManager> type(m, "Manager", "Holds terms, simplifiers and rules.");
+  type.def(
           py::init(&new_manager), py::kw_only(), py::arg("eager") = false, py::arg("extended") = true,
           py::arg("library_semantics") = false, py::arg("rules") = true, py::arg("standard") = false, in_turn,
           "`eager` simplifies each term when it is built; without `extended`, only the standard simplifiers\n"
@@ -343,6 +343,7 @@ void bind_manager(py::module_& m) {
           py::cpp_function([](const PyManager& self) { return self.session()->manager().num_terms(); },
                            in_turn),
           "How many terms there are.");
+  bind_z3_reader(type);
 }
 
 }  // namespace quarv::python

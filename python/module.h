@@ -11,4 +11,8 @@ void bind_manager(py::module_& m);
 /// compared.
 void bind_derivations(py::module_& m);
 
+/// Adds to them how terms become z3's, and z3's become terms.
+void bind_z3_writer(py::class_<PyTerm>& type);
+void bind_z3_reader(py::class_<PyManager>& type);
+
 }  // namespace quarv::python

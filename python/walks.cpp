@@ -81,31 +81,6 @@ py::tuple declarations(const PyTerm& self) {
   return py::make_tuple(sorts, functions);
 }
 
-/// All sub-terms, each after its arguments: what stands at the top, as SMT-LIB writes it, the places of the
-/// arguments in the list, and the sort; None at the top of what is bound or annotated.
-py::list nodes(const PyTerm& self) {
-  TermManager& m = self.manager();
-  py::list result;
-  hsh::HashMap<const Term*, std::size_t> places;
-  hsh::HashMap<const DataType*, py::str> sorts;
-  hsh::HashMap<const Symbol*, py::object> heads;
-  visit_post_order(m, self.term, [&](const Term* t) {
-    const Symbol* s = t->symbol;
-    py::str& sort = sorts[m.type_of(t)];
-    if (py::len(sort) == 0) sort = py::str(m.type_of(t)->to_string());
-    py::object& head = heads[s];
-    if (!head) {
-      const bool is_plain = !m.is_quantifier(s) && !m.is_annotation(s) && !m.is_bound_variable(s);
-      head = is_plain ? py::object(py::str(m.arity(t) == 0 ? to_string(t) : to_string(s))) : py::none();
-    }
-    py::tuple args(m.arity(t));
-    for (std::size_t i = 0; i < args.size(); ++i) args[i] = *places.find(t->args[i]);
-    places[t] = py::len(result);
-    result.append(py::make_tuple(head, args, sort));
-  });
-  return result;
-}
-
 }  // namespace
 
 void bind_walks(py::class_<PyTerm>& type) {
@@ -120,8 +95,7 @@ void bind_walks(py::class_<PyTerm>& type) {
            "All distinct sub-terms, this one included, each after its arguments.")
       .def("constants", constants, in_turn, "The declared constants that occur, oldest first.")
       .def("__contains__", contains, in_turn)
-      .def("_declarations", declarations, in_turn)
-      .def("_nodes", nodes, in_turn);
+      .def("_declarations", declarations, in_turn);
   type.def_property_readonly(
       "depth", py::cpp_function([](const PyTerm& t) { return depth(t.manager(), t.term); }, in_turn),
       "Number of terms on the longest way down: 1 for a constant.");

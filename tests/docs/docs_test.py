@@ -72,6 +72,9 @@ class Checker:
             return True
         if 'python3' in words and not (self.prefix and self.python_path().exists()):
             return True
+        if {'python3', 'z3'} <= words and subprocess.run(['python3', '-c', 'import z3'], env=self.environment(),
+                                                         stderr=subprocess.DEVNULL, check=False).returncode != 0:
+            return True
         solver = command.text.startswith(('quarv rules check', 'quarv certify')) and 'cvc5' not in words
         return any((n in words or (n == 'z3' and solver)) and not shutil.which(n) for n in NEEDS)
 
