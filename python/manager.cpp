@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "module.h"
-#include <quarv/term/operators.h>
+#include <quarv/session/named_operator.h>
 #include <quarv/term/translation.h>
 
 namespace quarv::python {
@@ -208,14 +208,7 @@ void add_simplification(const PyManager& self, const py::object& what, const py:
       throw std::invalid_argument("the function belongs to a different manager");
     return session->add_simplification(declared.symbol.get(), f, when);
   }
-  const auto name = what.cast<std::string>();
-  for (const OperatorRow& row : tagged_operators()) {
-    if (name == row.smtlib || name == row.synonym || name == row.name) {
-      session->add_simplification(row.tag, f, when);
-      return;
-    }
-  }
-  throw std::invalid_argument("no operator " + name + " has simplifications; it is made of others");
+  session->add_simplification(operator_named(what.cast<std::string>()).tag, f, when);
 }
 
 /// Tells a function of Python of each step, as it is done.

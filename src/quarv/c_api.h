@@ -179,6 +179,35 @@ QUARV_API quarv_term quarv_explain(quarv_manager* m, quarv_term t,
 
 /** Rewrite rules of your own, one a line, tried after the standard ones; `name` is for messages. */
 QUARV_API quarv_status quarv_add_rules(quarv_manager* m, const char* text, const char* name);
+
+/** A simplification of your own: gets the simplified arguments of an operator or of a declared function, and
+ * returns an equal term, or NULL when there is nothing to do. `op` is as quarv_make takes it, `args` has `n`
+ * terms; both are valid during the call. It may build terms, but not that very application, and must neither
+ * throw nor release any. */
+typedef quarv_term (*quarv_simplification)(quarv_manager* m, const char* op, const quarv_term* args, size_t n,
+                                           void* data);
+/** Has it called for all applications of an operator of SMT-LIB, by its name without indices, or of a
+ * declared function: before the standard simplifiers or, if `after` is not 0, when these have left the
+ * operator in place. When it returns a term of another sort, what is under way fails with QUARV_SORT_ERROR.
+ * It is gone when a mark that was set before is released. */
+QUARV_API quarv_status quarv_add_simplification(quarv_manager* m, const char* op, int after,
+                                                quarv_simplification simplification, void* data);
+
+/** One thing that was done while terms were simplified: a rule made `after` of `before`, or a simplifier of
+ * the application of `name` to `args`. */
+typedef struct quarv_event {
+  size_t rule;       /**< number of the rewrite rule, from 1; 0 for a simplifier */
+  const char* name;  /**< the rule's name, "" where there is none, or the operator; valid during the call */
+  quarv_term before; /**< NULL for a simplifier */
+  const quarv_term* args; /**< NULL for a rule; valid during the call */
+  size_t n;               /**< the number of `args` */
+  quarv_term after;
+} quarv_event;
+
+/** Has `observer` called for all that is done while terms are simplified, as it is done; NULL ends that. It
+ * must neither build terms, nor throw, nor release any. */
+QUARV_API quarv_status quarv_observe(quarv_manager* m, void (*observer)(const quarv_event* event, void* data),
+                                     void* data);
 /** @} */
 
 /** \name SMT-LIB scripts

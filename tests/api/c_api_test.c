@@ -7,35 +7,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <quarv/c_api.h>
-
-static int failures = 0;
-
-static void expect(int condition, const char* what, int line) {
-  if (condition) return;
-  fprintf(stderr, "c_api_test.c:%d: expected %s\n", line, what);
-  ++failures;
-}
-#define EXPECT(condition) expect(condition, #condition, __LINE__)
-
-/* Compares and releases a text that the library answered. */
-static void expect_text(char* found, const char* wanted, int line) {
-  if (found == NULL || strcmp(found, wanted) != 0) {
-    fprintf(stderr, "c_api_test.c:%d: expected %s, found %s\n", line, wanted,
-            found == NULL ? "nothing" : found);
-    ++failures;
-  }
-  quarv_free(found);
-}
-#define EXPECT_TEXT(found, wanted) expect_text(found, wanted, __LINE__)
-
-static void expect_error(quarv_manager* m, quarv_status status, const char* message, int line) {
-  if (quarv_error(m) == status && strcmp(quarv_error_message(m), message) == 0) return;
-  fprintf(stderr, "c_api_test.c:%d: expected error %d, %s\n  found %d, %s\n", line, (int)status, message,
-          (int)quarv_error(m), quarv_error_message(m));
-  ++failures;
-}
-#define EXPECT_ERROR(m, status, message) expect_error(m, status, message, __LINE__)
+#include "expect.h"
 
 static quarv_term make1(quarv_manager* m, const char* op, quarv_term a) {
   return quarv_make(m, op, &a, 1);

@@ -1,134 +1,23 @@
-#include <cstdlib>
-#include <cstring>
-#include <new>
 #include <sstream>
-#include <stdexcept>
-#include <string>
 
-#include <quarv/c_api.h>
-#include <quarv/numbers/gmp_bad_alloc.h>
+#include <quarv/api/handles.h>
 #include <quarv/numbers/q_number.h>
-#include <quarv/session/session.h>
 #include <quarv/smtlib/read/assertions.h>
 #include <quarv/smtlib/read/operators.h>
-#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/text.h>
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/term/dag_size.h>
-#include <quarv/term/sort_error.h>
 #include <quarv/term/translation.h>
 #include <quarv/term/walk.h>
-#include <quarv/util/input_error.h>
 
+using namespace quarv::api;
 using quarv::DataType;
 using quarv::QNumber;
-using quarv::Session;
 using quarv::Term;
 using quarv::TermManager;
-using quarv::smtlib::Reader;
-
-struct quarv_manager {
-  explicit quarv_manager(quarv::SessionOptions options) : session(std::move(options)) {}
-
-  TermManager& terms() { return session.manager(); }
-
-  Session session;
-  Reader reader{session, {.names = Reader::Options::Names::session, .normalize = false}};
-  quarv_status status = QUARV_OK;
-  std::string message;
-  struct Marked {
-    std::uint64_t number;
-    Reader::Mark mark;
-  };
-  std::vector<Marked> marks;  // those in force
-  std::uint64_t num_marks = 0;
-};
 
 namespace {
-
-quarv_term handle(const Term* t) {
-  return reinterpret_cast<quarv_term>(t);
-}
-quarv_sort handle(const DataType* sort) {
-  return reinterpret_cast<quarv_sort>(sort);
-}
-char* handle(const std::string& text) {
-  auto* copy = static_cast<char*>(std::malloc(text.size() + 1));
-  if (copy == nullptr) throw std::bad_alloc();
-  std::memcpy(copy, text.c_str(), text.size() + 1);
-  return copy;
-}
-
-/// What pointers of the caller stand for; none of them may be null.
-template <class Pointer>
-Pointer checked(Pointer pointer) {
-  if (pointer == nullptr) throw std::invalid_argument("a null pointer was given");
-  return pointer;
-}
-const Term* term(quarv_term t) {
-  return reinterpret_cast<const Term*>(checked(t));
-}
-const DataType* sort(quarv_sort s) {
-  return reinterpret_cast<const DataType*>(checked(s));
-}
-
-TermManager::Args terms(const quarv_term* list, std::size_t n) {
-  if (n == 0) return {};
-  checked(list);
-  for (std::size_t i = 0; i < n; ++i) checked(list[i]);
-  return {reinterpret_cast<const Term* const*>(list), n};
-}
-
-void fail(quarv_manager* m, quarv_status status, const char* message) noexcept {
-  m->status = status;
-  try {
-    m->message = message;
-    for (char& c : m->message) {
-      if (c == '\n') c = ' ';
-    }
-  } catch (const std::bad_alloc&) {
-    m->message.clear();
-  }
-}
-
-/// Returns what `f` does, or null with the manager's status set: the one place where exceptions end.
-template <class F>
-auto guarded(quarv_manager* m, F f) noexcept -> decltype(f()) {
-  if (m == nullptr) return {};
-  const quarv::GmpBadAlloc gmp;
-  try {
-    m->status = QUARV_OK;
-    m->message.clear();
-    return f();
-  } catch (const quarv::MemoryLimitReached& e) {
-    fail(m, QUARV_OUT_OF_MEMORY, e.what());
-  } catch (const std::bad_alloc&) {
-    fail(m, QUARV_OUT_OF_MEMORY, "out of memory");
-  } catch (const quarv::InputError& e) {
-    fail(m, QUARV_SYNTAX_ERROR, e.what());
-  } catch (const quarv::SortError& e) {
-    fail(m, QUARV_SORT_ERROR, e.what());
-  } catch (const std::invalid_argument& e) {
-    fail(m, QUARV_INVALID_ARGUMENT, e.what());
-  } catch (const std::exception& e) {
-    fail(m, QUARV_FAILURE, e.what());
-  } catch (...) {
-    fail(m, QUARV_FAILURE, "unknown failure");
-  }
-  return {};
-}
-
-/// Likewise, for functions that return only the status.
-template <class F>
-quarv_status status_of(quarv_manager* m, F f) noexcept {
-  if (m == nullptr) return QUARV_INVALID_ARGUMENT;
-  guarded(m, [&] {
-    f();
-    return 0;
-  });
-  return m->status;
-}
 
 std::string simplified(const char* text, const char* name, bool smallest) {
   quarv::smtlib::SimplifyOptions options;
@@ -315,7 +204,10 @@ quarv_status quarv_visit(quarv_manager* m, const quarv_term* list, size_t n,
                          void (*visit)(quarv_term t, void* data), void* data) {
   return status_of(m, [&] {
     checked(visit);
-    quarv::visit_post_order(m->terms(), terms(list, n), [&](const Term* t) { visit(handle(t), data); });
+    quarv::visit_post_order(m->terms(), terms(list, n), [&](const Term* t) {
+      const Callback running(*m);
+      visit(handle(t), data);
+    });
   });
 }
 quarv_status quarv_free_constants(quarv_manager* m, const quarv_term* list, size_t n, quarv_term** constants,
@@ -371,6 +263,9 @@ uint64_t quarv_mark(quarv_manager* m) {
 
 quarv_status quarv_release(quarv_manager* m, uint64_t mark) {
   return status_of(m, [&] {
+    if (m->num_callbacks > 0) {
+      throw std::invalid_argument("a function that quarv calls must not release anything");
+    }
     std::size_t i = m->marks.size();
     while (i > 0 && m->marks[i - 1].number > mark) --i;
     if (i == 0 || m->marks[i - 1].number != mark) {
@@ -404,6 +299,7 @@ quarv_term quarv_explain(quarv_manager* m, quarv_term t, void (*step)(const quar
     for (const quarv::Step& s : steps) {
       const quarv_step told = {s.rule, s.name.c_str(), handle(s.before), handle(s.after),
                                s.rule_name.c_str()};
+      const Callback running(*m);
       step(&told, data);
     }
     return handle(result);
