@@ -3,6 +3,8 @@
 from ._quarv import Derivation, Function, Manager, Sort, Step, Term
 
 _LONGEST = 2000  # characters of a term that is shown in full
+_UNFOLDED = 200  # characters that a notebook shows at first
+_LONGEST_UNFOLDED = 20_000  # and when a reader unfolds the term
 
 
 # The module html would take more time to import than all of this package.
@@ -23,25 +25,29 @@ def _nodes(term):
     return "1 node" if term.num_nodes == 1 else f"{term.num_nodes} nodes"
 
 
-def _code(term):
-    return f"<code>{_escape(_short(term))}</code>"
+def _code(term, longest=_LONGEST):
+    text = _short(term, longest)
+    if len(text) <= _UNFOLDED:
+        return f"<code>{_escape(text)}</code>"
+    return (f"<details><summary><code>{_escape(text[:_UNFOLDED])} ...</code></summary>"
+            f"<code>{_escape(text)}</code></details>")
 
 
-def _term_html(term):
-    return f"<div>{_code(term)}<br><small>{_escape(str(term.sort))}, {_nodes(term)}</small></div>"
+def _term_html(self):
+    return f"<div>{_code(self, _LONGEST_UNFOLDED)}<br><small>{_escape(str(self.sort))}, {_nodes(self)}</small></div>"
 
 
 def _by(step):
     return f"simplifier of {step.name}" if step.rule is None else f"rule {step.rule_name or step.rule}"
 
 
-def _derivation_html(derivation):
+def _derivation_html(self):
     rows = "".join(
         f"<tr><td>{i}</td><td title=\"{_escape(step.name)}\">{_escape(_by(step))}</td>"
         f"<td>{_code(step.before)}</td><td>{_code(step.after)}</td></tr>"
-        for i, step in enumerate(derivation.steps, 1))
-    return (f"<div>{_code(derivation.before)}<br>becomes<br>{_code(derivation.after)}<br>"
-            f"<small>{_nodes(derivation.before)} before, {_nodes(derivation.after)} after</small>"
+        for i, step in enumerate(self.steps, 1))
+    return (f"<div>{_code(self.before)}<br>becomes<br>{_code(self.after)}<br>"
+            f"<small>{_nodes(self.before)} before, {_nodes(self.after)} after</small>"
             f"<table><tr><th></th><th>by</th><th>before</th><th>after</th></tr>{rows}</table></div>")
 
 
