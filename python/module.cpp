@@ -4,8 +4,6 @@
 #include <sstream>
 #include <utility>
 
-#include <quarv/numbers/gmp_bad_alloc.h>
-
 namespace quarv::python {
 
 namespace {
@@ -61,7 +59,6 @@ void bind_errors(py::module_& m) {
 }  // namespace
 
 PYBIND11_MODULE(_quarv, m) {
-  static const GmpBadAlloc gmp;  // which becomes a MemoryError
   bind_errors(m);
   bind_terms(m);
   bind_derivations(m);

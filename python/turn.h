@@ -3,6 +3,7 @@
 #include <chrono>
 #include <pybind11/pybind11.h>
 
+#include <quarv/numbers/gmp_bad_alloc.h>
 #include <quarv/util/checkpoint.h>
 
 /// Python's threads and signals. The library does one thing at a time, whatever the manager: all of its
@@ -21,6 +22,9 @@ class Turn {
   ~Turn();
   Turn(const Turn&) = delete;
   Turn& operator=(const Turn&) = delete;
+
+ private:
+  GmpBadAlloc gmp_;  // which becomes a MemoryError
 };
 
 /// Likewise for a destructor, which must not throw. It may run whenever Python collects garbage.

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 #include <support/allocation_counter.h>
+#include <thread>
 
 #include <gmpxx.h>
 #include <gtest/gtest.h>
@@ -121,16 +122,39 @@ void* (*allocate_in_force())(std::size_t) {
   return result;
 }
 
-TEST(GmpBadAlloc, BringsBackWhatWasInForce) {
-  const auto before = allocate_in_force();
+TEST(GmpBadAlloc, StaysInForceUntilTheHostHasFunctionsOfItsOwn) {
+  { const GmpBadAlloc first; }
+  const auto ours = allocate_in_force();
+  mp_set_memory_functions(nullptr, nullptr, nullptr);
+  const auto gmps = allocate_in_force();
+  EXPECT_NE(ours, gmps);
   {
-    const GmpBadAlloc outer;
-    const auto throwing = allocate_in_force();
-    EXPECT_NE(throwing, before);
+    const GmpBadAlloc again;
+    EXPECT_EQ(allocate_in_force(), ours);
     { const GmpBadAlloc inner; }
-    EXPECT_EQ(allocate_in_force(), throwing);
+    EXPECT_EQ(allocate_in_force(), ours);
   }
-  EXPECT_EQ(allocate_in_force(), before);
+  EXPECT_EQ(allocate_in_force(), ours);
+}
+
+/// There GMP's own functions allocate, to which the failures of this test do not reach.
+TEST(GmpBadAlloc, IsNothingToOtherThreads) {
+  const GmpBadAlloc of_this_thread;
+  const auto throws = [] {
+    const LeaksExpected leaks;
+    mpz_class value = 1;
+    const FailAllocations failing(0);
+    try {
+      value <<= 1'000'000;
+    } catch (const std::bad_alloc&) {
+      return true;
+    }
+    return false;
+  };
+  EXPECT_TRUE(throws());
+  bool thrown_there = true;
+  std::thread([&] { thrown_there = throws(); }).join();
+  EXPECT_FALSE(thrown_there);
 }
 
 TEST(GmpBadAlloc, LeavesTheHostItsOwnFunctions) {

@@ -42,6 +42,27 @@ std::string script(std::size_t seed) {
   return text;
 }
 
+/// Terms that are made, replaced in, evaluated, carried to a session of their own, and given back.
+std::string with_marks(Session& session, const Term* x, std::size_t k) {
+  TermManager& m = session.manager();
+  const std::size_t before = m.num_terms();
+  const Session::Mark mark = session.mark();
+  const Term* y = session.constant("y" + std::to_string(k), m.get_bv_type(100));
+  const Term* product = m.make_bv_mul(x, y);
+  const Term* t =
+      session.simplify(m.make_bv_xor(product, m.make_bv_number(QNumber(7L + static_cast<long>(k)), 100)));
+  const Term* swapped = session.substitute(t, Substitution(m, {{x, y}, {y, x}}));
+  Model model(m);
+  model.set(x, m.make_bv_number(3, 100));
+  model.set(y, m.make_bv_number(QNumber(static_cast<long>(k)), 100));
+  Session other;
+  std::string found = smtlib::term_text(m, swapped) + smtlib::term_text(m, session.evaluate(t, model));
+  found += smtlib::term_text(other.manager(), other.simplify(smtlib::translate(m, t, other)));
+  found += std::to_string(m.memory().total() > 0);
+  session.release(mark);
+  return found + (m.num_terms() == before ? " released" : " kept");
+}
+
 /// What a thread does, and finds.
 std::vector<std::string> work(std::size_t seed) {
   std::vector<std::string> found{simplified(script(seed), true), simplified(script(seed), false)};
@@ -52,6 +73,7 @@ std::vector<std::string> work(std::size_t seed) {
     const Term* x = reader.constant("x" + std::to_string(k), session.manager().get_bv_type(100));
     found.push_back(smtlib::term_text(session.manager(), session.simplify(session.manager().make_bv_add(
                                                              x, session.manager().make_bv_neg(x)))));
+    found.push_back(with_marks(session, x, k));
     QNumber sum;
     for (long j = 1; j < 60; ++j) sum += QNumber(static_cast<long>(seed) + j, j + static_cast<long>(k));
     found.push_back(sum.to_string());

@@ -18,9 +18,10 @@ void* __wrap_realloc(void* block, std::size_t size);
 
 namespace {
 
-long allocations = 0;
-long may_succeed = LONG_MAX;
-bool fails_once = false;
+// Of each thread its own.
+constinit thread_local long allocations = 0;
+constinit thread_local long may_succeed = LONG_MAX;
+constinit thread_local bool fails_once = false;
 
 /// Counts an allocation and answers whether it may succeed.
 bool allow() {

@@ -10,15 +10,36 @@ namespace quarv {
 
 namespace {
 
+struct Functions {
+  void* (*allocate)(std::size_t);
+  void* (*reallocate)(void*, std::size_t, std::size_t);
+  void (*release)(void*, std::size_t);
+};
+
+Functions functions_in_force() {
+  Functions result{};
+  mp_get_memory_functions(&result.allocate, &result.reallocate, &result.release);
+  return result;
+}
+
+/// GMP's own, known before ours are in force.
+Functions gmp_functions{};
+
+// How many objects a thread has. At a place that is known when the library is loaded: each call of the C
+// interface counts here.
+constinit thread_local unsigned num_objects __attribute__((tls_model("initial-exec"))) = 0;
+
 // As GMP's own functions, which rely on malloc too, but for what they do when it fails. Exceptions pass
 // through GMP because it is built with unwind tables wherever the platform's ABI demands them.
 void* allocate(std::size_t size) {
   if (void* const block = std::malloc(size)) return block;
+  if (num_objects == 0) return gmp_functions.allocate(size);
   throw std::bad_alloc();
 }
 
-void* reallocate(void* block, std::size_t, std::size_t size) {
+void* reallocate(void* block, std::size_t old_size, std::size_t size) {
   if (void* const moved = std::realloc(block, size)) return moved;
+  if (num_objects == 0) return gmp_functions.reallocate(block, old_size, size);
   throw std::bad_alloc();
 }
 
@@ -26,48 +47,41 @@ void release(void* block, std::size_t) {
   std::free(block);
 }
 
-using Allocate = void* (*)(std::size_t);
-
-Allocate current_allocate() {
-  Allocate result = nullptr;
-  mp_get_memory_functions(&result, nullptr, nullptr);
-  return result;
+bool are_ours_in_force() {
+  return functions_in_force().allocate == allocate;
 }
 
-// Whether GMP's own functions are in force.
-bool are_gmp_functions_in_force() {
-  void* (*allocate_now)(std::size_t);
-  void* (*reallocate_now)(void*, std::size_t, std::size_t);
-  void (*release_now)(void*, std::size_t);
-  mp_get_memory_functions(&allocate_now, &reallocate_now, &release_now);
-  static const Allocate gmp_allocate = [] {
+/// Takes the place of GMP's own functions, not of a host's.
+void install() {
+  static std::mutex one_at_a_time;
+  const std::lock_guard lock(one_at_a_time);
+  const Functions now = functions_in_force();
+  if (now.allocate == allocate) return;
+  if (gmp_functions.allocate == nullptr) {
     mp_set_memory_functions(nullptr, nullptr, nullptr);
-    return current_allocate();
-  }();
-  mp_set_memory_functions(allocate_now, reallocate_now, release_now);
-  return allocate_now == gmp_allocate;
+    gmp_functions = functions_in_force();
+    mp_set_memory_functions(now.allocate, now.reallocate, now.release);
+  }
+  if (now.allocate == gmp_functions.allocate) mp_set_memory_functions(allocate, reallocate, release);
 }
 
-}  // namespace
-
-namespace {
-
-// GMP has its functions for the process, and here several threads may be at work.
-std::mutex in_force;
-std::size_t num_users = 0;
+/// GMP may stay when this library is unloaded.
+struct LeavesWithTheLibrary {
+  ~LeavesWithTheLibrary() {
+    if (are_ours_in_force()) mp_set_memory_functions(nullptr, nullptr, nullptr);
+  }
+};
+const LeavesWithTheLibrary leaves;
 
 }  // namespace
 
 GmpBadAlloc::GmpBadAlloc() noexcept {
-  const std::lock_guard lock(in_force);
-  installed_ = num_users != 0 || are_gmp_functions_in_force();
-  if (installed_ && num_users++ == 0) mp_set_memory_functions(allocate, reallocate, release);
+  ++num_objects;
+  if (!are_ours_in_force()) install();
 }
 
 GmpBadAlloc::~GmpBadAlloc() {
-  if (!installed_) return;
-  const std::lock_guard lock(in_force);
-  if (--num_users == 0) mp_set_memory_functions(nullptr, nullptr, nullptr);
+  --num_objects;
 }
 
 }  // namespace quarv

@@ -8,25 +8,23 @@
 
 namespace quarv {
 
-/// While one of these exists, GMP throws std::bad_alloc when it has no memory; otherwise it ends the process.
+/// While a thread has one of these, GMP throws std::bad_alloc in it when it has no memory; otherwise, and in
+/// other threads, it ends the process.
 ///
-/// The functions by which GMP allocates belong to the whole process, so this is in force for all of a
-/// program's threads and for what else in it uses GMP. A program that gave GMP functions of its own keeps
-/// them, and decides by them what happens. Memory passes freely between GMP's own functions and these.
+/// GMP has its functions that allocate for the whole process. Those that are given to it by the first of
+/// these objects stay, and do what GMP's own do wherever no object is. A program that gives GMP functions of
+/// its own, before or afterwards, keeps them, and decides by them what happens. Memory passes freely between
+/// GMP's own functions and these.
 ///
 /// GMP was not made to be left by exceptions. quarv calls it in such a way that all numbers stay sound; what
-/// GMP needed for the moment may be lost. Other code that calls GMP, and catches the exception, must destroy
-/// or assign none of the numbers that were results.
+/// GMP needed for the moment may be lost. Other code that calls GMP in the same thread, and catches the
+/// exception, must destroy or assign none of the numbers that were results.
 class QUARV_API GmpBadAlloc {
  public:
   GmpBadAlloc() noexcept;
-  /// Brings back what was in force.
   ~GmpBadAlloc();
   GmpBadAlloc(const GmpBadAlloc&) = delete;
   GmpBadAlloc& operator=(const GmpBadAlloc&) = delete;
-
- private:
-  bool installed_;
 };
 
 }  // namespace quarv
