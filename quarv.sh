@@ -45,6 +45,7 @@ case $command in
     [[ -d /run/systemd/system ]] || need "${server_packages[@]}"
     run_tests release
     run_tests sanitize
+    run_tests tsan
     ;;
   packages)
     need "${build_packages[@]}" dpkg-dev python3-dev pybind11-dev
