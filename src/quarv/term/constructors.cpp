@@ -71,14 +71,19 @@ const Term* TermManager::make_int_mod_congr(const QNumber& modulus, const Term* 
 // ---------------------------------------------------------------------------------------------------------------
 
 const Term* TermManager::make_bv_unary(SymbolTag::tag tag, const Term* a) {
-  const std::size_t width = checked_bv_width(SymbolTag::name(tag), a, 1);
-  return simplified(make_bv_symbol(tag, width), list(a));
+  if (a == nullptr || !is_bv_type(type_of(a))) [[unlikely]]
+    checked_bv_width(SymbolTag::name(tag), a, 1);
+  return simplified(make_bv_symbol(tag, type_of(a)->params_[0]), list(a));
 }
 
 const Term* TermManager::make_bv_binary(SymbolTag::tag tag, const Term* a, const Term* b) {
-  const std::size_t width = checked_bv_width(SymbolTag::name(tag), a, 1);
-  check_type(SymbolTag::name(tag), b, 2, type_of(a));
-  return simplified(make_bv_symbol(tag, width), list(a, b));
+  // What an operator is called is looked up when it is to be told.
+  const bool fit = a != nullptr && b != nullptr && type_of(a) == type_of(b) && is_bv_type(type_of(a));
+  if (!fit) [[unlikely]] {
+    checked_bv_width(SymbolTag::name(tag), a, 1);
+    check_type(SymbolTag::name(tag), b, 2, type_of(a));
+  }
+  return simplified(make_bv_symbol(tag, type_of(a)->params_[0]), list(a, b));
 }
 
 const Term* TermManager::make_bv_concat(const Term* high, const Term* low) {
