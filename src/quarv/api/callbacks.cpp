@@ -67,7 +67,8 @@ quarv_status quarv_add_simplification(quarv_manager* m, const char* op, int afte
 quarv_status quarv_observe(quarv_manager* m, void (*observer)(const quarv_event* event, void* data),
                            void* data) {
   return status_of(m, [&] {
-    if (m->num_callbacks > 0) throw std::invalid_argument("a function that quarv calls must not set an observer");
+    if (m->num_callbacks > 0)
+      throw std::invalid_argument("a function that quarv calls must not set an observer");
     auto made = observer == nullptr ? nullptr : std::make_unique<Observer>(*m, observer, data);
     m->session.simplifier().set_observer(made.get());
     m->observer = std::move(made);
