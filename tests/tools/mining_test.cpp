@@ -128,7 +128,7 @@ TEST_F(Mining, OrdersRules) {
   EXPECT_TRUE(has(standard,
                   "      ends all the same: masks move below concatenations, and nothing moves them back\n"));
   EXPECT_FALSE(has(standard, "no loop was found")) << standard;
-  const std::string extended = run("$quarv rules check --extended --max-width 1").out;
+  const std::string extended = run("$quarv rules check --extended --max-width 1 --timeout 0.3").out;
   EXPECT_TRUE(has(extended, " go down, 0 rearrange operands, 0 without\n")) << extended;
 
   EXPECT_TRUE(
@@ -138,13 +138,20 @@ TEST_F(Mining, OrdersRules) {
       check("back: rewrite(bvmul(t1, bvadd(t2, t3)), ) >> bvadd(bvmul(t1, t2), bvmul(t1, t3))\n");
   EXPECT_TRUE(has(loop, "order: 0 go down, 0 rearrange operands, 1 without\n")) << loop;
   EXPECT_TRUE(has(loop, "  1 without an order: back: rewrite(")) << loop;
-  EXPECT_TRUE(has(loop, "      loops: (declare-const t1. (_ BitVec ")) << loop;
+  EXPECT_TRUE(has(loop, "      loops: (declare-const t1 (_ BitVec ")) << loop;
   // Each alone would go down.
   const std::string pair = check(
       "rewrite(bvand(t, bvor(u, v)), ) >> bvor(bvand(t, u), bvand(t, v))\n"
       "rewrite(bvor(bvand(t, u), bvand(t_0, v)), identity(t, t_0)) >> bvand(t, bvor(u, v))\n");
   EXPECT_TRUE(has(pair, "order: 1 go down, 0 rearrange operands, 1 without\n")) << pair;
   EXPECT_TRUE(has(pair, "      loops: ")) << pair;
+  // Of other sorts than bit-vectors, and with a constant that has a name on both sides.
+  const std::string floats = check(
+      "rewrite(fp.min(+oo, t), ) >> fp.min(t, +oo)\n"
+      "rewrite(fp.min(t, +oo), ) >> fp.min(+oo, t)\n");
+  EXPECT_TRUE(has(floats, "order: 0 go down, 0 rearrange operands, 2 without\n")) << floats;
+  EXPECT_TRUE(has(floats, "      loops: (declare-const t1 (_ FloatingPoint 2 3)) (simplify (fp.min "))
+      << floats;
   EXPECT_TRUE(has(check("rewrite(bvor(t, u), prec(u, t), ~const(t)) >> bvor(u, t)\n"),
                   "order: 0 go down, 1 rearrange operands, 0 without\n"));
 }

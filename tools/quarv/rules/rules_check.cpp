@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <memory>
 #include <optional>
 #include <string>
@@ -10,11 +11,14 @@
 
 #include "commands.h"
 #include "io/command_line.h"
+#include "io/noted_signals.h"
 #include "io/ordered_work.h"
 #include "io/output.h"
+#include "io/process.h"
 #include "rules/order/loop_search.h"
 #include "rules/order/order_constraints.h"
 #include "rules/order/reduction_order.h"
+#include "rules/overlap/overlap_report.h"
 #include "rules/rule_catalogue.h"
 #include "rules/rule_checker.h"
 #include "rules/rule_evaluator.h"
@@ -31,6 +35,7 @@ struct Arguments {
   std::optional<std::size_t> max_width;
   std::uint64_t assignments = 0;
   bool extended = false;
+  bool overlaps = false;
 };
 
 constexpr const char* explanation =
@@ -39,6 +44,7 @@ constexpr const char* explanation =
   quarv rules check my.rules --solver cvc5 --max-width 8
   quarv rules check my.rules --assignments 10000000
                                              try them on numbers, too, without the solver
+  quarv rules check my.rules --overlaps      which rules get in each other's way
 
 For each rule the solver is asked whether the pattern's conditions can hold while pattern and result differ: in all
 instances of widths 1 to 4, in some of larger widths, and around the widths that the rule itself names. For rules that
@@ -48,6 +54,10 @@ a few formats. A rule is proved only where there is something that it applies to
 Applying rules ends if each makes terms smaller in some order. One Knuth-Bendix order is looked for in which as many as
 can be go down; rules that only rearrange operands go by an order of their own, by age, or constants first. For each rule
 that is neither a term is looked for that rewriting comes back to. Constructors, which fold constants, are no rules.
+
+With --overlaps, terms are made to which one rule applies as a whole and another one as well, or in a part. Both ways are
+simplified by all that simplify applies. Where they end in different terms, the smallest such term is shown. A rule that
+is never applied to the terms of its own pattern is named, with what takes these terms first.
 
 Exit status: 0 when nothing was refuted, widths 1 to 4 are decided, and each rule applied somewhere or has conditions
 that exclude each other; 1 otherwise, or when the solver fails. Of the standard rules, those that are known not to hold
@@ -72,16 +82,21 @@ class Check {
 
  private:
   void print(std::size_t i, const RuleVerdict& verdict);
+  void check_rules();
   void print_order();
+  void print_all_overlaps();
+  void print_summary();
   bool is_known(std::size_t i) const {
     return arguments_.file.empty() && known_counterexample(rules_[i].name) != nullptr;
   }
   std::size_t num_undecided() const {
-    return rules_.size() - num_proved_ - num_refuted_ - num_never_applicable_;
+    return num_checked_ - num_proved_ - num_refuted_ - num_never_applicable_;
   }
 
   const Arguments& arguments_;
   std::vector<rules::Rule> rules_;
+  bool complete_ = true;
+  std::size_t num_checked_ = 0;
   std::size_t num_proved_ = 0;
   std::size_t num_refuted_ = 0;
   std::size_t num_never_applicable_ = 0;
@@ -90,28 +105,78 @@ class Check {
 };
 
 int Check::run() {
-  OrderedWork<RuleVerdict> work(
-      rules_.size(), [this](std::size_t i, const RuleVerdict& verdict) { print(i, verdict); },
+  try {
+    check_rules();
+    if (NotedSignals::received() == 0) print_order();
+  } catch (const SolverFault&) {
+    // A terminal sends the signal to the solver, too.
+    if (NotedSignals::received() == 0) throw;
+  }
+  if (NotedSignals::received() == 0 && arguments_.overlaps) print_all_overlaps();
+  print_summary();
+  output_.commit();
+  if (NotedSignals::received() != 0) {
+    say("quarv: interrupted; what was found until then is written\n");
+    return failure;
+  }
+  return as_expected_ ? success : failure;
+}
+
+void Check::check_rules() {
+  using Maybe = std::optional<RuleVerdict>;
+  OrderedWork<Maybe> work(
+      rules_.size(),
+      [this](std::size_t i, const Maybe& verdict) {
+        complete_ = complete_ && verdict;
+        if (complete_) print(i, *verdict);
+      },
       [this] { output_.stream().flush(); });
   work.run(arguments_.jobs, [this] {
     const std::chrono::milliseconds limit(static_cast<long>(arguments_.timeout * 1000));
     return [this, checker = std::make_unique<RuleChecker>(arguments_.solver, limit)](std::size_t i) {
+      if (NotedSignals::received() != 0) return Maybe();
       RuleVerdict verdict = checker->check(rules_[i], arguments_.max_width);
       if (arguments_.assignments != 0 && !verdict.refuted()) {
         verdict.counterexample = counterexample_among(rules_[i], arguments_.assignments);
       }
-      return verdict;
+      return Maybe(std::move(verdict));
     };
   });
-  print_order();
-  output_.stream() << fmt::format("{} rules: {} proved, {} refuted, {} undecided", rules_.size(), num_proved_,
+}
+
+void Check::print_summary() {
+  output_.stream() << fmt::format("{} rules: {} proved, {} refuted, {} undecided", num_checked_, num_proved_,
                                   num_refuted_, num_undecided());
   if (num_never_applicable_ != 0) {
     output_.stream() << fmt::format(", {} never applicable", num_never_applicable_);
   }
   output_.stream() << '\n';
-  output_.commit();
-  return as_expected_ ? success : failure;
+}
+
+/// Where rules overlap, and which never fire, beside all that are applied together with them.
+void Check::print_all_overlaps() {
+  OverlapWork work;
+  work.options.extended = true;
+  work.jobs = arguments_.jobs;
+  work.rules = standard_rules();
+  std::size_t first = 0;
+  if (!arguments_.file.empty()) {
+    // By their texts alone: they may be named like the program's own, or be these.
+    std::string text;
+    for (const rules::Rule& rule : rules_) text += rule.text + '\n';
+    work.options.extra_rules.push_back({arguments_.file, std::move(text)});
+    work.lists_all = true;
+  }
+  if (arguments_.extended || !arguments_.file.empty()) {
+    first = work.rules.size();
+    work.rules.insert(work.rules.end(), rules_.begin(), rules_.end());
+  }
+  if (!arguments_.extended) {
+    for (rules::Rule& rule : extended_rules()) work.rules.push_back(std::move(rule));
+  }
+  work.checked.resize(work.rules.size());
+  std::fill_n(work.checked.begin() + static_cast<std::ptrdiff_t>(first), rules_.size(), true);
+  print_overlaps(work, output_.stream());
 }
 
 /// Whether applying the rules comes to an end.
@@ -163,6 +228,7 @@ void Check::print_order() {
 
 void Check::print(std::size_t i, const RuleVerdict& verdict) {
   std::string text;
+  ++num_checked_;
   bool expected = !is_known(i) || arguments_.max_width.value_or(small_width) < small_width;
   const bool small_ones_decided = verdict.undecided.empty() || verdict.undecided.front() > small_width;
   if (verdict.refuted()) {
@@ -219,13 +285,20 @@ void add_rules_check(const CommandLine& rules, int& status) {
       .type("N")
       .shows_default();
   command.flag("--extended", arguments->extended, "The extended rules instead of the standard ones");
+  command.flag("--overlaps", arguments->overlaps,
+               "Also look for terms to which two rules apply, and whether it matters which is first");
   command.footer(explanation);
   command.callback([arguments, &status] {
     if (arguments->extended && !arguments->file.empty()) refuse_value("--extended", "takes no file of rules");
-    Check check(*arguments, arguments->extended       ? extended_rules()
-                            : arguments->file.empty() ? standard_rules()
-                                                      : rules_of_file(arguments->file));
-    status = check.run();
+    std::vector<rules::Rule> all = arguments->extended       ? extended_rules()
+                                   : arguments->file.empty() ? standard_rules()
+                                                             : rules_of_file(arguments->file);
+    {
+      const NotedSignals signals;
+      status = Check(*arguments, std::move(all)).run();
+    }
+    // As every program ends by a signal.
+    if (const int signal = NotedSignals::received(); signal != 0) std::raise(signal);
   });
 }
 

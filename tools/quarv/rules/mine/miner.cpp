@@ -1,7 +1,6 @@
 #include "rules/mine/miner.h"
 
 #include <algorithm>
-#include <csignal>
 #include <memory>
 #include <set>
 #include <utility>
@@ -9,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "batch/sha256.h"
+#include "io/noted_signals.h"
 #include "io/ordered_work.h"
 #include "rules/mine/known_rules.h"
 #include "rules/mine/proposals.h"
@@ -20,35 +20,6 @@ namespace quarv::cli {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-volatile std::sig_atomic_t signal_received = 0;
-
-extern "C" void note_signal(int signal) {
-  signal_received = signal;
-}
-
-/// While it lives, the signals that end programs are noted and do nothing else.
-class NotedSignals {
- public:
-  NotedSignals() {
-    signal_received = 0;
-    struct sigaction action = {};
-    action.sa_handler = note_signal;
-    for (std::size_t i = 0; i < std::size(signals); ++i) {
-      sigaction(signals[i], nullptr, &before_[i]);
-      if (before_[i].sa_handler != SIG_IGN) sigaction(signals[i], &action, nullptr);
-    }
-  }
-  ~NotedSignals() {
-    for (std::size_t i = 0; i < std::size(signals); ++i) sigaction(signals[i], &before_[i], nullptr);
-  }
-  NotedSignals(const NotedSignals&) = delete;
-  NotedSignals& operator=(const NotedSignals&) = delete;
-
- private:
-  static constexpr int signals[] = {SIGINT, SIGTERM, SIGHUP};
-  struct sigaction before_[std::size(signals)];
-};
 
 /// Measures the time until its end.
 class Stopwatch {
@@ -89,7 +60,7 @@ class Miner {
       run_round();
       if (found_.size() == before || corpus_ == nullptr) break;
     }
-    report_.signal = signal_received;
+    report_.signal = NotedSignals::received();
     drop_instances();
     finish();
     return std::move(report_);
@@ -117,7 +88,7 @@ class Miner {
         state_.save();
       }
     } catch (const SolverFault& e) {
-      report_.ended_early = signal_received != 0 ? "interrupted" : e.what();
+      report_.ended_early = NotedSignals::received() != 0 ? "interrupted" : e.what();
     }
     ends();
     state_.save();
@@ -158,14 +129,14 @@ class Miner {
   /// Whether it is time to end; then the report says why.
   bool ends() {
     if (!report_.ended_early.empty()) return true;
-    if (signal_received != 0) report_.ended_early = "interrupted";
+    if (NotedSignals::received() != 0) report_.ended_early = "interrupted";
     const double passed = std::chrono::duration<double>(Clock::now() - start_).count();
     if (options_.time_limit > 0 && passed > options_.time_limit) report_.ended_early = "the time was over";
     return !report_.ended_early.empty();
   }
   bool is_over() const {
     const double passed = std::chrono::duration<double>(Clock::now() - start_).count();
-    return signal_received != 0 || (options_.time_limit > 0 && passed > options_.time_limit);
+    return NotedSignals::received() != 0 || (options_.time_limit > 0 && passed > options_.time_limit);
   }
 
   /// Calls `work(i)` on several threads and `deliver` with the results in order. False when it ended before
@@ -375,7 +346,7 @@ class Miner {
                                f.count, f.sample.files.size()});
     }
     report_.terms_after = report_.terms_before;
-    if (corpus_ == nullptr || text.empty() || signal_received != 0) return;
+    if (corpus_ == nullptr || text.empty() || NotedSignals::received() != 0) return;
     const Stopwatch watch(report_.count_seconds);
     report_.terms_after = 0;
     OrderedWork<std::size_t> work(

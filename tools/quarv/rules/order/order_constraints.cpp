@@ -53,7 +53,7 @@ class TermMaker {
   OrderTerm of_position(std::size_t position) const {
     const PatternNode& node = rule_.pattern[position];
     OrderTerm t;
-    if (node.kind == PatternNode::Kind::literal) return t;
+    if (node.kind == PatternNode::Kind::literal || node.kind == PatternNode::Kind::constant) return t;
     if (node.kind == PatternNode::Kind::variable) {
       const std::size_t first = same_as_[position];
       for (std::size_t i = 0; i < same_as_.size(); ++i) {
