@@ -38,6 +38,7 @@ class Checker:
         self.faults = []
         self.checked = 0
         self.prefix = None
+        self.cache = tempfile.TemporaryDirectory(prefix='quarv_cache_')
 
     def fault(self, place, message):
         self.faults.append(f'{place}: {message}')
@@ -48,6 +49,7 @@ class Checker:
         environment = dict(os.environ, LC_ALL='C.UTF-8')
         program = pathlib.Path(self.arguments.program).resolve()
         environment['PATH'] = f'{program.parent}:{environment["PATH"]}'
+        environment['XDG_CACHE_HOME'] = self.cache.name  # what other runs have found out is not to be seen
         if self.prefix:
             environment['CMAKE_PREFIX_PATH'] = self.prefix
             environment['PYTHONPATH'] = str(self.python_path())

@@ -53,7 +53,9 @@ class Program : public testing::Test {
   /// Runs a shell command with `input` as its standard input.
   Result run(const std::string& command, const std::string& input = "") const {
     std::ofstream(root_ / "in") << input;
-    std::ofstream(root_ / "script") << "cd folder\nquarv='" QUARV_PROGRAM "'\n" << command << '\n';
+    std::ofstream(root_ / "script") << "cd folder\nquarv='" QUARV_PROGRAM "'\nexport XDG_CACHE_HOME='"
+                                    << (root_ / "cache").string() << "'\n"
+                                    << command << '\n';
     const int status = std::system(("cd '" + root_.string() + "' && bash script < in > out 2> err").c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents(root_ / "out"), contents(root_ / "err")};
   }

@@ -20,6 +20,7 @@
 #include "io/output.h"
 #include "io/text_source.h"
 #include "repl/dialogue_context.h"
+#include "rules/own_rules.h"
 #include "rules/rule_catalogue.h"
 #include "simplify/simplify_arguments.h"
 #include <quarv/smtlib/read/lexer.h>
@@ -129,9 +130,13 @@ std::string blank_up_to(const char* place, const std::string& text) {
 /// Runs commands one by one and prints responses in the form that the SMT-LIB standard defines.
 class Conversation {
  public:
-  /// `interactive`: a person reads the answers.
-  Conversation(const SessionOptions& options, std::ostream& out, bool interactive)
-      : options_(options), session_(options), out_(out), interactive_(interactive) {}
+  /// `interactive`: a person reads the answers; `trusts_rules`: those that are added are not checked.
+  Conversation(const SessionOptions& options, std::ostream& out, bool interactive, bool trusts_rules)
+      : options_(options),
+        session_(options),
+        out_(out),
+        interactive_(interactive),
+        trusts_rules_(trusts_rules) {}
 
   void answer(const CommandSplitter::Piece& piece);
 
@@ -162,6 +167,7 @@ class Conversation {
   DialogueContext context_;
   std::ostream& out_;
   bool interactive_;
+  bool trusts_rules_;
   bool print_success_ = false;
   bool over_ = false;
   bool had_errors_ = false;
@@ -264,6 +270,7 @@ void Conversation::add_rule(const std::string& text, const smtlib::Token& rule) 
   std::string rules = blank_up_to(rule.start + 1, text);
   rules.resize(static_cast<std::size_t>(rule.start - text.data()) + rule.text.size() - 1);
   const RuleFile file{"", rules};
+  check_own_rules({file}, trusts_rules_);
   session_.add_rules(file);
   options_.extra_rules.push_back(file);
   done();
@@ -364,6 +371,7 @@ struct Arguments {
   std::string input = "-";
   std::vector<std::string> rule_files;
   bool no_rules = false;
+  bool trust_rules = false;
   bool library_semantics = false;
   bool only_standard = false;
 };
@@ -377,10 +385,11 @@ int converse(const Arguments& arguments) {
     const Input file(name);
     options.extra_rules.push_back({file.name(), std::string(file.text())});
   }
+  check_own_rules(options.extra_rules, arguments.trust_rules);
 
   const std::unique_ptr<TextSource> source = open_text_source(arguments.input);
   Output output("-");
-  Conversation conversation(options, output.stream(), source->interactive());
+  Conversation conversation(options, output.stream(), source->interactive(), arguments.trust_rules);
   CommandSplitter splitter;
   CommandSplitter::Piece piece;
   std::string text;
@@ -417,6 +426,7 @@ void add_repl(const CommandLine& program, int& status) {
       .type("FILE.rules")
       .one_at_a_time()
       .excludes(no_rules);
+  add_trust_option(command, arguments->trust_rules);
   add_extension_option(command, arguments->only_standard);
   add_semantics_option(command, arguments->library_semantics);
   command.callback([arguments, &status] { status = converse(*arguments); });

@@ -14,6 +14,7 @@
 #include "io/waiting_note.h"
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
+#include "rules/own_rules.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_orders.h>
 
@@ -29,6 +30,7 @@ constexpr const char* footer = R"(Examples:
 struct Arguments {
   std::string input = "-";
   std::vector<std::string> rule_files;
+  bool trust_rules = false;
   bool quiet = false;
 };
 
@@ -217,11 +219,18 @@ void add_replay(const CommandLine& program, int& status) {
   command.option("--rules", arguments->rule_files, "Rules in addition to the standard ones; may be repeated")
       .type("FILE.rules")
       .one_at_a_time();
+  add_trust_option(command, arguments->trust_rules);
   command.flag("-q,--quiet", arguments->quiet, "Print only the summary");
   command.callback([arguments, &status] {
     const Input input(arguments->input);
     Output output("-");
-    const std::vector<rules::Rule> rules = all_rules_and(arguments->rule_files);
+    std::vector<RuleFile> files;
+    for (const std::string& name : arguments->rule_files) {
+      const Input file(name);
+      files.push_back({file.name(), std::string(file.text())});
+    }
+    const std::vector<rules::Rule> rules = all_rules_and(files);
+    check_own_rules(files, arguments->trust_rules);
     status = failure;
     bool shown = false;
     try {

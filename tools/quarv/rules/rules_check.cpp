@@ -15,8 +15,8 @@
 #include "io/ordered_work.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "rules/order/added_rules.h"
 #include "rules/order/loop_search.h"
-#include "rules/order/order_constraints.h"
 #include "rules/order/reduction_order.h"
 #include "rules/overlap/overlap_report.h"
 #include "rules/rule_catalogue.h"
@@ -185,21 +185,9 @@ void Check::print_order() {
   SolverProcess solver(arguments_.solver);
   constexpr int patience = 30;
   const std::chrono::milliseconds limit(static_cast<long>(arguments_.timeout * 1000) * patience);
-  // All rules that are applied together go down in one order; those that are checked stand last.
-  std::vector<rules::Rule> all;
-  if (arguments_.extended || !arguments_.file.empty()) {
-    all = standard_rules();
-    // Of these it is known that they have no place in such an order.
-    std::erase_if(
-        all, [](const rules::Rule& rule) { return why_it_ends(rule.name) != nullptr || rearranges(rule); });
-  }
-  if (!arguments_.file.empty()) {
-    for (rules::Rule& rule : extended_rules()) all.push_back(std::move(rule));
-  }
-  const auto num_others = static_cast<std::ptrdiff_t>(all.size());
-  all.insert(all.end(), rules_.begin(), rules_.end());
-  ReductionOrder order = find_order(all, solver, limit);
-  order.rules.erase(order.rules.begin(), order.rules.begin() + num_others);
+  const bool standard = !arguments_.extended && arguments_.file.empty();
+  const ReductionOrder order = standard ? find_order(rules_, solver, limit)
+                                        : order_of_added(rules_, !arguments_.file.empty(), solver, limit);
   if (!order.decided) {
     output_.stream() << "order: not known, the solver did not answer\n";
     return;

@@ -2,6 +2,7 @@
 
 #include "io/command_line.h"
 #include "io/input.h"
+#include "rules/own_rules.h"
 
 namespace quarv::cli {
 
@@ -26,11 +27,12 @@ void add_step_options(const CommandLine& command, SimplifyArguments& arguments) 
       .excludes(no_rules);
   command
       .option("--rules", arguments.rule_files,
-              "Rules of your own, to be tried after the standard ones; may be repeated. They are assumed to "
-              "hold: see quarv rules check")
+              "Rules of your own, to be tried after the standard ones; may be repeated. A solver checks them "
+              "first: see quarv rules check")
       .type("FILE.rules")
       .one_at_a_time()
       .excludes(no_rules);
+  add_trust_option(command, arguments.trust_rules);
   command
       .option("--disable-rule", arguments.disabled_rules,
               "Do not apply this rule, given by name, number (quarv rules list) or text; may be repeated")
@@ -93,6 +95,7 @@ smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments) {
     const Input file(name);
     options.extra_rules.push_back({file.name(), std::string(file.text())});
   }
+  check_own_rules(options.extra_rules, arguments.trust_rules);
   return options;
 }
 

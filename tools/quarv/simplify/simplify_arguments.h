@@ -18,6 +18,7 @@ struct SimplifyArguments {
   bool canonical = false;
   bool only_standard = false;
   bool lenient = false;
+  bool trust_rules = false;
   int width = 0;  // -1: as the form demands
   std::string sharing = "auto";
   std::vector<std::string> rule_files;
@@ -44,7 +45,7 @@ void add_lenient_option(const CommandLine& command, bool& lenient);
 /// What the message that something is not understood says of it.
 inline constexpr std::string_view lenient_hint = "--lenient prints it as it is";
 
-/// Reads the rule files. Throws FileError.
+/// Reads the rule files, and checks them unless they are trusted. Throws FileError and InputError.
 smtlib::SimplifyOptions read_options(const SimplifyArguments& arguments);
 
 }  // namespace quarv::cli
