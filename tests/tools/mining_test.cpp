@@ -77,7 +77,7 @@ TEST_F(Mining, ReportsWhatCannotBeMined) {
   EXPECT_EQ(run("$quarv rules mine empty").err, "quarv: error: there is no script that can be read\n");
   EXPECT_EQ(run("PATH=. $quarv rules mine scripts --solver cvc5").err,
             "quarv: error: the solver cvc5 cannot be run: No such file or directory\n");
-  EXPECT_EQ(run("$quarv rules mine scripts --operators 0").status, 2);
+  EXPECT_EQ(run("$quarv rules mine scripts --size 0").status, 2);
   EXPECT_EQ(run("$quarv rules mine scripts -o x --state x").status, 2);
   // One term, and nothing to be found.
   fs::create_directory(path("one"));
@@ -85,6 +85,43 @@ TEST_F(Mining, ReportsWhatCannotBeMined) {
   const Result one = run("$quarv rules mine one");
   EXPECT_EQ(one.status, 0);
   EXPECT_EQ(one.out, "# Found by quarv rules mine in 1 scripts. With all of these rules 3 terms become 3.\n");
+}
+
+TEST_F(Mining, FindsRulesAmongAllTermsOfSomeOperators) {
+  const std::string command = "$quarv rules mine --operators bvlshr,bvnot --size 2 ";
+  const Result r = run(command + "-o found.rules -j 1");
+  EXPECT_EQ(r.status, 0) << r.err;
+  const std::string found = read("found.rules");
+  // For each number of operators: all ways to group operands, and to name them.
+  EXPECT_TRUE(has(found, "# Found by quarv rules mine among 134 terms.\n\n# proved for widths 1-5, 8"))
+      << found;
+  EXPECT_TRUE(has(found, "rewrite(bvlshr(t1, t1_0), identity(t1, t1_0)) >> 0")) << found;
+  EXPECT_EQ(run("$quarv rules check found.rules --max-width 3 --assignments 1000").status, 0);
+  EXPECT_EQ(run(command + "-j 3").out, found);
+  // The same at another width is the same rule for all widths.
+  EXPECT_TRUE(
+      has(run("$quarv rules mine --operators bvnot,bvlshr --size 2 --width 5").out, " among 134 terms"));
+
+  const std::pair<const char*, const char*> wrong[] = {
+      {"--operators bvplus", "there is no operator \"bvplus\""},
+      {"--operators bvand,,bvor", "there is no operator \"\""},
+      {"--operators concat", "terms with concat are not enumerated: it is not on bit-vectors of one width"},
+      {"--operators bvrol", "terms with bvrol are not enumerated"},
+      {"--operators fp.add", "terms with fp.add are not enumerated"},
+      {"--operators bvand,bvor,bvxor,bvadd,bvmul --size 6", "there are more than 262144 terms: name fewer"},
+      {"--operators bvand --width 0", "--width"},
+      {"--operators bvand --width 65", "--width"},
+      {"--operators bvand scripts", "name scripts to look at, or --operators"},
+      {"--width 8 scripts", "goes with --operators"},
+      {"", "name scripts to look at, or --operators"},
+  };
+  for (const auto& [arguments, message] : wrong) {
+    const Result refused = run("$quarv rules mine -o x.rules " + std::string(arguments));
+    EXPECT_EQ(refused.status, 2) << arguments;
+    EXPECT_EQ(num_lines(refused.err), 1u) << refused.err;
+    EXPECT_TRUE(has(refused.err, message)) << refused.err;
+    EXPECT_FALSE(fs::exists(path("x.rules"))) << arguments;
+  }
 }
 
 TEST_F(Mining, KeepsWhatWasFoundWhenTheSolverDies) {

@@ -1,9 +1,12 @@
 #include <algorithm>
 #include <csignal>
 #include <memory>
+#include <optional>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -12,6 +15,7 @@
 #include "io/command_line.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "rules/mine/enumeration.h"
 #include "rules/mine/miner.h"
 
 namespace quarv::cli {
@@ -22,6 +26,8 @@ constexpr const char* footer = R"(Examples:
   quarv rules mine queries -o mined.rules    find rules in the scripts of a folder
   quarv rules mine queries -o mined.rules --time-limit 600 --state mined.state
                                              stop after ten minutes; the same command goes on later
+  quarv rules mine --operators bvand,bvor,bvnot --size 3 -o laws.rules
+                                             find rules without scripts, among all terms of these operators
   quarv simplify x.smt2 --rules mined.rules  use them
 
 Small terms that simplification leaves in the scripts are evaluated under many assignments; where a smaller term has the
@@ -33,40 +39,79 @@ Exit status: 0 when the work was done or the time was over, 1 when the solver fa
 
 struct Arguments {
   std::vector<std::string> paths;
+  std::string operators;  // separated by commas; empty: those of the scripts
+  std::optional<std::size_t> size, width;
   std::string output = "-";
   MineOptions how;
 };
 
-void write(const MineReport& report, std::ostream& out) {
-  out << fmt::format(
-      "# Found by quarv rules mine in {} scripts. With all of these rules {} terms become {}.\n",
-      report.scripts - report.unreadable, report.terms_before, report.terms_after);
+void write(const MineReport& report, bool has_scripts, std::ostream& out) {
+  if (has_scripts) {
+    out << fmt::format(
+        "# Found by quarv rules mine in {} scripts. With all of these rules {} terms become {}.\n",
+        report.scripts - report.unreadable, report.terms_before, report.terms_after);
+  } else {
+    out << fmt::format("# Found by quarv rules mine among {} terms.\n", report.samples);
+  }
   for (const MinedRule& rule : report.rules) {
-    out << fmt::format("\n# {}; used {} times in {} scripts; terms saved: {}\n{}: {}\n", rule.proof,
-                       rule.count.uses, rule.num_scripts, rule.count.saved, rule.name, rule.rule);
+    const std::string count = has_scripts ? fmt::format("used {} times in {} scripts; terms saved: {}",
+                                                        rule.count.uses, rule.num_scripts, rule.count.saved)
+                                          : fmt::format("smaller by {}", rule.count.saved);
+    out << fmt::format("\n# {}; {}\n{}: {}\n", rule.proof, count, rule.name, rule.rule);
   }
 }
 
-void summarize(const MineReport& r) {
-  say("{} small terms of {} scripts: {} rules proposed, {} instances of others, {} proved, {} refuted, {} "
+void summarize(const MineReport& r, bool has_scripts) {
+  const std::string origin = has_scripts ? fmt::format(" of {} scripts", r.scripts - r.unreadable) : "";
+  say("{} small terms{}: {} rules proposed, {} instances of others, {} proved, {} refuted, {} "
       "undecided, {} saved nothing, {} applied only without the others, {} kept\n",
-      r.samples, r.scripts - r.unreadable, r.proposed, r.instances, r.proved, r.refuted, r.undecided,
-      r.useless, r.unused, r.rules.size());
+      r.samples, origin, r.proposed, r.instances, r.proved, r.refuted, r.undecided, r.useless, r.unused,
+      r.rules.size());
   say("seconds: {:.1f} collecting, {:.1f} searching, {:.1f} proving, {:.1f} counting\n", r.collect_seconds,
       r.search_seconds, r.prove_seconds, r.count_seconds);
 }
 
-int mine_corpus(const Arguments& arguments) {
-  const Corpus corpus(arguments.paths);
+std::vector<std::string> words_of(const std::string& list) {
+  std::vector<std::string> words{""};
+  for (const char c : list) {
+    if (c == ',') {
+      words.emplace_back();
+    } else if (c != ' ') {
+      words.back() += c;
+    }
+  }
+  return words;
+}
+
+/// All terms of the operators that were named.
+std::vector<Sample> enumerated(const Arguments& arguments) {
+  constexpr std::size_t usual_size = 2, usual_width = 8;
+  try {
+    return enumerate_terms(enumerable_operators(words_of(arguments.operators)),
+                           arguments.size.value_or(usual_size), arguments.width.value_or(usual_width));
+  } catch (const std::invalid_argument& e) {
+    refuse_value("--operators", e.what());
+  }
+}
+
+int run(const Arguments& arguments) {
+  const bool has_scripts = arguments.operators.empty();
+  std::vector<Sample> samples;
+  std::optional<Corpus> corpus;
+  if (has_scripts) {
+    corpus.emplace(arguments.paths);
+  } else {
+    samples = enumerated(arguments);
+  }
   Output output(arguments.output);
-  const MineReport report = mine(arguments.how, &corpus, {});
-  if (report.ended_early.empty() && report.unreadable == report.scripts) {
+  const MineReport report = mine(arguments.how, corpus ? &*corpus : nullptr, std::move(samples));
+  if (has_scripts && report.ended_early.empty() && report.unreadable == report.scripts) {
     say("quarv: error: there is no script that can be read\n");
     return failure;
   }
-  write(report, output.stream());
+  write(report, has_scripts, output.stream());
   output.commit();
-  summarize(report);
+  summarize(report, has_scripts);
   if (report.ended_early.empty()) return success;
   say("quarv: {}; what was found until then is written{}\n", report.ended_early,
       arguments.how.state.empty() ? "" : ", and the same command goes on from " + arguments.how.state);
@@ -81,14 +126,26 @@ void add_rules_mine(const CommandLine& rules, int& status) {
   const auto arguments = std::make_shared<Arguments>();
   arguments->how.jobs = std::max(1u, std::thread::hardware_concurrency());
   command.footer(footer);
-  command.option("PATH", arguments->paths, "Files, folders and archives").type("").required();
+  command.option("PATH", arguments->paths, "Files, folders and archives").type("");
   command.option("-o,--output", arguments->output, "Where to write the rules; - is standard output")
       .type("FILE.rules")
       .shows_default();
-  command.option("--operators", arguments->how.most_operators, "The largest number of operators of a pattern")
+  command
+      .option("--operators", arguments->operators,
+              "Instead of scripts: look at all terms of these operators, which are on bit-vectors of one "
+              "width, or compare such")
+      .type("OP,OP");
+  command
+      .option("--size", arguments->size,
+              "The largest number of operators of a pattern; if omitted, 4, and 2 with --operators")
       .between(std::size_t{1}, std::size_t{6})
-      .type("N")
-      .shows_default();
+      .type("N");
+  command
+      .option(
+          "--width", arguments->width,
+          "With --operators: of how many bits the terms are; rules are made for all widths. If omitted, 8")
+      .between(std::size_t{1}, std::size_t{64})
+      .type("W");
   command.option("--solver", arguments->how.solver, "z3, cvc5, or a command that reads SMT-LIB 2")
       .shows_default();
   command.option("-j,--jobs", arguments->how.jobs, "How many threads, each with a solver, work side by side")
@@ -113,7 +170,14 @@ void add_rules_mine(const CommandLine& rules, int& status) {
     if (!arguments->how.state.empty() && Output::is_same(arguments->how.state, arguments->output)) {
       refuse_value("--state", "the state and the rules would be written to one file");
     }
-    status = mine_corpus(*arguments);
+    if (arguments->operators.empty() == arguments->paths.empty()) {
+      refuse_value("PATH", "name scripts to look at, or --operators");
+    }
+    if (arguments->width && arguments->operators.empty()) {
+      refuse_value("--width", "goes with --operators; scripts have widths of their own");
+    }
+    arguments->how.most_operators = arguments->size.value_or(arguments->how.most_operators);
+    status = run(*arguments);
   });
 }
 
