@@ -48,6 +48,36 @@ TEST_F(Report, ShowsAScript) {
   EXPECT_EQ(data(run("$quarv report in.smt2 --examples 0").out)["examples"].size(), 0u);
 }
 
+TEST_F(Report, SaysWhatRulesCostAndSave) {
+  const std::string declared = "(declare-const x (_ BitVec 8))\n(declare-const y (_ BitVec 8))\n";
+  write("in.smt2", declared + "(assert (bvult (bvxor x (bvxor y x)) #x07))\n");
+  const Json d = data(run("$quarv report in.smt2").out);
+  ASSERT_EQ(d["costs"].size(), 2u) << d["costs"];  // one puts operands in order
+  const Json& cost = d["costs"][0];
+  // Once in one script; without it two terms more are left: both exclusive ors.
+  EXPECT_EQ(cost[0], "bvxor-cancel");
+  EXPECT_EQ(cost[1], 1);
+  EXPECT_EQ(cost[2], 1);
+  EXPECT_GE(cost[3], 1);
+  EXPECT_EQ(cost[4], 2);
+  EXPECT_EQ(d["costs"][1][4], 0);
+  const std::vector<std::string> silent = d["silent"];
+  EXPECT_EQ(std::count(silent.begin(), silent.end(), "bvxor-cancel"), 0);
+  EXPECT_EQ(std::count(silent.begin(), silent.end(), "bvxor-self"), 1);
+  EXPECT_EQ(std::count(silent.begin(), silent.end(), "bvsdiv-self"), 0);  // it is off
+  EXPECT_FALSE(data(run("$quarv report --no-rules in.smt2").out).contains("costs"));
+
+  run("mkdir many; cp in.smt2 many/a.smt2; cp in.smt2 many/b.smt2; $quarv batch many --results all");
+  const Json batch = data(run("$quarv report all").out);
+  EXPECT_EQ(batch["costs"][0], Json({"bvxor-cancel", 2, 2, 2 * cost[3].get<int>(), 4}));
+  run("rm many/b.smt2");
+  EXPECT_FALSE(data(run("$quarv report all").out).contains("costs"));
+  // The same from the command line.
+  const Result counted = run("$quarv rules list --count many --by saved | head -1");
+  EXPECT_EQ(counted.out.find("        1      1 "), 0U) << counted.out;
+  EXPECT_NE(counted.out.find("  bvxor-cancel: "), std::string::npos) << counted.out;
+}
+
 TEST_F(Report, ShowsABatch) {
   write("a.smt2", "(declare-const p Bool)\n(assert (not (not p)))\n");
   write("bad.smt2", "(assert p)\n");

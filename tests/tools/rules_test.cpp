@@ -173,4 +173,27 @@ TEST_F(Program, ReportsFaultsOfRulesAndSolvers) {
   EXPECT_TRUE(has(silent.out, "undecided for widths 1-4\n")) << silent.out;
 }
 
+TEST_F(Program, RulesAreCountedOnScripts) {
+  fs::create_directory(path("empty"));
+  const Result none = run("$quarv rules list --count empty");
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.err, "quarv: error: there is no script that can be read\n");
+  fs::create_directory(path("in"));
+  write("in/bad.smt2", "(assert x)\n");
+  write("in/a.smt2",
+        "(declare-const x (_ BitVec 8))\n(assert (bvult (bvxor x (bvxor x #x07) (bvadd #x00 x)) (bvsub x "
+        "#x01)))\n");
+  const Result one = run("$quarv rules list --count in");
+  EXPECT_EQ(one.status, 0);
+  EXPECT_NE(one.out.find("\nuses, scripts, tries, terms saved, tries for each of them, rule; 1 scripts; "),
+            std::string::npos)
+      << one.out;
+  // Each order has all rules, and the same figures.
+  const std::string sorted = run("$quarv rules list --count in | sort").out;
+  for (const char* by : {"saved", "cost"}) {
+    EXPECT_EQ(run("$quarv rules list --count in --by " + std::string(by) + " | sort").out, sorted) << by;
+  }
+  EXPECT_EQ(run("$quarv rules list --count in --by name").status, 2);
+}
+
 }  // namespace

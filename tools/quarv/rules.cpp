@@ -1,7 +1,7 @@
 #include <algorithm>
-#include <cstdint>
-#include <map>
+#include <csignal>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -11,14 +11,16 @@
 
 #include <fmt/format.h>
 
+#include "batch/input_set.h"
+#include "batch/script_source.h"
 #include "commands.h"
 #include "io/command_line.h"
-#include "io/ordered_work.h"
+#include "io/noted_signals.h"
 #include "io/output.h"
 #include "io/process.h"
-#include "rules/mine/corpus.h"
 #include "rules/rule_catalogue.h"
 #include "rules/rule_checker.h"
+#include "rules/rule_count.h"
 #include <quarv/rules/rule_in_words.h>
 
 namespace quarv::cli {
@@ -73,43 +75,50 @@ void list(bool extended) {
   output.commit();
 }
 
-/// How often each rule is applied when scripts are simplified.
-int count_uses(const std::vector<std::string>& paths) {
-  const Corpus corpus(paths);
-  std::map<std::string, std::pair<std::uint64_t, std::size_t>> uses;  // and in how many scripts
-  std::size_t num_read = 0;
-  OrderedWork<std::optional<ScriptCount>> work(
-      corpus.size(),
-      [&](std::size_t, std::optional<ScriptCount> count) {
-        if (!count) return;
-        ++num_read;
-        for (const auto& [name, n] : count->uses) {
-          uses[name].first += n;
-          ++uses[name].second;
-        }
-      },
-      [] {});
-  work.run(std::max(1U, std::thread::hardware_concurrency()),
-           [&] { return [&](std::size_t i) { return corpus.count(i, {}, true); }; });
-  if (num_read == 0) {
+/// In which order rules are listed with their counts.
+std::vector<std::size_t> ranking(const std::vector<RuleCount>& counts, const std::string& by) {
+  std::vector<std::size_t> places(counts.size());
+  std::iota(places.begin(), places.end(), std::size_t{0});
+  std::ranges::stable_sort(places, [&](std::size_t i, std::size_t k) {
+    const RuleCount &a = counts[i], &b = counts[k];
+    if (by == "saved") return a.saved > b.saved;
+    if (by == "cost" && a.cost() != b.cost()) return a.cost() > b.cost();
+    if (by == "cost") return a.tries > b.tries;
+    return a.uses > b.uses;
+  });
+  return places;
+}
+
+/// What each rule does when scripts are simplified.
+int count_uses(const std::vector<std::string>& paths, const std::string& by) {
+  const std::vector<BatchInput> inputs = find_inputs(paths, {});
+  SessionOptions options;
+  options.extended = true;
+  const auto text = [&inputs](std::size_t i) { return std::string(find_script(inputs[i].name)); };
+  const RuleCounts counts =
+      count_rules(inputs.size(), text, options, std::max(1U, std::thread::hardware_concurrency()));
+  if (counts.num_scripts == 0 && NotedSignals::received() == 0) {
     say("quarv: error: there is no script that can be read\n");
     return failure;
   }
-  std::vector<rules::Rule> all = all_rules_and(std::vector<std::string>());
-  std::ranges::stable_sort(all, [&](const rules::Rule& a, const rules::Rule& b) {
-    return uses[a.name].first > uses[b.name].first;
-  });
+  const std::vector<rules::Rule> all = all_rules_and(std::vector<std::string>());
   Output output("-");
-  std::size_t num_unused = 0;
-  for (const rules::Rule& rule : all) {
-    const auto [n, scripts] = uses[rule.name];
-    num_unused += n == 0 ? 1 : 0;
-    output.stream() << fmt::format("{:>9} {:>6}  {}\n", n, scripts, named_text(rule));
+  for (const std::size_t i : ranking(counts.rules, by)) {
+    const RuleCount& rule = counts.rules[i];
+    output.stream() << fmt::format(
+        "{:>9} {:>6} {:>9} {:>7} {:>9}  {}\n", rule.uses, rule.scripts, rule.tries,
+        counts.complete ? std::to_string(rule.saved) : "?",
+        counts.complete && rule.saved > 0 ? fmt::format("{:.1f}", rule.cost()) : "-", named_text(all[i]));
   }
-  output.stream() << fmt::format("uses, scripts, rule; {} scripts; {} of {} rules were never applied\n",
-                                 num_read, num_unused, all.size());
+  output.stream() << fmt::format(
+      "uses, scripts, tries, terms saved, tries for each of them, rule; {} scripts; {} of {} rules were "
+      "never "
+      "applied\n",
+      counts.num_scripts, std::ranges::count(counts.rules, 0U, &RuleCount::uses), counts.rules.size());
   output.commit();
-  return success;
+  if (NotedSignals::received() == 0) return success;
+  say("quarv: interrupted; what was counted until then is written\n");
+  return failure;
 }
 
 int show(const std::string& name_or_number) {
@@ -157,19 +166,30 @@ void add_rules(const CommandLine& program, int& status) {
   const auto extended = std::make_shared<bool>(false);
   list_command.flag("--extended", *extended, "The extended rules instead, which have names alone");
   const auto paths = std::make_shared<std::vector<std::string>>();
+  const auto by = std::make_shared<std::string>("uses");
   list_command
       .option("--count", *paths,
-              "All rules, with how often they are applied to the scripts of these files, folders and "
-              "archives, and in "
-              "how many")
+              "All rules, with what they do to the scripts of these files, folders and archives: how often "
+              "they are applied, in how many scripts, how often they are tried, how many terms they save")
       .type("PATH");
-  list_command.callback([extended, paths, &status] {
-    if (!paths->empty()) {
-      status = count_uses(*paths);
+  list_command
+      .option("--by", *by,
+              "With --count: the rules that are applied most first, those that save most, or "
+              "those that cost most for what they save")
+      .type("uses|saved|cost")
+      .one_of({"uses", "saved", "cost"})
+      .shows_default();
+  list_command.callback([extended, paths, by, &status] {
+    if (paths->empty()) {
+      list(*extended);
+      status = success;
       return;
     }
-    list(*extended);
-    status = success;
+    {
+      const NotedSignals signals;
+      status = count_uses(*paths, *by);
+    }
+    if (const int signal = NotedSignals::received(); signal != 0) std::raise(signal);
   });
   const CommandLine show_command =
       command.subcommand("show", "Print everything that is known about a standard rule");

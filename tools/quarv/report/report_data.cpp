@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <functional>
 #include <map>
 #include <set>
 #include <sstream>
+#include <thread>
 #include <utility>
 
 #include <fmt/format.h>
@@ -16,6 +18,7 @@
 #include "report/examples.h"
 #include "report/term_graph.h"
 #include "rules/rule_catalogue.h"
+#include "rules/rule_count.h"
 #include "simplify/simplify_text.h"
 #include <quarv/rules/rule_in_words.h>
 
@@ -77,6 +80,30 @@ class ReportData {
     }
   }
 
+  /// What the rules of a session with these options do to scripts.
+  void add_counts(std::size_t num_scripts, const std::function<std::string(std::size_t)>& script,
+                  const SessionOptions& options) {
+    const unsigned jobs = std::max(1U, std::thread::hardware_concurrency());
+    const RuleCounts counts = count_rules(num_scripts, script, options, jobs);
+    if (counts.rules.empty()) return;
+    const std::vector<rules::Rule> all = rules_of(options);
+    Json costs = Json::array(), silent = Json::array();
+    for (std::size_t i = 0; i < counts.rules.size(); ++i) {
+      const RuleCount& c = counts.rules[i];
+      const std::string name = all[i].name.empty() ? std::to_string(i + 1) : all[i].name;
+      if (c.uses != 0) {
+        costs.push_back({name, c.uses, c.scripts, c.tries, c.saved});
+      } else if (c.is_on) {
+        silent.push_back(name);
+      }
+    }
+    std::stable_sort(costs.begin(), costs.end(), [](const Json& a, const Json& b) {
+      return a[4].get<std::int64_t>() > b[4].get<std::int64_t>();
+    });
+    data_["costs"] = std::move(costs);
+    data_["silent"] = std::move(silent);
+  }
+
   /// `extra_rules` are those that were applied in addition to the standard ones.
   std::string text(const std::vector<RuleFile>& extra_rules) && {
     data_["notes"] = std::move(notes_);
@@ -112,6 +139,13 @@ class ReportData {
   }
 
  private:
+  /// In the session's order.
+  static std::vector<rules::Rule> rules_of(const SessionOptions& options) {
+    std::vector<rules::Rule> all = all_rules_and(options.extra_rules);
+    if (!options.extended) all.resize(all.size() - extended_rules().size());
+    return all;
+  }
+
   static std::uint64_t size(const Json& row, const char* group, const char* key) {
     return static_cast<std::uint64_t>(number(row, group, key));
   }
@@ -169,6 +203,30 @@ struct ReducedFile {
 /// Derivations are for looking at: of files that are large there is too much of them.
 constexpr double largest_script = 300e3;
 
+/// The rules are counted where that takes no longer than making the page of the examples.
+constexpr double most_bytes_counted = 4e6;
+
+/// Counts rules on the scripts of a batch, if these are still there.
+void count_batch(const std::vector<std::pair<std::string, std::string>>& names_and_digests, double bytes,
+                 const smtlib::SimplifyOptions& options, ReportData& data) {
+  if (bytes > most_bytes_counted) {
+    return data.add_note(
+        "The scripts are too large to be simplified without each rule: quarv rules list --count says what "
+        "the "
+        "rules save.");
+  }
+  for (const auto& [name, digest] : names_and_digests) {
+    try {
+      if (sha256(find_script(name)) != digest) return;  // a note says so
+    } catch (const std::exception&) {
+      return;
+    }
+  }
+  data.add_counts(
+      names_and_digests.size(),
+      [&](std::size_t i) { return std::string(find_script(names_and_digests[i].first)); }, options);
+}
+
 /// Examples from different files. A script that is gone, or has changed, has none.
 std::vector<Example> batch_examples(std::vector<ReducedFile> files, const smtlib::SimplifyOptions& options,
                                     std::size_t count, ReportData& data) {
@@ -209,9 +267,15 @@ std::string batch_report(const std::string& title, const Results& results,
   const Json json_options = Json::parse(results.header.options);
   ReportData data("batch", title, results.header.version, json_options);
   std::vector<ReducedFile> files;
+  std::vector<std::pair<std::string, std::string>> simplified;
+  double bytes = 0;
   for (const auto& [name, row] : results.rows) {
     const Json json = Json::parse(row.line);
     data.add_row(json);
+    if (row.status == "ok") {
+      simplified.emplace_back(name, json.value("digest", ""));
+      bytes += number(json, "bytes", "before");
+    }
     const double reduction = number(json, "terms", "before") - number(json, "terms", "after");
     if (row.status == "ok" && reduction > 0 && number(json, "bytes", "before") <= largest_script) {
       files.push_back({name, json.value("digest", ""), reduction});
@@ -221,6 +285,7 @@ std::string batch_report(const std::string& title, const Results& results,
   if (has_rules) {
     smtlib::SimplifyOptions options = options_of(json_options);
     options.extra_rules = extra_rules;
+    if (options.rules) count_batch(simplified, bytes, options, data);
     data.add_examples(batch_examples(std::move(files), options, examples, data));
   } else {
     data.add_note(
@@ -241,6 +306,10 @@ std::string script_report(std::string_view text, const std::string& name,
   row["status"] = "ok";
   row["seconds"]["total"] = statistics.read_seconds + statistics.simplify_seconds + statistics.print_seconds;
   data.add_row(row);
+  if (options.rules && static_cast<double>(text.size()) <= most_bytes_counted) {
+    data.add_counts(
+        1, [&](std::size_t) { return std::string(text); }, options);
+  }
   data.add_examples(largest_reductions(text, name, options, examples));
   return std::move(data).text(options.extra_rules);
 }
