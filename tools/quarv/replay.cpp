@@ -15,6 +15,7 @@
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
 #include "rules/own_rules.h"
+#include "replay/term_values.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_orders.h>
 
@@ -55,6 +56,7 @@ class Findings {
 
   TraceTerms terms;
   TermClosure closure{terms};  // of the steps that are justified
+  TermValues values{terms};
 
  private:
   struct Counts {
@@ -103,10 +105,16 @@ class Replay {
   void check(const TraceStep& step, bool quiet, std::ostream& out) {
     std::string reason;
     const bool is_rule = step.rule != 0;
-    const bool justified = is_rule ? check_rule(step, reason) : folding_.check(step.before, step.after);
+    const TraceTerms::Id before = names_(step.before), after = names_(step.after);
+    const bool justified =
+        is_rule ? check_rule(step, reason)
+                : folding_.check(step.before, step.after) || findings_.values.are_equal(before, after);
     // Nothing is shown by what does not hold.
     if (!is_rule && justified) known_.learn(step.before, step.after);
-    if (justified) findings_.closure.merge(names_(step.before), names_(step.after));
+    if (justified) {
+      findings_.closure.merge(before, after);
+      findings_.values.learn(before, after);
+    }
     const std::string kind = is_rule ? "rule " + printable(step.rule_label, 60) : printable(step.label, 60);
     findings_.count(kind, justified);
     if (justified || quiet) return;

@@ -41,7 +41,8 @@ class TraceTerms {
   std::size_t size() const noexcept { return terms_.size(); }
   /// An operator, with `args`, `variables` and `sort` as they are numbered here.
   const Expression& term(Id id) const { return terms_[id]; }
-  const TraceSort& sort_of(Id id) const { return sorts_[terms_[id].sort]; }
+  const TraceSort& sort(std::size_t number) const { return sorts_[number]; }
+  const TraceSort& sort_of(Id id) const { return sort(terms_[id].sort); }
   /// "(Array Int Bool)"
   const std::string& sort_text(Id id) const { return sort_texts_[terms_[id].sort]; }
 

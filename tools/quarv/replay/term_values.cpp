@@ -1,0 +1,209 @@
+#include "replay/term_values.h"
+
+#include <algorithm>
+
+namespace quarv::cli {
+
+namespace {
+
+constexpr std::size_t widest = 1024;  // bit-vectors that are looked into
+constexpr std::size_t most_cases = 200, most_nodes = 20'000;
+
+}  // namespace
+
+bool TermValues::is_word(const Expression& e) const {
+  const TraceSort& sort = terms_.sort(e.sort);
+  return sort.kind == TraceSort::boolean || (sort.kind == TraceSort::bit_vector && sort.width <= widest);
+}
+
+std::size_t TermValues::width(const Expression& e) const {
+  const TraceSort& sort = terms_.sort(e.sort);
+  return sort.kind == TraceSort::boolean ? 1 : sort.width;
+}
+
+/// The value of a term, arguments first. A term that has been shown to be equal to another has its value.
+TermValues::Value TermValues::value(Id root) {
+  values_.resize(terms_.size(), unknown);
+  std::vector<Id> open{root};
+  std::vector<bool> seen;
+  while (!open.empty()) {
+    const Id id = open.back();
+    if (values_[id] != unknown) {
+      open.pop_back();
+      continue;
+    }
+    // Equalities may lead back to what is being looked at.
+    const auto shown = shown_.find(id);
+    if (shown != shown_.end()) {
+      const Id other = shown->second;
+      shown_.erase(shown);
+      if (values_[other] == unknown) open.push_back(other);
+      waiting_.emplace(id, other);
+      continue;
+    }
+    const auto waiting = waiting_.find(id);
+    if (waiting != waiting_.end()) {
+      values_[id] = values_[waiting->second];
+      waiting_.erase(waiting);
+      if (values_[id] != unknown) continue;
+    }
+    const std::size_t before = open.size();
+    for (const TermName arg : terms_.term(id).args) {
+      if (values_[static_cast<Id>(arg)] == unknown) open.push_back(static_cast<Id>(arg));
+    }
+    if (open.size() > before) continue;
+    open.pop_back();
+    budget_ = most_cases;
+    values_[id] = combined(id);
+  }
+  return current(values_[root], is_word(root));
+}
+
+TermValues::Value TermValues::current(Value v, bool is_word) {
+  return is_word ? words_.current(v) : found(v);
+}
+
+TermValues::Value TermValues::argument(const Expression& e, std::size_t i) {
+  const Id arg = static_cast<Id>(e.args[i]);
+  return current(values_[arg], is_word(arg));
+}
+
+TermValues::Value TermValues::combined(Id id) {
+  const Expression& e = terms_.term(id);
+  if (e.kind == Expression::value) return literal(id);
+  if (const auto truth = constant(e)) return *truth;
+  if (e.kind == Expression::function || e.args.empty()) return application(id);
+  if (e.op == "!") return argument(e, 0);
+  std::optional<Value> v;
+  if (e.op == "ite" && e.args.size() == 3) {
+    const Bit condition = bit(argument(e, 0));
+    const Value a = argument(e, 1), b = argument(e, 2);
+    return is_word(e) ? words_.choice(condition, a, b) : choice(condition, a, b);
+  }
+  if (e.op == "select" || e.op == "store" || e.op == "const") {
+    v = array(e);
+  } else if (is_word(e)) {
+    v = terms_.sort(e.sort).kind == TraceSort::boolean ? truth(e) : bit_vector(e);
+  } else if (is_number(e)) {
+    v = number(e);
+  }
+  return v ? *v : application(id);
+}
+
+/// The truth values.
+std::optional<TermValues::Value> TermValues::constant(const Expression& e) {
+  if (e.kind != Expression::operation || (e.op != "true" && e.op != "false")) return std::nullopt;
+  return truth(e.op == "true" ? BitGraph::yes : BitGraph::no);
+}
+
+TermValues::Value TermValues::literal(Id id) {
+  const Expression& e = terms_.term(id);
+  if (is_word(e)) return words_.constant(e.number.get_num(), width(e));
+  if (is_number(e)) return number(Sum{{}, e.number});
+  const TraceSort& sort = terms_.sort(e.sort);
+  mpz_class number = e.number.get_num();
+  if (sort.kind == TraceSort::floating_point) {
+    // Of NaN there is one.
+    const mpz_class infinity = ((mpz_class(1) << sort.width) - 1) << (sort.significand - 1);
+    const mpz_class fraction = (mpz_class(1) << (sort.significand - 1)) - 1;
+    if ((number & infinity) == infinity && (number & fraction) != 0) number = infinity + 1;
+  }
+  Thing t;
+  t.kind = Thing::literal;
+  return thing(std::move(t), "literal " + std::to_string(e.sort) + ' ' + number.get_str(32));
+}
+
+/// A term by its operator and the values of its arguments.
+TermValues::Value TermValues::application(Id id) {
+  const Expression& e = terms_.term(id);
+  Expression bare = e;
+  bare.args.clear();
+  Thing t;
+  t.op = bare.key() + '@' + std::to_string(e.sort);
+  for (std::size_t i = 0; i < e.args.size(); ++i) {
+    t.args.emplace_back(argument(e, i), is_word(static_cast<Id>(e.args[i])));
+  }
+  return application(std::move(t), e);
+}
+
+TermValues::Value TermValues::application(Thing t, const Expression& e) {
+  std::string key = t.op;
+  for (const auto& [arg, is_word] : t.args) key += (is_word ? " w" : " t") + std::to_string(arg);
+  t.is_integer = terms_.sort(e.sort).kind == TraceSort::integer;
+  t.is_number = is_number(e);
+  if (!is_word(e)) return thing(std::move(t), key);
+  const auto [known, is_new] = known_words_.try_emplace(key, 0);
+  if (is_new) {
+    known->second = words_.variable(width(e));
+    applications_.push_back({std::move(t), known->second});
+  }
+  return words_.current(known->second);
+}
+
+void TermValues::learn(Id a, Id b) {
+  if (exhausted_ || a == b) return;
+  values_.resize(terms_.size(), unknown);
+  if (values_[a] == unknown) {
+    shown_.emplace(a, b);
+    return;
+  }
+  try {
+    equate(value(a), value(b), is_word(a));
+  } catch (const Exhausted&) {
+    exhausted_ = true;
+  }
+}
+
+void TermValues::equate(Value a, Value b, bool is_word) {
+  if (a == b) return;
+  if (is_word) {
+    words_.equate(a, b);
+  } else {
+    things_found_[std::max(a, b)] = std::min(a, b);
+  }
+}
+
+bool TermValues::are_equal(Id a, Id b) {
+  if (exhausted_) return false;
+  const bool same_kind = is_word(a) == is_word(b) &&
+                         is_number(terms_.term(a)) == is_number(terms_.term(b)) &&
+                         (is_number(terms_.term(a)) || terms_.term(a).sort == terms_.term(b).sort);
+  if (!same_kind) return false;
+  try {
+    const Value x = value(a), y = value(b);
+    if (x == y) return true;
+    if (not_proved_.contains({a, b})) return false;
+    if (is_proved(x, y, is_word(a), is_number(terms_.term(a)))) {
+      equate(x, y, is_word(a));
+      return true;
+    }
+    not_proved_.emplace(a, b);
+  } catch (const Exhausted&) {
+    exhausted_ = true;
+  }
+  return false;
+}
+
+bool TermValues::is_proved(Value x, Value y, bool is_word, bool is_number) {
+  const auto holds = [this](Bit goal) {
+    if (proof_.holds(goal, {}, most_nodes)) return true;
+    const auto known = lemmas(goal);
+    return !known.empty() && proof_.holds(goal, known, most_nodes);
+  };
+  budget_ = most_cases;
+  if (is_number) {
+    Sum difference = sum_of(x);
+    add(difference, sum_of(y), -1);
+    return holds(compare(std::move(difference), true));
+  }
+  if (!is_word) return holds(equal(x, y));
+  // What has been proved of lower bits helps with the higher ones.
+  for (std::size_t i = 0; i < words_.width(x); ++i) {
+    const Bit a = words_.bits(x)[i], b = words_.bits(y)[i];
+    if (!holds(graph_.same(a, b))) return false;
+    graph_.equate(a, b);
+  }
+  return true;
+}
+
+}  // namespace quarv::cli

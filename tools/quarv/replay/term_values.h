@@ -1,0 +1,159 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <gmpxx.h>
+
+#include "replay/bit_proof.h"
+#include "replay/trace_terms.h"
+#include "replay/words.h"
+
+namespace quarv::cli {
+
+/// Normal forms of terms, by means that share nothing with the simplifiers: truth values and bit-vectors are
+/// truth functions of their bits, numbers polynomials, choices lists of cases, arrays what is written to them.
+/// Terms of one value are equal, and what else is equal can be proved. What is not understood, or would take too
+/// long, stands for anything, but for the same wherever it occurs.
+class TermValues {
+ public:
+  using Id = TraceTerms::Id;
+
+  explicit TermValues(const TraceTerms& terms) : terms_(terms) {}
+
+  /// Whether it is shown that the two terms of one sort, or two of arithmetic, are equal whatever their
+  /// variables are.
+  bool are_equal(Id a, Id b);
+  /// It has been shown by other means that they are.
+  void learn(Id a, Id b);
+
+ private:
+  using Bit = BitGraph::Bit;
+  using Bits = Words::Bits;
+  using Word = Words::Word;
+  using Value = std::uint32_t;  // a Word, or the number of a thing, as the sort says
+  using Argument = std::pair<Value, bool>;  // whether it is a word
+  using Case = std::pair<Value, Bit>;
+
+  /// A polynomial: coefficients by things that are no sums. Products are such things.
+  struct Sum {
+    std::map<Value, mpq_class> coefficients;
+    mpq_class constant;
+  };
+
+  /// A value that does not consist of bits.
+  struct Thing {
+    enum Kind : std::uint8_t { application, literal, sum, product, choice };
+    Kind kind = application;
+    bool is_number = false;
+    bool is_integer = false;
+    std::string op{};              ///< of an application
+    std::vector<Argument> args{};  ///< of an application or a product
+    std::vector<Case> cases{};     ///< of a choice: of the bits exactly one holds
+    Sum polynomial{};
+  };
+
+  /// What a variable of the graph says.
+  struct Atom {
+    enum Kind : std::uint8_t { equality, at_most, at_least, equal_to };
+    Kind kind = equality;
+    Value a = 0, b = 0;    ///< of an equality of things
+    std::size_t form = 0;  ///< of a comparison: of which sum without its constant
+    mpq_class bound{};
+    bool is_integer = false;
+  };
+
+  // term_values.cpp
+  bool is_word(const Expression& e) const;
+  bool is_word(Id id) const { return is_word(terms_.term(id)); }
+  std::size_t width(const Expression& e) const;
+  Value value(Id root);
+  Value combined(Id id);
+  Value argument(const Expression& e, std::size_t i);
+  Value current(Value v, bool is_word);
+  std::optional<Value> constant(const Expression& e);
+  Value literal(Id id);
+  Value application(Id id);
+  Value application(Thing t, const Expression& e);
+  void equate(Value a, Value b, bool is_word);
+  bool is_proved(Value x, Value y, bool is_word, bool is_number);
+
+  // term_values_bits.cpp
+  Bit bit(Value v) const { return words_.bits(v)[0]; }
+  Value truth(Bit b) { return words_.word({b}); }
+  std::optional<Value> truth(const Expression& e);
+  Bit equation(const Expression& e);
+  std::optional<Value> bit_vector(const Expression& e);
+  std::optional<Value> unary(const Expression& e, Word a);
+  std::optional<Value> binary(const Expression& e, Word a, Word b);
+  Word divided(bool quotient, Word a, Word b);
+
+  // term_values_things.cpp
+  static constexpr const char* store_key = "o5:store";
+  static constexpr const char* const_key = "o5:const";
+  Value thing(Thing t, const std::string& key);
+  const Thing& at(Value v) const { return things_[v]; }
+  Value found(Value v) const;
+  Value choice(Bit condition, Value a, Value b);
+  Value choice(std::vector<Case> cases);
+  Bit equal(Argument a, Argument b);
+  Bit equal(Value a, Value b);
+  Bit atom(Atom says, const std::string& key);
+  bool is_store(Value v) const;
+  std::optional<Value> array(const Expression& e);
+  Value stored(Value array, Argument index, Argument element, const Expression& e);
+  Value read(Value array, Argument index, const Expression& e);
+
+  // term_values_numbers.cpp
+  bool is_number(const Expression& e) const;
+  std::optional<Value> number(const Expression& e);
+  Value number(const Sum& sum);
+  Sum sum_of(Value v) const;
+  static void add(Sum& sum, const Sum& other, const mpq_class& factor);
+  static std::string text(const Sum& sum);
+  bool is_integral(const Sum& sum) const;
+  Value product(const Sum& a, const Sum& b);
+  Value factors(Value a, Value b);
+  Value floor(const Sum& sum);
+  Value natural(Word w, bool is_signed);
+  std::optional<Word> word_of_natural(Value v);
+  std::optional<Word> word_of(Value v, std::size_t width);
+
+  // term_values_comparisons.cpp
+  Bit compare(Sum difference, bool equality);
+  std::optional<Bit> compare_words(const Sum& difference, bool equality);
+  std::optional<Bit> compare_cases(const Sum& difference, bool equality);
+  Bit compare_form(Sum difference, bool equality, bool integer);
+  Bit congruent(const Sum& difference, const mpz_class& modulus);
+
+  // term_values_lemmas.cpp
+  std::vector<BitProof::Lemma> lemmas(Bit goal);
+
+  const TraceTerms& terms_;
+  BitGraph graph_;
+  Words words_{graph_};
+  BitProof proof_{graph_};
+  static constexpr Value unknown = ~Value{0};
+  std::vector<Value> values_;  // by term
+  std::unordered_map<Id, Id> shown_, waiting_;
+  std::deque<Thing> things_;
+  mutable std::vector<Value> things_found_;  // what has been proved equal
+  std::unordered_map<std::string, Value> known_things_;
+  std::unordered_map<std::string, Word> known_words_;
+  std::vector<std::pair<Thing, Word>> applications_;
+  std::unordered_map<std::string, Bit> known_bits_;
+  std::unordered_map<std::string, std::size_t> forms_;
+  std::unordered_map<BitGraph::Node, Atom> atoms_;
+  std::size_t budget_ = 0;  // of cases, for the present term
+  std::set<std::pair<Id, Id>> not_proved_;
+  bool exhausted_ = false;
+};
+
+}  // namespace quarv::cli

@@ -1,0 +1,124 @@
+/// \file
+/// Values of truth values and bit-vectors.
+#include <algorithm>
+#include <charconv>
+
+#include "replay/term_values.h"
+
+namespace quarv::cli {
+
+namespace {
+
+std::size_t index(const Expression& e, std::size_t i) {
+  std::size_t number = 0;
+  std::from_chars(e.indices[i].data(), e.indices[i].data() + e.indices[i].size(), number);
+  return number;
+}
+
+}  // namespace
+
+std::optional<TermValues::Value> TermValues::truth(const Expression& e) {
+  const auto all_boolean = [&] {
+    return std::ranges::all_of(
+        e.args, [this](TermName t) { return terms_.sort_of(static_cast<Id>(t)).kind == TraceSort::boolean; });
+  };
+  if (e.op == "=" || e.op == "distinct") return truth(equation(e));
+  if ((e.op == "not" || e.op == "and" || e.op == "or") && all_boolean()) {
+    std::vector<Bit> parts;
+    for (std::size_t i = 0; i < e.args.size(); ++i) parts.push_back(bit(argument(e, i)));
+    if (e.op == "not") return truth(parts[0] ^ 1U);
+    return truth(e.op == "and" ? graph_.conjunction(std::move(parts)) : graph_.disjunction(std::move(parts)));
+  }
+  if (e.args.size() != 2) return std::nullopt;
+  const Expression& first = terms_.term(static_cast<Id>(e.args[0]));
+  const Value a = argument(e, 0), b = argument(e, 1);
+  if (is_number(first)) {
+    Sum difference = sum_of(a);
+    add(difference, sum_of(b), -1);
+    if (e.op == "<=") return truth(compare(std::move(difference), false));
+    if (e.op == "divisible" && e.indices.size() == 1) {
+      mpz_class modulus;
+      if (modulus.set_str(e.indices[0], 10) != 0 || modulus <= 0) return std::nullopt;
+      return truth(congruent(std::move(difference), modulus));
+    }
+    return std::nullopt;
+  }
+  if (!is_word(first)) return std::nullopt;
+  if (e.op == "bvult" || e.op == "bvule") return truth(words_.less(a, b, e.op == "bvule", false));
+  if (e.op == "bvslt" || e.op == "bvsle") return truth(words_.less(a, b, e.op == "bvsle", true));
+  return std::nullopt;
+}
+
+BitGraph::Bit TermValues::equation(const Expression& e) {
+  const Id first = static_cast<Id>(e.args[0]);
+  std::vector<Bit> all;
+  for (std::size_t i = 0; i < e.args.size(); ++i) {
+    for (std::size_t k = i + 1; k < e.args.size(); ++k) {
+      if (e.op == "=" && k > i + 1) break;
+      const Bit same = equal({argument(e, i), is_word(first)}, {argument(e, k), is_word(first)});
+      all.push_back(e.op == "=" ? same : same ^ 1U);
+    }
+  }
+  return graph_.conjunction(std::move(all));
+}
+
+std::optional<TermValues::Value> TermValues::bit_vector(const Expression& e) {
+  const std::size_t n = e.args.size();
+  if (e.op == "int2bv" && n == 1) return word_of(argument(e, 0), width(e));
+  if (!std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); })) return std::nullopt;
+  if (n == 1) return unary(e, argument(e, 0));
+  return n == 2 ? binary(e, argument(e, 0), argument(e, 1)) : std::nullopt;
+}
+
+std::optional<TermValues::Value> TermValues::unary(const Expression& e, Word a) {
+  const std::size_t w = words_.width(a);
+  if (e.op == "bvnot") return words_.complement(a);
+  if (e.op == "bvneg") return words_.subtract(words_.constant(0, w), a);
+  if (e.op == "zero_extend" || e.op == "sign_extend") return words_.extended(a, width(e), e.op == "sign_extend");
+  if (e.op == "extract") return words_.part(a, index(e, 1), width(e));
+  if (e.op == "rotate_left" || e.op == "rotate_right") {
+    Bits bits = words_.bits(a);
+    const std::size_t by = index(e, 0) % w;
+    std::ranges::rotate(bits, bits.begin() + static_cast<std::ptrdiff_t>(e.op == "rotate_right" ? by : (w - by) % w));
+    return words_.word(std::move(bits));
+  }
+  return std::nullopt;
+}
+
+std::optional<TermValues::Value> TermValues::binary(const Expression& e, Word a, Word b) {
+  const std::string& op = e.op;
+  if (op == "bvadd") return words_.add(a, b);
+  if (op == "bvsub") return words_.subtract(a, b);
+  if (op == "bvmul") return words_.multiply(a, b);
+  if (op == "bvudiv") return words_.divide(a, b).first;
+  if (op == "bvurem") return words_.divide(a, b).second;
+  if (op == "bvsdiv" || op == "bvsrem") return divided(op == "bvsdiv", a, b);
+  if (op == "bvshl") return words_.shift(a, b, Words::Shift::left);
+  if (op == "bvlshr") return words_.shift(a, b, Words::Shift::right);
+  if (op == "bvashr") return words_.shift(a, b, Words::Shift::signed_right);
+  if (op == "bvcomp") return truth(words_.equal(a, b));
+  if (op != "concat" && op != "bvand" && op != "bvor" && op != "bvxor") return std::nullopt;
+  Bits bits = words_.bits(op == "concat" ? b : a);
+  if (op == "concat") {
+    bits.insert(bits.end(), words_.bits(a).begin(), words_.bits(a).end());
+    return words_.word(std::move(bits));
+  }
+  for (std::size_t i = 0; i < bits.size(); ++i) {
+    const Bit other = words_.bits(b)[i];
+    bits[i] = op == "bvand" ? graph_.both(bits[i], other) : op == "bvor" ? graph_.either(bits[i], other) : graph_.parity(bits[i], other);
+  }
+  return words_.word(std::move(bits));
+}
+
+/// The quotient of signed numbers is rounded towards zero; the remainder has the dividend's sign.
+TermValues::Word TermValues::divided(bool quotient, Word a, Word b) {
+  const Word zero = words_.constant(0, words_.width(a));
+  const Bit negative_a = words_.bits(a).back(), negative_b = words_.bits(b).back();
+  const Word x = words_.choice(negative_a, words_.subtract(zero, a), a);
+  const Word y = words_.choice(negative_b, words_.subtract(zero, b), b);
+  const auto result = words_.divide(x, y);
+  const Word r = quotient ? result.first : result.second;
+  return words_.choice(quotient ? graph_.parity(negative_a, negative_b) : negative_a, words_.subtract(zero, r), r);
+}
+
+}  // namespace quarv::cli

@@ -1,0 +1,132 @@
+/// \file
+/// Values of comparisons of numbers.
+#include <algorithm>
+
+#include "replay/term_values.h"
+
+namespace quarv::cli {
+
+namespace {
+
+constexpr std::size_t most_words = 8, most_width = 300;
+
+}  // namespace
+
+/// Whether the sum is 0, or at most 0.
+BitGraph::Bit TermValues::compare(Sum d, bool equality) {
+  if (d.coefficients.empty()) {
+    return (equality ? d.constant == 0 : d.constant <= 0) ? BitGraph::yes : BitGraph::no;
+  }
+  // Coprime integers as coefficients.
+  mpz_class multiple = 1, divisor = 0;
+  for (const auto& [part, c] : d.coefficients) multiple = lcm(multiple, c.get_den());
+  for (const auto& [part, c] : d.coefficients) divisor = gcd(divisor, mpz_class(c * multiple));
+  mpq_class scale(multiple, divisor);
+  scale.canonicalize();
+  if (equality && d.coefficients.begin()->second < 0) scale = -scale;
+  Sum scaled;
+  add(scaled, d, scale);
+  const bool integer =
+      std::ranges::all_of(scaled.coefficients, [this](const auto& c) { return at(c.first).is_integer; });
+  if (integer && equality && scaled.constant.get_den() != 1) return BitGraph::no;
+  if (integer) {
+    mpz_class ceiling;
+    mpz_cdiv_q(ceiling.get_mpz_t(), scaled.constant.get_num_mpz_t(), scaled.constant.get_den_mpz_t());
+    scaled.constant = ceiling;
+  }
+  if (const auto bit = compare_words(scaled, equality)) return *bit;
+  if (const auto bit = compare_cases(scaled, equality)) return *bit;
+  return compare_form(std::move(scaled), equality, integer);
+}
+
+/// Natural numbers of bits are compared as such: what is added on one side with what is on the other.
+std::optional<BitGraph::Bit> TermValues::compare_words(const Sum& d, bool equality) {
+  if (d.coefficients.size() > most_words || d.constant.get_den() != 1) return std::nullopt;
+  std::vector<std::pair<Word, mpz_class>> sides[2];
+  mpz_class largest[2];
+  for (const auto& [part, c] : d.coefficients) {
+    const auto word = word_of_natural(part);
+    if (!word || words_.width(*word) > most_width || mpz_sizeinbase(c.get_num_mpz_t(), 2) > most_width) {
+      return std::nullopt;
+    }
+    const int side = sgn(c) > 0 ? 0 : 1;
+    sides[side].emplace_back(*word, abs(c.get_num()));
+    largest[side] += abs(c.get_num()) << words_.width(*word);
+  }
+  mpz_class constants[2];
+  constants[sgn(d.constant) > 0 ? 0 : 1] = abs(d.constant.get_num());
+  const mpz_class bound = std::max<mpz_class>(largest[0] + constants[0], largest[1] + constants[1]);
+  const std::size_t width = mpz_sizeinbase(bound.get_mpz_t(), 2);
+  if (width > 2 * most_width) return std::nullopt;
+  Word words[2];
+  for (const int side : {0, 1}) {
+    for (auto& [word, c] : sides[side]) word = words_.extended(word, width, false);
+    words[side] = words_.combination(sides[side], constants[side], width);
+  }
+  return equality ? words_.equal(words[0], words[1]) : words_.less(words[0], words[1], true, false);
+}
+
+/// Case by case of one of the choices.
+std::optional<BitGraph::Bit> TermValues::compare_cases(const Sum& d, bool equality) {
+  for (const auto& [part, c] : d.coefficients) {
+    const Thing& t = at(part);
+    if (t.kind != Thing::choice || budget_ < t.cases.size()) continue;
+    budget_ -= t.cases.size();
+    std::vector<Bit> any;
+    for (const auto& [leaf, condition] : t.cases) {
+      Sum there = d;
+      add(there, {{{part, 1}}, 0}, -c);
+      add(there, sum_of(found(leaf)), c);
+      any.push_back(graph_.both(condition, compare(std::move(there), equality)));
+    }
+    return graph_.disjunction(std::move(any));
+  }
+  return std::nullopt;
+}
+
+/// A bound of the sum without its constant, of which the first coefficient is positive.
+BitGraph::Bit TermValues::compare_form(Sum d, bool equality, bool integer) {
+  Atom says;
+  says.kind = equality ? Atom::equal_to : Atom::at_most;
+  says.is_integer = integer;
+  bool negated = false;
+  says.bound = -d.constant;
+  if (!equality && d.coefficients.begin()->second < 0) {
+    Sum opposite;
+    add(opposite, d, -1);
+    d = std::move(opposite);
+    says.bound = -d.constant;
+    // An integer is not smaller than the bound unless it is at most one less.
+    says.kind = integer ? Atom::at_most : Atom::at_least;
+    negated = integer;
+    if (integer) says.bound -= 1;
+  }
+  d.constant = 0;
+  const std::string form = text(d);
+  says.form = forms_.try_emplace(form, forms_.size()).first->second;
+  const std::string key = std::to_string(says.kind) + ' ' + says.bound.get_str(32) + ' ' + form;
+  return atom(std::move(says), key) ^ (negated ? 1U : 0U);
+}
+
+/// Whether the sum is a multiple of the modulus: that does not depend on its sign.
+BitGraph::Bit TermValues::congruent(const Sum& d, const mpz_class& modulus) {
+  std::string key;
+  for (const int sign : {1, -1}) {
+    Sum reduced;
+    add(reduced, d, sign);
+    const auto reduce = [&](mpq_class& c, bool integer) {
+      if (c.get_den() == 1 && integer) mpz_fdiv_r(c.get_num_mpz_t(), c.get_num_mpz_t(), modulus.get_mpz_t());
+    };
+    reduce(reduced.constant, true);
+    for (auto& [part, c] : reduced.coefficients) reduce(c, at(part).is_integer);
+    std::erase_if(reduced.coefficients, [](const auto& c) { return c.second == 0; });
+    if (reduced.coefficients.empty()) return reduced.constant == 0 ? BitGraph::yes : BitGraph::no;
+    const std::string own = "multiple of " + modulus.get_str(32) + ' ' + text(reduced);
+    if (key.empty() || own < key) key = own;
+  }
+  const auto [known, is_new] = known_bits_.try_emplace(key, 0);
+  if (is_new) known->second = graph_.variable();
+  return graph_.find(known->second);
+}
+
+}  // namespace quarv::cli

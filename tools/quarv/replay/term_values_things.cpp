@@ -1,0 +1,173 @@
+/// \file
+/// Values that do not consist of bits: choices between such, arrays, equations.
+#include <algorithm>
+
+#include "replay/term_values.h"
+
+namespace quarv::cli {
+
+namespace {
+
+constexpr std::size_t most_leaves = 24, most_writes = 1000, most_open_writes = 16, most_moves = 64;
+
+}  // namespace
+
+TermValues::Value TermValues::thing(Thing t, const std::string& key) {
+  const auto [known, is_new] = known_things_.try_emplace(key, static_cast<Value>(things_.size()));
+  if (is_new) {
+    things_found_.push_back(static_cast<Value>(things_.size()));
+    things_.push_back(std::move(t));
+  }
+  return found(known->second);
+}
+
+TermValues::Value TermValues::found(Value v) const {
+  while (things_found_[v] != v) {
+    things_found_[v] = things_found_[things_found_[v]];
+    v = things_found_[v];
+  }
+  return v;
+}
+
+/// A choice by all its leaves: nested ones are one.
+TermValues::Value TermValues::choice(Bit condition, Value a, Value b) {
+  if (condition <= BitGraph::yes) return condition == BitGraph::yes ? a : b;
+  const auto num_leaves = [this](Value v) { return at(v).kind == Thing::choice ? at(v).cases.size() : 1; };
+  const bool opens = num_leaves(a) + num_leaves(b) <= most_leaves;
+  std::vector<Case> cases;
+  for (const auto& [side, holds] : {std::pair(a, condition), std::pair(b, condition ^ 1U)}) {
+    if (!opens || at(side).kind != Thing::choice) {
+      cases.emplace_back(side, holds);
+      continue;
+    }
+    for (const auto& [leaf, c] : at(side).cases) cases.emplace_back(found(leaf), graph_.both(c, holds));
+  }
+  return choice(std::move(cases));
+}
+
+TermValues::Value TermValues::choice(std::vector<Case> cases) {
+  std::map<Value, std::vector<Bit>> by_leaf;
+  for (const auto& [leaf, c] : cases) by_leaf[leaf].push_back(c);
+  Thing t;
+  t.kind = Thing::choice;
+  t.is_number = at(cases[0].first).is_number;
+  t.is_integer = true;
+  std::string key = "choice";
+  for (auto& [leaf, conditions] : by_leaf) {
+    const Bit c = graph_.disjunction(std::move(conditions));
+    if (c == BitGraph::yes) return leaf;
+    if (c == BitGraph::no) continue;
+    t.cases.emplace_back(leaf, c);
+    t.is_integer = t.is_integer && at(leaf).is_integer;
+    key += ' ' + std::to_string(leaf) + ':' + std::to_string(c);
+  }
+  if (t.cases.size() == 1) return t.cases[0].first;
+  return thing(std::move(t), key);
+}
+
+/// Of words, numbers or other things.
+BitGraph::Bit TermValues::equal(Argument a, Argument b) {
+  if (a == b) return BitGraph::yes;
+  if (a.second) return words_.equal(a.first, b.first);
+  if (!at(a.first).is_number) return equal(a.first, b.first);
+  Sum difference = sum_of(a.first);
+  add(difference, sum_of(b.first), -1);
+  return compare(std::move(difference), true);
+}
+
+BitGraph::Bit TermValues::equal(Value a, Value b) {
+  if (a == b) return BitGraph::yes;
+  if (at(a).kind == Thing::literal && at(b).kind == Thing::literal) return BitGraph::no;
+  if (at(a).kind != Thing::choice) std::swap(a, b);
+  if (at(a).kind == Thing::choice && budget_ >= at(a).cases.size()) {
+    budget_ -= at(a).cases.size();
+    std::vector<Bit> any;
+    for (const auto& [leaf, c] : at(a).cases) any.push_back(graph_.both(c, equal(found(leaf), b)));
+    return graph_.disjunction(std::move(any));
+  }
+  if (a > b) std::swap(a, b);
+  return atom({.kind = Atom::equality, .a = a, .b = b, .form = 0, .bound = {}},
+              "= " + std::to_string(a) + ' ' + std::to_string(b));
+}
+
+/// A variable that says this.
+BitGraph::Bit TermValues::atom(Atom says, const std::string& key) {
+  const auto [known, is_new] = known_bits_.try_emplace(key, 0);
+  if (is_new) {
+    known->second = graph_.variable();
+    atoms_.emplace(known->second >> 1, std::move(says));
+  }
+  return graph_.find(known->second);
+}
+
+// Arrays.
+
+bool TermValues::is_store(Value v) const {
+  return at(v).kind == Thing::application && at(v).op.starts_with(store_key) && at(v).args.size() == 3;
+}
+
+std::optional<TermValues::Value> TermValues::array(const Expression& e) {
+  const auto arg = [&](std::size_t i) { return Argument(argument(e, i), is_word(static_cast<Id>(e.args[i]))); };
+  if (e.op == "select" && e.args.size() == 2) return read(arg(0).first, arg(1), e);
+  if (e.op == "store" && e.args.size() == 3) return stored(arg(0).first, arg(1), arg(2), e);
+  return std::nullopt;
+}
+
+/// What is written last counts. Between writes to other indices the order is always the same.
+TermValues::Value TermValues::stored(Value array, Argument index, Argument element, const Expression& e) {
+  Expression bare = e;
+  bare.args.clear();
+  const std::string op = bare.key() + '@' + std::to_string(e.sort);
+  std::vector<std::pair<Argument, Argument>> later;
+  for (std::size_t moves = 0; is_store(array) && moves < most_moves; ++moves) {
+    const Argument other = at(array).args[1];
+    const Bit same = equal(index, other);
+    if (same == BitGraph::yes) {
+      array = found(at(array).args[0].first);
+      break;
+    }
+    if (same != BitGraph::no || other < index) break;
+    later.emplace_back(other, at(array).args[2]);
+    array = found(at(array).args[0].first);
+  }
+  later.emplace_back(index, element);
+  for (; !later.empty(); later.pop_back()) {
+    Thing t;
+    t.op = op;
+    t.args = {{array, false}, later.back().first, later.back().second};
+    array = application(std::move(t), e);
+  }
+  return array;
+}
+
+TermValues::Value TermValues::read(Value array, Argument index, const Expression& e) {
+  std::vector<std::pair<Bit, Value>> maybe;
+  std::optional<Value> rest;
+  for (std::size_t writes = 0; is_store(array) && writes < most_writes; ++writes) {
+    const Bit same = equal(index, at(array).args[1]);
+    const Argument element = at(array).args[2];
+    if (same == BitGraph::yes) rest = current(element.first, element.second);
+    if (rest || (same != BitGraph::no && maybe.size() >= most_open_writes)) break;
+    if (same != BitGraph::no) maybe.emplace_back(same, current(element.first, element.second));
+    array = found(at(array).args[0].first);
+  }
+  const Thing& base = at(array);
+  if (!rest && base.kind == Thing::application && base.op.starts_with(const_key) && base.args.size() == 1) {
+    rest = current(base.args[0].first, base.args[0].second);
+  }
+  if (!rest) {
+    Expression bare = e;
+    bare.args.clear();
+    Thing t;
+    t.op = bare.key() + '@' + std::to_string(e.sort);
+    t.args = {{array, false}, index};
+    rest = application(std::move(t), e);
+  }
+  for (; !maybe.empty(); maybe.pop_back()) {
+    const auto [same, element] = maybe.back();
+    rest = is_word(e) ? words_.choice(same, element, *rest) : choice(same, element, *rest);
+  }
+  return *rest;
+}
+
+}  // namespace quarv::cli
