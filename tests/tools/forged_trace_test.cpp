@@ -133,6 +133,26 @@ TEST_F(Forgery, BelievesNothingThatWasNotShown) {
   EXPECT_TRUE(r.out.find("2 steps: 0 justified, 2 not justified\n") != std::string::npos) << r.out;
 }
 
+/// Of neither side it is known which of its branches it is.
+TEST_F(Forgery, TwoUnknownTermsNeedNotBeEqual) {
+  const std::string terms = R"json({"term":5,"fun":"x","sort":1}
+{"term":6,"fun":"y","sort":1}
+{"term":7,"fun":"z","sort":1}
+{"term":8,"fun":"p","sort":0}
+{"term":9,"op":"ite","sort":1,"args":[8,5,6]}
+{"term":10,"op":"=","sort":0,"args":[9,7]}
+{"term":11,"op":"ite","sort":1,"args":[10,5,6]}
+{"term":12,"op":"ite","sort":1,"args":[8,6,5]}
+{"term":13,"op":"=","sort":0,"args":[12,7]}
+{"term":14,"op":"ite","sort":1,"args":[13,6,7]}
+)json";
+  for (const int other : {14, 5}) {
+    const Result r = replay_text(terms + equality(11, other, 1));
+    EXPECT_EQ(r.err, "");
+    EXPECT_NE(r.out.find("1 steps: 0 justified, 1 not justified\n"), std::string::npos) << r.out;
+  }
+}
+
 TEST_F(Forgery, PrintsNamesOnOneLine) {
   const Result r = replay_text(
       R"({"step":1,"assertion":1,"simplifier":"=\n9 steps: 9 justified, 0 not justified","op":"=","sort":0,)"

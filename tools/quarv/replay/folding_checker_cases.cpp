@@ -100,6 +100,7 @@ TermName Cases::atom(const std::string& key) {
 TermName Cases::equation(const Expression& e) {
   const TermName a = known_.at(e.args[0]);
   const TermName b = known_.at(e.args[1]);
+  if (a == 0 || b == 0) return 0;  // two unknown terms need not be the same
   if (a == b) return yes;
   if (is_boolean(trace_, trace_.term(e.args[0]).sort)) return no;
   const Expression& left = trace_.term(a);

@@ -7,7 +7,7 @@ namespace quarv::cli {
 namespace {
 
 constexpr std::size_t widest = 1024;  // bit-vectors that are looked into
-constexpr std::size_t most_cases = 200, most_nodes = 20'000;
+constexpr std::size_t most_cases = 200;
 
 }  // namespace
 
@@ -135,7 +135,10 @@ TermValues::Value TermValues::application(Thing t, const Expression& e) {
   const auto [known, is_new] = known_words_.try_emplace(key, 0);
   if (is_new) {
     known->second = words_.variable(width(e));
-    applications_.push_back({std::move(t), known->second});
+    for (std::size_t i = 0; i < width(e); ++i) {
+      application_bits_.emplace(words_.bits(known->second)[i] >> 1, std::pair(applications_.size(), i));
+    }
+    applications_.push_back(std::move(t));
   }
   return words_.current(known->second);
 }
@@ -185,11 +188,6 @@ bool TermValues::are_equal(Id a, Id b) {
 }
 
 bool TermValues::is_proved(Value x, Value y, bool is_word, bool is_number) {
-  const auto holds = [this](Bit goal) {
-    if (proof_.holds(goal, {}, most_nodes)) return true;
-    const auto known = lemmas(goal);
-    return !known.empty() && proof_.holds(goal, known, most_nodes);
-  };
   budget_ = most_cases;
   if (is_number) {
     Sum difference = sum_of(x);

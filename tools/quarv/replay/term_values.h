@@ -134,7 +134,21 @@ class TermValues {
   Bit congruent(const Sum& difference, const mpz_class& modulus);
 
   // term_values_lemmas.cpp
-  std::vector<BitProof::Lemma> lemmas(Bit goal);
+  struct LemmaList {
+    std::vector<BitProof::Lemma> lemmas;
+    std::set<std::pair<BitGraph::Node, BitGraph::Node>> done, done_pairs;
+  };
+  bool holds(Bit goal);
+  void add_lemmas(const std::vector<BitGraph::Node>& variables, LemmaList& list);
+  Bit equal_arguments(const Thing& a, const Thing& b);
+  void add_congruence(BitGraph::Node equality, LemmaList& list);
+  void add_congruence(BitGraph::Node a, BitGraph::Node b, LemmaList& list);
+  void add_transitivity(BitGraph::Node a, BitGraph::Node b, LemmaList& list);
+  Sum compared_sum(const Atom& says) const;
+  void add_equivalence(Bit condition, BitGraph::Node a, Sum other, LemmaList& list);
+  void add_exchanges(BitGraph::Node a, LemmaList& list);
+  void add_substitution(BitGraph::Node equation, BitGraph::Node a, LemmaList& list);
+  void add_bounds(const std::vector<BitGraph::Node>& group, std::size_t i, std::size_t k, LemmaList& list);
 
   const TraceTerms& terms_;
   BitGraph graph_;
@@ -147,11 +161,14 @@ class TermValues {
   mutable std::vector<Value> things_found_;  // what has been proved equal
   std::unordered_map<std::string, Value> known_things_;
   std::unordered_map<std::string, Word> known_words_;
-  std::vector<std::pair<Thing, Word>> applications_;
+  std::deque<Thing> applications_;  // that are words
+  std::unordered_map<BitGraph::Node, std::pair<std::size_t, std::size_t>> application_bits_;
   std::unordered_map<std::string, Bit> known_bits_;
   std::unordered_map<std::string, std::size_t> forms_;
+  std::vector<Sum> form_sums_;
   std::unordered_map<BitGraph::Node, Atom> atoms_;
   std::size_t budget_ = 0;  // of cases, for the present term
+  std::size_t lemmas_left_ = 60'000;  // for all proofs together
   std::set<std::pair<Id, Id>> not_proved_;
   bool exhausted_ = false;
 };

@@ -103,7 +103,9 @@ BitGraph::Bit TermValues::compare_form(Sum d, bool equality, bool integer) {
   }
   d.constant = 0;
   const std::string form = text(d);
-  says.form = forms_.try_emplace(form, forms_.size()).first->second;
+  const auto [known, is_new] = forms_.try_emplace(form, forms_.size());
+  if (is_new) form_sums_.push_back(d);
+  says.form = known->second;
   const std::string key = std::to_string(says.kind) + ' ' + says.bound.get_str(32) + ' ' + form;
   return atom(std::move(says), key) ^ (negated ? 1U : 0U);
 }
