@@ -113,13 +113,23 @@ TermValues::Value TermValues::literal(Id id) {
   return thing(std::move(t), "literal " + std::to_string(e.sort) + ' ' + number.get_str(32));
 }
 
+/// All that tells an application from others but its arguments.
+std::string TermValues::operator_key(const Expression& e) const {
+  Expression bare = e;
+  bare.args.clear();
+  std::string key = bare.key() + '@' + std::to_string(e.sort);
+  for (const TermName arg : e.args) {
+    const Expression& a = terms_.term(static_cast<Id>(arg));
+    key += is_number(a) ? ":number" : ':' + std::to_string(a.sort);
+  }
+  return key;
+}
+
 /// A term by its operator and the values of its arguments.
 TermValues::Value TermValues::application(Id id) {
   const Expression& e = terms_.term(id);
-  Expression bare = e;
-  bare.args.clear();
   Thing t;
-  t.op = bare.key() + '@' + std::to_string(e.sort);
+  t.op = operator_key(e);
   for (std::size_t i = 0; i < e.args.size(); ++i) {
     t.args.emplace_back(argument(e, i), is_word(static_cast<Id>(e.args[i])));
   }

@@ -80,6 +80,7 @@ class TermValues {
   Value current(Value v, bool is_word);
   std::optional<Value> constant(const Expression& e);
   Value literal(Id id);
+  std::string operator_key(const Expression& e) const;
   Value application(Id id);
   Value application(Thing t, const Expression& e);
   void equate(Value a, Value b, bool is_word);

@@ -140,8 +140,14 @@ BitGraph::Bit TermValues::equal_arguments(const Thing& a, const Thing& b) {
   }
   for (std::size_t i = 0; i < a.args.size(); ++i) {
     if (a.args[i].second != b.args[i].second) return no;
-    const auto now = [this](Argument x) { return Argument(current(x.first, x.second), x.second); };
-    all.push_back(equal(now(a.args[i]), now(b.args[i])));
+    Value x = current(a.args[i].first, a.args[i].second), y = current(b.args[i].first, b.args[i].second);
+    if (a.args[i].second) {
+      // Words that are natural numbers are as wide as they need to be.
+      const std::size_t width = std::max(words_.width(x), words_.width(y));
+      x = words_.extended(x, width, false);
+      y = words_.extended(y, width, false);
+    }
+    all.push_back(equal({x, a.args[i].second}, {y, b.args[i].second}));
     if (all.back() == no) return no;
   }
   return graph_.conjunction(std::move(all));

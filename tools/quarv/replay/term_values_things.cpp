@@ -115,9 +115,7 @@ std::optional<TermValues::Value> TermValues::array(const Expression& e) {
 
 /// What is written last counts. Between writes to other indices the order is always the same.
 TermValues::Value TermValues::stored(Value array, Argument index, Argument element, const Expression& e) {
-  Expression bare = e;
-  bare.args.clear();
-  const std::string op = bare.key() + '@' + std::to_string(e.sort);
+  const std::string op = operator_key(e);
   std::vector<std::pair<Argument, Argument>> later;
   for (std::size_t moves = 0; is_store(array) && moves < most_moves; ++moves) {
     const Argument other = at(array).args[1];
@@ -156,10 +154,8 @@ TermValues::Value TermValues::read(Value array, Argument index, const Expression
     rest = current(base.args[0].first, base.args[0].second);
   }
   if (!rest) {
-    Expression bare = e;
-    bare.args.clear();
     Thing t;
-    t.op = bare.key() + '@' + std::to_string(e.sort);
+    t.op = operator_key(e);
     t.args = {{array, false}, index};
     rest = application(std::move(t), e);
   }
