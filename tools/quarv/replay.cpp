@@ -174,7 +174,7 @@ std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::ve
   closure.close();
   std::size_t num = 0;
   for (std::size_t i = 0; i < std::min(written.size(), output.size()); ++i) {
-    if (closure.are_equal(written[i], output[i])) {
+    if (closure.are_shown_equal(written[i], output[i])) {
       ++num;
     } else if (!quiet) {
       out << fmt::format("assertion {}: not shown to be equal to the output's\n", i + 1);

@@ -11,6 +11,7 @@
 
 #include <gmpxx.h>
 
+#include "replay/bit_proof.h"
 #include "replay/trace_terms.h"
 
 namespace quarv::cli {
@@ -28,6 +29,8 @@ class TermClosure {
   /// Finds what follows. Gives up after some rounds: what it says is true all the same.
   void close();
   bool are_equal(Id a, Id b) { return find(a) == find(b); }
+  /// Also what follows only from many equalities between truth values together. After `close`.
+  bool are_shown_equal(Id a, Id b);
 
  private:
   /// A linear combination of classes.
@@ -68,6 +71,12 @@ class TermClosure {
   bool is_arithmetic(Id id) const;
   static std::string text(const Sum& sum);
 
+  // term_closure_proofs.cpp
+  bool is_boolean(Id id) const;
+  void find_connectives();
+  BitGraph::Bit bit_of(Id id);
+  BitGraph::Bit structure(const Expression& e);
+
   const TraceTerms& terms_;
   std::vector<Id> parents_;
   std::unordered_map<std::string, Id> noted_;
@@ -75,6 +84,13 @@ class TermClosure {
   std::unordered_map<Id, Id> negations_;  // by class; in both directions
   std::optional<Id> true_, false_;        // once they have occurred
   bool changed_ = false;
+
+  BitGraph graph_;
+  BitProof proof_{graph_};
+  std::unordered_map<Id, std::vector<Id>> connectives_;  // by class
+  std::size_t num_connected_ = 0;
+  std::unordered_map<Id, BitGraph::Bit> bits_;  // by class, for the present proof
+  std::vector<Id> pending_;
 };
 
 }  // namespace quarv::cli
