@@ -12,13 +12,15 @@ constexpr std::size_t most_cases = 200;
 }  // namespace
 
 bool TermValues::is_word(const Expression& e) const {
-  const TraceSort& sort = terms_.sort(e.sort);
-  return sort.kind == TraceSort::boolean || (sort.kind == TraceSort::bit_vector && sort.width <= widest);
+  const TraceSort::Kind kind = terms_.sort(e.sort).kind;
+  const bool of_bits = kind == TraceSort::bit_vector || kind == TraceSort::floating_point;
+  return kind == TraceSort::boolean || (of_bits && width(e) <= widest);
 }
 
 std::size_t TermValues::width(const Expression& e) const {
   const TraceSort& sort = terms_.sort(e.sort);
-  return sort.kind == TraceSort::boolean ? 1 : sort.width;
+  if (sort.kind == TraceSort::boolean) return 1;
+  return sort.kind == TraceSort::floating_point ? sort.width + sort.significand : sort.width;
 }
 
 /// The value of a term, arguments first. A term that has been shown to be equal to another has its value.
@@ -83,7 +85,7 @@ TermValues::Value TermValues::combined(Id id) {
   if (e.op == "select" || e.op == "store" || e.op == "const") {
     v = array(e);
   } else if (is_word(e)) {
-    v = terms_.sort(e.sort).kind == TraceSort::boolean ? truth(e) : bit_vector(e);
+    v = terms_.sort(e.sort).kind == TraceSort::boolean ? truth(e) : is_float(e) ? float_value(e) : bit_vector(e);
   } else if (is_number(e)) {
     v = number(e);
   }
@@ -98,7 +100,6 @@ std::optional<TermValues::Value> TermValues::constant(const Expression& e) {
 
 TermValues::Value TermValues::literal(Id id) {
   const Expression& e = terms_.term(id);
-  if (is_word(e)) return words_.constant(e.number.get_num(), width(e));
   if (is_number(e)) return number(Sum{{}, e.number});
   const TraceSort& sort = terms_.sort(e.sort);
   mpz_class number = e.number.get_num();
@@ -108,6 +109,7 @@ TermValues::Value TermValues::literal(Id id) {
     const mpz_class fraction = (mpz_class(1) << (sort.significand - 1)) - 1;
     if ((number & infinity) == infinity && (number & fraction) != 0) number = infinity + 1;
   }
+  if (is_word(e)) return words_.constant(number, width(e));
   Thing t;
   t.kind = Thing::literal;
   return thing(std::move(t), "literal " + std::to_string(e.sort) + ' ' + number.get_str(32));
@@ -144,9 +146,10 @@ TermValues::Value TermValues::application(Thing t, const Expression& e) {
   if (!is_word(e)) return thing(std::move(t), key);
   const auto [known, is_new] = known_words_.try_emplace(key, 0);
   if (is_new) {
-    known->second = words_.variable(width(e));
+    const Word any = words_.variable(width(e));
+    known->second = is_float(e) ? float_word(terms_.sort(e.sort), words_.bits(any)) : any;
     for (std::size_t i = 0; i < width(e); ++i) {
-      application_bits_.emplace(words_.bits(known->second)[i] >> 1, std::pair(applications_.size(), i));
+      application_bits_.emplace(words_.bits(any)[i] >> 1, std::pair(applications_.size(), i));
     }
     applications_.push_back(std::move(t));
   }

@@ -96,6 +96,20 @@ class TermValues {
   std::optional<Value> binary(const Expression& e, Word a, Word b);
   Word divided(bool quotient, Word a, Word b);
 
+  // term_values_floats.cpp
+  struct Encoding {
+    Bit sign, nan, infinite, zero, subnormal, normal;
+  };
+  bool is_float(const Expression& e) const;
+  Encoding encoding(const TraceSort& format, Word w);
+  Word float_word(const TraceSort& format, const Bits& bits);
+  std::optional<Value> float_value(const Expression& e);
+  std::optional<Bit> float_truth(const Expression& e);
+
+  // term_values_quantifiers.cpp
+  bool may_contain(Id root, const std::vector<TermName>& variables) const;
+  std::optional<Value> quantified(const Expression& e);
+
   // term_values_things.cpp
   static constexpr const char* store_key = "o5:store";
   static constexpr const char* const_key = "o5:const";

@@ -23,14 +23,19 @@ std::optional<TermValues::Value> TermValues::truth(const Expression& e) {
         e.args, [this](TermName t) { return terms_.sort_of(static_cast<Id>(t)).kind == TraceSort::boolean; });
   };
   if (e.op == "=" || e.op == "distinct") return truth(equation(e));
+  if (!e.variables.empty()) return quantified(e);
   if ((e.op == "not" || e.op == "and" || e.op == "or") && all_boolean()) {
     std::vector<Bit> parts;
     for (std::size_t i = 0; i < e.args.size(); ++i) parts.push_back(bit(argument(e, i)));
     if (e.op == "not") return truth(parts[0] ^ 1U);
     return truth(e.op == "and" ? graph_.conjunction(std::move(parts)) : graph_.disjunction(std::move(parts)));
   }
-  if (e.args.size() != 2) return std::nullopt;
   const Expression& first = terms_.term(static_cast<Id>(e.args[0]));
+  if (is_float(first)) {
+    const auto known = float_truth(e);
+    return known ? std::optional(truth(*known)) : std::nullopt;
+  }
+  if (e.args.size() != 2) return std::nullopt;
   const Value a = argument(e, 0), b = argument(e, 1);
   if (is_number(first)) {
     Sum difference = sum_of(a);
