@@ -153,6 +153,37 @@ TEST_F(Forgery, TwoUnknownTermsNeedNotBeEqual) {
   }
 }
 
+/// Only what does not speak of the variable leaves a quantifier.
+TEST_F(Forgery, WhatSpeaksOfAVariableStaysInside) {
+  const std::string terms = R"json({"term":5,"fun":"x","sort":1}
+{"term":6,"fun":"p","sort":0}
+{"term":7,"fun":"q","sort":0,"args":[5]}
+{"term":8,"fun":"r","sort":0,"args":[5]}
+{"term":9,"op":"or","sort":0,"args":[6,7]}
+{"term":10,"op":"or","sort":0,"args":[7,8]}
+{"term":11,"op":"forall","sort":0,"args":[7],"variables":[5]}
+{"term":12,"op":"forall","sort":0,"args":[8],"variables":[5]}
+{"term":13,"op":"or","sort":0,"args":[6,11]}
+{"term":14,"op":"or","sort":0,"args":[7,12]}
+{"term":15,"op":"or","sort":0,"args":[11,12]}
+{"term":16,"op":"exists","sort":0,"args":[7],"variables":[5]}
+{"term":17,"op":"or","sort":0,"args":[6,16]}
+)json";
+  const auto quantified = [](const char* op, int body, int after) {
+    return "{\"step\":1,\"assertion\":1,\"simplifier\":\"q\",\"op\":\"" + std::string(op) +
+           "\",\"sort\":0,\"variables\":[5],\"args\":[" + std::to_string(body) +
+           "],\"after\":" + std::to_string(after) + "}\n";
+  };
+  const auto status = [&](const std::string& step) { return replay_text(terms + step).status; };
+  EXPECT_EQ(status(quantified("forall", 9, 13)), 0);   // p or q(x)
+  EXPECT_EQ(status(quantified("forall", 6, 6)), 0);    // p
+  EXPECT_EQ(status(quantified("forall", 9, 9)), 1);    // not for any x, but for all
+  EXPECT_EQ(status(quantified("forall", 9, 17)), 1);   // nor for some
+  EXPECT_EQ(status(quantified("forall", 10, 14)), 1);  // q(x) or r(x)
+  EXPECT_EQ(status(quantified("forall", 10, 15)), 1);
+  EXPECT_EQ(status(quantified("exists", 7, 7)), 1);
+}
+
 TEST_F(Forgery, PrintsNamesOnOneLine) {
   const Result r = replay_text(
       R"({"step":1,"assertion":1,"simplifier":"=\n9 steps: 9 justified, 0 not justified","op":"=","sort":0,)"

@@ -39,7 +39,11 @@ std::optional<TermValues::Value> TermValues::quantified(const Expression& e) {
     open.pop_back();
     const Expression& part = terms_.term(id);
     const std::size_t num = inside.size() + outside.size() + open.size() + part.args.size();
-    if (part.kind == Expression::operation && part.op == (for_all ? "or" : "and") && num <= most_parts) {
+    // Of what has been shown to be equal to something else the arguments may not have been looked at.
+    const bool is_known = std::ranges::none_of(
+        part.args, [this](TermName arg) { return values_[static_cast<Id>(arg)] == unknown; });
+    if (part.kind == Expression::operation && part.op == (for_all ? "or" : "and") && is_known &&
+        num <= most_parts) {
       for (const TermName arg : part.args) open.push_back(static_cast<Id>(arg));
     } else {
       (may_contain(id, e.variables) ? inside : outside).push_back(bit(current(values_[id], true)));
