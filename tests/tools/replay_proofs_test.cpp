@@ -1,6 +1,6 @@
 /// \file
-/// Steps between random terms: what replay justifies holds for all values, and false steps, the nearer to true ones the
-/// better, are refused.
+/// Steps between random terms: what replay justifies holds for all values, and false steps, the nearer to
+/// true ones the better, are refused.
 #include <array>
 #include <map>
 #include <set>
@@ -29,9 +29,15 @@ struct Term {
   std::vector<std::int64_t> values;  ///< by assignment
 };
 
-bool is_bits(std::size_t sort) { return sort >= first_bits && sort < array; }
-std::size_t width(std::size_t sort) { return sort - first_bits + 1; }
-std::size_t bits(std::size_t width) { return first_bits + width - 1; }
+bool is_bits(std::size_t sort) {
+  return sort >= first_bits && sort < array;
+}
+std::size_t width(std::size_t sort) {
+  return sort - first_bits + 1;
+}
+std::size_t bits(std::size_t width) {
+  return first_bits + width - 1;
+}
 
 /// Terms over a few variables, with their values under many assignments.
 class Terms {
@@ -119,9 +125,11 @@ class Terms {
       values[0].push_back(static_cast<std::int64_t>(random_.below(2)));
       values[1].push_back(static_cast<std::int64_t>(random_.below(std::uint64_t{1} << w)));
       values[2].push_back(static_cast<std::int64_t>(random_.below(7)) - 3);
-      values[3].push_back(random_.below(4) == 0 ? values[2].back() : static_cast<std::int64_t>(random_.below(7)) - 3);
+      values[3].push_back(random_.below(4) == 0 ? values[2].back()
+                                                : static_cast<std::int64_t>(random_.below(7)) - 3);
       values[4].push_back(static_cast<std::int64_t>(random_.below(16)));  // two elements of two bits each
-      values[5].push_back(random_.below(3) == 0 ? values[4].back() : static_cast<std::int64_t>(random_.below(16)));
+      values[5].push_back(random_.below(3) == 0 ? values[4].back()
+                                                : static_cast<std::int64_t>(random_.below(16)));
       values[6].push_back(not_a_number(static_cast<std::int64_t>(random_.below(16))));
       values[7].push_back(not_a_number(static_cast<std::int64_t>(random_.below(16))));
       functions_.push_back(random_.next());
@@ -152,7 +160,8 @@ class Terms {
   }
   void literal(std::size_t sort, std::int64_t value) {
     if (!literals_.emplace(sort, value).second) return;
-    add(sort, "\"value\":\"" + std::to_string(value) + '"', false, std::vector<std::int64_t>(num_assignments(), value));
+    add(sort, "\"value\":\"" + std::to_string(value) + '"', false,
+        std::vector<std::int64_t>(num_assignments(), value));
   }
   std::size_t num_assignments() const { return terms_[0].values.size(); }
 
@@ -160,7 +169,8 @@ class Terms {
   std::size_t any(std::size_t sort) {
     const std::vector<std::size_t>& names = by_sort_[sort];
     const std::size_t last = std::min<std::size_t>(names.size(), 25);
-    return random_.below(3) == 0 ? names[random_.below(names.size())] : names[names.size() - 1 - random_.below(last)];
+    return random_.below(3) == 0 ? names[random_.below(names.size())]
+                                 : names[names.size() - 1 - random_.below(last)];
   }
   std::size_t any_bits() {
     for (;;) {
@@ -183,8 +193,8 @@ class Terms {
   }
   std::int64_t value(std::size_t term, std::size_t i) const { return terms_[term].values[i]; }
 
-  void by_reference(const std::string& op, const std::string& name, std::size_t sort, std::vector<std::size_t> args,
-                    const std::vector<std::size_t>& indices) {
+  void by_reference(const std::string& op, const std::string& name, std::size_t sort,
+                    std::vector<std::size_t> args, const std::vector<std::size_t>& indices) {
     const auto& operation = quarv::reference::operation_named(name);
     apply(op, sort, args, [&](std::size_t i) {
       std::vector<Word> values;
@@ -221,7 +231,8 @@ class Terms {
     by_reference(ops[op], ops[op], boolean, {a, b}, {});
   }
   void choice() {
-    const std::size_t sort = std::array{any_bits(), integer, array, floating}[random_.below(only_bits_ ? 1 : 4)];
+    const std::size_t sort =
+        std::array{any_bits(), integer, array, floating}[random_.below(only_bits_ ? 1 : 4)];
     const std::size_t c = any(boolean), a = any(sort), b = any(sort);
     apply("ite", sort, {c, a, b}, [&](std::size_t i) { return value(value(c, i) != 0 ? a : b, i); });
   }
@@ -253,8 +264,9 @@ class Terms {
   }
   void bit_vector() {
     const std::size_t sort = any_bits(), a = any(sort), b = any(sort);
-    constexpr std::array ops = {"bvnot", "bvneg",  "bvand",  "bvor",   "bvxor",  "bvadd",  "bvsub", "bvmul", "bvadd",
-                                "bvmul", "bvudiv", "bvurem", "bvsdiv", "bvsrem", "bvshl", "bvlshr", "bvashr", "bvcomp"};
+    constexpr std::array ops = {"bvnot",  "bvneg",  "bvand", "bvor",   "bvxor",  "bvadd",
+                                "bvsub",  "bvmul",  "bvadd", "bvmul",  "bvudiv", "bvurem",
+                                "bvsdiv", "bvsrem", "bvshl", "bvlshr", "bvashr", "bvcomp"};
     const std::size_t op = random_.below(ops.size());
     const bool is_unary = op < 2;
     by_reference(ops[op], ops[op], op + 1 == ops.size() ? bits(1) : sort,
@@ -286,10 +298,13 @@ class Terms {
   void function() {
     const std::size_t i = any(integer);
     const bool is_predicate = random_.below(3) == 0;
-    apply(is_predicate ? "q" : "f", is_predicate ? boolean : integer, {i}, [&](std::size_t k) {
-      Random chosen(functions_[k] ^ static_cast<std::uint64_t>(value(i, k) * 2 + (is_predicate ? 1 : 0)));
-      return static_cast<std::int64_t>(chosen.below(is_predicate ? 2 : 5));
-    }, true);
+    apply(
+        is_predicate ? "q" : "f", is_predicate ? boolean : integer, {i},
+        [&](std::size_t k) {
+          Random chosen(functions_[k] ^ static_cast<std::uint64_t>(value(i, k) * 2 + (is_predicate ? 1 : 0)));
+          return static_cast<std::int64_t>(chosen.below(is_predicate ? 2 : 5));
+        },
+        true);
   }
   /// Of the encodings of NaN the one that is taken.
   static std::int64_t not_a_number(std::int64_t encoded) { return (encoded & 7) == 7 ? 7 : encoded; }
@@ -332,7 +347,8 @@ class Terms {
       case 9:
         return compare("fp.leq", std::less_equal<>());
       case 10:
-        return apply("(_ to_fp 2 2)", floating, {x}, [&](std::size_t i) { return not_a_number(value(x, i)); });
+        return apply("(_ to_fp 2 2)", floating, {x},
+                     [&](std::size_t i) { return not_a_number(value(x, i)); });
       case 11:
         return apply("fp.abs", floating, {u}, [&](std::size_t i) { return value(u, i) & 7; });
       default:
@@ -353,7 +369,8 @@ class Terms {
       case 2:
         return apply("const", array, {element}, [&](std::size_t i) { return value(element, i) * 5; });
       default:
-        return apply("select", bits(2), {a, index}, [&](std::size_t i) { return value(a, i) >> 2 * value(index, i) & 3; });
+        return apply("select", bits(2), {a, index},
+                     [&](std::size_t i) { return value(a, i) >> 2 * value(index, i) & 3; });
     }
   }
 
@@ -418,7 +435,8 @@ class ReplayProofs : public Program {
       ++(steps[n].holds ? count.num_true : count.num_false);
       count.num_justified += justified ? 1 : 0;
       ASSERT_FALSE(justified && !steps[n].holds)
-          << terms.all()[steps[n].before].text << " to " << terms.all()[steps[n].after].text << '\n' << text;
+          << terms.all()[steps[n].before].text << " to " << terms.all()[steps[n].after].text << '\n'
+          << text;
     }
   }
 };

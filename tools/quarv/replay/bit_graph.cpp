@@ -69,7 +69,8 @@ Bit BitGraph::node(Kind kind, std::span<const Bit> parts) {
   if (table_[at] != 0) return find(table_[at] * 2);
   if (nodes_.size() >= most_nodes || operands_.size() >= most_operands) throw Exhausted();
   const auto n = static_cast<Node>(nodes_.size());
-  nodes_.push_back({kind, static_cast<std::uint32_t>(operands_.size()), static_cast<std::uint32_t>(parts.size())});
+  nodes_.push_back(
+      {kind, static_cast<std::uint32_t>(operands_.size()), static_cast<std::uint32_t>(parts.size())});
   operands_.insert(operands_.end(), parts.begin(), parts.end());
   representatives_.push_back(2 * n);
   table_[at] = n;

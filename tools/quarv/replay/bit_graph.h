@@ -15,8 +15,8 @@ class Exhausted : public std::exception {
 };
 
 /// Truth functions of variables, with what is shared stored once. Functions that are built alike are one
-/// node: operands are sorted and flattened, and constants, repetitions and contradictions are decided. What has
-/// been proved equal becomes one node for all that is built later.
+/// node: operands are sorted and flattened, and constants, repetitions and contradictions are decided. What
+/// has been proved equal becomes one node for all that is built later.
 class BitGraph {
  public:
   /// A node or its negation: twice the node's number, plus one for the negation.

@@ -23,7 +23,8 @@ Literal ClauseSet::variable() {
 void ClauseSet::add(std::vector<Literal> clause) {
   std::ranges::sort(clause);
   clause.erase(std::unique(clause.begin(), clause.end()), clause.end());
-  if (std::ranges::adjacent_find(clause, [](Literal a, Literal b) { return (a ^ 1U) == b; }) != clause.end()) return;
+  if (std::ranges::adjacent_find(clause, [](Literal a, Literal b) { return (a ^ 1U) == b; }) != clause.end())
+    return;
   std::erase_if(clause, [this](Literal l) { return value(l) == Value::fails; });
   if (clause.empty()) {
     contradiction_ = true;
@@ -81,8 +82,8 @@ ClauseSet::Clause ClauseSet::propagate(std::uint64_t& steps_left) {
   return none;
 }
 
-/// The clause that keeps the conflict from arising again, its literal of the present level first; the level on
-/// which that literal follows.
+/// The clause that keeps the conflict from arising again, its literal of the present level first; the level
+/// on which that literal follows.
 std::size_t ClauseSet::learn(Clause conflict, std::vector<Literal>& learned) {
   learned.assign(1, 0);
   std::vector<Literal> marked;

@@ -1,6 +1,7 @@
 /// \file
-/// What follows by the laws of Boolean operators where steps rewrite a part of a chain whose operands the next step takes
-/// in another order: then no two terms are alike, and all that has been shown must be looked at together.
+/// What follows by the laws of Boolean operators where steps rewrite a part of a chain whose operands the
+/// next step takes in another order: then no two terms are alike, and all that has been shown must be looked
+/// at together.
 #include <algorithm>
 
 #include "replay/term_closure.h"

@@ -85,7 +85,9 @@ TermValues::Value TermValues::combined(Id id) {
   if (e.op == "select" || e.op == "store" || e.op == "const") {
     v = array(e);
   } else if (is_word(e)) {
-    v = terms_.sort(e.sort).kind == TraceSort::boolean ? truth(e) : is_float(e) ? float_value(e) : bit_vector(e);
+    v = terms_.sort(e.sort).kind == TraceSort::boolean ? truth(e)
+        : is_float(e)                                  ? float_value(e)
+                                                       : bit_vector(e);
   } else if (is_number(e)) {
     v = number(e);
   }
@@ -181,8 +183,7 @@ void TermValues::equate(Value a, Value b, bool is_word) {
 
 bool TermValues::are_equal(Id a, Id b) {
   if (exhausted_) return false;
-  const bool same_kind = is_word(a) == is_word(b) &&
-                         is_number(terms_.term(a)) == is_number(terms_.term(b)) &&
+  const bool same_kind = is_word(a) == is_word(b) && is_number(terms_.term(a)) == is_number(terms_.term(b)) &&
                          (is_number(terms_.term(a)) || terms_.term(a).sort == terms_.term(b).sort);
   if (!same_kind) return false;
   try {

@@ -19,9 +19,9 @@
 namespace quarv::cli {
 
 /// Normal forms of terms, by means that share nothing with the simplifiers: truth values and bit-vectors are
-/// truth functions of their bits, numbers polynomials, choices lists of cases, arrays what is written to them.
-/// Terms of one value are equal, and what else is equal can be proved. What is not understood, or would take too
-/// long, stands for anything, but for the same wherever it occurs.
+/// truth functions of their bits, numbers polynomials, choices lists of cases, arrays what is written to
+/// them. Terms of one value are equal, and what else is equal can be proved. What is not understood, or would
+/// take too long, stands for anything, but for the same wherever it occurs.
 class TermValues {
  public:
   using Id = TraceTerms::Id;
@@ -38,7 +38,7 @@ class TermValues {
   using Bit = BitGraph::Bit;
   using Bits = Words::Bits;
   using Word = Words::Word;
-  using Value = std::uint32_t;  // a Word, or the number of a thing, as the sort says
+  using Value = std::uint32_t;              // a Word, or the number of a thing, as the sort says
   using Argument = std::pair<Value, bool>;  // whether it is a word
   using Case = std::pair<Value, Bit>;
 
@@ -182,7 +182,7 @@ class TermValues {
   std::unordered_map<std::string, std::size_t> forms_;
   std::vector<Sum> form_sums_;
   std::unordered_map<BitGraph::Node, Atom> atoms_;
-  std::size_t budget_ = 0;  // of cases, for the present term
+  std::size_t budget_ = 0;            // of cases, for the present term
   std::size_t lemmas_left_ = 60'000;  // for all proofs together
   std::set<std::pair<Id, Id>> not_proved_;
   bool exhausted_ = false;

@@ -70,7 +70,8 @@ BitGraph::Bit TermValues::equation(const Expression& e) {
 std::optional<TermValues::Value> TermValues::bit_vector(const Expression& e) {
   const std::size_t n = e.args.size();
   if (e.op == "int2bv" && n == 1) return word_of(argument(e, 0), width(e));
-  if (!std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); })) return std::nullopt;
+  if (!std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); }))
+    return std::nullopt;
   if (n == 1) return unary(e, argument(e, 0));
   return n == 2 ? binary(e, argument(e, 0), argument(e, 1)) : std::nullopt;
 }
@@ -79,12 +80,14 @@ std::optional<TermValues::Value> TermValues::unary(const Expression& e, Word a) 
   const std::size_t w = words_.width(a);
   if (e.op == "bvnot") return words_.complement(a);
   if (e.op == "bvneg") return words_.subtract(words_.constant(0, w), a);
-  if (e.op == "zero_extend" || e.op == "sign_extend") return words_.extended(a, width(e), e.op == "sign_extend");
+  if (e.op == "zero_extend" || e.op == "sign_extend")
+    return words_.extended(a, width(e), e.op == "sign_extend");
   if (e.op == "extract") return words_.part(a, index(e, 1), width(e));
   if (e.op == "rotate_left" || e.op == "rotate_right") {
     Bits bits = words_.bits(a);
     const std::size_t by = index(e, 0) % w;
-    std::ranges::rotate(bits, bits.begin() + static_cast<std::ptrdiff_t>(e.op == "rotate_right" ? by : (w - by) % w));
+    const std::size_t down = e.op == "rotate_right" ? by : (w - by) % w;
+    std::rotate(bits.begin(), bits.begin() + static_cast<std::ptrdiff_t>(down), bits.end());
     return words_.word(std::move(bits));
   }
   return std::nullopt;
@@ -110,7 +113,9 @@ std::optional<TermValues::Value> TermValues::binary(const Expression& e, Word a,
   }
   for (std::size_t i = 0; i < bits.size(); ++i) {
     const Bit other = words_.bits(b)[i];
-    bits[i] = op == "bvand" ? graph_.both(bits[i], other) : op == "bvor" ? graph_.either(bits[i], other) : graph_.parity(bits[i], other);
+    bits[i] = op == "bvand"  ? graph_.both(bits[i], other)
+              : op == "bvor" ? graph_.either(bits[i], other)
+                             : graph_.parity(bits[i], other);
   }
   return words_.word(std::move(bits));
 }
@@ -123,7 +128,8 @@ TermValues::Word TermValues::divided(bool quotient, Word a, Word b) {
   const Word y = words_.choice(negative_b, words_.subtract(zero, b), b);
   const auto result = words_.divide(x, y);
   const Word r = quotient ? result.first : result.second;
-  return words_.choice(quotient ? graph_.parity(negative_a, negative_b) : negative_a, words_.subtract(zero, r), r);
+  return words_.choice(quotient ? graph_.parity(negative_a, negative_b) : negative_a,
+                       words_.subtract(zero, r), r);
 }
 
 }  // namespace quarv::cli

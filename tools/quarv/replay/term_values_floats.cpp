@@ -1,6 +1,6 @@
 /// \file
-/// Values of floating-point numbers: words that are their encodings, of NaN always the same one. What only looks at the
-/// encoding is understood; the other operators stand for anything.
+/// Values of floating-point numbers: words that are their encodings, of NaN always the same one. What only
+/// looks at the encoding is understood; the other operators stand for anything.
 #include <algorithm>
 
 #include "replay/term_values.h"
@@ -43,7 +43,8 @@ TermValues::Word TermValues::float_word(const TraceSort& format, const Bits& bit
 std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
   const TraceSort& format = terms_.sort(e.sort);
   const std::size_t n = e.args.size();
-  const bool of_words = std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); });
+  const bool of_words =
+      std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); });
   if (n == 1 && of_words && e.op == "to_fp") return float_word(format, words_.bits(argument(e, 0)));
   if (n == 1 && (e.op == "fp.neg" || e.op == "fp.abs")) {
     Bits bits = words_.bits(argument(e, 0));
@@ -62,7 +63,8 @@ std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
   const Word a = argument(e, 1);
   Thing t;
   t.op = operator_key(sum);
-  t.args = {{argument(e, 0), is_word(static_cast<Id>(e.args[0]))}, {std::min(a, b), true}, {std::max(a, b), true}};
+  t.args = {
+      {argument(e, 0), is_word(static_cast<Id>(e.args[0]))}, {std::min(a, b), true}, {std::max(a, b), true}};
   return application(std::move(t), e);
 }
 
@@ -88,7 +90,8 @@ std::optional<BitGraph::Bit> TermValues::float_truth(const Expression& e) {
   // Encodings of negative numbers are in the opposite order. Both zeros are equal.
   const bool or_equal = e.op == "fp.leq";
   const Bit up = words_.less(a, b, or_equal, false), down = words_.less(b, a, or_equal, false);
-  const Bit by_sign = graph_.choice(x.sign, graph_.choice(y.sign, down, BitGraph::yes), graph_.both(y.sign ^ 1U, up));
+  const Bit by_sign =
+      graph_.choice(x.sign, graph_.choice(y.sign, down, BitGraph::yes), graph_.both(y.sign ^ 1U, up));
   return graph_.both(numbers, graph_.choice(zeros, or_equal ? BitGraph::yes : BitGraph::no, by_sign));
 }
 

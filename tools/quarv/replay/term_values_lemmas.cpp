@@ -1,6 +1,6 @@
 /// \file
-/// What is known of the variables of truth functions: applications to equal arguments are equal, bounds of one
-/// sum exclude or imply each other, and equal numbers can be exchanged.
+/// What is known of the variables of truth functions: applications to equal arguments are equal, bounds of
+/// one sum exclude or imply each other, and equal numbers can be exchanged.
 #include <algorithm>
 #include <functional>
 
@@ -13,7 +13,7 @@ namespace {
 constexpr int most_rounds = 6;
 constexpr std::size_t most_lemmas = 2000, most_nodes = 20'000, most_variables = 400, most_pairs = 40;
 constexpr std::size_t nearest = 4000, most_cases = 100, longest_equation = 4;
-constexpr BitGraph::Bit no = BitGraph::no, yes = BitGraph::yes;
+constexpr BitGraph::Bit no = BitGraph::no;
 
 /// A set of numbers between two bounds, or all but one.
 struct Range {
@@ -24,7 +24,8 @@ struct Range {
   bool is_point() const { return !is_hole && low && high && *low == *high && low_is_in && high_is_in; }
   bool contains(const mpq_class& x) const {
     if (is_hole) return x != *low;
-    return (!low || *low < x || (low_is_in && *low == x)) && (!high || x < *high || (high_is_in && *high == x));
+    return (!low || *low < x || (low_is_in && *low == x)) &&
+           (!high || x < *high || (high_is_in && *high == x));
   }
 };
 
@@ -68,7 +69,8 @@ bool TermValues::holds(Bit goal) {
     const std::size_t before = list.lemmas.size();
     std::vector<BitGraph::Node> variables;
     for (const BitGraph::Node n : nearest_nodes(graph_, roots, nearest)) {
-      if (graph_.kind(n) == BitGraph::Kind::variable && variables.size() < most_variables) variables.push_back(n);
+      if (graph_.kind(n) == BitGraph::Kind::variable && variables.size() < most_variables)
+        variables.push_back(n);
     }
     std::ranges::sort(variables);
     add_lemmas(variables, list);
@@ -135,7 +137,8 @@ void TermValues::add_lemmas(const std::vector<BitGraph::Node>& variables, LemmaL
 BitGraph::Bit TermValues::equal_arguments(const Thing& a, const Thing& b) {
   std::vector<Bit> all;
   budget_ = most_cases;
-  if (a.kind != Thing::application || b.kind != Thing::application || a.op != b.op || a.args.size() != b.args.size()) {
+  if (a.kind != Thing::application || b.kind != Thing::application || a.op != b.op ||
+      a.args.size() != b.args.size()) {
     return no;
   }
   for (std::size_t i = 0; i < a.args.size(); ++i) {
@@ -228,7 +231,8 @@ void TermValues::add_substitution(BitGraph::Node equation, BitGraph::Node a, Lem
 }
 
 /// Bounds of one sum.
-void TermValues::add_bounds(const std::vector<BitGraph::Node>& group, std::size_t i, std::size_t k, LemmaList& list) {
+void TermValues::add_bounds(const std::vector<BitGraph::Node>& group, std::size_t i, std::size_t k,
+                            LemmaList& list) {
   if (!list.done_pairs.emplace(group[i], group[k]).second) return;
   const auto range = [this](BitGraph::Node n, bool negated) {
     const Atom& says = atoms_.at(n);

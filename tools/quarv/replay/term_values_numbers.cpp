@@ -8,7 +8,7 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr std::size_t most_summands = 64, most_factors = 8, most_width = 300;
+constexpr std::size_t most_summands = 64, most_factors = 8;
 const std::string natural_key = "natural number";
 
 mpz_class floor_of(const mpq_class& q) {

@@ -20,7 +20,8 @@ bool TermValues::may_contain(Id root, const std::vector<TermName>& variables) co
   while (!open.empty()) {
     const Id id = open.back();
     open.pop_back();
-    if (std::ranges::find(variables, TermName{id}) != variables.end() || seen.size() > most_terms) return true;
+    if (std::ranges::find(variables, TermName{id}) != variables.end() || seen.size() > most_terms)
+      return true;
     for (const TermName arg : terms_.term(id).args) {
       if (seen.insert(static_cast<Id>(arg)).second) open.push_back(static_cast<Id>(arg));
     }

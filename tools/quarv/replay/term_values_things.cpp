@@ -107,7 +107,9 @@ bool TermValues::is_store(Value v) const {
 }
 
 std::optional<TermValues::Value> TermValues::array(const Expression& e) {
-  const auto arg = [&](std::size_t i) { return Argument(argument(e, i), is_word(static_cast<Id>(e.args[i]))); };
+  const auto arg = [&](std::size_t i) {
+    return Argument(argument(e, i), is_word(static_cast<Id>(e.args[i])));
+  };
   if (e.op == "select" && e.args.size() == 2) return read(arg(0).first, arg(1), e);
   if (e.op == "store" && e.args.size() == 3) return stored(arg(0).first, arg(1), arg(2), e);
   return std::nullopt;

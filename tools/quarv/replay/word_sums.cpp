@@ -33,8 +33,8 @@ void Words::add(Sum& sum, const Sum& other, const mpz_class& factor) const {
   for (const auto& [product, c] : other.coefficients) add_product(sum, product, c * factor);
 }
 
-/// The sum that the word was built from. What was not is a word of its own; of it and its complement, which is
-/// -1 less it, the one whose lowest bit is not a negation.
+/// The sum that the word was built from. What was not is a word of its own; of it and its complement, which
+/// is -1 less it, the one whose lowest bit is not a negation.
 Words::Sum Words::sum_of(Word w) {
   const auto known = sums_.find(w);
   if (known != sums_.end()) return known->second;
@@ -144,8 +144,8 @@ Bits Words::sum_bits(const Bits& a, const Bits& b, Bit carry) {
   return sum;
 }
 
-/// A multiple of a word as words and complements of words, shifted, that are to be added: one for each digit of
-/// the coefficient that is not 0 where digits are -1, 0 and 1 and no two neighbours differ from 0.
+/// A multiple of a word as words and complements of words, shifted, that are to be added: one for each digit
+/// of the coefficient that is not 0 where digits are -1, 0 and 1 and no two neighbours differ from 0.
 void Words::add_digits(const Bits& word, mpz_class coefficient, std::vector<Bits>& summands,
                        mpz_class& constant) const {
   const std::size_t w = word.size();
@@ -197,16 +197,19 @@ Bits Words::product_bits(const std::vector<Word>& product) {
 
 /// A number for the bits up to one; bits that are alike have the same.
 std::uint32_t Words::prefix(std::uint32_t before, Bit next) {
-  return prefixes_.try_emplace({before, graph_.find(next)}, static_cast<std::uint32_t>(prefixes_.size() + 1)).first->second;
+  return prefixes_.try_emplace({before, graph_.find(next)}, static_cast<std::uint32_t>(prefixes_.size() + 1))
+      .first->second;
 }
 
-/// Narrow words are multiplied by hand. Of wide ones a bit of the product is anything, but the same for the same
-/// bits up to that one.
+/// Narrow words are multiplied by hand. Of wide ones a bit of the product is anything, but the same for the
+/// same bits up to that one.
 Bits Words::product_bits(const Bits& a, const Bits& b) {
   constexpr std::size_t most_gates = 300;
   const std::size_t w = a.size();
   const auto is_open = [](Bit bit) { return bit > yes; };
-  const auto zeros = [](const Bits& x) { return static_cast<std::size_t>(std::ranges::find_if(x, [](Bit bit) { return bit != no; }) - x.begin()); };
+  const auto zeros = [](const Bits& x) {
+    return static_cast<std::size_t>(std::ranges::find_if(x, [](Bit bit) { return bit != no; }) - x.begin());
+  };
   const std::size_t open_a = static_cast<std::size_t>(std::ranges::count_if(a, is_open));
   const std::size_t open_b = static_cast<std::size_t>(std::ranges::count_if(b, is_open));
   if (open_a * open_b <= most_gates) {

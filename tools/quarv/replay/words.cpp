@@ -14,7 +14,8 @@ constexpr Bit no = BitGraph::no, yes = BitGraph::yes;
 constexpr std::size_t most_bits = 40'000'000;  // in all words
 
 std::size_t leading_zeros(const Bits& bits) {
-  return static_cast<std::size_t>(std::find_if(bits.rbegin(), bits.rend(), [](Bit b) { return b != no; }) - bits.rbegin());
+  return static_cast<std::size_t>(std::find_if(bits.rbegin(), bits.rend(), [](Bit b) { return b != no; }) -
+                                  bits.rbegin());
 }
 
 }  // namespace

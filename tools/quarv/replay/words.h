@@ -15,8 +15,8 @@
 
 namespace quarv::cli {
 
-/// Bit-vectors as lists of truth functions, one of each. Operators are built bit by bit, sums and products from
-/// their normal forms as polynomials modulo 2^width, so that equal ones are mostly the same word.
+/// Bit-vectors as lists of truth functions, one of each. Operators are built bit by bit, sums and products
+/// from their normal forms as polynomials modulo 2^width, so that equal ones are mostly the same word.
 class Words {
  public:
   using Bit = BitGraph::Bit;
@@ -74,7 +74,8 @@ class Words {
   Bits sum_bits(const Sum& sum);
   Bits product_bits(const std::vector<Word>& product);
   Bits product_bits(const Bits& a, const Bits& b);
-  void add_digits(const Bits& word, mpz_class coefficient, std::vector<Bits>& summands, mpz_class& constant) const;
+  void add_digits(const Bits& word, mpz_class coefficient, std::vector<Bits>& summands,
+                  mpz_class& constant) const;
   Bits sum_bits(const Bits& a, const Bits& b, Bit carry);
   Bit solved(Sum difference);
   Bit bitwise_equal(Word a, Word b);
