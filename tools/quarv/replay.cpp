@@ -14,8 +14,8 @@
 #include "io/waiting_note.h"
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
-#include "rules/own_rules.h"
 #include "replay/term_values.h"
+#include "rules/own_rules.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_orders.h>
 
