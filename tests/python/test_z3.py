@@ -1,5 +1,8 @@
 """Terms from and to z3's Python interface."""
 
+import threading
+import time
+
 import pytest
 
 import quarv
@@ -69,6 +72,33 @@ def test_many_nodes_of_each_kind():
     for term in (bits, total, floats, array, reals, variables):
         expression = quarv.to_z3(term)
         assert quarv.from_z3(expression, m).same(term)
+
+
+def test_other_threads_run_meanwhile():
+    m = quarv.Manager()
+    x, y = m.bv("x", 8), m.bv("y", 8)
+    term = x
+    for _ in range(100000):
+        term = ~(term + y)
+    expression = quarv.to_z3(term)
+    for convert in (lambda: quarv.to_z3(term), lambda: quarv.from_z3(expression, m)):
+        count, stop = [0], []
+
+        def run():
+            while not stop:
+                count[0] += 1
+                time.sleep(0)
+
+        other = threading.Thread(target=run)
+        other.start()
+        while not count[0]:
+            time.sleep(0)
+        before = count[0]
+        convert()
+        during = count[0] - before
+        stop.append(True)
+        other.join()
+        assert during > 0
 
 
 def test_operators_that_versions_of_z3_write_in_other_ways():
