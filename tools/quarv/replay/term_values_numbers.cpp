@@ -8,7 +8,7 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr std::size_t most_summands = 64, most_factors = 8;
+constexpr std::size_t most_summands = 64, most_factors = 8, longest_sum = 200;
 const std::string natural_key = "natural number";
 
 mpz_class floor_of(const mpq_class& q) {
@@ -87,11 +87,13 @@ std::optional<TermValues::Value> TermValues::number(const Expression& e) {
   if (e.op == "+") {
     Sum sum;
     for (std::size_t i = 0; i < n; ++i) add(sum, arg(i), 1);
+    if (sum.coefficients.size() > longest_sum) return std::nullopt;
     return number(sum);
   }
   if (e.op == "-") {
     Sum sum;
     for (std::size_t i = 0; i < n; ++i) add(sum, arg(i), i == 0 && n > 1 ? 1 : -1);
+    if (sum.coefficients.size() > longest_sum) return std::nullopt;
     return number(sum);
   }
   if (e.op == "to_real" && n == 1) return argument(e, 0);
