@@ -11,6 +11,7 @@ import argparse
 import hashlib
 import pathlib
 import re
+import resource
 import shutil
 import subprocess
 import sys
@@ -21,7 +22,7 @@ ROOT = HERE.parent
 STANDARD = [ROOT / f'src/quarv/rules/{name}.rules' for name in ('bitvector', 'extended')]
 LIBRARY = ['Bv', 'Tables', 'Lemmas', 'Rotations', 'Division', 'Tactics', 'Foldings']
 IMPORTS = 'From Coq Require Import ZArith Bool Lia.\nFrom Quarv Require Import Bv Lemmas Tactics {}.\n'
-SECONDS_FOR_A_RULE = 60
+SECONDS_FOR_A_RULE, SECONDS_FOR_A_FILE = 60, 600  # of processor time: what is proved must not depend on what else runs
 MARK = '# proved with Coq'
 
 
@@ -29,10 +30,11 @@ class Failure(Exception):
     pass
 
 
-def coq(folder, program, *arguments):
-    """What a program of Coq prints."""
+def coq(folder, program, *arguments, seconds=resource.RLIM_INFINITY):
+    """What a program of Coq prints, which it has so many seconds for."""
     run = subprocess.run(['nice', '-n', '10', program, '-Q', '.', 'Quarv', *arguments], cwd=folder, text=True,
-                         capture_output=True, check=False)
+                         capture_output=True, check=False,
+                         preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds)))
     if run.returncode:
         raise Failure(run.stdout + run.stderr)
     return run.stdout + run.stderr  # coqchk reports on standard error
@@ -46,9 +48,9 @@ def output(program, *arguments):
     return run.stdout
 
 
-def compile_text(folder, name, text):
+def compile_text(folder, name, text, seconds=resource.RLIM_INFINITY):
     (folder / f'{name}.v').write_text(text)
-    return coq(folder, 'coqc', '-q', f'{name}.v')
+    return coq(folder, 'coqc', '-q', f'{name}.v', seconds=seconds)
 
 
 def sources_digest(rules):
@@ -95,23 +97,22 @@ class Set:
     def automatic(self):
         """The numbers of the rules that the tactic closes; their theorems are a module of their own."""
         tried = [n for n in self.digests if not self.by_hand & {f'proof_{n}', f'proof_{n}_where', f'proof_{n}_never'}]
-        if self.rules in STANDARD:
-            try:
-                self.write_automatic(tried)
-                return set(tried)
-            except Failure:
-                pass  # the tries say of which
-        text = IMPORTS.format(f'{self.name}_rules') + ''.join(
-            f'Goal holds_{n}. first [timeout {SECONDS_FOR_A_RULE} (solve [rule]); idtac "proved {n}" | idtac]. Abort.\n'
-            for n in tried)
-        proved = {int(n) for n in re.findall(r'^proved (\d+)$', compile_text(self.folder, f'{self.name}_tries', text),
-                                             re.MULTILINE)}
-        self.write_automatic([n for n in tried if n in proved])
-        return proved
+        if self.rules in STANDARD and self.write_theorems('auto', tried, SECONDS_FOR_A_FILE):
+            return set(tried)
+        proved = [n for n in tried if self.write_theorems('try', [n], SECONDS_FOR_A_RULE)]
+        if not self.write_theorems('auto', proved, resource.RLIM_INFINITY):
+            raise Failure(f'{self.rules.name}: what is proved rule by rule is not proved at once')
+        return set(proved)
 
-    def write_automatic(self, numbers):
-        compile_text(self.folder, f'{self.name}_auto', IMPORTS.format(f'{self.name}_rules') + ''.join(
-            f'Theorem proof_{n} : holds_{n}.\nProof. timeout {2 * SECONDS_FOR_A_RULE} rule. Qed.\n' for n in numbers))
+    def write_theorems(self, name, numbers, seconds):
+        """Does the tactic close all of them?"""
+        text = IMPORTS.format(f'{self.name}_rules') + ''.join(
+            f'Theorem proof_{n} : holds_{n}.\nProof. rule. Qed.\n' for n in numbers)
+        try:
+            compile_text(self.folder, f'{self.name}_{name}', text, seconds)
+        except Failure:
+            return False
+        return True
 
     def status(self, number, automatic):
         if f'proof_{number}_never' in self.by_hand:
