@@ -1,7 +1,10 @@
 /// \file
 /// What `quarv explain` says, to the letter, and that it is right.
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include <nlohmann/json.hpp>
 
 #include "program_fixture.h"
 
@@ -142,6 +145,94 @@ result
   p
 )");
   EXPECT_EQ(run("$quarv report assumed.smt2 -o page.html").status, 0);
+}
+
+TEST_F(Explain, FollowsTheTermAtAPlace) {
+  const Result r = run("$quarv explain in.smt2 --rules-only-standard --at 6:13");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(r.out, R"(assertion 1, the term at 6:13
+  (bvadd x #x00)
+1. rule bvadd-constant-first: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
+     «(bvadd x #x00)»
+   = «(bvadd #x00 x)»
+2. rule bvadd-zero: rewrite(bvadd(0, t), (0 == 0)) >> t
+     «(bvadd #x00 x)»
+   = «x»
+result
+  x
+)");
+  EXPECT_EQ(
+      run("$quarv explain in.smt2 --at 6:13 --rules-only-standard --step 2").out,
+      "assertion 1, the term at 6:13\n  (bvadd x #x00)\n2. rule bvadd-zero: rewrite(bvadd(0, t), (0 == 0)) "
+      ">> t\n     «(bvadd #x00 x)»\n   = «x»\nresult\n  x\n");
+  EXPECT_EQ(run("$quarv explain in.smt2 --at 8:13").out,
+            "assertion 2, the term at 8:13\n  p\nis left as it is\n");
+}
+
+/// The innermost term that covers a place, whatever else stands there.
+TEST_F(Explain, FindsTheTermAtAPlace) {
+  const std::string text =
+      "(declare-fun f (Int) Int)(declare-const x (_ BitVec 8))\n"
+      "(assert (let ((y (bvadd x #x00)) (z (f 3))) (forall ((k Int)) (! (or ; which\n"
+      "  (= ((_ extract 2 0) y) (_ bv5 3)) (< (f k) (+ |a b| 1))) :pattern ((f k))))))\n";
+  write("places.smt2", "\xEF\xBB\xBF(declare-const |a b| Int)" + text);
+  const auto term_at = [this](const std::string& place) {
+    const Result r = run("$quarv explain places.smt2 --json --at " + place);
+    return r.status == 0 ? nlohmann::json::parse(r.out)["before"].get<std::string>() : r.err;
+  };
+  const auto nothing_at = [](const std::string& place) {
+    return "quarv: there is no term of an assertion at " + place + "\n";
+  };
+  EXPECT_EQ(term_at("2:19"), "(bvadd x #x00)");
+  EXPECT_EQ(term_at("2:31"), "(bvadd x #x00)");  // its closing parenthesis
+  EXPECT_EQ(term_at("2:24"), "(bvadd x #x00)");  // a blank within
+  EXPECT_EQ(term_at("2:25"), "x");
+  EXPECT_EQ(term_at("2:26"), "(bvadd x #x00)");
+  EXPECT_EQ(term_at("3:10"), "((_ extract 2 0) (bvadd x #x00))");
+  EXPECT_EQ(term_at("3:23"), "(bvadd x #x00)");  // y
+  EXPECT_EQ(term_at("3:29"), "#b101");           // bv5, as a whole
+  EXPECT_EQ(term_at("3:43"), "k");
+  EXPECT_EQ(term_at("3:50"), "|a b|");
+  EXPECT_EQ(term_at("3:56").substr(0, 6), "(+ |a ");
+  EXPECT_EQ(term_at("2:72").substr(0, 4), "(or ");  // a comment
+  EXPECT_EQ(term_at("2:57").substr(0, 8), "(forall ");
+  EXPECT_EQ(term_at("2:16").substr(0, 8), "(forall ");  // a name that is bound: all of the let
+  EXPECT_EQ(term_at("2:37"), "quarv: the term at 2:37 is not used in its assertion\n");
+  for (const char* place : {"1:1", "1:99", "1:2", "2:1", "2:4", "2:8", "3:80", "3:81", "4:1", "99:1", "0:1",
+                            "1:0", "1", "a:b", "1:2:3", "1:-1", "99999999999999999999:1"}) {
+    EXPECT_EQ(term_at(place), nothing_at(place));
+  }
+}
+
+TEST_F(Explain, PrintsForPrograms) {
+  const Result r = run("$quarv explain in.smt2 --json --rules-only-standard");
+  EXPECT_EQ(r.status, 0);
+  std::vector<nlohmann::json> lines;
+  std::istringstream text(r.out);
+  for (std::string line; std::getline(text, line);) lines.push_back(nlohmann::json::parse(line));
+  ASSERT_EQ(lines.size(), 5u);
+  EXPECT_EQ(lines[0]["assertion"], 1);
+  EXPECT_EQ(lines[0]["before"], "(= (bvadd x #x00) (bvnot #xfe))");
+  EXPECT_EQ(lines[0]["after"], "(= x #x01)");
+  EXPECT_EQ(lines[0]["ending"], "complete");
+  ASSERT_EQ(lines[0]["steps"].size(), 3u);
+  const nlohmann::json expected = {{"step", 1},
+                                   {"kind", "simplifier"},
+                                   {"name", "bvnot"},
+                                   {"before", "(bvnot #xfe)"},
+                                   {"after", "#x01"},
+                                   {"whole_before", "(= (bvadd x #x00) «(bvnot #xfe)»)"},
+                                   {"whole_after", "(= (bvadd x #x00) «#x01»)"}};
+  EXPECT_EQ(lines[0]["steps"][0], expected);
+  EXPECT_EQ(lines[0]["steps"][2]["kind"], "rule");
+  EXPECT_EQ(lines[0]["steps"][2]["name"], "bvadd-zero");
+  EXPECT_EQ(lines[0]["steps"][2]["text"], "rewrite(bvadd(0, t), (0 == 0)) >> t");
+  EXPECT_EQ(lines[0]["counts"].size(), 3u);
+  EXPECT_EQ(lines[2]["ending"], "unchanged");
+  EXPECT_EQ(nlohmann::json::parse(run("$quarv explain in.smt2 --json --assert 1 --steps 1").out)["ending"],
+            "cut short");
+  EXPECT_EQ(run("$quarv explain in.smt2 --json --why-not bvmul-one p").status, 2);
 }
 
 TEST_F(Explain, ShowsStepsThatAreAskedFor) {

@@ -1,15 +1,19 @@
+#include <charconv>
 #include <memory>
 #include <optional>
 #include <ostream>
-#include <sstream>
 #include <string>
+#include <string_view>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "explain/derivation_text.h"
+#include "explain/term_place.h"
 #include "explain/why_not.h"
 #include "io/colour.h"
 #include "io/command_line.h"
@@ -19,6 +23,7 @@
 #include "rules/rule_catalogue.h"
 #include "simplify/simplify_arguments.h"
 #include <quarv/smtlib/simplify_script.h>
+#include <quarv/util/byte_order_mark.h>
 
 namespace quarv::cli {
 
@@ -28,12 +33,15 @@ constexpr const char* footer = R"(Examples:
   quarv explain query.smt2                   show how each assertion is simplified
   quarv explain query.smt2 --assert 2 --steps 10
                                              show the first steps of the second one
+  quarv explain query.smt2 --at 2:14         show how the term there is simplified
   quarv explain query.smt2 --why-not bvmul-one '(bvmul x y)'
                                              say why this rule does not apply to this term)";
 
 struct Arguments {
   std::string input;
   std::size_t assertion = 0;  // 0: all
+  std::string place;          // of a term, LINE:COLUMN; empty: all
+  bool json = false;
   std::optional<std::pair<std::string, std::string>> why_not;
   ShownSteps steps;
   std::size_t length = 300;
@@ -41,17 +49,48 @@ struct Arguments {
   SimplifyArguments how;
 };
 
+/// The keyword by which the term that is asked for is found in a trace.
+constexpr std::string_view place_keyword = ":quarv-place";
+
+/// A term of an assertion.
+struct PlacedTerm {
+  std::size_t assertion;
+  TermName term;
+};
+
+/// The term that is annotated with the keyword, in the trace of a script as it is written.
+std::optional<PlacedTerm> placed_term(const std::string& trace) {
+  using nlohmann::json;
+  const std::size_t found = trace.find(fmt::format(",\"attributes\":[\"{}\"]", place_keyword));
+  if (found == std::string::npos) return std::nullopt;
+  const auto line_at = [&trace](std::size_t start) {
+    return json::parse(trace.substr(start, trace.find('\n', start) - start));
+  };
+  const std::string_view assertion = "\n{\"assertion\":";  // it comes behind its terms
+  const std::size_t next = trace.find(assertion, found);
+  if (next == std::string::npos) return std::nullopt;
+  return PlacedTerm{line_at(next + 1)["assertion"], line_at(trace.rfind('\n', found) + 1)["args"][0]};
+}
+
 /// Prints derivations of a script's assertions.
 class Explanation {
  public:
-  Explanation(const Arguments& arguments, const Input& input, std::ostream& out)
+  /// `place`: the term that is asked for, if one is.
+  Explanation(const Arguments& arguments, const Input& input, const std::optional<TextRange>& place,
+              std::ostream& out)
       : arguments_(arguments),
         out_(out),
-        text_(terms_, arguments.length, wants_colour(arguments.colour) ? colour_marks : quotation_marks) {
+        text_(terms_, arguments.length,
+              !arguments.json && wants_colour(arguments.colour) ? colour_marks : quotation_marks) {
     smtlib::SimplifyOptions options = read_options(arguments.how);
     simplified_ = trace_of(input.text(), input.name(), options);
     options.simplify = false;
-    written_ = trace_of(input.text(), input.name(), options);
+    std::string written(without_byte_order_mark(input.text()));
+    if (place) {
+      written.insert(place->end, fmt::format(" {})", place_keyword));
+      written.insert(place->begin, "(! ");
+    }
+    written_ = trace_of(written, input.name(), options);
     derivation_.emplace(terms_, written_, simplified_);
   }
 
@@ -59,22 +98,25 @@ class Explanation {
 
   /// Of an assertion in which none of the wanted steps is made, nothing is printed.
   void explain(std::size_t assertion) {
-    Derivation& derivation = *derivation_;
-    derivation.begin(assertion);
-    changes_ |= derivation.current() != derivation.result();
-    std::ostringstream text;
-    text << "assertion " << assertion << '\n';
-    const ShownSteps& wanted = arguments_.steps;
-    const std::size_t num_shown = print_derivation(terms_, derivation, text_, wanted, text);
-    found_ |= num_shown != 0;
-    const bool all = wanted.only == 0 && wanted.rule.empty();
-    if (all || num_shown != 0) out_ << text.view();
+    derivation_->begin(assertion);
+    explain(assertion, "");
+  }
+
+  /// Likewise for the term at the place that is asked for. False when its assertion does not contain it, as
+  /// the value of a `let` need not be used.
+  bool explain_place() {
+    const std::optional<PlacedTerm> found = placed_term(written_);
+    if (!found) return false;
+    derivation_->begin(found->assertion, found->term);
+    explain(found->assertion, arguments_.place);
+    return true;
   }
 
   /// What is to be said of the whole script.
   void conclude() {
+    if (arguments_.json) return;
     if (!changes_) {
-      out_ << "simplification changes no assertion\n";
+      if (arguments_.place.empty()) out_ << "simplification changes no assertion\n";
     } else if (!found_ && !arguments_.steps.rule.empty()) {
       out_ << "rule " << arguments_.steps.rule << " is not applied\n";
     } else if (!found_ && arguments_.steps.only != 0) {
@@ -83,6 +125,24 @@ class Explanation {
   }
 
  private:
+  void explain(std::size_t assertion, const std::string& place) {
+    const ShownSteps& wanted = arguments_.steps;
+    const ShownDerivation shown = follow(terms_, *derivation_, text_, wanted);
+    changes_ |= shown.ending != ShownDerivation::unchanged;
+    found_ |= !shown.steps.empty();
+    const bool all = wanted.only == 0 && wanted.rule.empty();
+    if (!all && shown.steps.empty()) return;
+    if (arguments_.json) {
+      nlohmann::ordered_json json = {{"assertion", assertion}};
+      if (!place.empty()) json["at"] = place;
+      json.update(as_json(shown));
+      out_ << json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+      return;
+    }
+    out_ << "assertion " << assertion << (place.empty() ? "" : ", the term at " + place) << '\n';
+    print(shown, wanted.only == 0, out_);
+  }
+
   const Arguments& arguments_;
   std::ostream& out_;
   TraceTerms terms_;
@@ -119,11 +179,38 @@ int explain_rule(const Arguments& arguments, const Input& input) {
   return success;
 }
 
+/// The term at a place that was given as LINE:COLUMN.
+std::optional<TextRange> term_asked_for(const Input& input, const std::string& place) {
+  std::size_t line = 0;
+  std::size_t column = 0;
+  const char* const end = place.data() + place.size();
+  const auto [colon, error] = std::from_chars(place.data(), end, line);
+  if (error != std::errc() || colon == end || *colon != ':' || line == 0) return std::nullopt;
+  const auto [last, column_error] = std::from_chars(colon + 1, end, column);
+  if (column_error != std::errc() || last != end || column == 0) return std::nullopt;
+  return term_at(without_byte_order_mark(input.text()), line, column);
+}
+
+int explain_place(const Arguments& arguments, const Input& input) {
+  const std::optional<TextRange> place = term_asked_for(input, arguments.place);
+  Output output("-");
+  // Errors of the input come first.
+  Explanation explanation(arguments, input, place, output.stream());
+  if (!place) return refuse(fmt::format("there is no term of an assertion at {}", arguments.place));
+  if (!explanation.explain_place()) {
+    return refuse(fmt::format("the term at {} is not used in its assertion", arguments.place));
+  }
+  explanation.conclude();
+  output.commit();
+  return success;
+}
+
 int explain(const Arguments& arguments) {
   const Input input(arguments.input);
   if (arguments.why_not) return explain_rule(arguments, input);
+  if (!arguments.place.empty()) return explain_place(arguments, input);
   Output output("-");
-  Explanation explanation(arguments, input, output.stream());
+  Explanation explanation(arguments, input, std::nullopt, output.stream());
   if (arguments.assertion > explanation.num_assertions()) {
     return refuse(fmt::format("there is no assertion {}: the script has {}", arguments.assertion,
                               explanation.num_assertions()));
@@ -150,13 +237,21 @@ void add_explain(const CommandLine& program, int& status) {
       command.option("--assert", arguments->assertion, "Only this assertion, counting from 1")
           .type("K")
           .positive();
-  command
-      .option(
-          "--why-not", arguments->why_not,
-          "Match a rule, given by name or number (quarv rules list), against a term in the script's context, "
-          "and say what does not fit. The term is taken as it is written")
-      .type("RULE TERM")
-      .excludes(assertion);
+  const Option place =
+      command
+          .option("--at", arguments->place,
+                  "Only the innermost term of an assertion that covers this place in the script; lines and "
+                  "columns, in bytes, count from 1")
+          .type("LINE:COLUMN")
+          .excludes(assertion);
+  const Option why_not =
+      command
+          .option("--why-not", arguments->why_not,
+                  "Match a rule, given by name or number (quarv rules list), against a term in the script's "
+                  "context, and say what does not fit. The term is taken as it is written")
+          .type("RULE TERM")
+          .excludes(assertion)
+          .excludes(place);
   command.option("--steps", arguments->steps.most, "Show at most this many steps of an assertion")
       .type("N")
       .shows_default();
@@ -176,6 +271,8 @@ void add_explain(const CommandLine& program, int& status) {
       .type("auto|always|never")
       .one_of({"auto", "always", "never"})
       .shows_default();
+  command.flag("--json", arguments->json, "Print one JSON object a line for each assertion")
+      .excludes(why_not);
   add_step_options(command, arguments->how);
   command.callback([arguments, &status] {
     try {

@@ -45,6 +45,13 @@ void Derivation::begin(std::size_t assertion) {
   seen_ = {current_};
 }
 
+void Derivation::begin(std::size_t assertion, TermName term) {
+  begin(assertion);
+  current_ = written_names_(term);
+  result_.reset();
+  seen_ = {current_};
+}
+
 void Derivation::learn(const TraceStep& step) {
   const Id before = step.rule != 0 ? simplified_names_(*step.before_name) : simplified_names_(step.before);
   const Id after = simplified_names_(step.after);

@@ -45,6 +45,8 @@ class Derivation {
 
   /// Goes on to an assertion, from 1, behind the one before.
   void begin(std::size_t assertion);
+  /// Likewise, but follows a term alone that occurs in the assertion, by its name in `written`.
+  void begin(std::size_t assertion, TermName term);
 
   /// False when there is nothing more to do.
   bool next(Step& step);
@@ -53,8 +55,9 @@ class Derivation {
   Id current() const noexcept { return current_; }
   /// What it became in the trace. That is another form than `current` before the last step, and where the
   /// trace does not tell all: the reader joins some operations, and terms that rules would make much larger
-  /// are kept as they were.
-  Id result() const noexcept { return result_; }
+  /// are kept as they were. What a part of an assertion became is known when there are no more steps.
+  Id result() const noexcept { return result_.value_or(current_); }
+  bool is_part() const noexcept { return !result_; }
 
  private:
   struct Replacement {
@@ -88,7 +91,7 @@ class Derivation {
   std::unordered_map<std::string, Id> constants_;  // "true", "false"
   std::unordered_set<Id> seen_;                    // forms of the whole assertion
   Id current_ = 0;
-  Id result_ = 0;
+  std::optional<Id> result_;
 };
 
 /// What a step is, in words.

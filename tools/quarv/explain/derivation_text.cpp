@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/trace.h>
@@ -19,14 +20,7 @@ namespace quarv::cli {
 
 namespace {
 
-void print(std::size_t number, const Derivation::Step& step, std::string_view before, std::string_view after,
-           std::ostream& out) {
-  const std::string head = fmt::format("{}. ", number);
-  const std::string indent(head.size(), ' ');
-  out << head << title_of(step) << '\n'
-      << indent << "  " << before << '\n'
-      << indent << "= " << after << '\n';
-}
+using Count = ShownDerivation::Count;
 
 /// What was done in the steps of a derivation.
 class StepCounts {
@@ -38,22 +32,17 @@ class StepCounts {
     count.saved += saved;
   }
 
-  void print(std::size_t num_steps, std::ostream& out) const {
+  /// What saved most comes first.
+  std::vector<Count> sorted() const {
     std::vector<Count> sorted;
     for (const auto& [name, count] : counts_) sorted.push_back(count);
     std::ranges::stable_sort(sorted, [](const Count& a, const Count& b) {
       return std::tuple(a.saved, a.steps) > std::tuple(b.saved, b.steps);
     });
-    out << fmt::format("{:<50}{:>8}{:>14}\n", fmt::format("{} steps", num_steps), "times", "terms saved");
-    for (const Count& c : sorted) out << fmt::format("  {:<48}{:>8}{:>14}\n", c.name, c.steps, c.saved);
+    return sorted;
   }
 
  private:
-  struct Count {
-    std::string name;
-    std::size_t steps = 0;
-    std::int64_t saved = 0;
-  };
   std::map<std::string, Count> counts_;
 };
 
@@ -82,39 +71,96 @@ std::string trace_of_term(const std::string& context, const std::string& term,
 
 }  // namespace
 
-std::size_t print_derivation(const TraceTerms& terms, Derivation& derivation, TermText& text,
-                             const ShownSteps& shown, std::ostream& out) {
-  constexpr std::size_t few_steps = 5;  // that need not be counted
-  out << "  " << text.text(derivation.current()) << '\n';
-  if (derivation.current() == derivation.result()) {
-    out << "is left as it is\n";
-    return 0;
-  }
+ShownDerivation follow(const TraceTerms& terms, Derivation& derivation, TermText& text,
+                       const ShownSteps& shown) {
+  ShownDerivation result;
+  const TraceTerms::Id start = derivation.current();
+  result.before = text.text(start);
   Derivation::Step step;
   StepCounts counts;
-  std::size_t num_steps = 0;
-  std::size_t num_shown = 0;
-  std::size_t size = in_post_order(terms, derivation.current()).size();
+  std::size_t size = in_post_order(terms, start).size();
   bool more = true;
-  while (num_shown < shown.most && (more = derivation.next(step))) {
+  while (result.steps.size() < shown.most && (more = derivation.next(step))) {
     const std::size_t size_before = std::exchange(size, in_post_order(terms, derivation.current()).size());
-    const std::string before = text.text_at(step.root, step.before, step.before);
-    const std::string after = text.text_at(step.root, step.before, step.after);
+    std::string before = text.text_at(step.root, step.before, step.before);
+    std::string after = text.text_at(step.root, step.before, step.after);
     if (before == after) continue;
     counts.add(step, static_cast<std::int64_t>(size_before) - static_cast<std::int64_t>(size));
-    if (!shown.shows(++num_steps, step)) continue;
-    print(num_steps, step, before, after, out);
-    ++num_shown;
+    if (!shown.shows(++result.num_steps, step)) continue;
+    result.steps.push_back({result.num_steps, step.kind, step.rule_label, step.label, text.text(step.before),
+                            text.text(step.after), std::move(before), std::move(after)});
     if (shown.only != 0) break;
   }
-  if (derivation.current() != derivation.result()) {
-    out << (more ? "further steps lead to\n" : "the reader, or the limit on growth, leads to\n");
-  } else {
-    out << "result\n";
+  bool has_further = false;
+  while (derivation.is_part() && more && (more = derivation.next(step))) has_further = true;
+  const TraceTerms::Id end = derivation.result();
+  result.after = text.text(end);
+  if (end != start) {
+    const bool is_complete = derivation.current() == end && !has_further;
+    result.ending = is_complete           ? ShownDerivation::complete
+                    : more || has_further ? ShownDerivation::cut_short
+                                          : ShownDerivation::untold;
   }
-  out << "  " << text.text(derivation.result()) << '\n';
-  if (num_steps > few_steps && shown.only == 0) counts.print(num_steps, out);
-  return num_shown;
+  result.counts = counts.sorted();
+  return result;
+}
+
+void print(const ShownDerivation& derivation, bool with_counts, std::ostream& out) {
+  constexpr std::size_t few_steps = 5;  // that need not be counted
+  out << "  " << derivation.before << '\n';
+  if (derivation.ending == ShownDerivation::unchanged) {
+    out << "is left as it is\n";
+    return;
+  }
+  for (const ShownDerivation::ShownStep& step : derivation.steps) {
+    const std::string head = fmt::format("{}. ", step.number);
+    const std::string indent(head.size(), ' ');
+    out << head << title_of({step.kind, step.rule_label, step.label, 0, 0, 0}) << '\n'
+        << indent << "  " << step.whole_before << '\n'
+        << indent << "= " << step.whole_after << '\n';
+  }
+  switch (derivation.ending) {
+    case ShownDerivation::cut_short:
+      out << "further steps lead to\n";
+      break;
+    case ShownDerivation::untold:
+      out << "the reader, or the limit on growth, leads to\n";
+      break;
+    default:
+      out << "result\n";
+  }
+  out << "  " << derivation.after << '\n';
+  if (derivation.num_steps <= few_steps || !with_counts) return;
+  out << fmt::format("{:<50}{:>8}{:>14}\n", fmt::format("{} steps", derivation.num_steps), "times",
+                     "terms saved");
+  for (const Count& c : derivation.counts) {
+    out << fmt::format("  {:<48}{:>8}{:>14}\n", c.name, c.steps, c.saved);
+  }
+}
+
+nlohmann::ordered_json as_json(const ShownDerivation& derivation) {
+  using Json = nlohmann::ordered_json;
+  static constexpr const char* kinds[] = {"simplifier", "rule", "reordering"};
+  static constexpr const char* endings[] = {"unchanged", "complete", "cut short", "untold"};
+  Json json = {{"before", derivation.before}, {"steps", Json::array()}};
+  for (const ShownDerivation::ShownStep& step : derivation.steps) {
+    Json one = {{"step", step.number}, {"kind", kinds[step.kind]}};
+    const bool is_rule = step.kind == Derivation::Step::rule;
+    one["name"] = is_rule ? step.rule_label : step.label;
+    if (is_rule) one["text"] = step.label;
+    one["before"] = step.before;
+    one["after"] = step.after;
+    one["whole_before"] = step.whole_before;
+    one["whole_after"] = step.whole_after;
+    json["steps"].push_back(std::move(one));
+  }
+  json["after"] = derivation.after;
+  json["ending"] = endings[derivation.ending];
+  json["counts"] = Json::array();
+  for (const Count& c : derivation.counts) {
+    json["counts"].push_back({{"name", c.name}, {"times", c.steps}, {"terms_saved", c.saved}});
+  }
+  return json;
 }
 
 void explain_term(const std::string& context, const std::string& term, const SessionOptions& options,
@@ -128,7 +174,7 @@ void explain_term(const std::string& context, const std::string& term, const Ses
   TermText text(terms, length, marks);
   Derivation derivation(terms, written, simplified);
   derivation.begin(1);
-  print_derivation(terms, derivation, text, {}, out);
+  print(follow(terms, derivation, text, {}), true, out);
 }
 
 }  // namespace quarv::cli

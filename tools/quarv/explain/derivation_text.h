@@ -1,8 +1,12 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
 
 #include "explain/derivation.h"
 #include "explain/term_text.h"
@@ -20,11 +24,48 @@ struct ShownSteps {
   }
 };
 
-/// Prints the term that a derivation has begun with, those of its steps that are to be shown, the result and,
-/// of a longer derivation, what was done how often and how many sub-terms that took away. A step of which the
-/// text shows nothing does not count. Returns how many steps were shown.
-std::size_t print_derivation(const TraceTerms& terms, Derivation& derivation, TermText& text,
-                             const ShownSteps& shown, std::ostream& out);
+/// What is said of a derivation.
+struct ShownDerivation {
+  enum Ending : std::uint8_t {
+    unchanged,
+    complete,   ///< the steps lead to the result
+    cut_short,  ///< there are further steps
+    untold      ///< the trace does not tell all
+  };
+  struct ShownStep {
+    std::size_t number;
+    Derivation::Step::Kind kind;
+    std::string rule_label;                 ///< empty where no rule was applied
+    std::string label;                      ///< the rule's text, the operator
+    std::string before, after;              ///< what was replaced, and by what
+    std::string whole_before, whole_after;  ///< all around it, with marks
+  };
+  /// What was done how often, and how many sub-terms that took away.
+  struct Count {
+    std::string name;
+    std::size_t steps = 0;
+    std::int64_t saved = 0;
+  };
+
+  std::string before;
+  std::vector<ShownStep> steps;
+  Ending ending = unchanged;
+  std::string after;
+  std::size_t num_steps = 0;  ///< looked at
+  std::vector<Count> counts;
+};
+
+/// Follows a derivation that has begun, as far as its steps are to be shown. A step of which the text shows
+/// nothing does not count.
+ShownDerivation follow(const TraceTerms& terms, Derivation& derivation, TermText& text,
+                       const ShownSteps& shown);
+
+/// Prints the term that it begins with, its steps, the result and, of a longer derivation where
+/// `with_counts`, what was done.
+void print(const ShownDerivation& derivation, bool with_counts, std::ostream& out);
+
+/// The same for programs.
+nlohmann::ordered_json as_json(const ShownDerivation& derivation);
 
 /// Shows how one term is simplified that uses names of `context`, a script. Throws InputError.
 void explain_term(const std::string& context, const std::string& term, const SessionOptions& options,
