@@ -35,7 +35,7 @@ TEST_F(Mining, FindsRulesThatHoldAndPay) {
   const std::string mined = read("mined.rules");
   EXPECT_TRUE(
       has(mined,
-          "\n# proved for widths 1-5, 8, 13, 16, 24, 32, 48, 64; used 2 times in 2 scripts; terms saved: 3\n"
+          "\n# proved for widths 1-5, 8, 13, 16, 24, 32, 48, 64; used 2 times in 2 scripts; terms saved: 2\n"
           "mined-bvxor-1: rewrite(bvxor(bvand(t1, t2), bvor(t1_0, t2_0)), identity(t1, t1_0), "
           "identity(t2, t2_0)) >> bvxor(t1, t2)\n"))
       << mined;
@@ -95,7 +95,7 @@ TEST_F(Mining, FindsRulesAmongAllTermsOfSomeOperators) {
   // For each number of operators: all ways to group operands, and to name them.
   EXPECT_TRUE(has(found, "# Found by quarv rules mine among 134 terms.\n\n# proved for widths 1-5, 8"))
       << found;
-  EXPECT_TRUE(has(found, "rewrite(bvlshr(t1, t1_0), identity(t1, t1_0)) >> 0")) << found;
+  EXPECT_TRUE(has(found, "rewrite(bvlshr(bvlshr(t1, t2), t1_0), identity(t1, t1_0)) >> 0")) << found;
   EXPECT_EQ(run("$quarv rules check found.rules --max-width 3 --assignments 1000").status, 0);
   EXPECT_EQ(run(command + "-j 3").out, found);
   // The same at another width is the same rule for all widths.
@@ -211,9 +211,9 @@ TEST_F(Mining, CountsUses) {
         "(declare-const x (_ BitVec 8))\n(assert (bvule x (bvnot (bvnot x))))\n(assert (bvule x #x05))\n");
   const Result r = run("$quarv rules list --count x.smt2 scripts");
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_TRUE(has(r.out, "\n        1      1  bvule-to-bvult: rewrite(")) << r.out;
-  EXPECT_TRUE(has(r.out, "\n        0      0  bvsdiv-self: rewrite(")) << r.out;
-  EXPECT_TRUE(has(r.out, "\nuses, scripts, rule; 3 scripts; ")) << r.out;
+  EXPECT_TRUE(has(r.out, "\n        1      1         1      -1         -  bvule-to-bvult: rewrite(")) << r.out;
+  EXPECT_TRUE(has(r.out, "\n        0      0         0       0         -  bvsdiv-self: rewrite(")) << r.out;
+  EXPECT_TRUE(has(r.out, "\nuses, scripts, tries, terms saved, tries for each of them, rule; 3 scripts; ")) << r.out;
   const Result none = run("$quarv rules list --count nothing");
   EXPECT_EQ(none.status, 1);
   EXPECT_EQ(none.err, "quarv: error: there is no script that can be read\n");
