@@ -35,7 +35,7 @@ using rules::Rule;
 using Kind = RuleFinding::Kind;
 
 /// For a query at larger widths: rules should not keep a simplification waiting.
-constexpr std::chrono::milliseconds limit{250};
+constexpr std::chrono::milliseconds limit{2000};
 
 struct OwnRule {
   std::size_t file;
@@ -109,7 +109,7 @@ class OwnRulesCheck {
   }
 
   void order(SolverProcess& solver) {
-    constexpr int patience = 60;
+    constexpr int patience = 15;
     std::vector<Rule> all;
     for (const OwnRule& own : rules_) all.push_back(own.rule);
     const ReductionOrder order = order_of_added(all, true, solver, patience * limit);
