@@ -147,7 +147,7 @@ void add_trust_option(const CommandLine& command, bool& trusted) {
 }
 
 void check_own_rules(const std::vector<RuleFile>& files, bool trusted) {
-  if (trusted) return;
+  if (trusted || files.empty()) return;
   all_rules_and(files);  // throws where a text is no rule, or a name is taken
   std::vector<OwnRule> all;
   for (std::size_t i = 0; i < files.size(); ++i) {

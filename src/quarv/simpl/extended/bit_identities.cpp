@@ -43,7 +43,6 @@ const Term* negation(TermManager& m, SymbolTag::tag tag, const Term* t) {
     if (is_neg(m, t)) return m.make_bv_add(all_ones(m, width), t->args[0]);
     return nullptr;
   }
-  if (width == 1) return t;
   if (is_not(m, t)) return m.make_bv_add(m.make_bv_number(1, width), t->args[0]);
   if (has_tag(m, t, SymbolTag::BV_SUB)) return m.make_bv_sub(t->args[1], t->args[0]);
   if (!has_tag(m, t, SymbolTag::BV_ADD)) return nullptr;
@@ -189,9 +188,6 @@ const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args) {
         }
       }
       return nullptr;
-    case SymbolTag::BV_UDIV:
-      return is_zero(m, args[1]) ? all_ones(m, width_of(m, args[0])) : nullptr;
-    case SymbolTag::BV_UREM:
     case SymbolTag::BV_SREM:
       return is_zero(m, args[1]) ? args[0] : nullptr;
     case SymbolTag::BV_SDIV:
