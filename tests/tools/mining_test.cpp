@@ -93,8 +93,7 @@ TEST_F(Mining, FindsRulesAmongAllTermsOfSomeOperators) {
   EXPECT_EQ(r.status, 0) << r.err;
   const std::string found = read("found.rules");
   // For each number of operators: all ways to group operands, and to name them.
-  EXPECT_TRUE(has(found, "# Found by quarv rules mine among 134 terms.\n\n# proved for widths 1-"))
-      << found;
+  EXPECT_TRUE(has(found, "# Found by quarv rules mine among 134 terms.\n\n# proved for widths 1-")) << found;
   EXPECT_TRUE(has(found, "rewrite(bvlshr(bvlshr(t1, t2), t1_0), identity(t1, t1_0)) >> 0")) << found;
   EXPECT_EQ(run("$quarv rules check found.rules --max-width 3 --assignments 1000").status, 0);
   EXPECT_EQ(run(command + "-j 3").out, found);

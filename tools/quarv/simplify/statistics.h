@@ -23,8 +23,8 @@ class Counter : public SimplificationObserver {
 
   std::uint64_t by_tag[SymbolTag::count] = {};
   std::map<std::string, std::uint64_t, std::less<>> by_quantifier;  ///< which have no tag of their own
-  std::map<std::size_t, std::uint64_t> by_rule;  ///< rules count from 0
-  std::vector<std::string> rule_labels;          ///< what they are called
+  std::map<std::size_t, std::uint64_t> by_rule;                     ///< rules count from 0
+  std::vector<std::string> rule_labels;                             ///< what they are called
 };
 
 /// What one run of the program did.
