@@ -16,7 +16,7 @@ usage: ./quarv.sh COMMAND
   help                       print this text
 
 Each command first installs the Debian packages that it needs and that are missing. So do the scripts for work on quarv
-in scripts/: format.sh, tidy.sh, docs.sh, fuzz.sh, proofs.sh, same-output.sh, ways.sh, bench.sh, compare.sh and
+in scripts/: format.sh, tidy.sh, docs.sh, fuzz.sh, threads.sh, proofs.sh, same-output.sh, ways.sh, bench.sh, compare.sh and
 performance.sh; each prints its usage with --help.
 HELP
 }
@@ -45,7 +45,6 @@ case $command in
     [[ -d /run/systemd/system ]] || need "${server_packages[@]}"
     run_tests release
     run_tests sanitize
-    run_tests tsan
     ;;
   packages)
     need "${build_packages[@]}" dpkg-dev python3-dev pybind11-dev
