@@ -8,24 +8,29 @@ namespace quarv::forms {
 
 Candidates::Candidates(const Question& q, const FreeNames& names) {
   const FormGraph& g = q.graph;
-  std::vector<bool> seen(g.num_classes());
+  std::vector<std::uint8_t> seen(g.num_classes());
+  std::vector<ClassId> pending;
   const auto visit = [&](ClassId c) {
     c = g.find(c);
-    if (seen[c] || names.is_endless(c)) return;
-    seen[c] = true;
-    classes_.push_back(c);
+    if (seen[c] != 0 || names.is_endless(c)) return;
+    seen[c] = 1;
+    pending.push_back(c);
   };
   for (ClassId c : q.roots) visit(c);
   std::size_t num_forms = 0;
-  for (std::size_t next = 0; next < classes_.size(); ++next) {
+  while (!pending.empty()) {
+    const ClassId c = pending.back();
+    pending.pop_back();
     std::size_t num_written = 0;
-    for (FormId f = g.first_form(classes_[next]); f != none; f = g.form(f).next) {
+    for (FormId f = g.first_form(c); f != none; f = g.form(f).next) {
       ++num_forms;
       if (f < q.num_written && ++num_written == 2) is_written_twice_ = true;
       for (ClassId child : g.children(g.form(f))) visit(child);
     }
   }
-  std::sort(classes_.begin(), classes_.end());
+  for (ClassId c = 0; c < seen.size(); ++c) {
+    if (seen[c] != 0) classes_.push_back(c);
+  }
   places_.assign(g.num_classes(), none);
   for (Place p = 0; p < classes_.size(); ++p) places_[classes_[p]] = p;
   for (ClassId c : q.roots) roots_.push_back(places_[g.find(c)]);

@@ -260,8 +260,10 @@ Choice choose(const Question& question) {
   Chooser chooser(candidates);
   Choice choice;
   const std::vector<CandidateId> written = candidates.as_written(true);
+  const std::vector<CandidateId> unchanged = candidates.as_written(false);
   std::vector<CandidateId> best;
   if (chooser.begin(written)) {
+    if (written == unchanged) choice.as_written = chooser.size();
     chooser.improve();
     choice.size = chooser.size();
     best = chooser.chosen();
@@ -276,7 +278,7 @@ Choice choose(const Question& question) {
     }
   }
   if (best.empty() && candidates.num_places() != 0) return {};
-  if (chooser.begin(candidates.as_written(false))) choice.as_written = chooser.size();
+  if (written != unchanged && chooser.begin(unchanged)) choice.as_written = chooser.size();
   choice.is_written_twice = candidates.is_written_twice();
   choice.form.assign(question.graph.num_classes(), none);
   for (Place p = 0; p < best.size(); ++p) choice.form[candidates.class_at(p)] = candidates[best[p]].form;

@@ -133,10 +133,15 @@ void FormGraph::grow() {
   }
 }
 
-ClassId FormGraph::add(HeadId head, std::span<const ClassId> children, const DataType* sort) {
+/// The classes that stand for these now.
+std::span<const ClassId> FormGraph::canonical(std::span<const ClassId> children) {
   canonical_.assign(children.begin(), children.end());
   for (ClassId& c : canonical_) c = find(c);
-  Entry& entry = slot(head, canonical_);
+  return canonical_;
+}
+
+ClassId FormGraph::add(HeadId head, std::span<const ClassId> children, const DataType* sort) {
+  Entry& entry = slot(head, canonical(children));
   if (entry.form != none) return find(forms_[entry.form].of);
   const ClassId c = new_class(sort);
   add_form(c, head, canonical_, entry);
@@ -144,18 +149,20 @@ ClassId FormGraph::add(HeadId head, std::span<const ClassId> children, const Dat
 }
 
 void FormGraph::add_to(ClassId c, HeadId head, std::span<const ClassId> children) {
-  canonical_.assign(children.begin(), children.end());
-  for (ClassId& child : canonical_) child = find(child);
-  Entry& entry = slot(head, canonical_);
+  Entry& entry = slot(head, canonical(children));
   if (entry.form != none) return merge(c, forms_[entry.form].of);
   add_form(find(c), head, canonical_, entry);
 }
 
-/// The first form of a class that has this head.
+/// The first form of a class that has this head, among the first few: a class of values may have thousands.
 FormId FormGraph::form_with(ClassId c, HeadId head) const noexcept {
+  constexpr int most_seen = 32;
   FormId f = first_form(c);
-  while (f != none && forms_[f].head != head) f = forms_[f].next;
-  return f;
+  for (int seen = 0; f != none; ++seen, f = forms_[f].next) {
+    if (forms_[f].head == head) return f;
+    if (seen == most_seen) return none;
+  }
+  return none;
 }
 
 std::vector<FormId> FormGraph::only_users(std::span<const ClassId> roots) const {
@@ -229,18 +236,23 @@ bool FormGraph::cancel_twice(HeadId head) {
   return merged;
 }
 
-/// Enters all forms anew; false when that has merged classes, so that it has to be done again.
+/// Enters forms anew whose children have been merged; false when that has merged classes, so that it has to
+/// be done again. Where such a form was, it is no longer found: the hash there is that of other children.
 bool FormGraph::close_once() {
-  std::fill(table_.begin(), table_.end(), Entry{});
-  num_entries_ = 0;
   bool merged = false;
   for (FormId f = 0; f < forms_.size(); ++f) {
     const std::span<ClassId> own(children_.data() + forms_[f].first_child, forms_[f].num_children);
-    for (ClassId& c : own) c = find(c);
+    bool is_new = false;
+    for (ClassId& c : own) {
+      if (classes_[c].parent == c) continue;
+      c = find(c);
+      is_new = true;
+    }
+    if (!is_new) continue;
     Entry& entry = slot(forms_[f].head, own);
     if (entry.form == none) {
       entry.form = f;
-      ++num_entries_;
+      if (2 * ++num_entries_ > table_.size()) grow();
     } else if (find(forms_[f].of) != find(forms_[entry.form].of)) {
       merge(forms_[f].of, forms_[entry.form].of);
       merged = merged || find(forms_[f].of) == find(forms_[entry.form].of);

@@ -119,6 +119,7 @@ class FormGraph {
   };
 
   Entry& slot(HeadId head, std::span<const ClassId> children) noexcept;
+  std::span<const ClassId> canonical(std::span<const ClassId> children);
   FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, Entry& slot);
   void grow();
   /// By class: the form that alone needs it; `none` where there are several, or roots.

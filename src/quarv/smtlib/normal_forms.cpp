@@ -27,7 +27,7 @@ NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
   if (is_new) {
     std::ostringstream text;
     text.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
-    OutputBuffer out(text);
+    OutputBuffer out(text, OutputBuffer::short_text);
     write_head(m_, s, out);
     out.flush();
     const bool declared = m_.get_tag(s) == SymbolTag::UF;
@@ -170,15 +170,17 @@ void NormalForms::constant(Node n) {
   if (value != nullptr && m_.is_bv_type(type)) {
     return form(g_.head(shortest_bits(*value, m_.get_width_from_type(type))), {});
   }
+  if (value == nullptr && m_.get_tag(t->symbol) == SymbolTag::UF) {
+    return form(g_.head(t->symbol, Reader::quoted(t->symbol->name)), {});
+  }
   std::ostringstream text;
   text.exceptions(std::ios::badbit);
-  OutputBuffer out(text);
+  OutputBuffer out(text, OutputBuffer::short_text);
   write_constant(m_, n, out);
   out.flush();
   const std::string s = std::move(text).str();
   if (s.starts_with("(fp ")) return float_literal(s, *value, type);
-  const bool declared = m_.get_tag(t->symbol) == SymbolTag::UF;
-  form(declared ? g_.head(t->symbol, s) : g_.head(s), {});
+  form(g_.head(s), {});
 }
 
 /// "(fp #b0 #x7f #b00000000000000000000000)", which consists of three literals; also "((_ to_fp 8 24)

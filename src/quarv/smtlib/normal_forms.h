@@ -57,6 +57,7 @@ class NormalForms {
     std::vector<Item> items;
     QNumber constant;
     bool real = false;
+    bool has_shared_links = false;  ///< that stayed whole
   };
   using Args = std::span<const ClassId>;
 
@@ -102,6 +103,7 @@ class NormalForms {
   bool collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const;
   static void settle(Sum& sum);
   void sum(Node n);
+  void with_negative_parts(const Sum& sum, bool real);
   void product(Node n);
   void quotient(const Term* t);
   ClassId dividend(const IntegerQuotient& q);

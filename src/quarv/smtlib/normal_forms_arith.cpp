@@ -9,27 +9,35 @@ namespace quarv::smtlib {
 
 namespace {
 
-std::string natural(const mpz_class& value, bool real) {
-  return value.get_str() + (real ? ".0" : "");
+std::string natural(const QNumber& value, bool real) {
+  return value.to_string() + (real ? ".0" : "");
+}
+
+QNumber numerator(const QNumber& value) {
+  return value.is_small() ? QNumber(value.small_num()) : QNumber(value.num(), mpz_class(1));
+}
+
+QNumber denominator(const QNumber& value) {
+  return value.is_small() ? QNumber(value.small_den()) : QNumber(value.den(), mpz_class(1));
 }
 
 }  // namespace
 
 /// A numeral or decimal; "(- n)" and "(/ p q)" where SMT-LIB has no literal.
 NormalForms::ClassId NormalForms::number(const QNumber& value, bool real) {
-  const auto [known, is_new] = numbers_[real ? 1 : 0].try_emplace(value, forms::none);
-  if (!is_new) return known->second;
-  const ClassId c = new_number(value, real);
-  return numbers_[real ? 1 : 0][value] = c;
+  // A node of the table stays where it is while others are added.
+  ClassId& known = numbers_[real ? 1 : 0].try_emplace(value, forms::none).first->second;
+  if (known == forms::none) known = new_number(value, real);
+  return known;
 }
 
 NormalForms::ClassId NormalForms::new_number(const QNumber& value, bool real) {
   const DataType* sort = real ? m_.rat_type : m_.int_type;
   if (value.sign() < 0) return app("-", {number(-value, real)}, sort);
-  if (value.is_integer()) return leaf(natural(value.num(), real), sort);
+  if (value.is_integer()) return leaf(natural(value, real), sort);
   const std::string text = decimal_text(value);
   if (!text.empty()) return leaf(text, sort);
-  return app("/", {leaf(natural(value.num(), true), sort), leaf(natural(value.den(), true), sort)}, sort);
+  return app("/", {number(numerator(value), true), number(denominator(value), true)}, sort);
 }
 
 /// The form in which `new_number` writes a number, among others that its class has: a literal where there is
@@ -44,7 +52,7 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
     const auto known = numbers.find(-value);
     return known != numbers.end() && g_.find(part) == g_.find(known->second);
   };
-  const auto is_literal_of = [&](ClassId part, const mpz_class& wanted) {
+  const auto is_literal_of = [&](ClassId part, const QNumber& wanted) {
     const forms::FormId first = g_.first_form(part);
     if (first == forms::none || g_.find(part) == g_.find(c) || !is_literal(g_.form(first))) return false;
     const std::string& text = g_.head_at(g_.form(first).head).text;
@@ -61,7 +69,7 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
     const auto parts = g_.children(form);
     const bool is_lowest = negative
                                ? is_magnitude(parts[0])
-                               : is_literal_of(parts[0], value.num()) && is_literal_of(parts[1], value.den());
+                               : is_literal_of(parts[0], numerator(value)) && is_literal_of(parts[1], denominator(value));
     if (is_lowest) quotient = f;
   }
   return quotient != forms::none ? quotient : g_.first_form(c);
@@ -71,8 +79,8 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
 NormalForms::ClassId NormalForms::multiple(const QNumber& positive, ClassId monomial, bool real) {
   const DataType* sort = real ? m_.rat_type : m_.int_type;
   if (positive == QNumber(1)) return monomial;
-  if (real && positive.num() == 1)
-    return app("/", {monomial, leaf(natural(positive.den(), true), sort)}, sort);
+  if (real && numerator(positive) == QNumber(1))
+    return app("/", {monomial, number(denominator(positive), real)}, sort);
   return app("*", {number(positive, real), monomial}, sort);
 }
 
@@ -118,10 +126,11 @@ bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_
       sum.constant += *value * part.factor;
       continue;
     }
-    const bool split = !part.whole || through_shared || !is_shared(part.node);
     if (through_shared && ++links > most_links_through) return false;
     const SymbolTag::tag tag = m_.get_tag(t->symbol);
-    if (split && tag == SymbolTag::PLUS) {
+    const bool is_whole = tag == SymbolTag::PLUS && part.whole && !through_shared && is_shared(part.node);
+    sum.has_shared_links = sum.has_shared_links || is_whole;
+    if (tag == SymbolTag::PLUS && !is_whole) {
       for (std::size_t i = m_.arity(t); i-- > 0;) {
         const DataType* wanted = part.node.as_real() ? m_.rat_type : m_.argument_type(t->symbol, i);
         pending.push_back({part.factor, node_for(m_, t->args[i], wanted), true});
@@ -158,40 +167,48 @@ void NormalForms::settle(Sum& sum) {
 
 void NormalForms::sum(Node n) {
   const bool real = n.as_real() || m_.type_of(n.term()) == m_.rat_type;
-  const DataType* sort = real ? m_.rat_type : m_.int_type;
   for (const bool through_shared : {false, true}) {
     Sum all;
     if (!collect(n, QNumber(1), all, through_shared)) continue;
     settle(all);
-    std::vector<ClassId> plus, minus, flat;
+    std::vector<ClassId> plus, minus;
     for (const Item& item : all.items) {
       const ClassId c = class_of(item.monomial);
       add_forms(c, item.monomial);
       const bool negative = item.coefficient.sign() < 0;
       const ClassId part = multiple(negative ? -item.coefficient : item.coefficient, c, real);
       (negative ? minus : plus).push_back(part);
-      flat.push_back(!negative                         ? part
-                     : item.coefficient == QNumber(-1) ? app("-", {c}, sort)
-                                                       : app("*", {number(item.coefficient, real), c}, sort));
     }
     if (!all.constant.is_zero()) {
       const bool negative = all.constant.sign() < 0;
       (negative ? minus : plus).push_back(number(negative ? -all.constant : all.constant, real));
-      flat.push_back(number(all.constant, real));
     }
-    if (flat.size() < 2) continue;
+    if (plus.size() + minus.size() < 2) continue;
     if (minus.empty()) {
       form(operator_head("+"), plus);
-      continue;
-    }
-    if (plus.empty()) {
+    } else if (plus.empty()) {
       form("-", {total(minus, real)});
     } else {
       form("-", {total(plus, real), total(minus, real)});
     }
-    form(operator_head("+"), flat);
-    if (!real) remainder(all);
+    if (!minus.empty()) with_negative_parts(all, real);
+    if (!minus.empty() && !real) remainder(all);
+    if (!all.has_shared_links) return;  // the second time would find the same
   }
+}
+
+/// "(+ (* 3 x) (* (- 2) y))": no smaller than a difference, but where the negative parts are needed elsewhere.
+void NormalForms::with_negative_parts(const Sum& sum, bool real) {
+  const DataType* sort = real ? m_.rat_type : m_.int_type;
+  std::vector<ClassId> parts;
+  for (const Item& item : sum.items) {
+    const ClassId c = class_of(item.monomial);
+    parts.push_back(item.coefficient == QNumber(-1)    ? app("-", {c}, sort)
+                    : item.coefficient.sign() < 0 ? app("*", {number(item.coefficient, real), c}, sort)
+                                                  : multiple(item.coefficient, c, real));
+  }
+  if (!sum.constant.is_zero()) parts.push_back(number(sum.constant, real));
+  form(operator_head("+"), parts);
 }
 
 void NormalForms::product(Node n) {
@@ -210,7 +227,7 @@ void NormalForms::product(Node n) {
     if (*factor == QNumber(-1)) return form("-", {c});
     form("*", {number(*factor, real), c});
     own_ = own;
-    if (real && factor->num() == 1) form("/", {c, number(QNumber(factor->den(), mpz_class(1)), real)});
+    if (real && numerator(*factor) == QNumber(1)) form("/", {c, number(denominator(*factor), real)});
     if (factor->sign() < 0) form("-", {multiple(-*factor, c, real)});
     return;
   }
@@ -303,10 +320,8 @@ void NormalForms::relation(SymbolTag::tag tag, bool negated, bool strict, ClassI
   }
   // not (l <= r) is r < l, not (l < r) is r <= l.
   const char* upwards = strict != negated ? "<" : "<=";
-  const char* downwards = strict != negated ? ">" : ">=";
   if (negated) std::swap(left, right);
   form(upwards, {left, right});
-  form(downwards, {right, left});
 }
 
 void NormalForms::comparison(const Term* t, bool negated) {
@@ -326,6 +341,7 @@ void NormalForms::comparison(const Term* t, bool negated) {
     if (all.items.size() > few_items && is_crowded(g_)) continue;
     settle(all);
     atom(all, tag, negated);
+    if (!all.has_shared_links) return;
   }
 }
 

@@ -44,11 +44,11 @@ void write_natural(const QNumber& value, OutputBuffer& out) {
   }
 }
 
-/// A bit-vector literal: hexadecimal when whole digits fill the width, else binary.
-void write_bits(const QNumber& value, std::size_t width, OutputBuffer& out) {
+/// A bit-vector literal: hexadecimal when whole digits fill the width, else binary. Calls `put` with its parts.
+void put_bits(const QNumber& value, std::size_t width, auto put) {
   const bool hexadecimal = width % 4 == 0;
   const std::size_t digits = hexadecimal ? width / 4 : width;
-  out.put(hexadecimal ? "#x" : "#b");
+  put(hexadecimal ? "#x" : "#b");
   if (value.is_small() && digits <= 64) {
     char text[64];
     auto v = static_cast<std::uint64_t>(value.small_num());
@@ -56,11 +56,15 @@ void write_bits(const QNumber& value, std::size_t width, OutputBuffer& out) {
       text[i] = hexadecimal ? "0123456789abcdef"[v & 15] : "01"[v & 1];
       v >>= hexadecimal ? 4 : 1;
     }
-    return out.put(std::string_view(text, digits));
+    return put(std::string_view(text, digits));
   }
   const std::string text = value.num().get_str(hexadecimal ? 16 : 2);
-  out.put(std::string(digits - text.size(), '0'));
-  out.put(text);
+  put(std::string(digits - text.size(), '0'));
+  put(text);
+}
+
+void write_bits(const QNumber& value, std::size_t width, OutputBuffer& out) {
+  put_bits(value, width, [&out](std::string_view part) { out.put(part); });
 }
 
 /// The digits after the point that a decimal of the value needs; none when there is no such decimal of
@@ -125,21 +129,34 @@ void write_float(const QNumber& bits, std::size_t ew, std::size_t mw, OutputBuff
 }  // namespace
 
 std::string digits_of_bits(const QNumber& value, std::size_t width) {
-  std::ostringstream text;
-  text.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
-  OutputBuffer out(text);
-  write_bits(value, width, out);
-  out.flush();
-  return std::move(text).str();
+  std::string text;
+  put_bits(value, width, [&text](std::string_view part) { text += part; });
+  return text;
 }
 
 std::string shortest_bits(const QNumber& value, std::size_t width) {
+  constexpr std::size_t shortest_numeral = std::string_view("(_ bv0 32)").size();
   std::string digits = digits_of_bits(value, width);
+  if (digits.size() <= shortest_numeral) return digits;
   std::string numeral = "(_ bv" + value.to_string() + ' ' + std::to_string(width) + ')';
   return numeral.size() < digits.size() ? numeral : digits;
 }
 
+namespace {
+
+/// Whether no decimal has the value, seen without a calculation on large numbers.
+bool is_quickly_no_decimal(const QNumber& value) {
+  if (!value.is_small()) return false;
+  long rest = value.small_den();
+  while (rest % 2 == 0) rest /= 2;
+  while (rest % 5 == 0) rest /= 5;
+  return rest != 1;
+}
+
+}  // namespace
+
 std::string decimal_text(const QNumber& value) {
+  if (is_quickly_no_decimal(value)) return {};
   const mpz_class denominator = value.den();
   const auto places = decimal_places(denominator);
   if (!places) return {};

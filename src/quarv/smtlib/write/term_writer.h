@@ -12,8 +12,13 @@ namespace quarv::smtlib {
 
 /// Text on its way to a stream, in large blocks.
 class OutputBuffer {
+  static constexpr std::size_t block = 1 << 16;
+
  public:
-  explicit OutputBuffer(std::ostream& out) : out_(out) { text_.reserve(block + 4096); }
+  static constexpr std::size_t short_text = 128;
+
+  /// With `room` for a text of this length to begin with.
+  explicit OutputBuffer(std::ostream& out, std::size_t room = block + 4096) : out_(out) { text_.reserve(room); }
 
   void put(char c) { text_ += c; }
   void put(std::string_view s) {
@@ -42,7 +47,6 @@ class OutputBuffer {
   std::size_t size() const noexcept { return flushed_ + text_.size(); }
 
  private:
-  static constexpr std::size_t block = 1 << 16;
   std::ostream& out_;
   std::string text_;
   std::size_t flushed_ = 0;
