@@ -83,6 +83,24 @@ TEST(Layout, BreaksLongLines) {
       "      ((p x y)))))\n");
 }
 
+// What was written on one line and has become a little smaller must not become longer by its indentation.
+TEST(Layout, IsNoLongerThanTheOriginalForIndentation) {
+  const std::string parts = "(p (q a b c) (q d e f) (q (r a b) (r c d) (r e f)))";
+  const std::string line = "(assert " + parts + ")";
+  const std::size_t room[] = {100, 12, 1, 0};
+  const std::string expected[] = {
+      "(assert\n  (p\n    (q a b c)\n    (q d e f)\n    (q (r a b) (r c d) (r e f))))\n",
+      "(assert (p (q a b c) (q d e f)\n  (q (r a b) (r c d) (r e f))))\n",
+      "(assert (p (q a b c) (q d e f)\n (q (r a b) (r c d) (r e f))))\n",
+      "(assert (p (q a b c) (q d e f)\n(q (r a b) (r c d) (r e f))))\n"};
+  for (std::size_t i = 0; i < std::size(room); ++i) {
+    const std::string original = "(assert (" + std::string(line.size() - 11 + room[i], 'p') + "))";
+    const std::string text = laid_out(original, line, 36);
+    EXPECT_EQ(text, expected[i]);
+    EXPECT_LE(text.size(), original.size() + 1);
+  }
+}
+
 TEST(Layout, IsLinear) {
   constexpr std::size_t depth = 200'000;
   std::string line = "(assert ";

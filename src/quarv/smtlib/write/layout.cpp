@@ -77,12 +77,12 @@ bool are_same(std::string_view a, std::string_view b) {
 
 /// Breaks a command's line. What fits on the rest of the line is written flat; of any other application, the
 /// compound arguments begin lines of their own, and the atoms fill lines. Deep inside, where lines would get
-/// short, compound arguments fill lines, too, and are indented no further: the layout is not much longer than
-/// the line.
+/// short, compound arguments fill lines, too, and are indented no further than `deepest` columns: the layout
+/// is not much longer than the line, and as long where `deepest` is 0.
 class LineBreaker {
  public:
-  LineBreaker(std::string_view line, std::size_t width, std::string& out)
-      : line_(line), width_(width), deepest_(std::min<std::size_t>(width / 3, 32)), out_(out) {}
+  LineBreaker(std::string_view line, std::size_t width, std::size_t deepest, std::string& out)
+      : line_(line), width_(width), deepest_(deepest), out_(out) {}
 
   void write() {
     find_ends();
@@ -353,14 +353,22 @@ class Layout {
       out_ += comment;
       out_ += '\n';
     }
-    write_broken(after.text);
+    write_broken(after.text, before.text.size());
   }
 
-  void write_broken(std::string_view command) {
+  /// In no more than `wanted` bytes where the command itself has no more: indentation must not make longer
+  /// what has been made smaller.
+  void write_broken(std::string_view command, std::size_t wanted = std::string::npos) {
     if (command.size() <= width_) {
       out_ += command;
-    } else {
-      LineBreaker(command, width_, out_).write();
+      return;
+    }
+    const std::size_t start = out_.size();
+    for (const std::size_t deepest : {std::min<std::size_t>(width_ / 3, 32), std::size_t{2}, std::size_t{1},
+                                      std::size_t{0}}) {
+      out_.resize(start);
+      LineBreaker(command, width_, deepest, out_).write();
+      if (command.size() > wanted || out_.size() - start <= wanted) return;
     }
   }
 
