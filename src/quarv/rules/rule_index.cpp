@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <numeric>
 
 #include <quarv/rules/rule_index.h>
 
@@ -53,13 +54,12 @@ std::unique_ptr<RuleIndex::Table> RuleIndex::make_table(std::span<const Entry> e
 
 void RuleIndex::build(std::span<const Entry> entries) {
   for (auto& table : tables_) table.reset();
-  std::vector<Entry> sorted(entries.begin(), entries.end());
-  std::ranges::stable_sort(sorted, {}, &Entry::applicant);
-  for (auto begin = sorted.begin(); begin != sorted.end();) {
-    const auto end = std::ranges::upper_bound(begin, sorted.end(), begin->applicant, {}, &Entry::applicant);
-    tables_[begin->applicant] = make_table({begin, end});
-    begin = end;
-  }
+  first_.fill(0);
+  for (const Entry& entry : entries) ++first_[entry.applicant + 1];
+  std::partial_sum(first_.begin(), first_.end(), first_.begin());
+  entries_.resize(entries.size());
+  std::array<std::uint32_t, SymbolTag::count + 1> next = first_;
+  for (const Entry& entry : entries) entries_[next[entry.applicant]++] = entry;
 }
 
 }  // namespace quarv::rules
