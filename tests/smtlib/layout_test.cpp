@@ -101,6 +101,32 @@ TEST(Layout, IsNoLongerThanTheOriginalForIndentation) {
   }
 }
 
+// Whatever the room, the tokens stay.
+TEST(Layout, KeepsAllTokens) {
+  std::string line = "(assert ";
+  for (int i = 0; i < 40; ++i) {
+    const std::string n = std::to_string(i % 7 == 0 ? i * 1000 : i);
+    line +=
+        "(let ((v" + n + " (f x" + n + " (g " + std::string(static_cast<std::size_t>(i % 5), 'y') + "y)))) ";
+  }
+  line += "v" + std::string(40, ')') + ")";
+  const auto tokens = [](std::string text) {
+    std::ranges::replace(text, '\n', ' ');
+    std::string all;
+    for (char c : text) {
+      if (c != ' ' || (!all.empty() && all.back() != ' ')) all += c;
+    }
+    return all;
+  };
+  for (std::size_t width = 10; width < 120; ++width) {
+    for (const std::size_t size :
+         {std::size_t{12}, line.size(), line.size() + 20, line.size() + 60, line.size() + 200}) {
+      const std::string text = laid_out("(assert (" + std::string(size - 11, 'p') + "))", line, width);
+      EXPECT_EQ(tokens(text), line + " ") << width << ' ' << size;
+    }
+  }
+}
+
 TEST(Layout, IsLinear) {
   constexpr std::size_t depth = 200'000;
   std::string line = "(assert ";

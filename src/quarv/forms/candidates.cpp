@@ -57,13 +57,22 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
       return q.is_value[g.find(child)] != 0 &&
              (children.size() > 2 || g.sort(child) == g.sort(child)->manager().bool_type);
     };
-    // A literal may consist of several.
-    const auto num_values = static_cast<std::uint32_t>(
-        children.empty() ? g.cost(f) - 1 : std::ranges::count_if(children, is_value));
-    candidates_.push_back(
-        {f, g.cost(f), static_cast<std::uint32_t>(parts_.size()), num_values, f < q.num_written, is_wanted});
+    const auto first_part = static_cast<std::uint32_t>(parts_.size());
     for (ClassId child : children) parts_.push_back(places_[g.find(child)]);
+    // A literal may consist of several.
+    auto num_idle = static_cast<std::uint32_t>(children.empty() ? g.cost(f) - 1
+                                                                : std::ranges::count_if(children, is_value));
+    if (g.head_at(g.form(f).head).is_idempotent) num_idle += num_repeated(first_part);
+    candidates_.push_back({f, g.cost(f), first_part, num_idle, f < q.num_written, is_wanted});
   }
+}
+
+/// How many of the parts from `first` on have been there before.
+std::uint32_t Candidates::num_repeated(std::uint32_t first) {
+  sorted_.assign(parts_.begin() + first, parts_.end());
+  std::ranges::sort(sorted_);
+  const auto rest = std::ranges::unique(sorted_);
+  return static_cast<std::uint32_t>(rest.size());
 }
 
 bool Candidates::is_literal(const Question& q, FormId f) const {

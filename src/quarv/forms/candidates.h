@@ -22,7 +22,7 @@ class Candidates {
     FormId form;
     std::uint32_t cost;        ///< nodes of a term that it counts as
     std::uint32_t first_part;  ///< in the list of parts
-    std::uint32_t num_values;  ///< how many of its parts are values
+    std::uint32_t num_idle;    ///< how many of its parts are values, or repeated, and say nothing
     bool is_written;           ///< the user wrote it so
     bool is_wanted;            ///< not a computation where the class is a value
   };
@@ -51,6 +51,7 @@ class Candidates {
  private:
   void add_forms(const Question& question, const FreeNames& names, ClassId c);
   bool is_literal(const Question& question, FormId f) const;
+  std::uint32_t num_repeated(std::uint32_t first);
 
   std::vector<ClassId> classes_;       // by place
   std::vector<Place> places_;          // by class
@@ -59,6 +60,7 @@ class Candidates {
   std::vector<Candidate> candidates_;  // and one that ends the list
   std::vector<Place> parts_;
   std::vector<Place> roots_;
+  std::vector<Place> sorted_;
   bool is_written_twice_ = false;
 };
 

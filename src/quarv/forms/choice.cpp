@@ -25,12 +25,12 @@ class Chooser {
   const std::vector<CandidateId>& chosen() const noexcept { return chosen_; }
 
  private:
-  /// What a form counts as: terms; of as many terms fewer operations; then fewer values: (and p q true) is
-  /// more than (and p q), though true may be needed elsewhere.
+  /// What a form counts as: terms; of as many terms fewer operations; then fewer parts that say nothing:
+  /// (and p q true) and (and p q p) are more than (and p q), though true may be needed elsewhere.
   std::uint64_t cost(CandidateId c) const noexcept {
     const Candidates::Candidate& own = candidates_[c];
     return (std::uint64_t{own.cost} << term_shift) + (std::uint64_t{is_operation(c)} << operation_shift) +
-           own.num_values;
+           own.num_idle;
   }
   bool is_operation(CandidateId c) const noexcept {
     return candidates_[c].cost > 1 || !candidates_.parts(c).empty();
@@ -244,7 +244,7 @@ Size Chooser::size() const {
     if (uses_[p] == 0) continue;
     size.terms += candidates_[chosen_[p]].cost;
     size.operations += is_operation(chosen_[p]) ? 1 : 0;
-    size.values += candidates_[chosen_[p]].num_values;
+    size.idle_parts += candidates_[chosen_[p]].num_idle;
   }
   return size;
 }

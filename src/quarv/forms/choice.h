@@ -30,7 +30,7 @@ struct Question {
 struct Size {
   std::uint64_t terms = ~std::uint64_t{0};       ///< by the costs of the forms; the largest number: unknown
   std::uint64_t operations = ~std::uint64_t{0};  ///< forms that consist of others
-  std::uint64_t values = ~std::uint64_t{0};      ///< how often forms consist of values
+  std::uint64_t idle_parts = ~std::uint64_t{0};  ///< how many parts of forms say nothing
 
   auto operator<=>(const Size&) const = default;
 };

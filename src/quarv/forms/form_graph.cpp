@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <unordered_set>
 
 #include <quarv/forms/form_graph.h>
 
@@ -23,6 +24,9 @@ constexpr std::string_view chains[] = {"=",     "<",     "<=",    ">",      ">="
                                        "bvule", "bvugt", "bvuge", "bvslt",  "bvsle", "bvsgt",
                                        "bvsge", "fp.eq", "fp.lt", "fp.leq", "fp.gt", "fp.geq"};
 
+/// Arguments of these may be left out where they are repeated.
+constexpr std::string_view idempotent[] = {"and", "or", "bvand", "bvor"};
+
 /// And these by nesting.
 constexpr std::string_view nested[] = {"-", "/", "div", "=>", "xor", "bvsub"};
 
@@ -34,6 +38,7 @@ HeadId FormGraph::head(std::string_view text, std::uint32_t cost) {
   if (is_new) {
     Head h{entry->first, nullptr, cost};
     h.is_chain = is_one_of(text, chains);
+    h.is_idempotent = is_one_of(text, idempotent);
     h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;
     heads_.push_back(std::move(h));
   }
@@ -206,6 +211,25 @@ bool FormGraph::flat_children(FormId f, const std::vector<FormId>* only_user,
   return flat.size() > forms_[f].num_children;
 }
 
+namespace {
+
+/// Keeps the first of equal ones; whether there were any.
+bool drop_repeated(std::vector<ClassId>& classes) {
+  std::vector<ClassId> sorted(classes);
+  std::ranges::sort(sorted);
+  if (std::ranges::adjacent_find(sorted) == sorted.end()) return false;
+  std::unordered_set<ClassId> seen;
+  std::erase_if(classes, [&seen](ClassId c) { return !seen.insert(c).second; });
+  return true;
+}
+
+}  // namespace
+
+void FormGraph::write_flat(ClassId c, HeadId head, std::vector<ClassId>& flat) {
+  if (heads_[head].is_idempotent) drop_repeated(flat);
+  if (flat.size() > 1) add_to(c, head, flat);
+}
+
 void FormGraph::flatten(std::span<const HeadId> heads, std::span<const ClassId> roots) {
   const std::vector<FormId> only_user = only_users(roots);
   const auto is_flat_head = [heads](HeadId h) { return std::ranges::find(heads, h) != heads.end(); };
@@ -215,11 +239,16 @@ void FormGraph::flatten(std::span<const HeadId> heads, std::span<const ClassId> 
     const HeadId head = forms_[f].head;
     if (!is_flat_head(head)) continue;
     const ClassId c = find(forms_[f].of);
+    if (heads_[head].is_idempotent && forms_[f].num_children > 2) {
+      const auto own = canonical(children(forms_[f]));
+      flat.assign(own.begin(), own.end());
+      if (drop_repeated(flat) && flat.size() > 1) add_to(c, head, flat);
+    }
     // A link of a longer chain is written down with that.
     const FormId user = c < only_user.size() ? only_user[c] : none;
     if (user != none && forms_[user].head == head) continue;
-    if (flat_children(f, &only_user, flat)) add_to(c, head, flat);
-    if (flat_children(f, nullptr, flat)) add_to(c, head, flat);
+    if (flat_children(f, &only_user, flat)) write_flat(c, head, flat);
+    if (flat_children(f, nullptr, flat)) write_flat(c, head, flat);
   }
 }
 

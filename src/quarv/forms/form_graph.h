@@ -26,6 +26,7 @@ struct Head {
   const Symbol* symbol;    ///< of declared functions, bound variables, quantifiers and annotations; else null
   std::uint32_t cost = 1;  ///< nodes of a term that it counts as, with up to two arguments
   bool is_chain = false;   ///< several arguments are compared pairwise: (= a b c)
+  bool is_idempotent = false;  ///< an argument given twice says nothing: (and p p q)
   std::uint32_t cost_of_more =
       0;  ///< for each further argument: what other programs make of it has more nodes
 };
@@ -98,7 +99,8 @@ class FormGraph {
   bool cancel_twice(HeadId head);
 
   /// Writes down the forms of associative operators without brackets, in the order of what they stand
-  /// between: with (f (f a b) c) also (f a b c). `roots` are needed by more than forms.
+  /// between: with (f (f a b) c) also (f a b c); and without what is said twice: with (and p q p) also (and p
+  /// q). `roots` are needed by more than forms.
   void flatten(std::span<const HeadId> heads, std::span<const ClassId> roots);
 
   /// Forms that have become the same by merging classes make their classes equal, and so on.
@@ -126,6 +128,7 @@ class FormGraph {
   std::vector<FormId> only_users(std::span<const ClassId> roots) const;
   FormId form_with(ClassId c, HeadId head) const noexcept;
   bool flat_children(FormId f, const std::vector<FormId>* only_user, std::vector<ClassId>& flat) const;
+  void write_flat(ClassId c, HeadId head, std::vector<ClassId>& flat);
   bool close_once();
 
   std::vector<Head> heads_;

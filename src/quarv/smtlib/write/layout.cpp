@@ -222,7 +222,8 @@ class LineBreaker {
     Lexer ahead = at_head;
     const bool lets_within = !open_.empty() && open_.back().kind == Kind::let &&
                              open_.back().num_parts == 2 && ahead.next().text == "let";
-    if (lets_within && o.column == open_.back().column + 2) {
+    const bool begins_line = out_.find_first_not_of(' ', line_start_) == std::string::npos;
+    if (lets_within && begins_line && o.column == open_.back().column + 2) {
       out_.resize(out_.size() - 2);
       o.column -= 2;
     }
