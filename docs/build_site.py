@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Builds the site of the documentation: the pages with mkdocs, the C++ interface with doxygen.
+"""Builds the site of the documentation: the pages with mkdocs, the C++ interface with doxygen, both in one frame (docs/site).
 
 usage: docs/build_site.py PROGRAM [FOLDER]
 
@@ -13,6 +13,14 @@ import subprocess
 import sys
 
 SOURCE = pathlib.Path(__file__).resolve().parent.parent
+sys.path.append(str(SOURCE / 'docs' / 'site'))
+import highlight  # noqa: E402
+import search_index  # noqa: E402
+
+# Pages that doxygen makes. While mkdocs works, empty ones stand in for them, so that links to them are not taken for mistakes.
+API_PAGES = ('index', 'annotated', 'namespaces', 'files', 'functions')
+# mkdocs puts a page around this, and what stands before and after it is the frame for doxygen.
+API_CONTENT = 'THE_PAGES_OF_THE_INTERFACE'
 
 
 def public_headers():
@@ -30,10 +38,27 @@ def public_headers():
 
 
 def api_pages(folder):
-    """Has doxygen write to `folder`/api."""
+    """Has doxygen write to `folder`/site/api, in the frame of the other pages. Returns the file of all names."""
+    frame = folder / 'site' / 'api' / 'frame.html'
+    before, _, after = frame.read_text(encoding='utf-8').partition(f'<p>{API_CONTENT}</p>')
+    frame.unlink()
+    before = before.replace('index.html">C++ interface', 'index.html" aria-current="page">C++ interface')
+    title = re.compile('<title>.*?</title>')
+    (folder / 'header.html').write_text(title.sub('<title>$title – quarv</title>', before), encoding='utf-8')
+    (folder / 'footer.html').write_text(after, encoding='utf-8')
+    tags = folder / 'names.xml'
     settings = (SOURCE / 'docs' / 'Doxyfile').read_text(encoding='utf-8')
-    settings += f'\nINPUT += {" ".join(public_headers())}\nOUTPUT_DIRECTORY = "{folder}"\n'
+    settings += (f'\nINPUT += {" ".join(public_headers())}\nOUTPUT_DIRECTORY = "{folder}/site"\nGENERATE_TAGFILE = "{tags}"\n'
+                 f'HTML_HEADER = "{folder}/header.html"\nHTML_FOOTER = "{folder}/footer.html"\n')
     subprocess.run(['doxygen', '-'], cwd=SOURCE, input=settings, text=True, check=True)
+    return tags
+
+
+def stand_in_for_api(pages):
+    (pages / 'api').mkdir()
+    for name in API_PAGES:
+        (pages / 'api' / f'{name}.html').touch()
+    (pages / 'api' / 'frame.md').write_text(API_CONTENT, encoding='utf-8')
 
 
 def check_offline(site):
@@ -59,11 +84,21 @@ def main(program, folder):
     page = subprocess.run([sys.executable, SOURCE / 'docs' / 'rules_page.py', program], text=True, capture_output=True,
                           check=True)
     (pages / 'rules.md').write_text(page.stdout, encoding='utf-8')
-    api_pages(pages)
+    stand_in_for_api(pages)
     shutil.copy(SOURCE / 'docs' / 'mkdocs.yml', folder)
+    shutil.copytree(SOURCE / 'docs' / 'site', folder / 'theme', ignore=shutil.ignore_patterns('*.py', '__pycache__'))
     subprocess.run(['mkdocs', 'build', '--strict', '--quiet'], cwd=folder, check=True)
+    site = folder / 'site'
+    tags = api_pages(folder)
+    made = sorted(site.glob('*.html'))
+    for page in made:
+        page.write_text(highlight.page(page.read_text(encoding='utf-8')), encoding='utf-8')
+    search_index.write(site, made, tags)
+    for left in ('header.html', 'footer.html'):
+        (folder / left).unlink()
     shutil.rmtree(pages)
-    check_offline(folder / 'site')
+    shutil.rmtree(folder / 'theme')
+    check_offline(site)
     return 0
 
 
