@@ -6,6 +6,9 @@ set(CPACK_PACKAGE_NAME quarv)
 set(CPACK_PACKAGE_VENDOR "the quarv developers")
 set(CPACK_PACKAGE_CONTACT "the quarv developers <quarv@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+# Where the project is to be found. Unless whoever makes the packages says more, that is what they hold themselves.
+set(QUARV_HOMEPAGE "file:///usr/share/doc/quarv/docs/index.md" CACHE STRING "The homepage that packages name")
+set(CPACK_DEBIAN_PACKAGE_HOMEPAGE ${QUARV_HOMEPAGE})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
@@ -51,9 +54,19 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${soname} ${same_version}, python3 (>= 
 set(CPACK_COMPONENT_PYTHON_DESCRIPTION "term simplification for SMT: Python package
  Terms with operators, simplification and SMT-LIB 2 scripts.")
 
+# Each package has licence and changelog; documentation and examples are in those of their readers.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/CHANGELOG.md)
+file(ARCHIVE_CREATE OUTPUT ${PROJECT_BINARY_DIR}/changelog.gz PATHS ${PROJECT_SOURCE_DIR}/CHANGELOG.md FORMAT raw
+     COMPRESSION GZip MTIME 0)
+set(doc ${CMAKE_INSTALL_DATADIR}/doc)
 foreach(component ${CPACK_COMPONENTS_ALL})
   string(TOUPPER ${component} key)
-  install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${key}_PACKAGE_NAME} RENAME copyright
-          COMPONENT ${component})
+  set(folder ${doc}/${CPACK_DEBIAN_${key}_PACKAGE_NAME})
+  install(FILES LICENSE DESTINATION ${folder} RENAME copyright COMPONENT ${component})
+  install(FILES ${PROJECT_BINARY_DIR}/changelog.gz DESTINATION ${folder} COMPONENT ${component})
 endforeach()
+install(FILES README.md SECURITY.md DESTINATION ${doc}/quarv COMPONENT program)
+install(DIRECTORY docs/ DESTINATION ${doc}/quarv/docs COMPONENT program FILES_MATCHING PATTERN "*.md" PATTERN site EXCLUDE)
+install(DIRECTORY examples DESTINATION ${doc}/libquarv-dev COMPONENT development PATTERN "*.py" EXCLUDE)
+install(FILES examples/python_terms.py DESTINATION ${doc}/python3-quarv/examples COMPONENT python)
 include(CPack)

@@ -21,6 +21,13 @@ for package in packages/*.deb; do
   dpkg-deb -x "$package" "$root"
   dpkg-deb -f "$package" Package
 done | sort >names
+for package in packages/*.deb; do
+  [[ $(dpkg-deb -f "$package" Homepage) == *://* ]] || fail "$package names no homepage"
+  [[ $(dpkg-deb -f "$package" Description) == *$'\n'* ]] || fail "$package does not describe itself"
+done
+while read -r name; do
+  gzip -dc "$root/usr/share/doc/$name/changelog.gz" | cmp - "$source_dir/CHANGELOG.md" || fail "$name has no changelog"
+done <names
 for name in libquarv-dev libquarv0 quarv; do grep -qx "$name" names || fail "there is no package $name"; done
 
 # What the libraries need and show.
@@ -36,6 +43,7 @@ done
 gzip -t "$root"/usr/share/man/man1/quarv.1.gz 2>/dev/null || [[ -s $root/usr/share/man/man1/quarv.1 ]] || fail "no manual page"
 [[ -s $root/usr/share/bash-completion/completions/quarv ]] || fail "no completion"
 "$root"/usr/bin/quarv --version >/dev/null
+for page in README.md docs/index.md docs/tutorial.md; do [[ -s $root/usr/share/doc/quarv/$page ]] || fail "there is no $page"; done
 
 # compare NAME PROGRAM...: what the example prints.
 compare() {
@@ -45,7 +53,8 @@ compare() {
   diff "$source_dir/examples/expected/$name.txt" <(LD_LIBRARY_PATH=$lib "$@" 2>&1) || fail "$name prints something else ($1)"
 }
 
-cmake -S "$source_dir/examples" -B by_cmake -G Ninja -DCMAKE_PREFIX_PATH="$root/usr" -DCMAKE_CXX_COMPILER="$cxx" \
+examples=$root/usr/share/doc/libquarv-dev/examples  # as they are packed
+cmake -S "$examples" -B by_cmake -G Ninja -DCMAKE_PREFIX_PATH="$root/usr" -DCMAKE_CXX_COMPILER="$cxx" \
   -DCMAKE_C_COMPILER="$cc" >cmake.log
 cmake --build by_cmake >>cmake.log || { cat cmake.log >&2; exit 1; }
 
@@ -53,7 +62,7 @@ export PKG_CONFIG_PATH=$lib/pkgconfig
 read -ra flags < <(pkg-config --cflags --libs quarv-smtlib)
 mkdir by_pkg_config
 has_z3=$(echo '#include <z3++.h>' | "$cxx" -x c++ -std=c++20 -E - >/dev/null 2>&1 && echo yes || true)
-for file in "$source_dir"/examples/*.cpp "$source_dir"/examples/*.c; do
+for file in "$examples"/*.cpp "$examples"/*.c; do
   name=$(basename "${file%.*}")
   libraries=()
   if grep -q '#include <z3++.h>' "$file"; then
@@ -68,5 +77,5 @@ done
 
 if grep -qx python3-quarv names; then
   export PYTHONPATH=$root/usr/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1
-  compare python_terms /usr/bin/python3 "$source_dir/examples/python_terms.py"
+  compare python_terms /usr/bin/python3 "$root/usr/share/doc/python3-quarv/examples/python_terms.py"
 fi
