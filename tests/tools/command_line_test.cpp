@@ -126,6 +126,22 @@ TEST_F(CommandLine, CompletesCommandsInTheShell) {
                             "explain in.smt2 --rule bvor-i"}) {
     EXPECT_EQ(completions(asked), "bvor-idempotent\n") << asked;
   }
+  EXPECT_EQ(completions("rules show bvxor-can"), "bvxor-cancel\n");  // an extended rule
+}
+
+TEST_F(CommandLine, CompletesCommandsInFish) {
+  if (run("command -v fish").status != 0) GTEST_SKIP() << "fish is not installed";
+  const auto completions = [this](const std::string& words) {
+    return run("PATH=$PWD/bin:$PATH fish --no-config -c \"source " QUARV_SOURCE_DIR
+               "/tools/quarv/share/quarv.fish; complete -C 'quarv " +
+               words + "'\" | sort")
+        .out;
+  };
+  run("mkdir -p bin; ln -sf $quarv bin/quarv");
+  EXPECT_EQ(run("PATH=$PWD/bin:$PATH quarv --version >/dev/null").status, 0);
+  EXPECT_EQ(completions("rules "), "check\nlist\nmine\nshow\n");
+  EXPECT_EQ(completions("certify --solver c"), "cvc5\n");
+  EXPECT_EQ(completions("rules show bvxor-can"), "bvxor-cancel\n");
 }
 
 TEST_F(CommandLine, EndsAsFiltersDoWhenTheReaderLeaves) {

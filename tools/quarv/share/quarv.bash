@@ -17,8 +17,8 @@ _quarv() {
     mapfile -t COMPREPLY < <(compgen -W "z3 cvc5" -- "$current")
   elif [[ $previous == --disable-rule || $previous == --why-not || $previous == --rule ||
           ${command[*]} == "rules show" && $current != -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W "$("${COMP_WORDS[0]}" rules list 2>/dev/null |
-      sed -n 's/.* \([a-z0-9-]*\): rewrite(.*/\1/p')" -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W "$({ "${COMP_WORDS[0]}" rules list; "${COMP_WORDS[0]}" rules list --extended; } 2>/dev/null |
+      sed -n 's/.* \([a-z0-9-]*\): [a-z]*(.*) >> .*/\1/p')" -- "$current")
   elif [[ $previous == --* && $choices ]]; then
     mapfile -t COMPREPLY < <(compgen -W "${choices//|/ }" -- "$current")
   elif [[ $current == -* ]]; then

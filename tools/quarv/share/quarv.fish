@@ -26,7 +26,10 @@ function __quarv_candidates
   else if contains -- $previous --disable-rule --why-not --rule; or begin
       test "$command" = 'rules show'; and not string match -q -- '-*' $current
     end
-    $program rules list 2>/dev/null | sed -n 's/.* \([a-z0-9-]*\): rewrite(.*/\1/p'
+    begin
+      $program rules list
+      $program rules list --extended
+    end 2>/dev/null | sed -n 's/.* \([a-z0-9-]*\): [a-z]*(.*) >> .*/\1/p'
   else if test (count $choices) -ne 0
     printf '%s\n' $choices
   else if string match -q -- '-*' $current

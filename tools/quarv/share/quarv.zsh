@@ -21,7 +21,8 @@ _quarv() {
   if [[ $previous == --solver ]]; then
     compadd -- z3 cvc5
   elif [[ $previous == (--disable-rule|--why-not|--rule) || ( "$command" == "rules show" && $current != -* ) ]]; then
-    compadd -- ${(f)"$($program rules list 2>/dev/null | sed -n 's/.* \([a-z0-9-]*\): rewrite(.*/\1/p')"}
+    compadd -- ${(f)"$({ $program rules list; $program rules list --extended } 2>/dev/null |
+      sed -n 's/.* \([a-z0-9-]*\): [a-z]*(.*) >> .*/\1/p')"}
   elif (( $#candidates )); then
     compadd -- $candidates
   elif [[ $current == -* ]]; then
