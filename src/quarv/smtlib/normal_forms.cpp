@@ -26,7 +26,6 @@ NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
   const auto [entry, is_new] = heads_.try_emplace(s, none);
   if (is_new) {
     std::ostringstream text;
-    text.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
     OutputBuffer out(text, OutputBuffer::short_text);
     write_head(m_, s, out);
     out.flush();
@@ -174,7 +173,6 @@ void NormalForms::constant(Node n) {
     return form(g_.head(t->symbol, Reader::quoted(t->symbol->name)), {});
   }
   std::ostringstream text;
-  text.exceptions(std::ios::badbit);
   OutputBuffer out(text, OutputBuffer::short_text);
   write_constant(m_, n, out);
   out.flush();

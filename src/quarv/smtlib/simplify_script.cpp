@@ -15,6 +15,7 @@
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/smtlib/written_size.h>
+#include <quarv/util/write_text.h>
 
 namespace quarv::smtlib {
 
@@ -109,9 +110,9 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   const auto finish = [&](std::string_view result) {
     if (has_outgrown(result, input, options)) result = input;
     if (options.width == 0) {
-      out << result;
+      write_text(out, result);
     } else {
-      out << laid_out(input, result, options.width);
+      write_text(out, laid_out(input, result, options.width));
     }
     if (options.trace != nullptr) trace_output(input, result, file, options);
     return report;
@@ -138,7 +139,6 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
     std::ostringstream printed;
-    printed.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
     std::unique_ptr<ChosenScript> chosen;
     if (written) {
       session.simplifier().set_observer(nullptr);
@@ -171,7 +171,6 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
 std::string smallest_text(const TermManager& manager, std::span<const Term* const> formulas,
                           const SimplifyOptions& options) {
   std::ostringstream out;
-  out.exceptions(std::ios::badbit);
   simplify_script(script_text(manager, formulas), "formulas", out, options);
   return std::move(out).str();
 }

@@ -93,6 +93,7 @@ void explain_mismatch(std::string_view context, const std::string& name, const s
   out << head << rule.text << '\n';
   const std::vector<rules::Rule> orders = rules::orders_of(rule);
   std::ostringstream failures;
+  failures.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
   for (std::size_t i = 0; i < orders.size(); ++i) {
     RuleMatch match(trace, orders[i]);
     const auto mismatch = match.mismatch(trace.term(given.name()), given.name());

@@ -9,6 +9,7 @@
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/term_writer.h>
 #include <quarv/term/operators.h>
+#include <quarv/util/write_text.h>
 
 namespace quarv::smtlib {
 
@@ -19,7 +20,7 @@ void OutputBuffer::put(std::uint64_t n) {
 }
 
 void OutputBuffer::flush() {
-  out_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
+  write_text(out_, text_);
   flushed_ += text_.size();
   text_.clear();
   if (!out_) throw std::runtime_error("writing failed");
