@@ -52,6 +52,10 @@ void bind_errors(py::module_& m) {
       PyErr_SetString(bounds_error.ptr(), e.what());
     } catch (const std::invalid_argument& e) {
       PyErr_SetString(error.ptr(), e.what());
+    } catch (const MemoryLimitReached& e) {
+      PyErr_SetString(PyExc_MemoryError, e.what());
+    } catch (const std::bad_alloc&) {
+      PyErr_SetString(PyExc_MemoryError, "out of memory");
     }
   });
 }

@@ -72,7 +72,7 @@ def test_memory_can_be_limited():
     x, y = m.bv("x", 8), m.bv("y", 8)
     m.limit_memory(sum(m.memory().values()) + 500_000)
     t = x
-    with pytest.raises(MemoryError):
+    with pytest.raises(MemoryError, match="^the limit on memory is reached$"):
         for _ in range(1_000_000):
             t = (t ^ y) * x
     m.limit_memory(None)
