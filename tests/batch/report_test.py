@@ -124,6 +124,9 @@ def test(folder, quarv):
         assert not browser.faults(), browser.faults()
         check_page(browser, folder / 'script.html')
         assert browser.evaluate('document.querySelectorAll("mark").length') > 0
+        # What steps lead to, which may be larger than what the file becomes.
+        assert 'in the normal form (−' in browser.evaluate('document.querySelector(".example div").textContent')
+        assert browser.evaluate('count(-1234)') == '−1,234'  # of terms that a rule saves
         check_looks(browser, 'script')
         assert not browser.faults(), browser.faults()
 
