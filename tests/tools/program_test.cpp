@@ -197,6 +197,20 @@ TEST_F(Program, ReportsLackOfMemoryInOneLine) {
   EXPECT_EQ(read("out.smt2"), "old\n");
   EXPECT_EQ(num_files(), 2u);
 }
+
+// Each of the numerals, which are short, becomes a literal of its width, and the text would have 400 MB.
+TEST_F(Program, PrintsNothingThatIsMuchTooLong) {
+  constexpr int levels = 2000;
+  constexpr int width = 1024;
+  std::string text = "(declare-const x (_ BitVec 1024))\n(assert (= x ((_ extract 1023 0) ";
+  for (int i = 0; i < levels; ++i) text += "(bvadd (concat x ";
+  text += 'x';
+  for (int i = 1; i <= levels; ++i) text += ") (_ bv1 " + std::to_string(width * (i + 1)) + "))";
+  text += ")))\n";
+  const Result r = run("ulimit -v 100000; $quarv simplify --canonical", text);
+  EXPECT_EQ(r.err, "");
+  EXPECT_EQ(r.out, text);
+}
 #endif
 
 TEST_F(Program, LeavesNothingBehindWhenItIsKilled) {

@@ -11,6 +11,7 @@
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/smallest_script.h>
 #include <quarv/smtlib/trace.h>
+#include <quarv/smtlib/write/bounded_text.h>
 #include <quarv/smtlib/write/layout.h>
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/smtlib/written_forms.h>
@@ -87,10 +88,16 @@ bool is_smaller(const ChosenScript& chosen, std::string_view now, std::string_vi
 /// Names are not given to literals, so a long one that many commands share can be written many times over.
 /// What would become more than twice as long stays as it was. Without definitions the user asked for a longer
 /// text.
-bool has_outgrown(std::string_view output, std::string_view input, const SimplifyOptions& options) {
+std::size_t longest_output(std::string_view input, const SimplifyOptions& options) {
   constexpr std::size_t small = 4096;
-  return options.simplify && options.sharing == Sharing::automatic &&
-         output.size() > 2 * input.size() + small;
+  const bool is_limited = options.simplify && options.sharing == Sharing::automatic;
+  return is_limited ? 2 * input.size() + small : std::string::npos;
+}
+
+/// How long the text of a round may become. What is much too long is not printed to its end, so that memory
+/// stays linear in the input; what is a little too long may become shorter in a later round.
+std::size_t longest_round(std::size_t longest_output) {
+  return longest_output == std::string::npos ? longest_output : 4 * longest_output;
 }
 
 }  // namespace
@@ -106,9 +113,10 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   constexpr std::size_t small_text = 256 << 10;
   SimplifyReport report;
   const std::string_view input = text;
+  const std::size_t longest = longest_output(input, options);
   std::string previous;
   const auto finish = [&](std::string_view result) {
-    if (has_outgrown(result, input, options)) result = input;
+    if (result.size() > longest) result = input;
     if (options.width == 0) {
       write_text(out, result);
     } else {
@@ -138,18 +146,22 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     if (!shrinks && report.rounds != 1) forget_own_definitions(script, largest_of_user);
     report.read_seconds += seconds_since(start);
     const auto read = std::chrono::steady_clock::now();
-    std::ostringstream printed;
+    BoundedText printed(longest_round(longest));
     std::unique_ptr<ChosenScript> chosen;
     if (written) {
       session.simplifier().set_observer(nullptr);
       chosen = choose_smallest(session.manager(), *written, script,
                                [&session](const Term* t) { return session.normalize(t); });
     }
-    const PrintResult result = chosen != nullptr
-                                   ? print(*chosen->manager, chosen->script, printed, options.sharing)
-                                   : print(session.manager(), script, printed, options.sharing);
+    PrintResult result;
+    try {
+      result = chosen != nullptr ? print(*chosen->manager, chosen->script, printed.stream(), options.sharing)
+                                 : print(session.manager(), script, printed.stream(), options.sharing);
+    } catch (const BoundedText::TooLong&) {
+      return finish(input);
+    }
     report.print_seconds += seconds_since(read);
-    std::string now = std::move(printed).str();
+    std::string now = std::move(printed).take();
     const bool trusted = result.stable && now.size() > small_text && options.sharing != Sharing::none;
     shrinks = shrinks && chosen != nullptr;
     if (shrinks) {
