@@ -242,6 +242,16 @@ TEST(Reader, DeepTermsNeedNoStack) {
   EXPECT_EQ(error_of(text), "no error");
 }
 
+TEST(Reader, DeepAnnotationsNeedNoStack) {
+  constexpr int depth = 300'000;
+  std::string text = "(declare-const p Bool)(assert ";
+  for (int i = 0; i < depth; ++i) text += "(! ";
+  text += 'p';
+  for (int i = 0; i < depth; ++i) text += i % 2 == 0 ? " :a b)" : " :no-pattern p :pattern (p))";
+  text += ')';
+  EXPECT_EQ(error_of(text), "no error");
+}
+
 TEST(Reader, ParametersOfSortsAreNoSorts) {
   EXPECT_EQ(error_of("(declare-sort %0 0)(define-sort P (X) (Array X %0))(declare-const a (P Int))"
                      "(declare-const b (Array Int %0))(assert (= a b))"),

@@ -61,7 +61,6 @@ void Reader::finish_pattern() {
   attributes_.back().back().num_terms = values_.size() - frame.first;
   if (values_.size() == frame.first) fail(frame.start, "a pattern needs a term");
   frame.kind = Frame::annotation_body;
-  attributes();
 }
 
 /// A term of sort Int that was written as a Real keeps the name of a Real: texts that stay as they are say

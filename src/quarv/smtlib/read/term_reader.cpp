@@ -31,7 +31,16 @@ bool is_quantifier_over(const TermManager& m, const Term* t, const std::vector<c
 // `bindings_`.
 
 const Term* Reader::read_term() {
+  // An annotation whose term is complete goes on with its attributes; its end may complete another's term.
+  const auto is_at_attributes = [this] {
+    return !frames_.empty() && frames_.back().kind == Frame::annotation_body &&
+           values_.size() != frames_.back().first_value;
+  };
   do {
+    if (is_at_attributes()) {
+      attributes();
+      continue;
+    }
     const Token t = next();
     if (t.kind == TokenKind::left_parenthesis) {
       open_parenthesis(t);
@@ -80,8 +89,6 @@ void Reader::push_value(const Term* t, FormClass form, bool real) {
   if (frames_.empty()) return;
   if (frames_.back().kind == Frame::let_value) {
     let_binding();
-  } else if (frames_.back().kind == Frame::annotation_body) {
-    attributes();
   } else if (frames_.back().kind == Frame::annotation_no_pattern) {
     finish_pattern();
   }
