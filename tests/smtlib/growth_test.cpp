@@ -113,6 +113,24 @@ TEST(GrowthTest, ComparisonsOfPrefixSumsStayAsWritten) {
   expect_no_growth(text);
 }
 
+/// The rounds that a deep term takes, of which each takes off a few levels.
+std::size_t rounds_beside(const std::string& inert) {
+  constexpr int levels = 600;
+  std::string text =
+      "(set-info :source |" + inert + "|)(declare-const x (_ BitVec 8))(assert (= x ((_ extract 7 0) ";
+  for (int i = 0; i < levels; ++i) text += "(bvadd (concat x ";
+  text += 'x';
+  for (int i = 1; i <= levels; ++i) text += ") (_ bv1 " + std::to_string(8 * (i + 1)) + "))";
+  std::ostringstream out;
+  return simplify_script(text + ")))", "in.smt2", out).rounds;
+}
+
+TEST(GrowthTest, RoundsAreFewerWhereTheyCostMore) {
+  constexpr std::size_t fewest = 8;
+  EXPECT_GT(rounds_beside(""), fewest);
+  EXPECT_EQ(rounds_beside(std::string(2 << 20, 'a')), fewest);
+}
+
 /// The terms that reading takes.
 std::size_t terms_read(const std::string& text, bool library_semantics = false) {
   Session session({.library_semantics = library_semantics});

@@ -232,6 +232,22 @@ TEST(Reader, Messages) {
   EXPECT_EQ(error_of(bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:87: error: p");
 }
 
+TEST(Reader, MessagesHaveOneLineOfLimitedLength) {
+  EXPECT_EQ(error_of("(assert |a\nb\x1B[0m|)"), "in.smt2:1:9: error: unknown symbol a b [0m");
+  std::string name(1000, 'a');
+  name.back() = 'z';
+  const std::string message = error_of("(assert " + name + ")");
+  EXPECT_LT(message.size(), 500u);
+  EXPECT_TRUE(message.starts_with("in.smt2:1:9: error: unknown symbol aaaa")) << message;
+  EXPECT_TRUE(message.ends_with("aaaz")) << message;
+  // No character is cut in two.
+  std::string wide;
+  for (int i = 0; i < 400; ++i) wide += "\xE2\x82\xAC";
+  std::string shown = error_of("(assert |" + wide + "|)").substr(34);
+  for (std::size_t at; (at = shown.find("\xE2\x82\xAC")) != std::string::npos;) shown.erase(at, 3);
+  EXPECT_EQ(shown, " ...");
+}
+
 TEST(Reader, DeepTermsNeedNoStack) {
   constexpr int depth = 1'000'000;
   std::string text = "(declare-fun f (Int) Int)(declare-const x Int)(assert (= x ";

@@ -415,6 +415,20 @@ TEST_F(Replay, SurvivesWhatIsNoTrace) {
   EXPECT_EQ(run("$quarv replay -", odd).status, 1);
 }
 
+TEST_F(Replay, ComputesNoPowersWithoutLimit) {
+  std::string text =
+      "{\"trace\":\"quarv\",\"version\":1}\n{\"sort\":0,\"name\":\"Int\"}\n"
+      "{\"term\":1,\"value\":\"7\",\"sort\":0}\n";
+  for (int i = 2; i < 100; ++i) {
+    const std::string square = std::to_string(i - 1) + ',' + std::to_string(i - 1);
+    text += "{\"term\":" + std::to_string(i) + R"(,"op":"*","sort":0,"args":[)" + square + "]}\n";
+  }
+  text += R"({"step":1,"assertion":1,"simplifier":"*","op":"*","sort":0,"args":[99,99],"after":1})";
+  const Result r = run("$quarv replay -", text + '\n');
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find("1 not justified"), std::string::npos) << r.out << r.err;
+}
+
 /// A layer's own: products of integers that were over reals, from a script that mixes both.
 TEST_F(Replay, KnowsSumsThatCameToBeOverIntegers) {
   const std::string mixed = R"((declare-const i Int)(declare-const r Real)(declare-const v (_ BitVec 4))

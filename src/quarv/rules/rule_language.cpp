@@ -4,14 +4,15 @@
 
 #include <quarv/rules/rule_language.h>
 #include <quarv/term/operators.h>
+#include <quarv/util/one_line.h>
 
 namespace quarv::rules {
 
 RuleError::RuleError(std::size_t line, std::size_t column, const std::string& reason)
-    : std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": " + reason),
+    : std::runtime_error(std::to_string(line) + ":" + std::to_string(column) + ": " + in_one_line(reason)),
       line_(line),
       column_(column),
-      reason_(reason) {}
+      reason_(in_one_line(reason)) {}
 
 namespace {
 

@@ -85,6 +85,13 @@ bool is_smaller(const ChosenScript& chosen, std::string_view now, std::string_vi
          std::tuple(written_size(text, file, lenient), text.size());
 }
 
+/// How many rounds may make a script smaller. Nearly all end after two or three; one that takes a few levels
+/// off a deep term each time must not do so all day.
+std::size_t most_shrinking_rounds(std::string_view text) {
+  constexpr std::size_t most_bytes = 8 << 20;  // read in all rounds together
+  return std::clamp<std::size_t>(most_bytes / (text.size() + 1), 8, 64);
+}
+
 /// Names are not given to literals, so a long one that many commands share can be written many times over.
 /// What would become more than twice as long stays as it was. Without definitions the user asked for a longer
 /// text.
@@ -109,7 +116,6 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   // every such case, as long as it names what is shared; where it does not, or where it costs next to
   // nothing, the text is read again in any case.
   constexpr std::size_t most_rounds = 8;
-  constexpr std::size_t most_shrinking_rounds = 64;  // each makes the script smaller
   constexpr std::size_t small_text = 256 << 10;
   SimplifyReport report;
   const std::string_view input = text;
@@ -171,7 +177,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
       if (report.rounds == 1 && !(chosen->size < chosen->as_written)) text = lines = on_lines(text, script);
       const bool better = is_smaller(*chosen, now, text, file, options.lenient);
       if (!better) now = text;
-      if (!better || report.rounds == most_shrinking_rounds) return finish(now);
+      if (!better || report.rounds >= most_shrinking_rounds(text)) return finish(now);
     }
     const bool settled = trusted || now == previous;
     if (!shrinks && (settled || report.rounds == most_rounds)) return finish(now);

@@ -9,12 +9,18 @@ namespace quarv::cli {
 namespace {
 
 constexpr std::size_t most_summands = 64, most_factors = 8, longest_sum = 200;
+// A product of more stays one: squares of squares of a number would take all memory.
+constexpr std::size_t most_bits = std::size_t{1} << 20;
 const std::string natural_key = "natural number";
 
 mpz_class floor_of(const mpq_class& q) {
   mpz_class z;
   mpz_fdiv_q(z.get_mpz_t(), q.get_num_mpz_t(), q.get_den_mpz_t());
   return z;
+}
+
+std::size_t num_bits(const mpq_class& q) {
+  return mpz_sizeinbase(q.get_num_mpz_t(), 2) + mpz_sizeinbase(q.get_den_mpz_t(), 2);
 }
 
 }  // namespace
@@ -120,7 +126,13 @@ std::optional<TermValues::Value> TermValues::number(const Expression& e) {
 TermValues::Value TermValues::product(const Sum& a, const Sum& b) {
   Sum sum;
   const auto size = [](const Sum& s) { return s.coefficients.size() + (s.constant != 0 ? 1 : 0); };
-  const bool small = size(a) * size(b) <= most_summands || a.coefficients.empty() || b.coefficients.empty();
+  const auto bits = [](const Sum& s) {
+    std::size_t most = num_bits(s.constant);
+    for (const auto& [x, c] : s.coefficients) most = std::max(most, num_bits(c));
+    return most;
+  };
+  const bool few = size(a) * size(b) <= most_summands || a.coefficients.empty() || b.coefficients.empty();
+  const bool small = few && bits(a) + bits(b) <= most_bits;
   if (!small) {
     add(sum, {{{factors(number(a), number(b)), 1}}, 0}, 1);
     return number(sum);

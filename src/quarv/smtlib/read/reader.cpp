@@ -4,6 +4,7 @@
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/util/byte_order_mark.h>
+#include <quarv/util/one_line.h>
 
 namespace quarv::smtlib {
 
@@ -89,10 +90,7 @@ void Reader::fail(const char* where, const std::string& message) {
 
 void Reader::fail(const char* where, const std::string& message, const char* shown) {
   const SourcePlace place = place_of(where);
-  std::string one_line = message;
-  std::replace_if(
-      one_line.begin(), one_line.end(), [](unsigned char c) { return c < 32; }, ' ');
-  throw InputError(file_, place.line, place.column, one_line,
+  throw InputError(file_, place.line, place.column, in_one_line(message),
                    source_excerpt(input_, static_cast<std::size_t>(shown - input_.data())));
 }
 
@@ -137,7 +135,7 @@ const char* Reader::innermost_parenthesis(const char* where) const {
 void Reader::check_expression(std::string_view text, const std::string& file) {
   const auto fail = [&](const char* where, const std::string& message, const char* shown) {
     const SourcePlace place = place_in(text, static_cast<std::size_t>(where - text.data()));
-    throw InputError(file, place.line, place.column, message,
+    throw InputError(file, place.line, place.column, in_one_line(message),
                      source_excerpt(text, static_cast<std::size_t>(shown - text.data())));
   };
   std::vector<const char*> open;
