@@ -30,6 +30,7 @@ DIGESTS = {
     "bv-deep": "776d70dae822c848",
     "let-deep": "0faad28707897645",
     "path-conditions": "80beef2d7405df42",
+    "compiled-code": "9c29679ae859dabc",
 }
 
 
