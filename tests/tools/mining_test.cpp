@@ -219,4 +219,19 @@ TEST_F(Mining, CountsUses) {
   EXPECT_EQ(none.err, "quarv: error: there is no script that can be read\n");
 }
 
+TEST_F(Mining, FindsRulesAboutChoices) {
+  // Both factors, whichever comes first.
+  fs::create_directory(path("choices"));
+  for (const int width : {8, 16, 24}) {
+    const std::string sort = "(_ BitVec " + std::to_string(width) + ")";
+    write("choices/" + std::to_string(width) + ".smt2",
+          "(declare-const a " + sort + ")(declare-const b " + sort + ")(declare-const p Bool)\n" +
+              "(assert (bvult (bvmul (ite p a b) (ite p b a)) a))\n");
+  }
+  const Result r = run("$quarv rules mine choices --size 3 -j 1");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has(r.out, "rewrite(bvmul(ite(t1, t2, t3), ite(t1_0, t3_0, t2_0)), ")) << r.out;
+  EXPECT_TRUE(has(r.out, ") >> bvmul(t2, t3)\n")) << r.out;
+}
+
 }  // namespace

@@ -385,6 +385,12 @@ std::optional<std::size_t> width_of_application(const Operator& op,
     case Shape::extend:
       return parameters[0] <= most ? std::optional(widths[0] + parameters[0]) : std::nullopt;
     case Shape::mixed:
+      if (op.tag == SymbolTag::TERM_ITE && widths.size() == 3) {
+        return widths[0] == 0 && widths[1] == widths[2] ? std::optional(widths[1]) : std::nullopt;
+      }
+      if (op.tag == SymbolTag::AND || op.tag == SymbolTag::OR || op.tag == SymbolTag::IFF) {
+        return equal && widths[0] == 0 ? std::optional<std::size_t>(0) : std::nullopt;
+      }
       break;  // sorts tell
   }
   return std::nullopt;

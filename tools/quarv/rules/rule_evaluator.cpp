@@ -175,8 +175,8 @@ class InstanceEvaluation {
       stated.push_back(stated_value(position));
       if (stated.back() && *stated.back() >= power(width(position))) is_possible_ = false;
       if (stated.back()) continue;
-      free_widths.push_back(width(position));
-      bits += width(position);
+      free_widths.push_back(std::max<std::size_t>(1, width(position)));  // a truth value has one bit
+      bits += free_widths.back();
     }
     constexpr std::size_t word = 20;
     const bool all = bits <= word && (std::size_t{1} << bits) <= most;

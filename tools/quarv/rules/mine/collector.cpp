@@ -22,11 +22,24 @@ constexpr std::size_t usual_width = 8;  // of terms of which all parts have one 
 constexpr std::size_t most_samples = 1 << 20;
 constexpr std::size_t most_leaves = 6;
 
+/// On bit-vectors, or a choice between such; truth values are joined inside conditions.
+bool is_minable(const rules::Operator& op) {
+  switch (op.tag) {
+    case SymbolTag::AND:
+    case SymbolTag::OR:
+    case SymbolTag::NOT:
+    case SymbolTag::TERM_ITE:
+      return true;
+    default:
+      return op.shape != rules::Shape::mixed && op.shape != rules::Shape::negation;
+  }
+}
+
 const rules::Operator* operator_of(SymbolTag::tag tag) {
   static const auto table = [] {
     std::vector<const rules::Operator*> by_tag(SymbolTag::count);
     for (const rules::Operator& op : rules::operators()) {
-      if (op.shape != rules::Shape::negation) by_tag[op.tag] = &op;
+      if (by_tag[op.tag] == nullptr && is_minable(op)) by_tag[op.tag] = &op;
     }
     return by_tag;
   }();
@@ -69,10 +82,22 @@ class Cutter {
   }
 
   bool is_bit_vector(const Term* t) const { return manager_.is_bv_type(manager_.type_of(t)); }
-  bool can_be_root(const Term* t) const {
-    return operator_of(manager_.get_tag(t->symbol)) != nullptr && is_bit_vector(t->args[0]);
+  bool is_of_bits(const Term* t) const {
+    return is_bit_vector(t) || manager_.type_of(t) == manager_.bool_type;
   }
-  bool can_be_inside(const Term* t) const { return can_be_root(t) && is_bit_vector(t); }
+  bool can_be_inside(const Term* t) const {
+    if (operator_of(manager_.get_tag(t->symbol)) == nullptr || !is_of_bits(t)) return false;
+    return std::ranges::all_of(manager_.args_of(t), [this](const Term* arg) { return is_of_bits(arg); });
+  }
+  /// Of truth values alone there is nothing to learn about bit-vectors.
+  bool can_be_root(const Term* t) const {
+    if (!can_be_inside(t)) return false;
+    const auto has_bits = [this](const Term* u) {
+      return is_bit_vector(u) ||
+             std::ranges::any_of(manager_.args_of(u), [this](const Term* arg) { return is_bit_vector(arg); });
+    };
+    return has_bits(t) || std::ranges::any_of(manager_.args_of(t), has_bits);
+  }
 
   /// Notes the term that has the operators of `cut_`, and all larger ones that add to it arguments of those
   /// from `first` on. The depth of the recursion is the number of operators.
@@ -130,6 +155,9 @@ class Cutter {
         if (!append(arg, term)) return false;
         node.args.push_back(term.nodes.size() - 1);
       }
+    } else if (node.width == 0 && is_truth_value(t)) {
+      node.kind = Node::Kind::constant;
+      node.value = t == manager_.true_term ? 1 : 0;
     } else if (const QNumber* number = manager_.get_number(t)) {
       node.kind = Node::Kind::constant;
       const mpz_class value = number->num();
@@ -148,6 +176,8 @@ class Cutter {
     term.nodes.push_back(std::move(node));
     return true;
   }
+
+  bool is_truth_value(const Term* t) const { return t == manager_.true_term || t == manager_.false_term; }
 
   static bool fits(const SmallTerm& t) {
     return std::ranges::all_of(t.nodes, [](const Node& node) { return node.width <= widest; });
@@ -171,6 +201,7 @@ class Cutter {
         });
     for (Node& node : t.nodes) {
       const bool is_ones = node.number == 0 && node.value == all_ones(node.width) && node.width > 1;
+      if (node.width == 0) continue;
       if (is_uniform) {
         if (node.width > 1) node.width = usual_width;
       } else {

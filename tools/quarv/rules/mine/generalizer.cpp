@@ -83,8 +83,6 @@ Texts facts_about(const Integers& integers) {
     const bool is_size = a.text.find('(') != std::string::npos;
     if (a.value == 0) facts.push_back(fmt::format("({} == 0)", a.text));
     if (a.value == 1 && is_size) facts.push_back(fmt::format("({} == 1)", a.text));
-    if (a.value > 0 && !is_size) facts.push_back(fmt::format("({} > 0)", a.text));
-    if (a.value > 1 && is_size) facts.push_back(fmt::format("({} > 1)", a.text));
   }
   for (const char* relation : {"<", "<="}) {
     for (const NamedInteger& a : integers) {
@@ -95,6 +93,17 @@ Texts facts_about(const Integers& integers) {
         }
       }
     }
+  }
+  return facts;
+}
+
+/// What is true of nearly all samples: left out last, since other facts imply it in the sample alone.
+Texts weak_facts_about(const Integers& integers) {
+  Texts facts;
+  for (const NamedInteger& a : integers) {
+    const bool is_size = a.text.find('(') != std::string::npos;
+    if (a.value > 0 && !is_size) facts.push_back(fmt::format("({} > 0)", a.text));
+    if (a.value > 1 && is_size) facts.push_back(fmt::format("({} > 1)", a.text));
   }
   return facts;
 }
@@ -194,6 +203,7 @@ std::optional<std::string> Generalizer::generalize(const Sample& sample, const S
   }
   Texts stated = facts_about(pattern.integers());
   append(stated, facts_about_constants(pattern.constants(), pattern.integers()));
+  append(stated, weak_facts_about(pattern.integers()));
   Texts literals;
   for (const NamedInteger& c : pattern.constants()) {
     if (c.value >> 63 == 0) literals.push_back(fmt::format("({} == {})", c.text, c.value));

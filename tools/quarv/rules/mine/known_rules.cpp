@@ -39,15 +39,17 @@ void KnownRules::add(const std::string& rule) {
 const Term* KnownRules::build(const Sample& sample, const SmallTerm& term) {
   TermManager& m = session_->manager();
   std::vector<const Term*> terms;
+  const auto variable = [&](const Node& node) {
+    return session_->constant(fmt::format("t{}.{}", node.number, node.width),
+                              node.width == 0 ? m.bool_type : m.get_bv_type(node.width));
+  };
   for (const Node& node : sample.term.nodes) {
     // Declared in one order, whatever term is built: age decides what normal forms look like.
-    if (node.kind != Node::Kind::variable) continue;
-    session_->constant(fmt::format("t{}.{}", node.number, node.width), m.get_bv_type(node.width));
+    if (node.kind == Node::Kind::variable) variable(node);
   }
   for (const Node& node : term.nodes) {
     if (node.kind == Node::Kind::variable) {
-      terms.push_back(
-          session_->constant(fmt::format("t{}.{}", node.number, node.width), m.get_bv_type(node.width)));
+      terms.push_back(variable(node));
     } else if (node.kind == Node::Kind::constant) {
       const bool any = node.number != 0 && !sample.constants_fixed;
       const std::uint64_t value = any ? any_value(node) : node.value;

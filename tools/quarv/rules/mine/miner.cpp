@@ -339,7 +339,8 @@ class Miner {
     std::string text;
     for (const Found& f : found_) {
       const rules::Rule rule = rules::parse_rule(f.proposal.rule);
-      const std::string_view word = rule.pattern[0].op->word == "==" ? "equal" : rule.pattern[0].op->word;
+      const rules::Operator& root = *rule.pattern[0].op;
+      const std::string_view word = root.word == "==" ? "equal" : root.word == "~" ? "not" : root.word;
       std::string name = fmt::format("mined-{}-{}", word, ++numbers[std::string(word)]);
       text += fmt::format("{}: {}\n", name, f.proposal.rule);
       report_.rules.push_back({std::move(name), f.proposal.rule, state_.verdicts.at(f.proposal.rule).text,

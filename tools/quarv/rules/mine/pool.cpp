@@ -30,6 +30,7 @@ bool is_shift(std::string_view word) {
 /// Values near the borders of what the bits hold, and any.
 std::uint64_t chosen_value(std::size_t width, const Ingredients& ingredients, reference::Random& random,
                            std::size_t assignment) {
+  if (width == 0) return random.next() >> 17 & 1;
   const std::uint64_t ones = all_ones(width);
   const std::size_t num_constants = ingredients.constants_fixed ? ingredients.constants.size() : 0;
   switch (assignment) {
@@ -61,7 +62,7 @@ Ingredients ingredients_of(const Sample& sample) {
   all.words = {"bvnot", "bvneg", "bvand", "bvor", "bvxor", "bvadd"};
   all.width = sample.term.root().width;
   all.most_nodes = std::min(size_of(sample.term) - 1, largest_result);
-  if (all.width == 0) all.words.insert({"bvult", "bvslt", "==", "~"});
+  if (all.width == 0) all.words.insert({"bvult", "bvslt", "==", "~", "and", "or"});
   bool has_widths = false;
   for (const Node& node : sample.term.nodes) {
     if (node.width != 0) all.widths.insert(node.width);
@@ -186,8 +187,8 @@ void Pool::add_application(std::string_view word, std::size_t width, std::vector
 void Pool::make_leaves() {
   Places& level = levels_[1];
   for (std::size_t i = 0; i < ingredients_.variables.size(); ++i) {
-    if (ingredients_.variables[i] == 0) continue;
-    add({.kind = Node::Kind::variable, .width = ingredients_.variables[i], .number = i + 1}, level);
+    if (!ingredients_.variables[i]) continue;
+    add({.kind = Node::Kind::variable, .width = *ingredients_.variables[i], .number = i + 1}, level);
   }
   for (const std::size_t w : ingredients_.widths) {
     for (const std::uint64_t value : {std::uint64_t{0}, all_ones(w), std::uint64_t{1}}) {
@@ -231,6 +232,26 @@ void Pool::make_level(std::size_t nodes) {
       }
     }
   }
+  if (has("ite")) make_choices(nodes, level, last);
+}
+
+/// All if-then-elses of so many nodes.
+void Pool::make_choices(std::size_t nodes, Places& level, bool last) {
+  for (std::size_t first = 1; first + 2 < nodes; ++first) {
+    for (const std::size_t condition : levels_[first]) {
+      if (entries_[condition].node.width != 0 || entries_[condition].constant) continue;
+      for (std::size_t second = 1; first + second + 1 < nodes; ++second) {
+        for (const std::size_t a : levels_[second]) {
+          const std::size_t w = entries_[a].node.width;
+          if (w == 0 || (last && w != ingredients_.width)) continue;
+          for (const std::size_t b : levels_[nodes - 1 - first - second]) {
+            if (a == b || entries_[b].node.width != w) continue;
+            add_application("ite", w, {}, {condition, a, b}, level);
+          }
+        }
+      }
+    }
+  }
 }
 
 void Pool::make_unary(std::size_t arg, Places& level, bool last) {
@@ -262,6 +283,7 @@ void Pool::make_unary(std::size_t arg, Places& level, bool last) {
 void Pool::make_binary(std::size_t a, std::size_t b, Places& level, bool last) {
   const std::size_t w = entries_[a].node.width;
   const std::size_t other = entries_[b].node.width;
+  if (w == 0 && other == 0) make_of_truth_values(a, b, level, last);
   if (w == 0 || other == 0) return;
   const std::size_t wanted = ingredients_.width;
   if (has("concat") && ingredients_.widths.contains(w + other) && (!last || w + other == wanted)) {
@@ -278,10 +300,17 @@ void Pool::make_binary(std::size_t a, std::size_t b, Places& level, bool last) {
     }
   }
   if (has("bvcomp") && a <= b && (!last || wanted == 1)) add_application("bvcomp", 1, {}, {a, b}, level);
-  if (wanted != 0) return;
-  if (a < b) add_application("==", 0, {}, {a, b}, level);
-  add_application("bvult", 0, {}, {a, b}, level);
-  add_application("bvslt", 0, {}, {a, b}, level);
+  if (last && wanted != 0) return;
+  if (a < b && has("==")) add_application("==", 0, {}, {a, b}, level);
+  if (w == 1) return;  // nobody asks which of two bits is less
+  if (has("bvult")) add_application("bvult", 0, {}, {a, b}, level);
+  if (has("bvslt")) add_application("bvslt", 0, {}, {a, b}, level);
+}
+
+void Pool::make_of_truth_values(std::size_t a, std::size_t b, Places& level, bool last) {
+  if ((last && ingredients_.width != 0) || a >= b) return;
+  if (has("and")) add_application("and", 0, {}, {a, b}, level);
+  if (has("or")) add_application("or", 0, {}, {a, b}, level);
 }
 
 SmallTerm Pool::written_out(std::size_t entry) const {

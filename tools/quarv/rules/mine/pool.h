@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -17,9 +18,9 @@ namespace quarv::cli {
 /// What the terms that could stand in place of a sample are made of. Samples with the same ingredients share
 /// them.
 struct Ingredients {
-  /// By number: widths of variables, and of constants that have names, with their values where these are
-  /// fixed.
-  std::vector<std::size_t> variables;
+  /// By number: widths of variables, where there are any, and of constants that have names, with their values
+  /// where these are fixed.
+  std::vector<std::optional<std::size_t>> variables;
   std::vector<std::pair<std::size_t, std::uint64_t>> constants;
   bool constants_fixed = false;
   std::set<std::size_t> widths;      ///< of parts
@@ -58,6 +59,8 @@ class Pool {
   void make_level(std::size_t nodes);
   void make_unary(std::size_t arg, Places& level, bool last);
   void make_binary(std::size_t a, std::size_t b, Places& level, bool last);
+  void make_of_truth_values(std::size_t a, std::size_t b, Places& level, bool last);
+  void make_choices(std::size_t nodes, Places& level, bool last);
   void add(SmallTerm::Node node, Places& level);
   void add_application(std::string_view word, std::size_t width, std::vector<std::size_t> indices,
                        std::vector<std::size_t> args, Places& level);

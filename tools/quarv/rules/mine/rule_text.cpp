@@ -94,7 +94,7 @@ std::string PatternText::leaf(const Node& node, bool joined) {
   const std::string name = fmt::format("t{}", node.number);
   const std::size_t before = occurrences_[node.number - 1]++;
   if (before == 0) {
-    integers_.push_back({fmt::format("size({})", name), node.width});
+    if (node.width != 0) integers_.push_back({fmt::format("size({})", name), node.width});
     return name;
   }
   const std::string again = fmt::format("{}_{}", name, before - 1);
@@ -119,6 +119,7 @@ std::string PatternText::constant(const Node& node) {
 
 std::string PatternText::application(const Node& node, const std::vector<std::string>& indices,
                                      const std::vector<std::string>& args) {
+  if (node.op->tag == SymbolTag::NOT) return fmt::format("not({})", args[0]);
   if (node.op->word == "==") return fmt::format("({} == {})", args[0], args[1]);
   std::vector<std::string> all = indices;
   all.insert(all.end(), args.begin(), args.end());
