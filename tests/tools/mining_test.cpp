@@ -219,6 +219,21 @@ TEST_F(Mining, CountsUses) {
   EXPECT_EQ(none.err, "quarv: error: there is no script that can be read\n");
 }
 
+TEST_F(Mining, CountsUsesUntilItIsInterrupted) {
+  // A script that is waited for while the signal comes.
+  write("x.smt2", "(declare-const x (_ BitVec 8))\n(assert (bvule x #x05))\n");
+  EXPECT_EQ(run("mkfifo endless.smt2").status, 0);
+  for (const char* signal : {"INT", "TERM"}) {
+    const Result r =
+        run(std::string("set -m; $quarv rules list --count x.smt2 endless.smt2 2> says & pid=$!\n"
+                        "exec 3> endless.smt2; kill -") +
+            signal + " $pid; exec 3>&-; wait $pid; echo $?");
+    EXPECT_EQ(read("says"), "quarv: interrupted; what was counted until then is written\n") << signal;
+    EXPECT_TRUE(has(r.out, " rules were never applied\n")) << r.out;
+    EXPECT_TRUE(r.out.ends_with(signal[0] == 'I' ? "130\n" : "143\n")) << r.out;
+  }
+}
+
 TEST_F(Mining, FindsRulesAboutChoices) {
   // Both factors, whichever comes first.
   fs::create_directory(path("choices"));
