@@ -249,4 +249,16 @@ TEST_F(Mining, FindsRulesAboutChoices) {
   EXPECT_TRUE(has(r.out, ") >> bvmul(t2, t3)\n")) << r.out;
 }
 
+TEST_F(Mining, ProvesRulesForAllWidths) {
+  const Result without = run("PATH=/nowhere $quarv rules mine scripts --coq -o x.rules");
+  EXPECT_EQ(without.status, 1);
+  EXPECT_EQ(without.err, "quarv: error: Coq is not installed: there is no program coqc\n");
+  EXPECT_FALSE(fs::exists(path("x.rules")));
+  if (run("coqc --version").status != 0) GTEST_SKIP() << "Coq is not installed";
+  const Result r = run("$quarv rules mine scripts --coq");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_TRUE(has(r.out, "terms saved: 2\n# proved with Coq for all widths\nmined-bvxor-1: ")) << r.out;
+  EXPECT_TRUE(has(r.err, " rules proved for all widths\n")) << r.err;
+}
+
 }  // namespace

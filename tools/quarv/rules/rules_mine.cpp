@@ -13,8 +13,11 @@
 
 #include "commands.h"
 #include "io/command_line.h"
+#include "io/noted_signals.h"
+#include "io/ordered_work.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "rules/coq/coq_prover.h"
 #include "rules/mine/enumeration.h"
 #include "rules/mine/miner.h"
 
@@ -32,7 +35,8 @@ constexpr const char* footer = R"(Examples:
 
 Small terms that simplification leaves in the scripts are evaluated under many assignments; where a smaller term has the
 same values, a rule is made for all widths, and tried again. What the rules that there are already do is left out. A
-solver must prove what is left (see quarv rules check), and it must make the scripts smaller. The rules are written in
+solver must prove what is left (see quarv rules check), and it must make the scripts smaller. With --coq, Coq tries to prove
+the rules for all widths, which takes a minute more and up to a minute for each rule. The rules are written in
 the order of what they save, each with a comment: how it is proved, how often it is applied, how many terms it saves.
 
 Exit status: 0 when the work was done or the time was over, 1 when the solver failed or there was nothing to look at.)";
@@ -42,6 +46,7 @@ struct Arguments {
   std::string operators;  // separated by commas; empty: those of the scripts
   std::optional<std::size_t> size, width;
   std::string output = "-";
+  bool coq = false;
   MineOptions how;
 };
 
@@ -57,7 +62,9 @@ void write(const MineReport& report, bool has_scripts, std::ostream& out) {
     const std::string count = has_scripts ? fmt::format("used {} times in {} scripts; terms saved: {}",
                                                         rule.count.uses, rule.num_scripts, rule.count.saved)
                                           : fmt::format("smaller by {}", rule.count.saved);
-    out << fmt::format("\n# {}; {}\n{}: {}\n", rule.proof, count, rule.name, rule.rule);
+    out << fmt::format("\n# {}; {}\n", rule.proof, count);
+    if (rule.proved_by_coq) out << "# proved with Coq for all widths\n";
+    out << fmt::format("{}: {}\n", rule.name, rule.rule);
   }
 }
 
@@ -69,6 +76,28 @@ void summarize(const MineReport& r, bool has_scripts) {
       r.rules.size());
   say("seconds: {:.1f} collecting, {:.1f} searching, {:.1f} proving, {:.1f} counting\n", r.collect_seconds,
       r.search_seconds, r.prove_seconds, r.count_seconds);
+}
+
+/// Tries to prove the rules for all widths; those that are left when a signal comes are not.
+void prove_with_coq(MineReport& report, const CoqProver& prover, unsigned jobs) {
+  const NotedSignals signals;
+  std::size_t proved = 0;
+  OrderedWork<bool> work(
+      report.rules.size(),
+      [&](std::size_t i, bool holds) {
+        report.rules[i].proved_by_coq = holds;
+        proved += holds ? 1 : 0;
+      },
+      [] {});
+  work.run(jobs, [&] {
+    return [&](std::size_t i) {
+      return NotedSignals::received() == 0 && prover.proves(rules::parse_rule(report.rules[i].rule), i);
+    };
+  });
+  say("Coq: {} of {} rules proved for all widths\n", proved, report.rules.size());
+  if (NotedSignals::received() == 0) return;
+  report.signal = NotedSignals::received();
+  if (report.ended_early.empty()) report.ended_early = "interrupted";
 }
 
 std::vector<std::string> words_of(const std::string& list) {
@@ -103,12 +132,22 @@ int run(const Arguments& arguments) {
   } else {
     samples = enumerated(arguments);
   }
+  std::optional<CoqProver> prover;
+  if (arguments.coq) {
+    try {
+      prover.emplace();
+    } catch (const CoqFault& e) {
+      say("quarv: error: {}\n", e.what());
+      return failure;
+    }
+  }
   Output output(arguments.output);
-  const MineReport report = mine(arguments.how, corpus ? &*corpus : nullptr, std::move(samples));
+  MineReport report = mine(arguments.how, corpus ? &*corpus : nullptr, std::move(samples));
   if (has_scripts && report.ended_early.empty() && report.unreadable == report.scripts) {
     say("quarv: error: there is no script that can be read\n");
     return failure;
   }
+  if (prover && report.signal == 0) prove_with_coq(report, *prover, arguments.how.jobs);
   write(report, has_scripts, output.stream());
   output.commit();
   summarize(report, has_scripts);
@@ -162,6 +201,8 @@ void add_rules_mine(const CommandLine& rules, int& status) {
       .not_negative()
       .type("S")
       .shows_default();
+  command.flag("--coq", arguments->coq,
+               "Also try to prove each rule for all widths, with Coq, and say so above it");
   command
       .option("--state", arguments->how.state,
               "Keep what is found out in this file, and go on from it if it is about the same scripts")

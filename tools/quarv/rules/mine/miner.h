@@ -27,6 +27,7 @@ struct MinedRule {
   std::string proof;
   MineCount count;
   std::size_t num_scripts = 0;  ///< where terms that it was made of occur
+  bool proved_by_coq = false;   ///< for all widths
 };
 
 struct MineReport {
