@@ -100,6 +100,75 @@ TEST_F(RuleTheories, ArraysAndBranchesMatch) {
             mgr.make_and(q, mgr.make_or(mgr.make_not(p), p)));
 }
 
+TEST_F(RuleTheories, ConversionsHaveIndices) {
+  const Term* bits = mgr.make_constant("b", mgr.get_bv_type(8));
+  const char* narrow = "rewrite(int2bv(n, ubv_to_int(t)), (n < size(t)), m=_n - 1_) >> extract(m, 0, t)";
+  const auto converted = [&](std::size_t width) {
+    return mgr.make_int_to_bv(width, mgr.make_int_from_ubv(bits));
+  };
+  EXPECT_EQ(apply(narrow, converted(4)), mgr.make_bv_extract(3, 0, bits));
+  EXPECT_EQ(apply(narrow, converted(9)), nullptr);
+  EXPECT_EQ(apply("rewrite(int2bv(n, t), m=_n + 2_) >> extract(n, 1, int2bv(m, t))", converted(4)),
+            mgr.make_bv_extract(4, 1, converted(6)));
+  // SMT-LIB's significand counts the hidden bit.
+  const Term* mode = mgr.make_constant("r", mgr.rounding_mode_type);
+  const Term* half = mgr.make_constant("h", mgr.get_fp_type(5, 10));
+  const Term* single = mgr.make_fp_cast(8, 23, mode, half);
+  EXPECT_EQ(apply("rewrite(to_fp(e, s, r, t), (e == 8), (s == 24)) >> to_fp(8, 24, RTZ, t)", single),
+            mgr.make_fp_cast(8, 23, mgr.make_rounding_zero(), half));
+  EXPECT_EQ(apply("rewrite(to_fp(e, s, r, t), (s == 23)) >> to_fp(8, 24, RTZ, t)", single), nullptr);
+  EXPECT_EQ(apply("rewrite(to_fp_signed(e, s, r, t), ) >> to_fp_signed(e, s, RTZ, t)", single), nullptr);
+  // One tag, two operators.
+  const Term* to_unsigned = mgr.make_fp_to_ubv(8, mode, half);
+  const Term* to_signed = mgr.make_fp_to_sbv(8, mode, half);
+  const char* swapped = "rewrite(fp.to_ubv(n, r, t), ) >> fp.to_sbv(n, r, t)";
+  EXPECT_EQ(apply(swapped, to_unsigned), to_signed);
+  EXPECT_EQ(apply(swapped, to_signed), nullptr);
+  EXPECT_EQ(apply("rewrite(fp.to_sbv(n, r, t), ) >> fp.to_ubv(n, r, t)", to_signed), to_unsigned);
+}
+
+TEST_F(RuleTheories, ConstantArraysHaveTheSortOfATermOfThePattern) {
+  const DataType* type = mgr.get_array_type(mgr.int_type, mgr.rat_type);
+  const Term* all = mgr.make_array_const(type, x);
+  const Term* y = mgr.make_constant("y", mgr.rat_type);
+  const char* rule = "rewrite(ite(p, const_array(t), const_array(u)), ) >> const_array(ite(p, t, u))";
+  EXPECT_EQ(apply(rule, mgr.make_ite(p, all, mgr.make_array_const(type, y))),
+            mgr.make_array_const(type, mgr.make_ite(p, x, y)));
+  EXPECT_EQ(apply(rule, mgr.make_ite(p, all, mgr.make_constant("m", type))), nullptr);
+  EXPECT_THROW(parse_rule("rewrite(select(const_array(t), i), ) >> select(const_array(i), i)"),
+               rules::RuleError);
+}
+
+TEST_F(RuleTheories, QueriesHaveConversions) {
+  const auto queries = [](const char* text, std::size_t bound) {
+    std::vector<std::string> all;
+    const rules::Rule rule = parse_rule(text);
+    for (const rules::RuleInstance& instance : rules::all_instances(rule, bound)) {
+      const rules::RuleQuery query = make_query(rule, instance);
+      all.push_back(query.pattern + " " + query.result);
+    }
+    return all;
+  };
+  EXPECT_EQ(queries("rewrite(int2bv(n, t), ) >> int2bv(n, +(t, 1))", 2),
+            (std::vector<std::string>{"((_ int2bv 1) t.) ((_ int2bv 1) (+ t. 1))",
+                                      "((_ int2bv 2) t.) ((_ int2bv 2) (+ t. 1))"}));
+  // Another width is no result.
+  EXPECT_EQ(queries("rewrite(int2bv(n, t), m=_n + 1_) >> int2bv(m, t)", 1),
+            std::vector<std::string>{"((_ int2bv 1) t.) "});
+  const auto casts = queries("rewrite(fp.isNaN(to_fp(e, s, r, t)), ) >> fp.isNaN(t)", 1);
+  EXPECT_EQ(casts.size(), rules::formats_to_try().size() * rules::formats_to_try().size());
+  EXPECT_EQ(casts[0], "(fp.isNaN ((_ to_fp 2 3) r. t.)) (fp.isNaN t.)");
+  const auto wider = queries("rewrite(fp.abs(t), ) >> fp.abs(to_fp(8, 24, RNE, t))", 1);
+  EXPECT_EQ(wider[0], "(fp.abs t.) ");
+  const auto inner = queries("rewrite(fp.isNaN(t), ) >> fp.isNaN(to_fp(8, 24, RNE, t))", 1);
+  EXPECT_EQ(inner[0], "(fp.isNaN t.) (fp.isNaN ((_ to_fp 8 24) RNE t.))");
+  EXPECT_EQ(queries("rewrite(to_fp_bits(e, s, t), ) >> to_fp_bits(e, s, t)", 5),
+            std::vector<std::string>{"((_ to_fp 2 3) t.) ((_ to_fp 2 3) t.)"});
+  const auto arrays = queries("rewrite(store(const_array(t), i, u), ) >> store(const_array(u), i, u)", 1);
+  ASSERT_EQ(arrays.size(), 1u);
+  EXPECT_NE(arrays[0].find("((as const (Array Sort"), std::string::npos) << arrays[0];
+}
+
 TEST_F(RuleTheories, InstancesHaveEachSort) {
   const auto sorts = [](const char* text) {
     std::vector<std::string> all;

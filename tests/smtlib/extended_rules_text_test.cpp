@@ -68,7 +68,7 @@ TEST(ExtendedRuleTexts, AreAppliedCompiledAndInterpreted) {
     }
     EXPECT_GT(num_fired, 0u) << rule.text;
   }
-  EXPECT_EQ(num_rules, 59u);
+  EXPECT_EQ(num_rules, 72u);
 }
 
 }  // namespace

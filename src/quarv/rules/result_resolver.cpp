@@ -40,6 +40,11 @@ class ResultBuilder {
       resolve_constant(tree, outer, &node);
     } else if (node.kind == Kind::application) {
       node.arguments = build_arguments(tree, outer);
+      if (node.op->tag == SymbolTag::ARRAY_CONST) {
+        const auto like = position_of_sort(node.sort);
+        if (!like) fail(tree, "the sort of this array cannot be inferred");
+        node.width = *like;
+      }
     }
     if (rule_->result.size() == max_result_nodes) fail(tree, "the result is too large");
     rule_->result.push_back(std::move(node));

@@ -107,6 +107,9 @@ class Enumerator {
     instance_.integers.resize(rule.parameters.size());
     instance_.sorts.resize(rule.sorts.size());
     instance_.sort_widths.resize(rule.sorts.size());
+    instance_.formats.resize(rule.sorts.size());
+    in_pattern_.resize(rule.sorts.size());
+    for (const PatternNode& node : rule.pattern) in_pattern_[node.sort] = true;
     caps_.resize(rule.pattern.size());
     for (std::size_t i = rule.pattern.size(); i-- > 0;) caps_[i] = cap(i);
     if (!width) return;
@@ -140,9 +143,10 @@ class Enumerator {
         choose("Int");
         return choose("Real");
       case SortKind::floating_point:
+        if (!in_pattern_[i] && !is_within_array(i)) return choose({});  // the result says which
         for (const Format& f : formats_to_try()) {
-          choose("(_ FloatingPoint " + std::to_string(f.exponent) + ' ' + std::to_string(f.significand) +
-                 ')');
+          instance_.formats[i] = f;
+          choose(sort_of(f));
         }
         return;
       case SortKind::open:
@@ -151,6 +155,16 @@ class Enumerator {
       case SortKind::array:
         return choose({});  // follow from others
     }
+  }
+
+  static std::string sort_of(const Format& f) {
+    return "(_ FloatingPoint " + std::to_string(f.exponent) + ' ' + std::to_string(f.significand) + ')';
+  }
+
+  bool is_within_array(std::size_t sort) const {
+    return std::ranges::any_of(rule_.sorts, [sort](const RuleSort& s) {
+      return s.kind == SortKind::array && (s.index == sort || s.element == sort);
+    });
   }
 
   void assign_root() {
@@ -233,14 +247,32 @@ class Enumerator {
 
   /// The arguments from number `i` on of an operator of which not all are bit-vectors.
   void assign_any(const PatternNode& node, std::size_t i, std::size_t width, const Next& next) {
+    if (i == 0) set_indices(node, width);
     if (i == node.arguments.size()) return next();
     const std::size_t argument = node.arguments[i];
     const auto rest = [&, i, width] { assign_any(node, i + 1, width, next); };
     if (!is_bit_vector(argument)) return assign(argument, 0, rest);
+    if (node.op->tag == SymbolTag::FP_FROM_IEEEBV) {
+      const std::size_t bits = num_bits(instance_.formats[node.sort]);
+      if (bits <= bound_) assign(argument, bits, rest);
+      return;
+    }
     if (const std::size_t known = instance_.sort_widths[rule_.pattern[argument].sort]; known != 0) {
       return assign(argument, known, rest);
     }
     for (std::size_t w : choices(1, caps_[argument])) assign(argument, w, rest);
+  }
+
+  static std::size_t num_bits(const Format& f) { return f.exponent + f.significand; }
+
+  /// The indices of a conversion say of what sort it is.
+  void set_indices(const PatternNode& node, std::size_t width) {
+    if (node.op->has_format) {
+      instance_.integers[node.parameters[0]] = instance_.formats[node.sort].exponent;
+      instance_.integers[node.parameters[1]] = instance_.formats[node.sort].significand;
+    } else if (!node.parameters.empty()) {
+      instance_.integers[node.parameters[0]] = width;
+    }
   }
 
   void assign_width(std::size_t position, std::size_t width, const Next& next) {
@@ -264,6 +296,10 @@ class Enumerator {
         for (std::size_t w : choices(1, bound_)) assign_all(node.arguments, 0, w, next);
         return;
       case Shape::mixed:
+        if (node.op->tag == SymbolTag::FP_AS_IEEEBV &&
+            width != num_bits(instance_.formats[rule_.pattern[node.arguments[0]].sort])) {
+          return;
+        }
         return assign_any(node, 0, width, next);
       default:
         if (node.parameters.empty()) return assign_all(node.arguments, 0, width, next);
@@ -321,6 +357,13 @@ class Enumerator {
     }
     found_.push_back(instance_);
     RuleInstance& instance = found_.back();
+    for (const ResultNode& node : rule_.result) {
+      if (node.op == nullptr || !node.op->has_format || in_pattern_[node.sort]) continue;
+      Format& format = instance.formats[node.sort];
+      format = {evaluate(node.parameters[0], instance), evaluate(node.parameters[1], instance)};
+      if (format.exponent < 2 || format.significand < 2) format = {};
+      instance.sorts[node.sort] = sort_of(format);
+    }
     // An array's sort may be told by sorts that come after it; arrays are nested a few times at most.
     for (std::size_t round = 0; round < rule_.sorts.size(); ++round) {
       for (std::size_t i = 0; i < rule_.sorts.size(); ++i) {
@@ -340,6 +383,7 @@ class Enumerator {
   std::size_t bound_;
   std::optional<std::size_t> width_;
   std::set<std::size_t> landmarks_;  // with a width
+  std::vector<bool> in_pattern_;     // by sort
   RuleInstance instance_;
   std::vector<std::size_t> caps_;
   std::vector<RuleInstance> found_;

@@ -12,6 +12,12 @@
 
 namespace quarv::rules {
 
+/// The exponent's and the significand's width, with the hidden bit, of a floating-point sort.
+struct Format {
+  std::size_t exponent = 0;
+  std::size_t significand = 0;
+};
+
 /// A rule with a width for each bit-vector and a value for each integer; values of bit-vectors are left open.
 struct QUARV_API RuleInstance {
   std::vector<std::size_t> widths;      ///< by position; 0 at the root when it is a truth value
@@ -21,14 +27,9 @@ struct QUARV_API RuleInstance {
   /// holds of them holds of all.
   std::vector<std::string> sorts;
   std::vector<std::size_t> sort_widths;  ///< by sort: of bit-vectors
+  std::vector<Format> formats;           ///< by sort: of floating-point numbers
 
   std::size_t largest_width() const;
-};
-
-/// The exponent's and the significand's width, with the hidden bit, of a floating-point sort.
-struct Format {
-  std::size_t exponent;
-  std::size_t significand;
 };
 
 /// The formats in which rules on floating-point numbers are tried.

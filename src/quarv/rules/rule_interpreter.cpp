@@ -116,7 +116,8 @@ class Attempt {
     for (std::size_t i = 0; i < node.parameters.size(); ++i) evaluate(node.parameters[i], &parameters[i]);
     const Term* arguments[4] = {};
     for (std::size_t i = 0; i < node.arguments.size(); ++i) arguments[i] = results_[node.arguments[i]];
-    return make_application(mgr_, *node.op, parameters, arguments);
+    const Term* array = node.op->tag == SymbolTag::ARRAY_CONST ? like(node) : nullptr;
+    return make_application(mgr_, *node.op, parameters, arguments, array);
   }
 
   const Term* like(const ResultNode& node) const {

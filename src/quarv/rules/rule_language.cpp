@@ -52,18 +52,10 @@ constexpr std::uint8_t commutes_from(const OperatorRow& row) {
   return row.tag == SymbolTag::BV_COMP ? 0 : row.commutes_from;
 }
 
-/// The language has all operators whose sorts follow from those of their operands.
+/// The language has all operators but `divisible`, whose index may be of any size.
 constexpr bool has_word(const OperatorRow& row) {
   switch (row.tag) {
     case SymbolTag::INT_MOD_CONGR:
-    case SymbolTag::ARRAY_CONST:
-    case SymbolTag::FP_CAST:
-    case SymbolTag::FP_FROM_SBV:
-    case SymbolTag::FP_FROM_UBV:
-    case SymbolTag::FP_TO_BV:
-    case SymbolTag::FP_AS_IEEEBV:
-    case SymbolTag::FP_FROM_IEEEBV:
-    case SymbolTag::INT_TO_BV:
       return false;
     case SymbolTag::OPAQUE:
       return row.smtlib == "/" || row.smtlib == "div" || row.smtlib == "mod";
@@ -72,8 +64,22 @@ constexpr bool has_word(const OperatorRow& row) {
   }
 }
 
+/// SMT-LIB has one name for several operators: there the sorts of the operands tell them apart, here words.
 constexpr std::string_view word_of(const OperatorRow& row) {
-  if (row.tag == SymbolTag::IFF) return "iff";  // "=" is equality at any sort
+  switch (row.tag) {
+    case SymbolTag::IFF:
+      return "iff";  // "=" is equality at any sort
+    case SymbolTag::FP_FROM_SBV:
+      return "to_fp_signed";
+    case SymbolTag::FP_FROM_IEEEBV:
+      return "to_fp_bits";
+    case SymbolTag::INT_FROM_UBV:
+      return "ubv_to_int";
+    case SymbolTag::ARRAY_CONST:
+      return "const_array";  // const(t) is a condition
+    default:
+      break;
+  }
   return row.rule_word.empty() ? row.smtlib : row.rule_word;
 }
 
@@ -82,8 +88,9 @@ constexpr std::string_view sign_of(const OperatorRow& row) {
                                                                                                   : row.sign;
 }
 
-constexpr std::size_t num_words =
-    std::ranges::count_if(tagged_operators(), has_word) + std::ranges::count_if(opaque_operators(), has_word);
+constexpr std::size_t num_words = std::ranges::count_if(tagged_operators(), has_word) +
+                                  std::ranges::count_if(opaque_operators(), has_word) +
+                                  1;  // fp.to_sbv shares a row with fp.to_ubv
 
 constexpr std::array<Operator, num_words> words = [] {
   std::array<Operator, num_words> all;
@@ -102,8 +109,13 @@ constexpr std::array<Operator, num_words> words = [] {
                   .sign = sign_of(row),
                   .commutes_from = commutes_from(row),
                   .associates = row.chain == Chain::right && row.commutes_from == 0,
+                  .has_format = row.has_format_as_index(),
                   .signature = &row.signature,
                   .returns_boolean = row.signature.result.kind == SortPattern::boolean};
+      if (row.tag != SymbolTag::FP_TO_BV) continue;
+      all[n] = all[n - 1];
+      all[n].word = all[n].smtlib = row.synonym;
+      all[n++].is_signed = true;
     }
   }
   return all;

@@ -104,11 +104,18 @@ struct Operator {
   std::string_view sign;    ///< what prose writes between operands or before one; empty where there is none
   std::uint8_t commutes_from = 255;  ///< from which argument on the order does not matter; 255: it does
   bool associates = false;           ///< it commutes, and nested applications may be grouped in any way
+  bool is_signed = false;            ///< of the two operators that share the tag FP_TO_BV: the signed one
+  bool has_format = false;           ///< its parameters are those of a format: (_ to_fp 5 11)
 
   const Signature* signature = nullptr;
   bool returns_boolean = false;
 
   bool is_boolean() const noexcept { return returns_boolean; }
+  /// Its tag alone does not tell the term that is built: it has indices, a sort, or a sign.
+  bool is_made_for_more() const noexcept {
+    return shape == Shape::mixed &&
+           (num_parameters != 0 || tag == SymbolTag::FP_TO_BV || tag == SymbolTag::ARRAY_CONST);
+  }
 };
 
 /// All operators.
@@ -261,7 +268,7 @@ struct ResultNode {
   std::size_t index = 0;
   std::int64_t value = 0;
   NamedConstant constant = NamedConstant::true_value;
-  WidthSource width;     ///< literal, exponent, and constants of floating-point sorts
+  WidthSource width;     ///< literal, exponent, constants of floating-point sorts, constant arrays
   std::size_t sort = 0;  ///< among the rule's sorts
   const Operator* op = nullptr;
   std::vector<IntExpr> parameters;

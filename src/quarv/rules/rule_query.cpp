@@ -76,7 +76,7 @@ class QueryWriter {
     for (std::size_t p : node.parameters) parameters.push_back(instance_.integers[p]);
     std::string arguments;
     for (std::size_t a : node.arguments) arguments += ' ' + terms_[a];
-    terms_[i] = application(*node.op, parameters, arguments);
+    terms_[i] = application(*node.op, parameters, arguments, sort_of(i));
   }
 
   bool is_bit_vector(std::size_t sort) const { return rule_.sorts[sort].kind == SortKind::bit_vector; }
@@ -102,8 +102,9 @@ class QueryWriter {
   }
 
   static std::string application(const Operator& op, const std::vector<std::uint64_t>& parameters,
-                                 const std::string& arguments) {
+                                 const std::string& arguments, const std::string& sort) {
     std::string head(op.smtlib);
+    if (op.tag == SymbolTag::ARRAY_CONST) head = "(as const " + sort + ')';
     if (!parameters.empty()) {
       head.insert(0, "(_ ");
       for (std::uint64_t p : parameters) head += ' ' + std::to_string(p);
@@ -189,7 +190,7 @@ class QueryWriter {
   /// Width 0 stands for a truth value.
   void write_result() {
     std::vector<std::string> texts;
-    std::vector<std::size_t> widths;
+    std::vector<std::size_t>& widths = widths_;
     for (const ResultNode& node : rule_.result) {
       std::size_t w = 0;
       std::string text;
@@ -212,11 +213,11 @@ class QueryWriter {
           arguments += ' ' + texts[a];
         }
         const auto result_width = node.op->shape == Shape::mixed
-                                      ? width_of_mixed(node, argument_widths)
+                                      ? width_of_mixed(node, parameters, argument_widths)
                                       : width_of_application(*node.op, parameters, argument_widths);
         if (!result_width) return;
         w = *result_width;
-        text = application(*node.op, parameters, arguments);
+        text = application(*node.op, parameters, arguments, instance_.sorts[node.sort]);
       } else {
         w = node.width.from_result ? widths[node.width.index] : width(node.width.index);
         text = node.kind == ResultNode::Kind::literal ? numeral(node.value, w)
@@ -230,8 +231,10 @@ class QueryWriter {
 
   /// Sorts tell the widths of operators that are not on bit-vectors alone.
   std::optional<std::size_t> width_of_mixed(const ResultNode& node,
+                                            const std::vector<std::uint64_t>& parameters,
                                             const std::vector<std::size_t>& argument_widths) const {
     std::size_t last = 0;
+    if (node.op->has_format && !has_format(node, parameters)) return std::nullopt;
     for (std::size_t i = 0; i < node.arguments.size(); ++i) {
       const std::size_t sort = rule_.result[node.arguments[i]].sort;
       if (!is_bit_vector(sort)) continue;
@@ -241,7 +244,25 @@ class QueryWriter {
     }
     if (!is_bit_vector(node.sort)) return 0;
     const std::size_t known = instance_.sort_widths[node.sort];
+    std::size_t made = 0;  // by the operator, whatever its arguments' widths are
+    if (!parameters.empty()) made = parameters[0];
+    if (node.op->tag == SymbolTag::FP_AS_IEEEBV) {
+      const Format format = instance_.formats[rule_.result[node.arguments[0]].sort];
+      made = format.exponent + format.significand;
+    }
+    if (made != 0) return known == 0 || known == made ? std::optional(made) : std::nullopt;
     return known != 0 ? known : last;
+  }
+
+  /// Whether a conversion is to the format that its sort is in this instance, and from as many bits as that
+  /// has.
+  bool has_format(const ResultNode& node, const std::vector<std::uint64_t>& parameters) const {
+    const Format format = instance_.formats[node.sort];
+    if (format.exponent == 0) return false;
+    if (parameters[0] != format.exponent || parameters[1] != format.significand) return false;
+    if (node.op->tag != SymbolTag::FP_FROM_IEEEBV) return true;
+    const std::size_t argument = node.arguments[0];
+    return widths_[argument] == format.exponent + format.significand;
   }
 
   const Rule& rule_;
@@ -249,6 +270,7 @@ class QueryWriter {
   std::string suffix_;
   std::vector<std::size_t> same_as_;  // by position: the first position that holds the same term
   std::vector<std::string> terms_;    // by position
+  std::vector<std::size_t> widths_;   // of the nodes of the result
   std::string conditions_;
   RuleQuery query_;
 };

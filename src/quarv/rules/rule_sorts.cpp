@@ -110,8 +110,10 @@ std::size_t SortInference::apply(const Operator& op, std::span<const std::size_t
     const std::size_t sort = make(kind_of(pattern.kind));
     known[{pattern.kind, pattern.at}] = sort;
     if (pattern.kind == SortPattern::array) {
+      // Of a constant array the element comes before the array.
+      const auto [element, is_new] = known.try_emplace({SortPattern::element, 0}, sorts_[sort].element);
+      if (!is_new) unite(element->second, sorts_[sort].element);
       known[{SortPattern::index, 0}] = sorts_[sort].index;
-      known[{SortPattern::element, 0}] = sorts_[sort].element;
     }
     return sort;
   };

@@ -30,7 +30,23 @@ mpz_class power_of_two(std::size_t n) {
 
 /// The words of terms for an operator of the rule language.
 std::string trace_word(const rules::Operator& op) {
-  return op.tag == SymbolTag::OPAQUE ? std::string(op.smtlib) : SymbolTag::name(op.tag);
+  return std::string(op.smtlib);
+}
+
+/// What the operators that SMT-LIB has one name for have arguments of.
+bool has_arguments_of(const rules::Operator& op, const std::vector<TraceSort::Kind>& kinds) {
+  switch (op.tag) {
+    case SymbolTag::EQ:
+      return kinds[0] != TraceSort::boolean;
+    case SymbolTag::IFF:
+      return kinds[0] == TraceSort::boolean;
+    case SymbolTag::FP_CAST:
+      return kinds[1] == TraceSort::floating_point;
+    case SymbolTag::FP_FROM_SBV:
+      return kinds[1] == TraceSort::bit_vector;
+    default:
+      return true;
+  }
 }
 
 /// The number that a pattern asks for: -1 stands for all ones.
@@ -207,8 +223,9 @@ std::optional<Mismatch> RuleMatch::pattern_mismatch(const Expression& root, std:
     if (node.kind != PatternNode::Kind::application) continue;
     const bool fits = e.kind == Expression::operation && e.op == trace_word(*node.op) &&
                       e.args.size() == node.arguments.size() && e.indices.size() == node.parameters.size();
-    // Equality of Booleans is an operator of its own, which the language does not have.
-    if (!fits || (node.op->tag == SymbolTag::EQ && trace_.sort_of(e.args[0]).kind == TraceSort::boolean)) {
+    std::vector<TraceSort::Kind> kinds;
+    for (const TermName argument : e.args) kinds.push_back(trace_.sort_of(argument).kind);
+    if (!fits || !has_arguments_of(*node.op, kinds)) {
       return here("the pattern has " + std::string(node.op->word));
     }
     for (std::size_t k = 0; k < node.parameters.size(); ++k) {
@@ -339,6 +356,10 @@ bool RuleMatch::yields(TermName after, const KnownTerms& known) const {
           const auto value = evaluate(parameter);
           if (!value) return false;
           e.indices.push_back(std::to_string(*value));
+        }
+        if (node.op->tag == SymbolTag::ARRAY_CONST) {
+          e.sort =
+              node.width.from_result ? trace_.term(*built[node.width.index]).sort : at(node.width.index).sort;
         }
         // Where the standard semantics are kept strictly, an extension by no bits is its argument.
         if (node.op->tag == SymbolTag::BV_ZEXT && e.indices[0] == "0") {

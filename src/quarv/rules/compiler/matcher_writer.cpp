@@ -108,6 +108,10 @@ class MatcherWriter {
                 "\")");
         continue;
       }
+      if (node.op->is_made_for_more() && node.op->tag != SymbolTag::ARRAY_CONST) {
+        write_indexed_recognizer(position);
+        continue;
+      }
       if (position == 0 && !any_parameter) continue;
       if (node.op->shape == Shape::mixed || node.op->shape == Shape::negation) {
         uses_manager_ = true;
@@ -117,6 +121,22 @@ class MatcherWriter {
       }
       require(std::string("mgr->is_").append(node.op->name) + "(" + term(position) + "->symbol" + outputs +
               remaining_outputs(*node.op) + ")");
+    }
+  }
+
+  /// Of an operator that its tag does not tell, or whose indices are not got by a recogniser.
+  void write_indexed_recognizer(std::size_t position) {
+    const PatternNode& node = rule_.pattern[position];
+    const std::string number = std::to_string(position);
+    line("static const rules::Operator& operator_" + number + " = *rules::find_operator(\"" +
+         std::string(node.op->word) + "\");");
+    line("std::size_t indices_" + number + "[2];");
+    require("rules::recognize(mgr, operator_" + number + ", " + term(position) + "->symbol, indices_" +
+            number + ")");
+    for (std::size_t i = 0; i < node.parameters.size(); ++i) {
+      if (!plan_.parameter_used[node.parameters[i]]) continue;
+      line(rule_.parameters[node.parameters[i]].name + " = indices_" + number + "[" + std::to_string(i) +
+           "];");
     }
   }
 
@@ -141,7 +161,8 @@ class MatcherWriter {
     }
     for (const ResultNode& node : rule_.result) {
       if (node.kind == ResultNode::Kind::subterm && node.index == position) return true;
-      const bool has_like = is_constant(node) || node.kind == ResultNode::Kind::constant;
+      const bool has_like =
+          is_constant(node) || node.kind == ResultNode::Kind::constant || is_constant_array(node);
       if (has_like && !node.width.from_result && node.width.index == position) return true;
     }
     return false;
@@ -305,6 +326,10 @@ class MatcherWriter {
     return node.kind == ResultNode::Kind::literal || node.kind == ResultNode::Kind::exponent;
   }
 
+  static bool is_constant_array(const ResultNode& node) {
+    return node.kind == ResultNode::Kind::application && node.op->tag == SymbolTag::ARRAY_CONST;
+  }
+
   std::string result_term(const ResultNode& node, const std::vector<std::string>& terms) {
     if (node.kind == ResultNode::Kind::subterm) return term(node.index);
     uses_manager_ = true;
@@ -326,12 +351,31 @@ class MatcherWriter {
       default:
         break;
     }
+    if (node.op->is_made_for_more()) return indexed_application(node, terms);
     if (node.op->shape == Shape::mixed) return mixed_application(node, terms);
     std::string text = std::string("mgr->make_").append(node.op->name) + "(";
     for (const IntExpr& parameter : node.parameters) text += integer(parameter) + ", ";
     for (std::size_t i = 0; i < node.arguments.size(); ++i)
       text += (i > 0 ? ", " : "") + terms[node.arguments[i]];
     return text + ")";
+  }
+
+  std::string indexed_application(const ResultNode& node, const std::vector<std::string>& terms) {
+    if (node.op->tag == SymbolTag::ARRAY_CONST) {
+      const std::string like = node.width.from_result ? terms[node.width.index] : term(node.width.index);
+      return "mgr->make_array_const(mgr->type_of(" + like + "), " + terms[node.arguments[0]] + ")";
+    }
+    const std::string number = std::to_string(++num_indexed_);
+    line("static const rules::Operator& result_operator_" + number + " = *rules::find_operator(\"" +
+         std::string(node.op->word) + "\");");
+    std::string indices = "const std::size_t result_indices_" + number + "[] = {";
+    for (const IntExpr& parameter : node.parameters) indices += integer(parameter) + ", ";
+    line(indices + "0};");
+    std::string arguments = "const Term* const result_arguments_" + number + "[] = {";
+    for (const std::size_t a : node.arguments) arguments += terms[a] + ", ";
+    line(arguments + "};");
+    return "rules::make_application(mgr, result_operator_" + number + ", result_indices_" + number +
+           ", result_arguments_" + number + ")";
   }
 
   static std::string mixed_application(const ResultNode& node, const std::vector<std::string>& terms) {
@@ -357,6 +401,7 @@ class MatcherWriter {
   std::vector<bool> width_known_;
   std::vector<bool> value_known_;
   bool uses_manager_ = false;
+  std::size_t num_indexed_ = 0;  // applications of the result that have indices
   std::string body_;
 };
 
@@ -365,7 +410,9 @@ class MatcherWriter {
 std::string matcher_prologue(std::string_view set) {
   const std::string name(set);
   std::string text = "// Made by rulec from " + name + ".rules.\n";
-  text += "#include <cstddef>\n#include <cstdint>\n\n#include <quarv/rules/rule_helpers.h>\n\n";
+  text +=
+      "#include <cstddef>\n#include <cstdint>\n\n#include <quarv/rules/rule_helpers.h>\n"
+      "#include <quarv/rules/rule_operations.h>\n\n";
   return text + "#include \"" + name + "_rule_classes.h\"\n\nnamespace quarv {\n";
 }
 
