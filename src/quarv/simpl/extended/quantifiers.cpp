@@ -93,16 +93,24 @@ const Term* join(TermManager& m, bool universal, const Term* a, const Term* b) {
   return universal ? m.make_or(a, b) : m.make_and(a, b);
 }
 
-std::vector<const Term*> operands_of(const TermManager& m, bool universal, const Term* body) {
+/// The negation of a conjunction is a disjunction of negations.
+std::vector<const Term*> operands_of(TermManager& m, bool universal, const Term* body) {
   const Symbol* connective = universal ? m.or_symbol : m.and_symbol;
+  const Symbol* dual = universal ? m.and_symbol : m.or_symbol;
   constexpr std::size_t most_operands = 12;
   std::vector<const Term*> operands;
   std::vector<const Term*> pending{body};
   while (!pending.empty()) {
     const Term* t = pending.back();
     pending.pop_back();
-    if (t->symbol == connective && operands.size() + pending.size() < most_operands) {
+    const bool has_room = operands.size() + pending.size() < most_operands;
+    const Term* negated = t->symbol == m.not_symbol ? t->args[0] : nullptr;
+    if (t->symbol == connective && has_room) {
       pending.insert(pending.end(), {t->args[1], t->args[0]});
+    } else if (negated != nullptr && negated->symbol == dual && has_room) {
+      const Term* second = m.make_not(negated->args[1]);
+      const Term* first = m.make_not(negated->args[0]);
+      pending.insert(pending.end(), {second, first});
     } else {
       operands.push_back(t);
     }
@@ -143,21 +151,27 @@ struct OnePoint {
   const Term* value = nullptr;
 };
 
+/// Of several variables the last one is replaced: what is computed of others is mostly bound behind them.
 OnePoint solved_sum(TermManager& m, const std::vector<const Term*>& variables, const Term* equation) {
   LinearSum sum(m);
   if (!sum.add(equation->args[0], QNumber(1)) || !sum.add(equation->args[1], QNumber(-1))) return {};
   sum.drop_zeros();
+  const LinearSum::Monomial* last = nullptr;
+  auto place = variables.begin();
   for (const LinearSum::Monomial& x : sum) {
-    if (!contains(variables, x.term) || !is_linear_in(m, {x.term}, equation)) continue;
-    const QNumber factor = QNumber(-1) / x.coefficient;
-    const Term* variable = x.term;
-    LinearSum value(m);
-    if (!value.add(equation->args[0], factor) || !value.add(equation->args[1], -factor)) return {};
-    if (!value.add(variable, QNumber(1))) return {};
-    value.drop_zeros();
-    return {variable, value.to_term()};
+    const auto found = std::find(place, variables.end(), x.term);
+    if (found == variables.end() || !is_linear_in(m, {x.term}, equation)) continue;
+    last = &x;
+    place = found;
   }
-  return {};
+  if (last == nullptr) return {};
+  const Term* variable = last->term;
+  const QNumber factor = QNumber(-1) / last->coefficient;
+  LinearSum value(m);
+  if (!value.add(equation->args[0], factor) || !value.add(equation->args[1], -factor)) return {};
+  if (!value.add(variable, QNumber(1))) return {};
+  value.drop_zeros();
+  return {variable, value.to_term()};
 }
 
 OnePoint one_point(TermManager& m, const std::vector<const Term*>& variables, const Term* formula) {
@@ -191,13 +205,43 @@ const Term* at_one_point(TermManager& m, const Symbol* s, const std::vector<cons
   return nullptr;
 }
 
-/// An equation of a variable with a term in which it does not occur: some value solves it.
+/// Whether a bit-vector takes every value when `variable`, a part of it, does, whatever the other parts are:
+/// steps that can be undone lead from one to the other.
+bool takes_all_values(TermManager& m, const Term* t, const Term* variable) {
+  constexpr int most_steps = 12;
+  for (int step = 0; step < most_steps && t != variable; ++step) {
+    switch (m.get_tag(t->symbol)) {
+      case SymbolTag::BV_NOT:
+      case SymbolTag::BV_NEG:
+        t = t->args[0];
+        continue;
+      case SymbolTag::BV_ADD:
+      case SymbolTag::BV_SUB:
+      case SymbolTag::BV_XOR:
+        break;
+      default:
+        return false;
+    }
+    const bool in_first = !occurring(m, {variable}, t->args[0]).empty();
+    if (in_first && !occurring(m, {variable}, t->args[1]).empty()) return false;
+    t = t->args[in_first ? 0 : 1];
+  }
+  return t == variable;
+}
+
+/// An equation of a variable with a term in which it does not occur: some value solves it. Of bit-vectors,
+/// the variable may also be a part of a sum.
 bool is_solvable(TermManager& m, const std::vector<const Term*>& variables, const Term* body) {
   if (!has_tag(m, body, SymbolTag::EQ)) return false;
   if (m.is_arithmetic_type(m.type_of(body->args[0]))) return is_linear_in(m, variables, body);
   for (int i = 0; i < 2; ++i) {
     const Term* x = body->args[i];
-    if (contains(variables, x) && occurring(m, {x}, body->args[1 - i]).empty()) return true;
+    const Term* other = body->args[1 - i];
+    if (contains(variables, x) && occurring(m, {x}, other).empty()) return true;
+    if (!m.is_bv_type(m.type_of(x))) continue;
+    for (const Term* v : variables) {
+      if (occurring(m, {v}, other).empty() && takes_all_values(m, x, v)) return true;
+    }
   }
   return false;
 }
