@@ -131,6 +131,72 @@ const Term* resolved(const Lattice& l, const Term* a, const Term* b) {
   return nullptr;
 }
 
+/// What the operands of the dual connective say, or the formula alone where it is none.
+class Clause {
+ public:
+  Clause(const Lattice& l, const Term* t) {
+    const bool holds = t->symbol != l.m.not_symbol;
+    const Term* inner = holds ? t : t->args[0];
+    const Symbol* symbol = holds ? l.dual : l.symbol;
+    if (inner->symbol != symbol) {
+      push(Literal(l.m, t, true));
+      return;
+    }
+    Operands operands({l.m, symbol, nullptr, nullptr}, inner);
+    for (const Term* part : operands) push(Literal(l.m, part, holds));
+  }
+  std::size_t size() const { return size_; }
+  const Literal& operator[](std::size_t i) const { return *literals_[i]; }
+
+  /// The place of the one literal here whose opposite is in the other clause, which has all others here;
+  /// `size()` where there is no such literal.
+  std::size_t clash_with(const Clause& other) const {
+    std::size_t clash = size_;
+    for (std::size_t i = 0; i < size_; ++i) {
+      bool known = false;
+      bool opposite = false;
+      for (std::size_t k = 0; k < other.size_ && !known; ++k) {
+        known = (*this)[i] == other[k];
+        opposite |= (*this)[i].is_opposite(other[k]);
+      }
+      if (known) continue;
+      if (!opposite || clash != size_) return size_;
+      clash = i;
+    }
+    return clash;
+  }
+
+ private:
+  void push(const Literal& literal) { literals_[size_++].emplace(literal); }
+
+  std::array<std::optional<Literal>, 12> literals_;
+  std::size_t size_ = 0;
+};
+
+/// (and (or u v w) (or u v (not w))) is (or u v); in (and (or u v) (or u (not v) w)) the second is (or u w).
+const Term* resolved_clauses(const Lattice& l, const Term* a, const Term* b) {
+  const auto is_clause = [&l](const Term* t) {
+    return t->symbol == l.dual || (t->symbol == l.m.not_symbol && t->args[0]->symbol == l.symbol);
+  };
+  if (!is_clause(a) || !is_clause(b)) return nullptr;
+  const Clause x(l, a);
+  const Clause y(l, b);
+  const bool a_is_shorter = x.size() <= y.size();
+  const Clause& few = a_is_shorter ? x : y;
+  const Clause& many = a_is_shorter ? y : x;
+  const std::size_t clash = few.clash_with(many);
+  if (clash == few.size()) return nullptr;
+  const Lattice dual{l.m, l.dual, l.symbol, nullptr};
+  const Term* rest = nullptr;
+  for (std::size_t i = many.size(); i-- > 0;) {
+    if (many[i].is_opposite(few[clash])) continue;
+    const Term* t = many[i].term(l.m);
+    rest = rest == nullptr ? t : dual.join(t, rest);
+  }
+  const bool all_but_one = many.clash_with(few) != many.size();
+  return all_but_one ? rest : l.join(a_is_shorter ? a : b, rest);
+}
+
 /// (and (or u v) (or u v w)) is (or u v): all operands of one are among those of the other.
 const Term* absorbed(const Lattice& l, const Term* a, const Term* b) {
   if (a->symbol != l.dual || b->symbol != l.dual) return nullptr;
@@ -149,6 +215,7 @@ const Term* absorbed(const Lattice& l, const Term* a, const Term* b) {
 const Term* combined(const Lattice& l, const Term* a, const Term* b) {
   if (const Term* t = absorbed(l, a, b)) return t;
   if (const Term* t = resolved(l, a, b)) return t;
+  if (const Term* t = resolved_clauses(l, a, b)) return t;
   if (const Term* t = meeting_bounds(l, a, b)) return t;
   if (const Term* t = joined_comparisons(l.m, a, b, l.is_conjunction())) return t;
   return l.is_conjunction() ? joined_classes(l.m, a, b) : nullptr;
