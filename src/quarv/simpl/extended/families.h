@@ -26,6 +26,7 @@ const Term* simplify_not(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_iff(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_ite(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_equal(TermManager& m, const Symbol* s, Args args);
+const Term* compare_with_branch(TermManager& m, const Symbol* s, Args args);
 /// An operator on if-then-elses whose branches are values, and on values: `(bvult (ite c #x01 #x05) #x03)` is
 /// `c`.
 const Term* lift_values(TermManager& m, const Symbol* s, Args args);
@@ -44,6 +45,8 @@ const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_bit_comparison(TermManager& m, const Symbol* s, Args args);
 /// What two equal sums have in common is taken out of both.
 const Term* cancel_in_bit_sums(TermManager& m, const Term* a, const Term* b);
+/// Likewise for exclusive ors.
+const Term* cancel_in_parities(TermManager& m, const Term* a, const Term* b);
 /// Identities of single operators, whatever the order of their operands.
 const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args);
 /// Operators that make a single bit: the flags of a processor.

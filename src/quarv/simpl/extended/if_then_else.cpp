@@ -2,6 +2,7 @@
 
 #include <quarv/simpl/extended/facts.h>
 #include <quarv/simpl/extended/families.h>
+#include <quarv/simpl/extended/relations.h>
 #include <quarv/simpl/extended/values.h>
 
 namespace quarv::termsimpl::extended {
@@ -75,6 +76,41 @@ const Term* simplify_ite(TermManager& m, const Symbol* /*s*/, Args args) {
   const Term* else_branch = fails.applied_to(b);
   if (then_branch != a || else_branch != b) return m.make_ite(c, then_branch, else_branch);
   return merged_conditions(m, c, a, b);
+}
+
+namespace {
+
+/// What one comparison says of another of the same terms: true, false, or null.
+const Term* decided_by(TermManager& m, const Term* known, const Term* atom) {
+  if (joined_comparisons(m, known, m.make_not(atom), true) == m.false_term) return m.true_term;
+  return joined_comparisons(m, known, atom, true) == m.false_term ? m.false_term : nullptr;
+}
+
+}  // namespace
+
+/// Compared with one of its branches, an if-then-else says no more than its condition, or nothing, where the
+/// condition decides the other branch: (<= (ite (<= i j) i j) i) is true.
+const Term* compare_with_branch(TermManager& m, const Symbol* s, Args args) {
+  for (std::size_t at = 0; at < 2; ++at) {
+    const Term* ite = args[at];
+    const Term* other = args[1 - at];
+    if (!is_ite(m, ite) || (ite->args[1] != other && ite->args[2] != other)) continue;
+    std::array<const Term*, 2> truth{};
+    for (std::size_t branch = 1; branch <= 2; ++branch) {
+      std::array<const Term*, 2> sides{other, other};
+      sides[at] = ite->args[branch];
+      Facts facts(m);
+      facts.assume(ite->args[0], branch == 1);
+      const Term* atom = m.make_term_unchecked(s, sides);
+      const Term* known = facts.applied_to(atom);
+      if (!is_value(m, known))
+        known = decided_by(m, branch == 1 ? ite->args[0] : m.make_not(ite->args[0]), atom);
+      if (known == nullptr) return nullptr;
+      truth[branch - 1] = known;
+    }
+    return m.make_ite(ite->args[0], truth[0], truth[1]);
+  }
+  return nullptr;
 }
 
 // Constants through if-then-else.

@@ -24,15 +24,6 @@ bool is_short(const TermManager& m, const Term* t) {
   return LinearSum::for_each_summand(m, t, [](const Term*) { return true; });
 }
 
-bool has_floor(const TermManager& m, const Term* t) {
-  bool found = false;
-  LinearSum::for_each_summand(m, t, [&](const Term* x) {
-    found = is_floor(m, x);
-    return !found;
-  });
-  return found;
-}
-
 /// Whether some monomial may occur twice in a sum of two short sums, or a numeral: a glance, before anything
 /// is computed.
 bool may_merge(const TermManager& m, Args args) {
@@ -204,14 +195,104 @@ const Term* compared_branches(TermManager& m, const Symbol* s, Args args) {
 
 }  // namespace
 
-/// Remainders lie in a known range.
+namespace {
+
+/// A sum of if-then-elses between numbers, which count in how many cases something holds.
+class Count {
+ public:
+  /// Whether `sum` is such a sum, of at least two.
+  [[nodiscard]] bool take(const TermManager& m, LinearSum& sum) {
+    least_ = most_ = sum.constant;
+    for (const LinearSum::Monomial& x : sum) {
+      if (!has_tag(m, x.term, SymbolTag::TERM_ITE)) return false;
+      const QNumber* first = m.get_number(x.term->args[1]);
+      const QNumber* second = m.get_number(x.term->args[2]);
+      if (first == nullptr || second == nullptr) return false;
+      const QNumber step = (*first - *second) * x.coefficient;
+      if (step.is_zero()) return false;
+      const bool holds = step.sign() > 0;  // where the condition does, the sum is greater
+      parts_[size_++] = {x.term->args[0], holds};
+      const QNumber size = holds ? step : step.neg();
+      if (size_ == 1 || size < smallest_step_) smallest_step_ = size;
+      least_ += (holds ? *second : *first) * x.coefficient;
+      most_ += (holds ? *first : *second) * x.coefficient;
+    }
+    return size_ > 1;
+  }
+
+  const QNumber& least() const { return least_; }
+  const QNumber& most() const { return most_; }
+  const QNumber& smallest_step() const { return smallest_step_; }
+
+  /// The sum is as great as it can be, or as small.
+  const Term* is_extreme(TermManager& m, bool greatest) const {
+    const Term* all = m.true_term;
+    for (std::size_t i = size_; i-- > 0;) {
+      const Part& part = parts_[i];
+      const Term* formula = part.adds == greatest ? part.condition : m.make_not(part.condition);
+      all = m.make_and(formula, all);
+    }
+    return all;
+  }
+
+ private:
+  struct Part {
+    const Term* condition = nullptr;
+    bool adds = false;
+  };
+  std::array<Part, 12> parts_;
+  std::size_t size_ = 0;
+  QNumber least_, most_, smallest_step_;
+};
+
+/// A count that is at most 0: (<= (+ (ite p 1 0) (ite q 1 0)) 1) is (not (and p q)).
+const Term* count_at_most_zero(TermManager& m, LinearSum& sum) {
+  Count count;
+  if (!count.take(m, sum)) return nullptr;
+  if (count.most().sign() <= 0) return m.true_term;
+  if (count.least().sign() > 0) return m.false_term;
+  if ((count.least() + count.smallest_step()).sign() > 0) return count.is_extreme(m, false);
+  if ((count.most() - count.smallest_step()).sign() > 0) return nullptr;
+  return m.make_not(count.is_extreme(m, true));
+}
+
+const Term* count_is_zero(TermManager& m, LinearSum& sum) {
+  Count count;
+  if (!count.take(m, sum)) return nullptr;
+  if (count.most().sign() < 0 || count.least().sign() > 0) return m.false_term;
+  if (count.least().is_zero()) return count.is_extreme(m, false);
+  return count.most().is_zero() ? count.is_extreme(m, true) : nullptr;
+}
+
+/// What may be looked at in a sum that is compared.
+struct Summands {
+  bool floors = false;
+  bool only_ites = true;
+
+  Summands(const TermManager& m, Args args) {
+    for (const Term* side : args) {
+      LinearSum::for_each_summand(m, side, [&](const Term* x) {
+        floors |= is_floor(m, x);
+        only_ites &= has_tag(m, x, SymbolTag::TERM_ITE) || m.get_number(x) != nullptr;
+        return !floors;
+      });
+    }
+  }
+};
+
+}  // namespace
+
+/// Remainders lie in a known range, and so do counts.
 const Term* simplify_leq(TermManager& m, const Symbol* s, Args args) {
   if (const Term* t = compared_branches(m, s, args)) return t;
+  if (const Term* t = compare_with_branch(m, s, args)) return t;
   if (const Term* t = compare_converted(m, s, args)) return t;
-  if (!has_floor(m, args[0]) && !has_floor(m, args[1])) return nullptr;
+  const Summands summands(m, args);
+  if (!summands.floors && !summands.only_ites) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
   sum.drop_zeros();
+  if (!summands.floors) return count_at_most_zero(m, sum);
   const auto range = range_of_remainder(m, sum);
   if (!range) return nullptr;
   if (const Term* t = remainder_at_most(m, *range, sum.constant)) return t;
@@ -236,6 +317,7 @@ const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args
         range->positive ? value.sign() >= 0 && value < range->end : value.sign() <= 0 && range->end < value;
     if (!inside) return m.false_term;
   }
+  if (const Term* t = count_is_zero(m, sum)) return t;
   if (sum.end() - sum.begin() != 2 || !sum.constant.is_zero()) return nullptr;
   const LinearSum::Monomial& x = sum.begin()[0];
   const LinearSum::Monomial& y = sum.begin()[1];
