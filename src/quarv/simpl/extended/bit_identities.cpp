@@ -36,11 +36,17 @@ bool is_one(const TermManager& m, const Term* t) {
   return value != nullptr && *value == QNumber(1);
 }
 
-/// ~-t is t - 1, and -~t is t + 1; the negative of a difference is the difference the other way round.
+/// ~-t is t - 1, and -~t is t + 1; ~(~t + u) is t - u, and ~(t - 1) is -t; the negative of a difference is
+/// the difference the other way round.
 const Term* negation(TermManager& m, SymbolTag::tag tag, const Term* t) {
   const std::size_t width = width_of(m, t);
   if (tag == SymbolTag::BV_NOT) {
     if (is_neg(m, t)) return m.make_bv_add(all_ones(m, width), t->args[0]);
+    if (!has_tag(m, t, SymbolTag::BV_ADD)) return nullptr;
+    for (std::size_t i = 0; i < 2; ++i) {
+      if (is_value(m, t->args[i]) && is_all_ones(m, t->args[i])) return m.make_bv_neg(t->args[1 - i]);
+      if (is_not(m, t->args[i])) return m.make_bv_sub(t->args[i]->args[0], t->args[1 - i]);
+    }
     return nullptr;
   }
   if (is_not(m, t)) return m.make_bv_add(m.make_bv_number(1, width), t->args[0]);
@@ -71,12 +77,66 @@ Multiple multiple_of(TermManager& m, const Term* t) {
   return {m.make_bv_number(1, width), t};
 }
 
+/// Whether a term is an operation on two others, in whichever order.
+bool is_operation(const TermManager& m, const Term* t, SymbolTag::tag tag, const Term* a, const Term* b) {
+  return has_tag(m, t, tag) && ((t->args[0] == a && t->args[1] == b) || (t->args[0] == b && t->args[1] == a));
+}
+
+/// (a & b) + (a | b) is a + b, and (a & b) + (a ^ b) is a | b: common bits count twice in a sum.
+const Term* sum_of_parts(TermManager& m, const Term* common, const Term* others) {
+  if (!has_tag(m, common, SymbolTag::BV_AND)) return nullptr;
+  const Term* a = common->args[0];
+  const Term* b = common->args[1];
+  if (is_operation(m, others, SymbolTag::BV_OR, a, b)) return m.make_bv_add(a, b);
+  return is_operation(m, others, SymbolTag::BV_XOR, a, b) ? m.make_bv_or(a, b) : nullptr;
+}
+
+/// Bits without some of them: (a | b) - (a & b) is a ^ b, (a | b) - a is b & ~a, a - (a & b) is a & ~b,
+/// (a + b) - (a | b) is a & b, and so on.
+const Term* difference_of_parts(TermManager& m, const Term* all, const Term* part) {
+  const auto without = [&m](const Term* t, const Term* u) { return m.make_bv_and(t, m.make_bv_not(u)); };
+  if (has_tag(m, part, SymbolTag::BV_AND) && (part->args[0] == all || part->args[1] == all)) {
+    return without(all, part->args[part->args[0] == all ? 1 : 0]);
+  }
+  const bool is_union = has_tag(m, all, SymbolTag::BV_OR);
+  if (!is_union && !has_tag(m, all, SymbolTag::BV_ADD)) return nullptr;
+  const Term* a = all->args[0];
+  const Term* b = all->args[1];
+  if (is_union) {
+    if (part == a) return without(b, a);
+    if (part == b) return without(a, b);
+    if (is_operation(m, part, SymbolTag::BV_AND, a, b)) return m.make_bv_xor(a, b);
+    return is_operation(m, part, SymbolTag::BV_XOR, a, b) ? m.make_bv_and(a, b) : nullptr;
+  }
+  if (is_operation(m, part, SymbolTag::BV_OR, a, b)) return m.make_bv_and(a, b);
+  return is_operation(m, part, SymbolTag::BV_AND, a, b) ? m.make_bv_or(a, b) : nullptr;
+}
+
+/// A shift to the left and back, by as many bits, copies the sign of what is left.
+const Term* shifted_back(TermManager& m, const Term* t, const Term* amount) {
+  const QNumber* bits = m.get_number(amount);
+  const std::size_t width = width_of(m, t);
+  if (bits == nullptr || bits->sign() <= 0 || *bits >= QNumber(static_cast<long>(width))) return nullptr;
+  const std::size_t n = bits->num().get_ui();
+  if (has_tag(m, t, SymbolTag::BV_LSL) && t->args[1] == amount) {
+    return m.make_bv_sign_extend(n, m.make_bv_extract(width - n - 1, 0, t->args[0]));
+  }
+  if (!has_tag(m, t, SymbolTag::BV_CONCAT) || !is_zero(m, t->args[1])) return nullptr;
+  return width_of(m, t->args[1]) == n ? m.make_bv_sign_extend(n, t->args[0]) : nullptr;
+}
+
 const Term* sum(TermManager& m, Args args) {
   for (std::size_t i = 0; i < 2; ++i) {
     if (is_one(m, args[i]) && is_not(m, args[1 - i])) return m.make_bv_neg(args[1 - i]->args[0]);
   }
   if (is_neg(m, args[0]) && is_neg(m, args[1])) {
     return m.make_bv_neg(m.make_bv_add(args[0]->args[0], args[1]->args[0]));
+  }
+  for (std::size_t i = 0; i < 2; ++i) {
+    const Term* other = args[1 - i];
+    if (const Term* t = sum_of_parts(m, args[i], other)) return t;
+    if (!is_neg(m, args[i])) continue;
+    if (const Term* t = difference_of_parts(m, other, args[i]->args[0])) return t;
   }
   const auto is_product = [&m](const Term* t) { return has_tag(m, t, SymbolTag::BV_MUL); };
   if (!is_product(args[0]) && !is_product(args[1])) return nullptr;
@@ -181,6 +241,10 @@ const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args) {
       return negation(m, tag, args[0]);
     case SymbolTag::BV_ADD:
       return sum(m, args);
+    case SymbolTag::BV_SUB:
+      return difference_of_parts(m, args[0], args[1]);
+    case SymbolTag::BV_ASR:
+      return shifted_back(m, args[0], args[1]);
     case SymbolTag::BV_MUL:
       for (std::size_t i = 0; i < 2; ++i) {
         if (is_value(m, args[i]) && !is_value(m, args[1 - i]) && is_all_ones(m, args[i])) {
@@ -203,6 +267,7 @@ const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args) {
     case SymbolTag::BV_ULE:
     case SymbolTag::BV_SLT:
     case SymbolTag::BV_SLE:
+      if (const Term* t = compare_with_branch(m, s, args)) return t;
       return comparison(m, tag, args[0], args[1]);
     default:
       return nullptr;

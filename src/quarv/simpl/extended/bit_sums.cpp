@@ -155,6 +155,74 @@ bool have_common_operand(const TermManager& m, const Term* a, const Term* b) {
 
 }  // namespace
 
+namespace {
+
+/// The operands of a chain of exclusive ors; false when there are too many.
+class Parity {
+ public:
+  explicit Parity(const TermManager& m) : m_(m) {}
+
+  [[nodiscard]] bool take(const Term* root) {
+    std::array<const Term*, most> pending{root};
+    for (std::size_t n = 1; n > 0;) {
+      const Term* t = pending[--n];
+      if (has_tag(m_, t, SymbolTag::BV_XOR)) {
+        if (n + 2 > most) return false;
+        pending[n++] = t->args[1];
+        pending[n++] = t->args[0];
+      } else if (size_ == most) {
+        return false;
+      } else {
+        operands_[size_++] = t;
+      }
+    }
+    return true;
+  }
+
+  const Term** begin() { return operands_.data(); }
+  const Term** end() { return operands_.data() + size_; }
+  void drop(const Term** operand) { std::copy(operand + 1, end(), operand), --size_; }
+
+  const Term* term(TermManager& m, std::size_t width) {
+    if (size_ == 0) return m.make_bv_number(0, width);
+    const Term* all = operands_[size_ - 1];
+    for (std::size_t i = size_ - 1; i-- > 0;) all = m.make_bv_xor(operands_[i], all);
+    return all;
+  }
+
+ private:
+  static constexpr std::size_t most = 12;
+
+  const TermManager& m_;
+  std::array<const Term*, most> operands_{};
+  std::size_t size_ = 0;
+};
+
+}  // namespace
+
+const Term* cancel_in_parities(TermManager& m, const Term* a, const Term* b) {
+  if (!has_tag(m, a, SymbolTag::BV_XOR) || !has_tag(m, b, SymbolTag::BV_XOR)) return nullptr;
+  Parity left(m);
+  Parity right(m);
+  if (!left.take(a) || !right.take(b)) return nullptr;
+  bool any = false;
+  for (const Term** x = left.begin(); x != left.end();) {
+    const Term** same = std::find(right.begin(), right.end(), *x);
+    if (same == right.end()) {
+      ++x;
+      continue;
+    }
+    right.drop(same);
+    left.drop(x);
+    any = true;
+  }
+  if (!any) return nullptr;
+  const std::size_t width = width_of(m, a);
+  const Term* first = left.term(m, width);
+  const Term* second = right.term(m, width);
+  return m.make_equal(first, second);
+}
+
 const Term* cancel_in_bit_sums(TermManager& m, const Term* a, const Term* b) {
   if (!has_tag(m, a, SymbolTag::BV_ADD) && !has_tag(m, b, SymbolTag::BV_ADD)) return nullptr;
   if (have_common_operand(m, a, b)) return nullptr;

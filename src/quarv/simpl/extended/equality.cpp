@@ -86,6 +86,7 @@ const Term* simplify_equal(TermManager& m, const Symbol* s, Args args) {
   }
   if (m.is_bv_type(m.type_of(a))) {
     const Term* t = cancel_in_bit_sums(m, a, b);
+    if (t == nullptr) t = cancel_in_parities(m, a, b);
     return t != nullptr ? t : simplify_bit_comparison(m, s, args);
   }
   if (m.is_array_type(m.type_of(a))) {
