@@ -25,14 +25,33 @@ const Term* magnitude_of(const TermManager& m, const Term* t) {
   return t;
 }
 
+bool is_from_integer(const TermManager& m, const Term* t) {
+  return has_tag(m, t, SymbolTag::FP_FROM_SBV) || has_tag(m, t, SymbolTag::FP_FROM_UBV);
+}
+
 /// Classes that both signs have.
 const Term* classify_magnitude(TermManager& m, const Symbol* s, const Term* t) {
   const Term* inner = magnitude_of(m, t);
   return inner == t ? nullptr : m.make_term_unchecked(s, Args(&inner, 1));
 }
 
+/// Rounding makes neither a NaN nor an infinity of a float: to an integral value neither, to another format
+/// no NaN. What is converted from an integer is never NaN.
+const Term* classify_rounded(TermManager& m, const Symbol* s, const Term* t) {
+  const bool nan = m.get_tag(s) == SymbolTag::FP_ISNAN;
+  if (nan && is_from_integer(m, t)) return m.false_term;
+  if (has_tag(m, t, SymbolTag::FP_ROUND_TO_INT) || (nan && has_tag(m, t, SymbolTag::FP_CAST))) {
+    return nan ? m.make_fp_isnan(t->args[1]) : m.make_fp_isinf(t->args[1]);
+  }
+  return classify_magnitude(m, s, t);
+}
+
 /// The sign of a negation is the other one; an absolute value is positive, or NaN, which has no sign.
+/// Rounding leaves signs as they are.
 const Term* classify_sign(TermManager& m, const Term* t, bool negative) {
+  if (has_tag(m, t, SymbolTag::FP_ROUND_TO_INT) || has_tag(m, t, SymbolTag::FP_CAST)) {
+    return negative ? m.make_fp_isneg(t->args[1]) : m.make_fp_ispos(t->args[1]);
+  }
   if (is_negation(m, t)) return negative ? m.make_fp_ispos(t->args[0]) : m.make_fp_isneg(t->args[0]);
   if (!has_tag(m, t, SymbolTag::FP_ABS)) return nullptr;
   return negative ? m.false_term : m.make_not(m.make_fp_isnan(t->args[0]));
@@ -127,6 +146,7 @@ const Term* simplify_float(TermManager& m, const Symbol* s, Args args) {
     }
     case SymbolTag::FP_ISNAN:
     case SymbolTag::FP_ISINF:
+      return classify_rounded(m, s, t);
     case SymbolTag::FP_ISZERO:
     case SymbolTag::FP_ISSUBNORMAL:
     case SymbolTag::FP_ISNORMAL:
@@ -153,6 +173,9 @@ const Term* simplify_float(TermManager& m, const Symbol* s, Args args) {
       return m.type_of(args[1]) == s->get_output_type() ? args[1] : restored(m, s, args[1]);
     case SymbolTag::FP_ROUND_TO_INT:
       return has_tag(m, args[1], SymbolTag::FP_ROUND_TO_INT) ? args[1] : nullptr;
+    case SymbolTag::FP_FMA:  // factors in one order
+      if (args[1]->id <= args[2]->id) return nullptr;
+      return m.make_term_unchecked(s, std::array{args[0], args[2], args[1], args[3]});
     case SymbolTag::FP_SQRT:
       return is_nan(m, args[1]) ? computed_nan(m, args[1]) : nullptr;
     default:

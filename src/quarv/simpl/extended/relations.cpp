@@ -167,6 +167,16 @@ bool fails_for_nan(const TermManager& m, const Term* formula, const Term* t) {
   }
 }
 
+/// What is below another float is neither above nor equal to it.
+bool exclude_each_other(const TermManager& m, const Term* a, const Term* b) {
+  if (has_tag(m, b, SymbolTag::FP_LT) && !has_tag(m, a, SymbolTag::FP_LT)) std::swap(a, b);
+  if (!has_tag(m, a, SymbolTag::FP_LT)) return false;
+  const bool orders = has_tag(m, b, SymbolTag::FP_LT) || has_tag(m, b, SymbolTag::FP_LE);
+  const bool equates = has_tag(m, b, SymbolTag::FP_EQ);
+  if ((orders || equates) && a->args[0] == b->args[1] && a->args[1] == b->args[0]) return true;
+  return equates && a->args[0] == b->args[0] && a->args[1] == b->args[1];
+}
+
 }  // namespace
 
 const Term* joined_classes(TermManager& m, const Term* a, const Term* b) {
@@ -175,6 +185,7 @@ const Term* joined_classes(TermManager& m, const Term* a, const Term* b) {
   if (is_class(tag) && is_class(other)) {
     return tag != other && a->args[0] == b->args[0] ? m.false_term : nullptr;
   }
+  if (exclude_each_other(m, a, b)) return m.false_term;
   const bool excluded = (tag == SymbolTag::FP_ISNAN && fails_for_nan(m, b, a->args[0])) ||
                         (other == SymbolTag::FP_ISNAN && fails_for_nan(m, a, b->args[0]));
   return excluded ? m.false_term : nullptr;
