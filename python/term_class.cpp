@@ -207,6 +207,7 @@ void bind_terms(py::module_& m) {
       },
       "Number of distinct sub-terms, this one included.");
   bind_walks(type);
+  bind_shipments(m, type);
   bind_z3_writer(type);
   property("value", value_of,
            "A bool, int or Fraction for constants (of bit-vectors the unsigned value), else None.");

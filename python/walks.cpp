@@ -1,7 +1,6 @@
 #include <pybind11/stl.h>
 
 #include "terms.h"
-#include <quarv/term/declared_sorts.h>
 #include <quarv/term/walk.h>
 
 namespace quarv::python {
@@ -49,38 +48,6 @@ bool contains(const PyTerm& self, const PyTerm& part) {
   return found;
 }
 
-/// What a text of the term needs: sorts with the numbers of their parameters, functions with their sorts.
-py::tuple declarations(const PyTerm& self) {
-  TermManager& m = self.manager();
-  py::list sorts, functions;
-  std::set<const DataType*> seen_sorts;
-  std::set<std::string> named;
-  hsh::HashSet<const Symbol*> seen;
-  const auto sort = [&](const DataType* s) {
-    for_each_declared_sort(
-        m, s,
-        [&](const DataType* declared, std::size_t num_parameters) {
-          std::string name = declared->to_string();
-          if (name.starts_with('|')) name = name.substr(1, name.size() - 2);
-          if (named.insert(name).second) sorts.append(py::make_tuple(name, num_parameters));
-        },
-        seen_sorts);
-    return s->to_string();
-  };
-  visit_post_order(m, self.term, [&](const Term* t) {
-    const Symbol* s = t->symbol;
-    const std::string result = sort(s->get_output_type());
-    if (m.is_quantifier(s)) {
-      for (const Term* v : m.quantifier_variables(s)) sort(m.type_of(v));
-    }
-    if (m.get_tag(s) != SymbolTag::UF || m.is_bound_variable(s) || !seen.insert(s)) return;
-    py::list arguments;
-    for (std::size_t i = 0; i < m.arity(s); ++i) arguments.append(sort(m.argument_type(s, i)));
-    functions.append(py::make_tuple(s->name, arguments, result));
-  });
-  return py::make_tuple(sorts, functions);
-}
-
 }  // namespace
 
 void bind_walks(py::class_<PyTerm>& type) {
@@ -94,8 +61,7 @@ void bind_walks(py::class_<PyTerm>& type) {
       .def("subterms", subterms, in_turn,
            "All distinct sub-terms, this one included, each after its arguments.")
       .def("constants", constants, in_turn, "The declared constants that occur, oldest first.")
-      .def("__contains__", contains, in_turn)
-      .def("_declarations", declarations, in_turn);
+      .def("__contains__", contains, in_turn);
   type.def_property_readonly(
       "depth", py::cpp_function([](const PyTerm& t) { return depth(t.manager(), t.term); }, in_turn),
       "Number of terms on the longest way down: 1 for a constant.");

@@ -3,7 +3,7 @@
 import weakref
 from contextlib import contextmanager
 
-from ._quarv import Function, Manager, Sort, Term
+from ._quarv import Function, Manager, Sort, Term, _Receiver, _Sender
 
 
 @contextmanager
@@ -17,7 +17,9 @@ def scope(self):
 
 
 # A manager travels without its terms, as what it was made with; terms bring along what they are made of. Terms that are
-# pickled together have one manager afterwards, too.
+# pickled together have one manager afterwards, too, and what they share is written once: pickle asks a manager for its
+# parts at the first term of each dump, which begins a shipment, and holds the shipment as long as the dump lasts. Should
+# there be several shipments of one manager, nobody can say to which dump a term belongs; then it is written in full.
 
 
 _managers = weakref.WeakValueDictionary()  # by their hashes
@@ -28,15 +30,57 @@ def _one_object(manager):
     return _managers.setdefault(hash(manager), manager)
 
 
-def _new_manager(options):
-    return Manager(**options)
+class _Shipment:
+    """What one dump says of a manager's terms; where it is loaded, what was received."""
+
+    def __init__(self, manager=None):
+        self.source = None if manager is None else hash(manager)
+        self.sender = None if manager is None else _Sender(manager)
+        self.receiver = None
+
+    def __reduce__(self):
+        return _Shipment, ()
 
 
-def _manager_reduced(self):
-    return _new_manager, (self.options,)
+_shipments = weakref.WeakSet()  # those under way
 
 
-def _read_term(manager, sorts, functions, text):
+class _Parcel:
+    """A term within a shipment. Pickle asks it for its parts when it has those of the manager."""
+
+    def __init__(self, term):
+        self.term = term
+
+    def __reduce__(self):
+        under_way = [s for s in _shipments if s.source == hash(self.term.manager)]
+        parts = under_way[0].sender.send(self.term) if len(under_way) == 1 else None
+        if parts is None:
+            return _Text, (*self.term._declarations(), str(self.term))
+        return _Part, (under_way[0], *parts)
+
+    def read(self, _manager):
+        return self.term
+
+
+class _Text:
+    def __init__(self, sorts, functions, text):
+        self.sorts, self.functions, self.text = sorts, functions, text
+
+    def read(self, manager):
+        _declare(manager, self.sorts, self.functions)
+        return manager.term(self.text)
+
+
+class _Part:
+    def __init__(self, shipment, sorts, functions, nodes, number):
+        self.shipment, self.sorts, self.functions, self.nodes, self.number = shipment, sorts, functions, nodes, number
+
+    def read(self, manager):
+        _declare(manager, self.sorts, self.functions)
+        return self.shipment.receiver.receive(self.nodes, self.number)
+
+
+def _declare(manager, sorts, functions):
     for name, num_parameters in sorts:
         manager.declare_sort(name, num_parameters)
     for name, arguments, result in functions:
@@ -44,12 +88,27 @@ def _read_term(manager, sorts, functions, text):
             manager.function(name, arguments, result)
         else:
             manager.constant(name, result)
-    return manager.term(text)
+
+
+def _new_manager(options, shipment=None):
+    manager = Manager(**options)
+    if shipment is not None:
+        shipment.receiver = _Receiver(manager)
+    return manager
+
+
+def _manager_reduced(self):
+    shipment = _Shipment(self)
+    _shipments.add(shipment)
+    return _new_manager, (self.options, shipment)
+
+
+def _read_term(manager, parcel):
+    return parcel.read(manager)
 
 
 def _term_reduced(self):
-    sorts, functions = self._declarations()
-    return _read_term, (_one_object(self.manager), sorts, functions, str(self))
+    return _read_term, (_one_object(self.manager), _Parcel(self))
 
 
 def _not_alone(self):

@@ -1,6 +1,7 @@
 """Marks, substitution, values, simplifications of one's own, and terms that travel."""
 
 import gc
+import io
 import pickle
 
 import pytest
@@ -212,3 +213,74 @@ def test_terms_can_be_pickled(m):
     assert str(eager.value(3, "(_ BitVec 8)") + 4) == "#x07"
     with pytest.raises(TypeError, match="not alone"):
         pickle.dumps(t.sort)
+
+
+def grown(m, num_terms):
+    """Terms of which each is a part of the next one."""
+    x, y = m.bv("x", 32), m.bv("y", 32)
+    terms = [x]
+    for i in range(num_terms):
+        t = terms[-1]
+        terms.append(t * 3 + y if i % 2 else quarv.ite(quarv.ult(t, y), t ^ i, t))
+    return terms
+
+
+def test_what_pickled_terms_share_is_written_once(m):
+    few, many = (len(pickle.dumps(grown(m, n))) for n in (200, 400))
+    assert many < 3 * few
+    terms = grown(m, 400)
+    back = pickle.loads(pickle.dumps(terms))
+    assert all(m.copy(b).same(t) for b, t in zip(back, terms))
+    assert back[-1].num_nodes == terms[-1].num_nodes and len({t.manager for t in back}) == 1
+
+
+def test_all_kinds_of_terms_travel():
+    script = """(declare-sort S 0) (declare-fun |a b| (S Int) Bool) (declare-const s S) (declare-const i Int)
+      (declare-const r Real) (declare-const f Float16) (declare-const m (Array Int S)) (declare-const p Bool)
+      (assert (|a b| (select (store m (div i 3) s) (mod i 2)) (abs i)))
+      (assert (and (=> p (< (/ r 2.0) (to_real i) r)) (distinct i 3 4) (is_int r) ((_ divisible 3) i)))
+      (assert (forall ((j Int)) (! (or p (< j i)) :pattern ((|a b| s j)))))
+      (assert (fp.lt (fp.add RTP f ((_ to_fp 5 11) RNE 0.1)) ((_ to_fp 5 11) #x3c00)))
+      (assert (= ((as const (Array Int S)) s) (ite (xor p (= i 1)) m m)))
+      (assert (= ((_ fp.to_sbv 8) RTZ f) (bvsmod #x05 ((_ int2bv 8) (bv2nat ((_ rotate_left 2) #b101))))))"""
+    terms = quarv.parse_smt2(script)
+    for t in terms:
+        terms.extend(t.args if t.op != "forall" else ())
+    for protocol in range(pickle.HIGHEST_PROTOCOL + 1):
+        back = pickle.loads(pickle.dumps(terms, protocol))
+        assert list(map(str, back)) == list(map(str, terms))
+
+
+def test_dumps_within_dumps_and_side_by_side(m):
+    terms = grown(m, 20)
+
+    class Nested:
+        def __reduce__(self):
+            return pickle.loads, (pickle.dumps(terms[10:]), )
+
+    first, inner, last = pickle.loads(pickle.dumps((terms[15], Nested(), terms[20])))
+    assert str(first) == str(terms[15]) and str(inner[-1]) == str(terms[20]) == str(last)
+    assert first.manager == last.manager != inner[0].manager
+
+    one, other = io.BytesIO(), io.BytesIO()
+    pickler, another = pickle.Pickler(one), pickle.Pickler(other)
+    for t in terms:
+        pickler.dump(t)
+        another.dump(t)
+    del another
+    pickler.dump([terms[20] + 1])
+    for stream, expected in ((one, [*terms, [terms[20] + 1]]), (other, terms)):
+        unpickler = pickle.Unpickler(io.BytesIO(stream.getvalue()))
+        for t in expected:
+            assert str(unpickler.load()) == str(t)
+
+
+def test_terms_are_pickled_after_a_release(m):
+    x = m.bv("x", 8)
+    stream = io.BytesIO()
+    pickler = pickle.Pickler(stream)
+    with m.scope():
+        pickler.dump(x + m.bv("y", 8))
+    pickler.dump(x * m.bv("z", 8))
+    unpickler = pickle.Unpickler(io.BytesIO(stream.getvalue()))
+    assert [str(unpickler.load()) for _ in range(2)] == ["(bvadd x y)", "(bvmul x z)"]
