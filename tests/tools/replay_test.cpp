@@ -440,4 +440,22 @@ TEST_F(Replay, KnowsSumsThatCameToBeOverIntegers) {
   EXPECT_EQ(run("$quarv explain in.smt2").status, 0);
 }
 
+/// Nested sums of choices: each step alone is within its budget, all together are not.
+TEST_F(Replay, EndsWhenTheEffortIsUsedUp) {
+  std::string chain = "(declare-const x Int)\n(define-fun s0 () Int x)\n";
+  constexpr int num_levels = 120;
+  for (int i = 1; i <= num_levels; ++i) {
+    const std::string before = "s" + std::to_string(i - 1), n = std::to_string(i);
+    chain +=
+        "(define-fun s" + n + " () Int (ite (= x " + n + ") (abs " + before + ") (+ " + before + " x)))\n";
+  }
+  chain += "(assert (< (+ 0 s" + std::to_string(num_levels) + ") 7))\n";
+  write("in.smt2", chain);
+  ASSERT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace trace.jsonl").status, 0);
+  const Result r = run("$quarv replay trace.jsonl");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find("not justified: the effort for proofs was used up\n"), std::string::npos);
+  EXPECT_NE(r.out.find(" not justified; the effort for proofs was used up\n"), std::string::npos);
+}
+
 }  // namespace

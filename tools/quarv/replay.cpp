@@ -46,6 +46,7 @@ class Findings {
     out << fmt::format("{} steps: {} justified, {} not justified", all_.justified + all_.not_justified,
                        all_.justified, all_.not_justified);
     if (num_refused_ != 0) out << fmt::format("; {} lines make no sense", num_refused_);
+    if (values.is_exhausted()) out << "; the effort for proofs was used up";
     out << '\n';
     for (const auto& [kind, c] : by_kind_) {
       if (c.not_justified == 0) continue;
@@ -118,6 +119,7 @@ class Replay {
     const std::string kind = is_rule ? "rule " + printable(step.rule_label, 60) : printable(step.label, 60);
     findings_.count(kind, justified);
     if (justified || quiet) return;
+    if (reason.empty() && findings_.values.is_exhausted()) reason = "the effort for proofs was used up";
     out << fmt::format("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
                        reason.empty() ? "" : ": " + reason);
   }

@@ -104,11 +104,13 @@ bool BitProof::holds(Bit goal, const std::vector<Lemma>& lemmas, std::size_t mos
   constexpr std::size_t first_nodes = 300, most_conflicts = 3000;
   goal = graph_.find(goal);
   if (goal == BitGraph::yes) return true;
-  if (goal == BitGraph::no && lemmas.empty()) return false;
+  if ((goal == BitGraph::no && lemmas.empty()) || steps_left_ == 0) return false;
   std::vector<Bit> roots{goal};
   for (const Lemma& lemma : lemmas) roots.insert(roots.end(), lemma.begin(), lemma.end());
   for (std::size_t most = first_nodes;; most *= 10) {
     const std::vector<Node> nodes = nearest_nodes(graph_, roots, most);
+    constexpr std::uint64_t steps_per_node = 20;
+    steps_left_ -= std::min<std::uint64_t>(steps_left_, steps_per_node * nodes.size());
     const bool is_last = nodes.size() < most || most >= most_nodes;
     ClauseSet clauses;
     Encoding encoding(graph_, clauses);

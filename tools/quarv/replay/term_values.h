@@ -33,6 +33,8 @@ class TermValues {
   bool are_equal(Id a, Id b);
   /// It has been shown by other means that they are.
   void learn(Id a, Id b);
+  /// The effort for all proofs together was used up: nothing more is proved.
+  bool is_exhausted() const noexcept { return exhausted_; }
 
  private:
   using Bit = BitGraph::Bit;
@@ -126,6 +128,12 @@ class TermValues {
   Value stored(Value array, Argument index, Argument element, const Expression& e);
   Value read(Value array, Argument index, const Expression& e);
 
+  /// Takes from the effort for all proofs together; throws Exhausted when there is none left.
+  void spend(std::size_t effort) {
+    if (effort_left_ < effort) throw Exhausted();
+    effort_left_ -= effort;
+  }
+
   // term_values_numbers.cpp
   bool is_number(const Expression& e) const;
   std::optional<Value> number(const Expression& e);
@@ -182,8 +190,9 @@ class TermValues {
   std::unordered_map<std::string, std::size_t> forms_;
   std::vector<Sum> form_sums_;
   std::unordered_map<BitGraph::Node, Atom> atoms_;
-  std::size_t budget_ = 0;            // of cases, for the present term
-  std::size_t lemmas_left_ = 60'000;  // for all proofs together
+  std::size_t budget_ = 0;                // of cases, for the present term
+  std::size_t effort_left_ = 2'000'000;  // of summands and cases, for all proofs together
+  std::size_t lemmas_left_ = 60'000;      // for all proofs together
   std::set<std::pair<Id, Id>> not_proved_;
   bool exhausted_ = false;
 };

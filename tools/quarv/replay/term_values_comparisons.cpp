@@ -17,6 +17,7 @@ BitGraph::Bit TermValues::compare(Sum d, bool equality) {
   if (d.coefficients.empty()) {
     return (equality ? d.constant == 0 : d.constant <= 0) ? BitGraph::yes : BitGraph::no;
   }
+  spend(d.coefficients.size());
   // Coprime integers as coefficients.
   mpz_class multiple = 1, divisor = 0;
   for (const auto& [part, c] : d.coefficients) multiple = lcm(multiple, c.get_den());

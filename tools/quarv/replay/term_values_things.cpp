@@ -46,6 +46,7 @@ TermValues::Value TermValues::choice(Bit condition, Value a, Value b) {
 }
 
 TermValues::Value TermValues::choice(std::vector<Case> cases) {
+  spend(cases.size());
   std::map<Value, std::vector<Bit>> by_leaf;
   for (const auto& [leaf, c] : cases) by_leaf[leaf].push_back(c);
   Thing t;
