@@ -267,7 +267,6 @@ const Term* simplify_bit_identity(TermManager& m, const Symbol* s, Args args) {
     case SymbolTag::BV_ULE:
     case SymbolTag::BV_SLT:
     case SymbolTag::BV_SLE:
-      if (const Term* t = compare_with_branch(m, s, args)) return t;
       return comparison(m, tag, args[0], args[1]);
     default:
       return nullptr;
