@@ -16,6 +16,7 @@ ScriptWriter::ScriptWriter(const TermManager& manager, const Script& script, std
       out_(out),
       plan_(manager, script),
       names_(manager.num_terms()),
+      telling_names_(manager, script),
       largest_dollar_name_(std::max(script.largest_dollar_name, script.largest_dollar_definition)),
       let_prefix_(script.question_marks + 1, '?'),
       created_(manager.num_terms()) {
@@ -247,6 +248,15 @@ void ScriptWriter::set_code(Node n, std::uint32_t code) {
   }
 }
 
+/// The name that a `let` binds, if it is the one with this number. Definitions have numbers always: those who
+/// compare scripts know the printer's by them.
+std::uint32_t ScriptWriter::new_let(Node n, std::uint32_t number) {
+  const bool named_by_user = script_.let_names.contains(n.term());
+  const std::uint32_t telling =
+      script_.chosen && !named_by_user ? telling_names_.number(n) : TellingNames::none;
+  return telling == TellingNames::none ? code_of(NameKind::let, number) : code_of(NameKind::telling, telling);
+}
+
 void ScriptWriter::write_name_of(Node n, std::uint32_t code) {
   const std::uint32_t number = code & ((1u << number_bits) - 1);
   switch (static_cast<NameKind>(code >> number_bits)) {
@@ -260,6 +270,8 @@ void ScriptWriter::write_name_of(Node n, std::uint32_t code) {
     case NameKind::definition:
       out_.put('$');
       return out_.put(largest_dollar_name_ + number);
+    case NameKind::telling:
+      return out_.put(telling_names_.name(number));
     case NameKind::user:
       return out_.put(script_.commands[number].name);
     default:

@@ -9,6 +9,7 @@
 
 #include <quarv/smtlib/write/printer.h>
 #include <quarv/smtlib/write/sharing.h>
+#include <quarv/smtlib/write/telling_names.h>
 #include <quarv/smtlib/write/term_writer.h>
 #include <quarv/util/large_pages.h>
 
@@ -65,7 +66,14 @@ class ScriptWriter {
     std::vector<Node> names;                    // given by the user
     std::vector<std::string_view> definitions;  // keys of `definitions_`
   };
-  enum class NameKind : std::uint32_t { none = 0, let = 1, definition = 2, user = 3, annotation = 4 };
+  enum class NameKind : std::uint32_t {
+    none = 0,
+    let = 1,
+    definition = 2,
+    user = 3,
+    annotation = 4,
+    telling = 5
+  };
 
   static constexpr unsigned number_bits = 29;  // of the code of a name; its kind stands above
 
@@ -108,6 +116,7 @@ class ScriptWriter {
   void set_code(Node n, std::uint32_t code);
   void set_name(Node n, NameKind kind, std::uint32_t number) { set_code(n, code_of(kind, number)); }
   void write_name_of(Node n, std::uint32_t code);
+  std::uint32_t new_let(Node n, std::uint32_t number);
 
   // The order in which reading the text creates terms.
   void created(const Term* t);
@@ -134,6 +143,7 @@ class ScriptWriter {
   std::vector<std::string> texts_;    // of the items `owned_text`
   LargeVector<std::uint32_t> names_;  // by term id: kind and number
   std::unordered_map<const Term*, std::uint32_t> real_names_;
+  TellingNames telling_names_;
   std::vector<Node> let_names_;  // given in the unit that is being written
   std::uint32_t num_lets_ = 0;
   const std::uint64_t largest_dollar_name_;  // the user's: those of definitions count from there

@@ -25,12 +25,12 @@ void ScriptWriter::run() {
         break;
       case Item::open_let:
         out_.put("(let ((");
-        write_name_of(item.node, static_cast<std::uint32_t>(NameKind::let) << number_bits | item.next);
+        write_name_of(item.node, item.next);
         out_.put(' ');
         break;
       case Item::close_let:
         out_.put(")) ");
-        set_name(item.node, NameKind::let, item.next);
+        set_code(item.node, item.next);
         let_names_.push_back(item.node);
         break;
       case Item::leave:
@@ -72,9 +72,10 @@ void ScriptWriter::push_lets(std::span<const Node> bindings, Node body) {
   num_lets_ = last;
   for (std::size_t i = bindings.size(); i-- > 0;) {
     const std::uint32_t number = last - static_cast<std::uint32_t>(bindings.size() - 1 - i);
-    items_.push_back({Item::close_let, bindings[i], 0, number, 0});
+    const std::uint32_t code = new_let(bindings[i], number);
+    items_.push_back({Item::close_let, bindings[i], 0, code, 0});
     items_.push_back({Item::own_text, bindings[i]});
-    items_.push_back({Item::open_let, bindings[i], 0, number, 0});
+    items_.push_back({Item::open_let, bindings[i], 0, code, 0});
   }
 }
 
