@@ -93,6 +93,30 @@ def check_words(browser):
     assert cells(browser, 0) == ['grows.smt2'], cells(browser, 0)
 
 
+SUMMARIES = '[...document.querySelectorAll("#tree > details > summary")].map(s => s.textContent)'
+
+
+def check_tree(browser):
+    """Parts are there when they are opened; the search leaves those in which there is something of the name."""
+    first = 'document.querySelector("#tree > details")'
+    assert browser.evaluate(f'{first}.querySelectorAll("details, .leaf").length') == 0
+    browser.evaluate(f'{first}.open = true')
+    while not browser.evaluate(f'{first}.querySelectorAll("details, .leaf").length'):
+        pass
+    summaries = browser.evaluate(SUMMARIES)
+    sizes = [int(text.split('→')[0].split()[-1].replace(',', '')) for text in summaries]
+    assert sizes == sorted(sizes, reverse=True) and 'Assertion' in summaries[0], summaries
+    assert browser.evaluate('document.querySelectorAll("#tree .became").length') > 0
+    find = 'field = document.getElementById("find-terms"); field.value = %r; field.onchange()'
+    browser.evaluate(find % 'bvadd')
+    found = browser.evaluate(SUMMARIES)
+    assert 0 < len(found) <= len(summaries), found
+    browser.evaluate(find % 'no such name')
+    assert browser.evaluate(SUMMARIES) == []
+    browser.evaluate(find % '')
+    assert browser.evaluate(SUMMARIES) == summaries
+
+
 def write_small_batch(folder):
     """One file shrinks by a rule, one grows: a number is printed with all its digits."""
     inner = folder / 'small' / 'a' / 'long' / 'path'
@@ -127,6 +151,7 @@ def test(folder, quarv):
         # What steps lead to, which may be larger than what the file becomes.
         assert 'in the normal form (−' in browser.evaluate('document.querySelector(".example div").textContent')
         assert browser.evaluate('count(-1234)') == '−1,234'  # of terms that a rule saves
+        check_tree(browser)
         check_looks(browser, 'script')
         assert not browser.faults(), browser.faults()
 

@@ -1,5 +1,6 @@
 /// \file
 /// `quarv report`: the data in the page. That the page shows it is tested in a browser.
+#include <functional>
 #include <map>
 
 #include <nlohmann/json.hpp>
@@ -18,6 +19,34 @@ class Report : public Program {
     return Json::parse(page.substr(start, page.find("</script>", start) - start));
   }
 };
+
+/// Rows of terms: head, size, what it became, arguments.
+TEST_F(Report, ShowsFormulasAsTrees) {
+  write("in.smt2",
+        "(declare-const x (_ BitVec 8))\n(assert (= x #x01))\n"
+        "(assert (= ((_ extract 7 0) (bvadd x #x00)) (bvsub #x02 #x01)))\n");
+  EXPECT_EQ(run("$quarv report in.smt2 -o page.html").status, 0);
+  const std::string page = read("page.html");
+  const Json tree = data(page)["tree"];
+  const std::string begin = "<script type=\"application/json\" class=\"terms\">";
+  const std::size_t start = page.find(begin) + begin.size();
+  const Json rows = Json::parse(page.substr(start, page.find("</script>", start) - start));
+  const std::function<std::string(std::size_t)> text = [&](std::size_t i) {
+    std::string t = tree["heads"][rows[i][0].get<std::size_t>()];
+    for (std::size_t k = 3; k < rows[i].size(); ++k) t += ' ' + text(rows[i][k]);
+    return rows[i].size() == 3 ? t : '(' + t + ')';
+  };
+  ASSERT_EQ(tree["formulas"].size(), 2u);
+  const auto formula = [&](std::size_t i) { return rows[tree["formulas"][i][0].get<std::size_t>()]; };
+  EXPECT_EQ(text(tree["formulas"][0][0]), "(= x #x01)");
+  EXPECT_EQ(formula(0)[2], tree["formulas"][0][0]);
+  EXPECT_EQ(text(tree["formulas"][1][0]), "(= ((_ extract 7 0) (bvadd x #x00)) (bvsub #x02 #x01))");
+  EXPECT_EQ(formula(1)[1], 8);
+  EXPECT_EQ(formula(1)[2], tree["formulas"][0][0]);
+  EXPECT_EQ(tree["formulas"][1], Json({tree["formulas"][1][0], 8, 3}));
+  EXPECT_EQ(text(rows[formula(1)[3].get<std::size_t>()][2]), "x");
+  EXPECT_EQ(text(rows[formula(1)[4].get<std::size_t>()][2]), "#x01");
+}
 
 TEST_F(Report, ShowsAScript) {
   write("in.smt2",

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -15,6 +16,7 @@
 #include "io/input.h"
 #include "io/ordered_work.h"
 #include "io/output.h"
+#include "io/waiting_note.h"
 #include "simplify/simplify_arguments.h"
 #include "solver/certifier.h"
 #include "solver/script_queries.h"
@@ -69,7 +71,9 @@ std::unique_ptr<QuerySet> make_queries(const Arguments& arguments, const Input& 
 int certify(const Arguments& arguments) {
   const Input input(arguments.input);
   std::string output;  // the queries refer to it
+  std::optional<WaitingNote> note("simplifying " + input.name());
   const std::unique_ptr<QuerySet> queries = make_queries(arguments, input, output);
+  note.reset();
   if (std::error_code error;
       !arguments.keep.empty() && !std::filesystem::create_directories(arguments.keep, error) && error) {
     throw FileError("create", arguments.keep, error.message());

@@ -20,6 +20,7 @@
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "io/waiting_note.h"
 #include "rules/rule_catalogue.h"
 #include "simplify/simplify_arguments.h"
 #include <quarv/smtlib/simplify_script.h>
@@ -210,7 +211,9 @@ int explain(const Arguments& arguments) {
   if (arguments.why_not) return explain_rule(arguments, input);
   if (!arguments.place.empty()) return explain_place(arguments, input);
   Output output("-");
+  std::optional<WaitingNote> note("simplifying " + input.name());
   Explanation explanation(arguments, input, std::nullopt, output.stream());
+  note.reset();
   if (arguments.assertion > explanation.num_assertions()) {
     return refuse(fmt::format("there is no assertion {}: the script has {}", arguments.assertion,
                               explanation.num_assertions()));

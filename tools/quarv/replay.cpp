@@ -244,8 +244,7 @@ void add_replay(const CommandLine& program, int& status) {
     status = failure;
     bool shown = false;
     try {
-      std::optional<WaitingNote> note;
-      if (arguments->quiet) note.emplace("checking " + input.name());
+      const WaitingNote note("checking " + input.name());
       shown = replay(input, rules, arguments->quiet, output.stream());
     } catch (const TraceError& e) {
       fmt::print(stderr, "{}\n", e.what());

@@ -1,4 +1,5 @@
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,7 @@
 #include "io/input.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "io/waiting_note.h"
 #include "report/page.h"
 #include "report/report_data.h"
 #include "simplify/simplify_arguments.h"
@@ -40,19 +42,26 @@ void write_json(std::string_view json, std::ostream& out) {
 
 void report(const Arguments& arguments) {
   constexpr std::string_view results_begin = "{\"results\":";
-  constexpr std::string_view data_mark = "REPORT_DATA";
+  constexpr std::string_view data_mark = "REPORT_DATA", terms_mark = "REPORT_TERMS\n";
   const smtlib::SimplifyOptions options = read_options(arguments.how);
   const Input input(arguments.input);
   Output output(arguments.output);
-  const std::string data =
+  std::optional<WaitingNote> note("looking at " + input.name());
+  const ReportText text =
       input.text().starts_with(results_begin)
           ? batch_report(input.name(), read_results(input), options.extra_rules, arguments.examples)
           : script_report(input.text(), input.name(), options, arguments.examples);
+  note.reset();
   const std::string_view page = report_page();
-  const std::size_t place = page.find(data_mark);
-  output.stream() << page.substr(0, place);
-  write_json(data, output.stream());
-  output.stream() << page.substr(place + data_mark.size());
+  const std::size_t data_place = page.find(data_mark), terms_place = page.find(terms_mark);
+  const std::size_t behind_data = data_place + data_mark.size();
+  output.stream() << page.substr(0, data_place);
+  write_json(text.data, output.stream());
+  output.stream() << page.substr(behind_data, terms_place - behind_data);
+  for (const std::string& part : text.terms) {  // numbers
+    output.stream() << "<script type=\"application/json\" class=\"terms\">" << part << "</script>\n";
+  }
+  output.stream() << page.substr(terms_place + terms_mark.size());
   output.commit();
 }
 

@@ -17,6 +17,7 @@
 #include "batch/sha256.h"
 #include "report/examples.h"
 #include "report/term_graph.h"
+#include "report/term_tree.h"
 #include "rules/rule_catalogue.h"
 #include "rules/rule_count.h"
 #include "simplify/simplify_text.h"
@@ -102,6 +103,14 @@ class ReportData {
     });
     data_["costs"] = std::move(costs);
     data_["silent"] = std::move(silent);
+  }
+
+  void add_tree(const TermTree& tree) {
+    Json formulas = Json::array();
+    for (const TermTree::Formula& f : tree.formulas)
+      formulas.push_back({f.row, f.terms_before, f.terms_after});
+    data_["tree"] = {
+        {"heads", tree.heads}, {"rows_in_part", TermTree::rows_in_part}, {"formulas", std::move(formulas)}};
   }
 
   /// `extra_rules` are those that were applied in addition to the standard ones.
@@ -262,8 +271,8 @@ std::vector<Example> batch_examples(std::vector<ReducedFile> files, const smtlib
 
 }  // namespace
 
-std::string batch_report(const std::string& title, const Results& results,
-                         const std::vector<RuleFile>& extra_rules, std::size_t examples) {
+ReportText batch_report(const std::string& title, const Results& results,
+                        const std::vector<RuleFile>& extra_rules, std::size_t examples) {
   const Json json_options = Json::parse(results.header.options);
   ReportData data("batch", title, results.header.version, json_options);
   std::vector<ReducedFile> files;
@@ -292,11 +301,11 @@ std::string batch_report(const std::string& title, const Results& results,
         "The batch had rules of its own: give them (--rules) to see what they are, and reductions step by "
         "step.");
   }
-  return std::move(data).text(has_rules ? extra_rules : std::vector<RuleFile>());
+  return {std::move(data).text(has_rules ? extra_rules : std::vector<RuleFile>()), {}};
 }
 
-std::string script_report(std::string_view text, const std::string& name,
-                          const smtlib::SimplifyOptions& options, std::size_t examples) {
+ReportText script_report(std::string_view text, const std::string& name,
+                         const smtlib::SimplifyOptions& options, std::size_t examples) {
   std::ostringstream out;
   Statistics statistics = simplify_text(text, name, out, options);
   measure_texts(text, out.view(), name, statistics);
@@ -311,7 +320,9 @@ std::string script_report(std::string_view text, const std::string& name,
         1, [&](std::size_t) { return std::string(text); }, options);
   }
   data.add_examples(largest_reductions(text, name, options, examples));
-  return std::move(data).text(options.extra_rules);
+  TermTree tree = make_term_tree(text, name, options);
+  data.add_tree(tree);
+  return {std::move(data).text(options.extra_rules), std::move(tree.parts)};
 }
 
 }  // namespace quarv::cli

@@ -10,15 +10,19 @@
 
 namespace quarv::cli {
 
-/// The data that the page of a report shows: a JSON object.
-///
+/// What the page of a report shows.
+struct ReportText {
+  std::string data;                ///< a JSON object
+  std::vector<std::string> terms;  ///< the parts of a `TermTree`
+};
+
 /// The largest reductions among a batch's results, at most `examples`, are shown step by step, if their
 /// scripts are still there and `extra_rules` are the rules that the batch had.
-std::string batch_report(const std::string& title, const Results& results,
-                         const std::vector<RuleFile>& extra_rules, std::size_t examples);
+ReportText batch_report(const std::string& title, const Results& results,
+                        const std::vector<RuleFile>& extra_rules, std::size_t examples);
 
 /// Simplifies a script and reports that. Throws what simplify_text throws.
-std::string script_report(std::string_view text, const std::string& name,
-                          const smtlib::SimplifyOptions& options, std::size_t examples);
+ReportText script_report(std::string_view text, const std::string& name,
+                         const smtlib::SimplifyOptions& options, std::size_t examples);
 
 }  // namespace quarv::cli
