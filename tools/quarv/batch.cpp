@@ -194,8 +194,8 @@ void add_batch(const CommandLine& program, int& status) {
                            .option(
                                "--shard",
                                [arguments](const std::string& text) {
-                                 const std::string fault = parse_share(text, arguments->share);
-                                 if (!fault.empty()) refuse_value("--shard", fault);
+                                 const std::string error = parse_share(text, arguments->share);
+                                 if (!error.empty()) refuse_value("--shard", error);
                                },
                                "Do only share I of N; the division depends only on the names of the files")
                            .type("I/N");

@@ -63,7 +63,7 @@ CommandWords::CommandWords(const CommandLine& program, std::span<const char* con
   }
 }
 
-std::string CommandWords::fault() const {
+std::string CommandWords::error() const {
   if (!command_.needs_subcommand()) return "";
   if (rest_.empty()) return fmt::format("a command is missing ({} --help lists them)", path_);
   return is_option(rest_.front()) ? "" : unknown();

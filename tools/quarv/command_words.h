@@ -23,7 +23,7 @@ class CommandWords {
 
   /// Why they do not name what can be run: a command is unknown, or missing. Empty when they do; options that
   /// stand where a command should are not looked at.
-  std::string fault() const;
+  std::string error() const;
 
   /// Says that there is no command like the next word, and which one may have been meant.
   std::string unknown() const;

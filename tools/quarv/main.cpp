@@ -132,7 +132,7 @@ int run(int argc, char** argv) {
   const std::vector<const char*> words(argv + std::min(argc, 1), argv + argc);
   add_commands(program, words.empty() ? "" : words.front(), status, own);
   const quarv::cli::CommandWords command(program, words);
-  if (const std::string fault = command.fault(); !fault.empty()) return refuse(fault);
+  if (const std::string error = command.error(); !error.empty()) return refuse(error);
   using quarv::cli::Reading;
   const Reading reading = program.read(argc, argv);
   if (reading.kind == Reading::help) return print(program.help());

@@ -84,9 +84,9 @@ void disable_rule(const std::string& which, TermNormalizer& normalizer) {
   const std::size_t num_rules = normalizer.num_rules();
   std::size_t number = 0;
   const char* const end = which.data() + which.size();
-  const auto [rest, fault] = std::from_chars(which.data(), end, number);
+  const auto [rest, error] = std::from_chars(which.data(), end, number);
   if (rest == end && !which.empty()) {
-    if (fault == std::errc() && number >= 1 && number <= num_rules) {
+    if (error == std::errc() && number >= 1 && number <= num_rules) {
       return normalizer.set_rule_enabled(number - 1, false);
     }
     throw UnknownRule("there is no rule " + which + ": rules are numbered from 1 to " +

@@ -118,8 +118,8 @@ class Batch {
   /// Begins work on an input, or on all that are in its archive, and returns the number of the next one.
   std::size_t begin(std::size_t i) {
     const BatchInput& input = inputs_[i];
-    if (!input.fault.empty()) {
-      finish(i, unreadable_row(input, input.fault), false);
+    if (!input.error.empty()) {
+      finish(i, unreadable_row(input, input.error), false);
       return i + 1;
     }
     if (!input.member) {
@@ -136,7 +136,7 @@ class Batch {
   void begin_archive(std::size_t first, std::size_t last) {
     std::map<std::size_t, std::size_t> wanted;  // by place in the archive
     for (std::size_t i = first; i < last; ++i) wanted[*inputs_[i].member] = i;
-    std::string fault = "cannot read " + inputs_[first].path + ": it changed while being read";
+    std::string error = "cannot read " + inputs_[first].path + ": it changed while being read";
     try {
       ArchiveReader reader(inputs_[first].path);
       std::string name;
@@ -147,9 +147,9 @@ class Batch {
         wanted.erase(wanted.begin());
       }
     } catch (const ArchiveError& e) {
-      fault = e.what();
+      error = e.what();
     }
-    for (const auto& [place, i] : wanted) finish(i, unreadable_row(inputs_[i], fault), false);
+    for (const auto& [place, i] : wanted) finish(i, unreadable_row(inputs_[i], error), false);
   }
 
   void start(std::size_t i, const std::string* bytes) {

@@ -98,8 +98,9 @@ class Search {
     if (num_found_ != before) return;
     std::error_code error;
     const bool is_output = !outputs_.folder.empty() && fs::equivalent(path, outputs_.folder, error);
-    add_fault(path, is_output ? path.string() + " is where output goes"
-                              : "no script in " + path.string() + ": names end in .smt2, .gz, .xz, .zst");
+    add_unreadable(path, is_output
+                             ? path.string() + " is where output goes"
+                             : "no script in " + path.string() + ": names end in .smt2, .gz, .xz, .zst");
   }
 
   std::vector<BatchInput> inputs() && {
@@ -111,7 +112,7 @@ class Search {
       if (!by_name.emplace(input.name, &input).second) {
         refuse("two files would be called " + input.name + " in the results");
       }
-      if (!input.fault.empty()) continue;
+      if (!input.error.empty()) continue;
       const auto [other, is_new] = by_output.emplace(input.output, &input);
       if (!is_new) refuse_same_output(other->second->name, input.name);
       files.add(input.path, input.member ? input.path : input.name);
@@ -145,13 +146,13 @@ class Search {
     inputs_.try_emplace(name, std::move(input));
   }
 
-  void add_fault(const fs::path& path, const std::string& fault) {
+  void add_unreadable(const fs::path& path, const std::string& error) {
     const std::string name = path.lexically_normal().string();
-    add_input(name, {as_unicode(name), path.string(), "", std::nullopt, fault});
+    add_input(name, {as_unicode(name), path.string(), "", std::nullopt, error});
   }
 
   void add_special(const fs::path& path) {
-    add_fault(path, "cannot read " + path.string() + ": it is not a regular file");
+    add_unreadable(path, "cannot read " + path.string() + ": it is not a regular file");
   }
 
   void add_folder(const fs::path& folder) {
@@ -162,7 +163,7 @@ class Search {
     for (fs::directory_iterator i(folder, error), end; !error && i != end; i.increment(error)) {
       entries.push_back(i->path());
     }
-    if (error) add_fault(folder, "cannot read " + folder.string() + ": " + error.message());
+    if (error) add_unreadable(folder, "cannot read " + folder.string() + ": " + error.message());
     for (const fs::path& entry : entries) add_entry(entry);
   }
 
@@ -195,7 +196,7 @@ class Search {
         inputs_[name] = {as_unicode(name), path.string(), output_of(name), i, ""};
       }
     } catch (const ArchiveError& e) {
-      add_fault(path, e.what());
+      add_unreadable(path, e.what());
     }
   }
 
@@ -206,7 +207,7 @@ class Search {
     }
     if (outputs_.folder.empty()) return;
     for (const auto& [name, input] : inputs_) {
-      if (!input.fault.empty()) continue;
+      if (!input.error.empty()) continue;
       const std::string output = (fs::path(outputs_.folder) / input.output).string() + outputs_.suffix;
       if (fs::path(output).lexically_normal() == fs::path(outputs_.results).lexically_normal()) {
         refuse("the output of " + input.name + " and the results would be the same file");

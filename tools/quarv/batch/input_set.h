@@ -16,7 +16,7 @@ struct BatchInput {
   std::string path;    ///< of the file to open
   std::string output;  ///< where it goes below the output folder; the script's name, not compressed
   std::optional<std::size_t> member;  ///< of the archive at `path`: counts from 0
-  std::string fault;                  ///< why it cannot even be looked for; empty if it can
+  std::string error;                  ///< why it cannot even be looked for; empty if it can
 };
 
 /// Two inputs would have the same output, or something would be written in place of an input.

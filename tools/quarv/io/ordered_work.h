@@ -39,7 +39,7 @@ class OrderedWork {
       work(make_worker);
     }
     bar_.clear();
-    if (fault_) std::rethrow_exception(fault_);
+    if (error_) std::rethrow_exception(error_);
   }
 
  private:
@@ -56,7 +56,7 @@ class OrderedWork {
       }
     } catch (...) {
       const std::lock_guard lock(mutex_);
-      if (!fault_) fault_ = std::current_exception();
+      if (!error_) error_ = std::current_exception();
       next_ = results_.size();
     }
   }
@@ -75,7 +75,7 @@ class OrderedWork {
   std::atomic<std::size_t> next_ = 0;
   std::mutex mutex_;  // guards all that follows
   std::vector<std::optional<Result>> results_;
-  std::exception_ptr fault_;
+  std::exception_ptr error_;
   std::size_t num_done_ = 0;
   std::size_t num_delivered_ = 0;
   std::function<void(std::size_t, Result)> deliver_;

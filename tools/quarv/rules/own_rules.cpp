@@ -165,7 +165,7 @@ void check_own_rules(const std::vector<RuleFile>& files, bool trusted) {
         findings = OwnRulesCheck(all, solver).run();
         cache.keep(*findings);
       }
-    } catch (const SolverFault& e) {
+    } catch (const SolverError& e) {
       why = e.what();
       continue;
     }

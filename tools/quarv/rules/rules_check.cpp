@@ -108,7 +108,7 @@ int Check::run() {
   try {
     check_rules();
     if (NotedSignals::received() == 0) print_order();
-  } catch (const SolverFault&) {
+  } catch (const SolverError&) {
     // A terminal sends the signal to the solver, too.
     if (NotedSignals::received() == 0) throw;
   }

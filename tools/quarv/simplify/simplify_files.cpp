@@ -59,7 +59,7 @@ auto attempt(Work work) -> std::optional<decltype(work())> {
   try {
     return work();
   } catch (const UnknownRule&) {
-    throw;  // the fault of no file
+    throw;  // not an error of any file
   } catch (const smtlib::NotUnderstood& e) {
     say("{} ({})\n{}", e.what(), lenient_hint, e.excerpt());
   } catch (const InputError& e) {
@@ -76,7 +76,7 @@ auto attempt(Work work) -> std::optional<decltype(work())> {
 
 int simplify_files(const std::vector<std::string>& paths, const FileActions& actions,
                    const smtlib::SimplifyOptions& options) {
-  const Session faults_of_rules(options);  // are not those of each file
+  const Session errors_of_rules(options);  // are not those of each file
   Output out("-");
   int status = success;
   for (const std::string& path : paths) {

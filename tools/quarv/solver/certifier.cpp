@@ -114,7 +114,7 @@ Verdict Certifier::ask(std::size_t i, QuerySet::Form form, const std::string& sc
         is_understood(i, QuerySet::Form::input) && !is_understood(i, QuerySet::Form::output)) {
       verdict = {Verdict::refuted, "the solver understands the input, but not the output: " + verdict.detail};
     }
-  } catch (const SolverFault& e) {
+  } catch (const SolverError& e) {
     verdict = {Verdict::failed, e.what()};
   }
   known_.add(question, verdict);
@@ -151,7 +151,7 @@ Verdict Certifier::refuted() {
       const char* const name = i == 0 ? name_before : name_after;
       values[i] = value_in(solver_.ask(fmt::format("(get-value ({}))", name)).value_or(""));
     }
-  } catch (const SolverFault&) {
+  } catch (const SolverError&) {
     return verdict;
   }
   if (!values[0].empty() && !values[1].empty()) {

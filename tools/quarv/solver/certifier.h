@@ -43,7 +43,7 @@ class KnownVerdicts {
 /// Asks a solver about the queries of a set.
 class Certifier {
  public:
-  /// `keep` is a folder for the queries that are asked, or empty. Throws SolverFault for a solver that does
+  /// `keep` is a folder for the queries that are asked, or empty. Throws SolverError for a solver that does
   /// not answer simple questions.
   Certifier(const QuerySet& queries, KnownVerdicts& known, const std::string& solver,
             std::chrono::milliseconds limit, std::filesystem::path keep);

@@ -55,7 +55,7 @@ std::string excerpt(const std::string& answer) {
 
 void SolverProcess::fail(const std::string& reason) {
   stop();
-  throw SolverFault("the solver " + solver_ + ' ' + reason);
+  throw SolverError("the solver " + solver_ + ' ' + reason);
 }
 
 void SolverProcess::start() {
@@ -171,7 +171,7 @@ void SolverProcess::expect_mark(const std::string& answer, const std::string& ma
   std::string echoed;
   try {
     if (!receive(echoed, deadline)) fail("answered " + answer + " and then did not echo " + mark);
-  } catch (const SolverFault&) {
+  } catch (const SolverError&) {
     if (answer == "sat") return;  // for doubts that is enough
     throw;
   }

@@ -13,7 +13,7 @@
 namespace quarv::cli {
 
 /// The solver cannot be run, ended before it had answered, or gave an unexpected answer.
-class SolverFault : public std::runtime_error {
+class SolverError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
@@ -30,22 +30,22 @@ class SolverProcess {
   SolverProcess& operator=(const SolverProcess&) = delete;
 
   /// Asks what cannot be satisfied and then what can: a solver must know both before anything it says is
-  /// believed. Throws SolverFault.
+  /// believed. Throws SolverError.
   void test(std::chrono::milliseconds limit);
 
   /// Forgets all earlier queries and returns whether `commands`, declarations and assertions of the
   /// logic, can be satisfied. When it takes longer than `limit`, the process is replaced and the answer is
-  /// unknown. Throws SolverFault when the solver cannot be run or says something else.
+  /// unknown. Throws SolverError when the solver cannot be run or says something else.
   Answer check(const std::string& commands, std::chrono::milliseconds limit, const char* logic = "QF_BV");
 
   /// Forgets all earlier commands, gives the solver a script of which one command replies, and returns what
   /// it says: a word, or an error message in parentheses. Nothing when that takes longer than `limit`. After
-  /// anything but an answer to `check-sat` the process is replaced. Throws SolverFault, also for more answers
+  /// anything but an answer to `check-sat` the process is replaced. Throws SolverError, also for more answers
   /// than one.
   std::optional<std::string> run(const std::string& script, std::chrono::milliseconds limit);
 
   /// The solver's answer to one more command; nothing when it takes too long, or did so before. Throws
-  /// SolverFault.
+  /// SolverError.
   std::optional<std::string> ask(const std::string& command);
 
   /// The value of a term in the model of the last query, which was satisfiable, as the solver writes it.

@@ -148,7 +148,7 @@ const Term* ArrayReads::simplify_write(TermManager& m, const Symbol* s, Args arg
     if (n == most_above) return nullptr;
     above[n++] = t;
   }
-  if (n == 0) return nullptr;  // the required layer's
+  if (n == 0) return nullptr;  // the standard simplifiers'
   const Term* result = place->args[0];
   while (n-- > 0) result = m.make_array_write(result, above[n]->args[1], above[n]->args[2]);
   return m.make_term_unchecked(s, std::array{result, index, element});

@@ -221,7 +221,7 @@ const Term* combined(const Lattice& l, const Term* a, const Term* b) {
   return l.is_conjunction() ? joined_classes(l.m, a, b) : nullptr;
 }
 
-/// The required layer decides these.
+/// The standard simplifiers decide these.
 bool is_plain(const TermManager& m, Args args) {
   return args[0] == args[1] || is_value(m, args[0]) || is_value(m, args[1]) ||
          are_complementary(m, args[0], args[1]);

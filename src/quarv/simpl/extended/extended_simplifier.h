@@ -10,9 +10,9 @@
 namespace quarv {
 
 /// Simplifications beside the required ones, for all theories: absorption and complements, if-then-else,
-/// reads over writes, sums that cancel, constants that the required layer leaves open, quantifiers without
-/// variables. What they have nothing to say of is for the next simplifier. Each of them holds for all values
-/// under the SMT-LIB standard.
+/// reads over writes, sums that cancel, constants that the standard simplifiers leave open, quantifiers
+/// without variables. What they have nothing to say of is for the next simplifier. Each of them holds for all
+/// values under the SMT-LIB standard.
 class QUARV_API ExtendedSimplifier : public TermSimplifier {
  public:
   /// Neither is owned; both must live as long as this. `observed` has the observer that is told of each step.

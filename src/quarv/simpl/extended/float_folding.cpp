@@ -26,7 +26,7 @@ const Term* literal(TermManager& m, const std::optional<IEEEFloat>& x, Format f)
   return x ? fp::make_literal(&m, *x) : nan_of(m, f);
 }
 
-/// The operations that round, under a mode for which the required layer does not fold.
+/// The operations that round, under a mode for which the standard simplifiers do not fold.
 const Term* fold_arithmetic(TermManager& m, SymbolTag::tag tag, Args args, Rounding mode) {
   const auto a = float_of(m, args[1]);
   const auto b = args.size() > 2 ? float_of(m, args[2]) : std::nullopt;

@@ -61,7 +61,7 @@ const Term* simplify_ite(TermManager& m, const Symbol* /*s*/, Args args) {
   const Term* c = args[0];
   const Term* a = args[1];
   const Term* b = args[2];
-  if (c == m.true_term || c == m.false_term || a == b) return nullptr;  // the required layer decides
+  if (c == m.true_term || c == m.false_term || a == b) return nullptr;  // the standard simplifiers decide
   if (c->symbol == m.not_symbol) return m.make_ite(c->args[0], b, a);
   if (m.type_of(a) == m.bool_type) {
     if (const Term* t = boolean_ite(m, c, a, b)) return t;

@@ -87,7 +87,7 @@ class Miner {
         work_on(first, std::min(first + piece, samples_.size()));
         state_.save();
       }
-    } catch (const SolverFault& e) {
+    } catch (const SolverError& e) {
       report_.ended_early = NotedSignals::received() != 0 ? "interrupted" : e.what();
     }
     ends();

@@ -43,7 +43,7 @@ struct MineReport {
 /// Finds rules in the scripts of a corpus; or, without one, in `samples`, which are not in scripts: then
 /// nothing is counted. What is found does not depend on the number of jobs. When it ends early, by a signal,
 /// by time, or because the solver failed, what is complete until then is reported, and kept in the state
-/// file. Throws SolverFault when the solver cannot be used at all, and FileError.
+/// file. Throws SolverError when the solver cannot be used at all, and FileError.
 MineReport mine(const MineOptions& options, const Corpus* corpus, std::vector<Sample> samples);
 
 }  // namespace quarv::cli

@@ -34,7 +34,7 @@ struct ReductionOrder {
 
 /// Lets a solver for linear integer arithmetic find weights and a precedence. Constants have one weight,
 /// whatever their values, and what is computed from constants alone is one constant: constructors fold it.
-/// Rules that come first have priority. Throws SolverFault.
+/// Rules that come first have priority. Throws SolverError.
 ReductionOrder find_order(std::span<const rules::Rule> rules, SolverProcess& solver,
                           std::chrono::milliseconds limit);
 
