@@ -22,7 +22,7 @@ std::string simplify_smt2(const std::string& text, const std::string& name, bool
   });
 }
 
-PyTerm make_term(const std::string& op, const py::args& args) {
+PyTerm make_term_of_arguments(const std::string& op, const py::args& args) {
   for (py::handle a : args) {
     if (py::isinstance<PyTerm>(a)) return make(a.cast<const PyTerm&>().session, op, args);
     if (py::isinstance<PyIncomparable>(a)) throw SortError(a.cast<const PyIncomparable&>().reason);
@@ -75,7 +75,7 @@ PYBIND11_MODULE(_quarv, m) {
         "the\n"
         "normal form, not the smallest one; without `extended` only the standard simplifiers and rules are\n"
         "used. `name` is for messages.");
-  m.def("make", make_term, py::arg("op"), py::call_guard<Turn>(),
+  m.def("make", make_term_of_arguments, py::arg("op"), py::call_guard<Turn>(),
         "Applies an operator by its SMT-LIB name, indices included, to terms and Python values.");
 }
 

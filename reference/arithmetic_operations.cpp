@@ -4,7 +4,7 @@ namespace quarv::reference {
 
 namespace {
 
-mpz_class floor(const mpq_class& x) {
+mpz_class rounded_down(const mpq_class& x) {
   mpz_class result;
   mpz_fdiv_q(result.get_mpz_t(), x.get_num_mpz_t(), x.get_den_mpz_t());
   return result;
@@ -13,7 +13,7 @@ mpz_class floor(const mpq_class& x) {
 /// The remainder is in 0 .. |divisor| - 1.
 mpz_class quotient(const mpz_class& dividend, const mpz_class& divisor) {
   const mpz_class size = abs(divisor);
-  const mpz_class result = floor(mpq_class(dividend) / size);
+  const mpz_class result = rounded_down(mpq_class(dividend) / size);
   return sgn(divisor) < 0 ? mpz_class(-result) : result;
 }
 
@@ -57,13 +57,13 @@ bool divides(const mpz_class& divisor, const mpz_class& x) {
 
 /// A relation between each two neighbours.
 template <class Relation>
-Value chain(const Call& c, Relation relation) {
+Value chain_of_relations(const Call& c, Relation relation) {
   bool result = true;
   for (std::size_t i = 1; i < c.count(); ++i) result = result && relation(c.number(i - 1), c.number(i));
   return truth_value(result);
 }
 
-constexpr Operation table[] = {
+constexpr Operation arithmetic_table[] = {
     {"+", sum},
     {"*", product},
     {"-", difference},
@@ -74,14 +74,22 @@ constexpr Operation table[] = {
      [](const Call& c) {
        return Value{abs(c.number(0)), nullptr};
      }},
-    {"<=", [](const Call& c) { return chain(c, [](const auto& a, const auto& b) { return a <= b; }); }},
-    {"<", [](const Call& c) { return chain(c, [](const auto& a, const auto& b) { return a < b; }); }},
-    {">=", [](const Call& c) { return chain(c, [](const auto& a, const auto& b) { return a >= b; }); }},
-    {">", [](const Call& c) { return chain(c, [](const auto& a, const auto& b) { return a > b; }); }},
+    {"<=",
+     [](const Call& c) {
+       return chain_of_relations(c, [](const auto& a, const auto& b) { return a <= b; });
+     }},
+    {"<",
+     [](const Call& c) { return chain_of_relations(c, [](const auto& a, const auto& b) { return a < b; }); }},
+    {">=",
+     [](const Call& c) {
+       return chain_of_relations(c, [](const auto& a, const auto& b) { return a >= b; });
+     }},
+    {">",
+     [](const Call& c) { return chain_of_relations(c, [](const auto& a, const auto& b) { return a > b; }); }},
     {"to_real", [](const Call& c) { return *c.args[0]; }},
     {"to_int",
      [](const Call& c) {
-       return Value{floor(c.number(0)), nullptr};
+       return Value{rounded_down(c.number(0)), nullptr};
      }},
     {"is_int", [](const Call& c) { return truth_value(c.number(0).get_den() == 1); }},
     {"divisible", [](const Call& c) { return truth_value(divides(c.index(0), c.integer(0))); }},
@@ -93,7 +101,7 @@ constexpr Operation table[] = {
 }  // namespace
 
 std::span<const Operation> arithmetic_operations() {
-  return table;
+  return arithmetic_table;
 }
 
 }  // namespace quarv::reference

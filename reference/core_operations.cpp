@@ -94,7 +94,7 @@ Value constant_array(const Call& c) {
   return {0, result};
 }
 
-constexpr Operation table[] = {
+constexpr Operation core_table[] = {
     {"not", nullptr, negation, negation},
     {"and", nullptr, conjunction, conjunction},
     {"or", nullptr, disjunction, disjunction},
@@ -111,7 +111,7 @@ constexpr Operation table[] = {
 }  // namespace
 
 std::span<const Operation> core_operations() {
-  return table;
+  return core_table;
 }
 
 }  // namespace quarv::reference

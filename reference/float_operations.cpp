@@ -56,7 +56,7 @@ Value extremum(const Call& c, int wanted_order) {
 }
 
 template <class Relation>
-Value chain(const Call& c, Relation relation) {
+Value chain_of_orders(const Call& c, Relation relation) {
   const FloatFormat f = format(c, 0);
   bool result = true;
   for (std::size_t i = 1; i < c.count(); ++i) {
@@ -96,7 +96,7 @@ Value to_encoding(const Call& c) {
 using F = const FloatFormat&;
 using Z = const mpz_class&;
 
-constexpr Operation table[] = {
+constexpr Operation float_table[] = {
     {"fp", from_parts},
     {"to_fp", conversion},
     {"to_fp_unsigned", [](const Call& c) { return number(format(c.sort).round(c.number(1), rounding(c))); }},
@@ -125,11 +125,11 @@ constexpr Operation table[] = {
     {"fp.min", [](const Call& c) { return extremum(c, -1); }},
     {"fp.max", [](const Call& c) { return extremum(c, 1); }},
 
-    {"fp.leq", [](const Call& c) { return chain(c, [](int order) { return order <= 0; }); }},
-    {"fp.lt", [](const Call& c) { return chain(c, [](int order) { return order < 0; }); }},
-    {"fp.geq", [](const Call& c) { return chain(c, [](int order) { return order >= 0; }); }},
-    {"fp.gt", [](const Call& c) { return chain(c, [](int order) { return order > 0; }); }},
-    {"fp.eq", [](const Call& c) { return chain(c, [](int order) { return order == 0; }); }},
+    {"fp.leq", [](const Call& c) { return chain_of_orders(c, [](int order) { return order <= 0; }); }},
+    {"fp.lt", [](const Call& c) { return chain_of_orders(c, [](int order) { return order < 0; }); }},
+    {"fp.geq", [](const Call& c) { return chain_of_orders(c, [](int order) { return order >= 0; }); }},
+    {"fp.gt", [](const Call& c) { return chain_of_orders(c, [](int order) { return order > 0; }); }},
+    {"fp.eq", [](const Call& c) { return chain_of_orders(c, [](int order) { return order == 0; }); }},
 
     {"fp.isNormal", [](const Call& c) { return classified(c, [](F f, Z x) { return f.is_normal(x); }); }},
     {"fp.isSubnormal",
@@ -151,7 +151,7 @@ constexpr Operation table[] = {
 }  // namespace
 
 std::span<const Operation> float_operations() {
-  return table;
+  return float_table;
 }
 
 }  // namespace quarv::reference

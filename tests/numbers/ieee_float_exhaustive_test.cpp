@@ -12,9 +12,9 @@
 namespace quarv {
 namespace {
 
-constexpr IEEEFloat::rounding_mode modes[] = {IEEEFloat::round_nearest_even, IEEEFloat::round_toward_zero,
-                                              IEEEFloat::round_toward_positive,
-                                              IEEEFloat::round_toward_negative};
+constexpr IEEEFloat::rounding_mode rounding_modes[] = {
+    IEEEFloat::round_nearest_even, IEEEFloat::round_toward_zero, IEEEFloat::round_toward_positive,
+    IEEEFloat::round_toward_negative};
 
 using Mode = IEEEFloat::rounding_mode;
 
@@ -105,7 +105,7 @@ TEST_P(SmallFormats, Arithmetic) {
   for (unsigned a = 0; a < f.count(); ++a) {
     for (unsigned b = 0; b < f.count(); ++b) {
       const IEEEFloat y = make(f, b, IEEEFloat::round_nearest_even);
-      for (const auto mode : modes) {
+      for (const auto mode : rounding_modes) {
         const IEEEFloat x = make(f, a, mode);
         ASSERT_EQ(outcome(x, [&](IEEEFloat& r) { r += y; }), f.add(a, b, mode))
             << a << " + " << b << " mode " << mode;
@@ -122,7 +122,7 @@ TEST_P(SmallFormats, Arithmetic) {
 
 TEST_P(SmallFormats, OneOperand) {
   for (unsigned a = 0; a < f.count(); ++a) {
-    for (const auto mode : modes) {
+    for (const auto mode : rounding_modes) {
       const IEEEFloat x = make(f, a, mode);
       ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r.sqrt(); }), f.square_root(a, mode)) << a << " mode " << mode;
       ASSERT_EQ(outcome(x, [](IEEEFloat& r) { r = round(r); }), f.round_to_integral(a, mode))
@@ -166,7 +166,7 @@ TEST_P(SmallFormats, Comparisons) {
 TEST_P(SmallFormats, ConversionToEveryFormat) {
   for (const SmallFormat& to : small_formats()) {
     for (unsigned a = 0; a < f.count(); ++a) {
-      for (const auto mode : modes) {
+      for (const auto mode : rounding_modes) {
         ASSERT_EQ(outcome(make(f, a, mode), [&](IEEEFloat& r) { r.set_format(to.format()); }),
                   f.convert_to(to, a, mode))
             << a << " to " << to.format().ew << ',' << to.format().mw << " mode " << mode;
@@ -200,7 +200,7 @@ TEST_P(SmallFormats, FromNumber) {
       reduced.canonicalize();
       q = QNumber(reduced.get_num_mpz_t(), reduced.get_den_mpz_t(), false);
     }
-    for (const auto mode : modes) {
+    for (const auto mode : rounding_modes) {
       swflt::float_exception_flags = 0;
       const IEEEFloat x = IEEEFloat::from_number(q, f.format(), mode);
       const FloatOutcome got{static_cast<unsigned>(x.get_bits().small_num()), swflt::float_exception_flags};
@@ -216,7 +216,7 @@ TEST_P(SmallFormats, FromNumber) {
 
 TEST_P(SmallFormats, ToInteger) {
   for (unsigned a = 0; a < f.count(); ++a) {
-    for (const auto mode : modes) {
+    for (const auto mode : rounding_modes) {
       for (std::size_t width = 1; width <= 10; ++width) {
         const mpz_class low = -(mpz_class(1) << (width - 1)), high = (mpz_class(1) << width) - 1;
         mpz_class wanted;

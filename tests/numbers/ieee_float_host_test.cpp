@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include "numbers/float_operations.h"
 #include "numbers/float_samples.h"
 #include "numbers/number_samples.h"
 #include <quarv/numbers/ieee_float.h>
@@ -23,8 +24,6 @@ constexpr HostMode host_modes[] = {{IEEEFloat::round_nearest_even, FE_TONEAREST}
                                    {IEEEFloat::round_toward_zero, FE_TOWARDZERO},
                                    {IEEEFloat::round_toward_positive, FE_UPWARD},
                                    {IEEEFloat::round_toward_negative, FE_DOWNWARD}};
-
-enum Operation { add, subtract, multiply, divide, square_root, num_operations };
 
 template <class Real>
 struct HostTraits;
@@ -49,25 +48,6 @@ void host_results(Real a, Real b, Real (&result)[num_operations]) {
   result[multiply] = x * y;
   result[divide] = x / y;
   result[square_root] = std::sqrt(x);
-}
-
-void apply(Operation operation, IEEEFloat& x, const IEEEFloat& y) {
-  switch (operation) {
-    case add:
-      x += y;
-      break;
-    case subtract:
-      x -= y;
-      break;
-    case multiply:
-      x *= y;
-      break;
-    case divide:
-      x /= y;
-      break;
-    default:
-      x.sqrt();
-  }
 }
 
 template <class Real>

@@ -5,6 +5,7 @@
 #include <gmpxx.h>
 #include <gtest/gtest.h>
 
+#include "numbers/float_operations.h"
 #include "numbers/float_samples.h"
 #include "numbers/number_samples.h"
 #include "support/mpfr_float.h"
@@ -22,27 +23,6 @@ constexpr MpfrMode mpfr_modes[] = {{IEEEFloat::round_nearest_even, MPFR_RNDN},
                                    {IEEEFloat::round_toward_zero, MPFR_RNDZ},
                                    {IEEEFloat::round_toward_positive, MPFR_RNDU},
                                    {IEEEFloat::round_toward_negative, MPFR_RNDD}};
-
-enum Operation { add, subtract, multiply, divide, square_root, num_operations };
-
-void apply(Operation operation, IEEEFloat& x, const IEEEFloat& y) {
-  switch (operation) {
-    case add:
-      x += y;
-      break;
-    case subtract:
-      x -= y;
-      break;
-    case multiply:
-      x *= y;
-      break;
-    case divide:
-      x /= y;
-      break;
-    default:
-      x.sqrt();
-  }
-}
 
 void apply(Operation operation, MpfrFloat& wanted, mpfr_srcptr x, mpfr_srcptr y, mpfr_rnd_t mode) {
   const mpfr_ptr result = wanted.get();
@@ -132,7 +112,7 @@ TEST_P(MpfrComparison, Conversions) {
   }
 }
 
-std::string format_name(const testing::TestParamInfo<NamedFormat>& format) {
+std::string name_of_format(const testing::TestParamInfo<NamedFormat>& format) {
   return format.param.name;
 }
 
@@ -146,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(
                     NamedFormat{"ew11mw200", {11, 200}}, NamedFormat{"binary256", {19, 236}},
                     NamedFormat{"ew4mw251", {4, 251}}, NamedFormat{"ew4mw252", {4, 252}},
                     NamedFormat{"ew15mw500", {15, 500}}, NamedFormat{"ew28mw3", {28, 3}}),
-    format_name);
+    name_of_format);
 
 }  // namespace
 }  // namespace quarv

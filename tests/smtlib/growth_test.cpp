@@ -83,7 +83,7 @@ TEST(GrowthTest, ManyNamesInOneAssertion) {
   EXPECT_THROW(only_term(session, text + " (! p :named n7)))"), InputError);
 }
 
-std::string simplified(const std::string& text) {
+std::string text_of_simplified(const std::string& text) {
   std::ostringstream out;
   simplify_script(text, "in.smt2", out, SimplifyOptions::normal_form());
   return out.str();
@@ -91,9 +91,9 @@ std::string simplified(const std::string& text) {
 
 /// The output is at most twice as large as the input, but for a little.
 void expect_no_growth(const std::string& text) {
-  const std::string once = simplified(text);
+  const std::string once = text_of_simplified(text);
   EXPECT_LE(once.size(), 2 * text.size() + 4096);
-  EXPECT_EQ(simplified(once), once);
+  EXPECT_EQ(text_of_simplified(once), once);
 }
 
 std::string constants(std::size_t n, const std::string& sort) {
@@ -278,7 +278,7 @@ TEST(GrowthTest, CommonDenominatorsOfManyPrimesStayAsWritten) {
 }
 
 TEST(GrowthTest, WhatGrowsALittleIsSimplified) {
-  EXPECT_EQ(simplified("(declare-const x Int)(assert (< (* 3 (+ x x 1)) 4))"),
+  EXPECT_EQ(text_of_simplified("(declare-const x Int)(assert (< (* 3 (+ x x 1)) 4))"),
             "(declare-const x Int)\n(assert (not (<= 1 x)))\n");
 }
 
@@ -307,7 +307,7 @@ TEST(GrowthTest, LongLiteralsOfDefinitionsAreNotRepeated) {
     const std::string name = "x" + std::to_string(i);
     text += "(declare-const " + name + " (_ BitVec 40000))\n(assert (bvult " + name + " large))\n";
   }
-  EXPECT_EQ(simplified(text), text);
+  EXPECT_EQ(text_of_simplified(text), text);
 }
 
 TEST(GrowthTest, NumbersAreLimited) {

@@ -15,7 +15,7 @@
 namespace quarv::smtlib {
 namespace {
 
-std::string simplified(const std::string& text, std::size_t width) {
+std::string simplified_to_width(const std::string& text, std::size_t width) {
   SimplifyOptions options;
   options.smallest = true;
   options.width = width;
@@ -24,28 +24,29 @@ std::string simplified(const std::string& text, std::size_t width) {
   return out.str();
 }
 
-const std::string declarations = "(declare-const a (_ BitVec 32))\n(declare-const b (_ BitVec 32))\n";
+const std::string words_of_32_bits = "(declare-const a (_ BitVec 32))\n(declare-const b (_ BitVec 32))\n";
 
 TEST(Layout, CopiesWhatIsAsItWas) {
-  const std::string text = "; a script\n\n(set-logic QF_BV)   ; of vectors\n" + declarations +
+  const std::string text = "; a script\n\n(set-logic QF_BV)   ; of vectors\n" + words_of_32_bits +
                            "\n; names and literals may be written in several ways\n(assert\n\t(bvult |a| ; "
                            "left\n  #xABCDEF01))\r\n"
                            "  (check-sat)\n(exit)\n; end\n";
-  EXPECT_EQ(simplified(text, 100), text);
-  EXPECT_EQ(simplified(text, 1), text);
-  EXPECT_EQ(simplified("; nothing", 100), "; nothing\n");
-  EXPECT_EQ(simplified("", 100), "");
-  EXPECT_EQ(simplified("\xEF\xBB\xBF(check-sat)", 100), "(check-sat)\n");
+  EXPECT_EQ(simplified_to_width(text, 100), text);
+  EXPECT_EQ(simplified_to_width(text, 1), text);
+  EXPECT_EQ(simplified_to_width("; nothing", 100), "; nothing\n");
+  EXPECT_EQ(simplified_to_width("", 100), "");
+  EXPECT_EQ(simplified_to_width("\xEF\xBB\xBF(check-sat)", 100), "(check-sat)\n");
 }
 
 TEST(Layout, ChangesWhatChanges) {
-  EXPECT_EQ(simplified(declarations +
-                           "; first\n(assert ; why\n (bvult a (bvadd b #x00000000))) ; last\n\n(check-sat)",
-                       100),
-            declarations + "; first\n; why\n(assert (bvult a b)) ; last\n\n(check-sat)\n");
-  EXPECT_EQ(simplified("(declare-const p Bool) (assert (and p p))(check-sat) ; x", 100),
+  EXPECT_EQ(
+      simplified_to_width(
+          words_of_32_bits + "; first\n(assert ; why\n (bvult a (bvadd b #x00000000))) ; last\n\n(check-sat)",
+          100),
+      words_of_32_bits + "; first\n; why\n(assert (bvult a b)) ; last\n\n(check-sat)\n");
+  EXPECT_EQ(simplified_to_width("(declare-const p Bool) (assert (and p p))(check-sat) ; x", 100),
             "(declare-const p Bool)\n(assert p)\n(check-sat) ; x\n");
-  EXPECT_EQ(simplified("(check-sat)(exit) ; x\n(assert\n", 100), "(check-sat)\n(exit)\n");
+  EXPECT_EQ(simplified_to_width("(check-sat)(exit) ; x\n(assert\n", 100), "(check-sat)\n(exit)\n");
 }
 
 TEST(Layout, PutsDefinitionsOnLinesOfTheirOwn) {
@@ -152,12 +153,12 @@ TEST(Layout, IsAFixedPoint) {
     for (const std::size_t width : {30u, 100u}) {
       std::string once;
       try {
-        once = simplified(text.str(), width);
+        once = simplified_to_width(text.str(), width);
       } catch (const quarv::InputError&) {
         continue;
       }
-      EXPECT_EQ(simplified(once, width), once) << file.path();
-      EXPECT_EQ(simplified(once, 0), simplified(text.str(), 0)) << file.path();
+      EXPECT_EQ(simplified_to_width(once, width), once) << file.path();
+      EXPECT_EQ(simplified_to_width(once, 0), simplified_to_width(text.str(), 0)) << file.path();
     }
     ++num_files;
   }

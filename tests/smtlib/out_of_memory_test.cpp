@@ -18,7 +18,7 @@
 namespace quarv::smtlib {
 namespace {
 
-const std::string script = R"((set-logic ALL)
+const std::string script_of_all_theories = R"((set-logic ALL)
 (set-option :global-declarations false)
 (declare-sort U 1)(define-sort V (X) (Array X (U X)))(declare-const u (V Int))
 (declare-fun f (Int Real) Int)(declare-const x Int)(declare-const y Real)(declare-const p Bool)
@@ -37,9 +37,9 @@ const std::string script = R"((set-logic ALL)
 (get-value (x (+ x 0)))(check-sat)
 )";
 
-std::string simplified() {
+std::string simplified_script() {
   std::ostringstream out;
-  simplify_script(script, "in.smt2", out);
+  simplify_script(script_of_all_theories, "in.smt2", out);
   return std::move(out).str();
 }
 
@@ -91,16 +91,16 @@ TEST(OutOfMemory, ScriptsAreReadAndPrinted) {
     print(session->manager(), s, out);
     return std::move(out).str();
   };
-  const std::string expected = printed(script);
-  const std::string from_new = "(reset)" + script;
+  const std::string expected = printed(script_of_all_theories);
+  const std::string from_new = "(reset)" + script_of_all_theories;
   fail_everywhere({.prepare = [&session] { session = std::make_unique<Session>(); },
-                   .run = [&] { return printed(script) == expected; },
+                   .run = [&] { return printed(script_of_all_theories) == expected; },
                    .recover = [&] { EXPECT_NE(printed(from_new), ""); }});
 }
 
 TEST(OutOfMemory, ScriptsAreSimplified) {
-  const std::string expected = simplified();
-  fail_everywhere({.run = [&expected] { return simplified() == expected; }});
+  const std::string expected = simplified_script();
+  fail_everywhere({.run = [&expected] { return simplified_script() == expected; }});
 }
 
 }  // namespace

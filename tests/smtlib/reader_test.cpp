@@ -50,25 +50,25 @@ std::string error_of(const std::string& text) {
   return ::testing::AssertionFailure() << a << " and " << b << " differ";
 }
 
-const std::string bools = "(declare-const p Bool)(declare-const q Bool)(declare-const r Bool)";
+const std::string three_bools = "(declare-const p Bool)(declare-const q Bool)(declare-const r Bool)";
 
 TEST(Reader, BooleanConnectives) {
-  EXPECT_TRUE(same_term(bools, "(=> p q)", "(or (not p) q)"));
-  EXPECT_TRUE(same_term(bools, "(=> p q r)", "(or (not p) (not q) r)"));
-  EXPECT_TRUE(same_term(bools, "(xor p q)", "(not (= p q))"));
-  EXPECT_TRUE(same_term(bools, "(and p q r)", "(and r p q p)"));
-  EXPECT_TRUE(same_term(bools, "(and p q (not p))", "false"));
-  EXPECT_TRUE(same_term(bools, "(or p true q)", "true"));
-  EXPECT_TRUE(same_term(bools, "(distinct p q)", "(not (= p q))"));
-  EXPECT_TRUE(same_term(bools, "(= p q r)", "(and (= p q) (= q r))"));
-  EXPECT_TRUE(same_term(bools, "(ite true p q)", "p"));
+  EXPECT_TRUE(same_term(three_bools, "(=> p q)", "(or (not p) q)"));
+  EXPECT_TRUE(same_term(three_bools, "(=> p q r)", "(or (not p) (not q) r)"));
+  EXPECT_TRUE(same_term(three_bools, "(xor p q)", "(not (= p q))"));
+  EXPECT_TRUE(same_term(three_bools, "(and p q r)", "(and r p q p)"));
+  EXPECT_TRUE(same_term(three_bools, "(and p q (not p))", "false"));
+  EXPECT_TRUE(same_term(three_bools, "(or p true q)", "true"));
+  EXPECT_TRUE(same_term(three_bools, "(distinct p q)", "(not (= p q))"));
+  EXPECT_TRUE(same_term(three_bools, "(= p q r)", "(and (= p q) (= q r))"));
+  EXPECT_TRUE(same_term(three_bools, "(ite true p q)", "p"));
 }
 
 TEST(Reader, LetIsParallelAndScoped) {
-  EXPECT_TRUE(same_term(bools, "(let ((p q) (q p)) (and p (not q)))", "(and q (not p))"));
-  EXPECT_TRUE(same_term(bools, "(let ((p q)) (let ((q r)) (or p q)))", "(or q r)"));
-  EXPECT_TRUE(same_term(bools, "(and (let ((p q)) p) p)", "(and q p)"));
-  EXPECT_TRUE(same_term(bools, "(let ((a (let ((b q)) (not b)))) a)", "(not q)"));
+  EXPECT_TRUE(same_term(three_bools, "(let ((p q) (q p)) (and p (not q)))", "(and q (not p))"));
+  EXPECT_TRUE(same_term(three_bools, "(let ((p q)) (let ((q r)) (or p q)))", "(or q r)"));
+  EXPECT_TRUE(same_term(three_bools, "(and (let ((p q)) p) p)", "(and q p)"));
+  EXPECT_TRUE(same_term(three_bools, "(let ((a (let ((b q)) (not b)))) a)", "(not q)"));
 }
 
 TEST(Reader, QuantifiedVariablesDoNotCapture) {
@@ -80,7 +80,7 @@ TEST(Reader, QuantifiedVariablesDoNotCapture) {
 }
 
 TEST(Reader, DefinitionsAndLevels) {
-  EXPECT_TRUE(same_term(bools + "(define-fun d () Bool (and p q))", "d", "(and p q)"));
+  EXPECT_TRUE(same_term(three_bools + "(define-fun d () Bool (and p q))", "d", "(and p q)"));
   EXPECT_EQ(error_of("(push 1)(declare-const a Bool)(pop 1)(assert a)"),
             "in.smt2:1:46: error: unknown symbol a");
   EXPECT_EQ(error_of("(push)(declare-const a Bool)(pop)(declare-const a Int)"), "no error");
@@ -229,7 +229,7 @@ TEST(Reader, Messages) {
   EXPECT_EQ(error_of(")"), "in.smt2:1:1: error: unmatched ')'");
   EXPECT_EQ(error_of("(assert (let ((a 1) (b (+ 1 (* 2 3))) (a 2)) true))"),
             "in.smt2:1:40: error: let binds a twice");
-  EXPECT_EQ(error_of(bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:87: error: p");
+  EXPECT_EQ(error_of(three_bools + "(assert (! p :named p))").substr(0, 22), "in.smt2:1:87: error: p");
 }
 
 TEST(Reader, MessagesHaveOneLineOfLimitedLength) {

@@ -12,14 +12,14 @@ namespace quarv::smtlib {
 namespace {
 
 template <class Text>
-concept Input = requires(Reader& reader, Text&& text) {
-  reader.set_input(std::forward<Text>(text), "in.smt2");
+concept Input = requires(Reader& reader, Text&& whole_text) {
+  reader.set_input(std::forward<Text>(whole_text), "in.smt2");
 };
 static_assert(Input<const char*> && Input<std::string_view> && Input<std::string&> &&
               Input<const std::string&>);
 static_assert(!Input<std::string>, "the text would be gone when it is read");
 
-const std::string text =
+const std::string whole_text =
     "(set-logic ALL)\n(set-info :source |a text of some length|)\n(declare-fun f (Int Int Int Int Int) "
     "Bool)\n"
     "(push 1)\n(define-fun g ((x Int)) Bool (f x x x x x))\n(assert (g 1))\n(pop 1)\n(check-sat)\n";
@@ -38,29 +38,29 @@ std::string overwritten(std::string& copy) {
 
 TEST(ScriptText, OutlivesTheInput) {
   Session session;
-  const Script from_temporary = Reader(session).read(std::string(text), "in.smt2");
-  EXPECT_EQ(printed(session.manager(), from_temporary), text);
+  const Script from_temporary = Reader(session).read(std::string(whole_text), "in.smt2");
+  EXPECT_EQ(printed(session.manager(), from_temporary), whole_text);
 
   Session other;
-  std::string local = text;
+  std::string local = whole_text;
   const Script script = Reader(other).read(local, "in.smt2");
   overwritten(local);
-  EXPECT_EQ(printed(other.manager(), script), text);
+  EXPECT_EQ(printed(other.manager(), script), whole_text);
 }
 
 TEST(ScriptText, OutlivesTheReader) {
   Session session({.simplify = false});
-  std::string local = text;
+  std::string local = whole_text;
   const Script script = Reader(session).read(local, "in.smt2");
   overwritten(local);
-  EXPECT_EQ(printed(session.manager(), script), text);
+  EXPECT_EQ(printed(session.manager(), script), whole_text);
 }
 
 TEST(ScriptText, IsNotCopiedInPlace) {
   Session session;
-  const Script script = Reader(session).read_in_place(text, "in.smt2");
-  EXPECT_EQ(script.commands[0].text.data(), text.data());
-  EXPECT_EQ(printed(session.manager(), script), text);
+  const Script script = Reader(session).read_in_place(whole_text, "in.smt2");
+  EXPECT_EQ(script.commands[0].text.data(), whole_text.data());
+  EXPECT_EQ(printed(session.manager(), script), whole_text);
 }
 
 TEST(ScriptText, ScriptsOfSeveralReadersKeepAll) {

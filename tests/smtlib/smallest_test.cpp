@@ -24,7 +24,7 @@ std::string smallest(const std::string& text) {
   return out.str();
 }
 
-const std::string declarations =
+const std::string declared_constants =
     "(declare-const p Bool)\n(declare-const q Bool)\n(declare-const r Bool)\n"
     "(declare-const i Int)\n(declare-const j Int)\n(declare-const k Int)\n"
     "(declare-const a Real)\n(declare-const b Real)\n"
@@ -32,7 +32,7 @@ const std::string declarations =
 
 /// What the assertion of a formula becomes.
 std::string becomes(const std::string& formula) {
-  const std::string out = smallest(declarations + "(assert " + formula + ")\n");
+  const std::string out = smallest(declared_constants + "(assert " + formula + ")\n");
   const std::size_t from = out.rfind("(assert ");
   return out.substr(from + 8, out.size() - from - 10);
 }
@@ -123,15 +123,16 @@ TEST(Smallest, WritesWhatIsSmaller) {
 
 /// Each of the two alone would cost as much flat as nested, while the other needs the inner one.
 TEST(Smallest, WritesFlatWhatIsSharedByNothingElse) {
-  EXPECT_EQ(smallest(declarations + "(assert (or (or p q) r))\n(assert (or (or p q) (= i 1)))\n"),
-            declarations + "(assert (or p q r))\n(assert (or p q (= i 1)))\n");
+  EXPECT_EQ(smallest(declared_constants + "(assert (or (or p q) r))\n(assert (or (or p q) (= i 1)))\n"),
+            declared_constants + "(assert (or p q r))\n(assert (or p q (= i 1)))\n");
   const std::string needed =
-      declarations + "(assert (or (or p q) r))\n(assert (or (or p q) (= i 1)))\n(assert (= r (or p q)))\n";
+      declared_constants +
+      "(assert (or (or p q) r))\n(assert (or (or p q) (= i 1)))\n(assert (= r (or p q)))\n";
   EXPECT_EQ(smallest(needed), needed);
 }
 
 TEST(Smallest, RepeatsLiterals) {
-  std::string script = declarations;
+  std::string script = declared_constants;
   for (const char* other : {"p", "r", "(= i 1)", "(= i 2)", "(= i 3)", "(= i 4)", "(= i 5)"})
     script += "(assert (or (not q) " + std::string(other) + "))\n";
   EXPECT_EQ(smallest(script).find("define-fun"), std::string::npos) << smallest(script);

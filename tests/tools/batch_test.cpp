@@ -11,9 +11,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
-const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
-
 /// `files` rows by name, and what differs between two runs taken out.
 class Batch : public Program {
  protected:
@@ -72,7 +69,7 @@ class Batch : public Program {
 };
 
 TEST_F(Batch, SimplifiesFilesAndFolders) {
-  write_in("in/a.smt2", script);
+  write_in("in/a.smt2", redundant_script);
   write_in("in/deep/er/b.smt2", "(declare-const p Bool)\n(assert (not (not p)))\n(check-sat)\n");
   write_in("in/notes.txt", "no script");
   write_in("single", "(assert (or false false))\n");
@@ -80,16 +77,16 @@ TEST_F(Batch, SimplifiesFilesAndFolders) {
   EXPECT_EQ(r.status, 0) << r.err;
   EXPECT_EQ(r.out, "");
   EXPECT_NE(r.err.find("\n  ok                     3\n"), std::string::npos) << r.err;
-  EXPECT_EQ(read("out/in/a.smt2"), simplified);
-  EXPECT_EQ(read("out/in/deep/er/b.smt2"), simplified);
+  EXPECT_EQ(read("out/in/a.smt2"), simplified_script);
+  EXPECT_EQ(read("out/in/deep/er/b.smt2"), simplified_script);
   EXPECT_EQ(read("out/single"), "(assert false)\n");
   EXPECT_EQ(tree("out").size(), 4u);
   const Json all = rows(read("out/results.jsonl"));
   EXPECT_EQ(all.size(), 3u);
   const Json& row = all["in/a.smt2"];
   EXPECT_EQ(row["status"], "ok");
-  EXPECT_EQ(row["bytes"]["before"], script.size());
-  EXPECT_EQ(row["bytes"]["after"], simplified.size());
+  EXPECT_EQ(row["bytes"]["before"], redundant_script.size());
+  EXPECT_EQ(row["bytes"]["after"], simplified_script.size());
   EXPECT_EQ(row["terms"]["before"], 3);
   EXPECT_EQ(row["terms"]["after"], 1);
   EXPECT_EQ(all["in/deep/er/b.smt2"]["simplifications"]["not"], 1);
@@ -108,10 +105,10 @@ TEST_F(Batch, WritesResultsInOrderToStandardOutput) {
 }
 
 TEST_F(Batch, ReadsCompressedFilesAndArchives) {
-  write_in("in/a.smt2", script);
-  write_in("in/b.smt2", script + "(exit)\n");
+  write_in("in/a.smt2", redundant_script);
+  write_in("in/b.smt2", redundant_script + "(exit)\n");
   write_in("in/empty.smt2", "");
-  write_in("c.smt2", script);
+  write_in("c.smt2", redundant_script);
   const Result packed =
       run("xz -k c.smt2; mkdir packed; gzip < c.smt2 > packed/g.smt2.gz; mv c.smt2.xz packed; zstd -q c.smt2 "
           "-o packed/z.zst;"
@@ -122,9 +119,9 @@ TEST_F(Batch, ReadsCompressedFilesAndArchives) {
   EXPECT_EQ(r.status, 0) << r.err;
   for (const char* name : {"packed/g.smt2", "packed/c.smt2", "packed/z", "t.tar/in/a.smt2", "t.txz/in/a.smt2",
                            "t.tar.zst/in/a.smt2", "t.tar/in/g.smt2"}) {
-    EXPECT_EQ(read("out/" + std::string(name)), simplified) << name;
+    EXPECT_EQ(read("out/" + std::string(name)), simplified_script) << name;
   }
-  EXPECT_EQ(read("out/t.txz/in/b.smt2"), simplified + "(exit)\n");
+  EXPECT_EQ(read("out/t.txz/in/b.smt2"), simplified_script + "(exit)\n");
   EXPECT_EQ(read("out/packed/e.smt2"), "");
   EXPECT_TRUE(rows(read("out/results.jsonl")).contains("t.tar.zst/in/g.smt2.gz"));
 
@@ -132,7 +129,7 @@ TEST_F(Batch, ReadsCompressedFilesAndArchives) {
     const std::string ending(how, std::string_view(how).find(' '));
     const std::string tool = std::string(how).substr(ending.size() + 1);
     EXPECT_EQ(run("$quarv batch --out out." + ending + " --compress " + ending + " t.tar").status, 0);
-    EXPECT_EQ(run(tool + " -dc out." + ending + "/t.tar/in/a.smt2." + ending).out, simplified);
+    EXPECT_EQ(run(tool + " -dc out." + ending + "/t.tar/in/a.smt2." + ending).out, simplified_script);
     const std::string once = read("out." + ending + "/t.tar/in/b.smt2." + ending);
     run("sleep 1.1; $quarv batch --out out." + ending + " --compress " + ending + " t.tar");
     EXPECT_EQ(read("out." + ending + "/t.tar/in/b.smt2." + ending), once);  // no time is in it
@@ -140,7 +137,7 @@ TEST_F(Batch, ReadsCompressedFilesAndArchives) {
 }
 
 TEST_F(Batch, GoesOnAfterBadFiles) {
-  write_in("in/good.smt2", script);
+  write_in("in/good.smt2", redundant_script);
   write_in("in/bad.smt2", "(assert x)\n");
   write_in("in/damaged.smt2.gz", "this is not compressed");
   write_in("in/damaged.tar.zst", "this is no archive");
@@ -164,8 +161,8 @@ TEST_F(Batch, GoesOnAfterBadFiles) {
 }
 
 TEST_F(Batch, SaysWhenOutputCannotBeWritten) {
-  write_in("in/a.smt2", script);
-  write_in("in/b.smt2", script);
+  write_in("in/a.smt2", redundant_script);
+  write_in("in/b.smt2", redundant_script);
   run("mkdir -p out/in/a.smt2");
   const Result r = run("$quarv batch --out out in");
   EXPECT_EQ(r.status, 1);
@@ -177,8 +174,8 @@ TEST_F(Batch, SaysWhenOutputCannotBeWritten) {
 
 // A pipe that nobody writes to hangs whoever reads it.
 TEST_F(Batch, EndsFilesThatHang) {
-  write_in("in/a.smt2", script);
-  write_in("in/z.smt2", script);
+  write_in("in/a.smt2", redundant_script);
+  write_in("in/z.smt2", redundant_script);
   const Result r = run("mkfifo hang.smt2; $quarv batch -j 1 --time 0.3 --out out hang.smt2 in");
   EXPECT_EQ(r.status, 1);
   Json all = rows(read("out/results.jsonl"));
@@ -193,8 +190,8 @@ TEST_F(Batch, EndsFilesThatHang) {
 }
 
 TEST_F(Batch, OutlivesCrashes) {
-  write_in("in/a.smt2", script);
-  write_in("in/z.smt2", script);
+  write_in("in/a.smt2", redundant_script);
+  write_in("in/z.smt2", redundant_script);
   const Result r =
       run("mkfifo crash.smt2\n$quarv batch -j 2 --out out crash.smt2 in 2> err &\n"
           "until grep -q 'z.smt2.*ok' out/results.jsonl 2> /dev/null; do sleep 0.05; done\n"
@@ -205,12 +202,12 @@ TEST_F(Batch, OutlivesCrashes) {
   EXPECT_NE(all["crash.smt2"]["message"].get<std::string>().find("ended "), std::string::npos);
   EXPECT_EQ(all["in/a.smt2"]["status"], "ok");
   EXPECT_EQ(all["in/z.smt2"]["status"], "ok");
-  EXPECT_EQ(read("out/in/z.smt2"), simplified);
+  EXPECT_EQ(read("out/in/z.smt2"), simplified_script);
 }
 
 #ifndef __SANITIZE_ADDRESS__  // which needs more address space than any limit leaves
 TEST_F(Batch, EndsFilesThatNeedTooMuchMemory) {
-  write_in("in/a.smt2", script);
+  write_in("in/a.smt2", redundant_script);
   write_in("in/big.smt2", "(declare-const p Bool)\n(assert (and p" + std::string(80 << 20, ' ') + "p))\n");
   run("gzip -1 < in/big.smt2 > in/bomb.smt2.gz");
   const Result r = run("$quarv batch -j 2 --memory 70MiB --out out in");
@@ -252,14 +249,14 @@ TEST_F(Batch, ResumesAfterItWasKilled) {
 }
 
 TEST_F(Batch, ResumesWhatHasChanged) {
-  write_in("in/a.smt2", script);
-  write_in("in/b.smt2", script);
+  write_in("in/a.smt2", redundant_script);
+  write_in("in/b.smt2", redundant_script);
   run("$quarv batch --out out in");
   write_in("in/a.smt2", "(assert (not false))\n");
   run("rm out/in/b.smt2");
   EXPECT_EQ(run("$quarv batch --resume --out out in").status, 0);
   EXPECT_EQ(read("out/in/a.smt2"), "(assert true)\n");
-  EXPECT_EQ(read("out/in/b.smt2"), simplified);
+  EXPECT_EQ(read("out/in/b.smt2"), simplified_script);
   // Other options give other results.
   run("$quarv batch --resume --no-rules --out out in; $quarv batch --no-rules --out other in");
   EXPECT_EQ(tree("out"), tree("other"));
@@ -275,7 +272,7 @@ TEST_F(Batch, ResumesWhatHasChanged) {
 }
 
 TEST_F(Batch, IsInterruptedInGoodOrder) {
-  write_in("in/a.smt2", script);
+  write_in("in/a.smt2", redundant_script);
   const Result r =
       run("mkfifo hang.smt2\n$quarv batch -j 2 --out out hang.smt2 in 2> err &\n"
           "until grep -q 'a.smt2.*ok' out/results.jsonl 2> /dev/null; do sleep 0.05; done\n"
@@ -315,7 +312,7 @@ TEST_F(Batch, SharesAreStableAndJoin) {
 }
 
 TEST_F(Batch, NamesInputsThatBecameTheSameFormula) {
-  write_in("in/a.smt2", script);
+  write_in("in/a.smt2", redundant_script);
   write_in("in/b.smt2",
            "(set-logic QF_UF)\n(declare-fun |q r| () Bool)\n(declare-const s Bool)\n"
            "(assert (not (not |q r|)))\n(assert (or s true))\n(check-sat)\n");
@@ -335,7 +332,7 @@ TEST_F(Batch, NamesInputsThatBecameTheSameFormula) {
 }
 
 TEST_F(Batch, RefusesWrongCommandLines) {
-  write_in("in/a.smt2", script);
+  write_in("in/a.smt2", redundant_script);
   run("gzip -k in/a.smt2");
   for (const char* arguments :
        {"", "in --shard 3/2", "in --shard 0/2", "in --shard x", "in --shard 1/2x", "in --resume",
@@ -352,11 +349,11 @@ TEST_F(Batch, RefusesWrongCommandLines) {
 }
 
 TEST_F(Batch, LeavesItsOwnOutputAlone) {
-  write_in("a.smt2", script);
+  write_in("a.smt2", redundant_script);
   EXPECT_EQ(run("$quarv batch --out out . && $quarv batch --out out --resume .").status, 0);
   EXPECT_EQ(rows(read("out/results.jsonl")).size(), 1u);
   EXPECT_EQ(run("cd out; $quarv batch ../a.smt2 /proc/self/cwd/../a.smt2 --out .").status, 0);
-  EXPECT_EQ(read("out/proc/self/a.smt2") + read("out/a.smt2"), simplified + simplified);
+  EXPECT_EQ(read("out/proc/self/a.smt2") + read("out/a.smt2"), simplified_script + simplified_script);
 }
 
 TEST_F(Batch, IsAloneWithItsResults) {

@@ -4,10 +4,6 @@
 
 namespace {
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 /// Answers by the names that occur in a query, and writes down each question.
 constexpr const char* fake_solver = R"sh(
 while read -r line; do

@@ -8,9 +8,6 @@
 
 namespace {
 
-const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
-const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
-
 class CommandLine : public Program {
  protected:
   void expect_refusal(const std::string& arguments, const std::string& reason) const {
@@ -38,8 +35,8 @@ TEST_F(CommandLine, SuggestsTheNearestCommand) {
 }
 
 TEST_F(CommandLine, SaysWhichCommandTakesAFile) {
-  write("in.smt2", script);
-  write("plain", script);
+  write("in.smt2", redundant_script);
+  write("plain", redundant_script);
   run("mkdir sub");
   for (const char* name : {"in.smt2", "plain", "nowhere.smt2", "-"}) {
     expect_refusal(name, "there is no command quarv " + std::string(name) +
@@ -49,7 +46,7 @@ TEST_F(CommandLine, SaysWhichCommandTakesAFile) {
                  "there is no command quarv sub; to simplify what is in "
                  "a folder: quarv batch sub");
   // A file that is called like a command hides it from nobody.
-  write("version", script);
+  write("version", redundant_script);
   EXPECT_EQ(run("$quarv version").out, "quarv " QUARV_VERSION "\n");
 }
 
@@ -145,7 +142,7 @@ TEST_F(CommandLine, CompletesCommandsInFish) {
 }
 
 TEST_F(CommandLine, EndsAsFiltersDoWhenTheReaderLeaves) {
-  write("in.smt2", script);
+  write("in.smt2", redundant_script);
   run("mkdir in; cp in.smt2 in");
   // The reader is gone before the program begins.
   const std::string closed = "env --default-signal=PIPE $quarv ";
@@ -167,7 +164,7 @@ TEST_F(CommandLine, EndsAsFiltersDoWhenTheReaderLeaves) {
 
 TEST_F(CommandLine, KeepsClosedStandardFilesApart) {
   // A number that is free would be given to the next file that is opened.
-  write("in.smt2", script);
+  write("in.smt2", redundant_script);
   const std::string no_output = "quarv: error: cannot write standard output: Bad file descriptor\n";
   for (const char* command :
        {"simplify in.smt2", "batch in.smt2", "explain in.smt2", "report in.smt2", "--help"}) {
@@ -181,12 +178,12 @@ TEST_F(CommandLine, KeepsClosedStandardFilesApart) {
   EXPECT_EQ(run("$quarv simplify nowhere 2>&-").status, 1);
   EXPECT_EQ(run("$quarv simpl 2>&-").status, 2);
   EXPECT_EQ(run("$quarv simplify - <&- >&- 2>&-").status, 1);
-  EXPECT_EQ(run("$quarv simplify in.smt2 <&-").out, simplified);
+  EXPECT_EQ(run("$quarv simplify in.smt2 <&-").out, simplified_script);
   EXPECT_EQ(run("$quarv simplify <&-").err, "quarv: error: cannot read <stdin>: Bad file descriptor\n");
 }
 
 TEST_F(CommandLine, RefusesToWriteWhereItReads) {
-  write("in.smt2", script);
+  write("in.smt2", redundant_script);
   run("ln -s in.smt2 link");
   const std::string same =
       "--trace: the script and its trace cannot be written to the same place (see quarv simplify --help)";
@@ -196,7 +193,7 @@ TEST_F(CommandLine, RefusesToWriteWhereItReads) {
                  "--trace: it would replace the script (see quarv simplify --help)");
   expect_refusal("report in.smt2 -o link",
                  "--output: the page would replace what it shows (see quarv report --help)");
-  EXPECT_EQ(read("in.smt2"), script);
+  EXPECT_EQ(read("in.smt2"), redundant_script);
   EXPECT_EQ(num_files(), 2u);
 }
 

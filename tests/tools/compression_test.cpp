@@ -4,9 +4,6 @@
 
 namespace {
 
-const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
-const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
-
 struct Kind {
   const char* suffix;
   const char* tool;
@@ -17,7 +14,7 @@ class Compressed : public Program {
  protected:
   void SetUp() override {
     Program::SetUp();
-    write("in.smt2", script);
+    write("in.smt2", redundant_script);
   }
 };
 
@@ -25,12 +22,12 @@ TEST_F(Compressed, IsReadFromFilesAndStreams) {
   for (const auto& [suffix, tool] : kinds) {
     const std::string file = std::string("in.smt2") + suffix;
     ASSERT_EQ(run(std::string(tool) + " -c < in.smt2 > " + file).status, 0);
-    EXPECT_EQ(run("$quarv simplify " + file).out, simplified) << tool;
-    EXPECT_EQ(run("$quarv simplify < " + file).out, simplified) << tool;
-    EXPECT_EQ(run("cat " + file + " | $quarv simplify -").out, simplified) << tool;
+    EXPECT_EQ(run("$quarv simplify " + file).out, simplified_script) << tool;
+    EXPECT_EQ(run("$quarv simplify < " + file).out, simplified_script) << tool;
+    EXPECT_EQ(run("cat " + file + " | $quarv simplify -").out, simplified_script) << tool;
     // The first bytes tell, if the name does not.
-    EXPECT_EQ(run("cp " + file + " plain; $quarv simplify plain").out, simplified) << tool;
-    EXPECT_EQ(run("$quarv simplify <(cat " + file + ")").out, simplified) << tool;
+    EXPECT_EQ(run("cp " + file + " plain; $quarv simplify plain").out, simplified_script) << tool;
+    EXPECT_EQ(run("$quarv simplify <(cat " + file + ")").out, simplified_script) << tool;
     EXPECT_EQ(run("$quarv explain plain").out, run("$quarv explain in.smt2").out) << tool;
     EXPECT_EQ(run("$quarv batch plain 2>&1 | sed -n 's/.*\"digest\":\"\\([^\"]*\\).*/\\1/p'").out,
               run("sha256sum in.smt2").out.substr(0, 64) + "\n");
@@ -47,14 +44,14 @@ TEST_F(Compressed, IsReadByEveryCommand) {
   EXPECT_EQ(run("xz commands; $quarv repl commands.xz").out, "false\n");
   EXPECT_EQ(run("$quarv repl < commands.xz").out, "false\n");
   write("my.rules", "rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n");
-  EXPECT_EQ(run("zstd -q my.rules; $quarv simplify --rules my.rules.zst in.smt2.gz").out, simplified);
+  EXPECT_EQ(run("zstd -q my.rules; $quarv simplify --rules my.rules.zst in.smt2.gz").out, simplified_script);
   write("faulty.smt2", "(assert\n  p)\n");
   EXPECT_EQ(run("gzip faulty.smt2; $quarv simplify faulty.smt2.gz").err,
             "faulty.smt2.gz:2:3: error: unknown symbol p\n    p)\n    ^\n");
 }
 
 TEST_F(Compressed, IsReportedWhenDamaged) {
-  write("plain.smt2.gz", script);
+  write("plain.smt2.gz", redundant_script);
   EXPECT_EQ(run("$quarv simplify plain.smt2.gz").err,
             "quarv: error: cannot read plain.smt2.gz: it is not compressed as its name says\n");
   EXPECT_EQ(run("$quarv repl plain.smt2.gz").status, 1);
@@ -77,8 +74,9 @@ TEST_F(Compressed, IsWrittenWhereTheNameSaysSo) {
   for (const auto& [suffix, tool] : kinds) {
     const std::string file = std::string("out.smt2") + suffix;
     EXPECT_EQ(run("$quarv simplify in.smt2 -o " + file + " --trace steps" + suffix).status, 0) << tool;
-    EXPECT_EQ(run(std::string(tool) + " -dc < " + file).out, simplified) << tool;
-    EXPECT_EQ(run("$quarv simplify " + file + " -o " + file + " && $quarv simplify " + file).out, simplified)
+    EXPECT_EQ(run(std::string(tool) + " -dc < " + file).out, simplified_script) << tool;
+    EXPECT_EQ(run("$quarv simplify " + file + " -o " + file + " && $quarv simplify " + file).out,
+              simplified_script)
         << tool;
     EXPECT_EQ(run("$quarv replay steps" + std::string(suffix)).status, 0) << tool;
   }

@@ -4,10 +4,6 @@
 
 namespace {
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 constexpr const char* no_z3 = "z3 is not installed";
 constexpr const char* data = QUARV_SOURCE_DIR "/tests/data/mining";
 

@@ -4,10 +4,6 @@
 
 namespace {
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 class Overlaps : public Program {
  protected:
   void SetUp() override {

@@ -4,11 +4,7 @@
 
 namespace {
 
-bool has(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-const std::string script =
+const std::string script_for_rules =
     "(declare-const a (_ BitVec 8))\n(declare-const b (_ BitVec 8))\n(assert (= (bvashr a (bvnot b)) "
     "#x00))\n";
 const std::string wrong = "wrong: rewrite(bvashr(t, bvnot(u)), ) >> t\n";
@@ -20,8 +16,8 @@ class OwnRules : public Program {
   void SetUp() override {
     Program::SetUp();
     if (run("z3 --version").status != 0) GTEST_SKIP() << "z3 is not installed";
-    write("in.smt2", script);
-    write("two.smt2", script);
+    write("in.smt2", script_for_rules);
+    write("two.smt2", script_for_rules);
     write("wrong.rules", wrong);
     write("good.rules", "good: rewrite(bvashr(t, bvnot(t_0)), identity(t, t_0), (size(t) == 1)) >> t\n");
   }
@@ -126,7 +122,7 @@ TEST_F(OwnRules, NeedNoCache) {
     EXPECT_EQ(r.err, "") << where;
   }
   EXPECT_FALSE(fs::exists(path("here")));
-  EXPECT_EQ(read("in.smt2"), script);
+  EXPECT_EQ(read("in.smt2"), script_for_rules);
   EXPECT_EQ(run("XDG_CACHE_HOME= HOME=$PWD/home $quarv simplify in.smt2 -o out.smt2 --rules good.rules; "
                 "mkdir home; XDG_CACHE_HOME= HOME=$PWD/home $quarv simplify in.smt2 -o out.smt2 --rules "
                 "good.rules; "

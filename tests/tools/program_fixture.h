@@ -14,7 +14,11 @@
 
 namespace fs = std::filesystem;
 
-/// What a shell command answered.
+/// A script, and what the program makes of it.
+inline const std::string redundant_script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
+inline const std::string simplified_script = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
+
+/// What a shell command returned.
 struct Result {
   int status;
   std::string out;
@@ -25,6 +29,10 @@ inline std::string contents(const fs::path& file) {
   std::ostringstream text;
   text << std::ifstream(file).rdbuf();
   return text.str();
+}
+
+inline bool has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
 }
 
 inline std::size_t num_lines(const std::string& text) {

@@ -7,9 +7,6 @@
 
 namespace {
 
-const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
-const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
-
 TEST_F(Program, PrintsVersionAndHelp) {
   EXPECT_EQ(run("$quarv --version").out, "quarv " QUARV_VERSION "\n");
   const Result help = run("$quarv --help");
@@ -29,17 +26,17 @@ TEST_F(Program, AnswersWrongCommandLinesWithStatusTwo) {
 }
 
 TEST_F(Program, SimplifiesFromAndToFilesAndStreams) {
-  write("in.smt2", script);
-  EXPECT_EQ(run("$quarv simplify in.smt2").out, simplified);
-  EXPECT_EQ(run("$quarv simplify", script).out, simplified);
-  EXPECT_EQ(run("$quarv simplify -", script).out, simplified);
-  EXPECT_EQ(run("cat in.smt2 | $quarv simplify - -o - | cat").out, simplified);
+  write("in.smt2", redundant_script);
+  EXPECT_EQ(run("$quarv simplify in.smt2").out, simplified_script);
+  EXPECT_EQ(run("$quarv simplify", redundant_script).out, simplified_script);
+  EXPECT_EQ(run("$quarv simplify -", redundant_script).out, simplified_script);
+  EXPECT_EQ(run("cat in.smt2 | $quarv simplify - -o - | cat").out, simplified_script);
   const Result to_file = run("$quarv simplify in.smt2 -o out.smt2");
   EXPECT_EQ(to_file.status, 0);
   EXPECT_EQ(to_file.out + to_file.err, "");
-  EXPECT_EQ(read("out.smt2"), simplified);
+  EXPECT_EQ(read("out.smt2"), simplified_script);
   EXPECT_EQ(run("$quarv simplify in.smt2 --output in.smt2").status, 0);
-  EXPECT_EQ(read("in.smt2"), simplified);
+  EXPECT_EQ(read("in.smt2"), simplified_script);
   EXPECT_EQ(num_files(), 2u);
 }
 
@@ -52,14 +49,14 @@ TEST_F(Program, SimplifiesEmptyInput) {
 TEST_F(Program, WritesTraces) {
   write("in.smt2", "(declare-const p Bool)\n(assert (not (not p)))\n(check-sat)\n");
   const Result r = run("$quarv simplify in.smt2 --trace steps.jsonl");
-  EXPECT_EQ(r.out, simplified);
+  EXPECT_EQ(r.out, simplified_script);
   EXPECT_EQ(r.err, "");
   std::istringstream lines(read("steps.jsonl"));
   std::size_t steps = 0;
   for (std::string line; std::getline(lines, line);) steps += nlohmann::json::parse(line).contains("step");
   EXPECT_EQ(steps, 1u);
   EXPECT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace -").out, read("steps.jsonl"));
-  EXPECT_EQ(read("out.smt2"), simplified);
+  EXPECT_EQ(read("out.smt2"), simplified_script);
   EXPECT_EQ(run("$quarv simplify in.smt2 --trace -").status, 2);
   EXPECT_EQ(run("$quarv simplify in.smt2 --trace nowhere/steps.jsonl").status, 1);
   write("bad.smt2", "(assert p)");
@@ -133,14 +130,14 @@ TEST_F(Program, ReportsFilesThatCannotBeRead) {
   EXPECT_EQ(run("$quarv repl nowhere.smt2").status, 1);
   EXPECT_EQ(run("$quarv repl .").err, "quarv: error: cannot read .: Is a directory\n");
   if (geteuid() != 0) {  // root may read everything
-    write("secret", script);
+    write("secret", redundant_script);
     EXPECT_EQ(run("chmod 0 secret; $quarv simplify secret").status, 1);
   }
 }
 
 TEST_F(Program, ReportsFilesThatCannotBeWritten) {
   const auto expect_failure = [this](const std::string& command, const std::string& reason) {
-    const Result r = run(command, script);
+    const Result r = run(command, redundant_script);
     EXPECT_EQ(r.status, 1) << command;
     EXPECT_EQ(r.err, "quarv: error: cannot write " + reason + "\n") << command;
   };
@@ -167,20 +164,22 @@ TEST_F(Program, LeavesTheOldFileWhenTheDiskIsFull) {
 
 TEST_F(Program, KeepsPermissionsAndFollowsLinks) {
   run("mkdir real; echo old > real/out; chmod 640 real/out; ln -s real/out link");
-  EXPECT_EQ(run("$quarv simplify -o link", script).status, 0);
+  EXPECT_EQ(run("$quarv simplify -o link", redundant_script).status, 0);
   EXPECT_TRUE(fs::is_symlink(path("link")));
-  EXPECT_EQ(read("real/out"), simplified);
+  EXPECT_EQ(read("real/out"), simplified_script);
   EXPECT_EQ(run("stat -c %a real/out").out, "640\n");
-  EXPECT_EQ(run("umask 027; $quarv simplify -o new; stat -c %a new", script).out, "640\n");
-  EXPECT_EQ(run("$quarv simplify -o /dev/stdout | cat", script).out, simplified);
+  EXPECT_EQ(run("umask 027; $quarv simplify -o new; stat -c %a new", redundant_script).out, "640\n");
+  EXPECT_EQ(run("$quarv simplify -o /dev/stdout | cat", redundant_script).out, simplified_script);
   // An open file is written where it stands, and not replaced.
   const std::string twice = "for i in 1 2; do $quarv simplify -o /dev/";
-  EXPECT_EQ(
-      run("mkdir two; cat > in; " + twice + "stdout < in; done > two/all; ls two; cat two/all", script).out,
-      "all\n" + simplified + simplified);
+  EXPECT_EQ(run("mkdir two; cat > in; " + twice + "stdout < in; done > two/all; ls two; cat two/all",
+                redundant_script)
+                .out,
+            "all\n" + simplified_script + simplified_script);
   EXPECT_EQ(run(twice + "fd/5 < in; done 5> two/all; ls two; cat two/all").out,
-            "all\n" + simplified + simplified);
-  EXPECT_EQ(run("mkfifo pipe; cat pipe & $quarv simplify -o pipe; wait", script).out, simplified);
+            "all\n" + simplified_script + simplified_script);
+  EXPECT_EQ(run("mkfifo pipe; cat pipe & $quarv simplify -o pipe; wait", redundant_script).out,
+            simplified_script);
 }
 
 // The sanitizer needs more addresses than such a limit leaves.

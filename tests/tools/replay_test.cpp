@@ -13,7 +13,7 @@ namespace {
 using Json = nlohmann::json;
 
 /// Steps of every theory but floating point.
-const std::string script = R"((declare-const x (_ BitVec 8))
+const std::string replayed_script = R"((declare-const x (_ BitVec 8))
 (declare-const y (_ BitVec 8))
 (declare-const i Int)
 (declare-const j Int)
@@ -69,7 +69,7 @@ class Replay : public Program {
 
   /// Each step that `change` changes (it answers whether it did) must be reported, and the trace refused.
   void expect_caught(const std::function<bool(Json&, const std::vector<Json>&)>& change) {
-    expect_caught_in(script, " --rules-only-standard", change);
+    expect_caught_in(replayed_script, " --rules-only-standard", change);
   }
   void expect_caught_in(const std::string& text, const std::string& options,
                         const std::function<bool(Json&, const std::vector<Json>&)>& change) {
@@ -90,7 +90,7 @@ class Replay : public Program {
 };
 
 TEST_F(Replay, JustifiesWhatTheSimplifierDoes) {
-  const Result r = replay(trace_of(script));
+  const Result r = replay(trace_of(replayed_script));
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find(", 0 not justified\n"), std::string::npos) << r.out;
   EXPECT_EQ(num_lines(r.out), 1u) << r.out;
@@ -189,7 +189,7 @@ TEST_F(Replay, LooksAtCases) {
 }
 
 TEST_F(Replay, ReadsTracesFromBeforeRulesHadNames) {
-  std::vector<Json> lines = trace_of(script);
+  std::vector<Json> lines = trace_of(replayed_script);
   std::size_t named = 0;
   for (Json& line : lines) {
     if (line.contains("rule")) named += line.erase("name");
@@ -317,7 +317,7 @@ TEST_F(Replay, CatchesWrongFloatingPoint) {
 
 /// A term that has no sort proves anything.
 TEST_F(Replay, RefusesTermsThatAreNotWellSorted) {
-  const std::vector<Json> lines = trace_of(script);
+  const std::vector<Json> lines = trace_of(replayed_script);
   std::vector<std::uint64_t> sorts;
   for (const Json& line : lines) {
     if (line.contains("name") && line.contains("sort")) sorts.push_back(line["sort"]);
@@ -373,7 +373,7 @@ TEST_F(Replay, RefusesRulesThatDoNotHold) {
 }
 
 TEST_F(Replay, SurvivesWhatIsNoTrace) {
-  trace_of(script);
+  trace_of(replayed_script);
   const std::string text = read("trace.jsonl");
   for (std::size_t end = 0; end < text.size(); end += 1 + text.size() / 12) {
     const Result r = run("$quarv replay -", text.substr(0, end) + "{");

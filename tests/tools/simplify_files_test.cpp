@@ -4,15 +4,12 @@
 
 namespace {
 
-const std::string script = "(declare-const p Bool)\n(assert (and p true p))\n(check-sat)\n";
-const std::string simplified = "(declare-const p Bool)\n(assert p)\n(check-sat)\n";
-
 class SimplifyFiles : public Program {
  protected:
   void SetUp() override {
     Program::SetUp();
-    write("long.smt2", script);
-    write("short.smt2", simplified);
+    write("long.smt2", redundant_script);
+    write("short.smt2", simplified_script);
     write("faulty.smt2", "(assert q)\n");
   }
 };
@@ -20,16 +17,16 @@ class SimplifyFiles : public Program {
 const std::string fault = "faulty.smt2:1:9: error: unknown symbol q\n  (assert q)\n          ^\n";
 
 TEST_F(SimplifyFiles, PrintsOneAfterTheOther) {
-  const Result r = run("$quarv simplify long.smt2 short.smt2 -", script);
+  const Result r = run("$quarv simplify long.smt2 short.smt2 -", redundant_script);
   EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out, simplified + simplified + simplified);
+  EXPECT_EQ(r.out, simplified_script + simplified_script + simplified_script);
   EXPECT_EQ(r.err, "");
 }
 
 TEST_F(SimplifyFiles, GoesOnBehindAFileWithAnError) {
   const Result r = run("$quarv simplify faulty.smt2 nowhere.smt2 long.smt2");
   EXPECT_EQ(r.status, 1);
-  EXPECT_EQ(r.out, simplified);
+  EXPECT_EQ(r.out, simplified_script);
   EXPECT_EQ(r.err, fault + "quarv: error: cannot read nowhere.smt2: No such file or directory\n");
 }
 
@@ -52,14 +49,14 @@ TEST_F(SimplifyFiles, CheckNamesWhatWouldChange) {
   const Result same = run("$quarv simplify --check short.smt2");
   EXPECT_EQ(same.status, 0);
   EXPECT_EQ(same.out + same.err, "");
-  const Result changes = run("$quarv simplify --check long.smt2 short.smt2 - faulty.smt2", script);
+  const Result changes = run("$quarv simplify --check long.smt2 short.smt2 - faulty.smt2", redundant_script);
   EXPECT_EQ(changes.status, 1);
   EXPECT_EQ(changes.out, "");
   EXPECT_EQ(changes.err,
             "long.smt2: simplification would change it\n<stdin>: simplification would change it\n" + fault);
-  EXPECT_EQ(run("$quarv simplify --check", simplified).status, 0);
+  EXPECT_EQ(run("$quarv simplify --check", simplified_script).status, 0);
   EXPECT_EQ(run("$quarv simplify --check short.smt2 faulty.smt2").status, 1);
-  EXPECT_EQ(read("long.smt2"), script);
+  EXPECT_EQ(read("long.smt2"), redundant_script);
 }
 
 TEST_F(SimplifyFiles, CheckAgreesWithWhatIsPrinted) {
@@ -81,7 +78,7 @@ TEST_F(SimplifyFiles, InPlaceReplacesWhatChanges) {
   EXPECT_EQ(r.status, 1);
   EXPECT_EQ(r.out, "");
   EXPECT_EQ(r.err, fault + "quarv: error: cannot read nowhere.smt2: No such file or directory\n");
-  EXPECT_EQ(read("long.smt2"), simplified);
+  EXPECT_EQ(read("long.smt2"), simplified_script);
   EXPECT_TRUE(fs::is_symlink(path("link")));
   EXPECT_EQ(read("faulty.smt2"), "(assert q)\n");
   EXPECT_EQ(run("stat -c %a long.smt2; date -r short.smt2 +%Y").out, "640\n2001\n");
@@ -95,7 +92,7 @@ TEST_F(SimplifyFiles, InPlaceKeepsCompression) {
     const std::string file = std::string("long.smt2") + suffix;
     const std::string pack = std::string(tool) + " -c long.smt2 > ";
     EXPECT_EQ(run(pack + file + "; $quarv simplify -i " + file).status, 0);
-    EXPECT_EQ(run(std::string(tool) + " -dc < " + file).out, simplified) << tool;
+    EXPECT_EQ(run(std::string(tool) + " -dc < " + file).out, simplified_script) << tool;
     const Result hidden = run(pack + "packed; cp packed old; $quarv simplify -i packed; cmp packed old");
     EXPECT_EQ(hidden.err,
               "quarv: error: cannot replace packed: it is compressed, but its name does not say how\n");
@@ -110,9 +107,9 @@ TEST_F(SimplifyFiles, InPlaceNeedsAFile) {
             "quarv: error: cannot replace pipe: it is not a regular file\n");
   for (const char* arguments :
        {"-i", "-i -", "-i long.smt2 -", "-i long.smt2 --check", "-i long.smt2 -o out"}) {
-    EXPECT_EQ(run(std::string("$quarv simplify ") + arguments, script).status, 2) << arguments;
+    EXPECT_EQ(run(std::string("$quarv simplify ") + arguments, redundant_script).status, 2) << arguments;
   }
-  EXPECT_EQ(read("long.smt2"), script);
+  EXPECT_EQ(read("long.smt2"), redundant_script);
 }
 
 TEST_F(SimplifyFiles, DiffShowsWhatChanges) {

@@ -18,7 +18,7 @@
 namespace quarv::sortimpl {
 namespace {
 
-using Numbers = std::vector<int>;
+using NumberList = std::vector<int>;
 
 struct CountingLess {
   std::size_t* calls;
@@ -54,29 +54,29 @@ class Adversary {
     return at(a) < at(b);
   }
 
-  const Numbers& values() const { return values_; }
+  const NumberList& values() const { return values_; }
 
  private:
   int& at(int i) { return values_[static_cast<std::size_t>(i)]; }
 
-  Numbers values_;
+  NumberList values_;
   int undecided_;
   int decided_ = 0;
   int candidate_ = 0;
 };
 
 // An input on which the partitioning rounds of `do_sort` get hardly anywhere.
-Numbers killer(std::size_t n) {
+NumberList killer(std::size_t n) {
   Adversary adversary(static_cast<int>(n));
-  Numbers indices(n);
+  NumberList indices(n);
   std::iota(indices.begin(), indices.end(), 0);
   do_sort(indices.data(), n, std::ref(adversary), static_cast<int>(n));
   return adversary.values();
 }
 
 // The textbook's bad input for a median of first, middle and last.
-Numbers median_of_three_killer(std::size_t n) {
-  Numbers result(n);
+NumberList median_of_three_killer(std::size_t n) {
+  NumberList result(n);
   const std::size_t half = n / 2;
   for (std::size_t i = 0; i < half; ++i) {
     result[i] = static_cast<int>(i % 2 == 0 ? i + 1 : half + i + (half % 2 == 0 ? 0 : 1));
@@ -109,8 +109,8 @@ std::vector<Pattern> patterns() {
   };
 }
 
-void expect_sorts(Numbers input, const std::string& name) {
-  Numbers expected = input;
+void expect_sorts(NumberList input, const std::string& name) {
+  NumberList expected = input;
   std::sort(expected.begin(), expected.end());
   std::size_t calls = 0;
   sort(input.data(), input.size(), CountingLess{&calls});
@@ -126,7 +126,7 @@ TEST(Sort, EveryPatternOfEverySmallSize) {
   const std::vector<Pattern> all = patterns();
   for (std::size_t n = 0; n <= 300; ++n) {
     for (const Pattern& pattern : all) {
-      Numbers input(n);
+      NumberList input(n);
       for (std::size_t i = 0; i < n; ++i) input[i] = pattern.element(i, n);
       expect_sorts(input, pattern.name);
     }
@@ -137,7 +137,7 @@ TEST(Sort, EveryPatternOfLargerSizes) {
   const std::vector<Pattern> all = patterns();
   for (std::size_t n = 301; n <= 5000; n += 97) {
     for (const Pattern& pattern : all) {
-      Numbers input(n);
+      NumberList input(n);
       for (std::size_t i = 0; i < n; ++i) input[i] = pattern.element(i, n);
       expect_sorts(input, pattern.name);
     }
@@ -147,7 +147,7 @@ TEST(Sort, EveryPatternOfLargerSizes) {
 TEST(Sort, RandomSizes) {
   std::mt19937 random(2);
   for (int round = 0; round < 1000 * test_scale(); ++round) {
-    Numbers input(random() % 5001);
+    NumberList input(random() % 5001);
     const unsigned keys = 1U << (random() % 20);
     for (int& x : input) x = static_cast<int>(random() % keys);
     expect_sorts(input, "random");
@@ -155,16 +155,16 @@ TEST(Sort, RandomSizes) {
 }
 
 TEST(Sort, EveryPermutationOfEight) {
-  Numbers permutation(8);
+  NumberList permutation(8);
   std::iota(permutation.begin(), permutation.end(), 0);
   do {
-    Numbers selected = permutation;
+    NumberList selected = permutation;
     selection_sort(selected.data(), selected.size(), std::less<int>());
     ASSERT_TRUE(std::is_sorted(selected.begin(), selected.end()));
-    Numbers inserted = permutation;
+    NumberList inserted = permutation;
     insertion_sort(inserted.data(), inserted.size(), std::less<int>());
     ASSERT_EQ(inserted, selected);
-    Numbers heaped = permutation;
+    NumberList heaped = permutation;
     heap_sort(heaped.data(), heaped.size(), std::less<int>());
     ASSERT_EQ(heaped, selected);
   } while (std::next_permutation(permutation.begin(), permutation.end()));
@@ -172,7 +172,7 @@ TEST(Sort, EveryPermutationOfEight) {
 
 TEST(Sort, EveryListOfSeventeenZerosAndOnes) {
   for (unsigned bits = 0; bits < 1U << 17; ++bits) {
-    Numbers list(17);
+    NumberList list(17);
     for (unsigned i = 0; i < 17; ++i) list[i] = static_cast<int>(bits >> i & 1);
     sort(list.data(), list.size(), std::less<int>());
     ASSERT_TRUE(std::is_sorted(list.begin(), list.end())) << bits;
@@ -182,9 +182,9 @@ TEST(Sort, EveryListOfSeventeenZerosAndOnes) {
 TEST(Sort, FifteenElementsAreSelectionSorted) {
   std::mt19937 random(3);
   for (int round = 0; round < 200; ++round) {
-    Numbers list(15);
+    NumberList list(15);
     for (int& x : list) x = static_cast<int>(random() % 60);
-    Numbers selected = list;
+    NumberList selected = list;
     std::size_t calls = 0;
     sort(list.data(), list.size(), [&calls](int a, int b) { return ++calls, DecadeLess()(a, b); });
     EXPECT_EQ(calls, 15U * 14U / 2U);
@@ -197,10 +197,10 @@ TEST(Sort, SixteenElementsArePartitionedAndInserted) {
   std::mt19937 random(4);
   int differs_from_selection = 0;
   for (int round = 0; round < 200; ++round) {
-    Numbers list(16);
+    NumberList list(16);
     for (int& x : list) x = static_cast<int>(random() % 60);
-    Numbers in_steps = list;
-    Numbers selected = list;
+    NumberList in_steps = list;
+    NumberList selected = list;
     sort(list.data(), list.size(), DecadeLess());
     do_sort(in_steps.data(), in_steps.size(), DecadeLess(), 32);
     insertion_sort(in_steps.data(), in_steps.size(), DecadeLess());
@@ -213,9 +213,9 @@ TEST(Sort, SixteenElementsArePartitionedAndInserted) {
 
 TEST(InsertionSort, IsStable) {
   std::mt19937 random(5);
-  Numbers list(1000);
+  NumberList list(1000);
   for (int& x : list) x = static_cast<int>(random() % 500);
-  Numbers expected = list;
+  NumberList expected = list;
   std::stable_sort(expected.begin(), expected.end(), DecadeLess());
   insertion_sort(list.data(), list.size(), DecadeLess());
   EXPECT_EQ(list, expected);
@@ -223,9 +223,9 @@ TEST(InsertionSort, IsStable) {
 
 TEST(DoSort, LeavesShortRangesAlone) {
   for (std::size_t n = 0; n < 16; ++n) {
-    Numbers list(n);
+    NumberList list(n);
     for (std::size_t i = 0; i < n; ++i) list[i] = static_cast<int>(n - i);
-    const Numbers before = list;
+    const NumberList before = list;
     std::size_t calls = 0;
     do_sort(list.data(), n, CountingLess{&calls}, 32);
     do_sort(list.data(), n, CountingLess{&calls}, 0);
@@ -237,7 +237,7 @@ TEST(DoSort, LeavesShortRangesAlone) {
 TEST(DoSort, BringsElementsCloseToTheirPlaces) {
   std::mt19937 random(6);
   for (const std::size_t n : {std::size_t{16}, std::size_t{17}, std::size_t{100}, std::size_t{5000}}) {
-    Numbers list(n);
+    NumberList list(n);
     std::iota(list.begin(), list.end(), 0);
     std::shuffle(list.begin(), list.end(), random);
     do_sort<int, std::size_t, std::less<int>>(list.data(), n, std::less<int>(), 32);
@@ -248,9 +248,9 @@ TEST(DoSort, BringsElementsCloseToTheirPlaces) {
 TEST(DoSort, WithoutRoundsIsAHeapSort) {
   std::mt19937 random(7);
   for (std::size_t n = 16; n < 200; ++n) {
-    Numbers list(n);
+    NumberList list(n);
     for (int& x : list) x = static_cast<int>(random() % 100);
-    Numbers heaped = list;
+    NumberList heaped = list;
     do_sort(list.data(), n, DecadeLess(), 0);
     heap_sort(heaped.data(), n, DecadeLess());
     ASSERT_EQ(list, heaped);
@@ -260,11 +260,11 @@ TEST(DoSort, WithoutRoundsIsAHeapSort) {
 
 TEST(DoSort, TurnsToHeapSortWhenPartitioningGetsNowhere) {
   for (const std::size_t n : {std::size_t{200}, std::size_t{1000}, std::size_t{5000}}) {
-    const Numbers bad = killer(n);
-    Numbers expected = bad;
+    const NumberList bad = killer(n);
+    NumberList expected = bad;
     std::sort(expected.begin(), expected.end());
 
-    Numbers list = bad;
+    NumberList list = bad;
     std::size_t quadratic = 0;
     do_sort(list.data(), n, CountingLess{&quadratic}, static_cast<int>(n));
     list = bad;
@@ -287,7 +287,7 @@ TEST(DoSort, MedianOfThreeKillers) {
 
 TEST(Partition, BothPartsGetElements) {
   for (unsigned code = 0; code < 1U << 16; ++code) {
-    Numbers list(16);
+    NumberList list(16);
     for (unsigned i = 0; i < 16; ++i) list[i] = static_cast<int>(code >> i & 1);
     const std::size_t left = partition(list.data(), list.size(), std::less<int>());
     ASSERT_GT(left, 0U);
@@ -311,9 +311,9 @@ TEST(Sort, MovesElementsThatOwnMemory) {
 }
 
 TEST(Sort, SizesOfAnyUnsignedType) {
-  Numbers list = {3, 1, 2};
+  NumberList list = {3, 1, 2};
   sort(list.data(), 3U, std::less<>());
-  EXPECT_EQ(list, (Numbers{1, 2, 3}));
+  EXPECT_EQ(list, (NumberList{1, 2, 3}));
   list.assign(100, 0);
   std::iota(list.rbegin(), list.rend(), 0);
   sort(list.data(), static_cast<unsigned char>(100), std::less<>());

@@ -6,19 +6,19 @@ namespace quarv::rules {
 
 namespace {
 
-using Kind = Condition::Kind;
+using ConditionKind = Condition::Kind;
 
 /// How dear a test is.
 enum Cost { pointers, integers, widths, numerals };
 
 Cost own_cost(const Condition& condition) {
   switch (condition.kind) {
-    case Kind::identity:
-    case Kind::precedes:
-    case Kind::has_sort:
+    case ConditionKind::identity:
+    case ConditionKind::precedes:
+    case ConditionKind::has_sort:
       return pointers;
-    case Kind::compare:
-    case Kind::binding: {
+    case ConditionKind::compare:
+    case ConditionKind::binding: {
       Cost cost = integers;
       for (const IntExpr* side : {&condition.left, &condition.right}) {
         visit(*side, [&](const IntExpr& e) {
@@ -45,8 +45,8 @@ class Planner {
     MatchPlan plan;
     std::vector<Step> steps = literal_steps();
     for (const Condition& condition : rule_.conditions) {
-      const bool for_tests = condition.kind != Kind::binding || needed_by_tests_[condition.b];
-      if (condition.kind == Kind::states_literal) continue;
+      const bool for_tests = condition.kind != ConditionKind::binding || needed_by_tests_[condition.b];
+      if (condition.kind == ConditionKind::states_literal) continue;
       if (for_tests) {
         steps.push_back({step_cost(condition), condition});
       } else if (needed_by_result_[condition.b]) {
@@ -76,7 +76,7 @@ class Planner {
     }
     for (auto condition = rule_.conditions.rbegin(); condition != rule_.conditions.rend(); ++condition) {
       std::vector<bool>* needed = &needed_by_tests_;
-      if (condition->kind == Kind::binding && !needed_by_tests_[condition->b]) {
+      if (condition->kind == ConditionKind::binding && !needed_by_tests_[condition->b]) {
         if (!needed_by_result_[condition->b]) continue;
         needed = &needed_by_result_;
       }
@@ -99,7 +99,9 @@ class Planner {
       if (!is_literal && node.kind != PatternNode::Kind::constant) continue;
       const bool has_width = rule_.sorts[node.sort].kind == SortKind::bit_vector;
       Condition test;
-      test.kind = !is_literal ? Kind::has_constant : has_width ? Kind::has_value : Kind::has_number;
+      test.kind = !is_literal ? ConditionKind::has_constant
+                  : has_width ? ConditionKind::has_value
+                              : ConditionKind::has_number;
       test.a = i;
       test.value = node.value;
       test.constant = node.constant;
@@ -117,7 +119,7 @@ class Planner {
         if (e.kind == IntExpr::Kind::parameter) cost = std::max(cost, parameter_cost_[e.index]);
       });
     }
-    if (condition.kind == Kind::binding || condition.kind == Kind::power_of_two)
+    if (condition.kind == ConditionKind::binding || condition.kind == ConditionKind::power_of_two)
       parameter_cost_[condition.b] = cost;
     return cost;
   }

@@ -8,11 +8,11 @@ namespace quarv::rules {
 
 namespace {
 
-using Kind = ResultNode::Kind;
+using ResultKind = ResultNode::Kind;
 
 bool is_constant(const ResultTree& tree) {
-  return tree.node.kind == Kind::literal || tree.node.kind == Kind::exponent ||
-         tree.node.kind == Kind::constant;
+  return tree.node.kind == ResultKind::literal || tree.node.kind == ResultKind::exponent ||
+         tree.node.kind == ResultKind::constant;
 }
 
 /// True when the arguments of an operator have one width, so that a constant takes that of its neighbour.
@@ -38,7 +38,7 @@ class ResultBuilder {
     ResultNode node = tree.node;
     if (is_constant(tree)) {
       resolve_constant(tree, outer, &node);
-    } else if (node.kind == Kind::application) {
+    } else if (node.kind == ResultKind::application) {
       node.arguments = build_arguments(tree, outer);
       if (node.op->tag == SymbolTag::ARRAY_CONST) {
         const auto like = position_of_sort(node.sort);
@@ -59,24 +59,24 @@ class ResultBuilder {
   void infer(ResultTree* tree) {
     ResultNode& node = tree->node;
     switch (node.kind) {
-      case Kind::subterm:
+      case ResultKind::subterm:
         node.sort = rule_->pattern[node.index].sort;
         return;
-      case Kind::truth:
+      case ResultKind::truth:
         node.sort = sorts_->make(SortKind::boolean);
         return;
-      case Kind::constant:
+      case ResultKind::constant:
         node.sort = sorts_->make(node.constant <= NamedConstant::toward_zero ? SortKind::rounding_mode
                                                                              : SortKind::floating_point);
         return;
-      case Kind::exponent:
+      case ResultKind::exponent:
         node.sort = sorts_->make(SortKind::bit_vector);
         return;
-      case Kind::literal:
-      case Kind::number:
+      case ResultKind::literal:
+      case ResultKind::number:
         node.sort = sorts_->make();
         return;
-      case Kind::application:
+      case ResultKind::application:
         break;
     }
     std::vector<std::size_t> arguments;
@@ -95,16 +95,16 @@ class ResultBuilder {
   void resolve_constant(const ResultTree& tree, std::optional<WidthSource> outer, ResultNode* node) {
     const SortKind kind = sorts_->kind(node->sort);
     if (kind == SortKind::integer || kind == SortKind::real || kind == SortKind::number) {
-      node->kind = Kind::number;
+      node->kind = ResultKind::number;
       return;
     }
-    if (node->kind == Kind::literal && kind != SortKind::bit_vector && kind != SortKind::open) {
+    if (node->kind == ResultKind::literal && kind != SortKind::bit_vector && kind != SortKind::open) {
       fail(tree, "a numeral cannot be " + std::string(description(kind)));
     }
     if (kind == SortKind::rounding_mode) return;
     if (!outer) outer = position_of_sort(node->sort);
     if (!outer) fail(tree, "the width of this constant cannot be inferred");
-    if (node->kind == Kind::literal && node->value < -1) {
+    if (node->kind == ResultKind::literal && node->value < -1) {
       fail(tree, "of a bit-vector, the only negative constant is -1, all ones");
     }
     node->width = *outer;
@@ -144,14 +144,14 @@ class ResultBuilder {
   /// The width of the first argument that is a term of the pattern.
   static std::optional<WidthSource> variable_width(const ResultTree& tree) {
     for (const ResultTree& child : tree.children) {
-      if (child.node.kind == Kind::subterm) return WidthSource{false, child.node.index};
+      if (child.node.kind == ResultKind::subterm) return WidthSource{false, child.node.index};
     }
     return std::nullopt;
   }
 
   /// True when the width of every constant in `tree` can be told from within.
   static bool has_own_width(const ResultTree& tree) {
-    if (tree.node.kind != Kind::application) return tree.node.kind == Kind::subterm;
+    if (tree.node.kind != ResultKind::application) return tree.node.kind == ResultKind::subterm;
     if (tree.node.op->shape == Shape::mixed) return tree.node.op->tag != SymbolTag::TERM_ITE;
     bool any = false;
     bool all = true;

@@ -24,9 +24,9 @@ bool is_operator(std::string_view word) {
 /// The operators of other theories came later than rules with variables of their names; parentheses tell them
 /// apart.
 bool is_reserved(std::string_view word) {
-  static constexpr std::string_view words[] = {"rewrite",  "unordered", "const", "identity", "prec",
-                                               "varvalue", "pow2",      "fits",  "size",     "sort"};
-  if (std::ranges::find(words, word) != std::ranges::end(words) || constant_of(word)) return true;
+  static constexpr std::string_view reserved[] = {"rewrite",  "unordered", "const", "identity", "prec",
+                                                  "varvalue", "pow2",      "fits",  "size",     "sort"};
+  if (std::ranges::find(reserved, word) != std::ranges::end(reserved) || constant_of(word)) return true;
   const Operator* op = find_operator(word);
   return op != nullptr && op->word == word && op->shape != Shape::mixed;
 }

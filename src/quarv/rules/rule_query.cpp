@@ -164,8 +164,8 @@ class QueryWriter {
 
   /// A comparison of real numbers.
   std::string exact_comparison(const Condition& c) const {
-    static constexpr std::string_view words[] = {"=", "distinct", "<", "<=", ">", ">="};
-    return '(' + std::string(words[static_cast<std::size_t>(c.relation)]) + ' ' + exact(c.left) + ' ' +
+    static constexpr std::string_view relations[] = {"=", "distinct", "<", "<=", ">", ">="};
+    return '(' + std::string(relations[static_cast<std::size_t>(c.relation)]) + ' ' + exact(c.left) + ' ' +
            exact(c.right) + ')';
   }
 
@@ -183,8 +183,8 @@ class QueryWriter {
   }
 
   static std::string comparison(Relation relation, const std::string& left, const std::string& right) {
-    static constexpr std::string_view words[] = {"=", "distinct", "bvult", "bvule", "bvugt", "bvuge"};
-    return '(' + std::string(words[static_cast<std::size_t>(relation)]) + ' ' + left + ' ' + right + ')';
+    static constexpr std::string_view relations[] = {"=", "distinct", "bvult", "bvule", "bvugt", "bvuge"};
+    return '(' + std::string(relations[static_cast<std::size_t>(relation)]) + ' ' + left + ' ' + right + ')';
   }
 
   /// Width 0 stands for a truth value.

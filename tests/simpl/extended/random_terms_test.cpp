@@ -255,7 +255,7 @@ std::vector<std::string> assertions(const std::string& script) {
   return result;
 }
 
-std::string simplified(const std::string& script, bool smallest) {
+std::string simplified_text(const std::string& script, bool smallest) {
   smtlib::SimplifyOptions options;
   options.smallest = smallest;
   options.sharing = smtlib::Sharing::none;
@@ -269,8 +269,8 @@ void expect_equal_formulas(unsigned seed, bool smallest) {
   Formulas formulas(seed);
   std::string script = Formulas::declarations;
   for (int n = 0; n < num_formulas; ++n) script += "(assert " + formulas.boolean(4) + ")\n";
-  const std::string after = simplified(script, smallest);
-  EXPECT_EQ(simplified(after, smallest), after) << "not a fixed point, seed " << seed;
+  const std::string after = simplified_text(script, smallest);
+  EXPECT_EQ(simplified_text(after, smallest), after) << "not a fixed point, seed " << seed;
   const std::vector<std::string> left = assertions(script);
   const std::vector<std::string> right = assertions(after);
   ASSERT_EQ(left.size(), right.size());

@@ -17,7 +17,7 @@ bool is_one_of(const std::string& op, const std::array<const char*, N>& ops) {
 constexpr std::array commutative = {"and", "or", "=", "+", "*", "fp.eq"};
 
 /// An index of an operator; too large a number for one that is none.
-std::size_t index(const Expression& e, std::size_t i) {
+std::size_t index_or_none(const Expression& e, std::size_t i) {
   constexpr std::size_t none = std::size_t{1} << 40;
   if (i >= e.indices.size() || e.indices[i].empty() || e.indices[i].size() > 9 ||
       e.indices[i].find_first_not_of("0123456789") != std::string::npos) {
@@ -57,7 +57,7 @@ bool FoldingChecker::check_directly(const Expression& e, TermName after) const {
   if (is_arithmetic(trace_.term(e.args[0]).sort)) return check_arithmetic(e, after);
   if (e.op == "=" && n == 2) return check_equality(e, after);
   // An extension by no bits.
-  return e.op == "zero_extend" && n == 1 && index(e, 0) == 0 && e.args[0] == after;
+  return e.op == "zero_extend" && n == 1 && index_or_none(e, 0) == 0 && e.args[0] == after;
 }
 
 /// The same application with its last two arguments exchanged.
@@ -101,7 +101,8 @@ std::optional<bool> FoldingChecker::truth(TermName t) const {
 /// From a bit-vector to an integer and back again.
 bool FoldingChecker::check_there_and_back(const Expression& e, TermName after) const {
   const TraceSort& sort = trace_.sort(e.sort);
-  if (e.args.size() != 1 || sort.kind != TraceSort::bit_vector || index(e, 0) != sort.width) return false;
+  if (e.args.size() != 1 || sort.kind != TraceSort::bit_vector || index_or_none(e, 0) != sort.width)
+    return false;
   const Expression& argument = trace_.term(e.args[0]);
   const bool is_signed = argument.op == "sbv_to_int";
   if (argument.kind != Expression::operation || argument.args.size() != 1) return false;

@@ -11,7 +11,7 @@ using Id = TermClosure::Id;
 
 namespace {
 
-constexpr std::size_t most_parts = 1000;  // of a chain or a sum that is looked through
+constexpr std::size_t most_chain_parts = 1000;  // of a chain or a sum that is looked through
 
 template <std::size_t N>
 bool is_one_of(std::string_view op, const std::array<std::string_view, N>& ops) {
@@ -123,7 +123,7 @@ void TermClosure::note_chain(Id id) {
     } else {
       parts.push_back(find(next));
     }
-    if (parts.size() + pending.size() > most_parts) return;
+    if (parts.size() + pending.size() > most_chain_parts) return;
   }
   if (is_commutative(e.op)) std::ranges::sort(parts);
   if (is_idempotent(e.op)) {
@@ -175,7 +175,7 @@ std::string TermClosure::text(const Sum& sum) {
 void TermClosure::note_sum(Id id) {
   if (!is_arithmetic(id)) return;
   Sum sum;
-  std::size_t budget = most_parts;
+  std::size_t budget = most_chain_parts;
   if (!add(id, 1, sum, budget)) return;
   if (sum.constant == 0 && sum.coefficients.size() == 1 && sum.coefficients.begin()->second == 1 &&
       terms_.term(sum.coefficients.begin()->first).sort == terms_.term(id).sort) {
@@ -189,7 +189,7 @@ void TermClosure::note_comparison(Id id) {
   const Expression& e = terms_.term(id);
   if (e.args.size() != 2 || !is_arithmetic(static_cast<Id>(e.args[0]))) return;
   Sum difference;
-  std::size_t budget = most_parts;
+  std::size_t budget = most_chain_parts;
   if (!add(static_cast<Id>(e.args[0]), 1, difference, budget) ||
       !add(static_cast<Id>(e.args[1]), -1, difference, budget))
     return;

@@ -12,7 +12,7 @@ using Id = TermClosure::Id;
 
 namespace {
 
-constexpr std::size_t most_classes = 5000, most_nodes = 50'000;
+constexpr std::size_t most_classes = 5000, most_proof_nodes = 50'000;
 
 bool is_connective(const Expression& e) {
   const std::size_t n = e.args.size();
@@ -82,7 +82,7 @@ bool TermClosure::are_shown_equal(Id a, Id b) {
         }
       }
     }
-    return proof_.holds(graph_.same(goal[0], goal[1]), lemmas, most_nodes);
+    return proof_.holds(graph_.same(goal[0], goal[1]), lemmas, most_proof_nodes);
   } catch (const Exhausted&) {
     return false;
   }

@@ -11,9 +11,8 @@ namespace quarv::cli {
 namespace {
 
 constexpr int most_rounds = 6;
-constexpr std::size_t most_lemmas = 2000, most_nodes = 20'000, most_variables = 400, most_pairs = 40;
-constexpr std::size_t nearest = 4000, most_cases = 100, longest_equation = 4;
-constexpr BitGraph::Bit no = BitGraph::no;
+constexpr std::size_t most_lemmas = 2000, most_lemma_nodes = 20'000, most_variables = 400, most_pairs = 40;
+constexpr std::size_t nearest = 4000, most_lemma_cases = 100, longest_equation = 4;
 
 /// A set of numbers between two bounds, or all but one.
 struct Range {
@@ -61,7 +60,7 @@ bool exclude_each_other(const Range& a, const Range& b) {
 
 /// Looks for lemmas, and again at what they speak of, until they suffice or there are no more.
 bool TermValues::holds(Bit goal) {
-  if (proof_.holds(goal, {}, most_nodes)) return true;
+  if (proof_.holds(goal, {}, most_lemma_nodes)) return true;
   LemmaList list;
   std::vector<Bit> roots{goal};
   std::size_t tried = 0;
@@ -81,7 +80,7 @@ bool TermValues::holds(Bit goal) {
     }
     const bool is_last = num_new == 0 || round == most_rounds || list.lemmas.size() >= most_lemmas;
     if ((is_last || round % 2 == 1) && list.lemmas.size() > tried) {
-      if (proof_.holds(goal, list.lemmas, most_nodes)) return true;
+      if (proof_.holds(goal, list.lemmas, most_lemma_nodes)) return true;
       tried = list.lemmas.size();
     }
     if (is_last) break;
@@ -136,13 +135,13 @@ void TermValues::add_lemmas(const std::vector<BitGraph::Node>& variables, LemmaL
 /// Whether all arguments of two applications of one operator are equal.
 BitGraph::Bit TermValues::equal_arguments(const Thing& a, const Thing& b) {
   std::vector<Bit> all;
-  budget_ = most_cases;
+  budget_ = most_lemma_cases;
   if (a.kind != Thing::application || b.kind != Thing::application || a.op != b.op ||
       a.args.size() != b.args.size()) {
-    return no;
+    return BitGraph::no;
   }
   for (std::size_t i = 0; i < a.args.size(); ++i) {
-    if (a.args[i].second != b.args[i].second) return no;
+    if (a.args[i].second != b.args[i].second) return BitGraph::no;
     Value x = current(a.args[i].first, a.args[i].second), y = current(b.args[i].first, b.args[i].second);
     if (a.args[i].second) {
       // Words that are natural numbers are as wide as they need to be.
@@ -151,7 +150,7 @@ BitGraph::Bit TermValues::equal_arguments(const Thing& a, const Thing& b) {
       y = words_.extended(y, width, false);
     }
     all.push_back(equal({x, a.args[i].second}, {y, b.args[i].second}));
-    if (all.back() == no) return no;
+    if (all.back() == BitGraph::no) return BitGraph::no;
   }
   return graph_.conjunction(std::move(all));
 }
@@ -160,7 +159,7 @@ BitGraph::Bit TermValues::equal_arguments(const Thing& a, const Thing& b) {
 void TermValues::add_congruence(BitGraph::Node equality, LemmaList& list) {
   const Atom says = atoms_.at(equality);
   const Bit same = equal_arguments(at(says.a), at(says.b));
-  if (same != no) list.lemmas.push_back({same ^ 1U, 2 * equality});
+  if (same != BitGraph::no) list.lemmas.push_back({same ^ 1U, 2 * equality});
 }
 
 /// Bits of words that are applications to equal arguments.
@@ -169,7 +168,7 @@ void TermValues::add_congruence(BitGraph::Node a, BitGraph::Node b, LemmaList& l
   const Thing& y = applications_[application_bits_.at(b).first];
   if (x.args.empty()) return;
   const Bit same = equal_arguments(x, y);
-  if (same != no) list.lemmas.push_back({same ^ 1U, graph_.same(2 * a, 2 * b)});
+  if (same != BitGraph::no) list.lemmas.push_back({same ^ 1U, graph_.same(2 * a, 2 * b)});
 }
 
 /// u = v and u = w imply v = w.
@@ -177,7 +176,7 @@ void TermValues::add_transitivity(BitGraph::Node a, BitGraph::Node b, LemmaList&
   const Atom x = atoms_.at(a), y = atoms_.at(b);
   const Value shared = x.a == y.a || x.a == y.b ? x.a : x.b;
   const Value v = x.a == shared ? x.b : x.a, w = y.a == shared ? y.b : y.a;
-  budget_ = most_cases;
+  budget_ = most_lemma_cases;
   list.lemmas.push_back({2 * a ^ 1U, 2 * b ^ 1U, equal(found(v), found(w))});
 }
 
@@ -191,7 +190,7 @@ TermValues::Sum TermValues::compared_sum(const Atom& says) const {
 
 /// Under a condition the comparison says the same as another one.
 void TermValues::add_equivalence(Bit condition, BitGraph::Node a, Sum other, LemmaList& list) {
-  budget_ = most_cases;
+  budget_ = most_lemma_cases;
   const Bit b = compare(std::move(other), atoms_.at(a).kind == Atom::equal_to);
   list.lemmas.push_back({condition ^ 1U, 2 * a ^ 1U, b});
   list.lemmas.push_back({condition ^ 1U, 2 * a, b ^ 1U});
@@ -205,7 +204,7 @@ void TermValues::add_exchanges(BitGraph::Node a, LemmaList& list) {
     for (const auto& [v, e] : d.coefficients) {
       if (sgn(c) <= 0 || sgn(e) >= 0 || num >= most_pairs) continue;
       const Bit same = equal_arguments(at(u), at(v));
-      if (same == no) continue;
+      if (same == BitGraph::no) continue;
       ++num;
       Sum other = d;
       const mpq_class times = c;

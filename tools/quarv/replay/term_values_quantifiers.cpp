@@ -9,7 +9,7 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr std::size_t most_parts = 64, most_terms = 1000;
+constexpr std::size_t most_conjuncts = 64, most_terms = 1000;
 
 }  // namespace
 
@@ -44,7 +44,7 @@ std::optional<TermValues::Value> TermValues::quantified(const Expression& e) {
     const bool is_known = std::ranges::none_of(
         part.args, [this](TermName arg) { return values_[static_cast<Id>(arg)] == unknown; });
     if (part.kind == Expression::operation && part.op == (for_all ? "or" : "and") && is_known &&
-        num <= most_parts) {
+        num <= most_conjuncts) {
       for (const TermName arg : part.args) open.push_back(static_cast<Id>(arg));
     } else {
       (may_contain(id, e.variables) ? inside : outside).push_back(bit(current(values_[id], true)));

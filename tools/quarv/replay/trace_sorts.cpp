@@ -12,7 +12,7 @@ namespace quarv::cli {
 namespace {
 
 /// What the reader of scripts takes; more would only serve to fill memory.
-constexpr std::size_t most_bits = std::size_t{1} << 24;
+constexpr std::size_t widest_sort = std::size_t{1} << 24;
 
 constexpr std::string_view rounding_modes[] = {"RNE", "RNA", "RTP", "RTN", "RTZ"};
 
@@ -246,12 +246,13 @@ TraceSort TraceFile::understood_sort(std::string name, std::vector<std::size_t> 
   } else if (!bits.empty()) {
     sort.kind = TraceSort::bit_vector;
     sort.width = bits[0];
-    if (bits.size() != 1 || sort.width < 1 || sort.width > most_bits) fail("there is no sort " + sort.name);
+    if (bits.size() != 1 || sort.width < 1 || sort.width > widest_sort) fail("there is no sort " + sort.name);
   } else if (!format.empty()) {
     sort.kind = TraceSort::floating_point;
     sort.width = format[0];
     sort.significand = format.size() == 2 ? format[1] : 0;
-    if (sort.width < 2 || sort.width > most_bits || sort.significand < 2 || sort.significand > most_bits) {
+    if (sort.width < 2 || sort.width > widest_sort || sort.significand < 2 ||
+        sort.significand > widest_sort) {
       fail("there is no sort " + sort.name);
     }
   }

@@ -12,8 +12,7 @@ using Word = Words::Word;
 
 namespace {
 
-constexpr Bit no = BitGraph::no, yes = BitGraph::yes;
-constexpr std::size_t most_products = 64, most_factors = 4;
+constexpr std::size_t most_products = 64, most_word_factors = 4;
 
 mpz_class modulo(const mpz_class& value, std::size_t width) {
   mpz_class result;
@@ -65,7 +64,7 @@ std::optional<Words::Sum> Words::product_of(const Sum& a, const Sum& b) const {
   sum.width = a.width;
   for (const auto& [x, c] : a.coefficients) {
     for (const auto& [y, d] : b.coefficients) {
-      if (x.size() + y.size() > most_factors) return std::nullopt;
+      if (x.size() + y.size() > most_word_factors) return std::nullopt;
       std::vector<Word> product = x;
       product.insert(product.end(), y.begin(), y.end());
       std::ranges::sort(product);

@@ -10,12 +10,11 @@ using Word = Words::Word;
 
 namespace {
 
-constexpr Bit no = BitGraph::no, yes = BitGraph::yes;
-constexpr std::size_t most_bits = 40'000'000;  // in all words
+constexpr std::size_t most_bits_of_all = 40'000'000;  // in all words
 
 std::size_t leading_zeros(const Bits& bits) {
-  return static_cast<std::size_t>(std::find_if(bits.rbegin(), bits.rend(), [](Bit b) { return b != no; }) -
-                                  bits.rbegin());
+  return static_cast<std::size_t>(
+      std::find_if(bits.rbegin(), bits.rend(), [](Bit b) { return b != Words::no; }) - bits.rbegin());
 }
 
 }  // namespace
@@ -32,7 +31,7 @@ Word Words::word(Bits bits) {
     if (words_[known->second] == bits) return known->second;
   }
   num_bits_ += bits.size();
-  if (num_bits_ > most_bits) throw Exhausted();
+  if (num_bits_ > most_bits_of_all) throw Exhausted();
   words_.push_back(std::move(bits));
   known_words_.emplace(hash, static_cast<Word>(words_.size() - 1));
   return static_cast<Word>(words_.size() - 1);

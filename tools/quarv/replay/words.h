@@ -22,6 +22,7 @@ class Words {
   using Bit = BitGraph::Bit;
   using Bits = std::vector<Bit>;  // the least significant first
   using Word = std::uint32_t;
+  static constexpr Bit no = BitGraph::no, yes = BitGraph::yes;
 
   explicit Words(BitGraph& graph) : graph_(graph) {}
 

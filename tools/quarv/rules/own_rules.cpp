@@ -35,7 +35,7 @@ using rules::Rule;
 using Kind = RuleFinding::Kind;
 
 /// For a query at larger widths: rules should not keep a simplification waiting.
-constexpr std::chrono::milliseconds limit{2000};
+constexpr std::chrono::milliseconds usual_limit{2000};
 
 struct OwnRule {
   std::size_t file;
@@ -63,7 +63,7 @@ std::optional<std::string> identity_of(const std::string& program) {
 /// All that decides what is found.
 std::string key_of(const std::vector<RuleFile>& files, const std::string& solver) {
   Sha256 key;
-  key.add(fmt::format("{} {}\n{}\n", QUARV_VERSION, limit.count(), solver));
+  key.add(fmt::format("{} {}\n{}\n", QUARV_VERSION, usual_limit.count(), solver));
   for (const Rule& rule : all_rules_and(std::vector<std::string>())) key.add(rule.text + '\n');
   for (const RuleFile& file : files) key.add(fmt::format("{}\n{}", file.text.size(), file.text));
   return key.digest();
@@ -81,7 +81,7 @@ class OwnRulesCheck {
     OrderedWork<RuleVerdict> work(
         rules_.size(), [this](std::size_t i, const RuleVerdict& verdict) { judge(i, verdict); }, [] {});
     work.run(std::max(1U, std::thread::hardware_concurrency()), [this] {
-      return [this, checker = std::make_unique<RuleChecker>(solver_, limit)](std::size_t i) {
+      return [this, checker = std::make_unique<RuleChecker>(solver_, usual_limit)](std::size_t i) {
         return checker->check(rules_[i].rule, std::nullopt);
       };
     });
@@ -112,7 +112,7 @@ class OwnRulesCheck {
     constexpr int patience = 15;
     std::vector<Rule> all;
     for (const OwnRule& own : rules_) all.push_back(own.rule);
-    const ReductionOrder order = order_of_added(all, true, solver, patience * limit);
+    const ReductionOrder order = order_of_added(all, true, solver, patience * usual_limit);
     if (!order.decided) return add(0, Kind::unordered, "the solver found no answer for these rules");
     for (std::size_t i = 0; i < all.size(); ++i) {
       if (order.rules[i].kind != RuleOrder::Kind::none) continue;

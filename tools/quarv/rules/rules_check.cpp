@@ -27,7 +27,7 @@ namespace quarv::cli {
 
 namespace {
 
-struct Arguments {
+struct CheckArguments {
   std::string file;
   std::string solver = "z3";
   unsigned jobs = std::max(1u, std::thread::hardware_concurrency());
@@ -75,7 +75,7 @@ std::string undecided_beside(const RuleVerdict& verdict) {
 /// Checks rules side by side and prints them in order.
 class Check {
  public:
-  Check(const Arguments& arguments, std::vector<rules::Rule> all)
+  Check(const CheckArguments& arguments, std::vector<rules::Rule> all)
       : arguments_(arguments), rules_(std::move(all)), output_("-") {}
 
   int run();
@@ -93,7 +93,7 @@ class Check {
     return num_checked_ - num_proved_ - num_refuted_ - num_never_applicable_;
   }
 
-  const Arguments& arguments_;
+  const CheckArguments& arguments_;
   std::vector<rules::Rule> rules_;
   bool complete_ = true;
   std::size_t num_checked_ = 0;
@@ -249,7 +249,7 @@ void Check::print(std::size_t i, const RuleVerdict& verdict) {
 
 void add_rules_check(const CommandLine& rules, int& status) {
   const CommandLine command = rules.subcommand("check", "Let an SMT solver check whether rules hold");
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<CheckArguments>();
   command.option("FILE", arguments->file, "Rules of your own; the standard rules if omitted").type("");
   command.option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")
       .shows_default();

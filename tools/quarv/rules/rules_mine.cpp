@@ -41,7 +41,7 @@ the order of what they save, each with a comment: how it is proved, how often it
 
 Exit status: 0 when the work was done or the time was over, 1 when the solver failed or there was nothing to look at.)";
 
-struct Arguments {
+struct MineArguments {
   std::vector<std::string> paths;
   std::string operators;  // separated by commas; empty: those of the scripts
   std::optional<std::size_t> size, width;
@@ -113,7 +113,7 @@ std::vector<std::string> words_of(const std::string& list) {
 }
 
 /// All terms of the operators that were named.
-std::vector<Sample> enumerated(const Arguments& arguments) {
+std::vector<Sample> enumerated(const MineArguments& arguments) {
   constexpr std::size_t usual_size = 2, usual_width = 8;
   try {
     return enumerate_terms(enumerable_operators(words_of(arguments.operators)),
@@ -123,7 +123,7 @@ std::vector<Sample> enumerated(const Arguments& arguments) {
   }
 }
 
-int run(const Arguments& arguments) {
+int run(const MineArguments& arguments) {
   const bool has_scripts = arguments.operators.empty();
   std::vector<Sample> samples;
   std::optional<Corpus> corpus;
@@ -162,7 +162,7 @@ int run(const Arguments& arguments) {
 
 void add_rules_mine(const CommandLine& rules, int& status) {
   const CommandLine command = rules.subcommand("mine", "Find rules that make scripts smaller");
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<MineArguments>();
   arguments->how.jobs = std::max(1u, std::thread::hardware_concurrency());
   command.footer(footer);
   command.option("PATH", arguments->paths, "Files, folders and archives").type("");

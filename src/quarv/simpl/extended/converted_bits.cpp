@@ -12,14 +12,14 @@ bool is_conversion(const TermManager& m, const Term* t) {
 }
 
 /// Where the integers of a conversion lie: `least` to `end`, which is none of them.
-struct Range {
+struct NumberRange {
   QNumber least;
   QNumber end;
 };
 
-Range range_of(const TermManager& m, const Term* t) {
+NumberRange range_of(const TermManager& m, const Term* t) {
   const std::size_t width = width_of(m, t->args[0]);
-  Range r;
+  NumberRange r;
   if (has_tag(m, t, SymbolTag::INT_FROM_UBV)) {
     BVNumber::pow2(width, &r.end);
   } else {
@@ -75,7 +75,7 @@ const Term* compare_converted(TermManager& m, const Symbol* s, Args args) {
   }
   const QNumber* value = m.get_number(other);
   if (value == nullptr) return nullptr;
-  const Range range = range_of(m, t);
+  const NumberRange range = range_of(m, t);
   const std::size_t width = width_of(m, t->args[0]);
   if (is_equality) {
     if (!value->is_integer() || *value < range.least || *value >= range.end) return m.false_term;

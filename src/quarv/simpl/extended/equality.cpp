@@ -5,10 +5,6 @@ namespace quarv::termsimpl::extended {
 
 namespace {
 
-bool is_ite(const TermManager& m, const Term* t) {
-  return has_tag(m, t, SymbolTag::TERM_ITE);
-}
-
 /// Whether two terms are equal, as far as a glance shows: true, false, or null.
 const Term* decided(TermManager& m, const Term* a, const Term* b) {
   if (a == b) return m.true_term;

@@ -9,10 +9,6 @@ namespace quarv::termsimpl::extended {
 
 namespace {
 
-bool is_ite(const TermManager& m, const Term* t) {
-  return has_tag(m, t, SymbolTag::TERM_ITE);
-}
-
 /// An if-then-else between formulas of which one is true, false, the condition, or the negation of the other.
 const Term* boolean_ite(TermManager& m, const Term* c, const Term* a, const Term* b) {
   if (a == m.true_term || a == c) return m.make_or(c, b);

@@ -131,12 +131,12 @@ namespace {
 
 /// Where the values of a sum without its constant lie, when it is a remainder: c times t - n * floor(t / n)
 /// is at least 0 and less than c * n.
-struct Range {
+struct RemainderRange {
   QNumber end;  // values are at least 0 and less than this; for negative c, greater than it and at most 0
   bool positive = true;
 };
 
-std::optional<Range> range_of_remainder(TermManager& m, LinearSum& sum) {
+std::optional<RemainderRange> range_of_remainder(TermManager& m, LinearSum& sum) {
   for (LinearSum::Monomial& x : sum) {
     if (!is_floor(m, x.term)) continue;
     const QNumber factor = x.coefficient.neg();
@@ -147,13 +147,13 @@ std::optional<Range> range_of_remainder(TermManager& m, LinearSum& sum) {
     for (const LinearSum::Monomial& y : sum) {
       if (y.term != x.term) fits &= others.add(y.term, y.coefficient);
     }
-    if (fits && others.is_multiple_of(dividend, factor)) return Range{factor, factor.sign() > 0};
+    if (fits && others.is_multiple_of(dividend, factor)) return RemainderRange{factor, factor.sign() > 0};
   }
   return std::nullopt;
 }
 
 /// What is known of remainder + constant <= 0.
-const Term* remainder_at_most(TermManager& m, const Range& range, const QNumber& constant) {
+const Term* remainder_at_most(TermManager& m, const RemainderRange& range, const QNumber& constant) {
   const QNumber most = constant.neg();  // remainder <= most
   if (range.positive) {
     if (most.sign() < 0) return m.false_term;

@@ -35,4 +35,8 @@ inline bool has_tag(const TermManager& m, const Term* t, SymbolTag::tag tag) {
   return m.get_tag(t->symbol) == tag;
 }
 
+inline bool is_ite(const TermManager& m, const Term* t) {
+  return has_tag(m, t, SymbolTag::TERM_ITE);
+}
+
 }  // namespace quarv::termsimpl::extended

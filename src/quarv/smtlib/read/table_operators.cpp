@@ -142,13 +142,13 @@ constexpr std::array<Operator, num_names> make_table(std::index_sequence<Row...>
   return table;
 }
 
-constexpr std::array<Operator, num_names> table = make_table(std::make_index_sequence<num_rows>());
+constexpr std::array<Operator, num_names> operator_table = make_table(std::make_index_sequence<num_rows>());
 
 }  // namespace
 }  // namespace build
 
 std::span<const Operator> table_operators() {
-  return build::table;
+  return build::operator_table;
 }
 
 }  // namespace quarv::smtlib

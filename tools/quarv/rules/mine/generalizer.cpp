@@ -16,14 +16,14 @@ using Node = SmallTerm::Node;
 using Texts = std::vector<std::string>;
 using Integers = std::vector<NamedInteger>;
 
-constexpr std::size_t most_expressions = 6;    // for one integer of a result
-constexpr std::size_t most_combinations = 24;  // for all of them
+constexpr std::size_t most_expressions_of_one = 6;  // for one integer of a result
+constexpr std::size_t most_combinations = 24;       // for all of them
 
 /// How integers of the pattern can give a value, simple ways first.
 Texts expressions_for(std::size_t value, const Integers& integers) {
   Texts found;
   const auto add = [&found](std::string text) {
-    if (found.size() < most_expressions) found.push_back(std::move(text));
+    if (found.size() < most_expressions_of_one) found.push_back(std::move(text));
   };
   for (const NamedInteger& a : integers) {
     if (a.value == value && a.text.find('(') == std::string::npos) add(a.text);
