@@ -10,7 +10,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "batch/batch_run.h"
 #include "batch/merge.h"
@@ -20,6 +19,7 @@
 #include "io/command_line.h"
 #include "io/compression.h"
 #include "io/file_error.h"
+#include "io/json.h"
 #include "io/output.h"
 #include "io/process.h"
 #include "simplify/simplify_arguments.h"
@@ -80,21 +80,21 @@ std::string parse_share(const std::string& text, std::pair<std::size_t, std::siz
 
 /// All that decides what the output looks like.
 std::string describe(const SimplifyArguments& how, const smtlib::SimplifyOptions& options) {
-  nlohmann::ordered_json rule_files = nlohmann::ordered_json::array();
+  Json rule_files = Json::array();
   for (const RuleFile& file : options.extra_rules) rule_files.push_back(sha256(file.text));
-  return nlohmann::ordered_json({
-                                    {"rules", !how.no_rules},
-                                    {"simplifiers", !how.no_simplifiers},
-                                    {"library_semantics", how.library_semantics},
-                                    {"canonical", how.canonical},
-                                    {"lenient", how.lenient},
-                                    {"width", options.width},
-                                    {"extended", options.extended},
-                                    {"share", how.sharing},
-                                    {"rule_files", rule_files},
-                                    {"disabled_rules", how.disabled_rules},
-                                })
-      .dump();
+  return Json({
+                  {"rules", !how.no_rules},
+                  {"simplifiers", !how.no_simplifiers},
+                  {"library_semantics", how.library_semantics},
+                  {"canonical", how.canonical},
+                  {"lenient", how.lenient},
+                  {"width", options.width},
+                  {"extended", options.extended},
+                  {"share", how.sharing},
+                  {"rule_files", rule_files},
+                  {"disabled_rules", Json::array({how.disabled_rules.begin(), how.disabled_rules.end()})},
+              })
+      .text();
 }
 
 std::string results_path(const Arguments& arguments) {

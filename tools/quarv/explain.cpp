@@ -9,7 +9,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "explain/derivation_text.h"
@@ -18,6 +17,7 @@
 #include "io/colour.h"
 #include "io/command_line.h"
 #include "io/input.h"
+#include "io/json.h"
 #include "io/output.h"
 #include "io/process.h"
 #include "io/waiting_note.h"
@@ -61,16 +61,16 @@ struct PlacedTerm {
 
 /// The term that is annotated with the keyword, in the trace of a script as it is written.
 std::optional<PlacedTerm> placed_term(const std::string& trace) {
-  using nlohmann::json;
   const std::size_t found = trace.find(fmt::format(",\"attributes\":[\"{}\"]", place_keyword));
   if (found == std::string::npos) return std::nullopt;
   const auto line_at = [&trace](std::size_t start) {
-    return json::parse(trace.substr(start, trace.find('\n', start) - start));
+    return Json::parse(trace.substr(start, trace.find('\n', start) - start));
   };
   const std::string_view assertion = "\n{\"assertion\":";  // it comes behind its terms
   const std::size_t next = trace.find(assertion, found);
   if (next == std::string::npos) return std::nullopt;
-  return PlacedTerm{line_at(next + 1)["assertion"], line_at(trace.rfind('\n', found) + 1)["args"][0]};
+  return PlacedTerm{line_at(next + 1).at("assertion").number<std::size_t>(),
+                    line_at(trace.rfind('\n', found) + 1).at("args").at(0).number<std::size_t>()};
 }
 
 /// Prints derivations of a script's assertions.
@@ -134,10 +134,10 @@ class Explanation {
     const bool all = wanted.only == 0 && wanted.rule.empty();
     if (!all && shown.steps.empty()) return;
     if (arguments_.json) {
-      nlohmann::ordered_json json = {{"assertion", assertion}};
+      Json json = {{"assertion", assertion}};
       if (!place.empty()) json["at"] = place;
       json.update(as_json(shown));
-      out_ << json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+      out_ << json.repaired_text() << '\n';
       return;
     }
     out_ << "assertion " << assertion << (place.empty() ? "" : ", the term at " + place) << '\n';

@@ -9,12 +9,12 @@
 #include <unistd.h>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "batch/formula_digest.h"
 #include "batch/script_source.h"
 #include "batch/sha256.h"
 #include "io/file_error.h"
+#include "io/json.h"
 #include "io/output.h"
 #include "simplify/simplify_arguments.h"
 #include "simplify/simplify_text.h"
@@ -26,13 +26,8 @@ namespace quarv::cli {
 namespace {
 
 namespace fs = std::filesystem;
-using Json = nlohmann::ordered_json;
 
 constexpr std::string_view unchanged = "unchanged";
-
-std::string dump(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
 
 void write_output(const BatchInput& input, const std::string& text, const FileTaskOptions& options) {
   const std::string path = output_path(input, options);
@@ -52,14 +47,14 @@ class FileWork {
 
   void run(const std::string* bytes, const std::string& known_digest) {
     const auto fail = [this](std::string_view status, const std::string& message) {
-      log_.add(dump({{"status", status}, {"message", message}}));
+      log_.add(Json({{"status", status}, {"message", message}}).repaired_text());
     };
     std::string_view phase = "unreadable";
     try {
       const ScriptSource source(input_.name, input_.path, bytes);
       const std::string_view script = source.text();
       const std::string digest = sha256(script);
-      log_.add(dump({{"digest", digest}, {"bytes", {{"before", script.size()}}}}));
+      log_.add(Json({{"digest", digest}, {"bytes", {{"before", script.size()}}}}).repaired_text());
       if (digest == known_digest && has_output()) {
         log_.add(unchanged);
         return;
@@ -103,7 +98,7 @@ class FileWork {
   void finish(std::string_view normal_form, const Statistics& statistics) {
     Json row = {{"status", "ok"}, {"formula", formula_digest(normal_form)}};
     row.update(as_object(statistics));
-    log_.add(dump(row));
+    log_.add(row.repaired_text());
   }
 
   const BatchInput& input_;
@@ -154,28 +149,29 @@ std::optional<Row> row_of(const BatchInput& input, const Ending& ending, const B
     if (line == unchanged) return std::nullopt;
     row.update(Json::parse(line));
   }
-  if (row["status"].get_ref<const std::string&>().empty()) row.update(failure_of(ending, limits));
-  if (row["status"] == "memory" && limits.bytes != 0) {
+  if (row.at("status").string().empty()) row.update(failure_of(ending, limits));
+  if (row.at("status") == "memory" && limits.bytes != 0) {
     row["message"] =
         fmt::format("more than {:.0f} MiB needed", static_cast<double>(limits.bytes) / (1 << 20));
   }
   // What differs between two runs stands at the end.
   Json seconds = row.contains("seconds") ? std::move(row["seconds"]) : Json::object();
   seconds["total"] = ending.seconds;
-  const Json peak = row.contains("peak_memory_bytes") ? row["peak_memory_bytes"] : Json(ending.peak_memory);
+  const Json peak = row.contains("peak_memory_bytes") ? row.at("peak_memory_bytes") : ending.peak_memory;
   row.erase("seconds");
   row.erase("peak_memory_bytes");
   row["seconds"] = std::move(seconds);
   row["peak_memory_bytes"] = peak;
-  return Row{row["status"].get<std::string>(), dump(row)};
+  return Row{row.at("status").string(), row.repaired_text()};
 }
 
 Row unreadable_row(const BatchInput& input, const std::string& message) {
-  return {"unreadable", dump({{"file", input.name}, {"status", "unreadable"}, {"message", message}})};
+  return {"unreadable",
+          Json({{"file", input.name}, {"status", "unreadable"}, {"message", message}}).repaired_text()};
 }
 
 std::string digest_in(const Row& row) {
-  return Json::parse(row.line).value("digest", "");
+  return Json::parse(row.line).string_or("digest", "");
 }
 
 }  // namespace quarv::cli

@@ -9,11 +9,11 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "batch/archive.h"
 #include "batch/sha256.h"
 #include "io/compression.h"
+#include "io/json.h"
 
 namespace quarv::cli {
 
@@ -42,9 +42,9 @@ std::string output_of(const std::string& name) {
 
 bool is_unicode(const std::string& text) {
   try {
-    static_cast<void>(nlohmann::json(text).dump());
+    static_cast<void>(Json(text).text());
     return true;
-  } catch (const nlohmann::json::exception&) {
+  } catch (const JsonError&) {
     return false;
   }
 }

@@ -8,38 +8,32 @@
 #include <unistd.h>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "io/file_error.h"
+#include "io/json.h"
 #include "io/output.h"
 
 namespace quarv::cli {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-std::string dump(const Json& json) {
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
 std::string as_line(const ResultsHeader& h) {
-  return dump({
-      {"results", "quarv batch"},
-      {"version", h.version},
-      {"options", Json::parse(h.options)},
-      {"limits", {{"seconds", h.limits.seconds}, {"bytes", h.limits.bytes}}},
-      {"share", h.share},
-      {"shares", h.shares},
-      {"inputs", h.inputs},
-  });
+  return Json({
+                  {"results", "quarv batch"},
+                  {"version", h.version},
+                  {"options", Json::parse(h.options)},
+                  {"limits", {{"seconds", h.limits.seconds}, {"bytes", h.limits.bytes}}},
+                  {"share", h.share},
+                  {"shares", h.shares},
+                  {"inputs", h.inputs},
+              })
+      .repaired_text();
 }
 
 /// The options of a batch: one of them had another name in earlier results.
 Json with_present_names(const Json& options) {
   if (!options.is_object()) return options;
   Json result = Json::object();
-  for (const auto& [name, value] : options.items()) {
+  for (const auto& [name, value] : options.members()) {
     result[name == "standard" ? "library_semantics" : name] = value;
   }
   return result;
@@ -47,30 +41,30 @@ Json with_present_names(const Json& options) {
 
 ResultsHeader read_header(const Json& json) {
   ResultsHeader h;
-  h.version = json.at("version").get<std::string>();
-  h.options = dump(with_present_names(json.at("options")));
-  h.limits.seconds = json.at("limits").at("seconds").get<double>();
-  h.limits.bytes = json.at("limits").at("bytes").get<std::uint64_t>();
-  h.share = json.at("share").get<std::size_t>();
-  h.shares = json.at("shares").get<std::size_t>();
-  h.inputs = json.at("inputs").get<std::size_t>();
+  h.version = json.at("version").string();
+  h.options = with_present_names(json.at("options")).repaired_text();
+  h.limits.seconds = json.at("limits").at("seconds").number<double>();
+  h.limits.bytes = json.at("limits").at("bytes").number<std::uint64_t>();
+  h.share = json.at("share").number<std::size_t>();
+  h.shares = json.at("shares").number<std::size_t>();
+  h.inputs = json.at("inputs").number<std::size_t>();
   return h;
 }
 
 bool is_object_of_numbers(const Json& json) {
-  return json.is_object() && std::ranges::all_of(json, [](const Json& value) { return value.is_number(); });
+  return json.is_object() &&
+         std::ranges::all_of(json.members(), [](const Json::Member& m) { return m.value.is_number(); });
 }
 
 /// What a row has must be what others take it for.
 bool is_row(const Json& row) {
   if (!row.is_object() || !row.contains("file") || !row.contains("status")) return false;
   constexpr std::size_t longest_number = 9;
-  return std::ranges::all_of(row.items(), [](const auto& item) {
-    const std::string& key = item.key();
-    const Json& value = item.value();
+  return std::ranges::all_of(row.members(), [](const Json::Member& member) {
+    const auto& [key, value] = member;
     if (key == "rules" && is_object_of_numbers(value)) {
-      return std::ranges::all_of(value.items(), [](const auto& rule) {
-        const std::string& name = rule.key();
+      return std::ranges::all_of(value.members(), [](const Json::Member& rule) {
+        const std::string& name = rule.name;
         const bool is_number = name.find_first_not_of("0123456789") == std::string::npos;
         if (is_number) return !name.empty() && name.size() <= longest_number && name != "0";
         return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") == std::string::npos;
@@ -115,7 +109,7 @@ std::string as_text(const Results& results) {
 }
 
 Row pending_row(const std::string& name) {
-  return {std::string(pending_status), dump({{"file", name}, {"status", pending_status}})};
+  return {std::string(pending_status), Json({{"file", name}, {"status", pending_status}}).repaired_text()};
 }
 
 Results read_results(const Input& input) {
@@ -132,14 +126,13 @@ Results read_results(const Input& input) {
     try {
       const Json json = Json::parse(line);
       if (line_number == 1) {
-        if (json.value("results", "") != "quarv batch") fail("these are not results of quarv batch");
+        if (json.string_or("results", "") != "quarv batch") fail("these are not results of quarv batch");
         results.header = read_header(json);
       } else {
         if (!is_row(json)) fail("this is not the result of a file");
-        results.rows[json.at("file").get<std::string>()] = {json.at("status").get<std::string>(),
-                                                            std::string(line)};
+        results.rows[json.at("file").string()] = {json.at("status").string(), std::string(line)};
       }
-    } catch (const Json::exception&) {
+    } catch (const JsonError&) {
       fail(line_number == 1 ? "these are not results of quarv batch" : "this is not the result of a file");
     }
   }

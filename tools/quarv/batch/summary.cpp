@@ -7,18 +7,17 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
+
+#include "io/json.h"
 
 namespace quarv::cli {
 
 namespace {
 
-using Json = nlohmann::json;
-
 /// A number in a row; 0 if it is not there.
 double number(const Json& row, const char* group, const char* key) {
-  const auto found = row.find(group);
-  return found == row.end() ? 0 : found->value(key, 0.0);
+  const Json* const found = row.find(group);
+  return found == nullptr ? 0 : found->number_or(key, 0.0);
 }
 
 struct Sums {
@@ -31,7 +30,7 @@ struct Sums {
 
 void add(Sums& sums, const Json& row) {
   sums.total += number(row, "seconds", "total");
-  sums.peak_memory = std::max(sums.peak_memory, row.value("peak_memory_bytes", 0.0));
+  sums.peak_memory = std::max(sums.peak_memory, row.number_or("peak_memory_bytes", 0.0));
   if (row.at("status") != "ok") return;  // sizes of one side are not to be compared
   sums.terms_before += number(row, "terms", "before");
   sums.terms_after += number(row, "terms", "after");
@@ -70,7 +69,7 @@ void append_failures(std::string& text, const Results& results) {
   std::size_t count = 0;
   for (const auto& [name, row] : results.rows) {
     if (row.status == "ok" || row.status == pending_status || ++count > most_failures) continue;
-    const std::string message = Json::parse(row.line).value("message", "");
+    const std::string message = Json::parse(row.line).string_or("message", "");
     const bool names_file = message.find(name) != std::string::npos;
     fmt::format_to(std::back_inserter(text), "{}: {}{}\n", row.status,
                    names_file ? "" : on_one_line(name) + ": ", on_one_line(message));
@@ -104,7 +103,7 @@ std::string summary_of(const Results& results) {
 std::string duplicates_in(const Results& results) {
   std::map<std::string, std::vector<std::string_view>> files;  // by formula
   for (const auto& [name, row] : results.rows) {
-    if (row.status == "ok") files[Json::parse(row.line).value("formula", "")].push_back(name);
+    if (row.status == "ok") files[Json::parse(row.line).string_or("formula", "")].push_back(name);
   }
   std::vector<const std::vector<std::string_view>*> groups;
   for (const auto& [formula, names] : files) {

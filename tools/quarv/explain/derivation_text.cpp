@@ -11,7 +11,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/trace.h>
@@ -138,8 +137,7 @@ void print(const ShownDerivation& derivation, bool with_counts, std::ostream& ou
   }
 }
 
-nlohmann::ordered_json as_json(const ShownDerivation& derivation) {
-  using Json = nlohmann::ordered_json;
+Json as_json(const ShownDerivation& derivation) {
   static constexpr const char* kinds[] = {"simplifier", "rule", "reordering"};
   static constexpr const char* endings[] = {"unchanged", "complete", "cut short", "untold"};
   Json json = {{"before", derivation.before}, {"steps", Json::array()}};
@@ -156,9 +154,9 @@ nlohmann::ordered_json as_json(const ShownDerivation& derivation) {
   }
   json["after"] = derivation.after;
   json["ending"] = endings[derivation.ending];
-  json["counts"] = Json::array();
+  Json& counts = json["counts"] = Json::array();
   for (const Count& c : derivation.counts) {
-    json["counts"].push_back({{"name", c.name}, {"times", c.steps}, {"terms_saved", c.saved}});
+    counts.push_back({{"name", c.name}, {"times", c.steps}, {"terms_saved", c.saved}});
   }
   return json;
 }

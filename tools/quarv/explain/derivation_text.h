@@ -6,10 +6,9 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "explain/derivation.h"
 #include "explain/term_text.h"
+#include "io/json.h"
 
 namespace quarv::cli {
 
@@ -65,7 +64,7 @@ ShownDerivation follow(const TraceTerms& terms, Derivation& derivation, TermText
 void print(const ShownDerivation& derivation, bool with_counts, std::ostream& out);
 
 /// The same for programs.
-nlohmann::ordered_json as_json(const ShownDerivation& derivation);
+Json as_json(const ShownDerivation& derivation);
 
 /// Shows how one term is simplified that uses names of `context`, a script. Throws InputError.
 void explain_term(const std::string& context, const std::string& term, const SessionOptions& options,

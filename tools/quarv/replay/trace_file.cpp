@@ -2,13 +2,11 @@
 
 #include <algorithm>
 
-#include <nlohmann/json.hpp>
+#include "io/json.h"
 
 namespace quarv::cli {
 
 namespace {
-
-using Json = nlohmann::json;
 
 /// The words of "(_ extract 7 0)" after the underscore.
 std::vector<std::string> indexed_words(std::string_view text) {
@@ -91,7 +89,7 @@ bool TraceFile::next(TraceStep& step) {
     if (line_ != lines_before_ + 1 && line.empty()) continue;
     try {
       if (read_line(Json::parse(line), step)) return true;
-    } catch (const Json::exception&) {
+    } catch (const JsonError&) {
       fail("this is not a line of a trace");
     }
   }
@@ -99,8 +97,7 @@ bool TraceFile::next(TraceStep& step) {
   return false;
 }
 
-template <class J>
-bool TraceFile::read_line(const J& line, TraceStep& step) {
+bool TraceFile::read_line(const Json& line, TraceStep& step) {
   if (line_ == lines_before_ + 1) {
     if (line.at("trace") != "quarv" || line.at("version") != 1) fail("this is not a trace of version 1");
     has_begun_ = true;
@@ -114,13 +111,12 @@ bool TraceFile::read_line(const J& line, TraceStep& step) {
     if (line.contains("rule")) {
       step.rule = read_number(line.at("rule"));
       if (step.rule == 0) fail("rules are numbered from 1");
-      step.rule_label =
-          line.contains("name") ? line.at("name").template get<std::string>() : std::to_string(step.rule);
-      step.label = line.at("signature").template get<std::string>();
+      step.rule_label = line.contains("name") ? line.at("name").string() : std::to_string(step.rule);
+      step.label = line.at("signature").string();
       step.before_name = read_name(line.at("before"));
       step.before = term(*step.before_name);
     } else {
-      step.label = line.at("simplifier").template get<std::string>();
+      step.label = line.at("simplifier").string();
       step.before = read_expression(line);
     }
     return true;
@@ -136,31 +132,27 @@ bool TraceFile::read_line(const J& line, TraceStep& step) {
 }
 
 /// The parser of JSON would make a number of `true`, of -1 and of 1.5, too.
-template <class J>
-std::uint64_t TraceFile::read_number(const J& number) const {
-  if (!number.is_number_unsigned()) fail("expected a number");
-  return number.template get<std::uint64_t>();
+std::uint64_t TraceFile::read_number(const Json& number) const {
+  if (!number.is_count()) fail("expected a number");
+  return number.number<std::uint64_t>();
 }
 
-template <class J>
-TermName TraceFile::read_name(const J& name) const {
+TermName TraceFile::read_name(const Json& name) const {
   const TermName n = read_number(name);
   if (!terms_.contains(n)) fail("there is no term " + std::to_string(n));
   return n;
 }
 
-template <class J>
-std::vector<TermName> TraceFile::read_names(const J& line, const char* key) const {
+std::vector<TermName> TraceFile::read_names(const Json& line, const char* key) const {
   std::vector<TermName> names;
-  const auto list = line.find(key);
-  if (list == line.end()) return names;
+  const Json* const list = line.find(key);
+  if (list == nullptr) return names;
   if (!list->is_array()) fail(std::string(key) + " is not a list");
-  for (const auto& name : *list) names.push_back(read_name(name));
+  for (const Json& name : list->elements()) names.push_back(read_name(name));
   return names;
 }
 
-template <class J>
-void TraceFile::read_term(const J& line) {
+void TraceFile::read_term(const Json& line) {
   const TermName name = read_number(line.at("term"));
   Expression e = read_expression(line);
   for (TermName arg : e.args) {
@@ -175,22 +167,21 @@ void TraceFile::read_term(const J& line) {
   names_.push_back(name);
 }
 
-template <class J>
-void TraceFile::read_sort(const J& line) {
+void TraceFile::read_sort(const Json& line) {
   if (read_number(line.at("sort")) != sorts_.size()) fail("sorts are numbered from 0");
   // Should this sort be refused, the next one has its own number all the same.
   sorts_.emplace_back().kind = TraceSort::refused;
   std::vector<std::size_t> args;
   if (line.contains("args")) {
     if (!line.at("args").is_array()) fail("args is not a list");
-    for (const auto& arg : line.at("args")) {
+    for (const Json& arg : line.at("args").elements()) {
       args.push_back(read_number(arg));
       if (args.back() >= sorts_.size() - 1 || sorts_[args.back()].kind == TraceSort::refused) {
         fail("there is no sort " + std::to_string(args.back()));
       }
     }
   }
-  TraceSort sort = understood_sort(line.at("name").template get<std::string>(), std::move(args));
+  TraceSort sort = understood_sort(line.at("name").string(), std::move(args));
   std::string key;
   append_item(key, 's', sort.name);
   for (std::size_t arg : sort.args) key += ' ' + std::to_string(arg);
@@ -207,8 +198,7 @@ mpq_class TraceFile::read_value(const std::string& text) const {
   return number;
 }
 
-template <class J>
-Expression TraceFile::read_expression(const J& line) const {
+Expression TraceFile::read_expression(const Json& line) const {
   Expression e;
   e.sort = read_number(line.at("sort"));
   if (e.sort >= sorts_.size() || sorts_[e.sort].kind == TraceSort::refused) {
@@ -216,16 +206,16 @@ Expression TraceFile::read_expression(const J& line) const {
   }
   if (line.contains("value")) {
     e.kind = Expression::value;
-    e.number = read_value(line.at("value").template get<std::string>());
+    e.number = read_value(line.at("value").string());
     if (!is_well_sorted(e)) fail("this is not a value of its sort");
     return e;
   }
   if (line.contains("fun")) {
     e.kind = Expression::function;
-    e.op = line.at("fun").template get<std::string>();
+    e.op = line.at("fun").string();
     if (line.contains("copy")) e.copy = read_number(line.at("copy"));
   } else {
-    e.op = line.at("op").template get<std::string>();
+    e.op = line.at("op").string();
     std::vector<std::string> words = indexed_words(e.op);
     if (words.size() > 1) {
       e.op = words[0];
@@ -235,8 +225,8 @@ Expression TraceFile::read_expression(const J& line) const {
   }
   if (line.contains("attributes")) {
     if (!line.at("attributes").is_array()) fail("attributes is not a list");
-    for (const auto& attribute : line.at("attributes")) {
-      e.attributes.push_back(attribute.template get<std::string>());
+    for (const Json& attribute : line.at("attributes").elements()) {
+      e.attributes.push_back(attribute.string());
     }
   }
   e.variables = read_names(line, "variables");

@@ -17,6 +17,8 @@
 /// what is found out about a trace does not rest on the code that wrote it.
 namespace quarv::cli {
 
+class Json;
+
 /// A line that is not one of a trace. `what()` reads "file:line: error: reason".
 class TraceError : public std::runtime_error {
  public:
@@ -112,22 +114,15 @@ class TraceFile {
 
  private:
   [[noreturn]] void fail(const std::string& reason) const;
-  template <class Json>
   std::uint64_t read_number(const Json& number) const;
-  template <class Json>
   void read_sort(const Json& line);
   TraceSort understood_sort(std::string name, std::vector<std::size_t> args) const;
-  template <class Json>
   void read_term(const Json& line);
   mpq_class read_value(const std::string& text) const;
-  template <class Json>
   Expression read_expression(const Json& line) const;
   bool is_well_sorted(const Expression& e) const;
-  template <class Json>
   TermName read_name(const Json& name) const;
-  template <class Json>
   std::vector<TermName> read_names(const Json& line, const char* key) const;
-  template <class Json>
   bool read_line(const Json& line, TraceStep& step);
 
   std::string_view text_;

@@ -11,10 +11,10 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "batch/script_source.h"
 #include "batch/sha256.h"
+#include "io/json.h"
 #include "report/examples.h"
 #include "report/term_graph.h"
 #include "report/term_tree.h"
@@ -27,11 +27,9 @@ namespace quarv::cli {
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 double number(const Json& row, const char* group, const char* key) {
-  const auto found = row.find(group);
-  return found == row.end() ? 0 : found->value(key, 0.0);
+  const Json* const found = row.find(group);
+  return found == nullptr ? 0 : found->number_or(key, 0.0);
 }
 
 /// What the page is made from.
@@ -42,19 +40,13 @@ class ReportData {
 
   /// A row of results, as `quarv batch` writes them.
   void add_row(const Json& row) {
-    rows_.push_back({row.at("file"), row.at("status"), row.value("message", ""), size(row, "bytes", "before"),
-                     size(row, "bytes", "after"), size(row, "terms", "before"), size(row, "terms", "after"),
-                     number(row, "seconds", "read"), number(row, "seconds", "simplify"),
-                     number(row, "seconds", "print"), number(row, "seconds", "total"),
-                     row.value("peak_memory_bytes", std::uint64_t{0})});
-    const Json by_operator = row.value("simplifications", Json::object());
-    for (const auto& [op, n] : by_operator.items()) {
-      simplifications_[op] += n.get<std::uint64_t>();
-    }
-    const Json by_rule = row.value("rules", Json::object());
-    for (const auto& [rule, n] : by_rule.items()) {
-      rules_[rule] += n.get<std::uint64_t>();
-    }
+    rows_.push_back({row.at("file"), row.at("status"), row.string_or("message", ""),
+                     size(row, "bytes", "before"), size(row, "bytes", "after"), size(row, "terms", "before"),
+                     size(row, "terms", "after"), number(row, "seconds", "read"),
+                     number(row, "seconds", "simplify"), number(row, "seconds", "print"),
+                     number(row, "seconds", "total"), row.number_or("peak_memory_bytes", std::uint64_t{0})});
+    sum_up(row.find("simplifications"), simplifications_);
+    sum_up(row.find("rules"), rules_);
   }
 
   void add_note(const std::string& note) { notes_.push_back(note); }
@@ -88,7 +80,7 @@ class ReportData {
     const RuleCounts counts = count_rules(num_scripts, script, options, jobs);
     if (counts.rules.empty()) return;
     const std::vector<rules::Rule> all = rules_of(options);
-    Json costs = Json::array(), silent = Json::array();
+    std::vector<Json> costs, silent;
     for (std::size_t i = 0; i < counts.rules.size(); ++i) {
       const RuleCount& c = counts.rules[i];
       const std::string name = all[i].name.empty() ? std::to_string(i + 1) : all[i].name;
@@ -99,10 +91,10 @@ class ReportData {
       }
     }
     std::stable_sort(costs.begin(), costs.end(), [](const Json& a, const Json& b) {
-      return a[4].get<std::int64_t>() > b[4].get<std::int64_t>();
+      return a.at(4).number<std::int64_t>() > b.at(4).number<std::int64_t>();
     });
-    data_["costs"] = std::move(costs);
-    data_["silent"] = std::move(silent);
+    data_["costs"] = Json::array(std::move(costs));
+    data_["silent"] = Json::array(std::move(silent));
   }
 
   void add_tree(const TermTree& tree) {
@@ -144,7 +136,7 @@ class ReportData {
     }
     data_["examples"] = std::move(examples_);
     data_["rows"] = std::move(rows_);
-    return data_.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return data_.repaired_text();
   }
 
  private:
@@ -153,6 +145,11 @@ class ReportData {
     std::vector<rules::Rule> all = all_rules_and(options.extra_rules);
     if (!options.extended) all.resize(all.size() - extended_rules().size());
     return all;
+  }
+
+  static void sum_up(const Json* counts, std::map<std::string, std::uint64_t>& sums) {
+    if (counts == nullptr) return;
+    for (const auto& [name, n] : counts->members()) sums[name] += n.number<std::uint64_t>();
   }
 
   static std::uint64_t size(const Json& row, const char* group, const char* key) {
@@ -187,19 +184,22 @@ class ReportData {
 /// The options of a batch, but for its rules.
 smtlib::SimplifyOptions options_of(const Json& json) {
   smtlib::SimplifyOptions options;
-  options.rules = json.value("rules", true);
-  options.simplifiers = json.value("simplifiers", true);
-  options.library_semantics = json.value("library_semantics", false);
-  options.extended = json.value("extended", false);
-  options.smallest = !options.library_semantics && !json.value("canonical", false);
-  options.disabled_rules = json.value("disabled_rules", std::vector<std::string>());
+  options.rules = json.boolean_or("rules", true);
+  options.simplifiers = json.boolean_or("simplifiers", true);
+  options.library_semantics = json.boolean_or("library_semantics", false);
+  options.extended = json.boolean_or("extended", false);
+  options.smallest = !options.library_semantics && !json.boolean_or("canonical", false);
+  if (const Json* const disabled = json.find("disabled_rules")) {
+    for (const Json& rule : disabled->elements()) options.disabled_rules.push_back(rule.string());
+  }
   return options;
 }
 
 bool are_rules_of(const Json& options, const std::vector<RuleFile>& rules) {
   Json digests = Json::array();
   for (const RuleFile& file : rules) digests.push_back(sha256(file.text));
-  return options.value("rule_files", Json::array()) == digests;
+  const Json* const files = options.find("rule_files");
+  return files == nullptr ? rules.empty() : *files == digests;
 }
 
 /// A file of a batch whose terms became fewer.
@@ -282,12 +282,12 @@ ReportText batch_report(const std::string& title, const Results& results,
     const Json json = Json::parse(row.line);
     data.add_row(json);
     if (row.status == "ok") {
-      simplified.emplace_back(name, json.value("digest", ""));
+      simplified.emplace_back(name, json.string_or("digest", ""));
       bytes += number(json, "bytes", "before");
     }
     const double reduction = number(json, "terms", "before") - number(json, "terms", "after");
     if (row.status == "ok" && reduction > 0 && number(json, "bytes", "before") <= largest_script) {
-      files.push_back({name, json.value("digest", ""), reduction});
+      files.push_back({name, json.string_or("digest", ""), reduction});
     }
   }
   const bool has_rules = are_rules_of(json_options, extra_rules);

@@ -7,17 +7,14 @@
 #include <unistd.h>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "batch/sha256.h"
 #include "io/file_descriptor.h"
+#include "io/json.h"
 #include "io/output.h"
 
 namespace quarv::cli {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kind_of_file = "rules checked by quarv";
 
@@ -63,7 +60,7 @@ Json as_json(const std::vector<RuleFinding>& findings) {
 }
 
 std::string digest_of(const std::string& key, const Json& findings) {
-  return sha256(key + '\n' + findings.dump());
+  return sha256(key + '\n' + findings.text());
 }
 
 }  // namespace
@@ -84,13 +81,14 @@ std::optional<std::vector<RuleFinding>> CheckCache::find() const {
       return std::nullopt;
     }
     std::vector<RuleFinding> all;
-    for (const Json& f : findings) {
-      const int kind = f.at(3);
+    for (const Json& f : findings.elements()) {
+      const int kind = f.at(3).number<int>();
       if (kind < 0 || kind > static_cast<int>(RuleFinding::Kind::unordered)) return std::nullopt;
-      all.push_back({f.at(0), f.at(1), f.at(2), static_cast<RuleFinding::Kind>(kind), f.at(4)});
+      all.push_back({f.at(0).number<std::size_t>(), f.at(1).number<std::size_t>(),
+                     f.at(2).number<std::size_t>(), static_cast<RuleFinding::Kind>(kind), f.at(4).string()});
     }
     return all;
-  } catch (const Json::exception&) {
+  } catch (const JsonError&) {
     return std::nullopt;
   }
 }
@@ -111,7 +109,7 @@ void CheckCache::keep(const std::vector<RuleFinding>& findings) const {
   if (lstat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode) && unlink(path.c_str()) != 0) return;
   try {
     Output output(path);
-    output.stream() << json.dump(1) << '\n';
+    output.stream() << json.text(1) << '\n';
     output.commit();
     chmod(path.c_str(), 0600);
   } catch (const std::exception&) {

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include <quarv/term/term_manager.h>
 
@@ -51,8 +50,8 @@ void append_counts(std::string& text, std::string_view title, std::string_view p
   }
 }
 
-nlohmann::ordered_json as_object(const std::vector<Count>& counts) {
-  nlohmann::ordered_json object = nlohmann::ordered_json::object();
+Json as_object(const std::vector<Count>& counts) {
+  Json object = Json::object();
   for (const auto& [name, count] : counts) object[name] = count;
   return object;
 }
@@ -98,8 +97,8 @@ std::string as_text(const Statistics& s) {
   return text;
 }
 
-nlohmann::ordered_json as_object(const Statistics& s) {
-  nlohmann::ordered_json object = {
+Json as_object(const Statistics& s) {
+  Json object = {
       {"terms", {{"before", s.terms_before}, {"after", s.terms_after}}},
       {"bytes", {{"before", s.bytes_before}, {"after", s.bytes_after}}},
       {"simplifications", as_object(by_operator(s.counts))},
@@ -114,7 +113,7 @@ nlohmann::ordered_json as_object(const Statistics& s) {
 }
 
 std::string as_json(const Statistics& s) {
-  return as_object(s).dump() + '\n';
+  return as_object(s).text() + '\n';
 }
 
 }  // namespace quarv::cli

@@ -8,8 +8,7 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "io/json.h"
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
 
@@ -51,7 +50,7 @@ std::string as_text(const Statistics& statistics);
 /// Keys: "terms" {"before", "after"}, "simplifications" (by operator), "rules"
 /// (by name; those without one by number, from 1 in registration order), "passed_through" (where any),
 /// "rounds", "seconds" {"read", "simplify", "print"}, "peak_memory_bytes".
-nlohmann::ordered_json as_object(const Statistics& statistics);
+Json as_object(const Statistics& statistics);
 
 /// The same on one line.
 std::string as_json(const Statistics& statistics);

@@ -3,17 +3,14 @@
 #include <unistd.h>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
 #include "io/input.h"
+#include "io/json.h"
 #include "io/output.h"
 #include <quarv/util/input_error.h>
 
 namespace quarv::cli {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr const char* kind_of_file = "state of quarv rules mine";
 
@@ -26,15 +23,20 @@ MineState::MineState(std::string path, std::string work) : path_(std::move(path)
     const Json json = Json::parse(input.text());
     if (json.at("file") != kind_of_file) throw InputError(path_, 1, 1, std::string("not a ") + kind_of_file);
     if (json.at("work") != work_) return;
-    for (const Json& piece : json.at("proposals")) {
-      std::vector<Proposal>& all = proposals[piece.at("first")];
-      for (const Json& p : piece.at("rules")) all.push_back({p.at(0), p.at(1), p.at(2), p.at(3)});
+    for (const Json& piece : json.at("proposals").elements()) {
+      std::vector<Proposal>& all = proposals[piece.at("first").number<std::size_t>()];
+      for (const Json& p : piece.at("rules").elements()) {
+        all.push_back({p.at(0).number<std::size_t>(), p.at(1).string(), p.at(2).number<std::size_t>(),
+                       p.at(3).number<std::size_t>()});
+      }
     }
-    for (const auto& [rule, v] : json.at("verdicts").items()) {
-      verdicts[rule] = {static_cast<MineVerdict::Kind>(v.at(0).get<int>()), v.at(1)};
+    for (const auto& [rule, v] : json.at("verdicts").members()) {
+      verdicts[rule] = {static_cast<MineVerdict::Kind>(v.at(0).number<int>()), v.at(1).string()};
     }
-    for (const auto& [rule, c] : json.at("counts").items()) counts[rule] = {c.at(0), c.at(1)};
-  } catch (const Json::exception&) {
+    for (const auto& [rule, c] : json.at("counts").members()) {
+      counts[rule] = {c.at(0).number<std::uint64_t>(), c.at(1).number<std::int64_t>()};
+    }
+  } catch (const JsonError&) {
     throw InputError(path_, 1, 1, std::string("not a ") + kind_of_file);
   }
 }
@@ -55,7 +57,7 @@ void MineState::save() const {
                      {"verdicts", std::move(all_verdicts)},
                      {"counts", std::move(all_counts)}};
   Output output(path_);
-  output.stream() << json.dump(1) << '\n';
+  output.stream() << json.text(1) << '\n';
   output.commit();
 }
 
