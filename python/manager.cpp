@@ -118,7 +118,17 @@ void add_rules(const PyManager& self, const std::string& text, const std::string
   self.session()->add_rules({name, text});
 }
 
-// Memory.
+// Levels and memory.
+
+void push(const PyManager& self, std::size_t levels) {
+  self.session()->push(levels);
+}
+
+void pop(const PyManager& self, std::size_t levels) {
+  PySession& s = *self.session();
+  if (s.is_busy) throw std::invalid_argument("a simplification or an observer must not close levels");
+  s.pop(levels);
+}
 
 std::uint64_t mark(const PyManager& self) {
   PySession& s = *self.session();
@@ -299,6 +309,9 @@ void bind_manager(py::module_& m) {
            "Number of distinct sub-terms, the terms themselves included.")
       .def("add_rules", add_rules, py::arg("text"), py::arg("name") = "<string>", in_turn,
            "Rewrite rules of your own, tried after those there are. `name` is for messages.")
+      .def("push", push, py::arg("levels") = 1, in_turn,
+           "Opens levels. What is declared from now on is forgotten when they are closed; terms stay.")
+      .def("pop", pop, py::arg("levels") = 1, in_turn, "Closes levels.")
       .def("mark", mark, in_turn, "Remembers what there is; a number for `release`. See also `scope`.")
       .def("release", release, py::arg("mark"), in_turn,
            "Gives back all terms, sorts and declarations made since the mark, in time proportional to them.\n"
@@ -319,6 +332,9 @@ void bind_manager(py::module_& m) {
           "that.")
       .def("copy", copy, py::arg("term"), in_turn,
            "The term of another manager in this one, with functions and sorts of the same names.")
+      .def_property_readonly(
+          "num_levels", [](const PyManager& self) { return self.session()->num_levels(); },
+          "How many levels are open.")
       .def_property_readonly(
           "options",
           [](const PyManager& self) {

@@ -42,6 +42,40 @@ def test_old_terms_that_were_met_in_a_scope_stay(m):
     assert part.same(x) and again.same(total)
 
 
+def test_levels_forget_declarations_and_keep_terms(m):
+    x = m.bv("x", 8)
+    m.push()
+    y = m.bv("y", 8)
+    m.push(2)
+    assert m.num_levels == 3
+    sum_of_both = x + y
+    m.pop(2)
+    assert m.term("y") is not None
+    m.pop()
+    assert m.num_levels == 0
+    with pytest.raises(quarv.Error, match="y"):
+        m.term("y")
+    assert str(m.term("(bvadd x #x00)").simplify()) == "x"
+    assert m.bv("y", 4) != y  # the name may have another sort now
+    assert str((sum_of_both - y).simplify()) == "x"
+
+
+def test_levels_that_are_not_open_cannot_be_closed(m):
+    m.push()
+    with pytest.raises(quarv.Error, match="more levels than are open"):
+        m.pop(2)
+    assert m.num_levels == 1
+
+
+def test_a_mark_within_a_level_ends_with_it(m):
+    m.push()
+    m.bv("x", 8)
+    mark = m.mark()
+    m.pop()
+    with pytest.raises(quarv.Error, match="not in force"):
+        m.release(mark)
+
+
 def test_marks_nest(m):
     outer = m.mark()
     x = m.bv("x", 8)
