@@ -26,7 +26,7 @@ run_tests() {
   configure "$1"  # the folder may be there, without the tests
   build "$1"
   say "testing: $1"
-  (cd "$root" && ctest --preset "$1" -j "$jobs")
+  (cd "$root" && ctest --preset "$1" -j "$((jobs + 1))")
 }
 
 command=${1:-help}

@@ -1,5 +1,5 @@
 # Configures the project in SOURCE_DIR, which has quarv as a part of it, in both ways, builds it in one, and runs what it made.
-# OPTIONS are those of the build, by which a compiler's cache knows the sources again.
+# OPTIONS are those of the build, but for optimising, which is of no use here.
 function(run)
   execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE output ERROR_VARIABLE output RESULT_VARIABLE status)
   if(status)
