@@ -8,7 +8,8 @@ source "$(dirname "${BASH_SOURCE[0]}")/setup.sh"
 help_if_asked "$@"
 
 need "${build_packages[@]}" "${test_packages[@]}" clang-tidy
-configure release
-build release
+# Each file by itself, and with what the build generates.
+configure tidy
+build tidy
 if (($# == 0)); then mapfile -t files < <(sources | grep '\.cpp$' | grep -v /bench/); else files=("$@"); fi
-printf '%s\0' "${files[@]}" | xargs -0 -P "$jobs" -n 1 clang-tidy --quiet -p "$root/build/release"
+printf '%s\0' "${files[@]}" | xargs -0 -P "$jobs" -n 1 clang-tidy --quiet -p "$root/build/tidy"
