@@ -101,8 +101,10 @@ class ReportData {
     Json formulas = Json::array();
     for (const TermTree::Formula& f : tree.formulas)
       formulas.push_back({f.row, f.terms_before, f.terms_after});
-    data_["tree"] = {
-        {"heads", tree.heads}, {"rows_in_part", TermTree::rows_in_part}, {"formulas", std::move(formulas)}};
+    Json heads = Json::array({tree.heads.begin(), tree.heads.end()});
+    data_["tree"] = {{"heads", std::move(heads)},
+                     {"rows_in_part", TermTree::rows_in_part},
+                     {"formulas", std::move(formulas)}};
   }
 
   /// `extra_rules` are those that were applied in addition to the standard ones.

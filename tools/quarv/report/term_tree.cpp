@@ -16,7 +16,7 @@ namespace quarv::cli {
 namespace {
 
 constexpr double largest_size = 1e15;         // more is not told apart
-constexpr std::size_t most_visits = 5000000;  // to count what is distinct
+constexpr std::size_t most_counted = 5000000;  // to count what is distinct
 
 class TreeMaker {
  public:
@@ -84,7 +84,7 @@ class TreeMaker {
 
   /// Once there was too much to count, none at all.
   std::size_t distinct(const Term* t) {
-    if (visits_ > most_visits) return 0;
+    if (visits_ > most_counted) return 0;
     std::size_t count = 0;
     visit_post_order(m_, t, [&count](const Term*) { ++count; });
     visits_ += count;
