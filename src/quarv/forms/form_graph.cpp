@@ -184,6 +184,10 @@ std::vector<FormId> FormGraph::only_users(std::span<const ClassId> roots) const 
   return user;
 }
 
+bool FormGraph::consists_of(FormId f, ClassId c) const noexcept {
+  return std::ranges::any_of(children(forms_[f]), [this, c](ClassId child) { return find(child) == c; });
+}
+
 /// What a form with those below it of the same head stands over, from left to right; only through links that
 /// nothing else needs where `only_user` is given. False where that is too much, or nothing new.
 bool FormGraph::flat_children(FormId f, const std::vector<FormId>* only_user,
@@ -192,17 +196,20 @@ bool FormGraph::flat_children(FormId f, const std::vector<FormId>* only_user,
   constexpr std::size_t most = 1 << 16;
   flat.clear();
   std::vector<ClassId> pending;
+  std::size_t num_links = 0;
   const auto enter = [&](FormId form) {
     const auto own = children(forms_[form]);
     pending.insert(pending.end(), own.rbegin(), own.rend());
+    ++num_links;  // which may go round in a circle: (and p) is p
   };
   enter(f);
   while (!pending.empty()) {
-    if (flat.size() + pending.size() > (only_user != nullptr ? most : most_shared)) return false;
+    if (flat.size() + pending.size() + num_links > (only_user != nullptr ? most : most_shared)) return false;
     const ClassId c = find(pending.back());
     pending.pop_back();
     const FormId link = form_with(c, forms_[f].head);
-    if (link != none && link < f && (only_user == nullptr || (*only_user)[c] != none)) {
+    if (link != none && link < f && !consists_of(link, c) &&
+        (only_user == nullptr || (*only_user)[c] != none)) {
       enter(link);
     } else {
       flat.push_back(c);

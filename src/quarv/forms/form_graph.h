@@ -127,6 +127,7 @@ class FormGraph {
   /// By class: the form that alone needs it; `none` where there are several, or roots.
   std::vector<FormId> only_users(std::span<const ClassId> roots) const;
   FormId form_with(ClassId c, HeadId head) const noexcept;
+  bool consists_of(FormId f, ClassId c) const noexcept;
   bool flat_children(FormId f, const std::vector<FormId>* only_user, std::vector<ClassId>& flat) const;
   void write_flat(ClassId c, HeadId head, std::vector<ClassId>& flat);
   bool close_once();
