@@ -49,6 +49,7 @@ if(PROGRAM)
 endif()
 # What only the build needs stays behind.
 file(GLOB_RECURSE stray ${prefix}/*.cpp ${prefix}/*.rules ${prefix}/bin/rulec)
+list(FILTER stray EXCLUDE REGEX "/share/doc/[^/]+/examples/")
 if(stray)
   message(FATAL_ERROR "installed, but of no use to anyone: ${stray}")
 endif()

@@ -92,7 +92,7 @@ TEST_F(Forgery, RefusesWhatNoTraceSays) {
   }
   const Result deep =
       replay_text("{\"step\":" + std::string(200'000, '[') + std::string(200'000, ']') + "}\n");
-  EXPECT_EQ(deep.err, "<stdin>:11: error: expected a number\n");
+  EXPECT_EQ(deep.err, "<stdin>:11: error: this is not a line of a trace\n");
 }
 
 /// The number of comparisons would double with each level.

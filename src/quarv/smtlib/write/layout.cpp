@@ -354,11 +354,12 @@ class Layout {
       out_ += comment;
       out_ += '\n';
     }
-    write_broken(after.text, before.text.size());
+    const bool was_one_line = before.text.find('\n') == std::string_view::npos;
+    write_broken(after.text, was_one_line ? before.text.size() : std::string_view::npos);
   }
 
   /// In no more than `wanted` bytes where the command itself has no more: indentation must not make longer
-  /// what has been made smaller.
+  /// what was one line and has become smaller.
   void write_broken(std::string_view command, std::size_t wanted = std::string::npos) {
     if (command.size() <= width_) {
       out_ += command;
