@@ -253,7 +253,7 @@ TEST_F(Mining, ProvesRulesForAllWidths) {
   if (run("coqc --version").status != 0) GTEST_SKIP() << "Coq is not installed";
   const Result r = run("$quarv rules mine scripts --coq");
   EXPECT_EQ(r.status, 0) << r.err;
-  EXPECT_TRUE(has(r.out, "terms saved: 2\n# proved with Coq for all widths\nmined-bvxor-1: ")) << r.out;
+  EXPECT_TRUE(has(r.out, "terms saved: 4\n# proved with Coq for all widths\nmined-bvxor-1: ")) << r.out;
   EXPECT_TRUE(has(r.err, " rules proved for all widths\n")) << r.err;
 }
 
