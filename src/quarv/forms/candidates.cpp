@@ -70,9 +70,8 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
 /// How many of the parts from `first` on have been there before.
 std::uint32_t Candidates::num_repeated(std::uint32_t first) {
   sorted_.assign(parts_.begin() + first, parts_.end());
-  std::ranges::sort(sorted_);
-  const auto rest = std::ranges::unique(sorted_);
-  return static_cast<std::uint32_t>(rest.size());
+  std::sort(sorted_.begin(), sorted_.end());
+  return static_cast<std::uint32_t>(sorted_.end() - std::unique(sorted_.begin(), sorted_.end()));
 }
 
 bool Candidates::is_literal(const Question& q, FormId f) const {
