@@ -94,6 +94,17 @@ Json::Json(std::initializer_list<Json> parts) {
   for (const Json& part : parts) (*this)[part.at(0).string()] = part.at(1);
 }
 
+Json::Json() = default;
+Json::Json(bool truth) : value_(truth) {}
+Json::Json(double number) : value_(number) {}
+Json::Json(std::string text) : value_(std::move(text)) {}
+Json::Json(std::string_view text) : value_(std::string(text)) {}
+Json::Json(const char* text) : value_(std::string(text)) {}
+
+Json Json::array() {
+  return array(std::vector<Json>());
+}
+
 Json Json::array(std::vector<Json> elements) {
   Json json;
   json.value_ = std::move(elements);

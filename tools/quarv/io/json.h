@@ -25,23 +25,18 @@ class Json {
  public:
   struct Member;
 
-  Json() = default;  ///< null
-  Json(bool truth) : value_(truth) {}
+  Json();  ///< null
+  Json(bool truth);
   template <std::integral T>
-  requires(!std::same_as<T, bool>) Json(T number) {
-    if (std::cmp_less(number, 0)) {
-      value_ = static_cast<std::int64_t>(number);
-    } else {
-      value_ = static_cast<std::uint64_t>(number);
-    }
-  }
-  Json(double number) : value_(number) {}
-  Json(std::string text) : value_(std::move(text)) {}
-  Json(std::string_view text) : value_(std::string(text)) {}
-  Json(const char* text) : value_(std::string(text)) {}
+  requires(!std::same_as<T, bool>) Json(T number);
+  Json(double number);
+  Json(std::string text);
+  Json(std::string_view text);
+  Json(const char* text);
   /// An object if each part is a list of a string and a value; otherwise an array.
   Json(std::initializer_list<Json> parts);
-  static Json array(std::vector<Json> elements = {});
+  static Json array();
+  static Json array(std::vector<Json> elements);
   static Json object();
 
   /// Throws JsonError for text that is not JSON, or that nests more than 100 lists and objects.
@@ -112,6 +107,17 @@ struct Json::Member {
   Json value;
   friend bool operator==(const Member&, const Member&) = default;
 };
+
+// What makes a value is defined where members of objects are complete.
+
+template <std::integral T>
+requires(!std::same_as<T, bool>) Json::Json(T number) {
+  if (std::cmp_less(number, 0)) {
+    value_ = static_cast<std::int64_t>(number);
+  } else {
+    value_ = static_cast<std::uint64_t>(number);
+  }
+}
 
 template <class T>
 requires std::is_arithmetic_v<T> T Json::number()
