@@ -62,6 +62,31 @@ Proof.
     (rewrite Z.mod_small by lia); reflexivity.
 Qed.
 
+(** What is left of a number without the bits that it has in common with another one. *)
+Lemma less_part : forall n a b, 0 <= n -> 0 <= a < 2 ^ n -> Z.land a (Z.lnot b mod 2 ^ n) = a - Z.land a b.
+Proof.
+  intros n a b Hn Ha. rewrite Z.sub_nocarry_ldiff.
+  - apply Z.bits_inj'; intros i Hi. rewrite Z.ldiff_spec, !Z.land_spec.
+    destruct (Z_lt_le_dec i n).
+    + rewrite Z.mod_pow2_bits_low, Z.lnot_spec by lia. destruct (Z.testbit a i), (Z.testbit b i); reflexivity.
+    + rewrite <- (Z.mod_small a (2 ^ n)), Z.mod_pow2_bits_high by lia. reflexivity.
+  - apply Z.bits_inj'; intros i Hi. rewrite Z.ldiff_spec, Z.land_spec, Z.bits_0.
+    destruct (Z.testbit a i), (Z.testbit b i); reflexivity.
+Qed.
+
+(** a + (m - c) is a - c where m is nothing. *)
+Lemma add_opposite : forall a c m, 0 < m -> (a + (m - c mod m) mod m) mod m = (a - c) mod m.
+Proof.
+  intros. rewrite Zplus_mod_idemp_r. replace (a + (m - c mod m)) with (a - c mod m + 1 * m) by lia.
+  rewrite Z_mod_plus_full. apply Zminus_mod_idemp_r.
+Qed.
+
+Theorem proof_152 : holds_152.
+Proof.
+  start; rewrite less_part by lia; try rewrite (Z.add_comm _ v_t_0); rewrite add_opposite by lia;
+    try rewrite (Z.land_comm v_u); reflexivity.
+Qed.
+
 Theorem proof_158 : holds_158.
 Proof.
   start. symmetry. set (k := h + 1) in *. replace (w_t_0 - 1 - k + 1) with (w_t_0 - k) by lia.
