@@ -43,6 +43,7 @@ TEST_F(Program, ListsAndShowsRules) {
   EXPECT_TRUE(
       has(list.out, "\n 46 ! bvsdiv    bvsdiv-self: rewrite(bvsdiv(t, t_0), identity(t, t_0)) >> 1\n"));
   EXPECT_TRUE(has(run("$quarv rules show 2").out, "\nsound      yes: proved for widths 1 to 5 "));
+  EXPECT_TRUE(has(run("$quarv rules show int2bv-of-ubv").out, " widths 1 to 5 and larger ones up to 8 ("));
   EXPECT_TRUE(has(run("$quarv rules show 96").out,
                   "\nsound      yes: it never applies, (c2 == 1) and (c2 == 0) exclude each other\n"));
   EXPECT_TRUE(has(list.out, "\n  2 * bvnot "));
