@@ -67,9 +67,9 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
         g_.head_at(form.head).text != head)
       continue;
     const auto parts = g_.children(form);
-    const bool is_lowest = negative
-                               ? is_magnitude(parts[0])
-                               : is_literal_of(parts[0], numerator(value)) && is_literal_of(parts[1], denominator(value));
+    const bool is_lowest =
+        negative ? is_magnitude(parts[0])
+                 : is_literal_of(parts[0], numerator(value)) && is_literal_of(parts[1], denominator(value));
     if (is_lowest) quotient = f;
   }
   return quotient != forms::none ? quotient : g_.first_form(c);
@@ -197,15 +197,16 @@ void NormalForms::sum(Node n) {
   }
 }
 
-/// "(+ (* 3 x) (* (- 2) y))": no smaller than a difference, but where the negative parts are needed elsewhere.
+/// "(+ (* 3 x) (* (- 2) y))": no smaller than a difference, but where the negative parts are needed
+/// elsewhere.
 void NormalForms::with_negative_parts(const Sum& sum, bool real) {
   const DataType* sort = real ? m_.rat_type : m_.int_type;
   std::vector<ClassId> parts;
   for (const Item& item : sum.items) {
     const ClassId c = class_of(item.monomial);
-    parts.push_back(item.coefficient == QNumber(-1)    ? app("-", {c}, sort)
-                    : item.coefficient.sign() < 0 ? app("*", {number(item.coefficient, real), c}, sort)
-                                                  : multiple(item.coefficient, c, real));
+    parts.push_back(item.coefficient == QNumber(-1) ? app("-", {c}, sort)
+                    : item.coefficient.sign() < 0   ? app("*", {number(item.coefficient, real), c}, sort)
+                                                    : multiple(item.coefficient, c, real));
   }
   if (!sum.constant.is_zero()) parts.push_back(number(sum.constant, real));
   form(operator_head("+"), parts);

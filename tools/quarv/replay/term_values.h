@@ -190,9 +190,9 @@ class TermValues {
   std::unordered_map<std::string, std::size_t> forms_;
   std::vector<Sum> form_sums_;
   std::unordered_map<BitGraph::Node, Atom> atoms_;
-  std::size_t budget_ = 0;                // of cases, for the present term
+  std::size_t budget_ = 0;               // of cases, for the present term
   std::size_t effort_left_ = 2'000'000;  // of summands and cases, for all proofs together
-  std::size_t lemmas_left_ = 60'000;      // for all proofs together
+  std::size_t lemmas_left_ = 60'000;     // for all proofs together
   std::set<std::pair<Id, Id>> not_proved_;
   bool exhausted_ = false;
 };

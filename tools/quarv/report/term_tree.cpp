@@ -15,7 +15,7 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr double largest_size = 1e15;         // more is not told apart
+constexpr double largest_size = 1e15;          // more is not told apart
 constexpr std::size_t most_counted = 5000000;  // to count what is distinct
 
 class TreeMaker {

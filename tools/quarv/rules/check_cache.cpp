@@ -18,7 +18,7 @@ namespace {
 
 constexpr const char* kind_of_file = "rules checked by quarv";
 
-/// Where the user's caches are; empty for nowhere.
+/// Where the user's caches are; empty where the environment names no folder.
 std::string cache_home() {
   const char* const named = std::getenv("XDG_CACHE_HOME");
   // A relative one is to be ignored.

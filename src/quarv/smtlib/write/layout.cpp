@@ -366,8 +366,8 @@ class Layout {
       return;
     }
     const std::size_t start = out_.size();
-    for (const std::size_t deepest : {std::min<std::size_t>(width_ / 3, 32), std::size_t{2}, std::size_t{1},
-                                      std::size_t{0}}) {
+    for (const std::size_t deepest :
+         {std::min<std::size_t>(width_ / 3, 32), std::size_t{2}, std::size_t{1}, std::size_t{0}}) {
       out_.resize(start);
       LineBreaker(command, width_, deepest, out_).write();
       if (command.size() > wanted || out_.size() - start <= wanted) return;

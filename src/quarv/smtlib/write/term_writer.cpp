@@ -45,7 +45,8 @@ void write_natural(const QNumber& value, OutputBuffer& out) {
   }
 }
 
-/// A bit-vector literal: hexadecimal when whole digits fill the width, else binary. Calls `put` with its parts.
+/// A bit-vector literal: hexadecimal when whole digits fill the width, else binary. Calls `put` with its
+/// parts.
 void put_bits(const QNumber& value, std::size_t width, auto put) {
   const bool hexadecimal = width % 4 == 0;
   const std::size_t digits = hexadecimal ? width / 4 : width;

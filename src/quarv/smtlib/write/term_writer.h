@@ -18,7 +18,9 @@ class OutputBuffer {
   static constexpr std::size_t short_text = 128;
 
   /// With `room` for a text of this length to begin with.
-  explicit OutputBuffer(std::ostream& out, std::size_t room = block + 4096) : out_(out) { text_.reserve(room); }
+  explicit OutputBuffer(std::ostream& out, std::size_t room = block + 4096) : out_(out) {
+    text_.reserve(room);
+  }
 
   void put(char c) { text_ += c; }
   void put(std::string_view s) {
