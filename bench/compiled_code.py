@@ -6,6 +6,8 @@ masks, overflow checks by bits, fields by shifts and masks. Truth values are wor
 each branch adds an assertion.
 """
 
+from path_conditions import branches
+
 PARAMETERS = 8
 BYTES = 4
 WORD = "(_ BitVec 32)"
@@ -459,11 +461,4 @@ def compiled_code(size, source):
     yield "(set-logic QF_BV)"
     yield from (f"(declare-const arg{i} {WORD})" for i in range(PARAMETERS))
     yield from (f"(declare-const byte{i} (_ BitVec 8))" for i in range(BYTES))
-    for _ in range(size):
-        for _ in range(source.between(1, 4)):
-            source.choose(function.operations)()
-        condition = function.branch()
-        yield from function.lines
-        function.lines.clear()
-        yield f"(assert {condition})"
-    yield "(check-sat)"
+    yield from branches(size, source, function, function.operations, 4, function.branch)

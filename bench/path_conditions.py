@@ -257,6 +257,19 @@ class Machine:
         return f"(not {taken})"
 
 
+def branches(size, source, machine, instructions, most, condition):
+    """Assertions of the conditions of this many branches, each after up to `most` instructions, with the lines that these have
+    written."""
+    for _ in range(size):
+        for _ in range(source.between(1, most)):
+            source.choose(instructions)()
+        branch = condition()
+        yield from machine.lines
+        machine.lines.clear()
+        yield f"(assert {branch})"
+    yield "(check-sat)"
+
+
 def path_conditions(size, source):
     """Path conditions of machine code: registers cut and glued, flags as single bits, byte-wise memory; one assertion for
     each conditional jump."""
@@ -266,11 +279,4 @@ def path_conditions(size, source):
     yield "(declare-const mem0 Memory)"
     yield from (f"(declare-const {name}0 (_ BitVec 32))" for name in (*REGISTERS, "esp"))
     yield from (f"(declare-const in{i} (_ BitVec 8))" for i in range(INPUTS))
-    for _ in range(size):
-        for _ in range(source.between(1, 5)):
-            source.choose(machine.instructions)()
-        condition = machine.jump()
-        yield from machine.lines
-        machine.lines.clear()
-        yield f"(assert {condition})"
-    yield "(check-sat)"
+    yield from branches(size, source, machine, machine.instructions, 5, machine.jump)

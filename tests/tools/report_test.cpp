@@ -13,8 +13,10 @@ using Json = nlohmann::json;
 
 class Report : public Program {
  protected:
-  Json data(const std::string& page) const {
-    const std::string begin = "<script type=\"application/json\" id=\"data\">";
+  Json data(const std::string& page) const { return script(page, "id=\"data\""); }
+  /// What the first script of data with this attribute says.
+  Json script(const std::string& page, const std::string& attribute) const {
+    const std::string begin = "<script type=\"application/json\" " + attribute + '>';
     const std::size_t start = page.find(begin) + begin.size();
     return Json::parse(page.substr(start, page.find("</script>", start) - start));
   }
@@ -28,9 +30,7 @@ TEST_F(Report, ShowsFormulasAsTrees) {
   EXPECT_EQ(run("$quarv report in.smt2 -o page.html").status, 0);
   const std::string page = read("page.html");
   const Json tree = data(page)["tree"];
-  const std::string begin = "<script type=\"application/json\" class=\"terms\">";
-  const std::size_t start = page.find(begin) + begin.size();
-  const Json rows = Json::parse(page.substr(start, page.find("</script>", start) - start));
+  const Json rows = script(page, "class=\"terms\"");
   const std::function<std::string(std::size_t)> text = [&](std::size_t i) {
     std::string t = tree["heads"][rows[i][0].get<std::size_t>()];
     for (std::size_t k = 3; k < rows[i].size(); ++k) t += ' ' + text(rows[i][k]);

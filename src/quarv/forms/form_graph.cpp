@@ -220,14 +220,10 @@ bool FormGraph::flat_children(FormId f, const std::vector<FormId>* only_user,
 
 namespace {
 
-/// Keeps the first of equal ones; whether there were any.
-bool drop_repeated(std::vector<ClassId>& classes) {
-  std::vector<ClassId> sorted(classes);
-  std::ranges::sort(sorted);
-  if (std::ranges::adjacent_find(sorted) == sorted.end()) return false;
+/// Keeps the first of equal ones.
+void drop_repeated(std::vector<ClassId>& classes) {
   std::unordered_set<ClassId> seen;
   std::erase_if(classes, [&seen](ClassId c) { return !seen.insert(c).second; });
-  return true;
 }
 
 }  // namespace
@@ -249,7 +245,7 @@ void FormGraph::flatten(std::span<const HeadId> heads, std::span<const ClassId> 
     if (heads_[head].is_idempotent && forms_[f].num_children > 2) {
       const auto own = canonical(children(forms_[f]));
       flat.assign(own.begin(), own.end());
-      if (drop_repeated(flat) && flat.size() > 1) add_to(c, head, flat);
+      write_flat(c, head, flat);
     }
     // A link of a longer chain is written down with that.
     const FormId user = c < only_user.size() ? only_user[c] : none;

@@ -34,8 +34,10 @@ def interface_library(source, compiler, folder):
     bodies = [f"QUARV_API {d} {{ for (;;) {{}} }}\n" for d in declarations(source / "src/quarv/c_api.h")]
     code, library = folder / "interface.c", folder / "libinterface.so"
     code.write_text("#include <quarv/c_api.h>\n" + "".join(bodies), encoding="utf-8")
+    source = source.resolve()
+    # From within the folder: its path must not be written down.
     subprocess.run([compiler, "-std=c99", "-g", "-gdwarf-4", "-w", "-fPIC", "-shared", "-fvisibility=hidden", f"-I{source / 'src'}",
-                    str(code), "-o", str(library), f"-Wl,--version-script={source / 'cmake/exports.map'}"], check=True)
+                    code.name, "-o", library.name, f"-Wl,--version-script={source / 'cmake/exports.map'}"], cwd=folder, check=True)
     return library
 
 
