@@ -30,6 +30,8 @@ struct Lattice {
 /// The operands of one side, of which the last may be the rest of a long chain.
 class Operands {
  public:
+  static constexpr std::size_t most = 12;
+
   Operands(const Lattice& l, const Term* side) {
     while (side->symbol == l.symbol && size_ + 2 <= list_.size()) {
       // Chains lean to one side.
@@ -44,7 +46,7 @@ class Operands {
   std::size_t size() const { return size_; }
 
  private:
-  std::array<const Term*, 12> list_;
+  std::array<const Term*, most> list_;
   std::size_t size_ = 0;
 };
 
@@ -169,7 +171,7 @@ class Clause {
  private:
   void push(const Literal& literal) { literals_[size_++].emplace(literal); }
 
-  std::array<std::optional<Literal>, 12> literals_;
+  std::array<std::optional<Literal>, Operands::most> literals_;
   std::size_t size_ = 0;
 };
 

@@ -11,6 +11,8 @@ namespace quarv::termsimpl::extended {
 /// A short sum of monomials with coefficients, and a constant.
 class LinearSum {
  public:
+  static constexpr std::size_t most_summands = 12;
+
   struct Monomial {
     const Term* term = nullptr;
     QNumber coefficient;
@@ -53,8 +55,6 @@ class LinearSum {
   QNumber constant;
 
  private:
-  static constexpr std::size_t most_summands = 12;
-
   static const Term* without_factor(const TermManager& m, const Term* t) {
     const bool is_multiple = m.get_tag(t->symbol) == SymbolTag::TIMES && m.get_number(t->args[0]) != nullptr;
     return is_multiple ? t->args[1] : t;

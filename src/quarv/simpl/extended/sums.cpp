@@ -240,7 +240,7 @@ class Count {
     const Term* condition = nullptr;
     bool adds = false;
   };
-  std::array<Part, 12> parts_;
+  std::array<Part, LinearSum::most_summands> parts_;
   std::size_t size_ = 0;
   QNumber least_, most_, smallest_step_;
 };
