@@ -47,18 +47,29 @@ class OrderedWork {
   void work(MakeWorker& make_worker) {
     try {
       auto worker = make_worker();
-      for (std::size_t i; (i = next_++) < results_.size();) {
-        Result result = worker(i);
-        const std::lock_guard lock(mutex_);
-        results_[i] = std::move(result);
-        ++num_done_;
-        deliver_finished();
-      }
+      for (std::size_t i; (i = next_++) < results_.size();) take(i, worker(i));
     } catch (...) {
       const std::lock_guard lock(mutex_);
-      if (!error_) error_ = std::current_exception();
-      next_ = results_.size();
+      fail();
     }
+  }
+
+  void take(std::size_t i, Result result) {
+    const std::lock_guard lock(mutex_);
+    if (error_) return;
+    try {
+      results_[i] = std::move(result);
+      ++num_done_;
+      deliver_finished();
+    } catch (...) {
+      fail();  // before another thread delivers, and fails because of this
+    }
+  }
+
+  /// Keeps the exception being handled if it is the first.
+  void fail() noexcept {
+    if (!error_) error_ = std::current_exception();
+    next_ = results_.size();
   }
 
   void deliver_finished() {
