@@ -220,8 +220,9 @@ class Forms : public ::testing::Test {
   ClassId add(const char* head, std::vector<ClassId> children = {}) {
     return graph_.add(graph_.head(head), children, nullptr);
   }
-  std::uint64_t cost(std::vector<ClassId> roots, forms::FormId num_written) {
-    const std::vector<forms::FormId> base(graph_.num_classes(), none);
+  std::uint64_t cost(std::vector<ClassId> roots, forms::FormId num_written,
+                     std::vector<forms::FormId> base = {}) {
+    base.resize(graph_.num_classes(), none);
     const std::vector<std::uint8_t> values(graph_.num_classes());
     const std::vector<forms::Scope> scopes(graph_.num_heads());
     const std::vector<std::uint8_t> makes_literal(graph_.num_heads());
@@ -273,6 +274,25 @@ TEST_F(Forms, ThatShareAreChosen) {
   graph_.add_to(ggx, graph_.head("h"), std::vector<ClassId>{x});
   EXPECT_EQ(cost({ggx}, written), 2u);
   EXPECT_EQ(cost({ggx, gx}, written), 3u);
+}
+
+TEST_F(Forms, ThatGoRoundInACircleSpoilNoOthers) {
+  const ClassId a = graph_.new_class(nullptr);
+  const ClassId b = add("m", {a});
+  graph_.add_to(a, graph_.head("g"), std::vector<ClassId>{b});
+  // Many need what is cheaper: none of them alone would leave what all need in the base forms.
+  const ClassId cheap = graph_.add(graph_.head("cheap", 2), {}, nullptr);
+  constexpr int n = 12;
+  std::vector<ClassId> roots{a, b};
+  for (int i = 0; i < n; ++i) roots.push_back(add(("s" + std::to_string(i)).c_str(), {cheap}));
+  const auto written = static_cast<forms::FormId>(graph_.num_forms());
+  const ClassId x = add("x"), dear = graph_.add(graph_.head("dear", 4), {}, nullptr);
+  std::vector<forms::FormId> base(graph_.num_classes(), none);
+  for (ClassId c : roots) {
+    base[c] = static_cast<forms::FormId>(graph_.num_forms());
+    graph_.add_to(c, graph_.head("t" + std::to_string(c)), std::vector<ClassId>{c == a || c == b ? x : dear});
+  }
+  EXPECT_EQ(cost(roots, written, base), n + 2 + 3u);  // a, b and x
 }
 
 TEST_F(Forms, DoNotConsistOfThemselves) {

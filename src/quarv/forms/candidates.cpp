@@ -3,6 +3,7 @@
 #include <quarv/forms/candidates.h>
 #include <quarv/forms/choice.h>
 #include <quarv/forms/free_names.h>
+#include <quarv/forms/grounded.h>
 
 namespace quarv::forms {
 
@@ -93,6 +94,21 @@ std::vector<CandidateId> Candidates::as_written(bool wanted) const {
     }
   }
   return written;
+}
+
+std::vector<CandidateId> Candidates::without_circles(const FormGraph& graph,
+                                                     const std::vector<CandidateId>& wanted) const {
+  std::vector<FormId> forms(graph.num_classes(), none);
+  for (Place p = 0; p < wanted.size(); ++p) forms[classes_[p]] = candidates_[wanted[p]].form;
+  forms = grounded(graph, forms);
+  std::vector<CandidateId> found(base_);
+  for (Place p = 0; p < wanted.size(); ++p) {
+    // What may not be chosen here is no candidate.
+    for (CandidateId c = first_[p]; c != first_[p + 1]; ++c) {
+      if (candidates_[c].form == forms[classes_[p]]) found[p] = c;
+    }
+  }
+  return found;
 }
 
 }  // namespace quarv::forms

@@ -45,6 +45,9 @@ class Candidates {
   /// By place: as the user wrote it first, the base form where that is nowhere. `wanted`: the first wanted
   /// one.
   std::vector<CandidateId> as_written(bool wanted) const;
+  /// As near to these as can be without going round in a circle: other forms where it must be.
+  std::vector<CandidateId> without_circles(const FormGraph& graph,
+                                           const std::vector<CandidateId>& wanted) const;
   /// A place has several forms that the user wrote.
   bool is_written_twice() const noexcept { return is_written_twice_; }
 

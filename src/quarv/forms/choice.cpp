@@ -262,8 +262,9 @@ Choice choose(const Question& question) {
   const std::vector<CandidateId> written = candidates.as_written(true);
   const std::vector<CandidateId> unchanged = candidates.as_written(false);
   std::vector<CandidateId> best;
-  if (chooser.begin(written)) {
-    if (written == unchanged) choice.as_written = chooser.size();
+  const bool is_possible = chooser.begin(written);
+  if (is_possible || chooser.begin(candidates.without_circles(question.graph, written))) {
+    if (is_possible && written == unchanged) choice.as_written = chooser.size();
     chooser.improve();
     choice.size = chooser.size();
     best = chooser.chosen();
