@@ -16,6 +16,7 @@
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/smtlib/written_size.h>
+#include <quarv/util/large_pages.h>
 #include <quarv/util/write_text.h>
 
 namespace quarv::smtlib {
@@ -77,9 +78,11 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
 }
 
 /// Whether the choice is smaller than the text that it was made from, or as small and has a shorter text.
+/// `of_text` is the size that was chosen when the text was printed.
 bool is_smaller(const ChosenScript& chosen, std::string_view now, std::string_view text,
-                const std::string& file, bool lenient) {
+                const forms::Size& of_text, const std::string& file, bool lenient) {
   if (chosen.size < chosen.as_written || now == text) return now != text;
+  if (chosen.size < of_text) return true;
   if (!chosen.is_written_twice) return chosen.size == chosen.as_written && now.size() < text.size();
   return std::tuple(written_size(now, file, lenient), now.size()) <
          std::tuple(written_size(text, file, lenient), text.size());
@@ -117,6 +120,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   // nothing, the text is read again in any case.
   constexpr std::size_t most_rounds = 8;
   constexpr std::size_t small_text = 256 << 10;
+  constexpr std::size_t large_text = 1 << 20;
   SimplifyReport report;
   const std::string_view input = text;
   const std::size_t longest = longest_output(input, options);
@@ -131,11 +135,13 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
     if (options.trace != nullptr) trace_output(input, result, file, options);
     return report;
   };
-  std::string lines;  // the input
+  std::string lines;             // the input
+  forms::Size of_text{0, 0, 0};  // nothing is smaller
   std::uint64_t largest_of_user = 0;
   const bool smallest = options.smallest && !options.library_semantics;
   bool shrinks = smallest && options.sharing == Sharing::automatic;
   for (;; ++report.rounds) {
+    if (report.rounds != 1 && text.size() > large_text) give_back_freed();
     Session session(options);
     std::optional<WrittenForms> written;
     if (smallest) written.emplace(session.manager());
@@ -158,6 +164,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
       session.simplifier().set_observer(nullptr);
       chosen = choose_smallest(session.manager(), *written, script,
                                [&session](const Term* t) { return session.normalize(t); });
+      if (chosen != nullptr) written.reset();
     }
     PrintResult result;
     try {
@@ -175,7 +182,8 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
       // whoever reads it takes its definitions for the user's own, as this does.
       // How the input is laid out must not decide.
       if (report.rounds == 1 && !(chosen->size < chosen->as_written)) text = lines = on_lines(text, script);
-      const bool better = is_smaller(*chosen, now, text, file, options.lenient);
+      const bool better = is_smaller(*chosen, now, text, of_text, file, options.lenient);
+      of_text = chosen->size;
       if (!better) now = text;
       if (!better || report.rounds >= most_shrinking_rounds(text)) return finish(now);
     }

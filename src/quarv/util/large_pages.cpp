@@ -1,6 +1,9 @@
 #include <cstdlib>
 #include <new>
 #include <sys/mman.h>
+#ifdef __GLIBC__
+#include <malloc.h>
+#endif
 
 #include <quarv/util/large_pages.h>
 
@@ -19,6 +22,12 @@ void* allocate_block(std::size_t bytes) {
   madvise(block, rounded, MADV_HUGEPAGE);  // where the system refuses, all is as usual
 #endif
   return block;
+}
+
+void give_back_freed() noexcept {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
 }
 
 }  // namespace quarv

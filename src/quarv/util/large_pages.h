@@ -17,6 +17,10 @@ namespace quarv {
 /// asked to use large pages for it. \throws std::bad_alloc
 QUARV_API void* allocate_block(std::size_t bytes);
 
+/// Gives back to the system what has been freed and is held for further use, where the system's library can:
+/// between the large and different works of one run.
+QUARV_API void give_back_freed() noexcept;
+
 /// The allocator of containers whose storage comes from `allocate_block`.
 template <class T>
 struct BlockAllocator {
