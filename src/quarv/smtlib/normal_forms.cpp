@@ -254,9 +254,10 @@ bool NormalForms::is_shared(Node n) const {
 }
 
 /// The leaves of a chain of one operator, in ascending order of id; of a concatenation from left to right.
-/// Links that are shared stay whole unless `through_shared`. False when there are too many: there may be
-/// chains of thousands of shared links.
-bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const Term*>& out) const {
+/// Links that are shared stay whole unless `through_shared`; `has_shared_links` when there was one. False
+/// when there are too many: there may be chains of thousands of shared links.
+bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const Term*>& out,
+                         bool& has_shared_links) const {
   constexpr std::size_t most_through = 24;
   constexpr std::size_t most_links_through = 48;
   std::size_t links = 0;
@@ -267,7 +268,9 @@ bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const T
     const Term* a = pending.back();
     pending.pop_back();
     const bool link = m_.get_tag(a->symbol) == tag && (tag == SymbolTag::BV_CONCAT || a->symbol == t->symbol);
-    if (a != t && (!link || (!through_shared && is_shared(Node(a, false))))) {
+    const bool is_whole = a != t && link && !through_shared && is_shared(Node(a, false));
+    has_shared_links = has_shared_links || is_whole;
+    if (a != t && (!link || is_whole)) {
       out.push_back(a);
       if (out.size() > (through_shared ? most_through : most)) return false;
       continue;
@@ -278,24 +281,28 @@ bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const T
   return true;
 }
 
-void NormalForms::lattice(const Term* t, std::string_view head) {
-  for (const bool through_shared : {false, true}) {
-    std::vector<const Term*> parts;
-    if (!leaves(t, through_shared, parts)) continue;
+/// A form with the head over the parts at places that demand `sort`; without what is said twice where
+/// `is_idempotent`.
+void NormalForms::flat_form(HeadId head, bool is_idempotent, std::vector<const Term*>& parts,
+                            const DataType* sort) {
+  if (is_idempotent) {
     std::sort(parts.begin(), parts.end(), Term_lt());
     parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
-    std::vector<ClassId> classes;
-    for (const Term* a : parts) {
-      classes.push_back(class_of(Node(a, false)));
-      add_forms(classes.back(), Node(a, false));
-    }
-    if (classes.size() == 1) {
-      same(classes[0]);
-      continue;
-    }
-    form(g_.head(head), classes);
-    if (head == "or") disjunction(parts);
   }
+  std::vector<ClassId> classes;
+  for (const Term* a : parts) {
+    const Node part = node_for(m_, a, sort);
+    classes.push_back(class_of(part));
+    add_forms(classes.back(), part);
+  }
+  classes.size() == 1 ? same(classes[0]) : form(head, classes);
+}
+
+void NormalForms::lattice(const Term* t, std::string_view head) {
+  each_list_of_leaves(t, [&](std::vector<const Term*>& parts) {
+    flat_form(operator_head(head), true, parts, m_.bool_type);
+    if (head == "or" && parts.size() > 1) disjunction(parts);
+  });
 }
 
 /// "(=> p q)" for (or (not p) q), "(not (and p q))" for negations alone.
@@ -347,25 +354,11 @@ void NormalForms::chain(const Term* t) {
   const HeadId head = head_of(t->symbol);
   const ClassId pair[] = {child(t, 0), child(t, 1)};
   form(head, pair);
-  for (const bool through_shared : {false, true}) {
-    std::vector<const Term*> parts;
-    if (!leaves(t, through_shared, parts) || parts.size() <= 2) continue;
-    const SymbolTag::tag tag = m_.get_tag(t->symbol);
-    if (tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR) {
-      std::sort(parts.begin(), parts.end(), Term_lt());
-      parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
-    }
-    std::vector<ClassId> classes;
-    for (const Term* a : parts) {
-      classes.push_back(class_of(Node(a, false)));
-      add_forms(classes.back(), Node(a, false));
-    }
-    if (classes.size() == 1) {
-      same(classes[0]);
-    } else {
-      form(head, classes);
-    }
-  }
+  const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  const bool is_idempotent = tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR;
+  each_list_of_leaves(t, [&](std::vector<const Term*>& parts) {
+    if (parts.size() > 2) flat_form(head, is_idempotent, parts, m_.type_of(parts[0]));
+  });
 }
 
 /// "(bvsub x y)" for x + (bvneg y).

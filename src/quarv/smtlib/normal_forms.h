@@ -114,7 +114,20 @@ class NormalForms {
   void relation(SymbolTag::tag tag, bool negated, bool strict, ClassId left, ClassId right);
 
   bool is_shared(Node n) const;
-  bool leaves(const Term* t, bool through_shared, std::vector<const Term*>& out) const;
+  bool leaves(const Term* t, bool through_shared, std::vector<const Term*>& out,
+              bool& has_shared_links) const;
+  /// Calls `write` with the leaves of a chain: with shared links whole and, where there are such, with these
+  /// taken apart.
+  template <class Write>
+  void each_list_of_leaves(const Term* t, Write write) {
+    for (const bool through_shared : {false, true}) {
+      std::vector<const Term*> parts;
+      bool has_shared_links = false;
+      if (leaves(t, through_shared, parts, has_shared_links)) write(parts);
+      if (!has_shared_links) return;  // the second time would find the same
+    }
+  }
+  void flat_form(HeadId head, bool is_idempotent, std::vector<const Term*>& parts, const DataType* sort);
 
   TermManager& m_;
   forms::FormGraph& g_;

@@ -234,17 +234,9 @@ void NormalForms::product(Node n) {
   }
   form("*", {operand(0), operand(1)});
   if (n.as_real()) return;
-  for (const bool through_shared : {false, true}) {
-    std::vector<const Term*> parts;
-    if (!leaves(t, through_shared, parts) || parts.size() <= 2) continue;
-    std::vector<ClassId> classes;
-    for (const Term* a : parts) {
-      const Node part = node_for(m_, a, real ? m_.rat_type : m_.int_type);
-      classes.push_back(class_of(part));
-      add_forms(classes.back(), part);
-    }
-    form(operator_head("*"), classes);
-  }
+  each_list_of_leaves(t, [&](std::vector<const Term*>& parts) {
+    if (parts.size() > 2) flat_form(operator_head("*"), false, parts, real ? m_.rat_type : m_.int_type);
+  });
 }
 
 NormalForms::ClassId NormalForms::dividend(const IntegerQuotient& q) {
