@@ -13,6 +13,9 @@ constexpr std::uint64_t unlimited = ~std::uint64_t{0};
 
 /// From so many places on, a last small improvement is not worth the time that it takes.
 constexpr std::size_t large = 20'000;
+/// And a second look at what the first one has not improved: in smaller scripts it finds something in one of a
+/// hundred.
+constexpr std::size_t medium = 2'000;
 
 class Chooser {
  public:
@@ -262,15 +265,17 @@ Choice choose(const Question& question) {
   const std::vector<CandidateId> written = candidates.as_written(true);
   const std::vector<CandidateId> unchanged = candidates.as_written(false);
   std::vector<CandidateId> best;
+  Size before;
   const bool is_possible = chooser.begin(written);
   if (is_possible || chooser.begin(candidates.without_circles(question.graph, written))) {
-    if (is_possible && written == unchanged) choice.as_written = chooser.size();
+    before = chooser.size();
+    if (is_possible && written == unchanged) choice.as_written = before;
     chooser.improve();
     choice.size = chooser.size();
     best = chooser.chosen();
   }
-  // What is large and cannot be improved has most likely been chosen before.
-  const bool is_settled = best == written && candidates.num_places() >= large;
+  // What cannot be improved has most likely been chosen before.
+  const bool is_settled = is_possible && choice.size == before && candidates.num_places() >= medium;
   if (!is_settled && chooser.begin(candidates.base())) {
     chooser.improve();
     if (const Size size = chooser.size(); best.empty() || size < choice.size) {
