@@ -191,6 +191,14 @@ TEST(Smallest, WritesNothingOutOfScope) {
   EXPECT_EQ(smallest(quantified), quantified);
 }
 
+TEST(Smallest, ReadsPastWritesThatOthersNeed) {
+  const std::string declarations =
+      "(declare-const a (Array Int Int))\n(declare-const b (Array Int Int))\n(declare-const v Int)\n";
+  EXPECT_EQ(
+      smallest(declarations + "(assert (= b (store a 1 v)))\n(assert (< (select (store a 1 v) 2) v))\n"),
+      declarations + "(assert (= b (store a 1 v)))\n(assert (< (select a 2) v))\n");
+}
+
 TEST(Smallest, IsAFixedPointOfRealScripts) {
   const std::filesystem::path corpus = corpus_folder();
   std::size_t before = 0, after = 0;

@@ -66,6 +66,30 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
     if (g.head_at(g.form(f).head).is_idempotent) num_idle += num_repeated(first_part);
     candidates_.push_back({f, g.cost(f), first_part, num_idle, f < q.num_written, is_wanted});
   }
+  count_unseen_writes(g, first_.back());
+}
+
+/// Where a term can be read from several arrays, of which one was made before all others: what has been
+/// written to these since says nothing. Such a form costs as much where others need these arrays, but whoever
+/// reads it has to find out that the writes do not matter.
+void Candidates::count_unseen_writes(const FormGraph& g, CandidateId first) {
+  constexpr auto array_of = [](const FormGraph& graph, FormId f) {
+    return graph.head_at(graph.form(f).head).is_read ? graph.find(graph.children(graph.form(f))[0]) : none;
+  };
+  ClassId oldest = none;
+  for (CandidateId c = first; c != candidates_.size(); ++c)
+    oldest = std::min(oldest, array_of(g, candidates_[c].form));
+  if (oldest == none) return;
+  for (CandidateId c = first; c != candidates_.size(); ++c) {
+    const ClassId array = array_of(g, candidates_[c].form);
+    if (array == none || array == oldest) continue;
+    for (FormId f = g.first_form(array); f != none; f = g.form(f).next) {
+      if (g.head_at(g.form(f).head).is_write) {
+        ++candidates_[c].num_idle;
+        break;
+      }
+    }
+  }
 }
 
 /// How many of the parts from `first` on have been there before.

@@ -22,7 +22,7 @@ class Candidates {
     FormId form;
     std::uint32_t cost;        ///< nodes of a term that it counts as
     std::uint32_t first_part;  ///< in the list of parts
-    std::uint32_t num_idle;    ///< how many of its parts are values, or repeated, and say nothing
+    std::uint32_t num_idle;    ///< how many of its parts say nothing: values, repeated, writes not read
     bool is_written;           ///< the user wrote it so
     bool is_wanted;            ///< not a computation where the class is a value
   };
@@ -55,6 +55,7 @@ class Candidates {
   void add_forms(const Question& question, const FreeNames& names, ClassId c);
   bool is_literal(const Question& question, FormId f) const;
   std::uint32_t num_repeated(std::uint32_t first);
+  void count_unseen_writes(const FormGraph& graph, CandidateId first);
 
   std::vector<ClassId> classes_;       // by place
   std::vector<Place> places_;          // by class

@@ -13,8 +13,8 @@ constexpr std::uint64_t unlimited = ~std::uint64_t{0};
 
 /// From so many places on, a last small improvement is not worth the time that it takes.
 constexpr std::size_t large = 20'000;
-/// And a second look at what the first one has not improved: in smaller scripts it finds something in one of a
-/// hundred.
+/// And a second look at what the first one has not improved: in smaller scripts it finds something in one of
+/// a hundred.
 constexpr std::size_t medium = 2'000;
 
 class Chooser {

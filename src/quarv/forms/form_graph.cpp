@@ -39,6 +39,8 @@ HeadId FormGraph::head(std::string_view text, std::uint32_t cost) {
     Head h{entry->first, nullptr, cost};
     h.is_chain = is_one_of(text, chains);
     h.is_idempotent = is_one_of(text, idempotent);
+    h.is_read = text == "select";
+    h.is_write = text == "store";
     h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;
     heads_.push_back(std::move(h));
   }
