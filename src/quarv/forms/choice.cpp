@@ -17,6 +17,34 @@ constexpr std::size_t large = 20'000;
 /// a hundred.
 constexpr std::size_t medium = 2'000;
 
+bool is_operation(const Candidates& candidates, CandidateId c) {
+  return candidates[c].cost > 1 || !candidates.parts(c).empty();
+}
+
+void count(const Candidates& candidates, CandidateId c, Size& size) {
+  size.terms += candidates[c].cost;
+  size.operations += is_operation(candidates, c) ? 1 : 0;
+  size.idle_parts += candidates[c].num_idle;
+}
+
+/// What the roots need in these forms, which may go round in a circle: what each place needs is there in the
+/// end.
+Size size_of(const Candidates& candidates, const std::vector<CandidateId>& forms) {
+  Size size{0, 0, 0};
+  std::vector<std::uint8_t> seen(candidates.num_places());
+  std::vector<Place> pending(candidates.roots());
+  while (!pending.empty()) {
+    const Place p = pending.back();
+    pending.pop_back();
+    if (seen[p] != 0) continue;
+    seen[p] = 1;
+    count(candidates, forms[p], size);
+    const auto parts = candidates.parts(forms[p]);
+    pending.insert(pending.end(), parts.begin(), parts.end());
+  }
+  return size;
+}
+
 class Chooser {
  public:
   explicit Chooser(const Candidates& candidates) : candidates_(candidates), order_(candidates) {}
@@ -32,11 +60,8 @@ class Chooser {
   /// (and p q true) and (and p q p) are more than (and p q), though true may be needed elsewhere.
   std::uint64_t cost(CandidateId c) const noexcept {
     const Candidates::Candidate& own = candidates_[c];
-    return (std::uint64_t{own.cost} << term_shift) + (std::uint64_t{is_operation(c)} << operation_shift) +
-           own.num_idle;
-  }
-  bool is_operation(CandidateId c) const noexcept {
-    return candidates_[c].cost > 1 || !candidates_.parts(c).empty();
+    return (std::uint64_t{own.cost} << term_shift) +
+           (std::uint64_t{is_operation(candidates_, c)} << operation_shift) + own.num_idle;
   }
   std::span<const Place> parts(CandidateId c) const noexcept { return candidates_.parts(c); }
   std::uint64_t take(std::span<const Place> places, std::uint64_t most);
@@ -244,10 +269,7 @@ void Chooser::improve() {
 Size Chooser::size() const {
   Size size{0, 0, 0};
   for (Place p = 0; p < uses_.size(); ++p) {
-    if (uses_[p] == 0) continue;
-    size.terms += candidates_[chosen_[p]].cost;
-    size.operations += is_operation(chosen_[p]) ? 1 : 0;
-    size.idle_parts += candidates_[chosen_[p]].num_idle;
+    if (uses_[p] != 0) count(candidates_, chosen_[p], size);
   }
   return size;
 }
@@ -263,13 +285,12 @@ Choice choose(const Question& question) {
   Chooser chooser(candidates);
   Choice choice;
   const std::vector<CandidateId> written = candidates.as_written(true);
-  const std::vector<CandidateId> unchanged = candidates.as_written(false);
+  choice.as_written = size_of(candidates, candidates.as_written(false));
   std::vector<CandidateId> best;
   Size before;
   const bool is_possible = chooser.begin(written);
   if (is_possible || chooser.begin(candidates.without_circles(question.graph, written))) {
     before = chooser.size();
-    if (is_possible && written == unchanged) choice.as_written = before;
     chooser.improve();
     choice.size = chooser.size();
     best = chooser.chosen();
@@ -284,8 +305,7 @@ Choice choose(const Question& question) {
     }
   }
   if (best.empty() && candidates.num_places() != 0) return {};
-  if (written != unchanged && chooser.begin(unchanged)) choice.as_written = chooser.size();
-  choice.is_written_twice = candidates.is_written_twice();
+  choice.is_written_twice = candidates.is_written_twice() || !is_possible;
   choice.form.assign(question.graph.num_classes(), none);
   for (Place p = 0; p < best.size(); ++p) choice.form[candidates.class_at(p)] = candidates[best[p]].form;
   return choice;

@@ -39,9 +39,9 @@ struct Size {
 struct Choice {
   std::vector<FormId> form;
   Size size;
-  /// What the roots would need as they were written; unknown where that goes round in a circle.
+  /// What the roots would need as they were written.
   Size as_written;
-  /// Something was written in several ways, of which `as_written` counts one.
+  /// Something was written in several ways, of which `as_written` counts one: it was no less.
   bool is_written_twice = false;
 };
 
