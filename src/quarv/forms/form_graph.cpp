@@ -33,18 +33,17 @@ constexpr std::string_view nested[] = {"-", "/", "div", "=>", "xor", "bvsub"};
 }  // namespace
 
 HeadId FormGraph::head(std::string_view text, std::uint32_t cost) {
-  const auto [entry, is_new] =
-      heads_by_text_.try_emplace(std::string(text), static_cast<HeadId>(heads_.size()));
-  if (is_new) {
-    Head h{entry->first, nullptr, cost};
-    h.is_chain = is_one_of(text, chains);
-    h.is_idempotent = is_one_of(text, idempotent);
-    h.is_read = text == "select";
-    h.is_write = text == "store";
-    h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;
-    heads_.push_back(std::move(h));
-  }
-  return entry->second;
+  if (const auto known = heads_by_text_.find(text); known != heads_by_text_.end()) return known->second;
+  const auto head = static_cast<HeadId>(heads_.size());
+  Head h{std::string(text), nullptr, cost};
+  h.is_chain = is_one_of(text, chains);
+  h.is_idempotent = is_one_of(text, idempotent);
+  h.is_read = text == "select";
+  h.is_write = text == "store";
+  h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;
+  heads_by_text_.emplace(text, head);
+  heads_.push_back(std::move(h));
+  return head;
 }
 
 HeadId FormGraph::head(const Symbol* symbol, std::string_view text, std::uint32_t cost) {

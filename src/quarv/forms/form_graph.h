@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -116,6 +117,14 @@ class FormGraph {
     const DataType* sort;
   };
 
+  /// Finds a text without a copy of it.
+  struct TextHash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+
   /// A place of the table. The hash tells most other forms apart without a look at them.
   struct Entry {
     std::uint32_t hash = 0;
@@ -135,7 +144,7 @@ class FormGraph {
   bool close_once();
 
   std::vector<Head> heads_;
-  std::unordered_map<std::string, HeadId> heads_by_text_;
+  std::unordered_map<std::string, HeadId, TextHash, std::equal_to<>> heads_by_text_;
   hsh::HashMap<const Symbol*, HeadId> heads_by_symbol_;
   LargeVector<Class> classes_;
   LargeVector<Form> forms_;

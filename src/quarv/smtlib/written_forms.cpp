@@ -37,11 +37,21 @@ forms::HeadId WrittenForms::head_of(const Operator& op, std::span<const std::siz
     if (is_new) known->second = graph_.head(op.name);
     return known->second;
   }
+  constexpr std::size_t most = std::tuple_size_v<decltype(IndexedOperator::indices)>;
+  forms::HeadId* known = nullptr;
+  if (index == nullptr && indices.size() <= most) {
+    IndexedOperator key{&op, {}};
+    std::ranges::copy(indices, key.indices.begin());
+    known = &indexed_heads_[key];
+    if (*known != 0) return *known - 1;
+  }
   std::string text = "(_ ";
   text += op.name;
   for (std::size_t i : indices) text += ' ' + std::to_string(i);
   if (index != nullptr) text += ' ' + m_.get_number(index)->to_string();
-  return graph_.head(text + ')');
+  const forms::HeadId head = graph_.head(text + ')');
+  if (known != nullptr) *known = head + 1;
+  return head;
 }
 
 WrittenForms::ClassId WrittenForms::application(const Operator& op, std::span<const std::size_t> indices,
@@ -74,18 +84,19 @@ bool is_printers(std::string_view name) {
 }  // namespace
 
 std::unordered_map<WrittenForms::ClassId, std::string> WrittenForms::let_names() const {
+  std::unordered_map<ClassId, std::string> names;
+  if (let_names_.empty()) return names;
   std::unordered_map<std::string_view, ClassId> owners;
-  const auto claim = [&](std::string_view name, ClassId c) {
-    const auto [entry, is_new] = owners.try_emplace(name, c);
-    if (!is_new && entry->second != c) entry->second = forms::none;
-  };
-  for (const auto& [c, name] : let_names_) claim(name, graph_.find(c));
+  for (const auto& [c, name] : let_names_) {
+    const ClassId owner = graph_.find(c);
+    const auto [entry, is_new] = owners.try_emplace(name, owner);
+    if (!is_new && entry->second != owner) entry->second = forms::none;
+  }
   for (forms::HeadId h = 0; h < graph_.num_heads(); ++h) {
     const forms::Head& head = graph_.head_at(h);
-    claim(head.symbol != nullptr ? std::string_view(head.symbol->name) : std::string_view(head.text),
-          forms::none);
+    const auto taken = owners.find(head.symbol != nullptr ? std::string_view(head.symbol->name) : head.text);
+    if (taken != owners.end()) taken->second = forms::none;
   }
-  std::unordered_map<ClassId, std::string> names;
   for (const auto& [c, name] : let_names_) {
     const ClassId owner = owners.at(name);
     if (owner != forms::none && !is_printers(name)) names.try_emplace(owner, Reader::quoted(name));

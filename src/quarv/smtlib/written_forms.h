@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -12,6 +13,7 @@
 #include <quarv/forms/form_graph.h>
 #include <quarv/smtlib/normal_forms.h>
 #include <quarv/smtlib/script.h>
+#include <quarv/util/hash_map.h>
 
 namespace quarv::smtlib {
 
@@ -66,6 +68,18 @@ class WrittenForms {
   const std::vector<std::pair<ClassId, Node>>& met() const noexcept { return met_; }
 
  private:
+  /// "(_ extract 7 0)", "((_ to_fp 8 24)": as many indices as nearly all operators have.
+  struct IndexedOperator {
+    const Operator* op;
+    std::array<std::size_t, 2> indices;
+    bool operator==(const IndexedOperator&) const = default;
+  };
+  struct IndexedHash {
+    std::uint64_t operator()(const IndexedOperator& o) const noexcept {
+      return reinterpret_cast<std::uintptr_t>(o.op) + 31 * o.indices[0] + 1009 * o.indices[1];
+    }
+  };
+
   forms::HeadId head_of(const Operator& op, std::span<const std::size_t> indices, const Term* index);
   ClassId add(forms::HeadId head, Arguments arguments, Node n);
 
@@ -73,6 +87,7 @@ class WrittenForms {
   forms::FormGraph graph_;
   NormalForms normal_;
   std::unordered_map<const Operator*, forms::HeadId> operator_heads_;
+  hsh::HashMap<IndexedOperator, forms::HeadId, IndexedHash> indexed_heads_;  // one more than the number
   std::unordered_map<const Symbol*, std::uint32_t> declared_;
   std::unordered_map<const Symbol*, std::string> variable_sorts_;
   std::vector<std::pair<ClassId, Node>> met_;
