@@ -5,6 +5,7 @@
 #include <ostream>
 #include <sstream>
 #include <tuple>
+#include <utility>
 
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/reader.h>
@@ -110,88 +111,149 @@ std::size_t longest_round(std::size_t longest_output) {
   return longest_output == std::string::npos ? longest_output : 4 * longest_output;
 }
 
+/// The rounds over one script: each reads what the one before it has printed, until nothing changes any more.
+class Rounds {
+ public:
+  Rounds(std::string_view input, const std::string& file, const SimplifyOptions& options)
+      : input_(input),
+        file_(file),
+        options_(options),
+        longest_(longest_output(input, options)),
+        smallest_(options.smallest && !options.library_semantics),
+        shrinks_(smallest_ && options.sharing == Sharing::automatic),
+        text_(input) {}
+
+  /// The text that the script settles at; lives as long as this and the input.
+  std::string_view settle();
+  const SimplifyReport& report() const noexcept { return report_; }
+
+ private:
+  struct Printed {
+    std::string text;
+    bool is_stable = true;  ///< as the printer judges it: whoever reads the text will print it
+    std::unique_ptr<ChosenScript> chosen;
+  };
+
+  bool is_first() const noexcept { return report_.rounds == 1; }
+  std::optional<Printed> round();
+  Script read(Session& session, Reader& reader);
+  bool is_better(const Printed& printed);
+  bool is_last(const Printed& printed) const;
+
+  const std::string_view input_;
+  const std::string& file_;
+  const SimplifyOptions& options_;
+  const std::size_t longest_;  // output
+  const bool smallest_;
+  bool shrinks_;  // each round so far has made the script smaller
+  SimplifyReport report_;
+  std::uint64_t largest_of_user_ = 0;
+  std::string_view text_;         // to be read
+  std::string previous_;          // owns it from the second round on
+  std::string lines_;             // the input, each command on a line
+  forms::Size of_text_{0, 0, 0};  // what was chosen when it was printed: nothing is smaller than the input
+};
+
+std::string_view Rounds::settle() {
+  constexpr std::size_t large_text = 1 << 20;
+  for (;; ++report_.rounds) {
+    if (!is_first() && text_.size() > large_text) give_back_freed();
+    std::optional<Printed> printed = round();
+    if (!printed) return input_;
+    const bool stays = shrinks_ && !is_better(*printed);
+    if (!stays) {
+      const bool last = is_last(*printed);
+      previous_ = std::move(printed->text);
+      text_ = previous_;
+      if (!last) continue;
+    }
+    return text_.size() > longest_ ? input_ : text_;
+  }
+}
+
+/// Reads and prints the text; nothing when the result is much too long.
+std::optional<Rounds::Printed> Rounds::round() {
+  Session session(options_);
+  std::optional<WrittenForms> written;
+  if (smallest_) written.emplace(session.manager());
+  Reader reader(session, {.written = written ? &*written : nullptr, .lenient = options_.lenient});
+  const auto start = std::chrono::steady_clock::now();
+  const Script script = read(session, reader);
+  report_.read_seconds += seconds_since(start);
+  const auto read = std::chrono::steady_clock::now();
+  Printed printed;
+  std::unique_ptr<ChosenScript>& chosen = printed.chosen;
+  if (written) {
+    session.simplifier().set_observer(nullptr);
+    chosen = choose_smallest(session.manager(), *written, script,
+                             [&session](const Term* t) { return session.normalize(t); });
+    if (chosen != nullptr) written.reset();
+  }
+  shrinks_ = shrinks_ && chosen != nullptr;
+  BoundedText out(longest_round(longest_));
+  try {
+    const PrintResult result = chosen != nullptr
+                                   ? print(*chosen->manager, chosen->script, out.stream(), options_.sharing)
+                                   : print(session.manager(), script, out.stream(), options_.sharing);
+    printed.is_stable = result.stable;
+  } catch (const BoundedText::TooLong&) {
+    return std::nullopt;
+  }
+  printed.text = std::move(out).take();
+  // How the input is laid out must not decide.
+  if (shrinks_ && is_first() && !(chosen->size < chosen->as_written))
+    text_ = lines_ = on_lines(text_, script);
+  report_.print_seconds += seconds_since(read);
+  return printed;
+}
+
+/// A further round repeats what the first one did: only that one is observed.
+Script Rounds::read(Session& session, Reader& reader) {
+  if (!is_first()) {
+    Script script = reader.read_in_place(text_, file_);
+    if (!shrinks_) forget_own_definitions(script, largest_of_user_);
+    return script;
+  }
+  Script script = read_observed(session, reader, text_, file_, options_);
+  largest_of_user_ = std::max(script.largest_dollar_name, script.largest_dollar_definition);
+  report_.passed_through =
+      static_cast<std::size_t>(std::ranges::count(script.commands, Command::Kind::foreign, &Command::kind));
+  return script;
+}
+
+/// What does not become smaller stays, so that it is a fixed point: whoever reads it takes its definitions
+/// for the user's own, as this does.
+bool Rounds::is_better(const Printed& printed) {
+  const forms::Size before = std::exchange(of_text_, printed.chosen->size);
+  return is_smaller(*printed.chosen, printed.text, text_, before, file_, options_.lenient);
+}
+
+/// The order of creation decides how commutative operations and sums look. When the printed text creates its
+/// terms in another order, it is simplified again, as whoever reads it would. The printer notices nearly
+/// every such case, as long as it names what is shared; where it does not, or where it costs next to nothing,
+/// the text is read again in any case.
+bool Rounds::is_last(const Printed& printed) const {
+  constexpr std::size_t most_rounds = 8;
+  constexpr std::size_t small_text = 256 << 10;
+  if (shrinks_) return report_.rounds >= most_shrinking_rounds(text_);
+  const bool trusted =
+      printed.is_stable && printed.text.size() > small_text && options_.sharing != Sharing::none;
+  return trusted || printed.text == previous_ || report_.rounds == most_rounds;
+}
+
 }  // namespace
 
 SimplifyReport simplify_script(std::string_view text, const std::string& file, std::ostream& out,
                                const SimplifyOptions& options) {
-  // The order of creation decides how commutative operations and sums look. When the printed text creates its
-  // terms in another order, it is simplified again, as whoever reads it would. The printer notices nearly
-  // every such case, as long as it names what is shared; where it does not, or where it costs next to
-  // nothing, the text is read again in any case.
-  constexpr std::size_t most_rounds = 8;
-  constexpr std::size_t small_text = 256 << 10;
-  constexpr std::size_t large_text = 1 << 20;
-  SimplifyReport report;
-  const std::string_view input = text;
-  const std::size_t longest = longest_output(input, options);
-  std::string previous;
-  const auto finish = [&](std::string_view result) {
-    if (result.size() > longest) result = input;
-    if (options.width == 0) {
-      write_text(out, result);
-    } else {
-      write_text(out, laid_out(input, result, options.width));
-    }
-    if (options.trace != nullptr) trace_output(input, result, file, options);
-    return report;
-  };
-  std::string lines;             // the input
-  forms::Size of_text{0, 0, 0};  // nothing is smaller
-  std::uint64_t largest_of_user = 0;
-  const bool smallest = options.smallest && !options.library_semantics;
-  bool shrinks = smallest && options.sharing == Sharing::automatic;
-  for (;; ++report.rounds) {
-    if (report.rounds != 1 && text.size() > large_text) give_back_freed();
-    Session session(options);
-    std::optional<WrittenForms> written;
-    if (smallest) written.emplace(session.manager());
-    Reader reader(session, {.written = written ? &*written : nullptr, .lenient = options.lenient});
-    const auto start = std::chrono::steady_clock::now();
-    // A further round repeats what the first one did.
-    Script script = report.rounds == 1 ? read_observed(session, reader, text, file, options)
-                                       : reader.read_in_place(text, file);
-    if (report.rounds == 1) {
-      largest_of_user = std::max(script.largest_dollar_name, script.largest_dollar_definition);
-      report.passed_through = static_cast<std::size_t>(
-          std::ranges::count(script.commands, Command::Kind::foreign, &Command::kind));
-    }
-    if (!shrinks && report.rounds != 1) forget_own_definitions(script, largest_of_user);
-    report.read_seconds += seconds_since(start);
-    const auto read = std::chrono::steady_clock::now();
-    BoundedText printed(longest_round(longest));
-    std::unique_ptr<ChosenScript> chosen;
-    if (written) {
-      session.simplifier().set_observer(nullptr);
-      chosen = choose_smallest(session.manager(), *written, script,
-                               [&session](const Term* t) { return session.normalize(t); });
-      if (chosen != nullptr) written.reset();
-    }
-    PrintResult result;
-    try {
-      result = chosen != nullptr ? print(*chosen->manager, chosen->script, printed.stream(), options.sharing)
-                                 : print(session.manager(), script, printed.stream(), options.sharing);
-    } catch (const BoundedText::TooLong&) {
-      return finish(input);
-    }
-    report.print_seconds += seconds_since(read);
-    std::string now = std::move(printed).take();
-    const bool trusted = result.stable && now.size() > small_text && options.sharing != Sharing::none;
-    shrinks = shrinks && chosen != nullptr;
-    if (shrinks) {
-      // Each round makes the script smaller; what does not become smaller stays, so that it is a fixed point:
-      // whoever reads it takes its definitions for the user's own, as this does.
-      // How the input is laid out must not decide.
-      if (report.rounds == 1 && !(chosen->size < chosen->as_written)) text = lines = on_lines(text, script);
-      const bool better = is_smaller(*chosen, now, text, of_text, file, options.lenient);
-      of_text = chosen->size;
-      if (!better) now = text;
-      if (!better || report.rounds >= most_shrinking_rounds(text)) return finish(now);
-    }
-    const bool settled = trusted || now == previous;
-    if (!shrinks && (settled || report.rounds == most_rounds)) return finish(now);
-    previous = std::move(now);
-    text = previous;
+  Rounds rounds(text, file, options);
+  const std::string_view result = rounds.settle();
+  if (options.width == 0) {
+    write_text(out, result);
+  } else {
+    write_text(out, laid_out(text, result, options.width));
   }
+  if (options.trace != nullptr) trace_output(text, result, file, options);
+  return rounds.report();
 }
 
 std::string smallest_text(const TermManager& manager, std::span<const Term* const> formulas,
