@@ -207,14 +207,14 @@ class RuleCandidates {
   }
 
   /// Nested choices may have moved a width.
-  bool fits(const quarv::rules::Operator& op, const std::vector<std::size_t>& parameters,
+  bool fits(const quarv::rules::OperatorWord& op, const std::vector<std::size_t>& parameters,
             const std::vector<const Term*>& arguments) const {
     if (op.shape == Shape::extract) return parameters[0] < width_of(arguments[0]);
     return op.shape == Shape::concat || arguments.size() < 2 ||
            width_of(arguments[0]) == width_of(arguments[1]);
   }
 
-  const Term* apply(const quarv::rules::Operator& op, const std::vector<std::size_t>& p,
+  const Term* apply(const quarv::rules::OperatorWord& op, const std::vector<std::size_t>& p,
                     const std::vector<const Term*>& a) {
     return mgr_->do_make_term(mgr_->operation_symbol(quarv::operator_row(op.tag), p, a), a);
   }
@@ -367,7 +367,7 @@ class RuleCandidates {
     return {nullptr, static_cast<std::int64_t>(integer(name))};
   }
 
-  Piece parse_arguments(const quarv::rules::Operator& op) {
+  Piece parse_arguments(const quarv::rules::OperatorWord& op) {
     std::vector<std::size_t> parameters;
     for (std::size_t i = 0; i < op.num_parameters; ++i) {
       parameters.push_back(static_cast<std::size_t>(integer(word())));
@@ -390,7 +390,7 @@ class RuleCandidates {
     return name[0] == 'n' ? 0 : std::stol(name);
   }
 
-  const Term* join(const quarv::rules::Operator& op, const std::vector<Piece>& pieces,
+  const Term* join(const quarv::rules::OperatorWord& op, const std::vector<Piece>& pieces,
                    const std::vector<std::size_t>& parameters) {
     std::vector<const Term*> arguments;
     for (std::size_t i = 0; i < pieces.size(); ++i) {

@@ -214,6 +214,16 @@ TEST_F(Normalizer, EndlessGrowthEndsWithTheBudget) {
   EXPECT_EQ(mgr.type_of(result), mgr.type_of(x));
 }
 
+TEST_F(Normalizer, WhatAnEarlierAttemptMadeGivesNoFurtherSteps) {
+  TermNormalizer own;
+  add_rules(&own, "rewrite(bvnot(t), ) >> bvnot(bvadd(t, t))");
+  const Term* endless = mgr.make_bv_not(x);
+  own.normalize(&mgr, endless);
+  const auto steps = own.statistics().applied;
+  own.normalize(&mgr, endless);
+  EXPECT_EQ(own.statistics().applied, 2 * steps);
+}
+
 TEST_F(Normalizer, StopsRulesThatUndoEachOtherAtOneTerm) {
   const char* const text =
       "rewrite(bvsub(t1, t2), ) >> bvxor(t1, t2)\nrewrite(bvxor(t1, t2), ) >> bvsub(t1, t2)\n";

@@ -98,9 +98,9 @@ inline const Term* TermNormalizer::form_of(const Term* t) {
 
 // Rewriting.
 
-inline void TermNormalizer::note_visit(const Term* t) {
+inline void TermNormalizer::note_visit(bool is_input) noexcept {
   ++visited_;
-  if (t->id < first_new_id_) ++visited_before_;
+  visited_inputs_ += is_input ? 1 : 0;
 }
 
 const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t, std::uint64_t most_steps) {
@@ -108,7 +108,7 @@ const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t, std::uint
   most_steps_ = most_steps;
   if (is_finished(t)) return entry(t);
   try {
-    push(t);
+    push(t, true);
     run();
   } catch (...) {
     abandon();
@@ -135,7 +135,7 @@ void TermNormalizer::prepare(TermManager* mgr) {
   first_new_id_ = mgr->num_terms();
   applied_ = 0;
   visited_ = 0;
-  visited_before_ = 0;
+  visited_inputs_ = 0;
   budget_spent_ = false;
 }
 
@@ -146,7 +146,7 @@ void TermNormalizer::abandon() {
 }
 
 std::uint64_t TermNormalizer::budget() const {
-  return std::min(most_steps_, step_budget_.value_or(base_budget + budget_per_term * visited_before_));
+  return std::min(most_steps_, step_budget_.value_or(base_budget + budget_per_term * visited_inputs_));
 }
 
 void TermNormalizer::run() {
@@ -175,10 +175,10 @@ void TermNormalizer::unwind() {
   while (!stack_.empty()) finish(rebuild(stack_.back().current, false));
 }
 
-void TermNormalizer::push(const Term* t) {
-  note_visit(t);
+void TermNormalizer::push(const Term* t, bool is_input) {
+  note_visit(is_input);
   entry(t) = in_progress;
-  stack_.push_back({t, trail_.size(), 0});
+  stack_.push_back({t, trail_.size(), 0, is_input});
   trail_.push_back({t, false});
 }
 
@@ -191,10 +191,10 @@ bool TermNormalizer::push_next_child(Frame& frame) {
     const Term*& form = entry(child);
     if (form != nullptr) continue;
     if (mgr_->arity(child) != 0 || index_.has_rules(mgr_->get_tag(child->symbol))) {
-      push(child);
+      push(child, frame.is_input);
       return true;
     }
-    note_visit(child);
+    note_visit(frame.is_input);
     form = child;
   }
   return false;
@@ -245,6 +245,7 @@ void TermNormalizer::advance(const Term* next) {
   form = in_progress;
   trail_.push_back({next, false});
   stack_.back().current = next;
+  stack_.back().is_input = false;
   stack_.back().next_child = 0;
 }
 

@@ -115,8 +115,8 @@ class QUARV_API TermNormalizer {
   void set_inputs_are_simplified(bool yes) noexcept { inputs_are_simplified_ = yes; }
 
   /// Limits the rule applications of each call of `normalize`. Without a limit set, the budget grows with the
-  /// input: `base_budget` applications and `budget_per_term` for each term
-  /// visited that was there before the call.
+  /// input: `base_budget` applications and `budget_per_term` for each of its terms that is visited. What rules
+  /// make gives them no further budget, even where an earlier call had made the same.
   void set_step_budget(std::uint64_t n) { step_budget_ = n; }
   void reset_step_budget() { step_budget_.reset(); }
   static constexpr std::uint64_t base_budget = 1 << 14;
@@ -143,6 +143,7 @@ class QUARV_API TermNormalizer {
     const Term* current;      // the last term of its trail
     std::size_t trail_begin;  // its trail: what it has been rewritten to so far, beginning with itself
     std::uint32_t next_child;
+    bool is_input;  // a term of the input that has not been rewritten
   };
 
   struct TrailEntry {
@@ -172,8 +173,8 @@ class QUARV_API TermNormalizer {
   const Term*& entry(const Term* t) { return cache_[t]; }
   bool is_finished(const Term* t);
   const Term* form_of(const Term* t);
-  void note_visit(const Term* t);
-  void push(const Term* t);
+  void note_visit(bool is_input) noexcept;
+  void push(const Term* t, bool is_input);
   bool push_next_child(Frame& frame);
   const Term* rebuild(const Term* t, bool always);
   const Term* apply_rule(const Term* t);
@@ -204,7 +205,7 @@ class QUARV_API TermNormalizer {
   std::uint64_t most_steps_ = no_limit;
   std::uint64_t applied_ = 0;
   std::uint64_t visited_ = 0;
-  std::uint64_t visited_before_ = 0;  // those that were there before the call
+  std::uint64_t visited_inputs_ = 0;  // those of the input
   bool budget_spent_ = false;
 };
 
