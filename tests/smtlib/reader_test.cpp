@@ -178,9 +178,26 @@ TEST(Reader, DeclarationsThatCannotBeToldApartAreRefused) {
   EXPECT_EQ(error_of(f + "(assert (! true :named f))"), "in.smt2:1:75: error: f is declared twice");
   EXPECT_EQ(error_of("(declare-const f Int)(declare-fun f (Int) Int)"),
             "in.smt2:1:35: error: f is declared twice");
-  EXPECT_EQ(error_of(f + "(declare-fun f (Real) Int)"),
-            "in.smt2:1:65: error: f is declared twice, for arguments that differ in Int and Real alone");
-  EXPECT_EQ(error_of("(declare-fun g (Int Bool) Int)(declare-fun g (Real Real) Int)"), "no error");
+  EXPECT_EQ(error_of(f + "(declare-fun f (Real) Int)(declare-fun f (Real) Real)"),
+            "in.smt2:1:91: error: f is declared twice");
+}
+
+TEST(Reader, FunctionsThatDifferInIntAndRealAreToldApart) {
+  const std::string f = "(declare-const x Int)(declare-fun f (Int) Int)(declare-fun f (Real) Int)";
+  EXPECT_TRUE(same_term(f, "(= (f 1.0) 2)", "(= (f (to_real 1)) 2)"));
+  EXPECT_TRUE(same_term(f, "(= (f (/ 4 2)) 2)", "(= (f 2.0) 2)"));
+  EXPECT_FALSE(same_term(f, "(= (f 1.0) 2)", "(= (f 1) 2)"));
+  EXPECT_FALSE(same_term(f, "(= (f x) 2)", "(= (f (to_real x)) 2)"));
+  EXPECT_TRUE(same_term(f, "(= (f (to_int 1.0)) 2)", "(= (f 1) 2)"));
+  const std::string g = "(declare-fun g (Real Real) Int)(declare-fun g (Int Int) Int)";
+  EXPECT_TRUE(same_term(g, "(= (g 1 2.0) 2)", "(= (g 1.0 2.0) 2)"));
+  EXPECT_FALSE(same_term(g, "(= (g 1 2) 2)", "(= (g 1 2.0) 2)"));
+  const std::string h = "(declare-fun h (Int Real) Int)(declare-fun h (Real Int) Int)";
+  EXPECT_EQ(error_of(h + "(assert (= (h 1 1.0) (h 1.0 1)))"), "no error");
+  EXPECT_EQ(error_of(h + "(assert (= (h 1 1) 0))"),
+            "in.smt2:1:72: error: h: several declarations take arguments of sorts (Int Int)");
+  EXPECT_EQ(error_of(h + "(assert (= (h 1.0 2.5) 0))"),
+            "in.smt2:1:72: error: h: no declaration takes arguments of sorts (Real Real)");
 }
 
 TEST(Reader, DeclarationsOfALevelEndWithIt) {

@@ -45,12 +45,13 @@ std::unordered_map<const Symbol*, std::pair<std::uint32_t, std::uint32_t>> visib
 class Writer {
  public:
   Writer(TermManager& from, const forms::FormGraph& graph, const std::vector<FormId>& chosen, TermManager& to,
-         std::unordered_map<const Symbol*, const Term*>& variables)
+         std::unordered_map<const Symbol*, const Term*>& variables, const WrittenForms& written)
       : from_(from),
         graph_(graph),
         chosen_(chosen),
         to_(to),
         variables_(variables),
+        written_(written),
         terms_(graph.num_classes()) {}
 
   /// Gives the terms of an annotation that stay as they were written.
@@ -67,12 +68,14 @@ class Writer {
   /// Other sorts of the source mean nothing to the other manager, which prints them and no more.
   const DataType* sort(const DataType* s) const { return s == from_.bool_type ? to_.bool_type : s; }
   const Symbol* symbol(ClassId c, const forms::Form& f);
+  void convert_arguments(const Symbol* function, const forms::Form& f);
 
   TermManager& from_;
   const forms::FormGraph& graph_;
   const std::vector<FormId>& chosen_;
   TermManager& to_;
   std::unordered_map<const Symbol*, const Term*>& variables_;
+  const WrittenForms& written_;
   std::vector<const Term*> terms_;
   std::vector<const Term*> args_;
   std::vector<const DataType*> types_;
@@ -125,8 +128,23 @@ const Term* Writer::made(ClassId c, const forms::Form& f) {
       for (const Term* p : from_.args_of(annotated_by(f.head)).subspan(1)) patterns.push_back(as_written(p));
       return to_.make_annotation(args_[0], from_.annotation_attributes(head.symbol), patterns);
     }
+    if (written_.needs_exact_sorts(head.symbol)) convert_arguments(head.symbol, f);
   }
   return to_.do_make_term(symbol(c, f), args_);
+}
+
+/// An Int that was written where the function takes a Real, or a Real where it takes an Int, could be read as
+/// an argument of another function.
+void Writer::convert_arguments(const Symbol* function, const forms::Form& f) {
+  const auto children = graph_.children(f);
+  for (std::size_t i = 0; i < children.size(); ++i) {
+    const DataType* const wanted = from_.argument_type(function, i);
+    const DataType* const found = graph_.sort(children[i]);
+    if (wanted == found || !from_.is_arithmetic_type(wanted)) continue;
+    const char* const conversion = wanted == from_.rat_type ? "to_real" : "to_int";
+    args_[i] =
+        to_.do_make_term(to_.make_opaque_symbol(conversion, {to_.type_of(args_[i])}, wanted), {args_[i]});
+  }
 }
 
 const Symbol* Writer::symbol(ClassId c, const forms::Form& f) {
@@ -145,8 +163,9 @@ const Symbol* Writer::symbol(ClassId c, const forms::Form& f) {
 /// Terms that stay as they were written: only the library's own operators.
 class BaseForms {
  public:
-  BaseForms(TermManager& from, TermManager& to, std::unordered_map<const Symbol*, const Term*>& variables)
-      : from_(from), to_(to), variables_(variables), normal_(from, graph_) {}
+  BaseForms(TermManager& from, TermManager& to, std::unordered_map<const Symbol*, const Term*>& variables,
+            const WrittenForms& written)
+      : from_(from), to_(to), variables_(variables), written_(written), normal_(from, graph_) {}
 
   const Term* term(const Term* t) {
     const Node n(t, false);
@@ -161,7 +180,7 @@ class BaseForms {
     for (ClassId i = 0; i < graph_.num_classes(); ++i) {
       if (base[i] == none) base[i] = graph_.first_form(i);
     }
-    Writer writer(from_, graph_, base, to_, variables_);
+    Writer writer(from_, graph_, base, to_, variables_, written_);
     // A pattern may hold annotated terms, too.
     writer.as_written = [this](const Term* pattern) { return term(pattern); };
     writer.annotated_by = [this](forms::HeadId h) { return normal_.annotated_by(h); };
@@ -172,6 +191,7 @@ class BaseForms {
   TermManager& from_;
   TermManager& to_;
   std::unordered_map<const Symbol*, const Term*>& variables_;
+  const WrittenForms& written_;
   forms::FormGraph graph_;
   NormalForms normal_;
 };
@@ -267,8 +287,8 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   chosen->as_written = choice.as_written;
   chosen->is_written_twice = choice.is_written_twice;
   std::unordered_map<const Symbol*, const Term*> variables;
-  Writer writer(manager, graph, choice.form, *chosen->manager, variables);
-  BaseForms base_forms(manager, *chosen->manager, variables);
+  Writer writer(manager, graph, choice.form, *chosen->manager, variables, written);
+  BaseForms base_forms(manager, *chosen->manager, variables, written);
   writer.as_written = [&base_forms](const Term* t) { return base_forms.term(t); };
   writer.annotated_by = [&normal](forms::HeadId h) { return normal.annotated_by(h); };
   chosen->script = script;

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include <quarv/forms/choice.h>
@@ -58,6 +59,10 @@ class WrittenForms {
     declared_[symbol] = static_cast<std::uint32_t>(command);
   }
   const std::unordered_map<const Symbol*, std::uint32_t>& declarations() const noexcept { return declared_; }
+  /// Another function of this name takes Int where this one takes Real, or the other way round: an argument
+  /// must be written as what it is.
+  void takes_exact_sorts(const Symbol* function) { exact_.insert(function); }
+  bool needs_exact_sorts(const Symbol* function) const { return exact_.contains(function); }
 
   /// How many terms have been met; `forget_since` such a number: what has been met later will not be
   /// simplified.
@@ -89,6 +94,7 @@ class WrittenForms {
   std::unordered_map<const Operator*, forms::HeadId> operator_heads_;
   hsh::HashMap<IndexedOperator, forms::HeadId, IndexedHash> indexed_heads_;  // one more than the number
   std::unordered_map<const Symbol*, std::uint32_t> declared_;
+  std::unordered_set<const Symbol*> exact_;
   std::unordered_map<const Symbol*, std::string> variable_sorts_;
   std::vector<std::pair<ClassId, Node>> met_;
   std::vector<std::pair<ClassId, std::string_view>> let_names_;

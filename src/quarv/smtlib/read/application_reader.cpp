@@ -58,8 +58,7 @@ const Term* Reader::apply(const Frame& frame) {
   limit_sums();
   const Operator::Args args = Operator::Args(values_).subspan(frame.first_value);
   if (frame.kind == Frame::operation) return apply_operator(frame, args);
-  const Symbol* symbol = frame.kind == Frame::function ? frame.symbol : overload_for(frame, args);
-  return apply_function(symbol, frame.start, args);
+  return apply_function(frame.symbol, frame.start, args);
 }
 
 const Term* Reader::apply_operator(const Frame& frame, Operator::Args args) {

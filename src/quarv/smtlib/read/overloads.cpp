@@ -1,12 +1,15 @@
+#include <algorithm>
 #include <string>
 
 #include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/written_forms.h>
 
 namespace quarv::smtlib {
 
 // Functions of one name. Solvers let a name be declared for several lists of argument sorts, and tell
-// applications apart by the sorts of their arguments. Constants are not overloaded: a use would have to name
-// its sort.
+// applications apart by the sorts of their arguments. An Int may stand where a Real is needed, so that
+// several functions may take the same arguments: then it is the one that has exactly their sorts. Constants
+// are not overloaded: a use would have to name its sort.
 
 namespace {
 
@@ -26,15 +29,6 @@ Difference difference(const TermManager& m, const Symbol* f, const Symbol* g) {
   return result;
 }
 
-bool takes(const TermManager& m, const Symbol* f, Operator::Args args) {
-  if (m.arity(f) != args.size()) return false;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const DataType* wanted = m.argument_type(f, i);
-    if (m.get_supertype(m.type_of(args[i]), wanted) != wanted) return false;
-  }
-  return true;
-}
-
 }  // namespace
 
 bool Reader::is_function(const TermNames::Name* name) noexcept {
@@ -50,32 +44,64 @@ const Term* Reader::bind_declared(const Token& name, const Symbol* symbol) {
   const TermMeaning before = known->meaning;
   if (before.kind == TermMeaning::function) overloads_.push_back({before.symbol, nullptr});
   const Overload* others = before.kind == TermMeaning::function ? &overloads_.back() : before.overloads;
+  WrittenForms* const written = options_.written;
   for (const Overload* other = others; other != nullptr; other = other->next) {
-    switch (difference(manager_, symbol, other->symbol)) {
-      case Difference::none:
-        fail(name.start, std::string(name.text) + " is declared twice");
-      case Difference::kinds_of_numbers:
-        // A number that is an Int here may be written as a Real.
-        fail(name.start,
-             std::string(name.text) + " is declared twice, for arguments that differ in Int and Real alone");
-      case Difference::sorts:
-        break;
-    }
+    const Difference d = difference(manager_, symbol, other->symbol);
+    if (d == Difference::none) fail(name.start, std::string(name.text) + " is declared twice");
+    if (d == Difference::sorts || written == nullptr) continue;
+    written->takes_exact_sorts(symbol);
+    written->takes_exact_sorts(other->symbol);
   }
+  if (written != nullptr) written->declared(symbol, num_commands_);
   overloads_.push_back({symbol, others});
   names_.bind(names_.enter(key), TermMeaning::of(&overloads_.back()));
   return nullptr;
 }
 
-/// The function that takes the arguments. There are no two: they would differ in Int and Real alone.
-const Symbol* Reader::overload_for(const Frame& frame, Operator::Args args) {
-  for (const Overload* o = frame.overloads; o != nullptr; o = o->next) {
-    if (takes(manager_, o->symbol, args)) return o->symbol;
+/// The sort of an argument as it was written: a number that is an integer may be a Real.
+const DataType* Reader::written_sort(std::size_t value) const {
+  return is_real_value(value) ? manager_.rat_type : manager_.type_of(values_[value]);
+}
+
+/// How well a function takes the arguments of a frame.
+Reader::Fit Reader::fit(const Symbol* f, const Frame& frame) const {
+  if (manager_.arity(f) != values_.size() - frame.first_value) return Fit::none;
+  Fit worst = Fit::exact;
+  for (std::size_t i = 0; i < manager_.arity(f); ++i) {
+    const DataType* const wanted = manager_.argument_type(f, i);
+    const DataType* const found = written_sort(frame.first_value + i);
+    if (found == wanted) continue;
+    if (manager_.get_supertype(found, wanted) == wanted) {
+      worst = std::min(worst, Fit::promoted);
+    } else if (manager_.type_of(values_[frame.first_value + i]) == wanted) {
+      worst = std::min(worst, Fit::by_value);
+    } else {
+      return Fit::none;
+    }
   }
+  return worst;
+}
+
+/// The function that takes the arguments best.
+const Symbol* Reader::overload_for(const Frame& frame) {
+  const Symbol* chosen = nullptr;
+  Fit best = Fit::none;
+  bool is_unique = true;
+  for (const Overload* o = frame.overloads; o != nullptr; o = o->next) {
+    const Fit f = fit(o->symbol, frame);
+    if (f < best || f == Fit::none) continue;
+    is_unique = f > best;
+    best = f;
+    chosen = o->symbol;
+  }
+  if (chosen != nullptr && is_unique) return chosen;
   std::string sorts;
-  for (const Term* t : args) sorts += (sorts.empty() ? "" : " ") + manager_.type_of(t)->to_string(200);
-  fail(frame.start,
-       std::string(written_name(frame.start)) + ": no declaration takes arguments of sorts (" + sorts + ')');
+  for (std::size_t i = frame.first_value; i < values_.size(); ++i) {
+    sorts += (sorts.empty() ? "" : " ") + written_sort(i)->to_string(200);
+  }
+  fail(frame.start, std::string(written_name(frame.start)) +
+                        (is_unique ? ": no declaration takes" : ": several declarations take") +
+                        " arguments of sorts (" + sorts + ')');
 }
 
 /// Those of the functions that have the result; null when there are none.

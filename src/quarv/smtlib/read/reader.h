@@ -373,7 +373,12 @@ class QUARV_API Reader {
   // overloads.cpp: functions of one name.
   static bool is_function(const TermNames::Name* name) noexcept;
   const Term* bind_declared(const Token& name, const Symbol* symbol);
-  const Symbol* overload_for(const Frame& frame, Operator::Args args);
+  /// How well a function takes arguments, from bad to good: an Int that was written as a Real as an Int, an
+  /// Int as a Real, or each by its sort.
+  enum class Fit : std::uint8_t { none, by_value, promoted, exact };
+  const DataType* written_sort(std::size_t value) const;
+  Fit fit(const Symbol* f, const Frame& frame) const;
+  const Symbol* overload_for(const Frame& frame);
   const Overload* overloads_with_result(const Overload* all, const DataType* result);
 
   // sort_reader.cpp: sorts.

@@ -229,11 +229,14 @@ void Reader::close_with(const Term* t, FormClass form, bool real) {
 
 void Reader::close(const Token& token) {
   Checkpoint::pass();
-  const Frame frame = frames_.back();
+  Frame frame = frames_.back();
   switch (frame.kind) {
+    case Frame::overloaded:
+      frame.symbol = overload_for(frame);
+      frame.kind = Frame::function;
+      [[fallthrough]];
     case Frame::operation:
-    case Frame::function:
-    case Frame::overloaded: {
+    case Frame::function: {
       const Term* t = apply(frame);
       const bool real = is_real_application(frame, t);
       return close_with(t, written() != nullptr ? written_application(frame, t, real) : no_form, real);
@@ -274,7 +277,6 @@ void Reader::close(const Token& token) {
 Reader::FormClass Reader::written_application(const Frame& frame, const Term* t, bool real) {
   const auto arguments = std::span<const FormClass>(forms_).subspan(frame.first_value);
   if (frame.kind == Frame::function) return options_.written->application(frame.symbol, arguments, t);
-  if (frame.kind == Frame::overloaded) return options_.written->application(t->symbol, arguments, t);
   const Operator& op = *frame.op;
   const std::size_t first = op.index_is_argument ? 1 : 0;
   return options_.written->application(op, std::span(indices_.data() + frame.first, op.num_indices - first),
@@ -286,8 +288,7 @@ Reader::FormClass Reader::written_application(const Frame& frame, const Term* t,
 bool Reader::is_real_application(const Frame& frame, const Term* t) const {
   const DataType* const real = manager_.rat_type;
   if (manager_.type_of(t) != manager_.int_type) return false;
-  if (frame.kind != Frame::operation)
-    return frame.kind == Frame::function && frame.symbol->get_output_type() == real;
+  if (frame.kind == Frame::function) return frame.symbol->get_output_type() == real;
   const std::string_view op = frame.op->name;
   if (op == "/" || op == "to_real" || op == "fp.to_real") return true;
   if (op == "select") return manager_.type_of(values_[frame.first_value])->get_component(2) == real;
