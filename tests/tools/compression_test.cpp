@@ -70,6 +70,48 @@ TEST_F(Compressed, IsReportedWhenDamaged) {
   }
 }
 
+/// A few kilobytes from which more comes than should be kept in memory.
+TEST_F(Compressed, IsNotReadWhereTooMuchWouldComeOfIt) {
+  write("limited.smt2", redundant_script + std::string(2000, '\n'));
+  run("$quarv simplify in.smt2 -o out --trace steps; gzip steps; gzip limited.smt2");
+  const std::string limit = "export QUARV_DECOMPRESSED_LIMIT=1KiB; ";
+  const std::string reason =
+      "it decompresses to more than 1024 bytes, which QUARV_DECOMPRESSED_LIMIT can raise\n";
+  for (const char* command : {"simplify", "certify", "explain", "report", "repl", "replay"}) {
+    const Result r = run(limit + "$quarv " + command + " limited.smt2.gz");
+    EXPECT_EQ(r.status, 1) << command;
+    EXPECT_EQ(r.out, "") << command;
+    EXPECT_EQ(r.err, "quarv: error: cannot read limited.smt2.gz: " + reason) << command;
+  }
+  EXPECT_EQ(run(limit + "$quarv simplify --rules limited.smt2.gz in.smt2").err,
+            "quarv: error: cannot read limited.smt2.gz: " + reason);
+  EXPECT_EQ(run(limit + "$quarv simplify < limited.smt2.gz").err,
+            "quarv: error: cannot read <stdin>: " + reason);
+  EXPECT_EQ(run("QUARV_DECOMPRESSED_LIMIT=0 $quarv simplify limited.smt2.gz").status, 0);
+  EXPECT_EQ(run("QUARV_DECOMPRESSED_LIMIT=2100 $quarv simplify limited.smt2.gz").status, 0);
+  EXPECT_EQ(run("QUARV_DECOMPRESSED_LIMIT=much $quarv simplify limited.smt2.gz").err,
+            "quarv: error: QUARV_DECOMPRESSED_LIMIT: much is not a number of bytes\n");
+  // What is not compressed has no such limit.
+  EXPECT_EQ(run(limit + "gzip -d limited.smt2.gz; $quarv simplify limited.smt2").status, 0);
+}
+
+TEST_F(Compressed, HasALimitByDefault) {
+  const Result r = run("head -c 300M /dev/zero | zstd -q -o zeros.zst; $quarv simplify zeros.zst");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err,
+            "quarv: error: cannot read zeros.zst: it decompresses to more than 256 MiB, which "
+            "QUARV_DECOMPRESSED_LIMIT can raise\n");
+}
+
+TEST_F(Compressed, MembersOfArchivesThatAreTooLargeLeaveTheOthers) {
+  write("large.smt2", redundant_script + std::string(2000, '\n'));
+  const Result r = run(
+      "tar czf all.tgz large.smt2 in.smt2; QUARV_DECOMPRESSED_LIMIT=1KiB $quarv batch all.tgz --out done; "
+      "cat done/results.jsonl");
+  EXPECT_TRUE(has(r.out, "cannot read all.tgz/large.smt2: it decompresses to more than 1024 bytes")) << r.out;
+  EXPECT_EQ(read("done/all.tgz/in.smt2"), simplified_script);
+}
+
 TEST_F(Compressed, IsWrittenWhereTheNameSaysSo) {
   for (const auto& [suffix, tool] : kinds) {
     const std::string file = std::string("out.smt2") + suffix;

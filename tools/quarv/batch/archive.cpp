@@ -4,11 +4,14 @@
 #include <archive.h>
 #include <archive_entry.h>
 #include <array>
+#include <filesystem>
 #include <new>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "io/compression.h"
+#include "io/decompression_limit.h"
 
 namespace quarv::cli {
 
@@ -19,7 +22,7 @@ std::string reason(archive* a) {
   return text != nullptr ? text : "it is damaged";
 }
 
-std::string read_data(archive* a, const std::string& name) {
+std::string read_data(archive* a, const std::string& name, const DecompressionLimit& limit) {
   std::string data;
   std::vector<char> buffer(std::size_t{1} << 16);
   for (;;) {
@@ -27,6 +30,7 @@ std::string read_data(archive* a, const std::string& name) {
     if (n == 0) return data;
     if (n < 0) throw ArchiveError("cannot read " + name + ": " + reason(a));
     data.append(buffer.data(), static_cast<std::size_t>(n));
+    if (!limit.admits(data.size())) throw MemberTooLarge("cannot read " + name + ": " + limit.reason());
   }
 }
 
@@ -66,13 +70,15 @@ bool ArchiveReader::next(std::string& name) {
     const char* text = archive_entry_pathname(entry);
     if (text == nullptr) text = archive_entry_pathname_utf8(entry);
     if (text == nullptr) continue;
-    name = text;
+    name = member_ = text;
     return true;
   }
 }
 
 std::string ArchiveReader::contents() {
-  return read_data(archive_.get(), path_);
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(path_, error);
+  return read_data(archive_.get(), path_ + '/' + member_, DecompressionLimit(error ? 0 : size));
 }
 
 }  // namespace quarv::cli

@@ -15,6 +15,12 @@ class ArchiveError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+/// A file in an archive that `DecompressionLimit` does not admit. The next one can be read.
+class MemberTooLarge : public ArchiveError {
+ public:
+  using ArchiveError::ArchiveError;
+};
+
 /// The name says that it is a tar archive, compressed or not: ".tar", ".tar.gz", ".tgz", ".tar.xz", ...
 bool is_archive_name(std::string_view name);
 
@@ -27,7 +33,7 @@ class ArchiveReader {
   /// Goes to the next file; false at the end. Throws ArchiveError when the archive is damaged.
   bool next(std::string& name);
 
-  /// The bytes of the current file. Throws ArchiveError.
+  /// The bytes of the current file. Throws ArchiveError, MemberTooLarge among them.
   std::string contents();
 
   struct Free {
@@ -38,6 +44,7 @@ class ArchiveReader {
   [[noreturn]] void fail() const;
 
   std::string path_;
+  std::string member_;  // the current file
   std::unique_ptr<archive, Free> archive_;
 };
 

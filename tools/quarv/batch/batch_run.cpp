@@ -142,14 +142,24 @@ class Batch {
       std::string name;
       for (std::size_t place = 0; !wanted.empty() && reader.next(name); ++place) {
         if (wanted.begin()->first != place) continue;
-        const std::string bytes = reader.contents();
-        start(wanted.begin()->second, &bytes);
+        begin_member(reader, wanted.begin()->second);
         wanted.erase(wanted.begin());
       }
     } catch (const ArchiveError& e) {
       error = e.what();
     }
     for (const auto& [place, i] : wanted) finish(i, unreadable_row(inputs_[i], error), false);
+  }
+
+  /// The one at which the reader is.
+  void begin_member(ArchiveReader& reader, std::size_t i) {
+    std::string bytes;
+    try {
+      bytes = reader.contents();
+    } catch (const MemberTooLarge& e) {
+      return finish(i, unreadable_row(inputs_[i], e.what()), false);
+    }
+    start(i, &bytes);
   }
 
   void start(std::size_t i, const std::string* bytes) {

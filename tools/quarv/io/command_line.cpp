@@ -181,6 +181,16 @@ void Program::clear() {
   app_->clear();
 }
 
+std::optional<std::uint64_t> size_in_bytes(std::string text) {
+  const CLI::AsSizeValue to_number(false);
+  try {
+    if (!to_number(text).empty()) return std::nullopt;
+  } catch (const CLI::Error&) {
+    return std::nullopt;
+  }
+  return std::stoull(text);
+}
+
 void refuse_value(const char* option, const std::string& reason) {
   throw CLI::ValidationError(option, reason);
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -98,6 +100,9 @@ class Program : public CommandLine {
   /// Forgets what was read.
   void clear();
 };
+
+/// The bytes that "4GiB", or a number without a unit, says; nothing for a text that says no size.
+std::optional<std::uint64_t> size_in_bytes(std::string text);
 
 /// Ends the reading of a command line with an error. \param option "--trace"
 [[noreturn]] void refuse_value(const char* option, const std::string& reason);

@@ -8,6 +8,7 @@
 #include <new>
 #include <vector>
 
+#include "io/decompression_limit.h"
 #include "io/file_error.h"
 
 namespace quarv::cli {
@@ -77,6 +78,7 @@ std::optional<std::string> decompressed(std::string_view bytes, const std::strin
   if (archive_filter_count(a) < 2) fail();  // there is always one filter, which does nothing
   if (status == ARCHIVE_EOF) return "";
   if (status != ARCHIVE_OK) fail();
+  const DecompressionLimit limit(bytes.size());
   std::string text;
   std::vector<char> buffer(std::size_t{1} << 16);
   for (;;) {
@@ -84,6 +86,7 @@ std::optional<std::string> decompressed(std::string_view bytes, const std::strin
     if (n == 0) return text;
     if (n < 0) fail();
     text.append(buffer.data(), static_cast<std::size_t>(n));
+    if (!limit.admits(text.size())) throw FileError("read", name, limit.reason());
   }
 }
 

@@ -20,8 +20,8 @@ std::string_view suffix_of(Compression compression);
 /// The first bytes are those of compressed data. No SMT-LIB text begins so.
 bool is_compressed(std::string_view bytes);
 
-/// What a compressed file holds; nothing when it is not compressed. Throws FileError when it is damaged, and
-/// when it is not compressed though its name says so.
+/// What a compressed file holds; nothing when it is not compressed. Throws FileError when it is damaged, when
+/// it is not compressed though its name says so, and when it holds more than `DecompressionLimit` admits.
 std::optional<std::string> decompressed(std::string_view bytes, const std::string& name);
 
 /// Equal texts have equal results: no time is written into them. `name` is for messages. Throws FileError.
