@@ -41,6 +41,19 @@ TEST(GrowthTest, QuantifiersOfOneNameWithinEachOther) {
   EXPECT_EQ(std::string(variable->symbol->name), "x!" + std::to_string(levels - 1));
 }
 
+TEST(GrowthTest, QuantifiersOfManyVariables) {
+  constexpr std::size_t n = 150'000;
+  std::string variables, equations;
+  for (std::size_t i = 1; i <= n; ++i) {
+    variables += " (x" + std::to_string(i) + " Int)";
+    equations += " (= x" + std::to_string(i) + " (+ 1 x" + std::to_string(i - 1) + "))";
+  }
+  Session session({.extended = true});
+  const Term* t = only_term(
+      session, "(declare-const x0 Int)(assert (exists (" + variables + ") (and" + equations + ")))");
+  EXPECT_TRUE(session.manager().is_quantifier(t->symbol));
+}
+
 TEST(GrowthTest, VariablesAreNumberedFromTheirQuantifierOn) {
   Session session({.simplify = false});
   TermManager& manager = session.manager();

@@ -18,6 +18,12 @@ std::vector<const Term*> occurring(TermManager& m, const std::vector<const Term*
   constexpr std::size_t small = 256;
   constexpr std::size_t most = 1 << 16;
   constexpr std::size_t cost = 8;  // of a look-up among the terms seen, in steps from term to term
+  std::vector<const Term*> sorted(variables);  // there may be thousands
+  std::sort(sorted.begin(), sorted.end(), Term_lt());
+  const auto place_of = [&sorted](const Term* t) {
+    return static_cast<std::size_t>(std::lower_bound(sorted.begin(), sorted.end(), t, Term_lt()) -
+                                    sorted.begin());
+  };
   std::vector<bool> occurs(variables.size());
   std::size_t missing = variables.size();
   hsh::HashSet<const Term*> seen;
@@ -27,8 +33,8 @@ std::vector<const Term*> occurring(TermManager& m, const std::vector<const Term*
     if (visited == most || (visited == small && !m.may_visit())) return variables;
     const Term* t = met[visited];
     if (m.is_bound_variable(t->symbol)) {
-      for (std::size_t i = 0; i < variables.size(); ++i) {
-        if (variables[i] != t || occurs[i]) continue;
+      const std::size_t i = place_of(t);
+      if (i < sorted.size() && sorted[i] == t && !occurs[i]) {
         occurs[i] = true;
         --missing;
       }
@@ -39,8 +45,8 @@ std::vector<const Term*> occurring(TermManager& m, const std::vector<const Term*
   }
   m.count_visits(cost * visited);
   std::vector<const Term*> used;
-  for (std::size_t i = 0; i < variables.size(); ++i) {
-    if (occurs[i]) used.push_back(variables[i]);
+  for (const Term* v : variables) {
+    if (occurs[place_of(v)]) used.push_back(v);
   }
   return used;
 }
