@@ -41,7 +41,7 @@ TEST(Smallest, WritesValuesAsLiterals) {
   EXPECT_EQ(becomes("(= (+ 2 3) (ite p i (+ 3 j)))"), "(= 5 (ite p i (+ 3 j)))");
   const std::string two = "(fp #b0 #x80 #b01000000000000000000000)";
   EXPECT_EQ(becomes("(and (fp.lt f " + two + ") (fp.leq (fp.abs (fp.neg " + two + ")) (fp.abs f)))"),
-            "(let ((?1 ((_ to_fp 8 24) #x40200000))) (and (fp.lt f ?1) (fp.leq ?1 (fp.abs f))))");
+            "(and (fp.lt f ((_ to_fp 8 24) #x40200000)) (fp.leq ((_ to_fp 8 24) #x40200000) (fp.abs f)))");
   EXPECT_EQ(becomes("(= (fp.add RNE f (fp #b0 #x7f #b00000000000000000000000)) (_ +zero 8 24))"),
             "(= (fp.add RNE f ((_ to_fp 8 24) #x3f800000)) (_ +zero 8 24))");
   // Few know the encodings of other formats.
@@ -139,6 +139,44 @@ TEST(Smallest, RepeatsLiterals) {
   for (const char* other : {"p", "r", "(= i 1)", "(= i 2)", "(= i 3)", "(= i 4)", "(= i 5)"})
     script += "(assert (or (not q) " + std::string(other) + "))\n";
   EXPECT_EQ(smallest(script).find("define-fun"), std::string::npos) << smallest(script);
+}
+
+TEST(Smallest, RepeatsValues) {
+  const auto occurrences = [](const std::string& sort, const std::string& less, const std::string& value) {
+    std::string script = "(declare-const p Bool)\n(assert (or p (not p)))\n";
+    for (const char* name : {"a", "b", "c", "d"}) {
+      script += "(declare-const " + std::string(name) + ' ' + sort + ")\n";
+      script += "(assert (" + less + ' ' + name + ' ' + value + "))\n";
+    }
+    const std::string out = smallest(script);
+    std::size_t n = 0;
+    for (std::size_t at = out.find(value); at != std::string::npos; at = out.find(value, at + 1)) ++n;
+    return n;
+  };
+  EXPECT_EQ(occurrences("Float32", "fp.lt", "((_ to_fp 8 24) #x40490fdb)"), 4);
+  EXPECT_EQ(occurrences("Float64", "fp.lt", "((_ to_fp 11 53) #x3fb999999999999a)"), 4);
+  EXPECT_EQ(occurrences("(_ FloatingPoint 3 6)", "fp.lt", "(fp #b0 #b011 #b00001)"), 4);
+  EXPECT_EQ(occurrences("Real", "<", "(- (/ 1234567890123.0 7.0))"), 4);
+  EXPECT_EQ(occurrences("Float128", "fp.lt", "((_ to_fp 15 113) #x3fffb333333333333333333333333333)"), 1);
+}
+
+// Shorter text is no reason to call by a number what the user has a name for.
+TEST(Smallest, KeepsTheUsersDefinitionsOfSharedParts) {
+  const std::string text =
+      "(set-logic QF_UFBV)\n"
+      "(declare-const x (_ BitVec 32))\n"
+      "(declare-const y (_ BitVec 32))\n"
+      "(declare-fun f ((_ BitVec 32)) (_ BitVec 32))\n"
+      "(define-fun x_udiv_y () (_ BitVec 32) (bvudiv x y))\n"
+      "(define-fun z () (_ BitVec 32) (f (f (bvmul x x_udiv_y))))\n"
+      "(assert (bvult (f (bvmul x x_udiv_y)) z))\n"
+      "(assert (bvult x_udiv_y z))\n"
+      "(assert (bvult x_udiv_y (f x_udiv_y)))\n"
+      "(assert (bvult (f y) (f x_udiv_y)))\n"
+      "(assert (bvult x (f x_udiv_y)))\n"
+      "(assert (bvult x (bvsub (f x_udiv_y) x_udiv_y)))\n"
+      "(assert (bvult x (bvsub y x_udiv_y)))\n";
+  EXPECT_EQ(smallest(text), text);
 }
 
 TEST(Smallest, FoldsAndDecides) {

@@ -238,7 +238,7 @@ std::uint32_t SharingPlan::first_position(Node n, const Info& i) const {
 
 void SharingPlan::assign_units() {
   for (std::uint32_t u = 0; u < roots_.size(); ++u) {
-    if (manager_.arity(roots_[u].term()) != 0) assign(roots_[u], u, unit_commands_[u]);
+    if (manager_.arity(roots_[u].term()) != 0) assign(roots_[u], u, unit_commands_[u], false);
   }
   for (std::size_t k = post_order_.size(); k-- > 0;) {
     Checkpoint::pass();
@@ -254,19 +254,21 @@ void SharingPlan::assign_units() {
   });
 }
 
-/// The node occurs in the text of `unit`, which stands before or in command `position`.
-void SharingPlan::assign(Node n, std::uint32_t unit, std::uint32_t position) {
+/// The node occurs in the text of `unit`, which stands before or in command `position`, and in those of other
+/// units if it is `repeated`.
+void SharingPlan::assign(Node n, std::uint32_t unit, std::uint32_t position, bool repeated) {
   Info& i = info(n);
   if ((i.flags & assigned) == 0) {
     i.position = std::min(position, first_position(n, i));
     i.unit = unit;
     i.flags |= assigned;
-    return;
+  } else {
+    // A name that the user gave serves everywhere behind its definition.
+    if ((i.flags & user_defined) != 0 && (i.flags & shared) == 0 && position > unit_commands_[i.unit]) return;
+    i.position = std::min(i.position, position);
+    if (i.unit != unit) i.flags |= shared;
   }
-  // A name that the user gave serves everywhere behind its definition.
-  if ((i.flags & user_defined) != 0 && (i.flags & shared) == 0 && position > unit_commands_[i.unit]) return;
-  i.position = std::min(i.position, position);
-  if (i.unit != unit) i.flags |= shared;
+  if (repeated) i.flags |= shared;
 }
 
 /// Whether a name saves bytes: the term is written once instead of each time that it is used.
@@ -282,23 +284,28 @@ bool SharingPlan::pays(const Info& i, bool everywhere) const noexcept {
   return (uses - 1) * i.bytes > uses * length_of_name + (everywhere ? length_of_definition : length_of_let);
 }
 
-/// A number such as `(- 5)` or `(/ 1 3)`, in a chosen script: easier to read than any name for it.
-bool SharingPlan::is_short_number(const Term* t) const noexcept {
-  constexpr std::size_t short_length = 12;
+/// A value such as `(- 5)`, `(/ 1 3)` or `((_ to_fp 8 24) #x3f800000)`, in a chosen script: easier to read
+/// than any name for it, unless it is longer than a number of single precision in binary.
+bool SharingPlan::is_short_literal(const Term* t, const Info& i) const noexcept {
+  constexpr unsigned short_length = 48;
+  if (i.bytes > short_length) return false;
   const auto is_numeral = [this](const Term* a) {
-    const std::string_view text = a->symbol->name;
-    return manager_.arity(a) == 0 && text.size() <= short_length && text[0] >= '0' && text[0] <= '9';
+    const char first = a->symbol->name[0];
+    return manager_.arity(a) == 0 && ((first >= '0' && first <= '9') || first == '#');
   };
-  const auto is_negative = [&](const Term* a) {
-    return manager_.arity(a) == 1 && std::string_view(a->symbol->name) == "-" && is_numeral(a->args[0]);
+  const auto is_negative = [this](const Term* a) {
+    return manager_.arity(a) == 1 && std::string_view(a->symbol->name) == "-";
   };
-  if (is_negative(t)) return true;
-  const auto is_signed = [&](const Term* a) { return is_numeral(a) || is_negative(a); };
-  const bool is_quotient = manager_.arity(t) == 2 && std::string_view(t->symbol->name) == "/" &&
-                           is_signed(t->args[0]) && is_numeral(t->args[1]);
-  const bool is_negative_quotient = manager_.arity(t) == 1 && std::string_view(t->symbol->name) == "-" &&
-                                    manager_.arity(t->args[0]) == 2 && is_short_number(t->args[0]);
-  return is_quotient || is_negative_quotient;
+  const auto is_signed = [&](const Term* a) { return is_numeral(is_negative(a) ? a->args[0] : a); };
+  const auto is_quotient = [&](const Term* a) {
+    return manager_.arity(a) == 2 && std::string_view(a->symbol->name) == "/" && is_signed(a->args[0]) &&
+           is_numeral(a->args[1]);
+  };
+  const std::string_view head = t->symbol->name;
+  if (head == "fp" || head.starts_with("(_ to_fp ")) {
+    return std::ranges::all_of(manager_.args_of(t), is_numeral);
+  }
+  return is_signed(t) || is_quotient(is_negative(t) ? t->args[0] : t);
 }
 
 /// All that the node occurs in has been placed: now it is clear whether it is named, and where its parts
@@ -308,7 +315,7 @@ void SharingPlan::place(Node n) {
   std::uint32_t unit = i.unit;
   const bool everywhere = (i.flags & shared) != 0 || define_only(i.unit);
   const bool nameable = pays(i, everywhere) && (i.flags & (open | annotated)) == 0 &&
-                        !(script_.chosen && is_short_number(n.term()));
+                        !(script_.chosen && is_short_literal(n.term(), i));
   const bool used_again = i.uses > 1 && (i.flags & user_defined) == 0;
   if (nameable && ((i.flags & shared) != 0 || (used_again && define_only(i.unit)))) {
     unit = static_cast<std::uint32_t>(roots_.size() + definitions_.size());
@@ -324,9 +331,7 @@ void SharingPlan::place(Node n) {
   children_.clear();
   planned_children(manager_, n, children_);
   for (Node child : children_) {
-    if (manager_.arity(child.term()) == 0) continue;
-    assign(child, unit, position);
-    if (repeated) info(child).flags |= shared;
+    if (manager_.arity(child.term()) != 0) assign(child, unit, position, repeated);
   }
   children_.clear();
 }

@@ -114,10 +114,10 @@ class SharingPlan {
   void close_scopes(std::uint32_t levels);
   void share(Node n, Info& i);
   bool pays(const Info& i, bool everywhere) const noexcept;
-  bool is_short_number(const Term* t) const noexcept;
+  bool is_short_literal(const Term* t, const Info& i) const noexcept;
   std::uint32_t first_position(Node n, const Info& i) const;
   void assign_units();
-  void assign(Node n, std::uint32_t unit, std::uint32_t position);
+  void assign(Node n, std::uint32_t unit, std::uint32_t position, bool repeated);
   void place(Node n);
   bool define_only(std::uint32_t unit) const noexcept;
 
