@@ -49,6 +49,46 @@ TEST(Layout, ChangesWhatChanges) {
   EXPECT_EQ(simplified_to_width("(check-sat)(exit) ; x\n(assert\n", 100), "(check-sat)\n(exit)\n");
 }
 
+TEST(Layout, LeavesCommentsWithTheirTerms) {
+  const std::string before =
+      "(assert ; command\n  ; body\n  (and ; head\n    ; own line\n    (p a ; inner\n b) ; behind\n"
+      "    (q a 0) ; changed\n    ; last\n  ) ; closed\n) ; gap\n";
+  EXPECT_EQ(laid_out(before, "(assert (and (q a) (p a b)))\n", 100),
+            "; command\n(assert\n  ; body\n  ; head\n  (and\n    (q a) ; changed ; last\n    ; own line\n"
+            "    (p a ; inner\n      b))) ; behind ; closed ; gap\n");
+  // In a `let`, below another operator, and gone.
+  EXPECT_EQ(laid_out(before, "(assert (let ((x (f b))) (and (p a b) (q x) (r x))))\n", 100),
+            "; command\n(assert\n  ; body\n  ; head\n  ; changed\n  ; last\n  (let ((x (f b)))\n    (and\n"
+            "      ; own line\n      (p a ; inner\n        b) ; behind\n      (q x)\n      (r x)))) ; closed "
+            "; gap\n");
+  EXPECT_EQ(laid_out(before, "(assert (not (p a b)))\n", 100),
+            "; command\n(assert\n  ; body\n  ; head\n  ; changed\n  ; last\n  (not\n    ; own line\n    (p a "
+            "; inner\n"
+            "      b))) ; behind ; closed ; gap\n");
+  EXPECT_EQ(laid_out("(assert (|;| \"; no\" a)) ; gap\n", "(assert (|;| \"; no\"))\n", 100),
+            "(assert (|;| \"; no\")) ; gap\n");
+}
+
+// However many there are, and however deep.
+TEST(Layout, PlacesCommentsInLinearTime) {
+  constexpr std::size_t levels = 50'000;
+  for (const bool is_gone : {false, true}) {
+    std::string before = "(assert ", after = is_gone ? "(assert (g " : "(assert ";
+    for (std::size_t i = 0; i < levels; ++i) {
+      before += "(f ; c\n";
+      after += is_gone && i % 2 == 0 ? "(g " : "(f ";
+    }
+    before += "a b";
+    after += is_gone ? "a)" : "a";
+    for (std::size_t i = 0; i < levels; ++i) {
+      before += ") ; d\n";
+      after += ')';
+    }
+    const std::string out = laid_out(before + ")\n", after + ")\n", 100);
+    EXPECT_EQ(std::ranges::count(out, ';'), 2 * levels);
+  }
+}
+
 TEST(Layout, PutsDefinitionsOnLinesOfTheirOwn) {
   EXPECT_EQ(laid_out("(a) ; x\n; y\n (b) (c)\n",
                      "(a)\n(define-fun $1 () Bool p)\n(b)\n(define-fun $2 () Bool q)\n(c)\n", 9),

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include <quarv/smtlib/read/lexer.h>
+#include <quarv/smtlib/write/comments.h>
 #include <quarv/smtlib/write/layout.h>
 #include <quarv/util/byte_order_mark.h>
 
@@ -78,11 +80,12 @@ bool are_same(std::string_view a, std::string_view b) {
 /// Breaks a command's line. What fits on the rest of the line is written flat; of any other application, the
 /// compound arguments begin lines of their own, and the atoms fill lines. Deep inside, where lines would get
 /// short, compound arguments fill lines, too, and are indented no further than `deepest` columns: the layout
-/// is not much longer than the line, and as long where `deepest` is 0.
+/// is not much longer than the line, and as long where `deepest` is 0. A comment ends its line.
 class LineBreaker {
  public:
-  LineBreaker(std::string_view line, std::size_t width, std::size_t deepest, std::string& out)
-      : line_(line), width_(width), deepest_(deepest), out_(out) {}
+  LineBreaker(std::string_view line, std::size_t width, std::size_t deepest,
+              std::span<const PlacedComment> comments, std::string& out)
+      : line_(line), width_(width), deepest_(deepest), comments_(comments), out_(out) {}
 
   void write() {
     find_ends();
@@ -93,15 +96,17 @@ class LineBreaker {
       if (t.kind == TokenKind::right_parenthesis) {
         out_ += ')';
         open_.pop_back();
+        end_part(from + 1);
         if (!open_.empty()) arrive(true);
         continue;
       }
       if (t.kind == TokenKind::left_parenthesis) {
         const std::size_t end = ends_[next_end_];
         const std::size_t size = end - from;
-        const bool fits = place(size, end, true);
+        const bool fits = place(from, end, true);
         if (fits) {
           out_ += line_.substr(from, size);
+          end_part(end);
           while (next_end_ < ends_.size() && starts_[next_end_] < end) ++next_end_;
           lexer = Lexer(line_.substr(end));
           if (!open_.empty()) arrive(true);
@@ -112,11 +117,13 @@ class LineBreaker {
         continue;
       }
       const auto end = static_cast<std::size_t>(lexer.position() - line_.data());
-      place(end - from, end, false);
+      place(from, end, false);
       out_ += line_.substr(from, end - from);
+      end_part(end);
       arrive(false);
       if (open_.back().num_parts == 1) open_.back().kind = kind_of(t);
     }
+    out_ += behind_;
   }
 
  private:
@@ -167,10 +174,12 @@ class LineBreaker {
   }
 
   /// Goes to where the next part of the innermost application begins; whether it may be written flat.
-  bool place(std::size_t size, std::size_t end, bool compound) {
-    const std::size_t room = with_closing(size, end);
+  bool place(std::size_t from, std::size_t end, bool compound) {
+    const bool begins_line = write_comments(from);
+    const std::size_t room = has_comments_before(end) ? width_ + 1 : with_closing(end - from, end);
     if (open_.empty()) return room <= width_;
     const Open& o = open_.back();
+    if (begins_line) return column() + room <= width_;
     const bool first = o.num_parts == 0;
     const bool fits = column() + (first ? 0 : 1) + room <= width_;
     if (first) return fits;
@@ -180,6 +189,33 @@ class LineBreaker {
     }
     break_line(indentation(o));
     return column() + room <= width_;
+  }
+
+  bool has_comments_before(std::size_t end) const {
+    return next_comment_ < comments_.size() && comments_[next_comment_].at < end;
+  }
+
+  /// What stands on the line behind a part, once all is closed that closes there.
+  void end_part(std::size_t end) {
+    for (; next_comment_ < comments_.size(); ++next_comment_) {
+      const PlacedComment& c = comments_[next_comment_];
+      if (!c.behind || c.at != end) return;
+      behind_.append(1, ' ').append(c.text);
+    }
+  }
+
+  /// Writes those that come before what begins here; whether that is then at the beginning of its line.
+  bool write_comments(std::size_t from) {
+    if (behind_.empty() && !has_comments_before(from + 1)) return false;
+    const std::size_t indent = indentation(open_.back());
+    out_ += behind_;
+    behind_.clear();
+    break_line(indent);
+    for (; has_comments_before(from + 1); ++next_comment_) {
+      out_ += comments_[next_comment_].text;
+      break_line(indent);
+    }
+    return true;
   }
 
   /// Whether the next part stays on the line.
@@ -240,30 +276,15 @@ class LineBreaker {
   std::string_view line_;
   std::size_t width_;
   std::size_t deepest_;  // column to which lines are indented
+  std::span<const PlacedComment> comments_;
+  std::size_t next_comment_ = 0;
+  std::string behind_;  // comments that end the line
   std::string& out_;
   std::size_t line_start_ = 0;
   std::vector<std::size_t> starts_, ends_;  // of parentheses
   std::size_t next_end_ = 0;
   std::vector<Open> open_;
 };
-
-/// The comments within a text, each with its semicolon.
-std::vector<std::string_view> comments_in(std::string_view text) {
-  std::vector<std::string_view> comments;
-  if (text.find(';') == std::string_view::npos) return comments;
-  const char* behind = text.data();
-  Lexer lexer(text);
-  for (Token t = lexer.next(); t.kind != TokenKind::end && t.kind != TokenKind::error; t = lexer.next()) {
-    for (const char* p = behind; p != t.start; ++p) {
-      if (*p != ';') continue;
-      const char* const end = std::find_if(p, t.start, [](char c) { return c == '\n' || c == '\r'; });
-      comments.emplace_back(p, end);
-      p = end - 1;
-    }
-    behind = lexer.position();
-  }
-  return comments;
-}
 
 /// A command on one line, without comments.
 void append_line(std::string_view command, std::string& out) {
@@ -350,18 +371,20 @@ class Layout {
       out_ += before.text;
       return;
     }
-    for (const std::string_view comment : comments_in(before.text)) {
+    const PlacedComments comments = placed_comments(before.text, after.text);
+    for (const std::string_view comment : comments.before) {
       out_ += comment;
       out_ += '\n';
     }
     const bool was_one_line = before.text.find('\n') == std::string_view::npos;
-    write_broken(after.text, was_one_line ? before.text.size() : std::string_view::npos);
+    write_broken(after.text, was_one_line ? before.text.size() : std::string_view::npos, comments.within);
   }
 
   /// In no more than `wanted` bytes where the command itself has no more: indentation must not make longer
   /// what was one line and has become smaller.
-  void write_broken(std::string_view command, std::size_t wanted = std::string::npos) {
-    if (command.size() <= width_) {
+  void write_broken(std::string_view command, std::size_t wanted = std::string::npos,
+                    std::span<const PlacedComment> comments = {}) {
+    if (command.size() <= width_ && comments.empty()) {
       out_ += command;
       return;
     }
@@ -369,7 +392,7 @@ class Layout {
     for (const std::size_t deepest :
          {std::min<std::size_t>(width_ / 3, 32), std::size_t{2}, std::size_t{1}, std::size_t{0}}) {
       out_.resize(start);
-      LineBreaker(command, width_, deepest, out_).write();
+      LineBreaker(command, width_, deepest, comments, out_).write();
       if (command.size() > wanted || out_.size() - start <= wanted) return;
     }
   }
