@@ -260,12 +260,17 @@ class RuleCandidates {
         return width_of(terms_[e.index]);
       case IntExpr::Kind::value:
         return value(e.index);
+      case IntExpr::Kind::power:
+        return Wide{1} << evaluate(e.operands[0]).value_or(0);
       default:
         break;
     }
     const auto left = evaluate(e.operands[0]);
     const auto right = evaluate(e.operands[1]);
     if (!left || !right) return std::nullopt;
+    if (e.kind == IntExpr::Kind::conjunction) return *left & *right;
+    if (e.kind == IntExpr::Kind::product) return *left * *right;
+    if (is_exact(e)) return e.kind == IntExpr::Kind::sum ? *left + *right : *left - *right;
     return static_cast<std::uint64_t>(e.kind == IntExpr::Kind::sum ? *left + *right : *left - *right);
   }
 

@@ -109,6 +109,45 @@ TEST(RuleQuery, MendedRulesHold) {
   for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(answers[i], "unsat") << texts[i];
 }
 
+TEST(RuleQuery, BitsOfConstantsAreCompared) {
+  if (!have_z3()) GTEST_SKIP() << "z3 is not installed";
+  const std::string sum = "rewrite(bvadd(bvand(c, t), bvand(d, t_0)), identity(t, t_0), const(c), const(d), ";
+  const std::string flipped = "rewrite(bvadd(d, bvxor(c, zext(n, t))), const(c), const(d), ";
+  const std::vector<std::pair<std::string, const char*>> rules = {
+      {sum + "(_c & d_ == 0)) >> bvand(bvor(c, d), t)", "unsat"},
+      {sum + "(_c & d_ == c)) >> bvand(bvor(c, d), t)", "sat"},
+      {sum + "(_c + d_ == __2 ^ size(c)_ - 1_)) >> t", "unsat"},
+      {sum + "(_c + d_ == _2 ^ size(c)_)) >> t", "sat"},
+      {flipped + "(c == _2 ^ _size(t) - 1__), (_c + d_ == _2 ^ size(c)_)) >> sext(n, t)", "unsat"},
+      {flipped + "(c == _2 ^ size(t)_), (_c + d_ == _2 ^ size(c)_)) >> sext(n, t)", "sat"},
+      // Numbers below 0 have no bits in common with any.
+      {sum + "(_c & _d - c__ == 0), (c > d)) >> t", "unsat"},
+      {"rewrite(bvand(c, t), const(c), (_c & _c - 1__ == 0), (_c & 1_ == 1)) >> zext(0, bvand(1, t))",
+       "unsat"},
+  };
+  std::vector<std::string> texts;
+  for (const auto& [text, expected] : rules) texts.push_back(text);
+  const std::vector<std::string> answers = refute(texts, 3);
+  ASSERT_EQ(answers.size(), texts.size());
+  for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(answers[i], rules[i].second) << texts[i];
+}
+
+TEST(RuleQuery, OperatorsThatSolversDoNotKnowAreDefined) {
+  if (!have_z3()) GTEST_SKIP() << "z3 is not installed";
+  const std::vector<std::pair<std::string, const char*>> rules = {
+      {"rewrite(int2bv(n, sbv_to_int(t)), (n > size(t)), m=_n - size(t)_) >> sext(m, t)", "unsat"},
+      {"rewrite(int2bv(n, sbv_to_int(t)), (n > size(t)), m=_n - size(t)_) >> zext(m, t)", "sat"},
+      {"rewrite(ext_rotate_left(ext_rotate_right(t, u), u_0), identity(u, u_0)) >> t", "unsat"},
+      {"rewrite(ext_rotate_left(t, u), ) >> ext_rotate_right(t, bvneg(u))", "sat"},
+      {"rewrite(ext_rotate_left(t, u), (size(t) == 2)) >> ext_rotate_right(t, bvneg(u))", "unsat"},
+  };
+  std::vector<std::string> texts;
+  for (const auto& [text, expected] : rules) texts.push_back(text);
+  const std::vector<std::string> answers = refute(texts, 4);
+  ASSERT_EQ(answers.size(), texts.size());
+  for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(answers[i], rules[i].second) << texts[i];
+}
+
 TEST(RuleQuery, WritesConditionsAndTerms) {
   const Rule rule =
       parse_rule("rewrite(bvadd(bvmul(t1, t2), t_0), identity(t2, t_0), pow2(t1, n)) >> bvlshl(t2, n)");

@@ -1,4 +1,5 @@
 // Rules on Booleans, numbers, arrays and floating-point numbers.
+#include <array>
 #include <string>
 #include <vector>
 
@@ -7,6 +8,7 @@
 #include <quarv/rules/rule_in_words.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/rules/rule_query.h>
+#include <quarv/term/real_to_float.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv {
@@ -192,6 +194,105 @@ TEST_F(RuleTheories, InstancesHaveEachSort) {
   EXPECT_EQ(make_query(rule, instances[1]).conditions, "(and true (> (* c. c.) 1.0))");
   EXPECT_EQ(make_query(rule, instances[1]).result, "(<= t. (- 7.0))");
   EXPECT_EQ(make_query(rule, instances[0]).pattern, "(<= (+ c. t.) 3)");
+}
+
+TEST_F(RuleTheories, BitsOfConstantsAreCompared) {
+  const Term* b = mgr.make_constant("b", mgr.get_bv_type(8));
+  const Term* wide = mgr.make_constant("w", mgr.get_bv_type(200));
+  const auto masked = [&](const Term* t, const QNumber& c, const QNumber& d) {
+    const std::size_t width = mgr.get_width_from_type(mgr.type_of(t));
+    const Term* left = mgr.make_bv_and(mgr.make_bv_number(c, width), t);
+    const Term* right = mgr.make_bv_and(mgr.make_bv_number(d, width), t);
+    return mgr.make_bv_add(left, right);
+  };
+  const std::string pattern =
+      "rewrite(bvadd(bvand(c, t), bvand(d, t_0)), identity(t, t_0), const(c), const(d), ";
+  const auto matches = [&](const char* condition, const Term* t) {
+    return apply((pattern + condition + ") >> t").c_str(), t) != nullptr;
+  };
+  EXPECT_TRUE(matches("(_c & d_ == 0)", masked(b, 0xf0, 0x05)));
+  EXPECT_FALSE(matches("(_c & d_ == 0)", masked(b, 0xf0, 0x15)));
+  EXPECT_TRUE(matches("(_c & d_ == d)", masked(b, 0xf0, 0x50)));
+  EXPECT_FALSE(matches("(_c & d_ == d)", masked(b, 0xf0, 0x51)));
+  EXPECT_TRUE(matches("(_c + d_ == __2 ^ size(t)_ - 1_)", masked(b, 0xf0, 0x0f)));
+  EXPECT_FALSE(matches("(_c + d_ == __2 ^ size(t)_ - 1_)", masked(b, 0xf0, 0x10)));
+  EXPECT_FALSE(matches("(_c & _d - c__ == 0)", masked(b, 5, 4)));       // -1 is no word
+  EXPECT_FALSE(matches("(c < _2 ^ _size(t) - 9__)", masked(b, 5, 4)));  // nor is there a power this large
+  const QNumber high = QNumber(3) * QNumber(1L << 62) * QNumber(1L << 62);
+  EXPECT_TRUE(matches("(_c & d_ == 0)", masked(wide, high, 7)));
+  EXPECT_TRUE(matches("(_c & d_ == d)", masked(wide, high + QNumber(7), high)));
+  EXPECT_TRUE(matches("(c == __2 ^ 125_ + _2 ^ 124__)", masked(wide, high, 7)));
+  EXPECT_EQ(
+      rules::in_words(parse_rule(pattern + "(_c & d_ == 0), (c < _2 ^ _size(t) - 1__)) >> t")),
+      "(c & t) + (d & t) becomes t if c is a constant, d is a constant, c & d == 0 and c < 2^(size(t) - 1).");
+}
+
+TEST_F(RuleTheories, WordsStandForSeveralOperators) {
+  const auto same = [](const char* word, const char* operators) {
+    const rules::Rule a = parse_rule(word), b = parse_rule(operators);
+    const auto asked = [](const rules::Rule& rule) {
+      std::string all;
+      for (const rules::RuleInstance& instance : rules::all_instances(rule, 2)) {
+        const rules::RuleQuery query = make_query(rule, instance);
+        all += query.pattern + ' ' + query.result + '\n';
+      }
+      return all;
+    };
+    EXPECT_EQ(asked(a), asked(b)) << word;
+  };
+  same("rewrite(-(t, u), ) >> -(u)", "rewrite(+(t, *(-1, u)), ) >> *(-1, u)");
+  same("rewrite(-(t), ) >> -(t, t)", "rewrite(*(-1, t), ) >> +(t, *(-1, t))");
+  same("rewrite(=>(p, q), ) >> =>(q, p)", "rewrite(or(not(p), q), ) >> or(not(q), p)");
+  same("rewrite(bvnand(t, u), ) >> bvnor(t, bvxnor(t, u))",
+       "rewrite(bvnot(bvand(t, u)), ) >> bvnot(bvor(t, bvnot(bvxor(t, u))))");
+  same("rewrite(int_to_bv(n, t), ) >> int2bv(n, t)", "rewrite(int2bv(n, t), ) >> int_to_bv(n, t)");
+  same("rewrite(and(p, is_int(t)), ) >> is_int(t)",
+       "rewrite(and(p, (t == to_real(to_int(t_0)))), identity(t, t_0)) >> (t == to_real(to_int(t)))");
+
+  const char* whole = "rewrite(is_int(t), ) >> (t == t)";
+  EXPECT_NE(apply(whole, mgr.make_equal(x, mgr.make_floor(x))), nullptr);
+  EXPECT_EQ(apply(whole, mgr.make_equal(mgr.make_constant("y", mgr.rat_type), mgr.make_floor(x))), nullptr);
+  // An integer is real without further ado, but not every real number is an integer.
+  const char* floor = "rewrite(to_int(to_real(t)), ) >> t";
+  EXPECT_EQ(apply(floor, mgr.make_floor(i)), i);
+  EXPECT_EQ(apply(floor, mgr.make_floor(x)), nullptr);
+  EXPECT_EQ(apply("rewrite(/(t, u), ) >> to_real(to_int(t))",
+                  mgr.make_term(mgr.make_opaque_symbol("/", {mgr.rat_type, mgr.rat_type}, mgr.rat_type),
+                                std::array{x, x})),
+            mgr.make_floor(x));
+  for (const char* wrong : {"rewrite(to_real(t), ) >> t", "rewrite(to_int(to_real(/(t, u))), ) >> 0",
+                            "rewrite(is_int(+(t, u)), ) >> true", "rewrite(to_int(t), ) >> to_real(t)",
+                            "rewrite(bvnot(t), (_t ^ 2_ == 1)) >> t",
+                            "rewrite(bvnot(t), (_2 ^ t_ == 1)) >> t", "rewrite(+(t, u), (_t & u_ == 0)) >> t",
+                            "rewrite(extract(m, l, t), n=_2 ^ m_) >> t", "rewrite(=>(p), ) >> p"}) {
+    EXPECT_THROW(parse_rule(wrong), rules::RuleError) << wrong;
+  }
+}
+
+TEST_F(RuleTheories, CongruencesHaveTheirModulus) {
+  const auto congruent = [&](const QNumber& modulus) { return mgr.make_int_mod_congr(modulus, i, j); };
+  const char* rule = "rewrite(divisible(n, t, u), m=_n - 2_) >> divisible(m, u, t)";
+  EXPECT_EQ(apply(rule, congruent(7)), mgr.make_int_mod_congr(5, j, i));
+  EXPECT_EQ(apply(rule, congruent(2)), mgr.make_equal(j, i));
+  const QNumber large = QNumber(1L << 62) * QNumber(8);
+  EXPECT_EQ(apply(rule, congruent(large)), nullptr);
+}
+
+TEST_F(RuleTheories, RealNumbersAreConverted) {
+  const Term* mode = mgr.make_constant("r", mgr.rounding_mode_type);
+  const Term* half = mgr.make_constant("h", mgr.get_fp_type(5, 10));
+  const auto converted = [&](const Term* t) {
+    return mgr.make_term(make_real_to_float_symbol(mgr, 8, 23), std::array{mode, t});
+  };
+  const char* rule = "rewrite(to_fp_real(e, s, r, t), (e == 8), (s == 24)) >> to_fp_real(5, 11, r, t)";
+  const Term* expected = mgr.make_term(make_real_to_float_symbol(mgr, 5, 10), std::array{mode, x});
+  EXPECT_EQ(apply("rewrite(fp.neg(to_fp_real(e, s, r, t)), ) >> to_fp_real(e, s, RTZ, t)",
+                  mgr.make_fp_neg(converted(x))),
+            mgr.make_term(make_real_to_float_symbol(mgr, 8, 23), std::array{mgr.make_rounding_zero(), x}));
+  EXPECT_THROW(apply(rule, converted(x)), rules::RuleError);  // of another sort
+  EXPECT_EQ(expected->symbol->get_output_type(), mgr.type_of(half));
+  EXPECT_EQ(apply("rewrite(to_fp_real(e, s, r, t), ) >> NaN", mgr.make_fp_cast(8, 23, mode, half)), nullptr);
+  EXPECT_EQ(apply("rewrite(to_fp(e, s, r, t), ) >> NaN", converted(x)), nullptr);
 }
 
 TEST_F(RuleTheories, ReadInWords) {

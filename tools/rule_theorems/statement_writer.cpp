@@ -233,11 +233,15 @@ class OrderWriter {
         return "(bv2nat " + terms_[e.index] + ')';
       case IntExpr::Kind::product:
         return exact(e, " * ");
+      case IntExpr::Kind::conjunction:
+        return "(Z.land " + integer(e.operands[0]) + ' ' + integer(e.operands[1]) + ')';
+      case IntExpr::Kind::power:
+        return "(2 ^ " + integer(e.operands[0]) + ')';
       case IntExpr::Kind::sum:
-        if (reads_value(e)) return exact(e, " + ");
+        if (is_exact(e)) return exact(e, " + ");
         return "(word_add " + integer(e.operands[0]) + ' ' + integer(e.operands[1]) + ')';
       case IntExpr::Kind::difference:
-        if (reads_value(e)) return exact(e, " - ");
+        if (is_exact(e)) return exact(e, " - ");
         return "(word_sub " + integer(e.operands[0]) + ' ' + integer(e.operands[1]) + ')';
     }
     return {};

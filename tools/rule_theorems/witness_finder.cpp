@@ -99,7 +99,15 @@ class WitnessFinder {
   }
 
   std::uint64_t side(const IntExpr& e) const {
-    return e.kind == IntExpr::Kind::value ? values_[e.index] : evaluate(e, instance_);
+    if (e.kind == IntExpr::Kind::value) return values_[e.index];
+    if (!is_exact(e)) return evaluate(e, instance_);
+    if (e.kind == IntExpr::Kind::power) return std::uint64_t{1} << evaluate(e.operands[0], instance_);
+    const std::uint64_t left = side(e.operands[0]);
+    const std::uint64_t right = side(e.operands[1]);
+    return e.kind == IntExpr::Kind::sum           ? left + right
+           : e.kind == IntExpr::Kind::difference  ? left - right
+           : e.kind == IntExpr::Kind::conjunction ? left & right
+                                                  : left * right;
   }
 
   bool conditions_hold() const {

@@ -28,7 +28,7 @@ class ResultBuilder {
   void infer_sorts(ResultTree* tree) {
     infer(tree);
     const std::size_t wanted = rule_->pattern.front().sort;
-    if (sorts_->unite_but_for_widths(tree->node.sort, wanted)) return;
+    if (sorts_->unite_but_for_widths(sort_as_argument(*tree), wanted)) return;
     fail(*tree, "the pattern is " + std::string(description(sorts_->kind(wanted))) + ", its result is not");
   }
 
@@ -56,6 +56,15 @@ class ResultBuilder {
   }
 
  private:
+  /// What the operator above finds there.
+  std::size_t sort_as_argument(const ResultTree& tree) {
+    if (!tree.node.as_real) return tree.node.sort;
+    if (!sorts_->unite(tree.node.sort, sorts_->make(SortKind::integer))) {
+      fail(tree, "to_real needs an integer here");
+    }
+    return sorts_->make(SortKind::real);
+  }
+
   void infer(ResultTree* tree) {
     ResultNode& node = tree->node;
     switch (node.kind) {
@@ -82,7 +91,7 @@ class ResultBuilder {
     std::vector<std::size_t> arguments;
     for (ResultTree& child : tree->children) {
       infer(&child);
-      arguments.push_back(child.node.sort);
+      arguments.push_back(sort_as_argument(child));
     }
     std::optional<SortInference::Misfit> misfit;
     // The widths of operators that are not on bit-vectors alone follow from nothing else.

@@ -165,6 +165,22 @@ bool sum_fits(const TermManager* mgr, const Term* a, const Term* b, std::size_t 
   return mpz_sizeinbase(sum.big_num(), 2) <= width;
 }
 
+bool get_conjunction(const QNumber& a, const QNumber& b, QNumber* out) {
+  if (!a.is_integer() || !b.is_integer() || a.sign() < 0 || b.sign() < 0) return false;
+  if (a.is_small() && b.is_small()) {
+    *out = QNumber(a.small_num() & b.small_num());
+  } else {
+    *out = QNumber(mpz_class(a.num() & b.num()), mpz_class(1));
+  }
+  return true;
+}
+
+bool get_power(std::uint64_t exponent, QNumber* out) {
+  if (exponent > most_exponent) return false;
+  BVNumber::pow2(exponent, out);
+  return true;
+}
+
 QNumber to_number(std::uint64_t value) {
   if (value <= static_cast<std::uint64_t>(std::numeric_limits<long>::max())) return static_cast<long>(value);
   return QNumber(mpz_class(static_cast<unsigned long>(value)), mpz_class(1));

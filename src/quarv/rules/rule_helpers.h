@@ -59,6 +59,12 @@ bool is_power_of_two(const TermManager* mgr, const Term* t, std::size_t* n);
 /// True when a and b are numerals whose exact sum is below 2^width.
 bool sum_fits(const TermManager* mgr, const Term* a, const Term* b, std::size_t width);
 
+/// The bits that two integers from 0 on have in common; false for other numbers.
+bool get_conjunction(const QNumber& a, const QNumber& b, QNumber* out);
+
+/// 2^exponent; false for exponents above `most_exponent`.
+bool get_power(std::uint64_t exponent, QNumber* out);
+
 /// A machine integer as a number, to be compared with numerals.
 QNumber to_number(std::uint64_t value);
 

@@ -117,10 +117,19 @@ class Reader {
       case IntExpr::Kind::sum:
       case IntExpr::Kind::difference:
       case IntExpr::Kind::product:
+      case IntExpr::Kind::conjunction:
         break;
+      case IntExpr::Kind::power: {
+        const std::string exponent = expression(e.operands[0]);
+        return e.operands[0].operands.empty() ? "2^" + exponent : "2^(" + exponent + ')';
+      }
     }
-    const bool is_product = e.kind == IntExpr::Kind::product;
-    const std::string sign = is_product ? " * " : e.kind == IntExpr::Kind::sum ? " + " : " - ";
+    const bool is_conjunction = e.kind == IntExpr::Kind::conjunction;
+    const bool is_product = is_conjunction || e.kind == IntExpr::Kind::product;  // binds more closely
+    const std::string sign = is_conjunction                 ? " & "
+                             : is_product                   ? " * "
+                             : e.kind == IntExpr::Kind::sum ? " + "
+                                                            : " - ";
     const bool nested = !e.operands[1].operands.empty();
     const std::string right = expression(e.operands[1]);
     const bool left_nested = is_product && !e.operands[0].operands.empty();

@@ -26,7 +26,9 @@ std::uint64_t evaluate(const IntExpr& e, const RuleInstance& instance) {
     case IntExpr::Kind::size:
       return instance.widths[e.index];
     case IntExpr::Kind::value:
-      break;
+    case IntExpr::Kind::conjunction:
+    case IntExpr::Kind::power:
+      break;  // exact
     case IntExpr::Kind::sum:
       return evaluate(e.operands[0], instance) + evaluate(e.operands[1], instance);
     case IntExpr::Kind::difference:
@@ -112,6 +114,7 @@ class Enumerator {
     for (const PatternNode& node : rule.pattern) in_pattern_[node.sort] = true;
     caps_.resize(rule.pattern.size());
     for (std::size_t i = rule.pattern.size(); i-- > 0;) caps_[i] = cap(i);
+    moduli_ = moduli_to_try(rule);
     if (!width) return;
     for (std::size_t n : named_widths(rule)) landmarks_.insert({n - 1, n, n + 1});
   }
@@ -235,7 +238,7 @@ class Enumerator {
     instance_.widths[position] = width;
     if (!is_bit_vector(position)) {
       if (node.kind != PatternNode::Kind::application) return next();
-      return assign_any(node, 0, 0, next);
+      return assign_mixed(node, 0, next);
     }
     std::size_t& known = instance_.sort_widths[node.sort];
     if (known != 0 && known != width) return;
@@ -245,9 +248,20 @@ class Enumerator {
     known = before;
   }
 
+  void assign_mixed(const PatternNode& node, std::size_t width, const Next& next) {
+    if (node.op->tag == SymbolTag::INT_MOD_CONGR) {
+      for (const std::size_t modulus : moduli_) {
+        instance_.integers[node.parameters[0]] = modulus;
+        assign_any(node, 0, width, next);
+      }
+      return;
+    }
+    set_indices(node, width);
+    assign_any(node, 0, width, next);
+  }
+
   /// The arguments from number `i` on of an operator of which not all are bit-vectors.
   void assign_any(const PatternNode& node, std::size_t i, std::size_t width, const Next& next) {
-    if (i == 0) set_indices(node, width);
     if (i == node.arguments.size()) return next();
     const std::size_t argument = node.arguments[i];
     const auto rest = [&, i, width] { assign_any(node, i + 1, width, next); };
@@ -300,7 +314,7 @@ class Enumerator {
             width != num_bits(instance_.formats[rule_.pattern[node.arguments[0]].sort])) {
           return;
         }
-        return assign_any(node, 0, width, next);
+        return assign_mixed(node, width, next);
       default:
         if (node.parameters.empty()) return assign_all(node.arguments, 0, width, next);
         for (std::size_t n : rotations(width)) {
@@ -382,6 +396,7 @@ class Enumerator {
   const Rule& rule_;
   std::size_t bound_;
   std::optional<std::size_t> width_;
+  std::set<std::size_t> moduli_;     // of congruences
   std::set<std::size_t> landmarks_;  // with a width
   std::vector<bool> in_pattern_;     // by sort
   RuleInstance instance_;
@@ -397,6 +412,24 @@ std::vector<RuleInstance> all_instances(const Rule& rule, std::size_t bound) {
 
 std::vector<RuleInstance> some_instances(const Rule& rule, std::size_t width) {
   return Enumerator(rule, width, width).run();
+}
+
+std::set<std::size_t> moduli_to_try(const Rule& rule) {
+  std::set<std::size_t> moduli;
+  const bool has_modulus = std::ranges::any_of(rule.pattern, [](const PatternNode& node) {
+    return node.op != nullptr && node.op->tag == SymbolTag::INT_MOD_CONGR;
+  });
+  if (!has_modulus) return moduli;
+  moduli = {1, 2, 3, 4, 6, 10};
+  std::set<std::uint64_t> named;
+  for (const Condition& c : rule.conditions) {
+    if (c.kind != Condition::Kind::compare) continue;
+    add_literals(c.left, named);
+    add_literals(c.right, named);
+  }
+  moduli.insert(named.begin(), named.end());
+  moduli.erase(0);
+  return moduli;
 }
 
 std::vector<std::size_t> own_widths(const Rule& rule) {

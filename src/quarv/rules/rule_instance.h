@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -42,6 +43,10 @@ QUARV_API std::vector<RuleInstance> all_instances(const Rule& rule, std::size_t 
 /// Some of the instances whose widest bit-vector has `width` bits: the smallest, the largest and a middle
 /// value wherever there is a choice, and those around the numbers that the rule itself names.
 QUARV_API std::vector<RuleInstance> some_instances(const Rule& rule, std::size_t width);
+
+/// The moduli for which a rule on congruences is asked about: some small ones, and those that it names. None
+/// for other rules.
+QUARV_API std::set<std::size_t> moduli_to_try(const Rule& rule);
 
 /// Widths that a rule asks for by the numbers that it names, in ascending order: around the widths and
 /// indices that it compares with, around their sums and differences, and where its constants just fit. A rule

@@ -138,14 +138,19 @@ class Attempt {
       if (number != nullptr) *value = *number;
       return number != nullptr;
     }
-    if (!reads_value(side)) {
+    if (!is_exact(side)) {
       std::uint64_t integer;
       if (!evaluate(side, &integer)) return false;
       *value = to_number(integer);
       return true;
     }
+    if (side.kind == IntExpr::Kind::power) {
+      std::uint64_t exponent;
+      return evaluate(side.operands[0], &exponent) && get_power(exponent, value);
+    }
     QNumber left, right;
     if (!get_value(side.operands[0], &left) || !get_value(side.operands[1], &right)) return false;
+    if (side.kind == IntExpr::Kind::conjunction) return get_conjunction(left, right, value);
     *value = side.kind == IntExpr::Kind::sum          ? left + right
              : side.kind == IntExpr::Kind::difference ? left - right
                                                       : left * right;
@@ -164,6 +169,8 @@ class Attempt {
       case IntExpr::Kind::size:
         return get_width(mgr_, terms_[expression.index], value);
       case IntExpr::Kind::value:
+      case IntExpr::Kind::conjunction:
+      case IntExpr::Kind::power:
         return false;
       case IntExpr::Kind::sum:
       case IntExpr::Kind::difference:

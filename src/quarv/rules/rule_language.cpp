@@ -32,7 +32,7 @@ constexpr bool is_on_bit_vectors(const OperatorRow& row) {
 
 constexpr Shape shape_of(const OperatorRow& row) {
   const Signature& s = row.signature;
-  if (!is_on_bit_vectors(row)) return Shape::mixed;
+  if (!is_on_bit_vectors(row) || row.tag == SymbolTag::OPAQUE) return Shape::mixed;
   switch (s.result.kind) {
     case SortPattern::boolean:
       return s.arity == 1 ? Shape::negation : Shape::predicate;
@@ -52,16 +52,16 @@ constexpr std::uint8_t commutes_from(const OperatorRow& row) {
   return row.tag == SymbolTag::BV_COMP ? 0 : row.commutes_from;
 }
 
-/// The language has all operators but `divisible`, whose index may be of any size.
-constexpr bool has_word(const OperatorRow& row) {
-  switch (row.tag) {
-    case SymbolTag::INT_MOD_CONGR:
-      return false;
-    case SymbolTag::OPAQUE:
-      return row.smtlib == "/" || row.smtlib == "div" || row.smtlib == "mod";
-    default:
-      return true;
-  }
+/// The conversion of a real number, whose symbols have the indices in their names.
+constexpr OperatorRow real_to_float =
+    OperatorRow(SymbolTag::OPAQUE, "OPAQUE", "to_fp (from real)",
+                {{operator_table::mode, operator_table::real}, operator_table::format})
+        .written("to_fp")
+        .indexed(0, 2);
+
+/// The modulus of a congruence is an index, though not a parameter of its symbol.
+constexpr std::uint8_t num_parameters(const OperatorRow& row) {
+  return row.tag == SymbolTag::INT_MOD_CONGR ? 1 : row.num_indices;
 }
 
 /// SMT-LIB has one name for several operators: there the sorts of the operands tell them apart, here words.
@@ -77,6 +77,8 @@ constexpr std::string_view word_of(const OperatorRow& row) {
       return "ubv_to_int";
     case SymbolTag::ARRAY_CONST:
       return "const_array";  // const(t) is a condition
+    case SymbolTag::OPAQUE:
+      return row.has_format_as_index() ? "to_fp_real" : row.smtlib;
     default:
       break;
   }
@@ -88,24 +90,23 @@ constexpr std::string_view sign_of(const OperatorRow& row) {
                                                                                                   : row.sign;
 }
 
-constexpr std::size_t num_words = std::ranges::count_if(tagged_operators(), has_word) +
-                                  std::ranges::count_if(opaque_operators(), has_word) +
-                                  1;  // fp.to_sbv shares a row with fp.to_ubv
+// fp.to_sbv shares a row with fp.to_ubv.
+constexpr std::size_t num_words = tagged_operators().size() + opaque_operators().size() + 2;
 
 constexpr std::array<Operator, num_words> words = [] {
   std::array<Operator, num_words> all;
   std::size_t n = 0;
-  for (const auto& table : {tagged_operators(), opaque_operators()}) {
+  for (const auto& table : {tagged_operators(), opaque_operators(), std::span(&real_to_float, 1)}) {
     for (const OperatorRow& row : table) {
-      if (!has_word(row)) continue;
       all[n++] = {.word = word_of(row),
                   .tag = row.tag,
                   .tag_name = row.tag_name,
                   .shape = shape_of(row),
-                  .num_parameters = row.num_indices,
+                  .num_parameters = num_parameters(row),
                   .num_arguments = row.signature.arity,
                   .name = row.member,
                   .smtlib = row.smtlib,
+                  .synonym = row.synonym,
                   .sign = sign_of(row),
                   .commutes_from = commutes_from(row),
                   .associates = row.chain == Chain::right && row.commutes_from == 0,
@@ -122,10 +123,20 @@ constexpr std::array<Operator, num_words> words = [] {
 }();
 
 constexpr DerivedOperator derived[] = {
-    {"distinct", "==", false, true}, {"xor", "iff", false, true},       {"<", "<=", true, true},
-    {">", "<=", false, true},        {">=", "<=", true, false},         {"bvugt", "bvult", true, false},
-    {"bvuge", "bvule", true, false}, {"bvsgt", "bvslt", true, false},   {"bvsge", "bvsle", true, false},
-    {"fp.gt", "fp.lt", true, false}, {"fp.geq", "fp.leq", true, false},
+    {"distinct", "==", false, "~"},
+    {"xor", "iff", false, "~"},
+    {"<", "<=", true, "~"},
+    {">", "<=", false, "~"},
+    {">=", "<=", true, ""},
+    {"bvugt", "bvult", true, ""},
+    {"bvuge", "bvule", true, ""},
+    {"bvsgt", "bvslt", true, ""},
+    {"bvsge", "bvsle", true, ""},
+    {"fp.gt", "fp.lt", true, ""},
+    {"fp.geq", "fp.leq", true, ""},
+    {"bvnand", "bvand", false, "bvnot"},
+    {"bvnor", "bvor", false, "bvnot"},
+    {"bvxnor", "bvxor", false, "bvnot"},
 };
 
 }  // namespace
@@ -139,7 +150,7 @@ const Operator* find_operator(std::string_view word) {
     if (op.word == word) return &op;
   }
   for (const Operator& op : operators()) {
-    if (op.smtlib == word && op.tag != SymbolTag::IFF) return &op;
+    if ((op.smtlib == word || op.synonym == word) && op.tag != SymbolTag::IFF) return &op;
   }
   return nullptr;
 }
@@ -166,8 +177,9 @@ std::string_view description(SortKind kind) {
   return descriptions[static_cast<std::size_t>(kind)];
 }
 
-bool reads_value(const IntExpr& expression) {
-  return expression.kind == IntExpr::Kind::value || std::ranges::any_of(expression.operands, reads_value);
+bool is_exact(const IntExpr& expression) {
+  return expression.kind == IntExpr::Kind::value || expression.kind == IntExpr::Kind::conjunction ||
+         expression.kind == IntExpr::Kind::power || std::ranges::any_of(expression.operands, is_exact);
 }
 
 bool has_widths(const Rule& rule) {
@@ -177,6 +189,12 @@ bool has_widths(const Rule& rule) {
 }
 
 bool is_in_qf_bv(const Rule& rule) {
+  // What is known by its name alone is none of QF_BV's: rotations by a term.
+  const auto is_known_by_name = [](const auto& node) {
+    return node.op != nullptr && node.op->tag == SymbolTag::OPAQUE;
+  };
+  if (std::ranges::any_of(rule.pattern, is_known_by_name)) return false;
+  if (std::ranges::any_of(rule.result, is_known_by_name)) return false;
   return has_widths(rule) && std::ranges::all_of(rule.sorts, [](const RuleSort& sort) {
            return sort.kind == SortKind::bit_vector || sort.kind == SortKind::boolean;
          });

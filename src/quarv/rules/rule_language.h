@@ -99,9 +99,10 @@ struct Operator {
   Shape shape = Shape::equal_widths;
   std::uint8_t num_parameters = 0;
   std::uint8_t num_arguments = 0;
-  std::string_view name;    ///< what the manager's `is_` and `make_` members end in: "bv_add"
-  std::string_view smtlib;  ///< its name in SMT-LIB, without indices
-  std::string_view sign;    ///< what prose writes between operands or before one; empty where there is none
+  std::string_view name;     ///< what the manager's `is_` and `make_` members end in: "bv_add"
+  std::string_view smtlib;   ///< its name in SMT-LIB, without indices
+  std::string_view synonym;  ///< another one
+  std::string_view sign;     ///< what prose writes between operands or before one; empty where there is none
   std::uint8_t commutes_from = 255;  ///< from which argument on the order does not matter; 255: it does
   bool associates = false;           ///< it commutes, and nested applications may be grouped in any way
   bool is_signed = false;            ///< of the two operators that share the tag FP_TO_BV: the signed one
@@ -133,14 +134,14 @@ struct DerivedOperator {
   std::string_view word;
   std::string_view of;
   bool swapped = false;
-  bool negated = false;
+  std::string_view negation;  ///< the operator that negates it, if it is negated
 };
 
 /// The derived operator of that word, or null.
 QUARV_API const DerivedOperator* find_derived_operator(std::string_view word);
 
 /// An expression over widths and integer parameters, in unsigned 64-bit arithmetic that wraps around. With
-/// values of numerals in it, it is exact.
+/// values of numerals, powers or conjunctions in it, it is exact.
 struct IntExpr {
   enum class Kind : std::uint8_t {
     literal,    ///< the number `index`
@@ -148,16 +149,21 @@ struct IntExpr {
     size,       ///< width in bits of the term at pattern position `index`
     value,  ///< value of the numeral at pattern position `index`; stands only in comparisons and in `fits`
     sum,    ///< operands[0] + operands[1]
-    difference,  ///< operands[0] - operands[1]
-    product,     ///< operands[0] * operands[1]
+    difference,   ///< operands[0] - operands[1]
+    product,      ///< operands[0] * operands[1]
+    conjunction,  ///< the bits that operands[0] and operands[1], integers from 0 on, have in common; exact
+    power,        ///< 2 to the power of operands[0], in which there is no value; exact
   };
   Kind kind = Kind::literal;
   std::uint64_t index = 0;
   std::vector<IntExpr> operands;
 };
 
-/// Whether the value of a numeral is read in it: then it is exact.
-QUARV_API bool reads_value(const IntExpr& expression);
+/// Whether it is exact: the value of a numeral is read in it, or there are conjunctions or powers.
+QUARV_API bool is_exact(const IntExpr& expression);
+
+/// The largest exponent of a power. A condition with a larger one does not hold.
+inline constexpr std::uint64_t most_exponent = 1 << 20;
 
 /// A node of the pattern. Nodes are numbered in reading order; number 0 is the root, and a node's number is
 /// its *position*.
@@ -173,6 +179,7 @@ struct PatternNode {
   std::size_t parent = 0;               ///< position of the application that this is an argument of
   std::size_t child = 0;                ///< which argument of it
   std::size_t sort = 0;                 ///< among the rule's sorts
+  bool as_real = false;                 ///< an integer in the place of a real number: to_real
   std::size_t column = 0;
 };
 
@@ -270,6 +277,7 @@ struct ResultNode {
   NamedConstant constant = NamedConstant::true_value;
   WidthSource width;     ///< literal, exponent, constants of floating-point sorts, constant arrays
   std::size_t sort = 0;  ///< among the rule's sorts
+  bool as_real = false;  ///< an integer in the place of a real number: to_real
   const Operator* op = nullptr;
   std::vector<IntExpr> parameters;
   std::vector<std::size_t> arguments;  ///< result nodes

@@ -69,7 +69,7 @@ void RuleLexer::advance() {
   } else {
     token_ = Token::sign;
     const std::string_view two = text_.substr(begin_, 2);
-    static constexpr std::string_view double_signs[] = {"==", "!=", "<=", ">=", ">>"};
+    static constexpr std::string_view double_signs[] = {"==", "!=", "<=", ">=", ">>", "=>"};
     end_ += std::ranges::find(double_signs, two) != std::ranges::end(double_signs) ? 2 : 1;
   }
 }

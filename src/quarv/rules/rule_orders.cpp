@@ -205,11 +205,16 @@ class Saying {
       case IntExpr::Kind::sum:
       case IntExpr::Kind::difference:
       case IntExpr::Kind::product:
+      case IntExpr::Kind::conjunction:
         break;
+      case IntExpr::Kind::power:
+        return "(2 ^ " + expression(e.operands[0]) + ')';
     }
     const std::string left = expression(e.operands[0]);
     const std::string right = expression(e.operands[1]);
-    const std::string sign = e.kind == IntExpr::Kind::sum ? " + " : " * ";
+    const std::string sign = e.kind == IntExpr::Kind::sum       ? " + "
+                             : e.kind == IntExpr::Kind::product ? " * "
+                                                                : " & ";
     if (e.kind == IntExpr::Kind::difference) return '(' + left + " - " + right + ')';
     return '(' + std::min(left, right) + sign + std::max(left, right) + ')';
   }

@@ -18,7 +18,7 @@ std::optional<NamedConstant> constant_of(std::string_view word) {
 }
 
 bool is_operator(std::string_view word) {
-  return find_operator(word) != nullptr || find_derived_operator(word) != nullptr;
+  return find_operator(word) != nullptr || find_derived_operator(word) != nullptr || is_composed_word(word);
 }
 
 /// The operators of other theories came later than rules with variables of their names; parentheses tell them
@@ -45,6 +45,7 @@ Rule RuleParser::parse() {
   parse_pattern();
   rule_.pattern_text = lexer_.slice(begin, lexer_.previous_end());
   infer_pattern_sorts();
+  for (const Condition& c : rule_.conditions) infer_condition_sorts(c, lexer_.column());
   lexer_.expect(",");
   if (!lexer_.at(")")) {
     do {
@@ -169,14 +170,15 @@ void RuleParser::parse_pattern_equality(std::size_t position, std::size_t depth)
 
 /// An operator, or a word that stands for one.
 void RuleParser::parse_pattern_word(std::size_t position, std::size_t depth) {
+  if (is_composed_word(lexer_.token_text())) return parse_pattern_composed(position, depth);
   const DerivedOperator* derived = find_derived_operator(lexer_.token_text());
   if (derived == nullptr) return parse_pattern_application(position, *take_operator(), false, depth);
   lexer_.advance();
-  if (derived->negated) {
+  if (!derived->negation.empty()) {
     const std::size_t inner = new_position(position, 0);
     PatternNode& negation = rule_.pattern[position];
     negation.kind = PatternNode::Kind::application;
-    negation.op = find_operator("~");
+    negation.op = find_operator(derived->negation);
     negation.arguments = {inner};
     position = inner;
   }
@@ -195,6 +197,8 @@ std::size_t RuleParser::new_position(std::size_t parent, std::size_t child) {
 std::size_t RuleParser::parse_pattern_node(std::size_t parent, std::size_t child, std::size_t depth) {
   check_depth(depth);
   const std::size_t position = new_position(parent, child);
+  const bool as_real = accept_to_real();
+  rule_.pattern[position].as_real = as_real;
   if (lexer_.at("(")) {
     parse_pattern_equality(position, depth);
   } else if (at_application()) {
@@ -209,6 +213,7 @@ std::size_t RuleParser::parse_pattern_node(std::size_t parent, std::size_t child
     if (lexer_.token() != RuleLexer::Token::name) lexer_.fail("expected a term but found " + lexer_.found());
     bind_variable(position);
   }
+  if (as_real) lexer_.expect(")");
   return position;
 }
 

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <quarv/rules/result_resolver.h>
 #include <quarv/rules/rule_language.h>
@@ -19,8 +20,11 @@ inline bool has_suffix(std::string_view name) {
   return name.find('_') != std::string_view::npos;
 }
 
-/// Parses one rule by recursive descent. Its members are defined in four files: names and the pattern, the
-/// conditions, the result, and the sorts of all of them.
+/// True for a word that stands for several operators.
+bool is_composed_word(std::string_view word);
+
+/// Parses one rule by recursive descent. Its members are defined in five files: names and the pattern, words
+/// for several operators, the conditions, the result, and the sorts of all of them.
 class RuleParser {
  public:
   /// `begin` is where the rule begins in `text`, after its name.
@@ -38,7 +42,13 @@ class RuleParser {
   void parse_pattern_equality(std::size_t position, std::size_t depth);
   void parse_pattern_application(std::size_t position, const Operator& op, bool swapped, std::size_t depth);
   void parse_pattern_word(std::size_t position, std::size_t depth);
+  void parse_pattern_composed(std::size_t position, std::size_t depth);
+  void parse_pattern_difference(std::size_t position, std::size_t depth);
+  void parse_pattern_is_int(std::size_t position);
+  void make_application(std::size_t position, std::string_view word, std::vector<std::size_t> arguments);
+  bool accept_to_real();
   bool at_application() const;
+  std::size_t sort_as_argument(std::size_t position);
   void infer_pattern_sorts();
   void bind_pattern_parameter(std::size_t position, std::size_t index);
   std::size_t new_position(std::size_t parent, std::size_t child);
@@ -55,10 +65,12 @@ class RuleParser {
   Relation parse_relation();
   SortKind parse_sort();
   IntExpr parse_expression(std::size_t depth);
+  IntExpr parse_power(const IntExpr& base, std::size_t depth);
   void check_sum_of_values(const IntExpr& expression, std::size_t column);
   void check_suffixes_tied();
   void infer_condition_sorts(const Condition& condition, std::size_t column);
   void need_widths(const IntExpr& expression, std::size_t column);
+  void need_bits(const IntExpr& expression, std::size_t column);
   SortKind value_kind(const IntExpr& expression) const;
   void need(std::size_t position, SortKind kind, std::size_t column);
   void set_sorts();
@@ -69,6 +81,7 @@ class RuleParser {
   // Result.
   ResultTree parse_result(std::size_t depth);
   ResultTree parse_result_equality(std::size_t depth);
+  ResultTree parse_result_composed(std::size_t depth);
   ResultTree parse_result_word(std::size_t depth);
   ResultTree parse_result_application(const Operator& op, std::size_t depth);
   IntExpr parse_result_parameter();

@@ -171,13 +171,13 @@ void RuleParser::check_stated_literal(std::int64_t left, Relation relation, std:
 
 Condition RuleParser::make_comparison(IntExpr left, Relation relation, IntExpr right, std::size_t column) {
   Condition condition;
-  const bool values = reads_value(left) || reads_value(right);
+  const bool values = is_exact(left) || is_exact(right);
   condition.kind = values ? Condition::Kind::compare_values : Condition::Kind::compare;
   condition.relation = relation;
   condition.left = std::move(left);
   condition.right = std::move(right);
   for (const IntExpr* side : {&condition.left, &condition.right}) {
-    if (!reads_value(*side) && has_product(*side)) lexer_.fail(column, "a product is one of numerals");
+    if (!is_exact(*side) && has_product(*side)) lexer_.fail(column, "a product is one of numerals");
   }
   return condition;
 }
@@ -191,7 +191,7 @@ Condition RuleParser::parse_binding() {
   const std::size_t value_column = lexer_.column();
   parameter.value = parse_expression(1);
   if (has_product(parameter.value)) lexer_.fail(value_column, "a product is one of numerals");
-  if (reads_value(parameter.value)) {
+  if (is_exact(parameter.value)) {
     lexer_.fail(value_column, "a name can be bound to integers and sizes only, not to the value of a term");
   }
   Condition condition;
@@ -201,16 +201,19 @@ Condition RuleParser::parse_binding() {
   return condition;
 }
 
-/// A number, a name, "size(t)", or a sum, a difference or a product between underscores.
+/// A number, a name, "size(t)", or two of them and an operator between underscores.
 IntExpr RuleParser::parse_expression(std::size_t depth) {
   check_depth(depth);
   if (lexer_.accept("_")) {
     IntExpr expression;
     IntExpr left = parse_expression(depth + 1);
+    if (lexer_.at("^")) return parse_power(left, depth);
     expression.kind = lexer_.at("-")   ? IntExpr::Kind::difference
                       : lexer_.at("*") ? IntExpr::Kind::product
+                      : lexer_.at("&") ? IntExpr::Kind::conjunction
                                        : IntExpr::Kind::sum;
-    if (!lexer_.accept("-") && !lexer_.accept("*")) lexer_.expect("+");
+    if (expression.kind == IntExpr::Kind::sum && !lexer_.at("+")) lexer_.expect("+");
+    lexer_.advance();
     IntExpr right = parse_expression(depth + 1);
     expression.operands.push_back(std::move(left));
     expression.operands.push_back(std::move(right));
@@ -232,6 +235,20 @@ IntExpr RuleParser::parse_expression(std::size_t depth) {
   if (const auto parameter = find_parameter(name)) return {IntExpr::Kind::parameter, *parameter, {}};
   if (const auto position = find_variable(name)) return {IntExpr::Kind::value, *position, {}};
   lexer_.fail(column, "the name " + quoted(name) + " is not bound");
+}
+
+/// The exponent of a power of 2, the sign being under the cursor.
+IntExpr RuleParser::parse_power(const IntExpr& base, std::size_t depth) {
+  if (base.kind != IntExpr::Kind::literal || base.index != 2) lexer_.fail("only powers of 2 can be written");
+  lexer_.advance();
+  const std::size_t column = lexer_.column();
+  IntExpr exponent = parse_expression(depth + 1);
+  if (is_exact(exponent)) lexer_.fail(column, "an exponent is made of integers and sizes");
+  lexer_.expect("_");
+  IntExpr power;
+  power.kind = IntExpr::Kind::power;
+  power.operands.push_back(std::move(exponent));
+  return power;
 }
 
 /// A name with a numbered suffix is another occurrence of a term, so something must say of which.

@@ -7,6 +7,13 @@ namespace quarv::rules {
 
 ResultTree RuleParser::parse_result(std::size_t depth) {
   check_depth(depth);
+  if (accept_to_real()) {
+    ResultTree tree = parse_result(depth + 1);
+    if (tree.node.as_real) lexer_.fail(tree.column, "to_real needs an integer here");
+    tree.node.as_real = true;
+    lexer_.expect(")");
+    return tree;
+  }
   if (lexer_.accept("(")) return parse_result_equality(depth);
   if (at_application() || lexer_.at("~")) return parse_result_word(depth);
   ResultTree tree;
@@ -54,6 +61,7 @@ ResultTree RuleParser::parse_result_equality(std::size_t depth) {
 
 /// An operator, or a word that stands for one.
 ResultTree RuleParser::parse_result_word(std::size_t depth) {
+  if (is_composed_word(lexer_.token_text())) return parse_result_composed(depth);
   const std::size_t column = lexer_.column();
   const DerivedOperator* derived = find_derived_operator(lexer_.token_text());
   if (derived == nullptr) {
@@ -63,11 +71,11 @@ ResultTree RuleParser::parse_result_word(std::size_t depth) {
   lexer_.advance();
   ResultTree tree = parse_result_application(*find_operator(derived->of), depth);
   if (derived->swapped) std::ranges::reverse(tree.children);
-  if (!derived->negated) return tree;
+  if (derived->negation.empty()) return tree;
   ResultTree negation;
   negation.column = column;
   negation.node.kind = ResultNode::Kind::application;
-  negation.node.op = find_operator("~");
+  negation.node.op = find_operator(derived->negation);
   negation.children.push_back(std::move(tree));
   return negation;
 }

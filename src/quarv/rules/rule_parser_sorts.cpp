@@ -14,6 +14,10 @@ SortKind kind_of(NamedConstant constant) {
   return constant <= NamedConstant::toward_zero ? SortKind::rounding_mode : SortKind::floating_point;
 }
 
+bool has_conjunction(const IntExpr& e) {
+  return e.kind == IntExpr::Kind::conjunction || std::ranges::any_of(e.operands, has_conjunction);
+}
+
 bool is_arithmetic(SortKind kind) {
   return kind == SortKind::integer || kind == SortKind::real || kind == SortKind::number;
 }
@@ -30,7 +34,7 @@ void RuleParser::infer_pattern_sorts() {
       node.sort = sorts_.make();
     } else {
       std::vector<std::size_t> arguments;
-      for (std::size_t a : node.arguments) arguments.push_back(rule_.pattern[a].sort);
+      for (std::size_t a : node.arguments) arguments.push_back(sort_as_argument(a));
       std::optional<SortInference::Misfit> misfit;
       node.sort = sorts_.apply(*node.op, arguments, true, &misfit);
       if (!misfit) continue;
@@ -39,6 +43,16 @@ void RuleParser::infer_pattern_sorts() {
                   quoted(node.op->word) + " needs " + std::string(description(misfit->needed)) + " here");
     }
   }
+}
+
+/// What the operator above finds there.
+std::size_t RuleParser::sort_as_argument(std::size_t position) {
+  const PatternNode& node = rule_.pattern[position];
+  if (!node.as_real) return node.sort;
+  if (!sorts_.unite(node.sort, sorts_.make(SortKind::integer))) {
+    lexer_.fail(node.column, "to_real needs an integer here");
+  }
+  return sorts_.make(SortKind::real);
 }
 
 void RuleParser::need(std::size_t position, SortKind kind, std::size_t column) {
@@ -56,9 +70,18 @@ void RuleParser::need_widths(const IntExpr& expression, std::size_t column) {
   for (const IntExpr& operand : expression.operands) need_widths(operand, column);
 }
 
+void RuleParser::need_bits(const IntExpr& expression, std::size_t column) {
+  if (expression.kind == IntExpr::Kind::value) need(expression.index, SortKind::bit_vector, column);
+  for (const IntExpr& operand : expression.operands) need_bits(operand, column);
+}
+
 void RuleParser::infer_condition_sorts(const Condition& c, std::size_t column) {
   need_widths(c.left, column);
   need_widths(c.right, column);
+  if (has_conjunction(c.left) || has_conjunction(c.right)) {
+    need_bits(c.left, column);
+    need_bits(c.right, column);
+  }
   switch (c.kind) {
     case Condition::Kind::identity: {
       if (sorts_.unite(rule_.pattern[c.a].sort, rule_.pattern[c.b].sort)) return;

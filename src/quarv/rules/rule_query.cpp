@@ -2,7 +2,10 @@
 #include <bit>
 #include <optional>
 
+#include <gmpxx.h>
+
 #include <quarv/rules/rule_query.h>
+#include <quarv/rules/solver_text.h>
 
 namespace quarv::rules {
 
@@ -74,9 +77,15 @@ class QueryWriter {
     if (node.kind != PatternNode::Kind::application) return;
     std::vector<std::uint64_t> parameters;
     for (std::size_t p : node.parameters) parameters.push_back(instance_.integers[p]);
-    std::string arguments;
-    for (std::size_t a : node.arguments) arguments += ' ' + terms_[a];
-    terms_[i] = application(*node.op, parameters, arguments, sort_of(i));
+    std::vector<std::string> arguments;
+    for (std::size_t a : node.arguments) {
+      arguments.push_back(as_argument(terms_[a], rule_.pattern[a].as_real));
+    }
+    terms_[i] = solver_text(*node.op, parameters, arguments, width(node.arguments[0]), sort_of(i));
+  }
+
+  static std::string as_argument(const std::string& text, bool as_real) {
+    return as_real ? "(to_real " + text + ')' : text;
   }
 
   bool is_bit_vector(std::size_t sort) const { return rule_.sorts[sort].kind == SortKind::bit_vector; }
@@ -99,18 +108,6 @@ class QueryWriter {
     const std::string word(word_of(c));
     if (c < NamedConstant::nan) return word;
     return "(_ " + word + sort.substr(sort.find("Point") + 5);
-  }
-
-  static std::string application(const Operator& op, const std::vector<std::uint64_t>& parameters,
-                                 const std::string& arguments, const std::string& sort) {
-    std::string head(op.smtlib);
-    if (op.tag == SymbolTag::ARRAY_CONST) head = "(as const " + sort + ')';
-    if (!parameters.empty()) {
-      head.insert(0, "(_ ");
-      for (std::uint64_t p : parameters) head += ' ' + std::to_string(p);
-      head += ')';
-    }
-    return '(' + head + arguments + ')';
   }
 
   void require(const std::string& condition) { conditions_ += ' ' + condition; }
@@ -142,7 +139,10 @@ class QueryWriter {
       case Condition::Kind::has_number:
         return require("(= " + terms_[c.a] + ' ' + number(c.value, rule_.pattern[c.a].sort) + ')');
       case Condition::Kind::compare_values: {
-        if (!is_plain(c.left) || !is_plain(c.right)) return require(exact_comparison(c));
+        if (!is_plain(c.left) || !is_plain(c.right)) {
+          return require(reads_bit_vectors(c.left) && reads_bit_vectors(c.right) ? comparison_of_words(c)
+                                                                                 : exact_comparison(c));
+        }
         const std::size_t wide = std::max(bits_of(c.left), bits_of(c.right));
         return require(comparison(c.relation, widened(c.left, wide), widened(c.right, wide)));
       }
@@ -159,10 +159,67 @@ class QueryWriter {
   /// The value of a bit-vector, or what has none in it.
   bool is_plain(const IntExpr& side) const {
     if (side.kind == IntExpr::Kind::value) return is_bit_vector(rule_.pattern[side.index].sort);
-    return !reads_value(side);
+    return !is_exact(side);
   }
 
-  /// A comparison of real numbers.
+  /// Whether the values that it reads are those of bit-vectors.
+  bool reads_bit_vectors(const IntExpr& e) const {
+    if (e.kind == IntExpr::Kind::value) return is_bit_vector(rule_.pattern[e.index].sort);
+    return std::ranges::all_of(e.operands,
+                               [this](const IntExpr& operand) { return reads_bit_vectors(operand); });
+  }
+
+  /// So many bits hold the absolute values of an expression and of its parts.
+  std::size_t magnitude(const IntExpr& e) const {
+    if (e.kind == IntExpr::Kind::value || !is_exact(e)) return bits_of(e);
+    if (e.kind == IntExpr::Kind::power)
+      return std::min(evaluate(e.operands[0], instance_), most_exponent) + 1;
+    const std::size_t left = magnitude(e.operands[0]);
+    const std::size_t right = magnitude(e.operands[1]);
+    return e.kind == IntExpr::Kind::product ? left + right : std::max(left, right) + 1;
+  }
+
+  /// An exact comparison of signed words that are wide enough for all that is computed.
+  std::string comparison_of_words(const Condition& c) const {
+    static constexpr std::string_view relations[] = {"=", "distinct", "bvslt", "bvsle", "bvsgt", "bvsge"};
+    const std::size_t wide = std::max(magnitude(c.left), magnitude(c.right)) + 1;
+    std::string defined;  // conjunctions are of numbers from 0 on
+    const std::string left = word(c.left, wide, &defined);
+    const std::string right = word(c.right, wide, &defined);
+    if (defined == "false") return defined;
+    const std::string text =
+        '(' + std::string(relations[static_cast<std::size_t>(c.relation)]) + ' ' + left + ' ' + right + ')';
+    return defined.empty() ? text : "(and" + defined + ' ' + text + ')';
+  }
+
+  std::string word(const IntExpr& e, std::size_t wide, std::string* defined) const {
+    if (e.kind == IntExpr::Kind::value || !is_exact(e)) return widened(e, wide);
+    if (e.kind == IntExpr::Kind::power) {
+      const std::uint64_t exponent = evaluate(e.operands[0], instance_);
+      if (exponent > most_exponent) *defined = "false";
+      return exponent < wide ? power_of_two(exponent, wide) : numeral(0, wide);
+    }
+    std::string left = word(e.operands[0], wide, defined);
+    const std::string right = word(e.operands[1], wide, defined);
+    if (e.kind == IntExpr::Kind::conjunction && *defined != "false") {
+      for (std::size_t i = 0; i < 2; ++i) {
+        if (can_be_negative(e.operands[i]))
+          *defined += " (bvsle " + numeral(0, wide) + ' ' + (i == 0 ? left : right) + ')';
+      }
+    }
+    const char* const sign = e.kind == IntExpr::Kind::sum          ? "(bvadd "
+                             : e.kind == IntExpr::Kind::difference ? "(bvsub "
+                             : e.kind == IntExpr::Kind::product    ? "(bvmul "
+                                                                   : "(bvand ";
+    return sign + std::move(left) + ' ' + right + ')';
+  }
+
+  static bool can_be_negative(const IntExpr& e) {
+    return is_exact(e) &&
+           (e.kind == IntExpr::Kind::difference || std::ranges::any_of(e.operands, can_be_negative));
+  }
+
+  /// A comparison of real numbers. There are no conjunctions in it, which are of bit-vectors.
   std::string exact_comparison(const Condition& c) const {
     static constexpr std::string_view relations[] = {"=", "distinct", "<", "<=", ">", ">="};
     return '(' + std::string(relations[static_cast<std::size_t>(c.relation)]) + ' ' + exact(c.left) + ' ' +
@@ -170,11 +227,17 @@ class QueryWriter {
   }
 
   std::string exact(const IntExpr& e) const {
-    if (!reads_value(e)) return std::to_string(evaluate(e, instance_)) + ".0";
+    if (!is_exact(e)) return std::to_string(evaluate(e, instance_)) + ".0";
     if (e.kind == IntExpr::Kind::value) {
       const std::size_t sort = rule_.pattern[e.index].sort;
       if (instance_.sorts[sort] == "Real") return terms_[e.index];
       return "(to_real " + (is_bit_vector(sort) ? "(bv2nat " + terms_[e.index] + ')' : terms_[e.index]) + ')';
+    }
+    if (e.kind == IntExpr::Kind::power) {
+      mpz_class value;
+      const std::uint64_t exponent = std::min(evaluate(e.operands[0], instance_), most_exponent);
+      mpz_ui_pow_ui(value.get_mpz_t(), 2, exponent);
+      return value.get_str() + ".0";
     }
     const char* const sign = e.kind == IntExpr::Kind::sum          ? "(+ "
                              : e.kind == IntExpr::Kind::difference ? "(- "
@@ -207,17 +270,17 @@ class QueryWriter {
         std::vector<std::uint64_t> parameters;
         for (const IntExpr& p : node.parameters) parameters.push_back(evaluate(p, instance_));
         std::vector<std::size_t> argument_widths;
-        std::string arguments;
+        std::vector<std::string> arguments;
         for (std::size_t a : node.arguments) {
           argument_widths.push_back(widths[a]);
-          arguments += ' ' + texts[a];
+          arguments.push_back(as_argument(texts[a], rule_.result[a].as_real));
         }
         const auto result_width = node.op->shape == Shape::mixed
                                       ? width_of_mixed(node, parameters, argument_widths)
                                       : width_of_application(*node.op, parameters, argument_widths);
         if (!result_width) return;
         w = *result_width;
-        text = application(*node.op, parameters, arguments, instance_.sorts[node.sort]);
+        text = solver_text(*node.op, parameters, arguments, argument_widths[0], instance_.sorts[node.sort]);
       } else {
         w = node.width.from_result ? widths[node.width.index] : width(node.width.index);
         text = node.kind == ResultNode::Kind::literal ? numeral(node.value, w)
@@ -226,7 +289,8 @@ class QueryWriter {
       texts.push_back(std::move(text));
       widths.push_back(w);
     }
-    if (widths.back() == instance_.widths[0]) query_.result = texts.back();
+    if (widths.back() != instance_.widths[0]) return;
+    query_.result = as_argument(texts.back(), rule_.result.back().as_real);
   }
 
   /// Sorts tell the widths of operators that are not on bit-vectors alone.

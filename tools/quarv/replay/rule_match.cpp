@@ -44,6 +44,8 @@ bool has_arguments_of(const rules::Operator& op, const std::vector<TraceSort::Ki
       return kinds[1] == TraceSort::floating_point;
     case SymbolTag::FP_FROM_SBV:
       return kinds[1] == TraceSort::bit_vector;
+    case SymbolTag::OPAQUE:
+      return !op.has_format || kinds[1] == TraceSort::integer || kinds[1] == TraceSort::real;
     default:
       return true;
   }
@@ -85,6 +87,8 @@ std::optional<std::uint64_t> RuleMatch::evaluate(const IntExpr& e) const {
       return w ? std::optional<std::uint64_t>(*w) : std::nullopt;
     }
     case IntExpr::Kind::value:
+    case IntExpr::Kind::conjunction:
+    case IntExpr::Kind::power:
       return std::nullopt;
     case IntExpr::Kind::sum:
     case IntExpr::Kind::difference:
@@ -102,13 +106,22 @@ std::optional<mpq_class> RuleMatch::side(const IntExpr& e) const {
     const Expression& numeral = at(e.index);
     return numeral.kind == Expression::value ? std::optional(numeral.number) : std::nullopt;
   }
-  if (!reads_value(e)) {
+  if (!is_exact(e)) {
     const auto value = evaluate(e);
     return value ? std::optional(mpq_class(static_cast<unsigned long>(*value))) : std::nullopt;
+  }
+  if (e.kind == IntExpr::Kind::power) {
+    const auto exponent = evaluate(e.operands[0]);
+    if (!exponent || *exponent > rules::most_exponent) return std::nullopt;
+    return mpq_class(power_of_two(*exponent));
   }
   const auto left = side(e.operands[0]);
   const auto right = side(e.operands[1]);
   if (!left || !right) return std::nullopt;
+  if (e.kind == IntExpr::Kind::conjunction) {
+    if (*left < 0 || *right < 0 || left->get_den() != 1 || right->get_den() != 1) return std::nullopt;
+    return mpq_class(mpz_class(left->get_num() & right->get_num()));
+  }
   if (e.kind == IntExpr::Kind::product) return mpq_class(*left * *right);
   return e.kind == IntExpr::Kind::sum ? mpq_class(*left + *right) : mpq_class(*left - *right);
 }
@@ -186,7 +199,11 @@ std::optional<Mismatch> RuleMatch::mismatch(const Expression& root, std::optiona
   std::size_t offset = rule_.text.find(rule_.pattern_text) + rule_.pattern_text.size();
   for (const Condition& c : rule_.conditions) {
     offset = rule_.text.find(c.text, offset);
-    if (!holds(c)) return Mismatch{"the condition " + c.text + " does not hold", offset + 1, c.a, false};
+    if (!holds(c)) {
+      // is_int has a condition that is not written.
+      if (c.text.empty()) return Mismatch{"the pattern has is_int", rule_.pattern[c.a].column, c.a, true};
+      return Mismatch{"the condition " + c.text + " does not hold", offset + 1, c.a, false};
+    }
     offset += c.text.size();
   }
   for (const Condition& c : rule_.sort_tests) {

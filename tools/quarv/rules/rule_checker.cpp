@@ -20,7 +20,7 @@ std::string assertion(const std::string& formula) {
 
 /// Whether numerals are added up or multiplied in a comparison, which is one of numbers then.
 bool reads_sums_of_values(const Rule& rule) {
-  const auto is_compound = [](const rules::IntExpr& e) { return !e.operands.empty() && reads_value(e); };
+  const auto is_compound = [](const rules::IntExpr& e) { return !e.operands.empty() && is_exact(e); };
   return std::ranges::any_of(rule.conditions, [&](const rules::Condition& c) {
     return c.kind == rules::Condition::Kind::compare_values && (is_compound(c.left) || is_compound(c.right));
   });
@@ -159,9 +159,13 @@ RuleChecker::Answer RuleChecker::check_one(const Rule& rule, const RuleInstance&
 }
 
 std::string list_of_instances(const Rule& rule, const std::vector<std::size_t>& widths) {
-  if (has_widths(rule)) return list_of_widths(widths);
   const std::string formats = list_of_formats(rule);
-  return formats.empty() ? "all values" : formats;
+  std::string text = has_widths(rule) ? list_of_widths(widths) : formats.empty() ? "all values" : formats;
+  const std::set<std::size_t> moduli = rules::moduli_to_try(rule);
+  for (const std::size_t modulus : moduli) {
+    fmt::format_to(std::back_inserter(text), "{} {}", modulus == *moduli.begin() ? ", moduli" : ",", modulus);
+  }
+  return text;
 }
 
 std::string list_of_formats(const Rule& rule) {

@@ -233,9 +233,28 @@ class InstanceEvaluation {
   mpz_class value(reference::Evaluation& values, std::size_t position, std::size_t assignment) const {
     return values[places_[position]].value(assignment).number.get_num();
   }
-  mpz_class value(reference::Evaluation& values, const IntExpr& side, std::size_t assignment) const {
-    return side.kind == IntExpr::Kind::value ? value(values, side.index, assignment)
-                                             : number(rules::evaluate(side, instance_));
+  /// A side of a comparison, exactly; nothing where it has no value.
+  std::optional<mpz_class> value(reference::Evaluation& values, const IntExpr& side,
+                                 std::size_t assignment) const {
+    if (side.kind == IntExpr::Kind::value) return value(values, side.index, assignment);
+    if (!is_exact(side)) return number(rules::evaluate(side, instance_));
+    if (side.kind == IntExpr::Kind::power) {
+      const std::uint64_t exponent = rules::evaluate(side.operands[0], instance_);
+      return exponent <= rules::most_exponent ? std::optional(power(exponent)) : std::nullopt;
+    }
+    const std::optional<mpz_class> left = value(values, side.operands[0], assignment);
+    const std::optional<mpz_class> right = value(values, side.operands[1], assignment);
+    if (!left || !right) return std::nullopt;
+    switch (side.kind) {
+      case IntExpr::Kind::sum:
+        return mpz_class(*left + *right);
+      case IntExpr::Kind::difference:
+        return mpz_class(*left - *right);
+      case IntExpr::Kind::product:
+        return mpz_class(*left * *right);
+      default:  // a conjunction
+        return *left < 0 || *right < 0 ? std::nullopt : std::optional(mpz_class(*left & *right));
+    }
   }
 
   std::vector<bool> where_conditions_hold(reference::Evaluation& values) const {
@@ -252,10 +271,13 @@ class InstanceEvaluation {
 
   bool condition_holds(reference::Evaluation& values, const Condition& c, std::size_t i) const {
     switch (c.kind) {
-      case Condition::Kind::compare_values:
-        return rules::related(value(values, c.left, i), c.relation, value(values, c.right, i));
+      case Condition::Kind::compare_values: {
+        const std::optional<mpz_class> left = value(values, c.left, i);
+        const std::optional<mpz_class> right = value(values, c.right, i);
+        return left && right && rules::related(*left, c.relation, *right);
+      }
       case Condition::Kind::fits:
-        return value(values, c.left, i) + value(values, c.right, i) < power(width(c.a));
+        return value(values, c.left.index, i) + value(values, c.right.index, i) < power(width(c.a));
       case Condition::Kind::has_value:
         return value(values, c.a, i) ==
                (c.value < 0 ? mpz_class(power(width(c.a)) - 1) : number(static_cast<std::uint64_t>(c.value)));

@@ -103,7 +103,7 @@ class MatcherWriter {
         outputs += used ? ", &" + name : std::string(", nullptr");
         any_parameter = any_parameter || used;
       }
-      if (node.op->tag == SymbolTag::OPAQUE) {
+      if (node.op->tag == SymbolTag::OPAQUE && !node.op->has_format) {
         require("rules::is_named_operation(mgr, " + term(position) + ", \"" + std::string(node.op->smtlib) +
                 "\")");
         continue;
@@ -113,7 +113,9 @@ class MatcherWriter {
         continue;
       }
       if (position == 0 && !any_parameter) continue;
-      if (node.op->shape == Shape::mixed || node.op->shape == Shape::negation) {
+      // Equality has no recogniser either.
+      if (node.op->shape == Shape::mixed || node.op->shape == Shape::negation ||
+          node.op->tag == SymbolTag::EQ) {
         uses_manager_ = true;
         line("if (mgr->get_tag(" + term(position) +
              "->symbol) != SymbolTag::" + std::string(node.op->tag_name) + ") return false;");
@@ -240,7 +242,14 @@ class MatcherWriter {
 
   /// A side of a comparison of values, as a QNumber. A term's value is got once.
   std::string number(const IntExpr& side) {
-    if (!reads_value(side)) return "rules::to_number(" + integer(side) + ")";
+    if (!is_exact(side)) return "rules::to_number(" + integer(side) + ")";
+    if (side.kind == IntExpr::Kind::power) {
+      return get_number("rules::get_power(" + integer(side.operands[0]) + ", ");
+    }
+    if (side.kind == IntExpr::Kind::conjunction) {
+      const std::string left = number(side.operands[0]);
+      return get_number("rules::get_conjunction(" + left + ", " + number(side.operands[1]) + ", ");
+    }
     if (side.kind != IntExpr::Kind::value) {
       const std::string left = number(side.operands[0]);
       const std::string right = number(side.operands[1]);
@@ -257,6 +266,14 @@ class MatcherWriter {
       line("if (" + name + " == nullptr) return false;");
     }
     return "*" + name;
+  }
+
+  /// A new number that `call`, which lacks its last argument, computes, or there is none.
+  std::string get_number(const std::string& call) {
+    const std::string name = "number_" + std::to_string(num_numbers_++);
+    line("QNumber " + name + ";");
+    require(call + "&" + name + ")");
+    return name;
   }
 
   void write_binding(const Condition& binding) {
@@ -291,6 +308,8 @@ class MatcherWriter {
                nested(expression.operands[1], right);
       }
       case IntExpr::Kind::product:
+      case IntExpr::Kind::conjunction:
+      case IntExpr::Kind::power:
       case IntExpr::Kind::value:
         break;
     }
@@ -401,6 +420,7 @@ class MatcherWriter {
   std::vector<bool> width_known_;
   std::vector<bool> value_known_;
   bool uses_manager_ = false;
+  std::size_t num_numbers_ = 0;  // that conditions compute
   std::size_t num_indexed_ = 0;  // applications of the result that have indices
   std::string body_;
 };

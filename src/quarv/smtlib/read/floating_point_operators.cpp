@@ -4,6 +4,7 @@
 #include <quarv/session/strict_semantics.h>
 #include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/read/real_to_fp.h>
+#include <quarv/term/real_to_float.h>
 
 namespace quarv::smtlib {
 
@@ -108,9 +109,7 @@ const Term* to_fp(OperatorContext& c, Args a) {
   if (value != nullptr) {
     if (const Term* folded = fold_real_to_fp(m, a[0], *value, ew, mw)) return folded;
   }
-  const std::string name = "(_ to_fp " + std::to_string(ew) + ' ' + std::to_string(mw + 1) + ')';
-  return m.make_term(m.make_opaque_symbol(name, {m.rounding_mode_type, m.rat_type}, m.get_fp_type(ew, mw)),
-                     a);
+  return m.make_term(make_real_to_float_symbol(m, ew, mw), a);
 }
 
 const Term* to_fp_unsigned(OperatorContext& c, Args a) {
