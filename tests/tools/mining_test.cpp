@@ -62,6 +62,21 @@ TEST_F(Mining, FindsTheSameWithAnyNumberOfThreadsAndInPieces) {
   EXPECT_FALSE(fs::exists(path("x.rules")));
 }
 
+/// An answer in the last moment is one, though what follows it comes too late.
+TEST_F(Mining, WaitsForWhatFollowsAnAnswer) {
+  write("slow.sh", R"sh(n=0
+while read -r line; do
+  case $line in
+    *echo*) test $n -gt 2 && test $n -lt 6 && sleep 1; echo "$line" | cut -d '"' -f 2 ;;
+    *check-sat*) n=$((n+1)); case $n in 2) echo sat ;; *) echo unsat ;; esac ;;
+  esac
+done
+)sh");
+  write("true.rules", "rewrite(not(not(p)), ) >> p\n");
+  const Result r = run("$quarv rules check true.rules -j 1 --timeout 0.01 --solver 'bash slow.sh'");
+  EXPECT_FALSE(has(r.err, "did not echo")) << r.err;
+}
+
 TEST_F(Mining, ReportsWhatCannotBeMined) {
   fs::create_directory(path("empty"));
   for (const char* arguments : {"empty", "nothing", "scripts --solver false"}) {

@@ -1,5 +1,6 @@
 #include "solver/solver_process.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -168,6 +169,9 @@ std::optional<std::string> SolverProcess::run(const std::string& script, std::ch
 /// The next answer would otherwise be taken for one to the next script.
 void SolverProcess::expect_mark(const std::string& answer, const std::string& mark,
                                 Clock::time_point deadline) {
+  // An answer that came in the last moment is one: only a solver that says no more at all is refused.
+  constexpr std::chrono::seconds patience(10);
+  deadline = std::max(deadline, Clock::now() + patience);
   std::string echoed;
   try {
     if (!receive(echoed, deadline)) fail("answered " + answer + " and then did not echo " + mark);
