@@ -62,6 +62,26 @@ TEST_F(Mining, FindsTheSameWithAnyNumberOfThreadsAndInPieces) {
   EXPECT_FALSE(fs::exists(path("x.rules")));
 }
 
+TEST_F(Mining, RefusesAStateThatWasChanged) {
+  ASSERT_EQ(run("$quarv rules mine scripts -j 1 --size 2 --state state -o x.rules").status, 0);
+  const std::string state = read("state");
+  const std::string rules = read("x.rules");
+  const std::string again = "$quarv rules mine scripts -j 1 --size 2 --state state -o y.rules";
+  std::string changed = state;
+  changed.replace(changed.find("rewrite("), 8, "rewrite( ");
+  write("state", changed);
+  const Result r = run(again);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(r.err, "state:1:1: error: the state was changed since it was written\n");
+  EXPECT_FALSE(fs::exists(path("y.rules")));
+  EXPECT_EQ(read("state"), changed);
+  write("state", state.substr(0, state.size() / 2));
+  EXPECT_EQ(run(again).err, "state:1:1: error: not a state of quarv rules mine\n");
+  write("state", state);
+  EXPECT_EQ(run(again).status, 0);
+  EXPECT_EQ(read("y.rules"), rules);
+}
+
 /// An answer in the last moment is one, though what follows it comes too late.
 TEST_F(Mining, WaitsForWhatFollowsAnAnswer) {
   write("slow.sh", R"sh(n=0

@@ -31,6 +31,9 @@ class MineState {
   /// or is no state.
   MineState(std::string path, std::string work);
 
+  /// Throws InputError: the file is no state.
+  [[noreturn]] void refuse() const;
+
   /// Writes the file whole, or leaves it as it was. Throws FileError.
   void save() const;
 

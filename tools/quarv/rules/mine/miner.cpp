@@ -201,8 +201,10 @@ class Miner {
 
   void work_on(std::size_t first, std::size_t last) {
     if (!state_.proposals.contains(piece(first)) && !search(first, last)) return;
-    if (!prove(state_.proposals.at(piece(first)))) return;
-    count(new_ones(proved(state_.proposals.at(piece(first)))));
+    const std::vector<Proposal>& found = state_.proposals.at(piece(first));
+    const auto is_of_piece = [&](const Proposal& p) { return p.sample >= first && p.sample < last; };
+    if (!std::ranges::all_of(found, is_of_piece)) state_.refuse();
+    if (prove(found)) count(new_ones(proved(found)));
   }
 
   bool search(std::size_t first, std::size_t last) {
