@@ -82,6 +82,23 @@ TEST_F(Mining, RefusesAStateThatWasChanged) {
   EXPECT_EQ(read("y.rules"), rules);
 }
 
+TEST_F(Mining, SaysHowConstantsAreRelated) {
+  fs::create_directory(path("masks"));
+  // One field of a word and another one beside it; the sign of a byte.
+  write("masks/x.smt2", R"((declare-const x (_ BitVec 32))
+(declare-const y (_ BitVec 32))
+(assert (bvult (bvxor #x00ff0000 (bvand #x0000ff00 (bvnot x))) y))
+(assert (bvult (bvadd #xffffff80 (bvxor #x00000080 ((_ zero_extend 24) ((_ extract 7 0) y)))) x))
+)");
+  const Result r = run("$quarv rules mine masks --size 3 -j 1 -o mined.rules");
+  EXPECT_EQ(r.status, 0) << r.err;
+  const std::string mined = read("mined.rules");
+  EXPECT_TRUE(has(mined, "_2 ^ ")) << mined;
+  EXPECT_TRUE(has(mined, ">> sext(")) << mined;
+  EXPECT_FALSE(has(mined, " == 128)")) << mined;
+  EXPECT_EQ(run("$quarv rules check mined.rules --max-width 5 --assignments 10000").status, 0);
+}
+
 /// An answer in the last moment is one, though what follows it comes too late.
 TEST_F(Mining, WaitsForWhatFollowsAnAnswer) {
   write("slow.sh", R"sh(n=0

@@ -250,6 +250,13 @@ char kind_of(std::uint64_t value, std::size_t width) {
   return value < width ? 's' : 'c';
 }
 
+/// There are many large terms, and a rule for one of them pays only if it is applied more than once. Where
+/// parts are used elsewhere it saves next to nothing.
+bool is_worth_a_look(std::size_t num_operators, std::uint64_t uses) {
+  constexpr std::size_t small = 2, medium = 3;
+  return num_operators <= small || uses >= (num_operators <= medium ? 1U : 2U);
+}
+
 /// A text that samples share which differ in numbers only, and in which the same numbers are equal.
 std::string class_of(const Sample& sample) {
   std::map<std::size_t, std::size_t> ranks;
@@ -305,6 +312,7 @@ std::vector<Sample> representatives(const Samples& all) {
       uses += member->uses;
       files.insert(member->files.begin(), member->files.end());
     }
+    if (!is_worth_a_look(num_operators(members.front()->term), uses)) continue;
     std::ranges::stable_sort(members, std::ranges::greater(), &Sample::uses);
     members.resize(std::min(members.size(), most_of_a_class));
     for (const Sample* member : members) {

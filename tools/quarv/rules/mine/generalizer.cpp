@@ -108,14 +108,60 @@ Texts weak_facts_about(const Integers& integers) {
   return facts;
 }
 
+/// The width of both, if they have one.
+std::optional<std::size_t> common_width(const NamedInteger& c, const NamedInteger& d,
+                                        const Integers& integers) {
+  std::optional<std::size_t> widths[2];
+  for (const NamedInteger& n : integers) {
+    if (n.text == fmt::format("size({})", c.text)) widths[0] = n.value;
+    if (n.text == fmt::format("size({})", d.text)) widths[1] = n.value;
+  }
+  return widths[0] == widths[1] ? widths[0] : std::nullopt;
+}
+
+/// How the bits of two constants are related.
+void add_facts_about_bits(const NamedInteger& c, const NamedInteger& d, std::size_t width, Texts& facts) {
+  const auto fact = [&](bool holds, const char* format) {
+    if (holds) facts.push_back(fmt::format(fmt::runtime(format), c.text, d.text));
+  };
+  if (c.text < d.text) {
+    fact(c.value + d.value == all_ones(width), "(_{0} + {1}_ == __2 ^ size({0})_ - 1_)");
+    fact(c.value != 0 && ((c.value + d.value) & all_ones(width)) == 0, "(_{0} + {1}_ == _2 ^ size({0})_)");
+    fact((c.value & d.value) == 0, "(_{0} & {1}_ == 0)");
+  }
+  fact((c.value & d.value) == c.value, "(_{0} & {1}_ == {0})");
+  fact(d.value == c.value + 1, "(_{0} + 1_ == {1})");
+  const bool can_double = c.value != 0 && c.value >> 63 == 0;
+  fact(can_double && d.value == 2 * c.value, "(_2 * {0}_ == {1})");
+  fact(can_double && d.value == 2 * c.value - 1, "(__2 * {0}_ - 1_ == {1})");
+}
+
+/// Whether a constant is a power of two or ones from the lowest bit on, and by which integer.
+void add_facts_about_powers(const NamedInteger& c, const Integers& integers, Texts& facts) {
+  for (const NamedInteger& n : integers) {
+    if (n.value > 63 || n.value == 0) continue;
+    const std::uint64_t power = std::uint64_t{1} << n.value;
+    if (c.value == power) facts.push_back(fmt::format("({} == _2 ^ {}_)", c.text, n.text));
+    if (c.value == power - 1) facts.push_back(fmt::format("({} == __2 ^ {}_ - 1_)", c.text, n.text));
+    if (c.value == power / 2) facts.push_back(fmt::format("({} == _2 ^ _{} - 1__)", c.text, n.text));
+  }
+  if ((c.value & 1) == 0) facts.push_back(fmt::format("(_{0} & 1_ == 0)", c.text));
+  if ((c.value & (c.value + 1)) == 0) facts.push_back(fmt::format("(_{0} & _{0} + 1__ == 0)", c.text));
+  if ((c.value & (c.value - 1)) == 0) facts.push_back(fmt::format("(_{0} & _{0} - 1__ == 0)", c.text));
+}
+
 /// What can be said of the values of constants.
 Texts facts_about_constants(const Integers& constants, const Integers& integers) {
   Texts facts;
   for (const NamedInteger& c : constants) {
     for (const NamedInteger& d : constants) {
+      if (&c == &d) continue;
       if (c.text < d.text && c.value == d.value) facts.push_back(fmt::format("({} == {})", c.text, d.text));
-      if (c.text != d.text && c.value < d.value) facts.push_back(fmt::format("({} < {})", c.text, d.text));
+      if (const auto width = common_width(c, d, integers)) add_facts_about_bits(c, d, *width, facts);
+      if (c.value < d.value) facts.push_back(fmt::format("({} < {})", c.text, d.text));
+      if (c.value <= d.value) facts.push_back(fmt::format("({} <= {})", c.text, d.text));
     }
+    add_facts_about_powers(c, integers, facts);
     for (const NamedInteger& n : integers) {
       if (c.value == n.value && n.text.find('(') == std::string::npos) {
         facts.push_back(fmt::format("({} == {})", c.text, n.text));
