@@ -31,6 +31,8 @@ DIGESTS = {
     "let-deep": "0faad28707897645",
     "path-conditions": "80beef2d7405df42",
     "compiled-code": "9c29679ae859dabc",
+    "device-model": "4a9a8176a1e0c46c",
+    "packet-checker": "7b72b95b13a76cbc",
 }
 
 
