@@ -146,6 +146,7 @@ std::span<const Operator> operators() {
 }
 
 const Operator* find_operator(std::string_view word) {
+  if (word.empty()) return nullptr;
   for (const Operator& op : operators()) {
     if (op.word == word) return &op;
   }
