@@ -63,10 +63,10 @@ TEST_F(Mining, FindsTheSameWithAnyNumberOfThreadsAndInPieces) {
 }
 
 TEST_F(Mining, RefusesAStateThatWasChanged) {
-  ASSERT_EQ(run("$quarv rules mine scripts -j 1 --size 2 --state state -o x.rules").status, 0);
+  ASSERT_EQ(run("$quarv rules mine scripts -j 1 --size 3 --state state -o x.rules").status, 0);
   const std::string state = read("state");
   const std::string rules = read("x.rules");
-  const std::string again = "$quarv rules mine scripts -j 1 --size 2 --state state -o y.rules";
+  const std::string again = "$quarv rules mine scripts -j 1 --size 3 --state state -o y.rules";
   std::string changed = state;
   changed.replace(changed.find("rewrite("), 8, "rewrite( ");
   write("state", changed);

@@ -136,14 +136,26 @@ void add_facts_about_bits(const NamedInteger& c, const NamedInteger& d, std::siz
   fact(can_double && d.value == 2 * c.value - 1, "(__2 * {0}_ - 1_ == {1})");
 }
 
+/// Whether the constant is 2^width less the power.
+bool is_opposite(const NamedInteger& c, std::uint64_t power, const Integers& integers) {
+  const auto width = common_width(c, c, integers);
+  return width && ((c.value + power) & all_ones(*width)) == 0;
+}
+
 /// Whether a constant is a power of two or ones from the lowest bit on, and by which integer.
 void add_facts_about_powers(const NamedInteger& c, const Integers& integers, Texts& facts) {
   for (const NamedInteger& n : integers) {
     if (n.value > 63 || n.value == 0) continue;
     const std::uint64_t power = std::uint64_t{1} << n.value;
     if (c.value == power) facts.push_back(fmt::format("({} == _2 ^ {}_)", c.text, n.text));
+    if (c.value == 2 * power - 1)
+      facts.push_back(fmt::format("({} == __2 ^ _{} + 1__ - 1_)", c.text, n.text));
     if (c.value == power - 1) facts.push_back(fmt::format("({} == __2 ^ {}_ - 1_)", c.text, n.text));
     if (c.value == power / 2) facts.push_back(fmt::format("({} == _2 ^ _{} - 1__)", c.text, n.text));
+    if (is_opposite(c, power, integers)) {
+      facts.push_back(fmt::format("(_{0} + _2 ^ {1}__ == _2 ^ size({0})_)", c.text, n.text));
+    }
+    if (c.value + 1 == n.value) facts.push_back(fmt::format("({} == _{} - 1_)", c.text, n.text));
   }
   if ((c.value & 1) == 0) facts.push_back(fmt::format("(_{0} & 1_ == 0)", c.text));
   if ((c.value & (c.value + 1)) == 0) facts.push_back(fmt::format("(_{0} & _{0} + 1__ == 0)", c.text));
@@ -225,11 +237,13 @@ std::optional<std::string> Generalizer::generalize(const Sample& sample, const S
       has_joined = has_joined || (part.kind == Node::Kind::constant && part.number == 0);
     }
   }
-  for (const bool powers : {false, true}) {
-    for (const bool zeros : {false, true}) {
-      for (const bool one : {false, true}) {
-        if ((powers && !has_power) || (zeros && !has_joined) || (one && !has_bit)) continue;
-        if (auto text = generalize(sample, result, {powers, zeros, one})) return text;
+  for (const bool by_value : {false, true}) {
+    for (const bool powers : {false, true}) {
+      for (const bool zeros : {false, true}) {
+        for (const bool one : {false, true}) {
+          if ((powers && !has_power) || (zeros && !has_joined) || (one && !has_bit)) continue;
+          if (auto text = generalize(sample, result, {powers, zeros, one}, by_value)) return text;
+        }
       }
     }
   }
@@ -237,7 +251,7 @@ std::optional<std::string> Generalizer::generalize(const Sample& sample, const S
 }
 
 std::optional<std::string> Generalizer::generalize(const Sample& sample, const SmallTerm& result,
-                                                   ConstantNames names) {
+                                                   ConstantNames names, bool by_value) {
   const PatternText pattern(sample, result, names);
   std::vector<Texts> choices;
   std::vector<std::size_t> sizes;
@@ -254,23 +268,19 @@ std::optional<std::string> Generalizer::generalize(const Sample& sample, const S
   for (const NamedInteger& c : pattern.constants()) {
     if (c.value >> 63 == 0) literals.push_back(fmt::format("({} == {})", c.text, c.value));
   }
-  for (const bool by_value : {false, true}) {
-    if (by_value && literals.empty()) continue;
-    for (const std::vector<std::size_t>& combination : combinations(sizes)) {
-      Texts bindings, integers;
-      for (std::size_t i = 0; i < combination.size(); ++i) {
-        const std::string& text = choices[i][combination[i]];
-        const bool is_plain = text.find_first_of("_(") == std::string::npos;
-        integers.push_back(is_plain ? text : fmt::format("w{}", i + 1));
-        if (!is_plain) bindings.push_back(fmt::format("w{}={}", i + 1, text));
-      }
-      Texts all = by_value ? literals : Texts();
-      append(all, stated);
-      if (auto text =
-              with_conditions(sample, pattern, bindings, pattern.result(result, integers), std::move(all))) {
-        return text;
-      }
+  if (by_value && literals.empty()) return std::nullopt;
+  for (const std::vector<std::size_t>& combination : combinations(sizes)) {
+    Texts bindings, integers;
+    for (std::size_t i = 0; i < combination.size(); ++i) {
+      const std::string& text = choices[i][combination[i]];
+      const bool is_plain = text.find_first_of("_(") == std::string::npos;
+      integers.push_back(is_plain ? text : fmt::format("w{}", i + 1));
+      if (!is_plain) bindings.push_back(fmt::format("w{}={}", i + 1, text));
     }
+    Texts all = by_value ? literals : Texts();
+    append(all, stated);
+    const std::string text = pattern.result(result, integers);
+    if (auto rule = with_conditions(sample, pattern, bindings, text, std::move(all))) return rule;
   }
   return std::nullopt;
 }

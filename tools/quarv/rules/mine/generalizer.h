@@ -22,7 +22,8 @@ class Generalizer {
   std::optional<std::string> generalize(const Sample& sample, const SmallTerm& result);
 
  private:
-  std::optional<std::string> generalize(const Sample& sample, const SmallTerm& result, ConstantNames names);
+  std::optional<std::string> generalize(const Sample& sample, const SmallTerm& result, ConstantNames names,
+                                        bool by_value);
   std::optional<std::string> with_conditions(const Sample& sample, const PatternText& pattern,
                                              const std::vector<std::string>& bindings,
                                              const std::string& result, std::vector<std::string> stated);

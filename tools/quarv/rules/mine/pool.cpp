@@ -1,6 +1,7 @@
 #include "rules/mine/pool.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include <fmt/format.h>
@@ -64,6 +65,12 @@ Ingredients ingredients_of(const Sample& sample) {
   all.most_nodes = std::min(size_of(sample.term) - 1, largest_result);
   if (all.width == 0) all.words.insert({"bvult", "bvslt", "==", "~", "and", "or"});
   bool has_widths = false;
+  const auto add_part = [&](std::uint64_t value) {
+    // Ones from the lowest bit on stand for a part of a word.
+    if (!sample.constants_fixed || (value & (value + 1)) != 0) return;
+    all.widths.insert(static_cast<std::size_t>(std::popcount(value)));
+    has_widths = true;
+  };
   for (const Node& node : sample.term.nodes) {
     if (node.width != 0) all.widths.insert(node.width);
     if (node.kind == Node::Kind::variable) {
@@ -72,6 +79,7 @@ Ingredients ingredients_of(const Sample& sample) {
     } else if (node.kind == Node::Kind::constant && node.number != 0) {
       all.constants.resize(std::max(all.constants.size(), node.number));
       all.constants[node.number - 1] = {node.width, sample.constants_fixed ? node.value : 0};
+      add_part(node.value);
     } else if (node.op != nullptr) {
       all.words.insert(node.op->word);
       has_widths = has_widths || changes_widths(*node.op) || is_shift(node.op->word);
