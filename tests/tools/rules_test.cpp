@@ -135,6 +135,19 @@ TEST_F(Program, ChecksRulesWhereTheyApply) {
       has(check("rewrite(bvor(c, t), const(c), (c == 1), (c == -1)) >> t\n").out, "refuted: c = #b1, "));
 }
 
+/// z3 says that all integers survive the way into a float and back.
+TEST_F(Program, BelievesNoSolverAboutConversionsOfRealNumbers) {
+  if (run("z3 --version").status != 0) GTEST_SKIP() << "z3 is not installed";
+  write("real.rules",
+        "back: rewrite(fp.to_real(to_fp_real(e, s, r, to_real(i))), ) >> to_real(i)\n"
+        "nan: rewrite(fp.isNaN(to_fp_real(e, s, r, t)), ) >> false\n");
+  const Result r = run("$quarv rules check real.rules --timeout 1 -j 1 --solver z3");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_TRUE(has(r.out, "      refuted: e = ")) << r.out;
+  EXPECT_TRUE(has(r.out, "      undecided for formats 2+3, ")) << r.out;
+  EXPECT_TRUE(has(r.out, "2 rules: 0 proved, 1 refuted, 1 undecided\n")) << r.out;
+}
+
 TEST_F(Program, BelievesNoSolverThatProvesEverything) {
   write("fake.sh", R"sh(while read -r line; do
   case $line in

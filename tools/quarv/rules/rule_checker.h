@@ -45,6 +45,7 @@ class RuleChecker {
   using Answer = SolverProcess::Answer;
   using Instances = std::span<const rules::RuleInstance>;
 
+  void try_numbers(const rules::Rule& rule, RuleVerdict& verdict);
   Answer ask(const rules::Rule& rule, const std::string& commands, std::chrono::milliseconds limit);
   Answer check_instances(const rules::Rule& rule, Instances instances, std::chrono::milliseconds limit,
                          RuleVerdict& verdict);
