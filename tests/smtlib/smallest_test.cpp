@@ -134,6 +134,27 @@ TEST(Smallest, WritesFlatWhatIsSharedByNothingElse) {
   EXPECT_EQ(smallest(needed), needed);
 }
 
+/// Longer than what is written in one list: no class may be left without a form.
+TEST(Smallest, WritesOperatorsOverAnyNumberOfOperands) {
+  constexpr int n = (1 << 16) + 8;
+  const auto declared = [](const std::string& sort) {
+    std::string all;
+    for (int i = 0; i < n; ++i) all += "(declare-const v" + std::to_string(i) + ' ' + sort + ")\n";
+    return all;
+  };
+  const auto operands = [](const std::string& before, const std::string& after) {
+    std::string all;
+    for (int i = 0; i < n; ++i) all += before + 'v' + std::to_string(i) + after;
+    return all;
+  };
+  const auto is_stable = [](const std::string& text) { return smallest(text) == text; };
+  const std::string integers = declared("Int");
+  EXPECT_TRUE(is_stable(smallest(integers + "(assert (< (+" + operands(" ", "") + ") v0))\n")));
+  EXPECT_TRUE(is_stable(smallest(integers + "(assert (= (- 3" + operands(" ", "") + ") v0))\n")));
+  const std::string implied = "(assert (not (and" + operands(" (not ", ")") + ")))\n";
+  EXPECT_FALSE(smallest(declared("Bool") + implied).empty());
+}
+
 TEST(Smallest, RepeatsLiterals) {
   std::string script = declared_constants;
   for (const char* other : {"p", "r", "(= i 1)", "(= i 2)", "(= i 3)", "(= i 4)", "(= i 5)"})

@@ -254,8 +254,9 @@ bool NormalForms::is_shared(Node n) const {
 }
 
 /// The leaves of a chain of one operator, in ascending order of id; of a concatenation from left to right.
-/// Links that are shared stay whole unless `through_shared`; `has_shared_links` when there was one. False
-/// when there are too many: there may be chains of thousands of shared links.
+/// Links that are shared stay whole unless `through_shared`; `has_shared_links` when there was one. With it,
+/// false when there are too many, as in chains of thousands of shared links; without, a chain is cut where it
+/// is too long to be written in one list.
 bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const Term*>& out,
                          bool& has_shared_links) const {
   constexpr std::size_t most_through = 24;
@@ -268,11 +269,12 @@ bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const T
     const Term* a = pending.back();
     pending.pop_back();
     const bool link = m_.get_tag(a->symbol) == tag && (tag == SymbolTag::BV_CONCAT || a->symbol == t->symbol);
-    const bool is_whole = a != t && link && !through_shared && is_shared(Node(a, false));
+    const bool is_whole =
+        a != t && link && !through_shared && (is_shared(Node(a, false)) || out.size() >= most);
     has_shared_links = has_shared_links || is_whole;
     if (a != t && (!link || is_whole)) {
       out.push_back(a);
-      if (out.size() > (through_shared ? most_through : most)) return false;
+      if (through_shared && out.size() > most_through) return false;
       continue;
     }
     if (through_shared && ++links > most_links_through) return false;

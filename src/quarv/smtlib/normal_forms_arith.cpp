@@ -107,7 +107,8 @@ bool is_crowded(const forms::FormGraph& g) {
 }  // namespace
 
 /// Adds `factor` times the term to a sum. Links of a chain that are shared stay whole unless
-/// `through_shared`. False when there are too many parts: there may be chains of thousands of shared links.
+/// `through_shared`; then it is false when there are too many parts, as in chains of thousands of shared
+/// links. Without, a chain is cut where it is too long to be written in one list.
 bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const {
   constexpr std::size_t most_links_through = 192;
   constexpr std::size_t most = 1 << 16;
@@ -128,7 +129,8 @@ bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_
     }
     if (through_shared && ++links > most_links_through) return false;
     const SymbolTag::tag tag = m_.get_tag(t->symbol);
-    const bool is_whole = tag == SymbolTag::PLUS && part.whole && !through_shared && is_shared(part.node);
+    const bool is_whole = tag == SymbolTag::PLUS && part.whole && !through_shared &&
+                          (is_shared(part.node) || sum.items.size() >= most);
     sum.has_shared_links = sum.has_shared_links || is_whole;
     if (tag == SymbolTag::PLUS && !is_whole) {
       for (std::size_t i = m_.arity(t); i-- > 0;) {
@@ -140,7 +142,7 @@ bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_
       pending.push_back({part.factor * *m_.get_number(t->args[0]), node_for(m_, t->args[1], wanted), true});
     } else {
       sum.items.push_back({part.factor, part.node});
-      if (sum.items.size() > (through_shared ? few_items : most)) return false;
+      if (through_shared && sum.items.size() > few_items) return false;
     }
   }
   return true;
