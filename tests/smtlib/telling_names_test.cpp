@@ -73,6 +73,49 @@ TEST(TellingNames, AreNoNamesOfTheScript) {
       std::string::npos);
 }
 
+const std::string definition = "(define-fun x_times_y () (_ BitVec 32) (bvmul x y))\n";
+const std::string uses_of_product =
+    "(assert (bvult x x_times_y))\n(assert (bvult y x_times_y))\n(assert (bvslt x_times_y x))\n"
+    "(assert (bvslt x_times_y y))\n(assert (bvult #x00000007 x_times_y))\n"
+    "(assert (bvult (bvnot x_times_y) x))\n(assert (bvult (bvnot y) x_times_y))\n";
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+TEST(TellingNames, AreGivenToDefinitions) {
+  const std::string uses = replaced(uses_of_product, "x_times_y", "(bvmul x y)");
+  const std::string once = printed(bits + "(assert (or p (not p)))\n" + uses);
+  EXPECT_EQ(once, bits + "(assert true)\n" + definition + uses_of_product);
+  EXPECT_EQ(printed(once), once);
+  EXPECT_NE(printed(bits + "(declare-fun x_times_y (Int) Int)\n" + uses)
+                .find("(define-fun $1 () (_ BitVec 32) (bvmul x y))"),
+            std::string::npos);
+}
+
+// Other constants of these names make other terms, which have no right to the name.
+TEST(TellingNames, BelongToOneTerm) {
+  const std::string uses = bits + replaced(uses_of_product, "x_times_y", "(bvmul x y)");
+  const std::string defined = bits + definition + uses_of_product;
+  const std::string number = replaced(defined, "x_times_y", "$1");
+  EXPECT_EQ(printed("(push 1)\n" + uses + "(pop 1)\n" + uses + "(assert (or p (not p)))\n"),
+            "(push 1)\n" + defined + "(pop 1)\n" + number + "(assert true)\n");
+}
+
+// Nothing that the user defined is taken for the printer's own, whatever it is called.
+TEST(TellingNames, OfTheUserStay) {
+  for (const char* name : {"x_times_y", "$1", "$7"}) {
+    const std::string used = bits + replaced(definition + uses_of_product, "x_times_y", name);
+    EXPECT_EQ(printed(used), used);
+    const std::string unused = bits + "(define-fun " + name + " () (_ BitVec 32) (bvmul x y))\n(assert p)\n";
+    EXPECT_EQ(printed(unused), unused);
+    EXPECT_EQ(printed(unused + "(assert (or p (not p)))\n"), unused + "(assert true)\n");
+  }
+}
+
 const std::string four =
     "(declare-fun f ((_ BitVec 32) (_ BitVec 32) (_ BitVec 32) (_ BitVec 32)) (_ BitVec 32))\n";
 

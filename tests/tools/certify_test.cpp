@@ -373,6 +373,22 @@ TEST_P(CertifyWith, FollowsNamesThatWereSimplifiedAway) {
 )");
 }
 
+TEST_P(CertifyWith, KnowsNewDefinitions) {
+  const std::string shared =
+      "(assert (bvult (bvmul x y) x))(assert (bvult (bvmul x y) y))(assert (bvult (bvmul x y) (bvnot x)))"
+      "(assert (bvslt (bvmul x y) x))(assert (bvslt (bvmul x y) y))(assert (bvult (bvmul x y) (bvnot y)))";
+  const std::string declared =
+      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const p Bool)";
+  const std::string scripts[] = {declared + "(assert (or p (not p)))" + shared,
+                                 declared + "(push)" + shared + "(pop)" + shared + "(assert (and p p))",
+                                 declared + "(assert (and p p))" + shared + "(reset)" + declared + shared};
+  for (const std::string& script : scripts) {
+    EXPECT_TRUE(
+        has(run("$quarv simplify -", script).out, "(define-fun x_times_y () (_ BitVec 8) (bvmul x y))"));
+    expect_proved(GetParam(), script);
+  }
+}
+
 TEST_P(CertifyWith, ExpressesNewerOperators) {
   expect_proved(GetParam(), R"(
 (declare-const a (_ BitVec 4))

@@ -78,14 +78,15 @@ void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
   script.largest_dollar_definition = 0;
 }
 
-/// Whether the choice is smaller than the text that it was made from, or as small and has a shorter text.
-/// `of_text` is the size that was chosen when the text was printed.
-bool is_smaller(const ChosenScript& chosen, std::string_view now, std::string_view text,
+/// Whether the choice is smaller than the text that it was made from, or as small and has a shorter text;
+/// `length` is that of `now` without what makes its new names tell, `of_text` the size that was chosen when
+/// the text was printed.
+bool is_smaller(const ChosenScript& chosen, std::string_view now, std::size_t length, std::string_view text,
                 const forms::Size& of_text, const std::string& file, bool lenient) {
   if (chosen.size < chosen.as_written || now == text) return now != text;
   if (chosen.size < of_text) return true;
-  if (!chosen.is_written_twice) return chosen.size == chosen.as_written && now.size() < text.size();
-  return std::tuple(written_size(now, file, lenient), now.size()) <
+  if (!chosen.is_written_twice) return chosen.size == chosen.as_written && length < text.size();
+  return std::tuple(written_size(now, file, lenient), length) <
          std::tuple(written_size(text, file, lenient), text.size());
 }
 
@@ -130,7 +131,8 @@ class Rounds {
  private:
   struct Printed {
     std::string text;
-    bool is_stable = true;  ///< as the printer judges it: whoever reads the text will print it
+    bool is_stable = true;   ///< as the printer judges it: whoever reads the text will print it
+    std::size_t length = 0;  ///< of the text without what makes its new names tell
     std::unique_ptr<ChosenScript> chosen;
   };
 
@@ -191,15 +193,18 @@ std::optional<Rounds::Printed> Rounds::round() {
   }
   shrinks_ = shrinks_ && chosen != nullptr;
   BoundedText out(longest_round(longest_));
+  std::size_t telling = 0;
   try {
     const PrintResult result = chosen != nullptr
                                    ? print(*chosen->manager, chosen->script, out.stream(), options_.sharing)
                                    : print(session.manager(), script, out.stream(), options_.sharing);
     printed.is_stable = result.stable;
+    telling = result.length_of_telling;
   } catch (const BoundedText::TooLong&) {
     return std::nullopt;
   }
   printed.text = std::move(out).take();
+  printed.length = printed.text.size() - telling;
   // How the input is laid out must not decide.
   if (shrinks_ && is_first() && !(chosen->size < chosen->as_written))
     text_ = lines_ = on_lines(text_, script);
@@ -225,7 +230,7 @@ Script Rounds::read(Session& session, Reader& reader) {
 /// for the user's own, as this does.
 bool Rounds::is_better(const Printed& printed) {
   const forms::Size before = std::exchange(of_text_, printed.chosen->size);
-  return is_smaller(*printed.chosen, printed.text, text_, before, file_, options_.lenient);
+  return is_smaller(*printed.chosen, printed.text, printed.length, text_, before, file_, options_.lenient);
 }
 
 /// The order of creation decides how commutative operations and sums look. When the printed text creates its

@@ -93,12 +93,13 @@ void ScriptQueries::read_commands(std::string_view output) {
   for (std::string_view command : split(output)) {
     if (is_added(command, next == expected.end() ? "" : *next)) {
       const Function f = functions_of(command)[0];
-      if (!f.name.starts_with('$')) {
-        if (before_terms_.standalone(f.name) == f.name)
-          throw mismatch("a command too many, " + one_line(command, 100));
+      if (before_terms_.standalone(f.name) != f.name) {
         after_terms_.standalone(fmt::format("(! {} :named {})", f.body, f.name));
         continue;
       }
+      // A new name means nothing in the input.
+      if (names_[functions].contains(unquoted(f.name)))
+        throw mismatch("a command too many, " + one_line(command, 100));
       declare(functions, {f.name},
               fmt::format("(define-fun {} () {} {})", f.name, f.sort, after_terms_.standalone(f.body)));
       continue;

@@ -22,6 +22,7 @@ struct PrintResult {
   /// Reading the text creates the terms in the order in which they were created here, as far as that order
   /// decides how simplified terms look; then reading and printing it once more gives the same text.
   bool stable = true;
+  std::size_t length_of_telling = 0;  ///< by how much names that tell are longer than numbers
 };
 
 /// Prints a script in SMT-LIB 2.6: the same commands in the same order. Throws std::runtime_error when the

@@ -40,7 +40,7 @@ PrintResult ScriptWriter::write_script() {
     first = last + 1;
   }
   out_.flush();
-  return {out_.size(), stable_};
+  return {out_.size(), stable_, length_of_telling_};
 }
 
 PrintResult ScriptWriter::write_term(const Term* t) {
@@ -48,7 +48,7 @@ PrintResult ScriptWriter::write_term(const Term* t) {
   if (sharing_ != Sharing::none) plan_.plan_term(root);
   write_root(root, 0);
   out_.flush();
-  return {out_.size(), stable_};
+  return {out_.size(), stable_, length_of_telling_};
 }
 
 // Commands.
@@ -76,21 +76,21 @@ void ScriptWriter::write_segment(std::size_t first, std::size_t last) {
 /// A definition that would say what another one in force says is left out, and the other's name used.
 void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
   const DataType* type = d.node.as_real() ? m_.rat_type : m_.type_of(d.node.term());
+  const std::uint32_t own = new_definition(d.node);
   const std::size_t begin = out_.hold();
-  out_.put("(define-fun $");
-  out_.put(largest_dollar_name_ + num_definitions_ + 1);
+  out_.put("(define-fun ");
+  write_name_of(d.node, own);
   out_.put(" () ");
   const std::size_t text = out_.hold();
   out_.put(type->to_string());
   out_.put(' ');
   asserting_ = true;
   write_root(d.node, d.unit);
-  const std::uint32_t own = code_of(NameKind::definition, num_definitions_ + 1);
   const std::uint32_t known = may_look_the_same(type) ? record_definition(out_.held_from(text), own) : own;
   if (known != own) {
     out_.take_back(begin);
   } else {
-    ++num_definitions_;
+    if (own == code_of(NameKind::definition, num_definitions_ + 1)) ++num_definitions_;
     out_.put(")\n");
   }
   out_.release();
@@ -248,13 +248,20 @@ void ScriptWriter::set_code(Node n, std::uint32_t code) {
   }
 }
 
-/// The name that a `let` binds, if it is the one with this number. Definitions have numbers always: those who
-/// compare scripts know the printer's by them.
+/// The name that a `let` binds, if it is the one with this number.
 std::uint32_t ScriptWriter::new_let(Node n, std::uint32_t number) {
   const bool named_by_user = script_.let_names.contains(n.term());
   const std::uint32_t telling =
       script_.chosen && !named_by_user ? telling_names_.number(n) : TellingNames::none;
   return telling == TellingNames::none ? code_of(NameKind::let, number) : code_of(NameKind::telling, telling);
+}
+
+/// The name of a definition: a number in the normal form, where the printer's own must be known again. In a
+/// chosen script who reads it takes all definitions for the user's.
+std::uint32_t ScriptWriter::new_definition(Node n) {
+  const std::uint32_t telling = script_.chosen ? telling_names_.number(n) : TellingNames::none;
+  return telling == TellingNames::none ? code_of(NameKind::definition, num_definitions_ + 1)
+                                       : code_of(NameKind::telling, telling);
 }
 
 void ScriptWriter::write_name_of(Node n, std::uint32_t code) {
@@ -271,6 +278,7 @@ void ScriptWriter::write_name_of(Node n, std::uint32_t code) {
       out_.put('$');
       return out_.put(largest_dollar_name_ + number);
     case NameKind::telling:
+      length_of_telling_ += telling_names_.name(number).size() - length_of_number;
       return out_.put(telling_names_.name(number));
     case NameKind::user:
       return out_.put(script_.commands[number].name);

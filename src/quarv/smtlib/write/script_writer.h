@@ -117,6 +117,7 @@ class ScriptWriter {
   void set_name(Node n, NameKind kind, std::uint32_t number) { set_code(n, code_of(kind, number)); }
   void write_name_of(Node n, std::uint32_t code);
   std::uint32_t new_let(Node n, std::uint32_t number);
+  std::uint32_t new_definition(Node n);
 
   // The order in which reading the text creates terms.
   void created(const Term* t);
@@ -144,6 +145,8 @@ class ScriptWriter {
   LargeVector<std::uint32_t> names_;  // by term id: kind and number
   std::unordered_map<const Term*, std::uint32_t> real_names_;
   TellingNames telling_names_;
+  static constexpr std::size_t length_of_number = 2;  // "?1"
+  std::size_t length_of_telling_ = 0;
   std::vector<Node> let_names_;  // given in the unit that is being written
   std::uint32_t num_lets_ = 0;
   const std::uint64_t largest_dollar_name_;  // the user's: those of definitions count from there
