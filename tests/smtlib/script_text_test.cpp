@@ -7,6 +7,7 @@
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/write/printer.h>
+#include <quarv/smtlib/write/script_text.h>
 
 namespace quarv::smtlib {
 namespace {
@@ -74,6 +75,28 @@ TEST(ScriptText, ScriptsOfSeveralReadersKeepAll) {
     overwritten(command);
   }
   EXPECT_EQ(printed(session.manager(), script), "(declare-const p Bool)\n(declare-const q Bool)\n");
+}
+
+/// As the interfaces of C and Python print terms.
+TEST(ScriptText, SaysWhichOfSeveralFunctionsOfOneNameIsMeant) {
+  Session session;
+  Reader reader(session, {.names = ReaderOptions::Names::session});
+  reader.read(
+      "(declare-const x Int)(declare-fun f (Real) Int)(declare-fun f (Int) Int)"
+      "(assert (= (f 1.0) 2))(assert (= (f 1) 3))(assert (= (f x) (f (to_real x))))",
+      "in.smt2");
+  const std::string text = script_text(session.manager(), session.assertions());
+  EXPECT_NE(text.find("(declare-fun f (Real) Int)\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("(declare-fun f (Int) Int)\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("(assert (= (f 1.0) 2))\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("(assert (= (f 1) 3))\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("(f (to_real x))"), std::string::npos) << text;
+  const Term* of_real = session.assertions()[0]->args[0];
+  Session other;
+  Reader(other).read(text, "again.smt2");
+  EXPECT_EQ(script_text(other.manager(), other.assertions()), text);
+  EXPECT_EQ(reader.term("(f 1.0)"), of_real);
+  EXPECT_NE(reader.term("(f 1)"), of_real);
 }
 
 }  // namespace

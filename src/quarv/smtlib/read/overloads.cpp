@@ -71,13 +71,9 @@ Reader::Fit Reader::fit(const Symbol* f, const Frame& frame) const {
     const DataType* const wanted = manager_.argument_type(f, i);
     const DataType* const found = written_sort(frame.first_value + i);
     if (found == wanted) continue;
-    if (manager_.get_supertype(found, wanted) == wanted) {
-      worst = std::min(worst, Fit::promoted);
-    } else if (manager_.type_of(values_[frame.first_value + i]) == wanted) {
-      worst = std::min(worst, Fit::by_value);
-    } else {
-      return Fit::none;
-    }
+    const DataType* const both = manager_.get_supertype(found, wanted);
+    if (both == nullptr) return Fit::none;
+    worst = std::min(worst, both == wanted ? Fit::promoted : Fit::by_value);
   }
   return worst;
 }
@@ -100,7 +96,7 @@ const Symbol* Reader::overload_for(const Frame& frame) {
     sorts += (sorts.empty() ? "" : " ") + written_sort(i)->to_string(200);
   }
   fail(frame.start, std::string(written_name(frame.start)) +
-                        (is_unique ? ": no declaration takes" : ": several declarations take") +
+                        (best == Fit::promoted ? ": several declarations take" : ": no declaration takes") +
                         " arguments of sorts (" + sorts + ')');
 }
 
