@@ -260,6 +260,19 @@ TEST(GrowthTest, VariablesOfNestedQuantifiersAreFoundNearThem) {
   EXPECT_TRUE(session.manager().may_visit());
 }
 
+TEST(GrowthTest, SearchesThatAreGivenUpCountAsWork) {
+  constexpr std::size_t length = 70'000;
+  constexpr std::size_t quantifiers = 150;
+  std::string text = "(declare-fun p (Int) Bool)(declare-fun q (Int Int) Bool)(define-fun long () Bool (or";
+  for (std::size_t i = 0; i < length; ++i) text += " (p " + std::to_string(i) + ')';
+  text += "))";
+  for (std::size_t i = 0; i < quantifiers; ++i)
+    text += "(assert (forall ((x Int)) (or (q x " + std::to_string(i) + ") long)))";
+  Session session({.extended = true});
+  only_term(session, text);
+  EXPECT_FALSE(session.manager().may_visit());
+}
+
 TEST(GrowthTest, LongSumsThatAreWrittenAreNormalised) {
   constexpr std::size_t n = 300;
   std::string ascending, descending;

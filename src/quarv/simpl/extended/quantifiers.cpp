@@ -30,7 +30,11 @@ std::vector<const Term*> occurring(TermManager& m, const std::vector<const Term*
   std::vector<const Term*> met{body};
   std::size_t visited = 0;
   for (; visited < met.size() && missing > 0; ++visited) {
-    if (visited == most || (visited == small && !m.may_visit())) return variables;
+    if (visited == small && !m.may_visit()) return variables;
+    if (visited == most) {
+      m.count_visits(cost * visited);
+      return variables;
+    }
     const Term* t = met[visited];
     if (m.is_bound_variable(t->symbol)) {
       const std::size_t i = place_of(t);
