@@ -157,7 +157,7 @@ void add_facts_about_powers(const NamedInteger& c, const Integers& integers, Tex
     }
     if (c.value + 1 == n.value) facts.push_back(fmt::format("({} == _{} - 1_)", c.text, n.text));
   }
-  if ((c.value & 1) == 0) facts.push_back(fmt::format("(_{0} & 1_ == 0)", c.text));
+  facts.push_back(fmt::format("(_{} & 1_ == {})", c.text, c.value & 1));
   if ((c.value & (c.value + 1)) == 0) facts.push_back(fmt::format("(_{0} & _{0} + 1__ == 0)", c.text));
   if ((c.value & (c.value - 1)) == 0) facts.push_back(fmt::format("(_{0} & _{0} - 1__ == 0)", c.text));
 }
@@ -168,7 +168,11 @@ Texts facts_about_constants(const Integers& constants, const Integers& integers)
   for (const NamedInteger& c : constants) {
     for (const NamedInteger& d : constants) {
       if (&c == &d) continue;
-      if (c.text < d.text && c.value == d.value) facts.push_back(fmt::format("({} == {})", c.text, d.text));
+      if (c.value == d.value) {
+        // What else holds of equal ones holds of few others.
+        if (c.text < d.text) facts.push_back(fmt::format("({} == {})", c.text, d.text));
+        continue;
+      }
       if (const auto width = common_width(c, d, integers)) add_facts_about_bits(c, d, *width, facts);
       if (c.value < d.value) facts.push_back(fmt::format("({} < {})", c.text, d.text));
       if (c.value <= d.value) facts.push_back(fmt::format("({} <= {})", c.text, d.text));
