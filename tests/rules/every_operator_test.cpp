@@ -25,10 +25,10 @@ void register_every_operator_rules(TermNormalizer* normalizer);
 
 namespace {
 
-using rules::Operator;
+using rules::OperatorWord;
 
 /// "bvadd(t1, t2)", "extract(n1, n2, t1)"
-std::string application(const Operator& op) {
+std::string application(const OperatorWord& op) {
   std::vector<std::string> operands;
   for (std::size_t i = 1; i <= op.num_parameters; ++i) operands.push_back("n" + std::to_string(i));
   for (std::size_t i = 1; i <= op.num_arguments; ++i) operands.push_back("t" + std::to_string(i));
@@ -39,14 +39,14 @@ std::string application(const Operator& op) {
 }
 
 /// What solvers do not know is written by what defines it.
-std::string_view word_for_solvers(const Operator& op) {
+std::string_view word_for_solvers(const OperatorWord& op) {
   if (op.tag == SymbolTag::INT_MOD_CONGR) return "mod";
   if (op.tag == SymbolTag::INT_FROM_SBV) return "bv2nat";
   return op.smtlib.starts_with("ext_rotate") ? "bvshl" : op.smtlib;
 }
 
 /// What holds whatever the operator means.
-std::string rule_with(const Operator& op) {
+std::string rule_with(const OperatorWord& op) {
   return "rewrite(ite(not(p), " + application(op) + ", v), ) >> ite(p, v, " + application(op) + ")";
 }
 
@@ -69,12 +69,12 @@ class EveryOperator : public testing::Test {
     add(*rules::find_operator("to_fp_real"), mgr.make_term(make_real_to_float_symbol(mgr, 5, 10), arguments));
   }
 
-  const Operator& operator_of(const OperatorSample& sample) const {
-    return *std::ranges::find_if(rules::operators(), [&](const Operator& op) {
+  const OperatorWord& operator_of(const OperatorSample& sample) const {
+    return *std::ranges::find_if(rules::operators(), [&](const OperatorWord& op) {
       return op.tag == sample.tag && op.is_signed == mgr.is_fp_to_sbv(sample.symbol());
     });
   }
-  void add(const Operator& op, const Term* t) { terms[op.word].push_back(t); }
+  void add(const OperatorWord& op, const Term* t) { terms[op.word].push_back(t); }
   void add_opaque(const std::string& name, const std::vector<const DataType*>& types,
                   const DataType* result) {
     std::vector<const Term*> arguments;
@@ -102,7 +102,7 @@ TEST_F(EveryOperator, HasARuleInTheFile) {
 TEST_F(EveryOperator, IsAWordOfTheLanguage) {
   for (const auto& rows : {tagged_operators(), opaque_operators()}) {
     for (const OperatorRow& row : rows) {
-      const bool found = std::ranges::any_of(rules::operators(), [&](const Operator& op) {
+      const bool found = std::ranges::any_of(rules::operators(), [&](const OperatorWord& op) {
         return op.tag == row.tag && op.smtlib == row.smtlib;
       });
       EXPECT_TRUE(found) << row.name;
@@ -112,7 +112,7 @@ TEST_F(EveryOperator, IsAWordOfTheLanguage) {
 
 TEST_F(EveryOperator, IsMatchedAndBuilt) {
   std::size_t i = 0;
-  for (const Operator& op : rules::operators()) {
+  for (const OperatorWord& op : rules::operators()) {
     const rules::InterpretedRule interpreted(rules::parse_rule(rule_with(op)));
     const TermNormalizer::norm_fun& rule = compiled.get_rule(i++);
     EXPECT_FALSE(terms[op.word].empty()) << op.word;
@@ -134,7 +134,7 @@ TEST_F(EveryOperator, IsMatchedAndBuilt) {
 }
 
 TEST_F(EveryOperator, IsAskedOfASolverAndSaidInWords) {
-  for (const Operator& op : rules::operators()) {
+  for (const OperatorWord& op : rules::operators()) {
     const rules::Rule rule = rules::parse_rule(rule_with(op));
     const std::vector<rules::RuleInstance> instances = rules::all_instances(rule, 5);
     EXPECT_FALSE(instances.empty()) << op.word;

@@ -184,7 +184,7 @@ TEST_P(OperatorErrors, TheTestKnowsEveryOperator) {
   for (const Row& row : rows()) known.insert(row.name);
   std::multiset<std::string> there;
   for (const auto& table : all_operators()) {
-    for (const Operator& op : table) there.insert(std::string(op.name));
+    for (const OperatorDefinition& op : table) there.insert(std::string(op.name));
   }
   EXPECT_EQ(known, there);
 }

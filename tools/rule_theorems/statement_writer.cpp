@@ -17,7 +17,7 @@ using quarv::SymbolTag;
 namespace {
 
 /// What an operator is called in Bv.v, or by Coq if it is one of truth values.
-std::string_view coq_name(const Operator& op) {
+std::string_view coq_name(const OperatorWord& op) {
   switch (op.tag) {
     case SymbolTag::EQ:
       return "bveq";
@@ -166,7 +166,7 @@ class OrderWriter {
   }
 
   /// An application; what its sort demands becomes a member of `sorts_`.
-  std::string sorted_application(const Operator& op, std::size_t sort, const Names& indices,
+  std::string sorted_application(const OperatorWord& op, std::size_t sort, const Names& indices,
                                  const Names& arguments) {
     Names all = indices;
     all.insert(all.end(), arguments.begin(), arguments.end());

@@ -16,7 +16,7 @@ bool is_constant(const ResultTree& tree) {
 }
 
 /// True when the arguments of an operator have one width, so that a constant takes that of its neighbour.
-bool shares_width(const Operator& op) {
+bool shares_width(const OperatorWord& op) {
   return op.shape == Shape::equal_widths || op.shape == Shape::predicate || op.shape == Shape::bit;
 }
 
@@ -129,7 +129,7 @@ class ResultBuilder {
   }
 
   std::vector<std::size_t> build_arguments(const ResultTree& tree, std::optional<WidthSource> outer) {
-    const Operator& op = *tree.node.op;
+    const OperatorWord& op = *tree.node.op;
     std::vector<std::optional<std::size_t>> built(tree.children.size());
     std::optional<WidthSource> width;
     if (op.tag == SymbolTag::TERM_ITE) {

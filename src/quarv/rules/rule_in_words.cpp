@@ -16,7 +16,7 @@ struct Phrase {
   std::string inner() const { return is_compound ? '(' + text + ')' : text; }
 };
 
-Phrase apply(const Operator& op, const std::vector<std::string>& parameters,
+Phrase apply(const OperatorWord& op, const std::vector<std::string>& parameters,
              const std::vector<Phrase>& arguments) {
   const std::string sign(op.sign);
   if (!sign.empty() && arguments.size() == 1) return {sign + arguments[0].inner(), false};

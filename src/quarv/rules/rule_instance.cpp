@@ -440,7 +440,7 @@ std::vector<std::size_t> own_widths(const Rule& rule) {
   return {widths.begin(), widths.upper_bound(most_bits)};
 }
 
-std::optional<std::size_t> width_of_application(const Operator& op,
+std::optional<std::size_t> width_of_application(const OperatorWord& op,
                                                 const std::vector<std::uint64_t>& parameters,
                                                 const std::vector<std::size_t>& widths) {
   constexpr std::uint64_t most = 1 << 20;

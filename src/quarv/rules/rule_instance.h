@@ -58,7 +58,7 @@ QUARV_API std::uint64_t evaluate(const IntExpr& expression, const RuleInstance& 
 
 /// The width of an operator's result, 0 for a truth value, by its integers and the widths of its arguments;
 /// nothing where these do not fit.
-QUARV_API std::optional<std::size_t> width_of_application(const Operator& op,
+QUARV_API std::optional<std::size_t> width_of_application(const OperatorWord& op,
                                                           const std::vector<std::uint64_t>& parameters,
                                                           const std::vector<std::size_t>& widths);
 

@@ -93,8 +93,8 @@ constexpr std::string_view sign_of(const OperatorRow& row) {
 // fp.to_sbv shares a row with fp.to_ubv.
 constexpr std::size_t num_words = tagged_operators().size() + opaque_operators().size() + 2;
 
-constexpr std::array<Operator, num_words> words = [] {
-  std::array<Operator, num_words> all;
+constexpr std::array<OperatorWord, num_words> words = [] {
+  std::array<OperatorWord, num_words> all;
   std::size_t n = 0;
   for (const auto& table : {tagged_operators(), opaque_operators(), std::span(&real_to_float, 1)}) {
     for (const OperatorRow& row : table) {
@@ -141,22 +141,22 @@ constexpr DerivedOperator derived[] = {
 
 }  // namespace
 
-std::span<const Operator> operators() {
+std::span<const OperatorWord> operators() {
   return words;
 }
 
-const Operator* find_operator(std::string_view word) {
+const OperatorWord* find_operator(std::string_view word) {
   if (word.empty()) return nullptr;
-  for (const Operator& op : operators()) {
+  for (const OperatorWord& op : operators()) {
     if (op.word == word) return &op;
   }
-  for (const Operator& op : operators()) {
+  for (const OperatorWord& op : operators()) {
     if ((op.smtlib == word || op.synonym == word) && op.tag != SymbolTag::IFF) return &op;
   }
   return nullptr;
 }
 
-const Operator* boolean_equality() {
+const OperatorWord* boolean_equality() {
   return find_operator("iff");
 }
 

@@ -92,7 +92,7 @@ enum class NamedConstant : std::uint8_t {
 QUARV_API std::string_view word_of(NamedConstant constant);
 
 /// An operator word of the language, from the operator's row in operators.h.
-struct Operator {
+struct OperatorWord {
   std::string_view word;               ///< "bvadd"; "==" and "~" for equality and negation
   SymbolTag::tag tag = SymbolTag::UF;  ///< tag of the terms that it heads
   std::string_view tag_name;           ///< its enumerator: "BV_ADD"
@@ -120,13 +120,13 @@ struct Operator {
 };
 
 /// All operators.
-QUARV_API std::span<const Operator> operators();
+QUARV_API std::span<const OperatorWord> operators();
 
 /// The operator of that word, which may also be its name in SMT-LIB, or null.
-QUARV_API const Operator* find_operator(std::string_view word);
+QUARV_API const OperatorWord* find_operator(std::string_view word);
 
 /// Equality of truth values, which terms have an operator of its own for.
-QUARV_API const Operator* boolean_equality();
+QUARV_API const OperatorWord* boolean_equality();
 
 /// A word for another operator, perhaps with its operands swapped, perhaps negated: a > b for b < a, distinct
 /// for equality.
@@ -173,7 +173,7 @@ struct PatternNode {
   std::string name;        ///< variable
   std::int64_t value = 0;  ///< literal: a value from 0, or -1 for all ones; of a number, any
   NamedConstant constant = NamedConstant::true_value;
-  const Operator* op = nullptr;         ///< application
+  const OperatorWord* op = nullptr;     ///< application
   std::vector<std::size_t> parameters;  ///< application: indices into Rule::parameters
   std::vector<std::size_t> arguments;   ///< application: positions
   std::size_t parent = 0;               ///< position of the application that this is an argument of
@@ -278,7 +278,7 @@ struct ResultNode {
   WidthSource width;     ///< literal, exponent, constants of floating-point sorts, constant arrays
   std::size_t sort = 0;  ///< among the rule's sorts
   bool as_real = false;  ///< an integer in the place of a real number: to_real
-  const Operator* op = nullptr;
+  const OperatorWord* op = nullptr;
   std::vector<IntExpr> parameters;
   std::vector<std::size_t> arguments;  ///< result nodes
 };

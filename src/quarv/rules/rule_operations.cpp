@@ -23,7 +23,7 @@ bool get_modulus(const TermManager* mgr, const Symbol* symbol, std::size_t* modu
 
 }  // namespace
 
-bool recognize(const TermManager* mgr, const Operator& op, const Symbol* symbol, std::size_t* parameters) {
+bool recognize(const TermManager* mgr, const OperatorWord& op, const Symbol* symbol, std::size_t* parameters) {
   if (mgr->get_tag(symbol) != op.tag) return false;
   if (op.tag == SymbolTag::INT_MOD_CONGR) return get_modulus(mgr, symbol, parameters);
   if (op.tag == SymbolTag::OPAQUE && !op.has_format) return op.smtlib == symbol->name;
@@ -41,7 +41,7 @@ bool recognize(const TermManager* mgr, const Operator& op, const Symbol* symbol,
   return true;
 }
 
-const Term* make_application(TermManager* mgr, const Operator& op, const std::size_t* parameters,
+const Term* make_application(TermManager* mgr, const OperatorWord& op, const std::size_t* parameters,
                              const Term* const* arguments, const Term* like) {
   if (op.tag == SymbolTag::ARRAY_CONST) return mgr->make_array_const(mgr->type_of(like), arguments[0]);
   if (op.tag == SymbolTag::INT_MOD_CONGR) {

@@ -40,7 +40,8 @@ class Arranger {
   }
 
  private:
-  void collect_operands(std::size_t position, const Operator& op, std::vector<std::size_t>* operands) const {
+  void collect_operands(std::size_t position, const OperatorWord& op,
+                        std::vector<std::size_t>* operands) const {
     const PatternNode& node = rule_.pattern[position];
     if (node.kind != PatternNode::Kind::application || node.op != &op) return operands->push_back(position);
     for (std::size_t argument : node.arguments) collect_operands(argument, op, operands);

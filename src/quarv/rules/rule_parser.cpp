@@ -27,7 +27,7 @@ bool is_reserved(std::string_view word) {
   static constexpr std::string_view reserved[] = {"rewrite",  "unordered", "const", "identity", "prec",
                                                   "varvalue", "pow2",      "fits",  "size",     "sort"};
   if (std::ranges::find(reserved, word) != std::ranges::end(reserved) || constant_of(word)) return true;
-  const Operator* op = find_operator(word);
+  const OperatorWord* op = find_operator(word);
   return op != nullptr && op->word == word && op->shape != Shape::mixed;
 }
 
@@ -138,8 +138,8 @@ bool RuleParser::at_application() const {
 }
 
 /// The operator under the cursor, which must be followed by its arguments.
-const Operator* RuleParser::take_operator() {
-  const Operator* op = find_operator(lexer_.token_text());
+const OperatorWord* RuleParser::take_operator() {
+  const OperatorWord* op = find_operator(lexer_.token_text());
   const std::size_t column = lexer_.column();
   const std::string word(lexer_.token_text());
   lexer_.advance();
@@ -227,7 +227,7 @@ void RuleParser::bind_variable(std::size_t position) {
   rule_.pattern[position].name = name;
 }
 
-void RuleParser::parse_pattern_application(std::size_t position, const Operator& op, bool swapped,
+void RuleParser::parse_pattern_application(std::size_t position, const OperatorWord& op, bool swapped,
                                            std::size_t depth) {
   rule_.pattern[position].kind = PatternNode::Kind::application;
   rule_.pattern[position].op = &op;

@@ -40,7 +40,8 @@ class RuleParser {
   void parse_pattern();
   std::size_t parse_pattern_node(std::size_t parent, std::size_t child, std::size_t depth);
   void parse_pattern_equality(std::size_t position, std::size_t depth);
-  void parse_pattern_application(std::size_t position, const Operator& op, bool swapped, std::size_t depth);
+  void parse_pattern_application(std::size_t position, const OperatorWord& op, bool swapped,
+                                 std::size_t depth);
   void parse_pattern_word(std::size_t position, std::size_t depth);
   void parse_pattern_composed(std::size_t position, std::size_t depth);
   void parse_pattern_difference(std::size_t position, std::size_t depth);
@@ -83,7 +84,7 @@ class RuleParser {
   ResultTree parse_result_equality(std::size_t depth);
   ResultTree parse_result_composed(std::size_t depth);
   ResultTree parse_result_word(std::size_t depth);
-  ResultTree parse_result_application(const Operator& op, std::size_t depth);
+  ResultTree parse_result_application(const OperatorWord& op, std::size_t depth);
   IntExpr parse_result_parameter();
 
   // Names and numbers.
@@ -94,7 +95,7 @@ class RuleParser {
   std::size_t new_parameter(Parameter parameter, std::size_t column);
   std::int64_t parse_literal();
   bool at_literal() const { return lexer_.token() == RuleLexer::Token::number || lexer_.at("-"); }
-  const Operator* take_operator();
+  const OperatorWord* take_operator();
   std::optional<NamedConstant> accept_constant();
   void check_depth(std::size_t depth) const {
     if (depth > max_depth) lexer_.fail("nested too deeply");

@@ -65,7 +65,7 @@ ResultTree RuleParser::parse_result_word(std::size_t depth) {
   const std::size_t column = lexer_.column();
   const DerivedOperator* derived = find_derived_operator(lexer_.token_text());
   if (derived == nullptr) {
-    const Operator* op = take_operator();
+    const OperatorWord* op = take_operator();
     return parse_result_application(*op, depth);
   }
   lexer_.advance();
@@ -80,7 +80,7 @@ ResultTree RuleParser::parse_result_word(std::size_t depth) {
   return negation;
 }
 
-ResultTree RuleParser::parse_result_application(const Operator& op, std::size_t depth) {
+ResultTree RuleParser::parse_result_application(const OperatorWord& op, std::size_t depth) {
   ResultTree tree;
   tree.column = lexer_.column();
   tree.node.kind = ResultNode::Kind::application;

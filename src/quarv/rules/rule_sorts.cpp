@@ -50,11 +50,11 @@ std::optional<SortKind> common(SortKind a, SortKind b) {
 
 }  // namespace
 
-bool can_be_of_any_sort(const Operator& op) {
+bool can_be_of_any_sort(const OperatorWord& op) {
   return kind_of(op.signature->result.kind) == SortKind::open;
 }
 
-bool demands(const Operator& op, std::size_t i, SortKind kind) {
+bool demands(const OperatorWord& op, std::size_t i, SortKind kind) {
   return kind_of(op.signature->args[i].kind) == kind;
 }
 
@@ -100,7 +100,7 @@ bool SortInference::unite_but_for_widths(std::size_t a, std::size_t b) {
   return true;
 }
 
-std::size_t SortInference::apply(const Operator& op, std::span<const std::size_t> arguments,
+std::size_t SortInference::apply(const OperatorWord& op, std::span<const std::size_t> arguments,
                                  bool compare_widths, std::optional<Misfit>* misfit) {
   const Signature& signature = *op.signature;
   std::map<std::pair<SortPattern::Kind, std::uint8_t>, std::size_t> known;

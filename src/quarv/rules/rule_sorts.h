@@ -29,7 +29,7 @@ class SortInference {
     std::size_t argument;
     SortKind needed;
   };
-  std::size_t apply(const Operator& op, std::span<const std::size_t> arguments, bool compare_widths,
+  std::size_t apply(const OperatorWord& op, std::span<const std::size_t> arguments, bool compare_widths,
                     std::optional<Misfit>* misfit);
 
   bool are_same(std::size_t a, std::size_t b) const { return find(a) == find(b); }
@@ -47,9 +47,9 @@ class SortInference {
 };
 
 /// True when the sort of an application is that of some argument, or of an array's elements.
-bool can_be_of_any_sort(const Operator& op);
+bool can_be_of_any_sort(const OperatorWord& op);
 
 /// True when the operator itself demands this kind of its argument i.
-bool demands(const Operator& op, std::size_t i, SortKind kind);
+bool demands(const OperatorWord& op, std::size_t i, SortKind kind);
 
 }  // namespace quarv::rules

@@ -46,7 +46,7 @@ std::string rotation(bool left, const Texts& arguments, std::size_t width) {
 
 }  // namespace
 
-std::string solver_text(const Operator& op, const std::vector<std::uint64_t>& parameters,
+std::string solver_text(const OperatorWord& op, const std::vector<std::uint64_t>& parameters,
                         const std::vector<std::string>& arguments, std::size_t width,
                         const std::string& sort) {
   if (op.tag == SymbolTag::INT_MOD_CONGR) return congruence(parameters[0], arguments);

@@ -23,7 +23,7 @@ const Term* ComposedOperator::operator()(TermManager& manager, Arguments args) c
 
 const Term* ComposedOperator::apply(TermManager& m, std::span<const std::size_t> indices,
                                     std::span<const Term* const> args) const {
-  const smtlib::Operator* op = found_.load(std::memory_order_relaxed);
+  const smtlib::OperatorDefinition* op = found_.load(std::memory_order_relaxed);
   if (op == nullptr) {
     op = smtlib::find_operator(name_);
     if (op == nullptr) throw std::logic_error("no operator " + std::string(name_));

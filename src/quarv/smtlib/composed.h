@@ -15,7 +15,7 @@
 namespace quarv {
 
 namespace smtlib {
-struct Operator;
+struct OperatorDefinition;
 }
 
 /// The arguments of an operator, in braces. C++ evaluates what stands in braces from left to right, calls
@@ -54,7 +54,7 @@ class QUARV_API ComposedOperator {
 
  private:
   std::string_view name_;
-  mutable std::atomic<const smtlib::Operator*> found_{nullptr};
+  mutable std::atomic<const smtlib::OperatorDefinition*> found_{nullptr};
 };
 
 /// Likewise, for an operator with indices: `make_bv_extract(mgr, {7, 0}, {x})`.

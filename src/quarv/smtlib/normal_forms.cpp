@@ -142,7 +142,7 @@ void NormalForms::add(Node n) {
     case SymbolTag::BV_NOT:
       return bit_vector_complement(t);
     default:
-      return plain(n);
+      return application(n);
   }
 }
 
@@ -196,7 +196,7 @@ void NormalForms::float_literal(const std::string& text, const QNumber& bits, co
 }
 
 /// An operator with its arguments.
-void NormalForms::plain(Node n) {
+void NormalForms::application(Node n) {
   const Term* t = n.term();
   if (m_.is_quantifier(t->symbol) || m_.is_annotation(t->symbol)) {
     const ClassId body = child(t, 0);

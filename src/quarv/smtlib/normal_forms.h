@@ -84,7 +84,7 @@ class NormalForms {
   void add(Node n);
   void constant(Node n);
   void float_literal(const std::string& text, const QNumber& bits, const DataType* type);
-  void plain(Node n);
+  void application(Node n);
   void negation(const Term* t);
   void lattice(const Term* t, std::string_view head);
   void disjunction(std::span<const Term* const> parts);

@@ -30,7 +30,7 @@ WrittenForms::ClassId WrittenForms::application(const Symbol* head, Arguments ar
   return add(h, arguments, Node(t, real));
 }
 
-forms::HeadId WrittenForms::head_of(const Operator& op, std::span<const std::size_t> indices,
+forms::HeadId WrittenForms::head_of(const OperatorDefinition& op, std::span<const std::size_t> indices,
                                     const Term* index) {
   if (indices.empty() && index == nullptr) {
     const auto [known, is_new] = operator_heads_.try_emplace(&op, forms::none);
@@ -54,9 +54,9 @@ forms::HeadId WrittenForms::head_of(const Operator& op, std::span<const std::siz
   return head;
 }
 
-WrittenForms::ClassId WrittenForms::application(const Operator& op, std::span<const std::size_t> indices,
-                                                const Term* index, Arguments arguments, const Term* t,
-                                                bool real) {
+WrittenForms::ClassId WrittenForms::application(const OperatorDefinition& op,
+                                                std::span<const std::size_t> indices, const Term* index,
+                                                Arguments arguments, const Term* t, bool real) {
   return add(head_of(op, indices, index), arguments, Node(t, real));
 }
 

@@ -18,7 +18,7 @@
 
 namespace quarv::smtlib {
 
-struct Operator;
+struct OperatorDefinition;
 
 /// How the terms of a script were written: told by the reader while it builds them.
 class WrittenForms {
@@ -37,7 +37,7 @@ class WrittenForms {
   ClassId application(const Symbol* head, Arguments arguments, const Term* t);
   /// An operator of a theory; `index` is that of an operator whose index is an argument, else null. `real`:
   /// a term of sort Int that was written as a Real.
-  ClassId application(const Operator& op, std::span<const std::size_t> indices, const Term* index,
+  ClassId application(const OperatorDefinition& op, std::span<const std::size_t> indices, const Term* index,
                       Arguments arguments, const Term* t, bool real);
   /// A command's term, which was written as `form` and has become `t`, at a place that demands `sort`.
   ClassId root(ClassId form, const Term* t, const DataType* sort);
@@ -75,7 +75,7 @@ class WrittenForms {
  private:
   /// "(_ extract 7 0)", "((_ to_fp 8 24)": as many indices as nearly all operators have.
   struct IndexedOperator {
-    const Operator* op;
+    const OperatorDefinition* op;
     std::array<std::size_t, 2> indices;
     bool operator==(const IndexedOperator&) const = default;
   };
@@ -85,13 +85,13 @@ class WrittenForms {
     }
   };
 
-  forms::HeadId head_of(const Operator& op, std::span<const std::size_t> indices, const Term* index);
+  forms::HeadId head_of(const OperatorDefinition& op, std::span<const std::size_t> indices, const Term* index);
   ClassId add(forms::HeadId head, Arguments arguments, Node n);
 
   TermManager& m_;
   forms::FormGraph graph_;
   NormalForms normal_;
-  std::unordered_map<const Operator*, forms::HeadId> operator_heads_;
+  std::unordered_map<const OperatorDefinition*, forms::HeadId> operator_heads_;
   hsh::HashMap<IndexedOperator, forms::HeadId, IndexedHash> indexed_heads_;  // one more than the number
   std::unordered_map<const Symbol*, std::uint32_t> declared_;
   std::unordered_set<const Symbol*> exact_;

@@ -26,11 +26,11 @@ class Symbol {
   friend class TermTable;
   Symbol() = default;
 
-  enum Kind : std::uint8_t { plain, number, bound_variable, quantifier, annotation };
+  enum Kind : std::uint8_t { ordinary, number, bound_variable, quantifier, annotation };
 
   // The first word.
   std::uint8_t tag_ = 0;
-  std::uint8_t kind_ = plain;
+  std::uint8_t kind_ = ordinary;
   std::uint16_t flag_ = 0;  // of FP_TO_BV: the signed conversion
   std::uint32_t arity_ = 0;
 

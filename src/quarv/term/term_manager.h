@@ -38,10 +38,10 @@ struct SymbolTables;
 /// Creates, interns and classifies terms, symbols and types, and owns them all.
 ///
 /// Every `make_...` constructor of terms is a *full* constructor: it checks sorts, then hands the application
-/// to the attached simplifier; without one it builds the plain term. `do_make_term` interns exactly what it
-/// is given. Constructors throw SortError for arguments that do not fit, that are null or of another manager
-/// (nothing is interned then), and std::bad_alloc. All calls for one manager come from one thread. In steady
-/// state building a term makes no heap allocation of its own.
+/// to the attached simplifier; without one it builds the term as given. `do_make_term` interns exactly what
+/// it is given. Constructors throw SortError for arguments that do not fit, that are null or of another
+/// manager (nothing is interned then), and std::bad_alloc. All calls for one manager come from one thread. In
+/// steady state building a term makes no heap allocation of its own.
 class QUARV_API TermManager {
  public:
   using Args = std::span<const Term* const>;

@@ -29,12 +29,12 @@ mpz_class power_of_two(std::size_t n) {
 }
 
 /// The words of terms for an operator of the rule language.
-std::string trace_word(const rules::Operator& op) {
+std::string trace_word(const rules::OperatorWord& op) {
   return std::string(op.smtlib);
 }
 
 /// What the operators that SMT-LIB has one name for have arguments of.
-bool has_arguments_of(const rules::Operator& op, const std::vector<TraceSort::Kind>& kinds) {
+bool has_arguments_of(const rules::OperatorWord& op, const std::vector<TraceSort::Kind>& kinds) {
   switch (op.tag) {
     case SymbolTag::EQ:
       return kinds[0] != TraceSort::boolean;

@@ -110,7 +110,7 @@ class InstanceEvaluation {
     }
   }
 
-  std::size_t add_application(const rules::Operator& op, std::vector<std::size_t> indices,
+  std::size_t add_application(const rules::OperatorWord& op, std::vector<std::size_t> indices,
                               std::vector<std::size_t> args, std::size_t bits) {
     return add({.kind = Expression::operation,
                 .sort = sort(bits),

@@ -8,7 +8,7 @@ namespace rulec {
 
 using quarv::SymbolTag;
 using quarv::rules::ChildShape;
-using quarv::rules::Operator;
+using quarv::rules::OperatorWord;
 using quarv::rules::Rule;
 
 namespace {

@@ -130,7 +130,7 @@ class MatcherWriter {
   void write_indexed_recognizer(std::size_t position) {
     const PatternNode& node = rule_.pattern[position];
     const std::string number = std::to_string(position);
-    line("static const rules::Operator& operator_" + number + " = *rules::find_operator(\"" +
+    line("static const rules::OperatorWord& operator_" + number + " = *rules::find_operator(\"" +
          std::string(node.op->word) + "\");");
     line("std::size_t indices_" + number + "[2];");
     require("rules::recognize(mgr, operator_" + number + ", " + term(position) + "->symbol, indices_" +
@@ -143,7 +143,7 @@ class MatcherWriter {
   }
 
   /// A recogniser returns widths after the parameters, which come from the types here.
-  static std::string remaining_outputs(const Operator& op) {
+  static std::string remaining_outputs(const OperatorWord& op) {
     return op.shape == Shape::concat ? ", nullptr, nullptr" : ", nullptr";
   }
 
@@ -385,7 +385,7 @@ class MatcherWriter {
       return "mgr->make_array_const(mgr->type_of(" + like + "), " + terms[node.arguments[0]] + ")";
     }
     const std::string number = std::to_string(++num_indexed_);
-    line("static const rules::Operator& result_operator_" + number + " = *rules::find_operator(\"" +
+    line("static const rules::OperatorWord& result_operator_" + number + " = *rules::find_operator(\"" +
          std::string(node.op->word) + "\");");
     std::string indices = "const std::size_t result_indices_" + number + "[] = {";
     for (const IntExpr& parameter : node.parameters) indices += integer(parameter) + ", ";
@@ -398,7 +398,7 @@ class MatcherWriter {
   }
 
   static std::string mixed_application(const ResultNode& node, const std::vector<std::string>& terms) {
-    const Operator& op = *node.op;
+    const OperatorWord& op = *node.op;
     std::string text = op.tag == SymbolTag::OPAQUE
                            ? "rules::make_named_operation(mgr, \"" + std::string(op.smtlib) + "\", {"
                            : "mgr->make_operation(SymbolTag::" + std::string(op.tag_name) + ", {";

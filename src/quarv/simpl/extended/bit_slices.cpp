@@ -109,14 +109,15 @@ bool BitSlices::count(const Term* t) {
 bool BitSlices::push(const BitSlice& slice) {
   if (size_ > 0) {
     BitSlice& last = list_[size_ - 1];
-    const bool plain = last.operation == SymbolTag::UF && slice.operation == SymbolTag::UF;
-    if (plain && m_.get_number(last.part.term) != nullptr && m_.get_number(slice.part.term) != nullptr) {
+    const bool both_single = last.operation == SymbolTag::UF && slice.operation == SymbolTag::UF;
+    if (both_single && m_.get_number(last.part.term) != nullptr &&
+        m_.get_number(slice.part.term) != nullptr) {
       const Term* both = m_.make_bv_concat(last.part.term, slice.part.term);
       last.part = {both, width_of(m_, both) - 1, 0};
       return true;
     }
     const bool goes_on = last.operation == slice.operation && is_next(last.part, slice.part) &&
-                         (plain || is_next(last.other, slice.other));
+                         (both_single || is_next(last.other, slice.other));
     if (goes_on && m_.get_number(slice.part.term) == nullptr) {
       last.part.low = slice.part.low;
       last.other.low = slice.other.low;
@@ -276,8 +277,7 @@ bool BitSlices::add_all_combined(const Term* t, SymbolTag::tag operation, const 
     const std::size_t low = high + 1 - x.width();
     BitSlice leaf{{t, high, low}, {}};
     if (t == nullptr) {
-      const bool plain = x.operation == SymbolTag::UF && b.list_[i].operation == SymbolTag::UF;
-      if (!plain) return false;
+      if (x.operation != SymbolTag::UF || b.list_[i].operation != SymbolTag::UF) return false;
       leaf = {x.part, b.list_[i].part, operation};
     }
     if (!add_combined(operation, x, b.list_[i], leaf)) return false;

@@ -65,7 +65,7 @@ void Reader::finish_pattern() {
 
 /// A term of sort Int that was written as a Real keeps the name of a Real: texts that stay as they are say
 /// the name where a Real must stand.
-const Term* Reader::annotated_as_real(Operator::Args all, const std::vector<Attribute>& list) {
+const Term* Reader::annotated_as_real(OperatorDefinition::Args all, const std::vector<Attribute>& list) {
   const Term* const some_real = manager_.make_number(QNumber(1, 2));
   const Symbol* const s = manager_.make_annotation(some_real, list, all.subspan(1))->symbol;
   return manager_.make_term_unchecked(s, all);
@@ -76,7 +76,7 @@ void Reader::finish_annotation() {
   const std::vector<Attribute> list = std::move(attributes_.back());
   attributes_.pop_back();
   if (list.empty()) fail(frame.start, "an annotation needs an attribute");
-  const Operator::Args all = Operator::Args(values_).subspan(frame.first_value);
+  const OperatorDefinition::Args all = OperatorDefinition::Args(values_).subspan(frame.first_value);
   const bool named = std::ranges::count(list, ":named", &Attribute::keyword) != 0;
   const bool real = is_real_value(frame.first_value);
   const Term* t =

@@ -5,7 +5,7 @@ namespace quarv::smtlib {
 
 namespace {
 
-using Args = Operator::Args;
+using Args = OperatorDefinition::Args;
 using Part = ApplicationError::Part;
 
 std::string wrong_number(std::string_view name, std::size_t given, std::string_view what,
@@ -92,7 +92,8 @@ class SortChecker {
 };
 
 /// The first argument, counted without indices, whose sort is not one that the operator takes there.
-std::optional<ApplicationError> wrong_argument(const TermManager& manager, const Operator& op, Args args) {
+std::optional<ApplicationError> wrong_argument(const TermManager& manager, const OperatorDefinition& op,
+                                               Args args) {
   // The one operator whose first argument may be left out, to_fp, checks a single argument by itself.
   if (args.size() < op.sorts.size() && op.max_args == op.sorts.size()) return std::nullopt;
   SortChecker checker(manager);
@@ -134,7 +135,8 @@ std::optional<ApplicationError> wrong_argument(const TermManager& manager, std::
   return std::nullopt;
 }
 
-ApplicationError explained(const OperatorContext& c, const Operator& op, Args args, const SortError& error) {
+ApplicationError explained(const OperatorContext& c, const OperatorDefinition& op, Args args,
+                           const SortError& error) {
   if (auto wrong = wrong_argument(c.manager, op, args.subspan(op.index_is_argument ? 1 : 0))) return *wrong;
   const std::string text = std::string(op.name) + ": " + error.what();
   const auto* placed = dynamic_cast<const ApplicationError*>(&error);

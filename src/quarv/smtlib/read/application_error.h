@@ -13,7 +13,7 @@
 
 namespace quarv::smtlib {
 
-struct Operator;
+struct OperatorDefinition;
 struct OperatorContext;
 
 /// Thrown for an application that does not fit its operator. Says which part is wrong, for those who know
@@ -47,7 +47,7 @@ std::optional<ApplicationError> wrong_argument(const TermManager& manager, std::
 
 /// What a builder or a constructor has refused, in the words of the operator as it was written: derived
 /// operators are made of others, whose names and arguments their user has never seen.
-ApplicationError explained(const OperatorContext& context, const Operator& op,
+ApplicationError explained(const OperatorContext& context, const OperatorDefinition& op,
                            std::span<const Term* const> args, const SortError& error);
 
 }  // namespace quarv::smtlib

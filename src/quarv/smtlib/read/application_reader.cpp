@@ -56,13 +56,13 @@ const char* next_start(Lexer lexer) {
 const Term* Reader::apply(const Frame& frame) {
   if (cost() > cost_limit_) check_cost();
   limit_sums();
-  const Operator::Args args = Operator::Args(values_).subspan(frame.first_value);
+  const OperatorDefinition::Args args = OperatorDefinition::Args(values_).subspan(frame.first_value);
   if (frame.kind == Frame::operation) return apply_operator(frame, args);
   return apply_function(frame.symbol, frame.start, args);
 }
 
-const Term* Reader::apply_operator(const Frame& frame, Operator::Args args) {
-  const Operator& op = *frame.op;
+const Term* Reader::apply_operator(const Frame& frame, OperatorDefinition::Args args) {
+  const OperatorDefinition& op = *frame.op;
   const std::size_t num_args = args.size() - (op.index_is_argument ? 1 : 0);
   if (num_args < op.min_args || num_args > op.max_args) {
     fail(part_of(frame.start, ApplicationError::Part::argument, num_args < op.min_args ? 0 : op.max_args + 1),
@@ -79,7 +79,7 @@ const Term* Reader::apply_operator(const Frame& frame, Operator::Args args) {
   return result;
 }
 
-const Term* Reader::apply_function(const Symbol* symbol, const char* start, Operator::Args args) {
+const Term* Reader::apply_function(const Symbol* symbol, const char* start, OperatorDefinition::Args args) {
   const std::size_t arity = manager_.arity(symbol);
   if (args.size() != arity) {
     fail(part_of(start, ApplicationError::Part::argument, args.size() < arity ? 0 : arity + 1),
@@ -143,7 +143,7 @@ void Reader::unknown_operator(const Token& name) {
   not_understood(name.start, message);
 }
 
-void Reader::check_number_of_indices(const char* start, const Operator& op, std::size_t given) {
+void Reader::check_number_of_indices(const char* start, const OperatorDefinition& op, std::size_t given) {
   if (given == op.num_indices) return;
   const std::size_t superfluous = given < op.num_indices ? 0 : op.num_indices + 1;
   fail(part_of(start, ApplicationError::Part::index, superfluous),

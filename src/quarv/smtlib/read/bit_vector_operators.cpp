@@ -218,18 +218,18 @@ const Term* int_to_bv(OperatorContext& c, Args a) {
   return c.manager.make_int_to_bv(c.indices[0], a[0]);
 }
 
-constexpr Operator bit_vector_table[] = {
-    {"concat", 2, Operator::any_number, 0, "v", concatenation},
+constexpr OperatorDefinition bit_vector_table[] = {
+    {"concat", 2, OperatorDefinition::any_number, 0, "v", concatenation},
     {"extract", 1, 1, 2, "v", extract},
     {"bvsmod", 2, 2, 0, "V", signed_modulo},
     {"bvnand", 2, 2, 0, "V", complemented<&TM::make_bv_and, &TM::make_bv_not>},
     {"bvnor", 2, 2, 0, "V", complemented<&TM::make_bv_or, &TM::make_bv_not>},
-    {"bvxnor", 2, Operator::any_number, 0, "V",
+    {"bvxnor", 2, OperatorDefinition::any_number, 0, "V",
      left_associative<complemented<&TM::make_bv_xor, &TM::make_bv_not>>},
-    {"bvugt", 2, Operator::any_number, 0, "V", chainable<swapped<&TM::make_bv_ult>>},
-    {"bvuge", 2, Operator::any_number, 0, "V", chainable<swapped<&TM::make_bv_ule>>},
-    {"bvsgt", 2, Operator::any_number, 0, "V", chainable<swapped<&TM::make_bv_slt>>},
-    {"bvsge", 2, Operator::any_number, 0, "V", chainable<swapped<&TM::make_bv_sle>>},
+    {"bvugt", 2, OperatorDefinition::any_number, 0, "V", chainable<swapped<&TM::make_bv_ult>>},
+    {"bvuge", 2, OperatorDefinition::any_number, 0, "V", chainable<swapped<&TM::make_bv_ule>>},
+    {"bvsgt", 2, OperatorDefinition::any_number, 0, "V", chainable<swapped<&TM::make_bv_slt>>},
+    {"bvsge", 2, OperatorDefinition::any_number, 0, "V", chainable<swapped<&TM::make_bv_sle>>},
     {"zero_extend", 1, 1, 1, "v", extension<&TM::make_bv_zero_extend>},
     {"sign_extend", 1, 1, 1, "v", extension<&TM::make_bv_sign_extend>},
     {"rotate_left", 1, 1, 1, "v", rotation<&TM::make_bv_rotate_left>},
@@ -254,7 +254,7 @@ constexpr Operator bit_vector_table[] = {
 }  // namespace
 }  // namespace build
 
-std::span<const Operator> bit_vector_operators() {
+std::span<const OperatorDefinition> bit_vector_operators() {
   return build::bit_vector_table;
 }
 

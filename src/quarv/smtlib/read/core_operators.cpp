@@ -208,26 +208,26 @@ const Term* divisible(OperatorContext& c, Args a) {
   return c.manager.make_int_mod_congr(divisor, a[1], zero);
 }
 
-constexpr Operator core_table[] = {
+constexpr OperatorDefinition core_table[] = {
     {"not", 1, 1, 0, "B", unary<&TM::make_not>, true},
-    {"and", 1, Operator::any_number, 0, "B", conjunction, true},
-    {"or", 1, Operator::any_number, 0, "B", disjunction, true},
-    {"=>", 2, Operator::any_number, 0, "B", implication, true},
-    {"xor", 2, Operator::any_number, 0, "B", left_associative<exclusive_or>, true},
-    {"=", 2, Operator::any_number, 0, "S", chainable<equality>, true},
-    {"distinct", 2, Operator::any_number, 0, "S", distinct, true},
+    {"and", 1, OperatorDefinition::any_number, 0, "B", conjunction, true},
+    {"or", 1, OperatorDefinition::any_number, 0, "B", disjunction, true},
+    {"=>", 2, OperatorDefinition::any_number, 0, "B", implication, true},
+    {"xor", 2, OperatorDefinition::any_number, 0, "B", left_associative<exclusive_or>, true},
+    {"=", 2, OperatorDefinition::any_number, 0, "S", chainable<equality>, true},
+    {"distinct", 2, OperatorDefinition::any_number, 0, "S", distinct, true},
     {"ite", 3, 3, 0, "BSS", if_then_else, true},
 
-    {"+", 1, Operator::any_number, 0, "N", associative<&TM::make_plus>},
-    {"-", 1, Operator::any_number, 0, "N", minus},
-    {"*", 1, Operator::any_number, 0, "N", associative<&TM::make_times>},
-    {"/", 2, Operator::any_number, 0, "N", left_associative<division>},
-    {"div", 2, Operator::any_number, 0, "I", left_associative<integer_division>},
+    {"+", 1, OperatorDefinition::any_number, 0, "N", associative<&TM::make_plus>},
+    {"-", 1, OperatorDefinition::any_number, 0, "N", minus},
+    {"*", 1, OperatorDefinition::any_number, 0, "N", associative<&TM::make_times>},
+    {"/", 2, OperatorDefinition::any_number, 0, "N", left_associative<division>},
+    {"div", 2, OperatorDefinition::any_number, 0, "I", left_associative<integer_division>},
     {"mod", 2, 2, 0, "I", modulo},
     {"abs", 1, 1, 0, "N", absolute},
-    {"<", 2, Operator::any_number, 0, "N", chainable<swapped_negated<&TM::make_leq>>},
-    {">=", 2, Operator::any_number, 0, "N", chainable<swapped<&TM::make_leq>>},
-    {">", 2, Operator::any_number, 0, "N", chainable<negated<&TM::make_leq>>},
+    {"<", 2, OperatorDefinition::any_number, 0, "N", chainable<swapped_negated<&TM::make_leq>>},
+    {">=", 2, OperatorDefinition::any_number, 0, "N", chainable<swapped<&TM::make_leq>>},
+    {">", 2, OperatorDefinition::any_number, 0, "N", chainable<negated<&TM::make_leq>>},
     {"to_real", 1, 1, 0, "N", to_real},
     {"is_int", 1, 1, 0, "N", is_int},
     {"divisible", 1, 1, 1, "I", divisible, false, true},
@@ -248,7 +248,7 @@ const Term* opaque(OperatorContext& c, std::string_view name, Args a, const Data
 
 }  // namespace build
 
-std::span<const Operator> core_operators() {
+std::span<const OperatorDefinition> core_operators() {
   return build::core_table;
 }
 

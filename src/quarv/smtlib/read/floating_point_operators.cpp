@@ -43,7 +43,7 @@ Format format_of(const OperatorContext& c) {
 }
 
 /// An operation on floating-point numbers.
-template <Operator::Build Build>
+template <OperatorDefinition::Build Build>
 const Term* computed(OperatorContext& c, Args a) {
   check_exponents(c, a);
   return Build(c, a);
@@ -126,10 +126,10 @@ const Term* to_bit_vector(OperatorContext& c, Args a) {
   return (c.manager.*Make)(c.indices[0], a[0], a[1]);
 }
 
-constexpr Operator floating_point_table[] = {
+constexpr OperatorDefinition floating_point_table[] = {
     {"fp", 3, 3, 0, "bvv", from_parts},
-    {"fp.geq", 2, Operator::any_number, 0, "F", computed<chainable<swapped<&TM::make_fp_le>>>},
-    {"fp.gt", 2, Operator::any_number, 0, "F", computed<chainable<swapped<&TM::make_fp_lt>>>},
+    {"fp.geq", 2, OperatorDefinition::any_number, 0, "F", computed<chainable<swapped<&TM::make_fp_le>>>},
+    {"fp.gt", 2, OperatorDefinition::any_number, 0, "F", computed<chainable<swapped<&TM::make_fp_lt>>>},
     {"to_fp", 1, 2, 2, "RX", computed<to_fp>},
     {"to_fp_unsigned", 2, 2, 2, "Rv", computed<to_fp_unsigned>},
     {"fp.to_ubv", 2, 2, 1, "RF", computed<to_bit_vector<&TM::make_fp_to_ubv>>},
@@ -176,7 +176,7 @@ const Term* make_zero(TermManager& m, bool negative, std::size_t ew, std::size_t
 
 }  // namespace build
 
-std::span<const Operator> floating_point_operators() {
+std::span<const OperatorDefinition> floating_point_operators() {
   return build::floating_point_table;
 }
 

@@ -16,7 +16,7 @@ void check_number(const std::string& message) {
   if (!message.empty()) throw std::invalid_argument(message);
 }
 
-std::size_t index_value(const Operator& op, const std::string& text) {
+std::size_t index_value(const OperatorDefinition& op, const std::string& text) {
   std::size_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size()) {
@@ -28,11 +28,11 @@ std::size_t index_value(const Operator& op, const std::string& text) {
 
 }  // namespace
 
-const Operator* find_operator(std::string_view name) {
+const OperatorDefinition* find_operator(std::string_view name) {
   static const auto table = [] {
-    std::unordered_map<std::string_view, const Operator*> by_name;
+    std::unordered_map<std::string_view, const OperatorDefinition*> by_name;
     for (const auto& operators : all_operators()) {
-      for (const Operator& op : operators) by_name.emplace(op.name, &op);
+      for (const OperatorDefinition& op : operators) by_name.emplace(op.name, &op);
     }
     return by_name;
   }();
@@ -66,8 +66,9 @@ bool is_operator(std::string_view name) {
   return find_operator(name) != nullptr;
 }
 
-const Term* apply_operator(OperatorContext& context, const OperatorText& text, Operator::Args args) {
-  const Operator* op = find_operator(text.name);
+const Term* apply_operator(OperatorContext& context, const OperatorText& text,
+                           OperatorDefinition::Args args) {
+  const OperatorDefinition* op = find_operator(text.name);
   if (op == nullptr) throw std::invalid_argument("unknown operator " + text.name);
   check_number(wrong_number_of_indices(op->name, text.indices.size(), op->num_indices));
   check_number(wrong_number_of_arguments(op->name, args.size(), op->min_args, op->max_args));
@@ -83,8 +84,8 @@ const Term* apply_operator(OperatorContext& context, const OperatorText& text, O
   return apply_operator(context, *op, indices, all);
 }
 
-const Term* apply_operator(OperatorContext& context, const Operator& op, std::span<const std::size_t> indices,
-                           Operator::Args args) {
+const Term* apply_operator(OperatorContext& context, const OperatorDefinition& op,
+                           std::span<const std::size_t> indices, OperatorDefinition::Args args) {
   context.indices = indices;
   try {
     const Term* result = op.build(context, args);

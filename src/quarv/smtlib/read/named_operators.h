@@ -22,14 +22,14 @@ OperatorText split_operator(std::string_view text);
 bool is_operator(std::string_view name);
 
 /// The operator of that name; null for none.
-const Operator* find_operator(std::string_view name);
+const OperatorDefinition* find_operator(std::string_view name);
 
 /// Applies an operator to the right number of indices and arguments. \throws SortError when they do not fit
-const Term* apply_operator(OperatorContext& context, const Operator& op, std::span<const std::size_t> indices,
-                           Operator::Args args);
+const Term* apply_operator(OperatorContext& context, const OperatorDefinition& op,
+                           std::span<const std::size_t> indices, OperatorDefinition::Args args);
 
 /// Applies an operator of SMT-LIB's theories. Throws std::invalid_argument for an unknown operator or a wrong
 /// number of indices or arguments, SortError when the arguments do not fit.
-const Term* apply_operator(OperatorContext& context, const OperatorText& op, Operator::Args args);
+const Term* apply_operator(OperatorContext& context, const OperatorText& op, OperatorDefinition::Args args);
 
 }  // namespace quarv::smtlib

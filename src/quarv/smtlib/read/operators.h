@@ -48,7 +48,7 @@ struct OperatorContext {
 ///     I  Int             V  as the first V          S  of one sort with those before
 ///     N  Int or Real     b  (_ BitVec 1)            X  any number, or a bit-vector
 ///     R  RoundingMode    A  an array, K its index, E its element
-struct Operator {
+struct OperatorDefinition {
   using Args = std::span<const Term* const>;
   using Build = const Term* (*)(OperatorContext&, Args);
   static constexpr std::uint32_t any_number = std::numeric_limits<std::uint32_t>::max();
@@ -64,16 +64,16 @@ struct Operator {
 };
 
 /// The operators that are read as their rows in quarv/term/operators.h say, of all theories.
-std::span<const Operator> table_operators();
+std::span<const OperatorDefinition> table_operators();
 /// Definitions of the others: of the theories Core, Ints, Reals and ArraysEx,
-std::span<const Operator> core_operators();
+std::span<const OperatorDefinition> core_operators();
 /// of FixedSizeBitVectors and its usual extensions,
-std::span<const Operator> bit_vector_operators();
+std::span<const OperatorDefinition> bit_vector_operators();
 /// and of FloatingPoint.
-std::span<const Operator> floating_point_operators();
+std::span<const OperatorDefinition> floating_point_operators();
 
 /// All of these; no name stands in two of them.
-inline std::array<std::span<const Operator>, 4> all_operators() {
+inline std::array<std::span<const OperatorDefinition>, 4> all_operators() {
   return {table_operators(), core_operators(), bit_vector_operators(), floating_point_operators()};
 }
 
@@ -85,7 +85,7 @@ namespace build {
 /// The literal of `width` bits that is congruent to the integer `value`. Throws SortError.
 QUARV_API const Term* bit_vector(TermManager& manager, const QNumber& value, std::size_t width);
 
-using Args = Operator::Args;
+using Args = OperatorDefinition::Args;
 
 template <auto Make>
 const Term* unary(OperatorContext& c, Args a) {
@@ -135,7 +135,7 @@ const Term* associative(OperatorContext& c, Args a) {
   return chain;
 }
 
-template <Operator::Build Pair>
+template <OperatorDefinition::Build Pair>
 const Term* right_associative(OperatorContext& c, Args a) {
   const Term* chain = a.back();
   for (std::size_t i = a.size() - 1; i-- > 0;) {
@@ -146,7 +146,7 @@ const Term* right_associative(OperatorContext& c, Args a) {
 }
 
 /// A left-associative operator that is not associative: ((a - b) - c) - d.
-template <Operator::Build Pair>
+template <OperatorDefinition::Build Pair>
 const Term* left_associative(OperatorContext& c, Args a) {
   const Term* chain = a[0];
   for (std::size_t i = 1; i < a.size(); ++i) {
@@ -159,7 +159,7 @@ const Term* left_associative(OperatorContext& c, Args a) {
 const Term* conjunction(OperatorContext& c, Args a);
 
 /// A chainable predicate: (< a b c) is a < b and b < c.
-template <Operator::Build Pair>
+template <OperatorDefinition::Build Pair>
 const Term* chainable(OperatorContext& c, Args a) {
   if (a.size() == 2) return Pair(c, a);
   std::vector<const Term*> links;

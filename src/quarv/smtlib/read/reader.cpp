@@ -44,7 +44,7 @@ Reader::Reader(Session& session, Options options)
   reserve("par", Word::other);
 
   for (const auto& table : all_operators()) {
-    for (const Operator& op : table) {
+    for (const OperatorDefinition& op : table) {
       TermMeaning m;
       m.kind = TermMeaning::builtin;
       m.op = &op;
@@ -223,7 +223,7 @@ std::string_view Reader::keep(std::string_view text) {
 /// The input from `start` to the last token read, on one line and without comments.
 std::string_view Reader::one_line(const char* start) {
   const std::string_view raw(start, static_cast<std::size_t>(lexer_.position() - start));
-  const auto plain = [](std::string_view text) {
+  const auto is_tidy = [](std::string_view text) {
     for (std::size_t i = 0; i < text.size(); ++i) {
       const char c = text[i];
       if (c == '\n' || c == '\r' || c == '\t' || c == ';' || c == '|' || c == '"') return false;
@@ -231,7 +231,7 @@ std::string_view Reader::one_line(const char* start) {
     }
     return true;
   };
-  if (plain(raw)) return keep_text_ ? keep(raw) : raw;
+  if (is_tidy(raw)) return keep_text_ ? keep(raw) : raw;
   std::string text;
   Lexer lexer(raw);
   for (Token t = lexer.next(); t.kind != TokenKind::end; t = lexer.next()) {

@@ -165,7 +165,7 @@ class QUARV_API Reader {
         0;  // name!1, ..., name!renamed are in use: quantifiers bind the name within each other
     FormClass form = no_form;  // of a value: the class of its forms
     union {
-      const Operator* op = nullptr;
+      const OperatorDefinition* op = nullptr;
       const Symbol* symbol;
       const Overload* overloads;
       const Term* term;
@@ -223,7 +223,7 @@ class QUARV_API Reader {
     std::uint32_t first = 0;        // where its indices, bindings, variables or the pattern's terms begin
     const char* start;              // for messages
     union {
-      const Operator* op = nullptr;
+      const OperatorDefinition* op = nullptr;
       const Symbol* symbol;
       const Overload* overloads;
       TermSimplifier* simplifier;  // of patterns: the one that was detached
@@ -339,7 +339,7 @@ class QUARV_API Reader {
   void open_pattern(Attribute attribute, Frame::Kind kind);
   void finish_pattern();
   void finish_annotation();
-  const Term* annotated_as_real(Operator::Args all, const std::vector<Attribute>& list);
+  const Term* annotated_as_real(OperatorDefinition::Args all, const std::vector<Attribute>& list);
   void close(const Token& token);
   void close_with(const Term* t, FormClass form, bool real = false);
   const Term* literal(const Token& token);
@@ -361,14 +361,14 @@ class QUARV_API Reader {
 
   // application_reader.cpp: operators and functions on their arguments.
   const Term* apply(const Frame& frame);
-  const Term* apply_operator(const Frame& frame, Operator::Args args);
-  const Term* apply_function(const Symbol* symbol, const char* start, Operator::Args args);
+  const Term* apply_operator(const Frame& frame, OperatorDefinition::Args args);
+  const Term* apply_function(const Symbol* symbol, const char* start, OperatorDefinition::Args args);
   std::string_view written_name(const char* start) const;
   const char* part_of(const char* start, ApplicationError::Part part, std::size_t position) const;
   const char* binding_of(const char* start, std::size_t number) const;
   [[noreturn]] void fail(const char* start, const ApplicationError& e);
   [[noreturn]] void unknown_operator(const Token& name);
-  void check_number_of_indices(const char* start, const Operator& op, std::size_t given);
+  void check_number_of_indices(const char* start, const OperatorDefinition& op, std::size_t given);
 
   // overloads.cpp: functions of one name.
   static bool is_function(const TermNames::Name* name) noexcept;

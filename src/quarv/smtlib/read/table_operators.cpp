@@ -51,7 +51,7 @@ const Term* application(OperatorContext& c, Args a) {
 }
 
 template <std::size_t Row>
-constexpr Operator::Build builder() {
+constexpr OperatorDefinition::Build builder() {
   switch (row_at(Row).chain) {
     case Chain::right:
       return right_associative<application<Row>>;
@@ -65,7 +65,7 @@ constexpr Operator::Build builder() {
   return application<Row>;
 }
 
-/// The letter of `Operator::sorts` for an argument.
+/// The letter of `OperatorDefinition::sorts` for an argument.
 constexpr char letter(const Signature& s, SortPattern pattern) {
   const bool one_width =
       !s.has(SortPattern::format) && std::ranges::all_of(s.arguments(), [&](SortPattern p) {
@@ -109,12 +109,12 @@ constexpr auto letters = [] {
 }();
 
 template <std::size_t Row>
-constexpr Operator read_as(std::string_view name) {
+constexpr OperatorDefinition read_as(std::string_view name) {
   const OperatorRow& row = row_at(Row);
   const std::uint32_t arity = row.signature.arity;
   return {name,
           arity,
-          row.chain == Chain::none ? arity : Operator::any_number,
+          row.chain == Chain::none ? arity : OperatorDefinition::any_number,
           0,
           std::string_view(letters<Row>.data(), arity),
           builder<Row>()};
@@ -129,8 +129,8 @@ constexpr std::size_t num_names = [] {
 }();
 
 template <std::size_t... Row>
-constexpr std::array<Operator, num_names> make_table(std::index_sequence<Row...>) {
-  std::array<Operator, num_names> table{};
+constexpr std::array<OperatorDefinition, num_names> make_table(std::index_sequence<Row...>) {
+  std::array<OperatorDefinition, num_names> table{};
   std::size_t n = 0;
   const auto add = [&]<std::size_t I>() {
     if constexpr (is_read_by_row(row_at(I))) {
@@ -142,12 +142,13 @@ constexpr std::array<Operator, num_names> make_table(std::index_sequence<Row...>
   return table;
 }
 
-constexpr std::array<Operator, num_names> operator_table = make_table(std::make_index_sequence<num_rows>());
+constexpr std::array<OperatorDefinition, num_names> operator_table =
+    make_table(std::make_index_sequence<num_rows>());
 
 }  // namespace
 }  // namespace build
 
-std::span<const Operator> table_operators() {
+std::span<const OperatorDefinition> table_operators() {
   return build::operator_table;
 }
 

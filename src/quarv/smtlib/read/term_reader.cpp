@@ -15,9 +15,10 @@ const Symbol* written_quantifier(TermManager& m, std::string_view binder,
                                  const std::vector<const Term*>& variables, const Term* body) {
   TermSimplifier* simplifier = m.simplifier();
   m.set_simplifier(nullptr);
-  const Term* plain = m.make_quantifier(binder, variables, body);  // throws nothing: it has been made before
+  const Term* as_written =
+      m.make_quantifier(binder, variables, body);  // throws nothing: it has been made before
   m.set_simplifier(simplifier);
-  return plain->symbol;
+  return as_written->symbol;
 }
 
 bool is_quantifier_over(const TermManager& m, const Term* t, const std::vector<const Term*>& variables) {
@@ -277,7 +278,7 @@ void Reader::close(const Token& token) {
 Reader::FormClass Reader::written_application(const Frame& frame, const Term* t, bool real) {
   const auto arguments = std::span<const FormClass>(forms_).subspan(frame.first_value);
   if (frame.kind == Frame::function) return options_.written->application(frame.symbol, arguments, t);
-  const Operator& op = *frame.op;
+  const OperatorDefinition& op = *frame.op;
   const std::size_t first = op.index_is_argument ? 1 : 0;
   return options_.written->application(op, std::span(indices_.data() + frame.first, op.num_indices - first),
                                        first != 0 ? values_[frame.first_value] : nullptr,

@@ -35,7 +35,7 @@ constexpr bool is_letter(char c) {
 constexpr bool is_digit(char c) {
   return c >= '0' && c <= '9';
 }
-bool is_plain(std::string_view name) {
+bool is_word(std::string_view name) {
   return !name.empty() && is_letter(name[0]) && name.size() <= longest_name &&
          std::ranges::all_of(name, [](char c) { return is_letter(c) || is_digit(c) || c == '_'; });
 }
@@ -53,12 +53,12 @@ std::string small_number(std::string_view text) {
   return whole && value < 10000 ? std::to_string(value) : std::string();
 }
 
-/// "extract_7_0" for "(_ extract 7 0)"; empty where the head is no plain word.
+/// "extract_7_0" for "(_ extract 7 0)"; empty where the head has no word.
 std::string word_of(std::string_view head) {
-  if (!head.starts_with("(_ ") || !head.ends_with(')')) return std::string(is_plain(head) ? head : "");
+  if (!head.starts_with("(_ ") || !head.ends_with(')')) return std::string(is_word(head) ? head : "");
   std::string word(head.substr(3, head.size() - 4));
   std::ranges::replace(word, ' ', '_');
-  return is_plain(word) ? word : std::string();
+  return is_word(word) ? word : std::string();
 }
 
 }  // namespace
@@ -85,7 +85,7 @@ std::string TellingNames::text(const Term* t) const {
     const std::string_view argument = t->args[i]->symbol->name;
     length += argument.size() + 1;
     const std::string number = small_number(argument);
-    if (number.empty() && !is_plain(argument)) return {};
+    if (number.empty() && !is_word(argument)) return {};
     if (infix && i != 0) append(known->word);
     append(number.empty() ? argument : number);
     if (name.size() > longest_name) return {};

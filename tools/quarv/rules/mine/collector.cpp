@@ -23,7 +23,7 @@ constexpr std::size_t most_samples = 1 << 20;
 constexpr std::size_t most_leaves = 6;
 
 /// On bit-vectors, or a choice between such; truth values are joined inside conditions.
-bool is_minable(const rules::Operator& op) {
+bool is_minable(const rules::OperatorWord& op) {
   switch (op.tag) {
     case SymbolTag::AND:
     case SymbolTag::OR:
@@ -35,10 +35,10 @@ bool is_minable(const rules::Operator& op) {
   }
 }
 
-const rules::Operator* operator_of(SymbolTag::tag tag) {
+const rules::OperatorWord* operator_of(SymbolTag::tag tag) {
   static const auto table = [] {
-    std::vector<const rules::Operator*> by_tag(SymbolTag::count);
-    for (const rules::Operator& op : rules::operators()) {
+    std::vector<const rules::OperatorWord*> by_tag(SymbolTag::count);
+    for (const rules::OperatorWord& op : rules::operators()) {
       if (by_tag[op.tag] == nullptr && is_minable(op)) by_tag[op.tag] = &op;
     }
     return by_tag;

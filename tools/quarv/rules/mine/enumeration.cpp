@@ -11,19 +11,19 @@ namespace quarv::cli {
 namespace {
 
 using Node = SmallTerm::Node;
-using rules::Operator;
+using rules::OperatorWord;
 using rules::Shape;
 
 constexpr std::size_t most_terms = 1 << 18;
 constexpr std::size_t most_variables = 6;
 
-bool compares(const Operator& op) {
+bool compares(const OperatorWord& op) {
   return op.shape == Shape::predicate || op.tag == SymbolTag::EQ;
 }
 
 class Enumeration {
  public:
-  Enumeration(std::span<const Operator* const> operators, std::size_t width)
+  Enumeration(std::span<const OperatorWord* const> operators, std::size_t width)
       : operators_(operators), width_(width), shapes_(1) {
     shapes_[0].push_back({{Node()}});
   }
@@ -31,12 +31,12 @@ class Enumeration {
   std::vector<Sample> run(std::size_t most_operators) {
     for (std::size_t n = 1; n <= most_operators; ++n) {
       shapes_.emplace_back();
-      for (const Operator* op : operators_) {
+      for (const OperatorWord* op : operators_) {
         if (!compares(*op)) grow(*op, n, shapes_[n]);
       }
       for (const SmallTerm& shape : shapes_[n]) name_leaves(shape);
       std::vector<SmallTerm> comparisons;
-      for (const Operator* op : operators_) {
+      for (const OperatorWord* op : operators_) {
         if (compares(*op)) grow(*op, n, comparisons);
       }
       for (const SmallTerm& shape : comparisons) name_leaves(shape);
@@ -46,7 +46,7 @@ class Enumeration {
 
  private:
   /// Appends the shapes of `n` operators with that one at the root: leaves have no names yet.
-  void grow(const Operator& op, std::size_t n, std::vector<SmallTerm>& all) {
+  void grow(const OperatorWord& op, std::size_t n, std::vector<SmallTerm>& all) {
     Node root{.kind = Node::Kind::application, .width = compares(op) ? 0 : width_, .op = &op};
     if (op.num_arguments == 1) {
       for (const SmallTerm& arg : shapes_[n - 1]) join(root, {&arg}, all);
@@ -108,7 +108,7 @@ class Enumeration {
         fmt::format("there are more than {} terms: name fewer operators, or a smaller --size", most_terms));
   }
 
-  std::span<const Operator* const> operators_;
+  std::span<const OperatorWord* const> operators_;
   std::size_t width_;
   std::vector<std::vector<SmallTerm>> shapes_;  // by the number of operators, without comparisons
   std::vector<Sample> found_;
@@ -116,10 +116,10 @@ class Enumeration {
 
 }  // namespace
 
-std::vector<const Operator*> enumerable_operators(std::span<const std::string> words) {
-  std::vector<const Operator*> all;
+std::vector<const OperatorWord*> enumerable_operators(std::span<const std::string> words) {
+  std::vector<const OperatorWord*> all;
   for (const std::string& word : words) {
-    const Operator* op = rules::find_operator(word == "=" ? "==" : word);
+    const OperatorWord* op = rules::find_operator(word == "=" ? "==" : word);
     if (op == nullptr) throw std::invalid_argument(fmt::format("there is no operator \"{}\"", word));
     const bool is_uniform = op->shape == Shape::equal_widths && op->num_parameters == 0;
     if (!is_uniform && !compares(*op)) {
@@ -131,8 +131,8 @@ std::vector<const Operator*> enumerable_operators(std::span<const std::string> w
   return all;
 }
 
-std::vector<Sample> enumerate_terms(std::span<const Operator* const> operators, std::size_t most_operators,
-                                    std::size_t width) {
+std::vector<Sample> enumerate_terms(std::span<const OperatorWord* const> operators,
+                                    std::size_t most_operators, std::size_t width) {
   return Enumeration(operators, width).run(most_operators);
 }
 

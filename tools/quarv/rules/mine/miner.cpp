@@ -341,7 +341,7 @@ class Miner {
     std::string text;
     for (const Found& f : found_) {
       const rules::Rule rule = rules::parse_rule(f.proposal.rule);
-      const rules::Operator& root = *rule.pattern[0].op;
+      const rules::OperatorWord& root = *rule.pattern[0].op;
       const std::string_view word = root.word == "==" ? "equal" : root.word == "~" ? "not" : root.word;
       std::string name = fmt::format("mined-{}-{}", word, ++numbers[std::string(word)]);
       text += fmt::format("{}: {}\n", name, f.proposal.rule);

@@ -20,7 +20,7 @@ constexpr std::size_t most_expressions = 24000;
 constexpr std::size_t most_alternatives = 4;  // terms of the same values
 constexpr std::size_t largest_result = 6;     // nodes
 
-bool changes_widths(const rules::Operator& op) {
+bool changes_widths(const rules::OperatorWord& op) {
   return op.shape == Shape::concat || op.shape == Shape::extract || op.shape == Shape::extend;
 }
 

@@ -18,9 +18,9 @@ struct SmallTerm {
     std::size_t width = 0;    ///< in bits; 0 of a truth value
     std::size_t number = 0;   ///< of a variable; of a constant that has a name: counted together, from 1
     std::uint64_t value = 0;  ///< of a constant; truth values are 0 and 1
-    const rules::Operator* op = nullptr;  ///< of an application
-    std::vector<std::size_t> indices{};   ///< likewise: those of the operator, as SMT-LIB orders them
-    std::vector<std::size_t> args{};      ///< likewise: nodes before this one
+    const rules::OperatorWord* op = nullptr;  ///< of an application
+    std::vector<std::size_t> indices{};       ///< likewise: those of the operator, as SMT-LIB orders them
+    std::vector<std::size_t> args{};          ///< likewise: nodes before this one
 
     bool operator==(const Node&) const = default;
   };

@@ -102,8 +102,8 @@ bool same(const OrderTerm& a, const OrderTerm& b) {
   return same_integers(a.integers, b.integers) && std::ranges::equal(a.args, b.args, same);
 }
 
-using Counts = std::map<std::size_t, long>;                     // of variables
-using OperatorCounts = std::map<const rules::Operator*, long>;  // null: constants
+using Counts = std::map<std::size_t, long>;                         // of variables
+using OperatorCounts = std::map<const rules::OperatorWord*, long>;  // null: constants
 
 void count(const OrderTerm& t, long sign, Counts& variables, OperatorCounts& operators) {
   if (t.kind == OrderTerm::Kind::variable) {
@@ -114,7 +114,7 @@ void count(const OrderTerm& t, long sign, Counts& variables, OperatorCounts& ope
   for (const OrderTerm& arg : t.args) count(arg, sign, variables, operators);
 }
 
-bool commutes(const rules::Operator& op) {
+bool commutes(const rules::OperatorWord& op) {
   return operator_row(op.tag).commutes_from == 0;
 }
 
@@ -231,11 +231,11 @@ std::string goes_down(const Rule& rule) {
   return Comparison(rule).greater(pattern_term(rule), result_term(rule));
 }
 
-std::string weight_name(const rules::Operator* op) {
+std::string weight_name(const rules::OperatorWord* op) {
   return op == nullptr ? "w.constant" : fmt::format("|w.{}|", op->word);
 }
 
-std::string precedence_name(const rules::Operator* op) {
+std::string precedence_name(const rules::OperatorWord* op) {
   return op == nullptr ? "p.constant" : fmt::format("|p.{}|", op->word);
 }
 

@@ -13,9 +13,9 @@ namespace quarv::cli {
 struct OrderTerm {
   enum class Kind : std::uint8_t { variable, constant, application };
   Kind kind = Kind::constant;
-  std::size_t variable = 0;                ///< position in the pattern
-  const rules::Operator* op = nullptr;     ///< null for constants
-  std::vector<rules::IntExpr> integers{};  ///< of the operator
+  std::size_t variable = 0;                 ///< position in the pattern
+  const rules::OperatorWord* op = nullptr;  ///< null for constants
+  std::vector<rules::IntExpr> integers{};   ///< of the operator
   std::vector<OrderTerm> args{};
 };
 
@@ -30,7 +30,7 @@ bool rearranges(const rules::Rule& rule);
 std::string goes_down(const rules::Rule& rule);
 
 /// "w.bvadd"; of constants for null.
-std::string weight_name(const rules::Operator* op);
-std::string precedence_name(const rules::Operator* op);
+std::string weight_name(const rules::OperatorWord* op);
+std::string precedence_name(const rules::OperatorWord* op);
 
 }  // namespace quarv::cli

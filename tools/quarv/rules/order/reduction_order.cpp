@@ -12,11 +12,11 @@ namespace quarv::cli {
 
 namespace {
 
-using Names = std::vector<const rules::Operator*>;
+using Names = std::vector<const rules::OperatorWord*>;
 
 Names all_symbols() {
   Names all{nullptr};
-  for (const rules::Operator& op : rules::operators()) all.push_back(&op);
+  for (const rules::OperatorWord& op : rules::operators()) all.push_back(&op);
   return all;
 }
 
@@ -24,16 +24,16 @@ Names all_symbols() {
 /// operators only one that is greater than all others may weigh nothing.
 std::string beginning() {
   std::string text = "(set-option :produce-models true)\n(set-logic QF_LIA)\n";
-  for (const rules::Operator* op : all_symbols()) {
+  for (const rules::OperatorWord* op : all_symbols()) {
     text += fmt::format(
         "(declare-const {0} Int)\n(declare-const {1} Int)\n(assert (<= {2} {0} 1000))\n"
         "(assert (<= 0 {1} 100))\n",
         weight_name(op), precedence_name(op), op == nullptr ? 1 : 0);
   }
-  for (const rules::Operator& op : rules::operators()) {
+  for (const rules::OperatorWord& op : rules::operators()) {
     if (op.num_arguments != 1) continue;
     text += fmt::format("(assert (or (> {} 0) (and true", weight_name(&op));
-    for (const rules::Operator* other : all_symbols()) {
+    for (const rules::OperatorWord* other : all_symbols()) {
       if (other != &op) text += fmt::format(" (> {} {})", precedence_name(&op), precedence_name(other));
     }
     text += ")))\n";
@@ -97,7 +97,7 @@ class Search {
 
   void read_order() {
     std::vector<std::pair<long, std::string>> weights, precedence;
-    for (const rules::Operator* op : all_symbols()) {
+    for (const rules::OperatorWord* op : all_symbols()) {
       const std::string word = op == nullptr ? "constant" : std::string(op->word);
       weights.emplace_back(number(weight_name(op)), word);
       precedence.emplace_back(number(precedence_name(op)), word);
