@@ -141,6 +141,24 @@ TEST_F(CommandLine, CompletesCommandsInFish) {
   EXPECT_EQ(completions("rules show bvxor-can"), "bvxor-cancel\n");
 }
 
+TEST_F(CommandLine, CompletesCommandsInZsh) {
+  if (run("command -v zsh").status != 0) GTEST_SKIP() << "zsh is not installed";
+  // What would be offered to a user is listed instead.
+  const auto completions = [this](const std::string& words) {
+    return run("PATH=$PWD/bin:$PATH zsh -f -c \"compadd() { shift; print -l -- \\$@; }; words=(quarv " +
+               words +
+               "); CURRENT=\\$#words; source " QUARV_SOURCE_DIR "/tools/quarv/share/quarv.zsh\" | sort")
+        .out;
+  };
+  run("mkdir -p bin; ln -sf $quarv bin/quarv");
+  EXPECT_EQ(completions("rules ''"), "check\nlist\nmine\nshow\n");
+  EXPECT_EQ(completions("help rules ''"), "check\nlist\nmine\nshow\n");
+  EXPECT_EQ(completions("certify --solver ''"), "cvc5\nz3\n");
+  EXPECT_EQ(completions("simplify --share ''"), "auto\nlet\nnone\n");
+  EXPECT_TRUE(has(completions("simplify --w"), "--width\n"));
+  EXPECT_TRUE(has(completions("rules show b"), "\nbvxor-cancel\n"));
+}
+
 TEST_F(CommandLine, EndsAsFiltersDoWhenTheReaderLeaves) {
   write("in.smt2", redundant_script);
   run("mkdir in; cp in.smt2 in");

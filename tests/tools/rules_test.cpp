@@ -161,6 +161,23 @@ done
   EXPECT_TRUE(has(r.out, "1 rules: 0 proved, 0 refuted, 1 undecided\n")) << r.out;
 }
 
+// The search for an order has no bar: it is one question.
+TEST_F(Program, TellsAtATerminalThatItLooksForAnOrder) {
+  write("slow.sh", R"sh(while read -r line; do
+  case $line in
+    *w.extract*) order=yes ;;
+    *echo*) echo "$line" | cut -d '"' -f 2 ;;
+    *check-sat*) [ -z "$order" ] || sleep 3; echo unknown ;;
+  esac
+done
+)sh");
+  write("my.rules", "rewrite(bvnot(bvnot(t)), ) >> t\n");
+  const std::string command = "$quarv rules check my.rules --max-width 1 --solver 'bash slow.sh'";
+  const Result r = run("script -qec \"" + command + "\" /dev/null < /dev/null");
+  EXPECT_TRUE(has(r.out, "\rlooking for an order of the rules: 1 s")) << r.out;
+  EXPECT_FALSE(has(run(command).err, "looking"));
+}
+
 TEST_F(Program, ReportsFaultsOfRulesAndSolvers) {
   write("my.rules", "\n rewrite(bvnot(t), ) >> u\n");
   const Result wrong = run("$quarv rules check my.rules");

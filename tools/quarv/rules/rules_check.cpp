@@ -15,6 +15,7 @@
 #include "io/ordered_work.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "io/waiting_note.h"
 #include "rules/order/added_rules.h"
 #include "rules/order/loop_search.h"
 #include "rules/order/reduction_order.h"
@@ -186,8 +187,11 @@ void Check::print_order() {
   constexpr int patience = 30;
   const std::chrono::milliseconds limit(static_cast<long>(arguments_.timeout * 1000) * patience);
   const bool standard = !arguments_.extended && arguments_.file.empty();
+  output_.stream().flush();
+  std::optional<WaitingNote> note("looking for an order of the rules");
   const ReductionOrder order = standard ? find_order(rules_, solver, limit)
                                         : order_of_added(rules_, !arguments_.file.empty(), solver, limit);
+  note.reset();
   if (!order.decided) {
     output_.stream() << "order: not known, the solver did not answer\n";
     return;
