@@ -34,6 +34,13 @@ TEST_F(Program, DialogueTellsTermsFromCommands) {
   EXPECT_EQ(r.status, 1);
 }
 
+TEST_F(Program, DialogueCompletesWordsAtATerminal) {
+  const std::string typed = "(declare-const speed Int)\n(+ spe\t 0)\n(bvno\t #x0f)\n(exit)\n";
+  const Result r = run("HOME=$PWD TERM=xterm script -qec \"$quarv repl\" /dev/null", typed);
+  EXPECT_NE(r.out.find("\nspeed\r"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\n#xf0\r"), std::string::npos) << r.out;
+}
+
 TEST_F(Program, DialogueHasHelpAndAnEnd) {
   const Result help = run("$quarv repl", "help\n");
   EXPECT_NE(help.out.find("(explain TERM)"), std::string::npos) << help.out;

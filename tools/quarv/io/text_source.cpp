@@ -2,15 +2,20 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <editline/readline.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <set>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
 #include "io/compression.h"
 #include "io/file_descriptor.h"
 #include "io/file_error.h"
+#include <quarv/smtlib/read/lexer.h>
+#include <quarv/term/operators.h>
 
 namespace quarv::cli {
 
@@ -76,6 +81,47 @@ std::string history_file() {
   return created ? file : std::string();
 }
 
+/// What Tab completes: commands, operators, and names that have been typed.
+class CompletedWords {
+ public:
+  CompletedWords() {
+    for (const std::string_view word : {"assert",        "check-sat",   "check-sat-assuming",
+                                        "declare-const", "declare-fun", "declare-sort",
+                                        "define-const",  "define-fun",  "define-sort",
+                                        "exit",          "exists",      "explain",
+                                        "forall",        "get-value",   "help",
+                                        "let",           "pop",         "push",
+                                        "reset",         "rule",        "set-logic",
+                                        "simplify",      "why-not"}) {
+      words_.emplace(word);
+    }
+    for (const auto& operators : {tagged_operators(), opaque_operators()}) {
+      for (const OperatorRow& row : operators) {
+        if (row.smtlib.size() > 1) words_.emplace(row.smtlib);
+        if (!row.synonym.empty()) words_.emplace(row.synonym);
+      }
+    }
+  }
+
+  void note(std::string_view line) {
+    smtlib::Lexer lexer(line);
+    for (smtlib::Token t = lexer.next();
+         t.kind != smtlib::TokenKind::end && t.kind != smtlib::TokenKind::error; t = lexer.next()) {
+      if (t.kind == smtlib::TokenKind::symbol && *t.start != '|') words_.emplace(t.text);
+    }
+  }
+
+  /// The word in that place among those that begin so, to be freed; null behind the last.
+  char* find(std::string_view beginning, std::size_t place) const {
+    auto word = words_.lower_bound(beginning);
+    for (; place != 0 && word != words_.end(); --place) ++word;
+    return word != words_.end() && word->starts_with(beginning) ? strdup(word->c_str()) : nullptr;
+  }
+
+ private:
+  std::set<std::string, std::less<>> words_;
+};
+
 class Terminal : public TextSource {
  public:
   Terminal() : history_(history_file()) {
@@ -83,6 +129,14 @@ class Terminal : public TextSource {
     rl_initialize();
     using_history();
     stifle_history(most_lines);
+    // The library calls functions without anything of one's own.
+    rl_attempted_completion_function = [](const char* beginning, int, int) {
+      rl_attempted_completion_over = 1;  // no names of files
+      return rl_completion_matches(beginning, [](const char* text, int place) {
+        return words().find(text, static_cast<std::size_t>(place_of(place)));
+      });
+    };
+    rl_completer_word_break_characters = word_breaks;
     if (!history_.empty()) read_history(history_.c_str());
   }
   /// A dialogue that cannot be remembered is none the worse.
@@ -97,6 +151,7 @@ class Terminal : public TextSource {
       return false;
     }
     if (*line != 0) add_history(line.get());
+    words().note(line.get());
     text += line.get();
     text += '\n';
     return true;
@@ -105,6 +160,17 @@ class Terminal : public TextSource {
   bool interactive() const noexcept override { return true; }
 
  private:
+  static CompletedWords& words() {
+    static CompletedWords all;
+    return all;
+  }
+  /// How many words of one beginning have been asked for: 0 asks for the first.
+  static int place_of(int state) {
+    static int place = 0;
+    return place = state == 0 ? 0 : place + 1;
+  }
+
+  static inline char word_breaks[] = " \t\n()\"";
   std::string history_;
 };
 
