@@ -370,5 +370,17 @@ TEST_F(Forms, DoNotConsistOfThemselves) {
   EXPECT_EQ(cost({nx}, 0), 2u);
 }
 
+TEST(Smallest, CallsLongLiteralsByTheUsersNames) {
+  const std::string text =
+      "(declare-const w (_ BitVec 64))\n(define-fun c () (_ BitVec 64) #x0123456789abcdef)\n"
+      "(define-fun pz () Float32 (_ +zero 8 24))\n(define-fun one () (_ BitVec 8) #x01)\n"
+      "(declare-const g Float32)\n(declare-const v (_ BitVec 8))\n"
+      "(assert (bvult w c))\n(assert (= (fp.min pz g) g))\n(assert (bvult v #x01))\n";
+  const std::string out = smallest(text);
+  EXPECT_NE(out.find("(assert (bvult w c))\n(assert (= (fp.min pz g) g))\n"), std::string::npos) << out;
+  EXPECT_EQ(out.find("v one"), std::string::npos) << "the literal is shorter";
+  EXPECT_EQ(smallest(out), out);
+}
+
 }  // namespace
 }  // namespace quarv::smtlib

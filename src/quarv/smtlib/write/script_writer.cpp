@@ -8,6 +8,22 @@ namespace quarv::smtlib {
 
 using Kind = Command::Kind;
 
+namespace {
+
+/// A long literal of a chosen script is rather called by the user's name for it; short ones read better
+/// themselves.
+bool is_called_by_name(const TermManager& m, const Script& script, const Command& c, const Term* t) {
+  constexpr std::size_t short_length = 8;
+  if (!script.chosen || c.kind != Kind::define || m.arity(t) != 0) return false;
+  if (m.get_tag(t->symbol) != SymbolTag::OPAQUE) return false;
+  const std::string_view text = t->symbol->name;
+  const bool is_literal =
+      text.starts_with("#") || text.starts_with("(") || (text[0] >= '0' && text[0] <= '9');
+  return is_literal && text.size() > short_length && c.name.size() <= text.size();
+}
+
+}  // namespace
+
 ScriptWriter::ScriptWriter(const TermManager& manager, const Script& script, std::ostream& out,
                            Sharing sharing)
     : m_(manager),
@@ -143,8 +159,9 @@ void ScriptWriter::write_command(std::size_t index) {
     if (sharing_ == Sharing::let) plan_.plan_term(root);
     write_root(root,
                sharing_ == Sharing::automatic ? plan_.first_unit(index) + static_cast<std::uint32_t>(i) : 0);
-    if (c.kind == Kind::define && sharing_ == Sharing::automatic && plan_.is_named_by_user(root) &&
-        name(root) == 0) {
+    const bool is_named = c.kind == Kind::define && sharing_ == Sharing::automatic && name(root) == 0 &&
+                          (plan_.is_named_by_user(root) || is_called_by_name(m_, script_, c, root.term()));
+    if (is_named) {
       set_name(root, NameKind::user, static_cast<std::uint32_t>(index));
       levels_.back().names.push_back(root);
     }
