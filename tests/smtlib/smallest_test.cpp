@@ -382,5 +382,15 @@ TEST(Smallest, CallsLongLiteralsByTheUsersNames) {
   EXPECT_EQ(smallest(out), out);
 }
 
+TEST(Smallest, GivesNoNameOfADefinitionByLet) {
+  const std::string text =
+      "(declare-const x Int)\n(declare-const y Int)\n(declare-fun g (Int Int Int) Bool)\n"
+      "(define-fun c () Int (* y (+ y 12345)))\n(assert (g c c c))\n"
+      "(assert (let ((c (* x (+ x 54321)))) (g c c (* y (+ y 12345)))))\n";
+  const std::string out = smallest(text);
+  EXPECT_EQ(out.find("(let ((c "), std::string::npos) << out;
+  EXPECT_EQ(smallest(out), out);
+}
+
 }  // namespace
 }  // namespace quarv::smtlib

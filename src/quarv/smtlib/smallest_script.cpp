@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <string_view>
+#include <unordered_set>
 
 #include <quarv/forms/choice.h>
 #include <quarv/smtlib/smallest_script.h>
@@ -301,7 +303,12 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
     if (const auto known = variables.find(symbol); known != variables.end())
       chosen->script.variable_sorts.emplace(known->second, text);
   }
+  std::unordered_set<std::string_view> defined;
+  for (const Command& c : script.commands) {
+    if (c.kind == Kind::define) defined.insert(c.name);
+  }
   for (auto& [c, name] : written.let_names()) {
+    if (defined.contains(name)) continue;
     if (const Term* t = writer.known(c)) chosen->script.let_names.emplace(t, name);
   }
   return chosen;
