@@ -13,12 +13,12 @@ namespace quarv::smtlib {
 namespace {
 
 template <class Text>
-concept Input = requires(Reader& reader, Text&& whole_text) {
+concept TextInput = requires(Reader& reader, Text&& whole_text) {
   reader.set_input(std::forward<Text>(whole_text), "in.smt2");
 };
-static_assert(Input<const char*> && Input<std::string_view> && Input<std::string&> &&
-              Input<const std::string&>);
-static_assert(!Input<std::string>, "the text would be gone when it is read");
+static_assert(TextInput<const char*> && TextInput<std::string_view> && TextInput<std::string&> &&
+              TextInput<const std::string&>);
+static_assert(!TextInput<std::string>, "the text would be gone when it is read");
 
 const std::string whole_text =
     "(set-logic ALL)\n(set-info :source |a text of some length|)\n(declare-fun f (Int Int Int Int Int) "

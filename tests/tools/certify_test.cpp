@@ -233,7 +233,7 @@ TEST_F(Certify, LeavesQueriesThatStandAlone) {
             "(define-fun quarv.before () Bool\n"
             "  (not (not (g s))))\n"
             "(define-fun quarv.after () Bool\n"
-            "  (g s))\n"
+            "  (f s))\n"
             "(assert (not (= quarv.before quarv.after)))\n"
             "(check-sat)\n");
   EXPECT_TRUE(fs::exists(path("queries/here/definition-of-g-1.smt2")));
@@ -387,6 +387,17 @@ TEST_P(CertifyWith, KnowsNewDefinitions) {
         has(run("$quarv simplify -", script).out, "(define-fun x_times_y () (_ BitVec 8) (bvmul x y))"));
     expect_proved(GetParam(), script);
   }
+}
+
+TEST_P(CertifyWith, KnowsWhatDefinitionsSay) {
+  expect_proved(GetParam(), R"(
+(declare-const x Int)
+(define-fun sub ((p Int) (q Int)) Int (- p q))
+(define-fun half ((r Real)) Real (/ r 2.0))
+(define-fun below ((n Int)) Bool (forall ((i Int)) (=> (< i 3) (< i n))))
+(assert (= (sub x x) (sub 3 x)))
+(assert (forall ((i Int)) (or (below (+ i 0)) (= (half 3.0) (half (to_real i))))))
+)");
 }
 
 TEST_P(CertifyWith, ExpressesNewerOperators) {

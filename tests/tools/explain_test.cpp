@@ -99,6 +99,16 @@ result
 )");
 }
 
+TEST_F(Explain, SaysWhichDefinitionWasUsed) {
+  const std::string text =
+      "(declare-const i Int)(define-fun sub ((p Int) (q Int)) Int (- p q))(assert (= (sub i i) 0))";
+  write("defined.smt2", text);
+  const Result r = run("$quarv explain defined.smt2");
+  EXPECT_EQ(r.status, 0);
+  EXPECT_NE(r.out.find("definition of sub\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("result\n  true\n"), std::string::npos) << r.out;
+}
+
 TEST_F(Explain, ShowsOneAssertionAndSomeStepsOnly) {
   EXPECT_EQ(run("$quarv explain in.smt2 --assert 3").out, "assertion 3\n  (= x y)\nis left as it is\n");
   EXPECT_EQ(run("$quarv explain - --assert 1 --steps 1 < in.smt2").out, R"(assertion 1

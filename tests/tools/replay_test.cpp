@@ -158,6 +158,58 @@ TEST_F(Replay, CatchesMissingSteps) {
             "1 assertions, 1 in the output: 0 shown to be equal\n");
 }
 
+/// What definitions say of arguments; the variable of a quantifier that would catch another has a new name.
+const std::string defining_script = R"((declare-const x Int)
+(declare-const y Int)
+(define-fun sub ((p Int) (q Int)) Int (- p q))
+(define-fun max ((a Int) (b Int)) Int (ite (>= a b) a b))
+(define-fun twice ((a Int)) Int (max (+ a a) (sub (* 2 a) 1)))
+(define-fun below ((n Int)) Bool (forall ((i Int)) (=> (< (* i i) n) (< (* i n) n))))
+(assert (= (sub x x) (twice y)))
+(assert (forall ((i Int)) (or (below (+ i 0)) (= (* i i) (max 3 (sub i i))))))
+(assert (< (max x (+ y 0)) (twice 3)))
+)";
+
+TEST_F(Replay, JustifiesWhatDefinitionsSay) {
+  const auto parts = parts_of(defining_script, "");
+  const Result r = replay(parts);
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_NE(r.out.find("4 definitions: 4 shown to be equal\n3 assertions, 3 in the output: 3 shown"),
+            std::string::npos)
+      << r.out;
+  const auto uses = std::ranges::count_if(parts[0], [](const Json& line) {
+    return line.contains("step") && line.value("simplifier", "") == "definition";
+  });
+  EXPECT_GE(uses, 6);
+}
+
+/// Another definition, or another result, is not believed.
+TEST_F(Replay, CatchesWhatDefinitionsDoNotSay) {
+  const auto parts = parts_of(defining_script, "");
+  std::size_t changes = 0;
+  for (std::size_t i = 0; i < parts[0].size(); ++i) {
+    if (!parts[0][i].contains("definition")) continue;
+    for (const std::size_t part : {0, 1, 3}) {
+      auto changed = parts;
+      for (Json& line : changed[part]) {
+        if (!line.contains("definition") || line["definition"] != parts[0][i]["definition"]) continue;
+        if (line["fun"] == "below") continue;
+        line["term"] = line["parameters"][0];
+        ++changes;
+      }
+      if (changed != parts) {
+        EXPECT_EQ(replay(changed).status, 1);
+      }
+    }
+  }
+  EXPECT_EQ(changes, 9u);
+  auto recursive = parts;
+  for (Json& line : recursive[0]) {
+    if (line.contains("step") && line.value("simplifier", "") == "definition") line["fun"] = "below";
+  }
+  EXPECT_EQ(replay(recursive).status, 1);
+}
+
 /// Steps of the simplifiers beside the standard ones are justified where they can be evaluated; the others
 /// are named, not believed.
 TEST_F(Replay, NamesStepsThatItCannotEvaluate) {

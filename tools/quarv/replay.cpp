@@ -15,6 +15,7 @@
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
 #include "replay/term_values.h"
+#include "replay/unfolding.h"
 #include "rules/own_rules.h"
 #include "rules/rule_catalogue.h"
 #include <quarv/rules/rule_orders.h>
@@ -91,8 +92,40 @@ class Replay {
         continue;
       }
       for (; learned_ < trace_.names().size(); ++learned_) known_.learn(trace_.names()[learned_]);
-      check(step, quiet, out);
+      if (step.is_definition) {
+        unfold(step);
+      } else {
+        check(step, quiet, out);
+      }
     }
+  }
+
+  /// Checks the steps that say what definitions say, when all that follows from the others is known. Whether
+  /// something new has been shown.
+  bool check_unfolded(bool quiet, std::ostream& out) {
+    const std::string kind = "definition";
+    bool is_new = false;
+    for (const Unfolded& u : unfolded_) {
+      const bool known = u.instance && findings_.closure.are_shown_equal(u.before, u.after);
+      const bool justified = known || (u.instance && findings_.values.are_equal(*u.instance, u.after));
+      if (justified && !known) {
+        findings_.closure.merge(u.before, u.after);
+        is_new = true;
+      }
+      findings_.count(kind, justified);
+      if (justified || quiet) continue;
+      out << fmt::format("step {} of assertion {}: {}: not justified{}\n", u.number, u.assertion, kind,
+                         u.instance ? "" : ": there is no such definition, or it cannot be used here");
+    }
+    return is_new;
+  }
+
+  /// What the script defines.
+  const std::vector<Unfolding::Definition>& definitions() {
+    for (; num_definitions_ < trace_.definitions().size(); ++num_definitions_) {
+      unfolding_.add(trace_.definitions()[num_definitions_], names_);
+    }
+    return unfolding_.definitions();
   }
 
   /// What the assertions are in the end, among the terms of all parts.
@@ -103,6 +136,24 @@ class Replay {
   }
 
  private:
+  /// A step that says what a definition says.
+  struct Unfolded {
+    std::uint64_t number, assertion;
+    TraceTerms::Id before, after;
+    std::optional<TraceTerms::Id> instance;  // of the definition
+  };
+
+  /// Whether what the definition says has become what the step says is clear only in the end.
+  void unfold(const TraceStep& step) {
+    definitions();
+    const TraceTerms::Id before = names_(step.before), after = names_(step.after);
+    std::vector<TraceTerms::Id> binds;
+    for (TermName v : step.binds) binds.push_back(names_(v));
+    const auto instance = unfolding_.instance(findings_.terms.term(before), binds);
+    if (instance) findings_.closure.merge(before, *instance);
+    unfolded_.push_back({step.number, step.assertion, before, after, instance});
+  }
+
   void check(const TraceStep& step, bool quiet, std::ostream& out) {
     std::string reason;
     const bool is_rule = step.rule != 0;
@@ -167,13 +218,15 @@ class Replay {
   KnownTerms known_{trace_};
   FoldingChecker folding_{trace_, known_};
   TraceTerms::Names names_{findings_.terms, trace_};
+  Unfolding unfolding_{findings_.terms};
+  std::vector<Unfolded> unfolded_;
   std::size_t learned_ = 0;
+  std::size_t num_definitions_ = 0;
 };
 
 /// How many assertions of the output are shown to be those of the input; says which ones are not.
 std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::vector<TraceTerms::Id>& output,
                        TermClosure& closure, bool quiet, std::ostream& out) {
-  closure.close();
   std::size_t num = 0;
   for (std::size_t i = 0; i < std::min(written.size(), output.size()); ++i) {
     if (closure.are_shown_equal(written[i], output[i])) {
@@ -185,17 +238,52 @@ std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::ve
   return num;
 }
 
+using Parts = std::vector<std::unique_ptr<Replay>>;
+
+/// How many functions are shown to be defined alike in all parts; says which ones are not. What all parts say
+/// of a function is what it is: none occurs in a definition before its own.
+std::size_t num_alike(const Parts& parts, TermClosure& closure, bool quiet, std::ostream& out) {
+  const auto& first = parts[0]->definitions();
+  std::size_t num = 0;
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    const bool alike = std::ranges::all_of(parts, [&](const auto& part) {
+      const auto& own = part->definitions();
+      return own.size() == first.size() && own[i].function == first[i].function &&
+             own[i].parameters == first[i].parameters && closure.are_shown_equal(own[i].body, first[i].body);
+    });
+    num += alike ? 1 : 0;
+    if (!alike && !quiet) {
+      out << fmt::format("definition {}: not shown to be equal to the output's\n", i + 1);
+    }
+  }
+  return num;
+}
+
+/// Finds what follows from all steps, and whether that shows what steps say of definitions.
+void check_definitions(const Parts& parts, Findings& findings, bool quiet, std::ostream& out) {
+  TermClosure& closure = findings.closure;
+  for (const auto& part : parts) {
+    part->definitions();
+    part->assertions();
+  }
+  closure.close();
+  bool is_new = false;
+  for (const auto& part : parts) is_new = part->check_unfolded(quiet, out) || is_new;
+  if (is_new) closure.close();
+}
+
 bool replay(const Input& input, const std::vector<rules::Rule>& all_rules, bool quiet, std::ostream& out) {
   constexpr std::size_t input_as_written = 1, output_as_written = 3, num_parts = 4;
   const std::vector<TracePart> texts = parts_of_trace(input.text());
   Findings findings;
   RuleOrders orders;
   for (const rules::Rule& rule : all_rules) orders.push_back(rules::orders_of(rule));
-  std::vector<std::unique_ptr<Replay>> parts;
+  Parts parts;
   for (const TracePart& part : texts) {
     parts.push_back(std::make_unique<Replay>(part, input.name(), orders, findings));
     parts.back()->run(quiet, out);
   }
+  check_definitions(parts, findings, quiet, out);
   if (parts.size() != num_parts) {
     findings.print(out);
     // A trace of the library's has one part and no output.
@@ -206,10 +294,13 @@ bool replay(const Input& input, const std::vector<rules::Rule>& all_rules, bool 
   const auto written = parts[input_as_written]->assertions();
   const auto output = parts[output_as_written]->assertions();
   const std::size_t linked = num_linked(written, output, findings.closure, quiet, out);
+  const std::size_t defined = parts[0]->definitions().size();
+  const std::size_t alike = num_alike(parts, findings.closure, quiet, out);
   findings.print(out);
+  if (defined != 0) out << fmt::format("{} definitions: {} shown to be equal\n", defined, alike);
   out << fmt::format("{} assertions, {} in the output: {} shown to be equal\n", written.size(), output.size(),
                      linked);
-  return linked == written.size() && linked == output.size() && findings.all_justified();
+  return linked == written.size() && linked == output.size() && alike == defined && findings.all_justified();
 }
 
 }  // namespace

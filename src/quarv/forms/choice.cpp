@@ -4,6 +4,7 @@
 #include <quarv/forms/candidates.h>
 #include <quarv/forms/choice.h>
 #include <quarv/forms/class_order.h>
+#include <quarv/forms/needs.h>
 
 namespace quarv::forms {
 
@@ -274,13 +275,7 @@ Size Chooser::size() const {
   return size;
 }
 
-}  // namespace
-
-Choice choose(const Question& question) {
-  const FreeNames names(question.graph, question.base, question.scopes);
-  for (ClassId c : question.roots) {
-    if (names.is_endless(question.graph.find(c))) return {};
-  }
+Choice choose_with(const Question& question, const FreeNames& names) {
   const Candidates candidates(question, names);
   Chooser chooser(candidates);
   Choice choice;
@@ -309,6 +304,22 @@ Choice choose(const Question& question) {
   choice.form.assign(question.graph.num_classes(), none);
   for (Place p = 0; p < best.size(); ++p) choice.form[candidates.class_at(p)] = candidates[best[p]].form;
   return choice;
+}
+
+}  // namespace
+
+Choice choose(const Question& question) {
+  FreeNames names(question.graph, question.base, question.scopes);
+  for (ClassId c : question.roots) {
+    if (names.is_endless(question.graph.find(c))) return {};
+  }
+  if (question.root_commands.empty()) return choose_with(question, names);
+  // What is needed early depends on the choice. Nearly always it is what the user wrote there.
+  names.set_needs(likely_needs(question));
+  Choice choice = choose_with(question, names);
+  if (stays_in_scope(question, choice.form)) return choice;
+  names.set_needs(all_needs(question));
+  return choose_with(question, names);
 }
 
 }  // namespace quarv::forms

@@ -24,6 +24,8 @@ struct Question {
   std::span<const Scope> scopes;
   /// Forms before this one are as the user wrote them; they win a tie.
   FormId num_written;
+  /// By root: the command that needs it. Empty where no head is a definition.
+  std::span<const std::uint32_t> root_commands{};
 };
 
 /// How large the roots are, with all that they consist of, each class counted once.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include <quarv/forms/form_graph.h>
@@ -18,6 +19,12 @@ struct Scope {
   std::uint64_t binds = 0;          ///< of a quantifier: the variables that are not free any more
   std::uint32_t first = 0;          ///< the command from which on a declared symbol is visible,
   std::uint32_t last = 0xFFFFFFFF;  ///< and the last one
+  bool is_definition = false;       ///< what the symbol is defined to be has forms without it
+};
+
+/// From which command to which one terms of a class are needed, by class; empty where that is not asked for.
+struct Needs {
+  std::vector<std::uint32_t> first, last;
 };
 
 /// What is free in the terms of a class: that of its base form, the one that each class has.
@@ -26,6 +33,10 @@ class FreeNames {
   /// `base` by class, `none`: the first form. `scopes` by head. Where base forms go round in a circle, others
   /// take their place; a class without any finite term then has no base.
   FreeNames(const FormGraph& graph, std::span<const FormId> base, std::span<const Scope> scopes);
+
+  /// A form that begins with a defined function is admitted where all commands that need its class come after
+  /// the definition, while it is in force.
+  void set_needs(Needs needs) { needs_ = std::move(needs); }
 
   FormId base(ClassId c) const noexcept { return base_[c] != none ? base_[c] : g_.first_form(c); }
   /// No finite term is in the class.
@@ -47,12 +58,14 @@ class FreeNames {
 
   bool find_free();
   Free free_in(FormId f) const;
+  bool is_needed_within(ClassId c, const Scope& scope) const noexcept;
 
   const FormGraph& g_;
   std::span<const Scope> scopes_;
   std::vector<FormId> base_;
   bool is_grounded_ = false;
   std::vector<Free> free_;
+  Needs needs_;
 };
 
 }  // namespace quarv::forms

@@ -32,6 +32,7 @@ struct SessionOptions {
   bool extended = false;  ///< simplifications beside the required ones; none in the library's own semantics
   std::vector<RuleFile> extra_rules{};        ///< to be tried after the standard rules
   std::vector<std::string> disabled_rules{};  ///< names, numbers from 1, the standard rules first, or texts
+  bool unfold = false;  ///< readers take applications of defined functions for what the definitions say
 };
 
 /// One step of a simplification: what stood for what.

@@ -78,6 +78,14 @@ struct Script {
     const Term* term;  // the annotation
   };
   std::vector<NamedTerm> named;
+  /// A function with parameters that a command defines by itself.
+  struct DefinedFunction {
+    std::size_t term;  // the body
+    const Symbol* symbol;
+    std::vector<const Term*> parameters;
+    std::vector<const Term*> variables;  // that quantifiers bind in the body, where the session unfolds it
+  };
+  std::vector<DefinedFunction> functions;
   /// Names that the user gave below quantifiers: elsewhere none is given there, not every solver takes it.
   std::unordered_set<std::string> names_below_quantifiers;
   /// Those among `named` whose names occur in `term_texts`.

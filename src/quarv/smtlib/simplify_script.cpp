@@ -47,11 +47,12 @@ Script read_observed(Session& session, Reader& reader, std::string_view text, co
 /// What ties the output to the input.
 void trace_output(std::string_view input, std::string_view output, const std::string& file,
                   const SimplifyOptions& options) {
-  SessionOptions as_written = options;
+  const SessionOptions simplified = options.session_options();
+  SessionOptions as_written = simplified;
   constexpr bool literals = true;  // what is simplified may become one
   as_written.simplify = false;
   trace_script(input, file, as_written, *options.trace, "input as written", options.lenient, literals);
-  trace_script(output, file, options, *options.trace, "output", options.lenient);
+  trace_script(output, file, simplified, *options.trace, "output", options.lenient);
   trace_script(output, file, as_written, *options.trace, "output as written", options.lenient, literals);
 }
 
@@ -120,7 +121,7 @@ class Rounds {
         file_(file),
         options_(options),
         longest_(longest_output(input, options)),
-        smallest_(options.smallest && !options.library_semantics),
+        smallest_(options.prints_smallest()),
         shrinks_(smallest_ && options.sharing == Sharing::automatic),
         text_(input) {}
 
@@ -175,7 +176,7 @@ std::string_view Rounds::settle() {
 
 /// Reads and prints the text; nothing when the result is much too long.
 std::optional<Rounds::Printed> Rounds::round() {
-  Session session(options_);
+  Session session(options_.session_options());
   std::optional<WrittenForms> written;
   if (smallest_) written.emplace(session.manager());
   Reader reader(session, {.written = written ? &*written : nullptr, .lenient = options_.lenient});

@@ -15,17 +15,17 @@ namespace quarv::smtlib {
 
 /// How a script is simplified and printed: as the program does it, unless told otherwise.
 struct SimplifyOptions : SessionOptions {
-  SimplifyOptions() { extended = true; }
+  SimplifyOptions() { extended = unfold = true; }
 
   /// The options that print the normal form, which the standard simplifiers and rules alone lead to.
   static SimplifyOptions normal_form() {
     SimplifyOptions options;
-    options.extended = false;
-    options.smallest = false;
+    options.extended = options.unfold = options.smallest = false;
     return options;
   }
 
-  /// Print each term in its smallest form, not in the normal form; never in the library's own semantics.
+  /// Print each term in its smallest form, not in the normal form; never in the library's own semantics. Only
+  /// then are definitions unfolded: what is larger than their names is not printed.
   bool smallest = true;
   /// Commands that are not understood are printed as they were written.
   bool lenient = false;
@@ -33,6 +33,13 @@ struct SimplifyOptions : SessionOptions {
   /// Commands are laid out to lines of so many bytes, where that can be; those that are as they were, up to
   /// spelling, are printed as they were written, and comments stay. 0: each command on one line.
   std::size_t width = 0;
+  bool prints_smallest() const noexcept { return smallest && !library_semantics; }
+  /// What a session needs to know.
+  SessionOptions session_options() const {
+    SessionOptions options = *this;
+    options.unfold = unfold && prints_smallest();
+    return options;
+  }
   SimplificationObserver* observer = nullptr;  ///< is told of each simplification and each rule application
   std::ostream* trace = nullptr;               ///< gets the Trace, all its parts
 };

@@ -59,6 +59,8 @@ class Writer {
   /// Gives the terms of an annotation that stay as they were written.
   std::function<const Term*(const Term*)> as_written;
   std::function<const Term*(forms::HeadId)> annotated_by;
+  /// Gives the variable that stands for others that look the same.
+  std::function<const Symbol*(const Symbol*)> same_name;
 
   const Term* term(ClassId root);
   /// The term of a class if it has been written, else null.
@@ -109,6 +111,7 @@ const Term* Writer::term(ClassId root) {
 }
 
 const Term* Writer::variable(const Symbol* s) {
+  if (same_name) s = same_name(s);
   const Term*& v = variables_[s];
   if (v == nullptr) v = to_.fresh_bound_variable(s->name, sort(s->get_output_type()));
   return v;
@@ -237,10 +240,16 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   if (merged) graph.close();
 
   std::vector<ClassId> roots;
-  for (std::size_t i = 0; i < script.terms.size(); ++i) {
-    if (i >= script.term_texts.size() || script.term_texts[i].empty()) roots.push_back(script.forms[i]);
+  std::vector<std::uint32_t> root_commands;
+  for (std::uint32_t c = 0; c < script.commands.size(); ++c) {
+    for (std::uint32_t i = 0; i < script.commands[c].num_terms; ++i) {
+      if (!script.text_of(script.commands[c], i).empty()) continue;
+      roots.push_back(script.forms[script.commands[c].first_term + i]);
+      root_commands.push_back(c);
+    }
   }
   forms::Question question{graph, roots, {}, {}, {}, {}, num_written};
+  if (written.defines_functions()) question.root_commands = root_commands;
   std::vector<FormId> base(graph.num_classes(), none);
   for (ClassId c = 0; c < graph.num_classes(); ++c) {
     FormId& b = base[graph.find(c)];
@@ -268,13 +277,14 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
     forms::Scope scope;
     if (const Symbol* s = graph.head_at(h).symbol; s != nullptr) {
       if (manager.is_bound_variable(s)) {
-        scope.variables = bit_of(s);
+        scope.variables = bit_of(written.same_place(s));
       } else if (manager.is_quantifier(s)) {
         for (const Term* v : manager.quantifier_variables(s)) scope.binds |= bit_of(v->symbol);
         scope.binds &= ~forms::overflow_variable;
       } else if (const auto known = visible.find(s); known != visible.end()) {
         scope.first = known->second.first;
         scope.last = known->second.second;
+        scope.is_definition = written.is_defined(s);
       }
     }
     scopes.push_back(scope);
@@ -292,6 +302,7 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   Writer writer(manager, graph, choice.form, *chosen->manager, variables, written);
   BaseForms base_forms(manager, *chosen->manager, variables, written);
   writer.as_written = [&base_forms](const Term* t) { return base_forms.term(t); };
+  writer.same_name = [&written](const Symbol* s) { return written.same_name(s); };
   writer.annotated_by = [&normal](forms::HeadId h) { return normal.annotated_by(h); };
   chosen->script = script;
   chosen->script.chosen = true;

@@ -100,6 +100,9 @@ void Trace::put_head(const Symbol* s) {
   if (manager_.get_tag(s) == SymbolTag::UF) {
     out_.put(",\"fun\":");
     put_string(s->name);
+    if (const auto parameter = parameters_.find(s); parameter != parameters_.end()) {
+      return put_number(",\"parameter\":", parameter->second);
+    }
     const std::size_t copy = copy_of(s, define_sort(s->get_output_type()));
     if (copy != 0) put_number(",\"copy\":", copy);
     return;
@@ -226,6 +229,7 @@ void Trace::define_one(const Term* t) {
 void Trace::begin_step() {
   put_number("{\"step\":", ++steps_);
   put_number(",\"assertion\":", assertions_ + 1);
+  out_.put(",\"simplifier\":");
 }
 
 void Trace::on_rule(std::size_t rule, const Term* before, const Term* after) {
@@ -234,7 +238,8 @@ void Trace::on_rule(std::size_t rule, const Term* before, const Term* after) {
   define(after);
   if (signatures_.size() <= rule) signatures_.resize(rules_.num_rules());
   if (signatures_[rule].empty()) signatures_[rule] = describe(rules_.get_rule(rule));
-  begin_step();
+  put_number("{\"step\":", ++steps_);
+  put_number(",\"assertion\":", assertions_ + 1);
   put_number(",\"rule\":", rule + 1);
   out_.put(signatures_[rule]);
   put_number(",\"before\":", before->id);
@@ -249,20 +254,63 @@ void Trace::on_simplification(const Symbol* op, std::span<const Term* const> arg
     for (const Term* variable : manager_.quantifier_variables(op)) define(variable);
   }
   define(after);
-  const std::size_t sort = define_sort(op->get_output_type());
+  define_sort(op->get_output_type());
   begin_step();
-  out_.put(",\"simplifier\":");
   put_string(manager_.is_quantifier(op) ? op->name : SymbolTag::name(manager_.get_tag(op)));
+  end_step(op, args, {}, after);
+}
+
+/// What was asked for, and what it became.
+void Trace::end_step(const Symbol* op, std::span<const Term* const> args, std::span<const Term* const> binds,
+                     const Term* after) {
   put_head(op);
-  put_number(",\"sort\":", sort);
+  put_number(",\"sort\":", define_sort(op->get_output_type()));
   put_list(",\"args\":", args);
+  if (!binds.empty()) put_list(",\"binds\":", binds);
   put_number(",\"after\":", after->id);
+  out_.put("}\n");
+}
+
+void Trace::on_parameters(std::span<const Term* const> parameters) {
+  if (also_ != nullptr) also_->on_parameters(parameters);
+  for (const Term* p : parameters) parameters_[p->symbol] = definitions_ + 1;
+}
+
+void Trace::on_definition(const Symbol* f, std::span<const Term* const> args,
+                          std::span<const Term* const> variables, const Term* after) {
+  if (also_ != nullptr) also_->on_definition(f, args, variables, after);
+  for (const auto terms : {args, variables}) {
+    for (const Term* t : terms) define(t);
+  }
+  define(after);
+  define_sort(f->get_output_type());
+  begin_step();
+  put_string("definition");
+  end_step(f, args, variables, after);
+}
+
+void Trace::put_definition(const Script& script, const Script::DefinedFunction& f) {
+  const Term* body = script.terms[f.term];
+  for (const auto terms : {std::span(f.parameters), std::span(f.variables)}) {
+    for (const Term* t : terms) define(t);
+  }
+  define(body);
+  const std::size_t sort = define_sort(f.symbol->get_output_type());
+  put_number("{\"definition\":", ++definitions_);
+  put_head(f.symbol);
+  put_number(",\"sort\":", sort);
+  put_list(",\"parameters\":", f.parameters);
+  if (!f.variables.empty()) put_list(",\"binds\":", f.variables);
+  put_number(",\"term\":", body->id);
   out_.put("}\n");
 }
 
 void Trace::command_read(const Script& script, bool literals) {
   if (script.commands.empty()) return;
   const Command& last = script.commands.back();
+  if (!script.functions.empty() && last.num_terms != 0 && script.functions.back().term == last.first_term) {
+    put_definition(script, script.functions.back());
+  }
   const bool all = literals && last.kind == Command::Kind::check_sat_assuming;
   const auto terms = script.terms_of(last);
   for (const Term* t : all ? std::vector(terms.begin(), terms.end()) : script.formulas_of(last)) {

@@ -38,13 +38,18 @@ namespace quarv::smtlib {
 ///     {"step":1,"assertion":1,"simplifier":"bvadd","op":"bvadd","sort":0,"args":[8,8],"after":12}
 ///     {"step":2,"assertion":1,"rule":17,"name":"bvadd-zero","signature":"rewrite(...","before":13,"after":7}
 ///     {"assertion":1,"term":20}
+///     {"term":7,"fun":"a","parameter":1,"sort":0}
+///     {"definition":1,"fun":"f","sort":0,"parameters":[7],"term":9}
+///     {"step":3,"assertion":2,"simplifier":"definition","fun":"f","sort":0,"args":[8],"after":12}
 ///
 /// A declared function that has the name and sort of another one, which it shadows, has a "copy" number from
 /// 1. A quantifier lists its "variables", an annotation its "attributes". What a simplifier was asked for,
 /// `op(args)`, need not exist as a term, and is written out in the step. Steps made for a definition are
 /// counted with the assertion that follows. A formula in `check-sat-assuming` that is not a literal is an
-/// assertion here. "simplifier" is the operator's name, rules count from 1; a rule without a name has no
-/// "name". Bytes that are not UTF-8 appear as the characters of the same number.
+/// assertion here. A definition, whose number its parameters have, is that of a function with parameters;
+/// "binds" lists the variables that quantifiers bind in it, and in a step those that took their places.
+/// "simplifier" is the operator's name, rules count from 1; a rule without a name has no "name". Bytes that
+/// are not UTF-8 appear as the characters of the same number.
 ///
 /// What the program writes has four parts, each a trace of its own, whose first lines say "part": how the
 /// input was simplified, the input as it is written, how the output is simplified, the output as it is
@@ -61,6 +66,9 @@ class QUARV_API Trace : public SimplificationObserver {
 
   void on_rule(std::size_t rule, const Term* before, const Term* after) override;
   void on_simplification(const Symbol* op, std::span<const Term* const> args, const Term* after) override;
+  void on_parameters(std::span<const Term* const> parameters) override;
+  void on_definition(const Symbol* f, std::span<const Term* const> args,
+                     std::span<const Term* const> variables, const Term* after) override;
 
   /// To be called when a command of the script has been read: `script` ends in it. `literals`: those of
   /// `check-sat-assuming` count, too.
@@ -76,6 +84,9 @@ class QUARV_API Trace : public SimplificationObserver {
   void define_one(const Term* t);
   std::size_t define_sort(const DataType* type);
   void begin_step();
+  void end_step(const Symbol* op, std::span<const Term* const> args, std::span<const Term* const> binds,
+                const Term* after);
+  void put_definition(const Script& script, const Script::DefinedFunction& f);
   void put_head(const Symbol* s);
   void put_attributes(const Symbol* s);
   void put_list(std::string_view key, std::span<const Term* const> terms);
@@ -91,11 +102,13 @@ class QUARV_API Trace : public SimplificationObserver {
   std::vector<const Term*> pending_;
   std::ostringstream head_;  // scratch
   std::unordered_map<const Symbol*, std::size_t> copies_;
+  std::unordered_map<const Symbol*, std::uint64_t> parameters_;       // the definition's number
   std::map<std::pair<std::string, std::size_t>, std::size_t> names_;  // declared, by name and sort: how many
   std::map<const DataType*, std::size_t> sorts_;                      // searched, never walked
   std::vector<std::string> signatures_;                               // as they stand in a line
   std::uint64_t steps_ = 0;
   std::uint64_t assertions_ = 0;
+  std::uint64_t definitions_ = 0;
 };
 
 /// Reads a script in a session of its own, and traces that. `lenient`: see ReaderOptions; `literals`: see

@@ -72,6 +72,24 @@ WrittenForms::ClassId WrittenForms::root(ClassId form, const Term* t, const Data
   return c;
 }
 
+void WrittenForms::renumber_commands(std::span<const std::size_t> numbers) {
+  for (auto& [symbol, command] : declared_) {
+    if (command < numbers.size()) command = static_cast<std::uint32_t>(numbers[command]);
+  }
+}
+
+void WrittenForms::defined(const Symbol* function, std::span<const Term* const> parameters,
+                           std::size_t command) {
+  declared(function, command);
+  defined_.insert(function);
+  for (std::size_t i = 0; i < parameters.size(); ++i) {
+    const Symbol* s = parameters[i]->symbol;
+    if (i == by_place_.size()) by_place_.push_back(s);
+    const auto [named, is_new] = by_name_.try_emplace({s->name, s->get_output_type()}, s);
+    parameters_[s] = {by_place_[i], named->second};
+  }
+}
+
 namespace {
 
 /// A name such as the printer gives to what has none: question marks and a number.

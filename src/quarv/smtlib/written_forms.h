@@ -3,11 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <map>
 #include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include <quarv/forms/choice.h>
@@ -58,11 +60,22 @@ class WrittenForms {
   void declared(const Symbol* symbol, std::size_t command) {
     declared_[symbol] = static_cast<std::uint32_t>(command);
   }
+  /// Commands have been put between others: by number, the new one.
+  void renumber_commands(std::span<const std::size_t> numbers);
   const std::unordered_map<const Symbol*, std::uint32_t>& declarations() const noexcept { return declared_; }
   /// Another function of this name takes Int where this one takes Real, or the other way round: an argument
   /// must be written as what it is.
   void takes_exact_sorts(const Symbol* function) { exact_.insert(function); }
   bool needs_exact_sorts(const Symbol* function) const { return exact_.contains(function); }
+  /// The command with this number defines a function, by which the terms equal to its applications may be
+  /// written. No term contains parameters of several functions.
+  void defined(const Symbol* function, std::span<const Term* const> parameters, std::size_t command);
+  bool is_defined(const Symbol* function) const { return defined_.contains(function); }
+  bool defines_functions() const noexcept { return !defined_.empty(); }
+  /// One symbol for all parameters at the same place; another symbol for itself.
+  const Symbol* same_place(const Symbol* variable) const { return stand_in(variable).place; }
+  /// One symbol for all parameters with the same name and sort; another symbol for itself.
+  const Symbol* same_name(const Symbol* variable) const { return stand_in(variable).name; }
 
   /// How many terms have been met; `forget_since` such a number: what has been met later will not be
   /// simplified.
@@ -85,7 +98,16 @@ class WrittenForms {
     }
   };
 
-  forms::HeadId head_of(const OperatorDefinition& op, std::span<const std::size_t> indices, const Term* index);
+  struct StandIns {
+    const Symbol* place;
+    const Symbol* name;
+  };
+  StandIns stand_in(const Symbol* variable) const {
+    const auto known = parameters_.find(variable);
+    return known == parameters_.end() ? StandIns{variable, variable} : known->second;
+  }
+  forms::HeadId head_of(const OperatorDefinition& op, std::span<const std::size_t> indices,
+                        const Term* index);
   ClassId add(forms::HeadId head, Arguments arguments, Node n);
 
   TermManager& m_;
@@ -95,6 +117,10 @@ class WrittenForms {
   hsh::HashMap<IndexedOperator, forms::HeadId, IndexedHash> indexed_heads_;  // one more than the number
   std::unordered_map<const Symbol*, std::uint32_t> declared_;
   std::unordered_set<const Symbol*> exact_;
+  std::unordered_set<const Symbol*> defined_;
+  std::unordered_map<const Symbol*, StandIns> parameters_;
+  std::vector<const Symbol*> by_place_;
+  std::map<std::pair<std::string, const DataType*>, const Symbol*> by_name_;  // searched, never walked
   std::unordered_map<const Symbol*, std::string> variable_sorts_;
   std::vector<std::pair<ClassId, Node>> met_;
   std::vector<std::pair<ClassId, std::string_view>> let_names_;

@@ -57,7 +57,8 @@ void Derivation::learn(const TraceStep& step) {
   const Id after = simplified_names_(step.after);
   if (before == after) return;
   (step.rule != 0 ? rewrites_ : simplifications_)
-      .try_emplace(before, Replacement{after, step.rule_label, step.label});
+      .try_emplace(before, Replacement{after, step.rule_label,
+                                       step.is_definition ? step.before.op : step.label, step.is_definition});
 }
 
 bool Derivation::next(Step& step) {
@@ -71,7 +72,7 @@ bool Derivation::try_known(const Replacements& known, Step& step) {
     if (found == known.end()) continue;
     const Replacement& r = found->second;
     if (!replace(id, r.after, step)) continue;
-    step.kind = !r.rule_label.empty() ? Step::rule : Step::simplifier;
+    step.kind = r.is_definition ? Step::definition : !r.rule_label.empty() ? Step::rule : Step::simplifier;
     step.rule_label = r.rule_label;
     step.label = r.label;
     return true;
@@ -192,6 +193,8 @@ std::string title_of(const Derivation::Step& step) {
       return fmt::format("rule {}: {}", step.rule_label, step.label);
     case Derivation::Step::simplifier:
       return "simplifier of " + step.label;
+    case Derivation::Step::definition:
+      return "definition of " + step.label;
     case Derivation::Step::reordering:
       break;
   }
@@ -200,7 +203,7 @@ std::string title_of(const Derivation::Step& step) {
 
 std::string trace_of(std::string_view text, const std::string& name, const smtlib::SimplifyOptions& options) {
   std::ostringstream out;
-  smtlib::trace_script(text, name, options, out);
+  smtlib::trace_script(text, name, options.session_options(), out);
   return std::move(out).str();
 }
 

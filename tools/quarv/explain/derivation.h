@@ -25,12 +25,13 @@ class Derivation {
     enum Kind : std::uint8_t {
       simplifier,
       rule,
-      reordering  ///< the arguments of a conjunction or disjunction in another order, each once, or an
-                  ///< absorbing one
+      definition,  ///< what the definition of a function says of its arguments, simplified
+      reordering   ///< the arguments of a conjunction or disjunction in another order, each once, or an
+                   ///< absorbing one
     };
     Kind kind;
     std::string rule_label;  ///< the rule's name, or its number; empty where no rule was applied
-    std::string label;       ///< the rule's text, the simplifier's operator
+    std::string label;       ///< the rule's text, the simplifier's operator, the function
     Id root;                 ///< the whole assertion before the step
     Id before;               ///< what is replaced in it
     Id after;
@@ -64,6 +65,7 @@ class Derivation {
     Id after;
     std::string rule_label;  // empty for a simplifier
     std::string label;
+    bool is_definition;
   };
   using Replacements = std::unordered_map<Id, Replacement>;
 

@@ -138,7 +138,7 @@ void print(const ShownDerivation& derivation, bool with_counts, std::ostream& ou
 }
 
 Json as_json(const ShownDerivation& derivation) {
-  static constexpr const char* kinds[] = {"simplifier", "rule", "reordering"};
+  static constexpr const char* kinds[] = {"simplifier", "rule", "definition", "reordering"};
   static constexpr const char* endings[] = {"unchanged", "complete", "cut short", "untold"};
   Json json = {{"before", derivation.before}, {"steps", Json::array()}};
   for (const ShownDerivation::ShownStep& step : derivation.steps) {

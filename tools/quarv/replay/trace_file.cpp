@@ -118,8 +118,14 @@ bool TraceFile::read_line(const Json& line, TraceStep& step) {
     } else {
       step.label = line.at("simplifier").string();
       step.before = read_expression(line);
+      step.is_definition = step.label == "definition";
+      step.binds = read_names(line, "binds");
     }
     return true;
+  }
+  if (line.contains("definition")) {
+    read_definition(line);
+    return false;
   }
   if (line.contains("assertion")) {
     assertions_.push_back(read_name(line.at("term")));
@@ -129,6 +135,16 @@ bool TraceFile::read_line(const Json& line, TraceStep& step) {
     read_sort(line);
   }
   return false;
+}
+
+void TraceFile::read_definition(const Json& line) {
+  TraceDefinition d;
+  d.function = read_expression(line);
+  if (d.function.kind != Expression::function || !d.function.args.empty()) fail("this defines no function");
+  d.parameters = read_names(line, "parameters");
+  d.binds = read_names(line, "binds");
+  d.body = read_name(line.at("term"));
+  definitions_.push_back(std::move(d));
 }
 
 /// The parser of JSON would make a number of `true`, of -1 and of 1.5, too.
@@ -213,7 +229,9 @@ Expression TraceFile::read_expression(const Json& line) const {
   if (line.contains("fun")) {
     e.kind = Expression::function;
     e.op = line.at("fun").string();
+    constexpr std::uint64_t most_copies = std::uint64_t{1} << 32;
     if (line.contains("copy")) e.copy = read_number(line.at("copy"));
+    if (line.contains("parameter")) e.copy = most_copies + read_number(line.at("parameter"));
   } else {
     e.op = line.at("op").string();
     std::vector<std::string> words = indexed_words(e.op);

@@ -55,7 +55,7 @@ struct Expression {
   std::vector<std::string> indices;     ///< "7", "0"
   std::vector<TermName> variables;      ///< of a quantifier
   std::vector<std::string> attributes;  ///< of an annotation
-  std::uint64_t copy = 0;               ///< tells apart functions of one name and sort
+  std::uint64_t copy = 0;               ///< tells apart functions, and variables, of one name and sort
   std::size_t sort = 0;
   std::vector<TermName> args;
   mpq_class number;  ///< of a value
@@ -73,6 +73,16 @@ struct TraceStep {
   Expression before;
   std::optional<TermName> before_name;  ///< of rules
   TermName after = 0;
+  bool is_definition = false;   ///< `before` is what the definition of its function says
+  std::vector<TermName> binds;  ///< then: variables of quantifiers in what it says
+};
+
+/// A function with parameters that a script defines.
+struct TraceDefinition {
+  Expression function;  ///< without arguments
+  std::vector<TermName> parameters;
+  std::vector<TermName> binds;  ///< variables of quantifiers in the body
+  TermName body = 0;
 };
 
 /// The text on one line, at most about `limit` bytes of it.
@@ -112,6 +122,9 @@ class TraceFile {
   /// The terms that the assertions read so far became.
   const std::vector<TermName>& assertions() const { return assertions_; }
 
+  /// The functions that have been defined so far.
+  const std::vector<TraceDefinition>& definitions() const { return definitions_; }
+
  private:
   [[noreturn]] void fail(const std::string& reason) const;
   std::uint64_t read_number(const Json& number) const;
@@ -123,6 +136,7 @@ class TraceFile {
   bool is_well_sorted(const Expression& e) const;
   TermName read_name(const Json& name) const;
   std::vector<TermName> read_names(const Json& line, const char* key) const;
+  void read_definition(const Json& line);
   bool read_line(const Json& line, TraceStep& step);
 
   std::string_view text_;
@@ -136,6 +150,7 @@ class TraceFile {
   std::unordered_map<TermName, Expression> terms_;
   std::vector<TermName> names_;
   std::vector<TermName> assertions_;
+  std::vector<TraceDefinition> definitions_;
 };
 
 }  // namespace quarv::cli

@@ -54,9 +54,10 @@ Id TraceTerms::add(Expression e) {
   return known->second;
 }
 
-Id TraceTerms::with_args(Id id, const std::vector<Id>& args) {
+Id TraceTerms::with_args(Id id, const std::vector<Id>& args, const std::vector<Id>& variables) {
   Expression e = terms_[id];
   e.args.assign(args.begin(), args.end());
+  if (!variables.empty()) e.variables.assign(variables.begin(), variables.end());
   return add(std::move(e));
 }
 

@@ -25,11 +25,12 @@ class TraceTerms {
     Id operator()(TermName name);
     /// A term that the trace describes and need not have named.
     Id operator()(const Expression& e);
+    /// The number of a sort.
+    std::size_t sort(std::size_t name);
 
    private:
     void add_definitions();
     Id convert(Expression e);
-    std::size_t sort(std::size_t name);
 
     TraceTerms& terms_;
     const TraceFile& trace_;
@@ -46,8 +47,9 @@ class TraceTerms {
   /// "(Array Int Bool)"
   const std::string& sort_text(Id id) const { return sort_texts_[terms_[id].sort]; }
 
-  /// The same application on other arguments.
-  Id with_args(Id id, const std::vector<Id>& args);
+  /// The same application on other arguments; of a quantifier, which binds other variables where there are
+  /// any.
+  Id with_args(Id id, const std::vector<Id>& args, const std::vector<Id>& variables = {});
 
   /// `root` with `after` wherever `before` occurs in it. Nothing recurses.
   Id replaced(Id root, Id before, Id after);

@@ -19,7 +19,7 @@ using Count = std::pair<std::string, std::uint64_t>;
 
 /// Operators that simplified at least once, the busiest first.
 std::vector<Count> by_operator(const Counter& counter) {
-  std::vector<Count> counts(counter.by_quantifier.begin(), counter.by_quantifier.end());
+  std::vector<Count> counts(counter.by_word.begin(), counter.by_word.end());
   for (std::size_t i = 0; i < SymbolTag::count; ++i) {
     if (counter.by_tag[i] != 0) {
       counts.emplace_back(SymbolTag::name(static_cast<SymbolTag::tag>(i)), counter.by_tag[i]);
@@ -65,10 +65,15 @@ void Counter::on_rule(std::size_t rule, const Term*, const Term*) {
 void Counter::on_simplification(const Symbol* op, std::span<const Term* const>, const Term*) {
   const SymbolTag::tag tag = TermManager::get_tag(op);
   if (tag == SymbolTag::OPAQUE) {
-    ++by_quantifier[op->name];
+    ++by_word[op->name];
   } else {
     ++by_tag[tag];
   }
+}
+
+void Counter::on_definition(const Symbol*, std::span<const Term* const>, std::span<const Term* const>,
+                            const Term*) {
+  ++by_word["definition"];
 }
 
 std::uint64_t peak_memory() {

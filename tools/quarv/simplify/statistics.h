@@ -19,11 +19,14 @@ class Counter : public SimplificationObserver {
  public:
   void on_rule(std::size_t rule, const Term* before, const Term* after) override;
   void on_simplification(const Symbol* op, std::span<const Term* const> args, const Term* after) override;
+  void on_definition(const Symbol* f, std::span<const Term* const> args,
+                     std::span<const Term* const> variables, const Term* after) override;
 
   std::uint64_t by_tag[SymbolTag::count] = {};
-  std::map<std::string, std::uint64_t, std::less<>> by_quantifier;  ///< which have no tag of their own
-  std::map<std::size_t, std::uint64_t> by_rule;                     ///< rules count from 0
-  std::vector<std::string> rule_labels;                             ///< what they are called
+  std::map<std::string, std::uint64_t, std::less<>>
+      by_word;                                   ///< quantifiers, and "definition" for what definitions say
+  std::map<std::size_t, std::uint64_t> by_rule;  ///< rules count from 0
+  std::vector<std::string> rule_labels;          ///< what they are called
 };
 
 /// What one run of the program did.

@@ -4,6 +4,7 @@
 #include <set>
 #include <sstream>
 #include <stdexcept>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -16,13 +17,14 @@ namespace quarv::cli {
 
 StepQueries::StepQueries(std::string_view text, const std::string& file,
                          const smtlib::SimplifyOptions& options)
-    : session_(options) {
+    : session_(options.session_options()) {
   session_.simplifier().set_observer(this);
   script_ = smtlib::Reader(session_).read_in_place(text, file, [this](const smtlib::Script& script) {
     assertion_ += script.formulas_of(script.commands.back()).size();
   });
   session_.simplifier().set_observer(nullptr);
   session_.manager().set_simplifier(nullptr);
+  for (const auto& f : script_.functions) functions_.emplace(f.symbol, &f);
 }
 
 void StepQueries::on_rule(std::size_t rule, const Term* before, const Term* after) {
@@ -35,9 +37,16 @@ void StepQueries::on_simplification(const Symbol* op, std::span<const Term* cons
   args_.insert(args_.end(), args.begin(), args.end());
 }
 
+void StepQueries::on_definition(const Symbol* f, std::span<const Term* const> args,
+                                std::span<const Term* const>, const Term* after) {
+  on_simplification(f, args, after);
+  steps_.back().is_definition = true;
+}
+
 std::string StepQueries::title(std::size_t i) const {
   const Step& step = steps_[i];
   std::string title = fmt::format("step {}, assertion {}, ", i + 1, step.assertion);
+  if (step.is_definition) return title + "definition of " + smtlib::Reader::quoted(step.op->name);
   if (step.rule == 0) {
     return title + "simplifier of " + SymbolTag::name(TermManager::get_tag(step.op));
   }
@@ -99,11 +108,22 @@ std::string StepQueries::definition(const std::string& name, const Term* t, cons
                      context.standalone(text.str()), as_real ? ")" : "");
 }
 
-std::string StepQueries::declarations(std::span<const Term* const> terms, StandaloneTerms& context) const {
+/// The declarations of all symbols that are free in the terms; of one function the definition.
+std::string StepQueries::declarations(std::span<const Term* const> terms,
+                                      const smtlib::Script::DefinedFunction* defined,
+                                      StandaloneTerms& context) const {
   const TermManager& manager = session_.manager();
+  std::vector<const Term*> all(terms.begin(), terms.end());
+  std::unordered_set<const Symbol*> known_symbols;
+  if (defined != nullptr) {
+    all.push_back(script_.terms[defined->term]);
+    known_symbols.insert(defined->symbol);
+    for (const Term* p : defined->parameters) known_symbols.insert(p->symbol);
+  }
   std::string text;
   std::map<std::string, std::set<std::string>> signatures;
-  for (const Symbol* s : free_symbols(manager, terms)) {
+  for (const Symbol* s : free_symbols(manager, all)) {
+    if (known_symbols.contains(s)) continue;
     const std::string name = smtlib::Reader::quoted(s->name);
     context.declare(s->name);
     std::string arguments;
@@ -118,6 +138,26 @@ std::string StepQueries::declarations(std::span<const Term* const> terms, Standa
     text += fmt::format("(declare-fun {} ({}) {})\n", name, arguments, s->get_output_type()->to_string());
   }
   return text;
+}
+
+std::string StepQueries::declaration(const smtlib::Script::DefinedFunction& f,
+                                     StandaloneTerms& context) const {
+  const TermManager& manager = session_.manager();
+  std::string parameters, sorts;
+  for (const Term* p : f.parameters) {
+    context.declare(p->symbol->name);
+    parameters += fmt::format("{}({} {})", parameters.empty() ? "" : " ",
+                              smtlib::Reader::quoted(p->symbol->name), manager.type_of(p)->to_string());
+  }
+  context.declare(f.symbol->name);
+  const Term* body = script_.terms[f.term];
+  const DataType* sort = f.symbol->get_output_type();
+  const bool as_real = manager.type_of(body) != sort;
+  std::ostringstream text;
+  smtlib::print_term(manager, body, text, smtlib::Sharing::let, script_);
+  return fmt::format("(define-fun {} ({}) {}\n  {}{}{})\n", smtlib::Reader::quoted(f.symbol->name),
+                     parameters, sort->to_string(), as_real ? "(to_real " : "",
+                     context.standalone(text.str()), as_real ? ")" : "");
 }
 
 std::string StepQueries::sort_declarations(std::string_view text) const {
@@ -142,13 +182,19 @@ std::string StepQueries::script(std::size_t i, Form form) const {
   TermManager& manager = session_.manager();
   const Step& step = steps_[i];
   std::vector<const Term*> terms = terms_of(step);
+  const smtlib::Script::DefinedFunction* defined = nullptr;
+  if (step.is_definition) {
+    if (form == Form::general) return {};  // what is deep may be the body's
+    defined = functions_.at(step.op);
+  }
   if (form == Form::general) {
     std::vector<const Term*> general = GeneralizedTerms(manager).generalize(terms, depth);
     if (general == terms) return {};
     terms = std::move(general);
   }
   StandaloneTerms context;
-  std::string text = declarations(terms, context);
+  std::string text = declarations(terms, defined, context);
+  if (defined != nullptr) text += declaration(*defined, context);
   const Term* const after = terms.back();
   terms.pop_back();
   const Term* const before =

@@ -85,12 +85,60 @@ const Term* Reader::apply_function(const Symbol* symbol, const char* start, Oper
     fail(part_of(start, ApplicationError::Part::argument, args.size() < arity ? 0 : arity + 1),
          wrong_number_of_arguments(written_name(start), args.size(), arity, arity));
   }
+  if (const Term* t = unfolded(symbol, args)) return t;
   try {
     return manager_.make_term(symbol, args);
   } catch (const SortError& e) {
     const auto wrong = wrong_argument(manager_, written_name(start), symbol, args);
     fail(start, wrong.value_or(ApplicationError(ApplicationError::Part::operation, 0, e.what())));
   }
+}
+
+bool Reader::takes(const Symbol* f, OperatorDefinition::Args args) const {
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const DataType* wanted = manager_.argument_type(f, i);
+    if (manager_.get_supertype(manager_.type_of(args[i]), wanted) != wanted) return false;
+  }
+  return true;
+}
+
+/// What the definition of a function says of arguments; null where it has none, where these do not fit, and
+/// where the application is to stay.
+const Term* Reader::unfolded(const Symbol* symbol, OperatorDefinition::Args args) {
+  if (unfolder_.empty() || !unfolds_ || manager_.simplifier() == nullptr) return nullptr;
+  const Unfolder::Body* body = unfolder_.find(symbol);
+  if (body == nullptr || !takes(symbol, args) || !can_afford(Unfolder::size(*body))) return nullptr;
+  const Term* t = unfolder_.unfolded(*body, args, [this](const Term* variable, std::uint32_t attempt) {
+    return renamed_variable(variable, attempt);
+  });
+  if (SimplificationObserver* observer = session_.simplifier().normalizer.observer()) {
+    observer->on_definition(symbol, args, unfolder_.bound_last(*body), t);
+  }
+  return t;
+}
+
+/// Definitions that use each other can come to exponentially many terms. What is spent on them is in
+/// proportion to the text; what would take much of what is left keeps its name, so that there is enough for
+/// all that is small.
+bool Reader::can_afford(std::size_t terms) {
+  constexpr std::uint64_t free_terms = 1 << 14;
+  constexpr std::uint64_t terms_per_byte = 1;
+  constexpr std::uint64_t largest_part = 16;
+  const auto bytes = static_cast<std::uint64_t>(lexer_.position() - input_.data());
+  const std::uint64_t all = free_terms + terms_per_byte * bytes;
+  if (unfolded_ + largest_part * terms > all) return false;
+  unfolded_ += terms;
+  return true;
+}
+
+/// A variable for one that a definition's body binds. What the arguments refer to has a name that means
+/// something here, so that a name without a meaning catches nothing.
+const Term* Reader::renamed_variable(const Term* variable, std::uint32_t attempt) {
+  std::string name = variable->symbol->name;
+  if (attempt != 0) name += '!' + std::to_string(attempt);
+  const bool is_declared = options_.names == Options::Names::session && session_.declared(name) != nullptr;
+  if (is_declared || means_something(name)) return nullptr;
+  return attempt == 0 ? variable : bound_variable(name, manager_.type_of(variable));
 }
 
 /// The name of the function whose application begins at `start`, without indices or sort.

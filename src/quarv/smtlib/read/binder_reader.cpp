@@ -60,26 +60,33 @@ bool Reader::is_bound_twice(TermNames::Name& name) {
 }
 
 /// Binds a variable. Equal names of equal sorts are one variable, so that equal quantified formulas are one
-/// term. A name that means something already is changed: what the inner scope brings in through `let` may
-/// refer to the outer meaning.
-const Term* Reader::bind_variable(const Token& name, const DataType* type) {
+/// term; unless it is to be the binder's own. A name that means something already is changed: what the inner
+/// scope brings in through `let` may refer to the outer meaning.
+const Term* Reader::bind_variable(const Token& name, const DataType* type, bool own) {
   note_name(name.text);
   TermNames::Name& entry = names_.enter(lookup_text(name));
   std::string printed(name.text);
   std::uint32_t renamed = entry.meaning.renamed;  // lower numbers are taken
   if (renamed != 0) printed += '!' + std::to_string(renamed);
-  for (;;) {
-    const TermNames::Name* known = names_.find(printed);
-    if (known == nullptr || known->meaning.kind == TermMeaning::none) break;
-    printed = std::string(name.text) + '!' + std::to_string(++renamed);
-  }
-  const Term*& variable = bound_variables_[{printed, type}];
-  if (variable == nullptr) variable = manager_.fresh_bound_variable(printed, type);
+  while (means_something(printed)) printed = std::string(name.text) + '!' + std::to_string(++renamed);
+  const Term* variable = own ? manager_.fresh_bound_variable(printed, type) : bound_variable(printed, type);
   TermMeaning meaning = TermMeaning::of(variable);
   meaning.renamed = renamed;
   names_.bind(entry, meaning);
   if (printed != name.text) names_.bind(names_.enter(printed), TermMeaning::of(variable));
   bindings_.push_back({&entry, variable});
+  return variable;
+}
+
+bool Reader::means_something(std::string_view name) {
+  const TermNames::Name* known = names_.find(name);
+  return known != nullptr && known->meaning.kind != TermMeaning::none;
+}
+
+/// The variable of that name and sort.
+const Term* Reader::bound_variable(const std::string& name, const DataType* type) {
+  const Term*& variable = bound_variables_[{name, type}];
+  if (variable == nullptr) variable = manager_.fresh_bound_variable(name, type);
   return variable;
 }
 

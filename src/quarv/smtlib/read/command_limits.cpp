@@ -55,6 +55,8 @@ void Reader::return_to(const Place& place, Script& script) {
   script.terms.resize(place.terms);
   script.sorts.resize(place.terms);
   if (!script.forms.empty()) script.forms.resize(place.terms);
+  while (!script.functions.empty() && script.functions.back().term >= place.terms)
+    script.functions.pop_back();
   if (script.term_texts.size() > place.terms) script.term_texts.resize(place.terms);
 }
 
@@ -74,7 +76,7 @@ constexpr std::uint64_t steps_per_byte = 16;
 }  // namespace
 
 /// How long the command is so far. How it is laid out makes no difference: blanks that follow each other
-/// count as one.
+/// count as one. What definitions say counts as if it had been written where they are used.
 std::size_t Reader::command_bytes() {
   const char* const position = lexer_.position();
   if (counted_to_ == nullptr || counted_to_ < command_.start || counted_to_ > position) {
@@ -86,7 +88,8 @@ std::size_t Reader::command_bytes() {
     const bool counted = counted_to_ != command_.start && is_blank(counted_to_[-1]) && is_blank(*counted_to_);
     if (!counted) ++counted_bytes_;
   }
-  return counted_bytes_;
+  constexpr std::size_t bytes_per_term = 8;
+  return counted_bytes_ + bytes_per_term * (unfolded_ - unfolded_before_);
 }
 
 /// Sums that share their parts would be written in full for each of them, and take quadratic time and memory,
@@ -119,7 +122,7 @@ bool Reader::read_within_limit(Script& script, const Place& place) {
     cost_limit_ = no_limit;
     growth_.abandon(place.num_terms, manager_.num_terms());
     session_.count_wasted(rule_steps() - place.rule_steps);
-    return read_as_written(script, place);
+    return read_smaller(script, place);
   }
   const auto added = [&] {
     return growth_.added_bytes(std::span(script.terms).subspan(place.terms), place.num_terms);
@@ -132,6 +135,10 @@ bool Reader::read_within_limit(Script& script, const Place& place) {
   const std::size_t simplified = added();
   if (simplified <= 2 * bytes + small) return more;
   const std::uint64_t middle = manager_.num_terms();
+  if (unfolded_ != unfolded_before_) {
+    growth_.abandon(place.num_terms, middle);
+    return read_smaller(script, place);
+  }
   GrowthMeter with_both = growth_;
   std::swap(growth_, with_both);
   growth_.abandon(place.num_terms, middle);
@@ -148,8 +155,19 @@ bool Reader::read_within_limit(Script& script, const Place& place) {
 }
 
 void Reader::begin_again(const Place& place) {
+  unfolded_before_ = unfolded_;
   lexer_ = Lexer(input_.substr(static_cast<std::size_t>(place.start - input_.data())));
   if (!expression_) next();
+}
+
+/// Reads a command again that has grown too much: with names for what is defined, or else as it is written.
+bool Reader::read_smaller(Script& script, const Place& before) {
+  if (unfolded_ == unfolded_before_) return read_as_written(script, before);
+  unfolds_ = false;
+  return_to(before, script);
+  command_ = place(script, before.start);
+  begin_again(before);
+  return read_within_limit(script, Place(command_));
 }
 
 bool Reader::read_as_written(Script& script, const Place& place) {

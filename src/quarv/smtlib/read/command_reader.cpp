@@ -199,6 +199,7 @@ void Reader::release(const Mark& m) {
   overloads_.resize(m.overloads_);
   macro_parameters_.resize(m.macros_);
   instances_.clear();
+  unfolder_.forget_from(m.num_terms_);
   last_sort_ = nullptr;
   context_.remainders.clear(false);
   growth_.forget_from(m.num_terms_);

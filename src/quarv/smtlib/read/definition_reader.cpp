@@ -152,8 +152,9 @@ const std::string& Reader::text_of(const DataType* sort) {
   return last_sort_text_;
 }
 
-/// Reads "((x S) ...)", binds the variables and appends the list to `text`.
-std::vector<const Term*> Reader::parameters(std::string& text) {
+/// Reads "((x S) ...)", binds the variables, `own` ones where no other term is to have them, and appends the
+/// list to `text`.
+std::vector<const Term*> Reader::parameters(std::string& text, bool own) {
   std::vector<const Term*> variables;
   expect_left("the parameters");
   ++binder_mark_;
@@ -169,7 +170,7 @@ std::vector<const Term*> Reader::parameters(std::string& text) {
     const DataType* sort = read_sort();
     const std::string_view sort_text = text_of(sort, sort_start);
     expect_right("a parameter with its sort");
-    variables.push_back(bind_variable(name, sort));
+    variables.push_back(bind_variable(name, sort, own));
     if (text.back() != '(') text += ' ';
     text += '(';
     append_quoted(text, variables.back()->symbol->name);
@@ -196,7 +197,10 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   const std::size_t scope = names_.scope();
   std::vector<const Term*> variables;
   if (keyword != "define-const") {
-    variables = parameters(text);
+    const bool own = session_.options().unfold;
+    variables = parameters(text, own);
+    SimplificationObserver* observer = session_.simplifier().normalizer.observer();
+    if (own && observer != nullptr) observer->on_parameters(variables);
     text += ' ';
   }
   Lexer ahead = lexer_;
@@ -236,8 +240,24 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     c.kind = Command::Kind::define_function;
     largest_dollar_name_ = std::max(largest_dollar_name_, largest_with_name);
     bind_declared(name, symbol);
+    if (!variables.empty()) define_function(script, symbol, std::move(variables), body);
   }
   script.commands.push_back(c);
+}
+
+/// The command's last term is the body of a function; a name without parameters that is defined by itself is
+/// none.
+void Reader::define_function(Script& script, const Symbol* symbol, std::vector<const Term*> parameters,
+                             const Term* body) {
+  const bool unfolds = session_.options().unfold && !as_written_ && manager_.simplifier() != nullptr &&
+                       unfolder_.define(symbol, parameters, body);
+  if (unfolds && options_.written != nullptr) options_.written->defined(symbol, parameters, num_commands_);
+  std::vector<const Term*> variables;
+  if (unfolds) {
+    const auto bound = Unfolder::bound(*unfolder_.find(symbol));
+    variables.assign(bound.begin(), bound.end());
+  }
+  script.functions.push_back({script.terms.size() - 1, symbol, std::move(parameters), std::move(variables)});
 }
 
 void Reader::define_funs_rec(Script& script) {
@@ -255,7 +275,7 @@ void Reader::define_funs_rec(Script& script) {
     text += (functions.empty() ? "(" : " (") + quoted(name.text) + ' ';
     const std::size_t scope = names_.scope();
     const Lexer at_parameters = lexer_;
-    const std::vector<const Term*> variables = parameters(text);
+    const std::vector<const Term*> variables = parameters(text, false);
     names_.leave(scope);
     Function f;
     std::vector<const DataType*> arguments;

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include <quarv/smtlib/read/reader.h>
+#include <quarv/smtlib/written_forms.h>
 
 // Names that `:named` gives. Each is given once in what is printed: where its term stands or, where that was
 // simplified away and a text mentions it, by a definition.
@@ -98,12 +99,15 @@ void Reader::define_lost_names(Script& script) {
   if (definitions.empty()) return;
   std::vector<Command> commands;
   commands.reserve(script.commands.size() + definitions.size());
+  std::vector<std::size_t> moved_to;
   auto next = definitions.begin();
   for (std::size_t i = 0; i < script.commands.size(); ++i) {
+    moved_to.push_back(commands.size());
     commands.push_back(script.commands[i]);
     for (; next != definitions.end() && next->first == i; ++next) commands.push_back(next->second);
   }
   script.commands = std::move(commands);
+  if (options_.written != nullptr) options_.written->renumber_commands(moved_to);
 }
 
 }  // namespace quarv::smtlib

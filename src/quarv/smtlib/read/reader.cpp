@@ -20,7 +20,8 @@ Reader::Reader(Session& session, Options options)
       options_(options),
       context_(manager_),
       base_(session.place()),
-      growth_(manager_) {
+      growth_(manager_),
+      unfolder_(manager_) {
   const SessionOptions& how = session.options();
   context_.canonical_nan = !how.library_semantics;
   options_.normalize &= how.simplify && how.eager && how.rules;
@@ -304,6 +305,8 @@ bool Reader::read_guarded(Script& script, const char* start) {
   const Place before = place(script, start);
   command_ = before;
   counted_to_ = nullptr;
+  unfolds_ = true;
+  unfolded_before_ = unfolded_;
   new_names_.clear();
   num_commands_ = script.commands.size();
   try {

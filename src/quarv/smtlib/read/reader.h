@@ -19,6 +19,7 @@
 #include <quarv/smtlib/read/lexer.h>
 #include <quarv/smtlib/read/name_table.h>
 #include <quarv/smtlib/read/operators.h>
+#include <quarv/smtlib/read/unfolder.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/term/term_manager.h>
 #include <quarv/util/input_error.h>
@@ -68,7 +69,7 @@ class QUARV_API NotUnderstood : public InputError {
 ///
 /// What is not simplified: patterns, the terms of `get-value`, and the literals of `check-sat-assuming`. The
 /// latter two keep their text, which solvers repeat in their responses. Applications of defined functions
-/// with parameters stay applications.
+/// with parameters stay applications, unless the session unfolds them.
 class QUARV_API Reader {
  public:
   using Options = ReaderOptions;
@@ -258,6 +259,7 @@ class QUARV_API Reader {
   bool read_within_limit(Script& script, const Place& place);
   std::uint64_t rule_steps() const noexcept { return session_.simplifier().normalizer.statistics().applied; }
   bool read_as_written(Script& script, const Place& place);
+  bool read_smaller(Script& script, const Place& place);
   /// Terms; two bytes of large numbers, which take five characters, count like one.
   std::uint64_t cost() const noexcept { return manager_.num_terms() + manager_.number_bytes() / 2; }
   std::size_t command_bytes();
@@ -315,8 +317,10 @@ class QUARV_API Reader {
   void define_sort(Script& script, const char* start);
   void declare_fun(Script& script, const char* start, bool constant);
   void define_fun(Script& script, std::string_view keyword);
+  void define_function(Script& script, const Symbol* symbol, std::vector<const Term*> parameters,
+                       const Term* body);
   void define_funs_rec(Script& script);
-  std::vector<const Term*> parameters(std::string& text);
+  std::vector<const Term*> parameters(std::string& text, bool own);
   const Term* bind_function(std::string_view name, const Symbol* symbol);
   void note_name(std::string_view name);
   static bool is_free(const TermNames::Name* name) noexcept;
@@ -352,7 +356,9 @@ class QUARV_API Reader {
   void drop_values(std::size_t first);
   bool is_real_value(std::size_t i) const;
   WrittenForms* written() const noexcept { return unsimplified_ == 0 ? options_.written : nullptr; }
-  const Term* bind_variable(const Token& name, const DataType* type);
+  const Term* bind_variable(const Token& name, const DataType* type, bool own = false);
+  bool means_something(std::string_view name);
+  const Term* bound_variable(const std::string& name, const DataType* type);
   bool is_bound_twice(TermNames::Name& name);
   Binding* new_name(const TermNames::Name* name) noexcept;
   std::string_view lookup_text(const Token& name);
@@ -364,6 +370,10 @@ class QUARV_API Reader {
   const Term* apply_operator(const Frame& frame, OperatorDefinition::Args args);
   const Term* apply_function(const Symbol* symbol, const char* start, OperatorDefinition::Args args);
   std::string_view written_name(const char* start) const;
+  bool takes(const Symbol* f, OperatorDefinition::Args args) const;
+  const Term* unfolded(const Symbol* symbol, OperatorDefinition::Args args);
+  bool can_afford(std::size_t terms);
+  const Term* renamed_variable(const Term* variable, std::uint32_t attempt);
   const char* part_of(const char* start, ApplicationError::Part part, std::size_t position) const;
   const char* binding_of(const char* start, std::size_t number) const;
   [[noreturn]] void fail(const char* start, const ApplicationError& e);
@@ -470,8 +480,12 @@ class QUARV_API Reader {
   const char* counted_to_ = nullptr;  // of that command
   std::size_t counted_bytes_ = 0;
   GrowthMeter growth_;
-  std::uint32_t binder_mark_ = 0;  // of the names that one let or one quantifier binds
-  std::string header_;             // of the definition that is being read
+  Unfolder unfolder_;
+  bool unfolds_ = true;                // in the command at hand
+  std::uint64_t unfolded_ = 0;         // terms that definitions have come to
+  std::uint64_t unfolded_before_ = 0;  // the command at hand
+  std::uint32_t binder_mark_ = 0;      // of the names that one let or one quantifier binds
+  std::string header_;                 // of the definition that is being read
   const DataType* last_sort_ = nullptr;
   std::string last_sort_text_;
 };

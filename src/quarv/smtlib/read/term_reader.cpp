@@ -230,12 +230,13 @@ void Reader::close_with(const Term* t, FormClass form, bool real) {
 
 void Reader::close(const Token& token) {
   Checkpoint::pass();
-  Frame frame = frames_.back();
+  Frame& open = frames_.back();
+  if (open.kind == Frame::overloaded) {
+    open.symbol = overload_for(open);
+    open.kind = Frame::function;
+  }
+  const Frame frame = open;
   switch (frame.kind) {
-    case Frame::overloaded:
-      frame.symbol = overload_for(frame);
-      frame.kind = Frame::function;
-      [[fallthrough]];
     case Frame::operation:
     case Frame::function: {
       const Term* t = apply(frame);
