@@ -392,5 +392,28 @@ TEST(Smallest, GivesNoNameOfADefinitionByLet) {
   EXPECT_EQ(smallest(out), out);
 }
 
+TEST(Smallest, KeepsTheNamesOfVariablesThatHideNothingInUse) {
+  const std::string declared = "(declare-const x Int)\n(declare-fun g (Int Int) Bool)\n";
+  for (const std::string kept : {
+           "(assert (forall ((x Int)) (g x 3)))\n",
+           "(assert (exists ((x Int)) (and (g x 2) (forall ((x Int)) (g x 3)))))\n",
+           "(define-fun f ((x Int) (y Int)) Bool (and (g x y) (g y x)))\n(assert (g x 5))\n",
+       }) {
+    EXPECT_EQ(smallest(declared + kept), declared + kept);
+  }
+  // What is hidden occurs.
+  const std::string outer = smallest(declared + "(assert (let ((z x)) (forall ((x Int)) (g x z))))\n");
+  EXPECT_EQ(outer, declared + "(assert (forall ((x!1 Int)) (g x!1 x)))\n");
+  const std::string between =
+      smallest(declared + "(assert (exists ((x Int)) (let ((z x)) (forall ((x Int)) (g x z)))))\n");
+  EXPECT_EQ(between.find("(g x x)"), std::string::npos) << between;
+  const std::string patterns =
+      smallest(declared + "(assert (let ((z x)) (forall ((x Int)) (! (g x 3) :pattern ((g x z))))))\n");
+  EXPECT_EQ(patterns.find("(g x x)"), std::string::npos) << patterns;
+  // What the user calls so himself stays, too.
+  const std::string own = "(assert (forall ((x!1 Int)) (g x!1 3)))\n";
+  EXPECT_EQ(smallest(declared + own), declared + own);
+}
+
 }  // namespace
 }  // namespace quarv::smtlib

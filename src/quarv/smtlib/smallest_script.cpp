@@ -1,9 +1,11 @@
 #include <algorithm>
+#include <deque>
 #include <string_view>
 #include <unordered_set>
 
 #include <quarv/forms/choice.h>
 #include <quarv/smtlib/smallest_script.h>
+#include <quarv/smtlib/variable_names.h>
 
 namespace quarv::smtlib {
 
@@ -201,6 +203,26 @@ class BaseForms {
   NormalForms normal_;
 };
 
+/// Definitions are printed with the names that parameters have now.
+void keep_headings(const VariableNames& names, Script& script) {
+  if (names.names().empty() || script.functions.empty()) return;
+  auto headings = std::make_shared<std::deque<std::string>>();
+  auto f = script.functions.begin();
+  for (Command& c : script.commands) {
+    if (c.kind != Kind::define_function) continue;
+    while (f != script.functions.end() && f->term < c.first_term) ++f;
+    if (f == script.functions.end()) break;
+    if (f->term != c.first_term) continue;
+    std::string text = names.heading(c, *f);
+    if (text.empty()) continue;
+    const auto name = static_cast<std::size_t>(c.name.data() - c.text.data());
+    headings->push_back(std::move(text));
+    c.text = headings->back();
+    c.name = c.text.substr(name, c.name.size());
+  }
+  script.texts.push_back(headings);
+}
+
 }  // namespace
 
 std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms& written,
@@ -300,6 +322,13 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   chosen->is_written_twice = choice.is_written_twice;
   std::unordered_map<const Symbol*, const Term*> variables;
   Writer writer(manager, graph, choice.form, *chosen->manager, variables, written);
+  const VariableNames own_names(manager, written, script, choice.form);
+  for (const auto& [symbol, name] : own_names.names()) {
+    const DataType* sort = symbol->get_output_type();
+    const bool is_bool = sort == manager.bool_type;
+    variables[symbol] =
+        chosen->manager->fresh_bound_variable(name, is_bool ? chosen->manager->bool_type : sort);
+  }
   BaseForms base_forms(manager, *chosen->manager, variables, written);
   writer.as_written = [&base_forms](const Term* t) { return base_forms.term(t); };
   writer.same_name = [&written](const Symbol* s) { return written.same_name(s); };
@@ -310,6 +339,7 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
     const bool kept = i < script.term_texts.size() && !script.term_texts[i].empty();
     chosen->script.terms[i] = kept ? chosen->manager->true_term : writer.term(script.forms[i]);
   }
+  keep_headings(own_names, chosen->script);
   for (const auto& [symbol, text] : written.variable_sorts()) {
     if (const auto known = variables.find(symbol); known != variables.end())
       chosen->script.variable_sorts.emplace(known->second, text);

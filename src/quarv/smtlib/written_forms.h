@@ -60,6 +60,9 @@ class WrittenForms {
   void declared(const Symbol* symbol, std::size_t command) {
     declared_[symbol] = static_cast<std::uint32_t>(command);
   }
+  /// The user calls a bound variable by a name that means something else around it.
+  void renamed(const Symbol* variable, std::string_view name) { renamed_.try_emplace(variable, name); }
+  const std::unordered_map<const Symbol*, std::string>& renamed() const noexcept { return renamed_; }
   /// Commands have been put between others: by number, the new one.
   void renumber_commands(std::span<const std::size_t> numbers);
   const std::unordered_map<const Symbol*, std::uint32_t>& declarations() const noexcept { return declared_; }
@@ -119,6 +122,7 @@ class WrittenForms {
   std::unordered_set<const Symbol*> exact_;
   std::unordered_set<const Symbol*> defined_;
   std::unordered_map<const Symbol*, StandIns> parameters_;
+  std::unordered_map<const Symbol*, std::string> renamed_;
   std::vector<const Symbol*> by_place_;
   std::map<std::pair<std::string, const DataType*>, const Symbol*> by_name_;  // searched, never walked
   std::unordered_map<const Symbol*, std::string> variable_sorts_;

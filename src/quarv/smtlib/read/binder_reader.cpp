@@ -73,7 +73,10 @@ const Term* Reader::bind_variable(const Token& name, const DataType* type, bool 
   TermMeaning meaning = TermMeaning::of(variable);
   meaning.renamed = renamed;
   names_.bind(entry, meaning);
-  if (printed != name.text) names_.bind(names_.enter(printed), TermMeaning::of(variable));
+  if (printed != name.text) {
+    names_.bind(names_.enter(printed), TermMeaning::of(variable));
+    if (options_.written != nullptr) options_.written->renamed(variable->symbol, name.text);
+  }
   bindings_.push_back({&entry, variable});
   return variable;
 }
