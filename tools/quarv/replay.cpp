@@ -12,6 +12,7 @@
 #include "io/input.h"
 #include "io/output.h"
 #include "io/waiting_note.h"
+#include "replay/bound_names.h"
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
 #include "replay/term_values.h"
@@ -266,6 +267,7 @@ void check_definitions(const Parts& parts, Findings& findings, bool quiet, std::
     part->definitions();
     part->assertions();
   }
+  merge_renamed(findings.terms, closure);
   closure.close();
   bool is_new = false;
   for (const auto& part : parts) is_new = part->check_unfolded(quiet, out) || is_new;

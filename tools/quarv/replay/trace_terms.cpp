@@ -61,6 +61,14 @@ Id TraceTerms::with_args(Id id, const std::vector<Id>& args, const std::vector<I
   return add(std::move(e));
 }
 
+Id TraceTerms::own_variable(std::size_t sort, std::size_t depth, std::size_t number) {
+  Expression e;
+  e.kind = Expression::function;
+  e.indices = {std::to_string(depth), std::to_string(number)};  // which functions of traces do not have
+  e.sort = sort;
+  return add(std::move(e));
+}
+
 Id TraceTerms::replaced(Id root, Id before, Id after) {
   std::unordered_map<Id, Id> changed{{before, after}};  // without what stays as it is
   for (Id id : in_post_order(*this, root)) {

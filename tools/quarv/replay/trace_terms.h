@@ -51,6 +51,12 @@ class TraceTerms {
   /// any.
   Id with_args(Id id, const std::vector<Id>& args, const std::vector<Id>& variables = {});
 
+  /// A variable that no trace has; each depth and number has its own.
+  Id own_variable(std::size_t sort, std::size_t depth, std::size_t number);
+  bool is_own_variable(Id id) const {
+    return !terms_[id].indices.empty() && terms_[id].kind == Expression::function;
+  }
+
   /// `root` with `after` wherever `before` occurs in it. Nothing recurses.
   Id replaced(Id root, Id before, Id after);
 
