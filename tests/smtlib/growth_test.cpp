@@ -54,6 +54,29 @@ TEST(GrowthTest, QuantifiersOfManyVariables) {
   EXPECT_TRUE(session.manager().is_quantifier(t->symbol));
 }
 
+/// The innermost term is rewritten, and with it all that are named.
+TEST(GrowthTest, NamesWithinEachOther) {
+  constexpr std::size_t n = 120'000;
+  std::string declared = "(declare-const x (_ BitVec 8))", begin, end;
+  for (std::size_t i = 0; i < n; ++i) {
+    const std::string p = "p" + std::to_string(i);
+    declared += "(declare-const " + p + " Bool)";
+    begin += "(! (or " + p + " ";
+    end += ") :named n" + std::to_string(i) + ")";
+  }
+  Session session({.extended = true});
+  const Script script = Reader(session).read(
+      declared + "(assert " + begin + "(bvult (bvudiv x #x04) x)" + end + ")(assert n0)", "in.smt2");
+  TermManager& manager = session.manager();
+  for (const auto& [term, name] :
+       {std::pair(script.terms[script.terms.size() - 2], "n" + std::to_string(n - 1)),
+        std::pair(script.terms.back(), std::string("n0"))}) {
+    ASSERT_TRUE(manager.is_annotation(term->symbol));
+    EXPECT_EQ(manager.annotation_attributes(term->symbol)[0].text, name);
+  }
+  EXPECT_GT(session.simplifier().normalizer.statistics().applied, 0u);
+}
+
 TEST(GrowthTest, VariablesAreNumberedFromTheirQuantifierOn) {
   Session session({.simplify = false});
   TermManager& manager = session.manager();

@@ -92,8 +92,7 @@ void Reader::finish_annotation() {
       if (quoted(b.name->text) != a.text) continue;
       b.value = t;
       b.form = form;
-      b.below_quantifier = std::any_of(frames_.begin(), frames_.end(),
-                                       [](const Frame& f) { return f.kind == Frame::quantifier; });
+      b.below_quantifier = num_quantifiers_ != 0;
       break;
     }
   }

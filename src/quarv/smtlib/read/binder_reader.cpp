@@ -95,6 +95,7 @@ const Term* Reader::bound_variable(const std::string& name, const DataType* type
 
 void Reader::open_quantifier(const char* start, std::string_view binder) {
   open_frame(Frame::quantifier, start);
+  ++num_quantifiers_;
   Frame& frame = frames_.back();
   frame.universal = binder == "forall";
   frame.scope = static_cast<std::uint32_t>(names_.scope());

@@ -50,6 +50,7 @@ void Reader::return_to(const Place& place, Script& script) {
   indices_.clear();
   attributes_.clear();
   unsimplified_ = 0;
+  num_quantifiers_ = 0;
   if (options_.written != nullptr) options_.written->forget_since(place.met);
   script.commands.resize(place.commands);
   script.terms.resize(place.terms);

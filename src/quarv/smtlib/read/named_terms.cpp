@@ -43,18 +43,18 @@ std::unordered_set<std::string_view> names_given(const TermManager& m, const Scr
   return names;
 }
 
-bool occurs_in(const TermManager& m, const Term* wanted, std::span<const Term* const> terms) {
+/// Terms with all that they consist of.
+std::unordered_set<const Term*> parts_of(const TermManager& m, std::span<const Term* const> terms) {
   std::vector<const Term*> pending(terms.begin(), terms.end());
   std::unordered_set<const Term*> seen(terms.begin(), terms.end());
   while (!pending.empty()) {
     const Term* t = pending.back();
     pending.pop_back();
-    if (t == wanted) return true;
     for (const Term* a : m.args_of(t)) {
       if (seen.insert(a).second) pending.push_back(a);
     }
   }
-  return false;
+  return seen;
 }
 
 }  // namespace
@@ -62,10 +62,12 @@ bool occurs_in(const TermManager& m, const Term* wanted, std::span<const Term* c
 /// A name stands for the annotation that the command's terms have. That is another one than was read where
 /// something below it was rewritten: if later commands brought that in, both would be printed with the name.
 void Reader::bind_new_names(Script& script, const Place& before) {
+  std::unordered_set<const Term*> parts;  // of the command, which may give thousands of names
   for (const Binding& b : new_names_) {
     const Term* t = finished(b.value);
-    if (t != b.value && occurs_in(manager_, b.value, std::span(script.terms).subspan(before.terms))) {
-      t = b.value;
+    if (t != b.value) {
+      if (parts.empty()) parts = parts_of(manager_, std::span(script.terms).subspan(before.terms));
+      if (parts.contains(b.value)) t = b.value;
     }
     names_.bind(*b.name, TermMeaning::of(t, b.form));
     script.named.push_back({script.commands.size() - 1, t});

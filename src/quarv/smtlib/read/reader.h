@@ -464,11 +464,12 @@ class QUARV_API Reader {
 
   std::vector<Frame> frames_;
   std::vector<const Term*> values_;
-  std::vector<FormClass> forms_;    // of the values, as long as they are needed
-  std::vector<std::size_t> reals_;  // numbers of those values of sort Int that were written as Reals
-  std::size_t num_commands_ = 0;    // of the script, before the one that is being read
-  FormClass last_form_ = no_form;   // of the term read last
-  std::size_t unsimplified_ = 0;    // open places whose terms are not simplified
+  std::vector<FormClass> forms_;     // of the values, as long as they are needed
+  std::vector<std::size_t> reals_;   // numbers of those values of sort Int that were written as Reals
+  std::size_t num_commands_ = 0;     // of the script, before the one that is being read
+  FormClass last_form_ = no_form;    // of the term read last
+  std::size_t unsimplified_ = 0;     // open places whose terms are not simplified
+  std::size_t num_quantifiers_ = 0;  // among the frames
   std::vector<std::size_t> indices_;
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;

@@ -250,6 +250,7 @@ void Reader::close(const Token& token) {
                         is_real_value(frame.first_value));
     case Frame::quantifier: {
       if (values_.size() != frame.first_value + 1) fail(frame.start, "a quantifier needs one body");
+      --num_quantifiers_;
       names_.leave(frame.scope);
       std::vector<const Term*> variables;
       for (std::size_t i = frame.first; i < bindings_.size(); ++i) variables.push_back(bindings_[i].value);
