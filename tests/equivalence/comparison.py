@@ -95,11 +95,11 @@ class Comparison:
         return [step for step in self.steps if isinstance(step, Query)]
 
     def _add_definition(self, command):
+        """What the input names by `:named` stays that; any other new name is the printer's, and a solver refuses one
+        that is declared already."""
         definition = Definition(command)
-        if definition.names[0].startswith("$"):
+        if self._input.standalone(definition.names[0]) == definition.names[0]:
             self.steps.append(definition.text([self._output.standalone(definition.bodies[0])]))
-        elif self._input.standalone(definition.names[0]) == definition.names[0]:
-            raise Mismatch(f"a command too many: {shorten(command)}")
         else:
             self._output.standalone(f"(! {definition.bodies[0]} :named {definition.names[0]})")
 

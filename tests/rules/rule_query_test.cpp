@@ -28,7 +28,7 @@ std::vector<std::string> refute(const std::vector<std::string>& texts, std::size
     for (const std::string& text : texts) {
       const Rule rule = parse_rule(text);
       std::string any = "false";
-      file << "(reset)\n(set-logic QF_BV)\n";
+      file << "(reset)\n";  // integers are in no logic with bit-vectors
       std::size_t number = 0;
       for (const RuleInstance& instance : all_instances(rule, bound)) {
         const RuleQuery query = make_query(rule, instance, '.' + std::to_string(number++));
