@@ -78,6 +78,8 @@ class Comparison:
         self._has_global_declarations = False
         self._input, self._output = StandaloneTerms(), StandaloneTerms()
         self._num_queries = 0
+        before = list(before)
+        self._words = {word for command in before for word in normal(command).split()}
         commands = iter(before)
         expected = next(commands, None)
         for command in after:
@@ -95,13 +97,14 @@ class Comparison:
         return [step for step in self.steps if isinstance(step, Query)]
 
     def _add_definition(self, command):
-        """What the input names by `:named` stays that; any other new name is the printer's, and a solver refuses one
-        that is declared already."""
+        """What the input names by `:named` stays that; any other new name is the printer's, and occurs nowhere in it."""
         definition = Definition(command)
-        if self._input.standalone(definition.names[0]) == definition.names[0]:
-            self.steps.append(definition.text([self._output.standalone(definition.bodies[0])]))
-        else:
+        if self._input.standalone(definition.names[0]) != definition.names[0]:
             self._output.standalone(f"(! {definition.bodies[0]} :named {definition.names[0]})")
+        elif definition.names[0] in self._words:
+            raise Mismatch(f"a command too many: {shorten(command)}")
+        else:
+            self.steps.append(definition.text([self._output.standalone(definition.bodies[0])]))
 
     def _pair(self, before, after):
         kind = head(before)

@@ -23,7 +23,8 @@ bool get_modulus(const TermManager* mgr, const Symbol* symbol, std::size_t* modu
 
 }  // namespace
 
-bool recognize(const TermManager* mgr, const OperatorWord& op, const Symbol* symbol, std::size_t* parameters) {
+bool recognize(const TermManager* mgr, const OperatorWord& op, const Symbol* symbol,
+               std::size_t* parameters) {
   if (mgr->get_tag(symbol) != op.tag) return false;
   if (op.tag == SymbolTag::INT_MOD_CONGR) return get_modulus(mgr, symbol, parameters);
   if (op.tag == SymbolTag::OPAQUE && !op.has_format) return op.smtlib == symbol->name;

@@ -115,8 +115,8 @@ class QUARV_API TermNormalizer {
   void set_inputs_are_simplified(bool yes) noexcept { inputs_are_simplified_ = yes; }
 
   /// Limits the rule applications of each call of `normalize`. Without a limit set, the budget grows with the
-  /// input: `base_budget` applications and `budget_per_term` for each of its terms that is visited. What rules
-  /// make gives them no further budget, even where an earlier call had made the same.
+  /// input: `base_budget` applications and `budget_per_term` for each of its terms that is visited. What
+  /// rules make gives them no further budget, even where an earlier call had made the same.
   void set_step_budget(std::uint64_t n) { step_budget_ = n; }
   void reset_step_budget() { step_budget_.reset(); }
   static constexpr std::uint64_t base_budget = 1 << 14;
