@@ -48,6 +48,15 @@ std::vector<std::string> refute(const std::vector<std::string>& texts, std::size
   return answers;
 }
 
+/// Of each rule, whether it is refuted: "sat".
+void expect_answers(const std::vector<std::pair<std::string, const char*>>& rules, std::size_t bound) {
+  std::vector<std::string> texts;
+  for (const auto& [text, expected] : rules) texts.push_back(text);
+  const std::vector<std::string> answers = refute(texts, bound);
+  ASSERT_EQ(answers.size(), texts.size());
+  for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(answers[i], rules[i].second) << texts[i];
+}
+
 bool have_z3() {
   return std::system("z3 --version > /dev/null 2>&1") == 0;
 }
@@ -125,11 +134,7 @@ TEST(RuleQuery, BitsOfConstantsAreCompared) {
       {"rewrite(bvand(c, t), const(c), (_c & _c - 1__ == 0), (_c & 1_ == 1)) >> zext(0, bvand(1, t))",
        "unsat"},
   };
-  std::vector<std::string> texts;
-  for (const auto& [text, expected] : rules) texts.push_back(text);
-  const std::vector<std::string> answers = refute(texts, 3);
-  ASSERT_EQ(answers.size(), texts.size());
-  for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(answers[i], rules[i].second) << texts[i];
+  expect_answers(rules, 3);
 }
 
 TEST(RuleQuery, OperatorsThatSolversDoNotKnowAreDefined) {
@@ -141,11 +146,7 @@ TEST(RuleQuery, OperatorsThatSolversDoNotKnowAreDefined) {
       {"rewrite(ext_rotate_left(t, u), ) >> ext_rotate_right(t, bvneg(u))", "sat"},
       {"rewrite(ext_rotate_left(t, u), (size(t) == 2)) >> ext_rotate_right(t, bvneg(u))", "unsat"},
   };
-  std::vector<std::string> texts;
-  for (const auto& [text, expected] : rules) texts.push_back(text);
-  const std::vector<std::string> answers = refute(texts, 4);
-  ASSERT_EQ(answers.size(), texts.size());
-  for (std::size_t i = 0; i < texts.size(); ++i) EXPECT_EQ(answers[i], rules[i].second) << texts[i];
+  expect_answers(rules, 4);
 }
 
 TEST(RuleQuery, WritesConditionsAndTerms) {

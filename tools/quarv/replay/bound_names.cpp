@@ -21,16 +21,7 @@ std::optional<Id> renamed(TraceTerms& terms, Id root, std::unordered_map<Id, Id>
                             [&](TermName v) { return variables.contains(static_cast<Id>(v)); })) {
       return std::nullopt;
     }
-    if (changed.contains(id)) continue;
-    std::vector<Id> args(e.args.begin(), e.args.end());
-    bool same = true;
-    for (Id& arg : args) {
-      const auto other = changed.find(arg);
-      if (other == changed.end()) continue;
-      arg = other->second;
-      same = false;
-    }
-    if (!same) changed.emplace(id, terms.with_args(id, args));
+    if (!changed.contains(id)) terms.change(id, changed);
   }
   const auto result = changed.find(root);
   return result == changed.end() ? root : result->second;

@@ -69,19 +69,22 @@ Id TraceTerms::own_variable(std::size_t sort, std::size_t depth, std::size_t num
   return add(std::move(e));
 }
 
+void TraceTerms::change(Id id, std::unordered_map<Id, Id>& changed) {
+  std::vector<Id> args(terms_[id].args.begin(), terms_[id].args.end());
+  bool same = true;
+  for (Id& arg : args) {
+    const auto other = changed.find(arg);
+    if (other == changed.end()) continue;
+    arg = other->second;
+    same = false;
+  }
+  if (!same) changed.emplace(id, with_args(id, args));
+}
+
 Id TraceTerms::replaced(Id root, Id before, Id after) {
   std::unordered_map<Id, Id> changed{{before, after}};  // without what stays as it is
   for (Id id : in_post_order(*this, root)) {
-    if (id == before) continue;
-    std::vector<Id> args(terms_[id].args.begin(), terms_[id].args.end());
-    bool same = true;
-    for (Id& arg : args) {
-      const auto other = changed.find(arg);
-      if (other == changed.end()) continue;
-      arg = other->second;
-      same = false;
-    }
-    if (!same) changed.emplace(id, with_args(id, args));
+    if (id != before) change(id, changed);
   }
   const auto result = changed.find(root);
   return result != changed.end() ? result->second : root;

@@ -57,6 +57,9 @@ class TraceTerms {
     return !terms_[id].indices.empty() && terms_[id].kind == Expression::function;
   }
 
+  /// Enters what becomes of a term when its arguments become what is entered for them; nothing where all
+  /// stay.
+  void change(Id id, std::unordered_map<Id, Id>& changed);
   /// `root` with `after` wherever `before` occurs in it. Nothing recurses.
   Id replaced(Id root, Id before, Id after);
 
