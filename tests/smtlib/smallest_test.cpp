@@ -392,6 +392,16 @@ TEST(Smallest, GivesNoNameOfADefinitionByLet) {
   EXPECT_EQ(smallest(out), out);
 }
 
+TEST(Smallest, WritesPatternsWithinPatternsOfAnyDepth) {
+  constexpr int depth = 20000;
+  std::string pattern = "(f x)";
+  for (int i = 0; i < depth; ++i) pattern.insert(0, "(f (! (f x) :pattern (").append(")))");
+  const std::string text =
+      "(declare-fun f (Int) Int)\n(declare-fun p (Int) Bool)\n(assert (forall ((x Int)) (! (p x) :pattern (" +
+      pattern + "))))\n";
+  EXPECT_TRUE(smallest(text) == text);
+}
+
 TEST(Smallest, KeepsTheNamesOfVariablesThatHideNothingInUse) {
   const std::string declared = "(declare-const x Int)\n(declare-fun g (Int Int) Bool)\n";
   for (const std::string kept : {
