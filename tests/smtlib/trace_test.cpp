@@ -201,7 +201,7 @@ TEST(Trace, TellsFunctionsOfOneNameApart) {
   for (const Json& f : functions) EXPECT_EQ(f["fun"], "c");
   EXPECT_FALSE(functions[0].contains("copy"));
   EXPECT_EQ(functions[1]["copy"], 1);
-  EXPECT_EQ(functions[2]["copy"], 2);
+  EXPECT_EQ(functions[2]["variable"], 0);
 }
 
 TEST(Trace, WritesAnyNameAsJson) {

@@ -1,5 +1,6 @@
 /// \file
 /// Traces are checked: right ones are justified, and what is wrong in a trace is found.
+#include <fstream>
 #include <functional>
 #include <set>
 #include <vector>
@@ -215,9 +216,37 @@ TEST_F(Replay, CatchesWhatDefinitionsDoNotSay) {
 TEST_F(Replay, NamesStepsThatItCannotEvaluate) {
   const std::string sums = "(declare-const i Int)(declare-const p Bool)(assert (= (- (+ i 3) i) 3))";
   EXPECT_EQ(replay(trace_of(sums, "")).status, 0);
-  const Result r = replay(trace_of("(declare-const i Int)(assert (exists ((k Int)) (= k i)))", ""));
+  const Result r = replay(trace_of(
+      "(declare-const x (_ BitVec 8))(assert (exists ((k (_ BitVec 8))) (= (bvadd k x) #x03)))", ""));
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.out.find(" of assertion 1: exists: not justified\n"), std::string::npos) << r.out;
+}
+
+/// A line of the file is a formula over the constants below.
+TEST_F(Replay, ShowsWhatBecomesOfEachOperator) {
+  const std::string declared = R"((declare-sort U 0)
+(declare-const p Bool)
+(declare-const q Bool)
+(declare-const x Int)
+(declare-const y Int)
+(declare-const r Real)
+(declare-const b (_ BitVec 4))
+(declare-const c (_ BitVec 1))
+(declare-const a (Array Int Bool))
+(declare-const e (_ FloatingPoint 3 4))
+(declare-const u U)
+(declare-fun g (Bool) Bool)
+(declare-fun f (Int) Int)
+)";
+  std::ifstream file(QUARV_SOURCE_DIR "/tests/data/replay_formulas.txt");
+  std::size_t num_formulas = 0;
+  std::string all = declared;
+  for (std::string formula; std::getline(file, formula); ++num_formulas) {
+    all += "(assert " + formula + ")\n";
+  }
+  EXPECT_GT(num_formulas, 100u);
+  const Result r = replay(parts_of(all, ""));
+  EXPECT_EQ(r.status, 0) << r.out;
 }
 
 /// What holds in each case of the atoms is justified; what does not hold in one is not.

@@ -13,6 +13,7 @@
 #include "io/output.h"
 #include "io/waiting_note.h"
 #include "replay/bound_names.h"
+#include "replay/read_terms.h"
 #include "replay/replay_checker.h"
 #include "replay/term_closure.h"
 #include "replay/term_values.h"
@@ -151,7 +152,10 @@ class Replay {
     std::vector<TraceTerms::Id> binds;
     for (TermName v : step.binds) binds.push_back(names_(v));
     const auto instance = unfolding_.instance(findings_.terms.term(before), binds);
-    if (instance) findings_.closure.merge(before, *instance);
+    if (instance) {
+      findings_.closure.merge(before, *instance);
+      findings_.values.learn(before, *instance);
+    }
     unfolded_.push_back({step.number, step.assertion, before, after, instance});
   }
 
@@ -268,6 +272,7 @@ void check_definitions(const Parts& parts, Findings& findings, bool quiet, std::
     part->assertions();
   }
   merge_renamed(findings.terms, closure);
+  merge_read(findings.terms, findings.values, closure);
   closure.close();
   bool is_new = false;
   for (const auto& part : parts) is_new = part->check_unfolded(quiet, out) || is_new;

@@ -103,8 +103,9 @@ void Trace::put_head(const Symbol* s) {
     if (const auto parameter = parameters_.find(s); parameter != parameters_.end()) {
       return put_number(",\"parameter\":", parameter->second);
     }
+    const bool is_variable = manager_.is_bound_variable(s);
     const std::size_t copy = copy_of(s, define_sort(s->get_output_type()));
-    if (copy != 0) put_number(",\"copy\":", copy);
+    if (is_variable || copy != 0) put_number(is_variable ? ",\"variable\":" : ",\"copy\":", copy);
     return;
   }
   out_.put(",\"op\":");
@@ -143,10 +144,14 @@ void Trace::put_attributes(const Symbol* s) {
   out_.put(separator == '[' ? "[]" : "]");
 }
 
-/// Tells apart functions of one name and sort.
+/// Tells apart functions, or variables, of one name, number of arguments and sort.
 std::size_t Trace::copy_of(const Symbol* s, std::size_t sort) {
   const auto [known, inserted] = copies_.try_emplace(s, 0);
-  if (inserted) known->second = names_[{s->name, sort}]++;
+  if (inserted) {
+    constexpr std::size_t of_variables = static_cast<std::size_t>(-1);
+    const std::size_t kind = manager_.is_bound_variable(s) ? of_variables : manager_.arity(s);
+    known->second = names_[{s->name, kind, sort}]++;
+  }
   return known->second;
 }
 

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -43,13 +44,14 @@ namespace quarv::smtlib {
 ///     {"step":3,"assertion":2,"simplifier":"definition","fun":"f","sort":0,"args":[8],"after":12}
 ///
 /// A declared function that has the name and sort of another one, which it shadows, has a "copy" number from
-/// 1. A quantifier lists its "variables", an annotation its "attributes". What a simplifier was asked for,
-/// `op(args)`, need not exist as a term, and is written out in the step. Steps made for a definition are
-/// counted with the assertion that follows. A formula in `check-sat-assuming` that is not a literal is an
-/// assertion here. A definition, whose number its parameters have, is that of a function with parameters;
-/// "binds" lists the variables that quantifiers bind in it, and in a step those that took their places.
-/// "simplifier" is the operator's name, rules count from 1; a rule without a name has no "name". Bytes that
-/// are not UTF-8 appear as the characters of the same number.
+/// 1, a variable of a quantifier a "variable" number from 0. A quantifier lists its "variables", an
+/// annotation its "attributes". What a simplifier was asked for, `op(args)`, need not exist as a term, and is
+/// written out in the step. Steps made for a definition are counted with the assertion that follows. A
+/// formula in `check-sat-assuming` that is not a literal is an assertion here. A definition, whose number its
+/// parameters have, is that of a function with parameters; "binds" lists the variables that quantifiers bind
+/// in it, and in a step those that took their places. "simplifier" is the operator's name, rules count from
+/// 1; a rule without a name has no "name". Bytes that are not UTF-8 appear as the characters of the same
+/// number.
 ///
 /// What the program writes has four parts, each a trace of its own, whose first lines say "part": how the
 /// input was simplified, the input as it is written, how the output is simplified, the output as it is
@@ -102,10 +104,10 @@ class QUARV_API Trace : public SimplificationObserver {
   std::vector<const Term*> pending_;
   std::ostringstream head_;  // scratch
   std::unordered_map<const Symbol*, std::size_t> copies_;
-  std::unordered_map<const Symbol*, std::uint64_t> parameters_;       // the definition's number
-  std::map<std::pair<std::string, std::size_t>, std::size_t> names_;  // declared, by name and sort: how many
-  std::map<const DataType*, std::size_t> sorts_;                      // searched, never walked
-  std::vector<std::string> signatures_;                               // as they stand in a line
+  std::unordered_map<const Symbol*, std::uint64_t> parameters_;                     // the definition's number
+  std::map<std::tuple<std::string, std::size_t, std::size_t>, std::size_t> names_;  // how many of each
+  std::map<const DataType*, std::size_t> sorts_;                                    // searched, never walked
+  std::vector<std::string> signatures_;                                             // as they stand in a line
   std::uint64_t steps_ = 0;
   std::uint64_t assertions_ = 0;
   std::uint64_t definitions_ = 0;

@@ -9,6 +9,7 @@
 
 #include "reference/floats.h"
 #include "reference/values.h"
+#include "replay/literal_evaluation.h"
 #include "replay/trace_file.h"
 #include <quarv/rules/rule_language.h>
 
@@ -124,7 +125,6 @@ class FoldingChecker {
   bool are_equal(TermName a, TermName b) const;
 
   std::optional<bool> truth(TermName t) const;
-  const reference::Sort* reference_sort(std::size_t sort) const;
   std::optional<reference::Value> literal(TermName t) const;
   std::optional<reference::Value> evaluated(const Expression& e) const;
   bool check_there_and_back(const Expression& e, TermName after) const;
@@ -156,7 +156,7 @@ class FoldingChecker {
 
   const TraceFile& trace_;
   const KnownTerms& known_;
-  mutable reference::Sorts sorts_;
+  mutable LiteralEvaluation evaluation_;
   // What has been found out, as terms do not change.
   mutable std::map<std::pair<TermName, TermName>, Comparison> compared_;
   mutable std::unordered_map<TermName, std::string> index_keys_;

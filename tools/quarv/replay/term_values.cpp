@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
+#include "replay/context.h"
+
 namespace quarv::cli {
 
 namespace {
 
 constexpr std::size_t widest = 1024;  // bit-vectors that are looked into
-constexpr std::size_t most_cases = 200;
+constexpr std::size_t most_cases = 200, most_constant_cases = 16;
 
 }  // namespace
 
@@ -33,6 +35,10 @@ TermValues::Value TermValues::value(Id root) {
     if (values_[id] != unknown) {
       open.pop_back();
       continue;
+    }
+    if (const auto simpler = quantifiers_.simpler(id)) {
+      values_.resize(terms_.size(), unknown);
+      shown_.try_emplace(id, *simpler);
     }
     // Equalities may lead back to what is being looked at.
     const auto shown = shown_.find(id);
@@ -91,6 +97,7 @@ TermValues::Value TermValues::combined(Id id) {
   } else if (is_number(e)) {
     v = number(e);
   }
+  if (!v && e.op != "=") v = evaluated(e);
   return v ? *v : application(id);
 }
 
@@ -104,17 +111,92 @@ TermValues::Value TermValues::literal(Id id) {
   const Expression& e = terms_.term(id);
   if (is_number(e)) return number(Sum{{}, e.number});
   const TraceSort& sort = terms_.sort(e.sort);
-  mpz_class number = e.number.get_num();
-  if (sort.kind == TraceSort::floating_point) {
-    // Of NaN there is one.
-    const mpz_class infinity = ((mpz_class(1) << sort.width) - 1) << (sort.significand - 1);
-    const mpz_class fraction = (mpz_class(1) << (sort.significand - 1)) - 1;
-    if ((number & infinity) == infinity && (number & fraction) != 0) number = infinity + 1;
-  }
+  const mpz_class& number = e.number.get_num();
+  if (is_float(e)) return float_constant(sort, number);
   if (is_word(e)) return words_.constant(number, width(e));
   Thing t;
   t.kind = Thing::literal;
   return thing(std::move(t), "literal " + std::to_string(e.sort) + ' ' + number.get_str(32));
+}
+
+/// The number that a constant is; nothing for other terms.
+std::optional<mpq_class> TermValues::constant_number(Id id) const {
+  const Expression& e = terms_.term(id);
+  if (terms_.sort_of(id).kind == TraceSort::rounding_mode) {
+    const auto mode = evaluation_.rounding_mode(e);
+    return mode ? std::optional(mode->number) : std::nullopt;
+  }
+  if (values_[id] == unknown) return std::nullopt;
+  if (is_number(e)) {
+    const Sum sum = sum_of(found(values_[id]));
+    return sum.coefficients.empty() ? std::optional(sum.constant) : std::nullopt;
+  }
+  if (!is_word(id)) return std::nullopt;
+  const auto number = words_.number(values_[id]);
+  return number ? std::optional(mpq_class(*number)) : std::nullopt;
+}
+
+/// What a term is in each case of the choices that it consists of; empty where that is no constant.
+std::vector<TermValues::ConstantCase> TermValues::constant_cases(Id root) {
+  std::vector<ConstantCase> cases;
+  std::vector<std::pair<Id, Bit>> open{{root, BitGraph::yes}};
+  for (std::size_t steps = 0; !open.empty(); ++steps) {
+    const auto [id, condition] = open.back();
+    open.pop_back();
+    const Expression& e = terms_.term(id);
+    if (auto number = constant_number(id)) {
+      cases.push_back({condition, std::move(*number)});
+    } else if (e.kind == Expression::operation && e.op == "ite" && e.args.size() == 3 &&
+               steps < most_constant_cases && values_[static_cast<Id>(e.args[0])] != unknown) {
+      const Bit c = bit(argument(e, 0));
+      open.emplace_back(static_cast<Id>(e.args[2]), graph_.both(condition, c ^ 1U));
+      open.emplace_back(static_cast<Id>(e.args[1]), graph_.both(condition, c));
+    } else {
+      return {};
+    }
+  }
+  return cases;
+}
+
+/// An operator on constants, or on choices between such: case by case.
+std::optional<TermValues::Value> TermValues::evaluated(const Expression& e) {
+  std::vector<std::vector<ConstantCase>> args;
+  std::vector<LiteralEvaluation::Argument> now;
+  std::size_t num_cases = 1;
+  for (const TermName arg : e.args) {
+    const reference::Sort* const sort = evaluation_.sort(terms_.sort_of(static_cast<Id>(arg)));
+    args.push_back(constant_cases(static_cast<Id>(arg)));
+    num_cases *= args.back().size();
+    if (sort == nullptr || num_cases == 0 || num_cases > most_constant_cases) return std::nullopt;
+    now.push_back({{}, sort});
+  }
+  std::optional<Value> all;
+  for (std::size_t number = 0; number < num_cases; ++number) {
+    Bit condition = BitGraph::yes;
+    std::size_t rest = number;
+    for (std::size_t i = 0; i < args.size(); ++i) {
+      const ConstantCase& c = args[i][rest % args[i].size()];
+      rest /= args[i].size();
+      condition = graph_.both(condition, c.condition);
+      now[i].value = reference::Value{c.number, nullptr};
+    }
+    const auto value = evaluated(e, now);
+    if (!value) return std::nullopt;
+    all = !all         ? *value
+          : is_word(e) ? words_.choice(condition, *value, *all)
+                       : choice(condition, *value, *all);
+  }
+  return all;
+}
+
+std::optional<TermValues::Value> TermValues::evaluated(const Expression& e,
+                                                       std::span<const LiteralEvaluation::Argument> args) {
+  const auto value = evaluation_(e, terms_.sort(e.sort), args);
+  if (!value) return std::nullopt;
+  if (is_number(e)) return number(Sum{{}, value->number});
+  const mpz_class& encoded = value->number.get_num();
+  if (is_float(e)) return float_constant(terms_.sort(e.sort), encoded);
+  return is_word(e) ? std::optional(words_.constant(encoded, width(e))) : std::nullopt;
 }
 
 /// All that tells an application from others but its arguments.
@@ -158,6 +240,18 @@ TermValues::Value TermValues::application(Thing t, const Expression& e) {
   return words_.current(known->second);
 }
 
+std::optional<std::string> TermValues::name_of_value(Id id) {
+  if (exhausted_) return std::nullopt;
+  try {
+    const bool of_bits = is_word(id), of_number = is_number(terms_.term(id));
+    const std::string sort = of_number ? "number" : std::to_string(terms_.term(id).sort);
+    return (of_bits ? "word " : "thing ") + sort + ' ' + std::to_string(value(id));
+  } catch (const Exhausted&) {
+    exhausted_ = true;
+  }
+  return std::nullopt;
+}
+
 void TermValues::learn(Id a, Id b) {
   if (exhausted_ || a == b) return;
   values_.resize(terms_.size(), unknown);
@@ -182,6 +276,12 @@ void TermValues::equate(Value a, Value b, bool is_word) {
 }
 
 bool TermValues::are_equal(Id a, Id b) {
+  if (have_equal_values(a, b)) return true;
+  const Id x = in_context(terms_, a), y = in_context(terms_, b);
+  return (x != a || y != b) && have_equal_values(x, y);
+}
+
+bool TermValues::have_equal_values(Id a, Id b) {
   if (exhausted_) return false;
   const bool same_kind = is_word(a) == is_word(b) && is_number(terms_.term(a)) == is_number(terms_.term(b)) &&
                          (is_number(terms_.term(a)) || terms_.term(a).sort == terms_.term(b).sort);

@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -13,6 +14,8 @@
 #include <gmpxx.h>
 
 #include "replay/bit_proof.h"
+#include "replay/literal_evaluation.h"
+#include "replay/quantifier_elimination.h"
 #include "replay/trace_terms.h"
 #include "replay/words.h"
 
@@ -26,11 +29,13 @@ class TermValues {
  public:
   using Id = TraceTerms::Id;
 
-  explicit TermValues(const TraceTerms& terms) : terms_(terms) {}
+  explicit TermValues(TraceTerms& terms) : terms_(terms), quantifiers_(terms) {}
 
   /// Whether it is shown that the two terms of one sort, or two of arithmetic, are equal whatever their
   /// variables are.
   bool are_equal(Id a, Id b);
+  /// Equal names say that terms are equal; nothing when the effort was used up.
+  std::optional<std::string> name_of_value(Id id);
   /// It has been shown by other means that they are.
   void learn(Id a, Id b);
   /// The effort for all proofs together was used up: nothing more is proved.
@@ -72,7 +77,20 @@ class TermValues {
     bool is_integer = false;
   };
 
+  /// What a term is under a condition.
+  struct ConstantCase {
+    Bit condition;
+    mpq_class number;
+  };
+
+  /// The fractional part of a sum, times a factor, plus a constant.
+  struct Remainder {
+    Sum sum;
+    mpq_class factor, constant;
+  };
+
   // term_values.cpp
+  bool have_equal_values(Id a, Id b);
   bool is_word(const Expression& e) const;
   bool is_word(Id id) const { return is_word(terms_.term(id)); }
   std::size_t width(const Expression& e) const;
@@ -82,6 +100,10 @@ class TermValues {
   Value current(Value v, bool is_word);
   std::optional<Value> constant(const Expression& e);
   Value literal(Id id);
+  std::optional<mpq_class> constant_number(Id id) const;
+  std::vector<ConstantCase> constant_cases(Id root);
+  std::optional<Value> evaluated(const Expression& e);
+  std::optional<Value> evaluated(const Expression& e, std::span<const LiteralEvaluation::Argument> args);
   std::string operator_key(const Expression& e) const;
   Value application(Id id);
   Value application(Thing t, const Expression& e);
@@ -105,16 +127,35 @@ class TermValues {
   bool is_float(const Expression& e) const;
   Encoding encoding(const TraceSort& format, Word w);
   Word float_word(const TraceSort& format, const Bits& bits);
+  Word float_constant(const TraceSort& format, mpz_class encoded);
+  Word negated_float(const TraceSort& format, Word a, Bit if_so);
+  Bit float_less(const TraceSort& format, Word a, Word b, bool or_equal);
   std::optional<Value> float_value(const Expression& e);
+  std::optional<Value> float_with_constant(const Expression& e, const TraceSort& format);
+  Value commuted_float(const Expression& e, const std::string& op, Word a, Word b);
+  Value extremum(const Expression& e, const TraceSort& format);
+  Value rounded_float(const Expression& e, const TraceSort& format);
   std::optional<Bit> float_truth(const Expression& e);
 
   // term_values_quantifiers.cpp
   bool may_contain(Id root, const std::vector<TermName>& variables) const;
   std::optional<Value> quantified(const Expression& e);
 
-  // term_values_things.cpp
+  // term_values_arrays.cpp
+  static constexpr const char* floor_key = "integer part";
   static constexpr const char* store_key = "o5:store";
   static constexpr const char* const_key = "o5:const";
+  bool is_store(Value v) const;
+  std::optional<Value> array(const Expression& e);
+  Value stored(Value array, Argument index, Argument element, const Expression& e);
+  Value read(Value array, Argument index, const Expression& e);
+  std::optional<Value> read_of_choice(Value array, Argument index, const Expression& e);
+  bool holds_already(Value array, Argument index, Argument element, const Expression& e);
+  bool is_everywhere(Value array) const;
+  bool opens_writes(Value array, std::vector<Argument>& indices, Value& base) const;
+  Bit equal_arrays(Value a, Value b, const Expression& array);
+
+  // term_values_things.cpp
   Value thing(Thing t, const std::string& key);
   const Thing& at(Value v) const { return things_[v]; }
   Value found(Value v) const;
@@ -123,10 +164,6 @@ class TermValues {
   Bit equal(Argument a, Argument b);
   Bit equal(Value a, Value b);
   Bit atom(Atom says, const std::string& key);
-  bool is_store(Value v) const;
-  std::optional<Value> array(const Expression& e);
-  Value stored(Value array, Argument index, Argument element, const Expression& e);
-  Value read(Value array, Argument index, const Expression& e);
 
   /// Takes from the effort for all proofs together; throws Exhausted when there is none left.
   void spend(std::size_t effort) {
@@ -144,7 +181,8 @@ class TermValues {
   bool is_integral(const Sum& sum) const;
   Value product(const Sum& a, const Sum& b);
   Value factors(Value a, Value b);
-  Value floor(const Sum& sum);
+  Value floor(Sum sum);
+  void open_floor(Sum& sum) const;
   Value natural(Word w, bool is_signed);
   std::optional<Word> word_of_natural(Value v);
   std::optional<Word> word_of(Value v, std::size_t width);
@@ -152,9 +190,12 @@ class TermValues {
   // term_values_comparisons.cpp
   Bit compare(Sum difference, bool equality);
   std::optional<Bit> compare_words(const Sum& difference, bool equality);
-  std::optional<Bit> compare_cases(const Sum& difference, bool equality);
+  template <class Says>
+  std::optional<Bit> in_cases(const Sum& d, Says says);
   Bit compare_form(Sum difference, bool equality, bool integer);
   Bit congruent(const Sum& difference, const mpz_class& modulus);
+  std::optional<Remainder> remainder(const Sum& sum) const;
+  std::optional<Bit> compare_remainder(const Sum& d, bool equality);
 
   // term_values_lemmas.cpp
   struct LemmaList {
@@ -173,7 +214,9 @@ class TermValues {
   void add_substitution(BitGraph::Node equation, BitGraph::Node a, LemmaList& list);
   void add_bounds(const std::vector<BitGraph::Node>& group, std::size_t i, std::size_t k, LemmaList& list);
 
-  const TraceTerms& terms_;
+  TraceTerms& terms_;
+  QuantifierElimination quantifiers_;
+  LiteralEvaluation evaluation_;
   BitGraph graph_;
   Words words_{graph_};
   BitProof proof_{graph_};
@@ -187,6 +230,7 @@ class TermValues {
   std::deque<Thing> applications_;  // that are words
   std::unordered_map<BitGraph::Node, std::pair<std::size_t, std::size_t>> application_bits_;
   std::unordered_map<std::string, Bit> known_bits_;
+  std::set<Word> integral_;  // floating-point numbers that have been rounded to integers
   std::unordered_map<std::string, std::size_t> forms_;
   std::vector<Sum> form_sums_;
   std::unordered_map<BitGraph::Node, Atom> atoms_;

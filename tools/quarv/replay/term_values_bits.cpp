@@ -60,7 +60,10 @@ BitGraph::Bit TermValues::equation(const Expression& e) {
   for (std::size_t i = 0; i < e.args.size(); ++i) {
     for (std::size_t k = i + 1; k < e.args.size(); ++k) {
       if (e.op == "=" && k > i + 1) break;
-      const Bit same = equal({argument(e, i), is_word(first)}, {argument(e, k), is_word(first)});
+      const Value a = argument(e, i), b = argument(e, k);
+      const Bit same = terms_.sort_of(first).kind == TraceSort::array
+                           ? equal_arrays(a, b, terms_.term(first))
+                           : equal({a, is_word(first)}, {b, is_word(first)});
       all.push_back(e.op == "=" ? same : same ^ 1U);
     }
   }

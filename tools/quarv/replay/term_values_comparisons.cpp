@@ -12,6 +12,25 @@ constexpr std::size_t most_words = 8, most_width = 300;
 
 }  // namespace
 
+/// Case by case of one of the choices: what `says` says of the sum there.
+template <class Says>
+std::optional<BitGraph::Bit> TermValues::in_cases(const Sum& d, Says says) {
+  for (const auto& [part, c] : d.coefficients) {
+    const Thing& t = at(part);
+    if (t.kind != Thing::choice || budget_ < t.cases.size()) continue;
+    budget_ -= t.cases.size();
+    std::vector<Bit> any;
+    for (const auto& [leaf, condition] : t.cases) {
+      Sum there = d;
+      add(there, {{{part, 1}}, 0}, -c);
+      add(there, sum_of(found(leaf)), c);
+      any.push_back(graph_.both(condition, says(std::move(there))));
+    }
+    return graph_.disjunction(std::move(any));
+  }
+  return std::nullopt;
+}
+
 /// Whether the sum is 0, or at most 0.
 BitGraph::Bit TermValues::compare(Sum d, bool equality) {
   if (d.coefficients.empty()) {
@@ -36,7 +55,9 @@ BitGraph::Bit TermValues::compare(Sum d, bool equality) {
     scaled.constant = ceiling;
   }
   if (const auto bit = compare_words(scaled, equality)) return *bit;
-  if (const auto bit = compare_cases(scaled, equality)) return *bit;
+  if (const auto bit = compare_remainder(scaled, equality)) return *bit;
+  const auto by_cases = in_cases(scaled, [&](Sum there) { return compare(std::move(there), equality); });
+  if (by_cases) return *by_cases;
   return compare_form(std::move(scaled), equality, integer);
 }
 
@@ -67,22 +88,44 @@ std::optional<BitGraph::Bit> TermValues::compare_words(const Sum& d, bool equali
   return equality ? words_.equal(words[0], words[1]) : words_.less(words[0], words[1], true, false);
 }
 
-/// Case by case of one of the choices.
-std::optional<BitGraph::Bit> TermValues::compare_cases(const Sum& d, bool equality) {
-  for (const auto& [part, c] : d.coefficients) {
-    const Thing& t = at(part);
-    if (t.kind != Thing::choice || budget_ < t.cases.size()) continue;
-    budget_ -= t.cases.size();
-    std::vector<Bit> any;
-    for (const auto& [leaf, condition] : t.cases) {
-      Sum there = d;
-      add(there, {{{part, 1}}, 0}, -c);
-      add(there, sum_of(found(leaf)), c);
-      any.push_back(graph_.both(condition, compare(std::move(there), equality)));
-    }
-    return graph_.disjunction(std::move(any));
+/// The sum as the fractional part of another one, if it is that.
+std::optional<TermValues::Remainder> TermValues::remainder(const Sum& sum) const {
+  for (const auto& [part, c] : sum.coefficients) {
+    if (at(part).op != floor_key) continue;
+    Remainder r{sum_of(found(at(part).args[0].first)), -c, 0};
+    Sum rest = sum;
+    rest.coefficients.erase(part);
+    add(rest, r.sum, c);
+    if (!rest.coefficients.empty()) continue;
+    r.constant = rest.constant;
+    return r;
   }
   return std::nullopt;
+}
+
+/// A fractional part is at least 0 and less than 1; that of a sum of integers with the denominator n is less
+/// by 1/n. Which one it is says whether a sum is congruent to a number.
+std::optional<BitGraph::Bit> TermValues::compare_remainder(const Sum& d, bool equality) {
+  const auto r = remainder(d);
+  if (!r) return std::nullopt;
+  mpz_class divisor = r->sum.constant.get_den();
+  for (const auto& [part, c] : r->sum.coefficients) divisor = lcm(divisor, c.get_den());
+  const bool of_integers =
+      std::ranges::all_of(r->sum.coefficients, [this](const auto& c) { return at(c.first).is_integer; });
+  if (!of_integers) divisor = 0;
+  const mpq_class largest = divisor == 0 ? mpq_class(1) : mpq_class(1) - mpq_class(mpz_class(1), divisor);
+  const mpq_class ends[] = {r->constant, r->constant + r->factor * largest};
+  const auto [low, high] = std::minmax(ends[0], ends[1]);
+  if (high < 0 || (!equality && high == 0)) return equality ? BitGraph::no : BitGraph::yes;
+  if (low > 0) return BitGraph::no;
+  if (!equality || divisor == 0) return std::nullopt;
+  // The fractional part is -constant / factor.
+  Sum shifted = r->sum;
+  shifted.constant += r->constant / r->factor;
+  Sum scaled;
+  add(scaled, shifted, mpq_class(divisor));
+  if (scaled.constant.get_den() != 1) return BitGraph::no;
+  return congruent(scaled, divisor);
 }
 
 /// A bound of the sum without its constant, of which the first coefficient is positive.
@@ -113,6 +156,8 @@ BitGraph::Bit TermValues::compare_form(Sum d, bool equality, bool integer) {
 
 /// Whether the sum is a multiple of the modulus: that does not depend on its sign.
 BitGraph::Bit TermValues::congruent(const Sum& d, const mpz_class& modulus) {
+  const auto by_cases = in_cases(d, [&](const Sum& there) { return congruent(there, modulus); });
+  if (by_cases) return *by_cases;
   std::string key;
   for (const int sign : {1, -1}) {
     Sum reduced;

@@ -1,6 +1,7 @@
 /// \file
 /// Values of floating-point numbers: words that are their encodings, of NaN always the same one. What only
-/// looks at the encoding is understood; the other operators stand for anything.
+/// looks at the encoding is understood, and what an operator makes of some constants; otherwise the operators
+/// stand for anything.
 #include <algorithm>
 
 #include "replay/term_values.h"
@@ -39,33 +40,117 @@ TermValues::Word TermValues::float_word(const TraceSort& format, const Bits& bit
   return words_.choice(nan, words_.constant(encoded, bits.size()), words_.word(bits));
 }
 
+/// The same for a constant.
+TermValues::Word TermValues::float_constant(const TraceSort& format, mpz_class encoded) {
+  const mpz_class infinity = ((mpz_class(1) << format.width) - 1) << (format.significand - 1);
+  const mpz_class fraction = (mpz_class(1) << (format.significand - 1)) - 1;
+  if ((encoded & infinity) == infinity && (encoded & fraction) != 0) encoded = infinity + 1;
+  return words_.constant(encoded, format.width + format.significand);
+}
+
+TermValues::Word TermValues::negated_float(const TraceSort& format, Word a, Bit if_so) {
+  Bits bits = words_.bits(a);
+  bits.back() = graph_.parity(bits.back(), graph_.both(if_so, encoding(format, a).nan ^ 1U));
+  return words_.word(std::move(bits));
+}
+
 /// Floating-point numbers that are the encoding of another one, or almost; a difference is a sum.
 std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
+  if (const auto known = evaluated(e)) return known;
   const TraceSort& format = terms_.sort(e.sort);
   const std::size_t n = e.args.size();
   const bool of_words =
       std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); });
   if (n == 1 && of_words && e.op == "to_fp") return float_word(format, words_.bits(argument(e, 0)));
-  if (n == 1 && (e.op == "fp.neg" || e.op == "fp.abs")) {
+  if (n == 1 && e.op == "fp.neg") return negated_float(format, argument(e, 0), BitGraph::yes);
+  if (n == 1 && e.op == "fp.abs") {
     Bits bits = words_.bits(argument(e, 0));
-    bits.back() = e.op == "fp.abs" ? BitGraph::no : bits.back() ^ 1U;
-    return float_word(format, bits);
+    bits.back() = BitGraph::no;
+    return words_.word(std::move(bits));
   }
+  if (e.op == "fp.min" || e.op == "fp.max") return extremum(e, format);
+  if (const auto known = float_with_constant(e, format)) return known;
+  if (e.op == "fp.roundToIntegral") return rounded_float(e, format);
   if (n != 3 || (e.op != "fp.add" && e.op != "fp.sub" && e.op != "fp.mul")) return std::nullopt;
-  Expression sum = e;
   Word b = argument(e, 2);
-  if (e.op == "fp.sub") {
-    sum.op = "fp.add";
-    Bits bits = words_.bits(b);
-    bits.back() ^= 1U;
-    b = float_word(format, bits);
+  if (e.op == "fp.sub") b = negated_float(format, b, BitGraph::yes);
+  return commuted_float(e, e.op == "fp.sub" ? "fp.add" : e.op, argument(e, 1), b);
+}
+
+/// Nothing is done with NaN, and multiplying or dividing by 1 or -1 is exact.
+std::optional<TermValues::Value> TermValues::float_with_constant(const Expression& e,
+                                                                 const TraceSort& format) {
+  if (!e.op.starts_with("fp.")) return std::nullopt;
+  const mpz_class one = ((mpz_class(1) << (format.width - 1)) - 1) << (format.significand - 1);
+  const mpz_class sign = mpz_class(1) << (format.width + format.significand - 1);
+  for (std::size_t i = 0; i < e.args.size(); ++i) {
+    const Id arg = static_cast<Id>(e.args[i]);
+    if (!is_float(terms_.term(arg))) continue;
+    const auto value = words_.number(argument(e, i));
+    if (!value) continue;
+    const Word constant = argument(e, i);
+    if (encoding(format, constant).nan == BitGraph::yes) return constant;
+    const bool scales = e.args.size() == 3 && (e.op == "fp.mul" || (e.op == "fp.div" && i == 2));
+    if (!scales || (*value != one && *value != one + sign)) continue;
+    return negated_float(format, argument(e, 3 - i), *value == one ? BitGraph::no : BitGraph::yes);
   }
-  const Word a = argument(e, 1);
+  return std::nullopt;
+}
+
+/// An operator of a rounding mode and two numbers whose order does not matter.
+TermValues::Value TermValues::commuted_float(const Expression& e, const std::string& op, Word a, Word b) {
+  Expression commutative = e;
+  commutative.op = op;
   Thing t;
-  t.op = operator_key(sum);
+  t.op = operator_key(commutative);
   t.args = {
       {argument(e, 0), is_word(static_cast<Id>(e.args[0]))}, {std::min(a, b), true}, {std::max(a, b), true}};
   return application(std::move(t), e);
+}
+
+/// What is an integer already, infinite or no number stays. Where the largest number is an integer, others do
+/// not become infinite.
+TermValues::Value TermValues::rounded_float(const Expression& e, const TraceSort& format) {
+  const Word a = argument(e, 1);
+  if (integral_.contains(a)) return a;
+  const Encoding x = encoding(format, a);
+  Thing t;
+  t.op = operator_key(e);
+  t.args = {{argument(e, 0), is_word(static_cast<Id>(e.args[0]))}, {a, true}};
+  Word rounded = application(std::move(t), e);
+  const bool stays_finite = format.width > 64 || (std::size_t{1} << (format.width - 1)) >= format.significand;
+  if (stays_finite) {
+    const Encoding y = encoding(format, rounded);
+    const Word zero = words_.constant(0, words_.width(a));
+    rounded = words_.choice(graph_.either(y.nan, y.infinite), zero, rounded);
+  }
+  return *integral_.insert(words_.choice(graph_.either(x.nan, graph_.either(x.infinite, x.zero)), a, rounded))
+              .first;
+}
+
+/// The smaller or the larger of two numbers; which of two zeros it is is open, of a number and NaN it is the
+/// number.
+TermValues::Value TermValues::extremum(const Expression& e, const TraceSort& format) {
+  const Word a = argument(e, 0), b = argument(e, 1);
+  const Encoding x = encoding(format, a), y = encoding(format, b);
+  const Bit is_first = e.op == "fp.min" ? float_less(format, a, b, false) : float_less(format, b, a, false);
+  const Bit is_open = graph_.both(graph_.both(x.zero, y.zero), words_.equal(a, b) ^ 1U);
+  Thing t;
+  t.op = operator_key(e);
+  t.args = {{a, true}, {b, true}};
+  const Word zero = is_open == BitGraph::no ? a : application(std::move(t), e);
+  const Word of_numbers = words_.choice(is_open, zero, words_.choice(is_first, a, b));
+  return words_.choice(x.nan, b, words_.choice(y.nan, a, of_numbers));
+}
+
+/// Encodings of negative numbers are in the opposite order. Both zeros are equal.
+BitGraph::Bit TermValues::float_less(const TraceSort& format, Word a, Word b, bool or_equal) {
+  const Encoding x = encoding(format, a), y = encoding(format, b);
+  const Bit numbers = graph_.both(x.nan ^ 1U, y.nan ^ 1U), zeros = graph_.both(x.zero, y.zero);
+  const Bit up = words_.less(a, b, or_equal, false), down = words_.less(b, a, or_equal, false);
+  const Bit by_sign =
+      graph_.choice(x.sign, graph_.choice(y.sign, down, BitGraph::yes), graph_.both(y.sign ^ 1U, up));
+  return graph_.both(numbers, graph_.choice(zeros, or_equal ? BitGraph::yes : BitGraph::no, by_sign));
 }
 
 std::optional<BitGraph::Bit> TermValues::float_truth(const Expression& e) {
@@ -82,17 +167,13 @@ std::optional<BitGraph::Bit> TermValues::float_truth(const Expression& e) {
     if (e.op == "fp.isPositive") return graph_.both(x.nan ^ 1U, x.sign ^ 1U);
     return std::nullopt;
   }
-  if (e.args.size() != 2 || (e.op != "fp.eq" && e.op != "fp.lt" && e.op != "fp.leq")) return std::nullopt;
+  if (e.args.size() != 2) return std::nullopt;
   const Word b = argument(e, 1);
+  if (e.op == "fp.lt" || e.op == "fp.leq") return float_less(format, a, b, e.op == "fp.leq");
+  if (e.op != "fp.eq") return std::nullopt;
   const Encoding y = encoding(format, b);
   const Bit numbers = graph_.both(x.nan ^ 1U, y.nan ^ 1U), zeros = graph_.both(x.zero, y.zero);
-  if (e.op == "fp.eq") return graph_.both(numbers, graph_.either(zeros, words_.equal(a, b)));
-  // Encodings of negative numbers are in the opposite order. Both zeros are equal.
-  const bool or_equal = e.op == "fp.leq";
-  const Bit up = words_.less(a, b, or_equal, false), down = words_.less(b, a, or_equal, false);
-  const Bit by_sign =
-      graph_.choice(x.sign, graph_.choice(y.sign, down, BitGraph::yes), graph_.both(y.sign ^ 1U, up));
-  return graph_.both(numbers, graph_.choice(zeros, or_equal ? BitGraph::yes : BitGraph::no, by_sign));
+  return graph_.both(numbers, graph_.either(zeros, words_.equal(a, b)));
 }
 
 }  // namespace quarv::cli

@@ -104,6 +104,12 @@ std::optional<TermValues::Value> TermValues::number(const Expression& e) {
   }
   if (e.op == "to_real" && n == 1) return argument(e, 0);
   if (e.op == "to_int" && n == 1) return floor(arg(0));
+  if (e.op == "abs" && n == 1) {
+    const Sum x = arg(0);
+    Sum negated;
+    add(negated, x, -1);
+    return choice(compare(negated, false), number(x), number(negated));
+  }
   if (e.op == "*" && n == 2) return product(arg(0), arg(1));
   const bool divides = n == 2 && arg(1).coefficients.empty() && arg(1).constant != 0;
   if (!divides) return std::nullopt;
@@ -164,8 +170,40 @@ TermValues::Value TermValues::factors(Value a, Value b) {
   return thing(std::move(t), key);
 }
 
+/// The integer part of (n + floor(s)) / m is that of (n + s) / m, for integers n and m.
+void TermValues::open_floor(Sum& sum) const {
+  mpz_class divisor = 1;
+  for (const auto& [part, c] : sum.coefficients) divisor = lcm(divisor, c.get_den());
+  divisor = lcm(divisor, sum.constant.get_den());
+  const auto is_integer = [this](const auto& c) { return at(c.first).is_integer; };
+  if (divisor == 1 || !std::ranges::all_of(sum.coefficients, is_integer)) return;
+  for (const auto& [part, c] : sum.coefficients) {
+    const Thing& t = at(part);
+    if (t.op != floor_key || c * divisor != 1) continue;
+    const Sum inner = sum_of(found(t.args[0].first));
+    const mpq_class factor = c;
+    sum.coefficients.erase(part);
+    add(sum, inner, factor);
+    return;
+  }
+}
+
 /// The integer part without what is an integer anyway.
-TermValues::Value TermValues::floor(const Sum& sum) {
+TermValues::Value TermValues::floor(Sum sum) {
+  open_floor(sum);
+  for (const auto& [part, c] : sum.coefficients) {
+    const Thing& t = at(part);
+    if (t.kind != Thing::choice || (t.is_integer && c.get_den() == 1) || budget_ < t.cases.size()) continue;
+    budget_ -= t.cases.size();
+    std::vector<Case> cases = t.cases;
+    for (auto& [leaf, condition] : cases) {
+      Sum there = sum;
+      there.coefficients.erase(part);
+      add(there, sum_of(found(leaf)), c);
+      leaf = floor(std::move(there));
+    }
+    return choice(std::move(cases));
+  }
   Sum whole, rest;
   for (const auto& [part, c] : sum.coefficients) {
     const mpz_class times = at(part).is_integer ? floor_of(c) : mpz_class(0);
@@ -176,7 +214,7 @@ TermValues::Value TermValues::floor(const Sum& sum) {
   rest.constant = sum.constant - whole.constant;
   if (rest.coefficients.empty()) return number(whole);
   Thing t;
-  t.op = "integer part";
+  t.op = floor_key;
   t.is_number = t.is_integer = true;
   t.args.emplace_back(number(rest), false);
   const Value v = thing(std::move(t), "floor " + text(rest));

@@ -1,5 +1,5 @@
 /// \file
-/// Values that do not consist of bits: choices between such, arrays, equations.
+/// Values that do not consist of bits: choices between such, equations.
 #include <algorithm>
 
 #include "replay/term_values.h"
@@ -8,7 +8,7 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr std::size_t most_leaves = 24, most_writes = 1000, most_open_writes = 16, most_moves = 64;
+constexpr std::size_t most_leaves = 24;
 
 }  // namespace
 
@@ -99,74 +99,6 @@ BitGraph::Bit TermValues::atom(Atom says, const std::string& key) {
     atoms_.emplace(known->second >> 1, std::move(says));
   }
   return graph_.find(known->second);
-}
-
-// Arrays.
-
-bool TermValues::is_store(Value v) const {
-  return at(v).kind == Thing::application && at(v).op.starts_with(store_key) && at(v).args.size() == 3;
-}
-
-std::optional<TermValues::Value> TermValues::array(const Expression& e) {
-  const auto arg = [&](std::size_t i) {
-    return Argument(argument(e, i), is_word(static_cast<Id>(e.args[i])));
-  };
-  if (e.op == "select" && e.args.size() == 2) return read(arg(0).first, arg(1), e);
-  if (e.op == "store" && e.args.size() == 3) return stored(arg(0).first, arg(1), arg(2), e);
-  return std::nullopt;
-}
-
-/// What is written last counts. Between writes to other indices the order is always the same.
-TermValues::Value TermValues::stored(Value array, Argument index, Argument element, const Expression& e) {
-  const std::string op = operator_key(e);
-  std::vector<std::pair<Argument, Argument>> later;
-  for (std::size_t moves = 0; is_store(array) && moves < most_moves; ++moves) {
-    const Argument other = at(array).args[1];
-    const Bit same = equal(index, other);
-    if (same == BitGraph::yes) {
-      array = found(at(array).args[0].first);
-      break;
-    }
-    if (same != BitGraph::no || other < index) break;
-    later.emplace_back(other, at(array).args[2]);
-    array = found(at(array).args[0].first);
-  }
-  later.emplace_back(index, element);
-  for (; !later.empty(); later.pop_back()) {
-    Thing t;
-    t.op = op;
-    t.args = {{array, false}, later.back().first, later.back().second};
-    array = application(std::move(t), e);
-  }
-  return array;
-}
-
-TermValues::Value TermValues::read(Value array, Argument index, const Expression& e) {
-  std::vector<std::pair<Bit, Value>> maybe;
-  std::optional<Value> rest;
-  for (std::size_t writes = 0; is_store(array) && writes < most_writes; ++writes) {
-    const Bit same = equal(index, at(array).args[1]);
-    const Argument element = at(array).args[2];
-    if (same == BitGraph::yes) rest = current(element.first, element.second);
-    if (rest || (same != BitGraph::no && maybe.size() >= most_open_writes)) break;
-    if (same != BitGraph::no) maybe.emplace_back(same, current(element.first, element.second));
-    array = found(at(array).args[0].first);
-  }
-  const Thing& base = at(array);
-  if (!rest && base.kind == Thing::application && base.op.starts_with(const_key) && base.args.size() == 1) {
-    rest = current(base.args[0].first, base.args[0].second);
-  }
-  if (!rest) {
-    Thing t;
-    t.op = operator_key(e);
-    t.args = {{array, false}, index};
-    rest = application(std::move(t), e);
-  }
-  for (; !maybe.empty(); maybe.pop_back()) {
-    const auto [same, element] = maybe.back();
-    rest = is_word(e) ? words_.choice(same, element, *rest) : choice(same, element, *rest);
-  }
-  return *rest;
 }
 
 }  // namespace quarv::cli

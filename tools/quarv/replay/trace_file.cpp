@@ -232,6 +232,7 @@ Expression TraceFile::read_expression(const Json& line) const {
     constexpr std::uint64_t most_copies = std::uint64_t{1} << 32;
     if (line.contains("copy")) e.copy = read_number(line.at("copy"));
     if (line.contains("parameter")) e.copy = most_copies + read_number(line.at("parameter"));
+    if (line.contains("variable")) e.copy = 2 * most_copies + read_number(line.at("variable"));
   } else {
     e.op = line.at("op").string();
     std::vector<std::string> words = indexed_words(e.op);

@@ -69,6 +69,14 @@ Id TraceTerms::own_variable(std::size_t sort, std::size_t depth, std::size_t num
   return add(std::move(e));
 }
 
+Id TraceTerms::any_read(std::size_t array_sort) {
+  Expression e;
+  e.op = "select";
+  e.sort = sorts_[array_sort].args[1];
+  e.args = {own_variable(array_sort, 0, 0), own_variable(sorts_[array_sort].args[0], 0, 0)};
+  return add(std::move(e));
+}
+
 void TraceTerms::change(Id id, std::unordered_map<Id, Id>& changed) {
   std::vector<Id> args(terms_[id].args.begin(), terms_[id].args.end());
   bool same = true;

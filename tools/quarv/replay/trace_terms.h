@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -51,6 +52,11 @@ class TraceTerms {
   /// any.
   Id with_args(Id id, const std::vector<Id>& args, const std::vector<Id>& variables = {});
 
+  /// A term that no trace need have; arguments, variables and sort as they are numbered here.
+  Id entered(Expression e) { return add(std::move(e)); }
+  /// A read of an array of this sort.
+  Id any_read(std::size_t array_sort);
+
   /// A variable that no trace has; each depth and number has its own.
   Id own_variable(std::size_t sort, std::size_t depth, std::size_t number);
   bool is_own_variable(Id id) const {
@@ -66,7 +72,7 @@ class TraceTerms {
  private:
   Id add(Expression e);
 
-  std::vector<Expression> terms_;
+  std::deque<Expression> terms_;  // they stay where they are
   std::unordered_map<std::string, Id> ids_;
   std::vector<TraceSort> sorts_;
   std::vector<std::string> sort_texts_;

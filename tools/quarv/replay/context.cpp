@@ -1,0 +1,115 @@
+#include "replay/context.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+namespace quarv::cli {
+
+namespace {
+
+using Id = TraceTerms::Id;
+
+constexpr std::size_t most_in_context = 24;
+
+/// What a condition says: that one term is another.
+struct Fact {
+  Id term, value;
+};
+
+bool is_operation(const Expression& e, std::string_view op, std::size_t arity) {
+  return e.kind == Expression::operation && e.op == op && e.args.size() == arity;
+}
+
+Id truth(TraceTerms& terms, bool value, std::size_t sort) {
+  Expression e;
+  e.op = value ? "true" : "false";
+  e.sort = sort;
+  return terms.entered(std::move(e));
+}
+
+bool is_literal(const Expression& e) {
+  return e.kind == Expression::value;
+}
+
+/// A term that cannot be taken apart stands for what replaces it.
+bool is_constant(const Expression& e) {
+  return e.kind == Expression::function && e.args.empty();
+}
+
+bool is_number(const TraceTerms& terms, Id id) {
+  const TraceSort::Kind kind = terms.sort_of(id).kind;
+  return kind == TraceSort::integer || kind == TraceSort::real;
+}
+
+/// What follows if the condition holds, or if it does not.
+std::optional<Fact> fact(TraceTerms& terms, Id condition, bool holds) {
+  while (is_operation(terms.term(condition), "not", 1)) {
+    condition = static_cast<Id>(terms.term(condition).args[0]);
+    holds = !holds;
+  }
+  const Expression& e = terms.term(condition);
+  if (holds && is_operation(e, "=", 2)) {
+    for (const std::size_t i : {0, 1}) {
+      const Id x = static_cast<Id>(e.args[i]), value = static_cast<Id>(e.args[1 - i]);
+      const bool fits = terms.term(x).sort == terms.term(value).sort || is_number(terms, x);
+      if (fits && is_constant(terms.term(x)) && is_literal(terms.term(value))) return Fact{x, value};
+    }
+  }
+  const bool is_truth_value = e.kind == Expression::operation && e.args.empty();
+  return is_truth_value ? std::nullopt : std::optional(Fact{condition, truth(terms, holds, e.sort)});
+}
+
+/// Where a fact speaks of a variable that a quantifier within binds, nothing is known of it there.
+bool may_be_put(const TraceTerms& terms, const Fact& f, Id in) {
+  const std::vector<Id> spoken_of = in_post_order(terms, f.term);
+  return std::ranges::none_of(in_post_order(terms, in), [&](Id id) {
+    return std::ranges::any_of(terms.term(id).variables, [&](TermName v) {
+      return std::ranges::find(spoken_of, static_cast<Id>(v)) != spoken_of.end();
+    });
+  });
+}
+
+void put(TraceTerms& terms, const std::optional<Fact>& f, Id& in) {
+  if (f && in != f->term && may_be_put(terms, *f, in)) in = terms.replaced(in, f->term, f->value);
+}
+
+/// The operands of a chain in their order.
+std::vector<Id> operands(const TraceTerms& terms, Id root, const std::string& op) {
+  std::vector<Id> all, open{root};
+  while (!open.empty()) {
+    const Id id = open.back();
+    open.pop_back();
+    const Expression& e = terms.term(id);
+    const bool fits = all.size() + open.size() + e.args.size() <= most_in_context;
+    if (e.kind == Expression::operation && e.op == op && fits) {
+      for (auto arg = e.args.rbegin(); arg != e.args.rend(); ++arg) open.push_back(static_cast<Id>(*arg));
+    } else {
+      all.push_back(id);
+    }
+  }
+  return all;
+}
+
+}  // namespace
+
+Id in_context(TraceTerms& terms, Id id) {
+  const Expression e = terms.term(id);
+  if (is_operation(e, "ite", 3)) {
+    std::vector<Id> args(e.args.begin(), e.args.end());
+    put(terms, fact(terms, args[0], true), args[1]);
+    put(terms, fact(terms, args[0], false), args[2]);
+    return terms.with_args(id, args);
+  }
+  if (e.kind != Expression::operation || (e.op != "and" && e.op != "or")) return id;
+  std::vector<Id> all = operands(terms, id, e.op);
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const auto known = fact(terms, all[i], e.op == "and");
+    for (std::size_t k = 0; k < all.size(); ++k) {
+      if (k != i) put(terms, known, all[k]);
+    }
+  }
+  return terms.with_args(id, all);
+}
+
+}  // namespace quarv::cli

@@ -1,0 +1,325 @@
+#include "replay/quantifier_elimination.h"
+
+#include <algorithm>
+#include <string>
+
+namespace quarv::cli {
+
+namespace {
+
+using Id = TraceTerms::Id;
+
+constexpr std::size_t most_operands = 64, most_summands = 64;
+
+bool contains(const std::vector<Id>& variables, Id id) {
+  return std::ranges::find(variables, id) != variables.end();
+}
+
+}  // namespace
+
+bool QuantifierElimination::is_quantifier(Id id) const {
+  const Expression& e = terms_.term(id);
+  return !e.variables.empty() && e.args.size() == 1 && (e.op == "forall" || e.op == "exists");
+}
+
+bool QuantifierElimination::is_operation(Id id, std::string_view op, std::size_t arity) const {
+  const Expression& e = terms_.term(id);
+  return e.kind == Expression::operation && e.op == op && e.args.size() == arity;
+}
+
+std::optional<Id> QuantifierElimination::simpler(Id id) {
+  if (!is_quantifier(id) || has_own_variables(id) || !asked_.insert(id).second) return std::nullopt;
+  const auto known = known_.find(id);
+  return known != known_.end() ? std::optional(known->second) : without_inner(id);
+}
+
+/// It has been looked at.
+bool QuantifierElimination::has_own_variables(Id quantifier) const {
+  return terms_.is_own_variable(static_cast<Id>(terms_.term(quantifier).variables[0]));
+}
+
+/// The innermost first, so that those around them see what has become of them.
+std::optional<Id> QuantifierElimination::without_inner(Id root) {
+  std::unordered_map<Id, Id> changed;
+  for (const Id id : in_post_order(terms_, root)) {
+    if (effort_left_ == 0) return std::nullopt;
+    --effort_left_;
+    const auto known = known_.find(id);
+    if (known != known_.end()) {
+      changed.emplace(id, known->second);
+      continue;
+    }
+    terms_.change(id, changed);
+    const auto now = changed.find(id);
+    const Id current = now == changed.end() ? id : now->second;
+    if (!is_quantifier(current) || has_own_variables(current)) continue;
+    const Id result = eliminated(current);
+    if (effort_left_ == 0) return std::nullopt;
+    changed[id] = result;
+    known_[id] = result;
+  }
+  const auto result = changed.find(root);
+  return result == changed.end() ? std::nullopt : std::optional(result->second);
+}
+
+/// What does not speak of the variables stands outside, so that it does not count for their names.
+Id QuantifierElimination::eliminated(Id id) {
+  const Expression quantifier = terms_.term(id);
+  Formula f = opened(quantifier);
+  while (remove_one(f)) continue;
+  if (is_unbounded(f)) return truth(!f.for_all, quantifier.sort);
+  const auto outside = std::ranges::stable_partition(f.operands, [&](Id operand) {
+    return std::ranges::any_of(f.variables, [&](Id v) { return occurs(v, operand); });
+  });
+  std::vector<Id> all(outside.begin(), outside.end());
+  f.operands.erase(outside.begin(), outside.end());
+  if (!f.operands.empty()) all.insert(all.begin(), renamed(closed(f, quantifier)));
+  return joined(all, f.for_all, quantifier.sort);
+}
+
+/// Annotations say nothing, and of a negated conjunction the operands are those of a disjunction.
+QuantifierElimination::Formula QuantifierElimination::opened(const Expression& quantifier) const {
+  Formula f{quantifier.op == "forall", {}, {}};
+  for (const TermName v : quantifier.variables) f.variables.push_back(static_cast<Id>(v));
+  std::vector<Id> open{static_cast<Id>(quantifier.args[0])};
+  while (!open.empty()) {
+    const Id id = open.back();
+    open.pop_back();
+    const Expression& e = terms_.term(id);
+    const bool fits = f.operands.size() + open.size() + e.args.size() <= most_operands;
+    if (e.kind == Expression::operation && e.op == "!" && !e.args.empty()) {
+      open.push_back(static_cast<Id>(e.args[0]));
+    } else if (e.kind == Expression::operation && e.op == (f.for_all ? "or" : "and") && fits) {
+      for (auto arg = e.args.rbegin(); arg != e.args.rend(); ++arg) open.push_back(static_cast<Id>(*arg));
+    } else {
+      f.operands.push_back(id);
+    }
+  }
+  return f;
+}
+
+/// Together again, with the variables that are left.
+Id QuantifierElimination::closed(const Formula& f, const Expression& quantifier) {
+  const Id body = joined(f.operands, f.for_all, quantifier.sort);
+  if (f.variables.empty()) return body;
+  Expression e = quantifier;
+  e.variables.assign(f.variables.begin(), f.variables.end());
+  e.args = {body};
+  return terms_.entered(std::move(e));
+}
+
+Id QuantifierElimination::joined(const std::vector<Id>& operands, bool by_or, std::size_t sort) {
+  if (operands.empty()) return truth(!by_or, sort);
+  if (operands.size() == 1) return operands[0];
+  Expression e;
+  e.op = by_or ? "or" : "and";
+  e.sort = sort;
+  e.args.assign(operands.begin(), operands.end());
+  return terms_.entered(std::move(e));
+}
+
+/// Removes a variable that does not occur, or one of which an operand says all.
+bool QuantifierElimination::remove_one(Formula& f) {
+  for (auto v = f.variables.begin(); v != f.variables.end(); ++v) {
+    const bool used = std::ranges::any_of(f.operands, [&](Id operand) { return occurs(*v, operand); });
+    if (used) continue;
+    f.variables.erase(v);
+    return true;
+  }
+  for (std::size_t i = 0; i < f.operands.size(); ++i) {
+    const auto point = one_point(f, f.operands[i]);
+    if (!point) continue;
+    const bool may = std::ranges::all_of(f.operands, [&](const Id& operand) {
+      return &operand == &f.operands[i] || may_be_put(point->value, point->variable, operand);
+    });
+    if (!may || effort_left_ == 0) continue;
+    f.operands.erase(f.operands.begin() + static_cast<std::ptrdiff_t>(i));
+    for (Id& operand : f.operands) operand = terms_.replaced(operand, point->variable, point->value);
+    std::erase(f.variables, point->variable);
+    return true;
+  }
+  return false;
+}
+
+/// What an operand says of a variable: of it holds `x = t`, or `x`, or `not x`. Under `forall` nothing needs
+/// to be shown where it does not.
+std::optional<QuantifierElimination::OnePoint> QuantifierElimination::one_point(const Formula& f,
+                                                                                Id operand) {
+  const bool negated = is_operation(operand, "not", 1);
+  const Id atom = negated ? static_cast<Id>(terms_.term(operand).args[0]) : operand;
+  const Expression& e = terms_.term(atom);
+  if (contains(f.variables, atom)) return OnePoint{atom, truth(negated == f.for_all, e.sort)};
+  if (negated != f.for_all || !is_operation(atom, "=", 2)) return std::nullopt;
+  for (const int side : {0, 1}) {
+    const Id x = static_cast<Id>(e.args[static_cast<std::size_t>(side)]);
+    const Id value = static_cast<Id>(e.args[static_cast<std::size_t>(1 - side)]);
+    const bool same_sort = terms_.term(x).sort == terms_.term(value).sort;
+    if (same_sort && contains(f.variables, x) && !occurs(x, value)) return OnePoint{x, value};
+  }
+  return solved(f, e);
+}
+
+/// The last variable for which a linear equation can be solved.
+std::optional<QuantifierElimination::OnePoint> QuantifierElimination::solved(const Formula& f,
+                                                                             const Expression& equation) {
+  const auto sum = difference(equation);
+  if (!sum) return std::nullopt;
+  for (auto v = f.variables.rbegin(); v != f.variables.rend(); ++v) {
+    const auto found = sum->coefficients.find(*v);
+    if (found == sum->coefficients.end() || !is_single(*sum, *v)) continue;
+    Sum value;
+    for (const auto& [part, c] : sum->coefficients) {
+      if (part != *v) value.coefficients[part] = -c / found->second;
+    }
+    value.constant = -sum->constant / found->second;
+    const bool of_integers = terms_.sort_of(*v).kind == TraceSort::integer;
+    const bool integral =
+        value.constant.get_den() == 1 && std::ranges::all_of(value.coefficients, [&](const auto& c) {
+          return c.second.get_den() == 1 && terms_.sort_of(c.first).kind == TraceSort::integer;
+        });
+    if (!of_integers || integral) return OnePoint{*v, term(value, terms_.term(*v).sort)};
+  }
+  return std::nullopt;
+}
+
+/// Numbers have no bounds: a linear inequality holds for some values of a variable that occurs in it once,
+/// and does not hold for others.
+bool QuantifierElimination::is_unbounded(const Formula& f) const {
+  if (f.operands.size() != 1) return false;
+  const Id operand = f.operands[0];
+  const Id atom = is_operation(operand, "not", 1) ? static_cast<Id>(terms_.term(operand).args[0]) : operand;
+  if (!is_operation(atom, "<=", 2)) return false;
+  const auto sum = difference(terms_.term(atom));
+  return sum && std::ranges::any_of(
+                    f.variables, [&](Id v) { return sum->coefficients.contains(v) && is_single(*sum, v); });
+}
+
+// Linear combinations.
+// ------------------------------------------------------------------------------------------------------------
+
+bool QuantifierElimination::add(Id root, const mpq_class& factor, Sum& sum) const {
+  std::vector<std::pair<Id, mpq_class>> open{{root, factor}};
+  for (std::size_t steps = 0; !open.empty(); ++steps) {
+    if (steps == most_summands) return false;
+    const auto [id, c] = open.back();
+    open.pop_back();
+    const Expression& e = terms_.term(id);
+    const auto number = [&](std::size_t i) { return terms_.term(static_cast<Id>(e.args[i])); };
+    if (e.kind == Expression::value) {
+      sum.constant += c * e.number;
+    } else if (e.kind == Expression::operation && e.op == "+" && !e.args.empty()) {
+      for (const TermName arg : e.args) open.emplace_back(static_cast<Id>(arg), c);
+    } else if (is_operation(id, "*", 2) && number(0).kind == Expression::value) {
+      open.emplace_back(static_cast<Id>(e.args[1]), c * number(0).number);
+    } else if (is_operation(id, "to_real", 1)) {
+      open.emplace_back(static_cast<Id>(e.args[0]), c);
+    } else {
+      sum.coefficients[id] += c;
+    }
+  }
+  return true;
+}
+
+/// The left-hand side less the right-hand side, of numbers.
+std::optional<QuantifierElimination::Sum> QuantifierElimination::difference(
+    const Expression& relation) const {
+  const TraceSort::Kind kind = terms_.sort_of(static_cast<Id>(relation.args[0])).kind;
+  Sum sum;
+  if (kind != TraceSort::integer && kind != TraceSort::real) return std::nullopt;
+  if (!add(static_cast<Id>(relation.args[0]), 1, sum) || !add(static_cast<Id>(relation.args[1]), -1, sum))
+    return std::nullopt;
+  std::erase_if(sum.coefficients, [](const auto& c) { return c.second == 0; });
+  return sum;
+}
+
+/// The variable occurs in no other summand.
+bool QuantifierElimination::is_single(const Sum& sum, Id variable) const {
+  return std::ranges::all_of(
+      sum.coefficients, [&](const auto& c) { return c.first == variable || !occurs(variable, c.first); });
+}
+
+Id QuantifierElimination::term(const Sum& sum, std::size_t sort) {
+  const auto operation = [&](std::string op, std::vector<TermName> args) {
+    Expression e;
+    e.op = std::move(op);
+    e.sort = sort;
+    e.args = std::move(args);
+    return terms_.entered(std::move(e));
+  };
+  const auto number = [&](const mpq_class& value) {
+    Expression e;
+    e.kind = Expression::value;
+    e.sort = sort;
+    e.number = value;
+    return terms_.entered(std::move(e));
+  };
+  std::vector<TermName> summands;
+  for (const auto& [part, c] : sum.coefficients) {
+    summands.push_back(c == 1 ? TermName{part} : TermName{operation("*", {number(c), part})});
+  }
+  if (sum.constant != 0 || summands.empty()) summands.push_back(number(sum.constant));
+  return summands.size() == 1 ? static_cast<Id>(summands[0]) : operation("+", std::move(summands));
+}
+
+// Variables.
+// ----------------------------------------------------------------------------------------------------------------
+
+bool QuantifierElimination::occurs(Id variable, Id in) const {
+  const std::vector<Id> parts = in_post_order(terms_, in);
+  effort_left_ -= std::min(effort_left_, parts.size());
+  return effort_left_ == 0 || contains(parts, variable);
+}
+
+/// Whether no quantifier within binds the variable, or one that the value speaks of.
+bool QuantifierElimination::may_be_put(Id value, Id variable, Id in) const {
+  const std::vector<Id> parts = in_post_order(terms_, in), spoken_of = in_post_order(terms_, value);
+  effort_left_ -= std::min(effort_left_, parts.size() + spoken_of.size());
+  return std::ranges::none_of(parts, [&](Id id) {
+    return std::ranges::any_of(terms_.term(id).variables, [&](TermName v) {
+      return v == variable || contains(spoken_of, static_cast<Id>(v));
+    });
+  });
+}
+
+Id QuantifierElimination::truth(bool value, std::size_t sort) {
+  Expression e;
+  e.op = value ? "true" : "false";
+  e.sort = sort;
+  return terms_.entered(std::move(e));
+}
+
+/// The variables by how deep quantifiers are nested below, and by their places.
+Id QuantifierElimination::renamed(Id id) {
+  if (!is_quantifier(id)) return id;
+  const Expression e = terms_.term(id);
+  const Id body = static_cast<Id>(e.args[0]);
+  std::size_t depth = 0;
+  for (const Id part : in_post_order(terms_, body)) {
+    if (is_quantifier(part)) {
+      const Expression& variable = terms_.term(static_cast<Id>(terms_.term(part).variables[0]));
+      if (variable.indices.empty()) return id;
+      depth = std::max<std::size_t>(depth, std::stoul(variable.indices[0]));
+    }
+  }
+  std::unordered_map<Id, Id> changed;
+  std::vector<Id> variables;
+  for (const TermName v : e.variables) {
+    variables.push_back(
+        terms_.own_variable(terms_.term(static_cast<Id>(v)).sort, depth + 1, variables.size()));
+    changed.emplace(static_cast<Id>(v), variables.back());
+  }
+  // A quantifier that binds a variable twice is none that a script can have.
+  if (changed.size() != e.variables.size()) return id;
+  for (const Id part : in_post_order(terms_, body)) {
+    const bool binds_one = std::ranges::any_of(
+        terms_.term(part).variables, [&](TermName v) { return changed.contains(static_cast<Id>(v)); });
+    if (binds_one) return id;
+  }
+  for (const Id part : in_post_order(terms_, body)) {
+    if (!changed.contains(part)) terms_.change(part, changed);
+  }
+  const auto now = changed.find(body);
+  return terms_.with_args(id, {now == changed.end() ? body : now->second}, variables);
+}
+
+}  // namespace quarv::cli
