@@ -525,7 +525,7 @@ TEST_F(Replay, KnowsSumsThatCameToBeOverIntegers) {
 #ifndef __SANITIZE_ADDRESS__  // under which the effort takes minutes
 TEST_F(Replay, EndsWhenTheEffortIsUsedUp) {
   std::string chain = "(declare-const x Int)\n(define-fun s0 () Int x)\n";
-  constexpr int num_levels = 120;
+  constexpr int num_levels = 90;
   for (int i = 1; i <= num_levels; ++i) {
     const std::string before = "s" + std::to_string(i - 1), n = std::to_string(i);
     chain +=

@@ -49,20 +49,34 @@ class Findings {
     out << fmt::format("{} steps: {} justified, {} not justified", all_.justified + all_.not_justified,
                        all_.justified, all_.not_justified);
     if (num_refused_ != 0) out << fmt::format("; {} lines make no sense", num_refused_);
-    if (values.is_exhausted()) out << "; the effort for proofs was used up";
+    if (is_exhausted()) out << "; the effort for proofs was used up";
     out << '\n';
     for (const auto& [kind, c] : by_kind_) {
       if (c.not_justified == 0) continue;
       out << fmt::format("  {}: {} justified, {} not justified\n", kind, c.justified, c.not_justified);
     }
   }
+  /// Where the effort for proofs about whole terms is used up, only what is near counts.
+  bool have_equal_values(TraceTerms::Id a, TraceTerms::Id b) {
+    constexpr std::size_t most_attempts = 4;
+    const bool equal = values_->are_equal(a, b);
+    if (equal || !values_->is_exhausted() || num_attempts_ == most_attempts) return equal;
+    ++num_attempts_;
+    values_ = TermValues::of_nearest_terms(terms);
+    return values_->are_equal(a, b);
+  }
+  void learn(TraceTerms::Id a, TraceTerms::Id b) { values_->learn(a, b); }
+  TermValues& values() { return *values_; }
+  bool is_exhausted() const { return values_->is_exhausted(); }
   bool all_justified() const { return all_.not_justified + num_refused_ == 0; }
 
   TraceTerms terms;
   TermClosure closure{terms};  // of the steps that are justified
-  TermValues values{terms};
 
  private:
+  std::unique_ptr<TermValues> values_ = std::make_unique<TermValues>(terms);
+  std::size_t num_attempts_ = 0;
+
   struct Counts {
     std::size_t justified = 0, not_justified = 0;
   };
@@ -109,7 +123,7 @@ class Replay {
     bool is_new = false;
     for (const Unfolded& u : unfolded_) {
       const bool known = u.instance && findings_.closure.are_shown_equal(u.before, u.after);
-      const bool justified = known || (u.instance && findings_.values.are_equal(*u.instance, u.after));
+      const bool justified = known || (u.instance && findings_.have_equal_values(*u.instance, u.after));
       if (justified && !known) {
         findings_.closure.merge(u.before, u.after);
         is_new = true;
@@ -154,7 +168,7 @@ class Replay {
     const auto instance = unfolding_.instance(findings_.terms.term(before), binds);
     if (instance) {
       findings_.closure.merge(before, *instance);
-      findings_.values.learn(before, *instance);
+      findings_.learn(before, *instance);
     }
     unfolded_.push_back({step.number, step.assertion, before, after, instance});
   }
@@ -165,17 +179,17 @@ class Replay {
     const TraceTerms::Id before = names_(step.before), after = names_(step.after);
     const bool justified =
         is_rule ? check_rule(step, reason)
-                : folding_.check(step.before, step.after) || findings_.values.are_equal(before, after);
+                : folding_.check(step.before, step.after) || findings_.have_equal_values(before, after);
     // Nothing is shown by what does not hold.
     if (!is_rule && justified) known_.learn(step.before, step.after);
     if (justified) {
       findings_.closure.merge(before, after);
-      findings_.values.learn(before, after);
+      findings_.learn(before, after);
     }
     const std::string kind = is_rule ? "rule " + printable(step.rule_label, 60) : printable(step.label, 60);
     findings_.count(kind, justified);
     if (justified || quiet) return;
-    if (reason.empty() && findings_.values.is_exhausted()) reason = "the effort for proofs was used up";
+    if (reason.empty() && findings_.is_exhausted()) reason = "the effort for proofs was used up";
     out << fmt::format("step {} of assertion {}: {}: not justified{}\n", step.number, step.assertion, kind,
                        reason.empty() ? "" : ": " + reason);
   }
@@ -272,7 +286,7 @@ void check_definitions(const Parts& parts, Findings& findings, bool quiet, std::
     part->assertions();
   }
   merge_renamed(findings.terms, closure);
-  merge_read(findings.terms, findings.values, closure);
+  merge_read(findings.terms, findings.values(), closure);
   closure.close();
   bool is_new = false;
   for (const auto& part : parts) is_new = part->check_unfolded(quiet, out) || is_new;

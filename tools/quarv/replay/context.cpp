@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_set>
 #include <utility>
 
 namespace quarv::cli {
@@ -10,7 +11,7 @@ namespace {
 
 using Id = TraceTerms::Id;
 
-constexpr std::size_t most_in_context = 24;
+constexpr std::size_t most_in_context = 24, most_terms_in_context = 300;
 
 /// What a condition says: that one term is another.
 struct Fact {
@@ -91,9 +92,22 @@ std::vector<Id> operands(const TraceTerms& terms, Id root, const std::string& op
   return all;
 }
 
+bool is_small(const TraceTerms& terms, Id root) {
+  std::vector<Id> met{root};
+  std::unordered_set<Id> seen{root};
+  for (std::size_t i = 0; i < met.size(); ++i) {
+    if (met.size() > most_terms_in_context) return false;
+    for (const TermName arg : terms.term(met[i]).args) {
+      if (seen.insert(static_cast<Id>(arg)).second) met.push_back(static_cast<Id>(arg));
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 Id in_context(TraceTerms& terms, Id id) {
+  if (!is_small(terms, id)) return id;
   const Expression e = terms.term(id);
   if (is_operation(e, "ite", 3)) {
     std::vector<Id> args(e.args.begin(), e.args.end());

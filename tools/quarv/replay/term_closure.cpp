@@ -80,6 +80,7 @@ bool TermClosure::close_once() {
       merge(id, static_cast<Id>(e.args[0]));
     }
     if (is_associative(e.op)) note_chain(id);
+    if (e.op == "concat" || e.op == "zero_extend") note_concatenation(id);
     if (terms_.sort_of(id).kind == TraceSort::boolean || e.op == "ite") note_boolean(id);
     if (e.op == "+" || e.op == "*") note_sum(id);
     if (e.op == "<=" || e.op == "=") note_comparison(id);
@@ -132,6 +133,33 @@ void TermClosure::note_chain(Id id) {
   }
   std::string signature = "chain " + head(e);
   for (Id part : parts) signature += ',' + std::to_string(part);
+  note(signature, id);
+}
+
+/// By its parts from left to right; zeros next to each other are one part.
+void TermClosure::note_concatenation(Id id) {
+  std::vector<Id> pending{id};
+  std::string signature = "concatenation";
+  std::size_t zeros = 0;
+  for (std::size_t parts = 0; !pending.empty(); ++parts) {
+    if (parts == most_chain_parts) return;
+    const Id next = pending.back();
+    pending.pop_back();
+    const Expression& e = terms_.term(next);
+    const std::size_t width = terms_.sort_of(next).width;
+    if (e.kind == Expression::operation && e.op == "concat") {
+      for (auto arg = e.args.rbegin(); arg != e.args.rend(); ++arg) pending.push_back(static_cast<Id>(*arg));
+    } else if (e.kind == Expression::operation && e.op == "zero_extend" && e.args.size() == 1) {
+      pending.push_back(static_cast<Id>(e.args[0]));
+      zeros += width - terms_.sort_of(pending.back()).width;
+    } else if (e.kind == Expression::value && e.number == 0) {
+      zeros += width;
+    } else {
+      if (zeros != 0) signature += " 0:" + std::to_string(std::exchange(zeros, 0));
+      signature += ' ' + std::to_string(find(next));
+    }
+  }
+  if (zeros != 0) signature += " 0:" + std::to_string(zeros);
   note(signature, id);
 }
 

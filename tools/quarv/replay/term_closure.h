@@ -52,6 +52,7 @@ class TermClosure {
   std::string head(const Expression& e) const;
   void note_application(Id id);
   void note_chain(Id id);
+  void note_concatenation(Id id);
   void note_sum(Id id);
   void note_comparison(Id id);
   void note_integer_comparison(Id id, Sum& difference);

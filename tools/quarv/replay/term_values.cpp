@@ -1,6 +1,7 @@
 #include "replay/term_values.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "replay/context.h"
 
@@ -8,10 +9,18 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr std::size_t widest = 1024;  // bit-vectors that are looked into
+constexpr std::size_t widest = 16384;  // bit-vectors that are looked into
 constexpr std::size_t most_cases = 200, most_constant_cases = 16;
 
 }  // namespace
+
+std::unique_ptr<TermValues> TermValues::of_nearest_terms(TraceTerms& terms) {
+  auto values = std::make_unique<TermValues>(terms);
+  values->most_terms_ = 40;
+  values->effort_left_ = 100'000;
+  values->lemmas_left_ = 3'000;
+  return values;
+}
 
 bool TermValues::is_word(const Expression& e) const {
   const TraceSort::Kind kind = terms_.sort(e.sort).kind;
@@ -28,6 +37,7 @@ std::size_t TermValues::width(const Expression& e) const {
 /// The value of a term, arguments first. A term that has been shown to be equal to another has its value.
 TermValues::Value TermValues::value(Id root) {
   values_.resize(terms_.size(), unknown);
+  if (most_terms_ < terms_.size()) cut(root);
   std::vector<Id> open{root};
   std::vector<bool> seen;
   while (!open.empty()) {
@@ -65,6 +75,30 @@ TermValues::Value TermValues::value(Id root) {
     values_[id] = combined(id);
   }
   return current(values_[root], is_word(root));
+}
+
+/// What is farther from the root than the nearest so many terms stands for anything.
+void TermValues::cut(Id root) {
+  std::vector<Id> met{root};
+  std::unordered_set<Id> seen{root};
+  for (std::size_t i = 0; i < met.size(); ++i) {
+    if (values_[met[i]] != unknown) continue;
+    if (i >= most_terms_) {
+      values_[met[i]] = stand_in(met[i]);
+      continue;
+    }
+    for (const TermName arg : terms_.term(met[i]).args) {
+      if (seen.insert(static_cast<Id>(arg)).second) met.push_back(static_cast<Id>(arg));
+    }
+  }
+}
+
+TermValues::Value TermValues::stand_in(Id id) {
+  const Expression& e = terms_.term(id);
+  if (e.args.empty()) return combined(id);
+  Thing t;
+  t.op = "term " + std::to_string(id);
+  return application(std::move(t), e);
 }
 
 TermValues::Value TermValues::current(Value v, bool is_word) {

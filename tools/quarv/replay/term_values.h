@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <span>
@@ -30,6 +31,9 @@ class TermValues {
   using Id = TraceTerms::Id;
 
   explicit TermValues(TraceTerms& terms) : terms_(terms), quantifiers_(terms) {}
+  /// With less effort: of a term that consists of more than so many others those farthest from it stand for
+  /// anything.
+  static std::unique_ptr<TermValues> of_nearest_terms(TraceTerms& terms);
 
   /// Whether it is shown that the two terms of one sort, or two of arithmetic, are equal whatever their
   /// variables are.
@@ -95,6 +99,8 @@ class TermValues {
   bool is_word(Id id) const { return is_word(terms_.term(id)); }
   std::size_t width(const Expression& e) const;
   Value value(Id root);
+  void cut(Id root);
+  Value stand_in(Id id);
   Value combined(Id id);
   Value argument(const Expression& e, std::size_t i);
   Value current(Value v, bool is_word);
@@ -234,7 +240,8 @@ class TermValues {
   std::unordered_map<std::string, std::size_t> forms_;
   std::vector<Sum> form_sums_;
   std::unordered_map<BitGraph::Node, Atom> atoms_;
-  std::size_t budget_ = 0;               // of cases, for the present term
+  std::size_t budget_ = 0;  // of cases, for the present term
+  std::size_t most_terms_ = ~std::size_t{0};
   std::size_t effort_left_ = 2'000'000;  // of summands and cases, for all proofs together
   std::size_t lemmas_left_ = 60'000;     // for all proofs together
   std::set<std::pair<Id, Id>> not_proved_;
