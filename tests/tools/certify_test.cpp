@@ -8,7 +8,7 @@ namespace {
 constexpr const char* fake_solver = R"sh(
 while read -r line; do
   case $line in
-    "(reset)") answer=unsat; about= ;;
+    "(reset)") answer=unsat; about=; after=false ;;
     "(echo "*) line=${line#*\"}; echo "${line%\"*}" ;;
     "(assert x)") answer=sat ;;
     "say_after_error)") answer='(error "after")' ;;
@@ -23,6 +23,7 @@ while read -r line; do
     *say_more*) answer=more ;;
     *say_endless*) answer=endless ;;
     *say_half*) answer=half ;;
+    *say_same*) answer=sat; after=true ;;
   esac
   case $line in
     *declare*) about="$about $line" ;;
@@ -42,7 +43,7 @@ while read -r line; do
       echo '  (define-fun f ((x Int)) Int (ite (= x 1) 2'
       echo '    3)))' ;;
     "(get-value (quarv.before))") echo '((quarv.before true))' ;;
-    "(get-value (quarv.after))") echo '((quarv.after false))' ;;
+    "(get-value (quarv.after))") echo "((quarv.after $after))" ;;
   esac
 done
 )sh";
@@ -183,6 +184,13 @@ TEST_F(Certify, RefutesWithoutAModelToo) {
   const Result r = certify("", doubly_negated("say_half"));
   EXPECT_EQ(r.status, 1);
   EXPECT_TRUE(has(r.out, "<stdin>:2: assertion 1: refuted\n")) << r.out;
+}
+
+/// Solvers err, too: a model in which both are the same refutes nothing.
+TEST_F(Certify, BelievesNoModelInWhichBothAreTheSame) {
+  const Result r = certify("", doubly_negated("say_same"));
+  EXPECT_EQ(r.status, 0);
+  EXPECT_TRUE(has(r.out, ": undecided: the solver's model refutes nothing: both are true\n")) << r.out;
 }
 
 /// A solver that drops an assertion, with an error, goes on and finds a satisfying assignment.

@@ -50,7 +50,7 @@ simplify --trace), which leaves out the steps of further rounds as well.
 
   proved       they are equal for all values
   refuted      they are not equal: values for which they differ are printed
-  undecided    the solver ran out of time or memory, or gave up
+  undecided    the solver ran out of time or memory, gave up, or found values for which they do not differ
   unsupported  the solver does not know something that occurs in the query
   failed       the solver ended before it had answered, or gave an unexpected answer
 

@@ -140,7 +140,8 @@ bool Certifier::is_understood(std::size_t i, QuerySet::Form form) {
   return !answer || is_answer(*answer) || is_about_resources(*answer);
 }
 
-/// What the solver cannot show any more is refuted all the same.
+/// What the solver cannot show any more is refuted all the same, but not by a model in which both are the
+/// same.
 Verdict Certifier::refuted() {
   Verdict verdict{Verdict::refuted, {}};
   std::string& model = verdict.detail;
@@ -153,6 +154,9 @@ Verdict Certifier::refuted() {
     }
   } catch (const SolverError&) {
     return verdict;
+  }
+  if (!values[0].empty() && values[0] == values[1]) {
+    return {Verdict::undecided, fmt::format("the solver's model refutes nothing: both are {}", values[0])};
   }
   if (!values[0].empty() && !values[1].empty()) {
     verdict.detail +=
