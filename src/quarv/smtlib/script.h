@@ -50,6 +50,8 @@ struct Command {
 /// A script that has been read: its commands in order, over terms of one manager.
 struct Script {
   std::vector<Command> commands;
+  /// Where each command that was read stands in the text, up to `exit`; refers to the text.
+  std::vector<std::string_view> places;
   std::vector<const Term*> terms;
   /// For each term the sort that its place demands: an integer-typed term may stand where a Real is needed.
   std::vector<const DataType*> sorts;

@@ -128,6 +128,8 @@ class Rounds {
   /// The text that the script settles at; lives as long as this and the input.
   std::string_view settle();
   const SimplifyReport& report() const noexcept { return report_; }
+  /// Where the commands of the input are.
+  std::span<const std::string_view> places() const noexcept { return places_; }
 
  private:
   struct Printed {
@@ -150,6 +152,7 @@ class Rounds {
   const bool smallest_;
   bool shrinks_;  // each round so far has made the script smaller
   SimplifyReport report_;
+  std::vector<std::string_view> places_;  // of the input's commands
   std::uint64_t largest_of_user_ = 0;
   std::string_view text_;         // to be read
   std::string previous_;          // owns it from the second round on
@@ -221,6 +224,7 @@ Script Rounds::read(Session& session, Reader& reader) {
     return script;
   }
   Script script = read_observed(session, reader, text_, file_, options_);
+  places_ = std::move(script.places);
   largest_of_user_ = std::max(script.largest_dollar_name, script.largest_dollar_definition);
   report_.passed_through =
       static_cast<std::size_t>(std::ranges::count(script.commands, Command::Kind::foreign, &Command::kind));
@@ -256,7 +260,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   if (options.width == 0) {
     write_text(out, result);
   } else {
-    write_text(out, laid_out(text, result, options.width));
+    write_text(out, laid_out(text, rounds.places(), result, options.width));
   }
   if (options.trace != nullptr) trace_output(text, result, file, options);
   return rounds.report();

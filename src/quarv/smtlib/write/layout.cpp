@@ -2,9 +2,11 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include <quarv/smtlib/read/lexer.h>
+#include <quarv/smtlib/read/parentheses.h>
 #include <quarv/smtlib/write/comments.h>
 #include <quarv/smtlib/write/layout.h>
 #include <quarv/util/byte_order_mark.h>
@@ -13,9 +15,8 @@ namespace quarv::smtlib {
 
 namespace {
 
-/// A command's text, from parenthesis to parenthesis.
-struct CommandText {
-  std::string_view text;
+/// What a command begins with.
+struct CommandHead {
   std::string_view word;  // "assert"
   std::string_view name;  // that it declares or defines
 };
@@ -24,38 +25,44 @@ bool names_something(std::string_view word) {
   return word.starts_with("define-") || word.starts_with("declare-");
 }
 
+CommandHead head_of(std::string_view command) {
+  Lexer lexer(command.substr(1));
+  CommandHead head{.word = lexer.next().text, .name = {}};
+  if (names_something(head.word)) head.name = lexer.next().text;
+  return head;
+}
+
 /// The commands of a text, one after the other.
 class CommandScanner {
  public:
-  explicit CommandScanner(std::string_view text) : text_(text), rest_(text), lexer_(text) {}
+  explicit CommandScanner(std::string_view text) : rest_(text) {}
 
   /// None at the end of the text and where no command is.
-  std::optional<CommandText> next() {
-    const Token open = lexer_.next();
+  std::optional<std::string_view> next() {
+    const Token open = Lexer(rest_).next();
     if (open.kind != TokenKind::left_parenthesis) return std::nullopt;
-    CommandText command;
-    std::size_t depth = 1;
-    for (std::size_t i = 0; depth != 0; ++i) {
-      const Token t = lexer_.next();
-      if (t.kind == TokenKind::end || t.kind == TokenKind::error) return std::nullopt;
-      if (t.kind == TokenKind::left_parenthesis) ++depth;
-      if (t.kind == TokenKind::right_parenthesis) --depth;
-      if (i == 0) command.word = t.text;
-      if (i == 1 && names_something(command.word)) command.name = t.text;
-    }
-    command.text = {open.start, lexer_.position()};
-    rest_ = {lexer_.position(), text_.data() + text_.size()};
-    return command;
+    const char* const text_end = rest_.data() + rest_.size();
+    const char* const end = behind_parenthesis(open.start, text_end);
+    if (end == nullptr) return std::nullopt;
+    rest_ = {end, text_end};
+    return std::string_view(open.start, end);
   }
 
   /// What stands behind the last command.
   std::string_view rest() const { return rest_; }
 
  private:
-  std::string_view text_;
   std::string_view rest_;
-  Lexer lexer_;
 };
+
+/// Whether a command stands in the stead of another one, whatever it says now.
+bool are_the_same_command(std::string_view a, std::string_view b) {
+  constexpr std::string_view assertion = "(assert ";  // as most begin
+  if (a.starts_with(assertion) && b.starts_with(assertion)) return true;
+  const CommandHead left = head_of(a);
+  const CommandHead right = head_of(b);
+  return left.word == right.word && left.name == right.name;
+}
 
 bool is_same_token(const Token& a, const Token& b) {
   if (a.kind != b.kind) return false;
@@ -64,9 +71,21 @@ bool is_same_token(const Token& a, const Token& b) {
   return std::ranges::equal(a.text, b.text, {}, lower, lower);
 }
 
-/// Whether two texts say the same, token by token.
+/// Whether texts may say the same of which one has `a` where the other has `b`, alike up to there.
+bool may_say_the_same(char a, char b) {
+  constexpr std::string_view between_tokens = " \t\r\n;";
+  constexpr std::string_view hexadecimal = "abcdefABCDEF";
+  const auto is_any_of = [](char c, std::string_view set) { return set.find(c) != std::string_view::npos; };
+  return is_any_of(a, between_tokens) || is_any_of(b, between_tokens) || a == '|' || b == '|' ||
+         (is_any_of(a, hexadecimal) && is_any_of(b, hexadecimal));
+}
+
+/// Whether two commands say the same, token by token.
 bool are_same(std::string_view a, std::string_view b) {
   if (a == b) return true;
+  const auto [in_a, in_b] = std::ranges::mismatch(a, b);
+  if (in_a == a.end() || in_b == b.end()) return false;  // no command begins another one
+  if (!may_say_the_same(*in_a, *in_b)) return false;
   Lexer left(a);
   Lexer right(b);
   for (;;) {
@@ -77,18 +96,55 @@ bool are_same(std::string_view a, std::string_view b) {
   }
 }
 
+/// Where the parentheses of a command are closed, in the order in which they are opened.
+class Parentheses {
+ public:
+  struct Pair {
+    std::size_t end;     // behind the closing one
+    std::size_t behind;  // the first pair that is not within
+  };
+
+  void find(std::string_view text) {
+    text_ = text;
+    pairs_.clear();
+    open_.clear();
+    for_each_parenthesis(text.data(), text.data() + text.size(), [this](const char* p) {
+      if (*p == '(') {
+        open_.push_back(pairs_.size());
+        pairs_.push_back({text_.size(), 0});
+      } else if (!open_.empty()) {
+        pairs_[open_.back()] = {static_cast<std::size_t>(p + 1 - text_.data()), pairs_.size()};
+        open_.pop_back();
+      }
+      return true;
+    });
+  }
+
+  std::string_view text() const { return text_; }
+  const Pair& operator[](std::size_t i) const { return pairs_[i]; }
+
+ private:
+  std::string_view text_;
+  std::vector<Pair> pairs_;
+  std::vector<std::size_t> open_;
+};
+
 /// Breaks a command's line. What fits on the rest of the line is written flat; of any other application, the
 /// compound arguments begin lines of their own, and the atoms fill lines. Deep inside, where lines would get
 /// short, compound arguments fill lines, too, and are indented no further than `deepest` columns: the layout
 /// is not much longer than the line, and as long where `deepest` is 0. A comment ends its line.
 class LineBreaker {
  public:
-  LineBreaker(std::string_view line, std::size_t width, std::size_t deepest,
+  LineBreaker(const Parentheses& parentheses, std::size_t width, std::size_t deepest,
               std::span<const PlacedComment> comments, std::string& out)
-      : line_(line), width_(width), deepest_(deepest), comments_(comments), out_(out) {}
+      : line_(parentheses.text()),
+        parentheses_(parentheses),
+        width_(width),
+        deepest_(deepest),
+        comments_(comments),
+        out_(out) {}
 
   void write() {
-    find_ends();
     line_start_ = out_.size();
     Lexer lexer(line_);
     for (Token t = lexer.next(); t.kind != TokenKind::end && t.kind != TokenKind::error; t = lexer.next()) {
@@ -101,17 +157,17 @@ class LineBreaker {
         continue;
       }
       if (t.kind == TokenKind::left_parenthesis) {
-        const std::size_t end = ends_[next_end_];
+        const std::size_t end = parentheses_[next_].end;
         const std::size_t size = end - from;
         const bool fits = place(from, end, true);
         if (fits) {
           out_ += line_.substr(from, size);
           end_part(end);
-          while (next_end_ < ends_.size() && starts_[next_end_] < end) ++next_end_;
+          next_ = parentheses_[next_].behind;
           lexer = Lexer(line_.substr(end));
           if (!open_.empty()) arrive(true);
         } else {
-          ++next_end_;
+          ++next_;
           open(lexer);
         }
         continue;
@@ -137,23 +193,6 @@ class LineBreaker {
     bool after_compound = false;
     bool in_list = false;  // it is itself a part of a list
   };
-
-  /// Where each parenthesis, in the order of the text, is closed.
-  void find_ends() {
-    std::vector<std::size_t> pending;
-    Lexer lexer(line_);
-    for (Token t = lexer.next(); t.kind != TokenKind::end && t.kind != TokenKind::error; t = lexer.next()) {
-      const auto at = static_cast<std::size_t>(t.start - line_.data());
-      if (t.kind == TokenKind::left_parenthesis) {
-        pending.push_back(starts_.size());
-        starts_.push_back(at);
-        ends_.push_back(line_.size());
-      } else if (t.kind == TokenKind::right_parenthesis && !pending.empty()) {
-        ends_[pending.back()] = at + 1;
-        pending.pop_back();
-      }
-    }
-  }
 
   static Kind kind_of(const Token& head) {
     if (head.text == "let") return Kind::let;
@@ -255,11 +294,10 @@ class LineBreaker {
   void open(const Lexer& at_head) {
     Open o{.column = column()};
     o.in_list = !open_.empty() && open_.back().kind == Kind::list;
-    Lexer ahead = at_head;
     const bool lets_within = !open_.empty() && open_.back().kind == Kind::let &&
-                             open_.back().num_parts == 2 && ahead.next().text == "let";
-    const bool begins_line = out_.find_first_not_of(' ', line_start_) == std::string::npos;
-    if (lets_within && begins_line && o.column == open_.back().column + 2) {
+                             open_.back().num_parts == 2 && Lexer(at_head).next().text == "let";
+    const auto begins_line = [this] { return out_.find_first_not_of(' ', line_start_) == std::string::npos; };
+    if (lets_within && o.column == open_.back().column + 2 && begins_line()) {
       out_.resize(out_.size() - 2);
       o.column -= 2;
     }
@@ -274,6 +312,7 @@ class LineBreaker {
   }
 
   std::string_view line_;
+  const Parentheses& parentheses_;
   std::size_t width_;
   std::size_t deepest_;  // column to which lines are indented
   std::span<const PlacedComment> comments_;
@@ -281,8 +320,7 @@ class LineBreaker {
   std::string behind_;  // comments that end the line
   std::string& out_;
   std::size_t line_start_ = 0;
-  std::vector<std::size_t> starts_, ends_;  // of parentheses
-  std::size_t next_end_ = 0;
+  std::size_t next_ = 0;  // of the parentheses
   std::vector<Open> open_;
 };
 
@@ -297,22 +335,26 @@ void append_line(std::string_view command, std::string& out) {
   }
 }
 
+template <class NextCommand>
 class Layout {
  public:
-  Layout(std::string_view original, std::size_t width)
-      : width_(width), original_(without_byte_order_mark(original)), behind_(original_.data()) {}
+  /// `next_original` gives the commands of the original one after the other.
+  Layout(std::string_view original, NextCommand next_original, std::size_t width)
+      : width_(width),
+        original_(without_byte_order_mark(original)),
+        next_original_(std::move(next_original)),
+        behind_(original_.data()) {}
 
   std::string of(std::string_view simplified) {
     out_.reserve(simplified.size() + simplified.size() / 4 + original_.size() / 4);
     CommandScanner scanner(simplified);
-    CommandScanner originals(original_);
-    std::optional<CommandText> expected = originals.next();
+    std::optional<std::string_view> expected = next_original_();
     while (const auto command = scanner.next()) {
-      if (expected && command->word == expected->word && command->name == expected->name) {
+      if (expected && are_the_same_command(*expected, *command)) {
         write_original(*expected, *command);
-        expected = originals.next();
+        expected = next_original_();
       } else {
-        write_new(command->text);
+        write_new(*command);
       }
     }
     // What stands behind the last command of all; what follows `exit` is gone.
@@ -358,26 +400,26 @@ class Layout {
     out_ += '\n';
   }
 
-  void write_original(const CommandText& before, const CommandText& after) {
-    const std::string_view gap(behind_, before.text.data());
+  void write_original(std::string_view before, std::string_view after) {
+    const std::string_view gap(behind_, before.data());
     const bool breaks = gap.find_first_of("\n\r;") != std::string_view::npos;
     if (out_.empty() || breaks) {
-      write_up_to(before.text.data());
+      write_up_to(before.data());
     } else {
       end_line();
     }
-    behind_ = before.text.data() + before.text.size();
-    if (are_same(before.text, after.text)) {
-      out_ += before.text;
+    behind_ = before.data() + before.size();
+    if (are_same(before, after)) {
+      out_ += before;
       return;
     }
-    const PlacedComments comments = placed_comments(before.text, after.text);
+    const PlacedComments comments = placed_comments(before, after);
     for (const std::string_view comment : comments.before) {
       out_ += comment;
       out_ += '\n';
     }
-    const bool was_one_line = before.text.find('\n') == std::string_view::npos;
-    write_broken(after.text, was_one_line ? before.text.size() : std::string_view::npos, comments.within);
+    const bool was_one_line = before.find('\n') == std::string_view::npos;
+    write_broken(after, was_one_line ? before.size() : std::string_view::npos, comments.within);
   }
 
   /// In no more than `wanted` bytes where the command itself has no more: indentation must not make longer
@@ -388,18 +430,21 @@ class Layout {
       out_ += command;
       return;
     }
+    parentheses_.find(command);
     const std::size_t start = out_.size();
     for (const std::size_t deepest :
          {std::min<std::size_t>(width_ / 3, 32), std::size_t{2}, std::size_t{1}, std::size_t{0}}) {
       out_.resize(start);
-      LineBreaker(command, width_, deepest, comments, out_).write();
+      LineBreaker(parentheses_, width_, deepest, comments, out_).write();
       if (command.size() > wanted || out_.size() - start <= wanted) return;
     }
   }
 
   std::size_t width_;
   std::string_view original_;
+  NextCommand next_original_;
   const char* behind_;  // the last command of the original that has been met
+  Parentheses parentheses_;
   std::string out_;
 };
 
@@ -417,21 +462,33 @@ std::string on_lines(std::string_view text, const Script& script) {
   next_foreign();
   CommandScanner scanner(text);
   while (const auto command = scanner.next()) {
-    if (foreign != script.commands.end() && foreign->text.data() == command->text.data()) {
-      result += command->text;
+    if (foreign != script.commands.end() && foreign->text.data() == command->data()) {
+      result += *command;
       ++foreign;
       next_foreign();
     } else {
-      append_line(command->text, result);
+      append_line(*command, result);
     }
     result += '\n';
-    if (command->word == "exit") break;
+    if (head_of(*command).word == "exit") break;
   }
   return result;
 }
 
 std::string laid_out(std::string_view original, std::string_view simplified, std::size_t width) {
-  return Layout(original, width).of(simplified);
+  CommandScanner scanner(without_byte_order_mark(original));
+  return Layout(
+             original, [&] { return scanner.next(); }, width)
+      .of(simplified);
+}
+
+std::string laid_out(std::string_view original, std::span<const std::string_view> commands,
+                     std::string_view simplified, std::size_t width) {
+  std::size_t next = 0;
+  const auto next_original = [&] {
+    return next == commands.size() ? std::nullopt : std::optional(commands[next++]);
+  };
+  return Layout(original, next_original, width).of(simplified);
 }
 
 }  // namespace quarv::smtlib

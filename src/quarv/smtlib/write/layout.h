@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,10 @@ namespace quarv::smtlib {
 /// longer than the original. Comments that stood within the command stand before it. Laying out the result
 /// once more gives the same. Time is linear in the texts.
 QUARV_API std::string laid_out(std::string_view original, std::string_view simplified, std::size_t width);
+
+/// The same where it is known where the commands of the original are.
+std::string laid_out(std::string_view original, std::span<const std::string_view> commands,
+                     std::string_view simplified, std::size_t width);
 
 /// The script that was read from `text` as it was written, each command on one line and without comments;
 /// what was not understood is as it was.
