@@ -1,5 +1,6 @@
 /// \file
 /// What `quarv explain` says, to the letter, and that it is right.
+#include <cstdint>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -43,6 +44,8 @@ TEST_F(Explain, ShowsEveryStepWithItsPlace) {
   EXPECT_EQ(r.err, "");
   EXPECT_EQ(r.out, R"(assertion 1
   (= (bvadd x #x00) (bvnot #xfe))
+becomes
+  (= x #x01)
 1. simplifier of bvnot
      (= (bvadd x #x00) «(bvnot #xfe)»)
    = (= (bvadd x #x00) «#x01»)
@@ -52,10 +55,10 @@ TEST_F(Explain, ShowsEveryStepWithItsPlace) {
 3. rule bvadd-zero: rewrite(bvadd(0, t), (0 == 0)) >> t
      (= «(bvadd #x00 x)» #x01)
    = (= «x» #x01)
-result
-  (= x #x01)
 assertion 2
   (or p (or (not true) (= x (bvand (bvor y #x00) (bvor y #x00)))))
+becomes
+  (or p (= x y))
 1. simplifier of not
      (or p (or «(not true)» (= x (bvand (bvor y #x00) (bvor y #x00)))))
    = (or p (or «false» (= x (bvand (bvor y #x00) (bvor y #x00)))))
@@ -71,31 +74,29 @@ assertion 2
 5. arguments of or, each once and in order
      «(or p (or false (= x y)))»
    = «(or p (= x y))»
-result
-  (or p (= x y))
 assertion 3
   (= x y)
 is left as it is
 assertion 4
   (forall ((k Int)) (! (<= (+ k (+ k 3)) (* 2 (- 3))) :weight 3))
+becomes
+  (forall ((k Int)) (! (<= k (- 5)) :weight 3))
 1. simplifier of *
      (forall ((k Int)) (! (<= (+ k (+ k 3)) «(* 2 (- 3))») :weight 3))
    = (forall ((k Int)) (! (<= (+ k (+ k 3)) «(- 6)») :weight 3))
 2. simplifier of <=
      (forall ((k Int)) (! «(<= (+ k (+ k 3)) (- 6))» :weight 3))
    = (forall ((k Int)) (! «(<= k (- 5))» :weight 3))
-result
-  (forall ((k Int)) (! (<= k (- 5)) :weight 3))
 assertion 5
   (and p (and (= ((_ extract 2 0) x) |a b|) (not p)))
+becomes
+  false
 1. simplifier of =
      (and p (and «(= ((_ extract 2 0) x) |a b|)» (not p)))
    = (and p (and «(= |a b| ((_ extract 2 0) x))» (not p)))
 2. arguments of and, each once and in order
      «(and p (and (= |a b| ((_ extract 2 0) x)) (not p)))»
    = «false»
-result
-  false
 )");
 }
 
@@ -106,21 +107,22 @@ TEST_F(Explain, SaysWhichDefinitionWasUsed) {
   const Result r = run("$quarv explain defined.smt2");
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("definition of sub\n"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("result\n  true\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("becomes\n  true\n"), std::string::npos) << r.out;
 }
 
 TEST_F(Explain, ShowsOneAssertionAndSomeStepsOnly) {
   EXPECT_EQ(run("$quarv explain in.smt2 --assert 3").out, "assertion 3\n  (= x y)\nis left as it is\n");
   EXPECT_EQ(run("$quarv explain - --assert 1 --steps 1 < in.smt2").out, R"(assertion 1
   (= (bvadd x #x00) (bvnot #xfe))
+becomes
+  (= x #x01)
 1. simplifier of bvnot
      (= (bvadd x #x00) «(bvnot #xfe)»)
    = (= (bvadd x #x00) «#x01»)
-further steps lead to
-  (= x #x01)
+1 further step
 )");
   EXPECT_NE(run("$quarv explain in.smt2 --assert 1 --no-rules --rules-only-standard")
-                .out.find("result\n  (= (bvadd x #x00) #x01)\n"),
+                .out.find("becomes\n  (= (bvadd x #x00) #x01)\n"),
             std::string::npos);
   const Result r = run("$quarv explain in.smt2 --assert 6");
   EXPECT_EQ(r.status, 2);
@@ -138,21 +140,21 @@ TEST_F(Explain, CountsFormulasThatAreAssumed) {
   EXPECT_EQ(r.err, "");
   EXPECT_EQ(r.out, R"(assertion 1
   (and p p)
+becomes
+  p
 1. simplifier of and
      «(and p p)»
    = «p»
-result
-  p
 assertion 2
   (or p (and p p))
+becomes
+  p
 1. simplifier of and
      (or p «(and p p)»)
    = (or p «p»)
 2. simplifier of or
      «(or p p)»
    = «p»
-result
-  p
 )");
   EXPECT_EQ(run("$quarv report assumed.smt2 -o page.html").status, 0);
 }
@@ -163,19 +165,19 @@ TEST_F(Explain, FollowsTheTermAtAPlace) {
   EXPECT_EQ(r.err, "");
   EXPECT_EQ(r.out, R"(assertion 1, the term at 6:13
   (bvadd x #x00)
+becomes
+  x
 1. rule bvadd-constant-first: rewrite(bvadd(t, c), const(c), ~const(t)) >> bvadd(c, t)
      «(bvadd x #x00)»
    = «(bvadd #x00 x)»
 2. rule bvadd-zero: rewrite(bvadd(0, t), (0 == 0)) >> t
      «(bvadd #x00 x)»
    = «x»
-result
-  x
 )");
-  EXPECT_EQ(
-      run("$quarv explain in.smt2 --at 6:13 --rules-only-standard --step 2").out,
-      "assertion 1, the term at 6:13\n  (bvadd x #x00)\n2. rule bvadd-zero: rewrite(bvadd(0, t), (0 == 0)) "
-      ">> t\n     «(bvadd #x00 x)»\n   = «x»\nresult\n  x\n");
+  EXPECT_EQ(run("$quarv explain in.smt2 --at 6:13 --rules-only-standard --step 2").out,
+            "assertion 1, the term at 6:13\n  (bvadd x #x00)\nbecomes\n  x\n2. rule bvadd-zero: "
+            "rewrite(bvadd(0, t), "
+            "(0 == 0)) >> t\n     «(bvadd #x00 x)»\n   = «x»\n");
   EXPECT_EQ(run("$quarv explain in.smt2 --at 8:13").out,
             "assertion 2, the term at 8:13\n  p\nis left as it is\n");
 }
@@ -247,9 +249,7 @@ TEST_F(Explain, PrintsForPrograms) {
 
 TEST_F(Explain, ShowsStepsThatAreAskedFor) {
   EXPECT_EQ(run("$quarv explain in.smt2 --assert 2 --step 3").out,
-            run("$quarv explain in.smt2 --assert 2 | sed "
-                "'/^[1245]\\./,+2d; s/^result/further steps lead to/'")
-                .out);
+            run("$quarv explain in.smt2 --assert 2 | sed '/^[1245]\\./,+2d'").out);
   const Result rule = run("$quarv explain in.smt2 --rule bvor-zero");
   EXPECT_TRUE(rule.out.starts_with("assertion 2\n")) << rule.out;
   EXPECT_EQ(rule.out.find("assertion 3"), std::string::npos) << rule.out;
@@ -269,6 +269,57 @@ TEST_F(Explain, CountsWhatManyStepsDo) {
   ASSERT_NE(table, std::string::npos) << r.out;
   EXPECT_NE(r.out.find("  rule bvor-zero", table), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("  rule bvor-constant-first", table), std::string::npos) << r.out;
+}
+
+/// What is counted is the whole derivation, however little of it is shown: the terms that all steps save are
+/// those by which the assertion has shrunk.
+TEST_F(Explain, CountsAllStepsOfALargeAssertion) {
+  std::string text = "(declare-const x (_ BitVec 32))\n(declare-const y (_ BitVec 32))\n(assert (and";
+  constexpr int num = 300;
+  for (int i = 1; i <= num; ++i)
+    text += "\n(bvult (bvadd x #x00000000) (bvor y (_ bv" + std::to_string(i) + " 32)))";
+  write("large.smt2", text + "))\n");
+  const Result r = run("$quarv explain large.smt2 --rules-only-standard --json");
+  const nlohmann::json derivation = nlohmann::json::parse(r.out);
+  EXPECT_EQ(derivation["ending"], "cut short");
+  EXPECT_EQ(derivation["steps"].size(), 20u);
+  std::int64_t steps = 0;
+  std::int64_t saved = 0;
+  for (const nlohmann::json& count : derivation["counts"]) {
+    steps += count["times"].get<std::int64_t>();
+    saved += count["terms_saved"].get<std::int64_t>();
+    if (count["name"] == "rule bvor-constant-first") {
+      EXPECT_EQ(count["times"], num);
+    }
+  }
+  EXPECT_EQ(saved, 2);  // the literal 0 and the sum
+  const std::string last = std::to_string(steps);
+  const Result step = run("$quarv explain large.smt2 --rules-only-standard --step " + last);
+  EXPECT_NE(step.out.find("\n" + last + ". "), std::string::npos) << step.out;
+  EXPECT_NE(run("$quarv explain large.smt2 --rules-only-standard --step " + std::to_string(steps + 1))
+                .out.find("there is no step"),
+            std::string::npos);
+  // One ellipsis for what is around, and names, with what they stand for, for what is beside.
+  std::istringstream lines(step.out);
+  std::size_t num_lines = 0;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find("\u00ab") == std::string::npos) continue;
+    ++num_lines;
+    EXPECT_EQ(line.find("\u2026"), line.rfind("\u2026")) << line;
+    EXPECT_LT(line.size(), 400u) << line;
+  }
+  EXPECT_EQ(num_lines, 2u);
+  EXPECT_NE(step.out.find("\nwhere\n  #1 "), std::string::npos) << step.out;
+}
+
+/// A rule that wraps what it applies to leads to terms that contain themselves; the derivation ends.
+TEST_F(Explain, EndsWhereATermComesToContainItself) {
+  write("wrap.rules", "wrap: rewrite(bvnot(t), ) >> bvneg(bvneg(bvnot(t)))\n");
+  const Result r = run("$quarv explain in.smt2 --rules wrap.rules --trust-rules --why-not wrap '(bvnot x)'");
+  EXPECT_NE(r.out.find("yields"), std::string::npos) << r.out << r.err;
+  write("wrapped.smt2",
+        "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(assert (= y (bvnot (bvadd x #x00))))");
+  EXPECT_EQ(run("$quarv explain wrapped.smt2 --no-simplifiers --rules wrap.rules --trust-rules").status, 0);
 }
 
 TEST_F(Explain, MarksByColourWhereItIsWanted) {
@@ -304,7 +355,7 @@ TEST_F(Explain, SharesWhatIsShared) {
   const Result r = run("$quarv explain tower.smt2");
   EXPECT_EQ(r.status, 0);
   EXPECT_NE(r.out.find("\u00ab(not (not p))\u00bb"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("\nresult\n"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("\nbecomes\n"), std::string::npos) << r.out;
 }
 
 /// Every derivation over these ends in what the trace says.
@@ -325,7 +376,7 @@ TEST_F(Explain, ReachesTheResult) {
 )");
   const Result r = run("$quarv explain more.smt2");
   EXPECT_EQ(r.status, 0);
-  EXPECT_EQ(r.out.find(" leads to\n"), std::string::npos) << r.out;
+  EXPECT_EQ(r.out.find(" does the rest\n"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("(fp #b0 #b00000 #b0000000001)"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("((as const (Array Int Int)) 4)"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("(- (/ 7.0 2.0))"), std::string::npos) << r.out;

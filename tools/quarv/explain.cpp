@@ -128,7 +128,7 @@ class Explanation {
  private:
   void explain(std::size_t assertion, const std::string& place) {
     const ShownSteps& wanted = arguments_.steps;
-    const ShownDerivation shown = follow(terms_, *derivation_, text_, wanted);
+    const ShownDerivation shown = follow(*derivation_, text_, wanted);
     changes_ |= shown.ending != ShownDerivation::unchanged;
     found_ |= !shown.steps.empty();
     const bool all = wanted.only == 0 && wanted.rule.empty();
@@ -255,7 +255,7 @@ void add_explain(const CommandLine& program, int& status) {
           .type("RULE TERM")
           .excludes(assertion)
           .excludes(place);
-  command.option("--steps", arguments->steps.most, "Show at most this many steps of an assertion")
+  command.option("--steps", arguments->steps.most, "Show the first so many steps of an assertion")
       .type("N")
       .shows_default();
   command.option("--step", arguments->steps.only, "Show only the step of this number, of each assertion")

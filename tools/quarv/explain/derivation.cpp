@@ -28,7 +28,8 @@ Derivation::Derivation(TraceTerms& terms, std::string_view written, std::string_
       written_(written, ""),
       simplified_(simplified, ""),
       written_names_(terms, written_),
-      simplified_names_(terms, simplified_) {
+      simplified_names_(terms, simplified_),
+      terms_now_(terms) {
   written_.next(read_ahead_);  // there are no steps in it
   has_read_ahead_ = simplified_.next(read_ahead_);
 }
@@ -39,17 +40,16 @@ void Derivation::begin(std::size_t assertion) {
     learn(read_ahead_);
     has_read_ahead_ = simplified_.next(read_ahead_);
   }
-  current_ = written_names_(written_.assertions().at(assertion - 1));
+  const Id written = written_names_(written_.assertions().at(assertion - 1));
   result_ = simplified_names_(simplified_.assertions().at(assertion - 1));
   index_chains();
-  seen_ = {current_};
+  start(written);
 }
 
 void Derivation::begin(std::size_t assertion, TermName term) {
   begin(assertion);
-  current_ = written_names_(term);
   result_.reset();
-  seen_ = {current_};
+  start(written_names_(term));
 }
 
 void Derivation::learn(const TraceStep& step) {
@@ -61,33 +61,153 @@ void Derivation::learn(const TraceStep& step) {
                                        step.is_definition ? step.before.op : step.label, step.is_definition});
 }
 
-bool Derivation::next(Step& step) {
-  return current_ != result_ &&
-         (try_known(simplifications_, step) || try_reordering(step) || try_known(rewrites_, step));
+void Derivation::start(Id root) {
+  while (!path_.empty()) close();
+  terms_now_.begin(root);
+  num_passes_ = 0;
+  is_stuck_ = false;
+  is_pending_ = false;
+  if (root != result_) begin_pass(Pass::simplifiers);
 }
 
-bool Derivation::try_known(const Replacements& known, Step& step) {
-  for (Id id : in_post_order(terms_, current_)) {
-    const auto found = known.find(id);
-    if (found == known.end()) continue;
-    const Replacement& r = found->second;
-    if (!replace(id, r.after, step)) continue;
-    step.kind = r.is_definition ? Step::definition : !r.rule_label.empty() ? Step::rule : Step::simplifier;
-    step.rule_label = r.rule_label;
-    step.label = r.label;
+void Derivation::begin_pass(Pass pass) {
+  pass_ = pass;
+  has_changed_ = false;
+  ++num_passes_;
+  ++pass_number_;
+  const Id root = terms_now_.root();
+  chain_starts_ = pass == Pass::order ? whole_chains(root) : std::unordered_set<Id>{};
+  open(root);
+}
+
+/// What rules have changed may be simplified again. Rules that undo each other could do so for ever.
+bool Derivation::begin_next_pass() {
+  constexpr std::size_t most_passes = 64;
+  if (num_passes_ == 0 || is_stuck_ || num_passes_ == most_passes || terms_now_.root() == result_)
+    return false;
+  if (pass_ == Pass::rules && !has_changed_) return false;
+  begin_pass(pass_ == Pass::simplifiers              ? Pass::order
+             : pass_ == Pass::order && !has_changed_ ? Pass::rules
+                                                     : Pass::simplifiers);
+  return true;
+}
+
+void Derivation::open(Id id) {
+  is_open_.resize(terms_.size());
+  done_in_.resize(terms_.size());
+  is_open_[id] = true;
+  path_.push_back(id);
+  frames_.push_back({.is_chain = chain_starts_.contains(id), .forms = {id}});
+}
+
+void Derivation::close() {
+  is_open_[path_.back()] = false;
+  path_.pop_back();
+  frames_.pop_back();
+}
+
+/// Makes the innermost open term another one. What that is has been dealt with if it occurs elsewhere, too.
+void Derivation::become(Id after) {
+  const Id before = path_.back();
+  terms_now_.become(before, after);
+  is_open_.resize(terms_.size());
+  done_in_.resize(terms_.size());
+  is_open_[before] = false;
+  is_open_[after] = true;
+  path_.back() = after;
+  frames_.back().next_arg = 0;
+  frames_.back().forms.push_back(after);
+}
+
+/// Opens the next argument that has not been dealt with. False when there is none.
+bool Derivation::descend() {
+  Frame& frame = frames_.back();
+  const std::vector<TermName>& args = terms_.term(path_.back()).args;
+  while (frame.next_arg < args.size()) {
+    const Id arg = terms_now_.now(static_cast<Id>(args[frame.next_arg++]));
+    if (arg < done_in_.size() && done_in_[arg] == pass_number_) continue;
+    if (arg < is_open_.size() && is_open_[arg]) {
+      is_stuck_ = true;
+      return false;
+    }
+    open(arg);
     return true;
   }
   return false;
 }
 
-/// Makes the step unless it leads back, as rules do that undo each other.
-bool Derivation::replace(Id before, Id after, Step& step) {
-  const Id root = terms_.replaced(current_, before, after);
-  if (!seen_.insert(root).second) return false;
-  step.root = current_;
-  step.before = before;
+/// Builds the innermost open term of what its arguments have become. False when they are as they were.
+bool Derivation::rebuild() {
+  const Id id = path_.back();
+  std::vector<Id> args;
+  bool same = true;
+  for (TermName arg : terms_.term(id).args) {
+    args.push_back(terms_now_.now(static_cast<Id>(arg)));
+    same = same && args.back() == arg;
+  }
+  if (same) return false;
+  const Id built = terms_now_.now(terms_.with_args(id, args));
+  if (built == id) return false;
+  if (built < is_open_.size() && is_open_[built]) {
+    is_stuck_ = true;
+    return false;
+  }
+  become(built);
+  return true;
+}
+
+bool Derivation::next(Step& step) {
+  if (std::exchange(is_pending_, false)) become(after_);
+  do {
+    while (!path_.empty() && !is_stuck_) {
+      if (done_in_[path_.back()] == pass_number_) {
+        close();
+      } else if (!descend() && !is_stuck_ && !rebuild() && !is_stuck_) {
+        if (find_step(step)) return true;
+        done_in_[path_.back()] = pass_number_;
+        close();
+      }
+    }
+  } while (begin_next_pass());
+  return false;
+}
+
+bool Derivation::find_step(Step& step) {
+  switch (pass_) {
+    case Pass::simplifiers:
+      return try_known(simplifications_, step);
+    case Pass::order:
+      return try_reordering(step);
+    case Pass::rules:
+      break;
+  }
+  return try_known(simplifications_, step) || try_known(rewrites_, step);
+}
+
+bool Derivation::try_known(const Replacements& known, Step& step) {
+  const auto found = known.find(path_.back());
+  if (found == known.end()) return false;
+  const Replacement& r = found->second;
+  if (!replace(r.after, step)) return false;
+  step.kind = r.is_definition ? Step::definition : !r.rule_label.empty() ? Step::rule : Step::simplifier;
+  step.rule_label = r.rule_label;
+  step.label = r.label;
+  return true;
+}
+
+/// The step that makes the innermost open term another one, unless it leads back, as rules do that undo each
+/// other. What `after` became earlier it is at once.
+bool Derivation::replace(Id after, Step& step) {
+  const Id further = terms_now_.now(after);
+  if (further < is_open_.size() && is_open_[further]) return false;
+  const std::vector<Id>& forms = frames_.back().forms;
+  if (std::ranges::find(forms, further) != forms.end()) return false;
+  step.path = path_;
+  step.before = path_.back();
   step.after = after;
-  current_ = root;
+  after_ = further;
+  is_pending_ = true;
+  has_changed_ = true;
   return true;
 }
 
@@ -165,26 +285,29 @@ Derivation::Id Derivation::reordered(Id chain) const {
   return elements(known->second) == wanted ? known->second : chain;
 }
 
-bool Derivation::try_reordering(Step& step) {
-  const std::vector<Id> order = in_post_order(terms_, current_);
-  std::unordered_set<Id> starts{current_};  // chains that are not only the rest of another one
-  for (Id id : order) {
+/// Chains that are not only the rest of another one.
+std::unordered_set<Derivation::Id> Derivation::whole_chains(Id root) const {
+  std::unordered_set<Id> starts{root};
+  for (Id id : in_post_order(terms_, root)) {
     for (TermName arg : terms_.term(id).args) {
       if (!is_chain(id) || terms_.term(static_cast<Id>(arg)).op != terms_.term(id).op) {
         starts.insert(static_cast<Id>(arg));
       }
     }
   }
-  for (Id id : order) {
-    if (!is_chain(id) || !starts.contains(id)) continue;
-    const Id other = reordered(id);
-    if (other == id || !replace(id, other, step)) continue;
-    step.kind = Step::reordering;
-    step.rule_label.clear();
-    step.label = terms_.term(id).op;
-    return true;
-  }
-  return false;
+  std::erase_if(starts, [this](Id id) { return !is_chain(id); });
+  return starts;
+}
+
+bool Derivation::try_reordering(Step& step) {
+  const Id chain = path_.back();
+  if (!frames_.back().is_chain || !is_chain(chain)) return false;
+  const Id other = reordered(chain);
+  if (other == chain || !replace(other, step)) return false;
+  step.kind = Step::reordering;
+  step.rule_label.clear();
+  step.label = terms_.term(chain).op;
+  return true;
 }
 
 std::string title_of(const Derivation::Step& step) {

@@ -70,71 +70,86 @@ std::string trace_of_term(const std::string& context, const std::string& term,
 
 }  // namespace
 
-ShownDerivation follow(const TraceTerms& terms, Derivation& derivation, TermText& text,
-                       const ShownSteps& shown) {
+ShownDerivation follow(Derivation& derivation, TermText& text, const ShownSteps& shown) {
   ShownDerivation result;
+  text.give_names();
   const TraceTerms::Id start = derivation.current();
   result.before = text.text(start);
+  text.show_current(&derivation.parts());
   Derivation::Step step;
   StepCounts counts;
-  std::size_t size = in_post_order(terms, start).size();
-  bool more = true;
-  while (result.steps.size() < shown.most && (more = derivation.next(step))) {
-    const std::size_t size_before = std::exchange(size, in_post_order(terms, derivation.current()).size());
-    std::string before = text.text_at(step.root, step.before, step.before);
-    std::string after = text.text_at(step.root, step.before, step.after);
-    if (before == after) continue;
-    counts.add(step, static_cast<std::int64_t>(size_before) - static_cast<std::int64_t>(size));
-    if (!shown.shows(++result.num_steps, step)) continue;
-    result.steps.push_back({result.num_steps, step.kind, step.rule_label, step.label, text.text(step.before),
-                            text.text(step.after), std::move(before), std::move(after)});
-    if (shown.only != 0) break;
+  std::size_t size = derivation.size();
+  for (bool more = derivation.next(step); more;) {
+    const bool counted = text.differ(step.before, step.after);
+    if (counted && shown.shows(++result.num_steps, step) && result.steps.size() < shown.most) {
+      std::string before = text.text(step.before);
+      std::string after = text.text(step.after);
+      std::string whole_before = text.text_at(step.path, step.before);
+      std::string whole_after = text.text_at(step.path, step.after);
+      result.steps.push_back({result.num_steps, step.kind, step.rule_label, step.label, std::move(before),
+                              std::move(after), std::move(whole_before), std::move(whole_after)});
+    }
+    const Derivation::Step made = step;
+    more = derivation.next(step);
+    const std::size_t size_before = std::exchange(size, derivation.size());
+    if (counted) counts.add(made, static_cast<std::int64_t>(size_before) - static_cast<std::int64_t>(size));
   }
-  bool has_further = false;
-  while (derivation.is_part() && more && (more = derivation.next(step))) has_further = true;
+  text.show_current(nullptr);
   const TraceTerms::Id end = derivation.result();
   result.after = text.text(end);
   if (end != start) {
-    const bool is_complete = derivation.current() == end && !has_further;
-    result.ending = is_complete           ? ShownDerivation::complete
-                    : more || has_further ? ShownDerivation::cut_short
-                                          : ShownDerivation::untold;
+    const bool filtered = shown.only != 0 || !shown.rule.empty();
+    result.ending = derivation.current() != end                           ? ShownDerivation::untold
+                    : !filtered && result.steps.size() < result.num_steps ? ShownDerivation::cut_short
+                                                                          : ShownDerivation::complete;
   }
   result.counts = counts.sorted();
+  result.names = text.take_names();
   return result;
 }
+
+namespace {
+
+void print_counts(const ShownDerivation& derivation, std::ostream& out) {
+  out << fmt::format("{:<50}{:>8}{:>14}\n", fmt::format("{} steps", derivation.num_steps), "times",
+                     "terms saved");
+  for (const Count& c : derivation.counts) {
+    out << fmt::format("  {:<48}{:>8}{:>14}\n", c.name, c.steps, c.saved);
+  }
+}
+
+void print_names(const ShownDerivation& derivation, std::ostream& out) {
+  if (derivation.names.empty()) return;
+  out << "where\n";
+  for (const TermText::Name& n : derivation.names) out << fmt::format("  {:<4} {}\n", n.name, n.text);
+}
+
+}  // namespace
 
 void print(const ShownDerivation& derivation, bool with_counts, std::ostream& out) {
   constexpr std::size_t few_steps = 5;  // that need not be counted
   out << "  " << derivation.before << '\n';
   if (derivation.ending == ShownDerivation::unchanged) {
     out << "is left as it is\n";
+    print_names(derivation, out);
     return;
   }
+  out << "becomes\n  " << derivation.after << '\n';
+  if (with_counts && derivation.num_steps > few_steps) print_counts(derivation, out);
   for (const ShownDerivation::ShownStep& step : derivation.steps) {
     const std::string head = fmt::format("{}. ", step.number);
     const std::string indent(head.size(), ' ');
-    out << head << title_of({step.kind, step.rule_label, step.label, 0, 0, 0}) << '\n'
+    out << head << title_of({.kind = step.kind, .rule_label = step.rule_label, .label = step.label}) << '\n'
         << indent << "  " << step.whole_before << '\n'
         << indent << "= " << step.whole_after << '\n';
   }
-  switch (derivation.ending) {
-    case ShownDerivation::cut_short:
-      out << "further steps lead to\n";
-      break;
-    case ShownDerivation::untold:
-      out << "the reader, or the limit on growth, leads to\n";
-      break;
-    default:
-      out << "result\n";
+  if (derivation.ending == ShownDerivation::cut_short && !derivation.steps.empty()) {
+    const std::size_t further = derivation.num_steps - derivation.steps.size();
+    out << fmt::format("{} further step{}\n", further, further == 1 ? "" : "s");
   }
-  out << "  " << derivation.after << '\n';
-  if (derivation.num_steps <= few_steps || !with_counts) return;
-  out << fmt::format("{:<50}{:>8}{:>14}\n", fmt::format("{} steps", derivation.num_steps), "times",
-                     "terms saved");
-  for (const Count& c : derivation.counts) {
-    out << fmt::format("  {:<48}{:>8}{:>14}\n", c.name, c.steps, c.saved);
-  }
+  if (derivation.ending == ShownDerivation::untold)
+    out << "the reader, or the limit on growth, does the rest\n";
+  print_names(derivation, out);
 }
 
 Json as_json(const ShownDerivation& derivation) {
@@ -158,6 +173,10 @@ Json as_json(const ShownDerivation& derivation) {
   for (const Count& c : derivation.counts) {
     counts.push_back({{"name", c.name}, {"times", c.steps}, {"terms_saved", c.saved}});
   }
+  if (!derivation.names.empty()) {
+    Json& names = json["names"] = Json::object();
+    for (const TermText::Name& n : derivation.names) names[n.name] = n.text;
+  }
   return json;
 }
 
@@ -172,7 +191,7 @@ void explain_term(const std::string& context, const std::string& term, const Ses
   TermText text(terms, length, marks);
   Derivation derivation(terms, written, simplified);
   derivation.begin(1);
-  print(follow(terms, derivation, text, {}), true, out);
+  print(follow(derivation, text, {}), true, out);
 }
 
 }  // namespace quarv::cli

@@ -14,7 +14,7 @@ namespace quarv::cli {
 
 /// Which steps of a derivation are shown.
 struct ShownSteps {
-  std::size_t most = 100;
+  std::size_t most = 20;
   std::size_t only = 0;   ///< the one of this number, from 1; 0: all
   std::string rule = {};  ///< those of the rule that is called so; empty: all
 
@@ -28,7 +28,7 @@ struct ShownDerivation {
   enum Ending : std::uint8_t {
     unchanged,
     complete,   ///< the steps lead to the result
-    cut_short,  ///< there are further steps
+    cut_short,  ///< likewise, but not all are shown
     untold      ///< the trace does not tell all
   };
   struct ShownStep {
@@ -50,17 +50,16 @@ struct ShownDerivation {
   std::vector<ShownStep> steps;
   Ending ending = unchanged;
   std::string after;
-  std::size_t num_steps = 0;  ///< looked at
+  std::size_t num_steps = 0;  ///< whether they are shown or not
   std::vector<Count> counts;
+  std::vector<TermText::Name> names;
 };
 
-/// Follows a derivation that has begun, as far as its steps are to be shown. A step of which the text shows
-/// nothing does not count.
-ShownDerivation follow(const TraceTerms& terms, Derivation& derivation, TermText& text,
-                       const ShownSteps& shown);
+/// Follows a derivation that has begun to its end. A step of which no text shows anything does not count.
+ShownDerivation follow(Derivation& derivation, TermText& text, const ShownSteps& shown);
 
-/// Prints the term that it begins with, its steps, the result and, of a longer derivation where
-/// `with_counts`, what was done.
+/// Prints the term that it begins with, the result, of a longer derivation where `with_counts` what was done,
+/// the steps that are shown, and what their names stand for.
 void print(const ShownDerivation& derivation, bool with_counts, std::ostream& out);
 
 /// The same for programs.

@@ -1,11 +1,13 @@
 #include "explain/term_text.h"
 
 #include <algorithm>
-#include <unordered_map>
+#include <utility>
 
 #include <quarv/smtlib/read/reader.h>
 
 namespace quarv::cli {
+
+using Id = TraceTerms::Id;
 
 namespace {
 
@@ -36,6 +38,13 @@ std::string rational(const mpq_class& value, bool real) {
   std::string text = magnitude.get_num().get_str() + point;
   if (magnitude.get_den() != 1) text = "(/ " + text + ' ' + magnitude.get_den().get_str() + point + ')';
   return value < 0 ? "(- " + text + ')' : text;
+}
+
+/// As much of a text as fits into so many bytes; characters stay whole.
+std::string beginning(const std::string& text, std::size_t size) {
+  if (text.size() <= size) return text;
+  while (size != 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) --size;
+  return text.substr(0, size);
 }
 
 }  // namespace
@@ -77,54 +86,112 @@ std::string TermText::head(Id id) const {
   return text;
 }
 
-/// The length of a whole text, saturated.
-std::size_t TermText::length(Id id) {
-  constexpr std::size_t unknown = 0, very_long = 1 << 30;
-  lengths_.resize(terms_.size(), unknown);
-  if (lengths_[id] != unknown) return lengths_[id];
-  for (Id t : in_post_order(terms_, id)) {
-    if (lengths_[t] != unknown) continue;
-    const Expression& e = terms_.term(t);
-    std::size_t sum = head(t).size() + (e.args.empty() ? 0 : 2);
-    for (TermName arg : e.args) sum += 1 + lengths_[arg];
-    for (const std::string& attribute : e.attributes) sum += 1 + attribute.size();
-    lengths_[t] = std::min(sum, very_long);
+Id TermText::now(TermName arg) const {
+  const auto id = static_cast<Id>(arg);
+  return current_ != nullptr ? current_->now(id) : id;
+}
+
+/// Appends the whole text, or of one that is longer than `limit` the beginning; whether it is whole.
+bool TermText::write(Id id, std::size_t limit, std::string& out) const {
+  const std::size_t start = out.size();
+  struct Open {
+    Id id;
+    std::size_t next;
+  };
+  std::vector<Open> open;
+  const auto begin = [&](Id t) {
+    if (t == place_) {
+      out += shown_;
+    } else if (terms_.term(t).args.empty()) {
+      out += head(t);
+    } else {
+      out += '(' + head(t);
+      open.push_back({t, 0});
+    }
+  };
+  begin(id);
+  while (!open.empty() && out.size() - start <= limit) {
+    const Expression& e = terms_.term(open.back().id);
+    if (open.back().next < e.args.size()) {
+      out += ' ';
+      begin(now(e.args[open.back().next++]));
+      continue;
+    }
+    for (const std::string& attribute : e.attributes) out += ' ' + attribute;
+    out += ')';
+    open.pop_back();
   }
-  return lengths_[id];
+  return open.empty() && out.size() - start <= limit;
+}
+
+/// The length of a whole text, but no more than `limit`.
+std::size_t TermText::length(Id id, std::size_t limit) const {
+  std::string text;
+  write(id, limit, text);
+  return std::min(text.size(), limit);
 }
 
 std::string TermText::marked(const std::string& text) const {
   return std::string(marks_.begin) + text + std::string(marks_.end);
 }
 
-/// An application with `inner_text` for the first argument that is `inner`. The budget is divided among the
-/// arguments: what one of them does not need is left to those after it.
+/// A name for what is left out.
+std::string TermText::name(Id id) {
+  constexpr std::size_t shown = 100;
+  if (!gives_names_) return std::string(ellipsis);
+  const auto [known, is_new] = numbers_.try_emplace(id, names_.size() + 1);
+  if (is_new) {
+    const Id place = std::exchange(place_, nowhere);
+    std::string text;
+    if (!write(id, shown, text)) text = beginning(text, shown) + std::string(ellipsis);
+    names_.push_back({'#' + std::to_string(known->second), std::move(text)});
+    place_ = place;
+  }
+  return names_[known->second - 1].name;
+}
+
+std::vector<TermText::Name> TermText::take_names() {
+  numbers_.clear();
+  return std::exchange(names_, {});
+}
+
+std::string TermText::whole_or_name(Id id, std::size_t budget) {
+  std::string text;
+  return write(id, budget, text) ? text : name(id);
+}
+
+/// An application with `inner_text` for the first argument that is `inner`, and names for what is long beside
+/// it. Otherwise the budget is divided among the arguments: what one of them does not need is left to those
+/// after it.
 std::string TermText::application(Id id, std::size_t budget, Id inner, const std::string& inner_text) {
   const Expression& e = terms_.term(id);
   std::string text = '(' + head(id);
   std::size_t rest = budget - std::min(budget, text.size() + 1);
   bool inside = false;
+  bool left_out = false;
   for (std::size_t i = 0; i < e.args.size(); ++i) {
-    const auto arg = static_cast<Id>(e.args[i]);
-    text += ' ';
+    const Id arg = now(e.args[i]);
     if (arg == inner && !inside) {
       inside = true;
-      text += inner_text;
+      left_out = false;
+      text += ' ' + inner_text;
       continue;
     }
     if (rest == 0) {
-      text += ellipsis;
+      if (!left_out) text += ' ' + std::string(ellipsis);
+      left_out = true;
       if (inner == nowhere || inside) break;
       continue;
     }
     const std::size_t share = rest / (e.args.size() - i);
     std::size_t later = 0;
     for (std::size_t k = i + 1; k < e.args.size() && later < rest; ++k) {
-      later += 1 + std::min(share, length(static_cast<Id>(e.args[k])));
+      if (const Id other = now(e.args[k]); other != inner) later += 1 + length(other, share);
     }
-    const std::string argument = part(arg, std::max(share, rest - std::min(rest, later)));
+    const std::size_t room = std::max(share, rest - std::min(rest, later));
+    const std::string argument = inner != nowhere ? whole_or_name(arg, room) : part(arg, room);
     rest -= std::min(rest, argument.size() + 1);
-    text += argument;
+    text += ' ' + argument;
   }
   for (const std::string& attribute : e.attributes) text += ' ' + attribute;
   return text + ')';
@@ -133,13 +200,11 @@ std::string TermText::application(Id id, std::size_t budget, Id inner, const std
 /// Nothing but a budget above some characters is divided further, so that the depth of the recursion is
 /// below `largest_limit`.
 std::string TermText::part(Id id, std::size_t budget) {
-  constexpr std::size_t smallest = 4;
+  constexpr std::size_t smallest = 16;
   if (id == place_) return shown_;
-  if (terms_.term(id).args.empty()) {
-    std::string text = head(id);
-    return text.size() <= std::max<std::size_t>(budget, 16) ? text : std::string(ellipsis);
-  }
-  if (budget < smallest) return std::string(ellipsis);
+  std::string text;
+  if (write(id, std::max(budget, smallest), text)) return text;
+  if (terms_.term(id).args.empty() || budget < smallest) return name(id);
   return application(id, budget - 1, nowhere, {});
 }
 
@@ -148,33 +213,57 @@ std::string TermText::text(Id id) {
   return part(id, limit_);
 }
 
-std::string TermText::text_at(Id root, Id place, Id shown) {
-  constexpr std::size_t beside = 32;
-  place_ = nowhere;
-  shown_ = marked(part(shown, limit_));
-  place_ = place;
-  if (length(root) <= limit_) return part(root, limit_);
-  // The arguments on the way down to the place, the last one first.
-  std::unordered_map<Id, Id> parents{{root, nowhere}};
+std::vector<Id> TermText::path_to(Id root, Id place) const {
+  constexpr Id none = nowhere;
+  std::unordered_map<Id, Id> parents{{root, none}};
   std::vector<Id> pending{root};
   while (!pending.empty() && !parents.contains(place)) {
     const Id id = pending.back();
     pending.pop_back();
     for (TermName arg : terms_.term(id).args) {
-      if (parents.emplace(static_cast<Id>(arg), id).second) pending.push_back(static_cast<Id>(arg));
+      if (parents.emplace(now(arg), id).second) pending.push_back(now(arg));
     }
   }
+  std::vector<Id> path;
+  for (Id id = place; id != nowhere; id = parents.at(id)) path.push_back(id);
+  std::ranges::reverse(path);
+  return path;
+}
+
+std::string TermText::text_at(std::span<const Id> path, Id shown) {
+  constexpr std::size_t beside = 48;     // for what stands beside the place, on each level
+  constexpr std::size_t most_levels = 4;  // around it
+  place_ = nowhere;
+  const bool is_short = length(path.front(), limit_ + 1) <= limit_;
+  shown_ = marked(part(shown, limit_));
+  place_ = path.back();
+  if (is_short) {
+    std::string text;
+    write(path.front(), std::string::npos, text);
+    return text;
+  }
   std::string text = shown_;
-  Id inner = place;
-  for (Id outer = parents.at(inner); outer != nowhere; inner = outer, outer = parents.at(inner)) {
-    std::string more =
-        application(outer, beside * std::min<std::size_t>(terms_.term(outer).args.size(), 4), inner, text);
-    if (more.size() > std::max(limit_, shown_.size() + limit_ / 2)) {
-      return std::string(ellipsis) + ' ' + text + ' ' + std::string(ellipsis);
+  for (std::size_t i = path.size() - 1; i != 0; --i) {
+    const Id outer = path[i - 1];
+    std::string more = application(outer, beside, path[i], text);
+    if (path.size() - i > most_levels || more.size() > std::max(limit_, shown_.size() + limit_ / 2)) {
+      return std::string(ellipsis) + ' ' + text;
     }
     text = std::move(more);
   }
   return text;
+}
+
+bool TermText::differ(Id a, Id b) {
+  constexpr std::size_t few = 64;
+  place_ = nowhere;
+  for (const std::size_t limit : {few, largest_limit}) {
+    std::string left, right;
+    write(a, limit, left);
+    write(b, limit, right);
+    if (left != right) return true;
+  }
+  return false;
 }
 
 }  // namespace quarv::cli

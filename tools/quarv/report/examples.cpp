@@ -84,10 +84,11 @@ class ExampleMaker {
     e.terms_before = candidate.before;
     e.terms_after = candidate.after;
     if (candidate.before <= largest_graph) e.graphs = graphs(derivation.current(), derivation.result(), 0);
+    text_.show_current(&derivation.parts());
     std::pair<std::size_t, std::size_t> best = {0, 0};  // terms fewer, terms before
     for (Derivation::Step step; e.steps.size() < most_steps && derivation.next(step);) {
-      e.steps.push_back({title_of(step), step.rule_label, text_.text_at(step.root, step.before, step.before),
-                         text_.text_at(step.root, step.before, step.after)});
+      e.steps.push_back({title_of(step), step.rule_label, text_.text_at(step.path, step.before),
+                         text_.text_at(step.path, step.after)});
       if (candidate.before <= largest_graph) continue;
       const std::size_t before = size(step.before);
       const std::size_t after = size(step.after);
@@ -96,7 +97,9 @@ class ExampleMaker {
       best = score;
       e.graphs = graphs(step.before, step.after, e.steps.size());
     }
-    e.more = derivation.current() != derivation.result();
+    Derivation::Step further;
+    e.more = derivation.next(further) || derivation.current() != derivation.result();
+    text_.show_current(nullptr);
     e.result = text_.text(derivation.result());
     return e;
   }
