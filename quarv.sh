@@ -47,7 +47,7 @@ case $command in
     run_tests sanitize
     ;;
   packages)
-    need "${build_packages[@]}" dpkg-dev python3-dev pybind11-dev
+    need "${build_packages[@]}" dpkg-dev file python3-dev pybind11-dev
     # The folder may be there from when there was no Python.
     [[ ! -f $root/build/release/CMakeCache.txt ]] || quietly cmake "$root/build/release"
     build release quarv{,_smtlib}{,_shared} quarv_program quarv_man_page quarv_python

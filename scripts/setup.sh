@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 build_packages=(g++ cmake ninja-build libgmp-dev libcli11-dev libfmt-dev nlohmann-json3-dev libedit-dev
   libarchive-dev zlib1g-dev liblzma-dev libzstd-dev nettle-dev)
 test_packages=(ccache binutils clang pkg-config libmpfr-dev libgtest-dev librapidcheck-dev patch python3 valgrind xz-utils zstd z3 cvc5
-  dpkg-dev python3-dev pybind11-dev python3-pytest python3-z3 mypy abigail-tools libz3-dev parallel openssh-client graphviz chromium)
+  dpkg-dev file python3-dev pybind11-dev python3-pytest python3-z3 mypy abigail-tools libz3-dev parallel openssh-client graphviz chromium)
 # Servers that some tests start for themselves; without them these tests are skipped.
 server_packages=(openssh-server slurmctld slurmd slurm-client munge)
 docs_packages=(doxygen mkdocs)

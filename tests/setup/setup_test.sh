@@ -49,6 +49,8 @@ scripts/bench.sh libbenchmark-dev
 scripts/compare.sh libflint-dev
 scripts/performance.sh libflint-dev
 END
+asked quarv.sh packages >"$work_dir/packages"
+grep -qxF file "$work_dir/packages" || fail "quarv.sh packages does not install file, by which CPack finds libraries"
 asked quarv.sh proofs >"$work_dir/proofs"
 grep -qxF coq "$work_dir/proofs" || fail "quarv.sh proofs does not install coq"
 
