@@ -3,6 +3,7 @@
 
 #include <quarv/smtlib/write/printer.h>
 #include <quarv/smtlib/write/script_writer.h>
+#include <quarv/smtlib/write/term_writer.h>
 
 namespace quarv::smtlib {
 
@@ -17,7 +18,13 @@ PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& 
 
 std::string term_text(const TermManager& manager, const Term* t) {
   std::ostringstream out;
-  print_term(manager, t, out);
+  if (manager.arity(t) == 0) {  // without plans, which take room for all terms there are
+    OutputBuffer buffer(out);
+    write_constant(manager, Node(t, false), buffer);
+    buffer.flush();
+  } else {
+    print_term(manager, t, out);
+  }
   return std::move(out).str();
 }
 
