@@ -2,6 +2,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -192,17 +193,26 @@ std::optional<TextRange> term_asked_for(const Input& input, const std::string& p
   return term_at(without_byte_order_mark(input.text()), line, column);
 }
 
+void print(std::string_view text) {
+  Output output("-");
+  output.stream() << text;
+  output.commit();
+}
+
 int explain_place(const Arguments& arguments, const Input& input) {
   const std::optional<TextRange> place = term_asked_for(input, arguments.place);
-  Output output("-");
+  std::ostringstream text;
+  text.exceptions(std::ios::badbit);  // lack of memory must not look like an error of the stream
+  std::optional<WaitingNote> note("explaining " + input.name());
   // Errors of the input come first.
-  Explanation explanation(arguments, input, place, output.stream());
+  Explanation explanation(arguments, input, place, text);
   if (!place) return refuse(fmt::format("there is no term of an assertion at {}", arguments.place));
   if (!explanation.explain_place()) {
     return refuse(fmt::format("the term at {} is not used in its assertion", arguments.place));
   }
   explanation.conclude();
-  output.commit();
+  note.reset();
+  print(text.view());
   return success;
 }
 
@@ -210,10 +220,10 @@ int explain(const Arguments& arguments) {
   const Input input(arguments.input);
   if (arguments.why_not) return explain_rule(arguments, input);
   if (!arguments.place.empty()) return explain_place(arguments, input);
-  Output output("-");
-  std::optional<WaitingNote> note("simplifying " + input.name());
-  Explanation explanation(arguments, input, std::nullopt, output.stream());
-  note.reset();
+  std::ostringstream text;
+  text.exceptions(std::ios::badbit);
+  std::optional<WaitingNote> note("explaining " + input.name());
+  Explanation explanation(arguments, input, std::nullopt, text);
   if (arguments.assertion > explanation.num_assertions()) {
     return refuse(fmt::format("there is no assertion {}: the script has {}", arguments.assertion,
                               explanation.num_assertions()));
@@ -222,7 +232,8 @@ int explain(const Arguments& arguments) {
   const std::size_t last = all ? explanation.num_assertions() : arguments.assertion;
   for (std::size_t i = all ? 1 : last; i <= last; ++i) explanation.explain(i);
   if (all || !arguments.steps.rule.empty() || arguments.steps.only != 0) explanation.conclude();
-  output.commit();
+  note.reset();  // before anything is printed
+  print(text.view());
   return success;
 }
 
