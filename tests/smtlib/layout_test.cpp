@@ -168,6 +168,22 @@ TEST(Layout, KeepsAllTokens) {
   }
 }
 
+/// Where lines are filled, an application begins on a line only if its operator fits there.
+TEST(Layout, BreaksBeforeLongOperators) {
+  const std::string operator_name(20, 'f');
+  std::string line = "(assert ";
+  for (int i = 0; i < 20; ++i)
+    line += "(g " + std::string(static_cast<std::size_t>(i % 7 + 1), 'x') + " (" + operator_name + ' ';
+  line += 'x' + std::string(41, ')');
+  for (std::size_t width = 40; width < 80; ++width) {
+    std::istringstream out(laid_out("(assert x)", line, width));
+    for (std::string text; std::getline(out, text);) {
+      const bool ends_all = text.ends_with("))))");
+      EXPECT_TRUE(ends_all || text.size() <= width) << width << ": " << text;
+    }
+  }
+}
+
 TEST(Layout, IsLinear) {
   constexpr std::size_t depth = 200'000;
   std::string line = "(assert ";

@@ -222,7 +222,7 @@ class LineBreaker {
     const bool first = o.num_parts == 0;
     const bool fits = column() + (first ? 0 : 1) + room <= width_;
     if (first) return fits;
-    if (stays(o, compound, fits)) {
+    if (stays(o, from, compound, fits)) {
       out_ += ' ';
       return fits;
     }
@@ -258,8 +258,8 @@ class LineBreaker {
   }
 
   /// Whether the next part stays on the line.
-  bool stays(const Open& o, bool compound, bool fits) const {
-    if (indentation(o) >= deepest_) return fits || (compound && column() + width_ / 4 <= width_);
+  bool stays(const Open& o, std::size_t from, bool compound, bool fits) const {
+    if (indentation(o) >= deepest_) return fits || (compound && column() + room_to_begin(from) <= width_);
     switch (o.kind) {
       case Kind::let:
       case Kind::binder:
@@ -276,6 +276,13 @@ class LineBreaker {
     }
     if (o.in_list && o.num_parts == 1) return fits || compound;
     return !compound && !o.after_compound && fits;
+  }
+
+  /// Where lines are filled: what an application needs of one to begin there, at least its operator.
+  std::size_t room_to_begin(std::size_t from) const {
+    std::size_t end = from;
+    while (end - from < width_ && line_[end] != ' ' && line_[end] != ')') ++end;
+    return std::max(width_ / 4, 1 + end - from);  // with the blank before
   }
 
   /// The column of the parts of an application that begin lines. The body of a `let` stands as deep as the
