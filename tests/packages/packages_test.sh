@@ -41,6 +41,9 @@ for library in "$lib"/libquarv.so.0 "$lib"/libquarv_smtlib.so.0; do
   [[ -z $foreign ]] || fail "$library shows $foreign"
 done
 gzip -t "$root"/usr/share/man/man1/quarv.1.gz 2>/dev/null || [[ -s $root/usr/share/man/man1/quarv.1 ]] || fail "no manual page"
+for command in simplify rules-check; do
+  [[ -s $root/usr/share/man/man1/quarv-$command.1.gz || -s $root/usr/share/man/man1/quarv-$command.1 ]] || fail "no manual page of $command"
+done
 [[ -s $root/usr/share/bash-completion/completions/quarv ]] || fail "no completion"
 "$root"/usr/bin/quarv --version >/dev/null
 for page in README.md docs/index.md docs/tutorial.md; do [[ -s $root/usr/share/doc/quarv/$page ]] || fail "there is no $page"; done

@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Writes the manual page of a program from what it says with --help.
+"""Writes the manual pages of a program, one for all of it and one for each command, from what it says with --help.
 
-usage: man_page.py PROGRAM > quarv.1
+usage: man_page.py PROGRAM FOLDER
 """
 import re
 import subprocess
 import sys
+from pathlib import Path
 
 NAME = "quarv"
 
@@ -39,6 +40,9 @@ class Help:
                 items.append([name, description or ""])
             else:
                 items[-1][1] = (items[-1][1] + " " + line.strip()).strip()
+
+    def name(self):
+        return "-".join((NAME, *self.command))
 
     def subcommands(self):
         return [self.command + (name,) for name, _ in self.lists.get("Subcommands", [])]
@@ -77,16 +81,35 @@ def items(entries):
     return lines
 
 
-def page(program):
-    helps = collect(program)
+def beginning(h, version):
+    """Up to the synopsis."""
+    summary = h.description.split(". ")[0].split(": ")[0]  # in one line, as lists of pages show it
+    return [f'.TH {h.name().upper()} 1 "" "{version}" "User Commands"', ".SH NAME",
+            f"{roff(h.name())} \\- {roff(summary[0].lower() + summary[1:].rstrip('.'))}", ".SH SYNOPSIS"]
+
+
+def synopsis(h):
+    command = " ".join((NAME, *h.command))
+    return [".B " + roff(command), roff(h.usage.split(command, 1)[-1].strip())]
+
+
+def command_page(h, top, version):
+    lines = [*beginning(h, version), *synopsis(h), ".SH DESCRIPTION", roff(h.description)]
+    if positionals := h.lists.get("Positionals"):
+        lines += [".SH ARGUMENTS", *items(positionals)]
+    lines += [".SH OPTIONS", *items(h.lists.get("Options", []))]
+    if examples := section(h.text, "Examples"):
+        lines += [".SH EXAMPLES", *paragraphs(examples)]
+    lines += [".SH EXIT STATUS", *map(roff, section(top.text, "Exit status")), ".SH SEE ALSO", f".BR {NAME} (1)"]
+    return "\n".join(lines) + "\n"
+
+
+def page(helps, version):
     top = helps[0]
-    version = subprocess.run([program, "--version"], capture_output=True, text=True, check=True).stdout.strip()
-    lines = [f'.TH {NAME.upper()} 1 "" "{version}" "User Commands"', ".SH NAME",
-             f"{NAME} \\- {roff(top.description[0].lower() + top.description[1:].rstrip('.'))}", ".SH SYNOPSIS"]
-    for h in helps:
-        if not h.subcommands():
-            lines += [".B " + roff(" ".join((NAME, *h.command))),
-                      roff(h.usage.split(" ".join((NAME, *h.command)), 1)[-1].strip()), ".br"]
+    lines = beginning(top, version)
+    commands = [h for h in helps if not h.subcommands()]
+    for h in commands:
+        lines += [*synopsis(h), ".br"]
     lines += [".SH DESCRIPTION", roff(top.description)]
     lines += [".SH OPTIONS", *items(top.lists["Options"])]
     lines += [".SH COMMANDS"]
@@ -98,10 +121,21 @@ def page(program):
             lines += [".PP", *paragraphs(h.text)]
     lines += [".SH EXAMPLES", *paragraphs(section(top.text, "Examples"))]
     lines += [".SH EXIT STATUS", *map(roff, section(top.text, "Exit status"))]
+    lines += [".SH SEE ALSO", *(f".BR {roff(h.name())} (1){',' if h is not commands[-1] else ''}" for h in commands)]
     return "\n".join(lines) + "\n"
 
 
+def main(program, folder):
+    version = subprocess.run([program, "--version"], capture_output=True, text=True, check=True).stdout.strip()
+    helps = collect(program)
+    folder.mkdir(exist_ok=True)
+    (folder / f"{NAME}.1").write_text(page(helps, version), encoding="utf-8")
+    for h in helps:
+        if not h.subcommands():
+            (folder / f"{h.name()}.1").write_text(command_page(h, helps[0], version), encoding="utf-8")
+
+
 if __name__ == "__main__":
-    if len(sys.argv) != 2:
+    if len(sys.argv) != 3:
         sys.exit(__doc__)
-    sys.stdout.write(page(sys.argv[1]))
+    main(sys.argv[1], Path(sys.argv[2]))
