@@ -402,6 +402,19 @@ TEST(Smallest, WritesPatternsWithinPatternsOfAnyDepth) {
   EXPECT_TRUE(smallest(text) == text);
 }
 
+/// Solvers unfold them where their conditions are decided.
+TEST(Smallest, LeavesRecursiveFunctionsAsTheyAreWritten) {
+  const std::string text =
+      "(declare-const n Int)\n"
+      "(define-fun-rec f ((n Int) (|a b| Int)) Int (ite (<= n 0) (+ 0 |a b|) (f (- n 1) |a b|)))\n"
+      "(define-funs-rec ((even ((n Int)) Bool) (odd ((n Int)) Bool)) ((ite (= n 0) true (odd (- n 1))) (ite "
+      "(= n "
+      "0) false (even (- n 1)))))\n"
+      "(define-funs-rec ((id ((n Int)) Int)) (n))\n(assert (= (f n 3) (id n)))\n";
+  EXPECT_EQ(smallest(text), text);
+  EXPECT_EQ(smallest("(define-fun-rec g ((y Int)) Int (+ y 0))\n"), "(define-fun-rec g ((y Int)) Int y)\n");
+}
+
 TEST(Smallest, KeepsTheNamesOfVariablesThatHideNothingInUse) {
   const std::string declared = "(declare-const x Int)\n(declare-fun g (Int Int) Bool)\n";
   for (const std::string kept : {

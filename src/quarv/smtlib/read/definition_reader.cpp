@@ -183,6 +183,21 @@ std::vector<const Term*> Reader::parameters(std::string& text, bool own) {
   return variables;
 }
 
+/// What has been read since the lexer was at `before`, if the bodies of recursive functions are to stay as
+/// they are written: solvers unfold them step by step where conditions are decided, and might not end where
+/// these are written in another way.
+std::string_view Reader::text_from(Lexer before) {
+  return options_.written == nullptr ? std::string_view{} : one_line(before.next().start);
+}
+
+bool Reader::mentions(std::string_view text, std::string_view name) {
+  Lexer lexer(text);
+  for (Token t = lexer.next(); t.kind != TokenKind::end; t = lexer.next()) {
+    if (t.kind == TokenKind::symbol && t.text == name) return true;
+  }
+  return false;
+}
+
 void Reader::define_fun(Script& script, std::string_view keyword) {
   const Token name = expect_symbol("a function");
   const std::uint64_t largest_before = largest_dollar_name_;
@@ -218,17 +233,23 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
     symbol = manager_.fresh_fun(name.text, arguments, result);
     if (recursive) bind_declared(name, symbol);
   }
+  const std::string_view heading = recursive ? one_line(command_start_) : std::string_view{};
+  const Lexer at_body = lexer_;
   const Term* body = read_term_of(result);
   FormClass form = last_form_;
+  const std::string_view written = recursive ? text_from(at_body) : std::string_view{};
   expect_right("the body of the definition");
   names_.leave(scope);
   body = finished(body);
 
   Command c;
-  c.text = keep(text);
+  const bool calls_itself = mentions(written, name.text);
+  c.text = keep(calls_itself ? std::string(heading) + ' ' : text);
   c.suffix = ")";
-  c.name = c.text.substr(name_start, name_size);
+  c.name =
+      c.text.substr(calls_itself ? c.text.find(quoted(name.text), keyword.size()) : name_start, name_size);
   add_term(script, c, body, result, form);
+  if (calls_itself) keep_text(script, script.terms.size() - 1, written);
   if (!script.forms.empty()) form = script.forms.back();
   if (symbol == nullptr) {
     c.kind = Command::Kind::define;
@@ -267,6 +288,7 @@ void Reader::define_funs_rec(Script& script) {
   };
   std::string text = "(define-funs-rec (";
   std::vector<Function> functions;
+  std::vector<std::string_view> bodies;
   expect_left("the declarations");
   for (Token t = next(); t.kind != TokenKind::right_parenthesis; t = next()) {
     if (t.kind != TokenKind::left_parenthesis) unexpected(t, "a declaration");
@@ -303,17 +325,24 @@ void Reader::define_funs_rec(Script& script) {
 
   Command c;
   c.kind = Command::Kind::define_function;
-  c.text = keep(text);
   c.suffix = "))";
   expect_left("the bodies");
+  const std::string_view heading = one_line(command_start_);
   for (const Function& f : functions) {
     const std::size_t scope = names_.scope();
     for (const auto& [name, type] : f.parameters) bind_variable(name, type);
     bindings_.clear();
+    const Lexer at_body = lexer_;
     const Term* body = read_term_of(f.result);
     const FormClass form = last_form_;
+    bodies.push_back(text_from(at_body));
     names_.leave(scope);
     add_term(script, c, finished(body), f.result, form);
+  }
+  const bool stay = options_.written != nullptr;
+  c.text = keep(stay ? heading : std::string_view(text));
+  for (std::size_t i = 0; stay && i < bodies.size(); ++i) {
+    keep_text(script, script.terms.size() - bodies.size() + i, bodies[i]);
   }
   expect_right("the bodies");
   expect_right("the command");

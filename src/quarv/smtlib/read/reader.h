@@ -306,7 +306,7 @@ class QUARV_API Reader {
   // term_list_reader.cpp: check-sat-assuming and get-value.
   void term_list(Script& script, Command::Kind kind, std::string_view text);
   bool is_literal_ahead() const;
-  void keep_text(Script& script, std::string_view text);
+  void keep_text(Script& script, std::size_t term, std::string_view text);
 
   // named_terms.cpp: names given by annotations.
   void bind_new_names(Script& script, const Place& before);
@@ -320,6 +320,8 @@ class QUARV_API Reader {
   void define_function(Script& script, const Symbol* symbol, std::vector<const Term*> parameters,
                        const Term* body);
   void define_funs_rec(Script& script);
+  std::string_view text_from(Lexer before);
+  static bool mentions(std::string_view text, std::string_view name);
   std::vector<const Term*> parameters(std::string& text, bool own);
   const Term* bind_function(std::string_view name, const Symbol* symbol);
   void note_name(std::string_view name);

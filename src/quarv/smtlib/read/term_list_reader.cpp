@@ -35,17 +35,17 @@ void Reader::term_list(Script& script, Command::Kind kind, std::string_view text
     const FormClass form = last_form_;
     if (!keeps_text) term = finished(term);
     add_term(script, c, term, manager_.type_of(term), form);
-    if (keeps_text) keep_text(script, written);
+    if (keeps_text) keep_text(script, script.terms.size() - 1, written);
   }
   next();
   expect_right("a list of terms");
   script.commands.push_back(c);
 }
 
-/// The script's last term is to be printed as `text`. Notes the names of sub-terms in it.
-void Reader::keep_text(Script& script, std::string_view text) {
+/// The script's term with this number is to be printed as `text`. Notes the names of sub-terms in it.
+void Reader::keep_text(Script& script, std::size_t term, std::string_view text) {
   script.term_texts.resize(script.terms.size());
-  script.term_texts.back() = text;
+  script.term_texts[term] = text;
   Lexer lexer(text);
   for (Token t = lexer.next(); t.kind != TokenKind::end; t = lexer.next()) {
     if (t.kind != TokenKind::symbol) continue;
