@@ -51,7 +51,7 @@ TEST(GrowthTest, QuantifiersOfManyVariables) {
   Session session({.extended = true});
   const Term* t = only_term(
       session, "(declare-const x0 Int)(assert (exists (" + variables + ") (and" + equations + ")))");
-  EXPECT_TRUE(session.manager().is_quantifier(t->symbol));
+  EXPECT_EQ(t, session.manager().true_term);  // each is defined
 }
 
 /// The innermost term is rewritten, and with it all that are named.
@@ -283,7 +283,7 @@ TEST(GrowthTest, VariablesOfNestedQuantifiersAreFoundNearThem) {
   EXPECT_TRUE(session.manager().may_visit());
 }
 
-TEST(GrowthTest, SearchesThatAreGivenUpCountAsWork) {
+TEST(GrowthTest, WhatManyQuantifiersShareIsSearchedOnce) {
   constexpr std::size_t length = 70'000;
   constexpr std::size_t quantifiers = 150;
   std::string text = "(declare-fun p (Int) Bool)(declare-fun q (Int Int) Bool)(define-fun long () Bool (or";
@@ -293,7 +293,7 @@ TEST(GrowthTest, SearchesThatAreGivenUpCountAsWork) {
     text += "(assert (forall ((x Int)) (or (q x " + std::to_string(i) + ") long)))";
   Session session({.extended = true});
   only_term(session, text);
-  EXPECT_FALSE(session.manager().may_visit());
+  EXPECT_TRUE(session.manager().may_visit());
 }
 
 TEST(GrowthTest, LongSumsThatAreWrittenAreNormalised) {

@@ -52,13 +52,11 @@ class Substituter {
 
   std::size_t add_scope(const Substitution& replacements) {
     auto scope = std::make_unique<Scope>(Scope{replacements_of(replacements), {}, {}, {}});
-    for (const auto& [what, by] : replacements) {
-      for (const Term* side : {what, by}) {
-        visit_post_order(m_, side, [&](const Term* t) {
-          if (m_.is_bound_variable(t->symbol)) scope->variables.insert(t);
-        });
-      }
-    }
+    std::vector<const Term*> sides;  // which may share parts
+    for (const auto& [what, by] : replacements) sides.insert(sides.end(), {what, by});
+    visit_post_order(m_, sides, [&](const Term* t) {
+      if (m_.is_bound_variable(t->symbol)) scope->variables.insert(t);
+    });
     scopes_.push_back(std::move(scope));
     return scopes_.size() - 1;
   }

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <quarv/session/session.h>
+#include <quarv/term/walk.h>
 
 namespace quarv {
 namespace {
@@ -119,6 +120,122 @@ TEST(Extended, TakesDeepTerms) {
 }
 
 // Floating point.
+
+/// Formulas with a predicate over integers under quantifiers.
+class Quantified : public ::testing::Test {
+ protected:
+  const Term* variable() { return m_.fresh_bound_variable("x", m_.int_type); }
+  const Term* holds_of(const Term* t) { return m_.make_term(predicate_, {t}); }
+  const Term* exists(const std::vector<const Term*>& variables, const Term* body) {
+    return m_.make_quantifier("exists", variables, body);
+  }
+  const Term* for_all(const std::vector<const Term*>& variables, const Term* body) {
+    return m_.make_quantifier("forall", variables, body);
+  }
+
+  Session s_{with_extended()};
+  TermManager& m_ = s_.manager();
+  const Symbol* predicate_ = s_.function("p", std::vector{m_.int_type}, m_.bool_type);
+};
+
+/// Each level asks where its variable occurs. When it looked through all below, that used up what all
+/// simplifiers together may look at.
+TEST_F(Quantified, LevelsOfANestDoNotLookThroughEachOther) {
+  const Term* t = holds_of(m_.make_number(0));
+  for (int n = 0; n < 10000; ++n) {
+    const Term* x = variable();
+    const Term* own = holds_of(x);
+    t = for_all({x}, m_.make_or(own, t));
+  }
+  EXPECT_TRUE(m_.may_visit());
+  t = holds_of(m_.make_number(0));
+  const Term* outer = variable();
+  for (int n = 0; n < 10000; ++n) {
+    const Term* x = variable();
+    const Term* sum = m_.make_plus(x, outer);
+    const Term* own = holds_of(sum);
+    t = for_all({x}, m_.make_or(own, t));
+  }
+  EXPECT_TRUE(m_.may_visit());
+}
+
+TEST_F(Quantified, AVariableBoundAgainBelowIsAnother) {
+  const Term* x = variable();
+  const Term* some = exists({x}, holds_of(x));
+  const Term* other = holds_of(m_.make_plus(x, m_.make_number(1)));
+  const Term* next = exists({x}, other);
+  EXPECT_EQ(exists({x}, m_.make_and(other, some)), m_.make_and(some, next));
+}
+
+/// Terms come back at the same addresses with other variables in them.
+TEST_F(Quantified, WhatWasReleasedIsForgotten) {
+  const Term* y = s_.constant("y", m_.int_type);
+  for (int n = 0; n < 3; ++n) {
+    s_.push();
+    const Term* first = variable();
+    const Term* second = variable();
+    const Term* x = n % 2 == 0 ? first : second;
+    const Term* own = holds_of(m_.make_plus(x, y));
+    const Term* t = for_all({first, second}, own);
+    EXPECT_EQ(t, for_all({x}, own));
+    EXPECT_TRUE(m_.is_quantifier(t->symbol));
+    s_.pop();
+  }
+}
+
+TEST_F(Quantified, AllDefinedVariablesAreReplacedAtOnce) {
+  const std::size_t num = 500;
+  std::vector<const Term*> variables;
+  const Term* body = m_.true_term;
+  for (std::size_t n = 0; n < num; ++n) {
+    variables.push_back(variable());
+    const Term* equation = m_.make_equal(variables.back(), m_.make_number(QNumber(static_cast<unsigned>(n))));
+    const Term* own = holds_of(variables.back());
+    body = m_.make_and(equation, body);
+    body = m_.make_and(own, body);
+  }
+  const std::size_t before = m_.num_terms();
+  const Term* t = exists(variables, body);
+  EXPECT_LT(m_.num_terms() - before, 20 * num);  // each replaced by itself made half a million
+  std::size_t num_values = 0;
+  visit_post_order(m_, t, [&](const Term* u) {
+    EXPECT_FALSE(m_.is_bound_variable(u->symbol));
+    num_values += u->symbol == predicate_ ? 1 : 0;
+  });
+  EXPECT_EQ(num_values, num);
+}
+
+TEST_F(Quantified, DefinitionsMayUseEachOther) {
+  const Term* x = variable();
+  const Term* y = variable();
+  const Term* z = variable();
+  const Symbol* f = s_.function("f", std::vector{m_.int_type}, m_.int_type);
+  const auto f_of = [&](const Term* t) { return m_.make_term(f, {t}); };
+  const auto all = [&](std::initializer_list<const Term*> list) {
+    const Term* t = m_.true_term;
+    for (const Term* one : list) t = m_.make_and(t, one);
+    return t;
+  };
+  const Term* five = m_.make_number(5);
+  const Term* x_is = m_.make_equal(x, f_of(y));
+  const Term* y_is = m_.make_equal(y, f_of(z));
+  const Term* z_is = m_.make_equal(z, five);
+  EXPECT_EQ(exists({x, y, z}, all({x_is, y_is, z_is, holds_of(x)})), holds_of(f_of(f_of(five))));
+  // In a circle one variable stays.
+  const Term* y_by_x = m_.make_equal(y, f_of(x));
+  const Term* circle = exists({x, y}, all({x_is, y_by_x, holds_of(x)}));
+  ASSERT_TRUE(m_.is_quantifier(circle->symbol));
+  EXPECT_EQ(m_.quantifier_variables(circle->symbol).size(), 1u);
+  // What is defined as a quantified formula may bind a variable of the same name.
+  const Term* b = m_.fresh_bound_variable("b", m_.bool_type);
+  const Term* some = exists({x}, holds_of(m_.make_plus(x, y)));
+  const Term* b_is = m_.make_iff(b, some);
+  const Term* either = m_.make_or(b, holds_of(f_of(y)));
+  const Term* t = exists({b, y}, all({b_is, either, m_.make_equal(y, five)}));
+  const Term* of_sum = holds_of(m_.make_plus(x, five));
+  EXPECT_EQ(t->symbol, m_.or_symbol);
+  EXPECT_TRUE(t->args[0] == exists({x}, of_sum) || t->args[1] == exists({x}, of_sum));
+}
 
 class Floats : public testing::Test {
  protected:

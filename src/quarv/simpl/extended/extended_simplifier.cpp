@@ -41,6 +41,7 @@ const Term* ExtendedSimplifier::simplified(TermManager& m, const Symbol* s,
     case SymbolTag::ARRAY_CONST:
       return nullptr;
     case SymbolTag::OPAQUE:
+      if (m.is_quantifier(s)) return simplify_quantifier(m, free_variables_, s, args);
       return simplify_named(m, s, args);
     case SymbolTag::NOT:
       return simplify_not(m, s, args);

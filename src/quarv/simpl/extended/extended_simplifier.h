@@ -4,6 +4,7 @@
 
 #include <quarv/export.h>
 #include <quarv/simpl/extended/array_reads.h>
+#include <quarv/simpl/extended/free_variables.h>
 #include <quarv/simpl/std_term_simplifier.h>
 #include <quarv/term/term_simplifier.h>
 
@@ -28,6 +29,7 @@ class QUARV_API ExtendedSimplifier : public TermSimplifier {
   TermSimplifier& next_;
   const StdTermSimplifier& observed_;
   termsimpl::extended::ArrayReads arrays_;
+  termsimpl::extended::FreeVariables free_variables_;
   int depth_ = 0;
 };
 

@@ -17,6 +17,8 @@ class TermManager;
 
 namespace termsimpl::extended {
 
+class FreeVariables;
+
 using Args = std::span<const Term* const>;
 
 // Core.
@@ -64,7 +66,7 @@ const Term* simplify_named(TermManager& m, const Symbol* s, Args args);
 const Term* compare_converted(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_to_integer(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_to_bits(TermManager& m, const Symbol* s, Args args);
-const Term* simplify_quantifier(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_quantifier(TermManager& m, FreeVariables& free, const Symbol* s, Args args);
 
 }  // namespace termsimpl::extended
 }  // namespace quarv

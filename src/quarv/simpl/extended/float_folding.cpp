@@ -162,7 +162,6 @@ const Term* fold_float(TermManager& m, const Symbol* s, Args args) {
 }
 
 const Term* simplify_named(TermManager& m, const Symbol* s, Args args) {
-  if (m.is_quantifier(s)) return simplify_quantifier(m, s, args);
   const std::string_view name = s->name;
   if (name == "fp.to_real") return fold_to_rational(m, args);
   if (name == "distinct") return simplify_distinct(m, args);
