@@ -119,7 +119,29 @@ TEST(Extended, TakesDeepTerms) {
   EXPECT_NE(m.make_equal(tree, m.make_bv_number(5, 32)), nullptr);
 }
 
-// Floating point.
+/// More links than simplifiers may stand within each other.
+TEST(Extended, NegationsGoThroughLongChains) {
+  Session s(with_extended());
+  TermManager& m = s.manager();
+  const Term* negations = m.true_term;
+  const Term* mixed = m.true_term;
+  for (int n = 0; n < 500; ++n) {
+    const Term* a = s.constant("a" + std::to_string(n), m.bool_type);
+    const Term* b = s.constant("b" + std::to_string(n), m.bool_type);
+    const Term* not_a = m.make_not(a);
+    const Term* neither = m.make_not(m.make_or(a, b));
+    negations = m.make_and(not_a, negations);
+    mixed = m.make_and(neither, mixed);
+  }
+  for (const Term* chain : {negations, mixed}) {
+    visit_post_order(m, m.make_not(chain), [&m](const Term* t) {
+      EXPECT_NE(t->symbol, m.not_symbol);
+      EXPECT_NE(t->symbol, m.and_symbol);
+    });
+  }
+}
+
+// Quantifiers.
 
 /// Formulas with a predicate over integers under quantifiers.
 class Quantified : public ::testing::Test {
@@ -236,6 +258,8 @@ TEST_F(Quantified, DefinitionsMayUseEachOther) {
   EXPECT_EQ(t->symbol, m_.or_symbol);
   EXPECT_TRUE(t->args[0] == exists({x}, of_sum) || t->args[1] == exists({x}, of_sum));
 }
+
+// Floating point.
 
 class Floats : public testing::Test {
  protected:

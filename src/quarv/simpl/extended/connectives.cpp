@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <vector>
 
 #include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/extended/equalities.h>
@@ -8,6 +9,8 @@
 #include <quarv/simpl/extended/families.h>
 #include <quarv/simpl/extended/relations.h>
 #include <quarv/simpl/extended/values.h>
+#include <quarv/util/checkpoint.h>
+#include <quarv/util/hash_map.h>
 
 namespace quarv::termsimpl::extended {
 
@@ -329,14 +332,52 @@ const Term* simplify_or(TermManager& m, const Symbol* /*s*/, Args args) {
   return simplify_lattice({m, m.or_symbol, m.and_symbol, m.false_term}, args);
 }
 
+namespace {
+
+/// Whether a negation goes inside: there is one already.
+bool takes_negation(const TermManager& m, const Term* t) {
+  return (t->symbol == m.and_symbol || t->symbol == m.or_symbol) &&
+         (t->args[0]->symbol == m.not_symbol || t->args[1]->symbol == m.not_symbol);
+}
+
+const Term* dual(TermManager& m, const Term* t, const Term* a, const Term* b) {
+  return t->symbol == m.and_symbol ? m.make_or(a, b) : m.make_and(a, b);
+}
+
+/// The negation of a chain of thousands of links, of which each takes it.
+const Term* negated_chain(TermManager& m, const Term* root) {
+  hsh::HashMap<const Term*, const Term*> negated;
+  std::vector<const Term*> pending{root};
+  while (!pending.empty()) {
+    Checkpoint::pass();
+    const Term* t = pending.back();
+    const std::size_t before = pending.size();
+    if (!negated.contains(t)) {
+      const bool inside = takes_negation(m, t);
+      // The first argument is negated first: it stands on top.
+      for (std::size_t i = inside ? 2 : 0; i-- > 0;) {
+        if (!negated.contains(t->args[i])) pending.push_back(t->args[i]);
+      }
+      if (pending.size() != before) continue;
+      const Term* result =
+          inside ? dual(m, t, *negated.find(t->args[0]), *negated.find(t->args[1])) : m.make_not(t);
+      negated[t] = result;
+    }
+    pending.pop_back();
+  }
+  return *negated.find(root);
+}
+
+}  // namespace
+
 /// A negation goes inside where there is one already: (not (or (not u) v)) is (and u (not v)).
 const Term* simplify_not(TermManager& m, const Symbol* /*s*/, Args args) {
   const Term* t = args[0];
-  if (t->symbol != m.and_symbol && t->symbol != m.or_symbol) return nullptr;
-  if (t->args[0]->symbol != m.not_symbol && t->args[1]->symbol != m.not_symbol) return nullptr;
+  if (!takes_negation(m, t)) return nullptr;
+  if (takes_negation(m, t->args[0]) || takes_negation(m, t->args[1])) return negated_chain(m, t);
   const Term* a = m.make_not(t->args[0]);
   const Term* b = m.make_not(t->args[1]);
-  return t->symbol == m.and_symbol ? m.make_or(a, b) : m.make_and(a, b);
+  return dual(m, t, a, b);
 }
 
 /// Negations are taken out, and what stands on both sides cancels.
