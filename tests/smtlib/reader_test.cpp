@@ -178,6 +178,9 @@ TEST(Reader, DeclarationsThatCannotBeToldApartAreRefused) {
   EXPECT_EQ(error_of(f + "(assert (! true :named f))"), "in.smt2:1:75: error: f is declared twice");
   EXPECT_EQ(error_of("(declare-const f Int)(declare-fun f (Int) Int)"),
             "in.smt2:1:35: error: f is declared twice");
+  EXPECT_EQ(error_of("(declare-const c Int)(declare-const c Bool)(assert (as c Bool))"),
+            "in.smt2:1:37: error: c is declared twice");
+  EXPECT_EQ(error_of("(declare-const c Int)(assert (= (as c Int) 3))"), "no error");
   EXPECT_EQ(error_of(f + "(declare-fun f (Real) Int)(declare-fun f (Real) Real)"),
             "in.smt2:1:91: error: f is declared twice");
 }

@@ -9,7 +9,8 @@ namespace quarv::smtlib {
 // Functions of one name. Solvers let a name be declared for several lists of argument sorts, and tell
 // applications apart by the sorts of their arguments. An Int may stand where a Real is needed, so that
 // several functions may take the same arguments: then it is the one that has exactly their sorts. Constants
-// are not overloaded: a use would have to name its sort.
+// are not overloaded: a use would have to name its sort, `(as c Int)`, and the standard allows no second
+// declaration of a name.
 
 namespace {
 
