@@ -46,6 +46,12 @@ bool stopped_after(int num_looks, const Work& work) {
   return false;
 }
 
+TEST_F(CheckpointTest, DeclarationsCanBeStopped) {
+  std::string script;
+  for (int i = 0; i < 1000; ++i) script += "(declare-const x" + std::to_string(i) + " Int)";
+  EXPECT_TRUE(stopped_after(3, [&] { read_assertions(session_, script, "in.smt2"); }));
+}
+
 TEST_F(CheckpointTest, LongWorkCanBeStopped) {
   const Term* t = reader_.term(text_);
   const std::string script =

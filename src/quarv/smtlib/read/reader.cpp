@@ -4,6 +4,7 @@
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/util/byte_order_mark.h>
+#include <quarv/util/checkpoint.h>
 #include <quarv/util/one_line.h>
 
 namespace quarv::smtlib {
@@ -287,6 +288,7 @@ Script Reader::read_all(const std::function<void(const Script&)>& command_read) 
 }
 
 bool Reader::next_command(Script& script) {
+  Checkpoint::pass();  // there may be a million declarations before the first term
   if (script.texts.empty() || script.texts.back() != text_) script.texts.push_back(text_);
   const Token open = next();
   if (open.kind == TokenKind::end) return false;
