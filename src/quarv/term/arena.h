@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 #include <utility>
 
@@ -28,8 +27,11 @@ class Arena {
   Arena(const Arena&) = delete;
   Arena& operator=(const Arena&) = delete;
   ~Arena() {
-    std::free(spare_);
-    while (chunks_ != nullptr) std::free(std::exchange(chunks_, chunks_->older));
+    if (spare_ != nullptr) free_block(spare_, spare_->size);
+    while (chunks_ != nullptr) {
+      Chunk* const chunk = std::exchange(chunks_, chunks_->older);
+      free_block(chunk, chunk->size);
+    }
   }
 
   /// Uninitialised storage of `bytes` bytes. \throws std::bad_alloc
@@ -99,7 +101,7 @@ class Arena {
   void free_chunk(Chunk* chunk) noexcept {
     if (account_ != nullptr) account_->give_back(chunk->size);
     bytes_ -= chunk->size;
-    std::free(chunk);
+    free_block(chunk, chunk->size);
   }
 
   Chunk* new_chunk(std::size_t size) {

@@ -6,16 +6,18 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <vector>
 
 #include <quarv/export.h>
 
 namespace quarv {
 
-/// Uninitialised storage, to be given back to `std::free`. When it takes two megabytes or more, the system is
-/// asked to use large pages for it. \throws std::bad_alloc
+/// Uninitialised storage, to be given back to `free_block`. When it takes two megabytes or more, it comes from
+/// the system and goes back there, and the system is asked to use large pages for it. \throws std::bad_alloc
 QUARV_API void* allocate_block(std::size_t bytes);
+
+/// Gives back a block of so many bytes; null is no block.
+QUARV_API void free_block(void* block, std::size_t bytes) noexcept;
 
 /// Gives back to the system what has been freed and is held for further use, where the system's library can:
 /// between the large and different works of one run.
@@ -31,7 +33,7 @@ struct BlockAllocator {
   BlockAllocator(const BlockAllocator<U>&) noexcept {}
 
   T* allocate(std::size_t n) { return static_cast<T*>(allocate_block(n * sizeof(T))); }
-  void deallocate(T* block, std::size_t) noexcept { std::free(block); }
+  void deallocate(T* block, std::size_t n) noexcept { free_block(block, n * sizeof(T)); }
 
   bool operator==(const BlockAllocator&) const = default;
 };
