@@ -63,9 +63,49 @@ std::string with_marks(Session& session, const Term* x, std::size_t k) {
   return found + (m.num_terms() == before ? " released" : " kept");
 }
 
+/// Rules and functions of one's own, an observer, operators by their names, a trace, and the limit on memory.
+std::string with_own_parts(std::size_t seed) {
+  struct Counter : SimplificationObserver {
+    std::size_t num_steps = 0;
+    void on_rule(std::size_t, const Term*, const Term*) override { ++num_steps; }
+    void on_simplification(const Symbol*, std::span<const Term* const>, const Term*) override { ++num_steps; }
+  };
+  Counter counter;
+  Session session({.eager = false});
+  TermManager& m = session.manager();
+  session.simplifier().set_observer(&counter);
+  session.add_rules({"own.rules", "absorb: rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n"});
+  const DataType* integer[] = {m.int_type};
+  const Symbol* square = session.function("square", integer, m.int_type);
+  session.add_simplification(square, [](TermManager& manager, const Symbol*, auto args) -> const Term* {
+    const QNumber* n = manager.get_number(args[0]);
+    return n == nullptr ? nullptr : manager.make_number(*n * *n);
+  });
+  const Term* x = session.constant("x", m.get_bv_type(64));
+  const Term* y = session.constant("y", m.get_bv_type(64));
+  const Term* either = make_bv_or(m, {x, make_bv_and(m, {y, x})});
+  std::string found = to_string(session.simplify(make_bv_ugt(m, {either, make_bv_neg(m, {y})})));
+  const Term* n = m.make_number(QNumber(static_cast<long>(seed)));
+  found += to_string(session.simplify(m.make_term(square, {n}))) + std::to_string(counter.num_steps);
+  const Session::Mark mark = session.mark();
+  m.set_memory_limit(m.memory().total() + (64 << 10));
+  try {
+    for (long i = 0;; ++i) m.make_bv_number(QNumber(i), 64);
+  } catch (const MemoryLimitReached&) {
+    m.set_memory_limit(MemoryAccount::no_limit);
+  }
+  session.release(mark);
+  session.simplifier().set_observer(nullptr);
+  const Term* claims[] = {m.make_equal(either, y)};
+  std::ostringstream steps;
+  smtlib::trace_script(script(seed), "in.smt2", {}, steps);
+  return found + smtlib::smallest_text(m, claims) + steps.str();
+}
+
 /// What a thread does, and finds.
 std::vector<std::string> work(std::size_t seed) {
   std::vector<std::string> found{simplified(script(seed), true), simplified(script(seed), false)};
+  found.push_back(with_own_parts(seed));
   Session session;
   smtlib::Reader reader(session, {.names = smtlib::Reader::Options::Names::session});
   for (std::size_t k = 0; k < 50; ++k) {
