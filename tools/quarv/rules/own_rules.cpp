@@ -102,7 +102,8 @@ class OwnRulesCheck {
     if (verdict.refuted()) {
       add(i, Kind::refuted, verdict.counterexample);
     } else if (!small_ones_decided) {
-      add(i, Kind::unproved, "undecided for " + list_of_instances(rule, verdict.undecided));
+      add(i, Kind::unproved,
+          "undecided for " + list_of_instances(rule, verdict.undecided) + verdict.why_undecided());
     } else if (verdict.proved.empty() && contradiction(rule).empty()) {
       add(i, Kind::unproved, "nothing was found that it applies to");
     }

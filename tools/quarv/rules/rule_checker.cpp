@@ -6,6 +6,8 @@
 
 #include <fmt/format.h>
 
+#include "rules/solver_counterexample.h"
+
 namespace quarv::cli {
 
 using rules::Rule;
@@ -26,23 +28,28 @@ bool reads_sums_of_values(const Rule& rule) {
   });
 }
 
-/// "t1 = #b10, t2 = #b01, n = 0", with what pattern and result are then.
-std::string counterexample(const Rule& rule, const RuleInstance& instance, const RuleQuery& query,
-                           SolverProcess& solver) {
-  std::string text;
-  const auto add = [&text](const std::string& name, const std::string& value) {
-    fmt::format_to(std::back_inserter(text), "{}{} = {}", text.empty() ? "" : ", ", name, value);
+/// What the solver makes of the variables, of pattern and result.
+struct Assignment {
+  std::string text;                 // "n = 0, t1 = #b10, t2 = #b01"
+  std::vector<std::string> values;  // of the query's variables
+};
+
+Assignment assignment(const Rule& rule, const RuleInstance& instance, const RuleQuery& query,
+                      SolverProcess& solver) {
+  Assignment found;
+  const auto add = [&found](const std::string& name, const std::string& value) {
+    fmt::format_to(std::back_inserter(found.text), "{}{} = {}", found.text.empty() ? "" : ", ", name, value);
   };
   for (std::size_t i = 0; i < rule.parameters.size(); ++i) {
     if (rule.parameters[i].source != rules::Parameter::Source::computed) {
       add(rule.parameters[i].name, std::to_string(instance.integers[i]));
     }
   }
-  for (const RuleQuery::Variable& v : query.variables) add(v.name, solver.value(v.symbol));
-  if (query.result.empty()) return text + ": the result does not have the sort of the pattern";
-  const std::string pattern = solver.value(query.pattern);
-  const std::string result = solver.value(query.result);
-  return fmt::format("{}: the pattern is {}, the result {}", text, pattern, result);
+  for (const RuleQuery::Variable& v : query.variables) {
+    found.values.push_back(solver.value(v.symbol));
+    add(v.name, found.values.back());
+  }
+  return found;
 }
 
 }  // namespace
@@ -120,8 +127,7 @@ void RuleChecker::try_numbers(const Rule& rule, RuleVerdict& verdict) {
       }
       if (ask(rule, declarations(query) + values + assertion(refutation(query)), limit_) != Answer::sat)
         continue;
-      verdict.counterexample = counterexample(rule, instance, query, solver_);
-      return;
+      if (note_counterexample(rule, instance, query, verdict)) return;
     }
   }
 }
@@ -195,8 +201,32 @@ RuleChecker::Answer RuleChecker::check_one(const Rule& rule, const RuleInstance&
                                            std::chrono::milliseconds limit, RuleVerdict& verdict) {
   const RuleQuery query = make_query(rule, instance);
   const Answer answer = ask(rule, declarations(query) + assertion(refutation(query)), limit);
-  if (answer == Answer::sat) verdict.counterexample = counterexample(rule, instance, query, solver_);
-  return answer;
+  if (answer != Answer::sat) return answer;
+  return note_counterexample(rule, instance, query, verdict) ? Answer::sat : Answer::unknown;
+}
+
+/// Solvers err, too: what the reference evaluator sees to be no counterexample decides nothing. What it
+/// cannot evaluate, the solver itself may see through when it computes instead of searching.
+bool RuleChecker::note_counterexample(const Rule& rule, const RuleInstance& instance, const RuleQuery& query,
+                                      RuleVerdict& verdict) {
+  const auto [text, values] = assignment(rule, instance, query, solver_);
+  if (query.result.empty()) {
+    verdict.counterexample = text + ": the result does not have the sort of the pattern";
+    return true;
+  }
+  const std::optional<bool> holds = is_counterexample(rule, query, values);
+  if (holds ? *holds : solver_.value(refutation(query)) != "false") {
+    verdict.counterexample = fmt::format("{}: the pattern is {}, the result {}", text,
+                                         solver_.value(query.pattern), solver_.value(query.result));
+    return true;
+  }
+  if (verdict.no_counterexample.empty()) verdict.no_counterexample = text;
+  return false;
+}
+
+std::string RuleVerdict::why_undecided() const {
+  if (undecided.empty() || no_counterexample.empty()) return {};
+  return ": the solver's counterexample is none, " + no_counterexample;
 }
 
 std::string list_of_instances(const Rule& rule, const std::vector<std::size_t>& widths) {

@@ -21,7 +21,12 @@ struct RuleVerdict {
   std::vector<std::size_t> vacuous;    ///< widths at which nothing was found that the rule applies to
   std::string counterexample;          ///< empty: none was found
 
+  /// Values under which the solver said that pattern and result differ, though they do not: the first.
+  std::string no_counterexample;
+
   bool refuted() const noexcept { return !counterexample.empty(); }
+  /// ": the solver's counterexample is none, t = #b01" for what is undecided for that; else empty.
+  std::string why_undecided() const;
 };
 
 /// Up to this width all instances of a rule are checked; beyond, some.
@@ -52,6 +57,8 @@ class RuleChecker {
   Answer check_together(const rules::Rule& rule, Instances instances, std::chrono::milliseconds limit);
   Answer check_one(const rules::Rule& rule, const rules::RuleInstance& instance,
                    std::chrono::milliseconds limit, RuleVerdict& verdict);
+  bool note_counterexample(const rules::Rule& rule, const rules::RuleInstance& instance,
+                           const rules::RuleQuery& query, RuleVerdict& verdict);
   bool find_application(const rules::Rule& rule, Instances instances);
   void check_width(const rules::Rule& rule, std::size_t width, RuleVerdict& verdict);
 

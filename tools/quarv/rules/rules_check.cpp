@@ -68,9 +68,9 @@ for all values (quarv rules list) must be refuted, and no others.)";
 std::string undecided_beside(const RuleVerdict& verdict) {
   const std::size_t first = verdict.undecided.front();
   if (!verdict.proved.empty() && verdict.proved.back() > first) {
-    return "; undecided for " + list_of_widths(verdict.undecided);
+    return "; undecided for " + list_of_widths(verdict.undecided) + verdict.why_undecided();
   }
-  return fmt::format("; undecided from {} on", first);
+  return fmt::format("; undecided from {} on{}", first, verdict.why_undecided());
 }
 
 /// Checks rules side by side and prints them in order.
@@ -229,7 +229,7 @@ void Check::print(std::size_t i, const RuleVerdict& verdict) {
     text = fmt::format("refuted{}: {}", is_known(i) ? ", as is known" : "", verdict.counterexample);
   } else if (!small_ones_decided) {
     expected = false;
-    text = "undecided for " + list_of_instances(rules_[i], verdict.undecided);
+    text = "undecided for " + list_of_instances(rules_[i], verdict.undecided) + verdict.why_undecided();
   } else if (!verdict.proved.empty()) {
     ++num_proved_;
     text = "proved for " + list_of_instances(rules_[i], verdict.proved);

@@ -13,6 +13,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "solver/s_expressions.h"
+
 extern char** environ;
 
 namespace quarv::cli {
@@ -219,11 +221,11 @@ SolverProcess::Answer SolverProcess::check(const std::string& commands, std::chr
 std::string SolverProcess::value(const std::string& term) {
   const std::optional<std::string> answer = ask("(get-value (" + term + "))");
   if (!answer) fail("gave no model");
-  // "((term value))": the value has no parentheses.
-  const std::size_t begin = answer->find_last_of(" \n");
-  const std::size_t end = answer->find(')', begin == std::string::npos ? 0 : begin);
-  if (begin == std::string::npos || end == std::string::npos) fail("answered " + excerpt(*answer));
-  return answer->substr(begin + 1, end - begin - 1);
+  // "((term value))"
+  const std::vector<std::string_view> pairs = items(*answer);
+  const std::vector<std::string_view> pair = items(pairs.empty() ? std::string_view() : pairs[0]);
+  if (pairs.size() != 1 || pair.size() != 2) fail("answered " + excerpt(*answer));
+  return one_line(pair[1], answer->size());
 }
 
 }  // namespace quarv::cli
