@@ -297,7 +297,7 @@ TEST(RuleLanguage, RejectsWhatIsTooLarge) {
   EXPECT_THROW(parse_rule("rewrite(" + deep + ", ) >> t"), RuleError);
   EXPECT_THROW(parse_rule("rewrite(bvnot(t), ) >> " + deep), RuleError);
   std::string wide;
-  for (int i = 0; i < 100; ++i) wide.append("k").append(std::to_string(i)).append("=size(t), ");
+  for (int i = 0; i < 200; ++i) wide.append("k").append(std::to_string(i)).append("=size(t), ");
   EXPECT_THROW(parse_rule("rewrite(bvnot(t), " + wide + "(size(t) > 1)) >> t"), RuleError);
 }
 

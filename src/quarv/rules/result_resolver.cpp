@@ -132,11 +132,12 @@ class ResultBuilder {
     const OperatorWord& op = *tree.node.op;
     std::vector<std::optional<std::size_t>> built(tree.children.size());
     std::optional<WidthSource> width;
-    if (op.tag == SymbolTag::TERM_ITE) {
+    if (op.tag == SymbolTag::TERM_ITE && outer) {
       width = outer;
-    } else if (shares_width(op)) {
-      width = variable_width(tree);
-      for (std::size_t i = 0; !width && i < tree.children.size(); ++i) {
+    } else if (shares_width(op) || op.tag == SymbolTag::TERM_ITE) {
+      const std::size_t first = op.tag == SymbolTag::TERM_ITE ? 1 : 0;  // behind the condition
+      width = variable_width(tree, first);
+      for (std::size_t i = first; !width && i < tree.children.size(); ++i) {
         if (!has_own_width(tree.children[i])) continue;
         built[i] = build(tree.children[i], std::nullopt);
         width = WidthSource{true, *built[i]};
@@ -150,10 +151,11 @@ class ResultBuilder {
     return arguments;
   }
 
-  /// The width of the first argument that is a term of the pattern.
-  static std::optional<WidthSource> variable_width(const ResultTree& tree) {
-    for (const ResultTree& child : tree.children) {
-      if (child.node.kind == ResultKind::subterm) return WidthSource{false, child.node.index};
+  /// The width of the first argument, from `first` on, that is a term of the pattern.
+  static std::optional<WidthSource> variable_width(const ResultTree& tree, std::size_t first) {
+    for (std::size_t i = first; i < tree.children.size(); ++i) {
+      const ResultNode& node = tree.children[i].node;
+      if (node.kind == ResultKind::subterm) return WidthSource{false, node.index};
     }
     return std::nullopt;
   }
@@ -161,7 +163,10 @@ class ResultBuilder {
   /// True when the width of every constant in `tree` can be told from within.
   static bool has_own_width(const ResultTree& tree) {
     if (tree.node.kind != ResultKind::application) return tree.node.kind == ResultKind::subterm;
-    if (tree.node.op->shape == Shape::mixed) return tree.node.op->tag != SymbolTag::TERM_ITE;
+    if (tree.node.op->tag == SymbolTag::TERM_ITE) {
+      return has_own_width(tree.children[1]) || has_own_width(tree.children[2]);
+    }
+    if (tree.node.op->shape == Shape::mixed) return true;
     bool any = false;
     bool all = true;
     for (const ResultTree& child : tree.children) {

@@ -115,6 +115,12 @@ class Enumerator {
     caps_.resize(rule.pattern.size());
     for (std::size_t i = rule.pattern.size(); i-- > 0;) caps_[i] = cap(i);
     moduli_ = moduli_to_try(rule);
+    stated_.resize(rule.parameters.size());
+    for (const Condition& c : rule.conditions) {
+      const bool says = c.kind == Condition::Kind::compare && c.relation == Relation::eq &&
+                        c.left.kind == IntExpr::Kind::parameter && reads_sizes_alone(c.right);
+      if (says) stated_[c.left.index] = &c.right;
+    }
     if (!width) return;
     for (std::size_t n : named_widths(rule)) landmarks_.insert({n - 1, n, n + 1});
   }
@@ -277,6 +283,34 @@ class Enumerator {
     for (std::size_t w : choices(1, caps_[argument])) assign(argument, w, rest);
   }
 
+  /// Whether the integers of an application are what the rule says of them, as far as widths are chosen: what
+  /// cannot become an instance is not pursued.
+  bool may_hold(const PatternNode& node) const {
+    return std::ranges::all_of(node.parameters, [this](std::size_t p) {
+      const std::optional<std::uint64_t> value = stated_[p] == nullptr ? std::nullopt : known(*stated_[p]);
+      return !value || *value == instance_.integers[p];
+    });
+  }
+
+  static bool reads_sizes_alone(const IntExpr& e) {
+    return e.kind != IntExpr::Kind::parameter && !is_exact(e) &&
+           std::ranges::all_of(e.operands, reads_sizes_alone);
+  }
+
+  std::optional<std::uint64_t> known(const IntExpr& e) const {
+    if (e.kind == IntExpr::Kind::literal) return e.index;
+    if (e.kind == IntExpr::Kind::size) {
+      const std::size_t width = instance_.sort_widths[rule_.pattern[e.index].sort];
+      return width == 0 ? std::nullopt : std::optional<std::uint64_t>(width);
+    }
+    const std::optional<std::uint64_t> left = known(e.operands[0]);
+    const std::optional<std::uint64_t> right = known(e.operands[1]);
+    if (!left || !right) return std::nullopt;
+    return e.kind == IntExpr::Kind::sum          ? *left + *right
+           : e.kind == IntExpr::Kind::difference ? *left - *right
+                                                 : *left * *right;
+  }
+
   static std::size_t num_bits(const Format& f) { return f.exponent + f.significand; }
 
   /// The indices of a conversion say of what sort it is.
@@ -302,7 +336,9 @@ class Enumerator {
         for (std::size_t n : choices(0, std::min(width - 1, bound_ + 1))) {
           if (width - n > caps_[node.arguments[0]]) continue;
           instance_.integers[node.parameters[0]] = n;
-          assign(node.arguments[0], width - n, next);
+          assign(node.arguments[0], width - n, [&] {
+            if (may_hold(node)) next();
+          });
         }
         return;
       case Shape::bit:
@@ -344,7 +380,9 @@ class Enumerator {
       for (std::size_t low : choices(0, from - width)) {
         instance_.integers[node.parameters[0]] = low + width - 1;
         instance_.integers[node.parameters[1]] = low;
-        assign(node.arguments[0], from, next);
+        assign(node.arguments[0], from, [&] {
+          if (may_hold(node)) next();
+        });
       }
     }
   }
@@ -396,9 +434,10 @@ class Enumerator {
   const Rule& rule_;
   std::size_t bound_;
   std::optional<std::size_t> width_;
-  std::set<std::size_t> moduli_;     // of congruences
-  std::set<std::size_t> landmarks_;  // with a width
-  std::vector<bool> in_pattern_;     // by sort
+  std::set<std::size_t> moduli_;        // of congruences
+  std::set<std::size_t> landmarks_;     // with a width
+  std::vector<bool> in_pattern_;        // by sort
+  std::vector<const IntExpr*> stated_;  // by parameter: what it is, or null
   RuleInstance instance_;
   std::vector<std::size_t> caps_;
   std::vector<RuleInstance> found_;

@@ -112,6 +112,7 @@ constexpr std::array<OperatorWord, num_words> words = [] {
                   .associates = row.chain == Chain::right && row.commutes_from == 0,
                   .has_format = row.has_format_as_index(),
                   .signature = &row.signature,
+                  .chain = row.chain,
                   .returns_boolean = row.signature.result.kind == SortPattern::boolean};
       if (row.tag != SymbolTag::FP_TO_BV) continue;
       all[n] = all[n - 1];

@@ -21,7 +21,8 @@
 /// the rule compiler, which runs before the library exists, links it alone.
 namespace quarv {
 struct Signature;
-}
+enum class Chain : std::uint8_t;
+}  // namespace quarv
 
 namespace quarv::rules {
 
@@ -109,6 +110,7 @@ struct OperatorWord {
   bool has_format = false;           ///< its parameters are those of a format: (_ to_fp 5 11)
 
   const Signature* signature = nullptr;
+  Chain chain{};  ///< what SMT-LIB takes more operands for
   bool returns_boolean = false;
 
   bool is_boolean() const noexcept { return returns_boolean; }
@@ -317,9 +319,9 @@ QUARV_API bool is_about_bit_vectors_alone(const Rule& rule);
 QUARV_API std::string_view description(SortKind kind);
 
 /// Bounds on a rule, so that matching works in fixed storage. The parser rejects what exceeds them.
-inline constexpr std::size_t max_positions = 64;
-inline constexpr std::size_t max_parameters = 32;
-inline constexpr std::size_t max_result_nodes = 64;
+inline constexpr std::size_t max_positions = 256;
+inline constexpr std::size_t max_parameters = 128;
+inline constexpr std::size_t max_result_nodes = 256;
 inline constexpr std::size_t max_depth = 32;
 
 /// Parses one rule, `NAME: rewrite(...) >> ...`, with `unordered` for `rewrite` or not, or without a name.

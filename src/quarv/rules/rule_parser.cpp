@@ -18,7 +18,7 @@ std::optional<NamedConstant> constant_of(std::string_view word) {
 }
 
 bool is_operator(std::string_view word) {
-  return find_operator(word) != nullptr || find_derived_operator(word) != nullptr || is_composed_word(word);
+  return find_operator(word) != nullptr || find_derived_operator(word) != nullptr || is_defined_word(word);
 }
 
 /// The operators of other theories came later than rules with variables of their names; parentheses tell them
@@ -170,7 +170,7 @@ void RuleParser::parse_pattern_equality(std::size_t position, std::size_t depth)
 
 /// An operator, or a word that stands for one.
 void RuleParser::parse_pattern_word(std::size_t position, std::size_t depth) {
-  if (is_composed_word(lexer_.token_text())) return parse_pattern_composed(position, depth);
+  if (at_defined_word()) return parse_pattern_defined(position, depth);
   const DerivedOperator* derived = find_derived_operator(lexer_.token_text());
   if (derived == nullptr) return parse_pattern_application(position, *take_operator(), false, depth);
   lexer_.advance();
@@ -239,13 +239,22 @@ void RuleParser::parse_pattern_application(std::size_t position, const OperatorW
   }
   rule_.pattern[position].arguments.resize(op.num_arguments);
   for (std::size_t i = 0; i < op.num_arguments; ++i) {
-    if (i > 0) lexer_.expect(",");
+    const bool is_left_out = i == 1 && op.tag == SymbolTag::INT_MOD_CONGR && lexer_.at(")");
+    if (i > 0 && !is_left_out) lexer_.expect(",");
     const std::size_t place = swapped ? op.num_arguments - 1 - i : i;
-    const std::size_t argument = parse_pattern_node(position, place, depth + 1);
+    const std::size_t argument =
+        is_left_out ? new_zero(position, place) : parse_pattern_node(position, place, depth + 1);
     rule_.pattern[position].arguments[place] = argument;
   }
   if (lexer_.at(",")) lexer_.fail(column, quoted(op.word) + " has too many arguments");
   lexer_.expect(")");
+}
+
+/// What divides is congruent to 0.
+std::size_t RuleParser::new_zero(std::size_t parent, std::size_t child) {
+  const std::size_t position = new_position(parent, child);
+  rule_.pattern[position].kind = PatternNode::Kind::literal;
+  return position;
 }
 
 void RuleParser::bind_pattern_parameter(std::size_t position, std::size_t index) {

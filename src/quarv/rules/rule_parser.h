@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include <quarv/rules/defined_words.h>
 #include <quarv/rules/result_resolver.h>
 #include <quarv/rules/rule_language.h>
 #include <quarv/rules/rule_lexer.h>
@@ -19,9 +20,6 @@ namespace quarv::rules {
 inline bool has_suffix(std::string_view name) {
   return name.find('_') != std::string_view::npos;
 }
-
-/// True for a word that stands for several operators.
-bool is_composed_word(std::string_view word);
 
 /// Parses one rule by recursive descent. Its members are defined in five files: names and the pattern, words
 /// for several operators, the conditions, the result, and the sorts of all of them.
@@ -43,17 +41,21 @@ class RuleParser {
   void parse_pattern_application(std::size_t position, const OperatorWord& op, bool swapped,
                                  std::size_t depth);
   void parse_pattern_word(std::size_t position, std::size_t depth);
-  void parse_pattern_composed(std::size_t position, std::size_t depth);
-  void parse_pattern_difference(std::size_t position, std::size_t depth);
-  void parse_pattern_is_int(std::size_t position);
-  void make_application(std::size_t position, std::string_view word, std::vector<std::size_t> arguments);
+  void parse_pattern_defined(std::size_t position, std::size_t depth);
   bool accept_to_real();
   bool at_application() const;
   std::size_t sort_as_argument(std::size_t position);
   void infer_pattern_sorts();
   void bind_pattern_parameter(std::size_t position, std::size_t index);
   std::size_t new_position(std::size_t parent, std::size_t child);
+  std::size_t new_zero(std::size_t parent, std::size_t child);
   void bind_variable(std::size_t position);
+
+  // Words that stand for others.
+  bool at_defined_word() const;
+  std::size_t parse_repetitions();
+  DefinedTree defined(const std::string& word, std::size_t num_operands, std::size_t times,
+                      std::size_t column) const;
 
   // Conditions.
   void parse_condition();
@@ -82,7 +84,10 @@ class RuleParser {
   // Result.
   ResultTree parse_result(std::size_t depth);
   ResultTree parse_result_equality(std::size_t depth);
-  ResultTree parse_result_composed(std::size_t depth);
+  ResultTree parse_result_defined(std::size_t depth);
+  ResultTree result_of(const DefinedTree& tree, const std::vector<ResultTree>& operands,
+                       std::size_t column) const;
+  IntExpr with_widths(const IntExpr& e, const std::vector<ResultTree>& operands, std::size_t column) const;
   ResultTree parse_result_word(std::size_t depth);
   ResultTree parse_result_application(const OperatorWord& op, std::size_t depth);
   IntExpr parse_result_parameter();

@@ -61,7 +61,7 @@ ResultTree RuleParser::parse_result_equality(std::size_t depth) {
 
 /// An operator, or a word that stands for one.
 ResultTree RuleParser::parse_result_word(std::size_t depth) {
-  if (is_composed_word(lexer_.token_text())) return parse_result_composed(depth);
+  if (at_defined_word()) return parse_result_defined(depth);
   const std::size_t column = lexer_.column();
   const DerivedOperator* derived = find_derived_operator(lexer_.token_text());
   if (derived == nullptr) {
@@ -91,6 +91,13 @@ ResultTree RuleParser::parse_result_application(const OperatorWord& op, std::siz
     lexer_.expect(",");
   }
   for (std::size_t i = 0; i < op.num_arguments; ++i) {
+    if (i == 1 && op.tag == SymbolTag::INT_MOD_CONGR && lexer_.at(")")) {
+      ResultTree zero;  // what divides is congruent to it
+      zero.column = lexer_.column();
+      zero.node.kind = ResultNode::Kind::literal;
+      tree.children.push_back(std::move(zero));
+      break;
+    }
     if (i > 0) lexer_.expect(",");
     tree.children.push_back(parse_result(depth + 1));
   }

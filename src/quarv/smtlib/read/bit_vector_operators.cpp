@@ -2,6 +2,7 @@
 #include <string>
 
 #include <quarv/numbers/bv_number.h>
+#include <quarv/smtlib/read/defined_operators.h>
 #include <quarv/smtlib/read/operators.h>
 
 namespace quarv::smtlib {
@@ -24,31 +25,6 @@ void check_width(std::size_t width) {
     throw SortError("the result would have " + std::to_string(width) + " bits, more than the " +
                     std::to_string(max_width) + " that are supported");
   }
-}
-
-const Term* ones(TermManager& m, std::size_t width) {
-  QNumber value;
-  BVNumber::pow2(width, &value);
-  value -= QNumber(1);
-  return m.make_bv_number(value, width);
-}
-
-/// The smallest signed value: the sign bit alone.
-const Term* signed_minimum(TermManager& m, std::size_t width) {
-  QNumber value;
-  BVNumber::pow2(width - 1, &value);
-  return m.make_bv_number(value, width);
-}
-
-const Term* zero(TermManager& m, std::size_t width) {
-  return m.make_bv_number(0, width);
-}
-
-/// The sign bit as a formula: negative or not.
-const Term* is_negative(TermManager& m, const Term* t) {
-  const std::size_t width = m.get_width_from_type(m.type_of(t));
-  const Term* sign = m.make_bv_extract(width - 1, width - 1, t);
-  return m.make_equal(sign, m.make_bv_number(1, 1));
 }
 
 const Term* concatenation(OperatorContext& c, Args a) {
@@ -133,85 +109,6 @@ const Term* repeat(OperatorContext& c, Args a) {
   return result;
 }
 
-/// The signed remainder with the sign of the divisor, by the standard's definition.
-const Term* signed_modulo(OperatorContext& c, Args a) {
-  TermManager& m = c.manager;
-  const Term* s = a[0];
-  const Term* t = a[1];
-  const std::size_t width = width_of(c, s);
-  const Term* minus_s = m.make_bv_neg(s);
-  const Term* minus_t = m.make_bv_neg(t);
-  const Term* s_negative = is_negative(m, s);
-  const Term* t_negative = is_negative(m, t);
-  const Term* abs_s = m.make_ite(s_negative, minus_s, s);
-  const Term* abs_t = m.make_ite(t_negative, minus_t, t);
-  const Term* u = m.make_bv_urem(abs_s, abs_t);
-  const Term* minus_u = m.make_bv_neg(u);
-  const Term* s_alone = m.make_bv_add(minus_u, t);
-  const Term* t_alone = m.make_bv_add(u, t);
-  const Term* for_negative_s = m.make_ite(t_negative, minus_u, s_alone);
-  const Term* for_other_s = m.make_ite(t_negative, t_alone, u);
-  const Term* signed_result = m.make_ite(s_negative, for_negative_s, for_other_s);
-  return m.make_ite(m.make_equal(u, zero(m, width)), u, signed_result);
-}
-
-const Term* reduce_and(OperatorContext& c, Args a) {
-  return c.manager.make_bv_comp(a[0], ones(c.manager, width_of(c, a[0])));
-}
-
-const Term* reduce_or(OperatorContext& c, Args a) {
-  const Term* none = c.manager.make_bv_comp(a[0], zero(c.manager, width_of(c, a[0])));
-  return c.manager.make_bv_not(none);
-}
-
-// Overflow predicates: does the exact result fit the width?
-// ------------------------------------------------------------------
-
-const Term* neg_overflow(OperatorContext& c, Args a) {
-  return c.manager.make_equal(a[0], signed_minimum(c.manager, width_of(c, a[0])));
-}
-
-/// The exact result in a wider vector, compared with what its low part stands for.
-template <auto Extend, auto Make>
-const Term* wide_overflow(OperatorContext& c, Args a, std::size_t extra) {
-  TermManager& m = c.manager;
-  const std::size_t width = width_of(c, a[0]);
-  const Term* x = (m.*Extend)(extra, a[0]);
-  const Term* y = (m.*Extend)(extra, a[1]);
-  const Term* exact = (m.*Make)(x, y);
-  const Term* low = m.make_bv_extract(width - 1, 0, exact);
-  const Term* read_back = (m.*Extend)(extra, low);
-  return m.make_not(m.make_equal(exact, read_back));
-}
-
-const Term* uadd_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_add>(c, a, 1);
-}
-
-const Term* sadd_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_add>(c, a, 1);
-}
-
-const Term* umul_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_zero_extend, &TM::make_bv_mul>(c, a, width_of(c, a[0]));
-}
-
-const Term* smul_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_mul>(c, a, width_of(c, a[0]));
-}
-
-const Term* ssub_overflow(OperatorContext& c, Args a) {
-  return wide_overflow<&TM::make_bv_sign_extend, &TM::make_bv_sub>(c, a, 1);
-}
-
-const Term* sdiv_overflow(OperatorContext& c, Args a) {
-  TermManager& m = c.manager;
-  const std::size_t width = width_of(c, a[0]);
-  const Term* smallest = m.make_equal(a[0], signed_minimum(m, width));
-  const Term* minus_one = m.make_equal(a[1], ones(m, width));
-  return m.make_and(smallest, minus_one);
-}
-
 const Term* int_to_bv(OperatorContext& c, Args a) {
   if (c.indices[0] == 0) bad_index(1, "the width must be positive");
   check_width(c.indices[0]);
@@ -221,7 +118,7 @@ const Term* int_to_bv(OperatorContext& c, Args a) {
 constexpr OperatorDefinition bit_vector_table[] = {
     {"concat", 2, OperatorDefinition::any_number, 0, "v", concatenation},
     {"extract", 1, 1, 2, "v", extract},
-    {"bvsmod", 2, 2, 0, "V", signed_modulo},
+    defined("bvsmod", "V"),
     {"bvnand", 2, 2, 0, "V", complemented<&TM::make_bv_and, &TM::make_bv_not>},
     {"bvnor", 2, 2, 0, "V", complemented<&TM::make_bv_or, &TM::make_bv_not>},
     {"bvxnor", 2, OperatorDefinition::any_number, 0, "V",
@@ -237,16 +134,16 @@ constexpr OperatorDefinition bit_vector_table[] = {
     {"ext_rotate_left", 2, 2, 0, "V", rotate_left_by},
     {"ext_rotate_right", 2, 2, 0, "V", rotate_right_by},
     {"repeat", 1, 1, 1, "v", repeat},
-    {"bvredor", 1, 1, 0, "V", reduce_or},
-    {"bvredand", 1, 1, 0, "V", reduce_and},
-    {"bvnego", 1, 1, 0, "V", neg_overflow},
-    {"bvuaddo", 2, 2, 0, "V", uadd_overflow},
-    {"bvsaddo", 2, 2, 0, "V", sadd_overflow},
-    {"bvumulo", 2, 2, 0, "V", umul_overflow},
-    {"bvsmulo", 2, 2, 0, "V", smul_overflow},
-    {"bvusubo", 2, 2, 0, "V", binary<&TM::make_bv_ult>},
-    {"bvssubo", 2, 2, 0, "V", ssub_overflow},
-    {"bvsdivo", 2, 2, 0, "V", sdiv_overflow},
+    defined("bvredor", "V"),
+    defined("bvredand", "V"),
+    defined("bvnego", "V"),
+    defined("bvuaddo", "V"),
+    defined("bvsaddo", "V"),
+    defined("bvumulo", "V"),
+    defined("bvsmulo", "V"),
+    defined("bvusubo", "V"),
+    defined("bvssubo", "V"),
+    defined("bvsdivo", "V"),
     {"int2bv", 1, 1, 1, "I", int_to_bv},
     {"int_to_bv", 1, 1, 1, "I", int_to_bv},
 };

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include <quarv/smtlib/read/defined_operators.h>
 #include <quarv/smtlib/read/operators.h>
 
 namespace quarv::smtlib {
@@ -184,21 +185,9 @@ const Term* modulo(OperatorContext& c, Args a) {
   return result;
 }
 
-const Term* absolute(OperatorContext& c, Args a) {
-  TermManager& m = c.manager;
-  const Term* zero = m.make_number(QNumber(0));
-  const Term* non_negative = m.make_leq(zero, a[0]);
-  const Term* opposite = negative(m, a[0]);
-  return m.make_ite(non_negative, a[0], opposite);
-}
-
 const Term* to_real(OperatorContext& c, Args a) {
   if (!c.manager.is_arithmetic_type(c.manager.type_of(a[0]))) throw SortError("not a number");
   return a[0];  // Int is a subtype of Real
-}
-
-const Term* is_int(OperatorContext& c, Args a) {
-  return c.manager.make_equal(a[0], c.manager.make_floor(a[0]));
 }
 
 const Term* divisible(OperatorContext& c, Args a) {
@@ -224,12 +213,12 @@ constexpr OperatorDefinition core_table[] = {
     {"/", 2, OperatorDefinition::any_number, 0, "N", left_associative<division>},
     {"div", 2, OperatorDefinition::any_number, 0, "I", left_associative<integer_division>},
     {"mod", 2, 2, 0, "I", modulo},
-    {"abs", 1, 1, 0, "N", absolute},
+    defined("abs", "N"),
     {"<", 2, OperatorDefinition::any_number, 0, "N", chainable<swapped_negated<&TM::make_leq>>},
     {">=", 2, OperatorDefinition::any_number, 0, "N", chainable<swapped<&TM::make_leq>>},
     {">", 2, OperatorDefinition::any_number, 0, "N", chainable<negated<&TM::make_leq>>},
     {"to_real", 1, 1, 0, "N", to_real},
-    {"is_int", 1, 1, 0, "N", is_int},
+    defined("is_int", "N"),
     {"divisible", 1, 1, 1, "I", divisible, false, true},
 
 };
