@@ -283,6 +283,27 @@ TEST_F(Normalizer, TriesOnlyRulesThatTheArgumentsAllow) {
   EXPECT_EQ(normalizer.statistics().attempts, 0u);  // of the 57 rules for equalities
   normalize(mgr.make_bv_add(x, y));
   EXPECT_LE(normalizer.statistics().attempts, 5u);
+  // Nor rules that want the same term twice where there are two, at the root or below.
+  const auto attempts = [this](const char* rule, const Term* t) {
+    TermNormalizer one;
+    for (auto& loaded : rules::load_rules(rule)) one.register_rule(loaded.release());
+    one.normalize(&mgr, t);
+    return one.statistics().attempts;
+  };
+  const Term* difference = mgr.make_bv_sub(y, z);
+  const char* same = "rewrite(bvsub(t, bvsub(u, t_0)), identity(t, t_0)) >> bvsub(t, bvsub(u, t))";
+  EXPECT_EQ(attempts(same, mgr.make_bv_sub(x, difference)), 0u);
+  EXPECT_EQ(attempts(same, mgr.make_bv_sub(z, difference)), 1u);
+  const char* head = "rewrite(bvnot(bvand(t, bvnot(u))), ) >> bvnot(bvand(t, bvnot(u)))";
+  EXPECT_EQ(attempts(head, mgr.make_bv_not(mgr.make_bv_and(x, y))), 0u);
+  EXPECT_EQ(attempts(head, mgr.make_bv_not(mgr.make_bv_and(x, mgr.make_bv_not(y)))), 1u);
+  const DataType* bits = mgr.get_bv_type(8);
+  const Term* array = mgr.make_constant("m", mgr.get_array_type(bits, bits));
+  const Term* writes = mgr.make_array_write(mgr.make_array_write(array, x, y), y, y);
+  const char* chain =
+      "rewrite(store(store(store(m, i, t), j, u), i_0, v), identity(i, i_0)) >> store(store(m, j, u), i, v)";
+  EXPECT_EQ(attempts(chain, mgr.make_array_write(writes, z, y)), 0u);
+  EXPECT_GE(attempts(chain, mgr.make_array_write(writes, x, z)), 1u);
 }
 
 TEST_F(Normalizer, DepthIsNoLimit) {

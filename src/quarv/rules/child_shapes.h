@@ -5,7 +5,7 @@
 
 namespace quarv::rules {
 
-/// What a rule asks of the root's first two arguments.
+/// What a rule asks of the root's first two arguments, and of what is below them.
 ChildShapes child_shapes(const Rule& rule);
 
 }  // namespace quarv::rules

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include <quarv/rules/term_shape.h>
 #include <quarv/term/symbol_tag.h>
 
 namespace quarv::rules {
@@ -30,8 +31,14 @@ struct ChildShape {
   }
 };
 
-/// For the first and the second argument.
-using ChildShapes = std::array<ChildShape, 2>;
+/// For the first and the second argument, and for what is below.
+struct ChildShapes {
+  std::array<ChildShape, 2> children{};
+  TermShape below{};
+
+  ChildShape& operator[](std::size_t i) { return children[i]; }
+  const ChildShape& operator[](std::size_t i) const { return children[i]; }
+};
 
 /// Finds the rules that can match a term from its tag and those of its first two arguments.
 ///

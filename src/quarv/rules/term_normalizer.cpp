@@ -66,7 +66,7 @@ void TermNormalizer::build_index() {
   const auto add = [&](std::size_t i, std::uint32_t order, const rules::ChildShapes& shapes) {
     norm_fun& rule = *rules_[i].fun;
     entries.push_back({static_cast<std::uint32_t>(candidates_.size()), rule.get_applicant(), shapes});
-    candidates_.push_back({&rule, static_cast<std::uint32_t>(i), order});
+    candidates_.push_back({&rule, static_cast<std::uint32_t>(i), order, shapes.below});
   };
   for (std::size_t i = 0; i < rules_.size(); ++i) {
     if (!rules_[i].enabled) continue;
@@ -212,6 +212,51 @@ const Term* TermNormalizer::rebuild(const Term* t, bool always) {
   return mgr_->make_term_unchecked(t->symbol, args_);
 }
 
+namespace {
+
+/// What rules may ask of `t` two levels down.
+std::uint64_t shape_of(const TermManager& mgr, const Term* t) {
+  using Shape = rules::TermShape;
+  const Term* terms[Shape::num_places] = {};
+  const auto is_write = [&mgr](const Term* of) { return mgr.get_tag(of->symbol) == SymbolTag::ARRAY_WRITE; };
+  const auto take_two = [&](const Term* of, const Term** two) {
+    if (of == nullptr) return;
+    const std::size_t arity = mgr.arity(of);
+    const std::size_t first = arity < 3 || is_write(of) ? 0 : arity - 2;
+    if (arity > 0) two[0] = of->args[first];
+    if (arity > 1) two[1] = of->args[first + 1];
+  };
+  take_two(t, terms + Shape::x);
+  take_two(terms[Shape::x], terms + Shape::x0);
+  take_two(terms[is_write(t) ? Shape::x0 : Shape::y], terms + Shape::y0);
+  std::uint64_t shape = 0;
+  for (std::uint8_t place = Shape::y; place < Shape::num_places; ++place) {
+    const Term* const term = terms[place];
+    const std::uint8_t tag =
+        term == nullptr ? Shape::absent : static_cast<std::uint8_t>(mgr.get_tag(term->symbol));
+    shape |= Shape::tag(static_cast<Shape::Place>(place), tag);
+  }
+  const auto compare = [&]<Shape::Place A, Shape::Place B> {
+    constexpr std::uint64_t same = Shape::same(A, B);
+    shape |= terms[A] == terms[B] ? same : 0;
+  };
+  compare.template operator()<Shape::x, Shape::y>();
+  compare.template operator()<Shape::x, Shape::y0>();
+  compare.template operator()<Shape::x, Shape::y1>();
+  compare.template operator()<Shape::y, Shape::x0>();
+  compare.template operator()<Shape::y, Shape::x1>();
+  compare.template operator()<Shape::x0, Shape::y0>();
+  compare.template operator()<Shape::x0, Shape::y1>();
+  compare.template operator()<Shape::x1, Shape::y0>();
+  compare.template operator()<Shape::x1, Shape::y1>();
+  compare.template operator()<Shape::x0, Shape::x1>();
+  compare.template operator()<Shape::y0, Shape::y1>();
+  compare.template operator()<Shape::y, Shape::y1>();
+  return shape;
+}
+
+}  // namespace
+
 /// What the first rule that rewrites `t` makes of it; `t` when none does or none may any more.
 const Term* TermNormalizer::apply_rule(const Term* t) {
   const SymbolTag::tag tag = mgr_->get_tag(t->symbol);
@@ -221,9 +266,16 @@ const Term* TermNormalizer::apply_rule(const Term* t) {
     return i < args.size() ? mgr_->get_tag(args[i]->symbol) : SymbolTag::UF;
   };
   const Term* result = t;
+  std::uint64_t shape = 0;
+  bool has_shape = false;
   for (const std::uint32_t i : index_.candidates(tag, tag_of_child(0), tag_of_child(1))) {
-    ++statistics_.attempts;
     const Candidate& candidate = candidates_[i];
+    if (candidate.shape.mask != 0) {
+      if (!has_shape) shape = shape_of(*mgr_, t);
+      has_shape = true;
+      if (!candidate.shape.admits(shape)) continue;
+    }
+    ++statistics_.attempts;
     // A rule that yields the term itself has rewritten nothing.
     if (!candidate.apply(mgr_, t, &result) || result == t) continue;
     if (applied_ == budget()) {

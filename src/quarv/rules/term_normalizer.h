@@ -158,6 +158,7 @@ class QUARV_API TermNormalizer {
     const norm_fun* fun;
     std::uint32_t rule;
     std::uint32_t order;
+    rules::TermShape shape;
 
     bool apply(TermManager* mgr, const Term* t, const Term** out) const {
       return order == as_written ? (*fun)(mgr, t, out) : fun->apply_order(order, mgr, t, out);

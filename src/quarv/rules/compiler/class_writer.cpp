@@ -44,12 +44,16 @@ std::string shape_text(const ChildShape& shape) {
   return "rules::ChildShape::any()";
 }
 
+std::string shapes_text(const quarv::rules::ChildShapes& shapes) {
+  return '{' + shape_text(shapes[0]) + ", " + shape_text(shapes[1]) + ", {" +
+         std::to_string(shapes.below.mask) + "U, " + std::to_string(shapes.below.value) + "U}}";
+}
+
 std::string order_members(const Rule& rule) {
   std::string shapes;
   std::size_t num_orders = 0;
   for (const Rule& order : quarv::rules::orders_of(rule)) {
-    const auto s = quarv::rules::child_shapes(order);
-    shapes += "        {" + shape_text(s[0]) + ", " + shape_text(s[1]) + "},\n";
+    shapes += "        " + shapes_text(quarv::rules::child_shapes(order)) + ",\n";
     ++num_orders;
   }
   const std::string number = std::to_string(num_orders);
@@ -76,9 +80,10 @@ std::string class_definition(const Rule& rule) {
   text += "  int get_group() const override { return 2; }\n";
   if (rule.is_unordered) return text + order_members(rule) + "};\n";
   const auto shapes = quarv::rules::child_shapes(rule);
-  if (shapes[0].kind != ChildShape::Kind::any || shapes[1].kind != ChildShape::Kind::any) {
+  if (shapes[0].kind != ChildShape::Kind::any || shapes[1].kind != ChildShape::Kind::any ||
+      shapes.below.mask != 0) {
     text += "  rules::ChildShapes get_child_shapes() const override {\n";
-    text += "    return {" + shape_text(shapes[0]) + ", " + shape_text(shapes[1]) + "};\n  }\n";
+    text += "    return " + shapes_text(shapes) + ";\n  }\n";
   }
   return text + "};\n";
 }
