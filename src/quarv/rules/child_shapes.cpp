@@ -64,13 +64,15 @@ bool is_write(const PatternNode& node) {
   return node.op != nullptr && node.op->tag == SymbolTag::ARRAY_WRITE;
 }
 
-/// The two arguments that count of what stands at a position, or the single one.
+/// The two arguments that count of what stands at a position, or the single one. In a chain of writes they
+/// are array and index.
 std::array<Position, 2> two_arguments(const Rule& rule, Position position) {
   if (!position) return {};
   const std::vector<std::size_t>& arguments = rule.pattern[*position].arguments;
   if (arguments.empty()) return {};
   if (arguments.size() == 1) return {arguments[0], std::nullopt};
-  if (is_write(rule.pattern[*position])) return {arguments[0], arguments[1]};
+  const bool in_chain = is_write(rule.pattern[0]) && is_write(rule.pattern[*position]);
+  if (in_chain) return {arguments[0], arguments[1]};
   return {arguments[arguments.size() - 2], arguments.back()};
 }
 

@@ -219,16 +219,17 @@ std::uint64_t shape_of(const TermManager& mgr, const Term* t) {
   using Shape = rules::TermShape;
   const Term* terms[Shape::num_places] = {};
   const auto is_write = [&mgr](const Term* of) { return mgr.get_tag(of->symbol) == SymbolTag::ARRAY_WRITE; };
+  const bool in_chain = is_write(t);
   const auto take_two = [&](const Term* of, const Term** two) {
     if (of == nullptr) return;
     const std::size_t arity = mgr.arity(of);
-    const std::size_t first = arity < 3 || is_write(of) ? 0 : arity - 2;
+    const std::size_t first = arity < 3 || (in_chain && is_write(of)) ? 0 : arity - 2;
     if (arity > 0) two[0] = of->args[first];
     if (arity > 1) two[1] = of->args[first + 1];
   };
   take_two(t, terms + Shape::x);
   take_two(terms[Shape::x], terms + Shape::x0);
-  take_two(terms[is_write(t) ? Shape::x0 : Shape::y], terms + Shape::y0);
+  take_two(terms[in_chain ? Shape::x0 : Shape::y], terms + Shape::y0);
   std::uint64_t shape = 0;
   for (std::uint8_t place = Shape::y; place < Shape::num_places; ++place) {
     const Term* const term = terms[place];
