@@ -13,20 +13,28 @@
 namespace quarv {
 namespace {
 
+/// The definition of a variable that must be a numeral, by the condition that says so; else its declaration.
+std::string definition(const rules::Rule& rule, const rules::RuleQuery::Variable& v,
+                       const std::string& numeral) {
+  using Kind = rules::Condition::Kind;
+  const auto is_value = [&](const std::string& value) {
+    return "(define-fun " + v.symbol + " () " + v.sort + ' ' + value + ")\n";
+  };
+  for (const rules::Condition& c : rule.conditions) {
+    if (c.a >= rule.pattern.size() || rule.pattern[c.a].name != v.name) continue;
+    if (c.kind == Kind::has_value && v.sort == "(_ BitVec 1)") return is_value(c.value == 0 ? "#b0" : "#b1");
+    if (c.kind != Kind::is_const) continue;
+    return is_value(v.sort != "Real" ? numeral : numeral == "2" ? "2.0" : "(- 2.0)");
+  }
+  return "(declare-const " + v.symbol + ' ' + v.sort + ")\n";
+}
+
 /// The pattern of an instance, with numerals for the variables that must be numerals.
 const Term* pattern_term(smtlib::Reader& reader, const rules::Rule& rule, const rules::RuleInstance& instance,
                          const std::string& numeral) {
   const rules::RuleQuery query = make_query(rule, instance);
   std::string text = sort_declarations(rule);
-  for (const rules::RuleQuery::Variable& v : query.variables) {
-    bool is_numeral = false;
-    for (const rules::Condition& c : rule.conditions) {
-      is_numeral |= c.kind == rules::Condition::Kind::is_const && rule.pattern[c.a].name == v.name;
-    }
-    const std::string value = v.sort != "Real" ? numeral : numeral == "2" ? "2.0" : "(- 2.0)";
-    text += is_numeral ? "(define-fun " + v.symbol + " () " + v.sort + ' ' + value + ")\n"
-                       : "(declare-const " + v.symbol + ' ' + v.sort + ")\n";
-  }
+  for (const rules::RuleQuery::Variable& v : query.variables) text += definition(rule, v, numeral);
   reader.read_in_place(text, "pattern");
   return reader.term(query.pattern, "pattern");
 }
@@ -68,7 +76,7 @@ TEST(ExtendedRuleTexts, AreAppliedCompiledAndInterpreted) {
     }
     EXPECT_GT(num_fired, 0u) << rule.text;
   }
-  EXPECT_EQ(num_rules, 72u);
+  EXPECT_EQ(num_rules, 80u);
 }
 
 }  // namespace

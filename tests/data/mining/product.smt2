@@ -2,6 +2,6 @@
 (declare-const a (_ BitVec 16))
 (declare-const b (_ BitVec 16))
 (declare-const p (_ BitVec 16))
-(assert (= p (bvmul b (bvxor (bvand b a) (bvor b a)))))
+(assert (= p (bvmul b (bvxor (bvor a (bvnot b)) b))))
 (assert (distinct p (bvand a (bvxor a b))))
 (check-sat)

@@ -1,6 +1,6 @@
 (set-logic QF_BV)
 (declare-const a (_ BitVec 8))
 (declare-const b (_ BitVec 8))
-(assert (bvult (bvxor (bvand a b) (bvor a b)) b))
+(assert (bvult (bvxor (bvor b (bvnot a)) a) b))
 (assert (= (bvadd (bvand a b) (bvor a b)) (bvmul a b)))
 (check-sat)
