@@ -45,6 +45,20 @@ TEST_F(RuleOptions, CallsNamedRulesByTheirNames) {
   EXPECT_NE(json.err.find(R"("rules":{"shift-by-complement":1})"), std::string::npos) << json.err;
 }
 
+TEST_F(RuleOptions, NamesTheRuleThatWasPerhapsMeant) {
+  write("my.rules", "shift-by-complement: " + my_rule);
+  const Result own = run("$quarv simplify --rules my.rules --disable-rule shift-by-compliment", shift_by_not);
+  EXPECT_EQ(own.status, 2);
+  EXPECT_EQ(
+      own.err,
+      "quarv: there is no rule \"shift-by-compliment\"; the nearest is \"shift-by-complement\" (see quarv "
+      "rules list)\n");
+  EXPECT_TRUE(has(run("$quarv simplify --disable-rule bvxor-cancle", shift_by_not).err,
+                  "; the nearest is \"bvxor-cancel\" ("));
+  EXPECT_EQ(run("$quarv simplify --disable-rule zzzz", shift_by_not).err,
+            "quarv: there is no rule \"zzzz\" (see quarv rules list)\n");
+}
+
 TEST_F(RuleOptions, KeepsTheNamesOfExtendedRules) {
   write("my.rules", "bvxor-cancel: " + my_rule);
   for (const char* options : {"", " --rules-only-standard"}) {

@@ -60,6 +60,38 @@ TEST_F(Program, ListsAndShowsRules) {
   }
 }
 
+TEST_F(Program, ListsAndShowsTheUsersRules) {
+  write("my.rules",
+        "my-double: rewrite(bvshl(t, 1), (1 == 1)) >> bvadd(t, t)\n"
+        "rewrite(bvnot(bvneg(t)), ) >> bvneg(bvnot(t))\n");
+  const Result behind = run("$quarv rules list --rules my.rules");
+  EXPECT_EQ(behind.status, 0) << behind.err;
+  EXPECT_EQ(num_lines(behind.out), 188u);
+  EXPECT_TRUE(has(behind.out, "\n185 ? bvshl     my-double: rewrite(")) << behind.out;
+  EXPECT_TRUE(has(behind.out, "\n186 ? bvnot     rewrite(bvnot(bvneg(t)), ")) << behind.out;
+  EXPECT_EQ(run("$quarv rules --rules my.rules list").out, behind.out);
+  EXPECT_TRUE(has(run("$quarv rules list --extended --rules my.rules").out, "\n185 ? bvshl     my-double: "));
+  const Result shown = run("$quarv rules show my-double --rules my.rules");
+  EXPECT_EQ(shown.status, 0) << shown.err;
+  EXPECT_TRUE(has(shown.out, "number     185\nname       my-double\n")) << shown.out;
+  EXPECT_TRUE(has(shown.out, "\nsound      a rule of your own: see quarv rules check FILE\n")) << shown.out;
+  EXPECT_TRUE(has(shown.out, "\nreads      t << 1 becomes t + t.\n")) << shown.out;
+  EXPECT_FALSE(has(shown.out, "proof")) << shown.out;
+  EXPECT_EQ(run("$quarv rules --rules my.rules show my-double").out, shown.out);
+  EXPECT_EQ(run("$quarv rules show --rules my.rules 185").out, shown.out);
+  EXPECT_TRUE(has(run("$quarv rules show 186 --rules my.rules").out, "\nname       none\n"));
+  // Extended rules keep their proofs when others stand before them.
+  EXPECT_EQ(run("$quarv rules show ite-bvadd --rules my.rules").out, run("$quarv rules show ite-bvadd").out);
+  const Result misspelled = run("$quarv rules show my-duoble --rules my.rules");
+  EXPECT_EQ(misspelled.status, 2);
+  EXPECT_EQ(misspelled.err,
+            "quarv: there is no rule \"my-duoble\"; the nearest is \"my-double\" (see quarv rules list)\n");
+  const Result elsewhere = run("$quarv rules --rules my.rules check my.rules");
+  EXPECT_EQ(elsewhere.status, 2);
+  EXPECT_EQ(num_lines(elsewhere.err), 1u) << elsewhere.err;
+  EXPECT_EQ(run("$quarv rules list --rules none.rules").status, 1);
+}
+
 TEST_F(Program, ChecksTheStandardRules) {
   if (run("z3 --version").status != 0) GTEST_SKIP() << no_z3;
   const Result r = run("$quarv rules check --max-width 4");

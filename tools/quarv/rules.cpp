@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <csignal>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <optional>
@@ -15,9 +16,11 @@
 #include "batch/script_source.h"
 #include "commands.h"
 #include "io/command_line.h"
+#include "io/input.h"
 #include "io/noted_signals.h"
 #include "io/output.h"
 #include "io/process.h"
+#include "rules/own_rules.h"
 #include "rules/rule_catalogue.h"
 #include "rules/rule_checker.h"
 #include "rules/rule_count.h"
@@ -58,20 +61,47 @@ char mark(const rules::Rule& rule, const RuleProof& proof) {
   return ' ';
 }
 
-void list(bool extended) {
-  Output output("-");
-  std::size_t number = 0;
-  for (const rules::Rule& rule : extended ? extended_rules() : standard_rules()) {
-    ++number;
-    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", extended ? "" : std::to_string(number),
-                                   mark(rule, proof_of(rule, number, extended)),
-                                   SymbolTag::name(rule.applicant()), named_text(rule));
+using RuleFiles = std::vector<RuleFile>;
+
+RuleFiles read_all(const std::vector<std::string>& paths) {
+  RuleFiles files;
+  for (const std::string& path : paths) {
+    const Input file(path);
+    files.push_back({file.name(), std::string(file.text())});
   }
+  return files;
+}
+
+/// Where a user's own rules stand among all rules, from 0: from `first` to before `end`.
+struct OwnPlaces {
+  std::size_t first, end;
+
+  explicit OwnPlaces(const std::vector<rules::Rule>& all)
+      : first(standard_rules().size()), end(all.size() - extended_rules().size()) {}
+  bool contain(std::size_t i) const { return first <= i && i < end; }
+};
+
+/// The standard rules or the extended ones, and a user's own behind them.
+void list(bool extended, const RuleFiles& files) {
+  const std::vector<rules::Rule> all = all_rules_and(files);
+  const OwnPlaces own(all);
+  Output output("-");
+  const auto line = [&](std::size_t i, const std::string& number, char marked) {
+    output.stream() << fmt::format("{:>3} {} {:<9} {}\n", number, marked, SymbolTag::name(all[i].applicant()),
+                                   named_text(all[i]));
+  };
+  const std::size_t first = extended ? own.end : 0;
+  const std::size_t end = extended ? all.size() : own.first;
+  for (std::size_t i = first; i < end; ++i) {
+    line(i, extended ? "" : std::to_string(i + 1), mark(all[i], proof_of(all[i], i - first + 1, extended)));
+  }
+  for (std::size_t i = own.first; i < own.end; ++i) line(i, std::to_string(i + 1), '?');
   output.stream() << (extended
                           ? "* proved for all widths; + without widths, proved for all values; f proved for "
                             "some formats: see quarv rules show RULE\n"
                           : "* proved for all widths; ! does not hold for all values: see quarv rules show "
                             "RULE\n");
+  if (!files.empty()) output.stream() << "? a rule of your own: see quarv rules check FILE\n";
   output.commit();
 }
 
@@ -90,10 +120,12 @@ std::vector<std::size_t> ranking(const std::vector<RuleCount>& counts, const std
 }
 
 /// What each rule does when scripts are simplified.
-int count_uses(const std::vector<std::string>& paths, const std::string& by) {
+int count_uses(const std::vector<std::string>& paths, const std::string& by, const RuleFiles& files) {
+  check_own_rules(files, false);
   const std::vector<BatchInput> inputs = find_inputs(paths, {});
   SessionOptions options;
   options.extended = true;
+  options.extra_rules = files;
   const auto text = [&inputs](std::size_t i) { return std::string(find_script(inputs[i].name)); };
   const RuleCounts counts =
       count_rules(inputs.size(), text, options, std::max(1U, std::thread::hardware_concurrency()));
@@ -101,7 +133,7 @@ int count_uses(const std::vector<std::string>& paths, const std::string& by) {
     say("quarv: error: there is no script that can be read\n");
     return failure;
   }
-  const std::vector<rules::Rule> all = all_rules_and(std::vector<std::string>());
+  const std::vector<rules::Rule> all = all_rules_and(files);
   Output output("-");
   for (const std::size_t i : ranking(counts.rules, by)) {
     const RuleCount& rule = counts.rules[i];
@@ -121,8 +153,8 @@ int count_uses(const std::vector<std::string>& paths, const std::string& by) {
   return failure;
 }
 
-int show(const std::string& name_or_number) {
-  const std::vector<rules::Rule> all = all_rules_and(std::vector<std::string>());
+int show(const std::string& name_or_number, const RuleFiles& files) {
+  const std::vector<rules::Rule> all = all_rules_and(files);
   const std::optional<std::size_t> found = find_rule(all, name_or_number);
   if (!found) {
     say("quarv: {}\n", no_such_rule(all, name_or_number));
@@ -134,34 +166,43 @@ int show(const std::string& name_or_number) {
   const auto line = [&output](const char* name, const std::string& value) {
     output.stream() << fmt::format("{:<10} {}\n", name, value);
   };
-  const std::size_t num_standard = standard_rules().size();
-  const bool is_standard = number <= num_standard;
-  line("number", is_standard ? std::to_string(number) : "none: an extended rule");
-  line("name", rule.name);
+  const OwnPlaces own(all);
+  const bool is_extended = *found >= own.end;
+  line("number", is_extended ? "none: an extended rule" : std::to_string(number));
+  line("name", rule.name.empty() ? "none" : rule.name);
   line("applicant", std::string(SymbolTag::name(rule.applicant())));
   line("text", rule.text);
-  line("class", class_name(rule));
-  line("sound", soundness(rule));
-  line("proof", proof_of(rule, is_standard ? number : number - num_standard, !is_standard).text);
+  if (own.contain(*found)) {
+    line("sound", "a rule of your own: see quarv rules check FILE");
+  } else {
+    line("class", class_name(rule));
+    line("sound", soundness(rule));
+    line("proof", proof_of(rule, is_extended ? number - own.end : number, is_extended).text);
+  }
   line("reads", in_words(rule));
   output.commit();
   return success;
 }
 
-}  // namespace
+using Paths = std::shared_ptr<std::vector<std::string>>;
 
-void add_rules(const CommandLine& program, int& status) {
-  const CommandLine command = program.subcommand("rules", "Show and check rewrite rules");
-  command.requires_subcommand();
-  command.footer(
-      "Examples:\n"
-      "  quarv rules list                           print the standard rules\n"
-      "  quarv rules show bvmul-one                 print everything about one rule\n"
-      "  quarv rules check my.rules                 let z3 check whether rules hold");
+/// Before the subcommand and behind it.
+void add_rules_option(const CommandLine& command, const std::function<void(const std::string&)>& use) {
+  command.option("--rules", use, "Of list and show: your own rules as well; may be repeated")
+      .type("FILE.rules")
+      .one_at_a_time();
+}
+
+void add_rules_option(const CommandLine& command, const Paths& files) {
+  add_rules_option(command, [files](const std::string& file) { files->push_back(file); });
+}
+
+CommandLine add_list(const CommandLine& command, const Paths& files, int& status) {
   const CommandLine list_command =
       command.subcommand("list", "All standard rules: number, operator, name and text");
   list_command.footer(
       "Examples:\n  quarv rules list\n  quarv rules list | grep bvmul\n  quarv rules list --extended\n"
+      "  quarv rules list --rules my.rules          your own as well, with their numbers\n"
       "  quarv rules list --count queries           which of them are of use there");
   const auto extended = std::make_shared<bool>(false);
   list_command.flag("--extended", *extended, "The extended rules instead, which have names alone");
@@ -179,24 +220,52 @@ void add_rules(const CommandLine& program, int& status) {
       .type("uses|saved|cost")
       .one_of({"uses", "saved", "cost"})
       .shows_default();
-  list_command.callback([extended, paths, by, &status] {
+  add_rules_option(list_command, files);
+  list_command.callback([extended, paths, by, files, &status] {
     if (paths->empty()) {
-      list(*extended);
+      list(*extended, read_all(*files));
       status = success;
       return;
     }
     {
       const NotedSignals signals;
-      status = count_uses(*paths, *by);
+      status = count_uses(*paths, *by, read_all(*files));
     }
     if (const int signal = NotedSignals::received(); signal != 0) std::raise(signal);
   });
-  const CommandLine show_command =
-      command.subcommand("show", "Print everything that is known about a standard rule");
-  show_command.footer("Examples:\n  quarv rules show bvmul-one\n  quarv rules show 36");
+  return list_command;
+}
+
+CommandLine add_show(const CommandLine& command, const Paths& files, int& status) {
+  const CommandLine show_command = command.subcommand("show", "Print everything that is known about a rule");
+  show_command.footer(
+      "Examples:\n  quarv rules show bvmul-one\n  quarv rules show 36\n"
+      "  quarv rules show my-name --rules my.rules");
   const auto rule = std::make_shared<std::string>();
   show_command.option("RULE", *rule, "Name of the rule, or its number, from 1").type("").required();
-  show_command.callback([rule, &status] { status = show(*rule); });
+  add_rules_option(show_command, files);
+  show_command.callback([rule, files, &status] { status = show(*rule, read_all(*files)); });
+  return show_command;
+}
+
+}  // namespace
+
+void add_rules(const CommandLine& program, int& status) {
+  const CommandLine command = program.subcommand("rules", "Show and check rewrite rules");
+  command.requires_subcommand();
+  command.footer(
+      "Examples:\n"
+      "  quarv rules list                           print the standard rules\n"
+      "  quarv rules show bvmul-one                 print everything about one rule\n"
+      "  quarv rules check my.rules                 let z3 check whether rules hold");
+  const auto files = std::make_shared<std::vector<std::string>>();
+  const CommandLine list_command = add_list(command, files, status);
+  const CommandLine show_command = add_show(command, files, status);
+  add_rules_option(command, [files, list_command, show_command](const std::string& file) {
+    const bool is_of_use = list_command.is_named() || show_command.is_named();
+    if (!is_of_use) refuse_value("--rules", "it is an option of list and show: see quarv help rules");
+    files->push_back(file);
+  });
   add_rules_check(command, status);
   add_rules_mine(command, status);
 }

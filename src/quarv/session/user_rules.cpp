@@ -1,12 +1,14 @@
 #include <charconv>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include <quarv/rules/extended_rules.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/session/user_rules.h>
 #include <quarv/term/sort_error.h>
 #include <quarv/util/input_error.h>
+#include <quarv/util/nearest_name.h>
 #include <quarv/util/source_excerpt.h>
 
 namespace quarv {
@@ -93,7 +95,11 @@ void disable_rule(const std::string& which, TermNormalizer& normalizer) {
                       std::to_string(num_rules));
   }
   if (normalizer.set_rule_enabled(which, false) == 0) {
-    throw UnknownRule("there is no rule \"" + which + '"');
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < num_rules; ++i) names.emplace_back(normalizer.get_rule(i).get_name());
+    const std::string nearest = nearest_name(which, names);
+    throw UnknownRule("there is no rule \"" + which + '"' +
+                      (nearest.empty() ? "" : "; the nearest is \"" + nearest + '"'));
   }
 }
 

@@ -15,6 +15,7 @@
 #include <quarv/rules/extended_rules.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/util/input_error.h>
+#include <quarv/util/nearest_name.h>
 #include <quarv/util/source_excerpt.h>
 
 namespace quarv::cli {
@@ -121,7 +122,13 @@ std::optional<std::size_t> find_rule(const std::vector<rules::Rule>& all, std::s
 std::string no_such_rule(const std::vector<rules::Rule>& all, std::string_view name_or_number) {
   const bool is_number =
       !name_or_number.empty() && name_or_number.find_first_not_of("0123456789") == std::string_view::npos;
-  if (!is_number) return fmt::format("there is no rule \"{}\" (see quarv rules list)", name_or_number);
+  if (!is_number) {
+    std::vector<std::string> names;
+    for (const rules::Rule& rule : all) names.push_back(rule.name);
+    const std::string nearest = nearest_name(name_or_number, names);
+    return fmt::format("there is no rule \"{}\"{} (see quarv rules list)", name_or_number,
+                       nearest.empty() ? "" : fmt::format("; the nearest is \"{}\"", nearest));
+  }
   return fmt::format("there is no rule {}: rules are numbered from 1 to {}", name_or_number,
                      num_numbered(all));
 }
