@@ -103,6 +103,18 @@ TEST(Smallest, WritesQuantifiersWhoseBodyIsTheirVariable) {
   EXPECT_EQ(becomes("(xor p (forall ((u Bool)) (! u :qid k)))"), "(xor p (forall ((u Bool)) (! u :qid k)))");
 }
 
+/// They count as no term, but a reader has to find out that they do not matter.
+TEST(Smallest, BindsNoVariablesThatAreNotUsed) {
+  EXPECT_EQ(becomes("(forall ((z Int) (w Int)) (= (* z z) i))"), "(forall ((z Int)) (= (* z z) i))");
+  EXPECT_EQ(becomes("(exists ((w Int) (z Int)) (= (* z z) i))"), "(exists ((z Int)) (= (* z z) i))");
+  EXPECT_EQ(
+      becomes("(exists ((z Int) (w Int)) (and (= (* z z) i) (exists ((w Int) (k Int)) (> k (* w z k)))))"),
+      "(exists ((z Int)) (and (= (* z z) i) (exists ((w Int) (k Int)) (> k (* w z k)))))");
+  // A pattern uses it.
+  EXPECT_EQ(becomes("(forall ((z Int) (w Int)) (! (= (* z z) i) :pattern ((* z w))))"),
+            "(forall ((z Int) (w Int)) (! (= (* z z) i) :pattern ((* z w))))");
+}
+
 TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(not (<= i j))"), "(< j i)");
   EXPECT_EQ(becomes("(not (= i j))"), "(distinct i j)");

@@ -63,7 +63,9 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
     // A literal may consist of several.
     auto num_idle = static_cast<std::uint32_t>(children.empty() ? g.cost(f) - 1
                                                                 : std::ranges::count_if(children, is_value));
-    if (g.head_at(g.form(f).head).is_idempotent) num_idle += num_repeated(first_part);
+    const Head& head = g.head_at(g.form(f).head);
+    if (head.is_idempotent) num_idle += num_repeated(first_part);
+    num_idle += head.num_bound;
     candidates_.push_back({f, g.cost(f), first_part, num_idle, f < q.num_written, is_wanted});
   }
   count_unseen_writes(g, first_.back());

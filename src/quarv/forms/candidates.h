@@ -22,7 +22,8 @@ class Candidates {
     FormId form;
     std::uint32_t cost;        ///< nodes of a term that it counts as
     std::uint32_t first_part;  ///< in the list of parts
-    std::uint32_t num_idle;    ///< how many of its parts say nothing: values, repeated, writes not read
+    std::uint32_t num_idle;    ///< how many of its parts say nothing: values, repeated, writes not read,
+                               ///< and what a quantifier binds
     bool is_written;           ///< the user wrote it so
     bool is_wanted;            ///< not a computation where the class is a value
   };

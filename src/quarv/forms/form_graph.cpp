@@ -54,6 +54,13 @@ HeadId FormGraph::head(const Symbol* symbol, std::string_view text, std::uint32_
   return h;
 }
 
+HeadId FormGraph::quantifier_head(const Symbol* symbol, std::string_view text, std::size_t num_variables) {
+  const HeadId h = head(symbol, text);
+  constexpr std::size_t most = 1 << 16;  // more make no difference
+  heads_[h].num_bound = static_cast<std::uint32_t>(std::min(num_variables, most));
+  return h;
+}
+
 HeadId FormGraph::annotation_head(const Symbol* symbol, std::string_view key) {
   const HeadId h = head(key, 0);
   heads_[h].symbol = symbol;

@@ -31,7 +31,8 @@ struct Head {
   bool is_read = false;        ///< of an array
   bool is_write = false;       ///< to an array
   std::uint32_t cost_of_more =
-      0;  ///< for each further argument: what other programs make of it has more nodes
+      0;                        ///< for each further argument: what other programs make of it has more nodes
+  std::uint32_t num_bound = 0;  ///< of a quantifier: its variables
 };
 
 /// One way to write a term: a head over classes of terms.
@@ -55,8 +56,11 @@ class FormGraph {
 
   /// The head with this text; `cost` is that of the first call.
   HeadId head(std::string_view text, std::uint32_t cost = 1);
-  /// The head of a declared function, a variable, a quantifier or an annotation.
+  /// The head of a declared function or a variable.
   HeadId head(const Symbol* symbol, std::string_view text, std::uint32_t cost = 1);
+  /// The head of a quantifier with so many variables. They are not counted as terms; of two ways to write
+  /// what else is equally large, the one with fewer is chosen.
+  HeadId quantifier_head(const Symbol* symbol, std::string_view text, std::size_t num_variables);
   /// The head of an annotation, which costs nothing; `key` tells it from others with the same symbol.
   HeadId annotation_head(const Symbol* symbol, std::string_view key);
   const Head& head_at(HeadId h) const noexcept { return heads_[h]; }

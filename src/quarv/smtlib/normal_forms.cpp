@@ -35,6 +35,10 @@ NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
   return entry->second;
 }
 
+NormalForms::HeadId NormalForms::quantifier_head(const Symbol* s) {
+  return g_.quantifier_head(s, s->name, m_.quantifier_variables(s).size());
+}
+
 NormalForms::HeadId NormalForms::annotation_head(const Term* annotated) {
   std::string key = "! " + std::to_string(reinterpret_cast<std::uintptr_t>(annotated->symbol));
   for (const Term* pattern : m_.args_of(annotated).subspan(1)) key += ' ' + std::to_string(pattern->id);
@@ -201,7 +205,7 @@ void NormalForms::application(Node n) {
   if (m_.is_quantifier(t->symbol) || m_.is_annotation(t->symbol)) {
     const ClassId body = child(t, 0);
     const bool annotated = m_.is_annotation(t->symbol);
-    return form(annotated ? annotation_head(t) : g_.head(t->symbol, t->symbol->name), Args(&body, 1));
+    return form(annotated ? annotation_head(t) : quantifier_head(t->symbol), Args(&body, 1));
   }
   std::vector<Node> children;
   printed_children(m_, n, children);

@@ -44,6 +44,7 @@ class NormalForms {
   const std::vector<ClassId>& values() const noexcept { return values_; }
 
   /// The head of an annotated term: its attributes, with the terms of its patterns.
+  HeadId quantifier_head(const Symbol* s);
   HeadId annotation_head(const Term* annotated);
   /// A term with that head.
   const Term* annotated_by(HeadId head) const { return annotated_.at(head); }

@@ -24,7 +24,7 @@ WrittenForms::ClassId WrittenForms::add(forms::HeadId head, Arguments arguments,
 
 WrittenForms::ClassId WrittenForms::application(const Symbol* head, Arguments arguments, const Term* t) {
   const forms::HeadId h = m_.is_annotation(head)   ? normal_.annotation_head(t)
-                          : m_.is_quantifier(head) ? graph_.head(head, head->name)
+                          : m_.is_quantifier(head) ? normal_.quantifier_head(head)
                                                    : normal_.head_of(head);
   const bool real = head->get_output_type() == m_.rat_type && m_.type_of(t) == m_.int_type;
   return add(h, arguments, Node(t, real));
