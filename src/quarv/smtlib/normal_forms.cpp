@@ -199,6 +199,27 @@ void NormalForms::float_literal(const std::string& text, const QNumber& bits, co
   form(g_.head("(_ to_fp " + std::to_string(ew) + ' ' + std::to_string(mw + 1) + ')'), Args(&encoding, 1));
 }
 
+namespace {
+
+/// (ite (<= 0 i) i (- i))
+bool is_absolute_value(const TermManager& m, const Term* t) {
+  const Term* x = t->args[1];
+  const Term* negated = t->args[2];
+  if (m.type_of(x) != m.int_type || m.get_tag(t->args[0]->symbol) != SymbolTag::LEQ) return false;
+  if (m.get_tag(negated->symbol) != SymbolTag::TIMES || negated->args[1] != x) return false;
+  const QNumber* least = m.get_number(t->args[0]->args[0]);
+  const QNumber* factor = m.get_number(negated->args[0]);
+  return t->args[0]->args[1] == x && least != nullptr && least->is_zero() && factor != nullptr &&
+         *factor == QNumber(-1);
+}
+
+/// A term and the greatest integer that is not greater.
+bool is_integrality(const TermManager& m, const Term* x, const Term* floor) {
+  return m.get_tag(floor->symbol) == SymbolTag::FLOOR && floor->args[0] == x;
+}
+
+}  // namespace
+
 /// An operator with its arguments.
 void NormalForms::application(Node n) {
   const Term* t = n.term();
@@ -218,6 +239,7 @@ void NormalForms::application(Node n) {
   if (m_.get_tag(t->symbol) == SymbolTag::TERM_ITE) {
     const Term* condition = t->args[0];
     if (condition->symbol == m_.not_symbol) form("ite", {child(condition, 0), classes[2], classes[1]});
+    if (is_absolute_value(m_, t)) form("abs", {classes[1]});
   }
 }
 
@@ -348,7 +370,12 @@ void NormalForms::equivalence(const Term* t, bool negated) {
 }
 
 void NormalForms::equality(const Term* t, bool negated) {
-  if (m_.is_arithmetic_type(m_.type_of(t->args[0]))) return comparison(t, negated);
+  if (m_.is_arithmetic_type(m_.type_of(t->args[0]))) {
+    for (std::size_t i = 0; i < 2 && !negated; ++i) {
+      if (is_integrality(m_, t->args[i], t->args[1 - i])) form("is_int", {child(t, i)});
+    }
+    return comparison(t, negated);
+  }
   form(negated ? "distinct" : "=", {child(t, 0), child(t, 1)});
 }
 

@@ -121,9 +121,23 @@ const Term* ArrayReads::read_branches(TermManager& m, const Term* ite, const Ter
   return m.make_ite(ite->args[0], branches[0], branches[1]);
 }
 
+/// What is read behind writes that may be at the index, where each of them wrote what is there anyway: null
+/// where it is not known to be so.
+const Term* ArrayReads::written_again(TermManager& m, const Term* array, const Term* index) {
+  if (!is_write(m, array)) return nullptr;
+  const Term* element = array->args[2];
+  for (std::size_t n = 0; n < few_writes; ++n) {
+    array = find(m, array->args[0], index);
+    if (!is_write(m, array) || array->args[2] != element) return nullptr;
+    if (array->args[1] == index) return element;
+  }
+  return nullptr;
+}
+
 const Term* ArrayReads::simplify_read(TermManager& m, const Symbol* /*s*/, Args args) {
   const Term* array = find(m, args[0], args[1]);
   if (is_write(m, array) && array->args[1] == args[1]) return array->args[2];
+  if (const Term* element = written_again(m, array, args[1])) return element;
   if (array != args[0]) return m.make_array_read(array, args[1]);
   return has_tag(m, array, SymbolTag::TERM_ITE) ? read_branches(m, array, args[1]) : nullptr;
 }

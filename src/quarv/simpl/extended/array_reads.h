@@ -32,6 +32,7 @@ class ArrayReads {
     std::vector<const Term*> indices;  // of those writes, by id; empty where they are few
   };
 
+  const Term* written_again(TermManager& m, const Term* array, const Term* index);
   const Term* read_branches(TermManager& m, const Term* ite, const Term* index);
   const Term* find(TermManager& m, const Term* array, const Term* index);
   const Term* find_constant(TermManager& m, const Term* array, const Term* index);

@@ -108,6 +108,16 @@ class SlicePairs {
  private:
   bool are_same(std::size_t i) const { return a_[i] == b_[i]; }
   bool are_values(std::size_t i) const { return a_.is_value(i) && b_.is_value(i); }
+  /// Whether the slice decides an unsigned comparison, whatever the other one is: c < 0 never holds, c
+  /// <= 1...1 always does.
+  bool is_decided(std::size_t i, bool is_strict) const {
+    const auto is_end = [this](const BitSlices& slices, std::size_t at, bool greatest) {
+      if (!slices.is_value(at)) return false;
+      const Term* t = slices[at].part.term;
+      return greatest ? t == all_ones(c_.m, width_of(c_.m, t)) : c_.m.get_number(t)->is_zero();
+    };
+    return is_end(a_, i, is_strict) || is_end(b_, i, !is_strict);
+  }
   bool is_narrower() const { return first_ > 0 || last_ < a_.size(); }
   /// A slice of one side that occurs repeatedly is equal to two values.
   bool contradicts(const BitSlices& slices, const BitSlices& values) const {
@@ -147,7 +157,9 @@ const Term* SlicePairs::equality() {
   while (first_ < last_ && are_same(last_ - 1)) --last_;
   if (contradicts(a_, b_) || contradicts(b_, a_)) return c_.m.false_term;
   bool one_pair = first_ < last_;
-  for (std::size_t i = first_ + 1; i < last_; ++i) one_pair &= a_[i] == a_[first_] && b_[i] == b_[first_];
+  for (std::size_t i = first_ + 1; i < last_; ++i) {
+    one_pair &= (a_[i] == a_[first_] && b_[i] == b_[first_]) || (a_[i] == b_[first_] && b_[i] == a_[first_]);
+  }
   if (one_pair) last_ = first_ + 1;
   return first_ == last_ ? c_.m.true_term : rest(false, false);
 }
@@ -165,6 +177,8 @@ const Term* SlicePairs::order() {
   }
   for (; last_ > first_ + 1; --last_) {
     const std::size_t i = last_ - 1;
+    // a c < b 0 is a < b, and a c <= b 1...1 is a <= b.
+    if (is_decided(i, is_strict)) continue;
     if (!are_same(i) && !are_values(i)) break;
     // a c < b d is a <= b if c < d, and a < b otherwise.
     if (!are_same(i)) {

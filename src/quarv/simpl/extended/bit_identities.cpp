@@ -1,5 +1,6 @@
 #include <array>
 #include <optional>
+#include <utility>
 
 #include <quarv/simpl/extended/bit_slices.h>
 #include <quarv/simpl/extended/families.h>
@@ -82,8 +83,25 @@ bool is_operation(const TermManager& m, const Term* t, SymbolTag::tag tag, const
   return has_tag(m, t, tag) && ((t->args[0] == a && t->args[1] == b) || (t->args[0] == b && t->args[1] == a));
 }
 
-/// (a & b) + (a | b) is a + b, and (a & b) + (a ^ b) is a | b: common bits count twice in a sum.
+/// The term of which this is twice as much; null where it is not written so.
+const Term* half_of(const TermManager& m, const Term* t) {
+  const bool is_shift = has_tag(m, t, SymbolTag::BV_LSL);
+  if (!is_shift && !has_tag(m, t, SymbolTag::BV_MUL)) return nullptr;
+  const QNumber by(is_shift ? 1 : 2);
+  for (std::size_t i = is_shift ? 1 : 0; i < 2; ++i) {
+    const QNumber* number = m.get_number(t->args[i]);
+    if (number != nullptr && *number == by) return t->args[1 - i];
+  }
+  return nullptr;
+}
+
+/// (a & b) + (a | b) is a + b, (a & b) + (a ^ b) is a | b, and 2 * (a & b) + (a ^ b) is a + b: common bits
+/// count twice in a sum.
 const Term* sum_of_parts(TermManager& m, const Term* common, const Term* others) {
+  if (const Term* carry = half_of(m, common); carry != nullptr && has_tag(m, carry, SymbolTag::BV_AND)) {
+    const auto [a, b] = std::pair(carry->args[0], carry->args[1]);
+    return is_operation(m, others, SymbolTag::BV_XOR, a, b) ? m.make_bv_add(a, b) : nullptr;
+  }
   if (!has_tag(m, common, SymbolTag::BV_AND)) return nullptr;
   const Term* a = common->args[0];
   const Term* b = common->args[1];
