@@ -6,7 +6,12 @@
 #include <gtest/gtest.h>
 
 #include "support/sort_errors.h"
+#include <quarv/rules/term_normalizer.h>
+#include <quarv/term/dag_size.h>
+#include <quarv/term/substitution.h>
 #include <quarv/term/term_manager.h>
+#include <quarv/term/translation.h>
+#include <quarv/term/walk.h>
 
 namespace quarv {
 namespace {
@@ -108,6 +113,114 @@ TEST_F(WrongArguments, TheirNumber) {
   EXPECT_EQ(error_of([&] { m.do_make_term(g, {k, k}); }), "g: 2 arguments given, 1 expected");
   EXPECT_EQ(error_of([&] { m.do_make_term(m.and_symbol, {p}); }), "and: 1 argument given, 2 expected");
   EXPECT_EQ(error_of([&] { m.do_make_term(k->symbol, {k}); }), "k: 1 argument given, 0 expected");
+}
+
+TEST_F(WrongArguments, OfWalksAndTheNormalizer) {
+  const Term* foreign = other.make_constant("k", other.int_type);
+  TermNormalizer normalizer;
+  const std::function<void(const Term*)> calls[] = {
+      [&](const Term* t) { visit_post_order(m, t, [](const Term*) {}); },
+      [&](const Term* t) { free_constants(m, t); },
+      [&](const Term* t) { free_functions(m, t); },
+      [&](const Term* t) { quarv::size(m, t); },
+      [&](const Term* t) { tree_size(m, t); },
+      [&](const Term* t) { depth(m, t); },
+      [&](const Term* t) {
+        dag_size(m, {&t, 1});
+      },
+      [&](const Term* t) { normalizer.normalize(&m, t); },
+      [&](const Term* t) { substitute(m, t, Substitution(m)); },
+      [&](const Term* t) { Substitution(m).set(k, t); },
+      [&](const Term* t) { Substitution(m).set(t, k); },
+  };
+  for (const auto& call : calls) {
+    const std::string null = error_of([&] { call(nullptr); }), mixed = error_of([&] { call(foreign); });
+    EXPECT_TRUE(null.ends_with(": a term is a null pointer")) << null;
+    EXPECT_TRUE(mixed.ends_with(": a term belongs to another manager")) << mixed;
+  }
+  EXPECT_EQ(normalizer.normalize(&m, k), k);
+}
+
+TEST_F(WrongArguments, OfTranslation) {
+  TermManager third;
+  Translator translate(m, other);
+  const Term* null = nullptr;
+  const DataType* no_sort = nullptr;
+  const Symbol* no_symbol = nullptr;
+  EXPECT_EQ(error_of([&] { translate(null); }), "translate: the term is a null pointer");
+  EXPECT_EQ(error_of([&] { translate(no_sort); }), "translate: a sort is a null pointer");
+  EXPECT_EQ(error_of([&] { translate(no_symbol); }), "translate: the symbol is a null pointer");
+  EXPECT_EQ(error_of([&] { translate(third.int_type); }), "translate: a sort belongs to another manager");
+  EXPECT_EQ(error_of([&] { translate(third.not_symbol); }),
+            "translate: the symbol belongs to another manager");
+  EXPECT_EQ(translate(m.int_type), other.int_type);
+}
+
+TEST_F(WrongArguments, Sorts) {
+  const std::function<void(const DataType*)> calls[] = {
+      [&](const DataType* s) { m.make_constant("q", s); },
+      [&](const DataType* s) {
+        m.declare_fun("q", {m.int_type, s}, m.int_type);
+      },
+      [&](const DataType* s) { m.declare_fun("q", {m.int_type}, s); },
+      [&](const DataType* s) { m.get_array_type(s, m.int_type); },
+      [&](const DataType* s) { m.get_array_type(m.int_type, s); },
+      [&](const DataType* s) { m.apply_sort(s, {}); },
+      [&](const DataType* s) {
+        m.apply_sort(m.declare_sort("Box", 1), {&s, 1});
+      },
+      [&](const DataType* s) { m.make_array_const(s, k); },
+      [&](const DataType* s) { m.make_array_const_symbol(s); },
+      [&](const DataType* s) { m.make_array_read_symbol(s); },
+      [&](const DataType* s) { m.make_array_write_symbol(s); },
+      [&](const DataType* s) { m.make_equal_symbol(s); },
+      [&](const DataType* s) { m.make_ite_symbol(s); },
+  };
+  const std::size_t terms = m.num_terms();
+  for (const auto& call : calls) {
+    const std::string null = error_of([&] { call(nullptr); }),
+                      mixed = error_of([&] { call(other.int_type); });
+    EXPECT_TRUE(null.ends_with(": a sort is a null pointer")) << null;
+    EXPECT_TRUE(mixed.ends_with(": a sort belongs to another manager")) << mixed;
+  }
+  EXPECT_EQ(m.num_terms(), terms);
+}
+
+/// Those that make what is printed and nothing else take sorts of any manager.
+TEST_F(WrongArguments, NoSort) {
+  const std::function<void(const DataType*)> calls[] = {
+      [&](const DataType* s) { m.fresh_fun("q", {{s}}, m.int_type); },
+      [&](const DataType* s) { m.fresh_fun("q", {}, s); },
+      [&](const DataType* s) { m.make_opaque_symbol("q", {s}, m.int_type); },
+      [&](const DataType* s) { m.make_opaque_symbol("q", {m.int_type}, s); },
+      [&](const DataType* s) { m.fresh_bound_variable("q", s); },
+  };
+  for (const auto& call : calls) {
+    EXPECT_EQ(error_of([&] { call(nullptr); }), "q: a sort is a null pointer");
+    EXPECT_EQ(error_of([&] { call(other.int_type); }), "none");
+  }
+}
+
+TEST_F(WrongArguments, SymbolsAndBinders) {
+  EXPECT_EQ(error_of([&] { m.make_term(nullptr, {k}); }), "make_term: the symbol is a null pointer");
+  EXPECT_EQ(error_of([&] { m.make_annotation_symbol({}, {}); }), "!: 0 arguments given, at least 1 expected");
+  const Term* const variable = m.fresh_bound_variable("v", m.bool_type);
+  const Term* const foreign = other.fresh_bound_variable("v", other.bool_type);
+  const std::size_t terms = m.num_terms();
+  EXPECT_EQ(error_of([&] {
+              m.make_quantifier("forall", {&foreign, 1}, m.true_term);
+            }),
+            "forall: variable 1 belongs to another manager");
+  EXPECT_EQ(error_of([&] { m.make_annotation(foreign, {}, {}); }),
+            "!: argument 1 belongs to another manager");
+  const Attribute pattern{":pattern", "", 1};
+  EXPECT_EQ(error_of([&] {
+              m.make_annotation(p, {&pattern, 1}, {&foreign, 1});
+            }),
+            "!: argument 2 belongs to another manager");
+  EXPECT_EQ(m.num_terms(), terms);
+  EXPECT_EQ(m.make_quantifier("forall", {&variable, 1}, p)->symbol,
+            m.make_quantifier_symbol("forall", {&variable, 1}));
 }
 
 }  // namespace

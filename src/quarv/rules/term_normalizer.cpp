@@ -2,6 +2,7 @@
 #include <utility>
 
 #include <quarv/rules/term_normalizer.h>
+#include <quarv/term/given.h>
 #include <quarv/term/term_manager.h>
 #include <quarv/util/checkpoint.h>
 
@@ -104,6 +105,7 @@ inline void TermNormalizer::note_visit(bool is_input) noexcept {
 }
 
 const Term* TermNormalizer::normalize(TermManager* mgr, const Term* t, std::uint64_t most_steps) {
+  check_given(*mgr, "normalize", t);
   prepare(mgr);
   most_steps_ = most_steps;
   if (is_finished(t)) return entry(t);

@@ -160,12 +160,12 @@ const Term* ChosenTerms::made(ClassId c) {
     if (from_.is_quantifier(head.symbol)) {
       std::vector<const Term*> variables;
       for (const Term* v : from_.quantifier_variables(head.symbol)) variables.push_back(variable(v->symbol));
-      return to_.make_quantifier(head.symbol->name, variables, args_[0]);
+      return to_.do_make_term(to_.make_quantifier_symbol(head.symbol->name, variables), args_);
     }
     if (from_.is_annotation(head.symbol)) {
-      std::vector<const Term*> patterns;
-      for (const Term* p : patterns_of(f.head)) patterns.push_back(pattern(p));
-      return to_.make_annotation(args_[0], from_.annotation_attributes(head.symbol), patterns);
+      for (const Term* p : patterns_of(f.head)) args_.push_back(pattern(p));
+      const Symbol* const s = to_.make_annotation_symbol(from_.annotation_attributes(head.symbol), args_);
+      return to_.do_make_term(s, args_);
     }
     if (written_.needs_exact_sorts(head.symbol)) convert_arguments(head.symbol, f);
   }

@@ -90,7 +90,7 @@ void VariableNames::meet(forms::HeadId head, const Names& wanted) {
   } else if (m_.is_annotation(h.symbol)) {
     for (const Attribute& a : m_.annotation_attributes(h.symbol)) meet_name(a.text, nullptr, wanted);
     const auto patterns = m_.args_of(written_.normal().annotated_by(head)).subspan(1);
-    visit_post_order(m_, patterns, [&](const Term* t) { meet(t->symbol, wanted, false); });
+    visit_unchecked(m_, patterns, [&](const Term* t) { meet(t->symbol, wanted, false); });
   } else {
     meet(h.symbol, wanted, bound_inside_.contains(written_.same_name(h.symbol)));
   }

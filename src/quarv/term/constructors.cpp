@@ -1,5 +1,6 @@
 #include <array>
 
+#include <quarv/term/given.h>
 #include <quarv/term/operators.h>
 #include <quarv/term/term_manager.h>
 
@@ -143,6 +144,7 @@ const Term* TermManager::make_array_write(const Term* array, const Term* index, 
 }
 
 const Term* TermManager::make_array_const(const DataType* array_type, const Term* element) {
+  check_given(*this, "const", array_type);
   return make_term(make_array_const_symbol(array_type), list(element));
 }
 

@@ -1,11 +1,13 @@
 #include <vector>
 
 #include <quarv/term/dag_size.h>
+#include <quarv/term/given.h>
 #include <quarv/util/checkpoint.h>
 
 namespace quarv {
 
 std::size_t dag_size(const TermManager& manager, std::span<const Term* const> terms) {
+  check_given(manager, "a walk", terms);
   std::vector<bool> seen(manager.num_terms());
   std::vector<const Term*> pending;
   std::size_t count = 0;

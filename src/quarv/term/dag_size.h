@@ -8,7 +8,8 @@
 
 namespace quarv {
 
-/// Number of distinct sub-terms of `terms`, themselves included.
+/// Number of distinct sub-terms of `terms`, themselves included. \throws SortError for a null term and one
+/// of another manager
 QUARV_API std::size_t dag_size(const TermManager& manager, std::span<const Term* const> terms);
 
 }  // namespace quarv

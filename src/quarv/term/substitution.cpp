@@ -3,17 +3,13 @@
 #include <string>
 #include <vector>
 
+#include <quarv/term/given.h>
 #include <quarv/term/substitution.h>
 #include <quarv/term/walk.h>
 
 namespace quarv {
 
 namespace {
-
-void check(const TermManager& m, const Term* t) {
-  if (t == nullptr) throw SortError("substitute: a term is a null pointer");
-  if (&m.type_of(t)->manager() != &m) throw SortError("substitute: a term belongs to another manager");
-}
 
 /// Makes the replacements. Below a quantifier that binds what occurs in replacements others are in force:
 /// such a part of the term is a scope of its own, with results of its own.
@@ -161,8 +157,8 @@ Substitution::Substitution(const TermManager& manager,
 }
 
 Substitution& Substitution::set(const Term* what, const Term* by) {
-  check(*manager_, what);
-  check(*manager_, by);
+  check_given(*manager_, "substitute", what);
+  check_given(*manager_, "substitute", by);
   const DataType* wanted = manager_->type_of(what);
   const DataType* found = manager_->type_of(by);
   if (manager_->get_supertype(wanted, found) != wanted) {
@@ -181,7 +177,7 @@ const Term* substitute(TermManager& m, const Term* t, const Substitution& substi
 
 const Term* substitute(TermManager& m, const Term* t, const Substitution& substitution,
                        const MakeTerm& make) {
-  check(m, t);
+  check_given(m, "substitute", t);
   return Substituter(m, substitution, make)(t);
 }
 

@@ -2,6 +2,7 @@
 #include <new>
 #include <stdexcept>
 
+#include <quarv/term/given.h>
 #include <quarv/term/operators.h>
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
@@ -252,6 +253,7 @@ const Symbol* TermManager::make_fp_to_sbv_symbol(std::size_t ew, std::size_t mw,
 // -----------------------------------------------------------------------------------------------------
 
 const Symbol* TermManager::make_equal_symbol(const DataType* type) {
+  check_given(*this, "=", type);
   if (type->equality_symbol_ == nullptr) {
     const Symbol* s = new_operator_symbol(SymbolTag::EQ, nullptr, type);
     equality_symbols.insert(s);
@@ -261,6 +263,7 @@ const Symbol* TermManager::make_equal_symbol(const DataType* type) {
 }
 
 const Symbol* TermManager::make_ite_symbol(const DataType* type) {
+  check_given(*this, "ite", type);
   if (type->ite_symbol_ == nullptr) {
     type->ite_symbol_ = new_operator_symbol(SymbolTag::TERM_ITE, nullptr, type);
   }
@@ -283,7 +286,8 @@ const Symbol* TermManager::make_int_mod_congr_symbol(const QNumber& modulus) {
 }
 
 const Symbol* TermManager::make_array_symbol(SymbolTag::tag tag, const DataType* array_type) {
-  if (!is_array_type(array_type)) {
+  if (array_type == nullptr || !is_array_type(array_type)) [[unlikely]] {
+    check_given(*this, SymbolTag::name(tag), array_type);
     throw SortError(std::string(SymbolTag::name(tag)) + ": " + array_type->abbreviated() +
                     " is not an array sort");
   }
@@ -340,17 +344,32 @@ const Symbol* TermManager::named_symbol(SymbolTag::tag tag, std::string_view nam
 
 const Symbol* TermManager::declare_fun(std::string_view name, std::span<const DataType* const> argument_types,
                                        const DataType* result) {
+  check_given(*this, name, argument_types);
+  check_given(*this, name, result);
   return named_symbol(SymbolTag::UF, name, argument_types, result);
 }
 
+namespace {
+
+/// These may be another manager's: what is only to be printed has symbols of its own on the sorts there are.
+void check_sorts_not_null(std::string_view name, std::span<const DataType* const> sorts,
+                          const DataType* result) {
+  for (const DataType* sort : sorts) check_not_null(name, "a sort", sort);
+  check_not_null(name, "a sort", result);
+}
+
+}  // namespace
+
 const Symbol* TermManager::fresh_fun(std::string_view name, std::span<const DataType* const> argument_types,
                                      const DataType* result) {
+  check_sorts_not_null(name, argument_types, result);
   return logged_symbol(SymbolTag::UF, copy_name(name), argument_types, result);
 }
 
 const Symbol* TermManager::make_opaque_symbol(std::string_view name,
                                               std::span<const DataType* const> argument_types,
                                               const DataType* result) {
+  check_sorts_not_null(name, argument_types, result);
   return named_symbol(SymbolTag::OPAQUE, name, argument_types, result);
 }
 
@@ -358,6 +377,7 @@ const Symbol* TermManager::make_opaque_symbol(std::string_view name,
 // -------------------------------------------------------------------------------------------------
 
 const Term* TermManager::fresh_bound_variable(std::string_view name, const DataType* type) {
+  check_not_null(name, "a sort", type);
   Symbol* s = logged_symbol(SymbolTag::UF, copy_name(name), {}, type);
   s->kind_ = Symbol::bound_variable;
   return intern(s, {});
@@ -365,6 +385,15 @@ const Term* TermManager::fresh_bound_variable(std::string_view name, const DataT
 
 const Term* TermManager::make_quantifier(std::string_view binder, Args variables, const Term* body) {
   check_type(std::string(binder).c_str(), body, 1, bool_type);
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    if (variables[i] == nullptr || type_of(variables[i])->manager_ == this) continue;
+    throw SortError(std::string(binder) + ": variable " + std::to_string(i + 1) +
+                    " belongs to another manager");
+  }
+  return simplified(make_quantifier_symbol(binder, variables), Args(&body, 1));
+}
+
+const Symbol* TermManager::make_quantifier_symbol(std::string_view binder, Args variables) {
   std::string key(binder);
   for (std::size_t i = 0; i < variables.size(); ++i) {
     if (variables[i] == nullptr || !is_bound_variable(variables[i]->symbol)) {
@@ -382,17 +411,25 @@ const Term* TermManager::make_quantifier(std::string_view binder, Args variables
     tables_->quantifiers[s] = {variables.begin(), variables.end()};
     entry = s;
   }
-  return simplified(entry, Args(&body, 1));
+  return entry;
 }
 
 const Term* TermManager::make_annotation(const Term* body, std::span<const Attribute> attributes,
                                          Args terms) {
   for (std::size_t i = 0; i <= terms.size(); ++i) {
     const Term* t = i == 0 ? body : terms[i - 1];
-    if (t == nullptr) refuse("!", i + 1, t, "any");
+    if (t == nullptr || type_of(t)->manager_ != this) refuse("!", i + 1, t, "any");
   }
-  std::string key = std::to_string(reinterpret_cast<std::uintptr_t>(type_of(body)));
-  std::vector<const DataType*> signature{type_of(body)};
+  std::vector<const Term*> args{body};
+  args.insert(args.end(), terms.begin(), terms.end());
+  return simplified(make_annotation_symbol(attributes, args), args);
+}
+
+const Symbol* TermManager::make_annotation_symbol(std::span<const Attribute> attributes, Args args) {
+  if (args.empty()) throw SortError("!: 0 arguments given, at least 1 expected");
+  check_not_null("!", args);
+  std::string key;
+  std::vector<const DataType*> signature;
   std::size_t num_terms = 0;
   for (const Attribute& a : attributes) {
     num_terms += a.num_terms;
@@ -400,26 +437,24 @@ const Term* TermManager::make_annotation(const Term* body, std::span<const Attri
     key += ' ' + a.keyword + ' ' + std::to_string(a.num_terms) + ' ' + std::to_string(a.text.size()) + ' ' +
            a.text;
   }
-  if (num_terms != terms.size()) {
-    throw SortError("!: " + std::to_string(terms.size()) + " terms given, " + std::to_string(num_terms) +
+  if (num_terms != args.size() - 1) {
+    throw SortError("!: " + std::to_string(args.size() - 1) + " terms given, " + std::to_string(num_terms) +
                     " announced by the attributes");
   }
-  for (const Term* t : terms) {
+  for (const Term* t : args) {
     signature.push_back(type_of(t));
     key += ' ' + std::to_string(reinterpret_cast<std::uintptr_t>(type_of(t)));
   }
   const auto known = tables_->annotation_index.try_emplace(std::move(key), nullptr).first;
   const Symbol*& entry = known->second;
   if (entry == nullptr) {
-    Symbol* s = logged_symbol(SymbolTag::OPAQUE, "!", signature, type_of(body));
+    Symbol* s = logged_symbol(SymbolTag::OPAQUE, "!", signature, type_of(args[0]));
     s->kind_ = Symbol::annotation;
     tables_->symbol_log.back().key = &known->first;
     tables_->annotations[s] = {attributes.begin(), attributes.end()};
     entry = s;
   }
-  std::vector<const Term*> args{body};
-  args.insert(args.end(), terms.begin(), terms.end());
-  return simplified(entry, args);
+  return entry;
 }
 
 const std::vector<const Term*>& TermManager::quantifier_variables(const Symbol* s) const {

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <utility>
 
+#include <quarv/term/given.h>
 #include <quarv/term/number_memory.h>
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
@@ -120,6 +121,7 @@ const Term* TermManager::simplified(const Symbol* symbol, Args args) {
 }
 
 const Term* TermManager::make_term(const Symbol* symbol, Args args) {
+  check_not_null("make_term", "the symbol", symbol);
   check_args(symbol, args);
   if (symbol->output_type_->manager_ != this) [[unlikely]] {
     throw SortError(std::string(symbol->name) + ": the symbol belongs to another manager");

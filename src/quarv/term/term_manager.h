@@ -40,8 +40,9 @@ struct SymbolTables;
 /// Every `make_...` constructor of terms is a *full* constructor: it checks sorts, then hands the application
 /// to the attached simplifier; without one it builds the term as given. `do_make_term` interns exactly what
 /// it is given. Constructors throw SortError for arguments that do not fit, that are null or of another
-/// manager (nothing is interned then), and std::bad_alloc. All calls for one manager come from one thread. In
-/// steady state building a term makes no heap allocation of its own.
+/// manager (nothing is interned then), and std::bad_alloc. What only looks at a term, symbol or type takes no
+/// null pointers. All calls for one manager come from one thread. In steady state building a term makes no
+/// heap allocation of its own.
 class QUARV_API TermManager {
  public:
   using Args = std::span<const Term* const>;
@@ -421,7 +422,9 @@ class QUARV_API TermManager {
   // ------------------------------------------------------------------------------------------
 
   /// A function symbol (a constant when there are no arguments): the same name with the same signature is the
-  /// same symbol. Here and below \throws std::invalid_argument for a name with a NUL byte
+  /// same symbol. Here and below \throws std::invalid_argument for a name with a NUL byte, SortError for a
+  /// null type; here also for a type of another manager, which the functions below take for terms that are
+  /// printed and nothing else
   const Symbol* declare_fun(std::string_view name, std::span<const DataType* const> argument_types,
                             const DataType* result);
   const Symbol* declare_fun(std::string_view name, std::initializer_list<const DataType*> argument_types,
@@ -456,6 +459,11 @@ class QUARV_API TermManager {
   /// `(! body attributes)`; `terms` are those of all attributes, in their order. \throws SortError when
   /// the attributes announce another number of terms
   const Term* make_annotation(const Term* body, std::span<const Attribute> attributes, Args terms);
+
+  /// The symbols of those, for `do_make_term`: of a quantifier with these variables, and of an annotation of
+  /// the first of `args`, whose others are the terms of all attributes. They do not ask whose the terms are.
+  const Symbol* make_quantifier_symbol(std::string_view binder, Args variables);
+  const Symbol* make_annotation_symbol(std::span<const Attribute> attributes, Args args);
 
   /// The variables of a quantifier's symbol, the attributes of an annotation's. \throws std::out_of_range for
   /// any other symbol
@@ -643,7 +651,8 @@ class QUARV_API TermManager {
   /// `ew` exponent bits and `mw` stored significand bits; the SMT-LIB sort is `(_ FloatingPoint ew mw+1)`.
   /// \throws SortError when one of them is 0
   const DataType* get_fp_type(std::size_t ew, std::size_t mw);
-  /// The type of arrays from `index` to `element`; any types will do.
+  /// The type of arrays from `index` to `element`; any types of this manager will do. Here and in
+  /// `apply_sort` \throws SortError for others and for null pointers
   const DataType* get_array_type(const DataType* index, const DataType* element);
   /// A declared sort: the same name gives the same sort. With parameters it is a constructor for
   /// `apply_sort`.

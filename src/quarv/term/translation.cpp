@@ -1,3 +1,4 @@
+#include <quarv/term/given.h>
 #include <quarv/term/operators.h>
 #include <quarv/term/translation.h>
 #include <quarv/term/walk.h>
@@ -69,6 +70,7 @@ const Term* Translator::constant(const Term* t) {
 }
 
 const Symbol* Translator::operator()(const Symbol* function) {
+  check_given(from_, "translate", function);
   return operation(function);
 }
 
@@ -142,6 +144,7 @@ const Symbol* Translator::operation(const Symbol* s) {
 }
 
 const DataType* Translator::operator()(const DataType* root) {
+  check_given(from_, "translate", root);
   std::vector<const DataType*> pending{root};
   while (!pending.empty()) {
     const DataType* sort = pending.back();

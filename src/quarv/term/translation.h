@@ -24,7 +24,7 @@ class QUARV_API Translator {
 
   /// \throws SortError for a null term, and for one that is not of the source
   const Term* operator()(const Term* t);
-  /// The sort or function of the destination. Sorts are told by their names.
+  /// The sort or function of the destination. Sorts are told by their names. \throws SortError likewise
   const DataType* operator()(const DataType* sort);
   const Symbol* operator()(const Symbol* function);
 

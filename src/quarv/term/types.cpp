@@ -2,6 +2,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include <quarv/term/given.h>
 #include <quarv/term/symbol_tables.h>
 #include <quarv/term/term_manager.h>
 
@@ -97,6 +98,8 @@ bool TermManager::get_format_from_type(const DataType* t, std::size_t* ew, std::
 }
 
 const DataType* TermManager::get_array_type(const DataType* index, const DataType* element) {
+  check_given(*this, "Array", index);
+  check_given(*this, "Array", element);
   return constructed_type(array_type_ctor, std::span<const DataType* const>{{index, element}});
 }
 
@@ -113,6 +116,8 @@ const DataType* TermManager::declare_sort(std::string_view name, std::size_t num
 
 const DataType* TermManager::apply_sort(const DataType* constructor,
                                         std::span<const DataType* const> parameters) {
+  check_given(*this, "apply_sort", constructor);
+  check_given(*this, "apply_sort", parameters);
   if (parameters.empty()) return constructor;
   return constructed_type(constructor, parameters);
 }

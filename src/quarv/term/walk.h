@@ -8,6 +8,7 @@
 #include <vector>
 
 #include <quarv/export.h>
+#include <quarv/term/given.h>
 #include <quarv/term/term_manager.h>
 #include <quarv/util/checkpoint.h>
 #include <quarv/util/hash_map.h>
@@ -17,7 +18,7 @@ namespace quarv {
 /// A set of terms of one manager, small at first, of one bit for each id when it grows.
 class QUARV_API TermSet {
  public:
-  /// Adds a term and returns whether it is new.
+  /// Adds a term, not null, and returns whether it is new.
   bool insert(const Term* t);
   bool contains(const Term* t) const;
 
@@ -28,11 +29,9 @@ class QUARV_API TermSet {
   std::vector<bool> many_;  // by id; empty as long as there are few
 };
 
-/// Calls `visit(const Term*)` for each distinct sub-term of `roots`, themselves included, arguments first,
-/// and of these the first one first. Nothing recurses. What stands in annotations is visited, the variables
-/// that quantifiers bind are where they occur. `visit` may build terms.
+/// As `visit_post_order`, for terms that are there, whatever manager their sorts belong to.
 template <class Visit>
-void visit_post_order(const TermManager& manager, std::span<const Term* const> roots, Visit&& visit) {
+void visit_unchecked(const TermManager& manager, std::span<const Term* const> roots, Visit&& visit) {
   struct Frame {
     const Term* term;
     std::size_t next;  // argument
@@ -55,6 +54,16 @@ void visit_post_order(const TermManager& manager, std::span<const Term* const> r
       if (seen.insert(argument)) open.push_back({argument, 0});
     }
   }
+}
+
+/// Calls `visit(const Term*)` for each distinct sub-term of `roots`, themselves included, arguments first,
+/// and of these the first one first. Nothing recurses. What stands in annotations is visited, the variables
+/// that quantifiers bind are where they occur. `visit` may build terms. Here and below \throws SortError for
+/// a null term and one of another manager; then nothing is visited
+template <class Visit>
+void visit_post_order(const TermManager& manager, std::span<const Term* const> roots, Visit&& visit) {
+  check_given(manager, "a walk", roots);
+  visit_unchecked(manager, roots, visit);
 }
 template <class Visit>
 void visit_post_order(const TermManager& manager, const Term* root, Visit&& visit) {

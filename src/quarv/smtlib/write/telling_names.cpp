@@ -129,7 +129,7 @@ void TellingNames::collect_names() {
   }
   for (const std::string_view text : script_.term_texts) take_all(text);
   for (const auto& [term, name] : script_.let_names) take(name);
-  visit_post_order(m_, script_.terms, [&](const Term* t) {
+  visit_unchecked(m_, script_.terms, [&](const Term* t) {
     if (m_.arity(t) == 0) return take(t->symbol->name);
     if (m_.is_quantifier(t->symbol)) {
       for (const Term* v : m_.quantifier_variables(t->symbol)) take(v->symbol->name);
