@@ -4,18 +4,12 @@
 
 #include <quarv/session/attached.h>
 #include <quarv/session/session.h>
+#include <quarv/term/given.h>
 #include <quarv/term/walk.h>
 
 namespace quarv {
 
 namespace {
-
-void check(const TermManager& m, const char* where, const Term* t) {
-  if (t == nullptr) throw SortError(std::string(where) + ": a term is a null pointer");
-  if (&m.type_of(t)->manager() != &m) {
-    throw SortError(std::string(where) + ": a term belongs to another manager");
-  }
-}
 
 bool is_declared(const TermManager& m, const Symbol* s) {
   return m.get_tag(s) == SymbolTag::UF && !m.is_bound_variable(s);
@@ -44,8 +38,8 @@ const Term* default_value(TermManager& m, const DataType* sort) {
 }  // namespace
 
 Model& Model::set(const Term* constant, const Term* value) {
-  check(*manager_, "model", constant);
-  check(*manager_, "model", value);
+  check_given(*manager_, "model", constant);
+  check_given(*manager_, "model", value);
   if (!is_declared(*manager_, constant->symbol) || manager_->arity(constant) != 0) {
     throw std::invalid_argument("model: only declared constants have a value");
   }
@@ -60,7 +54,8 @@ Model& Model::set(const Term* constant, const Term* value) {
 }
 
 Model& Model::set(const Symbol* function, Function value) {
-  if (function == nullptr || !is_declared(*manager_, function) || manager_->arity(function) == 0) {
+  check_given(*manager_, "model", function);
+  if (!is_declared(*manager_, function) || manager_->arity(function) == 0) {
     throw std::invalid_argument("model: only declared functions have values");
   }
   functions_[function] = std::move(value);
@@ -82,7 +77,7 @@ const Term* Session::substitute(const Term* t, const Substitution& substitution)
 }
 
 const Term* Session::evaluate(const Term* t, const Model& model) {
-  check(manager_, "evaluate", t);
+  check_given(manager_, "evaluate", t);
   // All that holds by the standard, whatever the session does to terms otherwise.
   struct Others {
     Others(OwnSimplifications& own, TermSimplifier& now, TermSimplifier& then) : own_(own), then_(then) {
@@ -110,7 +105,7 @@ const Term* Session::evaluate(const Term* t, const Model& model) {
     const Model::Function* function = model.find(a->symbol);
     const Term* value = function == nullptr ? nullptr : (*function)(args);
     if (value == nullptr) return make(a->symbol, args);
-    check(manager_, "evaluate", value);
+    check_given(manager_, "evaluate", value);
     const DataType* wanted = manager_.type_of(a);
     if (manager_.get_supertype(wanted, manager_.type_of(value)) != wanted) {
       throw SortError("evaluate: " + std::string(a->symbol->name) + " has a value of sort " +

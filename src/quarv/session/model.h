@@ -22,7 +22,8 @@ class QUARV_API Model {
   /// Real), or a term is null or of another manager, std::invalid_argument for what is not a declared
   /// constant
   Model& set(const Term* constant, const Term* value);
-  /// A declared function with arguments. \throws std::invalid_argument for any other symbol
+  /// A declared function with arguments. \throws std::invalid_argument for any other symbol, a null one and
+  /// one of another manager
   Model& set(const Symbol* function, Function value);
 
   /// What is not set has a value all the same: false, zero, the rounding mode RNE, and the array of such

@@ -6,6 +6,7 @@
 #include <quarv/session/step_recorder.h>
 #include <quarv/simpl/register_standard_simplifications.h>
 #include <quarv/term/dag_size.h>
+#include <quarv/term/given.h>
 #include <quarv/term/sort_error.h>
 
 namespace quarv {
@@ -51,6 +52,7 @@ const Term* Session::normalize(const Term* t) {
   constexpr std::uint64_t most_wasted = 1 << 16;
   constexpr std::uint64_t given_back = most_wasted / 8;
   constexpr std::size_t pause = 1024;
+  check_given(manager_, "normalize", t);
   if (!options_.simplify || !options_.rules) return t;
   if (wasted_ >= most_wasted) {
     if (++skipped_ < pause) return t;
@@ -94,10 +96,7 @@ void Session::use_own_simplifications() {
 }
 
 const Term* Session::simplified(const Term* t, TermRebuilder& rebuild) {
-  if (t == nullptr || &manager_.type_of(t)->manager() != &manager_) {
-    throw SortError(t == nullptr ? "simplify: the term is a null pointer"
-                                 : "simplify: the term belongs to another manager");
-  }
+  check_given(manager_, "simplify", t, "the term");
   const Attached attached(manager_, options_.simplify && options_.simplifiers ? active() : nullptr);
   const std::size_t terms_before = manager_.num_terms();
   const Term* built = rebuild(t);
@@ -137,6 +136,7 @@ const Symbol* Session::declared(std::string_view name) const {
 }
 
 void Session::declare_sort(std::string_view name, const DeclaredSort& sort) {
+  check_given(manager_, name, sort.sort);
   const auto [known, is_new] = declared_sorts_.try_emplace(std::string(name), sort);
   if (known->second.num_parameters != sort.num_parameters) {
     throw std::invalid_argument("sort " + std::string(name) + " has a different number of parameters");
@@ -207,7 +207,7 @@ void Session::release(const Mark& mark) {
 }
 
 void Session::assert_formula(const Term* t) {
-  if (t == nullptr) throw SortError("assert: argument 1 is a null pointer");
+  check_given(manager_, "assert", t, "argument 1");
   if (manager_.type_of(t) != manager_.bool_type) {
     throw SortError("assert: argument 1 has sort " + manager_.type_of(t)->abbreviated() + ", expected Bool");
   }

@@ -75,7 +75,8 @@ class QUARV_API Session {
   /// Likewise; appends what was done, in the order in which it was done.
   const Term* simplify(const Term* t, std::vector<Step>& steps);
   /// What the rules make of a term that the simplifiers have seen; the term itself where rules are off, and
-  /// where they would more than double a large term.
+  /// where they would more than double a large term. \throws SortError for a null term and one of another
+  /// manager
   const Term* normalize(const Term* t);
   /// Says that so many rule applications were for nothing: what came of them was not used.
   void count_wasted(std::uint64_t steps) noexcept { wasted_ += steps; }
@@ -151,7 +152,7 @@ class QUARV_API Session {
   void pop(std::size_t levels = 1, bool keep_names = false);
   std::size_t num_levels() const noexcept { return levels_.size(); }
 
-  /// \throws SortError for a term of another sort than Bool
+  /// \throws SortError for a term of another sort than Bool, a null one and one of another manager
   void assert_formula(const Term* t);
   /// Something restricts the interpretations that is not a term, as a recursive definition does.
   void assert_something_else() { formulas_.push_back(nullptr); }

@@ -9,8 +9,6 @@ namespace quarv {
 
 namespace {
 
-using Part = smtlib::ApplicationError::Part;
-
 void check_number(const std::string& message) {
   if (!message.empty()) throw SortError(message);
 }
@@ -31,13 +29,7 @@ const Term* ComposedOperator::apply(TermManager& m, std::span<const std::size_t>
   }
   check_number(smtlib::wrong_number_of_indices(op->name, indices.size(), op->num_indices));
   check_number(smtlib::wrong_number_of_arguments(op->name, args.size(), op->min_args, op->max_args));
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const bool is_null = args[i] == nullptr;
-    if (!is_null && &m.type_of(args[i])->manager() == &m) continue;
-    throw smtlib::ApplicationError(Part::argument, i + 1,
-                                   std::string(op->name) + ": argument " + std::to_string(i + 1) +
-                                       (is_null ? " is a null pointer" : " belongs to another manager"));
-  }
+  smtlib::check_given_arguments(m, op->name, args);
   smtlib::OperatorContext context(m);
   return smtlib::apply_operator(context, *op, indices, args);
 }

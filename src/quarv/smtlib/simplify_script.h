@@ -61,7 +61,7 @@ QUARV_API SimplifyReport simplify_script(std::string_view text, const std::strin
                                          const SimplifyOptions& options = {});
 
 /// The smallest script that asserts what the formulas say, with declarations of what occurs in them. Throws
-/// SortError for a term that is not Boolean.
+/// SortError for a term that is not Boolean, a null one and one of another manager.
 QUARV_API std::string smallest_text(const TermManager& manager, std::span<const Term* const> formulas,
                                     const SimplifyOptions& options = {});
 

@@ -3,6 +3,7 @@
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/trace.h>
+#include <quarv/term/given.h>
 
 namespace quarv::smtlib {
 
@@ -185,6 +186,7 @@ std::size_t Trace::define_sort(const DataType* type) {
 }
 
 void Trace::define(const Term* t) {
+  check_not_null("trace", "a term", t);
   if (defined_.size() < manager_.num_terms()) defined_.resize(manager_.num_terms() * 3 / 2);
   if (defined_[t->id]) return;
   pending_.assign(1, t);

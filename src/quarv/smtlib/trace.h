@@ -76,7 +76,8 @@ class QUARV_API Trace : public SimplificationObserver {
   /// `check-sat-assuming` count, too.
   void command_read(const Script& script, bool literals = false);
 
-  /// Defines a term and all that occurs in it, unless that has been done.
+  /// Defines a term and all that occurs in it, unless that has been done. \throws SortError for a null
+  /// pointer
   void define(const Term* t);
 
   /// Writes out what is buffered. Throws std::runtime_error when the stream fails.

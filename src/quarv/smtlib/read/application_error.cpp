@@ -120,6 +120,16 @@ std::string wrong_number_of_arguments(std::string_view name, std::size_t given, 
                       bound + std::to_string(given < least ? least : most));
 }
 
+void check_given_arguments(const TermManager& m, std::string_view name, std::span<const Term* const> args) {
+  for (std::size_t i = 0; i < args.size(); ++i) {
+    const bool is_null = args[i] == nullptr;
+    if (!is_null && &m.type_of(args[i])->manager() == &m) continue;
+    throw ApplicationError(ApplicationError::Part::argument, i + 1,
+                           std::string(name) + ": argument " + std::to_string(i + 1) +
+                               (is_null ? " is a null pointer" : " belongs to another manager"));
+  }
+}
+
 std::string wrong_number_of_indices(std::string_view name, std::size_t given, std::size_t expected) {
   if (given == expected) return {};
   return wrong_number(name, given, given == 1 ? "index" : "indices", std::to_string(expected));

@@ -40,6 +40,11 @@ std::string wrong_number_of_arguments(std::string_view name, std::size_t given, 
 /// "extract: 1 index given, 2 expected" when the number is not the expected one, else empty.
 std::string wrong_number_of_indices(std::string_view name, std::size_t given, std::size_t expected);
 
+/// Sees to it that arguments are the manager's. \throws ApplicationError for a null pointer and for a term of
+/// another manager
+void check_given_arguments(const TermManager& manager, std::string_view name,
+                           std::span<const Term* const> args);
+
 /// The first argument whose sort is not one that the function takes there; none when all fit. `name` is for
 /// the message.
 std::optional<ApplicationError> wrong_argument(const TermManager& manager, std::string_view name,

@@ -2,6 +2,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include <quarv/smtlib/read/application_error.h>
 #include <quarv/smtlib/read/named_operators.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/term/declared_sorts.h>
@@ -55,6 +56,7 @@ void Reader::read_expression(Script& script) {
 
 const Term* Reader::make(std::string_view op, std::span<const Term* const> args) {
   constexpr std::string_view constant_array = "(as const ";
+  check_given_arguments(manager_, op, args);
   const auto check_number = [&](std::string_view name, std::size_t wanted) {
     const std::string wrong = wrong_number_of_arguments(name, args.size(), wanted, wanted);
     if (!wrong.empty()) throw std::invalid_argument(wrong);

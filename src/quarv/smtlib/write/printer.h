@@ -30,7 +30,8 @@ struct PrintResult {
 QUARV_API PrintResult print(const TermManager& manager, const Script& script, std::ostream& out,
                             Sharing sharing = Sharing::automatic);
 
-/// One term on one line, shared sub-terms as `let`. The printer's names differ from those of `script`.
+/// One term on one line, shared sub-terms as `let`. The printer's names differ from those of `script`. Here
+/// and below \throws SortError for a null pointer
 QUARV_API PrintResult print_term(const TermManager& manager, const Term* t, std::ostream& out,
                                  Sharing sharing = Sharing::automatic, const Script& script = {});
 QUARV_API std::string term_text(const TermManager& manager, const Term* t);

@@ -7,6 +7,7 @@
 #include <quarv/smtlib/write/printer.h>
 #include <quarv/smtlib/write/script_text.h>
 #include <quarv/term/declared_sorts.h>
+#include <quarv/term/given.h>
 #include <quarv/util/checkpoint.h>
 
 namespace quarv::smtlib {
@@ -82,6 +83,7 @@ class Declarations {
 }  // namespace
 
 std::string script_text(const TermManager& manager, std::span<const Term* const> assertions) {
+  check_given(manager, "assert", assertions);
   Declarations declarations(manager);
   declarations.note(assertions);
   const std::vector<std::string> texts = declarations.texts();
