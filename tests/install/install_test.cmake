@@ -34,8 +34,23 @@ set(compilers ${CXX})
 if(CLANG)
   list(APPEND compilers ${CLANG})
 endif()
+find_program(GCC NAMES g++ g++-12)
+if(GCC)
+  list(APPEND compilers ${GCC})
+endif()
 list(REMOVE_DUPLICATES compilers)
 every_header(${prefix} ${LIBDIR} ${WORK_DIR}/every_header ${compilers})
+
+# Calls within calls make the same terms in the same order, whatever compiler the user has.
+unset(composed)
+foreach(compiler IN LISTS compilers)
+  run(${compiler} -std=c++20 ${SOURCE_DIR}/composed.cpp -o ${WORK_DIR}/composed ${flags} -Wl,-rpath,${prefix}/${LIBDIR})
+  execute_process(COMMAND ${WORK_DIR}/composed OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  if(DEFINED composed AND NOT text STREQUAL composed)
+    message(FATAL_ERROR "built by ${compiler}, composed calls make\n${text}and built by ${CXX}\n${composed}")
+  endif()
+  set(composed ${text})
+endforeach()
 
 # Programs use the large tables where they are.
 execute_process(COMMAND readelf --relocs --wide ${WORK_DIR}/consumer/terms OUTPUT_VARIABLE relocations
