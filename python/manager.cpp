@@ -10,13 +10,14 @@ namespace quarv::python {
 
 namespace {
 
-PyManager new_manager(bool eager, bool extended, bool library_semantics, bool rules, bool standard) {
+std::unique_ptr<PyManager> new_manager(bool eager, bool extended, bool library_semantics, bool rules,
+                                       bool standard) {
   SessionOptions options;
   options.eager = eager;
   options.extended = extended;
   options.library_semantics = library_semantics || standard;
   options.rules = rules;
-  return PyManager(Shared(new PySession(options), [](PySession* session) {
+  return std::make_unique<PyManager>(Shared(new PySession(options), [](PySession* session) {
     const LastTurn turn;
     delete session;
   }));

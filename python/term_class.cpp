@@ -188,7 +188,11 @@ void bind_terms(py::module_& m) {
           in_turn, "A term equal to this one, simplified.")
       .def("explain", explain, in_turn, "How this term is simplified, step by step.");
   property(
-      "manager", [](const PyTerm& t) { return PyManager(t.session); }, "The manager that holds the term.");
+      "manager",
+      [](const PyTerm& t) {
+        return py::cast(PyManager::of(t.session), py::return_value_policy::take_ownership);
+      },
+      "The manager that holds the term.");
   property(
       "sort",
       [](const PyTerm& t) {

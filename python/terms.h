@@ -14,6 +14,8 @@
 /// What Python sees. Each object keeps the session alive that its term belongs to.
 namespace quarv::python {
 
+class PyManager;
+
 /// A session, and the reader that knows what is declared in it.
 struct PySession : Session, std::enable_shared_from_this<PySession> {
   using Session::Session;
@@ -28,6 +30,7 @@ struct PySession : Session, std::enable_shared_from_this<PySession> {
   std::uint64_t num_marks = 0;
   bool is_busy = false;  // a function of Python is called in the midst of simplifying
   std::unique_ptr<SimplificationObserver> observer;
+  PyManager* shown = nullptr;  // what Python has of it, while it has it
 };
 
 using Shared = std::shared_ptr<PySession>;
@@ -104,7 +107,16 @@ struct PyTerm {
 
 class PyManager {
  public:
-  explicit PyManager(Shared session) : session_(std::move(session)) {}
+  explicit PyManager(Shared session) : session_(std::move(session)) { session_->shown = this; }
+  PyManager(const PyManager&) = delete;
+  PyManager& operator=(const PyManager&) = delete;
+  ~PyManager() {
+    if (session_ != nullptr) session_->shown = nullptr;
+  }
+  /// The one of a session, whose object Python may have already: a new one, where it does not.
+  static PyManager* of(const Shared& session) {
+    return session->shown != nullptr ? session->shown : new PyManager(session);
+  }
 
   /// \throws std::invalid_argument for an object that was made without its `__init__`
   const Shared& session() const {

@@ -111,6 +111,15 @@ def test_copies_and_equality_of_managers(m):
     assert x.manager == m and x.manager != quarv.Manager() and hash(x.manager) == hash(m)
 
 
+def test_a_manager_is_one_object(m):
+    x = m.bv("x", 8)
+    assert x.manager is m and (x + 1).manager is m
+    alone = quarv.Manager().bool("p")  # its manager's object is gone
+    assert alone.manager is alone.manager and alone.manager == alone.manager
+    copied = m.copy(x)
+    assert copied.manager is m and quarv.parse_smt2("(declare-const q Bool)(assert q)", manager=m)[0].manager is m
+
+
 def test_names_that_no_symbol_has(m):
     for name in ("a\0b", "a|b", "a\\b"):
         for declare in (lambda: m.bv(name, 8), lambda: m.declare_sort(name), lambda: m.function(name, ["Int"], "Int")):
