@@ -111,6 +111,15 @@ def test_copies_and_equality_of_managers(m):
     assert x.manager == m and x.manager != quarv.Manager() and hash(x.manager) == hash(m)
 
 
+def test_comparisons_of_any_number_but_one(m):
+    x, y = m.bv("x", 8), m.bv("y", 8)
+    assert str(quarv.ugt(x, y, x)) == "(and (bvult y x) (bvult x y))"
+    with pytest.raises(Error, match="^bvugt: 1 argument given, at least 2 expected$"):
+        quarv.ugt(x)
+    with pytest.raises(Error, match="^bvcomp: 3 arguments given, 2 expected$"):
+        quarv.make("bvcomp", x, y, x)
+
+
 def test_a_manager_is_one_object(m):
     x = m.bv("x", 8)
     assert x.manager is m and (x + 1).manager is m
