@@ -103,8 +103,8 @@ QUARV_API quarv_term quarv_bv_number(quarv_manager* m, const char* value, size_t
 /** A floating-point number by its encoding of eb + sb bits, a decimal integer. */
 QUARV_API quarv_term quarv_fp_bits(quarv_manager* m, const char* bits, size_t eb, size_t sb);
 /** An operator of SMT-LIB by its name, with indices where it has any ("bvadd", "(_ extract 7 0)",
- *  "(as const (Array Int Int))"), or a declared function, applied to n arguments. Associative operators take any
- *  number of them, and comparisons of more than two compare neighbours. */
+ *  "(as const (Array Int Int))"), or a declared function, applied to n arguments. Associative operators take
+ *  any number of them, and comparisons of more than two compare neighbours. */
 QUARV_API quarv_term quarv_make(quarv_manager* m, const char* op, const quarv_term* args, size_t n);
 /** The term of an SMT-LIB text, in which declared names may occur: "(bvadd x #x01)". */
 QUARV_API quarv_term quarv_parse_term(quarv_manager* m, const char* text);

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/sort_errors.h"
+#include <quarv/smtlib/composed.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/trace.h>
