@@ -85,7 +85,7 @@ TEST_F(CommandLine, GivesExamplesOfEachCommandThatWork) {
         "(set-logic QF_BV)(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))\n"
         "(assert (= x (bvadd x y)))(assert (= (bvmul x #x04) y))\n");
   write("queries/query.smt2", read("query.smt2"));
-  write("my.rules", "rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n");
+  write("my.rules", "my-name: rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n");
   write("dialogue.smt2", "(simplify true)");
   ASSERT_EQ(
       run("tar cJf queries.tar.xz queries && $quarv batch queries --shard 2/2 --results second.jsonl").status,
