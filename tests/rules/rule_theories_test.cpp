@@ -261,8 +261,7 @@ TEST_F(RuleTheories, WordsStandForSeveralOperators) {
                                 std::array{x, x})),
             mgr.make_floor(x));
   for (const char* wrong : {"rewrite(to_real(t), ) >> t", "rewrite(to_int(to_real(/(t, u))), ) >> 0",
-                            "rewrite(to_int(t), ) >> to_real(t)",
-                            "rewrite(bvnot(t), (_t ^ 2_ == 1)) >> t",
+                            "rewrite(to_int(t), ) >> to_real(t)", "rewrite(bvnot(t), (_t ^ 2_ == 1)) >> t",
                             "rewrite(bvnot(t), (_2 ^ t_ == 1)) >> t", "rewrite(+(t, u), (_t & u_ == 0)) >> t",
                             "rewrite(extract(m, l, t), n=_2 ^ m_) >> t", "rewrite(=>(p), ) >> p"}) {
     EXPECT_THROW(parse_rule(wrong), rules::RuleError) << wrong;

@@ -12,8 +12,9 @@
 
 namespace quarv {
 
-/// Uninitialised storage, to be given back to `free_block`. When it takes two megabytes or more, it comes from
-/// the system and goes back there, and the system is asked to use large pages for it. \throws std::bad_alloc
+/// Uninitialised storage, to be given back to `free_block`. When it takes two megabytes or more, it comes
+/// from the system and goes back there, and the system is asked to use large pages for it. \throws
+/// std::bad_alloc
 QUARV_API void* allocate_block(std::size_t bytes);
 
 /// Gives back a block of so many bytes; null is no block.

@@ -231,7 +231,7 @@ std::vector<Id> TermText::path_to(Id root, Id place) const {
 }
 
 std::string TermText::text_at(std::span<const Id> path, Id shown) {
-  constexpr std::size_t beside = 48;     // for what stands beside the place, on each level
+  constexpr std::size_t beside = 48;      // for what stands beside the place, on each level
   constexpr std::size_t most_levels = 4;  // around it
   place_ = nowhere;
   const bool is_short = length(path.front(), limit_ + 1) <= limit_;
