@@ -79,7 +79,7 @@ void keep_headings(const VariableNames& names, Script& script) {
   script.texts.push_back(headings);
 }
 
-/// The names that the user gave, to what they stand for now.
+/// Ties the names and texts that the user gave to the chosen terms.
 void keep_names(const ChosenTerms& terms, const WrittenForms& written, Script& script) {
   for (const auto& [variable, text] : written.variable_sorts()) {
     if (const Term* t = terms.known(variable)) script.variable_sorts.emplace(t, text);

@@ -18,17 +18,6 @@ struct Fact {
   Id term, value;
 };
 
-bool is_operation(const Expression& e, std::string_view op, std::size_t arity) {
-  return e.kind == Expression::operation && e.op == op && e.args.size() == arity;
-}
-
-Id truth(TraceTerms& terms, bool value, std::size_t sort) {
-  Expression e;
-  e.op = value ? "true" : "false";
-  e.sort = sort;
-  return terms.entered(std::move(e));
-}
-
 bool is_literal(const Expression& e) {
   return e.kind == Expression::value;
 }
@@ -45,12 +34,12 @@ bool is_number(const TraceTerms& terms, Id id) {
 
 /// What follows if the condition holds, or if it does not.
 std::optional<Fact> fact(TraceTerms& terms, Id condition, bool holds) {
-  while (is_operation(terms.term(condition), "not", 1)) {
+  while (terms.term(condition).is("not", 1)) {
     condition = static_cast<Id>(terms.term(condition).args[0]);
     holds = !holds;
   }
   const Expression& e = terms.term(condition);
-  if (holds && is_operation(e, "=", 2)) {
+  if (holds && e.is("=", 2)) {
     for (const std::size_t i : {0, 1}) {
       const Id x = static_cast<Id>(e.args[i]), value = static_cast<Id>(e.args[1 - i]);
       const bool fits = terms.term(x).sort == terms.term(value).sort || is_number(terms, x);
@@ -58,21 +47,12 @@ std::optional<Fact> fact(TraceTerms& terms, Id condition, bool holds) {
     }
   }
   const bool is_truth_value = e.kind == Expression::operation && e.args.empty();
-  return is_truth_value ? std::nullopt : std::optional(Fact{condition, truth(terms, holds, e.sort)});
+  return is_truth_value ? std::nullopt : std::optional(Fact{condition, terms.truth(holds, e.sort)});
 }
 
-/// Where a fact speaks of a variable that a quantifier within binds, nothing is known of it there.
-bool may_be_put(const TraceTerms& terms, const Fact& f, Id in) {
-  const std::vector<Id> spoken_of = in_post_order(terms, f.term);
-  return std::ranges::none_of(in_post_order(terms, in), [&](Id id) {
-    return std::ranges::any_of(terms.term(id).variables, [&](TermName v) {
-      return std::ranges::find(spoken_of, static_cast<Id>(v)) != spoken_of.end();
-    });
-  });
-}
-
+/// Where a quantifier within binds what the fact speaks of, nothing is known of it.
 void put(TraceTerms& terms, const std::optional<Fact>& f, Id& in) {
-  if (f && in != f->term && may_be_put(terms, *f, in)) in = terms.replaced(in, f->term, f->value);
+  if (f && in != f->term && !binds_part_of(terms, in, f->term)) in = terms.replaced(in, f->term, f->value);
 }
 
 /// The operands of a chain in their order.
@@ -109,7 +89,7 @@ bool is_small(const TraceTerms& terms, Id root) {
 Id in_context(TraceTerms& terms, Id id) {
   if (!is_small(terms, id)) return id;
   const Expression e = terms.term(id);
-  if (is_operation(e, "ite", 3)) {
+  if (e.is("ite", 3)) {
     std::vector<Id> args(e.args.begin(), e.args.end());
     put(terms, fact(terms, args[0], true), args[1]);
     put(terms, fact(terms, args[0], false), args[2]);

@@ -122,26 +122,22 @@ bool FoldingChecker::check_there_and_back(const Expression& e, TermName after) c
 
 namespace {
 
-bool is_application(const Expression& e, std::string_view op, std::size_t arity) {
-  return e.kind == Expression::operation && e.op == op && e.args.size() == arity;
-}
-
 bool is_connective(const TraceFile& trace, const Expression& e) {
-  if (is_application(e, "not", 1) || is_application(e, "and", 2) || is_application(e, "or", 2)) return true;
-  return is_application(e, "=", 2) && trace.sort_of(e.args[0]).kind == TraceSort::boolean;
+  if (e.is("not", 1) || e.is("and", 2) || e.is("or", 2)) return true;
+  return e.is("=", 2) && trace.sort_of(e.args[0]).kind == TraceSort::boolean;
 }
 
 }  // namespace
 
 /// The atom of a negation, of whatever depth.
 void FoldingChecker::add_atoms(TermName t, std::vector<TermName>& atoms) const {
-  while (is_application(trace_.term(t), "not", 1)) t = trace_.term(t).args[0];
+  while (trace_.term(t).is("not", 1)) t = trace_.term(t).args[0];
   if (!truth(t) && std::find(atoms.begin(), atoms.end(), t) == atoms.end()) atoms.push_back(t);
 }
 
 bool FoldingChecker::evaluate(TermName t, const std::map<TermName, bool>& atoms) const {
   bool negative = false;
-  for (; is_application(trace_.term(t), "not", 1); t = trace_.term(t).args[0]) negative = !negative;
+  for (; trace_.term(t).is("not", 1); t = trace_.term(t).args[0]) negative = !negative;
   const auto value = truth(t);
   return negative != (value ? *value : atoms.at(t));
 }

@@ -22,11 +22,6 @@ bool QuantifierElimination::is_quantifier(Id id) const {
   return !e.variables.empty() && e.args.size() == 1 && (e.op == "forall" || e.op == "exists");
 }
 
-bool QuantifierElimination::is_operation(Id id, std::string_view op, std::size_t arity) const {
-  const Expression& e = terms_.term(id);
-  return e.kind == Expression::operation && e.op == op && e.args.size() == arity;
-}
-
 std::optional<Id> QuantifierElimination::simpler(Id id) {
   if (!is_quantifier(id) || has_own_variables(id) || !asked_.insert(id).second) return std::nullopt;
   const auto known = known_.find(id);
@@ -67,7 +62,7 @@ Id QuantifierElimination::eliminated(Id id) {
   const Expression quantifier = terms_.term(id);
   Formula f = opened(quantifier);
   while (remove_one(f)) continue;
-  if (is_unbounded(f)) return truth(!f.for_all, quantifier.sort);
+  if (is_unbounded(f)) return terms_.truth(!f.for_all, quantifier.sort);
   const auto outside = std::ranges::stable_partition(f.operands, [&](Id operand) {
     return std::ranges::any_of(f.variables, [&](Id v) { return occurs(v, operand); });
   });
@@ -109,7 +104,7 @@ Id QuantifierElimination::closed(const Formula& f, const Expression& quantifier)
 }
 
 Id QuantifierElimination::joined(const std::vector<Id>& operands, bool by_or, std::size_t sort) {
-  if (operands.empty()) return truth(!by_or, sort);
+  if (operands.empty()) return terms_.truth(!by_or, sort);
   if (operands.size() == 1) return operands[0];
   Expression e;
   e.op = by_or ? "or" : "and";
@@ -130,7 +125,8 @@ bool QuantifierElimination::remove_one(Formula& f) {
     const auto point = one_point(f, f.operands[i]);
     if (!point) continue;
     const bool may = std::ranges::all_of(f.operands, [&](const Id& operand) {
-      return &operand == &f.operands[i] || may_be_put(point->value, point->variable, operand);
+      return &operand == &f.operands[i] || (!binds_part_of(terms_, operand, point->variable) &&
+                                            !binds_part_of(terms_, operand, point->value));
     });
     if (!may || effort_left_ == 0) continue;
     f.operands.erase(f.operands.begin() + static_cast<std::ptrdiff_t>(i));
@@ -145,11 +141,11 @@ bool QuantifierElimination::remove_one(Formula& f) {
 /// to be shown where it does not.
 std::optional<QuantifierElimination::OnePoint> QuantifierElimination::one_point(const Formula& f,
                                                                                 Id operand) {
-  const bool negated = is_operation(operand, "not", 1);
+  const bool negated = terms_.term(operand).is("not", 1);
   const Id atom = negated ? static_cast<Id>(terms_.term(operand).args[0]) : operand;
   const Expression& e = terms_.term(atom);
-  if (contains(f.variables, atom)) return OnePoint{atom, truth(negated == f.for_all, e.sort)};
-  if (negated != f.for_all || !is_operation(atom, "=", 2)) return std::nullopt;
+  if (contains(f.variables, atom)) return OnePoint{atom, terms_.truth(negated == f.for_all, e.sort)};
+  if (negated != f.for_all || !terms_.term(atom).is("=", 2)) return std::nullopt;
   for (const int side : {0, 1}) {
     const Id x = static_cast<Id>(e.args[static_cast<std::size_t>(side)]);
     const Id value = static_cast<Id>(e.args[static_cast<std::size_t>(1 - side)]);
@@ -187,8 +183,8 @@ std::optional<QuantifierElimination::OnePoint> QuantifierElimination::solved(con
 bool QuantifierElimination::is_unbounded(const Formula& f) const {
   if (f.operands.size() != 1) return false;
   const Id operand = f.operands[0];
-  const Id atom = is_operation(operand, "not", 1) ? static_cast<Id>(terms_.term(operand).args[0]) : operand;
-  if (!is_operation(atom, "<=", 2)) return false;
+  const Id atom = terms_.term(operand).is("not", 1) ? static_cast<Id>(terms_.term(operand).args[0]) : operand;
+  if (!terms_.term(atom).is("<=", 2)) return false;
   const auto sum = difference(terms_.term(atom));
   return sum && std::ranges::any_of(
                     f.variables, [&](Id v) { return sum->coefficients.contains(v) && is_single(*sum, v); });
@@ -209,9 +205,9 @@ bool QuantifierElimination::add(Id root, const mpq_class& factor, Sum& sum) cons
       sum.constant += c * e.number;
     } else if (e.kind == Expression::operation && e.op == "+" && !e.args.empty()) {
       for (const TermName arg : e.args) open.emplace_back(static_cast<Id>(arg), c);
-    } else if (is_operation(id, "*", 2) && number(0).kind == Expression::value) {
+    } else if (terms_.term(id).is("*", 2) && number(0).kind == Expression::value) {
       open.emplace_back(static_cast<Id>(e.args[1]), c * number(0).number);
-    } else if (is_operation(id, "to_real", 1)) {
+    } else if (terms_.term(id).is("to_real", 1)) {
       open.emplace_back(static_cast<Id>(e.args[0]), c);
     } else {
       sum.coefficients[id] += c;
@@ -268,24 +264,6 @@ bool QuantifierElimination::occurs(Id variable, Id in) const {
   const std::vector<Id> parts = in_post_order(terms_, in);
   effort_left_ -= std::min(effort_left_, parts.size());
   return effort_left_ == 0 || contains(parts, variable);
-}
-
-/// Whether no quantifier within binds the variable, or one that the value speaks of.
-bool QuantifierElimination::may_be_put(Id value, Id variable, Id in) const {
-  const std::vector<Id> parts = in_post_order(terms_, in), spoken_of = in_post_order(terms_, value);
-  effort_left_ -= std::min(effort_left_, parts.size() + spoken_of.size());
-  return std::ranges::none_of(parts, [&](Id id) {
-    return std::ranges::any_of(terms_.term(id).variables, [&](TermName v) {
-      return v == variable || contains(spoken_of, static_cast<Id>(v));
-    });
-  });
-}
-
-Id QuantifierElimination::truth(bool value, std::size_t sort) {
-  Expression e;
-  e.op = value ? "true" : "false";
-  e.sort = sort;
-  return terms_.entered(std::move(e));
 }
 
 /// The variables by how deep quantifiers are nested below, and by their places.

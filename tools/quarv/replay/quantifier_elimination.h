@@ -42,7 +42,6 @@ class QuantifierElimination {
   };
 
   bool is_quantifier(Id id) const;
-  bool is_operation(Id id, std::string_view op, std::size_t arity) const;
   bool has_own_variables(Id quantifier) const;
   std::optional<Id> without_inner(Id id);
   Id eliminated(Id id);
@@ -58,8 +57,6 @@ class QuantifierElimination {
   bool is_single(const Sum& sum, Id variable) const;
   Id term(const Sum& sum, std::size_t sort);
   bool occurs(Id variable, Id in) const;
-  bool may_be_put(Id value, Id variable, Id in) const;
-  Id truth(bool value, std::size_t sort);
   Id renamed(Id id);
 
   TraceTerms& terms_;

@@ -60,6 +60,10 @@ struct Expression {
   std::vector<TermName> args;
   mpq_class number;  ///< of a value
 
+  /// An operator on so many arguments.
+  bool is(std::string_view name, std::size_t arity) const {
+    return kind == operation && op == name && args.size() == arity;
+  }
   /// The operator with its indices, arguments and what else tells it from others, but for the sort.
   std::string key() const;
 };

@@ -1,5 +1,7 @@
 #include "replay/trace_terms.h"
 
+#include <algorithm>
+
 namespace quarv::cli {
 
 using Id = TraceTerms::Id;
@@ -69,6 +71,13 @@ Id TraceTerms::own_variable(std::size_t sort, std::size_t depth, std::size_t num
   return add(std::move(e));
 }
 
+Id TraceTerms::truth(bool value, std::size_t sort) {
+  Expression e;
+  e.op = value ? "true" : "false";
+  e.sort = sort;
+  return add(std::move(e));
+}
+
 Id TraceTerms::any_read(std::size_t array_sort) {
   Expression e;
   e.op = "select";
@@ -96,6 +105,15 @@ Id TraceTerms::replaced(Id root, Id before, Id after) {
   }
   const auto result = changed.find(root);
   return result != changed.end() ? result->second : root;
+}
+
+bool binds_part_of(const TraceTerms& terms, Id in, Id root) {
+  const std::vector<Id> parts = in_post_order(terms, root);
+  return std::ranges::any_of(in_post_order(terms, in), [&](Id id) {
+    return std::ranges::any_of(terms.term(id).variables, [&](TermName v) {
+      return std::ranges::find(parts, static_cast<Id>(v)) != parts.end();
+    });
+  });
 }
 
 std::vector<Id> in_post_order(const TraceTerms& terms, Id root) {

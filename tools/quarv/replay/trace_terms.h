@@ -54,6 +54,8 @@ class TraceTerms {
 
   /// A term that no trace need have; arguments, variables and sort as they are numbered here.
   Id entered(Expression e) { return add(std::move(e)); }
+  /// True or false, of the sort of truth values.
+  Id truth(bool value, std::size_t sort);
   /// A read of an array of this sort.
   Id any_read(std::size_t array_sort);
 
@@ -78,6 +80,9 @@ class TraceTerms {
   std::vector<std::string> sort_texts_;
   std::unordered_map<std::string, std::size_t> sort_ids_;
 };
+
+/// Whether a quantifier within `in` binds a variable that occurs in `root`, which then is another one there.
+bool binds_part_of(const TraceTerms& terms, TraceTerms::Id in, TraceTerms::Id root);
 
 /// The terms that occur in `root`, each once, arguments before what they are arguments of.
 std::vector<TraceTerms::Id> in_post_order(const TraceTerms& terms, TraceTerms::Id root);
