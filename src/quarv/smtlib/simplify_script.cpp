@@ -134,7 +134,6 @@ class Rounds {
  private:
   struct Printed {
     std::string text;
-    bool is_stable = true;   ///< as the printer judges it: whoever reads the text will print it
     std::size_t length = 0;  ///< of the text without what makes its new names tell
     std::unique_ptr<ChosenScript> chosen;
   };
@@ -202,7 +201,6 @@ std::optional<Rounds::Printed> Rounds::round() {
     const PrintResult result = chosen != nullptr
                                    ? print(*chosen->manager, chosen->script, out.stream(), options_.sharing)
                                    : print(session.manager(), script, out.stream(), options_.sharing);
-    printed.is_stable = result.stable;
     telling = result.length_of_telling;
   } catch (const BoundedText::TooLong&) {
     return std::nullopt;
@@ -238,17 +236,13 @@ bool Rounds::is_better(const Printed& printed) {
   return is_smaller(*printed.chosen, printed.text, printed.length, text_, before, file_, options_.lenient);
 }
 
-/// The order of creation decides how commutative operations and sums look. When the printed text creates its
-/// terms in another order, it is simplified again, as whoever reads it would. The printer notices nearly
-/// every such case, as long as it names what is shared; where it does not, or where it costs next to nothing,
-/// the text is read again in any case.
+/// The order of creation decides how commutative operations and sums look, and a reader creates terms in the
+/// order of the text. So each text is simplified again, as whoever reads it would, until that changes
+/// nothing.
 bool Rounds::is_last(const Printed& printed) const {
   constexpr std::size_t most_rounds = 8;
-  constexpr std::size_t small_text = 256 << 10;
   if (shrinks_) return report_.rounds >= most_shrinking_rounds(text_);
-  const bool trusted =
-      printed.is_stable && printed.text.size() > small_text && options_.sharing != Sharing::none;
-  return trusted || printed.text == previous_ || report_.rounds == most_rounds;
+  return printed.text == previous_ || report_.rounds == most_rounds;
 }
 
 }  // namespace

@@ -18,10 +18,7 @@ enum class Sharing : std::uint8_t {
 };
 
 struct PrintResult {
-  std::size_t bytes = 0;  ///< length of the text
-  /// Reading the text creates the terms in the order in which they were created here, as far as that order
-  /// decides how simplified terms look; then reading and printing it once more gives the same text.
-  bool stable = true;
+  std::size_t bytes = 0;              ///< length of the text
   std::size_t length_of_telling = 0;  ///< by how much names that tell are longer than numbers
 };
 

@@ -56,7 +56,7 @@ PrintResult ScriptWriter::write_script() {
     first = last + 1;
   }
   out_.flush();
-  return {out_.size(), stable_, length_of_telling_};
+  return {out_.size(), length_of_telling_};
 }
 
 PrintResult ScriptWriter::write_term(const Term* t) {
@@ -64,7 +64,7 @@ PrintResult ScriptWriter::write_term(const Term* t) {
   if (sharing_ != Sharing::none) plan_.plan_term(root);
   write_root(root, 0);
   out_.flush();
-  return {out_.size(), stable_, length_of_telling_};
+  return {out_.size(), length_of_telling_};
 }
 
 // Commands.
@@ -137,8 +137,6 @@ void ScriptWriter::write_command(std::size_t index) {
   const std::size_t begin = recorded ? out_.hold() : 0;
   out_.put(c.text);
   const auto terms = script_.terms_of(c);
-  // A reader makes terms of it before he gives up, in an order that is not known here.
-  if (c.kind == Kind::foreign) stable_ = false;
   if (c.kind == Kind::push && !script_.global_declarations) levels_.resize(levels_.size() + c.levels);
   if (c.kind == Kind::pop && !script_.global_declarations) close_levels(c.levels);
   if (c.kind == Kind::declare) {
@@ -182,13 +180,10 @@ void ScriptWriter::write_command(std::size_t index) {
   out_.put('\n');
 }
 
-/// A term as the user wrote it. A reader makes terms of it in an order that is not known here.
+/// A term as the user wrote it. In which order a reader makes terms of it is not known here.
 void ScriptWriter::write_text(std::string_view text, const Term* t) {
   out_.put(text);
   if (m_.arity(t) == 0) return;
-  const bool negation =
-      t->symbol == m_.not_symbol && (m_.arity(t->args[0]) == 0 || created_[t->args[0]->id] != 0);
-  if (!negation) stable_ = false;
   created(t);
 }
 
@@ -315,13 +310,6 @@ void ScriptWriter::created(const Term* t) {
   if (order == 0) order = ++num_created_;
 }
 
-/// Both have been met, and stand in the text as they stand by id.
-bool ScriptWriter::same_order(const Term* a, const Term* b) const {
-  const std::uint32_t first = created_[a->id];
-  const std::uint32_t second = created_[b->id];
-  return first == 0 || second == 0 || (a->id < b->id) == (first < second);
-}
-
 /// The first of the `num_parts` arguments of `t` in its text from which on they stand in the order of their
 /// creation; behind the last where something else decides. A coefficient and a bit-vector numeral come first,
 /// and a polynomial atom has its number on the right.
@@ -350,24 +338,6 @@ void ScriptWriter::order_by_creation(std::span<Node> operands) const {
   if (!std::is_sorted(operands.begin(), operands.end(), by_id)) return;
   if (!std::is_sorted(operands.begin(), operands.end(), by_creation)) {
     std::sort(operands.begin(), operands.end(), by_creation);
-  }
-}
-
-/// Whether a reader's constructor leaves the arguments `a` and `b` of an operator in the order of the text.
-bool ScriptWriter::keeps_order(SymbolTag::tag tag, const Term* a, const Term* b) const {
-  if (tag == SymbolTag::PLUS) return same_order(monomial_of(m_, a), monomial_of(m_, b));
-  if (same_order(a, b)) return true;
-  // What is written in the order of creation stays so. In chains and in polynomials, however, another order
-  // of the leaves may be another simplification.
-  const bool is_plain = !is_flat(tag) && tag != SymbolTag::IFF && !m_.is_arithmetic_type(m_.type_of(a));
-  return is_plain && created_[a->id] < created_[b->id];
-}
-
-/// `parts` are the arguments in the order of the text.
-void ScriptWriter::check_order(const Term* t, std::span<const Node> parts) {
-  const SymbolTag::tag tag = m_.get_tag(t->symbol);
-  for (std::size_t i = first_ordered(t, parts.size()); stable_ && i + 1 < parts.size(); ++i) {
-    stable_ = keeps_order(tag, parts[i].term(), parts[i + 1].term());
   }
 }
 

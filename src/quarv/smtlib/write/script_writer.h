@@ -123,9 +123,6 @@ class ScriptWriter {
   void created(const Term* t);
   std::size_t first_ordered(const Term* t, std::size_t num_parts) const;
   void order_by_creation(std::span<Node> operands) const;
-  void check_order(const Term* t, std::span<const Node> parts);
-  bool same_order(const Term* a, const Term* b) const;
-  bool keeps_order(SymbolTag::tag tag, const Term* a, const Term* b) const;
 
   void check_size() const;
 
@@ -134,7 +131,6 @@ class ScriptWriter {
   const Sharing sharing_;
   OutputBuffer out_;
   SharingPlan plan_;
-  bool stable_ = true;
   bool asserting_ = false;  // an annotation's name may be given where an assertion or definition is written
   std::size_t num_quantifiers_ = 0;  // that are open
   bool in_pattern_ = false;          // nothing has a name but what is annotated with one

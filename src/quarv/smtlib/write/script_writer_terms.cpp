@@ -145,10 +145,7 @@ void ScriptWriter::continue_rest(Item& item) {
   out_.put(')');
   check_size();
   const Term* t = item.node.term();
-  if (t != nullptr) {
-    check_order(t, std::span(parts_).subspan(item.first, item.end - item.first));
-    created(t);
-  }
+  if (t != nullptr) created(t);
   parts_.resize(item.first);
 }
 
@@ -168,8 +165,6 @@ void ScriptWriter::flatten(Node n) {
                             ? child.as_real() == n.as_real()
                             : child.as_real() && m_.get_tag(child.term()->symbol) == tag;
       const bool inner = link && name(child) == 0;
-      if (link && !inner)
-        stable_ = false;  // a reader builds links of his own; another one may be shared then
       (inner ? links : parts_).push_back(child);
     }
   }
@@ -184,21 +179,11 @@ void ScriptWriter::flatten(Node n) {
       if (is_constant(a) || is_constant(b)) return !is_constant(a) && is_constant(b);
       return monomial_of(m_, a.term())->id < monomial_of(m_, b.term())->id;
     });
-    if (parts_.size() - first > 1 && is_constant(parts_[parts_.size() - 2]))
-      stable_ = false;  // a reader adds them
     return;
   }
   const auto by_id = [](Node a, Node b) { return a.term()->id < b.term()->id; };
   sort(by_id);
   parts_.erase(std::unique(begin, parts_.end()), parts_.end());
-  for (auto p = begin; stable_ && p != parts_.end(); ++p) {
-    // Reading such a chain would make one constant of it.
-    const Term* t = p->term();
-    if (t->symbol == m_.not_symbol &&
-        std::binary_search(begin, parts_.end(), Node(t->args[0], false), by_id)) {
-      stable_ = false;
-    }
-  }
   order_by_creation(std::span(parts_).subspan(first));
 }
 
