@@ -16,11 +16,11 @@ namespace {
 using Mode = IEEEFloat::rounding_mode;
 using Format = IEEEFloat::format;
 
-constexpr Mode modes[] = {IEEEFloat::round_nearest_even, IEEEFloat::round_toward_zero,
-                          IEEEFloat::round_toward_positive, IEEEFloat::round_toward_negative};
+constexpr Mode roundings[] = {IEEEFloat::round_nearest_even, IEEEFloat::round_toward_zero,
+                              IEEEFloat::round_toward_positive, IEEEFloat::round_toward_negative};
 
-constexpr Format formats[] = {{5, 10}, {8, 7},   {8, 23},   {11, 52},  {4, 59},   {15, 48},
-                              {3, 60}, {15, 63}, {15, 112}, {11, 200}, {19, 236}, {15, 500}};
+constexpr Format converted_formats[] = {{5, 10}, {8, 7},   {8, 23},   {11, 52},  {4, 59},   {15, 48},
+                                        {3, 60}, {15, 63}, {15, 112}, {11, 200}, {19, 236}, {15, 500}};
 
 mpq_class power_of_two(long exponent) {
   const mpz_class power = mpz_class(1) << static_cast<unsigned long>(exponent < 0 ? -exponent : exponent);
@@ -126,8 +126,8 @@ TEST(IEEEFloatConversion, FromRationals) {
     v.canonicalize();
     if (samples.below(2) == 0) v = -v;
     const QNumber q = make_number(v, samples.below(2) == 0);
-    for (const Format f : formats) {
-      for (const Mode mode : modes) {
+    for (const Format f : converted_formats) {
+      for (const Mode mode : roundings) {
         const IEEEFloat x = IEEEFloat::from_number(q, f, mode);
         ASSERT_EQ(x.get_rounding_mode(), mode);
         expect_rounded(x, v, mode);
@@ -139,7 +139,7 @@ TEST(IEEEFloatConversion, FromRationals) {
 
 TEST(IEEEFloatConversion, FromRationalsNextToTies) {
   WideSamples samples(51);
-  for (const Format f : formats) {
+  for (const Format f : converted_formats) {
     FloatSamples encodings(f, 52);
     for (int round = 0; round < 60 * test_scale(); ++round) {
       IEEEFloat x = IEEEFloat::from_bits(QNumber::from_integer(encodings.next().get_mpz_t()), f);
@@ -152,7 +152,7 @@ TEST(IEEEFloatConversion, FromRationalsNextToTies) {
       for (const mpq_class& v :
            {tie, mpq_class(tie + nudge), mpq_class(tie - nudge), mpq_class(-tie), value_of(x)}) {
         if (v == 0) continue;
-        for (const Mode mode : modes) {
+        for (const Mode mode : roundings) {
           expect_rounded(IEEEFloat::from_number(make_number(v, true), f, mode), v, mode);
           if (testing::Test::HasFatalFailure()) return;
         }
@@ -163,7 +163,7 @@ TEST(IEEEFloatConversion, FromRationalsNextToTies) {
 
 TEST(IEEEFloatConversion, ToIntegers) {
   WideSamples samples(53);
-  for (const Format f : formats) {
+  for (const Format f : converted_formats) {
     FloatSamples encodings(f, 54);
     for (int round = 0; round < 200 * test_scale(); ++round) {
       IEEEFloat x = IEEEFloat::from_bits(QNumber::from_integer(encodings.next().get_mpz_t()), f);
@@ -171,7 +171,7 @@ TEST(IEEEFloatConversion, ToIntegers) {
       const mpq_class v = value_of(x);
       const std::size_t width = round % 4 == 0 ? 1 + samples.below(10000) : 1 + samples.below(130);
       const mpz_class low = -(mpz_class(1) << (width - 1)), high = (mpz_class(1) << width) - 1;
-      for (const Mode mode : modes) {
+      for (const Mode mode : roundings) {
         x.set_rounding_mode(mode);
         mpz_class wanted = reference::rounded_integer(v, static_cast<reference::Rounding>(mode));
         if (wanted < low) wanted = low;
@@ -189,7 +189,7 @@ TEST(IEEEFloatConversion, IntegersOfAnySizeSurvive) {
   for (int round = 0; round < 200 * test_scale(); ++round) {
     mpz_class v = samples.integer(10000);
     if (samples.below(2) == 0) v = -v;
-    const IEEEFloat x = IEEEFloat::from_number(make_number(v, false), wide, modes[round % 4]);
+    const IEEEFloat x = IEEEFloat::from_number(make_number(v, false), wide, roundings[round % 4]);
     ASSERT_EQ(x.to_integer(10100).num(), v);
   }
 }

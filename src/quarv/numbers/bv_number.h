@@ -2,16 +2,19 @@
 /// Bit-level operations on integers that stand for bit-vectors.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 
 #include <gmp.h>
 
 #include <quarv/export.h>
+#include <quarv/numbers/bits.h>
 #include <quarv/numbers/q_number.h>
 
 namespace quarv {
 
-/// Bit-level operations on integers.
+/// Bit-level operations on integers: those of `bits`, on words or on GMP integers, whichever form an operand
+/// has.
 ///
 /// A bit-vector constant of width w is an integer in 0 .. 2^w - 1, read as an unsigned binary number; its
 /// width is kept beside it. The helpers that take a width map such values to such values. The others work on
@@ -32,8 +35,10 @@ class QUARV_API BVNumber {
       pow2_big(w, out);
       return;
     }
-    const QNumber power(1L << w);
-    *out = power;
+    bits::Word power = 0;
+    bits::set_power(power, w);
+    const QNumber number = small(power);
+    *out = number;  // a copy, which goes where `out` holds its number
   }
 
   /// x = x mod 2^w. A number whose magnitude has no bits above w stays as it is, even if it is negative: a
@@ -44,9 +49,9 @@ class QUARV_API BVNumber {
       return;
     }
     if (w > 63) return;
-    const unsigned long word = static_cast<unsigned long>(x.small_num());
-    const unsigned long modulus = 1UL << w;
-    if (word >= modulus) x = QNumber(static_cast<long>(word & (modulus - 1)));
+    bits::Word word = to_word(x);
+    bits::reduce(word, w);
+    x = small(word);
   }
 
   /// out = 0 for x = 0, and 2^w - x otherwise: the two's-complement negation of x in 0 .. 2^w - 1.
@@ -54,7 +59,10 @@ class QUARV_API BVNumber {
     if (x.is_zero()) {
       *out = x;
     } else if (x.is_small() && x.small_num() > 0 && w <= 63) {
-      *out = QNumber(static_cast<long>((1UL << w) - static_cast<unsigned long>(x.small_num())));
+      bits::Word difference = 0;
+      bits::set_power(difference, w);
+      bits::subtract(difference, to_word(x));
+      *out = small(difference);
     } else {
       neg_big(w, x, out);
     }
@@ -65,16 +73,59 @@ class QUARV_API BVNumber {
     if (x.sign() >= 0) {
       *out = x;
     } else if (x.is_small() && w <= 63) {
-      *out = QNumber(static_cast<long>((1UL << w) + static_cast<unsigned long>(x.small_num())));
+      bits::Word sum = 0;
+      bits::set_power(sum, w);
+      bits::add(sum, to_word(x));
+      *out = small(sum);
     } else {
       twos_complement_big(x, w, out);
     }
   }
 
+  /// out = x for x < 2^(w-1), and x - 2^w otherwise: what x in 0 .. 2^w - 1 encodes. \pre w > 0
+  static void signed_value(const QNumber& x, std::size_t w, QNumber* out) {
+    if (w <= bits::word_bits) {
+      bits::Word word = to_word(x);
+      bits::sign_extend(word, w);
+      *out = small(word);
+    } else if (x.is_small()) {
+      *out = x;
+    } else {
+      signed_value_big(x, w, out);
+    }
+  }
+
+  /// out = x mod 2^w, which is in 0 .. 2^w - 1 for every integer x.
+  static void residue(const QNumber& x, std::size_t w, QNumber* out) {
+    if (w <= bits::word_bits) {
+      bits::Word word = to_word(x);
+      bits::reduce(word, w);
+      *out = QNumber(word);
+    } else if (x.is_small() && x.small_num() >= 0) {
+      *out = x;
+    } else {
+      residue_big(x, w, out);
+    }
+  }
+
+  /// x mod 2^64.
+  static bits::Word to_word(const QNumber& x) {
+    if (x.is_small()) return static_cast<bits::Word>(x.small_num());
+    const bits::Word magnitude = mpz_get_ui(x.big_num());
+    return x.sign() < 0 ? -magnitude : magnitude;
+  }
+
+  /// Bit i of x, the bits of whose sign go on without end.
+  static bool bit(const QNumber& x, std::size_t i) {
+    return x.is_small() ? bits::bit(to_word(x), std::min(i, bits::word_bits - 1)) : bits::bit(x.big_num(), i);
+  }
+
   /// out = -x - 1, the complement of every bit.
   static void bit_complement(const QNumber& x, QNumber* out) {
     if (x.is_small()) {
-      *out = QNumber(~x.small_num());
+      bits::Word word = to_word(x);
+      bits::complement(word);
+      *out = small(word);
     } else {
       bit_complement_big(x, out);
     }
@@ -86,7 +137,9 @@ class QUARV_API BVNumber {
       *out = x;
     } else if (x.is_small() && n <= max_word_power &&
                static_cast<unsigned long>(x.small_num()) >> (63 - n) == 0) {
-      *out = QNumber(x.small_num() << n);
+      bits::Word word = to_word(x);
+      bits::shift_left(word, n);
+      *out = small(word);
     } else {
       bit_left_shift_big(x, n, out);
     }
@@ -97,7 +150,9 @@ class QUARV_API BVNumber {
     if (n == 0) {
       *out = x;
     } else if (x.is_small()) {
-      *out = QNumber(n < 64 ? x.small_num() >> n : 0L);
+      bits::Word word = n < bits::word_bits ? to_word(x) : 0;
+      bits::shift_right_signed(word, n % bits::word_bits);
+      *out = small(word);
     } else {
       bit_right_shift_big(x, n, out);
     }
@@ -118,13 +173,22 @@ class QUARV_API BVNumber {
     out->set_integer(QNumber::gmp_tmp[0]);
   }
 
-  static long bit_and_l(long a, long b) { return a & b; }
-  static long bit_or_l(long a, long b) { return a | b; }
-  static long bit_xor_l(long a, long b) { return a ^ b; }
+  static long bit_and_l(long a, long b) { return on_words(bits::and_with, a, b); }
+  static long bit_or_l(long a, long b) { return on_words(bits::or_with, a, b); }
+  static long bit_xor_l(long a, long b) { return on_words(bits::xor_with, a, b); }
 
  private:
   /// The greatest power of two that the word paths form before they look at the operand.
   static constexpr std::size_t max_word_power = 61;
+
+  /// The number that a word is, read as a signed one.
+  static QNumber small(bits::Word x) { return QNumber(static_cast<long>(x)); }
+
+  static long on_words(void op(bits::Word&, bits::Word), long a, long b) {
+    bits::Word x = static_cast<bits::Word>(a);
+    op(x, static_cast<bits::Word>(b));
+    return static_cast<long>(x);
+  }
 
   /// The numerator as a GMP integer: that of a small number is put into `gmp_tmp[0]`.
   static mpz_srcptr numerator(const QNumber& x) {
@@ -137,6 +201,8 @@ class QUARV_API BVNumber {
   static void trim_big(QNumber& x, std::size_t w);
   static void neg_big(std::size_t w, const QNumber& x, QNumber* out);
   static void twos_complement_big(const QNumber& x, std::size_t w, QNumber* out);
+  static void signed_value_big(const QNumber& x, std::size_t w, QNumber* out);
+  static void residue_big(const QNumber& x, std::size_t w, QNumber* out);
   static void bit_complement_big(const QNumber& x, QNumber* out);
   static void bit_left_shift_big(const QNumber& x, std::size_t n, QNumber* out);
   static void bit_right_shift_big(const QNumber& x, std::size_t n, QNumber* out);

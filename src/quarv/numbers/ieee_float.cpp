@@ -1,6 +1,7 @@
 #include <cassert>
 #include <stdexcept>
 
+#include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/ieee_float.h>
 #include <quarv/numbers/ieee_float_storage.h>
 #include <quarv/numbers/swflt/arithmetic.h>
@@ -35,18 +36,11 @@ void IEEEFloat::assign_number(const IEEEFloat& other) {
 IEEEFloat IEEEFloat::from_bits(const QNumber& bits, format f) {
   IEEEFloat x(f, round_nearest_even);
   if (!x.holds_number()) {
-    std::uint64_t word = static_cast<std::uint64_t>(bits.is_small() ? bits.small_num() : 0);
-    if (!bits.is_small()) {
-      word = mpz_getlimbn(bits.big_num(), 0);
-      if (mpz_sgn(bits.big_num()) < 0) word = -word;
-    }
-    x.store_any(word << (64 - f.width()) >> (64 - f.width()));
-  } else if (bits.is_small() && bits.small_num() >= 0) {
-    x.number_ = bits;
+    bits::Word word = BVNumber::to_word(bits);
+    bits::reduce(word, f.width());
+    x.store_any(word);
   } else {
-    mpz_class reduced = bits.num();
-    mpz_fdiv_r_2exp(reduced.get_mpz_t(), reduced.get_mpz_t(), f.width());
-    x.number_.set_integer(reduced.get_mpz_t());
+    BVNumber::residue(bits, f.width(), &x.number_);
   }
   return x;
 }

@@ -35,15 +35,17 @@ bool has_sort(const TermManager* mgr, const Term* t, SortKind kind) {
 
 namespace {
 
-/// The exponent all ones, and nothing else.
-QNumber infinity(std::size_t exponent_width, std::size_t significand_width) {
-  mpz_class bits = (mpz_class(1) << exponent_width) - 1;
-  bits <<= significand_width;
-  return QNumber(bits, mpz_class(1));
+QNumber power(std::size_t n) {
+  QNumber result;
+  BVNumber::pow2(n, &result);
+  return result;
 }
 
-QNumber sign_bit(std::size_t exponent_width, std::size_t significand_width) {
-  return QNumber(mpz_class(mpz_class(1) << (exponent_width + significand_width)), mpz_class(1));
+/// The exponent all ones, and nothing else.
+QNumber infinity(std::size_t exponent_width, std::size_t significand_width) {
+  QNumber bits;
+  BVNumber::bit_left_shift(power(exponent_width) - QNumber(1), significand_width, &bits);
+  return bits;
 }
 
 }  // namespace
@@ -72,7 +74,7 @@ bool is_constant(const TermManager* mgr, const Term* t, NamedConstant constant) 
   if (bits == nullptr) return false;
   std::size_t ew, mw;
   if (!mgr->get_format_from_type(type, &ew, &mw)) return false;
-  const QNumber sign = sign_bit(ew, mw);
+  const QNumber sign = power(ew + mw);
   switch (constant) {
     case NamedConstant::plus_zero:
       return *bits == QNumber(0L);
@@ -109,12 +111,12 @@ const Term* make_constant(TermManager* mgr, NamedConstant constant, const Term* 
   if (!mgr->get_format_from_type(mgr->type_of(like), &ew, &mw)) return nullptr;
   QNumber bits(0L);
   if (constant == NamedConstant::nan) {
-    bits = infinity(ew, mw) + QNumber(mpz_class(mpz_class(1) << (mw - 1)), mpz_class(1));
+    bits = infinity(ew, mw) + power(mw - 1);
   } else if (constant == NamedConstant::plus_infinity || constant == NamedConstant::minus_infinity) {
     bits = infinity(ew, mw);
   }
   if (constant == NamedConstant::minus_infinity || constant == NamedConstant::minus_zero) {
-    bits = bits + sign_bit(ew, mw);
+    bits += power(ew + mw);  // the sign
   }
   return mgr->make_fp_bits_number(bits, ew, mw);
 }
@@ -167,11 +169,7 @@ bool sum_fits(const TermManager* mgr, const Term* a, const Term* b, std::size_t 
 
 bool get_conjunction(const QNumber& a, const QNumber& b, QNumber* out) {
   if (!a.is_integer() || !b.is_integer() || a.sign() < 0 || b.sign() < 0) return false;
-  if (a.is_small() && b.is_small()) {
-    *out = QNumber(a.small_num() & b.small_num());
-  } else {
-    *out = QNumber(mpz_class(a.num() & b.num()), mpz_class(1));
-  }
+  BVNumber::bit_op(a, b, BVNumber::bit_and_l, mpz_and, out);
   return true;
 }
 
@@ -188,8 +186,7 @@ QNumber to_number(std::uint64_t value) {
 
 const Term* make_constant(TermManager* mgr, std::int64_t value, std::size_t width) {
   QNumber number;
-  BVNumber::twos_complement(QNumber(value), width, &number);
-  BVNumber::trim(number, width);
+  BVNumber::residue(QNumber(value), width, &number);
   return mgr->make_bv_number(number, width);
 }
 

@@ -1,16 +1,12 @@
 #include <functional>
 
+#include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/bv/comparisons.h>
 #include <quarv/simpl/bv/folding.h>
 
 namespace quarv::termsimpl {
 
 namespace {
-
-bool is_negative(const QNumber& x, std::size_t w) {
-  if (!x.is_small()) return mpz_tstbit(x.big_num(), w - 1) != 0;
-  return w <= bv::word_bits && bv::bit(static_cast<bv::Word>(x.small_num()), w - 1);
-}
 
 /// The truth value of `order(a, b)`, which is `<` or `<=`, for the unsigned values.
 template <auto is_op, class Order>
@@ -25,8 +21,8 @@ template <auto is_op, class Order>
 const Term* compare_signed(TermManager* mgr, const Symbol* s, const bv::Args& args, Order order) {
   return bv::with_two_literals<is_op, bv::Width::of_operand>(
       mgr, s, args, [&](std::size_t w, const QNumber& a, const QNumber& b) {
-        const bool negative = is_negative(a, w);
-        return mgr->make_bool(negative != is_negative(b, w) ? negative : order(a, b));
+        const bool negative = BVNumber::bit(a, w - 1);
+        return mgr->make_bool(negative != BVNumber::bit(b, w - 1) ? negative : order(a, b));
       });
 }
 

@@ -37,13 +37,12 @@ const Term* IntFromSBvSimpl::operator()(TermManager* mgr, const Symbol* s,
   const QNumber* const a = mgr->get_number(args[0]);
   if (a == nullptr || !bv::may_fold(mgr, w)) return mgr->do_make_term(s, args);
   if (w < bv::word_bits) {
-    bv::Word x = bv::to_word(*a);
-    bv::sign_extend(x, w);
+    bv::Word x = BVNumber::to_word(*a);
+    bits::sign_extend(x, w);
     return mgr->make_number(QNumber(static_cast<long>(x)));
   }
-  mpz_class& x = bv::wide_operands().x;
-  bv::load(x, *a);
-  bv::sign_extend(x, w);
+  const mpz_ptr x = bv::load(bv::wide_operands().x, *a);
+  bits::sign_extend(x, w);
   return bv::make_number(mgr, x);
 }
 

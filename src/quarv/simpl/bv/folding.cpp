@@ -23,13 +23,13 @@ WideOperands& wide_operands() {
   return operands;
 }
 
-const Term* make_number(TermManager* mgr, const mpz_class& x) {
-  return with_number(x.get_mpz_t(), [&](const QNumber& value) { return mgr->make_number(value); });
+const Term* make_number(TermManager* mgr, mpz_srcptr x) {
+  return with_number(x, [&](const QNumber& value) { return mgr->make_number(value); });
 }
 
-const Term* make_literal(TermManager* mgr, mpz_class& x, std::size_t width) {
-  reduce(x, width);
-  return with_number(x.get_mpz_t(), [&](const QNumber& value) { return mgr->make_bv_number(value, width); });
+const Term* make_literal(TermManager* mgr, mpz_ptr x, std::size_t width) {
+  bits::reduce(x, width);
+  return with_number(x, [&](const QNumber& value) { return mgr->make_bv_number(value, width); });
 }
 
 const Term* make_top_bit_literal(TermManager* mgr, Word x, std::size_t width) {

@@ -3,28 +3,24 @@
 #include <cstddef>
 #include <vector>
 
-#include <quarv/numbers/q_number.h>
-#include <quarv/simpl/bv/bits.h>
+#include <quarv/numbers/bits.h>
+#include <quarv/numbers/bv_number.h>
 #include <quarv/term/term_manager.h>
 
 /// What all bit-vector simplifiers share: recognise the operator, look its operands up, and fold them when
 /// all are literals, or else rebuild the term.
 ///
-/// A fold is a generic callable that replaces its first operand by the result, which the shape then reduces
-/// to the result's width. It is applied to machine words when every width involved is at most 64, and to GMP
-/// integers, which keep their memory from one fold to the next, otherwise. What is allocated is the literal
-/// that the result is interned as, if it is new. As all arithmetic on wide numbers, folding is for one thread
-/// at a time.
+/// A fold is a generic callable over `bits` that replaces its first operand by the result, which the shape
+/// then reduces to the result's width. It is applied to machine words when every width involved is at most
+/// 64, and to GMP integers, which keep their memory from one fold to the next, otherwise. What is allocated
+/// is the literal that the result is interned as, if it is new. As all arithmetic on wide numbers, folding is
+/// for one thread at a time.
 namespace quarv::termsimpl::bv {
 
 using Args = std::vector<const Term*>;
 
-/// An integer modulo 2^64.
-inline Word to_word(const QNumber& value) {
-  if (value.is_small()) return static_cast<Word>(value.small_num());
-  const Word magnitude = mpz_get_ui(value.big_num());
-  return value.sign() < 0 ? -magnitude : magnitude;
-}
+using bits::Word;
+using bits::word_bits;
 
 /// A place for the operands that are too wide for words.
 struct WideOperands {
@@ -33,21 +29,22 @@ struct WideOperands {
 };
 WideOperands& wide_operands();
 
-inline void load(mpz_class& x, const QNumber& value) {
+inline mpz_ptr load(mpz_class& x, const QNumber& value) {
   if (value.is_small()) {
     x = value.small_num();
   } else {
     mpz_set(x.get_mpz_t(), value.big_num());
   }
+  return x.get_mpz_t();
 }
 
 /// The integer constant x, and the literal of `width` bits with the value x modulo 2^width.
-const Term* make_number(TermManager* mgr, const mpz_class& x);
-const Term* make_literal(TermManager* mgr, mpz_class& x, std::size_t width);
+const Term* make_number(TermManager* mgr, mpz_srcptr x);
+const Term* make_literal(TermManager* mgr, mpz_ptr x, std::size_t width);
 const Term* make_top_bit_literal(TermManager* mgr, Word x, std::size_t width);
 inline const Term* make_literal(TermManager* mgr, Word x, std::size_t width) {
-  reduce(x, width);
-  if (bit(x, word_bits - 1)) return make_top_bit_literal(mgr, x, width);
+  bits::reduce(x, width);
+  if (bits::bit(x, word_bits - 1)) return make_top_bit_literal(mgr, x, width);
   return mgr->make_bv_number(QNumber(static_cast<long>(x)), width);
 }
 
@@ -61,12 +58,11 @@ template <class Fold>
 const Term* fold_literal(TermManager* mgr, std::size_t widest, std::size_t width, const QNumber& a,
                          Fold fold) {
   if (widest <= word_bits) {
-    Word x = to_word(a);
+    Word x = BVNumber::to_word(a);
     fold(x);
     return make_literal(mgr, x, width);
   }
-  mpz_class& x = wide_operands().x;
-  load(x, a);
+  const mpz_ptr x = load(wide_operands().x, a);
   fold(x);
   return make_literal(mgr, x, width);
 }
@@ -76,16 +72,16 @@ template <class Fold>
 const Term* fold_literals(TermManager* mgr, std::size_t widest, std::size_t width, const QNumber& a,
                           const QNumber& b, Fold fold) {
   if (widest <= word_bits) {
-    Word x = to_word(a);
-    Word y = to_word(b);
+    Word x = BVNumber::to_word(a);
+    Word y = BVNumber::to_word(b);
     fold(x, y);
     return make_literal(mgr, x, width);
   }
   WideOperands& wide = wide_operands();
-  load(wide.x, a);
-  load(wide.y, b);
-  fold(wide.x, wide.y);
-  return make_literal(mgr, wide.x, width);
+  const mpz_ptr x = load(wide.x, a);
+  const mpz_ptr y = load(wide.y, b);
+  fold(x, y);
+  return make_literal(mgr, x, width);
 }
 
 /// Where the width of an operator is read: in its symbol, or, by those whose rule turns on the place of the

@@ -5,17 +5,6 @@ namespace quarv::termsimpl {
 
 namespace {
 
-/// Rotates by 0 < bits < w. What comes to lie above w bits is left there.
-void rotate_left(bv::Word& x, std::size_t bits, std::size_t w) {
-  x = x << bits | x >> (w - bits);
-}
-void rotate_left(mpz_class& x, std::size_t bits, std::size_t w) {
-  mpz_class& high = bv::wide_operands().y;
-  mpz_fdiv_q_2exp(high.get_mpz_t(), x.get_mpz_t(), w - bits);
-  x <<= bits;
-  x |= high;
-}
-
 /// Rotates by as many bits to the left, out of `w`, as `left(amount, w)` says.
 template <auto is_op, class Left>
 const Term* fold_rotation(TermManager* mgr, const Symbol* s, const bv::Args& args, Left left) {
@@ -24,9 +13,9 @@ const Term* fold_rotation(TermManager* mgr, const Symbol* s, const bv::Args& arg
   if (!(mgr->*is_op)(s, &amount, &w)) return mgr->do_make_term(s, args);
   const QNumber* const a = mgr->get_number(args[0]);
   if (a == nullptr || !bv::may_fold(mgr, w)) return mgr->do_make_term(s, args);
-  const std::size_t bits = left(amount % w, w);
-  if (bits == 0) return args[0];
-  return bv::fold_literal(mgr, w, w, *a, [&](auto& x) { rotate_left(x, bits, w); });
+  const std::size_t places = left(amount % w, w);
+  if (places == 0) return args[0];
+  return bv::fold_literals(mgr, w, w, *a, *a, [&](auto& x, auto& y) { bits::rotate_left(x, y, places, w); });
 }
 
 }  // namespace

@@ -13,10 +13,8 @@ const Term* BVConcatSimpl::operator()(TermManager* mgr, const Symbol* s,
   const QNumber* const low = mgr->get_number(args[1]);
   const std::size_t width = high_width + low_width;
   if (low == nullptr || !bv::may_fold(mgr, width)) return mgr->do_make_term(s, args);
-  return bv::fold_literals(mgr, width, width, *high, *low, [&](auto& x, const auto& y) {
-    x <<= low_width;
-    x += y;
-  });
+  return bv::fold_literals(mgr, width, width, *high, *low,
+                           [&](auto& x, const auto& y) { bits::append(x, y, low_width); });
 }
 
 const Term* BVSelectSimpl::operator()(TermManager* mgr, const Symbol* s,
@@ -27,7 +25,7 @@ const Term* BVSelectSimpl::operator()(TermManager* mgr, const Symbol* s,
   if (!mgr->is_bv_extract(s, &msb, &lsb, &w)) return mgr->do_make_term(s, args);
   const QNumber* const a = mgr->get_number(args[0]);
   if (a == nullptr || !bv::may_fold(mgr, w)) return mgr->do_make_term(s, args);
-  return bv::fold_literal(mgr, w, msb + 1 - lsb, *a, [&](auto& x) { x >>= lsb; });
+  return bv::fold_literal(mgr, w, msb + 1 - lsb, *a, [&](auto& x) { bits::shift_right(x, lsb); });
 }
 
 const Term* BVZextSimpl::operator()(TermManager* mgr, const Symbol* s, const std::vector<const Term*>& args) {
@@ -46,7 +44,7 @@ const Term* BVSextSimpl::operator()(TermManager* mgr, const Symbol* s, const std
   const QNumber* const a = mgr->get_number(args[0]);
   w = bv::width_of(mgr, args[0], w);
   if (a == nullptr || !bv::may_fold(mgr, w + added)) return mgr->do_make_term(s, args);
-  return bv::fold_literal(mgr, w + added, w + added, *a, [&](auto& x) { bv::sign_extend(x, w); });
+  return bv::fold_literal(mgr, w + added, w + added, *a, [&](auto& x) { bits::sign_extend(x, w); });
 }
 
 }  // namespace quarv::termsimpl

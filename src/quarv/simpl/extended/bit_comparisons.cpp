@@ -212,7 +212,7 @@ const Term* compared_sign_extension(const Comparison& c) {
   const Term* narrow = c.m.make_bv_extract(width - 1, 0, value);
   if (c.m.make_bv_sign_extend(bits, narrow) == value) return value_first ? c.of(narrow, t) : c.of(t, narrow);
   if (c.is_equality) return c.m.false_term;
-  const bool value_is_negative = bit_of_value(*c.m.get_number(value), width + bits - 1);
+  const bool value_is_negative = BVNumber::bit(*c.m.get_number(value), width + bits - 1);
   if (c.is_signed) return c.m.make_bool(value_first == value_is_negative);
   const Term* negative = c.m.make_bv_slt(t, c.m.make_bv_number(0, width));
   return value_first ? negative : c.m.make_not(negative);
@@ -301,7 +301,7 @@ const Term* solved(TermManager& m, const Term* t, const Term* value) {
     if (!is_value(m, k)) continue;
     if (tag == SymbolTag::BV_ADD) return m.make_equal(x, m.make_bv_sub(value, k));
     if (tag == SymbolTag::BV_XOR) return m.make_equal(x, m.make_bv_xor(value, k));
-    if (!bit_of_value(*m.get_number(k), 0)) return nullptr;
+    if (!BVNumber::bit(*m.get_number(k), 0)) return nullptr;
     return m.make_equal(x, m.make_bv_mul(inverse_of(m, k, width_of(m, k)), value));
   }
   const bool is_difference = tag == SymbolTag::BV_XOR && m.get_number(value)->is_zero();

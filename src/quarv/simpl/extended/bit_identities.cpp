@@ -2,6 +2,7 @@
 #include <optional>
 #include <utility>
 
+#include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/extended/bit_slices.h>
 #include <quarv/simpl/extended/families.h>
 #include <quarv/simpl/extended/values.h>
@@ -224,11 +225,11 @@ bool is_extreme(const TermManager& m, const Term* t, bool greatest) {
   const QNumber* value = m.get_number(t);
   if (value == nullptr) return false;
   const std::size_t width = width_of(m, t);
-  if (bit_of_value(*value, width - 1) == greatest) return false;
+  if (BVNumber::bit(*value, width - 1) == greatest) return false;
   std::size_t exponent = 0;
   if (!greatest && value->is_small()) return is_power_of_two(m, t, &exponent);
   for (std::size_t i = 0; i + 1 < width; ++i) {
-    if (bit_of_value(*value, i) != greatest) return false;
+    if (BVNumber::bit(*value, i) != greatest) return false;
   }
   return true;
 }

@@ -1,15 +1,11 @@
 #include <algorithm>
 #include <utility>
 
+#include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/extended/bit_slices.h>
 #include <quarv/simpl/extended/values.h>
 
 namespace quarv::termsimpl::extended {
-
-bool bit_of_value(const QNumber& value, std::size_t i) {
-  if (!value.is_small()) return mpz_tstbit(value.big_num(), i) != 0;
-  return i < 64 && ((static_cast<unsigned long>(value.small_num()) >> i) & 1) != 0;
-}
 
 bool is_mask(const TermManager& m, const Term* t) {
   constexpr int most_runs = 8;
@@ -130,9 +126,10 @@ bool BitSlices::push(const BitSlice& slice) {
 }
 
 bool BitSlices::add_value(const Term* value, Range r) {
-  mpz_class bits = m_.get_number(value)->num() >> r.low;
-  mpz_fdiv_r_2exp(bits.get_mpz_t(), bits.get_mpz_t(), r.high - r.low + 1);
-  const Term* part = m_.make_bv_number(QNumber(bits, mpz_class(1)), r.high - r.low + 1);
+  QNumber bits;
+  BVNumber::bit_right_shift(*m_.get_number(value), r.low, &bits);
+  BVNumber::residue(bits, r.high - r.low + 1, &bits);
+  const Term* part = m_.make_bv_number(bits, r.high - r.low + 1);
   return push({{part, r.high - r.low, 0}, {}});
 }
 
@@ -214,9 +211,9 @@ bool BitSlices::add_masked(SymbolTag::tag operation, const Term* mask, const Bit
   const QNumber& bits = *m_.get_number(mask);
   if (!is_mask(m_, mask)) return false;
   for (std::size_t high = slice.width(); high > 0;) {
-    const bool bit = bit_of_value(bits, high - 1);
+    const bool bit = BVNumber::bit(bits, high - 1);
     std::size_t low = high - 1;
-    while (low > 0 && bit_of_value(bits, low - 1) == bit) --low;
+    while (low > 0 && BVNumber::bit(bits, low - 1) == bit) --low;
     bool fits = false;
     if (operation == SymbolTag::BV_XOR && bit) return false;
     if (operation == SymbolTag::BV_XOR || bit == (operation == SymbolTag::BV_AND)) {

@@ -118,9 +118,6 @@ class BitSlices {
 bool is_amount_below(const TermManager& m, const Term* t, std::size_t width, std::size_t* amount);
 bool is_power_of_two(const TermManager& m, const Term* t, std::size_t* exponent);
 
-/// Bit i of a literal.
-bool bit_of_value(const QNumber& value, std::size_t i);
-
 /// A literal of few runs of equal bits, as masks are.
 bool is_mask(const TermManager& m, const Term* t);
 /// An application that moves bits by a constant amount, or extracts or extends.

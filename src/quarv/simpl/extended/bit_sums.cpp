@@ -30,9 +30,9 @@ class BitSum {
   bool contains(const Term* t) { return find(t) != end(); }
 
   QNumber reduced(const QNumber& value) const {
-    mpz_class bits;
-    mpz_fdiv_r_2exp(bits.get_mpz_t(), value.num().get_mpz_t(), width_);
-    return QNumber(bits, mpz_class(1));
+    QNumber residue;
+    BVNumber::residue(value, width_, &residue);
+    return residue;
   }
 
   QNumber constant;

@@ -88,9 +88,9 @@ const Term* meeting_bounds(const Lattice& l, const Term* a, const Term* b) {
     value = m.make_number(x->value);
   } else {
     const std::size_t width = m.get_width_from_type(m.type_of(x->term));
-    QNumber modulus;
-    if (x->value.sign() < 0) BVNumber::pow2(width, &modulus);
-    value = m.make_bv_number(x->value + modulus, width);
+    QNumber bits;
+    BVNumber::twos_complement(x->value, width, &bits);
+    value = m.make_bv_number(bits, width);
   }
   const Term* equal = m.make_equal(x->term, value);
   return l.is_conjunction() ? equal : m.make_not(equal);

@@ -32,12 +32,9 @@ std::optional<Bound::Kind> comparison(const TermManager& m, const Symbol* s, boo
 }
 
 QNumber value_of_bits(const QNumber& bits, std::size_t width, bool is_signed) {
-  QNumber modulus;
-  if (is_signed) {
-    BVNumber::pow2(width - 1, &modulus);
-    if (bits >= modulus) return bits - modulus - modulus;
-  }
-  return bits;
+  QNumber value = bits;
+  if (is_signed) BVNumber::signed_value(bits, width, &value);
+  return value;
 }
 
 }  // namespace

@@ -78,9 +78,7 @@ const Term* fold_to_float(TermManager& m, const Symbol* s, Args args, Rounding m
   if (bits == nullptr) return nullptr;
   QNumber value = *bits;
   const std::size_t width = m.get_width_from_type(m.type_of(args[1]));
-  QNumber modulus;
-  BVNumber::pow2(width, &modulus);
-  if (m.get_tag(s) == SymbolTag::FP_FROM_SBV && value * QNumber(2) >= modulus) value -= modulus;
+  if (m.get_tag(s) == SymbolTag::FP_FROM_SBV) BVNumber::signed_value(*bits, width, &value);
   return fp::make_literal(&m, rounded(value, f, mode, false));
 }
 
@@ -91,11 +89,11 @@ const Term* fold_to_bits(TermManager& m, const Symbol* s, Args args, Rounding mo
   const std::size_t width = m.get_width_from_type(s->get_output_type());
   const bool is_signed = m.is_fp_to_sbv(s);
   const QNumber integer = rounded_to_integer(exact_value(*x), mode);
-  QNumber modulus, end;
-  BVNumber::pow2(width, &modulus);
+  QNumber bits, end;
   BVNumber::pow2(is_signed ? width - 1 : width, &end);
   if (integer >= end || integer < (is_signed ? end.neg() : QNumber())) return nullptr;
-  return m.make_bv_number(integer.sign() < 0 ? integer + modulus : integer, width);
+  BVNumber::twos_complement(integer, width, &bits);
+  return m.make_bv_number(bits, width);
 }
 
 /// "(_ to_fp 8 24)" on a rational.

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <optional>
 
+#include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/extended/bit_slices.h>
 #include <quarv/simpl/extended/families.h>
 #include <quarv/simpl/extended/known_bits.h>
@@ -64,7 +65,7 @@ std::optional<Table> TruthTable::of(const Symbol* s, Args args, const Term* t, s
   const SymbolTag::tag tag = m_.get_tag(s);
   switch (tag) {
     case SymbolTag::CONSTANT:
-      return bit_of_value(*m_.get_number(s), bit) ? ~Table{0} : 0;
+      return BVNumber::bit(*m_.get_number(s), bit) ? ~Table{0} : 0;
     case SymbolTag::BV_CONCAT: {
       const std::size_t width = width_of(m_, args[1]);
       return bit < width ? of(args[1], bit) : of(args[0], bit - width);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <quarv/numbers/bv_number.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::termsimpl::extended {
@@ -14,7 +15,9 @@ bool is_nan(const TermManager& m, const Term* t);
 
 /// The bit-vector of ones alone.
 inline const Term* all_ones(TermManager& m, std::size_t width) {
-  return m.make_bv_number(QNumber((mpz_class(1) << width) - 1, mpz_class(1)), width);
+  QNumber ones;
+  BVNumber::pow2(width, &ones);
+  return m.make_bv_number(ones - QNumber(1), width);
 }
 
 /// Two values of one sort that are not the same.

@@ -1,3 +1,4 @@
+#include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/bv/folding.h>
 #include <quarv/simpl/fp/conversions.h>
 #include <quarv/simpl/fp/folding.h>
@@ -8,15 +9,9 @@ namespace {
 
 /// The value that a literal of w bits has in two's complement.
 QNumber signed_value(const QNumber& bits, std::size_t w) {
-  if (w <= bv::word_bits) {
-    bv::Word x = bv::to_word(bits);
-    bv::sign_extend(x, w);
-    return QNumber(static_cast<long>(x));
-  }
-  mpz_class& x = bv::wide_operands().x;
-  bv::load(x, bits);
-  bv::sign_extend(x, w);
-  return QNumber::from_integer(x.get_mpz_t());
+  QNumber value;
+  BVNumber::signed_value(bits, w, &value);
+  return value;
 }
 
 /// The integer `value(bits, width)` of a bit-vector literal, rounded to the format of the result.

@@ -160,13 +160,9 @@ namespace build {
 const Term* bit_vector(TermManager& manager, const QNumber& value, std::size_t width) {
   if (width > max_width) throw SortError("BitVec: " + std::to_string(width) + " bits are not supported");
   if (!value.is_integer()) throw SortError("BitVec: " + value.to_string() + " is not an integer");
-  QNumber modulus;
-  BVNumber::pow2(width, &modulus);
-  QNumber quotient;
-  QNumber rest = value;
-  if (value.sign() < 0 || value >= modulus) value.divmod(modulus, quotient, rest);
-  if (rest.sign() < 0) rest += modulus;
-  return manager.make_bv_number(rest, width);
+  QNumber residue;
+  BVNumber::residue(value, width, &residue);
+  return manager.make_bv_number(residue, width);
 }
 
 }  // namespace build
