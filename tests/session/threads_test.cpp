@@ -6,7 +6,10 @@
 
 #include <gtest/gtest.h>
 
+#include <quarv/c_api.h>
+#include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/gmp_bad_alloc.h>
+#include <quarv/numbers/ieee_float.h>
 #include <quarv/smtlib.h>
 
 namespace quarv {
@@ -102,10 +105,128 @@ std::string with_own_parts(std::size_t seed) {
   return found + smtlib::smallest_text(m, claims) + steps.str();
 }
 
+/// Numbers of every size, and floats of formats that are held in each way, in all rounding modes.
+std::string with_numbers(std::size_t seed) {
+  std::string found;
+  QNumber x = QNumber::parse("123456789012345678901234567890123456789/1000000007");
+  for (long k = 1; k < 40; ++k) {
+    x = x * QNumber(static_cast<long>(seed) + k, 3 * k + 1) + QNumber(k);
+    QNumber whole(x.num(), mpz_class(1)), bits, rest, shifted;
+    BVNumber::residue(whole, static_cast<std::size_t>(8 * k), &bits);
+    BVNumber::signed_value(bits, static_cast<std::size_t>(8 * k), &rest);
+    BVNumber::bit_left_shift(rest, static_cast<std::size_t>(k), &shifted);
+    BVNumber::bit_op(bits, shifted, BVNumber::bit_xor_l, mpz_xor, &bits);
+    found += bits.to_string() + gcd(whole, QNumber(k * 1'000'003)).to_string();
+  }
+  for (const IEEEFloat::format f : {IEEEFloat::format{3, 4}, {8, 23}, {11, 52}, {15, 112}, {11, 200}}) {
+    for (const auto mode : {IEEEFloat::round_nearest_even, IEEEFloat::round_toward_zero}) {
+      swflt::float_exception_flags = 0;
+      IEEEFloat a = IEEEFloat::from_number(x, f, mode);
+      const IEEEFloat b = IEEEFloat::from_number(QNumber(static_cast<long>(seed) + 1, 7), f, mode);
+      a += b;
+      a *= b;
+      a /= b;
+      a.sqrt();
+      found += a.get_bits().to_string() + std::to_string(swflt::float_exception_flags);
+      a.set_format({8, 23});
+      found += a.get_bits().to_string() + ' ';
+    }
+  }
+  return found;
+}
+
+/// What rules say, and what they may be asked about.
+std::string with_rules(std::size_t seed) {
+  const auto rules =
+      rules::parse_rules("absorb: rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n");
+  std::string found;
+  for (const rules::Rule& rule : rules) {
+    found += rules::in_words(rule);
+    for (const rules::RuleInstance& instance : rules::some_instances(rule, 3 + seed)) {
+      const rules::RuleQuery query = rules::make_query(rule, instance);
+      found += rules::declarations(query) + rules::refutation(query);
+    }
+  }
+  return found;
+}
+
+/// What is wrong, and is said to be.
+std::string with_errors(std::size_t seed) {
+  std::string found;
+  for (const char* text : {"(assert (bvadd #b1 #x1))", "(declare-const x Unknown)", "(assert (= 1 "}) {
+    try {
+      found += simplified(std::string(seed, '\n') + text, true);
+    } catch (const InputError& e) {
+      found += e.what();
+    }
+  }
+  return found;
+}
+
+std::string text_of(char* answer) {
+  const std::string text = answer == nullptr ? "none" : answer;
+  quarv_free(answer);
+  return text;
+}
+
+/// The same by the C interface, with its functions that are called back.
+std::string by_c_interface(std::size_t seed) {
+  quarv_manager* const m = quarv_manager_new(QUARV_EXTENDED);
+  quarv_manager* const other = quarv_manager_new(0);
+  std::string found = quarv_version();
+  std::size_t num_events = 0;
+  quarv_observe(
+      m, [](const quarv_event*, void* data) { ++*static_cast<std::size_t*>(data); }, &num_events);
+  const quarv_sort word = quarv_bv_sort(m, 64 + 10 * seed);
+  const quarv_term x = quarv_constant(m, "x", word);
+  const quarv_sort of_one[] = {word};
+  quarv_declare_function(m, "half", of_one, 1, word);
+  quarv_add_simplification(
+      m, "half", 0,
+      [](quarv_manager*, const char*, const quarv_term* args, std::size_t, void*) { return args[0]; },
+      nullptr);
+  quarv_add_rules(m, "absorb: rewrite(bvor(t1, bvand(t2, t1_0)), identity(t1, t1_0)) >> t1\n", "own.rules");
+  const std::uint64_t mark = quarv_mark(m);
+  const quarv_term y = quarv_constant(m, "y", word);
+  const quarv_term t =
+      quarv_parse_term(m, "(bvor (half x) (bvand (bvmul y (bvneg y)) (bvadd x (bvsub y y))))");
+  const auto step = [](const quarv_step* s, void* data) { *static_cast<std::string*>(data) += s->rule_name; };
+  found += text_of(quarv_term_to_string(m, quarv_explain(m, t, step, &found)));
+  const quarv_term values[] = {quarv_bv(m, 3 + seed, 64 + 10 * seed), quarv_bv(m, 5, 64 + 10 * seed)};
+  const quarv_term constants[] = {x, y};
+  found += text_of(quarv_value(m, quarv_evaluate(m, t, constants, values, 2, 1)));
+  found += text_of(quarv_term_to_string(m, quarv_substitute(m, t, constants, values, 2)));
+  found += std::to_string(quarv_num_nodes(m, &t, 1)) + std::to_string(quarv_depth(m, t));
+  found += text_of(quarv_term_to_string(other, quarv_simplify(other, quarv_translate(m, t, other))));
+  const quarv_term equal[] = {t, y};
+  const quarv_term claim = quarv_make(m, "=", equal, 2);
+  found += text_of(quarv_smallest_script(m, &claim, 1)) + text_of(quarv_script(m, &claim, 1));
+  const quarv_term wrong[] = {t, claim};
+  quarv_make(m, "bvadd", wrong, 2);
+  found += quarv_error_message(m);
+  quarv_release(m, mark);
+  quarv_set_memory_limit(m, quarv_memory(m) + 5000);
+  for (std::size_t i = 0; quarv_error(m) == QUARV_OK; ++i) quarv_bv(m, i, 64);
+  found += std::to_string(quarv_error(m));
+  quarv_set_memory_limit(m, static_cast<std::size_t>(-1));
+  const std::string text = script(seed);
+  quarv_term* assertions = nullptr;
+  std::size_t n = 0;
+  quarv_parse_script(m, text.c_str(), "in.smt2", &assertions, &n);
+  quarv_free(assertions);
+  found += std::to_string(n) + text_of(quarv_simplify_script(m, text.c_str(), "in.smt2")) +
+           text_of(quarv_normalize_script(m, text.c_str(), "in.smt2"));
+  quarv_manager_delete(m);
+  quarv_manager_delete(other);
+  return found + std::to_string(num_events);
+}
+
 /// What a thread does, and finds.
 std::vector<std::string> work(std::size_t seed) {
   std::vector<std::string> found{simplified(script(seed), true), simplified(script(seed), false)};
-  found.push_back(with_own_parts(seed));
+  for (const auto part : {with_own_parts, with_numbers, with_rules, with_errors, by_c_interface}) {
+    found.push_back(part(seed));
+  }
   Session session;
   smtlib::Reader reader(session, {.names = smtlib::Reader::Options::Names::session});
   for (std::size_t k = 0; k < 50; ++k) {
