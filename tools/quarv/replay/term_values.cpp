@@ -192,14 +192,22 @@ std::vector<TermValues::ConstantCase> TermValues::constant_cases(Id root) {
   return cases;
 }
 
-/// An operator on constants, or on choices between such: case by case.
+/// An operator on constants, or on choices between such: case by case. Under a rounding mode that is neither,
+/// what all modes agree on.
 std::optional<TermValues::Value> TermValues::evaluated(const Expression& e) {
   std::vector<std::vector<ConstantCase>> args;
   std::vector<LiteralEvaluation::Argument> now;
   std::size_t num_cases = 1;
+  bool is_any_mode = false;
   for (const TermName arg : e.args) {
     const reference::Sort* const sort = evaluation_.sort(terms_.sort_of(static_cast<Id>(arg)));
     args.push_back(constant_cases(static_cast<Id>(arg)));
+    if (args.back().empty() && sort != nullptr && sort->kind == reference::Sort::rounding_mode) {
+      is_any_mode = true;
+      for (std::size_t mode = 0; mode < std::size(reference::rounding_mode_names); ++mode) {
+        args.back().push_back({BitGraph::yes, mpq_class(mode)});
+      }
+    }
     num_cases *= args.back().size();
     if (sort == nullptr || num_cases == 0 || num_cases > most_constant_cases) return std::nullopt;
     now.push_back({{}, sort});
@@ -215,7 +223,7 @@ std::optional<TermValues::Value> TermValues::evaluated(const Expression& e) {
       now[i].value = reference::Value{c.number, nullptr};
     }
     const auto value = evaluated(e, now);
-    if (!value) return std::nullopt;
+    if (!value || (is_any_mode && all && *all != *value)) return std::nullopt;
     all = !all         ? *value
           : is_word(e) ? words_.choice(condition, *value, *all)
                        : choice(condition, *value, *all);
