@@ -132,7 +132,7 @@ void expect_no_growth(const std::string& text) {
   EXPECT_EQ(text_of_simplified(once), once);
 }
 
-std::string constants(std::size_t n, const std::string& sort) {
+std::string declarations_of(std::size_t n, const std::string& sort) {
   std::string text;
   for (std::size_t i = 0; i < n; ++i) text += "(declare-const x" + std::to_string(i) + ' ' + sort + ")\n";
   return text;
@@ -140,7 +140,7 @@ std::string constants(std::size_t n, const std::string& sort) {
 
 TEST(GrowthTest, ComparisonsOfPrefixSumsStayAsWritten) {
   constexpr std::size_t n = 1000;
-  std::string text = constants(n, "Int") + "(define-fun s0 () Int x0)\n";
+  std::string text = declarations_of(n, "Int") + "(define-fun s0 () Int x0)\n";
   for (std::size_t i = 1; i < n; ++i) {
     const std::string sum = "s" + std::to_string(i);
     text += "(define-fun " + sum + " () Int (+ s" + std::to_string(i - 1) + " x" + std::to_string(i) + "))\n";
@@ -176,7 +176,7 @@ std::size_t terms_read(const std::string& text, bool library_semantics = false) 
 
 TEST(GrowthTest, PrefixSumsTakeTermsInProportion) {
   constexpr std::size_t n = 1000;
-  const std::string variables = constants(n, "Int") + "(declare-fun f (Int) Int)\n";
+  const std::string variables = declarations_of(n, "Int") + "(declare-fun f (Int) Int)\n";
   std::string defined = variables + "(define-fun s0 () Int x0)\n";
   std::string bound = variables + "(assert (let ((s0 x0)) ";
   for (std::size_t i = 1; i < n; ++i) {
@@ -197,7 +197,7 @@ TEST(GrowthTest, PrefixSumsTakeTermsInProportion) {
 
 TEST(GrowthTest, PrefixesOfConcatenationsTakeTermsInProportion) {
   constexpr std::size_t n = 700;
-  std::string text = constants(n, "(_ BitVec 1)") + "(define-fun c0 () (_ BitVec 1) x0)\n";
+  std::string text = declarations_of(n, "(_ BitVec 1)") + "(define-fun c0 () (_ BitVec 1) x0)\n";
   for (std::size_t i = 1; i < n; ++i) {
     const std::string number = std::to_string(i);
     const std::string width = std::to_string(i + 1);
@@ -210,7 +210,7 @@ TEST(GrowthTest, PrefixesOfConcatenationsTakeTermsInProportion) {
 /// When many attempts have been for nothing, those that follow may not cost more than they did.
 TEST(GrowthTest, RulesAreTriedInProportionOnPrefixes) {
   constexpr std::size_t n = 2200;
-  std::string text = constants(n, "(_ BitVec 8)") + "(define-fun c0 () (_ BitVec 8) x0)\n";
+  std::string text = declarations_of(n, "(_ BitVec 8)") + "(define-fun c0 () (_ BitVec 8) x0)\n";
   for (std::size_t i = 1; i < n; ++i) {
     const std::string number = std::to_string(i);
     text += "(define-fun c" + number + " () (_ BitVec " + std::to_string(8 * (i + 1)) + ") (concat c" +
@@ -223,7 +223,7 @@ TEST(GrowthTest, RulesAreTriedInProportionOnPrefixes) {
 
 TEST(GrowthTest, PartsOfALongConcatenationTakeTermsInProportion) {
   constexpr std::size_t n = 1000;
-  std::string text = constants(n, "(_ BitVec 8)") + "(define-fun s () (_ BitVec 8000) (concat";
+  std::string text = declarations_of(n, "(_ BitVec 8)") + "(define-fun s () (_ BitVec 8000) (concat";
   for (std::size_t i = 0; i < n; ++i) text += " x" + std::to_string(i);
   text += "))\n";
   for (std::size_t i = 0; i + 1 < n; ++i) {
@@ -249,7 +249,7 @@ std::size_t children_of_forms(const std::string& text) {
 
 TEST(GrowthTest, FormsOfComparisonsWithALongSumAreInProportion) {
   constexpr std::size_t n = 1000;
-  std::string text = constants(n, "Int") + "(define-fun s () Int (+";
+  std::string text = declarations_of(n, "Int") + "(define-fun s () Int (+";
   for (std::size_t i = 0; i < n; ++i) text += " x" + std::to_string(i);
   text += "))\n";
   for (std::size_t i = 0; i < n; ++i) {
@@ -261,7 +261,7 @@ TEST(GrowthTest, FormsOfComparisonsWithALongSumAreInProportion) {
 /// Each remainder is a sum with the one before in it. Looking through all of them took minutes.
 TEST(GrowthTest, RemaindersOfEachOtherAreNotFollowedToTheFirst) {
   constexpr std::size_t n = 8000;
-  std::string text = constants(n, "Int") + "(define-fun s0 () Int x0)\n";
+  std::string text = declarations_of(n, "Int") + "(define-fun s0 () Int x0)\n";
   for (std::size_t i = 1; i < n; ++i) {
     const std::string number = std::to_string(i);
     text += "(define-fun s" + number + " () Int (+ (* 3 (mod s" + std::to_string(i - 1) + ' ' +
@@ -303,7 +303,7 @@ TEST(GrowthTest, LongSumsThatAreWrittenAreNormalised) {
     ascending += " x" + std::to_string(i);
     descending += " x" + std::to_string(n - 1 - i);
   }
-  const std::string text = constants(n, "Int") + "(declare-const y Int)";
+  const std::string text = declarations_of(n, "Int") + "(declare-const y Int)";
   Session session;
   const Script script = Reader(session).read(
       text + "(assert (<= (+" + ascending + ") y))(assert (<= (+ 1" + descending + ") (+ y 1)))", "in.smt2");
@@ -323,7 +323,7 @@ TEST(GrowthTest, CommonDenominatorsOfManyPrimesStayAsWritten) {
     for (std::size_t q = 2; q * q <= p; ++q) prime &= p % q != 0;
     if (prime) sum += " (/ x" + std::to_string(variables++) + ' ' + std::to_string(p) + ".0)";
   }
-  expect_no_growth(constants(variables, "Real") + "(assert (= 0.0 (+" + sum + ")))\n");
+  expect_no_growth(declarations_of(variables, "Real") + "(assert (= 0.0 (+" + sum + ")))\n");
 }
 
 TEST(GrowthTest, WhatGrowsALittleIsSimplified) {

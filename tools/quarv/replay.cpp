@@ -243,12 +243,14 @@ class Replay {
   std::size_t num_definitions_ = 0;
 };
 
-/// How many assertions of the output are shown to be those of the input; says which ones are not.
+/// How many assertions of the output are shown to be those of the input; says which ones are not. What a
+/// reader decides by itself takes no steps: its value tells.
 std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::vector<TraceTerms::Id>& output,
-                       TermClosure& closure, bool quiet, std::ostream& out) {
+                       Findings& findings, bool quiet, std::ostream& out) {
   std::size_t num = 0;
   for (std::size_t i = 0; i < std::min(written.size(), output.size()); ++i) {
-    if (closure.are_shown_equal(written[i], output[i])) {
+    if (findings.closure.are_shown_equal(written[i], output[i]) ||
+        findings.have_equal_values(written[i], output[i])) {
       ++num;
     } else if (!quiet) {
       out << fmt::format("assertion {}: not shown to be equal to the output's\n", i + 1);
@@ -314,7 +316,7 @@ bool replay(const Input& input, const std::vector<rules::Rule>& all_rules, bool 
   }
   const auto written = parts[input_as_written]->assertions();
   const auto output = parts[output_as_written]->assertions();
-  const std::size_t linked = num_linked(written, output, findings.closure, quiet, out);
+  const std::size_t linked = num_linked(written, output, findings, quiet, out);
   const std::size_t defined = parts[0]->definitions().size();
   const std::size_t alike = num_alike(parts, findings.closure, quiet, out);
   findings.print(out);

@@ -56,14 +56,21 @@ std::optional<TermValues::Value> TermValues::truth(const Expression& e) {
 
 BitGraph::Bit TermValues::equation(const Expression& e) {
   const Id first = static_cast<Id>(e.args[0]);
+  const TraceSort& sort = terms_.sort_of(first);
+  constexpr std::size_t most_bits = 32;
+  const std::size_t num_bits = sort.kind == TraceSort::boolean      ? 1
+                               : sort.kind == TraceSort::bit_vector ? sort.width
+                                                                    : most_bits;
+  // There are not so many values.
+  if (e.op == "distinct" && num_bits < most_bits && e.args.size() > std::size_t{1} << num_bits)
+    return BitGraph::no;
   std::vector<Bit> all;
   for (std::size_t i = 0; i < e.args.size(); ++i) {
     for (std::size_t k = i + 1; k < e.args.size(); ++k) {
       if (e.op == "=" && k > i + 1) break;
       const Value a = argument(e, i), b = argument(e, k);
-      const Bit same = terms_.sort_of(first).kind == TraceSort::array
-                           ? equal_arrays(a, b, terms_.term(first))
-                           : equal({a, is_word(first)}, {b, is_word(first)});
+      const Bit same = sort.kind == TraceSort::array ? equal_arrays(a, b, terms_.term(first))
+                                                     : equal({a, is_word(first)}, {b, is_word(first)});
       all.push_back(e.op == "=" ? same : same ^ 1U);
     }
   }
