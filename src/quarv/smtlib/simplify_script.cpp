@@ -113,6 +113,21 @@ std::size_t longest_round(std::size_t longest_output) {
   return longest_output == std::string::npos ? longest_output : 4 * longest_output;
 }
 
+/// \throws BoundedText::TooLong
+PrintResult print_to(std::string& text, std::size_t longest, const TermManager& manager, const Script& script,
+                     Sharing sharing) {
+  BoundedText out(longest);
+  const PrintResult result = print(manager, script, out.stream(), sharing);
+  text = std::move(out).take();
+  return result;
+}
+
+bool has_definitions(const Script& script) {
+  return std::ranges::any_of(script.commands, [](const Command& c) {
+    return c.kind == Command::Kind::define || c.kind == Command::Kind::define_function;
+  });
+}
+
 /// The rounds over one script: each reads what the one before it has printed, until nothing changes any more.
 class Rounds {
  public:
@@ -140,6 +155,7 @@ class Rounds {
 
   bool is_first() const noexcept { return report_.rounds == 1; }
   std::optional<Printed> round();
+  PrintResult print_chosen(const ChosenScript& chosen, std::string& text) const;
   Script read(Session& session, Reader& reader);
   bool is_better(const Printed& printed);
   bool is_last(const Printed& printed) const;
@@ -195,23 +211,33 @@ std::optional<Rounds::Printed> Rounds::round() {
     if (chosen != nullptr) written.reset();
   }
   shrinks_ = shrinks_ && chosen != nullptr;
-  BoundedText out(longest_round(longest_));
-  std::size_t telling = 0;
   try {
-    const PrintResult result = chosen != nullptr
-                                   ? print(*chosen->manager, chosen->script, out.stream(), options_.sharing)
-                                   : print(session.manager(), script, out.stream(), options_.sharing);
-    telling = result.length_of_telling;
+    const PrintResult result = chosen != nullptr ? print_chosen(*chosen, printed.text)
+                                                 : print_to(printed.text, longest_round(longest_),
+                                                            session.manager(), script, options_.sharing);
+    printed.length = printed.text.size() - result.length_of_telling;
   } catch (const BoundedText::TooLong&) {
     return std::nullopt;
   }
-  printed.text = std::move(out).take();
-  printed.length = printed.text.size() - telling;
   // How the input is laid out must not decide.
   if (shrinks_ && is_first() && !(chosen->size < chosen->as_written))
     text_ = lines_ = on_lines(text_, script);
   report_.print_seconds += seconds_since(read);
   return printed;
+}
+
+/// Solvers take some scripts with definitions for those of a dialogue, and do less with them before they
+/// search. One that has none gets some only where it would be much longer without.
+PrintResult Rounds::print_chosen(const ChosenScript& chosen, std::string& text) const {
+  const std::size_t longest = longest_round(longest_);
+  const PrintResult result = print_to(text, longest, *chosen.manager, chosen.script, options_.sharing);
+  if (!result.defines || has_definitions(chosen.script)) return result;
+  try {
+    const std::size_t little_longer = std::min(longest, text.size() + text.size() / 4);
+    return print_to(text, little_longer, *chosen.manager, chosen.script, Sharing::let);
+  } catch (const BoundedText::TooLong&) {
+    return result;
+  }
 }
 
 /// A further round repeats what the first one did: only that one is observed.

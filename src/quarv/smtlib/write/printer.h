@@ -20,6 +20,7 @@ enum class Sharing : std::uint8_t {
 struct PrintResult {
   std::size_t bytes = 0;              ///< length of the text
   std::size_t length_of_telling = 0;  ///< by how much names that tell are longer than numbers
+  bool defines = false;               ///< there are definitions that the script has not
 };
 
 /// Prints a script in SMT-LIB 2.6: the same commands in the same order. Throws std::runtime_error when the

@@ -56,7 +56,7 @@ PrintResult ScriptWriter::write_script() {
     first = last + 1;
   }
   out_.flush();
-  return {out_.size(), length_of_telling_};
+  return {out_.size(), length_of_telling_, defines_};
 }
 
 PrintResult ScriptWriter::write_term(const Term* t) {
@@ -64,7 +64,7 @@ PrintResult ScriptWriter::write_term(const Term* t) {
   if (sharing_ != Sharing::none) plan_.plan_term(root);
   write_root(root, 0);
   out_.flush();
-  return {out_.size(), length_of_telling_};
+  return {out_.size(), length_of_telling_, defines_};
 }
 
 // Commands.
@@ -107,6 +107,7 @@ void ScriptWriter::write_definition(const SharingPlan::Definition& d) {
     out_.take_back(begin);
   } else {
     if (own == code_of(NameKind::definition, num_definitions_ + 1)) ++num_definitions_;
+    defines_ = true;
     out_.put(")\n");
   }
   out_.release();

@@ -131,6 +131,7 @@ class ScriptWriter {
   const Sharing sharing_;
   OutputBuffer out_;
   SharingPlan plan_;
+  bool defines_ = false;    // something that the script does not define
   bool asserting_ = false;  // an annotation's name may be given where an assertion or definition is written
   std::size_t num_quantifiers_ = 0;  // that are open
   bool in_pattern_ = false;          // nothing has a name but what is annotated with one
