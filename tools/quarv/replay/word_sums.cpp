@@ -129,6 +129,37 @@ Word Words::word_of(const Sum& sum) {
   return w;
 }
 
+/// The lower bits of a sum, or of what is left of it where all its coefficients are divided by a power of
+/// two.
+Words::Sum Words::lower_part(const Sum& sum, std::size_t width, std::size_t divided_by) {
+  Sum lower;
+  lower.width = width;
+  for (const auto& [product, c] : sum.coefficients) {
+    std::vector<Word> parts;
+    for (const Word w : product) parts.push_back(part(w, 0, width));
+    if (product.size() > 1) parts = {word(product_bits(parts))};
+    if (parts.empty()) {
+      add_product(lower, {}, c >> divided_by);
+    } else {
+      add(lower, sum_of(parts[0]), c >> divided_by);
+    }
+  }
+  return lower;
+}
+
+/// A word that consists of the lower bits of a sum is a sum.
+Word Words::part(Word a, std::size_t low, std::size_t width) {
+  const auto first = words_[a].begin() + static_cast<std::ptrdiff_t>(low);
+  const Word w = word(Bits(first, first + static_cast<std::ptrdiff_t>(width)));
+  const auto sum = sums_.find(a);
+  if (low != 0 || width == this->width(a) || sum == sums_.end() || sums_.contains(w) || number(w)) return w;
+  const Sum lower = lower_part(sum->second, width, 0);
+  const bool is_one_word = lower.coefficients.size() < 2;
+  if (is_one_word || !sum_words_.try_emplace(text(lower), w).second) return word_of(lower);
+  sums_.try_emplace(w, lower);
+  return w;
+}
+
 /// An order that does not depend on how wide the words are, as long as the lowest bits differ.
 bool Words::precedes(const std::vector<Word>& a, const std::vector<Word>& b) const {
   return std::ranges::lexicographical_compare(a, b, [this](Word x, Word y) { return words_[x] < words_[y]; });
@@ -265,18 +296,7 @@ Bit Words::solved(Sum d) {
   if (d.coefficients.size() == 1 && constant != d.coefficients.end()) {
     result = constant->second == 0 ? yes : no;
   } else if (common > 0) {
-    Sum lower;
-    lower.width = d.width - common;
-    for (const auto& [product, c] : d.coefficients) {
-      std::vector<Word> parts;
-      for (const Word w : product) parts.push_back(part(w, 0, lower.width));
-      if (product.size() > 1) parts = {word(product_bits(parts))};
-      if (parts.empty()) {
-        add_product(lower, {}, c >> common);
-      } else {
-        add(lower, sum_of(parts[0]), c >> common);
-      }
-    }
+    Sum lower = lower_part(d, d.width - common, common);
     result = lower.coefficients.empty() ? yes : solved(std::move(lower));
   } else {
     std::vector<const std::vector<Word>*> products;
