@@ -266,9 +266,13 @@ class Said {
   std::size_t size_ = 0;
 };
 
+/// Of two truth values, or two single bits, one of which may be said to be the opposite of the other; or of
+/// two terms.
 bool is_equation(const TermManager& m, const Literal& literal) {
-  return literal.atom->symbol == m.iff_symbol ||
-         (literal.positive && has_tag(m, literal.atom, SymbolTag::EQ));
+  if (literal.atom->symbol == m.iff_symbol) return true;
+  if (!has_tag(m, literal.atom, SymbolTag::EQ)) return false;
+  const DataType* sort = m.type_of(literal.atom->args[0]);
+  return literal.positive || (m.is_bv_type(sort) && m.get_width_from_type(sort) == 1);
 }
 
 /// Equations among the operands that follow from others are taken out: (and (= x y) (= y z) (= x z)). Null

@@ -104,6 +104,24 @@ void Facts::add(const Term* t, const Term* stands_for) {
   filter_ |= filter_bit(t);
 }
 
+/// A term has a value, and the parts of which that says the same: of (bvor x y) = 0 both.
+void Facts::add_value(const Term* term, const Term* value_of_term) {
+  std::array<std::pair<const Term*, const Term*>, 8> pending{{{term, value_of_term}}};
+  for (std::size_t n = 1; n > 0 && num_facts_ < most_facts;) {
+    const auto [t, value] = pending[--n];
+    add(t, value);
+    const SymbolTag::tag tag = m_.get_tag(t->symbol);
+    if (tag == SymbolTag::BV_NOT) {
+      pending[n++] = {t->args[0], m_.make_bv_not(value)};
+    } else if (tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR) {
+      const Term* zeros = tag == SymbolTag::BV_OR ? value : m_.make_bv_not(value);
+      if (!m_.get_number(zeros)->is_zero() || n + 2 > pending.size()) continue;
+      pending[n++] = {t->args[1], value};
+      pending[n++] = {t->args[0], value};
+    }
+  }
+}
+
 void Facts::add_bound(const Term* atom, bool holds) {
   if (num_bounds_ == most_bounds) return;
   if (auto bound = Bound::of(m_, atom, holds)) bounds_[num_bounds_++] = std::move(*bound);
@@ -124,9 +142,9 @@ void Facts::assume(const Term* formula, bool holds) {
       const Term* value = t->args[first_is_value ? 0 : 1];
       if (!is_value(m_, value) || is_value(m_, term)) continue;
       if (truth) {
-        add(term, value);
+        add_value(term, value);
       } else if (m_.get_width_from_type(m_.type_of(term)) == 1 && m_.is_bv_type(m_.type_of(term))) {
-        add(term, m_.make_bv_number(m_.get_number(value)->is_zero() ? 1 : 0, 1));
+        add_value(term, m_.make_bv_number(m_.get_number(value)->is_zero() ? 1 : 0, 1));
       }
     } else {
       add_bound(t, truth);

@@ -49,6 +49,7 @@ class Facts {
   static constexpr int most_nodes = 64;
 
   void add(const Term* t, const Term* stands_for);
+  void add_value(const Term* term, const Term* value_of_term);
   void add_bound(const Term* atom, bool holds);
   const Term* known(const Term* t) const;
   bool is_excluded(const Term* equation) const;

@@ -14,7 +14,8 @@ namespace {
 
 using Table = std::uint32_t;
 
-/// What a formula over single bits makes of each combination of up to five of them.
+/// What a formula over single bits makes of each combination of up to five of them. Lowest bits of sums and
+/// products depend on lowest bits alone.
 class TruthTable {
  public:
   explicit TruthTable(const TermManager& m) : m_(m) {}
@@ -92,6 +93,20 @@ std::optional<Table> TruthTable::of(const Symbol* s, Args args, const Term* t, s
       if (tag == SymbolTag::BV_XOR) return *a ^ *b;
       return tag == SymbolTag::BV_AND ? *a & *b : *a | *b;
     }
+    case SymbolTag::BV_ADD:
+    case SymbolTag::BV_SUB:
+    case SymbolTag::BV_MUL: {
+      if (bit != 0) return input(t, bit);
+      num_operators_ += 2;  // more than a complement, which may be all that is left
+      const auto a = of(args[0], 0);
+      const auto b = a ? of(args[1], 0) : std::nullopt;
+      if (!b) return std::nullopt;
+      return tag == SymbolTag::BV_MUL ? *a & *b : *a ^ *b;
+    }
+    case SymbolTag::BV_NEG:
+      if (bit != 0) return input(t, bit);
+      num_operators_ += 2;
+      return of(args[0], 0);
     default:
       return input(t, bit);
   }
