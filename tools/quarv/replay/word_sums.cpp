@@ -136,7 +136,7 @@ Words::Sum Words::lower_part(const Sum& sum, std::size_t width, std::size_t divi
   lower.width = width;
   for (const auto& [product, c] : sum.coefficients) {
     std::vector<Word> parts;
-    for (const Word w : product) parts.push_back(part(w, 0, width));
+    for (const Word w : product) parts.push_back(slice(w, 0, width));
     if (product.size() > 1) parts = {word(product_bits(parts))};
     if (parts.empty()) {
       add_product(lower, {}, c >> divided_by);
@@ -147,12 +147,12 @@ Words::Sum Words::lower_part(const Sum& sum, std::size_t width, std::size_t divi
   return lower;
 }
 
-/// A word that consists of the lower bits of a sum is a sum.
+/// A new word that consists of the lower bits of a sum is a sum.
 Word Words::part(Word a, std::size_t low, std::size_t width) {
-  const auto first = words_[a].begin() + static_cast<std::ptrdiff_t>(low);
-  const Word w = word(Bits(first, first + static_cast<std::ptrdiff_t>(width)));
+  const std::size_t num_words = words_.size();
+  const Word w = slice(a, low, width);
   const auto sum = sums_.find(a);
-  if (low != 0 || width == this->width(a) || sum == sums_.end() || sums_.contains(w) || number(w)) return w;
+  if (low != 0 || words_.size() == num_words || sum == sums_.end()) return w;
   const Sum lower = lower_part(sum->second, width, 0);
   const bool is_one_word = lower.coefficients.size() < 2;
   if (is_one_word || !sum_words_.try_emplace(text(lower), w).second) return word_of(lower);

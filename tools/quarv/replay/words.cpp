@@ -70,6 +70,11 @@ Word Words::complement(Word a) {
   return word(std::move(bits));
 }
 
+Word Words::slice(Word a, std::size_t low, std::size_t width) {
+  const auto first = words_[a].begin() + static_cast<std::ptrdiff_t>(low);
+  return word(Bits(first, first + static_cast<std::ptrdiff_t>(width)));
+}
+
 Word Words::extended(Word a, std::size_t width, bool is_signed) {
   Bits bits = words_[a];
   const Bit filling = is_signed ? bits.back() : no;

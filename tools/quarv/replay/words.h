@@ -71,6 +71,7 @@ class Words {
   void add(Sum& sum, const Sum& other, const mpz_class& factor) const;
   std::optional<Sum> product_of(const Sum& a, const Sum& b) const;
   Word word_of(const Sum& sum);
+  Word slice(Word a, std::size_t low, std::size_t width);
   Sum lower_part(const Sum& sum, std::size_t width, std::size_t divided_by);
   bool precedes(const std::vector<Word>& a, const std::vector<Word>& b) const;
   Bits sum_bits(const Sum& sum);
