@@ -386,7 +386,8 @@ TEST_P(CertifyWith, KnowsNewDefinitions) {
       "(assert (bvult (bvmul x y) x))(assert (bvult (bvmul x y) y))(assert (bvult (bvmul x y) (bvnot x)))"
       "(assert (bvslt (bvmul x y) x))(assert (bvslt (bvmul x y) y))(assert (bvult (bvmul x y) (bvnot y)))";
   const std::string declared =
-      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const p Bool)";
+      "(declare-const x (_ BitVec 8))(declare-const y (_ BitVec 8))(declare-const p Bool)"
+      "(define-fun q () Bool (not p))";  // where there is one, small ones may follow
   const std::string scripts[] = {declared + "(assert (or p (not p)))" + shared,
                                  declared + "(push)" + shared + "(pop)" + shared + "(assert (and p p))",
                                  declared + "(assert (and p p))" + shared + "(reset)" + declared + shared};

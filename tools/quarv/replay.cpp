@@ -243,6 +243,11 @@ class Replay {
   std::size_t num_definitions_ = 0;
 };
 
+bool is_decided(const TraceTerms& terms, TraceTerms::Id id) {
+  const Expression& e = terms.term(id);
+  return e.kind == Expression::operation && (e.op == "true" || e.op == "false");
+}
+
 /// How many assertions of the output are shown to be those of the input; says which ones are not. What a
 /// reader decides by itself takes no steps: its value tells.
 std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::vector<TraceTerms::Id>& output,
@@ -250,7 +255,7 @@ std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::ve
   std::size_t num = 0;
   for (std::size_t i = 0; i < std::min(written.size(), output.size()); ++i) {
     if (findings.closure.are_shown_equal(written[i], output[i]) ||
-        findings.have_equal_values(written[i], output[i])) {
+        (is_decided(findings.terms, output[i]) && findings.have_equal_values(written[i], output[i]))) {
       ++num;
     } else if (!quiet) {
       out << fmt::format("assertion {}: not shown to be equal to the output's\n", i + 1);
