@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
 """Installs the Python package by pip into a fresh virtual environment, without network, and uses it there.
 
-usage: pip_install.py SOURCE_DIR WORK_DIR
+usage: pip_install.py SOURCE_DIR WORK_DIR [CMAKE_ARGUMENT...]
 
-The build is kept in WORK_DIR, and does not optimise: whether what is built can be used does not depend on it. Exit status 77 where Python cannot make environments.
+The build is kept in WORK_DIR. Exit status 77 where Python cannot make environments.
 """
 import os
+import shlex
 import shutil
 import subprocess
 import sys
@@ -20,7 +21,7 @@ print((x * 1 + 0).simplify(), quarv.__version__)
 """
 
 
-def main(source, work):
+def main(source, work, cmake_arguments):
     work.mkdir(parents=True, exist_ok=True)
     environment = work / "environment"
     shutil.rmtree(environment, ignore_errors=True)
@@ -33,7 +34,7 @@ def main(source, work):
     subprocess.run(
         [python, "-m", "pip", "install", "--no-index", "--disable-pip-version-check", "--config-settings",
          f"build-dir={work / 'build'}", "--config-settings",
-         "cmake=-DCMAKE_CXX_FLAGS_RELEASE=-O0", source], env=clean, check=True)
+         f"cmake={shlex.join(cmake_arguments)}", source], env=clean, check=True)
     printed = subprocess.run([python, "-c", PROGRAM], env=clean, cwd="/", capture_output=True, text=True, check=True).stdout
     version = subprocess.run([python, "-m", "pip", "show", "quarv"], env=clean, capture_output=True, text=True,
                              check=True).stdout.split("Version: ")[1].split()[0]
@@ -44,4 +45,4 @@ def main(source, work):
 
 
 if __name__ == "__main__":
-    sys.exit(main(Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve()))
+    sys.exit(main(Path(sys.argv[1]).resolve(), Path(sys.argv[2]).resolve(), sys.argv[3:]))
