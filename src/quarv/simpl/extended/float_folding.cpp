@@ -134,8 +134,18 @@ const Term* fold_to_rational(TermManager& m, Args args) {
   return x && !x->is_nan() && !x->is_inf() ? m.make_number(exact_value(*x)) : nullptr;
 }
 
+/// Whether the sort has fewer values than that.
+bool has_fewer_values(const TermManager& m, const DataType* sort, std::size_t than) {
+  constexpr std::size_t most_bits = 32;
+  if (sort == m.bool_type) return than > 2;
+  if (sort == m.rounding_mode_type) return than > 5;
+  if (!m.is_bv_type(sort) || m.get_width_from_type(sort) >= most_bits) return false;
+  return than > std::size_t{1} << m.get_width_from_type(sort);
+}
+
 /// `distinct` of many arguments.
 const Term* simplify_distinct(TermManager& m, Args args) {
+  if (has_fewer_values(m, m.type_of(args[0]), args.size())) return m.false_term;
   hsh::HashSet<const Term*> seen;
   bool all_values = true;
   for (const Term* t : args) {

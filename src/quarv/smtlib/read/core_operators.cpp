@@ -80,17 +80,12 @@ const Term* equality(OperatorContext& c, Args a) {
   return c.manager.make_equal(a[0], a[1]);
 }
 
-/// Whether a sort has fewer values than there are terms of it.
+/// Whether a sort has fewer values than there are terms of it. Of two values pairs tell, of long lists the
+/// simplifiers.
 bool has_fewer_values(const TermManager& m, const DataType* sort, Args terms) {
-  constexpr std::size_t most_bits = 32;
-  std::size_t num_values = terms.size();
-  if (sort == m.bool_type) {
-    num_values = 2;
-  } else if (sort == m.rounding_mode_type) {
-    num_values = 5;
-  } else if (m.is_bv_type(sort) && m.get_width_from_type(sort) < most_bits) {
-    num_values = std::size_t{1} << m.get_width_from_type(sort);
-  }
+  const bool is_rounding_mode = sort == m.rounding_mode_type;
+  if (!is_rounding_mode && !(m.is_bv_type(sort) && m.get_width_from_type(sort) == 2)) return false;
+  const std::size_t num_values = is_rounding_mode ? 5 : 4;
   return terms.size() > num_values &&
          std::ranges::all_of(terms, [&](const Term* t) { return m.type_of(t) == sort; });
 }
@@ -98,9 +93,9 @@ bool has_fewer_values(const TermManager& m, const DataType* sort, Args terms) {
 /// Pairwise different. Few arguments are spelled out; many would need quadratically many pairs.
 const Term* distinct(OperatorContext& c, Args a) {
   TermManager& m = c.manager;
-  if (m.simplifier() != nullptr && has_fewer_values(m, m.type_of(a[0]), a)) return m.false_term;
   constexpr std::size_t few = 8;
   if (a.size() <= few) {
+    if (m.simplifier() != nullptr && has_fewer_values(m, m.type_of(a[0]), a)) return m.false_term;
     std::vector<const Term*> pairs;
     for (std::size_t i = 0; i < a.size(); ++i) {
       for (std::size_t j = i + 1; j < a.size(); ++j) {
