@@ -234,6 +234,7 @@ TEST_F(Replay, ShowsWhatBecomesOfEachOperator) {
 (declare-const c (_ BitVec 1))
 (declare-const a (Array Int Bool))
 (declare-const e (_ FloatingPoint 3 4))
+(declare-const m RoundingMode)
 (declare-const u U)
 (declare-fun g (Bool) Bool)
 (declare-fun f (Int) Int)

@@ -113,7 +113,7 @@ TermValues::Value TermValues::argument(const Expression& e, std::size_t i) {
 TermValues::Value TermValues::combined(Id id) {
   const Expression& e = terms_.term(id);
   if (e.kind == Expression::value) return literal(id);
-  if (const auto truth = constant(e)) return *truth;
+  if (const auto known = constant(e)) return *known;
   if (e.kind == Expression::function || e.args.empty()) return application(id);
   if (e.op == "!") return argument(e, 0);
   std::optional<Value> v;
@@ -135,8 +135,12 @@ TermValues::Value TermValues::combined(Id id) {
   return v ? *v : application(id);
 }
 
-/// The truth values.
+/// The truth values and the rounding modes.
 std::optional<TermValues::Value> TermValues::constant(const Expression& e) {
+  if (terms_.sort(e.sort).kind == TraceSort::rounding_mode) {
+    const auto mode = evaluation_.rounding_mode(e);
+    return mode ? std::optional(literal(e.sort, mode->number.get_num())) : std::nullopt;
+  }
   if (e.kind != Expression::operation || (e.op != "true" && e.op != "false")) return std::nullopt;
   return truth(e.op == "true" ? BitGraph::yes : BitGraph::no);
 }
@@ -148,9 +152,14 @@ TermValues::Value TermValues::literal(Id id) {
   const mpz_class& number = e.number.get_num();
   if (is_float(e)) return float_constant(sort, number);
   if (is_word(e)) return words_.constant(number, width(e));
+  return literal(e.sort, number);
+}
+
+/// A value that differs from all others of its sort.
+TermValues::Value TermValues::literal(std::size_t sort, const mpz_class& number) {
   Thing t;
   t.kind = Thing::literal;
-  return thing(std::move(t), "literal " + std::to_string(e.sort) + ' ' + number.get_str(32));
+  return thing(std::move(t), "literal " + std::to_string(sort) + ' ' + number.get_str(32));
 }
 
 /// The number that a constant is; nothing for other terms.

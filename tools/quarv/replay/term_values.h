@@ -106,6 +106,7 @@ class TermValues {
   Value current(Value v, bool is_word);
   std::optional<Value> constant(const Expression& e);
   Value literal(Id id);
+  Value literal(std::size_t sort, const mpz_class& number);
   std::optional<mpq_class> constant_number(Id id) const;
   std::vector<ConstantCase> constant_cases(Id root);
   std::optional<Value> evaluated(const Expression& e);

@@ -2,7 +2,9 @@
 /// Values of truth values and bit-vectors.
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 
+#include "reference/operations.h"
 #include "replay/term_values.h"
 
 namespace quarv::cli {
@@ -13,6 +15,20 @@ std::size_t index(const Expression& e, std::size_t i) {
   std::size_t number = 0;
   std::from_chars(e.indices[i].data(), e.indices[i].data() + e.indices[i].size(), number);
   return number;
+}
+
+bool has_fewer_values(const TraceSort& sort, std::size_t num) {
+  constexpr std::size_t most_bits = 32;
+  switch (sort.kind) {
+    case TraceSort::boolean:
+      return num > 2;
+    case TraceSort::rounding_mode:
+      return num > std::size(reference::rounding_mode_names);
+    case TraceSort::bit_vector:
+      return sort.width < most_bits && num > std::size_t{1} << sort.width;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
@@ -57,13 +73,7 @@ std::optional<TermValues::Value> TermValues::truth(const Expression& e) {
 BitGraph::Bit TermValues::equation(const Expression& e) {
   const Id first = static_cast<Id>(e.args[0]);
   const TraceSort& sort = terms_.sort_of(first);
-  constexpr std::size_t most_bits = 32;
-  const std::size_t num_bits = sort.kind == TraceSort::boolean      ? 1
-                               : sort.kind == TraceSort::bit_vector ? sort.width
-                                                                    : most_bits;
-  // There are not so many values.
-  if (e.op == "distinct" && num_bits < most_bits && e.args.size() > std::size_t{1} << num_bits)
-    return BitGraph::no;
+  if (e.op == "distinct" && has_fewer_values(sort, e.args.size())) return BitGraph::no;
   std::vector<Bit> all;
   for (std::size_t i = 0; i < e.args.size(); ++i) {
     for (std::size_t k = i + 1; k < e.args.size(); ++k) {

@@ -62,6 +62,8 @@ std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
   const bool of_words =
       std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); });
   if (n == 1 && of_words && e.op == "to_fp") return float_word(format, words_.bits(argument(e, 0)));
+  if (n == 2 && e.op == "to_fp" && terms_.term(static_cast<Id>(e.args[1])).sort == e.sort)
+    return argument(e, 1);
   if (n == 1 && e.op == "fp.neg") return negated_float(format, argument(e, 0), BitGraph::yes);
   if (n == 1 && e.op == "fp.abs") {
     Bits bits = words_.bits(argument(e, 0));
@@ -119,11 +121,12 @@ TermValues::Value TermValues::rounded_float(const Expression& e, const TraceSort
   t.args = {{argument(e, 0), is_word(static_cast<Id>(e.args[0]))}, {a, true}};
   Word rounded = application(std::move(t), e);
   const bool stays_finite = format.width > 64 || (std::size_t{1} << (format.width - 1)) >= format.significand;
-  if (stays_finite) {
-    const Encoding y = encoding(format, rounded);
-    const Word zero = words_.constant(0, words_.width(a));
-    rounded = words_.choice(graph_.either(y.nan, y.infinite), zero, rounded);
-  }
+  const Encoding y = encoding(format, rounded);
+  const Word zero = words_.constant(0, words_.width(a));
+  rounded = words_.choice(stays_finite ? graph_.either(y.nan, y.infinite) : y.nan, zero, rounded);
+  Bits bits = words_.bits(rounded);
+  bits.back() = words_.bits(a).back();  // the sign stays
+  rounded = words_.word(std::move(bits));
   return *integral_.insert(words_.choice(graph_.either(x.nan, graph_.either(x.infinite, x.zero)), a, rounded))
               .first;
 }
