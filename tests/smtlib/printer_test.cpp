@@ -48,6 +48,29 @@ TEST(Printer, KeepsCommandsInOrder) {
             "(declare-const p Bool)\n(assert true)\n(assert false)\n");
 }
 
+/// Also words that this reader does not reserve: the names of commands, and of kinds of literals.
+TEST(Printer, WritesReservedWordsWithBars) {
+  for (const std::string word : {"let", "_", "!", "match", "par", "assert", "check-sat", "reset", "STRING"}) {
+    const std::string name = '|' + word + '|';
+    const std::string named =
+        "(assert (! (or p q) :named " + name + "))\n(assert (or r (not " + name + ")))\n";
+    EXPECT_EQ(
+        simplified("(declare-fun p () Bool)\n(declare-fun q () Bool)\n(declare-fun r () Bool)\n" + named),
+        "(declare-fun p () Bool)\n(declare-fun q () Bool)\n(declare-fun r () Bool)\n" + named);
+    const std::string bound =
+        "(declare-fun f (Int) Int)\n(assert (forall ((" + name + " Int)) (= (f " + name + ") 0)))\n";
+    EXPECT_EQ(simplified(bound), bound);
+    const std::string defined = "(declare-fun p () Bool)\n(define-fun-rec " + name +
+                                " ((x Int)) Bool (or p (" + name + " (+ x 1))))\n(assert (" + name + " 0))\n";
+    EXPECT_EQ(simplified(defined), defined);
+  }
+  // Written without bars, too.
+  EXPECT_EQ(simplified("(declare-fun f (Int) Int)(define-fun-rec pop ((x Int)) Int (f (pop x)))(assert (= "
+                       "(pop 1) 0))"),
+            "(declare-fun f (Int) Int)\n(define-fun-rec |pop| ((x Int)) Int (f (|pop| x)))\n"
+            "(assert (= (|pop| 1) 0))\n");
+}
+
 TEST(Printer, Constants) {
   EXPECT_EQ(assertion(numbers, "(= x (- 5))"), "(= x (- 5))");
   EXPECT_EQ(assertion(numbers, "(= a 5)"), "(= a 5.0)");

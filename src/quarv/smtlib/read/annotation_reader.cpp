@@ -89,7 +89,7 @@ void Reader::finish_annotation() {
     // The names of an annotation follow those of the annotations in it.
     for (std::size_t i = new_names_.size(); i-- > 0;) {
       Binding& b = new_names_[i];
-      if (quoted(b.name->text) != a.text) continue;
+      if (quoted(*b.name) != a.text) continue;
       b.value = t;
       b.form = form;
       b.below_quantifier = num_quantifiers_ != 0;

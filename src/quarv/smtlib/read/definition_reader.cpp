@@ -246,8 +246,9 @@ void Reader::define_fun(Script& script, std::string_view keyword) {
   const bool calls_itself = mentions(written, name.text);
   c.text = keep(calls_itself ? std::string(heading) + ' ' : text);
   c.suffix = ")";
-  c.name =
-      c.text.substr(calls_itself ? c.text.find(quoted(name.text), keyword.size()) : name_start, name_size);
+  const std::string_view own_name(name.start, name.text.size() + (*name.start == '|' ? 2 : 0));
+  c.name = calls_itself ? c.text.substr(c.text.find(own_name, keyword.size() + 1), own_name.size())
+                        : c.text.substr(name_start, name_size);
   add_term(script, c, body, result, form);
   if (calls_itself) keep_text(script, script.terms.size() - 1, written);
   if (!script.forms.empty()) form = script.forms.back();

@@ -71,7 +71,7 @@ void Reader::bind_new_names(Script& script, const Place& before) {
     }
     names_.bind(*b.name, TermMeaning::of(t, b.form));
     script.named.push_back({script.commands.size() - 1, t});
-    if (b.below_quantifier) script.names_below_quantifiers.insert(quoted(b.name->text));
+    if (b.below_quantifier) script.names_below_quantifiers.insert(quoted(*b.name));
   }
 }
 

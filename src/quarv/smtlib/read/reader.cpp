@@ -201,19 +201,77 @@ std::size_t Reader::index_value(const Token& token) {
   return value;
 }
 
+/// Also of the words that the standard reserves and this reader does not: other readers do.
+bool Reader::needs_bars(std::string_view name) noexcept {
+  static constexpr std::string_view reserved[] = {
+      "!"sv,
+      "BINARY"sv,
+      "DECIMAL"sv,
+      "HEXADECIMAL"sv,
+      "NUMERAL"sv,
+      "STRING"sv,
+      "_"sv,
+      "as"sv,
+      "assert"sv,
+      "check-sat"sv,
+      "check-sat-assuming"sv,
+      "declare-const"sv,
+      "declare-datatype"sv,
+      "declare-datatypes"sv,
+      "declare-fun"sv,
+      "declare-sort"sv,
+      "define-fun"sv,
+      "define-fun-rec"sv,
+      "define-funs-rec"sv,
+      "define-sort"sv,
+      "echo"sv,
+      "exists"sv,
+      "exit"sv,
+      "forall"sv,
+      "get-assertions"sv,
+      "get-assignment"sv,
+      "get-info"sv,
+      "get-model"sv,
+      "get-option"sv,
+      "get-proof"sv,
+      "get-unsat-assumptions"sv,
+      "get-unsat-core"sv,
+      "get-value"sv,
+      "let"sv,
+      "match"sv,
+      "par"sv,
+      "pop"sv,
+      "push"sv,
+      "reset"sv,
+      "reset-assertions"sv,
+      "set-info"sv,
+      "set-logic"sv,
+      "set-option"sv,
+  };
+  static_assert(std::ranges::is_sorted(reserved));
+  return name.empty() || (name[0] >= '0' && name[0] <= '9') ||
+         !std::all_of(name.begin(), name.end(), Lexer::is_symbol_char) ||
+         std::ranges::binary_search(reserved, name);
+}
+
 void Reader::append_quoted(std::string& text, std::string_view name) {
-  const bool simple = !name.empty() && !(name[0] >= '0' && name[0] <= '9') &&
-                      std::all_of(name.begin(), name.end(), Lexer::is_symbol_char) &&
-                      !is_reserved({TokenKind::symbol, name.data(), name});
-  if (!simple) text += '|';
+  const bool bars = needs_bars(name);
+  if (bars) text += '|';
   text += name;
-  if (!simple) text += '|';
+  if (bars) text += '|';
 }
 
 std::string Reader::quoted(std::string_view name) {
   std::string text;
   append_quoted(text, name);
   return text;
+}
+
+/// A name that is a reserved word is looked up with the first of its bars.
+std::string Reader::quoted(const TermNames::Name& name) {
+  std::string_view text = name.text;
+  if (text.starts_with('|')) text.remove_prefix(1);
+  return quoted(text);
 }
 
 std::string_view Reader::keep(std::string_view text) {

@@ -128,6 +128,7 @@ class QUARV_API Reader {
   static bool is_reserved_word(std::string_view word) noexcept;
   /// The reader's way of printing a name: quoted when it is not a simple symbol.
   static std::string quoted(std::string_view name);
+  static bool needs_bars(std::string_view name) noexcept;
   static void append_quoted(std::string& text, std::string_view name);
 
   /// A state of the session, and of what this reader has read.
@@ -364,6 +365,7 @@ class QUARV_API Reader {
   bool is_bound_twice(TermNames::Name& name);
   Binding* new_name(const TermNames::Name* name) noexcept;
   std::string_view lookup_text(const Token& name);
+  static std::string quoted(const TermNames::Name& name);
   TermMeaning meaning_of(const Token& name);
   const Symbol* session_symbol(const Token& name, const TermNames::Name* known) const;
 

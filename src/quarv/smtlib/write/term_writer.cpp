@@ -27,9 +27,7 @@ void OutputBuffer::flush() {
 }
 
 void write_name(OutputBuffer& out, std::string_view name) {
-  bool simple = !name.empty() && !(name[0] >= '0' && name[0] <= '9');
-  for (char c : name) simple = simple && Lexer::is_symbol_char(c);
-  if (simple && !Reader::is_reserved_word(name)) return out.put(name);
+  if (!Reader::needs_bars(name)) return out.put(name);
   out.put('|');
   out.put(name);
   out.put('|');
