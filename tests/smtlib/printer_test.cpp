@@ -50,7 +50,7 @@ TEST(Printer, KeepsCommandsInOrder) {
 
 /// Also words that this reader does not reserve: the names of commands, and of kinds of literals.
 TEST(Printer, WritesReservedWordsWithBars) {
-  for (const std::string word : {"let", "_", "!", "match", "par", "assert", "check-sat", "reset", "STRING"}) {
+  for (const std::string word : {"let", "_", "!", "match", "as", "assert", "check-sat", "reset", "STRING"}) {
     const std::string name = '|' + word + '|';
     const std::string named =
         "(assert (! (or p q) :named " + name + "))\n(assert (or r (not " + name + ")))\n";
