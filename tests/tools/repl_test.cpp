@@ -50,7 +50,7 @@ TEST_F(Program, DialogueHasHelpAndAnEnd) {
   EXPECT_EQ(run("$quarv repl", "quit\ntrue\n").out, "");
   // They are names like others.
   EXPECT_EQ(run("$quarv repl", "(declare-const help Int)\n(declare-const exit Int)\nhelp\nexit\n").out,
-            "help\nexit\n");
+            "help\n|exit|\n");
   EXPECT_EQ(run("$quarv repl", "help me\n").status, 1);
 }
 
