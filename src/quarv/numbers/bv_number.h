@@ -136,7 +136,7 @@ class QUARV_API BVNumber {
     if (n == 0) {
       *out = x;
     } else if (x.is_small() && n <= max_word_power &&
-               static_cast<unsigned long>(x.small_num()) >> (63 - n) == 0) {
+               static_cast<std::uint64_t>(x.small_num()) >> (63 - n) == 0) {
       bits::Word word = to_word(x);
       bits::shift_left(word, n);
       *out = small(word);
@@ -158,7 +158,7 @@ class QUARV_API BVNumber {
     }
   }
 
-  /// out = a op b for a bitwise operation, which is given twice: on words as `lop(long, long)` and on GMP
+  /// out = a op b for a bitwise operation, which is given twice: on words as `lop(a, b)` and on GMP
   /// integers as `mop(result, a, b)`, where the result may be an operand. The pairs in use are `bit_and_l`
   /// and `mpz_and`, `bit_or_l` and `mpz_ior`, `bit_xor_l` and `mpz_xor`.
   template <class LongOp, class MpzOp>
@@ -173,21 +173,21 @@ class QUARV_API BVNumber {
     out->set_integer(QNumber::gmp_tmp[0]);
   }
 
-  static long bit_and_l(long a, long b) { return on_words(bits::and_with, a, b); }
-  static long bit_or_l(long a, long b) { return on_words(bits::or_with, a, b); }
-  static long bit_xor_l(long a, long b) { return on_words(bits::xor_with, a, b); }
+  static std::int64_t bit_and_l(std::int64_t a, std::int64_t b) { return on_words(bits::and_with, a, b); }
+  static std::int64_t bit_or_l(std::int64_t a, std::int64_t b) { return on_words(bits::or_with, a, b); }
+  static std::int64_t bit_xor_l(std::int64_t a, std::int64_t b) { return on_words(bits::xor_with, a, b); }
 
  private:
   /// The greatest power of two that the word paths form before they look at the operand.
   static constexpr std::size_t max_word_power = 61;
 
   /// The number that a word is, read as a signed one.
-  static QNumber small(bits::Word x) { return QNumber(static_cast<long>(x)); }
+  static QNumber small(bits::Word x) { return QNumber(static_cast<std::int64_t>(x)); }
 
-  static long on_words(void op(bits::Word&, bits::Word), long a, long b) {
+  static std::int64_t on_words(void op(bits::Word&, bits::Word), std::int64_t a, std::int64_t b) {
     bits::Word x = static_cast<bits::Word>(a);
     op(x, static_cast<bits::Word>(b));
-    return static_cast<long>(x);
+    return static_cast<std::int64_t>(x);
   }
 
   /// The numerator as a GMP integer: that of a small number is put into `gmp_tmp[0]`.

@@ -1,4 +1,3 @@
-#include <atomic>
 #include <cstdint>
 #include <utility>
 
@@ -6,42 +5,45 @@
 
 namespace quarv {
 
-long gcd_cache[gcd_cache_size][gcd_cache_size];
+std::int64_t gcd_cache[gcd_cache_size][gcd_cache_size];
 
 namespace {
 
 // Threads share the table. An array of atomics would be filled at every start by compilers that do not see
-// that it is zero.
-std::atomic_ref<long> entry(unsigned long x, unsigned long y) {
-  return std::atomic_ref<long>(gcd_cache[x][y]);
+// that it is zero; std::atomic_ref is not in every library of C++20.
+std::int64_t entry(std::uint64_t x, std::uint64_t y) {
+  return __atomic_load_n(&gcd_cache[x][y], __ATOMIC_RELAXED);
+}
+
+void set_entry(std::uint64_t x, std::uint64_t y, std::int64_t divisor) {
+  __atomic_store_n(&gcd_cache[x][y], divisor, __ATOMIC_RELAXED);
 }
 
 // Computes gcd(x, y) by Euclid's algorithm and writes it to the entries (x, y) and (y, x).
-void fill_gcd_cache(unsigned long x, unsigned long y) {
-  unsigned long divisor = x;
-  unsigned long rest = y;
+void fill_gcd_cache(std::uint64_t x, std::uint64_t y) {
+  std::uint64_t divisor = x;
+  std::uint64_t rest = y;
   while (rest != 0) {
-    const unsigned long remainder = divisor % rest;
+    const std::uint64_t remainder = divisor % rest;
     divisor = rest;
     rest = remainder;
   }
-  entry(x, y).store(static_cast<long>(divisor), std::memory_order_relaxed);
-  entry(y, x).store(static_cast<long>(divisor), std::memory_order_relaxed);
+  set_entry(x, y, static_cast<std::int64_t>(divisor));
+  set_entry(y, x, static_cast<std::int64_t>(divisor));
 }
 
 // gcd(x, y), if x and y are small enough for the cache and the entry is known, otherwise 0. An entry that
 // could be known but is not is filled. y is not 0.
-unsigned long look_up_gcd(unsigned long x, unsigned long y) {
+std::uint64_t look_up_gcd(std::uint64_t x, std::uint64_t y) {
   if ((x | y) >= gcd_cache_size) return 0;
-  if (const long known = entry(x, y).load(std::memory_order_relaxed); known != 0)
-    return static_cast<unsigned long>(known);
+  if (const std::int64_t known = entry(x, y); known != 0) return static_cast<std::uint64_t>(known);
   fill_gcd_cache(x, y);
   return 0;
 }
 
 // Divisions of 32-bit words are the faster ones, and two turns of the loop in a row need no exchange of
 // variables.
-[[gnu::noinline]] unsigned long computed_gcd(unsigned long x, unsigned long y) {
+[[gnu::noinline]] std::uint64_t computed_gcd(std::uint64_t x, std::uint64_t y) {
   if (y == 0) return x;
   while (((x | y) >> 32) != 0) {
     x %= y;
@@ -51,10 +53,10 @@ unsigned long look_up_gcd(unsigned long x, unsigned long y) {
   auto a = static_cast<std::uint32_t>(x);
   auto b = static_cast<std::uint32_t>(y);
   for (;;) {
-    if (const unsigned long known = look_up_gcd(a, b); known != 0) return known;
+    if (const std::uint64_t known = look_up_gcd(a, b); known != 0) return known;
     a %= b;
     if (a == 0) return b;
-    if (const unsigned long known = look_up_gcd(b, a); known != 0) return known;
+    if (const std::uint64_t known = look_up_gcd(b, a); known != 0) return known;
     b %= a;
     if (b == 0) return a;
   }
@@ -63,10 +65,9 @@ unsigned long look_up_gcd(unsigned long x, unsigned long y) {
 }  // namespace
 
 // What is known, the usual case, needs no register saved.
-unsigned long cached_gcd(unsigned long x, unsigned long y) {
+std::uint64_t cached_gcd(std::uint64_t x, std::uint64_t y) {
   if ((x | y) < gcd_cache_size) {
-    if (const long known = entry(x, y).load(std::memory_order_relaxed); known != 0)
-      return static_cast<unsigned long>(known);
+    if (const std::int64_t known = entry(x, y); known != 0) return static_cast<std::uint64_t>(known);
   }
   return computed_gcd(x, y);
 }

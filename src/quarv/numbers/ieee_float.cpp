@@ -46,9 +46,9 @@ IEEEFloat IEEEFloat::from_bits(const QNumber& bits, format f) {
 }
 
 QNumber IEEEFloat::get_bits() const {
-  if (kind() == word32) return QNumber(static_cast<long>(word32_));
+  if (kind() == word32) return QNumber(static_cast<std::int64_t>(word32_));
   if (kind() != word64) return number_;
-  if (static_cast<long>(word64_) >= 0) return QNumber(static_cast<long>(word64_));
+  if (static_cast<std::int64_t>(word64_) >= 0) return QNumber(static_cast<std::int64_t>(word64_));
   const mp_limb_t limb = word64_;
   mpz_t integer;
   return QNumber::from_integer(mpz_roinit_n(integer, &limb, 1));

@@ -17,7 +17,7 @@ QNumber saturated(bool negative, std::size_t width) {
   if (width == 0) return QNumber();
   if (width < 64) {
     const std::uint64_t word = std::uint64_t{1} << (negative ? width - 1 : width);
-    return QNumber(negative ? -static_cast<long>(word) : static_cast<long>(word - 1));
+    return QNumber(negative ? -static_cast<std::int64_t>(word) : static_cast<std::int64_t>(word - 1));
   }
   mpz_class bound;
   mpz_setbit(bound.get_mpz_t(), negative ? width - 1 : width);
@@ -38,7 +38,7 @@ template <class S>
 QNumber signed_number(bool negative, const S& integer, BitCount shift) {
   if (swflt::is_zero(integer)) return QNumber();
   if (swflt::bit_length(integer) + shift < 64) {
-    const auto word = static_cast<long>(swflt::convert_significand<std::uint64_t>(integer) << shift);
+    const auto word = static_cast<std::int64_t>(swflt::convert_significand<std::uint64_t>(integer) << shift);
     return QNumber(negative ? -word : word);
   }
   mpz_class value = swflt::convert_significand<mpz_class>(integer) << shift;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 #include <type_traits>
 
 namespace quarv {
@@ -15,7 +16,7 @@ concept BoolOrCharacter = std::same_as<T, bool> || std::same_as<T, char> || std:
 
 /// Unscoped enumerations, which stand for integers; scoped ones do not.
 template <class T>
-concept UnscopedEnum = std::is_enum_v<T> && std::is_convertible_v<T, long>;
+concept UnscopedEnum = std::is_enum_v<T> && std::is_convertible_v<T, std::int64_t>;
 
 /// Types whose values are integers: those of C++ (`signed char` and `unsigned char`, which are `int8_t` and
 /// `uint8_t`, among them), 128-bit integers, and unscoped enumerations.
@@ -25,6 +26,6 @@ concept Integer = UnscopedEnum<T> || std::same_as<T, __int128> || std::same_as<T
 
 /// Built-in types whose values C++ would silently cut to an integer: floating point, `bool` and characters.
 template <class T>
-concept NotAnInteger = !Integer<T> && !std::is_class_v<T> && std::is_convertible_v<T, long>;
+concept NotAnInteger = !Integer<T> && !std::is_class_v<T> && std::is_convertible_v<T, std::int64_t>;
 
 }  // namespace quarv

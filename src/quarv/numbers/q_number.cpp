@@ -29,7 +29,7 @@ void set_sum(mpz_ptr sum, mpz_srcptr x, mpz_srcptr y) {
 
 // Whether an integer may be a word of a small number.
 bool fits_small(mpz_srcptr x) {
-  return mpz_size(x) < 2 && mpz_fits_slong_p(x) != 0 && mpz_cmp_si(x, LONG_MIN) != 0;
+  return mpz_size(x) < 2 && mpz_fits_slong_p(x) != 0 && mpz_cmp_si(x, INT64_MIN) != 0;
 }
 
 // A pair of integers that the two calls initialise one after the other. GMP throws where the program has told
@@ -79,7 +79,7 @@ QNumber::Words QNumber::new_block() {
   Block* const block = new Block;
   mpz_init(mpq_numref(block));
   mpz_init(mpq_denref(block));
-  return {reinterpret_cast<long>(block), 0};
+  return {reinterpret_cast<std::int64_t>(block), 0};
 }
 
 // The words of a big number, a copy.
@@ -87,21 +87,21 @@ QNumber::Words QNumber::new_block(mpz_srcptr num, mpz_srcptr den) {
   scratch_owner.used = true;
   Block* const block = make_block([num](mpz_ptr part) { mpz_init_set(part, num); },
                                   [den](mpz_ptr part) { mpz_init_set(part, den); });
-  return {reinterpret_cast<long>(block), 0};
+  return {reinterpret_cast<std::int64_t>(block), 0};
 }
 
 // The words of a big integer.
 QNumber::Words QNumber::wide_integer(unsigned __int128 size, bool negative) {
   Block* const block = make_block(
       [=](mpz_ptr part) {
-        const unsigned long words[] = {static_cast<unsigned long>(size),
-                                       static_cast<unsigned long>(size >> 64)};
+        const std::uint64_t words[] = {static_cast<std::uint64_t>(size),
+                                       static_cast<std::uint64_t>(size >> 64)};
         mpz_init2(part, 128);
-        mpz_import(part, 2, -1, sizeof(unsigned long), 0, 0, words);
+        mpz_import(part, 2, -1, sizeof(std::uint64_t), 0, 0, words);
         if (negative) mpz_neg(part, part);
       },
       [](mpz_ptr part) { mpz_init_set_ui(part, 1); });
-  return {reinterpret_cast<long>(block), 0};
+  return {reinterpret_cast<std::int64_t>(block), 0};
 }
 
 QNumber::QNumber(mpz_srcptr num, mpz_srcptr den, bool canonicalize) : QNumber(new_block(num, den)) {
@@ -134,10 +134,10 @@ void QNumber::set_integer(mpz_srcptr value) {
   }
 }
 
-void QNumber::become_big(long num, long den) {
+void QNumber::become_big(std::int64_t num, std::int64_t den) {
   Block* const block = make_block([num](mpz_ptr part) { mpz_init_set_si(part, num); },
                                   [den](mpz_ptr part) { mpz_init_set_si(part, den); });
-  set_words({reinterpret_cast<long>(block), 0});
+  set_words({reinterpret_cast<std::int64_t>(block), 0});
 }
 
 void QNumber::free_block() noexcept {
@@ -189,7 +189,7 @@ QNumber QNumber::demoted() const {
 
 QNumber QNumber::floor() const {
   if (den_ != 0) {
-    const long quotient = num_ / den_;
+    const std::int64_t quotient = num_ / den_;
     return QNumber(Words{num_ % den_ < 0 ? quotient - 1 : quotient, 1});
   }
   mpz_fdiv_q(gmp_tmp[0], big_num(), big_den());
@@ -211,7 +211,7 @@ std::size_t QNumber::hash_big() const {
     const mp_limb_t* const limbs = mpz_limbs_read(part);
     const std::size_t size = mpz_size(part);
     for (std::size_t i = 0; i < size; ++i) {
-      result = hash_words(static_cast<long>(result ^ limbs[i]), static_cast<long>(2 * i + 1));
+      result = hash_words(static_cast<std::int64_t>(result ^ limbs[i]), static_cast<std::int64_t>(2 * i + 1));
     }
   }
   return result;
@@ -224,17 +224,17 @@ std::size_t QNumber::hash_big() const {
 template <bool subtract>
 bool QNumber::small_sum(const QNumber& x, const QNumber& y, Words* sum) {
   if (x.den_ == 0 || y.den_ == 0) return false;
-  const auto g = static_cast<long>(cached_gcd(magnitude(x.den_), magnitude(y.den_)));
-  const long b = g == 1 ? x.den_ : x.den_ / g;
-  const long d = g == 1 ? y.den_ : y.den_ / g;
-  long left, right, num;
+  const auto g = static_cast<std::int64_t>(cached_gcd(magnitude(x.den_), magnitude(y.den_)));
+  const std::int64_t b = g == 1 ? x.den_ : x.den_ / g;
+  const std::int64_t d = g == 1 ? y.den_ : y.den_ / g;
+  std::int64_t left, right, num;
   if (!word_product(x.num_, d, &left) || !word_product(y.num_, b, &right) ||
       !word_sum<subtract>(left, right, &num)) {
     return false;
   }
-  const auto cancelled = g == 1 ? 1 : static_cast<long>(cached_gcd(magnitude(num), magnitude(g)));
+  const auto cancelled = g == 1 ? 1 : static_cast<std::int64_t>(cached_gcd(magnitude(num), magnitude(g)));
   sum->num = cancelled == 1 ? num : num / cancelled;
-  return sum->num != LONG_MIN && word_product(cancelled == 1 ? y.den_ : y.den_ / cancelled, b, &sum->den);
+  return sum->num != INT64_MIN && word_product(cancelled == 1 ? y.den_ : y.den_ / cancelled, b, &sum->den);
 }
 
 template <bool subtract>
@@ -275,18 +275,18 @@ template <bool subtract>
 void QNumber::add_words(Words y) {
   const mpz_ptr a = mpq_numref(block());
   const mpz_ptr b = mpq_denref(block());
-  const unsigned long c = magnitude(y.num);
+  const std::uint64_t c = magnitude(y.num);
   const bool decrease = (y.num < 0) != subtract;
   if (y.den == 1 && is_one(b)) {
     decrease ? mpz_sub_ui(a, a, c) : mpz_add_ui(a, a, c);
     return;
   }
-  const unsigned long d = magnitude(y.den);
-  const unsigned long g = mpz_gcd_ui(nullptr, b, d);
+  const std::uint64_t d = magnitude(y.den);
+  const std::uint64_t g = mpz_gcd_ui(nullptr, b, d);
   if (g != 1) mpz_divexact_ui(b, b, g);
   if (d != g) mpz_mul_ui(a, a, d / g);
   decrease ? mpz_submul_ui(a, b, c) : mpz_addmul_ui(a, b, c);
-  const unsigned long cancelled = g == 1 ? 1 : mpz_gcd_ui(nullptr, a, g);
+  const std::uint64_t cancelled = g == 1 ? 1 : mpz_gcd_ui(nullptr, a, g);
   if (cancelled != 1) mpz_divexact_ui(a, a, cancelled);
   if (d != cancelled) mpz_mul_ui(b, b, d / cancelled);
 }
@@ -336,8 +336,8 @@ void QNumber::big_sum(mpq_srcptr x, mpq_srcptr y, mpq_ptr sum) {
 // Returns false if an operand is big or a product does not fit.
 bool QNumber::small_product(const QNumber& x, const QNumber& y, Words* product) {
   if (x.den_ == 0 || y.den_ == 0) return false;
-  const auto g1 = static_cast<long>(cached_gcd(magnitude(x.num_), magnitude(y.den_)));
-  const auto g2 = static_cast<long>(cached_gcd(magnitude(y.num_), magnitude(x.den_)));
+  const auto g1 = static_cast<std::int64_t>(cached_gcd(magnitude(x.num_), magnitude(y.den_)));
+  const auto g2 = static_cast<std::int64_t>(cached_gcd(magnitude(y.num_), magnitude(x.den_)));
   return word_product(x.num_ / g1, y.num_ / g2, &product->num) &&
          word_product(x.den_ / g2, y.den_ / g1, &product->den);
 }
@@ -376,12 +376,12 @@ void QNumber::mul_words(Words y) {
     mpz_set_ui(b, 1);
     return;
   }
-  const unsigned long d = magnitude(y.den);
-  const unsigned long g1 = d == 1 ? 1 : mpz_gcd_ui(nullptr, a, d);
-  const unsigned long g2 = is_one(b) ? 1 : mpz_gcd_ui(nullptr, b, magnitude(y.num));
+  const std::uint64_t d = magnitude(y.den);
+  const std::uint64_t g1 = d == 1 ? 1 : mpz_gcd_ui(nullptr, a, d);
+  const std::uint64_t g2 = is_one(b) ? 1 : mpz_gcd_ui(nullptr, b, magnitude(y.num));
   if (g1 != 1) mpz_divexact_ui(a, a, g1);
   if (g2 != 1) mpz_divexact_ui(b, b, g2);
-  mpz_mul_si(a, a, y.num / static_cast<long>(g2));
+  mpz_mul_si(a, a, y.num / static_cast<std::int64_t>(g2));
   if (d != g1) mpz_mul_ui(b, b, d / g1);
 }
 
@@ -436,7 +436,7 @@ void QNumber::addmul_big(const QNumber& a, const QNumber& b) {
     mpz_addmul(mpq_numref(block()), big.big_num(), other.big_num());
     return;
   }
-  const long factor = other.num_;  // it may be that of this number, which changes its form
+  const std::int64_t factor = other.num_;  // it may be that of this number, which changes its form
   become_big();
   if (factor < 0) {
     mpz_submul_ui(mpq_numref(block()), big.big_num(), magnitude(factor));
@@ -468,9 +468,9 @@ QNumber QNumber::gcd_big(const QNumber& a, const QNumber& b) {
     return QNumber(gmp_tmp[0], &integer_one, false);
   }
   const QNumber& big = a.den_ == 0 ? a : b;
-  const long small = a.den_ == 0 ? b.num_ : a.num_;
+  const std::int64_t small = a.den_ == 0 ? b.num_ : a.num_;
   if (small == 0) return big.sign() < 0 ? big.neg() : big;
-  return QNumber(Words{static_cast<long>(mpz_gcd_ui(nullptr, big.big_num(), magnitude(small))), 1});
+  return QNumber(Words{static_cast<std::int64_t>(mpz_gcd_ui(nullptr, big.big_num(), magnitude(small))), 1});
 }
 
 QNumber QNumber::lcm_big(const QNumber& a, const QNumber& b) {

@@ -4,11 +4,11 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
 
-#include <climits>
 #include <gmp.h>
 #include <gmpxx.h>
 
@@ -46,9 +46,10 @@ class QUARV_API QNumber {
   QNumber() noexcept : num_(0), den_(1) {}
 
   /// The integer `value`.
-  QNumber(long value) : num_(value), den_(1) {  // NOLINT: numbers convert from words wherever they meet
-    if (value == LONG_MIN) [[unlikely]]
-      become_big(LONG_MIN, 1);
+  QNumber(std::int64_t value)
+      : num_(value), den_(1) {  // NOLINT: numbers convert from words wherever they meet
+    if (value == INT64_MIN) [[unlikely]]
+      become_big(INT64_MIN, 1);
   }
 
   /// The integer `value`, of whatever width and sign.
@@ -62,7 +63,7 @@ class QUARV_API QNumber {
   /// The fraction num/den, reduced.
   ///
   /// \pre den != 0
-  QNumber(long num, long den);
+  QNumber(std::int64_t num, std::int64_t den);
 
   /// Likewise, of integers of whatever width and sign; in small form when it fits.
   ///
@@ -70,7 +71,7 @@ class QUARV_API QNumber {
   template <Integer Num, Integer Den>
   QNumber(Num num, Den den) : QNumber() {
     if constexpr (is_word<Num> && is_word<Den>) {
-      *this = QNumber(static_cast<long>(num), static_cast<long>(den));
+      *this = QNumber(static_cast<std::int64_t>(num), static_cast<std::int64_t>(den));
     } else {
       *this = (QNumber(num) / QNumber(den)).demoted();
     }
@@ -150,13 +151,13 @@ class QUARV_API QNumber {
   int sign() const { return den_ != 0 ? (num_ > 0) - (num_ < 0) : mpz_sgn(big_num()); }
 
   /// Numerator word. \pre is_small()
-  long small_num() const {
+  std::int64_t small_num() const {
     assert(den_ != 0);
     return num_;
   }
 
   /// Denominator word. \pre is_small()
-  long small_den() const {
+  std::int64_t small_den() const {
     assert(den_ != 0);
     return den_;
   }
@@ -196,7 +197,7 @@ class QUARV_API QNumber {
   QNumber operator-() const { return neg(); }
 
   QNumber& operator+=(const QNumber& y) {
-    if (long sum; integer_sum<false>(*this, y, &sum)) {
+    if (std::int64_t sum; integer_sum<false>(*this, y, &sum)) {
       num_ = sum;
     } else {
       add_general<false>(y);
@@ -205,7 +206,7 @@ class QUARV_API QNumber {
   }
 
   QNumber& operator-=(const QNumber& y) {
-    if (long difference; integer_sum<true>(*this, y, &difference)) {
+    if (std::int64_t difference; integer_sum<true>(*this, y, &difference)) {
       num_ = difference;
     } else {
       add_general<true>(y);
@@ -214,7 +215,7 @@ class QUARV_API QNumber {
   }
 
   QNumber& operator*=(const QNumber& y) {
-    if (long product; integer_product(*this, y, &product)) {
+    if (std::int64_t product; integer_product(*this, y, &product)) {
       num_ = product;
     } else {
       mul_general(y);
@@ -255,10 +256,10 @@ class QUARV_API QNumber {
   }
 
   friend QNumber operator+(const QNumber& a, const QNumber& b) {
-    if (long sum; integer_sum<false>(a, b, &sum)) return QNumber(Words{sum, 1});
+    if (std::int64_t sum; integer_sum<false>(a, b, &sum)) return QNumber(Words{sum, 1});
     return QNumber(sum_general<false>(a, b));
   }
-  friend QNumber operator+(const QNumber& a, long b) { return a + QNumber(b); }
+  friend QNumber operator+(const QNumber& a, std::int64_t b) { return a + QNumber(b); }
   template <Integer T>
   friend QNumber operator+(const QNumber& a, T b) {
     return a + QNumber(b);
@@ -266,10 +267,10 @@ class QUARV_API QNumber {
   template <NotAnInteger T>
   friend QNumber operator+(const QNumber& a, T b) = delete;
   friend QNumber operator-(const QNumber& a, const QNumber& b) {
-    if (long difference; integer_sum<true>(a, b, &difference)) return QNumber(Words{difference, 1});
+    if (std::int64_t difference; integer_sum<true>(a, b, &difference)) return QNumber(Words{difference, 1});
     return QNumber(sum_general<true>(a, b));
   }
-  friend QNumber operator-(const QNumber& a, long b) { return a - QNumber(b); }
+  friend QNumber operator-(const QNumber& a, std::int64_t b) { return a - QNumber(b); }
   template <Integer T>
   friend QNumber operator-(const QNumber& a, T b) {
     return a - QNumber(b);
@@ -277,7 +278,7 @@ class QUARV_API QNumber {
   template <NotAnInteger T>
   friend QNumber operator-(const QNumber& a, T b) = delete;
   friend QNumber operator*(const QNumber& a, const QNumber& b) {
-    if (long product; integer_product(a, b, &product)) return QNumber(Words{product, 1});
+    if (std::int64_t product; integer_product(a, b, &product)) return QNumber(Words{product, 1});
     return QNumber(product_general(a, b));
   }
   /// \pre b is not 0
@@ -299,14 +300,14 @@ class QUARV_API QNumber {
   friend bool operator>(const QNumber& a, const QNumber& b) { return b < a; }
   friend bool operator<=(const QNumber& a, const QNumber& b) { return !(b < a); }
   friend bool operator>=(const QNumber& a, const QNumber& b) { return !(a < b); }
-  friend bool operator>=(const QNumber& a, long b) { return a >= QNumber(b); }
+  friend bool operator>=(const QNumber& a, std::int64_t b) { return a >= QNumber(b); }
   template <Integer T>
   friend bool operator>=(const QNumber& a, T b) {
     return a >= QNumber(b);
   }
   template <NotAnInteger T>
   friend bool operator>=(const QNumber& a, T b) = delete;
-  friend bool operator<=(long a, const QNumber& b) { return QNumber(a) <= b; }
+  friend bool operator<=(std::int64_t a, const QNumber& b) { return QNumber(a) <= b; }
   template <Integer T>
   friend bool operator<=(T a, const QNumber& b) {
     return QNumber(a) <= b;
@@ -317,12 +318,12 @@ class QUARV_API QNumber {
   /// The greatest common divisor of two integers, never negative; gcd(x, 0) = |x|.
   friend QNumber gcd(const QNumber& a, const QNumber& b) {
     if (a.den_ == 0 || b.den_ == 0) return gcd_big(a, b);
-    return QNumber(Words{static_cast<long>(cached_gcd(magnitude(a.num_), magnitude(b.num_))), 1});
+    return QNumber(Words{static_cast<std::int64_t>(cached_gcd(magnitude(a.num_), magnitude(b.num_))), 1});
   }
 
   /// The least common multiple of two integers, never negative; lcm(x, 0) = 0.
   friend QNumber lcm(const QNumber& a, const QNumber& b) {
-    long multiple;
+    std::int64_t multiple;
     if (a.den_ == 0 || b.den_ == 0 || !small_lcm(a.num_, b.num_, &multiple)) return lcm_big(a, b);
     return QNumber(Words{multiple, 1});
   }
@@ -333,8 +334,8 @@ class QUARV_API QNumber {
 
   /// The two words of a number, of whatever form.
   struct Words {
-    long num;
-    long den;
+    std::int64_t num;
+    std::int64_t den;
   };
 
   /// Takes over the words of a number.
@@ -343,7 +344,8 @@ class QUARV_API QNumber {
   /// Whether all values of an integer type are words.
   template <Integer T>
   static constexpr bool is_word = std::is_integral_v<T> &&
-                                  (sizeof(T) < sizeof(long) || (sizeof(T) == sizeof(long) && T(-1) < T(0)));
+                                  (sizeof(T) < sizeof(std::int64_t) ||
+                                   (sizeof(T) == sizeof(std::int64_t) && T(-1) < T(0)));
 
   /// The words of an integer.
   template <Integer T>
@@ -351,16 +353,17 @@ class QUARV_API QNumber {
     if constexpr (UnscopedEnum<T>) {
       return words_of(+value);
     } else if constexpr (is_word<T>) {
-      const auto word = static_cast<long>(value);  // NOLINT: a signed char is an integer like any other
-      if (word != LONG_MIN) [[likely]]
+      const auto word =
+          static_cast<std::int64_t>(value);  // NOLINT: a signed char is an integer like any other
+      if (word != INT64_MIN) [[likely]]
         return {word, 1};
-      return wide_integer(magnitude(LONG_MIN), true);
+      return wide_integer(magnitude(INT64_MIN), true);
     } else {
       const bool negative = value < T(0);
       const auto bits = static_cast<unsigned __int128>(value);
       const unsigned __int128 size = negative ? -bits : bits;
-      if (size > static_cast<unsigned long>(LONG_MAX)) return wide_integer(size, negative);
-      const auto word = static_cast<long>(size);
+      if (size > static_cast<std::uint64_t>(INT64_MAX)) return wide_integer(size, negative);
+      const auto word = static_cast<std::int64_t>(size);
       return {negative ? -word : word, 1};
     }
   }
@@ -383,43 +386,44 @@ class QUARV_API QNumber {
 
   QNumber small_reciprocal() const { return QNumber(num_ < 0 ? Words{-den_, -num_} : Words{den_, num_}); }
 
-  static unsigned long magnitude(long x) {
-    return x < 0 ? -static_cast<unsigned long>(x) : static_cast<unsigned long>(x);
+  static std::uint64_t magnitude(std::int64_t x) {
+    return x < 0 ? -static_cast<std::uint64_t>(x) : static_cast<std::uint64_t>(x);
   }
 
   /// The sum (or difference), if it is a word; it may be -2^63.
   template <bool subtract>
-  static bool word_sum(long x, long y, long* sum) {
+  static bool word_sum(std::int64_t x, std::int64_t y, std::int64_t* sum) {
     return subtract ? !__builtin_sub_overflow(x, y, sum) : !__builtin_add_overflow(x, y, sum);
   }
 
   /// The product, if its magnitude is at most 2^63 - 1.
-  static bool word_product(long x, long y, long* product) {
-    return !__builtin_mul_overflow(x, y, product) && *product != LONG_MIN;
+  static bool word_product(std::int64_t x, std::int64_t y, std::int64_t* product) {
+    return !__builtin_mul_overflow(x, y, product) && *product != INT64_MIN;
   }
 
   /// The sum (or difference), if the operands are small integers and it is one.
   template <bool subtract>
-  static bool integer_sum(const QNumber& x, const QNumber& y, long* sum) {
-    return x.den_ == 1 && y.den_ == 1 && word_sum<subtract>(x.num_, y.num_, sum) && *sum != LONG_MIN;
+  static bool integer_sum(const QNumber& x, const QNumber& y, std::int64_t* sum) {
+    return x.den_ == 1 && y.den_ == 1 && word_sum<subtract>(x.num_, y.num_, sum) && *sum != INT64_MIN;
   }
 
   /// The product, if the operands are small integers and it is one.
-  static bool integer_product(const QNumber& x, const QNumber& y, long* product) {
+  static bool integer_product(const QNumber& x, const QNumber& y, std::int64_t* product) {
     return x.den_ == 1 && y.den_ == 1 && word_product(x.num_, y.num_, product);
   }
 
-  static bool small_lcm(long x, long y, long* multiple) {
+  static bool small_lcm(std::int64_t x, std::int64_t y, std::int64_t* multiple) {
     *multiple = 0;
     if (x == 0 || y == 0) return true;
-    const unsigned long divisor = cached_gcd(magnitude(x), magnitude(y));
-    return word_product(static_cast<long>(magnitude(x) / divisor), static_cast<long>(magnitude(y)), multiple);
+    const std::uint64_t divisor = cached_gcd(magnitude(x), magnitude(y));
+    return word_product(static_cast<std::int64_t>(magnitude(x) / divisor),
+                        static_cast<std::int64_t>(magnitude(y)), multiple);
   }
 
-  static std::size_t hash_words(long num, long den) {
+  static std::size_t hash_words(std::int64_t num, std::int64_t den) {
     const unsigned __int128 product =
-        static_cast<unsigned __int128>(static_cast<unsigned long>(num) ^ 0x9e3779b97f4a7c15UL) *
-        (static_cast<unsigned long>(den) * 0xd6e8feb86659fd93UL);
+        static_cast<unsigned __int128>(static_cast<std::uint64_t>(num) ^ std::uint64_t{0x9e3779b97f4a7c15}) *
+        (static_cast<std::uint64_t>(den) * std::uint64_t{0xd6e8feb86659fd93});
     return static_cast<std::size_t>(product) ^ static_cast<std::size_t>(product >> 64);
   }
   std::size_t hash_big() const;
@@ -433,7 +437,7 @@ class QUARV_API QNumber {
   static Words new_block();
   static Words new_block(mpz_srcptr num, mpz_srcptr den);
   static Words wide_integer(unsigned __int128 size, bool negative);
-  void become_big(long num, long den);
+  void become_big(std::int64_t num, std::int64_t den);
   void become_big() {
     if (den_ != 0) become_big(num_, den_);
   }
@@ -467,18 +471,18 @@ class QUARV_API QNumber {
   static bool equal_big(const QNumber& a, const QNumber& b);
   static int compare_big(const QNumber& a, const QNumber& b);
 
-  long num_;  ///< small form: the numerator; big form: the address of the `Block`
-  long den_;  ///< small form: the denominator; big form: 0
+  std::int64_t num_;  ///< small form: the numerator; big form: the address of the `Block`
+  std::int64_t den_;  ///< small form: the denominator; big form: 0
 };
 
-static_assert(sizeof(QNumber) == 2 * sizeof(long) && sizeof(long) == 8);
+static_assert(sizeof(QNumber) == 2 * sizeof(std::int64_t) && sizeof(std::int64_t) == 8);
 
 QNumber gcd(const QNumber& a, const QNumber& b);
 QNumber lcm(const QNumber& a, const QNumber& b);
 
-inline QNumber::QNumber(long num, long den) : num_(num), den_(den) {
+inline QNumber::QNumber(std::int64_t num, std::int64_t den) : num_(num), den_(den) {
   assert(den != 0);
-  if (num == LONG_MIN || den == LONG_MIN) [[unlikely]] {
+  if (num == INT64_MIN || den == INT64_MIN) [[unlikely]] {
     become_big(num, den);
     reduce_big();
     return;
@@ -488,7 +492,7 @@ inline QNumber::QNumber(long num, long den) : num_(num), den_(den) {
     den_ = 1;
     return;
   }
-  const long divisor = static_cast<long>(cached_gcd(magnitude(num), magnitude(den)));
+  const std::int64_t divisor = static_cast<std::int64_t>(cached_gcd(magnitude(num), magnitude(den)));
   if (divisor != 1) {
     num_ /= divisor;
     den_ /= divisor;

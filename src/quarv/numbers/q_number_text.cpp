@@ -17,8 +17,8 @@ constexpr std::size_t max_word_digits = 18;
 // Without it a leading zero would mean octal digits to GMP.
 constexpr int decimal_base = 10;
 
-long word_of(std::string_view digits) {
-  long value = 0;
+std::int64_t word_of(std::string_view digits) {
+  std::int64_t value = 0;
   for (const char digit : digits) value = 10 * value + (digit - '0');
   return value;
 }

@@ -77,7 +77,7 @@ bool is_constant(const TermManager* mgr, const Term* t, NamedConstant constant) 
   const QNumber sign = power(ew + mw);
   switch (constant) {
     case NamedConstant::plus_zero:
-      return *bits == QNumber(0L);
+      return *bits == QNumber(std::int64_t{0});
     case NamedConstant::minus_zero:
       return *bits == sign;
     case NamedConstant::plus_infinity:
@@ -109,7 +109,7 @@ const Term* make_constant(TermManager* mgr, NamedConstant constant, const Term* 
   }
   std::size_t ew, mw;
   if (!mgr->get_format_from_type(mgr->type_of(like), &ew, &mw)) return nullptr;
-  QNumber bits(0L);
+  QNumber bits(std::int64_t{0});
   if (constant == NamedConstant::nan) {
     bits = infinity(ew, mw) + power(mw - 1);
   } else if (constant == NamedConstant::plus_infinity || constant == NamedConstant::minus_infinity) {
@@ -138,7 +138,7 @@ bool is_all_ones(const TermManager* mgr, const Term* t) {
   std::size_t width;
   if (value == nullptr || !get_width(mgr, t, &width)) return false;
   if (value->is_small())
-    return width < 64 && static_cast<std::uint64_t>(value->small_num()) == (1UL << width) - 1;
+    return width < 64 && static_cast<std::uint64_t>(value->small_num()) == (std::uint64_t{1} << width) - 1;
   // A value in range has all bits set exactly when it has as many set bits as the width.
   return mpz_popcount(value->big_num()) == width;
 }
@@ -163,7 +163,7 @@ bool sum_fits(const TermManager* mgr, const Term* a, const Term* b, std::size_t 
   const QNumber* y = mgr->get_number(b->symbol);
   if (x == nullptr || y == nullptr) return false;
   const QNumber sum = *x + *y;
-  if (sum.is_small()) return width >= 63 || sum.small_num() < (1L << width);
+  if (sum.is_small()) return width >= 63 || sum.small_num() < (std::int64_t{1} << width);
   return mpz_sizeinbase(sum.big_num(), 2) <= width;
 }
 
@@ -180,8 +180,9 @@ bool get_power(std::uint64_t exponent, QNumber* out) {
 }
 
 QNumber to_number(std::uint64_t value) {
-  if (value <= static_cast<std::uint64_t>(std::numeric_limits<long>::max())) return static_cast<long>(value);
-  return QNumber(mpz_class(static_cast<unsigned long>(value)), mpz_class(1));
+  if (value <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()))
+    return static_cast<std::int64_t>(value);
+  return QNumber(mpz_class(static_cast<std::uint64_t>(value)), mpz_class(1));
 }
 
 const Term* make_constant(TermManager* mgr, std::int64_t value, std::size_t width) {

@@ -12,7 +12,7 @@ namespace quarv {
 /// Bump allocation in growing chunks; everything is released at once with the arena, or what was allocated
 /// since a mark. Blocks are 8-byte aligned.
 class Arena {
-  struct Chunk {
+  struct alignas(8) Chunk {
     Chunk* older;
     std::size_t size;  // with this header
     char* end;         // of what is in use; of the newest chunk `next_` says it

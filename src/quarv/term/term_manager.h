@@ -216,7 +216,7 @@ class QUARV_API TermManager {
   /// positive.
   const Term* make_bv_number(const QNumber& value, std::size_t width);
   const Term* make_bv_number(int value, std::size_t width) {
-    return make_bv_number(QNumber(long{value}), width);
+    return make_bv_number(QNumber(std::int64_t{value}), width);
   }
   template <Integer T>
   const Term* make_bv_number(T value, std::size_t width) {

@@ -248,7 +248,7 @@ class Hashtable {
  private:
   /// Nodes fill whole blocks of 32 bytes, the size of a node with a pointer and two more words.
   static constexpr std::size_t kBlockSize = (sizeof(Node) + 31) / 32 * 32;
-  static_assert(alignof(Node) <= alignof(void*), "blocks are aligned to a pointer");
+  static_assert(alignof(Node) <= alignof(std::uint64_t), "blocks are aligned to a word");
   using Pool = MemoryPool<kBlockSize, false>;
 
   explicit Hashtable(const BucketCount& bucket_count)

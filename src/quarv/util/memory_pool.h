@@ -4,6 +4,7 @@
 
 #include <cassert>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 #include <utility>
@@ -15,14 +16,14 @@ namespace quarv {
 template <std::size_t BlockSize, bool Shared>
 class MemoryPool;
 
-/// The unshared pool. Blocks are aligned to a pointer and carry no header.
+/// The unshared pool. Blocks are aligned to a word of 64 bits and carry no header.
 ///
 /// Blocks come from chunks obtained with `malloc`; each chunk starts with a link to the chunk before it. A
 /// block that is given back goes to the front of the free list and is the next one handed out; its memory
 /// returns to `malloc` only when the pool is destroyed.
 template <std::size_t BlockSize>
 class MemoryPool<BlockSize, false> {
-  static_assert(BlockSize >= sizeof(void*) && BlockSize % alignof(void*) == 0,
+  static_assert(BlockSize >= sizeof(std::uint64_t) && BlockSize % sizeof(std::uint64_t) == 0,
                 "a free block holds the link to the next one");
 
  public:
@@ -80,7 +81,7 @@ class MemoryPool<BlockSize, false> {
   unsigned next_chunk_size() const noexcept { return next_chunk_size_; }
 
  private:
-  struct Link {
+  struct alignas(std::uint64_t) Link {
     Link* next;
   };
 

@@ -141,7 +141,7 @@ struct Layout : Widths {
     if constexpr (std::same_as<B, E>) {
       return field << this->mw();
     } else if constexpr (is_unbounded<B>) {
-      return Bits(static_cast<long>(field)) << this->mw();
+      return Bits(static_cast<std::int64_t>(field)) << this->mw();
     } else if constexpr (is_wide<B>) {
       return Bits::from_word(static_cast<std::uint64_t>(field), static_cast<unsigned>(this->mw()));
     } else {

@@ -39,7 +39,7 @@ const Term* IntFromSBvSimpl::operator()(TermManager* mgr, const Symbol* s,
   if (w < bv::word_bits) {
     bv::Word x = BVNumber::to_word(*a);
     bits::sign_extend(x, w);
-    return mgr->make_number(QNumber(static_cast<long>(x)));
+    return mgr->make_number(QNumber(static_cast<std::int64_t>(x)));
   }
   const mpz_ptr x = bv::load(bv::wide_operands().x, *a);
   bits::sign_extend(x, w);

@@ -10,7 +10,7 @@ namespace {
 /// call to the next.
 template <class Make>
 const Term* with_number(mpz_srcptr x, Make make) {
-  if (mpz_fits_slong_p(x) && mpz_get_si(x) != LONG_MIN) return make(QNumber(mpz_get_si(x)));
+  if (mpz_fits_slong_p(x) && mpz_get_si(x) != INT64_MIN) return make(QNumber(mpz_get_si(x)));
   thread_local QNumber big;
   big.set_integer(x);
   return make(big);

@@ -45,7 +45,7 @@ const Term* make_top_bit_literal(TermManager* mgr, Word x, std::size_t width);
 inline const Term* make_literal(TermManager* mgr, Word x, std::size_t width) {
   bits::reduce(x, width);
   if (bits::bit(x, word_bits - 1)) return make_top_bit_literal(mgr, x, width);
-  return mgr->make_bv_number(QNumber(static_cast<long>(x)), width);
+  return mgr->make_bv_number(QNumber(static_cast<std::int64_t>(x)), width);
 }
 
 /// Whether literals of `width` bits may be computed.

@@ -135,7 +135,8 @@ const Term* difference_of_parts(TermManager& m, const Term* all, const Term* par
 const Term* shifted_back(TermManager& m, const Term* t, const Term* amount) {
   const QNumber* bits = m.get_number(amount);
   const std::size_t width = width_of(m, t);
-  if (bits == nullptr || bits->sign() <= 0 || *bits >= QNumber(static_cast<long>(width))) return nullptr;
+  if (bits == nullptr || bits->sign() <= 0 || *bits >= QNumber(static_cast<std::int64_t>(width)))
+    return nullptr;
   const std::size_t n = bits->num().get_ui();
   if (has_tag(m, t, SymbolTag::BV_LSL) && t->args[1] == amount) {
     return m.make_bv_sign_extend(n, m.make_bv_extract(width - n - 1, 0, t->args[0]));

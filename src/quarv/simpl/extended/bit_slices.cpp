@@ -12,8 +12,8 @@ bool is_mask(const TermManager& m, const Term* t) {
   const QNumber* value = m.get_number(t);
   if (value == nullptr) return false;
   if (value->is_small()) {
-    const auto word = static_cast<unsigned long>(value->small_num());
-    return __builtin_popcountl(word ^ (word >> 1)) < most_runs;
+    const auto word = static_cast<std::uint64_t>(value->small_num());
+    return __builtin_popcountll(word ^ (word >> 1)) < most_runs;
   }
   const mpz_srcptr bits = value->big_num();
   int runs = 1;
@@ -56,15 +56,16 @@ bool moves_or_masks_bits(const TermManager& m, const Term* t) {
 bool is_amount_below(const TermManager& m, const Term* t, std::size_t width, std::size_t* amount) {
   const QNumber* value = m.get_number(t);
   if (value == nullptr || !value->is_small()) return false;
-  *amount = static_cast<std::size_t>(value->small_num());
-  return *amount < width;
+  const auto bits = static_cast<std::uint64_t>(value->small_num());
+  *amount = static_cast<std::size_t>(bits);
+  return bits < width;
 }
 
 bool is_power_of_two(const TermManager& m, const Term* t, std::size_t* exponent) {
   const QNumber* value = m.get_number(t);
   if (value == nullptr || !value->is_small() || value->small_num() <= 0) return false;
-  const auto word = static_cast<unsigned long>(value->small_num());
-  *exponent = static_cast<std::size_t>(__builtin_ctzl(word));
+  const auto word = static_cast<std::uint64_t>(value->small_num());
+  *exponent = static_cast<std::size_t>(__builtin_ctzll(word));
   return (word & (word - 1)) == 0;
 }
 

@@ -103,7 +103,7 @@ bool BitSum::add(const Term* root, const QNumber& root_factor) {
       }
       case SymbolTag::BV_LSL: {
         const QNumber* places = m_.get_number(args[1]);
-        if (places == nullptr || *places >= QNumber(static_cast<long>(width_))) {
+        if (places == nullptr || *places >= QNumber(static_cast<std::int64_t>(width_))) {
           fits = add_monomial(t, factor);
           break;
         }

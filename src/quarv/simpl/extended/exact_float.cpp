@@ -7,7 +7,7 @@ namespace {
 
 using Format = IEEEFloat::format;
 
-QNumber power_of_two(long n) {
+QNumber power_of_two(std::int64_t n) {
   QNumber power;
   BVNumber::pow2(static_cast<std::size_t>(n < 0 ? -n : n), &power);
   if (n >= 0) return power;
@@ -36,7 +36,7 @@ IEEEFloat::rounding_mode mode_of(Rounding mode) {
 /// The value of a finite number; of an infinity, what would follow the largest number.
 QNumber value_or_limit(const IEEEFloat& x) {
   if (!x.is_inf()) return exact_value(x);
-  const long bias = (1L << (x.get_format().ew - 1)) - 1;
+  const std::int64_t bias = (std::int64_t{1} << (x.get_format().ew - 1)) - 1;
   const QNumber limit = power_of_two(bias + 1);
   return x.get_sign() ? limit.neg() : limit;
 }
@@ -98,13 +98,14 @@ std::optional<IEEEFloat> float_of(const TermManager& m, const Term* t) {
 QNumber exact_value(const IEEEFloat& x) {
   const Format f = x.get_format();
   QNumber bits = x.get_bits();
-  if (x.get_sign()) bits -= power_of_two(static_cast<long>(f.ew + f.mw));
+  if (x.get_sign()) bits -= power_of_two(static_cast<std::int64_t>(f.ew + f.mw));
   QNumber exponent, significand;
-  bits.divmod(power_of_two(static_cast<long>(f.mw)), exponent, significand);
-  const long bias = (1L << (f.ew - 1)) - 1;
+  bits.divmod(power_of_two(static_cast<std::int64_t>(f.mw)), exponent, significand);
+  const std::int64_t bias = (std::int64_t{1} << (f.ew - 1)) - 1;
   const bool subnormal = exponent.is_zero();
-  if (!subnormal) significand += power_of_two(static_cast<long>(f.mw));
-  const long unit = (subnormal ? 1 : exponent.demoted().small_num()) - bias - static_cast<long>(f.mw);
+  if (!subnormal) significand += power_of_two(static_cast<std::int64_t>(f.mw));
+  const std::int64_t unit =
+      (subnormal ? 1 : exponent.demoted().small_num()) - bias - static_cast<std::int64_t>(f.mw);
   const QNumber value = significand * power_of_two(unit);
   return x.get_sign() ? value.neg() : value;
 }
@@ -142,8 +143,8 @@ QNumber rounded_to_integer(const QNumber& x, Rounding mode) {
 }
 
 IEEEFloat infinity(Format f, bool negative) {
-  QNumber bits = power_of_two(static_cast<long>(f.ew)) - QNumber(1);
-  bits *= power_of_two(static_cast<long>(f.mw));
+  QNumber bits = power_of_two(static_cast<std::int64_t>(f.ew)) - QNumber(1);
+  bits *= power_of_two(static_cast<std::int64_t>(f.mw));
   IEEEFloat x = IEEEFloat::from_bits(bits, f);
   x.set_sign(negative);
   return x;

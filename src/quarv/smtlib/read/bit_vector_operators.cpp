@@ -83,7 +83,7 @@ const Term* rotation_by_term(OperatorContext& c, Args a, const char* name) {
     return m.make_term(m.make_opaque_symbol(name, {m.type_of(a[0]), m.type_of(a[0])}, m.type_of(a[0])), a);
   }
   QNumber quotient, remainder;
-  amount->divmod(QNumber(static_cast<long>(width)), quotient, remainder);
+  amount->divmod(QNumber(static_cast<std::int64_t>(width)), quotient, remainder);
   return rotated<Make>(m, a[0], static_cast<std::size_t>(remainder.demoted().small_num()));
 }
 

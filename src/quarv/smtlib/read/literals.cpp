@@ -9,8 +9,8 @@ namespace {
 /// Digits that surely fit a machine word.
 constexpr std::size_t word_digits = 18;
 
-long small_decimal(std::string_view digits) noexcept {
-  long value = 0;
+std::int64_t small_decimal(std::string_view digits) noexcept {
+  std::int64_t value = 0;
   for (char c : digits) value = value * 10 + (c - '0');
   return value;
 }
@@ -21,14 +21,14 @@ QNumber integer(std::string_view digits, int base) {
   return QNumber(value, mpz_class(1)).demoted();
 }
 
-long small_hexadecimal(std::string_view digits) noexcept {
-  long value = 0;
+std::int64_t small_hexadecimal(std::string_view digits) noexcept {
+  std::int64_t value = 0;
   for (char c : digits) value = value * 16 + (c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10);
   return value;
 }
 
-long small_binary(std::string_view digits) noexcept {
-  long value = 0;
+std::int64_t small_binary(std::string_view digits) noexcept {
+  std::int64_t value = 0;
   for (char c : digits) value = value * 2 + (c - '0');
   return value;
 }
@@ -55,7 +55,7 @@ const Term* Reader::decimal(std::string_view text) {
   const std::size_t places = text.size() - point - 1;
   check_number_size(text);
   if (text.size() - 1 > word_digits) return manager_.make_number(QNumber::parse(text));
-  long scale = 1;
+  std::int64_t scale = 1;
   for (std::size_t i = 0; i < places; ++i) scale *= 10;
   return manager_.make_number(
       QNumber(small_decimal(text.substr(0, point)) * scale + small_decimal(text.substr(point + 1)), scale));
@@ -68,7 +68,7 @@ const Term* Reader::bit_vector_literal(const Token& token) {
     fail(token.start, "bit-vectors of more than " + std::to_string(max_width) + " bits are not supported");
   }
   if (width <= 60) {
-    const long value = hexadecimal ? small_hexadecimal(token.text) : small_binary(token.text);
+    const std::int64_t value = hexadecimal ? small_hexadecimal(token.text) : small_binary(token.text);
     return manager_.make_bv_number(QNumber(value), width);
   }
   return manager_.make_bv_number(integer(token.text, hexadecimal ? 16 : 2), width);

@@ -13,7 +13,7 @@
 
 namespace quarv::smtlib {
 
-void OutputBuffer::put(std::uint64_t n) {
+void OutputBuffer::put_number(std::uint64_t n) {
   char digits[20];
   const auto [end, error] = std::to_chars(digits, digits + sizeof digits, n);
   text_.append(digits, end);
@@ -147,7 +147,7 @@ namespace {
 /// Whether no decimal has the value, seen without a calculation on large numbers.
 bool is_quickly_no_decimal(const QNumber& value) {
   if (!value.is_small()) return false;
-  long rest = value.small_den();
+  std::int64_t rest = value.small_den();
   while (rest % 2 == 0) rest /= 2;
   while (rest % 5 == 0) rest /= 5;
   return rest != 1;

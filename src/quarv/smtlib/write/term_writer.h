@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -27,7 +28,7 @@ class OutputBuffer {
     text_ += s;
     if (text_.size() >= block && !held_) flush();
   }
-  void put(std::uint64_t n);
+  void put(std::unsigned_integral auto n) { put_number(n); }
 
   /// From here on the text can be looked at and taken back, until it is released. Gives where it begins.
   std::size_t hold() noexcept {
@@ -49,6 +50,8 @@ class OutputBuffer {
   std::size_t size() const noexcept { return flushed_ + text_.size(); }
 
  private:
+  void put_number(std::uint64_t n);
+
   std::ostream& out_;
   std::string text_;
   std::size_t flushed_ = 0;
