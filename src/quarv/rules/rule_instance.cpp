@@ -412,7 +412,8 @@ class Enumerator {
     for (const ResultNode& node : rule_.result) {
       if (node.op == nullptr || !node.op->has_format || in_pattern_[node.sort]) continue;
       Format& format = instance.formats[node.sort];
-      format = {evaluate(node.parameters[0], instance), evaluate(node.parameters[1], instance)};
+      format.exponent = static_cast<std::size_t>(evaluate(node.parameters[0], instance));
+      format.significand = static_cast<std::size_t>(evaluate(node.parameters[1], instance));
       if (format.exponent < 2 || format.significand < 2) format = {};
       instance.sorts[node.sort] = sort_of(format);
     }

@@ -55,7 +55,7 @@ class Attempt {
       case Condition::Kind::compare_values:
         return compare_values(test);
       case Condition::Kind::compare: {
-        std::uint64_t left, right;
+        std::size_t left, right;
         return evaluate(test.left, &left) && evaluate(test.right, &right) &&
                related(left, test.relation, right);
       }
@@ -139,13 +139,13 @@ class Attempt {
       return number != nullptr;
     }
     if (!is_exact(side)) {
-      std::uint64_t integer;
+      std::size_t integer;
       if (!evaluate(side, &integer)) return false;
       *value = to_number(integer);
       return true;
     }
     if (side.kind == IntExpr::Kind::power) {
-      std::uint64_t exponent;
+      std::size_t exponent;
       return evaluate(side.operands[0], &exponent) && get_power(exponent, value);
     }
     QNumber left, right;
@@ -158,10 +158,10 @@ class Attempt {
   }
 
   /// False when the width of a term is asked for that is not a bit-vector.
-  bool evaluate(const IntExpr& expression, std::uint64_t* value) const {
+  bool evaluate(const IntExpr& expression, std::size_t* value) const {
     switch (expression.kind) {
       case IntExpr::Kind::literal:
-        *value = expression.index;
+        *value = static_cast<std::size_t>(expression.index);
         return true;
       case IntExpr::Kind::parameter:
         *value = integers_[expression.index];
@@ -177,7 +177,7 @@ class Attempt {
       case IntExpr::Kind::product:
         break;
     }
-    std::uint64_t left, right;
+    std::size_t left, right;
     if (!evaluate(expression.operands[0], &left) || !evaluate(expression.operands[1], &right)) return false;
     *value = expression.kind == IntExpr::Kind::sum ? left + right : left - right;
     return true;
@@ -185,8 +185,8 @@ class Attempt {
 
   TermManager* mgr_;
   const Rule& rule_;
-  std::array<const Term*, max_positions> terms_;        // by position
-  std::array<std::uint64_t, max_parameters> integers_;  // by parameter
+  std::array<const Term*, max_positions> terms_;      // by position
+  std::array<std::size_t, max_parameters> integers_;  // by parameter
   std::array<const Term*, max_result_nodes> results_;
 };
 

@@ -16,9 +16,8 @@ bool get_modulus(const TermManager* mgr, const Symbol* symbol, std::size_t* modu
   QNumber value;
   if (!mgr->is_int_modular_congruence(symbol, &value)) return false;
   const mpz_class number = value.num();
-  if (!number.fits_ulong_p()) return false;
-  *modulus = number.get_ui();
-  return true;
+  *modulus = static_cast<std::size_t>(number.get_ui());
+  return number == std::uint64_t{*modulus};  // else it has lost bits
 }
 
 }  // namespace

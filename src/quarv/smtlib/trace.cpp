@@ -119,7 +119,7 @@ void Trace::put_head(const Symbol* s) {
     OutputBuffer head(head_);
     write_head(manager_, s, head);
     head.flush();
-    put_string(head_.view());
+    put_string(head_.str());
   }
   if (manager_.is_quantifier(s)) {
     put_list(",\"variables\":", manager_.quantifier_variables(s));

@@ -12,7 +12,11 @@ namespace quarv {
 
 namespace {
 
+#ifdef __wasm__
+constexpr std::size_t large_page = std::size_t{64} << 10;  // the only one there is
+#else
 constexpr std::size_t large_page = std::size_t{2} << 20;
+#endif
 
 #if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
 

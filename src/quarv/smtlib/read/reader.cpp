@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/written_forms.h>
@@ -192,10 +193,10 @@ Token Reader::expect_symbol(std::string_view what) {
 
 std::size_t Reader::index_value(const Token& token) {
   if (token.kind != TokenKind::numeral) unexpected(token, "a numeral");
+  constexpr std::size_t large = std::numeric_limits<std::size_t>::max() / 64 + 1;  // sums of a few fit
   std::size_t value = 0;
   for (char c : token.text) {
-    if (value > (std::size_t{1} << 58))
-      fail(token.start, "the index " + std::string(token.text) + " is too large");
+    if (value > large) fail(token.start, "the index " + std::string(token.text) + " is too large");
     value = value * 10 + static_cast<std::size_t>(c - '0');
   }
   return value;
