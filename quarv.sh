@@ -16,8 +16,8 @@ usage: ./quarv.sh COMMAND
   help                       print this text
 
 Each command first installs the Debian packages that it needs and that are missing. So do the scripts for work on quarv
-in scripts/: format.sh, tidy.sh, docs.sh, fuzz.sh, threads.sh, proofs.sh, same-output.sh, ways.sh, bench.sh, compare.sh and
-performance.sh; each prints its usage with --help.
+in scripts/: format.sh, tidy.sh, docs.sh, fuzz.sh, threads.sh, proofs.sh, same-output.sh, ways.sh, bench.sh, compare.sh,
+performance.sh and wasm.sh; each prints its usage with --help.
 HELP
 }
 

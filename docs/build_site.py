@@ -61,6 +61,19 @@ def stand_in_for_api(pages):
     (pages / 'api' / 'frame.md').write_text(API_CONTENT, encoding='utf-8')
 
 
+def add_try(site):
+    """Lets the page of JavaScript run quarv, if scripts/wasm.sh has built it for browsers."""
+    module = SOURCE / 'build' / 'wasm'
+    if not (module / 'quarv.wasm').is_file():
+        return
+    shutil.copytree(SOURCE / 'docs' / 'try', site / 'try')
+    for name in ('quarv.wasm', 'quarv.mjs'):
+        shutil.copy(module / name, site / 'try')
+    page = site / 'javascript.html'
+    page.write_text(page.read_text(encoding='utf-8').replace(
+        '</head>', '<link rel="stylesheet" href="try/try.css">\n<script src="try/try.js" defer></script>\n</head>', 1), encoding='utf-8')
+
+
 def check_offline(site):
     """The pages load nothing from elsewhere."""
     load = re.compile(r'<(?:script|img|link)\b[^>]*\b(?:src|href)="(?:https?:)?//[^"]*"')
@@ -94,6 +107,7 @@ def main(program, folder):
     for page in made:
         page.write_text(highlight.page(page.read_text(encoding='utf-8')), encoding='utf-8')
     search_index.write(site, made, tags)
+    add_try(site)
     for left in ('header.html', 'footer.html'):
         (folder / left).unlink()
     shutil.rmtree(pages)

@@ -22,6 +22,11 @@ PYTHON = language(
     'and as assert async await break class continue def del elif else except False finally for from global if import in is lambda '
     'None nonlocal not or pass raise return True try while with yield',
     string=r'[rfb]?(?:"""[\s\S]*?"""|"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\')', before=[('m', r'^[ \t]*@\w[\w.]*')])
+JAVASCRIPT = language(
+    r'//[^\n]*|/\*[\s\S]*?\*/',
+    'async await break case catch class const continue default delete do else export extends false finally for from function if import in '
+    'instanceof let new null of return static switch this throw true try typeof undefined var while yield',
+    string=r'"(?:\\.|[^"\\\n])*"|\'(?:\\.|[^\'\\\n])*\'|`(?:\\.|[^`\\])*`')
 CMAKE = language(r'#[^\n]*', 'PRIVATE PUBLIC INTERFACE REQUIRED LANGUAGES', word=r'[A-Za-z_]\w*(?=\()|\b[A-Z][A-Z_]+\b',
                  number=r'\b\d[\d.]*\b')
 SHELL = language(r'(?<![^\s])#[^\n]*', 'if then else fi for in do done while case esac', string=r'"(?:\\.|[^"\\])*"|\'[^\']*\'',
@@ -35,7 +40,7 @@ SMT = language(
     word=r':?[A-Za-z_+*/<>=!?$@%&^~.-][\w+*/<>=!?$@%&^~.-]*')
 RULES = language(r'^[ \t]*#[^\n]*', 'rewrite unordered const identity pow2 distinct sort >>', number=r'\b\d+\b',
                  word=r'[A-Za-z_][\w.-]*|>>')
-LANGUAGES = {'cpp': CPP, 'c': CPP, 'h': CPP, 'python': PYTHON, 'py': PYTHON, 'cmake': CMAKE, 'txt': CMAKE, 'sh': SHELL, 'bash': SHELL,
+LANGUAGES = {'cpp': CPP, 'c': CPP, 'h': CPP, 'js': JAVASCRIPT, 'python': PYTHON, 'py': PYTHON, 'cmake': CMAKE, 'txt': CMAKE, 'sh': SHELL, 'bash': SHELL,
              'smt2': SMT, 'smtlib': SMT, 'rules': RULES}
 
 

@@ -127,7 +127,8 @@ def main(site):
         raise batch.Skip('there is no site')
     with Browser() as browser:
         pages = [site / name for name in ('index.html', 'command-line.html', 'library.html', 'rules.html', 'comparison.html',
-                                          'performance.html', 'tutorial.html', 'files.html', 'api/index.html', 'api/annotated.html',
+                                          'performance.html', 'tutorial.html', 'files.html', 'javascript.html',
+                                          'api/index.html', 'api/annotated.html',
                                           'api/classquarv_1_1Session.html', 'api/c__api_8h.html')]
         for page in pages:
             browser.open(page.as_uri())

@@ -48,6 +48,7 @@ scripts/ways.sh z3
 scripts/bench.sh libbenchmark-dev
 scripts/compare.sh libflint-dev
 scripts/performance.sh libflint-dev
+scripts/wasm.sh emscripten
 END
 asked quarv.sh packages >"$work_dir/packages"
 grep -qxF file "$work_dir/packages" || fail "quarv.sh packages does not install file, by which CPack finds libraries"
