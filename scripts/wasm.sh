@@ -2,7 +2,7 @@
 # usage: scripts/wasm.sh
 #
 # Builds quarv for Node and browsers in build/wasm: quarv.wasm, and beside it quarv.mjs, its types and a package.json. Then
-# tests it in Node. From nothing this takes a quarter of an hour on two cores, most of it for compiling.
+# tests it in Node. From nothing this takes about ten minutes on two cores.
 #
 # What it needs is installed where it is missing: Debian's emscripten, and headers of a C++ library that has all of C++20.
 # GMP is built from Debian's sources, once. As `long` has 32 bits there, GMP takes words as `long long` instead, so that
