@@ -68,6 +68,7 @@ build_gmp() {
   rm -rf objects
   mkdir objects
   local folder file
+  # shellcheck disable=SC2016  # what is quoted is for the shell that xargs starts
   for folder in . mpz mpq mpn; do
     for file in "$folder"/*.c; do
       case $file in ./gen-*) continue ;; esac
