@@ -155,7 +155,7 @@ void each_conjunct(TermManager& m, FreeVariables& free, const BoundVariables& va
     Said s = pending.back();
     pending.pop_back();
     for (; s.formula->symbol == m.not_symbol; s.formula = s.formula->args[0]) s.holds = !s.holds;
-    if (free.among(m, variables, s.formula).empty()) continue;
+    if (!free.any_may_occur(m, variables, s.formula)) continue;
     if (s.formula->symbol != (s.holds ? m.and_symbol : m.or_symbol)) {
       visit(s.formula, s.holds);
     } else if (seen.insert(s.formula)) {

@@ -141,6 +141,12 @@ std::vector<const Term*> FreeVariables::among(TermManager& m, const BoundVariabl
   return used;
 }
 
+bool FreeVariables::any_may_occur(TermManager& m, const BoundVariables& variables, const Term* t) {
+  const std::uint32_t set = known(m, t).set;
+  return set == many ||
+         std::ranges::any_of(sets_[set], [&variables](const Term* v) { return variables.contains(v); });
+}
+
 bool FreeVariables::may_occur(TermManager& m, const Term* variable, const Term* t) {
   const std::uint32_t set = known(m, t).set;
   if (set != many) return std::binary_search(sets_[set].begin(), sets_[set].end(), variable, std::less<>());

@@ -41,6 +41,9 @@ class FreeVariables {
   /// Those of the variables that occur free in a term, in their order; all of them when the term is too large
   /// to be searched.
   std::vector<const Term*> among(TermManager& m, const BoundVariables& variables, const Term* t);
+  /// False where none of the variables occurs free in a term; a glance, so that of a term with many free
+  /// variables it is always true.
+  bool any_may_occur(TermManager& m, const BoundVariables& variables, const Term* t);
   /// Whether a variable occurs free in a term, or may do so since the term is too large to be searched.
   bool may_occur(TermManager& m, const Term* variable, const Term* t);
   /// Whether a quantifier stands in a term.

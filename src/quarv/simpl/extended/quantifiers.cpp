@@ -53,7 +53,7 @@ std::vector<const Term*> operands_of(TermManager& m, FreeVariables& free, const 
     const bool has_room = operands.size() + pending.size() < most;
     const Term* negated = t->symbol == m.not_symbol ? t->args[0] : nullptr;
     const bool is_link = t->symbol == connective || (negated != nullptr && negated->symbol == dual);
-    if (!has_room || !is_link || free.among(m, variables, t).empty()) {
+    if (!has_room || !is_link || !free.any_may_occur(m, variables, t)) {
       operands.push_back(t);
     } else if (!seen.insert(t)) {
       continue;
