@@ -108,6 +108,20 @@ class SlicePairs {
  private:
   bool are_same(std::size_t i) const { return a_[i] == b_[i]; }
   bool are_values(std::size_t i) const { return a_.is_value(i) && b_.is_value(i); }
+  /// Whether the slices, of which each is a whole term, are known to differ.
+  bool are_apart(std::size_t i) const {
+    if (are_same(i)) return false;
+    if (are_values(i)) return true;
+    const auto whole = [this](const BitSlice& slice) {
+      const BitPart& part = slice.part;
+      return slice.operation == SymbolTag::UF && part.low == 0 && part.high + 1 == width_of(c_.m, part.term)
+                 ? part.term
+                 : nullptr;
+    };
+    const Term* a = whole(a_[i]);
+    const Term* b = whole(b_[i]);
+    return a != nullptr && b != nullptr && are_distinct(c_.m, a, b);
+  }
   /// Whether the slice decides an unsigned comparison, whatever the other one is: c < 0 never holds, c
   /// <= 1...1 always does.
   bool is_decided(std::size_t i, bool is_strict) const {
@@ -151,7 +165,7 @@ const Term* SlicePairs::rest(bool is_signed, bool is_strict) {
 
 const Term* SlicePairs::equality() {
   for (std::size_t i = 0; i < last_; ++i) {
-    if (are_values(i) && !are_same(i)) return c_.m.false_term;
+    if (are_apart(i)) return c_.m.false_term;
   }
   while (first_ < last_ && are_same(first_)) ++first_;
   while (first_ < last_ && are_same(last_ - 1)) --last_;

@@ -136,6 +136,18 @@ struct RemainderRange {
   bool positive = true;
 };
 
+/// Whether `others` is k * floor(t) where factor * dividend is k * t, with a whole number of k in `factor`:
+/// floor(t) - n * floor(t / n) is a remainder, too.
+bool is_multiple_of_whole_dividend(TermManager& m, LinearSum& others, LinearSum& dividend,
+                                   const QNumber& factor) {
+  if (others.end() - others.begin() != 1 || !is_floor(m, others.begin()->term)) return false;
+  const QNumber& k = others.begin()->coefficient;
+  if (!(factor / k).is_integer()) return false;
+  LinearSum t(m);
+  if (!t.add(others.begin()->term->args[0], k) || !t.constant.is_zero()) return false;
+  return t.is_multiple_of(dividend, factor);
+}
+
 std::optional<RemainderRange> range_of_remainder(TermManager& m, LinearSum& sum) {
   for (LinearSum::Monomial& x : sum) {
     if (!is_floor(m, x.term)) continue;
@@ -147,7 +159,9 @@ std::optional<RemainderRange> range_of_remainder(TermManager& m, LinearSum& sum)
     for (const LinearSum::Monomial& y : sum) {
       if (y.term != x.term) fits &= others.add(y.term, y.coefficient);
     }
-    if (fits && others.is_multiple_of(dividend, factor)) return RemainderRange{factor, factor.sign() > 0};
+    if (!fits) continue;
+    if (others.is_multiple_of(dividend, factor) || is_multiple_of_whole_dividend(m, others, dividend, factor))
+      return RemainderRange{factor, factor.sign() > 0};
   }
   return std::nullopt;
 }
