@@ -136,6 +136,37 @@ TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(= (bvor y x y) (bvadd x y))"), "(= (bvor y x) (bvadd x y))");
 }
 
+/// The normal form of a remainder is a sum: what is compared with it has no short opposite of its own.
+TEST(Smallest, WritesOppositesWithoutNegation) {
+  EXPECT_EQ(becomes("(not (< i (mod j 3)))"), "(>= i (mod j 3))");
+  EXPECT_EQ(becomes("(not (> i (mod j 3)))"), "(<= i (mod j 3))");
+  EXPECT_EQ(becomes("(not (distinct (mod i 2) (ite p j i)))"), "(= (mod i 2) (ite p j i))");
+  EXPECT_EQ(becomes("(= (distinct (ite p i j) (mod i (- 2))) false)"), "(= (ite p i j) (mod i 2))");
+  EXPECT_EQ(becomes("(not (= (mod i 2) (ite p j i)))"), "(distinct (mod i 2) (ite p j i))");
+  EXPECT_EQ(becomes("(xor (not (distinct i 1 3)) (= i j))"), "(= (distinct i 1 3) (= i j))");
+  EXPECT_EQ(becomes("(= (not (distinct i 1 3)) (= i j))"), "(xor (distinct i 1 3) (= i j))");
+  // NaN is neither less nor equal nor greater.
+  const std::string on_floats =
+      "(declare-const f Float16)\n(declare-const g Float16)\n(assert (not (fp.lt f g)))\n";
+  EXPECT_EQ(smallest(on_floats), on_floats);
+}
+
+TEST(Smallest, WritesNoZeroThatTwoPartsAreComparedWith) {
+  EXPECT_EQ(becomes("(<= (+ i j) 0)"), "(<= i (- j))");
+  EXPECT_EQ(becomes("(= (+ i (* 2 j)) 0)"), "(= i (- (* 2 j)))");
+  EXPECT_EQ(becomes("(< 0 (+ i j))"), "(< (- j) i)");
+  // Where there is a zero all the same, the user's way stays.
+  EXPECT_EQ(becomes("(and (<= (+ i j) 0) (= (mod i 3) 0))"), "(and (<= (+ i j) 0) (= (mod i 3) 0))");
+}
+
+/// That a constant is declared does not make it cost nothing.
+TEST(Smallest, CountsNoDeclarations) {
+  const std::string declared =
+      "(declare-const a (_ BitVec 8))\n(declare-const b (_ BitVec 8))\n(declare-const c (_ BitVec 8))\n";
+  EXPECT_EQ(smallest(declared + "(assert (= (bvadd a b c) (bvadd a (bvmul c c) (bvmul b b))))\n"),
+            declared + "(assert (= (bvadd b c) (bvadd (bvmul c c) (bvmul b b))))\n");
+}
+
 /// Each of the two alone would cost as much flat as nested, while the other needs the inner one.
 TEST(Smallest, WritesFlatWhatIsSharedByNothingElse) {
   EXPECT_EQ(smallest(declared_constants + "(assert (or (or p q) r))\n(assert (or (or p q) (= i 1)))\n"),
@@ -305,7 +336,7 @@ class Forms : public ::testing::Test {
     const std::vector<std::uint8_t> values(graph_.num_classes());
     const std::vector<forms::Scope> scopes(graph_.num_heads());
     const std::vector<std::uint8_t> makes_literal(graph_.num_heads());
-    return forms::choose({graph_, roots, base, values, makes_literal, scopes, num_written}).size.terms;
+    return forms::choose({graph_, roots, {}, base, values, makes_literal, scopes, num_written}).size.terms;
   }
   FormGraph graph_;
 };

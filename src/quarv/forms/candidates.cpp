@@ -18,6 +18,7 @@ Candidates::Candidates(const Question& q, const FreeNames& names) {
     pending.push_back(c);
   };
   for (ClassId c : q.roots) visit(c);
+  for (ClassId c : q.declared) visit(c);
   std::size_t num_forms = 0;
   while (!pending.empty()) {
     const ClassId c = pending.back();

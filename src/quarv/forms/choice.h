@@ -14,6 +14,9 @@ namespace quarv::forms {
 struct Question {
   const FormGraph& graph;
   std::span<const ClassId> roots;
+  /// What is there whether anything needs it or not, as declared constants are: has a form, but counts only
+  /// where it is needed.
+  std::span<const ClassId> declared;
   /// By class: the form that decides what is free in it; `none`: its first form.
   std::span<const FormId> base;
   /// By class, not 0 for a value: it is written as a literal, whatever computation the user wrote.

@@ -112,6 +112,7 @@ class NormalForms {
   void congruence(const Term* t);
   void comparison(const Term* t, bool negated);
   void atom(const Sum& sum, SymbolTag::tag tag, bool negated);
+  void with_opposite(Args left, Args right, SymbolTag::tag tag, bool negated, const DataType* sort);
   void relation(SymbolTag::tag tag, bool negated, bool strict, ClassId left, ClassId right);
 
   bool is_shared(Node n) const;

@@ -340,6 +340,17 @@ void NormalForms::comparison(const Term* t, bool negated) {
   }
 }
 
+/// "(<= (- x) y)" for 0 <= x + y, which needs no 0.
+void NormalForms::with_opposite(Args left, Args right, SymbolTag::tag tag, bool negated,
+                                const DataType* sort) {
+  if (left.empty() && right.size() == 2) {
+    for (int i = 0; i < 2; ++i) relation(tag, negated, false, app("-", {right[i]}, sort), right[1 - i]);
+  }
+  if (right.empty() && left.size() == 2) {
+    for (int i = 0; i < 2; ++i) relation(tag, negated, false, left[i], app("-", {left[1 - i]}, sort));
+  }
+}
+
 /// The forms of 0 <= sum, 0 = sum.
 void NormalForms::atom(const Sum& sum, SymbolTag::tag tag, bool negated) {
   const bool real = sum.real;
@@ -362,8 +373,9 @@ void NormalForms::atom(const Sum& sum, SymbolTag::tag tag, bool negated) {
     relation(tag, negated, false, number(-k, real), app("-", {right[0], left[0]}, sort));
   }
   if (k.is_zero()) {
-    if (!difference_logic_ || difference)
-      relation(tag, negated, false, total(left, real), total(right, real));
+    if (difference_logic_ && !difference) return;
+    relation(tag, negated, false, total(left, real), total(right, real));
+    with_opposite(left, right, tag, negated, sort);
     return;
   }
   if (difference_logic_) return;

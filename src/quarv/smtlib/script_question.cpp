@@ -55,7 +55,8 @@ ScriptQuestion::ScriptQuestion(const TermManager& manager, WrittenForms& written
 }
 
 forms::Question ScriptQuestion::question() const {
-  forms::Question question{graph_, roots_, base_, is_value_, makes_literal_, scopes_, num_written_};
+  forms::Question question{graph_,    roots_,         declared_, base_,
+                           is_value_, makes_literal_, scopes_,   num_written_};
   if (written_.defines_functions()) question.root_commands = root_commands_;
   return question;
 }
@@ -64,7 +65,12 @@ void ScriptQuestion::add_roots(const Script& script) {
   for (std::uint32_t c = 0; c < script.commands.size(); ++c) {
     for (std::uint32_t i = 0; i < script.commands[c].num_terms; ++i) {
       if (!script.text_of(script.commands[c], i).empty()) continue;
-      roots_.push_back(script.forms[script.commands[c].first_term + i]);
+      const ClassId root = script.forms[script.commands[c].first_term + i];
+      if (script.commands[c].kind == Kind::declare) {
+        declared_.push_back(root);
+        continue;
+      }
+      roots_.push_back(root);
       root_commands_.push_back(c);
     }
   }

@@ -30,6 +30,7 @@ class ScriptQuestion {
   const forms::FormGraph& graph_;
   const forms::FormId num_written_;
   std::vector<forms::ClassId> roots_;
+  std::vector<forms::ClassId> declared_;
   std::vector<std::uint32_t> root_commands_;
   std::vector<forms::FormId> base_;          // by class
   std::vector<std::uint8_t> is_value_;       // by class

@@ -4,6 +4,7 @@
 
 #include <quarv/forms/choice.h>
 #include <quarv/forms/cliques.h>
+#include <quarv/forms/opposites.h>
 #include <quarv/smtlib/chosen_terms.h>
 #include <quarv/smtlib/script_question.h>
 #include <quarv/smtlib/smallest_script.h>
@@ -121,6 +122,7 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   const auto num_written = static_cast<FormId>(graph.num_forms());
   add_flat_forms(graph, script);
   add_normal_forms(manager, written, script, num_written, normalized);
+  if (forms::add_opposites(graph, manager.bool_type)) graph.close();
   if (forms::add_cliques(graph, manager.bool_type)) graph.close();
   cancel_involutions(graph);
   const ScriptQuestion question(manager, written, script, num_written);
