@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <limits>
 
@@ -250,9 +251,18 @@ bool Reader::needs_bars(std::string_view name) noexcept {
       "set-option"sv,
   };
   static_assert(std::ranges::is_sorted(reserved));
-  return name.empty() || (name[0] >= '0' && name[0] <= '9') ||
-         !std::all_of(name.begin(), name.end(), Lexer::is_symbol_char) ||
-         std::ranges::binary_search(reserved, name);
+  // By first character, a bit for each length: it shows of nearly all names that they are none of these.
+  static constexpr auto lengths = [] {
+    std::array<std::uint32_t, 128> bits{};
+    for (const std::string_view word : reserved) {
+      bits[static_cast<unsigned char>(word[0])] |= std::uint32_t{1} << word.size();
+    }
+    return bits;
+  }();
+  if (name.empty() || (name[0] >= '0' && name[0] <= '9')) return true;
+  if (!std::all_of(name.begin(), name.end(), Lexer::is_symbol_char)) return true;
+  const std::uint32_t bits = lengths[static_cast<unsigned char>(name[0])];
+  return name.size() < 32 && ((bits >> name.size()) & 1) != 0 && std::ranges::binary_search(reserved, name);
 }
 
 void Reader::append_quoted(std::string& text, std::string_view name) {
