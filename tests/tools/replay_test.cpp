@@ -522,6 +522,51 @@ TEST_F(Replay, KnowsSumsThatCameToBeOverIntegers) {
   EXPECT_EQ(run("$quarv explain in.smt2").status, 0);
 }
 
+/// What one step says of large terms: facts within operands and under negations, what both terms have in
+/// common, few rounding modes, factors in another order.
+TEST_F(Replay, ShowsWhatDetailsWouldHide) {
+  const std::string modes =
+      R"((declare-const r1 RoundingMode)(declare-const r2 RoundingMode)(declare-const r3 RoundingMode)(declare-const r4 RoundingMode)(declare-const r5 RoundingMode)(declare-const r6 RoundingMode)(declare-const r7 RoundingMode)(declare-const r8 RoundingMode)
+(declare-const p Bool)
+(assert (or p (not (distinct r1 r2 RNE r4 RTP r3))))
+(assert (xor p (distinct r1 r2 RNE r4 r5 r6 RTP r3)))
+(assert (or (not p) (and (not (= r1 r2)) (not (= r1 r3))(not (= r2 r3)) (not (= r1 r4)) (not (= r2 r4)) (not (= r3 r4))  (not (= r1 r5)) (not (= r2 r5)) (not (= r3 r5))(not (= r4 r5))  (not (= r1 r6)) (not (= r2 r6)) (not (= r3 r6))(not (= r4 r6)) (not (= r5 r6)))))
+)";
+  const std::string fused =
+      R"((declare-const r1 RoundingMode)(declare-const r2 RoundingMode)(declare-const r3 RoundingMode)(declare-const r4 RoundingMode)(declare-const r5 RoundingMode)(declare-const r6 RoundingMode)(declare-const r7 RoundingMode)(declare-const r8 RoundingMode)
+(declare-const x Float16)(declare-const y Float16)(declare-const z Float16)(declare-const p Bool)(declare-const q Bool)
+(assert (or p (distinct r1 r2 r3 r4 r5 r6)))
+(assert (or q (distinct r1 r2 r3 r4 r5 r6 r7)))
+(assert (=> p (distinct r1 r2 r3 r4 r5 r6 r7 r8)))
+(assert (distinct r1 r2 r3 r4 r5))
+(assert (fp.lt (fp.fma RNE x y z) (fp.fma r1 y x z)))
+(assert (= (fp.fma RNE (fp.neg x) y z) (fp.fma RNE y (fp.neg x) z)))
+(assert (or p (fp.isNaN (fp.fma RNE y x z)) (fp.isZero (fp.fma RNE x y z))))
+(assert (or (= (fp.fma r2 y x z) (fp.fma RNE x y z)) (not (= (fp.fma r2 x y z) (fp.fma RNE y x z)))))
+)";
+  const std::string context =
+      R"((declare-const p Bool)(declare-const q Bool)(declare-const a Bool)(declare-const n Bool)(declare-const i Int)(declare-const j Int)(declare-const k Int)
+(declare-fun f (Int) Int)(declare-fun g (Int) Int)
+(assert (or (not (and p (and q n))) (and a (= (f (ite (and p (not q)) (g (ite n i j)) (ite q (g (ite p (f i) j)) i))) (g (ite (and p n) i k))))))
+(assert (not (and (and p (= (f i) 3)) (not (and a (= (f (g (ite p (ite (= 3 (f i)) j k) i))) (f j)))))))
+)";
+  const std::string hidden =
+      R"((declare-const p Bool)(declare-const q Bool)(declare-const r Bool)(declare-const s Bool)(declare-const t Bool)(declare-const i Int)
+(declare-fun f (Int) Int)
+(define-fun u () Int (ite t (+ 1 (ite s (+ 1 (ite r (+ i 1) i)) (ite r (+ i 1) i))) (ite s (+ 1 (ite r (+ i 1) i)) (ite r (+ i 1) i))))
+(define-fun v () Int (ite (= (f i) 2) (ite s (+ 3 (ite r (+ i 2) (f i))) (ite r (+ i 5) i)) (ite (and t s) (+ i (f i)) (ite r 3 4))))
+(define-fun w () Int (ite t (ite s (+ 4 (ite r (+ i 2) v)) (ite r (+ v 5) i)) (ite (= 3 (f v)) (+ i (f i)) (ite r 3 4))))
+(assert (= u (ite p (+ 1 u) (ite q u w))))
+(assert (= (f (ite p u (ite q u w))) 1))
+)";
+  for (const std::string& script : {modes, fused, context, hidden}) {
+    write("in.smt2", script);
+    ASSERT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace trace.jsonl").status, 0);
+    const Result r = run("$quarv replay trace.jsonl");
+    EXPECT_EQ(r.status, 0) << script << r.out << r.err;
+  }
+}
+
 /// Nested sums of choices: each step alone is within its budget, all together are not.
 #ifndef __SANITIZE_ADDRESS__  // under which the effort takes minutes
 TEST_F(Replay, EndsWhenTheEffortIsUsedUp) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <unordered_set>
 
+#include "reference/operations.h"
 #include "replay/context.h"
 
 namespace quarv::cli {
@@ -10,15 +11,40 @@ namespace quarv::cli {
 namespace {
 
 constexpr std::size_t widest = 16384;  // bit-vectors that are looked into
+constexpr std::size_t mode_bits = 3;   // that tell rounding modes apart
 constexpr std::size_t most_cases = 200, most_constant_cases = 16;
 
 }  // namespace
 
-std::unique_ptr<TermValues> TermValues::of_nearest_terms(TraceTerms& terms) {
+std::unique_ptr<TermValues> TermValues::of_nearest_terms(TraceTerms& terms, std::size_t most_terms) {
   auto values = std::make_unique<TermValues>(terms);
-  values->most_terms_ = 40;
+  values->most_terms_ = most_terms;
   values->effort_left_ = 100'000;
   values->lemmas_left_ = 3'000;
+  values->context_left_ = 500'000;
+  return values;
+}
+
+std::unique_ptr<TermValues> TermValues::of_differences(TraceTerms& terms, Id a, Id b) {
+  auto values = of_nearest_terms(terms, ~std::size_t{0});
+  values->values_.resize(terms.size(), unknown);
+  const std::vector<Id> all[] = {in_post_order(terms, a), in_post_order(terms, b)};
+  for (const std::size_t side : {0, 1}) {
+    const std::unordered_set<Id> other(all[1 - side].begin(), all[1 - side].end());
+    std::vector<Id> open{side == 0 ? a : b};
+    std::unordered_set<Id> seen(open.begin(), open.end());
+    while (!open.empty()) {
+      const Id id = open.back();
+      open.pop_back();
+      if (other.contains(id)) {
+        values->values_[id] = values->stand_in(id);
+        continue;
+      }
+      for (const TermName arg : terms.term(id).args) {
+        if (seen.insert(static_cast<Id>(arg)).second) open.push_back(static_cast<Id>(arg));
+      }
+    }
+  }
   return values;
 }
 
@@ -278,17 +304,32 @@ TermValues::Value TermValues::application(Thing t, const Expression& e) {
   for (const auto& [arg, is_word] : t.args) key += (is_word ? " w" : " t") + std::to_string(arg);
   t.is_integer = terms_.sort(e.sort).kind == TraceSort::integer;
   t.is_number = is_number(e);
-  if (!is_word(e)) return thing(std::move(t), key);
+  const bool is_mode = terms_.sort(e.sort).kind == TraceSort::rounding_mode;
+  if (!is_word(e) && !is_mode) return thing(std::move(t), key);
   const auto [known, is_new] = known_words_.try_emplace(key, 0);
   if (is_new) {
-    const Word any = words_.variable(width(e));
+    const Word any = words_.variable(is_mode ? mode_bits : width(e));
     known->second = is_float(e) ? float_word(terms_.sort(e.sort), words_.bits(any)) : any;
-    for (std::size_t i = 0; i < width(e); ++i) {
+    for (std::size_t i = 0; i < words_.width(any); ++i) {
       application_bits_.emplace(words_.bits(any)[i] >> 1, std::pair(applications_.size(), i));
     }
     applications_.push_back(std::move(t));
   }
-  return words_.current(known->second);
+  const Word w = words_.current(known->second);
+  return is_mode ? rounding_mode(e.sort, w) : w;
+}
+
+/// One of the rounding modes, as the bits say; what they say beyond the last one is the last one, too.
+TermValues::Value TermValues::rounding_mode(std::size_t sort, Word w) {
+  constexpr std::size_t num = std::size(reference::rounding_mode_names);
+  std::vector<Case> cases;
+  Bit is_last = BitGraph::yes;
+  for (std::size_t i = 0; i < num; ++i) {
+    const Bit here = i + 1 == num ? is_last : words_.equal(w, words_.constant(mpz_class(i), mode_bits));
+    is_last = graph_.both(is_last, here ^ 1U);
+    cases.emplace_back(literal(sort, mpz_class(i)), here);
+  }
+  return choice(std::move(cases));
 }
 
 std::optional<std::string> TermValues::name_of_value(Id id) {
@@ -328,7 +369,7 @@ void TermValues::equate(Value a, Value b, bool is_word) {
 
 bool TermValues::are_equal(Id a, Id b) {
   if (have_equal_values(a, b)) return true;
-  const Id x = in_context(terms_, a), y = in_context(terms_, b);
+  const Id x = in_context(terms_, a, context_left_), y = in_context(terms_, b, context_left_);
   return (x != a || y != b) && have_equal_values(x, y);
 }
 

@@ -33,7 +33,10 @@ class TermValues {
   explicit TermValues(TraceTerms& terms) : terms_(terms), quantifiers_(terms) {}
   /// With less effort: of a term that consists of more than so many others those farthest from it stand for
   /// anything.
-  static std::unique_ptr<TermValues> of_nearest_terms(TraceTerms& terms);
+  static std::unique_ptr<TermValues> of_nearest_terms(TraceTerms& terms, std::size_t most_terms);
+
+  /// With less effort: the largest parts that both terms have stand for anything.
+  static std::unique_ptr<TermValues> of_differences(TraceTerms& terms, Id a, Id b);
 
   /// Whether it is shown that the two terms of one sort, or two of arithmetic, are equal whatever their
   /// variables are.
@@ -114,6 +117,7 @@ class TermValues {
   std::string operator_key(const Expression& e) const;
   Value application(Id id);
   Value application(Thing t, const Expression& e);
+  Value rounding_mode(std::size_t sort, Word w);
   void equate(Value a, Value b, bool is_word);
   bool is_proved(Value x, Value y, bool is_word, bool is_number);
 
@@ -170,6 +174,8 @@ class TermValues {
   Value choice(std::vector<Case> cases);
   Bit equal(Argument a, Argument b);
   Bit equal(Value a, Value b);
+  bool is_among_literals(Value v) const;
+  Bit equal_literals(Value a, Value b);
   Bit atom(Atom says, const std::string& key);
 
   /// Takes from the effort for all proofs together; throws Exhausted when there is none left.
@@ -243,8 +249,9 @@ class TermValues {
   std::unordered_map<BitGraph::Node, Atom> atoms_;
   std::size_t budget_ = 0;  // of cases, for the present term
   std::size_t most_terms_ = ~std::size_t{0};
-  std::size_t effort_left_ = 2'000'000;  // of summands and cases, for all proofs together
-  std::size_t lemmas_left_ = 60'000;     // for all proofs together
+  std::size_t effort_left_ = 2'000'000;    // of summands and cases, for all proofs together
+  std::size_t lemmas_left_ = 60'000;       // for all proofs together
+  std::size_t context_left_ = 20'000'000;  // of terms that are looked at in context
   std::set<std::pair<Id, Id>> not_proved_;
   bool exhausted_ = false;
 };

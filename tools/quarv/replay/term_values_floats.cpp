@@ -73,6 +73,7 @@ std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
   if (e.op == "fp.min" || e.op == "fp.max") return extremum(e, format);
   if (const auto known = float_with_constant(e, format)) return known;
   if (e.op == "fp.roundToIntegral") return rounded_float(e, format);
+  if (n == 4 && e.op == "fp.fma") return commuted_float(e, e.op, argument(e, 1), argument(e, 2));
   if (n != 3 || (e.op != "fp.add" && e.op != "fp.sub" && e.op != "fp.mul")) return std::nullopt;
   Word b = argument(e, 2);
   if (e.op == "fp.sub") b = negated_float(format, b, BitGraph::yes);
@@ -99,7 +100,7 @@ std::optional<TermValues::Value> TermValues::float_with_constant(const Expressio
   return std::nullopt;
 }
 
-/// An operator of a rounding mode and two numbers whose order does not matter.
+/// An operator of a rounding mode, two numbers whose order does not matter, and maybe a third one.
 TermValues::Value TermValues::commuted_float(const Expression& e, const std::string& op, Word a, Word b) {
   Expression commutative = e;
   commutative.op = op;
@@ -107,6 +108,7 @@ TermValues::Value TermValues::commuted_float(const Expression& e, const std::str
   t.op = operator_key(commutative);
   t.args = {
       {argument(e, 0), is_word(static_cast<Id>(e.args[0]))}, {std::min(a, b), true}, {std::max(a, b), true}};
+  if (e.args.size() == 4) t.args.emplace_back(argument(e, 3), true);
   return application(std::move(t), e);
 }
 

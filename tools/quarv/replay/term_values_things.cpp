@@ -78,7 +78,7 @@ BitGraph::Bit TermValues::equal(Argument a, Argument b) {
 
 BitGraph::Bit TermValues::equal(Value a, Value b) {
   if (a == b) return BitGraph::yes;
-  if (at(a).kind == Thing::literal && at(b).kind == Thing::literal) return BitGraph::no;
+  if (is_among_literals(a) && is_among_literals(b)) return equal_literals(a, b);
   if (at(a).kind != Thing::choice) std::swap(a, b);
   if (at(a).kind == Thing::choice && budget_ >= at(a).cases.size()) {
     budget_ -= at(a).cases.size();
@@ -89,6 +89,27 @@ BitGraph::Bit TermValues::equal(Value a, Value b) {
   if (a > b) std::swap(a, b);
   return atom({.kind = Atom::equality, .a = a, .b = b, .form = 0, .bound = {}},
               "= " + std::to_string(a) + ' ' + std::to_string(b));
+}
+
+/// Whether this is a literal, or a choice between some.
+bool TermValues::is_among_literals(Value v) const {
+  const auto is_literal = [this](Value x) { return at(x).kind == Thing::literal; };
+  return is_literal(v) ||
+         (at(v).kind == Thing::choice && std::ranges::all_of(at(v).cases, is_literal, &Case::first));
+}
+
+/// Literals differ from each other.
+BitGraph::Bit TermValues::equal_literals(Value a, Value b) {
+  const auto cases = [this](Value v) {
+    return at(v).kind == Thing::choice ? at(v).cases : std::vector<Case>{{v, BitGraph::yes}};
+  };
+  std::vector<Bit> any;
+  for (const auto& [x, if_x] : cases(a)) {
+    for (const auto& [y, if_y] : cases(b)) {
+      if (x == y) any.push_back(graph_.both(if_x, if_y));
+    }
+  }
+  return graph_.disjunction(std::move(any));
 }
 
 /// A variable that says this.

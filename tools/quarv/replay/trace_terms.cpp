@@ -1,6 +1,7 @@
 #include "replay/trace_terms.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace quarv::cli {
 
@@ -118,9 +119,8 @@ bool binds_part_of(const TraceTerms& terms, Id in, Id root) {
 
 std::vector<Id> in_post_order(const TraceTerms& terms, Id root) {
   std::vector<Id> order;
-  std::vector<bool> seen(terms.size());
+  std::unordered_set<Id> seen{root};
   std::vector<std::pair<Id, std::size_t>> open{{root, 0}};
-  seen[root] = true;
   while (!open.empty()) {
     auto& [id, next] = open.back();
     const std::vector<TermName>& args = terms.term(id).args;
@@ -130,9 +130,7 @@ std::vector<Id> in_post_order(const TraceTerms& terms, Id root) {
       continue;
     }
     const auto arg = static_cast<Id>(args[next++]);
-    if (seen[arg]) continue;
-    seen[arg] = true;
-    open.emplace_back(arg, 0);
+    if (seen.insert(arg).second) open.emplace_back(arg, 0);
   }
   return order;
 }
