@@ -1,5 +1,9 @@
 #include <pybind11/stl.h>
 #include <set>
+#include <span>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "module.h"
 #include "terms.h"
@@ -63,7 +67,7 @@ py::tuple declarations(const PyTerm& t) {
 }
 
 /// Sends terms of one manager. A node is a text, or an operator and the numbers of the nodes that it is
-/// applied to.
+/// applied to; of an annotation, whose names texts do not tell, the list of its attributes and those numbers.
 class Sender {
  public:
   explicit Sender(const PyManager& manager)
@@ -86,7 +90,9 @@ class Sender {
   /// SMT-LIB makes.
   bool is_whole(const Term* t) const {
     TermManager& m = session_->manager();
-    if (m.arity(t) == 0 || m.is_quantifier(t->symbol) || m.is_annotation(t->symbol)) return true;
+    if (m.arity(t) == 0 || m.is_quantifier(t->symbol)) return true;
+    // An Int that was written as a Real is annotated as such.
+    if (m.is_annotation(t->symbol)) return m.type_of(t) != m.type_of(t->args[0]);
     try {
       return session_->reader.make(to_string(t->symbol), m.args_of(t)) != t;
     } catch (const std::invalid_argument&) {
@@ -129,10 +135,21 @@ class Sender {
 
   py::tuple application(const Term* t) {
     declarations_.add(t);
-    py::tuple node(1 + session_->manager().arity(t));
-    node[0] = to_string(t->symbol);
+    const TermManager& m = session_->manager();
+    py::tuple node(1 + m.arity(t));
+    if (m.is_annotation(t->symbol)) {
+      node[0] = attributes(m.annotation_attributes(t->symbol));
+    } else {
+      node[0] = to_string(t->symbol);
+    }
     for (std::size_t i = 1; i < node.size(); ++i) node[i] = *sent_.find(t->args[i - 1]->id);
     return node;
+  }
+
+  static py::list attributes(std::span<const Attribute> all) {
+    py::list list;
+    for (const Attribute& a : all) list.append(py::make_tuple(a.keyword, a.text, a.num_terms));
+    return list;
   }
 
   Shared session_;
@@ -162,7 +179,13 @@ class Receiver {
     for (std::size_t i = 1; i < node.size(); ++i) {
       args.push_back(terms_.at(node[i].cast<std::size_t>()).term);
     }
-    return session_->reader.make(node[0].cast<std::string>(), args);
+    if (py::isinstance<py::str>(node[0])) return session_->reader.make(node[0].cast<std::string>(), args);
+    std::vector<Attribute> attributes;
+    for (const py::handle a : node[0].cast<py::list>()) {
+      auto [keyword, text, num_terms] = a.cast<std::tuple<std::string, std::string, std::size_t>>();
+      attributes.push_back({std::move(keyword), std::move(text), num_terms});
+    }
+    return session_->manager().make_annotation(args.at(0), attributes, std::span(args).subspan(1));
   }
 
   Shared session_;

@@ -55,20 +55,22 @@ class _Parcel:
         under_way = [s for s in _shipments if s.source == hash(self.term.manager)]
         parts = under_way[0].sender.send(self.term) if len(under_way) == 1 else None
         if parts is None:
-            return _Text, (*self.term._declarations(), str(self.term))
+            return _Whole, _Sender(self.term.manager).send(self.term)
         return _Part, (under_way[0], *parts)
 
     def read(self, _manager):
         return self.term
 
 
-class _Text:
-    def __init__(self, sorts, functions, text):
-        self.sorts, self.functions, self.text = sorts, functions, text
+class _Whole:
+    """A term with all parts."""
+
+    def __init__(self, sorts, functions, nodes, number):
+        self.sorts, self.functions, self.nodes, self.number = sorts, functions, nodes, number
 
     def read(self, manager):
         _declare(manager, self.sorts, self.functions)
-        return manager.term(self.text)
+        return _Receiver(manager).receive(self.nodes, self.number)
 
 
 class _Part:

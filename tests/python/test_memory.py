@@ -249,6 +249,24 @@ def test_terms_can_be_pickled(m):
         pickle.dumps(t.sort)
 
 
+def test_pickled_terms_keep_their_names(m):
+    p, q = m.bool("p"), m.bool("q")
+    named = m.term("(! (and p q) :named a)")
+    inner = m.term("(or (! (not p) :named b :note 1) q)")
+    script = m.to_smt2([named, inner])
+    assert "(! (and p q) :named a)" in script and "(! (not p) :named b :note 1)" in script
+    back = pickle.loads(pickle.dumps([named, inner]))
+    assert back[0].manager.to_smt2(back) == script
+
+    class Alone:  # what is pickled within what is being pickled has no part in it
+        def __reduce__(self):
+            return pickle.loads, (pickle.dumps(named), )
+
+    first, alone = pickle.loads(pickle.dumps((named, Alone())))
+    for t in (first, alone):
+        assert "(! (and p q) :named a)" in t.manager.to_smt2([t])
+
+
 def grown(m, num_terms):
     """Terms of which each is a part of the next one."""
     x, y = m.bv("x", 32), m.bv("y", 32)
