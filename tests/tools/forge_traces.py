@@ -36,7 +36,6 @@ SCRIPT = '''(declare-const x (_ BitVec 4))(declare-const y (_ BitVec 4))(declare
 (assert (= #b101 ((_ fp.to_sbv 3) RNE (fp #b0 #b10 #b11))))
 (assert (= b (store ((as const (Array (_ FloatingPoint 2 3) Bool)) false) (_ NaN 2 3) (and p q p (not q)))))
 (declare-const m RoundingMode)(declare-const n RoundingMode)
-(assert (or (= m RTZ) (not (= (fp.fma n s (fp.neg s) s) (fp.fma m (fp.neg s) s s)))))
 (assert (or (not (and p (= i 3))) (and q (= (f (ite p (ite (not q) i j) (f i))) (f j)))))
 (assert (= (ite p (+ i j) (ite q i (f j))) i))
 '''
@@ -158,7 +157,7 @@ class Forger:
              '(_ BitVec 999999999)', '(_ BitVec 99999999999)', 'U', '', 'Bool\0']
     OPERATORS = """not and or = ite true false + * <= to_int select store const bvnot bvneg bvand bvor bvxor bvadd bvsub
         bvmul bvudiv bvsdiv bvurem bvsrem bvshl bvlshr bvashr bvult bvule bvslt bvsle bvcomp concat bv2nat sbv_to_int div mod
-        RNE RNA RTP RTN RTZ fp.abs fp.neg fp.add fp.sub fp.mul fp.div fp.fma fp.sqrt fp.rem fp.min fp.max fp.eq fp.lt fp.leq
+        RNE RNA RTP RTN RTZ fp.abs fp.neg fp.add fp.sub fp.mul fp.div fp.sqrt fp.rem fp.min fp.max fp.eq fp.lt fp.leq
         fp.isNaN fp.isInfinite fp.isZero fp.isNormal fp.isSubnormal fp.isNegative fp.isPositive fp.roundToIntegral
         fp.to_real fp.to_ieee_bv / forall !""".split()
     OPS = [*OPERATORS, '(_ divisible 3)', '(_ divisible 0)', '(_ extract 1 0)', '(_ extract 0 1)', '(_ zero_extend 0)',
