@@ -232,9 +232,11 @@ void NormalForms::product(Node n) {
     own_ = own;
     if (real && numerator(*factor) == QNumber(1)) form("/", {c, number(denominator(*factor), real)});
     if (factor->sign() < 0) form("-", {multiple(-*factor, c, real)});
-    return;
+    if (m_.get_tag(t->args[1]->symbol) != SymbolTag::TIMES) return;
+    own_ = own;
+  } else {
+    form("*", {operand(0), operand(1)});
   }
-  form("*", {operand(0), operand(1)});
   if (n.as_real()) return;
   each_list_of_leaves(t, [&](std::vector<const Term*>& parts) {
     if (parts.size() > 2) flat_form(operator_head("*"), false, parts, real ? m_.rat_type : m_.int_type);

@@ -36,6 +36,8 @@ const Term* lift_values(TermManager& m, const Symbol* s, Args args);
 // Arithmetic.
 const Term* simplify_plus(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_times(TermManager& m, const Symbol* s, Args args);
+/// `(= product 0)`.
+const Term* product_is_zero(TermManager& m, const Term* product);
 const Term* simplify_floor(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_leq(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args);

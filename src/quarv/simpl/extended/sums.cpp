@@ -78,20 +78,6 @@ const Term* simplify_plus(TermManager& m, const Symbol* /*s*/, Args args) {
   return sum.size() < sum.num_added() ? sum.to_term() : nullptr;
 }
 
-/// A number times a multiple.
-const Term* simplify_times(TermManager& m, const Symbol* /*s*/, Args args) {
-  for (int i = 0; i < 2; ++i) {
-    const QNumber* factor = m.get_number(args[i]);
-    const Term* t = args[1 - i];
-    if (factor == nullptr || !has_tag(m, t, SymbolTag::TIMES)) continue;
-    const QNumber* inner = m.get_number(t->args[0]);
-    if (inner == nullptr || !factor->is_small() || !inner->is_small()) continue;
-    const Term* product = m.make_number(*factor * *inner);
-    return m.make_times(product, t->args[1]);
-  }
-  return nullptr;
-}
-
 namespace {
 
 /// A part of an integral part: the greatest integer below floor(x) / n is that below x / n.
@@ -321,6 +307,11 @@ const Term* simplify_leq(TermManager& m, const Symbol* s, Args args) {
 /// A difference that is 0 is an equality of what it is a difference of.
 const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args) {
   if (const Term* t = compared_branches(m, s, args)) return t;
+  for (std::size_t i = 0; i < 2; ++i) {
+    const QNumber* value = m.get_number(args[i]);
+    if (value == nullptr || !value->is_zero()) continue;
+    if (const Term* t = product_is_zero(m, args[1 - i])) return t;
+  }
   if (!is_short(m, args[0]) || !is_short(m, args[1])) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
