@@ -127,6 +127,23 @@ struct Sqrt {
     return std::sqrt(x);
   }
 };
+struct Round {
+  static constexpr const char* name = "round";
+  static void apply(IEEEFloat& x, const IEEEFloat&) { x = round(x); }
+  static int apply(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr) { return mpfr_rint(r, x, MPFR_RNDN); }
+  template <class Real>
+  static Real apply(Real x, Real) {
+    return std::nearbyint(x);
+  }
+};
+/// To a format with as many exponent bits and ten significand bits fewer.
+struct Convert {
+  static constexpr const char* name = "convert";
+  static void apply(IEEEFloat& x, const IEEEFloat&) {
+    x.set_format({x.get_format().ew, x.get_format().mw - 10});
+  }
+  static int apply(mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr) { return mpfr_set(r, x, MPFR_RNDN); }
+};
 struct Less {
   static constexpr const char* name = "less";
   static bool apply(const IEEEFloat& x, const IEEEFloat& y) { return x < y; }
@@ -139,6 +156,8 @@ struct Less {
 
 template <class Operation>
 constexpr bool is_comparison = std::is_same_v<Operation, Less>;
+template <class Operation>
+constexpr bool is_conversion = std::is_same_v<Operation, Convert>;
 template <class Operation>
 constexpr bool takes_positive = std::is_same_v<Operation, Sqrt>;
 
@@ -163,7 +182,7 @@ template <class Operation>
 void run_mpfr(benchmark::State& state, IEEEFloat::format f) {
   const MpfrNumbers a(f, takes_positive<Operation>, 1), b(f, false, 2);
   mpfr_t result;
-  mpfr_init2(result, static_cast<mpfr_prec_t>(f.mw + 1));
+  mpfr_init2(result, static_cast<mpfr_prec_t>(f.mw + 1 - (is_conversion<Operation> ? 10 : 0)));
   std::size_t i = 0;
   for (auto _ : state) {
     if constexpr (is_comparison<Operation>) {
@@ -201,17 +220,20 @@ void register_operation() {
     IEEEFloat::format format;
   };
   static constexpr NamedFormat formats[] = {
-      {"binary32", {8, 23}}, {"binary64", {11, 52}}, {"binary128", {15, 112}}, {"11_200", {11, 200}}};
+      {"binary32", {8, 23}}, {"binary64", {11, 52}}, {"binary128", {15, 112}}, {"15_113", {15, 113}},
+      {"15_180", {15, 180}}, {"11_200", {11, 200}},  {"15_240", {15, 240}},    {"15_256", {15, 256}}};
   for (const NamedFormat& f : formats) {
     const std::string name = std::string(Operation::name) + '/' + f.name;
     benchmark::RegisterBenchmark((name + "/quarv").c_str(), run_software<Operation>, f.format);
     benchmark::RegisterBenchmark((name + "/mpfr").c_str(), run_mpfr<Operation>, f.format);
-    if (f.format.mw == 23) {
-      benchmark::RegisterBenchmark((name + "/host").c_str(), run_host<Operation, float, std::uint32_t>,
-                                   f.format);
-    } else if (f.format.mw == 52) {
-      benchmark::RegisterBenchmark((name + "/host").c_str(), run_host<Operation, double, std::uint64_t>,
-                                   f.format);
+    if constexpr (!is_conversion<Operation>) {
+      if (f.format.mw == 23) {
+        benchmark::RegisterBenchmark((name + "/host").c_str(), run_host<Operation, float, std::uint32_t>,
+                                     f.format);
+      } else if (f.format.mw == 52) {
+        benchmark::RegisterBenchmark((name + "/host").c_str(), run_host<Operation, double, std::uint64_t>,
+                                     f.format);
+      }
     }
   }
 }
@@ -224,6 +246,8 @@ int main(int argc, char** argv) {
   register_operation<Mul>();
   register_operation<Div>();
   register_operation<Sqrt>();
+  register_operation<Round>();
+  register_operation<Convert>();
   register_operation<Less>();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
