@@ -31,8 +31,9 @@ class WordSamples {
   }
   std::uint64_t top_word() { return word() | std::uint64_t{1} << 63; }
   uint128 top_double_word() { return uint128{top_word()} << 64 | word(); }
-  WideUInt<4> wide() {
-    WideUInt<4> r;
+  template <std::size_t N = 4>
+  WideUInt<N> wide() {
+    WideUInt<N> r;
     for (std::uint64_t& w : r.word) w = word();
     return r;
   }
@@ -70,10 +71,49 @@ TEST(FixedInteger, Quotients) {
     ASSERT_EQ(exact(fraction_quotient_jam(a, b)), quotient_jam(exact(a) << 63, exact(b)));
     const uint128 c = samples.top_double_word(), d = samples.top_double_word();
     ASSERT_EQ(exact(fraction_quotient_jam(c, d)), quotient_jam(exact(c) << 127, exact(d)));
-    WideUInt<4> e = samples.wide(), f = samples.wide();
-    e.word[3] |= std::uint64_t{1} << 63;
-    f.word[3] |= std::uint64_t{1} << 63;
-    ASSERT_EQ(exact(fraction_quotient_jam(e, f)), quotient_jam(exact(e) << 255, exact(f)));
+    const auto check = [&samples](auto e, auto f) {
+      constexpr std::size_t last = e.words - 1;
+      e.word[last] |= std::uint64_t{1} << 63;
+      f.word[last] |= std::uint64_t{1} << 63;
+      // Often the two high words of divisor and remainder are the same, at the start or later.
+      if (samples.below(4) == 0) f.set_double_word(last - 1, e.double_word(last - 1) >> samples.below(2));
+      f.word[last] |= std::uint64_t{1} << 63;
+      ASSERT_EQ(exact(fraction_quotient_jam(e, f)), quotient_jam(exact(e) << (e.bits - 1), exact(f)));
+    };
+    check(samples.wide<3>(), samples.wide<3>());
+    check(samples.wide<4>(), samples.wide<4>());
+    check(samples.wide<5>(), samples.wide<5>());
+  }
+}
+
+TEST(FixedInteger, QuotientsWhoseRemaindersBeginLikeTheDivisor) {
+  WordSamples samples;
+  const std::uint64_t all = ~std::uint64_t{0}, top = std::uint64_t{1} << 63;
+  for (int round = 0; round < 20000 * test_scale(); ++round) {
+    // a / b is q + r / b where r is b less a small number: the next word of the quotient is all ones.
+    WideUInt<4> b = samples.wide<4>();
+    b.word[3] |= top;
+    const mpz_class q = exact(samples.word()) | top;
+    const mpz_class small = exact(samples.wide<2>()) >> samples.below(128);
+    const mpz_class n = (q * exact(b) + exact(b) - 1 - small) >> 63;
+    if (bit_length(n) > 256) continue;
+    const auto a = convert_significand<WideUInt<4>>(n);
+    if (a.word[3] < top) continue;
+    ASSERT_EQ(exact(fraction_quotient_jam(a, b)), quotient_jam(n << 255, exact(b)));
+  }
+  const std::uint64_t words[] = {0, 1, top - 1, top, top + 1, all - 1, all};
+  const auto choose = [&] { return words[samples.below(7)]; };
+  for (int round = 0; round < 100000 * test_scale(); ++round) {
+    WideUInt<3> a, b;
+    for (std::size_t i = 0; i < 3; ++i) {
+      a.word[i] = choose();
+      b.word[i] = choose();
+    }
+    a.word[2] |= top;
+    b.word[2] |= top;
+    ASSERT_EQ(exact(fraction_quotient_jam(a, b)), quotient_jam(exact(a) << 191, exact(b)));
+    const uint128 c = a.double_word(1), d = b.double_word(1);
+    ASSERT_EQ(exact(fraction_quotient_jam(c, d)), quotient_jam(exact(c) << 127, exact(d)));
   }
 }
 
@@ -111,12 +151,13 @@ TEST(FixedInteger, SquareRootsOfSquaresAndTheirNeighbours) {
   }
 }
 
-TEST(FixedInteger, WideWords) {
+template <std::size_t N>
+void check_wide_words(int rounds) {
   WordSamples samples;
-  const mpz_class modulus = mpz_class(1) << 256;
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
-    const WideUInt<4> a = samples.wide(), b = samples.wide();
-    const unsigned count = samples.below(256);
+  const mpz_class modulus = mpz_class(1) << WideUInt<N>::bits;
+  for (int round = 0; round < rounds; ++round) {
+    const WideUInt<N> a = samples.wide<N>(), b = samples.wide<N>();
+    const unsigned count = samples.below(WideUInt<N>::bits);
     ASSERT_EQ(exact(a + b), mpz_class((exact(a) + exact(b)) % modulus));
     ASSERT_EQ(exact(a - b), mpz_class((exact(a) - exact(b) + modulus) % modulus));
     ASSERT_EQ(exact(a << count), mpz_class((exact(a) << count) % modulus));
@@ -124,14 +165,25 @@ TEST(FixedInteger, WideWords) {
     ASSERT_EQ(a < b, exact(a) < exact(b));
     ASSERT_EQ(exact(full_product(a, b)), exact(a) * exact(b));
     ASSERT_EQ(a.word_at(count), mpz_class((exact(a) >> count) % (mpz_class(1) << 64)));
-    ASSERT_EQ(exact(WideUInt<4>::from_word(a.word[0], count)),
+    ASSERT_EQ(exact(WideUInt<N>::from_word(a.word[0], count)),
               mpz_class((exact(a.word[0]) << count) % modulus));
     ASSERT_EQ(test_bit(a, count), mpz_tstbit(exact(a).get_mpz_t(), count) != 0);
+    ASSERT_EQ(a == b, exact(a) == exact(b));
+    ASSERT_TRUE(a == convert_significand<WideUInt<N>>(exact(a)));
+    ASSERT_EQ(exact(leading_part<WideUInt<N + 2>>(a)), mpz_class(exact(a) << 128));
+    ASSERT_EQ(exact(leading_part<WideUInt<2>>(a)), shift_right_jam(exact(a), a.bits - 128));
     if (is_zero(a)) continue;
     ASSERT_EQ(bit_length(a), bit_length(exact(a)));
     ASSERT_EQ(trailing_zeros(a), trailing_zeros(exact(a)));
     ASSERT_EQ(exact(shift_right_jam(a, count)), shift_right_jam(exact(a), count));
+    ASSERT_EQ(exact(shift_right_jam(a, a.bits + count)), 1);
   }
+}
+
+TEST(FixedInteger, WideWords) {
+  check_wide_words<3>(30000 * test_scale());
+  check_wide_words<4>(30000 * test_scale());
+  check_wide_words<5>(30000 * test_scale());
 }
 
 TEST(FixedInteger, BitsShiftedOut) {

@@ -6,20 +6,20 @@
 
 namespace quarv {
 
-enum Operation { add, subtract, multiply, divide, square_root, num_operations };
+enum Operation { op_add, op_subtract, op_multiply, op_divide, op_square_root, num_operations };
 
 inline void apply(Operation operation, IEEEFloat& x, const IEEEFloat& y) {
   switch (operation) {
-    case add:
+    case op_add:
       x += y;
       break;
-    case subtract:
+    case op_subtract:
       x -= y;
       break;
-    case multiply:
+    case op_multiply:
       x *= y;
       break;
-    case divide:
+    case op_divide:
       x /= y;
       break;
     default:

@@ -1,4 +1,4 @@
-// Formats that fit a machine word are computed with without any allocation.
+// Formats whose numbers are not in a QNumber are computed with without any allocation.
 
 #include <support/allocation_counter.h>
 #include <vector>
@@ -50,23 +50,40 @@ TEST(IEEEFloatAllocation, WordFormatsAllocateNothing) {
   }
 }
 
-TEST(IEEEFloatAllocation, FixedFormatsReuseTheirMemory) {
+TEST(IEEEFloatAllocation, WideFormatsAllocateNothing) {
   const CountGmpAllocations gmp;
-  for (const IEEEFloat::format f : {IEEEFloat::format{15, 112}, IEEEFloat::format{11, 200}}) {
-    IEEEFloat a = IEEEFloat::from_number(QNumber(5, 3), f, IEEEFloat::round_nearest_even), result = a;
-    const IEEEFloat b = IEEEFloat::from_number(QNumber(-7, 11), f, IEEEFloat::round_nearest_even);
+  for (const IEEEFloat::format f :
+       {IEEEFloat::format{3, 60}, IEEEFloat::format{15, 112}, IEEEFloat::format{15, 150},
+        IEEEFloat::format{11, 200}, IEEEFloat::format{15, 256}, IEEEFloat::format{60, 315}}) {
+    FloatSamples samples(f, 41);
+    std::vector<IEEEFloat> numbers;
+    for (int i = 0; i < 30; ++i) {
+      numbers.push_back(IEEEFloat::from_bits(QNumber::from_integer(samples.next().get_mpz_t()), f));
+    }
+    const QNumber one(1);
+    IEEEFloat result = numbers[0];
+    bool any = false;
     const long before = allocation_count();
-    for (int i = 0; i < 100; ++i) {
-      result = a;
-      result += b;
-      result *= b;
-      result /= b;
-      result -= b;
-      result.self_neg();
-      result.set_sign(false);
-      result.sqrt();
+    for (const IEEEFloat& a : numbers) {
+      for (const IEEEFloat& b : numbers) {
+        result = a;
+        result += b;
+        result -= a;
+        result *= b;
+        result /= a;
+        result.sqrt();
+        any = any || result < a || a <= b || a == b || result.identical(a) || result.is_nan();
+        result = round(a);
+        result.self_neg();
+        result.set_sign(false);
+        result.set_format({8, 23});
+        result.set_format({15, 240});
+        result.set_format(f);
+        any = any || a.to_integer(30) == one;
+      }
     }
     EXPECT_EQ(allocation_count(), before) << f.ew << ' ' << f.mw;
+    EXPECT_TRUE(any);
   }
 }
 

@@ -43,11 +43,11 @@ struct HostTraits<double> {
 template <class Real>
 void host_results(Real a, Real b, Real (&result)[num_operations]) {
   volatile Real x = a, y = b;
-  result[add] = x + y;
-  result[subtract] = x - y;
-  result[multiply] = x * y;
-  result[divide] = x / y;
-  result[square_root] = std::sqrt(x);
+  result[op_add] = x + y;
+  result[op_subtract] = x - y;
+  result[op_multiply] = x * y;
+  result[op_divide] = x / y;
+  result[op_square_root] = std::sqrt(x);
 }
 
 template <class Real>

@@ -28,16 +28,16 @@ void apply(Operation operation, MpfrFloat& wanted, mpfr_srcptr x, mpfr_srcptr y,
   const mpfr_ptr result = wanted.get();
   int ternary = 0;
   switch (operation) {
-    case add:
+    case op_add:
       ternary = mpfr_add(result, x, y, mode);
       break;
-    case subtract:
+    case op_subtract:
       ternary = mpfr_sub(result, x, y, mode);
       break;
-    case multiply:
+    case op_multiply:
       ternary = mpfr_mul(result, x, y, mode);
       break;
-    case divide:
+    case op_divide:
       ternary = mpfr_div(result, x, y, mode);
       break;
     default:
@@ -116,16 +116,35 @@ std::string name_of_format(const testing::TestParamInfo<NamedFormat>& format) {
   return format.param.name;
 }
 
+INSTANTIATE_TEST_SUITE_P(IEEEFloat, MpfrComparison,
+                         testing::Values(NamedFormat{"binary16", {5, 10}}, NamedFormat{"bfloat16", {8, 7}},
+                                         NamedFormat{"binary32", {8, 23}}, NamedFormat{"ew5mw56", {5, 56}},
+                                         NamedFormat{"ew4mw59", {4, 59}}, NamedFormat{"ew3mw60", {3, 60}},
+                                         NamedFormat{"binary128", {15, 112}},
+                                         NamedFormat{"ew11mw200", {11, 200}},
+                                         NamedFormat{"binary256", {19, 236}},
+                                         NamedFormat{"ew15mw500", {15, 500}},
+                                         NamedFormat{"ew28mw3", {28, 3}}),
+                         name_of_format);
+
+// Where significands, with the hidden bit and with the bits that arithmetic takes, fill their words, and
+// exponents theirs.
 INSTANTIATE_TEST_SUITE_P(
-    IEEEFloat, MpfrComparison,
-    testing::Values(NamedFormat{"binary16", {5, 10}}, NamedFormat{"bfloat16", {8, 7}},
-                    NamedFormat{"binary32", {8, 23}}, NamedFormat{"ew5mw56", {5, 56}},
-                    NamedFormat{"ew4mw59", {4, 59}}, NamedFormat{"ew3mw60", {3, 60}},
-                    NamedFormat{"ew15mw63", {15, 63}}, NamedFormat{"binary128", {15, 112}},
-                    NamedFormat{"ew4mw123", {4, 123}}, NamedFormat{"ew4mw124", {4, 124}},
-                    NamedFormat{"ew11mw200", {11, 200}}, NamedFormat{"binary256", {19, 236}},
-                    NamedFormat{"ew4mw251", {4, 251}}, NamedFormat{"ew4mw252", {4, 252}},
-                    NamedFormat{"ew15mw500", {15, 500}}, NamedFormat{"ew28mw3", {28, 3}}),
+    IEEEFloatWords, MpfrComparison,
+    testing::Values(NamedFormat{"precision62", {7, 61}}, NamedFormat{"precision63", {15, 62}},
+                    NamedFormat{"precision64", {15, 63}}, NamedFormat{"precision65", {11, 64}},
+                    NamedFormat{"precision113", {16, 112}}, NamedFormat{"precision124", {4, 123}},
+                    NamedFormat{"precision125", {4, 124}}, NamedFormat{"precision127", {15, 126}},
+                    NamedFormat{"precision128", {15, 127}}, NamedFormat{"precision129", {8, 128}},
+                    NamedFormat{"precision188", {5, 187}}, NamedFormat{"precision189", {5, 188}},
+                    NamedFormat{"precision191", {15, 190}}, NamedFormat{"precision192", {15, 191}},
+                    NamedFormat{"precision193", {15, 192}}, NamedFormat{"precision200", {20, 199}},
+                    NamedFormat{"precision241", {15, 240}}, NamedFormat{"precision252", {4, 251}},
+                    NamedFormat{"precision253", {4, 252}}, NamedFormat{"precision255", {15, 254}},
+                    NamedFormat{"precision256", {15, 255}}, NamedFormat{"precision257", {19, 256}},
+                    NamedFormat{"precision316", {2, 315}}, NamedFormat{"precision317", {2, 316}},
+                    NamedFormat{"ew60mw20", {60, 20}}, NamedFormat{"ew60mw315", {60, 315}},
+                    NamedFormat{"ew61mw20", {61, 20}}),
     name_of_format);
 
 }  // namespace

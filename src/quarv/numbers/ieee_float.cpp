@@ -1,7 +1,6 @@
 #include <cassert>
 #include <stdexcept>
 
-#include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/ieee_float.h>
 #include <quarv/numbers/ieee_float_storage.h>
 #include <quarv/numbers/swflt/arithmetic.h>
@@ -15,50 +14,37 @@ IEEEFloat::IEEEFloat(format f, rounding_mode mode) : format_(f) {
         "a floating-point format needs at least one exponent and one significand bit");
   }
   kind_and_mode_ = kind_of(f) << kind_shift | mode;
-  if (holds_number()) {
-    new (&number_) QNumber();
-  } else {
-    store_any(std::uint64_t{0});
+  switch (kind()) {
+    case word32:
+      word32_ = 0;
+      break;
+    case word64:
+      word64_ = 0;
+      break;
+    case wide_float:
+      wide_ = {};
+      break;
+    case unbounded_number:
+      new (&number_) QNumber();
   }
 }
 
 void IEEEFloat::assign_number(const IEEEFloat& other) {
   if (this == &other) return;
-  if (holds_number() && other.holds_number()) {
+  if (owns_memory() && other.owns_memory()) {
     number_ = other.number_;
   } else {
-    if (holds_number()) number_.~QNumber();
+    if (owns_memory()) number_.~QNumber();
     kind_and_mode_ = 0;
     construct_from(other);
   }
 }
 
-IEEEFloat IEEEFloat::from_bits(const QNumber& bits, format f) {
-  IEEEFloat x(f, round_nearest_even);
-  if (!x.holds_number()) {
-    bits::Word word = BVNumber::to_word(bits);
-    bits::reduce(word, f.width());
-    x.store_any(word);
-  } else {
-    BVNumber::residue(bits, f.width(), &x.number_);
-  }
-  return x;
-}
-
-QNumber IEEEFloat::get_bits() const {
-  if (kind() == word32) return QNumber(static_cast<std::int64_t>(word32_));
-  if (kind() != word64) return number_;
-  if (static_cast<std::int64_t>(word64_) >= 0) return QNumber(static_cast<std::int64_t>(word64_));
-  const mp_limb_t limb = word64_;
-  mpz_t integer;
-  return QNumber::from_integer(mpz_roinit_n(integer, &limb, 1));
-}
-
 bool IEEEFloat::identical(const IEEEFloat& other) const {
   if (format_ != other.format_) return false;
-  if (kind() == word32) return word32_ == other.word32_;
-  if (kind() == word64) return word64_ == other.word64_;
-  return number_ == other.number_;
+  return with_layout([](const auto& access, const IEEEFloat& x,
+                        const IEEEFloat& y) { return access.load(x) == access.load(y); },
+                     *this, other);
 }
 
 template <class Operation>
@@ -147,11 +133,11 @@ bool IEEEFloat::is_nan() const {
 }
 
 bool IEEEFloat::is_inf() const {
-  return test_magnitude([](const auto& f, const auto& m) { return m == f.infinity(); });
+  return test_magnitude([](const auto& f, const auto& m) { return f.is_infinite(m); });
 }
 
 bool IEEEFloat::is_zero() const {
-  return test_magnitude([](const auto&, const auto& m) { return swflt::is_zero(m); });
+  return test_magnitude([](const auto& f, const auto& m) { return f.is_zero(m); });
 }
 
 bool IEEEFloat::is_subnormal() const {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <new>
 #include <string>
 
@@ -14,6 +15,12 @@
 
 namespace quarv {
 
+namespace swflt {
+template <std::size_t N>
+struct WideUInt;
+using WideEncoding = WideUInt<6>;
+}  // namespace swflt
+
 /// A binary floating-point number of a given format, with the mode in which operations on it round.
 ///
 /// Every operation computes the exact result and rounds it once, for every format with at least one exponent
@@ -21,9 +28,9 @@ namespace quarv {
 /// exponent bit the two exponents are those of the subnormal numbers and of infinity and NaN; there are no
 /// normal numbers.
 ///
-/// A number holds its encoding: in a 32-bit word, in a 64-bit word, or in a `QNumber`, whichever is the first
-/// that it fits. Operations on formats that fit a word, with up to 59 stored significand bits, allocate
-/// nothing.
+/// A number holds its encoding in itself if the format has up to 315 stored significand bits and 60 exponent
+/// bits: arithmetic, comparing, rounding and converting between such formats allocates nothing. Numbers of
+/// other formats hold it in a `QNumber`.
 ///
 /// NaNs: `from_bits` keeps sign and payload, which then stay with the number and its copies. An operation
 /// whose result is a NaN gives the one quiet, positive NaN of the format in which only the first stored
@@ -59,16 +66,16 @@ class QUARV_API IEEEFloat {
   }
 
   ~IEEEFloat() {
-    if (holds_number()) number_.~QNumber();
+    if (owns_memory()) number_.~QNumber();
   }
 
   /// Copies value, format and rounding mode. Between numbers of one format it allocates nothing, except where
   /// a `QNumber` does.
   IEEEFloat& operator=(const IEEEFloat& other) {
-    if (holds_number() || other.holds_number()) {
+    if (owns_memory() || other.owns_memory()) {
       assign_number(other);
     } else {
-      copy_word(other);
+      copy_words(other);
     }
     format_ = other.format_;
     kind_and_mode_ = other.kind_and_mode_;
@@ -88,7 +95,7 @@ class QUARV_API IEEEFloat {
 
   /// Stores the encoding in `word` and returns true, if the format has at most 64 bits; else returns false.
   bool get_word(std::uint64_t* word) const {
-    if (holds_number()) return false;
+    if (!fits_word()) return false;
     *word = kind() == word32 ? word32_ : word64_;
     return true;
   }
@@ -163,8 +170,13 @@ class QUARV_API IEEEFloat {
   ///@}
 
  private:
-  /// What holds the encoding. The last two differ in the integers that operations on the format use.
-  enum storage_kind : std::uint32_t { word32 = 0, word64 = 1, fixed_number = 2, unbounded_number = 3 };
+  /// What holds the encoding.
+  enum storage_kind : std::uint32_t { word32 = 0, word64 = 1, wide_float = 2, unbounded_number = 3 };
+
+  /// The room for a `swflt::WideFloat`.
+  struct alignas(16) WideStorage {
+    std::uint64_t words[6];
+  };
 
   static constexpr unsigned kind_shift = 30;
   static constexpr std::uint32_t mode_mask = (std::uint32_t{1} << kind_shift) - 1;
@@ -174,39 +186,41 @@ class QUARV_API IEEEFloat {
 
   static storage_kind kind_of(format f);
   storage_kind kind() const { return static_cast<storage_kind>(kind_and_mode_ >> kind_shift); }
-  bool holds_number() const { return kind() >= fixed_number; }
+  bool owns_memory() const { return kind() == unbounded_number; }
+  bool fits_word() const { return kind() <= word64; }
 
   void construct_from(const IEEEFloat& other) {
-    if (other.holds_number()) {
+    if (other.owns_memory()) {
       new (&number_) QNumber(other.number_);
     } else {
-      copy_word(other);
+      copy_words(other);
     }
   }
-  void copy_word(const IEEEFloat& other) {
+  void copy_words(const IEEEFloat& other) {
     if (other.kind() == word32) {
       word32_ = other.word32_;
-    } else {
+    } else if (other.kind() == word64) {
       word64_ = other.word64_;
+    } else {
+      std::memcpy(&wide_, &other.wide_, sizeof(wide_));
     }
   }
   void assign_number(const IEEEFloat& other);
 
-  /// The encoding as an integer of the type `Bits`, which it must fit; the first two for a storage that is
-  /// known.
-  template <storage_kind kind, class Bits>
-  Bits load() const;
-  template <class Bits>
-  Bits load_number() const;
-  template <class Bits>
-  Bits load_any() const;
+  /// The encoding, as the layout has it, for a storage that is known and that the layout fits.
+  template <storage_kind kind, class L>
+  decltype(auto) load(const L& f) const;
+  template <storage_kind kind, class L>
+  void store(const L& f, const typename L::Bits& bits);
 
-  template <storage_kind kind, class Bits>
-  void store(const Bits& bits);
-  template <class Bits>
-  void store_number(const Bits& bits);
-  template <class Bits>
-  void store_any(const Bits& bits);
+  /// Makes a wide number one of this encoding.
+  void store_encoding(const swflt::WideEncoding& encoding);
+
+  /// The same for any storage that the layout fits.
+  template <class L>
+  typename L::Bits load_any(const L& f) const;
+  template <class L>
+  void store_any(const L& f, const typename L::Bits& bits);
 
   /// The layout of a format, and how its numbers store their encodings.
   template <class Layout, storage_kind stored_as>
@@ -215,8 +229,8 @@ class QUARV_API IEEEFloat {
 
     Layout layout;
 
-    static Bits load(const IEEEFloat& x) { return x.load<stored_as, Bits>(); }
-    static void store(IEEEFloat& x, const Bits& bits) { x.store<stored_as>(bits); }
+    decltype(auto) load(const IEEEFloat& x) const { return x.load<stored_as>(layout); }
+    void store(IEEEFloat& x, const Bits& bits) const { x.store<stored_as>(layout, bits); }
   };
 
   /// Calls operation(access, arguments...) with the `Access` that suits the format. The operation is a lambda
@@ -224,11 +238,15 @@ class QUARV_API IEEEFloat {
   template <class Operation, class... Arguments>
   auto with_layout(Operation operation, Arguments&... arguments) const;
   template <class Operation, class... Arguments>
-  [[gnu::noinline]] auto with_quad_layout(Operation operation, Arguments&... arguments) const;
-  template <class Operation, class... Arguments>
   [[gnu::noinline]] auto with_other_layout(Operation operation, Arguments&... arguments) const;
   template <class Operation, class... Arguments>
-  [[gnu::noinline]] auto with_fixed_layout(Operation operation, Arguments&... arguments) const;
+  auto with_fixed_layout(Operation operation, Arguments&... arguments) const;
+  template <class Operation, class... Arguments>
+  auto with_word_layout(Operation operation, Arguments&... arguments) const;
+  template <class Operation, class... Arguments>
+  [[gnu::noinline]] auto with_wide_layout(Operation operation, Arguments&... arguments) const;
+  template <class S, class Operation, class... Arguments>
+  auto with_significand(Operation operation, Arguments&... arguments) const;
   template <class Operation, class... Arguments>
   [[gnu::noinline]] auto with_unbounded_layout(Operation operation, Arguments&... arguments) const;
 
@@ -253,12 +271,13 @@ class QUARV_API IEEEFloat {
   bool test_magnitude(Predicate predicate) const;
 
   format format_;
+  std::uint32_t kind_and_mode_;  ///< storage kind in the top two bits, rounding mode in the others
   union {
     std::uint32_t word32_;
     std::uint64_t word64_;
+    WideStorage wide_;
     QNumber number_;
   };
-  std::uint32_t kind_and_mode_;  ///< storage kind in the top two bits, rounding mode in the others
 };
 
 QUARV_API IEEEFloat round(const IEEEFloat& x);

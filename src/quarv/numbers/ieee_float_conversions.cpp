@@ -1,6 +1,6 @@
-#include <limits>
 #include <utility>
 
+#include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/ieee_float_storage.h>
 #include <quarv/numbers/swflt/conversions.h>
 
@@ -49,16 +49,16 @@ QNumber signed_number(bool negative, const S& integer, BitCount shift) {
 /// `to_integer` of the encoding `a`.
 template <class L>
 QNumber integer_of(const L& f, swflt::rounding_mode mode, const typename L::Bits& a, std::size_t width) {
-  using S = typename L::Bits;
+  using S = typename L::Significand;
   using Exponent = typename L::Exponent;
-  const S m = f.magnitude(a);
+  const auto& m = f.magnitude(a);
   const bool negative = f.sign(a);
   if (f.is_nan(m)) {
     swflt::raise(swflt::flag_invalid);
     return QNumber();
   }
   if (!f.is_finite(m)) return saturated(negative, width);
-  if (swflt::is_zero(m)) return QNumber();
+  if (f.is_zero(m)) return QNumber();
   const swflt::Magnitude<S, Exponent> value = swflt::decode<S, Exponent>(f, m);
   S integer = value.significand;
   BitCount shift = 0;
@@ -77,6 +77,7 @@ QNumber integer_of(const L& f, swflt::rounding_mode mode, const typename L::Bits
 
 using WordMagnitude = swflt::Magnitude<std::uint64_t, std::int64_t>;
 using DoubleWordMagnitude = swflt::Magnitude<swflt::uint128, std::int64_t>;
+using WideMagnitude = swflt::Magnitude<swflt::WidestLayout::Significand, std::int64_t>;
 using UnboundedMagnitude = swflt::Magnitude<mpz_class, std::int64_t>;
 
 /// num / den, jammed to at least 65 bits. Both are above 0 and below 2^63, and den is at least 2.
@@ -111,23 +112,142 @@ typename L::Bits encode_words(const L& f, swflt::rounding_mode mode, const QNumb
   return swflt::encode(f, mode, negative, word_quotient(num, static_cast<std::uint64_t>(v.small_den())));
 }
 
+/// The same in a significand of fixed size.
+WideMagnitude wide_magnitude(const QNumber& v, BitCount precision) {
+  using S = swflt::WidestLayout::Significand;
+  UnboundedMagnitude exact = unbounded_magnitude(v, precision);
+  const BitCount length = swflt::bit_length(exact.significand);
+  if (length > swflt::bits_of<S>) {
+    const BitCount excess = length - swflt::bits_of<S>;
+    exact.significand = swflt::shift_right_jam(exact.significand, excess);
+    exact.exponent += static_cast<std::int64_t>(excess);
+  }
+  return {swflt::convert_significand<S>(exact.significand), exact.exponent};
+}
+
 template <class L>
 typename L::Bits encode_number(const L& f, swflt::rounding_mode mode, const QNumber& v) {
   return swflt::encode(f, mode, v.sign() < 0, unbounded_magnitude(v, f.precision()));
 }
 
+/// An integer of no more bits than a wide encoding that is not below 0, and the number of a wide integer.
+swflt::WideEncoding wide_integer(const QNumber& x) {
+  if (x.is_small()) return swflt::WideEncoding(static_cast<std::uint64_t>(x.small_num()));
+  swflt::WideEncoding r;
+  for (std::size_t i = 0; i < r.words; ++i) r.word[i] = mpz_getlimbn(x.big_num(), static_cast<mp_size_t>(i));
+  return r;
+}
+template <std::size_t N>
+QNumber number_of(const swflt::WideUInt<N>& x) {
+  mp_size_t size = N;
+  while (size > 0 && x.word[static_cast<std::size_t>(size) - 1] == 0) --size;
+  mpz_t integer;
+  return QNumber::from_integer(mpz_roinit_n(integer, x.word.data(), size));
+}
+
 }  // namespace
+
+template <>
+std::uint64_t IEEEFloat::load_any(const swflt::WordLayout& /*f*/) const {
+  return kind() == word32 ? word32_ : word64_;
+}
+template <>
+void IEEEFloat::store_any(const swflt::WordLayout& /*f*/, const std::uint64_t& word) {
+  if (kind() == word32) {
+    word32_ = static_cast<std::uint32_t>(word);
+  } else {
+    word64_ = word;
+  }
+}
+
+template <>
+swflt::WidestLayout::Bits IEEEFloat::load_any(const swflt::WidestLayout& f) const {
+  if (fits_word()) return f.from_encoding(swflt::WideEncoding(kind() == word32 ? word32_ : word64_));
+  return with_wide_layout(
+      [](const auto& access, const IEEEFloat& x) {
+        return swflt::with_significand_type<swflt::WidestLayout::Significand>(access.load(x));
+      },
+      *this);
+}
+
+template <>
+mpz_class IEEEFloat::load_any(const swflt::GeneralLayout& f) const {
+  switch (kind()) {
+    case word32:
+      return mpz_class(word32_);
+    case word64:
+      return mpz_class(word64_);
+    case wide_float:
+      return swflt::convert_significand<mpz_class>(
+          swflt::WidestLayout(f).encoding(load_any(swflt::WidestLayout(f))));
+    case unbounded_number:
+      break;
+  }
+  return number_.num();
+}
+template <>
+void IEEEFloat::store_any(const swflt::GeneralLayout& f, const mpz_class& bits) {
+  switch (kind()) {
+    case word32:
+    case word64:
+      return store_any(swflt::WordLayout(f), bits.get_ui());
+    case wide_float:
+      return store_encoding(swflt::convert_significand<swflt::WideEncoding>(bits));
+    case unbounded_number:
+      break;
+  }
+  number_.set_integer(bits.get_mpz_t());
+}
+
+void IEEEFloat::store_encoding(const swflt::WideEncoding& encoding) {
+  with_wide_layout([](const auto& access, IEEEFloat& x,
+                      const swflt::WideEncoding& e) { access.store(x, access.layout.from_encoding(e)); },
+                   *this, encoding);
+}
+
+IEEEFloat IEEEFloat::from_bits(const QNumber& bits, format f) {
+  using namespace swflt;
+  IEEEFloat x(f, round_nearest_even);
+  if (x.fits_word()) {
+    bits::Word word = BVNumber::to_word(bits);
+    bits::reduce(word, f.width());
+    x.store_any(make_layout<WordLayout>(f), word);
+  } else if (x.kind() == unbounded_number) {
+    BVNumber::residue(bits, f.width(), &x.number_);
+  } else {
+    QNumber residue;
+    BVNumber::residue(bits, f.width(), &residue);
+    x.store_encoding(wide_integer(residue));
+  }
+  return x;
+}
+
+QNumber IEEEFloat::get_bits() const {
+  if (kind() == word32) return QNumber(static_cast<std::int64_t>(word32_));
+  if (kind() == unbounded_number) return number_;
+  if (kind() == word64) return number_of(swflt::WideUInt<1>(word64_));
+  const auto layout = swflt::make_layout<swflt::WidestLayout>(format_);
+  return number_of(layout.encoding(load_any(layout)));
+}
 
 IEEEFloat IEEEFloat::from_number(const QNumber& v, format f, rounding_mode r) {
   using namespace swflt;
   IEEEFloat x(f, r);
   if (v.is_zero()) return x;
   if (fits_words(v) && fits_layout<WordLayout>(f)) {
-    x.store_any(encode_words(make_layout<WordLayout>(f), r, v));
-  } else if (fits_layout<FixedLayout>(f)) {
-    x.store_any(encode_number(make_layout<FixedLayout>(f), r, v));
+    const auto layout = make_layout<WordLayout>(f);
+    x.store_any(layout, encode_words(layout, r, v));
+  } else if (fits_layout<WidestLayout>(f)) {
+    const WideMagnitude magnitude = wide_magnitude(v, make_layout<WidestLayout>(f).precision());
+    const bool negative = v.sign() < 0;
+    x.with_fixed_layout(
+        [](const auto& access, IEEEFloat& y, const bool& sign, const WideMagnitude& exact) {
+          access.store(y, swflt::encode(access.layout, y.get_rounding_mode(), sign, exact));
+        },
+        x, negative, magnitude);
   } else {
-    x.store_any(encode_number(make_layout<GeneralLayout>(f), r, v));
+    const auto layout = make_layout<GeneralLayout>(f);
+    x.store_any(layout, encode_number(layout, r, v));
   }
   return x;
 }
@@ -152,20 +272,35 @@ IEEEFloat round(const IEEEFloat& x) {
 
 template <class L>
 void IEEEFloat::convert_to(IEEEFloat& target) const {
-  using Bits = typename L::Bits;
   const L from = swflt::make_layout<L>(format_), to = swflt::make_layout<L>(target.format_);
-  target.store_any(
-      swflt::convert<Bits, typename L::Exponent>(from, to, get_rounding_mode(), load_any<Bits>()));
+  target.store_any(to, swflt::convert<typename L::Significand, typename L::Exponent>(
+                           from, to, get_rounding_mode(), load_any(from)));
 }
 
 void IEEEFloat::set_format(format f) {
   using namespace swflt;
   IEEEFloat target(f, get_rounding_mode());
-  // One layout that fits both formats reads the one and writes the other.
   if (fits_layout<WordLayout>(format_) && fits_layout<WordLayout>(f)) {
     convert_to<WordLayout>(target);
-  } else if (fits_layout<FixedLayout>(format_) && fits_layout<FixedLayout>(f)) {
-    convert_to<FixedLayout>(target);
+  } else if (kind() == wide_float && target.kind() == wide_float &&
+             significand_words(format_.mw + 1) == significand_words(f.mw + 1)) {
+    target.with_wide_layout(
+        [](const auto& access, IEEEFloat& y, const IEEEFloat& x) {
+          using S = typename std::remove_cvref_t<decltype(access.layout)>::Significand;
+          const auto from = make_layout<DynamicWideLayout<S>>(x.format_);
+          const auto& bits = x.load<wide_float>(from);
+          access.store(y, swflt::convert<S, std::int64_t>(from, access.layout, y.get_rounding_mode(), bits));
+        },
+        target, *this);
+  } else if (fits_layout<WidestLayout>(format_) && fits_layout<WidestLayout>(f)) {
+    const auto from = make_layout<WidestLayout>(format_);
+    const WidestLayout::Bits bits = load_any(from);
+    target.with_fixed_layout(
+        [](const auto& access, IEEEFloat& x, const WidestLayout& layout, const WidestLayout::Bits& y) {
+          access.store(x, swflt::convert<WidestLayout::Significand, std::int64_t>(layout, access.layout,
+                                                                                  x.get_rounding_mode(), y));
+        },
+        target, from, bits);
   } else {
     convert_to<GeneralLayout>(target);
   }
@@ -178,7 +313,7 @@ std::string IEEEFloat::to_string() const {
   if (is_inf()) return sign + "inf";
   if (is_zero()) return sign + "0x0p+0";
   const auto f = swflt::make_layout<swflt::GeneralLayout>(format_);
-  const auto value = swflt::decode<mpz_class, mpz_class>(f, f.magnitude(load_any<mpz_class>()));
+  const auto value = swflt::decode<mpz_class, mpz_class>(f, f.magnitude(load_any(f)));
   const BitCount fraction_bits = swflt::bit_length(value.significand) - 1;
   const mpz_class exponent = value.exponent + mpz_class(fraction_bits);
   const BitCount padding = (4 - fraction_bits % 4) % 4;

@@ -4,7 +4,7 @@
 #pragma once
 
 #include <quarv/numbers/ieee_float.h>
-#include <quarv/numbers/swflt/layout.h>
+#include <quarv/numbers/swflt/wide_layout.h>
 
 namespace quarv {
 
@@ -13,9 +13,11 @@ namespace swflt {
 using SingleLayout = Layout<std::uint64_t, std::int64_t, StaticWidths<8, 23>>;
 using DoubleLayout = Layout<std::uint64_t, std::int64_t, StaticWidths<11, 52>>;
 using WordLayout = Layout<std::uint64_t, std::int64_t, DynamicWidths>;
-using QuadLayout = Layout<uint128, std::int64_t, StaticWidths<15, 112>>;
-using DoubleWordLayout = Layout<uint128, std::int64_t, DynamicWidths>;
-using FixedLayout = Layout<WideUInt<4>, std::int64_t, DynamicWidths>;
+template <class S>
+using DynamicWideLayout = WideLayout<S, DynamicWidths>;
+using QuadLayout = WideLayout<uint128, StaticWidths<15, 112>>;
+/// For every format of which the numbers are `WideFloat`s.
+using WidestLayout = DynamicWideLayout<WideUInt<5>>;
 using UnboundedLayout = Layout<mpz_class, std::int64_t, DynamicWidths>;
 /// For every format.
 using GeneralLayout = Layout<mpz_class, mpz_class, DynamicWidths>;
@@ -24,8 +26,8 @@ using GeneralLayout = Layout<mpz_class, mpz_class, DynamicWidths>;
 /// bits more, and exponents.
 template <class L>
 bool fits_layout(const IEEEFloat::format& f) {
-  constexpr BitCount bits = bits_of<typename L::Bits>;
-  return f.width() <= bits && f.mw + 5 <= bits && f.ew <= max_word_exponent_width;
+  constexpr BitCount bits = bits_of<typename L::Significand>;
+  return (is_wide_layout<L> || f.width() <= bits) && f.mw + 5 <= bits && f.ew <= max_word_exponent_width;
 }
 
 template <class L>
@@ -38,84 +40,38 @@ L make_layout(const IEEEFloat::format& f) {
 inline IEEEFloat::storage_kind IEEEFloat::kind_of(format f) {
   if (f.width() <= 32) return word32;
   if (f.width() <= 64) return word64;
-  return swflt::fits_layout<swflt::FixedLayout>(f) ? fixed_number : unbounded_number;
+  return swflt::fits_layout<swflt::WidestLayout>(f) ? wide_float : unbounded_number;
 }
 
-template <class Bits>
-Bits IEEEFloat::load_number() const {
-  if (number_.is_small()) return Bits(static_cast<std::uint64_t>(number_.small_num()));
-  if constexpr (swflt::is_unbounded<Bits>) {
-    return Bits(number_.big_num());
-  } else {
-    const std::size_t size = mpz_size(number_.big_num());
-    const mp_limb_t* limbs = mpz_limbs_read(number_.big_num());
-    if constexpr (std::same_as<Bits, swflt::uint128>) {
-      if (size == 2) [[likely]]
-        return swflt::uint128{limbs[1]} << 64 | limbs[0];
-    }
-    swflt::WideUInt<4> r;
-    for (std::size_t i = 0; i < r.words; ++i) r.word[i] = i < size ? limbs[i] : 0;
-    return swflt::convert_significand<Bits>(r);
-  }
-}
-
-template <class Bits>
-void IEEEFloat::store_number(const Bits& bits) {
-  if constexpr (swflt::is_unbounded<Bits>) {
-    number_.set_integer(bits.get_mpz_t());
-  } else {
-    const auto words =
-        swflt::convert_significand<swflt::WideUInt<sizeof(Bits) / sizeof(std::uint64_t)>>(bits);
-    int size = words.words;
-    while (size > 0 && words.word[static_cast<std::size_t>(size) - 1] == 0) --size;
-    const mpz_t integer = MPZ_ROINIT_N(const_cast<mp_limb_t*>(words.word.data()), size);
-    number_.set_integer(integer);
-  }
-}
-
-template <IEEEFloat::storage_kind kind, class Bits>
-Bits IEEEFloat::load() const {
+template <IEEEFloat::storage_kind kind, class L>
+decltype(auto) IEEEFloat::load(const L& f) const {
+  using Bits = typename L::Bits;
   if constexpr (kind == word32) {
     return Bits(std::uint64_t{word32_});
-  } else if constexpr (kind == word64) {
+  } else if constexpr (kind == wide_float) {
+    return *std::launder(reinterpret_cast<const Bits*>(&wide_));
+  } else if constexpr (kind == unbounded_number) {
+    return number_.is_small() ? Bits(number_.small_num()) : Bits(number_.big_num());
+  } else if constexpr (swflt::is_wide_layout<L>) {
+    return f.from_encoding(swflt::WideEncoding(word64_));
+  } else {
     return Bits(word64_);
-  } else {
-    return load_number<Bits>();
   }
 }
 
-template <IEEEFloat::storage_kind kind, class Bits>
-void IEEEFloat::store(const Bits& bits) {
+template <IEEEFloat::storage_kind kind, class L>
+void IEEEFloat::store(const L& f, const typename L::Bits& bits) {
   if constexpr (kind == word32) {
-    word32_ = static_cast<std::uint32_t>(swflt::convert_significand<std::uint64_t>(bits));
-  } else if constexpr (kind == word64) {
-    word64_ = swflt::convert_significand<std::uint64_t>(bits);
+    word32_ = static_cast<std::uint32_t>(bits);
+  } else if constexpr (kind == wide_float) {
+    static_assert(sizeof(bits) <= sizeof(wide_) && alignof(typename L::Bits) <= alignof(WideStorage));
+    new (&wide_) typename L::Bits(bits);
+  } else if constexpr (kind == unbounded_number) {
+    number_.set_integer(bits.get_mpz_t());
+  } else if constexpr (swflt::is_wide_layout<L>) {
+    word64_ = f.encoding(bits).word[0];
   } else {
-    store_number(bits);
-  }
-}
-
-template <class Bits>
-Bits IEEEFloat::load_any() const {
-  switch (kind()) {
-    case word32:
-      return load<word32, Bits>();
-    case word64:
-      return load<word64, Bits>();
-    default:
-      return load_number<Bits>();
-  }
-}
-
-template <class Bits>
-void IEEEFloat::store_any(const Bits& bits) {
-  switch (kind()) {
-    case word32:
-      return store<word32>(bits);
-    case word64:
-      return store<word64>(bits);
-    default:
-      return store_number(bits);
+    word64_ = bits;
   }
 }
 
@@ -125,43 +81,55 @@ auto IEEEFloat::with_layout(Operation operation, Arguments&... arguments) const 
   // The common formats come first; those of one word are compiled into the caller.
   if (format_ == format{11, 52}) return operation(Access<DoubleLayout, word64>{}, arguments...);
   if (format_ == format{8, 23}) return operation(Access<SingleLayout, word32>{}, arguments...);
-  if (format_ == format{15, 112}) return with_quad_layout(operation, arguments...);
+  if (kind() == wide_float) return with_wide_layout(operation, arguments...);
   return with_other_layout(operation, arguments...);
 }
 
 template <class Operation, class... Arguments>
-auto IEEEFloat::with_quad_layout(Operation operation, Arguments&... arguments) const {
-  return operation(Access<swflt::QuadLayout, fixed_number>{}, arguments...);
-}
-
-template <class Operation, class... Arguments>
 auto IEEEFloat::with_other_layout(Operation operation, Arguments&... arguments) const {
-  using namespace swflt;
-  switch (kind()) {
-    case word32:
-      return operation(Access<WordLayout, word32>{make_layout<WordLayout>(format_)}, arguments...);
-    case word64:
-      if (fits_layout<WordLayout>(format_)) {
-        return operation(Access<WordLayout, word64>{make_layout<WordLayout>(format_)}, arguments...);
-      }
-      return operation(Access<DoubleWordLayout, word64>{make_layout<DoubleWordLayout>(format_)},
-                       arguments...);
-    case fixed_number:
-      return with_fixed_layout(operation, arguments...);
-    case unbounded_number:
-      break;
-  }
-  return with_unbounded_layout(operation, arguments...);
+  if (kind() == unbounded_number) return with_unbounded_layout(operation, arguments...);
+  return with_word_layout(operation, arguments...);
 }
 
 template <class Operation, class... Arguments>
 auto IEEEFloat::with_fixed_layout(Operation operation, Arguments&... arguments) const {
+  if (kind() == wide_float) return with_wide_layout(operation, arguments...);
+  return with_word_layout(operation, arguments...);
+}
+
+template <class Operation, class... Arguments>
+auto IEEEFloat::with_word_layout(Operation operation, Arguments&... arguments) const {
   using namespace swflt;
-  if (fits_layout<DoubleWordLayout>(format_)) {
-    return operation(Access<DoubleWordLayout, fixed_number>{make_layout<DoubleWordLayout>(format_)},
-                     arguments...);
+  if (kind() == word32) {
+    return operation(Access<WordLayout, word32>{make_layout<WordLayout>(format_)}, arguments...);
   }
-  return operation(Access<FixedLayout, fixed_number>{make_layout<FixedLayout>(format_)}, arguments...);
+  if (fits_layout<WordLayout>(format_)) {
+    return operation(Access<WordLayout, word64>{make_layout<WordLayout>(format_)}, arguments...);
+  }
+  using L = DynamicWideLayout<uint128>;
+  return operation(Access<L, word64>{make_layout<L>(format_)}, arguments...);
+}
+
+template <class Operation, class... Arguments>
+auto IEEEFloat::with_wide_layout(Operation operation, Arguments&... arguments) const {
+  using namespace swflt;
+  if (format_ == format{15, 112}) return operation(Access<QuadLayout, wide_float>{}, arguments...);
+  switch (significand_words(format_.mw + 1)) {
+    case 5:
+      return with_significand<WideUInt<5>>(operation, arguments...);
+    case 4:
+      return with_significand<WideUInt<4>>(operation, arguments...);
+    case 3:
+      return with_significand<WideUInt<3>>(operation, arguments...);
+    default:
+      return with_significand<uint128>(operation, arguments...);
+  }
+}
+
+template <class S, class Operation, class... Arguments>
+auto IEEEFloat::with_significand(Operation operation, Arguments&... arguments) const {
+  using L = swflt::DynamicWideLayout<S>;
+  return operation(Access<L, wide_float>{swflt::make_layout<L>(format_)}, arguments...);
 }
 
 template <class Operation, class... Arguments>

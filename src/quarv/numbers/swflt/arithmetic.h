@@ -1,19 +1,20 @@
 /// The operations of IEEE 754 (section 5.4.1) on encodings: decode, compute exactly, round once.
 ///
-/// A significand takes three bits below its last one and one above its first one: an encoding type of W bits
-/// serves precisions up to W − 4.
+/// A significand takes three bits below its last one and one above its first one: a type of W bits serves
+/// precisions up to W − 4.
 #pragma once
 
 #include <utility>
 
 #include <quarv/numbers/swflt/rounding.h>
+#include <quarv/numbers/swflt/wide_layout.h>
 
 namespace quarv::swflt {
 
 /// A number significand · 2^(exponent + least_exponent()) above 0, its significand normalized.
 template <class L>
 struct Unpacked {
-  typename L::Bits significand;
+  typename L::Significand significand;
   typename L::Exponent exponent;
 };
 
@@ -22,8 +23,8 @@ template <class L>
 Unpacked<L> unpack(const L& f, const typename L::Bits& m) {
   using Exponent = typename L::Exponent;
   const Exponent offset = f.offset(m);
-  typename L::Bits significand = f.significand(m, offset);
-  const BitCount shift = normalize(significand, 0);
+  typename L::Significand significand = f.significand(m, offset);
+  const BitCount shift = normalize(significand, 0) + f.guard_bits();
   return {significand, offset - make_exponent<Exponent>(shift)};
 }
 
@@ -32,8 +33,8 @@ template <class L>
 Unpacked<L> unpack_normal(const L& f, const typename L::Bits& m) {
   using Exponent = typename L::Exponent;
   const Exponent offset = f.exponent_field(m) - Exponent(1);
-  const BitCount shift = normalizing_shift<typename L::Bits>(f.precision());
-  return {f.significand(m, offset) << shift, offset - make_exponent<Exponent>(shift)};
+  const BitCount shift = f.normalizing_shift();
+  return {f.significand(m, offset) << shift, offset - make_exponent<Exponent>(shift + f.guard_bits())};
 }
 
 template <class L>
@@ -52,30 +53,37 @@ typename L::Bits propagate_nan(const L& f, const M&... magnitudes) {
 template <class L>
 [[gnu::noinline]] typename L::Bits add_not_finite(const L& f, const typename L::Bits& a,
                                                   const typename L::Bits& b) {
-  const typename L::Bits ma = f.magnitude(a), mb = f.magnitude(b);
+  const auto &ma = f.magnitude(a), &mb = f.magnitude(b);
   if (f.is_nan(ma) || f.is_nan(mb)) return propagate_nan(f, ma, mb);
   if (f.is_finite(ma)) return b;
   if (f.is_finite(mb) || f.sign(a) == f.sign(b)) return a;
   return invalid_operation(f);
 }
 
+/// How far significands are shifted to have the bits below the last one that a sum takes.
+template <class L>
+inline constexpr unsigned sum_shift = is_wide_layout<L> ? 0 : 3;
+
 /// a + b. An exact zero that is the sum of opposite numbers is negative only when rounding toward negative.
 template <class L>
 typename L::Bits add(const L& f, rounding_mode mode, const typename L::Bits& a, const typename L::Bits& b) {
-  using S = typename L::Bits;
-  const bool swap = is_less(f.magnitude(a), f.magnitude(b));
-  const S high = select(swap, b, a), low = select(swap, a, b);
-  const S mh = f.magnitude(high), ml = f.magnitude(low);
+  using S = typename L::Significand;
+  using Exponent = typename L::Exponent;
+  constexpr unsigned shift = sum_shift<L>;
+  const bool swap = f.is_less(f.magnitude(a), f.magnitude(b));
+  const auto &high = select(swap, b, a), &low = select(swap, a, b);
+  const auto &mh = f.magnitude(high), &ml = f.magnitude(low);
   if (!f.is_finite(mh)) [[unlikely]]
     return add_not_finite(f, a, b);
   const bool sign = f.sign(high);
   const bool subtract = sign != f.sign(low);
-  const typename L::Exponent offset = f.offset(mh), low_offset = f.offset(ml);
-  const S x = f.significand(mh, offset) << 3;
-  const S y = shift_right_jam(S(f.significand(ml, low_offset) << 3), shift_count(offset - low_offset));
+  const Exponent offset = f.offset(mh), low_offset = f.offset(ml);
+  const S x = f.significand(mh, offset) << shift;
+  const S y = shift_right_jam(S(f.significand(ml, low_offset) << shift), shift_count(offset - low_offset));
   const S sum = add_signed(x, y, subtract);
   if (is_zero(sum)) return f.zero(subtract ? mode == round_toward_negative : sign);
-  return round_to_format(f, mode, sign, typename L::Exponent(offset - 3), sum);
+  return round_to_format(f, mode, sign, Exponent(offset - make_exponent<Exponent>(f.guard_bits() + shift)),
+                         sum);
 }
 
 /// ±a · b.
@@ -91,7 +99,7 @@ template <class L>
 [[gnu::noinline]] typename L::Bits multiply_special(const L& f, rounding_mode mode, bool sign,
                                                     const typename L::Bits& ma, const typename L::Bits& mb) {
   if (f.is_nan(ma) || f.is_nan(mb)) return propagate_nan(f, ma, mb);
-  const bool zero = is_zero(ma) || is_zero(mb);
+  const bool zero = f.is_zero(ma) || f.is_zero(mb);
   if (!f.is_finite(ma) || !f.is_finite(mb))
     return zero ? invalid_operation(f) : f.with_sign(f.infinity(), sign);
   if (zero) return f.zero(sign);
@@ -102,7 +110,7 @@ template <class L>
 template <class L>
 typename L::Bits multiply(const L& f, rounding_mode mode, const typename L::Bits& a,
                           const typename L::Bits& b) {
-  const typename L::Bits ma = f.magnitude(a), mb = f.magnitude(b);
+  const auto &ma = f.magnitude(a), &mb = f.magnitude(b);
   const bool sign = f.sign(a) != f.sign(b);
   if (!f.is_normal(ma) || !f.is_normal(mb)) [[unlikely]]
     return multiply_special(f, mode, sign, ma, mb);
@@ -123,9 +131,9 @@ template <class L>
                                                   const typename L::Bits& ma, const typename L::Bits& mb) {
   if (f.is_nan(ma) || f.is_nan(mb)) return propagate_nan(f, ma, mb);
   if (!f.is_finite(ma)) return f.is_finite(mb) ? f.with_sign(ma, sign) : invalid_operation(f);
-  if (is_zero(ma) && is_zero(mb)) return invalid_operation(f);
-  if (is_zero(ma) || !f.is_finite(mb)) return f.zero(sign);
-  if (is_zero(mb)) {
+  if (f.is_zero(ma) && f.is_zero(mb)) return invalid_operation(f);
+  if (f.is_zero(ma) || !f.is_finite(mb)) return f.zero(sign);
+  if (f.is_zero(mb)) {
     raise(flag_divide_by_zero);
     return f.with_sign(f.infinity(), sign);
   }
@@ -136,7 +144,7 @@ template <class L>
 template <class L>
 typename L::Bits divide(const L& f, rounding_mode mode, const typename L::Bits& a,
                         const typename L::Bits& b) {
-  const typename L::Bits ma = f.magnitude(a), mb = f.magnitude(b);
+  const auto &ma = f.magnitude(a), &mb = f.magnitude(b);
   const bool sign = f.sign(a) != f.sign(b);
   if (!f.is_normal(ma) || !f.is_normal(mb)) [[unlikely]]
     return divide_special(f, mode, sign, ma, mb);
@@ -157,9 +165,9 @@ typename L::Bits square_root_finite(const L& f, rounding_mode mode, const Unpack
 template <class L>
 [[gnu::noinline]] typename L::Bits square_root_special(const L& f, rounding_mode mode,
                                                        const typename L::Bits& a) {
-  const typename L::Bits ma = f.magnitude(a);
+  const auto& ma = f.magnitude(a);
   if (f.is_nan(ma)) return propagate_nan(f, ma);
-  if (is_zero(ma)) return a;
+  if (f.is_zero(ma)) return a;
   if (f.sign(a)) return invalid_operation(f);
   if (!f.is_finite(ma)) return a;
   return square_root_finite(f, mode, unpack(f, ma));
@@ -168,7 +176,7 @@ template <class L>
 /// √a; √−0 is −0.
 template <class L>
 typename L::Bits square_root(const L& f, rounding_mode mode, const typename L::Bits& a) {
-  const typename L::Bits ma = f.magnitude(a);
+  const auto& ma = f.magnitude(a);
   if (!f.is_normal(ma) || f.sign(a)) [[unlikely]]
     return square_root_special(f, mode, a);
   return square_root_finite(f, mode, unpack_normal(f, ma));

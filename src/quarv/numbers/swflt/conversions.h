@@ -18,7 +18,8 @@ struct Magnitude {
 template <class S, class E, class L>
 Magnitude<S, E> decode(const L& f, const typename L::Bits& m) {
   const typename L::Exponent offset = f.offset(m);
-  return {convert_significand<S>(f.significand(m, offset)), E(offset + f.least_exponent())};
+  return {convert_significand<S>(f.significand(m, offset)),
+          E(offset + f.least_exponent() - make_exponent<typename L::Exponent>(f.guard_bits()))};
 }
 
 /// Rounds ±magnitude, which is not 0, to the format. Its significand must be exact, or jammed with at least
@@ -33,14 +34,14 @@ typename L::Bits encode(const L& f, rounding_mode mode, bool sign, const Magnitu
 /// an exponent of type E that fit both.
 template <class S, class E, class From, class To>
 typename To::Bits convert(const From& from, const To& to, rounding_mode mode, const typename From::Bits& a) {
-  const typename From::Bits m = from.magnitude(a);
+  const auto& m = from.magnitude(a);
   const bool sign = from.sign(a);
   if (from.is_nan(m)) {
     if (from.is_signalling(m)) raise(flag_invalid);
     return to.default_nan();
   }
   if (!from.is_finite(m)) return to.with_sign(to.infinity(), sign);
-  if (is_zero(m)) return to.zero(sign);
+  if (from.is_zero(m)) return to.zero(sign);
   return encode(to, mode, sign, decode<S, E>(from, m));
 }
 
@@ -59,16 +60,17 @@ S round_to_integer(rounding_mode mode, bool sign, S significand, BitCount fracti
 template <class L>
 typename L::Bits round_to_integral(const L& f, rounding_mode mode, const typename L::Bits& a) {
   using Exponent = typename L::Exponent;
-  const typename L::Bits m = f.magnitude(a);
+  const auto& m = f.magnitude(a);
   const bool sign = f.sign(a);
   if (f.is_nan(m)) return propagate_nan(f, m);
   if (!f.is_finite(m)) return a;
   const Exponent offset = f.offset(m);
   const Exponent exponent = offset + f.least_exponent();
   if (exponent >= 0) return a;
+  const BitCount fraction_bits = shift_count(Exponent(make_exponent<Exponent>(f.guard_bits()) - exponent));
   bool inexact = false;
-  const auto integer =
-      round_to_integer(mode, sign, f.significand(m, offset), shift_count(Exponent(-exponent)), inexact);
+  const typename L::Significand integer =
+      round_to_integer<typename L::Significand>(mode, sign, f.significand(m, offset), fraction_bits, inexact);
   if (inexact) raise(flag_inexact);
   if (is_zero(integer)) return f.zero(sign);
   return round_to_format(f, mode, sign, Exponent(-f.least_exponent()), integer);

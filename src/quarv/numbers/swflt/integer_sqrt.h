@@ -85,8 +85,8 @@ template <std::size_t N>
 WideUInt<N> fraction_sqrt_jam(const WideUInt<N>& a, std::uint64_t /*precision*/) {
   WideUInt<2 * N> radicand;
   for (std::size_t i = 0; i < N; ++i) radicand.word[N + i] = a.word[i];
-  mp_limb_t root[N], remainder[2 * N];
-  const mp_size_t rest = mpn_sqrtrem(root, remainder, radicand.word.data(), 2 * N);
+  mp_limb_t root[N];
+  const mp_size_t rest = mpn_sqrtrem(root, radicand.word.data(), radicand.word.data(), 2 * N);
   WideUInt<N> r;
   for (std::size_t i = 0; i < N; ++i) r.word[i] = root[i];
   r.word[0] |= rest != 0;

@@ -1,4 +1,5 @@
-/// Where the parts of a floating-point encoding are, for each integer type that holds encodings.
+/// Where the parts of a floating-point encoding are, for each integer type that holds encodings; wide ones
+/// are kept in parts, see wide_layout.h.
 #pragma once
 
 #include <concepts>
@@ -49,20 +50,16 @@ Exponent make_exponent(BitCount n) {
   return Exponent(static_cast<std::int64_t>(n));
 }
 
-/// A format, as fields of an integer `B`: sign, biased exponent and stored significand, from the top down.
-/// Exponents are of type `E`.
+/// What a format has whatever holds its numbers. Exponents are of type `E`.
 ///
 /// A finite value is significand · 2^(offset + least_exponent()), where offset = max(exponent field, 1) − 1
-/// and the significand has the hidden bit if the exponent field is not 0. So the field that holds a value
-/// whose significand is below 2^(mw + 1) is (offset << mw) + significand: the hidden bit becomes the
-/// increment of the exponent field, which stays 0 for subnormal numbers.
-template <class B, class E, class Widths>
-struct Layout : Widths {
-  using Bits = B;
+/// and the significand has the hidden bit if the exponent field is not 0.
+template <class E, class Widths>
+struct FormatParameters : Widths {
   using Exponent = E;
 
-  constexpr Layout() = default;
-  explicit constexpr Layout(Widths widths) : Widths(widths) {}
+  constexpr FormatParameters() = default;
+  explicit constexpr FormatParameters(Widths widths) : Widths(widths) {}
 
   BitCount precision() const { return this->mw() + 1; }
   BitCount sign_position() const { return this->ew() + this->mw(); }
@@ -73,6 +70,25 @@ struct Layout : Widths {
   }
   /// The offset of infinity's exponent field, one more than the last that finite numbers have.
   Exponent infinity_offset() const { return swflt::power_of_two<E>(this->ew()) - make_exponent<E>(2); }
+};
+
+/// A format, as fields of an integer `B`: sign, biased exponent and stored significand, from the top down.
+///
+/// The field that holds a value whose significand is below 2^(mw + 1) is (offset << mw) + significand: the
+/// hidden bit becomes the increment of the exponent field, which stays 0 for subnormal numbers.
+template <class B, class E, class Widths>
+struct Layout : FormatParameters<E, Widths> {
+  using Bits = B;
+  using Significand = B;
+  using Exponent = E;
+  using FormatParameters<E, Widths>::FormatParameters;
+  using FormatParameters<E, Widths>::infinity_offset;
+  using FormatParameters<E, Widths>::sign_position;
+
+  /// The bits of `significand` below the last one of the format.
+  static constexpr BitCount guard_bits() { return 0; }
+  /// The distance by which the significand of a normal number is shifted to be normalized.
+  BitCount normalizing_shift() const { return is_unbounded<B> ? 0 : bits_of<B> - this->precision(); }
 
   Bits infinity() const { return at_exponent_field(infinity_offset() + Exponent(1)); }
   Bits largest_finite() const { return infinity() - Bits(1); }
@@ -89,11 +105,10 @@ struct Layout : Widths {
   Bits magnitude(const Bits& bits) const { return bits & ones(sign_position()); }
 
   // The following take a magnitude, that is an encoding without its sign.
-  bool is_finite(const Bits& m) const {
-    if constexpr (is_wide<B>) return exponent_field(m) <= infinity_offset();
-    return m < infinity();
-  }
+  bool is_finite(const Bits& m) const { return m < infinity(); }
   bool is_nan(const Bits& m) const { return !is_finite(m) && m != infinity(); }
+  bool is_infinite(const Bits& m) const { return m == infinity(); }
+  bool is_zero(const Bits& m) const { return swflt::is_zero(m); }
   bool is_signalling(const Bits& m) const { return is_nan(m) && !test_bit(m, this->mw() - 1); }
   bool is_subnormal(const Bits& m) const { return !swflt::is_zero(m) && exponent_field(m) == 0; }
   bool is_normal(const Bits& m) const {
@@ -103,13 +118,7 @@ struct Layout : Widths {
   }
 
   /// The exponent field; zero and subnormal numbers have 0.
-  Exponent exponent_field(const Bits& m) const {
-    if constexpr (is_wide<B>) {
-      return static_cast<Exponent>(m.word_at(static_cast<unsigned>(this->mw())));
-    } else {
-      return to_exponent(m >> this->mw());
-    }
-  }
+  Exponent exponent_field(const Bits& m) const { return to_exponent(m >> this->mw()); }
 
   Exponent offset(const Bits& m) const {
     const Exponent field = exponent_field(m);
@@ -117,6 +126,9 @@ struct Layout : Widths {
   }
   /// What `encode` makes the magnitude of, with the offset of `m`.
   Bits significand(const Bits& m, const Exponent& offset) const { return m - at_exponent_field(offset); }
+
+  /// Whether a magnitude is less than another.
+  bool is_less(const Bits& x, const Bits& y) const { return swflt::is_less(x, y); }
 
   /// The magnitude of significand · 2^(offset + least_exponent()), where the significand is below 2^(mw + 1),
   /// and not below 2^mw unless the offset is 0.
@@ -142,8 +154,6 @@ struct Layout : Widths {
       return field << this->mw();
     } else if constexpr (is_unbounded<B>) {
       return Bits(static_cast<std::int64_t>(field)) << this->mw();
-    } else if constexpr (is_wide<B>) {
-      return Bits::from_word(static_cast<std::uint64_t>(field), static_cast<unsigned>(this->mw()));
     } else {
       return Bits(static_cast<std::uint64_t>(field)) << this->mw();
     }

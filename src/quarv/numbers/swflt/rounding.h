@@ -6,6 +6,7 @@
 #include <quarv/numbers/swflt/exception_flags.h>
 #include <quarv/numbers/swflt/layout.h>
 #include <quarv/numbers/swflt/rounding_mode.h>
+#include <quarv/numbers/swflt/wide_layout.h>
 
 namespace quarv::swflt {
 
@@ -45,6 +46,26 @@ bool round_off(S& s, BitCount count, rounding_mode mode, bool sign) {
   return lost != 0;
 }
 
+/// Rounds off the low `count` bits of a normalized significand, or of a smaller one, where they are: they
+/// become 0. `count` must be from 2 to 127. A carry out of the significand goes to `offset`.
+template <class S>
+bool round_off_in_place(S& s, std::int64_t& offset, BitCount count, rounding_mode mode, bool sign) {
+  const uint128 ulp = uint128{1} << count, low = low_double_word(s);
+  uint128 increment = 0;
+  if (mode == round_nearest_even) {
+    increment = (ulp >> 1) - 1 + ((low & ulp) != 0);
+  } else if (rounds_away(mode, sign)) {
+    increment = ulp - 1;
+  }
+  const uint128 sum = low + increment;
+  const bool carry = set_low_double_word(s, sum & (0 - ulp), sum < increment);
+  if (carry) [[unlikely]] {
+    s = power_of_two<S>(bits_of<S> - 1);
+    ++offset;
+  }
+  return (low & (ulp - 1)) != 0;
+}
+
 /// What a value above the largest finite one becomes.
 template <class L>
 [[gnu::noinline]] typename L::Bits overflow(const L& f, rounding_mode mode, bool sign) {
@@ -67,8 +88,13 @@ template <class L, class S>
 typename L::Bits round_to_format(const L& f, rounding_mode mode, bool sign, typename L::Exponent exponent,
                                  S significand) {
   using Exponent = typename L::Exponent;
-  // The significand's first `precision` bits are the ones kept, the others, two at least, are lost.
   exponent -= make_exponent<Exponent>(normalize(significand, f.precision() + 2));
+  if constexpr (is_wide_layout<L> && !std::same_as<S, typename L::Significand>) {
+    using Kept = typename L::Significand;
+    exponent += static_cast<Exponent>(bits_of<S>) - static_cast<Exponent>(bits_of<Kept>);
+    return round_to_format(f, mode, sign, exponent, leading_part<Kept>(significand));
+  }
+  // The significand's first `precision` bits are the ones kept, the others, two at least, are lost.
   const BitCount lost = bit_length_of_normalized(significand) - f.precision();
   Exponent offset = exponent + make_exponent<Exponent>(lost);
   if (offset < 0) [[unlikely]] {
@@ -77,8 +103,13 @@ typename L::Bits round_to_format(const L& f, rounding_mode mode, bool sign, type
   } else if (offset > f.infinity_offset()) [[unlikely]] {
     return overflow(f, mode, sign);
   }
-  const bool inexact = round_off(significand, lost, mode, sign);
-  const typename L::Bits magnitude = f.encode(offset, convert_significand<typename L::Bits>(significand));
+  bool inexact = false;
+  if constexpr (is_wide_layout<L>) {
+    inexact = round_off_in_place(significand, offset, lost, mode, sign);
+  } else {
+    inexact = round_off(significand, lost, mode, sign);
+  }
+  const auto magnitude = f.encode(offset, convert_significand<typename L::Significand>(significand));
   if (!f.is_finite(magnitude)) [[unlikely]]
     return overflow(f, mode, sign);
   raise(inexact * flag_inexact);

@@ -1,4 +1,4 @@
-/// The integers that hold significands and encodings: std::uint64_t, uint128 and WideUInt<4> for formats that
+/// The integers that hold significands and encodings: std::uint64_t, uint128 and WideUInt for formats that
 /// fit, and GMP's integers for all others. Every algorithm on floating-point values is written once over the
 /// operations here.
 ///
@@ -6,6 +6,7 @@
 /// least two bits more than the precision rounds like the exact one then.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <concepts>
 #include <cstdint>
@@ -55,6 +56,30 @@ inline unsigned low_word(const mpz_class& s) {
   return static_cast<unsigned>(mpz_get_ui(s.get_mpz_t()));
 }
 
+/// The two low words.
+inline uint128 low_double_word(uint128 s) {
+  return s;
+}
+template <std::size_t N>
+uint128 low_double_word(const WideUInt<N>& s) {
+  return s.double_word(0);
+}
+
+/// Replaces the two low words, and adds a carry to those above. Returns the carry out of the last one.
+inline bool set_low_double_word(uint128& s, uint128 low, bool carry) {
+  s = low;
+  return carry;
+}
+template <std::size_t N>
+bool set_low_double_word(WideUInt<N>& s, uint128 low, bool carry) {
+  s.set_double_word(0, low);
+  for (std::size_t i = 2; i < N; ++i) {
+    s.word[i] += carry;
+    carry = carry && s.word[i] == 0;
+  }
+  return carry;
+}
+
 inline bool is_zero(std::uint64_t s) {
   return s == 0;
 }
@@ -73,9 +98,9 @@ template <class S>
 S power_of_two(BitCount n) {
   return S(1) << n;
 }
-template <>
-inline WideUInt<4> power_of_two(BitCount n) {
-  return WideUInt<4>::from_word(1, static_cast<unsigned>(n));
+template <class S>
+requires is_wide<S> S power_of_two(BitCount n) {
+  return S::from_word(1, static_cast<unsigned>(n));
 }
 
 template <class S>
@@ -148,12 +173,7 @@ inline BitCount normalize(mpz_class& s, BitCount length) {
   return shift;
 }
 
-/// The distance by which a number of `length` bits is shifted to be normalized.
-template <class S>
-constexpr BitCount normalizing_shift(BitCount length) {
-  return is_unbounded<S> ? 0 : bits_of<S> - length;
-}
-
+/// The bits of what `normalize` leaves.
 template <class S>
 BitCount bit_length_of_normalized(const S& /*s*/) {
   return bits_of<S>;
@@ -184,6 +204,17 @@ inline mpz_class shift_right_jam(const mpz_class& s, BitCount count) {
   return shifted;
 }
 
+template <std::size_t N>
+WideUInt<N> shift_right_jam(WideUInt<N> s, BitCount count) {
+  if (count >= WideUInt<N>::bits) return WideUInt<N>(!is_zero(s));
+  std::uint64_t lost = 0;
+  for (std::size_t i = 0; i < count / 64; ++i) lost |= s.word[i];
+  lost |= s.word[count / 64] << 1 << (63 - count % 64);
+  s = s >> static_cast<unsigned>(count);
+  s.word[0] |= lost != 0;
+  return s;
+}
+
 /// Shifts the low `count` >= 1 bits out of `s`, which is not 0, and tells what they were: bit 1 of the result
 /// is the highest of them, bit 0 is set if any other of them was.
 template <class S>
@@ -212,14 +243,14 @@ bool is_less(const S& x, const S& y) {
 }
 
 /// condition ? x : y, without a branch where that is possible.
-template <class S>
+template <std::integral S>
 S select(bool condition, const S& x, const S& y) {
-  if constexpr (std::integral<S>) {
-    const S mask = S(0) - S(static_cast<std::uint64_t>(condition));
-    return y ^ ((x ^ y) & mask);
-  } else {
-    return condition ? x : y;
-  }
+  const S mask = S(0) - S(static_cast<std::uint64_t>(condition));
+  return y ^ ((x ^ y) & mask);
+}
+template <class S>
+const S& select(bool condition, const S& x, const S& y) {
+  return condition ? x : y;
 }
 
 /// x + y, or x − y, without a branch where that is possible.
@@ -256,8 +287,11 @@ To convert_significand(const WideUInt<N>& s) {
     mpz_class r;
     mpz_import(r.get_mpz_t(), N, -1, sizeof(std::uint64_t), 0, 0, s.word.data());
     return r;
-  } else if constexpr (std::same_as<To, WideUInt<N>>) {
-    return s;
+  } else if constexpr (is_wide<To>) {
+    constexpr std::size_t common = std::min(N, To::words);
+    To r;
+    for (std::size_t i = 0; i < common; ++i) r.word[i] = s.word[i];
+    return r;
   } else {
     return static_cast<To>(uint128{s.word[1]} << 64 | s.word[0]);
   }
@@ -266,11 +300,29 @@ template <class To>
 To convert_significand(const mpz_class& s) {
   if constexpr (std::same_as<To, mpz_class>) {
     return s;
-  } else {
-    WideUInt<4> r;
-    for (std::size_t i = 0; i < r.words; ++i)
+  } else if constexpr (is_wide<To>) {
+    To r;
+    for (std::size_t i = 0; i < To::words; ++i)
       r.word[i] = mpz_getlimbn(s.get_mpz_t(), static_cast<mp_size_t>(i));
-    return convert_significand<To>(r);
+    return r;
+  } else {
+    return convert_significand<To>(convert_significand<WideUInt<2>>(s));
+  }
+}
+
+/// The first words of `s`, jammed, or all of them and zeros below, as there are in `To`.
+template <class To, std::size_t N>
+To leading_part(const WideUInt<N>& s) {
+  if constexpr (std::same_as<To, uint128>) {
+    return convert_significand<uint128>(leading_part<WideUInt<2>>(s));
+  } else {
+    To high;
+    std::uint64_t low = 0;
+    constexpr std::size_t left_out = N - std::min(N, To::words), added = To::words - std::min(N, To::words);
+    for (std::size_t i = 0; i < left_out; ++i) low |= s.word[i];
+    for (std::size_t i = added; i < To::words; ++i) high.word[i] = s.word[i - added + left_out];
+    high.word[0] |= low != 0;
+    return high;
   }
 }
 
@@ -292,14 +344,7 @@ template <class S>
 Scaled<S> product(const S& a, const S& b) {
   constexpr std::size_t n = sizeof(S) / sizeof(std::uint64_t);
   const auto p = full_product(convert_significand<WideUInt<n>>(a), convert_significand<WideUInt<n>>(b));
-  WideUInt<n> high;
-  std::uint64_t low = 0;
-  for (std::size_t i = 0; i < n; ++i) {
-    high.word[i] = p.word[n + i];
-    low |= p.word[i];
-  }
-  high.word[0] |= low != 0;
-  return {convert_significand<S>(high), static_cast<std::int64_t>(bits_of<S>)};
+  return {convert_significand<S>(leading_part<WideUInt<n>>(p)), static_cast<std::int64_t>(bits_of<S>)};
 }
 inline Scaled<mpz_class> product(const mpz_class& a, const mpz_class& b) {
   Scaled<mpz_class> result{mpz_class(), 0};

@@ -40,9 +40,22 @@ struct WideUInt {
     return word[index] >> bit | above << 1 << (63 - bit);
   }
 
+  /// The words `index` and `index` + 1.
+  constexpr uint128 double_word(std::size_t index) const {
+    return uint128{word[index + 1]} << 64 | word[index];
+  }
+  constexpr void set_double_word(std::size_t index, uint128 value) {
+    word[index] = static_cast<std::uint64_t>(value);
+    word[index + 1] = static_cast<std::uint64_t>(value >> 64);
+  }
+
   constexpr bool bit(unsigned position) const { return word[position / 64] >> position % 64 & 1; }
 
-  constexpr bool operator==(const WideUInt&) const = default;
+  constexpr bool operator==(const WideUInt& other) const {
+    std::uint64_t difference = 0;
+    for (std::size_t i = 0; i < N; ++i) difference |= word[i] ^ other.word[i];
+    return difference == 0;
+  }
 
   constexpr std::strong_ordering operator<=>(const WideUInt& other) const {
     for (std::size_t i = N; i-- > 0;) {
@@ -88,26 +101,24 @@ struct WideUInt {
     return a;
   }
 
-  friend constexpr WideUInt operator<<(const WideUInt& a, unsigned count) {
-    const WideUInt moved = a.template move_words<false>(count / 64);
+  friend constexpr WideUInt operator<<(WideUInt a, unsigned count) {
+    if (count >= 64) a.move_words<false>(count / 64);
     const unsigned bit = count % 64;
-    WideUInt r;
     for (std::size_t i = N - 1; i > 0; --i) {
-      r.word[i] = moved.word[i] << bit | moved.word[i - 1] >> 1 >> (63 - bit);
+      a.word[i] = a.word[i] << bit | a.word[i - 1] >> 1 >> (63 - bit);
     }
-    r.word[0] = moved.word[0] << bit;
-    return r;
+    a.word[0] <<= bit;
+    return a;
   }
 
-  friend constexpr WideUInt operator>>(const WideUInt& a, unsigned count) {
-    const WideUInt moved = a.template move_words<true>(count / 64);
+  friend constexpr WideUInt operator>>(WideUInt a, unsigned count) {
+    if (count >= 64) a.move_words<true>(count / 64);
     const unsigned bit = count % 64;
-    WideUInt r;
     for (std::size_t i = 0; i + 1 < N; ++i) {
-      r.word[i] = moved.word[i] >> bit | moved.word[i + 1] << 1 << (63 - bit);
+      a.word[i] = a.word[i] >> bit | a.word[i + 1] << 1 << (63 - bit);
     }
-    r.word[N - 1] = moved.word[N - 1] >> bit;
-    return r;
+    a.word[N - 1] >>= bit;
+    return a;
   }
 
   WideUInt& operator+=(const WideUInt& b) { return *this = *this + b; }
@@ -117,17 +128,15 @@ struct WideUInt {
   /// Shifts whole words up or down, by powers of two: the words stay in registers, at indices that are
   /// constants.
   template <bool down>
-  constexpr WideUInt move_words(unsigned distance) const {
-    WideUInt r = *this;
+  constexpr void move_words(unsigned distance) {
     for (std::size_t step = 1; step < N; step *= 2) {
       if ((distance & step) == 0) continue;
       for (std::size_t k = 0; k < N; ++k) {
         const std::size_t to = down ? k : N - 1 - k;
         const std::size_t from = down ? to + step : to - step;
-        r.word[to] = from < N ? r.word[from] : 0;
+        word[to] = from < N ? word[from] : 0;
       }
     }
-    return r;
   }
 };
 
