@@ -38,6 +38,9 @@ SCRIPT = '''(declare-const x (_ BitVec 4))(declare-const y (_ BitVec 4))(declare
 (declare-const m RoundingMode)(declare-const n RoundingMode)
 (assert (or (not (and p (= i 3))) (and q (= (f (ite p (ite (not q) i j) (f i))) (f j)))))
 (assert (= (ite p (+ i j) (ite q i (f j))) i))
+(assert (= (ite p a (store a 3 j)) a))
+(assert (= (abs (mod i 2)) (+ (div j 3) (* (- 4) (div j 12)))))
+(assert (and (<= 0 (+ (div j 3) (* (- 4) (div j 12)))) (or q (<= (mod i 2) 0))))
 '''
 
 class Trace:

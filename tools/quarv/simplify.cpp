@@ -132,7 +132,7 @@ void add_simplify(const CommandLine& program, int& status) {
   command
       .option("--trace", arguments->trace,
               "Write down every step by which the input was simplified, one JSON object a line; - is "
-              "standard output (with -o). Further rounds over the output are not traced")
+              "standard output (with -o)")
       .type("FILE");
   add_simplify_options(command, arguments->how);
   add_lenient_option(command, arguments->how.lenient);

@@ -44,14 +44,19 @@ Script read_observed(Session& session, Reader& reader, std::string_view text, co
   return script;
 }
 
-/// What ties the output to the input.
-void trace_output(std::string_view input, std::string_view output, const std::string& file,
-                  const SimplifyOptions& options) {
+/// What ties the output to the input, by what the rounds between them printed.
+void trace_output(std::string_view input, std::span<const std::string> between, std::string_view output,
+                  const std::string& file, const SimplifyOptions& options) {
   const SessionOptions simplified = options.session_options();
   SessionOptions as_written = simplified;
   constexpr bool literals = true;  // what is simplified may become one
   as_written.simplify = false;
   trace_script(input, file, as_written, *options.trace, "input as written", options.lenient, literals);
+  for (const std::string& text : between) {
+    if (text == output) break;
+    trace_script(text, file, simplified, *options.trace, "between", options.lenient);
+    trace_script(text, file, as_written, *options.trace, "between as written", options.lenient, literals);
+  }
   trace_script(output, file, simplified, *options.trace, "output", options.lenient);
   trace_script(output, file, as_written, *options.trace, "output as written", options.lenient, literals);
 }
@@ -143,6 +148,8 @@ class Rounds {
   /// The text that the script settles at; lives as long as this and the input.
   std::string_view settle();
   const SimplifyReport& report() const noexcept { return report_; }
+  /// What the rounds printed, one after the other, for a trace: so many of them at most.
+  std::span<const std::string> between() const noexcept { return between_; }
   /// Where the commands of the input are.
   std::span<const std::string_view> places() const noexcept { return places_; }
 
@@ -169,14 +176,15 @@ class Rounds {
   SimplifyReport report_;
   std::vector<std::string_view> places_;  // of the input's commands
   std::uint64_t largest_of_user_ = 0;
-  std::string_view text_;         // to be read
-  std::string previous_;          // owns it from the second round on
-  std::string lines_;             // the input, each command on a line
+  std::string_view text_;             // to be read
+  std::string previous_;              // owns it from the second round on
+  std::vector<std::string> between_;  // what rounds printed, for a trace
+  std::string lines_;                 // the input, each command on a line
   forms::Size of_text_{0, 0, 0};  // what was chosen when it was printed: nothing is smaller than the input
 };
 
 std::string_view Rounds::settle() {
-  constexpr std::size_t large_text = 1 << 20;
+  constexpr std::size_t large_text = 1 << 20, most_between = 8;
   for (;; ++report_.rounds) {
     if (!is_first() && text_.size() > large_text) give_back_freed();
     std::optional<Printed> printed = round();
@@ -184,6 +192,7 @@ std::string_view Rounds::settle() {
     const bool stays = shrinks_ && !is_better(*printed);
     if (!stays) {
       const bool last = is_last(*printed);
+      if (options_.trace != nullptr && between_.size() < most_between) between_.push_back(printed->text);
       previous_ = std::move(printed->text);
       text_ = previous_;
       if (!last) continue;
@@ -282,7 +291,7 @@ SimplifyReport simplify_script(std::string_view text, const std::string& file, s
   } else {
     write_text(out, laid_out(text, rounds.places(), result, options.width));
   }
-  if (options.trace != nullptr) trace_output(text, result, file, options);
+  if (options.trace != nullptr) trace_output(text, rounds.between(), result, file, options);
   return rounds.report();
 }
 

@@ -53,10 +53,11 @@ namespace quarv::smtlib {
 /// 1; a rule without a name has no "name". Bytes that are not UTF-8 appear as the characters of the same
 /// number.
 ///
-/// What the program writes has four parts, each a trace of its own, whose first lines say "part": how the
-/// input was simplified, the input as it is written, how the output is simplified, the output as it is
-/// written. What is written has no steps. So whoever reads it can tie each assertion of the output to that of
-/// the input.
+/// What the program writes has four parts or more, each a trace of its own, whose first lines say "part": how
+/// the input was simplified, the input as it is written, how the output is simplified, the output as it is
+/// written. Before those of the output there are two more, "between", for each text that a round printed and
+/// the next one made smaller. What is written has no steps. So whoever reads it can tie each assertion of the
+/// output to that of the input.
 ///
 /// Tracing changes no result: nothing is interned for it.
 class QUARV_API Trace : public SimplificationObserver {

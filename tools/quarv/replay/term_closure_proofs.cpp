@@ -12,7 +12,7 @@ using Id = TermClosure::Id;
 
 namespace {
 
-constexpr std::size_t most_classes = 5000, most_proof_nodes = 50'000;
+constexpr std::size_t most_classes = 100000, most_proof_nodes = 1000000;
 
 bool is_connective(const Expression& e) {
   const std::size_t n = e.args.size();

@@ -25,24 +25,36 @@ std::unique_ptr<TermValues> TermValues::of_nearest_terms(TraceTerms& terms, std:
   return values;
 }
 
-std::unique_ptr<TermValues> TermValues::of_differences(TraceTerms& terms, Id a, Id b) {
+std::unique_ptr<TermValues> TermValues::of_differences(TraceTerms& terms, Id a, Id b,
+                                                       std::size_t most_shared) {
   auto values = of_nearest_terms(terms, ~std::size_t{0});
   values->values_.resize(terms.size(), unknown);
   const std::vector<Id> all[] = {in_post_order(terms, a), in_post_order(terms, b)};
+  std::vector<Id> shared;
+  std::unordered_set<Id> seen{a, b};
+  const auto meet_arguments = [&](Id id, std::vector<Id>& met) {
+    for (const TermName arg : terms.term(id).args) {
+      if (seen.insert(static_cast<Id>(arg)).second) met.push_back(static_cast<Id>(arg));
+    }
+  };
   for (const std::size_t side : {0, 1}) {
     const std::unordered_set<Id> other(all[1 - side].begin(), all[1 - side].end());
-    std::vector<Id> open{side == 0 ? a : b};
-    std::unordered_set<Id> seen(open.begin(), open.end());
-    while (!open.empty()) {
-      const Id id = open.back();
-      open.pop_back();
-      if (other.contains(id)) {
-        values->values_[id] = values->stand_in(id);
-        continue;
+    std::vector<Id> met{side == 0 ? a : b};
+    for (std::size_t i = 0; i < met.size(); ++i) {
+      if (other.contains(met[i])) {
+        shared.push_back(met[i]);
+      } else {
+        meet_arguments(met[i], met);
       }
-      for (const TermName arg : terms.term(id).args) {
-        if (seen.insert(static_cast<Id>(arg)).second) open.push_back(static_cast<Id>(arg));
-      }
+    }
+  }
+  std::size_t num_open = 0;
+  for (std::size_t i = 0; i < shared.size(); ++i) {
+    if (num_open >= most_shared) {
+      values->values_[shared[i]] = values->stand_in(shared[i]);
+    } else if (!terms.term(shared[i]).args.empty()) {
+      ++num_open;
+      meet_arguments(shared[i], shared);
     }
   }
   return values;
@@ -367,21 +379,36 @@ void TermValues::equate(Value a, Value b, bool is_word) {
   }
 }
 
+/// What takes no search comes first: facts may leave nothing to be searched for.
 bool TermValues::are_equal(Id a, Id b) {
   if (have_equal_values(a, b)) return true;
   const Id x = in_context(terms_, a, context_left_), y = in_context(terms_, b, context_left_);
-  return (x != a || y != b) && have_equal_values(x, y);
+  const bool changes = x != a || y != b;
+  return (changes && have_equal_values(x, y)) || are_proved_equal(a, b) ||
+         (changes && are_proved_equal(x, y));
+}
+
+bool TermValues::are_of_one_kind(Id a, Id b) const {
+  const Expression &x = terms_.term(a), &y = terms_.term(b);
+  return is_word(x) == is_word(y) && is_number(x) == is_number(y) && (is_number(x) || x.sort == y.sort);
 }
 
 bool TermValues::have_equal_values(Id a, Id b) {
-  if (exhausted_) return false;
-  const bool same_kind = is_word(a) == is_word(b) && is_number(terms_.term(a)) == is_number(terms_.term(b)) &&
-                         (is_number(terms_.term(a)) || terms_.term(a).sort == terms_.term(b).sort);
-  if (!same_kind) return false;
+  if (exhausted_ || !are_of_one_kind(a, b)) return false;
+  try {
+    const Value x = value(a), y = value(b);
+    return x == y;
+  } catch (const Exhausted&) {
+    exhausted_ = true;
+  }
+  return false;
+}
+
+bool TermValues::are_proved_equal(Id a, Id b) {
+  if (exhausted_ || !are_of_one_kind(a, b) || not_proved_.contains({a, b})) return false;
   try {
     const Value x = value(a), y = value(b);
     if (x == y) return true;
-    if (not_proved_.contains({a, b})) return false;
     if (is_proved(x, y, is_word(a), is_number(terms_.term(a)))) {
       equate(x, y, is_word(a));
       return true;

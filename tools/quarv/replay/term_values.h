@@ -35,8 +35,9 @@ class TermValues {
   /// anything.
   static std::unique_ptr<TermValues> of_nearest_terms(TraceTerms& terms, std::size_t most_terms);
 
-  /// With less effort: the largest parts that both terms have stand for anything.
-  static std::unique_ptr<TermValues> of_differences(TraceTerms& terms, Id a, Id b);
+  /// With less effort: what both terms have stands for anything, but for the `most_shared` parts that are
+  /// nearest to where they differ.
+  static std::unique_ptr<TermValues> of_differences(TraceTerms& terms, Id a, Id b, std::size_t most_shared);
 
   /// Whether it is shown that the two terms of one sort, or two of arithmetic, are equal whatever their
   /// variables are.
@@ -47,6 +48,8 @@ class TermValues {
   void learn(Id a, Id b);
   /// The effort for all proofs together was used up: nothing more is proved.
   bool is_exhausted() const noexcept { return exhausted_; }
+  /// How many facts were looked at to prove what was asked for.
+  std::size_t num_lemmas() const noexcept { return num_lemmas_; }
 
  private:
   using Bit = BitGraph::Bit;
@@ -98,6 +101,8 @@ class TermValues {
 
   // term_values.cpp
   bool have_equal_values(Id a, Id b);
+  bool are_proved_equal(Id a, Id b);
+  bool are_of_one_kind(Id a, Id b) const;
   bool is_word(const Expression& e) const;
   bool is_word(Id id) const { return is_word(terms_.term(id)); }
   std::size_t width(const Expression& e) const;
@@ -207,6 +212,9 @@ class TermValues {
   std::optional<Bit> in_cases(const Sum& d, Says says);
   Bit compare_form(Sum difference, bool equality, bool integer);
   Bit congruent(const Sum& difference, const mpz_class& modulus);
+  Bit has_residue(const std::string& integer, unsigned long modulus, unsigned long residue);
+  Sum floor_argument(Value v) const { return sum_of(found(at(v).args[0].first)); }
+  static std::optional<Remainder> remainder(Sum rest, const mpq_class& times, Sum of);
   std::optional<Remainder> remainder(const Sum& sum) const;
   std::optional<Bit> compare_remainder(const Sum& d, bool equality);
 
@@ -249,8 +257,9 @@ class TermValues {
   std::unordered_map<BitGraph::Node, Atom> atoms_;
   std::size_t budget_ = 0;  // of cases, for the present term
   std::size_t most_terms_ = ~std::size_t{0};
-  std::size_t effort_left_ = 2'000'000;    // of summands and cases, for all proofs together
-  std::size_t lemmas_left_ = 60'000;       // for all proofs together
+  std::size_t effort_left_ = 2'000'000;  // of summands and cases, for all proofs together
+  std::size_t lemmas_left_ = 60'000;     // for all proofs together
+  std::size_t num_lemmas_ = 0;
   std::size_t context_left_ = 20'000'000;  // of terms that are looked at in context
   std::set<std::pair<Id, Id>> not_proved_;
   bool exhausted_ = false;

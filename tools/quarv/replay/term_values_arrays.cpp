@@ -123,8 +123,19 @@ bool TermValues::opens_writes(Value array, std::vector<Argument>& indices, Value
   return true;
 }
 
-/// Arrays that differ in some writes are equal if what is read there is. `array` is a term of their sort.
+/// Arrays that differ in some writes are equal if what is read there is; choices between arrays, case by
+/// case. `array` is a term of their sort.
 BitGraph::Bit TermValues::equal_arrays(Value a, Value b, const Expression& array) {
+  if (at(a).kind != Thing::choice) std::swap(a, b);
+  if (a != b && at(a).kind == Thing::choice && budget_ >= at(a).cases.size()) {
+    const std::vector<Case> cases = at(a).cases;
+    budget_ -= cases.size();
+    std::vector<Bit> any;
+    for (const auto& [leaf, holds] : cases) {
+      any.push_back(graph_.both(holds, equal_arrays(found(leaf), b, array)));
+    }
+    return graph_.disjunction(std::move(any));
+  }
   std::vector<Argument> indices;
   Value base_a = a, base_b = b;
   const TraceSort& sort = terms_.sort(array.sort);

@@ -1,6 +1,7 @@
 /// \file
 /// Values of comparisons of numbers.
 #include <algorithm>
+#include <bit>
 
 #include "replay/term_values.h"
 
@@ -9,6 +10,7 @@ namespace quarv::cli {
 namespace {
 
 constexpr std::size_t most_words = 8, most_width = 300;
+constexpr unsigned long largest_modulus = 16;  // of residues that are looked into
 
 }  // namespace
 
@@ -88,17 +90,34 @@ std::optional<BitGraph::Bit> TermValues::compare_words(const Sum& d, bool equali
   return equality ? words_.equal(words[0], words[1]) : words_.less(words[0], words[1], true, false);
 }
 
-/// The sum as the fractional part of another one, if it is that.
+/// A multiple of the integer part of a sum, and the rest of another sum, as a fractional part: nothing where
+/// more is left than a constant.
+std::optional<TermValues::Remainder> TermValues::remainder(Sum rest, const mpq_class& times, Sum of) {
+  add(rest, of, times);
+  if (!rest.coefficients.empty()) return std::nullopt;
+  return Remainder{std::move(of), -times, rest.constant};
+}
+
+/// The sum as the fractional part of another one, if it is that. The integer part of (t + m) / n is that of
+/// (floor(t) + m) / n, for integers n and m.
 std::optional<TermValues::Remainder> TermValues::remainder(const Sum& sum) const {
-  for (const auto& [part, c] : sum.coefficients) {
+  for (const auto& [part, times] : sum.coefficients) {
     if (at(part).op != floor_key) continue;
-    Remainder r{sum_of(found(at(part).args[0].first)), -c, 0};
+    const Sum of = floor_argument(part);
     Sum rest = sum;
     rest.coefficients.erase(part);
-    add(rest, r.sum, c);
-    if (!rest.coefficients.empty()) continue;
-    r.constant = rest.constant;
-    return r;
+    if (auto r = remainder(rest, times, of)) return r;
+    for (const auto& [inner, c] : rest.coefficients) {
+      const mpq_class n = -times / c;
+      if (at(inner).op != floor_key || n.get_den() != 1 || n <= 1) continue;
+      Sum m;
+      add(m, of, n);
+      add(m, floor_argument(inner), -1);
+      if (!is_integral(m)) continue;
+      Sum nested{{{inner, 1 / n}}, 0};
+      add(nested, m, 1 / n);
+      if (auto r = remainder(rest, times, std::move(nested))) return r;
+    }
   }
   return std::nullopt;
 }
@@ -118,14 +137,21 @@ std::optional<BitGraph::Bit> TermValues::compare_remainder(const Sum& d, bool eq
   const auto [low, high] = std::minmax(ends[0], ends[1]);
   if (high < 0 || (!equality && high == 0)) return equality ? BitGraph::no : BitGraph::yes;
   if (low > 0) return BitGraph::no;
-  if (!equality || divisor == 0) return std::nullopt;
-  // The fractional part is -constant / factor.
-  Sum shifted = r->sum;
-  shifted.constant += r->constant / r->factor;
-  Sum scaled;
-  add(scaled, shifted, mpq_class(divisor));
-  if (scaled.constant.get_den() != 1) return BitGraph::no;
-  return congruent(scaled, divisor);
+  if (divisor == 0 || (!equality && divisor > largest_modulus)) return std::nullopt;
+  Sum scaled;  // its residue is the fractional part times the divisor
+  add(scaled, r->sum, mpq_class(divisor));
+  const auto is = [&](const mpq_class& residue) {
+    Sum rest = scaled;
+    rest.constant -= residue;
+    return rest.constant.get_den() == 1 ? congruent(rest, divisor) : BitGraph::no;
+  };
+  const mpq_class zero_at = -r->constant * divisor / r->factor;
+  if (equality) return is(zero_at);
+  std::vector<Bit> any;
+  for (mpz_class k = 0; k < divisor; ++k) {
+    if (r->factor > 0 ? k <= zero_at : k >= zero_at) any.push_back(is(mpq_class(k)));
+  }
+  return graph_.disjunction(std::move(any));
 }
 
 /// A bound of the sum without its constant, of which the first coefficient is positive.
@@ -158,7 +184,8 @@ BitGraph::Bit TermValues::compare_form(Sum d, bool equality, bool integer) {
 BitGraph::Bit TermValues::congruent(const Sum& d, const mpz_class& modulus) {
   const auto by_cases = in_cases(d, [&](const Sum& there) { return congruent(there, modulus); });
   if (by_cases) return *by_cases;
-  std::string key;
+  Sum chosen;
+  std::string form;
   for (const int sign : {1, -1}) {
     Sum reduced;
     add(reduced, d, sign);
@@ -169,12 +196,36 @@ BitGraph::Bit TermValues::congruent(const Sum& d, const mpz_class& modulus) {
     for (auto& [part, c] : reduced.coefficients) reduce(c, at(part).is_integer);
     std::erase_if(reduced.coefficients, [](const auto& c) { return c.second == 0; });
     if (reduced.coefficients.empty()) return reduced.constant == 0 ? BitGraph::yes : BitGraph::no;
-    const std::string own = "multiple of " + modulus.get_str(32) + ' ' + text(reduced);
-    if (key.empty() || own < key) key = own;
+    const std::string own = text({reduced.coefficients, 0});
+    if (form.empty() || own < form || (own == form && reduced.constant < chosen.constant)) {
+      form = own;
+      chosen = std::move(reduced);
+    }
   }
+  if (modulus <= largest_modulus && is_integral(chosen)) {
+    const unsigned long n = modulus.get_ui(), constant = chosen.constant.get_num().get_ui();
+    return has_residue(form, n, (n - constant) % n);
+  }
+  const std::string key = "multiple of " + modulus.get_str(32) + ' ' + text(chosen);
   const auto [known, is_new] = known_bits_.try_emplace(key, 0);
   if (is_new) known->second = graph_.variable();
   return graph_.find(known->second);
+}
+
+/// Whether an integer has this residue: a word, which is the last residue where it is none.
+BitGraph::Bit TermValues::has_residue(const std::string& integer, unsigned long modulus,
+                                      unsigned long residue) {
+  const auto [known, is_new] =
+      known_words_.try_emplace("residue " + std::to_string(modulus) + ' ' + integer, 0);
+  if (is_new) known->second = words_.variable(static_cast<std::size_t>(std::bit_width(modulus - 1)));
+  const Word w = words_.current(known->second);
+  const auto is = [&](unsigned long k) {
+    return words_.equal(w, words_.constant(mpz_class(k), words_.width(w)));
+  };
+  if (residue + 1 < modulus) return is(residue);
+  std::vector<Bit> others;
+  for (unsigned long k = 0; k < residue; ++k) others.push_back(is(k));
+  return graph_.disjunction(std::move(others)) ^ 1U;
 }
 
 }  // namespace quarv::cli

@@ -75,6 +75,7 @@ bool TermValues::holds(Bit goal) {
     add_lemmas(variables, list);
     const std::size_t num_new = list.lemmas.size() - before;
     lemmas_left_ -= std::min(lemmas_left_, num_new);
+    num_lemmas_ += num_new;
     for (std::size_t i = before; i < list.lemmas.size(); ++i) {
       roots.insert(roots.end(), list.lemmas[i].begin(), list.lemmas[i].end());
     }
