@@ -584,6 +584,24 @@ TEST_F(Replay, ShowsWhatBecomesOfNestedChoices) {
   EXPECT_EQ(r.status, 0) << r.out;
   EXPECT_EQ(r.out.find("effort"), std::string::npos) << r.out;
 }
+
+/// Where a condition says little, much is searched for: each step alone is within its budget, all together are
+/// not.
+TEST_F(Replay, EndsWhenTheEffortIsUsedUp) {
+  std::string chain = "(declare-const x Int)(declare-fun f (Int) Int)\n(define-fun s0 () Int x)\n";
+  constexpr int num_levels = 40;
+  for (int i = 1; i <= num_levels; ++i) {
+    const std::string before = "s" + std::to_string(i - 1);
+    chain += "(define-fun s" + std::to_string(i) + " () Int (ite (<= (f x) " + std::to_string(3 * i) +
+             ") (abs " + before + ") (+ " + before + " x)))\n";
+  }
+  chain += "(assert (< s" + std::to_string(num_levels) + " 7))\n";
+  write("in.smt2", chain);
+  ASSERT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace trace.jsonl").status, 0);
+  const Result r = run("$quarv replay trace.jsonl");
+  EXPECT_EQ(r.status, 1);
+  EXPECT_NE(r.out.find(" not justified; the effort for proofs was used up\n"), std::string::npos) << r.out;
+}
 #endif
 
 /// What a round printed and the next one made smaller is traced, too; its steps are checked like others.
