@@ -111,6 +111,30 @@ TEST_F(ReplayReasons, BoundsOfSmallRemainders) {
   for (const Formulas& s : steps) EXPECT_EQ(justifies(declared, s.before, s.after), s.holds) << s.before;
 }
 
+/// A product is 0 where a factor is.
+TEST_F(ReplayReasons, ProductsThatAreZero) {
+  const std::string declared =
+      "(declare-const i Int)(declare-const j Int)(declare-const r Real)(declare-const p Bool)";
+  const Formulas steps[] = {
+      {"(= (* i i) 0)", "(= i 0)", true},
+      {"(= (* i i) 1)", "(= i 1)", false},
+      {"(= (* i i) j)", "(= i j)", false},
+      {"(= (* i (* j i)) 0)", "(= (* i j) 0)", true},
+      {"(= (* i (* j i)) 0)", "(= j 0)", false},
+      {"(= (* i (* j i)) 0)", "(or (= i 0) (= j 0))", true},
+      {"(= (* i (* j i)) 0)", "(and (= i 0) (= j 0))", false},
+      {"(= (* r (* r r)) 0.0)", "(= r 0.0)", true},
+      {"(= (* r (* r r)) r)", "(= (* r r) 1.0)", false},
+      {"(= (* r (* r r)) r)", "(or (= r 0.0) (= (* r r) 1.0))", true},
+      {"(= (* j (ite p 4 7)) 0)", "(= j 0)", true},
+      {"(= (* j (ite p 4 0)) 0)", "(= j 0)", false},
+      {"(= (* i (+ j 1)) 0)", "(= i 0)", false},
+      {"(= (+ (* i j) (* i i)) 0)", "(or (= i 0) (= (+ i j) 0))", true},
+      {"(= (+ (* i j) (* i i)) 0)", "(or (= i 0) (= j 0))", false},
+  };
+  for (const Formulas& s : steps) EXPECT_EQ(justifies(declared, s.before, s.after), s.holds) << s.before;
+}
+
 /// A choice between arrays is equal to another array where the one that is chosen is.
 TEST_F(ReplayReasons, EquationsOfChoicesBetweenArrays) {
   const std::string declared = R"((declare-const p Bool)(declare-const q Bool)

@@ -232,6 +232,7 @@ class TermValues {
   Sum compared_sum(const Atom& says) const;
   void add_equivalence(Bit condition, BitGraph::Node a, Sum other, LemmaList& list);
   void add_exchanges(BitGraph::Node a, LemmaList& list);
+  void add_factors(BitGraph::Node equation, LemmaList& list);
   void add_substitution(BitGraph::Node equation, BitGraph::Node a, LemmaList& list);
   void add_bounds(const std::vector<BitGraph::Node>& group, std::size_t i, std::size_t k, LemmaList& list);
 

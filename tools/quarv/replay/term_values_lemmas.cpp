@@ -3,6 +3,7 @@
 /// one sum exclude or imply each other, and equal numbers can be exchanged.
 #include <algorithm>
 #include <functional>
+#include <iterator>
 
 #include "replay/term_values.h"
 
@@ -110,7 +111,10 @@ void TermValues::add_lemmas(const std::vector<BitGraph::Node>& variables, LemmaL
     if (says.kind == Atom::equal_to && form_sums_[says.form].coefficients.size() <= longest_equation) {
       equations.push_back(n);
     }
-    if (list.done.emplace(n, n).second) add_exchanges(n, list);
+    if (list.done.emplace(n, n).second) {
+      add_exchanges(n, list);
+      add_factors(n, list);
+    }
   }
   for (const auto& [key, group] : groups) {
     const std::size_t n = std::min(group.size(), most_pairs);
@@ -214,6 +218,39 @@ void TermValues::add_exchanges(BitGraph::Node a, LemmaList& list) {
       add_equivalence(same, a, std::move(other), list);
     }
   }
+}
+
+/// A sum of products with common factors is 0 where one of these is, or what is left of it.
+void TermValues::add_factors(BitGraph::Node equation, LemmaList& list) {
+  const Atom says = atoms_.at(equation);
+  const Sum d = compared_sum(says);
+  if (says.kind != Atom::equal_to || d.constant != 0) return;
+  const auto factors_of = [this](Value part) {
+    return at(part).kind == Thing::product ? at(part).args : std::vector<Argument>{{part, false}};
+  };
+  std::vector<Argument> common = factors_of(d.coefficients.begin()->first);
+  for (const auto& [part, c] : d.coefficients) {
+    const std::vector<Argument> here = factors_of(part);
+    std::vector<Argument> both;
+    std::ranges::set_intersection(common, here, std::back_inserter(both));
+    common = std::move(both);
+  }
+  if (common.empty() || (d.coefficients.size() == 1 && common.size() == 1)) return;
+  Sum rest;
+  for (const auto& [part, c] : d.coefficients) {
+    const std::vector<Argument> here = factors_of(part);
+    std::vector<Argument> left;
+    std::ranges::set_difference(here, common, std::back_inserter(left));
+    Sum product{{}, 1};
+    for (const Argument& factor : left) product = sum_of(this->product(product, {{{factor.first, 1}}, 0}));
+    add(rest, product, c);
+  }
+  budget_ = most_lemma_cases;
+  std::vector<Bit> none{compare(std::move(rest), true) ^ 1U};
+  for (const Argument& factor : common) none.push_back(compare({{{factor.first, 1}}, 0}, true) ^ 1U);
+  const Bit any = graph_.conjunction(std::move(none)) ^ 1U;
+  list.lemmas.push_back({2 * equation ^ 1U, any});
+  list.lemmas.push_back({2 * equation, any ^ 1U});
 }
 
 /// An equation solved for one of its parts, in another comparison.
