@@ -66,8 +66,9 @@ void agrees_with_host(Unsigned a, Unsigned b) {
 }
 
 TEST(ReferenceBitVectors, AgreeWithTheHost) {
+  const auto step = static_cast<unsigned>(one_in_when_sanitized(7));
   for (unsigned a = 0; a < 256; ++a) {
-    for (unsigned b = 0; b < 256; ++b) {
+    for (unsigned b = a % step; b < 256; b += step) {
       ASSERT_NO_FATAL_FAILURE((agrees_with_host<std::uint8_t, std::int8_t>(static_cast<std::uint8_t>(a),
                                                                            static_cast<std::uint8_t>(b))));
     }

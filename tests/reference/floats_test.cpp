@@ -66,12 +66,13 @@ class AgainstMpfr {
 
 TEST(ReferenceFloats, AgreeWithMpfrOnAllSmallNumbers) {
   FloatSamples third({3, 3}, 1);
+  const auto step = static_cast<unsigned>(one_in_when_sanitized(7));
   for (std::size_t ew = 2; ew <= 4; ++ew) {
     for (std::size_t mw = 1; mw + ew <= 6; ++mw) {
       const AgainstMpfr comparison({ew, mw});
       const unsigned count = 1u << (1 + ew + mw);
       for (unsigned a = 0; a < count; ++a) {
-        for (unsigned b = 0; b < count; ++b) {
+        for (unsigned b = a % step; b < count; b += step) {
           const auto c = static_cast<unsigned>(third.below(count));
           for (int mode = 0; mode < 4; ++mode) ASSERT_NO_FATAL_FAILURE(comparison.check(a, b, c, mode));
         }
