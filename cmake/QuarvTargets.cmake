@@ -1,7 +1,13 @@
 # What the targets of the project share: the language, the warnings, the sanitizers.
+set(quarv_compile_once ${PROJECT_SOURCE_DIR}/cmake/compile_once.sh)
+option(QUARV_COMPILE_ONCE "Let the tests that build quarv again use what is compiled here; each file takes a second more" OFF)
 find_program(QUARV_CCACHE ccache)
-if(QUARV_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${QUARV_CCACHE})
+if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  if(QUARV_COMPILE_ONCE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${quarv_compile_once})
+  elseif(QUARV_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${QUARV_CCACHE})
+  endif()
 endif()
 
 # For programs that run only during the build.
@@ -25,9 +31,10 @@ if(QUARV_SANITIZE)
 endif()
 
 # For tests and the program, after quarv_options: what is made of large headers and does no work itself is to be compiled
-# soon. It is optimised little, and without the checks of each use of a pointer, which the address sanitizer makes too.
+# soon. It is optimised little, and under sanitizers, whose checks optimising would take half of the time for, not at all.
+# It is without the checks of each use of a pointer, too, which the address sanitizer makes.
 add_library(quarv_compiled_soon INTERFACE)
 target_compile_options(quarv_compiled_soon INTERFACE $<$<CONFIG:Release>:-O1>)
 if(QUARV_SANITIZE)
-  target_compile_options(quarv_compiled_soon INTERFACE -fno-sanitize=null,alignment,vptr)
+  target_compile_options(quarv_compiled_soon INTERFACE -O0 -fno-sanitize=null,alignment,vptr)
 endif()

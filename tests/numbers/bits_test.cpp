@@ -163,7 +163,7 @@ TEST(Bits, AllOperandsOfSmallWidths) {
 
 TEST(Bits, RandomOperands) {
   NumberSamples samples(20250311);
-  const int count = 2000 * test_scale();
+  const int count = num_cases(2000);
   for (int i = 0; i < count; ++i) {
     // Half of them as wide as a word at most, and half of the amounts of shifts within the width.
     const std::size_t w = 1 + (samples.coin() ? samples.below(64) : samples.below(512));
@@ -197,7 +197,7 @@ void expect_canonical(const QNumber& x, const mpz_class& expected) {
 /// What holds of all integers, and of all values of a width, in either form.
 TEST(BVNumberValues, ResiduesSignsAndBits) {
   NumberSamples samples(20250312);
-  const int count = 50000 * test_scale();
+  const int count = num_cases(50000);
   for (int i = 0; i < count; ++i) {
     const mpz_class value = samples.integer();
     const QNumber x = samples.number(value);

@@ -213,7 +213,7 @@ TEST(BVNumberBitOp, MixesForms) {
 /// The operations by way of mpz alone, for integers as large and as negative as the contracts allow.
 TEST(BVNumber, AgreesWithMpz) {
   NumberSamples samples(20240607);
-  const int count = 200000 * test_scale();
+  const int count = num_cases(200000);
   for (int i = 0; i < count; ++i) {
     const mpz_class a = samples.integer();
     const mpz_class b = samples.integer();
@@ -249,7 +249,7 @@ TEST(BVNumber, AgreesWithMpz) {
 
 TEST(BVNumber, ResultMayReplaceAnOperand) {
   NumberSamples samples(4711);
-  const int count = 20000 * test_scale();
+  const int count = num_cases(20000);
   for (int i = 0; i < count; ++i) {
     const QNumber x = samples.number(samples.integer());
     const QNumber y = samples.number(samples.integer());

@@ -66,7 +66,7 @@ mpz_class rounding_bits(const mpz_class& n, unsigned precision) {
 
 TEST(FixedInteger, Quotients) {
   WordSamples samples;
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     const std::uint64_t a = samples.top_word(), b = samples.top_word();
     ASSERT_EQ(exact(fraction_quotient_jam(a, b)), quotient_jam(exact(a) << 63, exact(b)));
     const uint128 c = samples.top_double_word(), d = samples.top_double_word();
@@ -89,7 +89,7 @@ TEST(FixedInteger, Quotients) {
 TEST(FixedInteger, QuotientsWhoseRemaindersBeginLikeTheDivisor) {
   WordSamples samples;
   const std::uint64_t all = ~std::uint64_t{0}, top = std::uint64_t{1} << 63;
-  for (int round = 0; round < 20000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(20000); ++round) {
     // a / b is q + r / b where r is b less a small number: the next word of the quotient is all ones.
     WideUInt<4> b = samples.wide<4>();
     b.word[3] |= top;
@@ -103,7 +103,7 @@ TEST(FixedInteger, QuotientsWhoseRemaindersBeginLikeTheDivisor) {
   }
   const std::uint64_t words[] = {0, 1, top - 1, top, top + 1, all - 1, all};
   const auto choose = [&] { return words[samples.below(7)]; };
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     WideUInt<3> a, b;
     for (std::size_t i = 0; i < 3; ++i) {
       a.word[i] = choose();
@@ -119,7 +119,7 @@ TEST(FixedInteger, QuotientsWhoseRemaindersBeginLikeTheDivisor) {
 
 TEST(FixedInteger, SquareRoots) {
   WordSamples samples;
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     const std::uint64_t a = samples.top_word() >> samples.below(2);
     for (const unsigned precision : {3u, 24u, 53u, 60u}) {
       const std::uint64_t root = fraction_sqrt_jam(a, precision);
@@ -136,7 +136,7 @@ TEST(FixedInteger, SquareRoots) {
 
 TEST(FixedInteger, SquareRootsOfSquaresAndTheirNeighbours) {
   WordSamples samples;
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     const std::uint64_t root = samples.top_word();
     const uint128 square = uint128{root} * root;
     for (const uint128 n : {square - 1, square, square + 1}) {
@@ -181,14 +181,14 @@ void check_wide_words(int rounds) {
 }
 
 TEST(FixedInteger, WideWords) {
-  check_wide_words<3>(30000 * test_scale());
-  check_wide_words<4>(30000 * test_scale());
-  check_wide_words<5>(30000 * test_scale());
+  check_wide_words<3>(num_cases(30000));
+  check_wide_words<4>(num_cases(30000));
+  check_wide_words<5>(num_cases(30000));
 }
 
 TEST(FixedInteger, BitsShiftedOut) {
   WordSamples samples;
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     const BitCount count = 1 + samples.below(300);
     const auto check = [&](auto s) {
       if (is_zero(s)) return;
@@ -205,7 +205,7 @@ TEST(FixedInteger, BitsShiftedOut) {
 
 TEST(FixedInteger, Products) {
   WordSamples samples;
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     const auto check = [](const auto& a, const auto& b) {
       const auto p = product(a, b);
       ASSERT_EQ(exact(p.significand),

@@ -120,7 +120,7 @@ QNumber make_number(const mpq_class& v, bool big) {
 
 TEST(IEEEFloatConversion, FromRationals) {
   WideSamples samples(50);
-  for (int round = 0; round < 300 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(300); ++round) {
     const unsigned bits = round % 3 == 0 ? 10000 : round % 3 == 1 ? 300 : 62;
     mpq_class v(samples.integer(bits), round % 2 == 0 ? mpz_class(1) : samples.integer(bits));
     v.canonicalize();
@@ -141,7 +141,7 @@ TEST(IEEEFloatConversion, FromRationalsNextToTies) {
   WideSamples samples(51);
   for (const Format f : converted_formats) {
     FloatSamples encodings(f, 52);
-    for (int round = 0; round < 60 * test_scale(); ++round) {
+    for (int round = 0; round < num_cases(60); ++round) {
       IEEEFloat x = IEEEFloat::from_bits(QNumber::from_integer(encodings.next().get_mpz_t()), f);
       if (x.is_nan() || x.is_inf()) continue;
       x.set_sign(false);
@@ -165,7 +165,7 @@ TEST(IEEEFloatConversion, ToIntegers) {
   WideSamples samples(53);
   for (const Format f : converted_formats) {
     FloatSamples encodings(f, 54);
-    for (int round = 0; round < 200 * test_scale(); ++round) {
+    for (int round = 0; round < num_cases(200); ++round) {
       IEEEFloat x = IEEEFloat::from_bits(QNumber::from_integer(encodings.next().get_mpz_t()), f);
       if (x.is_nan() || x.is_inf()) continue;
       const mpq_class v = value_of(x);
@@ -186,7 +186,7 @@ TEST(IEEEFloatConversion, ToIntegers) {
 TEST(IEEEFloatConversion, IntegersOfAnySizeSurvive) {
   WideSamples samples(55);
   const Format wide{40, 10100};
-  for (int round = 0; round < 200 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(200); ++round) {
     mpz_class v = samples.integer(10000);
     if (samples.below(2) == 0) v = -v;
     const IEEEFloat x = IEEEFloat::from_number(make_number(v, false), wide, roundings[round % 4]);

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "reference/floats.h"
+#include "support/test_scale.h"
 #include <quarv/numbers/ieee_float.h>
 
 namespace quarv {
@@ -102,8 +103,9 @@ class SmallFormats : public testing::TestWithParam<int> {
 };
 
 TEST_P(SmallFormats, Arithmetic) {
+  const auto step = static_cast<unsigned>(one_in_when_sanitized(13));
   for (unsigned a = 0; a < f.count(); ++a) {
-    for (unsigned b = 0; b < f.count(); ++b) {
+    for (unsigned b = a % step; b < f.count(); b += step) {
       const IEEEFloat y = make(f, b, IEEEFloat::round_nearest_even);
       for (const auto mode : rounding_modes) {
         const IEEEFloat x = make(f, a, mode);

@@ -79,7 +79,7 @@ TYPED_TEST(HostArithmetic, Agrees) {
   using Real = TypeParam;
   using Word = typename HostTraits<Real>::Word;
   FloatSamples samples(HostTraits<Real>::format, 20);
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     const auto [a, b] = samples.next_word_pair();
     const Real x = std::bit_cast<Real>(static_cast<Word>(a)), y = std::bit_cast<Real>(static_cast<Word>(b));
     const IEEEFloat right = number(y);
@@ -109,7 +109,7 @@ TYPED_TEST(HostArithmetic, Conversions) {
   using Word = typename HostTraits<Real>::Word;
   using Other = std::conditional_t<std::is_same_v<Real, float>, double, float>;
   FloatSamples samples(HostTraits<Real>::format, 21);
-  for (int round = 0; round < 100000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100000); ++round) {
     const Real x = std::bit_cast<Real>(static_cast<Word>(samples.next_word()));
     const auto integer =
         static_cast<long>(samples.below(~0ull) >> samples.below(64)) * (round % 2 == 0 ? 1 : -1);

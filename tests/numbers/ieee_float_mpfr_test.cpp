@@ -57,7 +57,7 @@ TEST_P(MpfrComparison, Arithmetic) {
   const IEEEFloat::format f = GetParam().format;
   FloatSamples samples(f, 30);
   MpfrFloat x(f.ew, f.mw), y(f.ew, f.mw), wanted(f.ew, f.mw);
-  for (int round = 0; round < 4000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(4000); ++round) {
     const auto [a, b] = samples.next_pair();
     x.decode(a);
     y.decode(b);
@@ -86,7 +86,7 @@ TEST_P(MpfrComparison, Arithmetic) {
 TEST_P(MpfrComparison, Conversions) {
   const IEEEFloat::format f = GetParam().format;
   FloatSamples samples(f, 31);
-  for (int round = 0; round < 1000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(1000); ++round) {
     const mpz_class a = samples.next();
     const MpfrMode& mode = mpfr_modes[samples.below(4)];
     IEEEFloat left = IEEEFloat::from_bits(QNumber::from_integer(a.get_mpz_t()), f);

@@ -74,7 +74,7 @@ class WideFormats : public testing::TestWithParam<Format> {
 
 TEST_P(WideFormats, EncodingsSurvive) {
   const mpz_class modulus = mpz_class(1) << format.width();
-  for (int round = 0; round < 300 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(300); ++round) {
     const mpz_class bits = samples.next();
     const IEEEFloat x = make(bits, format);
     ASSERT_EQ(x.get_bits().num(), bits);
@@ -96,7 +96,7 @@ TEST_P(WideFormats, EncodingsSurvive) {
 }
 
 TEST_P(WideFormats, Arithmetic) {
-  for (int round = 0; round < 300 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(300); ++round) {
     const auto [a, b] = samples.next_pair();
     IEEEFloat x = make(a, format);
     const IEEEFloat y = make(b, format);
@@ -114,7 +114,7 @@ TEST_P(WideFormats, Arithmetic) {
 }
 
 TEST_P(WideFormats, Comparisons) {
-  for (int round = 0; round < 300 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(300); ++round) {
     auto [a, b] = samples.next_pair();
     if (samples.below(4) == 0) b = a ^ mpz_class(1) << samples.below(format.width());
     const IEEEFloat x = make(a, format), y = make(b, format);
@@ -132,7 +132,7 @@ TEST_P(WideFormats, Comparisons) {
 }
 
 TEST_P(WideFormats, RoundingToIntegersAndOtherFormats) {
-  for (int round = 0; round < 100 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(100); ++round) {
     const mpz_class a = samples.next();
     IEEEFloat x = make(a, format);
     const auto mode = static_cast<IEEEFloat::rounding_mode>(samples.below(4));

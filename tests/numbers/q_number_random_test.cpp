@@ -66,7 +66,7 @@ class QNumberRandom : public ::testing::Test {
 };
 
 TEST_F(QNumberRandom, FieldOperations) {
-  const int rounds = 40000 * test_scale();
+  const int rounds = num_cases(40000);
   for (int i = 0; i < rounds; ++i) {
     const auto [a, b] = pair();
     const QNumber x = samples_.number(a);
@@ -107,7 +107,7 @@ TEST_F(QNumberRandom, FieldOperations) {
 }
 
 TEST_F(QNumberRandom, OperandsThatAreTheResult) {
-  const int rounds = 20000 * test_scale();
+  const int rounds = num_cases(20000);
   for (int i = 0; i < rounds; ++i) {
     const auto [a, b] = pair();
     const QNumber x = samples_.number(a);
@@ -135,7 +135,7 @@ TEST_F(QNumberRandom, OperandsThatAreTheResult) {
 }
 
 TEST_F(QNumberRandom, Comparisons) {
-  const int rounds = 30000 * test_scale();
+  const int rounds = num_cases(30000);
   for (int i = 0; i < rounds; ++i) {
     const auto [a, b] = pair();
     const QNumber x = samples_.number(a);
@@ -157,7 +157,7 @@ TEST_F(QNumberRandom, Comparisons) {
 }
 
 TEST_F(QNumberRandom, IntegerOperations) {
-  const int rounds = 20000 * test_scale();
+  const int rounds = num_cases(20000);
   for (int i = 0; i < rounds; ++i) {
     const mpz_class a = samples_.integer();
     mpz_class b = samples_.integer();
@@ -200,7 +200,7 @@ TEST_F(QNumberRandom, IntegerOperations) {
 }
 
 TEST_F(QNumberRandom, FormsTextAndHash) {
-  const int rounds = 20000 * test_scale();
+  const int rounds = num_cases(20000);
   for (int i = 0; i < rounds; ++i) {
     const mpq_class a = samples_.fraction();
     const QNumber x = samples_.number(a);

@@ -74,7 +74,7 @@ TEST(ReferenceBitVectors, AgreeWithTheHost) {
     }
   }
   std::mt19937_64 random(1);
-  for (int i = 0; i < 5000 * test_scale(); ++i) {
+  for (int i = 0; i < num_cases(5000); ++i) {
     const std::uint64_t a = random() >> random() % 64, b = random() >> random() % 64;
     const std::uint64_t c = random() % 2 == 0 ? a : 0 - a, d = random() % 2 == 0 ? b : 0 - b;
     ASSERT_NO_FATAL_FAILURE((agrees_with_host<std::uint32_t, std::int32_t>(static_cast<std::uint32_t>(c),
@@ -88,7 +88,7 @@ TEST(ReferenceBitVectors, AreTheSameOnWordsAndOnIntegers) {
   std::mt19937_64 random(2);
   for (const Operation& op : bit_vector_operations()) {
     ASSERT_NE(op.on_words, nullptr) << op.name;
-    for (int i = 0; i < 2000 * test_scale(); ++i) {
+    for (int i = 0; i < num_cases(2000); ++i) {
       const bool joins = op.name == "concat" || op.name == "repeat" || op.name == "sign_extend";
       const std::size_t w = 1 + random() % (joins ? 31 : 63);
       const std::uint64_t all = ~std::uint64_t{0} >> (64 - w);

@@ -161,7 +161,7 @@ TEST_F(AgainstZ3, AllSmallBitVectors) {
 }
 
 TEST_F(AgainstZ3, RandomBitVectors) {
-  for (int i = 0; i < 60 * test_scale(); ++i) {
+  for (int i = 0; i < num_cases(60); ++i) {
     const std::size_t w = i % 3 == 0 ? 60 + random_.below(10) : 1 + random_.below(200);
     const mpz_class a = random_bits(w),
                     b = random_.below(4) == 0 ? mpz_class(random_.below(2 * w)) : random_bits(w);
@@ -213,7 +213,7 @@ TEST_F(AgainstZ3, FloatingPoint) {
                                                          {5, 10}, {8, 23}, {11, 52}};
   for (const auto& [ew, mw] : formats) {
     const Sort* const f = sorts_.floating_point(ew, mw);
-    for (int i = 0; i < 60 * test_scale(); ++i) {
+    for (int i = 0; i < num_cases(60); ++i) {
       const std::vector<Argument> values = {random_argument(f), random_argument(f)};
       add_float_operators(f, values, random_.below(5));
       add_float_conversions(f, values[0], random_.below(5));
@@ -224,7 +224,7 @@ TEST_F(AgainstZ3, FloatingPoint) {
 TEST_F(AgainstZ3, Arithmetic) {
   const Sort *const integer = sorts_.integer(), *const real = sorts_.real(),
                     *const boolean = sorts_.boolean();
-  for (int i = 0; i < 300 * test_scale(); ++i) {
+  for (int i = 0; i < num_cases(300); ++i) {
     for (const Sort* sort : {integer, real}) {
       const Argument a = random_argument(sort), b = random_argument(sort), c = random_argument(sort);
       for (const char* op : {"+", "-", "*"}) add(op, sort, {a, b, c});
@@ -262,7 +262,7 @@ TEST(ReferenceArrays, AgreeWithCvc5) {
   Random random(3);
   std::string script = "(set-logic ALL)\n";
   std::vector<std::string> queries;
-  for (int i = 0; i < 200 * test_scale(); ++i) {
+  for (int i = 0; i < num_cases(200); ++i) {
     Expressions terms;
     const auto literal = [&](const Sort* sort, const mpq_class& value) {
       terms.push_back({.kind = Expression::literal, .sort = sort, .value = value});

@@ -37,7 +37,7 @@ TEST_P(NormalForm, HasTheValueOfTheTerm) {
   const std::size_t width = GetParam();
   constexpr std::size_t max_width = 6;
   constexpr std::size_t batch = 50;
-  const std::size_t num_batches = 20 * static_cast<std::size_t>(test_scale());
+  const std::size_t num_batches = num_cases<std::size_t>(20);
   const std::vector<reference::Column> assignments =
       reference::all_assignments(std::vector<std::size_t>{width, width});
   std::uint64_t cycles = 0;
@@ -65,7 +65,7 @@ TEST_P(NormalForm, HasTheValueOfTheTerm) {
 INSTANTIATE_TEST_SUITE_P(Widths, NormalForm, testing::Range<std::size_t>(1, 7));
 
 TEST(NormalForms, AreFixedPointsAlsoWithoutTheCache) {
-  for (std::size_t i = 0; i < 100 * static_cast<std::size_t>(test_scale()); ++i) {
+  for (std::size_t i = 0; i < num_cases<std::size_t>(100); ++i) {
     Layer layer(true);
     RandomTerms terms(&layer.mgr, 1 + i % 40, 40, static_cast<unsigned>(i));
     for (std::size_t j = 0; j < 20; ++j) {

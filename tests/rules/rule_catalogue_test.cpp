@@ -85,7 +85,7 @@ class RuleCatalogue : public testing::TestWithParam<int> {
 };
 
 TEST_P(RuleCatalogue, FiresExactlyWhenItsTextSaysSo) {
-  const std::size_t tries = 40 * static_cast<std::size_t>(test_scale());
+  const std::size_t tries = num_cases<std::size_t>(40);
   RuleCandidates candidates(&mgr_, interpreted_.rule(), static_cast<unsigned>(GetParam()));
   for (std::size_t width = 1; width <= max_width; ++width) {
     bool fired = false;

@@ -282,7 +282,7 @@ class StrictAgainstSolvers : public StrictSemanticsTest {
     FpSamples samples(mgr, std::move(tried_formats), encodings, 2);
     std::string script = "(set-logic ALL)\n";
     std::vector<std::string> equations;
-    for (int i = 0; i < 2500 * test_scale(); ++i) {
+    for (int i = 0; i < num_cases(2500); ++i) {
       const FpSample sample = samples.any(1 + i % 4);
       const std::string result = samples.literal_text(sample.term);
       ASSERT_EQ(result.empty(), sample.open) << sample.text;

@@ -26,7 +26,7 @@ const Term* only_term(Session& session, const std::string& text) {
 }
 
 TEST(GrowthTest, QuantifiersOfOneNameWithinEachOther) {
-  constexpr std::size_t levels = 200'000;
+  const std::size_t levels = 200'000 / one_in_when_sanitized(8);
   Session session({.simplify = false});
   TermManager& manager = session.manager();
   const Term* t = only_term(session, "(assert " + repeated(levels, "(exists ((x Int)) (or (= x 0) ") +
@@ -43,7 +43,7 @@ TEST(GrowthTest, QuantifiersOfOneNameWithinEachOther) {
 }
 
 TEST(GrowthTest, QuantifiersOfManyVariables) {
-  constexpr std::size_t n = 150'000;
+  const std::size_t n = 150'000 / one_in_when_sanitized(8);
   std::string variables, equations;
   for (std::size_t i = 1; i <= n; ++i) {
     variables += " (x" + std::to_string(i) + " Int)";
@@ -57,7 +57,7 @@ TEST(GrowthTest, QuantifiersOfManyVariables) {
 
 /// The innermost term is rewritten, and with it all that are named.
 TEST(GrowthTest, NamesWithinEachOther) {
-  constexpr std::size_t n = 120'000;
+  const std::size_t n = 120'000 / one_in_when_sanitized(8);
   std::string declared = "(declare-const x (_ BitVec 8))", begin, end;
   for (std::size_t i = 0; i < n; ++i) {
     const std::string p = "p" + std::to_string(i);
@@ -99,7 +99,7 @@ TEST(GrowthTest, VariablesAreNumberedFromTheirQuantifierOn) {
 }
 
 TEST(GrowthTest, OneQuantifierOfManyVariables) {
-  constexpr std::size_t n = 300'000;
+  const std::size_t n = 300'000 / one_in_when_sanitized(8);
   std::string variables;
   for (std::size_t i = 0; i < n; ++i) variables += "(x" + std::to_string(i) + " Int)";
   Session session({.simplify = false});
@@ -111,7 +111,7 @@ TEST(GrowthTest, OneQuantifierOfManyVariables) {
 }
 
 TEST(GrowthTest, ManyNamesInOneAssertion) {
-  constexpr std::size_t n = 200'000;
+  const std::size_t n = 200'000 / one_in_when_sanitized(8);
   std::string text = "(declare-const p Bool)(assert (and";
   for (std::size_t i = 0; i < n; ++i)
     text += " (! p :named n" + std::to_string(i) + ") n" + std::to_string(i);

@@ -58,7 +58,7 @@ void fail_everywhere(const Work& work) {
   const long before = allocation_count();
   ASSERT_TRUE(work.run());
   const long count = allocation_count() - before;
-  const auto step = static_cast<long>(one_in_when_sanitized(7));
+  const auto step = static_cast<long>(one_in_when_sanitized(17));
   long failures = 0;
   for (const auto extent : {FailAllocations::one, FailAllocations::all_later}) {
     for (long successes = 0; successes < count; successes += step) {

@@ -113,7 +113,7 @@ class RealToFpAgainstSolvers : public RealToFp {
     static constexpr const char* modes[] = {"RNE", "RTZ", "RTP", "RTN"};
     std::string script = "(set-logic ALL)\n";
     std::vector<std::string> equations;
-    for (int i = 0; i < 1000 * test_scale(); ++i) {
+    for (int i = 0; i < num_cases(1000); ++i) {
       const Format f = formats[below(formats.size())];
       const std::string op = FpSamples::list({"_", "to_fp", std::to_string(f.ew), std::to_string(f.mw + 1)});
       const std::string text = FpSamples::list({op, modes[below(4)], number()});

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "support/corpus.h"
+#include "support/test_scale.h"
 #include <quarv/forms/choice.h>
 #include <quarv/forms/class_order.h>
 #include <quarv/smtlib/simplify_script.h>
@@ -436,7 +437,7 @@ TEST(Smallest, GivesNoNameOfADefinitionByLet) {
 }
 
 TEST(Smallest, WritesPatternsWithinPatternsOfAnyDepth) {
-  constexpr int depth = 20000;
+  const int depth = num_cases(20000);
   std::string pattern = "(f x)";
   for (int i = 0; i < depth; ++i) pattern.insert(0, "(f (! (f x) :pattern (").append(")))");
   const std::string text =

@@ -16,7 +16,7 @@ namespace {
 
 TEST(TermTableGrowth, MillionsOfTermsAreFoundAfterEachDoubling) {
   TermManager mgr;
-  const std::size_t n = 1'500'000 * static_cast<std::size_t>(test_scale());
+  const std::size_t n = num_cases<std::size_t>(1'500'000);
   std::vector<const Term*> terms;
   for (int i = 0; i < 1000; ++i) terms.push_back(mgr.make_constant(std::to_string(i), mgr.bool_type));
   const std::size_t first = terms.size();

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "program_fixture.h"
+#include "support/test_scale.h"
 
 namespace {
 
@@ -156,7 +157,7 @@ TEST_F(BatchInputs, ResultsGoToDevicesAndPipes) {
 
 TEST_F(BatchInputs, LeaveNothingHalfWrittenWhenTheRestIsGivenUp) {
   std::string large = "(declare-fun f (Bool Bool) Bool)\n(declare-const p Bool)\n";
-  for (int i = 0; i < 30000; ++i) large += "(assert (f p (f p p)))\n";
+  for (int i = 0; i < quarv::num_cases(30000); ++i) large += "(assert (f p (f p p)))\n";
   write("in.smt2", large);
   // Signals often come in pairs; a further one must not end the program before the file is removed.
   for (int i = 0; i < 5; ++i) {

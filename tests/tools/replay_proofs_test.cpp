@@ -444,30 +444,30 @@ class ReplayProofs : public Program {
 /// All there is to say of narrow bit-vectors.
 TEST_F(ReplayProofs, JustifiesJustWhatHolds) {
   Count count;
-  const auto few = static_cast<int>(quarv::one_in_when_sanitized(3));
-  for (int round = 0; round < 12 / few * quarv::test_scale(); ++round) {
+  const int num_rounds = quarv::num_cases(12);
+  for (int round = 0; round < num_rounds; ++round) {
     Terms terms(static_cast<std::uint64_t>(round), true, 1 + static_cast<std::size_t>(round) % 3);
     for (int i = 0; i < 250; ++i) terms.add_random();
     check(terms, count);
     if (HasFatalFailure()) return;
   }
   EXPECT_EQ(count.num_justified, count.num_true);
-  EXPECT_GT(count.num_true, 1000U / static_cast<unsigned>(few));
-  EXPECT_GT(count.num_false, 1000U / static_cast<unsigned>(few));
+  EXPECT_GT(count.num_true, 80U * static_cast<unsigned>(num_rounds));
+  EXPECT_GT(count.num_false, 80U * static_cast<unsigned>(num_rounds));
 }
 
 /// With integers, functions and arrays; what differs under some of many assignments does not hold.
 TEST_F(ReplayProofs, JustifiesNothingThatDoesNotHold) {
   Count count;
-  const auto few = static_cast<int>(quarv::one_in_when_sanitized(3));
-  for (int round = 0; round < 6 / few * quarv::test_scale(); ++round) {
+  const int num_rounds = quarv::num_cases(6);
+  for (int round = 0; round < num_rounds; ++round) {
     Terms terms(1000 + static_cast<std::uint64_t>(round), false, 2);
     for (int i = 0; i < 250; ++i) terms.add_random();
     check(terms, count);
     if (HasFatalFailure()) return;
   }
   EXPECT_GT(count.num_justified, count.num_true / 2);
-  EXPECT_GT(count.num_false, 1000U / static_cast<unsigned>(few));
+  EXPECT_GT(count.num_false, 160U * static_cast<unsigned>(num_rounds));
   RecordProperty("justified", static_cast<int>(count.num_justified));
 }
 

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "program_fixture.h"
+#include "support/test_scale.h"
 
 namespace {
 
@@ -408,7 +409,7 @@ TEST_F(Replay, RefusesTermsThatAreNotWellSorted) {
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (!lines[i].contains("op") || !lines[i].contains("args")) continue;
     for (std::uint64_t sort : sorts) {
-      if (sort >= lines[i]["sort"] || (++changes) % 7 != 0) continue;
+      if (sort >= lines[i]["sort"] || (++changes) % (7 * quarv::one_in_when_sanitized(8)) != 0) continue;
       std::vector<Json> changed = lines;
       changed[i]["sort"] = sort;
       const Result r = replay(changed);
@@ -585,8 +586,8 @@ TEST_F(Replay, ShowsWhatBecomesOfNestedChoices) {
   EXPECT_EQ(r.out.find("effort"), std::string::npos) << r.out;
 }
 
-/// Where a condition says little, much is searched for: each step alone is within its budget, all together are
-/// not.
+/// Where a condition says little, much is searched for: each step alone is within its budget, all together
+/// are not.
 TEST_F(Replay, EndsWhenTheEffortIsUsedUp) {
   std::string chain = "(declare-const x Int)(declare-fun f (Int) Int)\n(define-fun s0 () Int x)\n";
   constexpr int num_levels = 40;

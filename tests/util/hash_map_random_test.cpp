@@ -69,7 +69,7 @@ QNumber value_of(std::uint64_t random) {
 }
 
 TEST(HashMapRandom, AgreesWithUnorderedMapAndWithTheModel) {
-  for (int round = 0; round < 30 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(30); ++round) {
     std::mt19937_64 random(static_cast<std::uint64_t>(round));
     const std::uint64_t keys = std::uint64_t{1} << (3 + random() % 11);
     const std::uint64_t stride = random() % 2 == 0 ? 1 : random();

@@ -81,7 +81,7 @@ TEST(BucketCount, IndexIsTheRemainderOfRandomHashes) {
   std::mt19937_64 random(1);
   for (const std::uint64_t prime : primes) {
     const BucketCount& buckets = BucketCount::at_least(prime);
-    for (int i = 0; i < 200000 * test_scale(); ++i) {
+    for (int i = 0; i < num_cases(200000); ++i) {
       const std::uint64_t hash = random() >> (random() % 64);
       ASSERT_EQ(buckets.index(hash), hash % prime) << hash << " mod " << prime;
     }
@@ -115,7 +115,7 @@ TEST(MaxLoad, OneBoundAgreesWithTheQuotientAroundLargeBounds) {
     for (std::uint64_t count = bound - 100000; count < bound + 100000; ++count) {
       ASSERT_EQ(count >= bound, exceeds_max_load(count, prime)) << count << " of " << prime;
     }
-    for (int i = 0; i < 100000 * test_scale(); ++i) {
+    for (int i = 0; i < num_cases(100000); ++i) {
       const std::uint64_t count = random() % (2 * prime);
       ASSERT_EQ(count >= bound, exceeds_max_load(count, prime)) << count << " of " << prime;
     }

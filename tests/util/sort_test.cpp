@@ -146,7 +146,7 @@ TEST(Sort, EveryPatternOfLargerSizes) {
 
 TEST(Sort, RandomSizes) {
   std::mt19937 random(2);
-  for (int round = 0; round < 1000 * test_scale(); ++round) {
+  for (int round = 0; round < num_cases(1000); ++round) {
     NumberList input(random() % 5001);
     const unsigned keys = 1U << (random() % 20);
     for (int& x : input) x = static_cast<int>(random() % keys);

@@ -83,7 +83,7 @@ TEST(ArithAgainstZ3, SimplifiedAtomsAreEquivalent) {
     script += std::string("(declare-const ") + samples.rationals[n]->symbol->name + " Real)\n";
   }
   std::vector<std::string> queries;
-  for (int n = 0; n < 500 * test_scale(); ++n) {
+  for (int n = 0; n < num_cases(500); ++n) {
     const LinearSamples::Pair atom = samples.atom(1 + n % 3);
     std::string query = "(assert (not (= ";
     query += printer.text(atom.plain, samples.mgr.bool_type);

@@ -10,7 +10,7 @@ namespace {
 
 TEST(RandomLinear, ValuesAreUnchanged) {
   constexpr int terms_per_manager = 2000;
-  for (int batch = 0; batch < 20 * test_scale(); ++batch) {
+  for (int batch = 0; batch < num_cases(20); ++batch) {
     LinearSamples samples(static_cast<unsigned>(batch));
     reference::TermEvaluation evaluate(samples.mgr, 4);
     samples.assign(evaluate);
@@ -145,7 +145,7 @@ class Presentations : public LinearSamples {
 
 TEST(RandomLinear, PresentationsOfOneAtomBecomeOneTerm) {
   constexpr int pairs_per_manager = 5000;
-  for (int batch = 0; batch < 20 * test_scale(); ++batch) {
+  for (int batch = 0; batch < num_cases(20); ++batch) {
     Presentations atoms(static_cast<unsigned>(batch));
     for (int n = 0; n < pairs_per_manager; ++n) {
       do {

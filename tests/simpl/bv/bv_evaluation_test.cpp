@@ -187,7 +187,7 @@ class BVRandom : public Evaluation<mpz_class> {
 };
 
 TEST_F(BVRandom, AllOperators) {
-  for (int i = 0; i < 3000 * test_scale(); ++i) {
+  for (int i = 0; i < num_cases(3000); ++i) {
     const std::size_t w = width();
     const mpz_class x = value(w);
     const mpz_class y = below(8) == 0 ? x : value(w);

@@ -173,7 +173,7 @@ TEST_F(BVAgainstZ3, RandomConstantTerms) {
   if (!has_program("z3")) GTEST_SKIP() << "z3 is not installed: nothing to compare with";
   std::string script;
   std::vector<std::string> equations;
-  for (int i = 0; i < 20000 * test_scale(); ++i) {
+  for (int i = 0; i < num_cases(20000); ++i) {
     const int depth = 1 + static_cast<int>(below(4));
     const std::size_t kind = below(8);
     const Sample sample = kind == 0   ? boolean(depth)

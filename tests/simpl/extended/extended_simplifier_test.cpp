@@ -288,7 +288,7 @@ class Floats : public testing::Test {
 TEST_F(Floats, AreComputedAsTheHostDoes) {
   const Term* even = m_.make_rounding_even();
   const Term* away = m_.make_rounding_away();
-  for (int n = 0; n < 2000 * test_scale(); ++n) {
+  for (int n = 0; n < num_cases(2000); ++n) {
     const float a = random_float();
     const float b = random_float();
     const float c = random_float();

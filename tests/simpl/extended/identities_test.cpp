@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/test_scale.h"
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
@@ -76,7 +77,7 @@ TEST(Identities, AreReached) {
   const Table table = read_table();
   ASSERT_GE(table.identities.size(), 200u);
   std::size_t open = 0;
-  for (const Identity& identity : table.identities) {
+  for (const Identity& identity : one_in_when_sanitized(5, table.identities)) {
     const std::string sort = sort_of(table, identity.term);
     const Output found = simplified(table, sort, identity.term);
     const Output wanted = simplified(table, sort, identity.form);

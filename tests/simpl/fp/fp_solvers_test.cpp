@@ -36,17 +36,17 @@ class FpAgainstSolvers : public FloatingPoints {
 
 TEST_F(FpAgainstSolvers, StandardFormatsZ3) {
   if (!has_program("z3")) GTEST_SKIP() << "z3 is not installed: nothing to compare with";
-  expect_agreement("z3 -in", standard_formats, true, 10000 * test_scale());
+  expect_agreement("z3 -in", standard_formats, true, num_cases(10000));
 }
 
 TEST_F(FpAgainstSolvers, OddFormatsZ3) {
   if (!has_program("z3")) GTEST_SKIP() << "z3 is not installed: nothing to compare with";
-  expect_agreement("z3 -in", odd_formats, true, 10000 * test_scale());
+  expect_agreement("z3 -in", odd_formats, true, num_cases(10000));
 }
 
 TEST_F(FpAgainstSolvers, StandardFormatsCvc5) {
   if (!has_program("cvc5")) GTEST_SKIP() << "cvc5 is not installed: nothing to compare with";
-  expect_agreement("cvc5 --lang smt2 -", standard_formats, false, 5000 * test_scale());
+  expect_agreement("cvc5 --lang smt2 -", standard_formats, false, num_cases(5000));
 }
 
 }  // namespace
