@@ -78,8 +78,10 @@ void Cliques::add_edges(ClassId c, HeadId relation, std::uint32_t part) {
 }
 
 std::span<const Edge> Cliques::edges_of(ClassId c) const {
-  const auto found = std::ranges::equal_range(edges_, c, {}, &Edge::from);
-  return {found.begin(), found.end()};
+  // clang 14 does not compile a range of the library that g++ 12 brings, as std::ranges::equal_range returns.
+  const auto first = std::ranges::lower_bound(edges_, c, {}, &Edge::from);
+  const auto last = std::ranges::upper_bound(edges_, c, {}, &Edge::from);
+  return {first, last};
 }
 
 const Edge* Cliques::edge(ClassId from, ClassId to) const {

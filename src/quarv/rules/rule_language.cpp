@@ -123,7 +123,7 @@ constexpr std::array<OperatorWord, num_words> words = [] {
   return all;
 }();
 
-constexpr DerivedOperator derived[] = {
+constexpr DerivedOperator derived_operators[] = {
     {"distinct", "==", false, "~"},
     {"xor", "iff", false, "~"},
     {"<", "<=", true, "~"},
@@ -162,8 +162,8 @@ const OperatorWord* boolean_equality() {
 }
 
 const DerivedOperator* find_derived_operator(std::string_view word) {
-  const auto* const found = std::ranges::find(derived, word, &DerivedOperator::word);
-  return found == std::end(derived) ? nullptr : found;
+  const auto* const found = std::ranges::find(derived_operators, word, &DerivedOperator::word);
+  return found == std::end(derived_operators) ? nullptr : found;
 }
 
 std::string_view word_of(NamedConstant constant) {

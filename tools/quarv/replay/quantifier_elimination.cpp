@@ -63,11 +63,13 @@ Id QuantifierElimination::eliminated(Id id) {
   Formula f = opened(quantifier);
   while (remove_one(f)) continue;
   if (is_unbounded(f)) return terms_.truth(!f.for_all, quantifier.sort);
-  const auto outside = std::ranges::stable_partition(f.operands, [&](Id operand) {
+  // Not that of std::ranges: clang 14 does not compile the range that it returns in the library that g++ 12
+  // brings.
+  const auto outside = std::stable_partition(f.operands.begin(), f.operands.end(), [&](Id operand) {
     return std::ranges::any_of(f.variables, [&](Id v) { return occurs(v, operand); });
   });
-  std::vector<Id> all(outside.begin(), outside.end());
-  f.operands.erase(outside.begin(), outside.end());
+  std::vector<Id> all(outside, f.operands.end());
+  f.operands.erase(outside, f.operands.end());
   if (!f.operands.empty()) all.insert(all.begin(), renamed(closed(f, quantifier)));
   return joined(all, f.for_all, quantifier.sort);
 }

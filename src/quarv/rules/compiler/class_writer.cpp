@@ -45,7 +45,7 @@ std::string shape_text(const ChildShape& shape) {
 }
 
 std::string shapes_text(const quarv::rules::ChildShapes& shapes) {
-  return '{' + shape_text(shapes[0]) + ", " + shape_text(shapes[1]) + ", {" +
+  return "{{{" + shape_text(shapes[0]) + ", " + shape_text(shapes[1]) + "}}, {" +
          std::to_string(shapes.below.mask) + "U, " + std::to_string(shapes.below.value) + "U}}";
 }
 
