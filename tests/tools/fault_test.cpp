@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include "program_fixture.h"
+#include "support/test_scale.h"
 
 namespace {
 
@@ -145,7 +146,9 @@ TEST_F(Fault, FilesThatAreWrittenWhileTheyAreRead) {
   const Result r = run(
       "cp whole.smt2 in.smt2\n"
       "(while [ ! -e stop ]; do : > in.smt2; cat whole.smt2 > in.smt2; done) & writer=$!\n"
-      "for n in $(seq 20); do\n"
+      "for n in $(seq " +
+      std::to_string(quarv::num_cases(20)) +
+      "); do\n"
       "  $quarv simplify in.smt2 > out 2> said; status=$?\n"
       "  [ $status -le 1 ] && [ $(grep -c error: said) = $status ] || { echo \"$n: $status\"; cat said; }\n"
       "done\ntouch stop; wait $writer");
