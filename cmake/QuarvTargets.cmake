@@ -1,12 +1,14 @@
 # What the targets of the project share: the language, the warnings, the sanitizers.
 set(quarv_compile_once ${PROJECT_SOURCE_DIR}/cmake/compile_once.sh)
 option(QUARV_COMPILE_ONCE "Let the tests that build quarv again use what is compiled here; each file takes a second more" OFF)
-find_program(QUARV_CCACHE ccache)
 if(NOT CMAKE_CXX_COMPILER_LAUNCHER)
   if(QUARV_COMPILE_ONCE)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${quarv_compile_once})
-  elseif(QUARV_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${QUARV_CCACHE})
+  else()
+    find_program(QUARV_CCACHE ccache)
+    if(QUARV_CCACHE)
+      set(CMAKE_CXX_COMPILER_LAUNCHER ${QUARV_CCACHE})
+    endif()
   endif()
 endif()
 
@@ -20,13 +22,15 @@ if(QUARV_WERROR)
   target_compile_options(quarv_warnings INTERFACE -Werror)
 endif()
 
-# For everything else. Of the undefined behaviour sanitizer, the checks of each use of a pointer, which take half of the time of
-# compiling, are left to the address sanitizer.
+# For everything else. QUARV_NO_SANITIZE names checks that are left out: those of each use of a pointer take half
+# of the time of compiling, and most of what they find the address sanitizer finds, too.
 add_library(quarv_options INTERFACE)
 target_link_libraries(quarv_options INTERFACE quarv_warnings)
 if(QUARV_SANITIZE)
-  target_compile_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE} -fno-sanitize=null,object-size,pointer-overflow,vptr
-                                                 -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  if(QUARV_NO_SANITIZE)
+    target_compile_options(quarv_options INTERFACE -fno-sanitize=${QUARV_NO_SANITIZE})
+  endif()
   target_compile_definitions(quarv_options INTERFACE _GLIBCXX_ASSERTIONS)
   target_link_options(quarv_options INTERFACE -fsanitize=${QUARV_SANITIZE})
 endif()
@@ -35,6 +39,6 @@ endif()
 # soon. It is optimised little, and under sanitizers, whose checks optimising would take half of the time for, not at all.
 add_library(quarv_compiled_soon INTERFACE)
 target_compile_options(quarv_compiled_soon INTERFACE $<$<CONFIG:Release>:-O1>)
-if(QUARV_SANITIZE)
+if(QUARV_SANITIZE MATCHES "address")
   target_compile_options(quarv_compiled_soon INTERFACE -O0 -fno-sanitize=alignment)
 endif()
