@@ -1,6 +1,7 @@
 /// \file
 /// Single steps, each from one formula to another: those that hold are justified, and none that looks like
 /// them and does not.
+#include <span>
 #include <vector>
 
 #include <nlohmann/json.hpp>
@@ -12,8 +13,21 @@ namespace {
 
 using Json = nlohmann::json;
 
+struct Formulas {
+  const char* before;
+  const char* after;
+  bool holds;
+};
+
 class ReplayReasons : public Program {
  protected:
+  /// Steps are justified if and only if they hold.
+  void expect_justified(const std::string& declarations, std::span<const Formulas> steps) {
+    for (const Formulas& s : quarv::one_in_when_sanitized(3, steps))
+      EXPECT_EQ(justifies(declarations, s.before, s.after), s.holds) << s.before << " is " << s.after;
+  }
+
+ private:
   /// Whether a trace is justified whose only step leads from the one formula, an application, to the other.
   bool justifies(const std::string& declarations, const std::string& before, const std::string& after) {
     write("in.smt2", declarations + "(assert " + before + ")\n(assert " + after + ")\n");
@@ -44,18 +58,11 @@ class ReplayReasons : public Program {
     return false;
   }
 
- private:
   /// The part of a trace that has the input as it is written, and no steps.
   static std::string as_written(const std::string& trace) {
     const std::size_t begin = trace.find("{\"trace\":", 1);
     return trace.substr(begin, trace.find("{\"trace\":", begin + 1) - begin);
   }
-};
-
-struct Formulas {
-  const char* before;
-  const char* after;
-  bool holds;
 };
 
 /// The integer part of t divided by a number is that of the integer part of t divided by it.
@@ -79,8 +86,7 @@ TEST_F(ReplayReasons, RemaindersOfIntegerParts) {
       {"(<= 0 (+ (div (+ j k) 3) (* (- 2) (div (+ j k) 6))))", "true", true},
       {"(<= 0 (+ (div (+ j k) 3) (* (- 2) (div (+ j (* 2 k)) 6))))", "true", false},
   };
-  for (const Formulas& s : quarv::one_in_when_sanitized(3, steps))
-    EXPECT_EQ(justifies(declared, s.before, s.after), s.holds) << s.before;
+  expect_justified(declared, steps);
 }
 
 /// Bounds of a remainder say which one it is.
@@ -110,8 +116,7 @@ TEST_F(ReplayReasons, BoundsOfSmallRemainders) {
       {"((_ divisible 2) j)", "(not ((_ divisible 2) (+ j 1)))", true},
       {"((_ divisible 3) j)", "(not ((_ divisible 3) (+ j 1)))", false},
   };
-  for (const Formulas& s : quarv::one_in_when_sanitized(3, steps))
-    EXPECT_EQ(justifies(declared, s.before, s.after), s.holds) << s.before;
+  expect_justified(declared, steps);
 }
 
 /// A product is 0 where a factor is.
@@ -135,8 +140,7 @@ TEST_F(ReplayReasons, ProductsThatAreZero) {
       {"(= (+ (* i j) (* i i)) 0)", "(or (= i 0) (= (+ i j) 0))", true},
       {"(= (+ (* i j) (* i i)) 0)", "(or (= i 0) (= j 0))", false},
   };
-  for (const Formulas& s : quarv::one_in_when_sanitized(3, steps))
-    EXPECT_EQ(justifies(declared, s.before, s.after), s.holds) << s.before;
+  expect_justified(declared, steps);
 }
 
 /// A choice between arrays is equal to another array where the one that is chosen is.
@@ -159,8 +163,117 @@ TEST_F(ReplayReasons, EquationsOfChoicesBetweenArrays) {
       {"(= (ite p (store m i j) n) (ite q m (store n j i)))", "(ite p (= j (select m i)) (= i (select n j)))",
        false},
   };
-  for (const Formulas& s : quarv::one_in_when_sanitized(3, steps))
-    EXPECT_EQ(justifies(declared, s.before, s.after), s.holds) << s.before;
+  expect_justified(declared, steps);
+}
+
+/// Where nothing is rounded, how it would be does not matter; a sign that changes twice stays.
+TEST_F(ReplayReasons, ConversionsAndSignsOfFloats) {
+  const std::string declared = R"((declare-const rm RoundingMode)
+(declare-const h Float16)(declare-const f Float32)(declare-const g Float32)(declare-const b (_ BitVec 8))
+(declare-const r Real)
+)";
+  const Formulas steps[] = {
+      {"(= ((_ to_fp 8 24) RTZ ((_ to_fp 11 53) rm f)) f)", "true", true},
+      {"(= ((_ to_fp 11 53) RTZ ((_ to_fp 8 24) rm ((_ to_fp 11 53) RTP f))) ((_ to_fp 11 53) RNE f))",
+       "true", true},
+      {"(= ((_ to_fp 8 24) rm ((_ to_fp 5 11) rm f)) f)", "true", false},
+      {"(= ((_ to_fp 8 24) rm ((_ to_fp 7 30) rm f)) f)", "true", false},
+      {"(= ((_ to_fp 8 24) rm ((_ to_fp 9 23) rm f)) f)", "true", false},
+      {"(= ((_ to_fp 5 11) RTZ ((_ to_fp 11 53) rm f)) ((_ to_fp 5 11) RTZ f))", "true", true},
+      {"(= ((_ to_fp 5 11) RTZ ((_ to_fp 11 53) rm f)) ((_ to_fp 5 11) RTP f))", "true", false},
+      {"(= ((_ to_fp 11 53) rm ((_ to_fp 8 24) rm h)) ((_ to_fp 11 53) rm h))", "true", true},
+      {"(= ((_ to_fp 5 11) RNE ((_ to_fp 6 12) RNE f)) ((_ to_fp 5 11) RNE f))", "true", false},
+      {"(fp.isNaN ((_ to_fp 5 11) rm f))", "(fp.isNaN f)", true},
+      {"(fp.isInfinite ((_ to_fp 11 53) rm f))", "(fp.isInfinite f)", true},
+      {"(fp.isInfinite ((_ to_fp 5 11) rm f))", "(fp.isInfinite f)", false},
+      {"(fp.isZero ((_ to_fp 11 53) rm f))", "(fp.isZero f)", true},
+      {"(fp.isZero ((_ to_fp 5 11) rm f))", "(fp.isZero f)", false},
+      {"(fp.isNegative ((_ to_fp 5 11) rm f))", "(fp.isNegative f)", true},
+      {"(fp.isSubnormal ((_ to_fp 11 53) rm f))", "(fp.isSubnormal f)", false},
+      {"(fp.isNaN ((_ to_fp 5 11) rm b))", "false", true},
+      {"(fp.isNaN ((_ to_fp_unsigned 5 11) rm b))", "false", true},
+      {"(fp.isNaN ((_ to_fp 5 11) rm r))", "false", true},
+      {"(fp.isNaN ((_ to_fp 4 4) b))", "false", false},
+      {"(fp.isInfinite ((_ to_fp 3 4) rm b))", "false", false},
+      {"(= (fp.mul RTP (fp.neg f) (fp.neg g)) (fp.mul RTP g f))", "true", true},
+      {"(= (fp.mul RTP (fp.neg f) g) (fp.mul RTP f (fp.neg g)))", "true", true},
+      {"(= (fp.mul RTP (fp.neg f) g) (fp.neg (fp.mul RTP f g)))", "true", false},
+      {"(= (fp.mul RTP (fp.neg f) g) (fp.mul RTP f g))", "true", false},
+      {"(= (fp.mul RTP (fp.abs f) (fp.abs g)) (fp.mul RTP f g))", "true", false},
+      {"(= (fp.div rm (fp.neg f) g) (fp.div rm f (fp.neg g)))", "true", true},
+      {"(= (fp.div rm f g) (fp.div rm g f))", "true", false},
+      {"(= (fp.div rm (fp.neg f) (fp.neg g)) (fp.div rm f g))", "true", true},
+      {"(= (fp.div rm (fp.neg f) (fp.neg g)) (fp.div RNE f g))", "true", false},
+  };
+  expect_justified(declared, steps);
+}
+
+/// What is negated is opened, too; what is left of a variable may hold for some value, whatever it is.
+TEST_F(ReplayReasons, QuantifiedVariablesThatDecideNothing) {
+  const std::string declared = R"((declare-const x Int)(declare-const y Int)
+(declare-const a (_ BitVec 8))(declare-const c (_ BitVec 8))(declare-fun p (Int) Bool)
+)";
+  const Formulas steps[] = {
+      {"(forall ((u Int)) (not (and (<= 0 u) (and (not (<= 0 x)) (<= y 1)))))",
+       "(or (<= 0 x) (not (<= y 1)))", true},
+      {"(forall ((u Int)) (not (and (<= 0 u) (and (not (<= 0 x)) (<= y 1)))))", "(or (<= 0 x) (<= y 1))",
+       false},
+      {"(exists ((u Int)) (not (or (<= 0 u) (or (<= 0 x) (p y)))))", "(and (not (<= 0 x)) (not (p y)))",
+       true},
+      {"(exists ((u Int)) (not (or (p u) (or (<= 0 x) (<= y 1)))))", "(and (not (<= 0 x)) (not (<= y 1)))",
+       false},
+      {"(forall ((u Int) (v Int)) (or (p u) (not (and (<= u 2) (= (+ (* 3 y) v) 9)))))",
+       "(forall ((u Int)) (or (p u) (not (<= u 2))))", true},
+      {"(forall ((u Int) (v Int)) (or (p u) (not (and (<= u 2) (= (+ (* 3 y) (* 2 v)) 9)))))",
+       "(forall ((u Int)) (or (p u) (not (<= u 2))))", false},
+      {"(forall ((u Int)) (not (not (or (p u) (p x)))))", "(or (p x) (forall ((u Int)) (p u)))", true},
+      {"(forall ((u Int)) (not (or (p u) (p x))))", "(or (not (p x)) (forall ((u Int)) (not (p u))))", false},
+      {"(forall ((u Int)) (or (<= 1 u) (not (and (<= 0 u) (<= y 2)))))", "(not (<= y 2))", true},
+      {"(forall ((u Int)) (or (<= 0 u) (not (and (<= 0 u) (<= y 2)))))", "(not (<= y 2))", false},
+      {"(exists ((u Int)) (and (<= (* 2 u) 3) (not (<= (* 3 u) 2)) (<= y 2)))", "(<= y 2)", true},
+      {"(exists ((u Int)) (and (<= (* 3 u) 5) (not (<= (* 3 u) 3)) (<= y 2)))", "(<= y 2)", false},
+      {"(exists ((u Int)) (and (<= (* (- 2) u) 3) (not (<= (* (- 2) u) 1)) (<= y 2)))", "(<= y 2)", true},
+      {"(exists ((u Int)) (and (<= (* (- 2) u) 3) (not (<= (* (- 2) u) 2)) (<= y 2)))", "(<= y 2)", false},
+      {"(exists ((s Real)) (and (<= (* 3.0 s) 5.0) (not (<= (* 3.0 s) 3.0)) (<= y 2)))", "(<= y 2)", true},
+      {"(exists ((s Real)) (and (<= s 5.0) (not (<= s 5.0)) (<= y 2)))", "(<= y 2)", false},
+      {"(exists ((s Real)) (and (<= s 5.0) (<= 5.0 s) (<= y 2)))", "(<= y 2)", true},
+      {"(exists ((u Int)) (or (p u) (<= (+ u x) y)))", "true", true},
+      {"(exists ((u Int)) (or (p u) (<= x y)))", "true", false},
+      {"(forall ((u Int)) (not (or (p u) (<= (+ u x) y))))", "false", true},
+      {"(exists ((u Int)) (not (or (p u) (<= (+ u x) y))))", "true", false},
+      {"(exists ((z (_ BitVec 8))) (= (bvadd z #x01) a))", "true", true},
+      {"(exists ((z (_ BitVec 8))) (= (bvsub a (bvnot z)) (bvmul c c)))", "true", true},
+      {"(exists ((z (_ BitVec 8))) (and (p x) (= (bvxor c (bvneg z)) a)))", "(p x)", true},
+      {"(exists ((z (_ BitVec 8))) (= (bvadd z z) a))", "true", false},
+      {"(exists ((z (_ BitVec 8))) (= (bvadd z #x01) (bvmul z a)))", "true", false},
+      {"(exists ((z (_ BitVec 8))) (= (bvmul z c) a))", "true", false},
+      {"(exists ((z (_ BitVec 8))) (not (= (bvadd z #x01) a)))", "false", false},
+      {"(forall ((z (_ BitVec 8))) (not (= (bvadd z #x01) a)))", "false", true},
+      {"(forall ((z (_ BitVec 8))) (= (bvadd z #x01) a))", "true", false},
+      {"(forall ((z (_ BitVec 8))) (or (p x) (not (= (bvadd z c) a))))", "(p x)", true},
+      {"(forall ((z (_ BitVec 8))) (or (= z c) (not (= (bvadd z c) a))))", "false", false},
+  };
+  expect_justified(declared, steps);
+}
+
+/// A number is less than one more than its integer part.
+TEST_F(ReplayReasons, BoundsOfIntegerParts) {
+  const std::string declared = "(declare-const x Real)(declare-const i Int)(declare-const m (Array Int Int))";
+  const Formulas steps[] = {
+      {"(<= (+ (to_real (to_int x)) 1.0) x)", "false", true},
+      {"(= (+ (to_real (to_int x)) 1.0) x)", "false", true},
+      {"(<= (to_real (to_int x)) x)", "true", true},
+      {"(<= x (to_real (to_int x)))", "false", false},
+      {"(<= (+ (to_real (to_int x)) 0.5) x)", "false", false},
+      {"(<= (+ (to_real (to_int (* 2.0 x))) 1.0) (* 2.0 x))", "false", true},
+      {"(<= (+ (to_real (to_int (* 2.0 x))) 1.0) x)", "false", false},
+      {"(<= x (+ (to_real (to_int x)) 1.0))", "true", true},
+      {"(= (store (store (store m 1 i) 2 7) 1 (select m 1)) (store m 2 7))", "true", true},
+      {"(= (store (store (store m 1 i) 1 7) 1 (select m 1)) m)", "true", true},
+      {"(= (store (store (store m 1 8) i 7) 1 (select m 1)) (store m i 7))", "true", false},
+      {"(= (store (store (store m 1 i) 2 7) 1 (select m 2)) (store m 2 7))", "true", false},
+  };
+  expect_justified(declared, steps);
 }
 
 }  // namespace

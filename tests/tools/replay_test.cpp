@@ -217,8 +217,13 @@ TEST_F(Replay, CatchesWhatDefinitionsDoNotSay) {
 TEST_F(Replay, NamesStepsThatItCannotEvaluate) {
   const std::string sums = "(declare-const i Int)(declare-const p Bool)(assert (= (- (+ i 3) i) 3))";
   EXPECT_EQ(replay(trace_of(sums, "")).status, 0);
-  const Result r = replay(trace_of(
-      "(declare-const x (_ BitVec 8))(assert (exists ((k (_ BitVec 8))) (= (bvadd k x) #x03)))", ""));
+  // Of sums it can; not every number is a product.
+  std::vector<Json> trace =
+      trace_of("(declare-const x (_ BitVec 8))(assert (exists ((k (_ BitVec 8))) (= (bvadd k x) #x03)))", "");
+  for (Json& line : trace) {
+    if (line.value("op", "") == "bvadd") line["op"] = "bvmul";
+  }
+  const Result r = replay(trace);
   EXPECT_EQ(r.status, 1);
   EXPECT_NE(r.out.find(" of assertion 1: exists: not justified\n"), std::string::npos) << r.out;
 }

@@ -1,6 +1,7 @@
 // Everyday identities over all theories: does each reach the form in which a person would write it?
+#include "support/identities.h"
+
 #include <cstddef>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -10,48 +11,18 @@
 #include <gtest/gtest.h>
 
 #include "support/test_scale.h"
-#include <quarv/session/session.h>
-#include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/written_size.h>
 
 namespace quarv {
 namespace {
 
-struct Identity {
-  std::string term;
-  std::string form;
-  bool reached = true;  // as the file says
-};
-
-struct Table {
-  std::string declarations;
-  std::vector<Identity> identities;
-};
-
-Table read_table() {
-  std::ifstream file(std::string(QUARV_SOURCE_DIR) + "/tests/simpl/extended/identities.txt");
-  Table table;
-  for (std::string line; std::getline(file, line);) {
-    if (line.starts_with("(declare-")) table.declarations += line + '\n';
-    const std::size_t arrow = line.find(" ==> ");
-    if (arrow == std::string::npos) continue;
-    Identity identity{line.substr(0, arrow), line.substr(arrow + 5)};
-    if (identity.term.starts_with('-')) {
-      identity.reached = false;
-      identity.term.erase(0, 1);
-    }
-    table.identities.push_back(identity);
-  }
-  return table;
-}
-
 struct Output {
   std::string canonical;      // the normal form of `(P term)`
   std::size_t num_terms = 0;  // distinct terms of the smallest form
 };
 
-Output simplified(const Table& table, const std::string& sort, const std::string& term) {
+Output simplified(const IdentityTable& table, const std::string& sort, const std::string& term) {
   const std::string script =
       table.declarations + "(declare-fun P (" + sort + ") Bool)\n(assert (P " + term + "))\n";
   smtlib::SimplifyOptions options;
@@ -66,15 +37,8 @@ Output simplified(const Table& table, const std::string& sort, const std::string
   return {text.substr(text.rfind("(assert ")), smtlib::written_size(smallest.str(), "identity")};
 }
 
-std::string sort_of(const Table& table, const std::string& term) {
-  Session session;
-  smtlib::Reader reader(session);
-  reader.read(table.declarations, "declarations");
-  return session.manager().type_of(reader.term(term, "term"))->to_string();
-}
-
 TEST(Identities, AreReached) {
-  const Table table = read_table();
+  const IdentityTable table = read_identities();
   ASSERT_GE(table.identities.size(), 200u);
   std::size_t open = 0;
   for (const Identity& identity : one_in_when_sanitized(5, table.identities)) {
@@ -95,7 +59,7 @@ TEST(Identities, AreReached) {
 /// No interpretation tells the two sides apart.
 TEST(Identities, AreEqualities) {
   if (!has_program("z3")) GTEST_SKIP() << "z3 is not installed: nothing to ask";
-  const Table table = read_table();
+  const IdentityTable table = read_identities();
   std::string script = table.declarations;
   for (const Identity& identity : table.identities) {
     script += "(push)\n(assert (distinct " + identity.term + ' ' + identity.form + "))\n(check-sat)\n(pop)\n";

@@ -15,6 +15,15 @@ bool contains(const std::vector<Id>& variables, Id id) {
   return std::ranges::find(variables, id) != variables.end();
 }
 
+/// The largest integer that is at most the bound, or the smallest that is at least that; another one than the
+/// bound itself where that does not count.
+mpz_class nearest_integer(const mpq_class& bound, bool from_above, bool is_open) {
+  mpz_class n;
+  (from_above ? mpz_fdiv_q : mpz_cdiv_q)(n.get_mpz_t(), bound.get_num_mpz_t(), bound.get_den_mpz_t());
+  if (is_open && bound.get_den() == 1) n += from_above ? -1 : 1;
+  return n;
+}
+
 }  // namespace
 
 bool QuantifierElimination::is_quantifier(Id id) const {
@@ -62,7 +71,6 @@ Id QuantifierElimination::eliminated(Id id) {
   const Expression quantifier = terms_.term(id);
   Formula f = opened(quantifier);
   while (remove_one(f)) continue;
-  if (is_unbounded(f)) return terms_.truth(!f.for_all, quantifier.sort);
   // Not that of std::ranges: clang 14 does not compile the range that it returns in the library that g++ 12
   // brings.
   const auto outside = std::stable_partition(f.operands.begin(), f.operands.end(), [&](Id operand) {
@@ -70,29 +78,47 @@ Id QuantifierElimination::eliminated(Id id) {
   });
   std::vector<Id> all(outside, f.operands.end());
   f.operands.erase(outside, f.operands.end());
-  if (!f.operands.empty()) all.insert(all.begin(), renamed(closed(f, quantifier)));
+  if (!f.operands.empty() && !is_decided(f)) all.insert(all.begin(), renamed(closed(f, quantifier)));
   return joined(all, f.for_all, quantifier.sort);
 }
 
-/// Annotations say nothing, and of a negated conjunction the operands are those of a disjunction.
-QuantifierElimination::Formula QuantifierElimination::opened(const Expression& quantifier) const {
-  Formula f{quantifier.op == "forall", {}, {}};
+QuantifierElimination::Formula QuantifierElimination::opened(const Expression& quantifier) {
+  const bool for_all = quantifier.op == "forall";
+  Formula f{for_all, {}, operands(static_cast<Id>(quantifier.args[0]), for_all)};
   for (const TermName v : quantifier.variables) f.variables.push_back(static_cast<Id>(v));
-  std::vector<Id> open{static_cast<Id>(quantifier.args[0])};
+  return f;
+}
+
+/// Of a disjunction or of a conjunction. Annotations say nothing, and of a negated conjunction the operands
+/// are those of a disjunction.
+std::vector<Id> QuantifierElimination::operands(Id root, bool of_or) {
+  std::vector<Id> found;
+  std::vector<std::pair<Id, bool>> open{{root, false}};
   while (!open.empty()) {
-    const Id id = open.back();
+    const auto [id, negated] = open.back();
     open.pop_back();
     const Expression& e = terms_.term(id);
-    const bool fits = f.operands.size() + open.size() + e.args.size() <= most_operands;
+    const bool fits = found.size() + open.size() + e.args.size() <= most_operands;
     if (e.kind == Expression::operation && e.op == "!" && !e.args.empty()) {
-      open.push_back(static_cast<Id>(e.args[0]));
-    } else if (e.kind == Expression::operation && e.op == (f.for_all ? "or" : "and") && fits) {
-      for (auto arg = e.args.rbegin(); arg != e.args.rend(); ++arg) open.push_back(static_cast<Id>(*arg));
+      open.emplace_back(static_cast<Id>(e.args[0]), negated);
+    } else if (e.is("not", 1)) {
+      open.emplace_back(static_cast<Id>(e.args[0]), !negated);
+    } else if (e.kind == Expression::operation && e.op == (of_or != negated ? "or" : "and") && fits) {
+      for (auto arg = e.args.rbegin(); arg != e.args.rend(); ++arg)
+        open.emplace_back(static_cast<Id>(*arg), negated);
     } else {
-      f.operands.push_back(id);
+      found.push_back(negated ? negation(id) : id);
     }
   }
-  return f;
+  return found;
+}
+
+Id QuantifierElimination::negation(Id id) {
+  Expression e;
+  e.op = "not";
+  e.sort = terms_.term(id).sort;
+  e.args = {id};
+  return terms_.entered(std::move(e));
 }
 
 /// Together again, with the variables that are left.
@@ -143,11 +169,11 @@ bool QuantifierElimination::remove_one(Formula& f) {
 /// to be shown where it does not.
 std::optional<QuantifierElimination::OnePoint> QuantifierElimination::one_point(const Formula& f,
                                                                                 Id operand) {
-  const bool negated = terms_.term(operand).is("not", 1);
-  const Id atom = negated ? static_cast<Id>(terms_.term(operand).args[0]) : operand;
+  const Id atom = atom_of(operand);
+  const bool negated = atom != operand;
   const Expression& e = terms_.term(atom);
   if (contains(f.variables, atom)) return OnePoint{atom, terms_.truth(negated == f.for_all, e.sort)};
-  if (negated != f.for_all || !terms_.term(atom).is("=", 2)) return std::nullopt;
+  if (negated != f.for_all || !e.is("=", 2)) return std::nullopt;
   for (const int side : {0, 1}) {
     const Id x = static_cast<Id>(e.args[static_cast<std::size_t>(side)]);
     const Id value = static_cast<Id>(e.args[static_cast<std::size_t>(1 - side)]);
@@ -180,16 +206,80 @@ std::optional<QuantifierElimination::OnePoint> QuantifierElimination::solved(con
   return std::nullopt;
 }
 
+/// Whether what is left holds for some values of its variables under `exists`, and does not hold for others
+/// under `forall`, whatever all else is.
+bool QuantifierElimination::is_decided(const Formula& f) {
+  if (are_constant_bounds(f)) return true;
+  if (f.operands.size() != 1) return false;
+  return std::ranges::any_of(operands(f.operands[0], !f.for_all),
+                             [&](Id part) { return is_unbounded(f, part) || is_solvable(f, part); });
+}
+
 /// Numbers have no bounds: a linear inequality holds for some values of a variable that occurs in it once,
 /// and does not hold for others.
-bool QuantifierElimination::is_unbounded(const Formula& f) const {
-  if (f.operands.size() != 1) return false;
-  const Id operand = f.operands[0];
-  const Id atom = terms_.term(operand).is("not", 1) ? static_cast<Id>(terms_.term(operand).args[0]) : operand;
-  if (!terms_.term(atom).is("<=", 2)) return false;
-  const auto sum = difference(terms_.term(atom));
+bool QuantifierElimination::is_unbounded(const Formula& f, Id part) const {
+  const Expression& atom = terms_.term(atom_of(part));
+  if (!atom.is("<=", 2)) return false;
+  const auto sum = difference(atom);
   return sum && std::ranges::any_of(
                     f.variables, [&](Id v) { return sum->coefficients.contains(v) && is_single(*sum, v); });
+}
+
+/// Bounds of one number by constants, between which there is one.
+bool QuantifierElimination::are_constant_bounds(const Formula& f) const {
+  std::optional<Id> variable;
+  std::optional<mpq_class> low, high;
+  bool is_open = false;
+  for (const Id operand : f.operands) {
+    const Expression& atom = terms_.term(atom_of(operand));
+    if (!atom.is("<=", 2)) return false;
+    const auto sum = difference(atom);
+    if (!sum || sum->coefficients.size() != 1) return false;
+    const auto [v, c] = *sum->coefficients.begin();
+    if (!contains(f.variables, v) || (variable && *variable != v)) return false;
+    variable = v;
+    // c v + k is at most 0, or greater.
+    const bool is_greater = (atom_of(operand) != operand) != f.for_all;
+    const bool is_integer = terms_.sort_of(v).kind == TraceSort::integer;
+    const bool from_above = is_greater == (c < 0);
+    mpq_class bound = -sum->constant / c;
+    if (is_integer) bound = nearest_integer(bound, from_above, is_greater);
+    is_open = is_open || (is_greater && !is_integer);
+    std::optional<mpq_class>& known = from_above ? high : low;
+    if (!known || (from_above ? bound < *known : bound > *known)) known = bound;
+  }
+  return variable && (!low || !high || *low < *high || (*low == *high && !is_open));
+}
+
+Id QuantifierElimination::atom_of(Id literal) const {
+  const Expression& e = terms_.term(literal);
+  return e.is("not", 1) ? static_cast<Id>(e.args[0]) : literal;
+}
+
+/// Whether some value of the variable makes the word what is wanted, whatever that is: from the one to the
+/// other lead only steps that can be undone.
+bool QuantifierElimination::takes_all_values(Id word, Id variable) const {
+  while (word != variable) {
+    const Expression& e = terms_.term(word);
+    const bool of_one = e.is("bvnot", 1) || e.is("bvneg", 1);
+    if (!of_one && !e.is("bvadd", 2) && !e.is("bvsub", 2) && !e.is("bvxor", 2)) return false;
+    const Id first = static_cast<Id>(e.args[0]), last = static_cast<Id>(e.args.back());
+    const bool in_first = occurs(variable, first);
+    if (!of_one && in_first && occurs(variable, last)) return false;
+    word = in_first ? first : last;
+  }
+  return true;
+}
+
+/// An equation of words that some value of a variable solves.
+bool QuantifierElimination::is_solvable(const Formula& f, Id part) const {
+  const Id atom = atom_of(part);
+  const Expression& e = terms_.term(atom);
+  if ((atom != part) != f.for_all || !e.is("=", 2)) return false;
+  const Id a = static_cast<Id>(e.args[0]), b = static_cast<Id>(e.args[1]);
+  return std::ranges::any_of(f.variables, [&](Id v) {
+    return (!occurs(v, b) && takes_all_values(a, v)) || (!occurs(v, a) && takes_all_values(b, v));
+  });
 }
 
 // Linear combinations.

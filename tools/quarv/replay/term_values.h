@@ -137,6 +137,7 @@ class TermValues {
   Word divided(bool quotient, Word a, Word b);
 
   // term_values_floats.cpp
+  using Float = std::pair<Word, std::size_t>;  // and the sort
   struct Encoding {
     Bit sign, nan, infinite, zero, subnormal, normal;
   };
@@ -149,6 +150,10 @@ class TermValues {
   std::optional<Value> float_value(const Expression& e);
   std::optional<Value> float_with_constant(const Expression& e, const TraceSort& format);
   Value commuted_float(const Expression& e, const std::string& op, Word a, Word b);
+  Value converted_float(const Expression& e);
+  Word converted(const TraceSort& source, Word a, const TraceSort& target, Word rounded, bool is_exact);
+  Value float_of_number(const Expression& e, const TraceSort& format);
+  Value scaled_float(const Expression& e);
   Value extremum(const Expression& e, const TraceSort& format);
   Value rounded_float(const Expression& e, const TraceSort& format);
   std::optional<Bit> float_truth(const Expression& e);
@@ -252,7 +257,8 @@ class TermValues {
   std::deque<Thing> applications_;  // that are words
   std::unordered_map<BitGraph::Node, std::pair<std::size_t, std::size_t>> application_bits_;
   std::unordered_map<std::string, Bit> known_bits_;
-  std::set<Word> integral_;  // floating-point numbers that have been rounded to integers
+  std::map<Float, Float> exact_;  // what floating-point numbers are conversions of that changed nothing
+  std::set<Word> integral_;       // floating-point numbers that have been rounded to integers
   std::unordered_map<std::string, std::size_t> forms_;
   std::vector<Sum> form_sums_;
   std::unordered_map<BitGraph::Node, Atom> atoms_;

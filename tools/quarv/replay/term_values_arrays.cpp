@@ -62,7 +62,8 @@ TermValues::Value TermValues::stored(Value array, Argument index, Argument eleme
     later.emplace_back(other, at(array).args[2]);
     array = found(at(array).args[0].first);
   }
-  later.emplace_back(index, element);
+  // It may be what was there before the write that this one hides.
+  if (!holds_already(array, index, element, e)) later.emplace_back(index, element);
   for (; !later.empty(); later.pop_back()) {
     Thing t;
     t.op = op;

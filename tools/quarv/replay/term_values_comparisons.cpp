@@ -135,8 +135,9 @@ std::optional<BitGraph::Bit> TermValues::compare_remainder(const Sum& d, bool eq
   const mpq_class largest = divisor == 0 ? mpq_class(1) : mpq_class(1) - mpq_class(mpz_class(1), divisor);
   const mpq_class ends[] = {r->constant, r->constant + r->factor * largest};
   const auto [low, high] = std::minmax(ends[0], ends[1]);
-  if (high < 0 || (!equality && high == 0)) return equality ? BitGraph::no : BitGraph::yes;
-  if (low > 0) return BitGraph::no;
+  const bool is_less = divisor == 0 && r->factor > 0, is_more = divisor == 0 && r->factor < 0;  // than an end
+  if (high < 0 || (high == 0 && (is_less || !equality))) return equality ? BitGraph::no : BitGraph::yes;
+  if (low > 0 || (low == 0 && is_more)) return BitGraph::no;
   if (divisor == 0 || (!equality && divisor > largest_modulus)) return std::nullopt;
   Sum scaled;  // its residue is the fractional part times the divisor
   add(scaled, r->sum, mpq_class(divisor));

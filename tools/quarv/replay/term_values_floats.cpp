@@ -62,8 +62,8 @@ std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
   const bool of_words =
       std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); });
   if (n == 1 && of_words && e.op == "to_fp") return float_word(format, words_.bits(argument(e, 0)));
-  if (n == 2 && e.op == "to_fp" && terms_.term(static_cast<Id>(e.args[1])).sort == e.sort)
-    return argument(e, 1);
+  if (n == 2 && e.op == "to_fp" && is_float(terms_.term(static_cast<Id>(e.args[1]))))
+    return converted_float(e);
   if (n == 1 && e.op == "fp.neg") return negated_float(format, argument(e, 0), BitGraph::yes);
   if (n == 1 && e.op == "fp.abs") {
     Bits bits = words_.bits(argument(e, 0));
@@ -73,11 +73,78 @@ std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
   if (e.op == "fp.min" || e.op == "fp.max") return extremum(e, format);
   if (const auto known = float_with_constant(e, format)) return known;
   if (e.op == "fp.roundToIntegral") return rounded_float(e, format);
+  if (n == 2 && e.op.starts_with("to_fp")) return float_of_number(e, format);
   if (n == 4 && e.op == "fp.fma") return commuted_float(e, e.op, argument(e, 1), argument(e, 2));
-  if (n != 3 || (e.op != "fp.add" && e.op != "fp.sub" && e.op != "fp.mul")) return std::nullopt;
+  if (n == 3 && (e.op == "fp.mul" || e.op == "fp.div")) return scaled_float(e);
+  if (n != 3 || (e.op != "fp.add" && e.op != "fp.sub")) return std::nullopt;
   Word b = argument(e, 2);
   if (e.op == "fp.sub") b = negated_float(format, b, BitGraph::yes);
-  return commuted_float(e, e.op == "fp.sub" ? "fp.add" : e.op, argument(e, 1), b);
+  return commuted_float(e, "fp.add", argument(e, 1), b);
+}
+
+/// What is converted to a format that has all its values is what it was: to convert it further is to convert
+/// what it was, and how that is rounded does not matter where nothing is.
+TermValues::Value TermValues::converted_float(const Expression& e) {
+  Float a{argument(e, 1), terms_.term(static_cast<Id>(e.args[1])).sort};
+  for (auto known = exact_.find(a); known != exact_.end(); known = exact_.find(a)) a = known->second;
+  if (a.second == e.sort) return a.first;
+  const TraceSort &source = terms_.sort(a.second), &target = terms_.sort(e.sort);
+  const bool is_exact = target.width >= source.width && target.significand >= source.significand;
+  Expression conversion = e;
+  conversion.args.clear();
+  Thing t;
+  t.op = operator_key(conversion) + " from " + std::to_string(a.second);
+  if (!is_exact) t.args.emplace_back(argument(e, 0), is_word(static_cast<Id>(e.args[0])));
+  t.args.emplace_back(a.first, true);
+  const Word result = converted(source, a.first, target, application(std::move(t), e), is_exact);
+  if (is_exact) exact_.emplace(Float(result, e.sort), a);
+  return result;
+}
+
+/// What is no number, infinite or zero stays that, and the sign stays. Where nothing is rounded, nothing else
+/// becomes infinite or zero.
+TermValues::Word TermValues::converted(const TraceSort& source, Word a, const TraceSort& target, Word rounded,
+                                       bool is_exact) {
+  const Encoding x = encoding(source, a), y = encoding(target, rounded);
+  const mpz_class infinity = ((mpz_class(1) << target.width) - 1) << (target.significand - 1);
+  const auto constant = [&](const mpz_class& n) { return words_.constant(n, words_.width(rounded)); };
+  const Bit impossible = is_exact ? graph_.either(y.nan, graph_.either(y.infinite, y.zero)) : y.nan;
+  Word result = words_.choice(impossible, constant(1), rounded);
+  result = words_.choice(x.zero, constant(0), words_.choice(x.infinite, constant(infinity), result));
+  Bits bits = words_.bits(result);
+  bits.back() = x.sign;
+  return words_.choice(x.nan, constant(infinity + 1), words_.word(std::move(bits)));
+}
+
+/// What is made of an integer, a bit-vector or a fraction is a number.
+TermValues::Value TermValues::float_of_number(const Expression& e, const TraceSort& format) {
+  Thing t;
+  t.op = operator_key(e);
+  for (std::size_t i = 0; i < e.args.size(); ++i)
+    t.args.emplace_back(argument(e, i), is_word(static_cast<Id>(e.args[i])));
+  const Word any = application(std::move(t), e);
+  return words_.choice(encoding(format, any).nan, words_.constant(0, words_.width(any)), any);
+}
+
+/// Of two factors, or of what is divided and by what, only whether the signs differ counts.
+TermValues::Value TermValues::scaled_float(const Expression& e) {
+  const auto magnitude = [this](Bits bits) {
+    bits.back() = BitGraph::no;
+    return words_.word(std::move(bits));
+  };
+  const TraceSort& format = terms_.sort(e.sort);
+  const Word a = argument(e, 1), b = argument(e, 2);
+  const Encoding x = encoding(format, a), y = encoding(format, b);
+  const Bit numbers = graph_.both(x.nan ^ 1U, y.nan ^ 1U);
+  Word first = magnitude(words_.bits(a)), second = magnitude(words_.bits(b));
+  if (e.op == "fp.mul" && second < first) std::swap(first, second);
+  Thing t;
+  t.op = operator_key(e);
+  t.args = {{argument(e, 0), is_word(static_cast<Id>(e.args[0]))},
+            {first, true},
+            {second, true},
+            {truth(graph_.both(numbers, graph_.parity(x.sign, y.sign))), true}};
+  return application(std::move(t), e);
 }
 
 /// Nothing is done with NaN, and multiplying or dividing by 1 or -1 is exact.

@@ -29,25 +29,28 @@ bool TermValues::may_contain(Id root, const std::vector<TermName>& variables) co
   return false;
 }
 
-/// For all x, a or b(x) is a, or b(x) for all x; there is no empty sort.
+/// For all x, a or b(x) is a, or b(x) for all x; there is no empty sort. A negated conjunction is a
+/// disjunction of negations.
 std::optional<TermValues::Value> TermValues::quantified(const Expression& e) {
   if ((e.op != "forall" && e.op != "exists") || e.args.size() != 1) return std::nullopt;
   const bool for_all = e.op == "forall";
   std::vector<Bit> inside, outside;
-  std::vector<Id> open{static_cast<Id>(e.args[0])};
+  std::vector<std::pair<Id, bool>> open{{static_cast<Id>(e.args[0]), false}};  // and whether it is negated
   while (!open.empty()) {
-    const Id id = open.back();
+    const auto [id, negated] = open.back();
     open.pop_back();
     const Expression& part = terms_.term(id);
     const std::size_t num = inside.size() + outside.size() + open.size() + part.args.size();
     // Of what has been shown to be equal to something else the arguments may not have been looked at.
     const bool is_known = std::ranges::none_of(
         part.args, [this](TermName arg) { return values_[static_cast<Id>(arg)] == unknown; });
-    if (part.kind == Expression::operation && part.op == (for_all ? "or" : "and") && is_known &&
-        num <= most_conjuncts) {
-      for (const TermName arg : part.args) open.push_back(static_cast<Id>(arg));
+    const bool opens = is_known && num <= most_conjuncts && part.kind == Expression::operation;
+    if (opens && (part.is("not", 1) || part.op == (for_all != negated ? "or" : "and"))) {
+      for (const TermName arg : part.args)
+        open.emplace_back(static_cast<Id>(arg), negated != (part.op == "not"));
     } else {
-      (may_contain(id, e.variables) ? inside : outside).push_back(bit(current(values_[id], true)));
+      const Bit value = bit(current(values_[id], true));
+      (may_contain(id, e.variables) ? inside : outside).push_back(negated ? value ^ 1U : value);
     }
   }
   const auto joined = [&](std::vector<Bit> bits) {
