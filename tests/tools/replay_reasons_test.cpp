@@ -276,4 +276,15 @@ TEST_F(ReplayReasons, BoundsOfIntegerParts) {
   expect_justified(declared, steps);
 }
 
+/// In whatever order it is multiplied.
+TEST_F(ReplayReasons, ProductsOfManyFactors) {
+  const std::string declared = "(declare-const r Real)(declare-const s Real)";
+  const Formulas steps[] = {
+      {"(= (* r r r r r r r r s (+ s 1.0)) (+ (* s r r r s r r r r r) (* s r r r r r r r r)))", "true", true},
+      {"(= (* r r r r r r r r s (+ s 1.0)) (+ (* s r r r s r r r r r) (* s r r r s r r r r)))", "true",
+       false},
+  };
+  expect_justified(declared, steps);
+}
+
 }  // namespace

@@ -8,7 +8,7 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr std::size_t most_summands = 64, most_factors = 8, longest_sum = 200;
+constexpr std::size_t most_summands = 64, most_factors = 32, longest_sum = 200;
 // A product of more stays one: squares of squares of a number would take all memory.
 constexpr std::size_t most_bits = std::size_t{1} << 20;
 const std::string natural_key = "natural number";
