@@ -19,13 +19,14 @@ Candidates::Candidates(const Question& q, const FreeNames& names) {
   };
   for (ClassId c : q.roots) visit(c);
   for (ClassId c : q.declared) visit(c);
-  std::size_t num_forms = 0;
+  std::size_t num_forms = 0, num_parts = 0;
   while (!pending.empty()) {
     const ClassId c = pending.back();
     pending.pop_back();
     std::size_t num_written = 0;
     for (FormId f = g.first_form(c); f != none; f = g.form(f).next) {
       ++num_forms;
+      num_parts += g.children(g.form(f)).size();
       if (f < q.num_written && ++num_written == 2) is_written_twice_ = true;
       for (ClassId child : g.children(g.form(f))) visit(child);
     }
@@ -40,6 +41,7 @@ Candidates::Candidates(const Question& q, const FreeNames& names) {
   first_.reserve(classes_.size() + 1);
   base_.reserve(classes_.size());
   candidates_.reserve(num_forms + 1);
+  parts_.reserve(num_parts);
   for (ClassId c : classes_) add_forms(q, names, c);
   first_.push_back(static_cast<CandidateId>(candidates_.size()));
   candidates_.push_back({none, 0, static_cast<std::uint32_t>(parts_.size()), 0, false, false});

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include <quarv/forms/candidates.h>
@@ -275,8 +276,7 @@ Size Chooser::size() const {
   return size;
 }
 
-Choice choose_with(const Question& question, const FreeNames& names) {
-  const Candidates candidates(question, names);
+Choice choose_among(const Question& question, const Candidates& candidates) {
   Chooser chooser(candidates);
   Choice choice;
   const std::vector<CandidateId> written = candidates.as_written(true);
@@ -309,17 +309,21 @@ Choice choose_with(const Question& question, const FreeNames& names) {
 }  // namespace
 
 Choice choose(const Question& question) {
-  FreeNames names(question.graph, question.base, question.scopes);
-  for (ClassId c : question.roots) {
-    if (names.is_endless(question.graph.find(c))) return {};
+  std::optional<Candidates> candidates;
+  {
+    FreeNames names(question.graph, question.base, question.scopes);
+    for (ClassId c : question.roots) {
+      if (names.is_endless(question.graph.find(c))) return {};
+    }
+    // What is needed early depends on the choice. Nearly always it is what the user wrote there.
+    if (!question.root_commands.empty()) names.set_needs(likely_needs(question));
+    candidates.emplace(question, names);
   }
-  if (question.root_commands.empty()) return choose_with(question, names);
-  // What is needed early depends on the choice. Nearly always it is what the user wrote there.
-  names.set_needs(likely_needs(question));
-  Choice choice = choose_with(question, names);
-  if (stays_in_scope(question, choice.form)) return choice;
+  Choice choice = choose_among(question, *candidates);
+  if (question.root_commands.empty() || stays_in_scope(question, choice.form)) return choice;
+  FreeNames names(question.graph, question.base, question.scopes);
   names.set_needs(all_needs(question));
-  return choose_with(question, names);
+  return choose_among(question, Candidates(question, names));
 }
 
 }  // namespace quarv::forms
