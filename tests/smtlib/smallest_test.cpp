@@ -119,6 +119,9 @@ TEST(Smallest, BindsNoVariablesThatAreNotUsed) {
 TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(not (<= i j))"), "(< j i)");
   EXPECT_EQ(becomes("(not (= i j))"), "(distinct i j)");
+  EXPECT_EQ(becomes("(not (= j i))"), "(distinct j i)");
+  EXPECT_EQ(becomes("(not (= (- j i) 4))"), "(distinct (- j i) 4)");
+  EXPECT_EQ(becomes("(not (= 4 (- j i)))"), "(distinct 4 (- j i))");
   EXPECT_EQ(becomes("(or (not p) q)"), "(=> p q)");
   EXPECT_EQ(becomes("(or (not p) (not q))"), "(not (and p q))");
   EXPECT_EQ(becomes("(not (= (not p) (not q)))"), "(xor p q)");

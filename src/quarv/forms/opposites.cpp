@@ -9,7 +9,7 @@ namespace {
 
 class Opposites {
  public:
-  Opposites(FormGraph& graph, const DataType* bool_sort)
+  Opposites(FormGraph& graph, const DataType* bool_sort, bool of_orders)
       : g_(graph),
         bool_sort_(bool_sort),
         not_(graph.head("not")),
@@ -22,8 +22,9 @@ class Opposites {
         {"bvule", "bvugt"}, {"bvslt", "bvsge"}, {"bvsle", "bvsgt"},
     };
     opposite_.assign(graph.num_heads(), none);
-    for (const auto& [a, b] : orders) add_pair(graph.head(a), graph.head(b));
     add_pair(equal_, distinct_);
+    if (!of_orders) return;
+    for (const auto& [a, b] : orders) add_pair(graph.head(a), graph.head(b));
   }
 
   bool add() {
@@ -103,7 +104,11 @@ class Opposites {
 }  // namespace
 
 bool add_opposites(FormGraph& graph, const DataType* bool_sort) {
-  return Opposites(graph, bool_sort).add();
+  return Opposites(graph, bool_sort, true).add();
+}
+
+bool add_disequalities(FormGraph& graph, const DataType* bool_sort) {
+  return Opposites(graph, bool_sort, false).add();
 }
 
 }  // namespace quarv::forms

@@ -11,4 +11,7 @@ namespace quarv::forms {
 /// Whether anything was written down: then classes may have become equal that are not known to be.
 bool add_opposites(FormGraph& graph, const DataType* bool_sort);
 
+/// The same of equations alone.
+bool add_disequalities(FormGraph& graph, const DataType* bool_sort);
+
 }  // namespace quarv::forms

@@ -121,6 +121,8 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
   forms::FormGraph& graph = written.graph();
   const auto num_written = static_cast<FormId>(graph.num_forms());
   add_flat_forms(graph, script);
+  // What the user's own equations say comes before what normal forms do: with its sides in the user's order.
+  if (forms::add_disequalities(graph, manager.bool_type)) graph.close();
   add_normal_forms(manager, written, script, num_written, normalized);
   if (forms::add_opposites(graph, manager.bool_type)) graph.close();
   if (forms::add_cliques(graph, manager.bool_type)) graph.close();
