@@ -92,6 +92,17 @@ TEST(Smallest, KeepsTheUsersWords) {
 }
 
 /// Below a quantifier nothing can refer to a name.
+/// What is written both ways is written one way, and the comparison stays.
+TEST(Smallest, WritesNumeralsAsDecimalsWhereThoseAreNeeded) {
+  EXPECT_EQ(becomes("(and (= b 0.0) (>= a 0))"), "(and (= b 0.0) (>= a 0.0))");
+  EXPECT_EQ(becomes("(and (= b 2.0) (distinct (ite p 2 a) (* a b)))"),
+            "(and (= b 2.0) (distinct (ite p 2.0 a) (* a b)))");
+  EXPECT_EQ(becomes("(and (= b 3.0) (> a 0))"), "(and (= b 3.0) (> a 0))");
+  // An index is no number of both sorts.
+  EXPECT_EQ(becomes("(forall ((m (Array Int Real))) (= (store m 2 a) (store m i 2.0)))"),
+            "(forall ((m (Array Int Real))) (= (store m 2 a) (store m i 2.0)))");
+}
+
 TEST(Smallest, WritesPatternsThatHoldAnnotatedTerms) {
   const std::string before =
       "(declare-fun f (Int) Int)\n(declare-fun g (Int Int) Bool)\n"

@@ -45,6 +45,38 @@ void add_normal_forms(const TermManager& manager, WrittenForms& written, const S
   graph.close();
 }
 
+/// "(< r 2.0)" for "(< r 2)": the user may have written the same number both ways.
+void add_decimals(const TermManager& manager, forms::FormGraph& graph, FormId num_written) {
+  const auto is_numeral = [&](ClassId c) {
+    const FormId first = graph.first_form(c);
+    if (graph.sort(c) != manager.int_type || first == forms::none) return false;
+    const forms::Head& head = graph.head_at(graph.form(first).head);
+    return graph.form(first).num_children == 0 && head.symbol == nullptr;
+  };
+  std::vector<bool> takes_both(graph.num_heads());
+  for (const char* head : {"<", "<=", ">", ">=", "=", "distinct", "+", "-", "*", "/", "ite"}) {
+    const forms::HeadId h = graph.head(head);
+    if (h < takes_both.size()) takes_both[h] = true;  // or else nothing has been written so
+  }
+  std::vector<ClassId> children;
+  for (FormId f = 0; f < num_written; ++f) {
+    const forms::Form form = graph.form(f);
+    const auto written = graph.children(form);
+    const auto is_real = [&](ClassId c) { return graph.sort(c) == manager.rat_type; };
+    if (form.head >= takes_both.size() || !takes_both[form.head] || !std::ranges::any_of(written, is_real) ||
+        !std::ranges::any_of(written, is_numeral)) {
+      continue;
+    }
+    children.assign(written.begin(), written.end());
+    for (ClassId& c : children) {
+      if (!is_numeral(c)) continue;
+      const std::string text = graph.head_at(graph.form(graph.first_form(c)).head).text + ".0";
+      c = graph.add(graph.head(text), {}, manager.rat_type);
+    }
+    graph.add_to(form.of, form.head, children);
+  }
+}
+
 /// Without brackets between operators of a kind.
 void add_flat_forms(forms::FormGraph& graph, const Script& script) {
   std::vector<forms::HeadId> associative;
@@ -120,6 +152,7 @@ std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms
                                               const std::function<const Term*(const Term*)>& normalized) {
   forms::FormGraph& graph = written.graph();
   const auto num_written = static_cast<FormId>(graph.num_forms());
+  add_decimals(manager, graph, num_written);
   add_flat_forms(graph, script);
   // What the user's own equations say comes before what normal forms do: with its sides in the user's order.
   if (forms::add_disequalities(graph, manager.bool_type)) graph.close();
