@@ -35,14 +35,28 @@ const Term* classify_magnitude(TermManager& m, const Symbol* s, const Term* t) {
   return inner == t ? nullptr : m.make_term_unchecked(s, Args(&inner, 1));
 }
 
-/// Rounding makes neither a NaN nor an infinity of a float: to an integral value neither, to another format
-/// no NaN. What is converted from an integer is never NaN.
+/// The format of the float that a term is.
+IEEEFloat::format format_of(const TermManager& m, const Term* t) {
+  IEEEFloat::format f{};
+  m.get_format_from_type(m.type_of(t), &f.ew, &f.mw);
+  return f;
+}
+
+/// Whether the largest finite number is an integer, so that no other one is rounded to an infinity. Narrow
+/// formats have fractions up to there.
+bool rounds_to_finite_integers(const IEEEFloat::format& f) {
+  constexpr std::size_t largest_shift = 63;
+  return f.ew > largest_shift || (std::size_t{1} << (f.ew - 1)) > f.mw;
+}
+
+/// Rounding makes no NaN of a float, and to an integral value no infinity where there is room for it. What is
+/// converted from an integer is never NaN.
 const Term* classify_rounded(TermManager& m, const Symbol* s, const Term* t) {
   const bool nan = m.get_tag(s) == SymbolTag::FP_ISNAN;
   if (nan && is_from_integer(m, t)) return m.false_term;
-  if (has_tag(m, t, SymbolTag::FP_ROUND_TO_INT) || (nan && has_tag(m, t, SymbolTag::FP_CAST))) {
-    return nan ? m.make_fp_isnan(t->args[1]) : m.make_fp_isinf(t->args[1]);
-  }
+  const bool to_integer = has_tag(m, t, SymbolTag::FP_ROUND_TO_INT);
+  if (nan && (to_integer || has_tag(m, t, SymbolTag::FP_CAST))) return m.make_fp_isnan(t->args[1]);
+  if (to_integer && rounds_to_finite_integers(format_of(m, t))) return m.make_fp_isinf(t->args[1]);
   return classify_magnitude(m, s, t);
 }
 
@@ -75,13 +89,6 @@ const Term* compare(TermManager& m, const Symbol* s, const Term* a, const Term* 
   if (tag != SymbolTag::FP_LE) return nullptr;
   if (is_infinity(m, a, true)) return m.make_not(m.make_fp_isnan(b));
   return is_infinity(m, b, false) ? m.make_not(m.make_fp_isnan(a)) : nullptr;
-}
-
-/// The format of the float that a term is.
-IEEEFloat::format format_of(const TermManager& m, const Term* t) {
-  IEEEFloat::format f{};
-  m.get_format_from_type(m.type_of(t), &f.ew, &f.mw);
-  return f;
 }
 
 /// NaN has many encodings, of which results of operations have one.
