@@ -168,6 +168,23 @@ TEST(GrowthTest, RoundsAreFewerWhereTheyCostMore) {
   EXPECT_EQ(rounds_beside(std::string(2 << 20, 'a')), fewest);
 }
 
+/// Each round takes a few tests off a chain of several hundred, in the normal form as in the smallest one.
+TEST(GrowthTest, NormalFormsOfDeepTermsSettle) {
+  constexpr int levels = 400;
+  std::string value = "b";
+  for (int i = 0; i < levels; ++i) {
+    const auto word = [](int n) { return "(_ bv" + std::to_string(n) + " 12)"; };
+    value = "(ite (= b " + word(i) + ") " + word(3 * i) + ' ' + value + ')';
+  }
+  const std::string text = "(declare-const b (_ BitVec 12))(assert (= (_ bv5 12) " + value + "))";
+  SimplifyOptions options;
+  options.smallest = false;
+  std::ostringstream once, twice;
+  EXPECT_GT(simplify_script(text, "in.smt2", once, options).rounds, 8u);
+  simplify_script(once.str(), "in.smt2", twice, options);
+  EXPECT_EQ(twice.str(), once.str());
+}
+
 /// The terms that reading takes.
 std::size_t terms_read(const std::string& text, bool library_semantics = false) {
   Session session({.library_semantics = library_semantics});

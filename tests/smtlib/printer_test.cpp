@@ -202,6 +202,22 @@ TEST(Printer, LargeOutputsSettleAtOnce) {
   EXPECT_EQ(once.str(), twice.str());
 }
 
+/// Made anew in each round, the definition would be used now in the one place, now in the other.
+TEST(Printer, RoundsThatGoInCirclesEnd) {
+  const std::string difference = "(+ (* (- 1) (select a 1)) 7)";
+  const std::string text =
+      "(declare-const i Int)(declare-const a (Array Int Int))"
+      "(assert (or (< 0 (- i (select (store a 5 7) 1))) (<= 0 (select (store a " +
+      difference + " 5) 4))))(assert (= (store a i (* " + difference + " (select a 1))) a))";
+  SimplifyOptions options;
+  options.smallest = false;
+  std::ostringstream once, twice;
+  EXPECT_GT(simplify_script(text, "in.smt2", once, options).rounds, 8u);
+  EXPECT_NE(once.str().find("(define-fun $1 () Int "), std::string::npos);
+  simplify_script(once.str(), "in.smt2", twice, options);
+  EXPECT_EQ(once.str(), twice.str());
+}
+
 /// What a name stands for is not defined a second time for those who use the name.
 TEST(Printer, NamedTermsAreWrittenOnce) {
   const std::string text =

@@ -165,14 +165,15 @@ class Rounds {
   PrintResult print_chosen(const ChosenScript& chosen, std::string& text) const;
   Script read(Session& session, Reader& reader);
   bool is_better(const Printed& printed);
-  bool is_last(const Printed& printed) const;
+  bool is_last(const Printed& printed);
 
   const std::string_view input_;
   const std::string& file_;
   const SimplifyOptions& options_;
   const std::size_t longest_;  // output
   const bool smallest_;
-  bool shrinks_;  // each round so far has made the script smaller
+  bool shrinks_;                    // each round so far has made the script smaller
+  bool keeps_definitions_ = false;  // the printer's own, too
   SimplifyReport report_;
   std::vector<std::string_view> places_;  // of the input's commands
   std::uint64_t largest_of_user_ = 0;
@@ -253,7 +254,7 @@ PrintResult Rounds::print_chosen(const ChosenScript& chosen, std::string& text) 
 Script Rounds::read(Session& session, Reader& reader) {
   if (!is_first()) {
     Script script = reader.read_in_place(text_, file_);
-    if (!shrinks_) forget_own_definitions(script, largest_of_user_);
+    if (!shrinks_ && !keeps_definitions_) forget_own_definitions(script, largest_of_user_);
     return script;
   }
   Script script = read_observed(session, reader, text_, file_, options_);
@@ -273,11 +274,15 @@ bool Rounds::is_better(const Printed& printed) {
 
 /// The order of creation decides how commutative operations and sums look, and a reader creates terms in the
 /// order of the text. So each text is simplified again, as whoever reads it would, until that changes
-/// nothing.
-bool Rounds::is_last(const Printed& printed) const {
+/// nothing. Where it has become no shorter it may go round in circles, as definitions are made anew each
+/// time: from then on they are kept.
+bool Rounds::is_last(const Printed& printed) {
   constexpr std::size_t most_rounds = 8;
-  if (shrinks_) return report_.rounds >= most_shrinking_rounds(text_);
-  return printed.text == previous_ || report_.rounds == most_rounds;
+  if (report_.rounds >= most_shrinking_rounds(text_)) return true;
+  if (shrinks_) return false;
+  if (printed.text == previous_) return true;
+  if (report_.rounds < most_rounds || printed.text.size() < previous_.size()) return false;
+  return std::exchange(keeps_definitions_, true) && report_.rounds >= 2 * most_rounds;
 }
 
 }  // namespace
