@@ -151,6 +151,18 @@ TEST(Smallest, WritesWhatIsSmaller) {
   EXPECT_EQ(becomes("(= (bvor y x y) (bvadd x y))"), "(= (bvor y x) (bvadd x y))");
 }
 
+/// The simplifiers leave a sum with so large a factor as it is.
+TEST(Smallest, WritesSumsOfWhichOnePartIsLeft) {
+  const std::string multiple = "(* 18446744073709551616 i)";
+  for (const std::string& real : {"(- (- 1 " + multiple + ") 1)", "(- (+ 1 " + multiple + ") 1)",
+                                  "(- (- a " + multiple + ") a)", "(- (+ a " + multiple + ") a)"}) {
+    const std::string text = declared_constants + "(assert (= (ite (= 1.0 a) " + real + " 1.0) b))\n";
+    const std::string once = smallest(text);
+    EXPECT_EQ(smallest(once), once);
+    EXPECT_LE(once.size(), text.size());
+  }
+}
+
 /// The normal form of a remainder is a sum: what is compared with it has no short opposite of its own.
 TEST(Smallest, WritesOppositesWithoutNegation) {
   EXPECT_EQ(becomes("(not (< i (mod j 3)))"), "(>= i (mod j 3))");
@@ -418,6 +430,15 @@ TEST_F(Forms, ThatGoRoundInACircleSpoilNoOthers) {
     graph_.add_to(c, graph_.head("t" + std::to_string(c)), std::vector<ClassId>{c == a || c == b ? x : dear});
   }
   EXPECT_EQ(cost(roots, written, base), n + 2 + 3u);  // a, b and x
+}
+
+/// No form over it can be written.
+TEST_F(Forms, ConsistOfNoClassWithoutForms) {
+  const ClassId nothing = graph_.new_class(nullptr);
+  const ClassId x = add("x"), y = add("y");
+  const ClassId gxy = add("g", {x, y});
+  graph_.add_to(gxy, graph_.head("h"), std::vector<ClassId>{nothing});
+  EXPECT_EQ(cost({gxy}, 0), 3u);
 }
 
 TEST_F(Forms, DoNotConsistOfThemselves) {

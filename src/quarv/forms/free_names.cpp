@@ -26,7 +26,7 @@ bool FreeNames::find_free() {
   std::vector<std::uint8_t> state(n);  // 1: on the stack, 2: done
   std::vector<ClassId> stack;
   for (ClassId start = 0; start < n; ++start) {
-    if (g_.find(start) != start || state[start] != 0 || g_.first_form(start) == none) continue;
+    if (g_.find(start) != start || state[start] != 0) continue;
     if (is_endless(start)) {
       free_[start].variables = overflow_variable;  // no form may need it
       state[start] = 2;
@@ -50,7 +50,7 @@ bool FreeNames::find_free() {
       state[c] = 1;
       for (ClassId child : g_.children(g_.form(f))) {
         child = g_.find(child);
-        if (state[child] == 1) return false;
+        if (state[child] == 1 || is_endless(child)) return false;
         if (state[child] == 0) stack.push_back(child);
       }
     }

@@ -40,7 +40,9 @@ class FreeNames {
 
   FormId base(ClassId c) const noexcept { return base_[c] != none ? base_[c] : g_.first_form(c); }
   /// No finite term is in the class.
-  bool is_endless(ClassId c) const noexcept { return is_grounded_ && base_[c] == none; }
+  bool is_endless(ClassId c) const noexcept {
+    return g_.first_form(c) == none || (is_grounded_ && base_[c] == none);
+  }
   /// Whether the form brings in nothing that its class, `c`, does not depend on. It does not consist of `c`.
   bool is_admissible(ClassId c, FormId f) const;
 

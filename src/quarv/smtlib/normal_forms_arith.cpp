@@ -185,8 +185,9 @@ void NormalForms::sum(Node n) {
       const bool negative = all.constant.sign() < 0;
       (negative ? minus : plus).push_back(number(negative ? -all.constant : all.constant, real));
     }
-    if (plus.size() + minus.size() < 2) continue;
-    if (minus.empty()) {
+    if (minus.empty() && plus.size() < 2) {
+      same(total(plus, real));
+    } else if (minus.empty()) {
       form(operator_head("+"), plus);
     } else if (plus.empty()) {
       form("-", {total(minus, real)});
@@ -211,7 +212,7 @@ void NormalForms::with_negative_parts(const Sum& sum, bool real) {
                                                     : multiple(item.coefficient, c, real));
   }
   if (!sum.constant.is_zero()) parts.push_back(number(sum.constant, real));
-  form(operator_head("+"), parts);
+  parts.size() == 1 ? same(parts[0]) : form(operator_head("+"), parts);
 }
 
 void NormalForms::product(Node n) {
