@@ -432,6 +432,25 @@ TEST_F(Forms, ThatGoRoundInACircleSpoilNoOthers) {
   EXPECT_EQ(cost(roots, written, base), n + 2 + 3u);  // a, b and x
 }
 
+/// `u` and `v` could both do without `p`, but `g` is dear; then each has its old form again, and `v` must
+/// still not be written by `u`, which consists of it.
+TEST_F(Forms, GoRoundInNoCircleAfterATryThatFails) {
+  const ClassId u = graph_.new_class(nullptr), v = graph_.new_class(nullptr);
+  const ClassId p = add("p"), y = add("y"), q = add("q", {v});
+  graph_.add_to(u, graph_.head("f"), std::vector<ClassId>{p, q});
+  graph_.add_to(v, graph_.head("f"), std::vector<ClassId>{p, y});
+  // What is shared here is one too many, so that there is a second look at all.
+  const ClassId a = add("a"), b = add("b"), c = add("c"), d = add("d");
+  const ClassId ab = add("or", {a, b});
+  const ClassId abc = add("or", {ab, c}), abd = add("or", {ab, d});
+  const auto written = static_cast<forms::FormId>(graph_.num_forms());
+  graph_.add_to(u, graph_.head("g", 10), {});
+  graph_.add_to(v, graph_.head("h"), std::vector<ClassId>{u});
+  graph_.add_to(abc, graph_.head("or"), std::vector<ClassId>{a, b, c});
+  graph_.add_to(abd, graph_.head("or"), std::vector<ClassId>{a, b, d});
+  EXPECT_EQ(cost({u, v, a, b, abc, abd}, written), 5 + 6u);
+}
+
 /// No form over it can be written.
 TEST_F(Forms, ConsistOfNoClassWithoutForms) {
   const ClassId nothing = graph_.new_class(nullptr);

@@ -76,6 +76,7 @@ class Chooser {
   bool is_part(Place p, CandidateId c) const { return std::ranges::find(parts(c), p) != parts(c).end(); }
   CandidateId cheapest_without(Place p, Place user) const;
   std::int64_t change(Place p, CandidateId c);
+  void take_back(Place p, CandidateId c);
   bool try_without(Place p, const std::vector<Place>& users);
   bool do_without();
 
@@ -228,6 +229,17 @@ std::int64_t Chooser::change(Place p, CandidateId c) {
   return static_cast<std::int64_t>(added - removed);
 }
 
+/// Writes place `p` in form `c` again, as it was. What has moved before a later user in the meantime may have
+/// left parts of its old form behind.
+void Chooser::take_back(Place p, CandidateId c) {
+  change(p, c);
+  if (order_.can_follow(p, parts(c), chosen_)) {
+    order_.follow();
+  } else {
+    order_.sort(chosen_);
+  }
+}
+
 /// Writes all users of place `p` in forms without it if that costs less: (or (or x y) z) and (or (or x y) w)
 /// become (or x y z) and (or x y w), which neither would alone, as it costs as much while the other one needs
 /// (or x y).
@@ -250,7 +262,7 @@ bool Chooser::try_without(Place p, const std::vector<Place>& users) {
     more += change(user, c);
   }
   if (possible && more < 0 && longer <= most_longer) return true;
-  for (std::size_t i = before.size(); i-- > 0;) change(before[i].first, before[i].second);
+  for (std::size_t i = before.size(); i-- > 0;) take_back(before[i].first, before[i].second);
   return false;
 }
 
