@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/batch_run.h"
 #include "batch/merge.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <thread>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "commands.h"
 #include "io/command_line.h"

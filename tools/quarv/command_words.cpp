@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace quarv::cli {
 

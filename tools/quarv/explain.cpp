@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "commands.h"
 #include "explain/derivation_text.h"

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "command_words.h"
 #include "commands.h"

@@ -5,7 +5,7 @@
 #include <ostream>
 #include <string>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "commands.h"
 #include "io/command_line.h"

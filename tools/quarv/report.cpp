@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/results.h"
 #include "commands.h"

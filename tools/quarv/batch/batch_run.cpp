@@ -9,7 +9,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/archive.h"
 #include "batch/batch_progress.h"

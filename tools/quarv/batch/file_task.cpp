@@ -8,7 +8,7 @@
 #include <system_error>
 #include <unistd.h>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/formula_digest.h"
 #include "batch/script_source.h"

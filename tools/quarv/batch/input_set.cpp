@@ -8,7 +8,7 @@
 #include <system_error>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/archive.h"
 #include "batch/sha256.h"

@@ -1,12 +1,11 @@
 #include "batch/summary.h"
 
 #include <algorithm>
-#include <iterator>
 #include <map>
 #include <string_view>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "io/json.h"
 
@@ -43,8 +42,7 @@ void add(Sums& sums, const Json& row) {
 
 void append_size(std::string& text, std::string_view name, double before, double after) {
   const double change = before == 0 ? 0 : (after - before) / before * 100;
-  fmt::format_to(std::back_inserter(text), "{:<12}{:>14.0f} -> {:>14.0f}  {:+.1f} %\n", name, before, after,
-                 change);
+  text += fmt::format("{:<12}{:>14.0f} -> {:>14.0f}  {:+.1f} %\n", name, before, after, change);
 }
 
 /// Names may hold any character; what is said of a file stands on one line.
@@ -71,11 +69,11 @@ void append_failures(std::string& text, const Results& results) {
     if (row.status == "ok" || row.status == pending_status || ++count > most_failures) continue;
     const std::string message = Json::parse(row.line).string_or("message", "");
     const bool names_file = message.find(name) != std::string::npos;
-    fmt::format_to(std::back_inserter(text), "{}: {}{}\n", row.status,
-                   names_file ? "" : on_one_line(name) + ": ", on_one_line(message));
+    text += fmt::format("{}: {}{}\n", row.status, names_file ? "" : on_one_line(name) + ": ",
+                        on_one_line(message));
   }
   if (count > most_failures) {
-    fmt::format_to(std::back_inserter(text), "... {} further failures\n", count - most_failures);
+    text += fmt::format("... {} further failures\n", count - most_failures);
   }
 }
 
@@ -89,14 +87,13 @@ std::string summary_of(const Results& results) {
   }
   std::string text;
   append_failures(text, results);
-  const auto out = std::back_inserter(text);
-  fmt::format_to(out, "{:<12}{:>14}\n", "files", results.rows.size());
-  for (const auto& [status, count] : sums.files) fmt::format_to(out, "  {:<10}{:>14}\n", status, count);
+  text += fmt::format("{:<12}{:>14}\n", "files", results.rows.size());
+  for (const auto& [status, count] : sums.files) text += fmt::format("  {:<10}{:>14}\n", status, count);
   append_size(text, "terms", sums.terms_before, sums.terms_after);
   append_size(text, "bytes", sums.bytes_before, sums.bytes_after);
-  fmt::format_to(out, "{:<12}{:>14.3f} s of work: reading {:.3f}, simplifying {:.3f}, printing {:.3f}\n",
-                 "time", sums.total, sums.read, sums.simplify, sums.print);
-  fmt::format_to(out, "{:<12}{:>14.1f} MiB in one file\n", "memory", sums.peak_memory / (1 << 20));
+  text += fmt::format("{:<12}{:>14.3f} s of work: reading {:.3f}, simplifying {:.3f}, printing {:.3f}\n",
+                      "time", sums.total, sums.read, sums.simplify, sums.print);
+  text += fmt::format("{:<12}{:>14.1f} MiB in one file\n", "memory", sums.peak_memory / (1 << 20));
   return text;
 }
 
@@ -113,9 +110,8 @@ std::string duplicates_in(const Results& results) {
             [](const auto* a, const auto* b) { return a->front() < b->front(); });
   std::string text;
   for (const auto* names : groups) {
-    fmt::format_to(std::back_inserter(text), "the same formula:\n");
-    for (std::string_view name : *names)
-      fmt::format_to(std::back_inserter(text), "  {}\n", on_one_line(name));
+    text += "the same formula:\n";
+    for (std::string_view name : *names) text += fmt::format("  {}\n", on_one_line(name));
   }
   return text;
 }

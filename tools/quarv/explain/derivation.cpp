@@ -4,7 +4,7 @@
 #include <sstream>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/trace.h>

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/trace.h>

@@ -5,7 +5,7 @@
 #include <set>
 #include <sstream>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "explain/term_text.h"
 #include "replay/replay_checker.h"

@@ -5,7 +5,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "io/command_line.h"
 

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/script_source.h"
 #include "batch/sha256.h"

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <unordered_map>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/reader.h>
@@ -77,8 +77,8 @@ class TreeMaker {
   }
 
   void append_row(std::size_t i, std::string& out) {
-    fmt::format_to(std::back_inserter(out), "[{},{:.0f},{}", head(terms_[i]), sizes_[i], became_[i]);
-    for (const Term* a : m_.args_of(terms_[i])) fmt::format_to(std::back_inserter(out), ",{}", rows_.at(a));
+    out += fmt::format("[{},{:.0f},{}", head(terms_[i]), sizes_[i], became_[i]);
+    for (const Term* a : m_.args_of(terms_[i])) out += fmt::format(",{}", rows_.at(a));
     out += ']';
   }
 

@@ -13,7 +13,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/sha256.h"
 #include "io/command_line.h"

@@ -6,7 +6,7 @@
 #include <system_error>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "io/input.h"
 #include "rules/rule_checker.h"

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <set>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "rules/solver_counterexample.h"
 
@@ -38,7 +38,7 @@ Assignment assignment(const Rule& rule, const RuleInstance& instance, const Rule
                       SolverProcess& solver) {
   Assignment found;
   const auto add = [&found](const std::string& name, const std::string& value) {
-    fmt::format_to(std::back_inserter(found.text), "{}{} = {}", found.text.empty() ? "" : ", ", name, value);
+    found.text += fmt::format("{}{} = {}", found.text.empty() ? "" : ", ", name, value);
   };
   for (std::size_t i = 0; i < rule.parameters.size(); ++i) {
     if (rule.parameters[i].source != rules::Parameter::Source::computed) {
@@ -234,7 +234,7 @@ std::string list_of_instances(const Rule& rule, const std::vector<std::size_t>& 
   std::string text = has_widths(rule) ? list_of_widths(widths) : formats.empty() ? "all values" : formats;
   const std::set<std::size_t> moduli = rules::moduli_to_try(rule);
   for (const std::size_t modulus : moduli) {
-    fmt::format_to(std::back_inserter(text), "{} {}", modulus == *moduli.begin() ? ", moduli" : ",", modulus);
+    text += fmt::format("{} {}", modulus == *moduli.begin() ? ", moduli" : ",", modulus);
   }
   return text;
 }
@@ -245,8 +245,7 @@ std::string list_of_formats(const Rule& rule) {
   if (!has_format) return {};
   std::string text;
   for (const rules::Format& f : rules::formats_to_try()) {
-    fmt::format_to(std::back_inserter(text), "{}{}+{}", text.empty() ? "formats " : ", ", f.exponent,
-                   f.significand);
+    text += fmt::format("{}{}+{}", text.empty() ? "formats " : ", ", f.exponent, f.significand);
   }
   return text;
 }
@@ -256,8 +255,8 @@ std::string list_of_widths(const std::vector<std::size_t>& widths) {
   for (std::size_t i = 0; i < widths.size();) {
     std::size_t last = i;
     while (last + 1 < widths.size() && widths[last + 1] == widths[last] + 1) ++last;
-    fmt::format_to(std::back_inserter(text), "{} {}", i == 0 ? "" : ",", widths[i]);
-    if (last > i) fmt::format_to(std::back_inserter(text), "-{}", widths[last]);
+    text += fmt::format("{} {}", i == 0 ? "" : ",", widths[i]);
+    if (last > i) text += fmt::format("-{}", widths[last]);
     i = last + 1;
   }
   return text;

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "reference/operations.h"
 #include "reference/random.h"

@@ -7,7 +7,7 @@
 #include <thread>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "commands.h"
 #include "io/command_line.h"

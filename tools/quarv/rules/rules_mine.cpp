@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "commands.h"
 #include "io/command_line.h"

@@ -1,13 +1,12 @@
 #include "simplify/statistics.h"
 
 #include <algorithm>
-#include <iterator>
 #include <string_view>
 #include <sys/resource.h>
 #include <utility>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <quarv/term/term_manager.h>
 
@@ -40,13 +39,13 @@ void append_counts(std::string& text, std::string_view title, std::string_view p
                    const std::vector<Count>& counts) {
   std::uint64_t sum = 0;
   for (const Count& c : counts) sum += c.second;
-  fmt::format_to(std::back_inserter(text), "{:<24}{:>12}\n", title, sum);
+  text += fmt::format("{:<24}{:>12}\n", title, sum);
   for (const auto& [name, count] : counts) {
     const std::string label = std::string(prefix) + name;
     const std::string number = std::to_string(count);
     const std::size_t rest =
         std::max(std::max<std::size_t>(label.size(), 34) - label.size(), number.size() + 1);
-    fmt::format_to(std::back_inserter(text), "  {}{:>{}}\n", label, number, rest);
+    text += fmt::format("  {}{:>{}}\n", label, number, rest);
   }
 }
 
@@ -85,7 +84,7 @@ std::uint64_t peak_memory() {
 std::string as_text(const Statistics& s) {
   std::string text;
   const auto line = [&text](std::string_view name, const std::string& value) {
-    fmt::format_to(std::back_inserter(text), "{:<24}{:>12}\n", name, value);
+    text += fmt::format("{:<24}{:>12}\n", name, value);
   };
   line("terms before", std::to_string(s.terms_before));
   line("terms after", std::to_string(s.terms_after));

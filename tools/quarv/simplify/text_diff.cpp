@@ -8,7 +8,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace quarv::cli {
 

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "io/output.h"
 #include "solver/s_expressions.h"

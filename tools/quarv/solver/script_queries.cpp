@@ -5,7 +5,7 @@
 #include <set>
 #include <stdexcept>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "solver/s_expressions.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "solver/s_expressions.h"
 #include <quarv/smtlib/read/lexer.h>

@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <unordered_set>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "solver/generalized_terms.h"
 #include "solver/s_expressions.h"

@@ -9,7 +9,7 @@
 #include <sys/wait.h>
 #include <system_error>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "rule_theorems/statement_writer.h"
 #include "rules/coq/coq_library.h"

@@ -7,7 +7,7 @@
 #include <unordered_map>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <quarv/term/operators.h>
 
@@ -263,19 +263,19 @@ std::string class_of(const Sample& sample) {
   const auto rank = [&ranks](std::size_t n) { return ranks.try_emplace(n, ranks.size()).first->second; };
   std::string text;
   for (const Node& node : sample.term.nodes) {
-    fmt::format_to(std::back_inserter(text), " {}.{}", static_cast<int>(node.kind), rank(node.width));
-    if (node.kind == Node::Kind::variable) fmt::format_to(std::back_inserter(text), "t{}", node.number);
+    text += fmt::format(" {}.{}", static_cast<int>(node.kind), rank(node.width));
+    if (node.kind == Node::Kind::variable) text += fmt::format("t{}", node.number);
     if (node.kind == Node::Kind::constant && node.number == 0) {
       text += node.value <= 1 ? (node.value == 0 ? "#0" : "#1") : "#-1";
     } else if (node.kind == Node::Kind::constant) {
-      fmt::format_to(std::back_inserter(text), "c{}", node.number);
+      text += fmt::format("c{}", node.number);
       if (sample.constants_fixed) text += kind_of(node.value, node.width);
     }
     if (node.op == nullptr) continue;
     text += node.op->word;
     for (const std::size_t index : node.indices) {
       const bool is_border = node.op->shape == rules::Shape::extract && &index == node.indices.data();
-      fmt::format_to(std::back_inserter(text), ",{}", rank(index + (is_border ? 1 : 0)));
+      text += fmt::format(",{}", rank(index + (is_border ? 1 : 0)));
     }
   }
   return text;

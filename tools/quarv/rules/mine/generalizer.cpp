@@ -6,7 +6,7 @@
 #include <span>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace quarv::cli {
 

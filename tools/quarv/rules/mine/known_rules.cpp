@@ -1,6 +1,6 @@
 #include "rules/mine/known_rules.h"
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <quarv/term/operators.h>
 #include <quarv/util/input_error.h>

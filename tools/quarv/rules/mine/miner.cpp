@@ -5,7 +5,7 @@
 #include <set>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "batch/sha256.h"
 #include "io/noted_signals.h"

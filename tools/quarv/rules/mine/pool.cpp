@@ -4,7 +4,7 @@
 #include <bit>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "reference/random.h"
 

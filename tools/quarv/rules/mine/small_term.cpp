@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 namespace quarv::cli {
 

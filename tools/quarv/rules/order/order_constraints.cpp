@@ -5,7 +5,7 @@
 #include <numeric>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include <quarv/term/operators.h>
 

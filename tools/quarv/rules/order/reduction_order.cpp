@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "rules/order/order_constraints.h"
 

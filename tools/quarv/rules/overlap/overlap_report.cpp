@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "io/noted_signals.h"
 #include "io/ordered_work.h"

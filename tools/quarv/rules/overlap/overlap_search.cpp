@@ -4,7 +4,7 @@
 #include <exception>
 #include <utility>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "rules/overlap/pattern_terms.h"
 #include "rules/overlap/rule_overlap.h"

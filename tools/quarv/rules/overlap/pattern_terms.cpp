@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <optional>
 
-#include <fmt/format.h>
+#include <fmt/core.h>
 
 #include "reference/random.h"
 #include <quarv/rules/rule_query.h>
