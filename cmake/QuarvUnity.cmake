@@ -1,5 +1,6 @@
-# Most of the time of compiling goes into headers that nearly all files include. So a folder's files are compiled together,
-# up to a number of them: names in unnamed namespaces must differ within a folder. Several groups keep several cores busy.
+# Most of the time of compiling goes into headers that nearly all files include. So the files of a folder are compiled
+# together, up to a number of them, and small folders with each other: names in unnamed namespaces must differ among them.
+# Several groups keep several cores busy.
 option(QUARV_UNITY "Compile the files of a folder together: from nothing this takes a third of the time" ON)
 
 # quarv_unity(TARGET LARGEST): to be called when TARGET has all its sources. A file name.cpp beside a folder name/ belongs
@@ -23,11 +24,16 @@ function(quarv_unity target largest)
     list(APPEND files_${key} ${source})
   endforeach()
   list(REMOVE_DUPLICATES folders)
+  set(filled ${largest})
   foreach(folder IN LISTS folders)
     string(MAKE_C_IDENTIFIER ${folder} key)
     list(LENGTH files_${key} count)
+    math(EXPR filled "${filled} + ${count}")
+    if(filled GREATER largest)
+      set(filled ${count})
+      cmake_path(GET folder FILENAME name)
+    endif()
     math(EXPR groups "(${count} + ${largest} - 1) / ${largest}")
-    cmake_path(GET folder FILENAME name)
     set(index 0)
     foreach(source IN LISTS files_${key})
       math(EXPR group "${index} * ${groups} / ${count} + 1")

@@ -26,7 +26,7 @@ namespace quarv::cli {
 
 namespace {
 
-struct Arguments {
+struct CertifyArguments {
   std::string input = "-";
   bool steps = false;
   std::string solver = "z3";
@@ -59,7 +59,8 @@ An output that the solver does not understand, though it understands the input, 
 Exit status: 0 when nothing was refuted and no query failed; 1 otherwise, for errors in the input, and for a solver that
 does not know that false is unsatisfiable and a constant is satisfiable.)";
 
-std::unique_ptr<QuerySet> make_queries(const Arguments& arguments, const Input& input, std::string& output) {
+std::unique_ptr<QuerySet> make_queries(const CertifyArguments& arguments, const Input& input,
+                                       std::string& output) {
   const smtlib::SimplifyOptions options = read_options(arguments.how);
   if (arguments.steps) return std::make_unique<StepQueries>(input.text(), input.name(), options);
   std::ostringstream simplified;
@@ -68,7 +69,7 @@ std::unique_ptr<QuerySet> make_queries(const Arguments& arguments, const Input& 
   return std::make_unique<ScriptQueries>(input.text(), output, input.name());
 }
 
-int certify(const Arguments& arguments) {
+int certify(const CertifyArguments& arguments) {
   const Input input(arguments.input);
   std::string output;  // the queries refer to it
   std::optional<WaitingNote> note("simplifying " + input.name());
@@ -116,7 +117,7 @@ int certify(const Arguments& arguments) {
 void add_certify(const CommandLine& program, int& status) {
   const CommandLine command =
       program.subcommand("certify", "Let an SMT solver prove that nothing changed its meaning");
-  const auto arguments = std::make_shared<Arguments>();
+  const auto arguments = std::make_shared<CertifyArguments>();
   command.option("FILE", arguments->input, "SMT-LIB 2 script; - is standard input").type("").shows_default();
   command.flag("--steps", arguments->steps, "Prove each step of simplification instead of each term");
   command.option("--solver", arguments->solver, "z3, cvc5, or a command that reads SMT-LIB 2")

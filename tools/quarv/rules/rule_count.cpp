@@ -98,10 +98,10 @@ struct Variation {
   std::size_t rule, script;
 };
 
-class Counter {
+class ScriptCounter {
  public:
-  Counter(std::size_t num_scripts, const std::function<std::string(std::size_t)>& text,
-          const SessionOptions& options, unsigned jobs)
+  ScriptCounter(std::size_t num_scripts, const std::function<std::string(std::size_t)>& text,
+                const SessionOptions& options, unsigned jobs)
       : text_(text), options_(options), jobs_(jobs), terms_(num_scripts) {}
 
   RuleCounts run() {
@@ -194,7 +194,7 @@ double RuleCount::cost() const {
 
 RuleCounts count_rules(std::size_t num_scripts, const std::function<std::string(std::size_t)>& text,
                        const SessionOptions& options, unsigned jobs) {
-  return Counter(num_scripts, text, options, jobs).run();
+  return ScriptCounter(num_scripts, text, options, jobs).run();
 }
 
 }  // namespace quarv::cli

@@ -25,7 +25,7 @@ namespace quarv::cli {
 
 namespace {
 
-constexpr const char* footer = R"(Examples:
+constexpr const char* examples = R"(Examples:
   quarv rules mine queries -o mined.rules    find rules in the scripts of a folder
   quarv rules mine queries -o mined.rules --time-limit 600 --state mined.state
                                              stop after ten minutes; the same command goes on later
@@ -164,7 +164,7 @@ void add_rules_mine(const CommandLine& rules, int& status) {
   const CommandLine command = rules.subcommand("mine", "Find rules that make scripts smaller");
   const auto arguments = std::make_shared<MineArguments>();
   arguments->how.jobs = std::max(1u, std::thread::hardware_concurrency());
-  command.footer(footer);
+  command.footer(examples);
   command.option("PATH", arguments->paths, "Files, folders and archives").type("");
   command.option("-o,--output", arguments->output, "Where to write the rules; - is standard output")
       .type("FILE.rules")

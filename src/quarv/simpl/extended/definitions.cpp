@@ -143,16 +143,16 @@ class Definitions {
 template <class Visit>
 void each_conjunct(TermManager& m, FreeVariables& free, const BoundVariables& variables, const Term* body,
                    bool holds, std::size_t most, Visit visit) {
-  struct Said {
+  struct Part {
     const Term* formula;
     bool holds;
   };
   constexpr std::size_t cost = 8;  // of a conjunct, in steps from term to term
   hsh::HashSet<const Term*> seen;  // connectives, which may share parts
-  std::vector<Said> pending{{body, holds}};
+  std::vector<Part> pending{{body, holds}};
   std::size_t num = 0;
   for (; !pending.empty() && num < most; ++num) {
-    Said s = pending.back();
+    Part s = pending.back();
     pending.pop_back();
     for (; s.formula->symbol == m.not_symbol; s.formula = s.formula->args[0]) s.holds = !s.holds;
     if (!free.any_may_occur(m, variables, s.formula)) continue;
