@@ -33,6 +33,8 @@ Session::Session(SessionOptions options) : options_(std::move(options)), rebuild
   }
 }
 
+Session::~Session() = default;
+
 /// The extended rules have names alone: those disabled by number are to be found before they are there.
 void Session::disable_rules(bool by_number) {
   for (const std::string& rule : options_.disabled_rules) {

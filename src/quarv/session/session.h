@@ -60,6 +60,7 @@ class QUARV_API Session {
 
   /// Throws InputError for a rule file with an error, and UnknownRule.
   explicit Session(SessionOptions options = {});
+  ~Session();
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
 #include <quarv/export.h>
 
@@ -14,13 +13,7 @@ namespace quarv {
 class QUARV_API InputError : public std::runtime_error {
  public:
   InputError(const std::string& file, std::size_t line, std::size_t column, const std::string& message,
-             std::string excerpt = {})
-      : std::runtime_error(file + ':' + std::to_string(line) + ':' + std::to_string(column) +
-                           ": error: " + message),
-        message_(message),
-        excerpt_(std::move(excerpt)),
-        line_(line),
-        column_(column) {}
+             std::string excerpt = {});
 
   /// The message alone, without the place.
   const std::string& message() const noexcept { return message_; }

@@ -85,6 +85,8 @@ Reader::Reader(Session& session, Options options)
   base_scopes_ = {names_.scope(), sorts_.scope()};
 }
 
+Reader::~Reader() = default;
+
 // Tokens and messages.
 // ---------------------------------------------------------------------------------------------------------
 

@@ -75,6 +75,9 @@ class QUARV_API Reader {
   using Options = ReaderOptions;
 
   explicit Reader(Session& session, Options options = {});
+  ~Reader();
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
 
   /// Reads all commands of `text`. The script keeps what it needs of the text; its terms are the manager's.
   /// `file` is for messages. Throws InputError; the script read so far is lost.
