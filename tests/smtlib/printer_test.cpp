@@ -218,6 +218,22 @@ TEST(Printer, RoundsThatGoInCirclesEnd) {
   EXPECT_EQ(once.str(), twice.str());
 }
 
+/// Whoever reads the output takes the printer's definition for the user's own, and uses it in each place.
+TEST(Printer, SettlesAsReadersTakeItsDefinitions) {
+  const std::string text =
+      "(declare-fun f (Int) Int)(declare-fun g (Int) Int)"
+      "(declare-const i Int)(declare-const j Int)(declare-const k Int)"
+      "(assert (ite (= (f (+ (- 1) i j)) (g (+ (- 1) i j))) false (! true :named n)))"
+      "(assert (= 1 (mod (+ (- 1) i j) k)))";
+  SimplifyOptions options;
+  options.smallest = false;
+  std::ostringstream once, twice;
+  simplify_script(text, "in.smt2", once, options);
+  EXPECT_NE(once.str().find("(assert (= (mod $1 k) 1))"), std::string::npos) << once.str();
+  simplify_script(once.str(), "in.smt2", twice, options);
+  EXPECT_EQ(once.str(), twice.str());
+}
+
 /// What a name stands for is not defined a second time for those who use the name.
 TEST(Printer, NamedTermsAreWrittenOnce) {
   const std::string text =
@@ -435,10 +451,14 @@ TEST(Printer, NoDefinitionSaysWhatAnotherOneSays) {
     const std::string text = declarations + definition + sum + ")\n(assert (f d))\n(assert (g d))\n";
     EXPECT_EQ(simplified(text), text);
   }
-  // What is in force no more has no name.
-  const std::string popped = declarations + "(push 1)\n(define-fun d () " + sum + ")\n(pop 1)\n";
-  EXPECT_EQ(simplified(popped + "(assert (f (+ x x (- 1) y)))(assert (g (+ x x (- 1) y)))"),
-            popped + "(define-fun $1 () " + sum + ")\n(assert (f $1))\n(assert (g $1))\n");
+  // What is in force no more has no name. A name for those who need one later does for it, too.
+  const std::string popped = "(push 1)\n(define-fun d () ";
+  const std::string settled = declarations + "(define-fun $2 () " + sum + ")\n" + popped +
+                              "Int $2)\n(pop 1)\n(assert (f $2))\n(assert (g $2))\n";
+  EXPECT_EQ(simplified(declarations + popped + sum +
+                       ")\n(pop 1)\n(assert (f (+ x x (- 1) y)))(assert (g (+ x x (- 1) y)))"),
+            settled);
+  EXPECT_EQ(simplified(settled), settled);
 }
 
 TEST(Printer, RedeclaredNamesAreDifferentSymbols) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <ostream>
+#include <set>
 #include <sstream>
 #include <tuple>
 #include <utility>
@@ -71,17 +72,33 @@ bool has_own_name(std::string_view text, std::uint64_t largest_of_user) {
 
 /// Forgets the definitions that the printer made, whose names have numbers above all that the user gave: it
 /// makes them anew, where they are needed now. Were they kept, another name for the same term could be added
-/// in each round.
-void forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
-  std::erase_if(script.commands, [largest_of_user](const Command& c) {
+/// in each round. Whether there were any.
+bool forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
+  const std::size_t num = std::erase_if(script.commands, [largest_of_user](const Command& c) {
     return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user;
   });
   // Nor can a text be kept that has such a name: the printer wrote it.
+  bool any = num != 0;
   for (std::string_view& text : script.term_texts) {
-    if (has_own_name(text, largest_of_user)) text = {};
+    if (!has_own_name(text, largest_of_user)) continue;
+    text = {};
+    any = true;
   }
   script.largest_dollar_name = largest_of_user;
   script.largest_dollar_definition = 0;
+  return any;
+}
+
+/// Of the printer's definitions of one term one is enough, where all others are kept.
+void forget_repeated(Script& script, std::uint64_t largest_of_user) {
+  std::set<std::pair<const Term*, const DataType*>> defined;  // searched, never walked
+  const std::size_t num = std::erase_if(script.commands, [&](const Command& c) {
+    return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user &&
+           !defined.emplace(script.terms[c.first_term], script.sorts[c.first_term]).second;
+  });
+  for (std::string_view& text : script.term_texts) {
+    if (num != 0 && has_own_name(text, largest_of_user)) text = {};
+  }
 }
 
 /// Whether the choice is smaller than the text that it was made from, or as small and has a shorter text;
@@ -163,6 +180,7 @@ class Rounds {
   bool is_first() const noexcept { return report_.rounds == 1; }
   std::optional<Printed> round();
   PrintResult print_chosen(const ChosenScript& chosen, std::string& text) const;
+  void print_normal_form(const TermManager& manager, Script& script, std::string& text);
   Script read(Session& session, Reader& reader);
   bool is_better(const Printed& printed);
   bool is_last(const Printed& printed);
@@ -209,7 +227,7 @@ std::optional<Rounds::Printed> Rounds::round() {
   if (smallest_) written.emplace(session.manager());
   Reader reader(session, {.written = written ? &*written : nullptr, .lenient = options_.lenient});
   const auto start = std::chrono::steady_clock::now();
-  const Script script = read(session, reader);
+  Script script = read(session, reader);
   report_.read_seconds += seconds_since(start);
   const auto read = std::chrono::steady_clock::now();
   Printed printed;
@@ -222,10 +240,13 @@ std::optional<Rounds::Printed> Rounds::round() {
   }
   shrinks_ = shrinks_ && chosen != nullptr;
   try {
-    const PrintResult result = chosen != nullptr ? print_chosen(*chosen, printed.text)
-                                                 : print_to(printed.text, longest_round(longest_),
-                                                            session.manager(), script, options_.sharing);
-    printed.length = printed.text.size() - result.length_of_telling;
+    if (chosen != nullptr) {
+      const PrintResult result = print_chosen(*chosen, printed.text);
+      printed.length = printed.text.size() - result.length_of_telling;
+    } else {
+      print_normal_form(session.manager(), script, printed.text);
+      printed.length = printed.text.size();
+    }
   } catch (const BoundedText::TooLong&) {
     return std::nullopt;
   }
@@ -250,11 +271,28 @@ PrintResult Rounds::print_chosen(const ChosenScript& chosen, std::string& text) 
   }
 }
 
+/// What has settled must have settled for whoever reads it, who takes the printer's definitions for the
+/// user's own. Until then they are made anew; where that leads nowhere else, they are kept.
+void Rounds::print_normal_form(const TermManager& manager, Script& script, std::string& text) {
+  const std::size_t longest = longest_round(longest_);
+  print_to(text, longest, manager, script, options_.sharing);
+  const bool is_settled = is_first() || smallest_ || keeps_definitions_ || text == text_;
+  if (is_settled || !forget_own_definitions(script, largest_of_user_)) return;
+  std::string anew;
+  print_to(anew, longest, manager, script, options_.sharing);
+  keeps_definitions_ = anew == text_;
+  if (!keeps_definitions_) text = std::move(anew);
+}
+
 /// A further round repeats what the first one did: only that one is observed.
 Script Rounds::read(Session& session, Reader& reader) {
   if (!is_first()) {
     Script script = reader.read_in_place(text_, file_);
-    if (!shrinks_ && !keeps_definitions_) forget_own_definitions(script, largest_of_user_);
+    if (keeps_definitions_) {
+      forget_repeated(script, largest_of_user_);
+    } else if (smallest_ && !shrinks_) {
+      forget_own_definitions(script, largest_of_user_);
+    }
     return script;
   }
   Script script = read_observed(session, reader, text_, file_, options_);
