@@ -250,6 +250,10 @@ TEST_F(ReplayReasons, QuantifiedVariablesThatDecideNothing) {
       {"(exists ((z (_ BitVec 8))) (not (= (bvadd z #x01) a)))", "false", false},
       {"(forall ((z (_ BitVec 8))) (not (= (bvadd z #x01) a)))", "false", true},
       {"(forall ((z (_ BitVec 8))) (= (bvadd z #x01) a))", "true", false},
+      {"(exists ((z Bool)) (not (= z (p x))))", "true", true},
+      {"(forall ((z Bool)) (= z (p x)))", "false", true},
+      {"(exists ((z Bool)) (not (= z (and z (p x)))))", "true", false},
+      {"(forall ((z Bool)) (= z (or z (p x))))", "false", false},
       {"(forall ((z (_ BitVec 8))) (or (p x) (not (= (bvadd z c) a))))", "(p x)", true},
       {"(forall ((z (_ BitVec 8))) (or (= z c) (not (= (bvadd z c) a))))", "false", false},
   };

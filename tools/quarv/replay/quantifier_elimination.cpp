@@ -271,12 +271,13 @@ bool QuantifierElimination::takes_all_values(Id word, Id variable) const {
   return true;
 }
 
-/// An equation of words that some value of a variable solves.
+/// An equation of words that some value of a variable solves; of truth values another one does not.
 bool QuantifierElimination::is_solvable(const Formula& f, Id part) const {
   const Id atom = atom_of(part);
   const Expression& e = terms_.term(atom);
-  if ((atom != part) != f.for_all || !e.is("=", 2)) return false;
+  if (!e.is("=", 2)) return false;
   const Id a = static_cast<Id>(e.args[0]), b = static_cast<Id>(e.args[1]);
+  if ((atom != part) != f.for_all && terms_.sort_of(a).kind != TraceSort::boolean) return false;
   return std::ranges::any_of(f.variables, [&](Id v) {
     return (!occurs(v, b) && takes_all_values(a, v)) || (!occurs(v, a) && takes_all_values(b, v));
   });

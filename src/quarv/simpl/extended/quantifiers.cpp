@@ -140,6 +140,18 @@ bool is_solvable(TermManager& m, FreeVariables& free, const BoundVariables& vari
   return false;
 }
 
+/// Whether a truth value is compared with a term in which it does not occur: both outcomes are possible.
+bool is_open_equivalence(TermManager& m, FreeVariables& free, const BoundVariables& variables,
+                         const Term* formula) {
+  const Term* atom = formula->symbol == m.not_symbol ? formula->args[0] : formula;
+  if (!has_tag(m, atom, SymbolTag::IFF)) return false;
+  for (int i = 0; i < 2; ++i) {
+    const Term* x = atom->args[i];
+    if (variables.contains(x) && !free.may_occur(m, x, atom->args[1 - i])) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 /// Sorts are not empty, so a variable that does not occur needs no quantifier.
@@ -155,7 +167,8 @@ const Term* simplify_quantifier(TermManager& m, FreeVariables& free, const Symbo
   if (universal && formula->symbol == m.not_symbol && is_solvable(m, free, variables, formula->args[0])) {
     return m.false_term;
   }
-  if (is_unbounded(m, free, variables, formula)) return m.make_bool(!universal);
+  if (is_unbounded(m, free, variables, formula) || is_open_equivalence(m, free, variables, formula))
+    return m.make_bool(!universal);
   if (annotated) return nullptr;
   std::vector<const Term*> others;
   if (const Term* t = with_definitions(m, free, universal, variables, body, others)) {
