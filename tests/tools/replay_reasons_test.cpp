@@ -291,4 +291,26 @@ TEST_F(ReplayReasons, ProductsOfManyFactors) {
   expect_justified(declared, steps);
 }
 
+/// A quotient by a constant, and the remainder, have zeros on top.
+TEST_F(ReplayReasons, BoundsOfWideQuotients) {
+  const std::string declared =
+      "(declare-const x (_ BitVec 32))(declare-const y (_ BitVec 32))(declare-const b (_ BitVec 8))";
+  const Formulas steps[] = {
+      {"(= ((_ extract 31 7) (bvurem x #x00000064)) (_ bv0 25))", "true", true},
+      {"(= ((_ extract 31 6) (bvurem x #x00000064)) (_ bv0 26))", "true", false},
+      {"(= ((_ extract 31 7) (bvurem x #x00000081)) (_ bv0 25))", "true", false},
+      {"(bvult (bvashr (bvudiv x #x00000003) #x0000001f) #x00000001)", "true", true},
+      {"(= ((_ extract 31 30) (bvudiv x #x00000005)) #b00)", "true", true},
+      {"(= ((_ extract 31 30) (bvudiv x #x00000003)) #b00)", "true", false},
+      {"(= ((_ extract 31 7) (bvudiv ((_ zero_extend 24) b) #x00000003)) (_ bv0 25))", "true", true},
+      {"(= ((_ extract 31 6) (bvudiv ((_ zero_extend 24) b) #x00000003)) (_ bv0 26))", "true", false},
+      {"(= ((_ extract 31 8) (bvurem ((_ zero_extend 24) b) y)) (_ bv0 24))", "true", true},
+      {"(= ((_ extract 31 7) (bvurem ((_ zero_extend 24) b) y)) (_ bv0 25))", "true", false},
+      {"(= ((_ extract 31 8) (bvudiv ((_ zero_extend 24) b) y)) (_ bv0 24))", "true", false},
+      {"(= (bvurem #x00000000 y) #x00000000)", "true", true},
+      {"(= (bvudiv #x00000000 y) #x00000000)", "true", false},
+  };
+  expect_justified(declared, steps);
+}
+
 }  // namespace

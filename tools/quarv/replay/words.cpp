@@ -182,10 +182,21 @@ std::pair<Word, Word> Words::divide(Word a, Word b) {
     result.first = word(std::move(quotient));
     result.second = word(std::move(rest));
   } else {
-    result.first = variable(w);
-    result.second = variable(w);
+    // Neither is more than the dividend divided by a constant, or the dividend and the constant.
+    const std::size_t most_bits = w - leading_zeros(words_[a]);
+    const mpz_class largest = (mpz_class(1) << most_bits) - 1;
+    const auto num_bits = [](const mpz_class& value) { return mpz_sizeinbase(value.get_mpz_t(), 2); };
+    result.first = variable(y ? num_bits(largest / *y) : w, w);
+    result.second = variable(y ? std::min(num_bits(*y - 1), most_bits) : most_bits, w);
   }
   return result;
+}
+
+/// So many bits that may be anything, and zeros on top of them.
+Word Words::variable(std::size_t num_open, std::size_t width) {
+  Bits bits = words_[variable(num_open)];
+  bits.resize(width, no);
+  return word(std::move(bits));
 }
 
 }  // namespace quarv::cli

@@ -84,6 +84,7 @@ class Words {
   Bit bitwise_equal(Word a, Word b);
   static std::string text(const Sum& sum);
 
+  Word variable(std::size_t num_open, std::size_t width);
   std::pair<Bits, Bits> divided_bits(const Bits& a, const Bits& b);
   std::uint32_t prefix(std::uint32_t before, Bit next);
 
