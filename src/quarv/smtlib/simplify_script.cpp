@@ -70,35 +70,40 @@ bool has_own_name(std::string_view text, std::uint64_t largest_of_user) {
   return false;
 }
 
-/// Forgets the definitions that the printer made, whose names have numbers above all that the user gave: it
-/// makes them anew, where they are needed now. Were they kept, another name for the same term could be added
-/// in each round. Whether there were any.
-bool forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
-  const std::size_t num = std::erase_if(script.commands, [largest_of_user](const Command& c) {
-    return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user;
-  });
-  // Nor can a text be kept that has such a name: the printer wrote it.
-  bool any = num != 0;
+/// Whether the printer made the definition: its name has a number above all that the user gave.
+bool is_own_definition(const Command& c, std::uint64_t largest_of_user) {
+  return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user;
+}
+
+/// No text can be kept that has such a name: the printer wrote it. Whether there were any.
+bool forget_own_texts(Script& script, std::uint64_t largest_of_user) {
+  bool any = false;
   for (std::string_view& text : script.term_texts) {
     if (!has_own_name(text, largest_of_user)) continue;
     text = {};
     any = true;
   }
+  return any;
+}
+
+/// Forgets the printer's definitions: it makes them anew, where they are needed now. Were they kept, another
+/// name for the same term could be added in each round. Whether there were any.
+bool forget_own_definitions(Script& script, std::uint64_t largest_of_user) {
+  const std::size_t num =
+      std::erase_if(script.commands, [&](const Command& c) { return is_own_definition(c, largest_of_user); });
   script.largest_dollar_name = largest_of_user;
   script.largest_dollar_definition = 0;
-  return any;
+  return forget_own_texts(script, largest_of_user) || num != 0;
 }
 
 /// Of the printer's definitions of one term one is enough, where all others are kept.
 void forget_repeated(Script& script, std::uint64_t largest_of_user) {
   std::set<std::pair<const Term*, const DataType*>> defined;  // searched, never walked
   const std::size_t num = std::erase_if(script.commands, [&](const Command& c) {
-    return c.kind == Command::Kind::define && dollar_number(c.name) > largest_of_user &&
+    return is_own_definition(c, largest_of_user) &&
            !defined.emplace(script.terms[c.first_term], script.sorts[c.first_term]).second;
   });
-  for (std::string_view& text : script.term_texts) {
-    if (num != 0 && has_own_name(text, largest_of_user)) text = {};
-  }
+  if (num != 0) forget_own_texts(script, largest_of_user);
 }
 
 /// Whether the choice is smaller than the text that it was made from, or as small and has a shorter text;
@@ -276,8 +281,8 @@ PrintResult Rounds::print_chosen(const ChosenScript& chosen, std::string& text) 
 void Rounds::print_normal_form(const TermManager& manager, Script& script, std::string& text) {
   const std::size_t longest = longest_round(longest_);
   print_to(text, longest, manager, script, options_.sharing);
-  const bool is_settled = is_first() || smallest_ || keeps_definitions_ || text == text_;
-  if (is_settled || !forget_own_definitions(script, largest_of_user_)) return;
+  const bool makes_anew = !is_first() && !smallest_ && !keeps_definitions_;
+  if (!makes_anew || text == text_ || !forget_own_definitions(script, largest_of_user_)) return;
   std::string anew;
   print_to(anew, longest, manager, script, options_.sharing);
   keeps_definitions_ = anew == text_;

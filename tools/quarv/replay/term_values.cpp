@@ -152,7 +152,7 @@ TermValues::Value TermValues::combined(Id id) {
   const Expression& e = terms_.term(id);
   if (e.kind == Expression::value) return literal(id);
   if (const auto known = constant(e)) return *known;
-  if (e.kind == Expression::function || e.args.empty()) return application(id);
+  if (e.kind == Expression::function || e.args.empty()) return application(e);
   if (e.op == "!") return argument(e, 0);
   std::optional<Value> v;
   if (e.op == "ite" && e.args.size() == 3) {
@@ -170,7 +170,7 @@ TermValues::Value TermValues::combined(Id id) {
     v = number(e);
   }
   if (!v && e.op != "=") v = evaluated(e);
-  return v ? *v : application(id);
+  return v ? *v : application(e);
 }
 
 /// The truth values and the rounding modes.
@@ -301,8 +301,7 @@ std::string TermValues::operator_key(const Expression& e) const {
 }
 
 /// A term by its operator and the values of its arguments.
-TermValues::Value TermValues::application(Id id) {
-  const Expression& e = terms_.term(id);
+TermValues::Value TermValues::application(const Expression& e) {
   Thing t;
   t.op = operator_key(e);
   for (std::size_t i = 0; i < e.args.size(); ++i) {

@@ -120,7 +120,7 @@ class TermValues {
   std::optional<Value> evaluated(const Expression& e);
   std::optional<Value> evaluated(const Expression& e, std::span<const LiteralEvaluation::Argument> args);
   std::string operator_key(const Expression& e) const;
-  Value application(Id id);
+  Value application(const Expression& e);
   Value application(Thing t, const Expression& e);
   Value rounding_mode(std::size_t sort, Word w);
   void equate(Value a, Value b, bool is_word);
@@ -146,6 +146,7 @@ class TermValues {
   Word float_word(const TraceSort& format, const Bits& bits);
   Word float_constant(const TraceSort& format, mpz_class encoded);
   Word negated_float(const TraceSort& format, Word a, Bit if_so);
+  Word magnitude(Word a);
   Bit float_less(const TraceSort& format, Word a, Word b, bool or_equal);
   std::optional<Value> float_value(const Expression& e);
   std::optional<Value> float_with_constant(const Expression& e, const TraceSort& format);

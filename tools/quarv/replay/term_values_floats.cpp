@@ -11,6 +11,19 @@ namespace quarv::cli {
 using Bits = Words::Bits;
 using Word = Words::Word;
 
+namespace {
+
+mpz_class encoded_infinity(const TraceSort& format) {
+  return ((mpz_class(1) << format.width) - 1) << (format.significand - 1);
+}
+
+/// The one NaN that stands for all.
+mpz_class encoded_nan(const TraceSort& format) {
+  return encoded_infinity(format) + 1;
+}
+
+}  // namespace
+
 bool TermValues::is_float(const Expression& e) const {
   return terms_.sort(e.sort).kind == TraceSort::floating_point && is_word(e);
 }
@@ -35,22 +48,26 @@ TermValues::Encoding TermValues::encoding(const TraceSort& format, Word w) {
 /// The word with the one NaN instead of any other.
 TermValues::Word TermValues::float_word(const TraceSort& format, const Bits& bits) {
   const Bit nan = encoding(format, words_.word(bits)).nan;
-  mpz_class encoded = ((mpz_class(1) << format.width) - 1) << (format.significand - 1);
-  mpz_setbit(encoded.get_mpz_t(), 0);
-  return words_.choice(nan, words_.constant(encoded, bits.size()), words_.word(bits));
+  return words_.choice(nan, words_.constant(encoded_nan(format), bits.size()), words_.word(bits));
 }
 
 /// The same for a constant.
 TermValues::Word TermValues::float_constant(const TraceSort& format, mpz_class encoded) {
-  const mpz_class infinity = ((mpz_class(1) << format.width) - 1) << (format.significand - 1);
+  const mpz_class infinity = encoded_infinity(format);
   const mpz_class fraction = (mpz_class(1) << (format.significand - 1)) - 1;
-  if ((encoded & infinity) == infinity && (encoded & fraction) != 0) encoded = infinity + 1;
+  if ((encoded & infinity) == infinity && (encoded & fraction) != 0) encoded = encoded_nan(format);
   return words_.constant(encoded, format.width + format.significand);
 }
 
 TermValues::Word TermValues::negated_float(const TraceSort& format, Word a, Bit if_so) {
   Bits bits = words_.bits(a);
   bits.back() = graph_.parity(bits.back(), graph_.both(if_so, encoding(format, a).nan ^ 1U));
+  return words_.word(std::move(bits));
+}
+
+TermValues::Word TermValues::magnitude(Word a) {
+  Bits bits = words_.bits(a);
+  bits.back() = BitGraph::no;
   return words_.word(std::move(bits));
 }
 
@@ -65,11 +82,7 @@ std::optional<TermValues::Value> TermValues::float_value(const Expression& e) {
   if (n == 2 && e.op == "to_fp" && is_float(terms_.term(static_cast<Id>(e.args[1]))))
     return converted_float(e);
   if (n == 1 && e.op == "fp.neg") return negated_float(format, argument(e, 0), BitGraph::yes);
-  if (n == 1 && e.op == "fp.abs") {
-    Bits bits = words_.bits(argument(e, 0));
-    bits.back() = BitGraph::no;
-    return words_.word(std::move(bits));
-  }
+  if (n == 1 && e.op == "fp.abs") return magnitude(argument(e, 0));
   if (e.op == "fp.min" || e.op == "fp.max") return extremum(e, format);
   if (const auto known = float_with_constant(e, format)) return known;
   if (e.op == "fp.roundToIntegral") return rounded_float(e, format);
@@ -106,37 +119,29 @@ TermValues::Value TermValues::converted_float(const Expression& e) {
 TermValues::Word TermValues::converted(const TraceSort& source, Word a, const TraceSort& target, Word rounded,
                                        bool is_exact) {
   const Encoding x = encoding(source, a), y = encoding(target, rounded);
-  const mpz_class infinity = ((mpz_class(1) << target.width) - 1) << (target.significand - 1);
   const auto constant = [&](const mpz_class& n) { return words_.constant(n, words_.width(rounded)); };
   const Bit impossible = is_exact ? graph_.either(y.nan, graph_.either(y.infinite, y.zero)) : y.nan;
   Word result = words_.choice(impossible, constant(1), rounded);
-  result = words_.choice(x.zero, constant(0), words_.choice(x.infinite, constant(infinity), result));
+  result = words_.choice(x.zero, constant(0),
+                         words_.choice(x.infinite, constant(encoded_infinity(target)), result));
   Bits bits = words_.bits(result);
   bits.back() = x.sign;
-  return words_.choice(x.nan, constant(infinity + 1), words_.word(std::move(bits)));
+  return words_.choice(x.nan, constant(encoded_nan(target)), words_.word(std::move(bits)));
 }
 
 /// What is made of an integer, a bit-vector or a fraction is a number.
 TermValues::Value TermValues::float_of_number(const Expression& e, const TraceSort& format) {
-  Thing t;
-  t.op = operator_key(e);
-  for (std::size_t i = 0; i < e.args.size(); ++i)
-    t.args.emplace_back(argument(e, i), is_word(static_cast<Id>(e.args[i])));
-  const Word any = application(std::move(t), e);
+  const Word any = application(e);
   return words_.choice(encoding(format, any).nan, words_.constant(0, words_.width(any)), any);
 }
 
 /// Of two factors, or of what is divided and by what, only whether the signs differ counts.
 TermValues::Value TermValues::scaled_float(const Expression& e) {
-  const auto magnitude = [this](Bits bits) {
-    bits.back() = BitGraph::no;
-    return words_.word(std::move(bits));
-  };
   const TraceSort& format = terms_.sort(e.sort);
   const Word a = argument(e, 1), b = argument(e, 2);
   const Encoding x = encoding(format, a), y = encoding(format, b);
   const Bit numbers = graph_.both(x.nan ^ 1U, y.nan ^ 1U);
-  Word first = magnitude(words_.bits(a)), second = magnitude(words_.bits(b));
+  Word first = magnitude(a), second = magnitude(b);
   if (e.op == "fp.mul" && second < first) std::swap(first, second);
   Thing t;
   t.op = operator_key(e);
