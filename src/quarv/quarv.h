@@ -10,10 +10,10 @@
 #include <quarv/numbers/swflt/exception_flags.h>
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/extended_rules.h>
-#include <quarv/rules/rule_in_words.h>
+#include <quarv/rules/language/rule_language.h>
+#include <quarv/rules/queries/rule_in_words.h>
+#include <quarv/rules/queries/rule_query.h>
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/rules/rule_language.h>
-#include <quarv/rules/rule_query.h>
 #include <quarv/rules/simplification_observer.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/session/model.h>

@@ -9,10 +9,10 @@
 #include <gtest/gtest.h>
 
 #include "term/operator_table.h"
-#include <quarv/rules/rule_in_words.h>
+#include <quarv/rules/queries/rule_in_words.h>
+#include <quarv/rules/queries/rule_query.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/rules/rule_operations.h>
-#include <quarv/rules/rule_query.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/term/operators.h>
 #include <quarv/term/real_to_float.h>

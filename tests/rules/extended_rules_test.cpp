@@ -8,8 +8,8 @@
 #include "support/test_scale.h"
 #include <quarv/rules/bitvector_rules.h>
 #include <quarv/rules/extended_rules.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/rules/rule_language.h>
 #include <quarv/rules/term_normalizer.h>
 
 namespace quarv {

@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/term/operators.h>
 #include <quarv/term/term_manager.h>
 

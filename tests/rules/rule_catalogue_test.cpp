@@ -9,8 +9,8 @@
 #include "rule_values.h"
 #include "support/test_scale.h"
 #include <quarv/rules/bitvector_rules.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/rules/rule_language.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/term/term_manager.h>
 

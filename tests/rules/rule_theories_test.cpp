@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <quarv/rules/rule_in_words.h>
+#include <quarv/rules/queries/rule_in_words.h>
+#include <quarv/rules/queries/rule_query.h>
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/rules/rule_query.h>
 #include <quarv/term/real_to_float.h>
 #include <quarv/term/term_manager.h>
 

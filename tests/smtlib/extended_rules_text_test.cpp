@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <quarv/rules/extended_rules.h>
+#include <quarv/rules/queries/rule_query.h>
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/rules/rule_query.h>
 #include <quarv/rules/term_normalizer.h>
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/reader.h>

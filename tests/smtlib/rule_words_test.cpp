@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "reference/library_terms.h"
+#include <quarv/rules/queries/rule_query.h>
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/rules/rule_query.h>
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/read/reader.h>

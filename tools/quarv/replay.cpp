@@ -20,7 +20,7 @@
 #include "replay/unfolding.h"
 #include "rules/own_rules.h"
 #include "rules/rule_catalogue.h"
-#include <quarv/rules/rule_orders.h>
+#include <quarv/rules/language/rule_orders.h>
 
 namespace quarv::cli {
 

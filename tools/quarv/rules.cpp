@@ -24,7 +24,7 @@
 #include "rules/rule_catalogue.h"
 #include "rules/rule_checker.h"
 #include "rules/rule_count.h"
-#include <quarv/rules/rule_in_words.h>
+#include <quarv/rules/queries/rule_in_words.h>
 
 namespace quarv::cli {
 

@@ -14,7 +14,7 @@
 
 #include "statement_writer.h"
 #include "witness_finder.h"
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "batch/sha256.h"
-#include <quarv/rules/rule_orders.h>
+#include <quarv/rules/language/rule_orders.h>
 
 namespace rule_theorems {
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <vector>
 
-#include <quarv/rules/rule_instance.h>
-#include <quarv/rules/rule_orders.h>
+#include <quarv/rules/language/rule_orders.h>
+#include <quarv/rules/queries/rule_instance.h>
 
 namespace rule_theorems {
 

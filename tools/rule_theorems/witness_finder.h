@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace rule_theorems {
 

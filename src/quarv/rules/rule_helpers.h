@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include <quarv/numbers/q_number.h>
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/term/term_manager.h>
 
 /// What compiled and interpreted rules have in common: the tests and constructions that the words of the rule

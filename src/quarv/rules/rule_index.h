@@ -7,38 +7,10 @@
 #include <span>
 #include <vector>
 
-#include <quarv/rules/term_shape.h>
+#include <quarv/rules/language/term_shape.h>
 #include <quarv/term/symbol_tag.h>
 
 namespace quarv::rules {
-
-/// What a rule asks of an argument of the root.
-struct ChildShape {
-  enum class Kind : std::uint8_t {
-    any,
-    headed_by,     ///< its root has tag `tag`; numerals have the tag CONSTANT
-    not_constant,  ///< its root has another tag than CONSTANT
-  };
-  Kind kind = Kind::any;
-  SymbolTag::tag tag = SymbolTag::UF;
-
-  static constexpr ChildShape any() { return {}; }
-  static constexpr ChildShape headed_by(SymbolTag::tag t) { return {Kind::headed_by, t}; }
-  static constexpr ChildShape not_constant() { return {Kind::not_constant, SymbolTag::UF}; }
-
-  bool admits(SymbolTag::tag t) const {
-    return kind == Kind::any || (kind == Kind::headed_by ? t == tag : t != SymbolTag::CONSTANT);
-  }
-};
-
-/// For the first and the second argument, and for what is below.
-struct ChildShapes {
-  std::array<ChildShape, 2> children{};
-  TermShape below{};
-
-  ChildShape& operator[](std::size_t i) { return children[i]; }
-  const ChildShape& operator[](std::size_t i) const { return children[i]; }
-};
 
 /// Finds the rules that can match a term from its tag and those of its first two arguments.
 ///

@@ -2,11 +2,11 @@
 #include <array>
 #include <utility>
 
-#include <quarv/rules/child_shapes.h>
+#include <quarv/rules/language/child_shapes.h>
+#include <quarv/rules/language/rule_orders.h>
 #include <quarv/rules/rule_helpers.h>
 #include <quarv/rules/rule_interpreter.h>
 #include <quarv/rules/rule_operations.h>
-#include <quarv/rules/rule_orders.h>
 
 namespace quarv::rules {
 

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include <quarv/export.h>
-#include <quarv/rules/match_plan.h>
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/match_plan.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/rules/term_normalizer.h>
 
 namespace quarv::rules {

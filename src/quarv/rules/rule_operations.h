@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::rules {

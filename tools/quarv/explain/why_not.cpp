@@ -10,8 +10,8 @@
 #include "explain/term_text.h"
 #include "replay/replay_checker.h"
 #include "rules/rule_catalogue.h"
+#include <quarv/rules/language/rule_orders.h>
 #include <quarv/rules/rule_interpreter.h>
-#include <quarv/rules/rule_orders.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/trace.h>

@@ -1,8 +1,8 @@
 #include <fmt/format.h>
 
-// The compiled part of the formatting library, where CMake has not chosen its header-only variant: that compiles this part
-// anew in each file that formats something, two seconds a file, and the shared library would be one more to load at every
-// start of the program.
+// The compiled part of the formatting library, where CMake has not chosen its header-only variant: that
+// compiles this part anew in each file that formats something, two seconds a file, and the shared library
+// would be one more to load at every start of the program.
 #ifndef FMT_HEADER_ONLY
 #include <fmt/format-inl.h>
 

@@ -11,7 +11,7 @@
 #include "reference/values.h"
 #include "replay/literal_evaluation.h"
 #include "replay/trace_file.h"
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 /// The means to check a trace: rules are matched by their text, foldings are evaluated by arithmetic of their
 /// own. No simplifier, no rewriting rule and no number class of the library has a part in it.

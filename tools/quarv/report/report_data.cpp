@@ -21,7 +21,7 @@
 #include "rules/rule_catalogue.h"
 #include "rules/rule_count.h"
 #include "simplify/simplify_text.h"
-#include <quarv/rules/rule_in_words.h>
+#include <quarv/rules/queries/rule_in_words.h>
 
 namespace quarv::cli {
 

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/session/user_rules.h>
 
 namespace quarv::cli {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "solver/solver_process.h"
-#include <quarv/rules/rule_query.h>
+#include <quarv/rules/queries/rule_query.h>
 
 namespace quarv::cli {
 

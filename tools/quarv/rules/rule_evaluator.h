@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "reference/sorts.h"
-#include <quarv/rules/rule_instance.h>
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
+#include <quarv/rules/queries/rule_instance.h>
 
 namespace quarv::cli {
 

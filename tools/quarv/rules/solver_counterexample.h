@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include <quarv/rules/rule_query.h>
+#include <quarv/rules/queries/rule_query.h>
 
 namespace quarv::cli {
 

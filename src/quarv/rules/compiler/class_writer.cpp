@@ -1,7 +1,7 @@
 #include "quarv/rules/compiler/class_writer.h"
 
-#include <quarv/rules/child_shapes.h>
-#include <quarv/rules/rule_orders.h>
+#include <quarv/rules/language/child_shapes.h>
+#include <quarv/rules/language/rule_orders.h>
 #include <quarv/term/operators.h>
 
 namespace rulec {

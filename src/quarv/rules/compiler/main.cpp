@@ -16,7 +16,7 @@
 
 #include "quarv/rules/compiler/class_writer.h"
 #include "quarv/rules/compiler/matcher_writer.h"
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace {
 

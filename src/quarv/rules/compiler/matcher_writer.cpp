@@ -2,8 +2,8 @@
 
 #include <vector>
 
-#include <quarv/rules/match_plan.h>
-#include <quarv/rules/rule_orders.h>
+#include <quarv/rules/language/match_plan.h>
+#include <quarv/rules/language/rule_orders.h>
 
 namespace rulec {
 

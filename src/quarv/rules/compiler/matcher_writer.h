@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace rulec {
 

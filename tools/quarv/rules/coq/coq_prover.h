@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace quarv::cli {
 

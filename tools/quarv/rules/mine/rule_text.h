@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "rules/mine/collector.h"
-#include <quarv/rules/rule_instance.h>
+#include <quarv/rules/queries/rule_instance.h>
 
 namespace quarv::cli {
 

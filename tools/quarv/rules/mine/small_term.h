@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace quarv::cli {
 

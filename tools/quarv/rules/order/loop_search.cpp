@@ -7,7 +7,7 @@
 
 #include "rules/overlap/pattern_terms.h"
 #include "rules/overlap/rule_overlap.h"
-#include <quarv/rules/rule_instance.h>
+#include <quarv/rules/queries/rule_instance.h>
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/reader.h>
 

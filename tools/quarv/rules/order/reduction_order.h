@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "solver/solver_process.h"
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace quarv::cli {
 

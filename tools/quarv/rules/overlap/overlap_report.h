@@ -3,7 +3,7 @@
 #include <ostream>
 #include <vector>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/session/session.h>
 
 namespace quarv::cli {

@@ -8,7 +8,7 @@
 
 #include "rules/overlap/pattern_terms.h"
 #include "rules/overlap/rule_overlap.h"
-#include <quarv/rules/rule_orders.h>
+#include <quarv/rules/language/rule_orders.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/write/printer.h>
 

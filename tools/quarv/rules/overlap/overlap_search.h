@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 #include <quarv/session/session.h>
 
 namespace quarv::cli {

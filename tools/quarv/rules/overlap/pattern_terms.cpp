@@ -6,7 +6,7 @@
 #include <fmt/core.h>
 
 #include "reference/random.h"
-#include <quarv/rules/rule_query.h>
+#include <quarv/rules/queries/rule_query.h>
 
 namespace quarv::cli {
 

@@ -6,7 +6,7 @@
 
 #include <fmt/core.h>
 
-#include <quarv/rules/rule_sorts.h>
+#include <quarv/rules/language/rule_sorts.h>
 
 namespace quarv::cli {
 

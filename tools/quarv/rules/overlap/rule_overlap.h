@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include <quarv/rules/rule_language.h>
+#include <quarv/rules/language/rule_language.h>
 
 namespace quarv::cli {
 
