@@ -437,6 +437,58 @@ yields     ((_ extract 7 0) y)
   EXPECT_NE(r.out.find("the condition identity(t1, t2) does not hold"), std::string::npos) << r.out;
 }
 
+TEST_F(Explain, ShowsTheFormThatIsPrinted) {
+  write("words.smt2", R"((declare-const i Int)
+(declare-const j Int)
+(declare-const p Bool)
+(assert (< i j)) ; as it is
+(assert (> i 0))
+(define-fun d () Int (* i j 7))
+(assert (let ((z (+ d 1))) (and p (= z (* i 2)) (not (<= z j)))))
+(check-sat-assuming (p (not p) (not (<= i j)) (and p p)))
+)");
+  const Result r = run("$quarv explain words.smt2 --rule none --length 40");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(r.out, "rule none is not applied\n");
+  EXPECT_EQ(run("$quarv explain words.smt2 --steps 0 --assert 1").out, R"(assertion 1
+  (not (<= j i))
+becomes
+  (not (<= 0 (+ i (* (- 1) j))))
+but is printed as it was written
+)");
+  EXPECT_EQ(run("$quarv explain words.smt2 --assert 2").out, R"(assertion 2
+  (not (<= i 0))
+is left as it is
+)");
+  EXPECT_NE(run("$quarv explain words.smt2 --assert 3 --length 32")
+                .out.find(R"(
+and is printed as
+  (and p (= (+ d 1) (* i 2)) (< j )"
+                          "\u2026\n"),
+            std::string::npos);
+  EXPECT_EQ(run("$quarv explain words.smt2 --steps 0 --assert 4").out, R"(assertion 4
+  (not (<= i j))
+becomes
+  (not (<= (+ i (* (- 1) j)) 0))
+and is printed as
+  (< j i)
+)");
+  EXPECT_EQ(run("$quarv explain words.smt2 --assert 5").out.substr(0, 36),
+            "assertion 5\n  (and p p)\nbecomes\n  p\n");
+  EXPECT_NE(run("$quarv explain words.smt2 --json --assert 4").out.find("\"printed\":\"(< j i)\""),
+            std::string::npos);
+}
+
+/// A change by the choice alone is a change.
+TEST_F(Explain, ShowsThatOnlyTheChoiceChangesAnAssertion) {
+  write("choice.smt2", "(declare-const i Int)\n(assert (not (<= i 0)))\n");
+  EXPECT_EQ(run("$quarv explain choice.smt2").out, R"(assertion 1
+  (not (<= i 0))
+and is printed as
+  (< 0 i)
+)");
+}
+
 TEST_F(Explain, RefusesWhatIsNoTermAndNoRule) {
   const auto error = [this](const std::string& rest) {
     const Result r = run("$quarv explain in.smt2 --why-not " + rest);

@@ -13,6 +13,7 @@
 
 #include "commands.h"
 #include "explain/derivation_text.h"
+#include "explain/printed_formulas.h"
 #include "explain/term_place.h"
 #include "explain/why_not.h"
 #include "io/colour.h"
@@ -94,6 +95,8 @@ class Explanation {
     }
     written_ = trace_of(written, input.name(), options);
     derivation_.emplace(terms_, written_, simplified_);
+    options = read_options(arguments.how);
+    if (!place && options.prints_smallest()) formulas_ = printed_formulas(input.text(), input.name(), options);
   }
 
   std::size_t num_assertions() const { return derivation_->num_assertions(); }
@@ -129,8 +132,13 @@ class Explanation {
  private:
   void explain(std::size_t assertion, const std::string& place) {
     const ShownSteps& wanted = arguments_.steps;
-    const ShownDerivation shown = follow(*derivation_, text_, wanted);
-    changes_ |= shown.ending != ShownDerivation::unchanged;
+    ShownDerivation shown = follow(*derivation_, text_, wanted);
+    if (assertion <= formulas_.size()) {
+      const PrintedFormula& formula = formulas_[assertion - 1];
+      shown.printed = shortened(formula.printed, arguments_.length);
+      shown.prints_anew = formula.printed != formula.written;
+    }
+    changes_ |= shown.ending != ShownDerivation::unchanged || shown.prints_anew;
     found_ |= !shown.steps.empty();
     const bool all = wanted.only == 0 && wanted.rule.empty();
     if (!all && shown.steps.empty()) return;
@@ -152,7 +160,8 @@ class Explanation {
   std::string written_;
   std::string simplified_;
   std::optional<Derivation> derivation_;
-  bool changes_ = false;  // an assertion was changed
+  std::vector<PrintedFormula> formulas_;  // the assertions, unless they are printed in normal form
+  bool changes_ = false;                  // an assertion was changed
   bool found_ = false;    // a step was shown
 };
 

@@ -118,6 +118,16 @@ void print_counts(const ShownDerivation& derivation, std::ostream& out) {
   }
 }
 
+/// The form that was chosen, where that is another one than was shown.
+void print_form(const ShownDerivation& derivation, std::ostream& out) {
+  if (derivation.printed.empty() || derivation.printed == derivation.after) return;
+  if (derivation.prints_anew) {
+    out << "and is printed as\n  " << derivation.printed << '\n';
+  } else if (derivation.ending != ShownDerivation::unchanged) {
+    out << "but is printed as it was written\n";
+  }
+}
+
 void print_names(const ShownDerivation& derivation, std::ostream& out) {
   if (derivation.names.empty()) return;
   out << "where\n";
@@ -130,11 +140,13 @@ void print(const ShownDerivation& derivation, bool with_counts, std::ostream& ou
   constexpr std::size_t few_steps = 5;  // that need not be counted
   out << "  " << derivation.before << '\n';
   if (derivation.ending == ShownDerivation::unchanged) {
-    out << "is left as it is\n";
+    if (!derivation.prints_anew) out << "is left as it is\n";
+    print_form(derivation, out);
     print_names(derivation, out);
     return;
   }
   out << "becomes\n  " << derivation.after << '\n';
+  print_form(derivation, out);
   if (with_counts && derivation.num_steps > few_steps) print_counts(derivation, out);
   for (const ShownDerivation::ShownStep& step : derivation.steps) {
     const std::string head = fmt::format("{}. ", step.number);
@@ -168,6 +180,7 @@ Json as_json(const ShownDerivation& derivation) {
     json["steps"].push_back(std::move(one));
   }
   json["after"] = derivation.after;
+  if (!derivation.printed.empty()) json["printed"] = derivation.printed;
   json["ending"] = endings[derivation.ending];
   Json& counts = json["counts"] = Json::array();
   for (const Count& c : derivation.counts) {

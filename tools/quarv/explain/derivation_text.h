@@ -50,6 +50,8 @@ struct ShownDerivation {
   std::vector<ShownStep> steps;
   Ending ending = unchanged;
   std::string after;
+  std::string printed = {};   ///< in its place, where that is known
+  bool prints_anew = false;   ///< that differs from what was written
   std::size_t num_steps = 0;  ///< whether they are shown or not
   std::vector<Count> counts;
   std::vector<TermText::Name> names;
@@ -58,8 +60,8 @@ struct ShownDerivation {
 /// Follows a derivation that has begun to its end. A step of which no text shows anything does not count.
 ShownDerivation follow(Derivation& derivation, TermText& text, const ShownSteps& shown);
 
-/// Prints the term that it begins with, the result, of a longer derivation where `with_counts` what was done,
-/// the steps that are shown, and what their names stand for.
+/// Prints the term that it begins with, the result, what is printed in its place, of a longer derivation
+/// where `with_counts` what was done, the steps that are shown, and what their names stand for.
 void print(const ShownDerivation& derivation, bool with_counts, std::ostream& out);
 
 /// The same for programs.

@@ -41,13 +41,19 @@ std::string rational(const mpq_class& value, bool real) {
 }
 
 /// As much of a text as fits into so many bytes; characters stay whole.
-std::string beginning(const std::string& text, std::size_t size) {
-  if (text.size() <= size) return text;
+std::string beginning(std::string_view text, std::size_t size) {
+  if (text.size() <= size) return std::string(text);
   while (size != 0 && (static_cast<unsigned char>(text[size]) & 0xC0) == 0x80) --size;
-  return text.substr(0, size);
+  return std::string(text.substr(0, size));
 }
 
 }  // namespace
+
+std::string shortened(std::string_view text, std::size_t limit) {
+  std::string shown = beginning(text, limit);
+  if (shown.size() != text.size()) shown += ellipsis;
+  return shown;
+}
 
 TermText::TermText(const TraceTerms& terms, std::size_t limit, const Marks& marks)
     : terms_(terms), limit_(std::min(limit, largest_limit)), marks_(marks) {}

@@ -22,6 +22,9 @@ struct Marks {
 inline constexpr Marks quotation_marks = {"\u00ab", "\u00bb"};
 inline constexpr Marks colour_marks = {"\033[1;33m", "\033[0m"};
 
+/// The text, or where it is longer than `limit` bytes what it begins with, and an ellipsis.
+std::string shortened(std::string_view text, std::size_t limit);
+
 /// Terms as a person wants to see them: in SMT-LIB's notation, as long as they are short; of long ones, what
 /// is around the place in question, with ellipses for what is left out or, on request, with names, `#1`,
 /// which SMT-LIB does not have.
