@@ -140,6 +140,8 @@ TEST(Layout, IsNoLongerThanTheOriginalForIndentation) {
     EXPECT_EQ(text, expected[i]);
     EXPECT_LE(text.size(), original.size() + 1);
   }
+  const std::string shorter(line.size() - 12, 'p');
+  EXPECT_EQ(laid_out("(assert (" + shorter + "))", line, 36), line + '\n');
 }
 
 // Whatever the room, the tokens stay.

@@ -426,12 +426,12 @@ class Layout {
       out_ += '\n';
     }
     const bool was_one_line = before.find('\n') == std::string_view::npos;
-    write_broken(after, was_one_line ? before.size() : std::string_view::npos, comments.within);
+    write_broken(after, was_one_line ? before.size() : 0, comments.within);
   }
 
-  /// In no more than `wanted` bytes where the command itself has no more: indentation must not make longer
-  /// what was one line and has become smaller.
-  void write_broken(std::string_view command, std::size_t wanted = std::string::npos,
+  /// Indentation must not make longer what was one line of `before` bytes; 0: what was not. A line that was
+  /// wider than it should be rather stays one.
+  void write_broken(std::string_view command, std::size_t before = 0,
                     std::span<const PlacedComment> comments = {}) {
     if (command.size() <= width_ && comments.empty()) {
       out_ += command;
@@ -439,12 +439,17 @@ class Layout {
     }
     parentheses_.find(command);
     const std::size_t start = out_.size();
-    for (const std::size_t deepest :
-         {std::min<std::size_t>(width_ / 3, 32), std::size_t{2}, std::size_t{1}, std::size_t{0}}) {
+    const auto try_to_break = [&](std::size_t deepest) {
       out_.resize(start);
       LineBreaker(parentheses_, width_, deepest, comments, out_).write();
-      if (command.size() > wanted || out_.size() - start <= wanted) return;
-    }
+      return out_.size() - start <= before;
+    };
+    const std::size_t usual = std::min<std::size_t>(width_ / 3, 32);
+    const bool was_wide = before > width_;
+    if (try_to_break(usual) || !was_wide) return;
+    if (try_to_break(2) || try_to_break(1) || try_to_break(0) || !comments.empty()) return;
+    out_.resize(start);
+    out_ += command;
   }
 
   std::size_t width_;
