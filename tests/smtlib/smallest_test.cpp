@@ -320,6 +320,29 @@ TEST(Smallest, WritesNothingOutOfScope) {
   EXPECT_EQ(smallest(quantified), quantified);
 }
 
+// What a term became may have lost a symbol that the smallest way to write it has.
+TEST(Smallest, WritesSymbolsWhereverTheyAreDeclared) {
+  const std::string ij = "(declare-const i Int)\n(declare-const j Int)\n";
+  const std::string m = "(declare-const m (Array Int Int))\n";
+  const std::string arrays = "(assert (distinct (store m i (mod i 3)) (store m i (mod j 3))))\n";
+  const std::string sums = "(declare-fun h (Int Bool) Int)\n(assert (>= (h (+ j i) (= (+ j i) i)) i))\n";
+  const std::string other = "(assert (< i j))\n";
+  const std::string push = "(push 1)\n", pop = "(pop 1)\n";
+  for (const std::string& text :
+       {m + ij + arrays, ij + m + arrays, ij + sums, ij + other + m + arrays,
+        ij + push + m + arrays + pop + other, ij + push + m + pop + push + m + arrays + pop + other,
+        ij + "(define-fun f ((j Int)) Bool (< (mod i 3) j))\n" + m + arrays}) {
+    EXPECT_EQ(smallest(text), text);
+  }
+  // Where the same term is needed without the symbol, it is written without it, once.
+  const std::string needed_before =
+      smallest(ij + "(assert (= (+ i (* 3 (div j 3))) (+ j (* 3 (div i 3)))))\n" + m + arrays);
+  EXPECT_EQ(needed_before.find("store"), std::string::npos) << needed_before;
+  const std::string needed_after =
+      smallest(ij + push + m + arrays + pop + "(assert (= (mod i 3) (mod j 3)))\n");
+  EXPECT_EQ(needed_after.find("store"), std::string::npos) << needed_after;
+}
+
 TEST(Smallest, ReadsPastWritesThatOthersNeed) {
   const std::string declarations =
       "(declare-const a (Array Int Int))\n(declare-const b (Array Int Int))\n(declare-const v Int)\n";

@@ -27,7 +27,7 @@ struct Question {
   std::span<const Scope> scopes;
   /// Forms before this one are as the user wrote them; they win a tie.
   FormId num_written;
-  /// By root: the command that needs it. Empty where no head is a definition.
+  /// By root: the command that needs it, counted from 1. Empty where all symbols are visible everywhere.
   std::span<const std::uint32_t> root_commands{};
 };
 

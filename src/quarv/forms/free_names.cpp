@@ -67,8 +67,8 @@ FreeNames::Free FreeNames::free_in(FormId f) const {
   return all;
 }
 
-bool FreeNames::is_needed_within(ClassId c, const Scope& scope) const noexcept {
-  return !needs_.first.empty() && needs_.first[c] > scope.first && needs_.last[c] <= scope.last;
+bool FreeNames::is_needed_within(ClassId c, const Free& free) const noexcept {
+  return !needs_.first.empty() && needs_.first[c] > free.first && needs_.last[c] <= free.last;
 }
 
 bool FreeNames::is_admissible(ClassId c, FormId f) const {
@@ -76,19 +76,10 @@ bool FreeNames::is_admissible(ClassId c, FormId f) const {
   for (ClassId child : g_.children(g_.form(f))) {
     if (g_.find(child) == c) return false;
   }
-  Free free = free_in(f);
-  const Scope& own = scopes_[g_.form(f).head];
-  if (own.is_definition) {
-    if (!is_needed_within(c, own)) return false;
-    free.first = 0;
-    free.last = 0xFFFFFFFF;
-    for (ClassId child : g_.children(g_.form(f))) {
-      const Free& part = free_[g_.find(child)];
-      free.first = std::max(free.first, part.first);
-      free.last = std::min(free.last, part.last);
-    }
-  }
-  return free.within(free_[c]) && (free.variables & overflow_variable) == 0;
+  const Free free = free_in(f);
+  if ((free.variables & (~free_[c].variables | overflow_variable)) != 0) return false;
+  const bool is_definition = scopes_[g_.form(f).head].is_definition;
+  return (!is_definition && free.is_visible_with(free_[c])) || is_needed_within(c, free);
 }
 
 }  // namespace quarv::forms

@@ -17,8 +17,8 @@ inline constexpr std::uint64_t overflow_variable = std::uint64_t{1} << 63;
 struct Scope {
   std::uint64_t variables = 0;      ///< bound variables, one bit each
   std::uint64_t binds = 0;          ///< of a quantifier: the variables that are not free any more
-  std::uint32_t first = 0;          ///< the command from which on a declared symbol is visible,
-  std::uint32_t last = 0xFFFFFFFF;  ///< and the last one
+  std::uint32_t first = 0;          ///< the command after which a declared symbol is visible, 0: everywhere,
+  std::uint32_t last = 0xFFFFFFFF;  ///< and the last one where it is
   bool is_definition = false;       ///< what the symbol is defined to be has forms without it
 };
 
@@ -34,8 +34,8 @@ class FreeNames {
   /// take their place; a class without any finite term then has no base.
   FreeNames(const FormGraph& graph, std::span<const FormId> base, std::span<const Scope> scopes);
 
-  /// A form that begins with a defined function is admitted where all commands that need its class come after
-  /// the definition, while it is in force.
+  /// A form that brings in symbols is admitted where all commands that need its class come after their
+  /// declarations or definitions, while these are in force.
   void set_needs(Needs needs) { needs_ = std::move(needs); }
 
   FormId base(ClassId c) const noexcept { return base_[c] != none ? base_[c] : g_.first_form(c); }
@@ -43,7 +43,8 @@ class FreeNames {
   bool is_endless(ClassId c) const noexcept {
     return g_.first_form(c) == none || (is_grounded_ && base_[c] == none);
   }
-  /// Whether the form brings in nothing that its class, `c`, does not depend on. It does not consist of `c`.
+  /// Whether the form brings in nothing that its class, `c`, does not depend on, and that is not visible
+  /// wherever it is needed. It does not consist of `c`.
   bool is_admissible(ClassId c, FormId f) const;
 
  private:
@@ -53,14 +54,12 @@ class FreeNames {
     std::uint32_t last = 0xFFFFFFFF;
 
     void add(const Free& part);
-    bool within(const Free& all) const noexcept {
-      return (variables & ~all.variables) == 0 && first <= all.first && last >= all.last;
-    }
+    bool is_visible_with(const Free& all) const noexcept { return first <= all.first && last >= all.last; }
   };
 
   bool find_free();
   Free free_in(FormId f) const;
-  bool is_needed_within(ClassId c, const Scope& scope) const noexcept;
+  bool is_needed_within(ClassId c, const Free& free) const noexcept;
 
   const FormGraph& g_;
   std::span<const Scope> scopes_;

@@ -79,10 +79,10 @@ bool stays_in_scope(const Question& q, std::span<const FormId> chosen) {
   for (ClassId c = 0; c < chosen.size(); ++c) {
     if (chosen[c] == none || needs.first[c] == never) continue;
     const Scope& scope = q.scopes[q.graph.form(chosen[c]).head];
-    const bool is_base = chosen[c] == q.base[c];
-    if (scope.is_definition && !is_base && (needs.first[c] <= scope.first || needs.last[c] > scope.last)) {
-      return false;
-    }
+    // A recursive function is visible in its own definition, where its applications stay as they are.
+    const bool is_own = scope.is_definition && chosen[c] == q.base[c];
+    const std::uint32_t first = is_own ? scope.first : scope.first + 1;
+    if (needs.first[c] < first || needs.last[c] > scope.last) return false;
   }
   return true;
 }

@@ -17,7 +17,7 @@ Needs all_needs(const Question& question);
 /// Each class is written as the user wrote it first, or in its base form.
 Needs likely_needs(const Question& question);
 
-/// Whether each form chosen that begins with a defined function stands where the function is known.
+/// Whether each form chosen stands where the symbol that it begins with is declared or defined.
 bool stays_in_scope(const Question& question, std::span<const FormId> chosen);
 
 }  // namespace quarv::forms

@@ -13,32 +13,53 @@ using Kind = Command::Kind;
 
 namespace {
 
-/// Where each declared symbol is visible: from its command to the one that closes its level.
+/// Whether the command has terms whose forms are chosen. Names that are only declared are none.
+bool has_roots(const Script& script, const Command& c) {
+  if (c.kind == Kind::declare) return false;
+  for (std::uint32_t i = 0; i < c.num_terms; ++i) {
+    if (script.text_of(c, i).empty()) return true;
+  }
+  return false;
+}
+
+/// Where each declared symbol is visible: after `first`, up to `last`. Commands are counted from 1. A
+/// definition is visible after its command. For a declaration it is the last command before it that needs
+/// terms, if any, and up to the next one that does once its level is closed: where nothing needs a term it
+/// does not matter what is declared first.
 std::unordered_map<const Symbol*, std::pair<std::uint32_t, std::uint32_t>> visibility(
     const WrittenForms& written, const Script& script) {
   constexpr std::uint32_t always = 0xFFFFFFFF;
-  const std::size_t n = script.commands.size();
-  std::vector<std::uint32_t> closed_by(n, always);
+  const auto n = static_cast<std::uint32_t>(script.commands.size());
+  std::vector<std::uint32_t> visible_after(n), closed_by(n, always);
   std::vector<std::vector<std::uint32_t>> levels(1);
-  const auto close = [&](std::uint32_t by) {
-    for (std::uint32_t c : levels.back()) closed_by[c] = by;
+  std::vector<std::uint32_t> closed;  // since the last command that needs terms
+  const auto close = [&] {
+    closed.insert(closed.end(), levels.back().begin(), levels.back().end());
     levels.pop_back();
   };
+  std::uint32_t last_root = 0;
   for (std::uint32_t i = 0; i < n; ++i) {
     const Command& c = script.commands[i];
+    visible_after[i] = c.kind == Kind::declare ? last_root : i + 1;
+    if (has_roots(script, c)) {
+      for (std::uint32_t earlier : closed) closed_by[earlier] = i;
+      closed.clear();
+      last_root = i + 1;
+    }
     levels.back().push_back(i);
     if (c.kind == Kind::push) levels.resize(levels.size() + c.levels);
     if (c.kind == Kind::pop) {
-      for (std::uint32_t k = 0; k < c.levels && levels.size() > 1; ++k) close(i);
+      for (std::uint32_t k = 0; k < c.levels && levels.size() > 1; ++k) close();
     }
     if (c.kind == Kind::reset || c.kind == Kind::reset_assertions) {
-      while (!levels.empty()) close(i);
+      while (!levels.empty()) close();
       levels.emplace_back();
     }
   }
   std::unordered_map<const Symbol*, std::pair<std::uint32_t, std::uint32_t>> visible;
   for (const auto& [symbol, command] : written.declarations()) {
-    visible[symbol] = {command, command < n ? closed_by[command] : always};
+    visible[symbol] = command < n ? std::pair(visible_after[command], closed_by[command])
+                                  : std::pair(std::uint32_t{0}, always);
   }
   return visible;
 }
@@ -57,7 +78,7 @@ ScriptQuestion::ScriptQuestion(const TermManager& manager, WrittenForms& written
 forms::Question ScriptQuestion::question() const {
   forms::Question question{graph_,    roots_,         declared_, base_,
                            is_value_, makes_literal_, scopes_,   num_written_};
-  if (written_.defines_functions()) question.root_commands = root_commands_;
+  if (has_scopes_) question.root_commands = root_commands_;
   return question;
 }
 
@@ -71,7 +92,7 @@ void ScriptQuestion::add_roots(const Script& script) {
         continue;
       }
       roots_.push_back(root);
-      root_commands_.push_back(c);
+      root_commands_.push_back(c + 1);
     }
   }
 }
@@ -118,6 +139,7 @@ void ScriptQuestion::add_scopes(const TermManager& manager, const Script& script
       scope.first = known->second.first;
       scope.last = known->second.second;
       scope.is_definition = written_.is_defined(s);
+      has_scopes_ = has_scopes_ || scope.first != 0 || scope.last != forms::Scope().last;
     }
   }
 }
