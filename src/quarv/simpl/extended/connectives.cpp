@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <quarv/numbers/bv_number.h>
@@ -169,6 +170,16 @@ class Clause {
       clash = i;
     }
     return clash;
+  }
+
+  /// Every literal here is the opposite of one there.
+  bool contradicts(const Clause& other) const {
+    for (std::size_t i = 0; i < size_; ++i) {
+      std::size_t k = 0;
+      while (k < other.size_ && !other[k].is_opposite((*this)[i])) ++k;
+      if (k == other.size_) return false;
+    }
+    return true;
   }
 
  private:
@@ -384,6 +395,19 @@ const Term* simplify_not(TermManager& m, const Symbol* /*s*/, Args args) {
   return dual(m, t, a, b);
 }
 
+namespace {
+
+/// One is what the negation of the other becomes when it goes inside: (and u (not v)) and (or (not u) v).
+bool are_opposite(TermManager& m, const Term* a, const Term* b) {
+  if (a->symbol == m.or_symbol) std::swap(a, b);
+  if (a->symbol != m.and_symbol || b->symbol != m.or_symbol) return false;
+  const Clause all({m, m.or_symbol, m.and_symbol, m.false_term}, a);
+  const Clause any({m, m.and_symbol, m.or_symbol, m.true_term}, b);
+  return all.contradicts(any) && any.contradicts(all);
+}
+
+}  // namespace
+
 /// Negations are taken out, and what stands on both sides cancels.
 const Term* simplify_iff(TermManager& m, const Symbol* /*s*/, Args args) {
   for (int i = 0; i < 2; ++i) {
@@ -394,7 +418,7 @@ const Term* simplify_iff(TermManager& m, const Symbol* /*s*/, Args args) {
     if (b->args[0] == a) return b->args[1];
     if (b->args[1] == a) return b->args[0];
   }
-  return nullptr;
+  return are_opposite(m, args[0], args[1]) ? m.false_term : nullptr;
 }
 
 }  // namespace quarv::termsimpl::extended
