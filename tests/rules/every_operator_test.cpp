@@ -78,6 +78,7 @@ class EveryOperator : public testing::Test {
   void add_opaque(const std::string& name, const std::vector<const DataType*>& types,
                   const DataType* result) {
     std::vector<const Term*> arguments;
+    arguments.reserve(types.size());
     for (const DataType* type : types) {
       arguments.push_back(mgr.make_constant("o" + std::to_string(arguments.size()), type));
     }

@@ -494,7 +494,7 @@ TEST_F(Explain, RefusesWhatIsNoTermAndNoRule) {
     const Result r = run("$quarv explain in.smt2 --why-not " + rest);
     EXPECT_NE(r.status, 0) << rest;
     EXPECT_EQ(r.out, "") << rest;
-    const std::string first = r.err.substr(0, r.err.find('\n') + 1);
+    std::string first = r.err.substr(0, r.err.find('\n') + 1);
     // Where there is a text to show, it follows with a caret.
     const bool shown = first.starts_with("TERM:") && !first.ends_with("end of input\n");
     EXPECT_EQ(num_lines(r.err), shown ? 3u : 1u) << r.err;

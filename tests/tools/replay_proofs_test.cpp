@@ -148,7 +148,7 @@ class Terms {
 
   static std::string sort_text(std::size_t sort) { return ",\"sort\":" + std::to_string(sort); }
 
-  void add(std::size_t sort, std::string text, bool is_application, std::vector<std::int64_t> values) {
+  void add(std::size_t sort, const std::string& text, bool is_application, std::vector<std::int64_t> values) {
     terms_.push_back({sort, text + sort_text(sort), is_application, std::move(values)});
     by_sort_[sort].push_back(terms_.size() - 1);
   }

@@ -8,7 +8,6 @@ namespace rulec {
 
 using quarv::SymbolTag;
 using quarv::rules::ChildShape;
-using quarv::rules::OperatorWord;
 using quarv::rules::Rule;
 
 namespace {

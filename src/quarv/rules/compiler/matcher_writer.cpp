@@ -270,7 +270,7 @@ class MatcherWriter {
 
   /// A new number that `call`, which lacks its last argument, computes, or there is none.
   std::string get_number(const std::string& call) {
-    const std::string name = "number_" + std::to_string(num_numbers_++);
+    std::string name = "number_" + std::to_string(num_numbers_++);
     line("QNumber " + name + ";");
     require(call + "&" + name + ")");
     return name;
