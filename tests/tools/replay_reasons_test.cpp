@@ -313,4 +313,74 @@ TEST_F(ReplayReasons, BoundsOfWideQuotients) {
   expect_justified(declared, steps);
 }
 
+TEST_F(ReplayReasons, KnowsBoundsOfVariables) {
+  const std::string declared =
+      "(declare-const x Real) (declare-const y Real) (declare-const i Int) (declare-const j Int)"
+      "(declare-const p Bool)";
+  const Formulas steps[] = {
+      {"(exists ((z Real)) (and (< x z) (< z y)))", "(< x y)", true},
+      {"(exists ((z Real)) (and (< x z) (< z y)))", "(<= x y)", false},
+      {"(exists ((z Real)) (and (<= x z) (<= z y)))", "(<= x y)", true},
+      {"(exists ((z Real)) (and (<= x z) (< z y)))", "(<= x y)", false},
+      {"(exists ((z Real)) (and (< x (* 2.0 z)) (< (* 3.0 z) y)))", "(< (* 3.0 x) (* 2.0 y))", true},
+      {"(exists ((z Real)) (and (< x (* 2.0 z)) (< (* 3.0 z) y)))", "(< (* 2.0 x) (* 3.0 y))", false},
+      {"(forall ((z Real)) (or (< z x) (< y z)))", "(< y x)", true},
+      {"(forall ((z Real)) (or (< z x) (<= y z)))", "(< y x)", false},
+      {"(exists ((z Real)) (and (< x z) (< 1.0 z) (< z y) (< z 5.0)))", "(and (< x y) (< 1.0 y) (< x 5.0))",
+       true},
+      {"(exists ((z Real)) (and (< x z) (< 1.0 z) (< z y) (< z 5.0)))", "(and (< x y) (< x 5.0))", false},
+      {"(exists ((z Int)) (and (< i z) (< z j)))", "(< (+ i 1) j)", true},
+      {"(exists ((z Int)) (and (< i z) (< z j)))", "(< i j)", false},
+      {"(exists ((z Int)) (and (<= i (* 2 z)) (<= z j)))", "(<= i (* 2 j))", true},
+      {"(exists ((z Int)) (and (<= i (* 2 z)) (<= (* 2 z) j)))", "(<= i j)", false},
+      {"(exists ((z Int)) (and (< i z) (< j z)))", "true", true},
+      {"(exists ((z Int)) (and (<= 4 z) (<= (* 2 z) 7) (< i z)))", "false", true},
+      {"(exists ((z Int)) (and (<= 3 z) (<= (* 2 z) 7) (< i z)))", "false", false},
+      {"(exists ((z Int)) (and (< x (to_real z)) (< (to_real z) y)))", "(< x y)", false},
+      {"(exists ((z Int)) (and (< i z) (< z (* z z)) (< z j)))", "(< (+ i 1) j)", false},
+      {"(forall ((z Int)) (=> (and (<= 0 z) (<= z i)) (<= z j)))", "(or (< i 0) (<= i j))", true},
+      {"(forall ((z Int)) (=> (and (<= 0 z) (<= z i)) (<= z j)))", "(<= i j)", false},
+  };
+  expect_justified(declared, steps);
+}
+
+TEST_F(ReplayReasons, KnowsSquaresResiduesAndIntegerParts) {
+  const std::string declared =
+      "(declare-const x Real) (declare-const y Real) (declare-const i Int) (declare-const j Int)";
+  const Formulas steps[] = {
+      {"(= (+ (* x x) 1.0) 0.0)", "false", true},
+      {"(= (- (* x x) 1.0) 0.0)", "false", false},
+      {"(<= 0.0 (+ (* x x) (* 2.0 y y)))", "true", true},
+      {"(<= 0.0 (+ (* x x) (* 2.0 x y)))", "true", false},
+      {"(<= 0.0 (- (* x x) (* y y)))", "true", false},
+      {"(<= 0.0 (* x x x))", "true", false},
+      {"(<= 0.0 (* x x x x))", "true", true},
+      {"(<= (+ (* x x) (* y y)) 0.0)", "(and (= x 0.0) (= y 0.0))", true},
+      {"(<= (+ (* x x) (* y y)) 0.0)", "(= x 0.0)", false},
+      {"(= (+ (* x x y y) (* y y)) 0.0)", "(= y 0.0)", true},
+      {"(= (+ (* x x y y) (* x x)) 0.0)", "(= y 0.0)", false},
+      {"(and (= (mod i 4) 1) (= (mod i 2) 1))", "(= (mod i 4) 1)", true},
+      {"(and (= (mod i 4) 1) (= (mod i 2) 1))", "(= (mod i 2) 1)", false},
+      {"(and (= (mod i 6) 4) (= (mod i 4) 1))", "false", true},
+      {"(and (= (mod i 6) 4) (= (mod i 4) 2))", "false", false},
+      {"(and (= (mod i 6) 4) (= (mod i 4) 2))", "(= (mod i 12) 10)", true},
+      {"(and (= (mod i 6) 4) (= (mod i 4) 2))", "(= (mod i 12) 4)", false},
+      {"(or (= (mod i 3) 0) (= (mod i 3) 1))", "(not (= (mod i 3) 2))", true},
+      {"(or (= (mod i 4) 0) (= (mod i 4) 1))", "(not (= (mod i 4) 2))", false},
+      {"(and (= (mod (* 3 i) 4) 3) (= (mod i 2) 0))", "false", true},
+      {"(= (mod (mod i 4) 6) j)", "(= (mod i 4) j)", true},
+      {"(= (mod (mod i 6) 4) j)", "(= (mod i 4) j)", false},
+      {"(= (div (mod i 4) 4) j)", "(= j 0)", true},
+      {"(= (div (+ (mod i 4) 1) 4) j)", "(= j 0)", false},
+      {"(= (div (+ (mod i 4) 2) 6) j)", "(= j 0)", true},
+      {"(= (div (+ (mod i 4) 3) 6) j)", "(= j 0)", false},
+      {"(= (mod (- i) 2) j)", "(= (mod i 2) j)", true},
+      {"(= (mod (- i) 3) j)", "(= (mod i 3) j)", false},
+      {"(= (div (+ (* 5 i) j) 4) 1)", "(= (+ i (div (+ i j) 4)) 1)", true},
+      {"(= (to_int (+ x 2.5)) i)", "(= (+ 2 (to_int (+ x 0.5))) i)", true},
+      {"(= (to_int (+ x 2.5)) i)", "(= (+ 3 (to_int (+ x 0.5))) i)", false},
+  };
+  expect_justified(declared, steps);
+}
+
 }  // namespace

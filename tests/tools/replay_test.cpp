@@ -42,7 +42,8 @@ class Replay : public Program {
     return parts_of(text, options)[0];
   }
 
-  /// How the input is simplified, the input as it is written, and the same of the output.
+  /// How the input is simplified, the input as it is written, and the same of the output, behind what lies
+  /// between.
   std::vector<std::vector<Json>> parts_of(const std::string& text, const std::string& options) {
     write("in.smt2", text);
     EXPECT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace trace.jsonl" + options).status, 0);
@@ -53,7 +54,7 @@ class Replay : public Program {
       if (json.contains("trace")) parts.emplace_back();
       parts.back().push_back(std::move(json));
     }
-    EXPECT_EQ(parts.size(), 4u);
+    EXPECT_GE(parts.size(), 4u);
     return parts;
   }
 

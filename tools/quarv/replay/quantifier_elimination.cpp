@@ -9,7 +9,7 @@ namespace {
 
 using Id = TraceTerms::Id;
 
-constexpr std::size_t most_operands = 64, most_summands = 64;
+constexpr std::size_t most_operands = 64, most_summands = 64, most_pairs = 16;
 
 bool contains(const std::vector<Id>& variables, Id id) {
   return std::ranges::find(variables, id) != variables.end();
@@ -160,6 +160,92 @@ bool QuantifierElimination::remove_one(Formula& f) {
     f.operands.erase(f.operands.begin() + static_cast<std::ptrdiff_t>(i));
     for (Id& operand : f.operands) operand = terms_.replaced(operand, point->variable, point->value);
     std::erase(f.variables, point->variable);
+    return true;
+  }
+  return remove_bounded(f);
+}
+
+/// A linear bound of a variable, which is integral if that is.
+std::optional<QuantifierElimination::Bound> QuantifierElimination::bound(const Formula& f, Id operand,
+                                                                         Id variable) const {
+  const Expression& atom = terms_.term(atom_of(operand));
+  if (!atom.is("<=", 2)) return std::nullopt;
+  const auto sum = difference(atom);
+  if (!sum || !sum->coefficients.contains(variable) || !is_single(*sum, variable)) return std::nullopt;
+  // The sum is at most 0, or greater.
+  const bool is_greater = (atom_of(operand) != operand) != f.for_all;
+  Bound b;
+  b.is_open = is_greater;
+  for (const auto& [part, c] : sum->coefficients) {
+    (part == variable ? b.coefficient : b.rest.coefficients[part]) = is_greater ? mpq_class(-c) : c;
+  }
+  b.rest.constant = is_greater ? mpq_class(-sum->constant) : sum->constant;
+  if (terms_.sort_of(variable).kind != TraceSort::integer) return b;
+  const auto is_integral = [this](const auto& c) {
+    return c.second.get_den() == 1 && terms_.sort_of(c.first).kind == TraceSort::integer;
+  };
+  if (b.coefficient.get_den() != 1 || b.rest.constant.get_den() != 1 ||
+      !std::ranges::all_of(b.rest.coefficients, is_integral)) {
+    return std::nullopt;
+  }
+  if (b.is_open) b.rest.constant += 1;
+  b.is_open = false;
+  mpz_class divisor = abs(b.coefficient.get_num());
+  for (const auto& [part, c] : b.rest.coefficients) divisor = gcd(divisor, c.get_num());
+  b.coefficient /= divisor;
+  for (auto& [part, c] : b.rest.coefficients) c /= divisor;
+  b.rest.constant = nearest_integer(b.rest.constant / divisor, false, false);
+  return b;
+}
+
+/// What holds of the rest, under `exists`, where a number lies between two bounds; under `forall` the
+/// negation.
+Id QuantifierElimination::between(const Formula& f, const Bound& low, const Bound& high, Id variable,
+                                  std::size_t sort) {
+  Sum sum;
+  for (const auto& [bound, factor] : {std::pair(&low, mpq_class(abs(high.coefficient))),
+                                      std::pair(&high, mpq_class(abs(low.coefficient)))}) {
+    for (const auto& [part, c] : bound->rest.coefficients) sum.coefficients[part] += c * factor;
+    sum.constant += bound->rest.constant * factor;
+  }
+  std::erase_if(sum.coefficients, [](const auto& c) { return c.second == 0; });
+  const std::size_t numbers = terms_.term(variable).sort;
+  const bool is_open = low.is_open || high.is_open;
+  Expression e;
+  e.op = "<=";
+  e.sort = sort;
+  e.args = {term(sum, numbers), term({}, numbers)};
+  if (is_open) std::swap(e.args[0], e.args[1]);
+  const Id atom = terms_.entered(std::move(e));
+  return is_open != f.for_all ? negation(atom) : atom;
+}
+
+/// Removes a variable of which operands say no more than bounds, by the method of Fourier and Motzkin.
+/// Between two bounds lies an integer if one of them is.
+bool QuantifierElimination::remove_bounded(Formula& f) {
+  for (const Id v : f.variables) {
+    std::vector<Bound> low, high;
+    std::vector<Id> others;
+    bool is_linear = true;
+    for (const Id operand : f.operands) {
+      if (!occurs(v, operand)) {
+        others.push_back(operand);
+        continue;
+      }
+      const auto b = bound(f, operand, v);
+      is_linear = is_linear && b;
+      if (!is_linear) break;
+      (b->coefficient < 0 ? low : high).push_back(*b);
+    }
+    const auto is_unit = [](const Bound& b) { return abs(b.coefficient) == 1; };
+    const bool is_exact = terms_.sort_of(v).kind != TraceSort::integer || std::ranges::all_of(low, is_unit) ||
+                          std::ranges::all_of(high, is_unit);
+    if (!is_linear || !is_exact || low.size() * high.size() > most_pairs || effort_left_ == 0) continue;
+    for (const Bound& from : low) {
+      for (const Bound& to : high) others.push_back(between(f, from, to, v, terms_.term(f.operands[0]).sort));
+    }
+    f.operands = std::move(others);
+    std::erase(f.variables, v);
     return true;
   }
   return false;

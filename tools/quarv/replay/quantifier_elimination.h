@@ -41,6 +41,13 @@ class QuantifierElimination {
     std::vector<Id> variables, operands;
   };
 
+  /// `coefficient * variable + rest` is at most 0, or less than that.
+  struct Bound {
+    mpq_class coefficient;
+    Sum rest;
+    bool is_open = false;
+  };
+
   bool is_quantifier(Id id) const;
   bool has_own_variables(Id quantifier) const;
   std::optional<Id> without_inner(Id id);
@@ -51,6 +58,9 @@ class QuantifierElimination {
   Id closed(const Formula& f, const Expression& quantifier);
   Id joined(const std::vector<Id>& operands, bool by_or, std::size_t sort);
   bool remove_one(Formula& f);
+  bool remove_bounded(Formula& f);
+  std::optional<Bound> bound(const Formula& f, Id operand, Id variable) const;
+  Id between(const Formula& f, const Bound& low, const Bound& high, Id variable, std::size_t sort);
   bool is_decided(const Formula& f);
   bool is_unbounded(const Formula& f, Id part) const;
   bool are_constant_bounds(const Formula& f) const;

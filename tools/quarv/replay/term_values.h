@@ -99,6 +99,13 @@ class TermValues {
     mpq_class factor, constant;
   };
 
+  /// Where the values of a remainder lie.
+  struct RemainderRange {
+    mpq_class low, high;
+    bool is_above_low, is_below_high;  ///< the ends are none
+    mpz_class divisor;                 ///< all are multiples of its reciprocal; 0: they are any
+  };
+
   // term_values.cpp
   bool have_equal_values(Id a, Id b);
   bool are_proved_equal(Id a, Id b);
@@ -217,12 +224,16 @@ class TermValues {
   template <class Says>
   std::optional<Bit> in_cases(const Sum& d, Says says);
   Bit compare_form(Sum difference, bool equality, bool integer);
+  bool is_sum_of_squares(const Sum& d, int sign) const;
+  std::optional<Bit> compare_squares(const Sum& d, bool equality);
   Bit congruent(const Sum& difference, const mpz_class& modulus);
-  Bit has_residue(const std::string& integer, unsigned long modulus, unsigned long residue);
+  Bit has_digit(const std::string& residue, unsigned long base, unsigned long digit);
   Sum floor_argument(Value v) const { return sum_of(found(at(v).args[0].first)); }
   static std::optional<Remainder> remainder(Sum rest, const mpq_class& times, Sum of);
   std::optional<Remainder> remainder(const Sum& sum) const;
   std::optional<Bit> compare_remainder(const Sum& d, bool equality);
+  RemainderRange range(const Remainder& r) const;
+  std::optional<mpz_class> floor_of_remainder(const Sum& sum) const;
 
   // term_values_lemmas.cpp
   struct LemmaList {

@@ -33,6 +33,30 @@ std::optional<BitGraph::Bit> TermValues::in_cases(const Sum& d, Says says) {
   return std::nullopt;
 }
 
+/// Nothing but products in which each factor has a partner, with coefficients of this sign.
+bool TermValues::is_sum_of_squares(const Sum& d, int sign) const {
+  return std::ranges::all_of(d.coefficients, [&](const auto& c) {
+    const Thing& t = at(c.first);
+    if (t.kind != Thing::product || sgn(c.second) != sign || t.args.size() % 2 != 0) return false;
+    for (std::size_t i = 0; i < t.args.size(); i += 2) {
+      if (t.args[i] != t.args[i + 1]) return false;  // they are sorted
+    }
+    return true;
+  });
+}
+
+/// Squares are not negative, and their sum is 0 where all of them are.
+std::optional<BitGraph::Bit> TermValues::compare_squares(const Sum& d, bool equality) {
+  const int sign = sgn(d.coefficients.begin()->second);
+  if (!is_sum_of_squares(d, sign)) return std::nullopt;
+  if (sgn(d.constant) == sign) return equality || sign > 0 ? BitGraph::no : BitGraph::yes;
+  if (d.constant != 0 || (equality && d.coefficients.size() == 1)) return std::nullopt;
+  if (!equality && sign < 0) return BitGraph::yes;
+  std::vector<Bit> any;
+  for (const auto& [part, c] : d.coefficients) any.push_back(compare({{{part, 1}}, 0}, true) ^ 1U);
+  return graph_.disjunction(std::move(any)) ^ 1U;
+}
+
 /// Whether the sum is 0, or at most 0.
 BitGraph::Bit TermValues::compare(Sum d, bool equality) {
   if (d.coefficients.empty()) {
@@ -58,6 +82,7 @@ BitGraph::Bit TermValues::compare(Sum d, bool equality) {
   }
   if (const auto bit = compare_words(scaled, equality)) return *bit;
   if (const auto bit = compare_remainder(scaled, equality)) return *bit;
+  if (const auto bit = compare_squares(scaled, equality)) return *bit;
   const auto by_cases = in_cases(scaled, [&](Sum there) { return compare(std::move(there), equality); });
   if (by_cases) return *by_cases;
   return compare_form(std::move(scaled), equality, integer);
@@ -123,19 +148,36 @@ std::optional<TermValues::Remainder> TermValues::remainder(const Sum& sum) const
 }
 
 /// A fractional part is at least 0 and less than 1; that of a sum of integers with the denominator n is less
-/// by 1/n. Which one it is says whether a sum is congruent to a number.
+/// by 1/n.
+TermValues::RemainderRange TermValues::range(const Remainder& r) const {
+  mpz_class divisor = r.sum.constant.get_den();
+  for (const auto& [part, c] : r.sum.coefficients) divisor = lcm(divisor, c.get_den());
+  const bool of_integers =
+      std::ranges::all_of(r.sum.coefficients, [this](const auto& c) { return at(c.first).is_integer; });
+  if (!of_integers) divisor = 0;
+  const mpq_class largest = divisor == 0 ? mpq_class(1) : mpq_class(1) - mpq_class(mpz_class(1), divisor);
+  const mpq_class ends[] = {r.constant, r.constant + r.factor * largest};
+  const auto [low, high] = std::minmax(ends[0], ends[1]);
+  return {low, high, divisor == 0 && r.factor < 0, divisor == 0 && r.factor > 0, divisor};
+}
+
+/// The integer part of a remainder, where it is the same for all of them.
+std::optional<mpz_class> TermValues::floor_of_remainder(const Sum& sum) const {
+  const auto r = remainder(sum);
+  if (!r) return std::nullopt;
+  const RemainderRange in = range(*r);
+  mpz_class first, last;
+  mpz_fdiv_q(first.get_mpz_t(), in.low.get_num_mpz_t(), in.low.get_den_mpz_t());
+  mpz_fdiv_q(last.get_mpz_t(), in.high.get_num_mpz_t(), in.high.get_den_mpz_t());
+  if (in.is_below_high && in.high.get_den() == 1) --last;
+  return first == last ? std::optional(first) : std::nullopt;
+}
+
+/// Which remainder it is says whether a sum is congruent to a number.
 std::optional<BitGraph::Bit> TermValues::compare_remainder(const Sum& d, bool equality) {
   const auto r = remainder(d);
   if (!r) return std::nullopt;
-  mpz_class divisor = r->sum.constant.get_den();
-  for (const auto& [part, c] : r->sum.coefficients) divisor = lcm(divisor, c.get_den());
-  const bool of_integers =
-      std::ranges::all_of(r->sum.coefficients, [this](const auto& c) { return at(c.first).is_integer; });
-  if (!of_integers) divisor = 0;
-  const mpq_class largest = divisor == 0 ? mpq_class(1) : mpq_class(1) - mpq_class(mpz_class(1), divisor);
-  const mpq_class ends[] = {r->constant, r->constant + r->factor * largest};
-  const auto [low, high] = std::minmax(ends[0], ends[1]);
-  const bool is_less = divisor == 0 && r->factor > 0, is_more = divisor == 0 && r->factor < 0;  // than an end
+  const auto [low, high, is_more, is_less, divisor] = range(*r);
   if (high < 0 || (high == 0 && (is_less || !equality))) return equality ? BitGraph::no : BitGraph::yes;
   if (low > 0 || (low == 0 && is_more)) return BitGraph::no;
   if (divisor == 0 || (!equality && divisor > largest_modulus)) return std::nullopt;
@@ -181,10 +223,31 @@ BitGraph::Bit TermValues::compare_form(Sum d, bool equality, bool integer) {
   return atom(std::move(says), key) ^ (negated ? 1U : 0U);
 }
 
-/// Whether the sum is a multiple of the modulus: that does not depend on its sign.
+namespace {
+
+/// The smallest prime factor of a number greater than 1.
+unsigned long smallest_factor(unsigned long n) {
+  unsigned long p = 2;
+  while (n % p != 0) ++p;
+  return p;
+}
+
+}  // namespace
+
+/// Whether the sum is a multiple of the modulus: that does not depend on its sign. Of small moduli the powers
+/// of primes decide, and of those the digits of residues, so that what is said of one integer by several
+/// moduli belongs together.
 BitGraph::Bit TermValues::congruent(const Sum& d, const mpz_class& modulus) {
   const auto by_cases = in_cases(d, [&](const Sum& there) { return congruent(there, modulus); });
   if (by_cases) return *by_cases;
+  unsigned long prime = 0;
+  if (modulus > 1 && modulus <= largest_modulus && is_integral(d)) {
+    const unsigned long n = modulus.get_ui();
+    prime = smallest_factor(n);
+    unsigned long power = prime;
+    while (n % (power * prime) == 0) power *= prime;
+    if (power != n) return graph_.both(congruent(d, mpz_class(power)), congruent(d, mpz_class(n / power)));
+  }
   Sum chosen;
   std::string form;
   for (const int sign : {1, -1}) {
@@ -203,9 +266,11 @@ BitGraph::Bit TermValues::congruent(const Sum& d, const mpz_class& modulus) {
       chosen = std::move(reduced);
     }
   }
-  if (modulus <= largest_modulus && is_integral(chosen)) {
+  if (prime != 0) {
     const unsigned long n = modulus.get_ui(), constant = chosen.constant.get_num().get_ui();
-    return has_residue(form, n, (n - constant) % n);
+    const Bit before = n == prime ? BitGraph::yes : congruent(d, modulus / prime);
+    const std::string residue = "residue " + std::to_string(n) + ' ' + form;
+    return graph_.both(before, has_digit(residue, prime, (n - constant) % n / (n / prime)));
   }
   const std::string key = "multiple of " + modulus.get_str(32) + ' ' + text(chosen);
   const auto [known, is_new] = known_bits_.try_emplace(key, 0);
@@ -213,19 +278,18 @@ BitGraph::Bit TermValues::congruent(const Sum& d, const mpz_class& modulus) {
   return graph_.find(known->second);
 }
 
-/// Whether an integer has this residue: a word, which is the last residue where it is none.
-BitGraph::Bit TermValues::has_residue(const std::string& integer, unsigned long modulus,
-                                      unsigned long residue) {
-  const auto [known, is_new] =
-      known_words_.try_emplace("residue " + std::to_string(modulus) + ' ' + integer, 0);
-  if (is_new) known->second = words_.variable(static_cast<std::size_t>(std::bit_width(modulus - 1)));
+/// Whether the last digit to the base of an integer's residue, of which this is the text, is this one: a
+/// word, which is the greatest digit where it is none.
+TermValues::Bit TermValues::has_digit(const std::string& residue, unsigned long base, unsigned long digit) {
+  const auto [known, is_new] = known_words_.try_emplace(residue, 0);
+  if (is_new) known->second = words_.variable(static_cast<std::size_t>(std::bit_width(base - 1)));
   const Word w = words_.current(known->second);
   const auto is = [&](unsigned long k) {
     return words_.equal(w, words_.constant(mpz_class(k), words_.width(w)));
   };
-  if (residue + 1 < modulus) return is(residue);
+  if (digit + 1 < base) return is(digit);
   std::vector<Bit> others;
-  for (unsigned long k = 0; k < residue; ++k) others.push_back(is(k));
+  for (unsigned long k = 0; k < digit; ++k) others.push_back(is(k));
   return graph_.disjunction(std::move(others)) ^ 1U;
 }
 

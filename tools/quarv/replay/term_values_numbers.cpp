@@ -206,6 +206,14 @@ TermValues::Value TermValues::floor(Sum sum) {
   }
   Sum whole, rest;
   for (const auto& [part, c] : sum.coefficients) {
+    if (at(part).is_integer && c.get_den() == 1) whole.coefficients[part] = c;
+  }
+  add(sum, whole, -1);
+  if (const auto part = floor_of_remainder(sum)) {
+    whole.constant = *part;
+    return number(whole);
+  }
+  for (const auto& [part, c] : sum.coefficients) {
     const mpz_class times = at(part).is_integer ? floor_of(c) : mpz_class(0);
     if (times != 0) whole.coefficients[part] = times;
     if (c != times) rest.coefficients[part] = c - times;
