@@ -53,7 +53,7 @@ TEST(Smallest, WritesValuesAsLiterals) {
 TEST(Smallest, WritesNumbersInLowestTermsWhereverTheyStand) {
   const std::string declared = "(declare-const a Real)\n(declare-const b Real)\n";
   std::string input = declared, expected = declared;
-  for (const std::string term : {"a", "b", "(* b b)", "(* b a)", "(* b a b)", "(* b a a)", "(* a a)"}) {
+  for (const std::string term : {"a", "b", "(* b b b)", "(* b a)", "(* b a b)", "(* b a a)", "(* a a a)"}) {
     input += "(assert (< " + term + " (- (/ 64 26))))\n";
     expected += "(assert (< " + term + " (- (/ 32.0 13.0))))\n";
   }

@@ -53,6 +53,7 @@ class NormalForms {
   struct Item {  // of a linear combination
     QNumber coefficient;
     Node monomial;
+    bool is_negative() const { return coefficient.sign() < 0; }
   };
   struct Sum {
     std::vector<Item> items;
@@ -109,6 +110,8 @@ class NormalForms {
   void quotient(const Term* t);
   ClassId dividend(const IntegerQuotient& q);
   void remainder(const Sum& sum);
+  void arrange(const Sum& all, bool real, const Item* quotient = nullptr, ClassId quotient_form = {});
+  void with_constant_inside(const Sum& sum);
   void congruence(const Term* t);
   void comparison(const Term* t, bool negated);
   void atom(const Sum& sum, SymbolTag::tag tag, bool negated);

@@ -173,30 +173,60 @@ void NormalForms::sum(Node n) {
     Sum all;
     if (!collect(n, QNumber(1), all, through_shared)) continue;
     settle(all);
-    std::vector<ClassId> plus, minus;
-    for (const Item& item : all.items) {
-      const ClassId c = class_of(item.monomial);
-      add_forms(c, item.monomial);
-      const bool negative = item.coefficient.sign() < 0;
-      const ClassId part = multiple(negative ? -item.coefficient : item.coefficient, c, real);
-      (negative ? minus : plus).push_back(part);
-    }
-    if (!all.constant.is_zero()) {
-      const bool negative = all.constant.sign() < 0;
-      (negative ? minus : plus).push_back(number(negative ? -all.constant : all.constant, real));
-    }
-    if (minus.empty() && plus.size() < 2) {
-      same(total(plus, real));
-    } else if (minus.empty()) {
-      form(operator_head("+"), plus);
-    } else if (plus.empty()) {
-      form("-", {total(minus, real)});
-    } else {
-      form("-", {total(plus, real), total(minus, real)});
-    }
-    if (!minus.empty()) with_negative_parts(all, real);
-    if (!minus.empty() && !real) remainder(all);
+    arrange(all, real);
+    const bool has_negative = std::ranges::any_of(all.items, &Item::is_negative) || all.constant.sign() < 0;
+    if (has_negative) with_negative_parts(all, real);
+    if (has_negative && !real) remainder(all);
+    if (!real) with_constant_inside(all);
     if (!all.has_shared_links) return;  // the second time would find the same
+  }
+}
+
+/// What is added and what is subtracted. `quotient`, if any, is written as the class `quotient_form`.
+void NormalForms::arrange(const Sum& all, bool real, const Item* quotient, ClassId quotient_form) {
+  std::vector<ClassId> plus, minus;
+  for (const Item& item : all.items) {
+    if (&item == quotient) {
+      plus.push_back(quotient_form);
+      continue;
+    }
+    const ClassId c = class_of(item.monomial);
+    add_forms(c, item.monomial);
+    const bool negative = item.is_negative();
+    (negative ? minus : plus).push_back(multiple(negative ? -item.coefficient : item.coefficient, c, real));
+  }
+  if (!all.constant.is_zero()) {
+    const bool negative = all.constant.sign() < 0;
+    (negative ? minus : plus).push_back(number(negative ? -all.constant : all.constant, real));
+  }
+  if (minus.empty() && plus.size() < 2) {
+    same(total(plus, real));
+  } else if (minus.empty()) {
+    form(operator_head("+"), plus);
+  } else if (plus.empty()) {
+    form("-", {total(minus, real)});
+  } else {
+    form("-", {total(plus, real), total(minus, real)});
+  }
+}
+
+/// "(div (+ x 7) 4)" for (+ 1 (div (+ x 3) 4)).
+void NormalForms::with_constant_inside(const Sum& sum) {
+  if (sum.constant.is_zero() || !sum.constant.is_integer()) return;
+  for (const Item& item : sum.items) {
+    IntegerQuotient q;
+    const Term* t = item.monomial.term();
+    if (!(item.coefficient == QNumber(1)) || m_.get_tag(t->symbol) != SymbolTag::FLOOR) continue;
+    if (!as_integer_quotient(m_, t, q)) continue;
+    const QNumber more = sum.constant * q.divisor;
+    const bool has_constant = q.summands.back().monomial == nullptr;
+    if (!has_constant) q.summands.push_back({nullptr, QNumber()});
+    q.summands.back().coefficient += more;
+    if (q.summands.back().coefficient.is_zero()) q.summands.pop_back();
+    const ClassId inside = app("div", {dividend(q), number(q.divisor, false)}, m_.int_type);
+    Sum others = sum;
+    others.constant = QNumber();
+    return arrange(others, false, &others.items[static_cast<std::size_t>(&item - sum.items.data())], inside);
   }
 }
 

@@ -234,6 +234,7 @@ const Term* combined(const Lattice& l, const Term* a, const Term* b) {
   if (const Term* t = resolved_clauses(l, a, b)) return t;
   if (const Term* t = meeting_bounds(l, a, b)) return t;
   if (const Term* t = joined_comparisons(l.m, a, b, l.is_conjunction())) return t;
+  if (const Term* t = joined_congruences(l.m, a, b, l.is_conjunction())) return t;
   return l.is_conjunction() ? joined_classes(l.m, a, b) : nullptr;
 }
 

@@ -1,3 +1,6 @@
+#include <algorithm>
+#include <array>
+
 #include <quarv/simpl/extended/families.h>
 #include <quarv/simpl/extended/values.h>
 
@@ -45,6 +48,56 @@ const Term* ites_equal(TermManager& m, const Term* a, const Term* b) {
   return m.make_ite(a->args[0], first, second);
 }
 
+/// What a short chain of writes at known places leaves at each of them.
+class WrittenPlaces {
+ public:
+  struct Place {
+    const Term* index;
+    const Term* value;
+  };
+
+  /// False where the chain is too long, or some place is not known.
+  [[nodiscard]] bool take(const TermManager& m, const Term* array) {
+    for (; has_tag(m, array, SymbolTag::ARRAY_WRITE); array = array->args[0]) {
+      const Term* index = array->args[1];
+      if (!is_value(m, index) || is_nan(m, index)) return false;
+      if (value_at(index) != nullptr) continue;  // written again later
+      if (size_ == places_.size()) return false;
+      places_[size_++] = {index, array->args[2]};
+    }
+    base_ = array;
+    return true;
+  }
+  const Term* base() const noexcept { return base_; }
+  std::span<const Place> places() const noexcept { return {places_.data(), size_}; }
+  /// Null where nothing is written.
+  const Term* value_at(const Term* index) const {
+    const auto found = std::ranges::find(places(), index, &Place::index);
+    return found == places().end() ? nullptr : found->value;
+  }
+
+ private:
+  std::array<Place, 16> places_{};
+  std::size_t size_ = 0;
+  const Term* base_ = nullptr;
+};
+
+/// Writes to one array at the same places, in whatever order: equal where all values are.
+const Term* writes_equal(TermManager& m, const Term* a, const Term* b) {
+  WrittenPlaces first;
+  WrittenPlaces second;
+  if (!first.take(m, a) || !second.take(m, b) || first.base() != second.base()) return nullptr;
+  if (first.places().size() != second.places().size()) return nullptr;
+  for (const WrittenPlaces::Place& place : first.places()) {
+    if (second.value_at(place.index) == nullptr) return nullptr;
+  }
+  const Term* all = m.true_term;
+  for (const WrittenPlaces::Place& place : first.places()) {
+    all = m.make_and(m.make_equal(place.value, second.value_at(place.index)), all);
+  }
+  return all;
+}
+
 /// (= (store a i v) (store a i w)) is (= v w), and (= (store a i v) a) is (= (select a i) v).
 const Term* arrays_equal(TermManager& m, const Term* a, const Term* b) {
   if (!has_tag(m, a, SymbolTag::ARRAY_WRITE)) return nullptr;
@@ -87,7 +140,9 @@ const Term* simplify_equal(TermManager& m, const Symbol* s, Args args) {
   }
   if (m.is_array_type(m.type_of(a))) {
     if (const Term* t = arrays_equal(m, a, b)) return t;
-    return arrays_equal(m, b, a);
+    if (const Term* t = arrays_equal(m, b, a)) return t;
+    const bool are_writes = has_tag(m, a, SymbolTag::ARRAY_WRITE) && has_tag(m, b, SymbolTag::ARRAY_WRITE);
+    return are_writes ? writes_equal(m, a, b) : nullptr;
   }
   if (const Term* t = equal_to_nan(m, a, b)) return t;
   if (has_tag(m, a, SymbolTag::FP_NEG) && has_tag(m, b, SymbolTag::FP_NEG)) {

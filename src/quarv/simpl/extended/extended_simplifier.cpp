@@ -78,6 +78,8 @@ const Term* ExtendedSimplifier::simplified(TermManager& m, const Symbol* s,
       return simplify_floor(m, s, args);
     case SymbolTag::LEQ:
       return simplify_leq(m, s, args);
+    case SymbolTag::INT_MOD_CONGR:
+      return simplify_congruence(m, s, args);
     case SymbolTag::INT_FROM_UBV:
     case SymbolTag::INT_FROM_SBV:
       return simplify_to_integer(m, s, args);

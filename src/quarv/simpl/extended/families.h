@@ -38,7 +38,10 @@ const Term* simplify_plus(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_times(TermManager& m, const Symbol* s, Args args);
 /// `(= product 0)`.
 const Term* product_is_zero(TermManager& m, const Term* product);
+/// Whether a product has no factor an odd number of times: it is not negative.
+bool is_square(const TermManager& m, const Term* product);
 const Term* simplify_floor(TermManager& m, const Symbol* s, Args args);
+const Term* simplify_congruence(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_leq(TermManager& m, const Symbol* s, Args args);
 const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args);
 

@@ -52,7 +52,7 @@ bool is_nonzero(const TermManager& m, const Term* t) {
          is_nonzero(m, t->args[2]);
 }
 
-/// The factors of a short product, each once.
+/// The factors of a short product, each once, and how often they occur.
 class Factors {
  public:
   /// False where there are too many.
@@ -64,21 +64,29 @@ class Factors {
   }
   std::size_t num_added() const noexcept { return num_added_; }
   Args distinct() const noexcept { return {factors_.data(), size_}; }
+  bool all_are_even() const noexcept { return is_odd_ == 0; }
 
  private:
   bool add(const Term* t) {
     if (num_added_++ == factors_.size()) return false;
-    if (std::find(factors_.begin(), factors_.begin() + size_, t) == factors_.begin() + size_)
-      factors_[size_++] = t;
+    const auto known = std::find(factors_.begin(), factors_.begin() + size_, t) - factors_.begin();
+    if (static_cast<std::size_t>(known) == size_) factors_[size_++] = t;
+    is_odd_ ^= 1U << known;
     return true;
   }
 
   std::array<const Term*, 12> factors_;
   std::size_t size_ = 0;
   std::size_t num_added_ = 0;
+  unsigned is_odd_ = 0;  // a bit for each factor: it occurs an odd number of times
 };
 
 }  // namespace
+
+bool is_square(const TermManager& m, const Term* product) {
+  Factors factors;
+  return has_tag(m, product, SymbolTag::TIMES) && factors.take(m, product) && factors.all_are_even();
+}
 
 /// A product that is 0: it does not matter how often a factor occurs, nor whether there is one that never
 /// is 0.

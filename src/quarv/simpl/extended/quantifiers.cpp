@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <vector>
 
+#include <quarv/simpl/extended/bounds_of_variables.h>
 #include <quarv/simpl/extended/definitions.h>
 #include <quarv/simpl/extended/families.h>
 #include <quarv/simpl/extended/linear_sum.h>
@@ -171,11 +172,14 @@ const Term* simplify_quantifier(TermManager& m, FreeVariables& free, const Symbo
     return m.make_bool(!universal);
   if (annotated) return nullptr;
   std::vector<const Term*> others;
-  if (const Term* t = with_definitions(m, free, universal, variables, body, others)) {
+  const auto quantified = [&](const Term* t) {
     return others.empty() || is_value(m, t) ? t : m.make_quantifier(s->name, others, t);
-  }
+  };
+  if (const Term* t = with_definitions(m, free, universal, variables, body, others)) return quantified(t);
   const std::vector<const Term*> operands = operands_of(m, free, variables, universal, body);
   if (const Term* t = without_free_operands(m, free, s, variables, operands)) return t;
+  if (const Term* t = without_bounded_variable(m, free, universal, variables, operands, others))
+    return quantified(t);
   const std::vector<const Term*> used = free.among(m, variables, body);
   if (used.empty()) return body;
   return used.size() < variables.list().size() ? m.make_quantifier(s->name, used, body) : nullptr;

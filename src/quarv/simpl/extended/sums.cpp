@@ -89,37 +89,12 @@ const Term* floor_of_part(TermManager& m, const Term* t) {
   return m.make_floor(m.make_times(t->args[0], t->args[1]->args[0]));
 }
 
-}  // namespace
-
-/// The integral part of a sum comes out: the greatest integer below x + n is n more than that below x.
-const Term* simplify_floor(TermManager& m, const Symbol* /*s*/, Args args) {
-  if (const Term* t = floor_of_part(m, args[0])) return t;
-  LinearSum sum(m);
-  if (!sum.add(args[0], one)) return nullptr;
-  sum.drop_zeros();
-  LinearSum whole(m);
-  LinearSum rest(m);
-  for (const LinearSum::Monomial& x : sum) {
-    const bool comes_out = m.type_of(x.term) == m.int_type && x.coefficient.is_integer();
-    if (!(comes_out ? whole : rest).add(x.term, x.coefficient)) return nullptr;
-  }
-  (sum.constant.is_integer() ? whole : rest).constant = sum.constant;
-  if (whole.size() == 0) return nullptr;
-  if (rest.size() == 0) return whole.to_term();
-  const Term* floor = m.make_floor(as_quotient(m, rest));
-  return m.make_plus(whole.to_term(), floor);
-}
-
-// Atoms.
-// ---------------------------------------------------------------------------------------------------------
-
-namespace {
-
-/// Where the values of a sum without its constant lie, when it is a remainder: c times t - n * floor(t / n)
-/// is at least 0 and less than c * n.
+/// Where the values of a sum lie, when it is a remainder and a constant: c times t - n * floor(t / n) is at
+/// least 0 and less than c * n.
 struct RemainderRange {
   QNumber end;  // values are at least 0 and less than this; for negative c, greater than it and at most 0
   bool positive = true;
+  QNumber constant;  // what is added to it
 };
 
 /// Whether `others` is k * floor(t) where factor * dividend is k * t, with a whole number of k in `factor`:
@@ -140,21 +115,70 @@ std::optional<RemainderRange> range_of_remainder(TermManager& m, LinearSum& sum)
     const QNumber factor = x.coefficient.neg();
     LinearSum dividend(m);
     LinearSum others(m);
-    if (!dividend.add(x.term->args[0], one) || !dividend.constant.is_zero()) continue;
+    if (!dividend.add(x.term->args[0], one)) continue;
     bool fits = true;
     for (const LinearSum::Monomial& y : sum) {
       if (y.term != x.term) fits &= others.add(y.term, y.coefficient);
     }
     if (!fits) continue;
-    if (others.is_multiple_of(dividend, factor) || is_multiple_of_whole_dividend(m, others, dividend, factor))
-      return RemainderRange{factor, factor.sign() > 0};
+    if (!others.is_multiple_of(dividend, factor) &&
+        !(dividend.constant.is_zero() && is_multiple_of_whole_dividend(m, others, dividend, factor)))
+      continue;
+    return RemainderRange{factor, factor.sign() > 0, sum.constant - factor * dividend.constant};
   }
   return std::nullopt;
 }
 
-/// What is known of remainder + constant <= 0.
-const Term* remainder_at_most(TermManager& m, const RemainderRange& range, const QNumber& constant) {
-  const QNumber most = constant.neg();  // remainder <= most
+/// The greatest integer below a remainder, and a constant, where it is the same for all remainders.
+const Term* floor_of_remainder(TermManager& m, LinearSum& sum) {
+  const auto range = range_of_remainder(m, sum);
+  if (!range) return nullptr;
+  const QNumber floor = range->constant.floor();
+  const QNumber end = range->constant + range->end;
+  const bool is_one_value = range->positive ? end <= floor + one : floor <= end;
+  return is_one_value ? m.make_number(floor) : nullptr;
+}
+
+/// The integer next to x, the smaller of two that are as near.
+QNumber nearest_integer(const QNumber& x) {
+  return -(one / QNumber(2) - x).floor();
+}
+
+}  // namespace
+
+/// The integral part of a sum comes out: the greatest integer below x + n is n more than that below x. So do
+/// those of the coefficients of integers, and what is left is smaller: (div (+ (* 5 i) j) 4) is
+/// (+ i (div (+ i j) 4)).
+const Term* simplify_floor(TermManager& m, const Symbol* /*s*/, Args args) {
+  if (const Term* t = floor_of_part(m, args[0])) return t;
+  LinearSum sum(m);
+  if (!sum.add(args[0], one)) return nullptr;
+  sum.drop_zeros();
+  if (const Term* t = floor_of_remainder(m, sum)) return t;
+  LinearSum whole(m);
+  LinearSum rest(m);
+  for (const LinearSum::Monomial& x : sum) {
+    const QNumber integer = m.type_of(x.term) == m.int_type ? nearest_integer(x.coefficient) : QNumber();
+    if (!integer.is_zero() && !whole.add(x.term, integer)) return nullptr;
+    const QNumber fraction = x.coefficient - integer;
+    if (!fraction.is_zero() && !rest.add(x.term, fraction)) return nullptr;
+  }
+  whole.constant = sum.constant.floor();
+  rest.constant = sum.constant - whole.constant;
+  if (whole.size() == 0) return nullptr;
+  if (rest.size() == 0) return whole.to_term();
+  const Term* floor = m.make_floor(as_quotient(m, rest));
+  return m.make_plus(whole.to_term(), floor);
+}
+
+// Atoms.
+// ---------------------------------------------------------------------------------------------------------
+
+namespace {
+
+/// What is known of a remainder with its constant, if it is to be at most 0.
+const Term* remainder_at_most(TermManager& m, const RemainderRange& range) {
+  const QNumber most = range.constant.neg();  // remainder <= most
   if (range.positive) {
     if (most.sign() < 0) return m.false_term;
     return range.end <= most ? m.true_term : nullptr;
@@ -268,38 +292,67 @@ const Term* count_is_zero(TermManager& m, LinearSum& sum) {
 struct Summands {
   bool floors = false;
   bool only_ites = true;
+  bool only_products = true;
 
   Summands(const TermManager& m, Args args) {
     for (const Term* side : args) {
       LinearSum::for_each_summand(m, side, [&](const Term* x) {
+        const bool is_number = m.get_number(x) != nullptr;
         floors |= is_floor(m, x);
-        only_ites &= has_tag(m, x, SymbolTag::TERM_ITE) || m.get_number(x) != nullptr;
+        only_ites &= has_tag(m, x, SymbolTag::TERM_ITE) || is_number;
+        only_products &= has_tag(m, x, SymbolTag::TIMES) || is_number;
         return !floors;
       });
     }
   }
 };
 
+/// A sum of squares with coefficients of one sign: 1 or -1, the sign of all values but 0; 0 for others.
+int sign_of_squares(const TermManager& m, LinearSum& sum) {
+  if (sum.begin() == sum.end()) return 0;
+  const int sign = sum.begin()->coefficient.sign();
+  for (const LinearSum::Monomial& x : sum) {
+    if (x.coefficient.sign() != sign || !is_square(m, x.term)) return 0;
+  }
+  return sign;
+}
+
+const Term* all_are_zero(TermManager& m, LinearSum& sum) {
+  const Term* zero = m.make_number(QNumber());
+  const Term* all = m.true_term;
+  for (const LinearSum::Monomial& x : sum) all = m.make_and(m.make_equal(x.term, zero), all);
+  return all;
+}
+
+/// Whether squares with a constant are at most 0, as far as their signs tell.
+const Term* squares_at_most_zero(TermManager& m, LinearSum& sum) {
+  const int sign = sign_of_squares(m, sum);
+  if (sign > 0 && sum.constant.sign() > 0) return m.false_term;
+  if (sign > 0 && sum.constant.is_zero()) return all_are_zero(m, sum);
+  return sign < 0 && sum.constant.sign() <= 0 ? m.true_term : nullptr;
+}
+
 }  // namespace
 
-/// Remainders lie in a known range, and so do counts.
+/// Remainders lie in a known range, and so do counts and sums of squares.
 const Term* simplify_leq(TermManager& m, const Symbol* s, Args args) {
   if (const Term* t = compared_branches(m, s, args)) return t;
   if (const Term* t = compare_with_branch(m, s, args)) return t;
   if (const Term* t = compare_converted(m, s, args)) return t;
   const Summands summands(m, args);
-  if (!summands.floors && !summands.only_ites) return nullptr;
+  if (!summands.floors && !summands.only_ites && !summands.only_products) return nullptr;
   LinearSum sum(m);
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
   sum.drop_zeros();
+  if (summands.only_products) return squares_at_most_zero(m, sum);
   if (!summands.floors) return count_at_most_zero(m, sum);
   const auto range = range_of_remainder(m, sum);
   if (!range) return nullptr;
-  if (const Term* t = remainder_at_most(m, *range, sum.constant)) return t;
+  if (const Term* t = remainder_at_most(m, *range)) return t;
   // Integral remainders end one below the divisor.
   const bool integral = m.type_of(args[0]) == m.int_type && m.type_of(args[1]) == m.int_type;
-  if (!integral || !range->end.is_integer()) return nullptr;
-  const QNumber most = sum.constant.neg();
+  if (!integral || !range->end.is_integer() || !range->constant.is_integer()) return nullptr;
+  const QNumber most = range->constant.neg();
   if (range->positive) return range->end - one <= most ? m.true_term : nullptr;
   return most < range->end + one ? m.false_term : nullptr;
 }
@@ -317,12 +370,15 @@ const Term* simplify_arithmetic_equal(TermManager& m, const Symbol* s, Args args
   if (!sum.add(args[0], one) || !sum.add(args[1], minus_one)) return nullptr;
   sum.drop_zeros();
   if (const auto range = range_of_remainder(m, sum)) {
-    const QNumber value = sum.constant.neg();
+    const QNumber value = range->constant.neg();
     const bool inside =
         range->positive ? value.sign() >= 0 && value < range->end : value.sign() <= 0 && range->end < value;
     if (!inside) return m.false_term;
   }
   if (const Term* t = count_is_zero(m, sum)) return t;
+  const int sign = sign_of_squares(m, sum);
+  if (sign * sum.constant.sign() > 0) return m.false_term;
+  if (sign != 0 && sum.constant.is_zero() && sum.size() > 1) return all_are_zero(m, sum);
   if (sum.end() - sum.begin() != 2 || !sum.constant.is_zero()) return nullptr;
   const LinearSum::Monomial& x = sum.begin()[0];
   const LinearSum::Monomial& y = sum.begin()[1];
