@@ -177,9 +177,11 @@ std::optional<mpz_class> TermValues::floor_of_remainder(const Sum& sum) const {
 std::optional<BitGraph::Bit> TermValues::compare_remainder(const Sum& d, bool equality) {
   const auto r = remainder(d);
   if (!r) return std::nullopt;
-  const auto [low, high, is_more, is_less, divisor] = range(*r);
-  if (high < 0 || (high == 0 && (is_less || !equality))) return equality ? BitGraph::no : BitGraph::yes;
-  if (low > 0 || (low == 0 && is_more)) return BitGraph::no;
+  const RemainderRange in = range(*r);
+  if (in.high < 0 || (in.high == 0 && (in.is_below_high || !equality)))
+    return equality ? BitGraph::no : BitGraph::yes;
+  if (in.low > 0 || (in.low == 0 && in.is_above_low)) return BitGraph::no;
+  const mpz_class& divisor = in.divisor;
   if (divisor == 0 || (!equality && divisor > largest_modulus)) return std::nullopt;
   Sum scaled;  // its residue is the fractional part times the divisor
   add(scaled, r->sum, mpq_class(divisor));
