@@ -20,6 +20,20 @@ mpz_class modulo(const mpz_class& value, std::size_t width) {
   return result;
 }
 
+/// The number that the bits are at most.
+mpz_class largest(const Bits& bits) {
+  mpz_class value;
+  for (std::size_t i = 0; i < bits.size(); ++i) {
+    if (bits[i] != Words::no) mpz_setbit(value.get_mpz_t(), i);
+  }
+  return value;
+}
+
+/// What is at most so much, whatever has been made of it, has zeros on top.
+void limit(Bits& bits, const mpz_class& most) {
+  for (std::size_t i = mpz_sizeinbase(most.get_mpz_t(), 2); i < bits.size(); ++i) bits[i] = Words::no;
+}
+
 }  // namespace
 
 void Words::add_product(Sum& sum, const std::vector<Word>& product, const mpz_class& factor) const {
@@ -33,7 +47,7 @@ void Words::add(Sum& sum, const Sum& other, const mpz_class& factor) const {
 }
 
 /// The sum that the word was built from. What was not is a word of its own; of it and its complement, which
-/// is -1 less it, the one whose lowest bit is not a negation.
+/// is -1 less it, the one that has zeros on top, or else the one whose lowest bit is not a negation.
 Words::Sum Words::sum_of(Word w) {
   const auto known = sums_.find(w);
   if (known != sums_.end()) return known->second;
@@ -45,7 +59,8 @@ Words::Sum Words::sum_of(Word w) {
   }
   const Word other = complement(w);
   const auto known_other = sums_.find(other);
-  if (known_other == sums_.end() && (words_[w][0] & 1U) == 0) {
+  const Bit top = words_[w].back();
+  if (known_other == sums_.end() && (top <= yes ? top == no : (words_[w][0] & 1U) == 0)) {
     add_product(sum, {w}, 1);
     return sum;
   }
@@ -135,14 +150,9 @@ Words::Sum Words::lower_part(const Sum& sum, std::size_t width, std::size_t divi
   Sum lower;
   lower.width = width;
   for (const auto& [product, c] : sum.coefficients) {
-    std::vector<Word> parts;
-    for (const Word w : product) parts.push_back(slice(w, 0, width));
-    if (product.size() > 1) parts = {word(product_bits(parts))};
-    if (parts.empty()) {
-      add_product(lower, {}, c >> divided_by);
-    } else {
-      add(lower, sum_of(parts[0]), c >> divided_by);
-    }
+    Word so_far = constant(1, width);
+    for (const Word w : product) so_far = multiply(so_far, slice(w, 0, width));
+    add(lower, sum_of(so_far), c >> divided_by);
   }
   return lower;
 }
@@ -202,8 +212,12 @@ Bits Words::sum_bits(const Sum& sum) {
   }
   std::ranges::sort(products, [this](const auto* a, const auto* b) { return precedes(*a, *b); });
   std::vector<Bits> summands;
+  mpz_class most = constant;
   for (const auto* product : products) {
-    add_digits(product_bits(*product), sum.coefficients.at(*product), summands, constant);
+    const Bits bits = product_bits(*product);
+    const mpz_class& factor = sum.coefficients.at(*product);
+    most += largest(bits) * factor;
+    add_digits(bits, factor, summands, constant);
   }
   constant = modulo(constant, sum.width);
   Bits result = summands[0];
@@ -216,6 +230,7 @@ Bits Words::sum_bits(const Sum& sum) {
     const Word rest = this->constant(constant, sum.width);
     result = sum_bits(result, words_[rest], no);
   }
+  limit(result, most);
   return result;
 }
 
@@ -240,6 +255,7 @@ Bits Words::product_bits(const Bits& a, const Bits& b) {
   const auto zeros = [](const Bits& x) {
     return static_cast<std::size_t>(std::ranges::find_if(x, [](Bit bit) { return bit != no; }) - x.begin());
   };
+  const mpz_class most = largest(a) * largest(b);
   const std::size_t open_a = static_cast<std::size_t>(std::ranges::count_if(a, is_open));
   const std::size_t open_b = static_cast<std::size_t>(std::ranges::count_if(b, is_open));
   if (open_a * open_b <= most_gates) {
@@ -250,6 +266,7 @@ Bits Words::product_bits(const Bits& a, const Bits& b) {
       for (std::size_t k = 0; k < w; ++k) line[k] = k < i ? no : graph_.both(x[k - i], y[i]);
       result = sum_bits(result, line, no);
     }
+    limit(result, most);
     return result;
   }
   Bits result(w, no);
@@ -262,6 +279,7 @@ Bits Words::product_bits(const Bits& a, const Bits& b) {
     if (is_new) known->second = i == 0 ? graph_.both(a[from_a], b[from_b]) : graph_.variable();
     result[from_a + from_b + i] = known->second;
   }
+  limit(result, most);
   return result;
 }
 
