@@ -70,8 +70,10 @@ bool TermClosure::close_once() {
   noted_literals_.clear();
   negations_.clear();
   find_truth_values();
+  find_conditions_of_bits();
   for (Id id = 0; id < terms_.size(); ++id) {
     const Expression& e = terms_.term(id);
+    note_bit(id);
     if (e.args.empty()) continue;
     note_application(id);
     if (e.kind != Expression::operation) continue;

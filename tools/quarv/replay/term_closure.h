@@ -60,6 +60,8 @@ class TermClosure {
 
   // term_closure_booleans.cpp
   void find_truth_values();
+  void find_conditions_of_bits();
+  std::optional<std::pair<Id, bool>> compared_bit(Id id) const;
   void negate(Id a, Id b);
   Literal literal(Id id, bool negated = false);
   void equate(Id id, bool negated, const Literal& literal);
@@ -68,6 +70,8 @@ class TermClosure {
   void note_conjunction(Id id);
   void note_equivalence(Id id);
   void note_choice(Id id);
+  void note_bit(Id id);
+  void note_condition(Id id, const Literal& condition);
   bool add(Id id, const mpq_class& factor, Sum& sum, std::size_t& budget);
   bool is_arithmetic(Id id) const;
   static std::string text(const Sum& sum);
@@ -82,8 +86,9 @@ class TermClosure {
   std::vector<Id> parents_;
   std::unordered_map<std::string, Id> noted_;
   std::unordered_map<std::string, std::pair<Id, bool>> noted_literals_;
-  std::unordered_map<Id, Id> negations_;  // by class; in both directions
-  std::optional<Id> true_, false_;        // once they have occurred
+  std::unordered_map<Id, Id> negations_;                    // by class; in both directions
+  std::optional<Id> true_, false_;                          // once they have occurred
+  std::unordered_map<Id, std::pair<Id, bool>> conditions_;  // by class of a bit: where it is 1
   bool changed_ = false;
 
   BitGraph graph_;

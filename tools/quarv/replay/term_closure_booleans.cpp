@@ -18,6 +18,32 @@ void TermClosure::find_truth_values() {
   if (true_ && false_) negate(*true_, *false_);
 }
 
+/// Of an equation of a word of one bit with a constant: that word, and whether the constant is 0.
+std::optional<std::pair<Id, bool>> TermClosure::compared_bit(Id id) const {
+  const Expression& e = terms_.term(id);
+  if (!e.is("=", 2) || terms_.sort_of(static_cast<Id>(e.args[0])).width != 1) return std::nullopt;
+  for (const std::size_t side : {0, 1}) {
+    const Id value = static_cast<Id>(e.args[side]), other = static_cast<Id>(e.args[1 - side]);
+    const bool is_bit = terms_.sort_of(value).kind == TraceSort::bit_vector;
+    if (is_bit && terms_.term(value).kind == Expression::value) {
+      return std::pair(other, terms_.term(value).number == 0);
+    }
+  }
+  return std::nullopt;
+}
+
+/// A word of one bit is 1 under some condition; what is 1 under that condition and else 0 is it, extended.
+void TermClosure::find_conditions_of_bits() {
+  conditions_.clear();
+  for (Id id = 0; id < terms_.size(); ++id) {
+    if (terms_.term(id).is("not", 1)) negate(id, static_cast<Id>(terms_.term(id).args[0]));
+    const auto compared = compared_bit(id);
+    if (!compared) continue;
+    const auto [known, is_new] = conditions_.try_emplace(find(compared->first), id, compared->second);
+    if (!is_new) equate(id, compared->second, literal(known->second.first, known->second.second));
+  }
+}
+
 /// Each is the other's negation.
 void TermClosure::negate(Id a, Id b) {
   a = find(a);
@@ -135,7 +161,26 @@ void TermClosure::note_choice(Id id) {
   if (yes == no) return merge(id, yes);
   // Here `yes` is what holds where the condition's class does.
   if (true_ && condition.of == literal(*true_).of) return merge(id, literal(*true_).negated ? no : yes);
+  const Expression &x = terms_.term(static_cast<Id>(e.args[1])), &y = terms_.term(static_cast<Id>(e.args[2]));
+  const bool of_constants = x.kind == Expression::value && y.kind == Expression::value;
+  if (of_constants && terms_.sort_of(id).kind == TraceSort::bit_vector && x.number + y.number == 1) {
+    note_condition(id, {condition.of, condition.negated != (x.number == 0)});
+  }
   note("ite " + std::to_string(condition.of) + ' ' + std::to_string(yes) + ' ' + std::to_string(no), id);
+}
+
+/// The word is 1 where the condition holds, else 0.
+void TermClosure::note_condition(Id id, const Literal& condition) {
+  const std::string width = std::to_string(terms_.sort_of(id).width);
+  note("1 of " + width + (condition.negated ? " where not " : " where ") + std::to_string(condition.of), id);
+}
+
+/// A word of one bit, or one to which zeros have been added.
+void TermClosure::note_bit(Id id) {
+  if (conditions_.empty()) return;
+  const Expression& e = terms_.term(id);
+  const auto known = conditions_.find(find(e.is("zero_extend", 1) ? static_cast<Id>(e.args[0]) : id));
+  if (known != conditions_.end()) note_condition(id, literal(known->second.first, known->second.second));
 }
 
 }  // namespace quarv::cli
