@@ -59,6 +59,7 @@ class Findings {
   /// Where the effort for proofs about whole terms is used up, only what is near counts.
   bool have_equal_values(TraceTerms::Id a, TraceTerms::Id b) {
     constexpr std::size_t most_attempts = 4, nearest = 40;
+    if (values_->have_equal_values(a, b) || are_equal_apart(a, b)) return true;
     if (values_->are_equal(a, b) || have_equal_values_alone(a, b)) return true;
     if (!values_->is_exhausted() || num_attempts_ == most_attempts) return false;
     ++num_attempts_;
@@ -76,7 +77,14 @@ class Findings {
 
  private:
   std::unique_ptr<TermValues> values_ = std::make_unique<TermValues>(terms);
-  std::size_t num_attempts_ = 0, num_attempts_alone_ = 0, num_lemmas_alone_ = 0;
+  std::size_t num_attempts_ = 0, num_attempts_apart_ = 0, num_attempts_alone_ = 0, num_lemmas_alone_ = 0;
+
+  /// Whatever is what they have in common. That takes no long search where it is much.
+  bool are_equal_apart(TraceTerms::Id a, TraceTerms::Id b) {
+    constexpr std::size_t most_attempts = 1000;
+    return num_attempts_apart_++ < most_attempts &&
+           TermValues::of_differences(terms, a, b, 0)->are_equal(a, b);
+  }
 
   /// By what they say themselves, as what has been shown may have led to another way to say it. Details of
   /// what they have in common hide that they are equal whatever that is, so first they are left out; but

@@ -42,6 +42,8 @@ class TermValues {
   /// Whether it is shown that the two terms of one sort, or two of arithmetic, are equal whatever their
   /// variables are.
   bool are_equal(Id a, Id b);
+  /// Whether that takes no search.
+  bool have_equal_values(Id a, Id b);
   /// Equal names say that terms are equal; nothing when the effort was used up.
   std::optional<std::string> name_of_value(Id id);
   /// It has been shown by other means that they are.
@@ -107,7 +109,6 @@ class TermValues {
   };
 
   // term_values.cpp
-  bool have_equal_values(Id a, Id b);
   bool are_proved_equal(Id a, Id b);
   bool are_of_one_kind(Id a, Id b) const;
   bool is_word(const Expression& e) const;
