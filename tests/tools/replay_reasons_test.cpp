@@ -27,7 +27,24 @@ class ReplayReasons : public Program {
       EXPECT_EQ(justifies(declarations, s.before, s.after), s.holds) << s.before << " is " << s.after;
   }
 
+  /// Formulas that are written and printed without a step between them are tied if and only if they are
+  /// equal.
+  void expect_tied(const std::string& declarations, std::span<const Formulas> pairs) {
+    for (const Formulas& p : quarv::one_in_when_sanitized(3, pairs)) {
+      const std::string before = written_part(declarations, p.before);
+      const std::string after = written_part(declarations, p.after);
+      const bool tied = run("$quarv replay -", before + before + after + after).status == 0;
+      EXPECT_EQ(tied, p.holds) << p.before << " is " << p.after;
+    }
+  }
+
  private:
+  std::string written_part(const std::string& declarations, const std::string& formula) {
+    write("in.smt2", declarations + "(assert " + formula + ")\n");
+    EXPECT_EQ(run("$quarv simplify in.smt2 -o out.smt2 --trace trace.jsonl").status, 0);
+    return as_written(read("trace.jsonl"));
+  }
+
   /// Whether a trace is justified whose only step leads from the one formula, an application, to the other.
   bool justifies(const std::string& declarations, const std::string& before, const std::string& after) {
     write("in.smt2", declarations + "(assert " + before + ")\n(assert " + after + ")\n");
@@ -381,6 +398,131 @@ TEST_F(ReplayReasons, KnowsSquaresResiduesAndIntegerParts) {
       {"(= (to_int (+ x 2.5)) i)", "(= (+ 3 (to_int (+ x 0.5))) i)", false},
   };
   expect_justified(declared, steps);
+}
+
+/// What is at most so much has zeros on top.
+TEST_F(ReplayReasons, BoundsOfSumsAndProducts) {
+  const std::string declared =
+      "(declare-const x (_ BitVec 32))(declare-const y (_ BitVec 32))(declare-const b (_ BitVec 8))";
+  const Formulas steps[] = {
+      {"(= ((_ extract 63 58) (bvmul ((_ zero_extend 32) x) ((_ zero_extend 38) ((_ extract 31 6) y)))) (_ "
+       "bv0 6))",
+       "true", true},
+      {"(= ((_ extract 63 57) (bvmul ((_ zero_extend 32) x) ((_ zero_extend 38) ((_ extract 31 6) y)))) (_ "
+       "bv0 7))",
+       "true", false},
+      {"(= ((_ extract 63 58) (bvmul ((_ zero_extend 32) (bvnot x)) ((_ zero_extend 38) ((_ extract 31 6) "
+       "y)))) "
+       "(_ bv0 6))",
+       "true", true},
+      {"(= ((_ extract 63 58) (bvmul (bvnot ((_ zero_extend 32) x)) ((_ zero_extend 38) ((_ extract 31 6) "
+       "y)))) "
+       "(_ bv0 6))",
+       "true", false},
+      {"(bvslt ((_ extract 63 32) (bvmul ((_ zero_extend 32) (bvnot x)) ((_ zero_extend 33) ((_ extract 31 "
+       "1) y)))) "
+       "#x00000000)",
+       "false", true},
+      {"(bvslt ((_ extract 63 32) (bvmul ((_ zero_extend 32) (bvnot x)) ((_ zero_extend 32) y))) #x00000000)",
+       "false", false},
+      {"(= ((_ extract 63 61) (bvmul ((_ zero_extend 32) x) #x0000000010624dd3)) #b000)", "true", true},
+      {"(= ((_ extract 63 60) (bvmul ((_ zero_extend 32) x) #x0000000010624dd3)) #b0000)", "true", false},
+      {"(= ((_ extract 31 9) (bvadd ((_ zero_extend 24) b) #x00000003)) (_ bv0 23))", "true", true},
+      {"(= ((_ extract 31 8) (bvadd ((_ zero_extend 24) b) #x00000003)) (_ bv0 24))", "true", false},
+      {"(= ((_ extract 31 9) (bvadd ((_ zero_extend 24) b) #xfffffffd)) (_ bv0 23))", "true", false},
+      {"(= ((_ extract 31 10) (bvadd (bvmul #x00000003 ((_ zero_extend 24) b)) #x000000ff)) (_ bv0 22))",
+       "true", true},
+      {"(= ((_ extract 31 9) (bvadd (bvmul #x00000003 ((_ zero_extend 24) b)) #x000000ff)) (_ bv0 23))",
+       "true", false},
+      {"(= ((_ extract 31 31) (bvmul ((_ zero_extend 15) ((_ extract 16 0) x)) ((_ zero_extend 16) ((_ "
+       "extract 15 0) "
+       "y)))) #b0)",
+       "true", false},
+      {"(= ((_ extract 31 30) (bvmul ((_ zero_extend 18) ((_ extract 13 0) x)) ((_ zero_extend 16) ((_ "
+       "extract 15 0) "
+       "y)))) #b00)",
+       "true", true},
+      {"(= ((_ extract 31 0) (bvmul ((_ zero_extend 32) (bvnot x)) ((_ zero_extend 32) y))) (bvmul (bvnot x) "
+       "y))",
+       "true", true},
+      {"(= ((_ extract 31 0) (bvmul ((_ zero_extend 32) (bvnot x)) ((_ zero_extend 32) y))) (bvmul x y))",
+       "true", false},
+      {"(= ((_ extract 31 0) (bvmul ((_ zero_extend 32) (bvnot x)) ((_ zero_extend 32) y))) "
+       "(bvneg (bvadd y (bvmul x y))))",
+       "true", true},
+  };
+  expect_justified(declared, steps);
+}
+
+/// What is 1 where a bit is, and else 0, is that bit with zeros on top.
+TEST_F(ReplayReasons, TiedWordsOfOneBit) {
+  const std::string declared = R"((declare-const x (_ BitVec 1))(declare-const y (_ BitVec 1))
+(declare-const v (_ BitVec 32))(declare-const w (_ BitVec 32))(declare-const p Bool)
+)";
+  const Formulas pairs[] = {
+      {"(= w (ite (= x #b1) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) x))", true},
+      {"(= w (ite (= #b1 x) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) x))", true},
+      {"(= w (ite (= x #b0) #x00000000 #x00000001))", "(= w ((_ zero_extend 31) x))", true},
+      {"(= w (ite (not (= x #b1)) #x00000000 #x00000001))", "(= w ((_ zero_extend 31) x))", true},
+      {"(= w (ite (not (= x #b0)) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) x))", true},
+      {"(= w (ite (= x #b0) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (= x #b1) #x00000000 #x00000001))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (not (= x #b1)) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (= x #b1) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) y))", false},
+      {"(= w (ite (= x y) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (= x #b1) #x00000002 #x00000000))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (= x #b1) #x00000001 #x00000001))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (= x #b1) #xffffffff #x00000000))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (= x #b1) #x00000001 v))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= w (ite (= x #b1) #x00000001 #x00000000))", "(= w ((_ sign_extend 31) x))", false},
+      {"(= w (ite (and p (= x #b1)) #x00000001 #x00000000))", "(= w ((_ zero_extend 31) x))", false},
+      {"(= y (ite (= x #b1) #b1 #b0))", "(= y x)", true},
+      {"(= y (ite (= x #b0) #b0 #b1))", "(= y x)", true},
+      {"(= y (ite (= x #b0) #b1 #b0))", "(= y x)", false},
+      {"(= y (ite (= y #b1) #b1 #b0))", "(= y x)", false},
+      {"(or p (= x #b1))", "(or p (not (= x #b0)))", true},
+      {"(or p (= x #b1))", "(or p (= x #b0))", false},
+      {"(or p (= x #b1))", "(or p (not (= y #b0)))", false},
+      {"(or p (= v #x00000001))", "(or p (not (= v #x00000000)))", false},
+  };
+  expect_tied(declared, pairs);
+}
+
+/// Fields of words, cut out in several ways.
+TEST_F(ReplayReasons, TiedSlicesOfWords) {
+  const std::string declared = "(declare-const v (_ BitVec 32))(declare-const w (_ BitVec 32))";
+  const Formulas pairs[] = {
+      {"(= w (bvand v #x0000000f))", "(= w ((_ zero_extend 28) ((_ extract 3 0) v)))", true},
+      {"(= w (bvand #x0000000f v))", "(= w ((_ zero_extend 28) ((_ extract 3 0) v)))", true},
+      {"(= w (bvand v #x0000001f))", "(= w ((_ zero_extend 28) ((_ extract 3 0) v)))", false},
+      {"(= w (bvand v #x0000000f))", "(= w ((_ zero_extend 28) ((_ extract 4 1) v)))", false},
+      {"(= w (bvand v #x0000000f))", "(= w ((_ sign_extend 28) ((_ extract 3 0) v)))", false},
+      {"(= w (bvlshr (bvshl v #x00000018) #x00000018))", "(= w ((_ zero_extend 24) ((_ extract 7 0) v)))",
+       true},
+      {"(= w (bvashr (bvshl v #x00000018) #x00000018))", "(= w ((_ zero_extend 24) ((_ extract 7 0) v)))",
+       false},
+      {"(= w (bvlshr (bvshl v #x00000018) #x00000017))", "(= w ((_ zero_extend 24) ((_ extract 7 0) v)))",
+       false},
+      {"(= w (bvand v #x00000ff0))", "(= w (concat (concat (_ bv0 20) ((_ extract 11 4) v)) #x0))", true},
+      {"(= w (bvand v #x00000ff0))", "(= w (concat (concat (_ bv0 20) ((_ extract 12 5) v)) #x0))", false},
+      {"(= w (bvand v #x00000f0f))", "(= w ((_ zero_extend 20) ((_ extract 11 0) v)))", false},
+      {"(= w (bvshl (bvlshr v #x00000004) #x00000004))", "(= w (bvand v #xfffffff0))", true},
+      {"(= w (bvshl (bvlshr v #x00000004) #x00000004))", "(= w (bvand v #x0ffffff0))", false},
+      {"(= w (bvlshr v #x0000001f))", "(= w ((_ zero_extend 31) ((_ extract 31 31) v)))", true},
+      {"(= w (bvlshr v #x0000001e))", "(= w ((_ zero_extend 31) ((_ extract 31 31) v)))", false},
+      {"(= w (bvand v (bvlshr v #x00000020)))", "(= w (bvand v (bvshl w #x00000021)))", true},
+      {"(= w (bvand v (bvlshr v #x0000001f)))", "(= w (bvand v (bvshl w #x00000021)))", false},
+      {"(= w (bvlshr #x0000001f v))", "(= w ((_ zero_extend 31) ((_ extract 31 31) v)))", false},
+      {"(= w (concat ((_ extract 31 16) v) ((_ extract 15 0) v)))", "(= w v)", true},
+      {"(= w (concat ((_ extract 15 0) v) ((_ extract 31 16) v)))", "(= w v)", false},
+      {"(= w (concat ((_ extract 31 16) v) ((_ extract 15 0) w)))", "(= w v)", false},
+      {"(= w (bvand v #xffffffff))", "(= w v)", true},
+      {"(= w ((_ zero_extend 28) ((_ extract 7 4) ((_ extract 15 8) v))))",
+       "(= w ((_ zero_extend 28) ((_ extract 15 12) v)))", true},
+      {"(= w ((_ zero_extend 28) ((_ extract 7 4) ((_ extract 15 8) v))))",
+       "(= w ((_ zero_extend 28) ((_ extract 11 8) v)))", false},
+  };
+  expect_tied(declared, pairs);
 }
 
 }  // namespace

@@ -38,6 +38,13 @@ bool is_idempotent(std::string_view op) {
   return op == "bvand" || op == "bvor";
 }
 
+/// Applied to constants it may have the bits of its other argument, and zeros.
+bool consists_of_slices(std::string_view op) {
+  constexpr std::array<std::string_view, 6> ops = {"concat", "zero_extend", "extract",
+                                                   "bvand",  "bvshl",       "bvlshr"};
+  return is_one_of(op, ops);
+}
+
 }  // namespace
 
 Id TermClosure::find(Id id) {
@@ -83,6 +90,7 @@ bool TermClosure::close_once() {
     }
     if (is_associative(e.op)) note_chain(id);
     if (e.op == "concat" || e.op == "zero_extend") note_concatenation(id);
+    if (consists_of_slices(e.op)) note_slices(id);
     if (terms_.sort_of(id).kind == TraceSort::boolean || e.op == "ite") note_boolean(id);
     if (e.op == "+" || e.op == "*") note_sum(id);
     if (e.op == "<=" || e.op == "=") note_comparison(id);

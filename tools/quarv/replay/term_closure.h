@@ -46,6 +46,12 @@ class TermClosure {
     auto operator<=>(const Literal&) const = default;
   };
 
+  /// Bits of a term from `low` on, or so many zeros.
+  struct Slice {
+    std::optional<Id> of;
+    std::size_t low, width;
+  };
+
   Id find(Id id);
   bool close_once();
   void note(const std::string& signature, Id id);
@@ -57,6 +63,11 @@ class TermClosure {
   void note_comparison(Id id);
   void note_integer_comparison(Id id, Sum& difference);
   static void scale(Sum& sum, const mpq_class& factor);
+
+  // term_closure_slices.cpp
+  std::vector<Slice> slices_of(Id id) const;
+  void note_slices(Id id);
+  static std::size_t width_of(const std::vector<Slice>& slices);
 
   // term_closure_booleans.cpp
   void find_truth_values();
