@@ -311,8 +311,17 @@ TEST_F(ReplayReasons, ProductsOfManyFactors) {
 /// A quotient by a constant, and the remainder, have zeros on top.
 TEST_F(ReplayReasons, BoundsOfWideQuotients) {
   const std::string declared =
-      "(declare-const x (_ BitVec 32))(declare-const y (_ BitVec 32))(declare-const b (_ BitVec 8))";
+      "(declare-const x (_ BitVec 32))(declare-const y (_ BitVec 32))(declare-const b (_ BitVec 8))"
+      "(declare-const p Bool)";
   const Formulas steps[] = {
+      {"(= (bvurem (ite p #xffffffff #x00000000) #x0000000a) (ite p #x00000005 #x00000000))", "true", true},
+      {"(= (bvurem (ite p #xffffffff #x00000000) #x0000000a) (ite p #x00000006 #x00000000))", "true", false},
+      {"(= (bvurem (ite p #xffffffff x) #x0000000a) (ite p #x00000005 #x00000000))", "true", false},
+      {"(= (bvudiv (ite p #xffffffff #x00000007) (ite p #x00000010 #x00000000)) (ite p #x0fffffff "
+       "#xffffffff))",
+       "true", true},
+      {"(= (bvsdiv (ite p #xfffffff9 #x00000007) #x00000002) (ite p #xfffffffd #x00000003))", "true", true},
+      {"(= (bvsdiv (ite p #xfffffff9 #x00000007) #x00000002) (ite p #xfffffffc #x00000003))", "true", false},
       {"(= ((_ extract 31 7) (bvurem x #x00000064)) (_ bv0 25))", "true", true},
       {"(= ((_ extract 31 6) (bvurem x #x00000064)) (_ bv0 26))", "true", false},
       {"(= ((_ extract 31 7) (bvurem x #x00000081)) (_ bv0 25))", "true", false},

@@ -4,6 +4,9 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 #include <fmt/core.h>
 
@@ -69,6 +72,34 @@ class Findings {
   void learn(TraceTerms::Id a, TraceTerms::Id b) { values_->learn(a, b); }
   TermValues& values() { return *values_; }
   bool is_exhausted() const { return values_->is_exhausted(); }
+  /// Ties what the terms consist of to the constants that it is found to be.
+  void merge_constants(std::vector<TraceTerms::Id> pending) {
+    std::unordered_map<std::string, TraceTerms::Id> constants;
+    const auto key = [this](TraceTerms::Id id) {
+      const auto name = values_->name_of_value(id);
+      return name ? *name + ' ' + std::to_string(terms.term(id).sort) : std::string();
+    };
+    for (TraceTerms::Id id = 0, end = static_cast<TraceTerms::Id>(terms.size()); id < end; ++id) {
+      const Expression& e = terms.term(id);
+      if (e.kind != Expression::function && e.args.empty()) constants.emplace(key(id), id);
+    }
+    constants.erase(std::string());
+    std::unordered_set<TraceTerms::Id> seen(pending.begin(), pending.end());
+    bool is_new = false;
+    while (!pending.empty()) {
+      const TraceTerms::Id id = pending.back();
+      pending.pop_back();
+      for (const TermName arg : terms.term(id).args) {
+        const auto inner = static_cast<TraceTerms::Id>(arg);
+        if (seen.insert(inner).second) pending.push_back(inner);
+      }
+      const auto known = constants.find(key(id));
+      if (known == constants.end() || closure.are_equal(id, known->second)) continue;
+      closure.merge(id, known->second);
+      is_new = true;
+    }
+    if (is_new) closure.close();
+  }
   bool any_justified() const { return all_.justified != 0; }
   bool all_justified() const { return all_.not_justified + num_refused_ == 0; }
 
@@ -77,13 +108,23 @@ class Findings {
 
  private:
   std::unique_ptr<TermValues> values_ = std::make_unique<TermValues>(terms);
-  std::size_t num_attempts_ = 0, num_attempts_apart_ = 0, num_attempts_alone_ = 0, num_lemmas_alone_ = 0;
+  std::size_t num_attempts_ = 0, num_attempts_apart_ = 0, num_attempts_alone_ = 0;
+  std::size_t num_lemmas_apart_ = 0, num_lemmas_alone_ = 0;
 
-  /// Whatever is what they have in common. That takes no long search where it is much.
+  /// What they have in common may be anything, so that no long search is needed where it is much.
   bool are_equal_apart(TraceTerms::Id a, TraceTerms::Id b) {
-    constexpr std::size_t most_attempts = 1000;
-    return num_attempts_apart_++ < most_attempts &&
-           TermValues::of_differences(terms, a, b, 0)->are_equal(a, b);
+    constexpr std::size_t most_attempts = 1000, most_lemmas = 20'000;
+    return num_lemmas_apart_ < most_lemmas && num_attempts_apart_++ < most_attempts &&
+           differ_in_nothing(a, b, 0, num_lemmas_apart_);
+  }
+
+  /// But for what they have in common, of which so many parts are looked at.
+  bool differ_in_nothing(TraceTerms::Id a, TraceTerms::Id b, std::size_t most_shared,
+                         std::size_t& num_lemmas) {
+    const auto values = TermValues::of_differences(terms, a, b, most_shared);
+    const bool equal = values->are_equal(a, b);
+    num_lemmas += values->num_lemmas();
+    return equal;
   }
 
   /// By what they say themselves, as what has been shown may have led to another way to say it. Details of
@@ -95,10 +136,7 @@ class Findings {
     if (num_attempts_alone_ == most_attempts || num_lemmas_alone_ >= most_lemmas) return false;
     ++num_attempts_alone_;
     return std::ranges::any_of(numbers_shared, [&](std::size_t most_shared) {
-      const auto values = TermValues::of_differences(terms, a, b, most_shared);
-      const bool equal = values->are_equal(a, b);
-      num_lemmas_alone_ += values->num_lemmas();
-      return equal;
+      return differ_in_nothing(a, b, most_shared, num_lemmas_alone_);
     });
   }
 
@@ -279,6 +317,12 @@ bool is_decided(const TraceTerms& terms, TraceTerms::Id id) {
 std::size_t num_linked(const std::vector<TraceTerms::Id>& written, const std::vector<TraceTerms::Id>& output,
                        Findings& findings, bool quiet, std::ostream& out) {
   std::size_t num = 0;
+  std::vector<TraceTerms::Id> open;
+  for (std::size_t i = 0; i < std::min(written.size(), output.size()); ++i) {
+    if (!findings.closure.are_shown_equal(written[i], output[i]))
+      open.insert(open.end(), {written[i], output[i]});
+  }
+  if (!open.empty() && findings.any_justified()) findings.merge_constants(open);
   for (std::size_t i = 0; i < std::min(written.size(), output.size()); ++i) {
     if (findings.closure.are_shown_equal(written[i], output[i]) ||
         ((findings.any_justified() || is_decided(findings.terms, output[i])) &&

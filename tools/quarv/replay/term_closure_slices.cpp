@@ -45,7 +45,7 @@ std::vector<TermClosure::Slice> TermClosure::slices_of(Id id) const {
     if (terms_.term(mask).kind != Expression::value || terms_.term(mask).number == 0) continue;
     const mpz_class& number = terms_.term(mask).number.get_num();
     const std::size_t low = mpz_scan1(number.get_mpz_t(), 0), end = mpz_scan0(number.get_mpz_t(), low);
-    if (number >> end == 0)
+    if ((number >> end) == 0)
       return {{std::nullopt, 0, low}, {of, low, end - low}, {std::nullopt, 0, width - end}};
   }
   return {};

@@ -1,6 +1,7 @@
 /// \file
 /// Values of truth values and bit-vectors.
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <iterator>
 
@@ -93,6 +94,11 @@ std::optional<TermValues::Value> TermValues::bit_vector(const Expression& e) {
   if (!std::ranges::all_of(e.args, [this](TermName t) { return is_word(static_cast<Id>(t)); }))
     return std::nullopt;
   if (n == 1) return unary(e, argument(e, 0));
+  // Quotients of wide words are not looked into, but of choices between constants.
+  constexpr std::array divisions = {"bvudiv", "bvurem", "bvsdiv", "bvsrem"};
+  if (std::ranges::find(divisions, e.op) != divisions.end()) {
+    if (const auto known = evaluated(e)) return known;
+  }
   return n == 2 ? binary(e, argument(e, 0), argument(e, 1)) : std::nullopt;
 }
 
