@@ -7,7 +7,18 @@
 
 namespace quarv::forms {
 
-Candidates::Candidates(const Question& q, const FreeNames& names) {
+namespace {
+
+constexpr std::uint32_t last_part = 0x7FFFFFFF;  // so many take eight gigabytes
+
+}  // namespace
+
+std::uint64_t Candidates::Weight::of(std::uint32_t cost, bool is_operation, std::uint32_t num_idle) noexcept {
+  return (std::uint64_t{std::min(cost, most_terms)} << term_shift) +
+         (std::uint64_t{is_operation} << operation_shift) + std::min(num_idle, most_idle);
+}
+
+Candidates::Candidates(const Question& q, const FreeNames& names) : num_written_(q.num_written) {
   const FormGraph& g = q.graph;
   std::vector<std::uint8_t> seen(g.num_classes());
   std::vector<ClassId> pending;
@@ -44,7 +55,7 @@ Candidates::Candidates(const Question& q, const FreeNames& names) {
   parts_.reserve(num_parts);
   for (ClassId c : classes_) add_forms(q, names, c);
   first_.push_back(static_cast<CandidateId>(candidates_.size()));
-  candidates_.push_back({none, 0, static_cast<std::uint32_t>(parts_.size()), 0, false, false});
+  candidates_.push_back({0, none, static_cast<std::uint32_t>(parts_.size()) & last_part, false});
 }
 
 void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c) {
@@ -64,12 +75,14 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
     const auto first_part = static_cast<std::uint32_t>(parts_.size());
     for (ClassId child : children) parts_.push_back(places_[g.find(child)]);
     // A literal may consist of several.
-    auto num_idle = static_cast<std::uint32_t>(children.empty() ? g.cost(f) - 1
-                                                                : std::ranges::count_if(children, is_value));
+    const std::uint32_t cost = g.cost(f);
+    auto num_idle =
+        static_cast<std::uint32_t>(children.empty() ? cost - 1 : std::ranges::count_if(children, is_value));
     const Head& head = g.head_at(g.form(f).head);
     if (head.is_idempotent) num_idle += num_repeated(first_part);
     num_idle += head.num_bound;
-    candidates_.push_back({f, g.cost(f), first_part, num_idle, f < q.num_written, is_wanted});
+    const bool is_operation = cost > 1 || !children.empty();
+    candidates_.push_back({Weight::of(cost, is_operation, num_idle), f, first_part & last_part, is_wanted});
   }
   count_unseen_writes(g, first_.back());
 }
@@ -90,7 +103,7 @@ void Candidates::count_unseen_writes(const FormGraph& g, CandidateId first) {
     if (array == none || array == oldest) continue;
     for (FormId f = g.first_form(array); f != none; f = g.form(f).next) {
       if (g.head_at(g.form(f).head).is_write) {
-        ++candidates_[c].num_idle;
+        ++candidates_[c].weight;
         break;
       }
     }
@@ -117,7 +130,7 @@ std::vector<CandidateId> Candidates::as_written(bool wanted) const {
     FormId first = none;
     for (CandidateId c = first_[p]; c != first_[p + 1]; ++c) {
       const Candidate& known = candidates_[c];
-      if (!known.is_written || known.form > first || (wanted && !known.is_wanted)) continue;
+      if (!is_written(c) || known.form > first || (wanted && known.is_wanted == 0)) continue;
       first = known.form;
       written[p] = c;
     }

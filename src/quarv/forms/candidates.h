@@ -18,14 +18,28 @@ using CandidateId = std::uint32_t;  ///< of a form among those that may be chose
 /// each of them many times.
 class Candidates {
  public:
+  /// What a form counts as, in one number: nodes of a term; of as many nodes fewer operations; then fewer
+  /// parts that say nothing: (and p q true) and (and p q p) are more than (and p q), though true may be
+  /// needed elsewhere. Sums of weights compare as these do.
+  struct Weight {
+    static constexpr int term_shift = 40;
+    static constexpr int operation_shift = 20;
+
+    static std::uint64_t of(std::uint32_t cost, bool is_operation, std::uint32_t num_idle) noexcept;
+    static std::uint64_t terms(std::uint64_t weight) noexcept { return weight >> term_shift; }
+    static std::uint64_t operations(std::uint64_t weight) noexcept { return weight >> operation_shift & 1; }
+    static std::uint64_t idle_parts(std::uint64_t weight) noexcept { return weight & most_idle; }
+
+    static constexpr std::uint32_t most_idle = (std::uint32_t{1} << operation_shift) - 1;
+    static constexpr std::uint32_t most_terms = (std::uint32_t{1} << (64 - term_shift)) - 1;
+  };
+
+  /// In 16 bytes: they are visited in no order.
   struct Candidate {
+    std::uint64_t weight;  ///< values, repeated parts, writes not read and what a quantifier binds are idle
     FormId form;
-    std::uint32_t cost;        ///< nodes of a term that it counts as
-    std::uint32_t first_part;  ///< in the list of parts
-    std::uint32_t num_idle;    ///< how many of its parts say nothing: values, repeated, writes not read,
-                               ///< and what a quantifier binds
-    bool is_written;           ///< the user wrote it so
-    bool is_wanted;            ///< not a computation where the class is a value
+    std::uint32_t first_part : 31;  ///< in the list of parts
+    std::uint32_t is_wanted : 1;    ///< not a computation where the class is a value
   };
 
   Candidates(const Question& question, const FreeNames& names);
@@ -37,6 +51,8 @@ class Candidates {
   /// Candidates of a place: from `first` to before `first` of the next one.
   CandidateId first(Place p) const noexcept { return first_[p]; }
   const Candidate& operator[](CandidateId c) const noexcept { return candidates_[c]; }
+  /// The user wrote it so.
+  bool is_written(CandidateId c) const noexcept { return candidates_[c].form < num_written_; }
   std::span<const Place> parts(CandidateId c) const noexcept {
     return {parts_.data() + candidates_[c].first_part, parts_.data() + candidates_[c + 1].first_part};
   }
@@ -66,6 +82,7 @@ class Candidates {
   std::vector<Place> parts_;
   std::vector<Place> roots_;
   std::vector<Place> sorted_;
+  FormId num_written_;
   bool is_written_twice_ = false;
 };
 

@@ -19,14 +19,13 @@ constexpr std::size_t large = 20'000;
 /// a hundred.
 constexpr std::size_t medium = 2'000;
 
-bool is_operation(const Candidates& candidates, CandidateId c) {
-  return candidates[c].cost > 1 || !candidates.parts(c).empty();
-}
+using Weight = Candidates::Weight;
 
 void count(const Candidates& candidates, CandidateId c, Size& size) {
-  size.terms += candidates[c].cost;
-  size.operations += is_operation(candidates, c) ? 1 : 0;
-  size.idle_parts += candidates[c].num_idle;
+  const std::uint64_t weight = candidates[c].weight;
+  size.terms += Weight::terms(weight);
+  size.operations += Weight::operations(weight);
+  size.idle_parts += Weight::idle_parts(weight);
 }
 
 /// What the roots need in these forms, which may go round in a circle: what each place needs is there in the
@@ -58,16 +57,11 @@ class Chooser {
   const std::vector<CandidateId>& chosen() const noexcept { return chosen_; }
 
  private:
-  /// What a form counts as: terms; of as many terms fewer operations; then fewer parts that say nothing:
-  /// (and p q true) and (and p q p) are more than (and p q), though true may be needed elsewhere.
-  std::uint64_t cost(CandidateId c) const noexcept {
-    const Candidates::Candidate& own = candidates_[c];
-    return (std::uint64_t{own.cost} << term_shift) +
-           (std::uint64_t{is_operation(candidates_, c)} << operation_shift) + own.num_idle;
-  }
+  std::uint64_t cost(CandidateId c) const noexcept { return candidates_[c].weight; }
   std::span<const Place> parts(CandidateId c) const noexcept { return candidates_.parts(c); }
   std::uint64_t take(std::span<const Place> places, std::uint64_t most);
   std::uint64_t drop(std::span<const Place> places);
+  void take_back_trial();
   bool is_more_to_taste(CandidateId c, CandidateId old) const;
   bool is_hopeless(CandidateId c, CandidateId old) const;
   bool try_form(Place p, CandidateId c);
@@ -80,33 +74,32 @@ class Chooser {
   bool try_without(Place p, const std::vector<Place>& users);
   bool do_without();
 
-  static constexpr int term_shift = 40;
-  static constexpr int operation_shift = 20;
-  static constexpr std::uint64_t most_added = std::uint64_t{256} << term_shift;
+  static constexpr std::uint64_t most_added = std::uint64_t{256} << Weight::term_shift;
   static constexpr std::size_t most_users = 8;  // of a place that all of them shall do without
 
   const Candidates& candidates_;
   std::vector<CandidateId> chosen_;
   std::vector<std::uint32_t> uses_;
   ClassOrder order_;
-  std::vector<Place> pending_;
+  std::vector<Place> taken_;    // each as often as it was used once more by the last `take`
+  std::vector<Place> dropped_;  // and once less by the last `drop`
 };
 
 /// Uses each of the places once more; what is new costs. Gives up where that is more than `most`: then
 /// nothing has changed.
 std::uint64_t Chooser::take(std::span<const Place> places, std::uint64_t most) {
   std::uint64_t added = 0;
-  pending_.assign(places.begin(), places.end());
-  for (std::size_t next = 0; next < pending_.size(); ++next) {
-    const Place p = pending_[next];
+  taken_.assign(places.begin(), places.end());
+  for (std::size_t next = 0; next < taken_.size(); ++next) {
+    const Place p = taken_[next];
     if (uses_[p]++ != 0) continue;
     added += cost(chosen_[p]);
     if (added > most) {
-      for (std::size_t i = 0; i <= next; ++i) --uses_[pending_[i]];
+      for (std::size_t i = 0; i <= next; ++i) --uses_[taken_[i]];
       return added;
     }
     const auto own = parts(chosen_[p]);
-    pending_.insert(pending_.end(), own.begin(), own.end());
+    taken_.insert(taken_.end(), own.begin(), own.end());
   }
   return added;
 }
@@ -114,22 +107,27 @@ std::uint64_t Chooser::take(std::span<const Place> places, std::uint64_t most) {
 /// The opposite: what is no longer used costs no more.
 std::uint64_t Chooser::drop(std::span<const Place> places) {
   std::uint64_t removed = 0;
-  pending_.assign(places.begin(), places.end());
-  for (std::size_t next = 0; next < pending_.size(); ++next) {
-    const Place p = pending_[next];
+  dropped_.assign(places.begin(), places.end());
+  for (std::size_t next = 0; next < dropped_.size(); ++next) {
+    const Place p = dropped_[next];
     if (--uses_[p] != 0) continue;
     removed += cost(chosen_[p]);
     const auto own = parts(chosen_[p]);
-    pending_.insert(pending_.end(), own.begin(), own.end());
+    dropped_.insert(dropped_.end(), own.begin(), own.end());
   }
   return removed;
 }
 
+/// After a `take` and a `drop`: as before both. What they cost need not be counted again.
+void Chooser::take_back_trial() {
+  for (Place p : taken_) --uses_[p];
+  for (Place p : dropped_) ++uses_[p];
+}
+
 /// Where both cost the same, what the user wrote wins, and what was written first.
 bool Chooser::is_more_to_taste(CandidateId c, CandidateId old) const {
-  const auto& a = candidates_[c];
-  const auto& b = candidates_[old];
-  return a.is_written && (!b.is_written || a.form < b.form);
+  return candidates_.is_written(c) &&
+         (!candidates_.is_written(old) || candidates_[c].form < candidates_[old].form);
 }
 
 /// A first look at what a change would bring: all parts of the old form are needed elsewhere, too, so that
@@ -164,8 +162,7 @@ bool Chooser::try_form(Place p, CandidateId c) {
     chosen_[p] = c;
     return true;
   }
-  take(parts(old), unlimited);
-  drop(parts(c));
+  take_back_trial();
   return false;
 }
 
@@ -186,7 +183,7 @@ void Chooser::sweep_until_settled() {
       if (uses_[p] == 0) continue;
       const CandidateId end = candidates_.first(p + 1);
       for (CandidateId c = candidates_.first(p); c != end; ++c) {
-        if (c != chosen_[p] && candidates_[c].is_wanted) better = try_form(p, c) || better;
+        if (c != chosen_[p] && candidates_[c].is_wanted != 0) better = try_form(p, c) || better;
       }
     }
   }
@@ -210,7 +207,7 @@ CandidateId Chooser::cheapest_without(Place p, Place user) const {
   std::uint64_t least = unlimited;
   const CandidateId end = candidates_.first(user + 1);
   for (CandidateId c = candidates_.first(user); c != end; ++c) {
-    if (!candidates_[c].is_wanted || is_part(p, c)) continue;
+    if (candidates_[c].is_wanted == 0 || is_part(p, c)) continue;
     std::uint64_t sum = cost(c);
     for (Place part : parts(c)) sum += uses_[part] == 0 ? cost(chosen_[part]) : 0;
     if (sum >= least) continue;
