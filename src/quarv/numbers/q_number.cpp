@@ -202,7 +202,7 @@ QNumber QNumber::neg_big() const {
   return result;
 }
 
-std::size_t QNumber::hash_big() const {
+std::size_t QNumber::hash_big() const noexcept {
   if (fits_small(big_num()) && fits_small(big_den())) {
     return hash_words(mpz_get_si(big_num()), mpz_get_si(big_den()));
   }

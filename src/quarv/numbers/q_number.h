@@ -187,7 +187,7 @@ class QUARV_API QNumber {
   QNumber floor() const;
 
   /// Equal for equal values, whatever their form.
-  std::size_t hash() const { return den_ != 0 ? hash_words(num_, den_) : hash_big(); }
+  std::size_t hash() const noexcept { return den_ != 0 ? hash_words(num_, den_) : hash_big(); }
 
   /// The opposite number.
   QNumber neg() const {
@@ -420,13 +420,13 @@ class QUARV_API QNumber {
                         static_cast<std::int64_t>(magnitude(y)), multiple);
   }
 
-  static std::size_t hash_words(std::int64_t num, std::int64_t den) {
+  static std::size_t hash_words(std::int64_t num, std::int64_t den) noexcept {
     const unsigned __int128 product =
         static_cast<unsigned __int128>(static_cast<std::uint64_t>(num) ^ std::uint64_t{0x9e3779b97f4a7c15}) *
         (static_cast<std::uint64_t>(den) * std::uint64_t{0xd6e8feb86659fd93});
     return static_cast<std::size_t>(product) ^ static_cast<std::size_t>(product >> 64);
   }
-  std::size_t hash_big() const;
+  std::size_t hash_big() const noexcept;
 
   static bool less_small(const QNumber& a, const QNumber& b) {
     if (a.den_ == b.den_) return a.num_ < b.num_;
@@ -508,5 +508,5 @@ inline QNumber::QNumber(std::int64_t num, std::int64_t den) : num_(num), den_(de
 /// Hashes by value, so that both forms of a number are one key.
 template <>
 struct std::hash<quarv::QNumber> {
-  std::size_t operator()(const quarv::QNumber& x) const { return x.hash(); }
+  std::size_t operator()(const quarv::QNumber& x) const noexcept { return x.hash(); }
 };

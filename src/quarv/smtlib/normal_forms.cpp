@@ -11,28 +11,24 @@ using forms::none;
 
 NormalForms::ClassId NormalForms::class_of(Node n) {
   const Term* t = n.term();
-  ClassId* known;
-  if (n.as_real()) {
-    known = &real_classes_.try_emplace(t, none).first->second;
-  } else {
-    if (classes_.size() <= t->id) classes_.resize(std::max<std::size_t>(t->id + 1, m_.num_terms()), none);
-    known = &classes_[t->id];
-  }
-  if (*known == none) *known = g_.new_class(n.as_real() ? m_.rat_type : m_.type_of(t));
-  return *known;
+  auto& classes = classes_[n.as_real() ? 1 : 0];
+  if (classes.size() <= t->id) classes.resize(std::max<std::size_t>(t->id + 1, m_.num_terms()), none);
+  ClassId& known = classes[t->id];
+  if (known == none) known = g_.new_class(n.as_real() ? m_.rat_type : m_.type_of(t));
+  return known;
 }
 
 NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
-  const auto [entry, is_new] = heads_.try_emplace(s, none);
-  if (is_new) {
+  HeadId& known = heads_[s];
+  if (known == 0) {
     std::ostringstream text;
     OutputBuffer out(text, OutputBuffer::short_text);
     write_head(m_, s, out);
     out.flush();
     const bool declared = m_.get_tag(s) == SymbolTag::UF;
-    entry->second = declared ? g_.head(s, std::move(text).str()) : g_.head(std::move(text).str());
+    known = (declared ? g_.head(s, std::move(text).str()) : g_.head(std::move(text).str())) + 1;
   }
-  return entry->second;
+  return known - 1;
 }
 
 NormalForms::HeadId NormalForms::quantifier_head(const Symbol* s) {
@@ -228,18 +224,18 @@ void NormalForms::application(Node n) {
     const bool annotated = m_.is_annotation(t->symbol);
     return form(annotated ? annotation_head(t) : quantifier_head(t->symbol), Args(&body, 1));
   }
-  std::vector<Node> children;
-  printed_children(m_, n, children);
-  std::vector<ClassId> classes;
-  for (Node c : children) {
-    classes.push_back(class_of(c));
-    add_forms(classes.back(), c);
+  children_.clear();
+  printed_children(m_, n, children_);
+  parts_.clear();
+  for (Node c : children_) {
+    parts_.push_back(class_of(c));
+    add_forms(parts_.back(), c);
   }
-  form(head_of(t->symbol), classes);
+  form(head_of(t->symbol), parts_);
   if (m_.get_tag(t->symbol) == SymbolTag::TERM_ITE) {
     const Term* condition = t->args[0];
-    if (condition->symbol == m_.not_symbol) form("ite", {child(condition, 0), classes[2], classes[1]});
-    if (is_absolute_value(m_, t)) form("abs", {classes[1]});
+    if (condition->symbol == m_.not_symbol) form("ite", {child(condition, 0), parts_[2], parts_[1]});
+    if (is_absolute_value(m_, t)) form("abs", {parts_[1]});
   }
 }
 
@@ -275,8 +271,8 @@ void NormalForms::negation(const Term* t) {
 
 /// Whether the user wrote the term, or it has been met as another term's part: then it may be worth a name.
 bool NormalForms::is_shared(Node n) const {
-  if (n.as_real()) return real_classes_.count(n.term()) != 0;
-  return n.term()->id < classes_.size() && classes_[n.term()->id] != none;
+  const auto& classes = classes_[n.as_real() ? 1 : 0];
+  return n.term()->id < classes.size() && classes[n.term()->id] != none;
 }
 
 /// The leaves of a chain of one operator, in ascending order of id; of a concatenation from left to right.
@@ -284,16 +280,16 @@ bool NormalForms::is_shared(Node n) const {
 /// false when there are too many, as in chains of thousands of shared links; without, a chain is cut where it
 /// is too long to be written in one list.
 bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const Term*>& out,
-                         bool& has_shared_links) const {
+                         bool& has_shared_links) {
   constexpr std::size_t most_through = 24;
   constexpr std::size_t most_links_through = 48;
   std::size_t links = 0;
   constexpr std::size_t most = 1 << 16;
   const SymbolTag::tag tag = m_.get_tag(t->symbol);
-  std::vector<const Term*> pending{t};
-  while (!pending.empty()) {
-    const Term* a = pending.back();
-    pending.pop_back();
+  links_.assign(1, t);
+  while (!links_.empty()) {
+    const Term* a = links_.back();
+    links_.pop_back();
     const bool link = m_.get_tag(a->symbol) == tag && (tag == SymbolTag::BV_CONCAT || a->symbol == t->symbol);
     const bool is_whole =
         a != t && link && !through_shared && (is_shared(Node(a, false)) || out.size() >= most);
@@ -304,7 +300,7 @@ bool NormalForms::leaves(const Term* t, bool through_shared, std::vector<const T
       continue;
     }
     if (through_shared && ++links > most_links_through) return false;
-    for (std::size_t i = m_.arity(a); i-- > 0;) pending.push_back(a->args[i]);
+    for (std::size_t i = m_.arity(a); i-- > 0;) links_.push_back(a->args[i]);
   }
   return true;
 }
@@ -317,13 +313,13 @@ void NormalForms::flat_form(HeadId head, bool is_idempotent, std::vector<const T
     std::sort(parts.begin(), parts.end(), Term_lt());
     parts.erase(std::unique(parts.begin(), parts.end()), parts.end());
   }
-  std::vector<ClassId> classes;
+  parts_.clear();
   for (const Term* a : parts) {
     const Node part = node_for(m_, a, sort);
-    classes.push_back(class_of(part));
-    add_forms(classes.back(), part);
+    parts_.push_back(class_of(part));
+    add_forms(parts_.back(), part);
   }
-  classes.size() == 1 ? same(classes[0]) : form(head, classes);
+  parts_.size() == 1 ? same(parts_[0]) : form(head, parts_);
 }
 
 void NormalForms::lattice(const Term* t, std::string_view head) {
@@ -336,7 +332,10 @@ void NormalForms::lattice(const Term* t, std::string_view head) {
 /// "(=> p q)" for (or (not p) q), "(not (and p q))" for negations alone.
 void NormalForms::disjunction(std::span<const Term* const> parts) {
   constexpr std::size_t most = 1000;
-  std::vector<ClassId> premises, rest;
+  std::vector<ClassId>& premises = left_;
+  std::vector<ClassId>& rest = right_;
+  premises.clear();
+  rest.clear();
   for (const Term* a : parts) {
     if (a->symbol == m_.not_symbol) {
       premises.push_back(child(a, 0));

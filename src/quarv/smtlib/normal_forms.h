@@ -9,6 +9,7 @@
 
 #include <quarv/forms/form_graph.h>
 #include <quarv/smtlib/write/printed_node.h>
+#include <quarv/util/hash_map.h>
 #include <quarv/util/large_pages.h>
 
 namespace quarv::smtlib {
@@ -60,6 +61,16 @@ class NormalForms {
     QNumber constant;
     bool real = false;
     bool has_shared_links = false;  ///< that stayed whole
+    void clear() {
+      items.clear();
+      constant = QNumber();
+      real = has_shared_links = false;
+    }
+  };
+  struct Summand {  // of a sum that is taken apart
+    QNumber factor;
+    Node node;
+    bool whole;
   };
   using Args = std::span<const ClassId>;
 
@@ -75,9 +86,9 @@ class NormalForms {
   }
   /// The head of an operator whose name is a literal of this program: found by address.
   HeadId operator_head(std::string_view name) {
-    const auto [known, is_new] = operator_heads_.try_emplace(name.data(), forms::none);
-    if (is_new) known->second = g_.head(name);
-    return known->second;
+    HeadId& known = operator_heads_[name.data()];
+    if (known == 0) known = g_.head(name) + 1;
+    return known - 1;
   }
   ClassId leaf(std::string_view text, const DataType* sort) { return g_.add(g_.head(text), {}, sort); }
   ClassId child(const Term* t, std::size_t i);
@@ -102,7 +113,7 @@ class NormalForms {
   forms::FormId literal_form(ClassId c, const QNumber& value) const;
   ClassId multiple(const QNumber& positive, ClassId monomial, bool real);
   ClassId total(std::span<const ClassId> parts, bool real);
-  bool collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const;
+  bool collect(Node n, const QNumber& factor, Sum& sum, bool through_shared);
   static void settle(Sum& sum);
   void sum(Node n);
   void with_negative_parts(const Sum& sum, bool real);
@@ -119,16 +130,15 @@ class NormalForms {
   void relation(SymbolTag::tag tag, bool negated, bool strict, ClassId left, ClassId right);
 
   bool is_shared(Node n) const;
-  bool leaves(const Term* t, bool through_shared, std::vector<const Term*>& out,
-              bool& has_shared_links) const;
+  bool leaves(const Term* t, bool through_shared, std::vector<const Term*>& out, bool& has_shared_links);
   /// Calls `write` with the leaves of a chain: with shared links whole and, where there are such, with these
   /// taken apart.
   template <class Write>
   void each_list_of_leaves(const Term* t, Write write) {
     for (const bool through_shared : {false, true}) {
-      std::vector<const Term*> parts;
+      leaves_.clear();
       bool has_shared_links = false;
-      if (leaves(t, through_shared, parts, has_shared_links)) write(parts);
+      if (leaves(t, through_shared, leaves_, has_shared_links)) write(leaves_);
       if (!has_shared_links) return;  // the second time would find the same
     }
   }
@@ -137,17 +147,23 @@ class NormalForms {
   TermManager& m_;
   forms::FormGraph& g_;
   bool difference_logic_ = false;
-  LargeVector<ClassId> classes_;  // by term id
-  std::unordered_map<const Term*, ClassId> real_classes_;
+  LargeVector<ClassId> classes_[2];  // by term id: as they are, and integers as Reals
   std::vector<forms::FormId> base_;
-  std::unordered_map<const Symbol*, HeadId> heads_;
+  hsh::HashMap<const Symbol*, HeadId> heads_;  // one more than the number
   std::unordered_map<HeadId, const Term*> annotated_;
   std::vector<std::pair<ClassId, Node>> pending_;
   std::vector<ClassId> values_;
-  std::unordered_map<const char*, HeadId> operator_heads_;
-  std::unordered_map<QNumber, ClassId> numbers_[2];  // integers and reals
-  std::vector<bool> added_;                          // by 2 * term id + as_real
+  hsh::HashMap<const char*, HeadId> operator_heads_;               // one more than the number
+  hsh::HashMap<QNumber, ClassId, std::hash<QNumber>> numbers_[2];  // one more; integers and reals
+  std::vector<bool> added_;                                        // by 2 * term id + as_real
   ClassId own_ = forms::none;
+
+  // What one term needs while its forms are written; kept, as memory is asked for only where one needs more.
+  std::vector<ClassId> parts_, left_, right_, with_constant_;
+  std::vector<Node> children_;
+  std::vector<const Term*> leaves_, links_;
+  std::vector<Summand> summands_;
+  Sum sum_;
 };
 
 }  // namespace quarv::smtlib

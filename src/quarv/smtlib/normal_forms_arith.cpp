@@ -26,9 +26,9 @@ QNumber denominator(const QNumber& value) {
 /// A numeral or decimal; "(- n)" and "(/ p q)" where SMT-LIB has no literal.
 NormalForms::ClassId NormalForms::number(const QNumber& value, bool real) {
   // A node of the table stays where it is while others are added.
-  ClassId& known = numbers_[real ? 1 : 0].try_emplace(value, forms::none).first->second;
-  if (known == forms::none) known = new_number(value, real);
-  return known;
+  ClassId& known = numbers_[real ? 1 : 0][value];
+  if (known == 0) known = new_number(value, real) + 1;
+  return known - 1;
 }
 
 NormalForms::ClassId NormalForms::new_number(const QNumber& value, bool real) {
@@ -49,8 +49,8 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
   const bool negative = value.sign() < 0;
   const auto& numbers = numbers_[g_.sort(c) == m_.rat_type ? 1 : 0];
   const auto is_magnitude = [&](ClassId part) {
-    const auto known = numbers.find(-value);
-    return known != numbers.end() && g_.find(part) == g_.find(known->second);
+    const ClassId* const known = numbers.find(-value);
+    return known != nullptr && g_.find(part) == g_.find(*known - 1);
   };
   const auto is_literal_of = [&](ClassId part, const QNumber& wanted) {
     const forms::FormId first = g_.first_form(part);
@@ -109,19 +109,15 @@ bool is_crowded(const forms::FormGraph& g) {
 /// Adds `factor` times the term to a sum. Links of a chain that are shared stay whole unless
 /// `through_shared`; then it is false when there are too many parts, as in chains of thousands of shared
 /// links. Without, a chain is cut where it is too long to be written in one list.
-bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) const {
+bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_shared) {
   constexpr std::size_t most_links_through = 192;
   constexpr std::size_t most = 1 << 16;
   std::size_t links = 0;
-  struct Part {
-    QNumber factor;
-    Node node;
-    bool whole;
-  };
-  std::vector<Part> pending{{factor, n, false}};
-  while (!pending.empty()) {
-    const Part part = std::move(pending.back());
-    pending.pop_back();
+  summands_.clear();
+  summands_.push_back({factor, n, false});
+  while (!summands_.empty()) {
+    const Summand part = std::move(summands_.back());
+    summands_.pop_back();
     const Term* t = part.node.term();
     if (const QNumber* value = m_.get_number(t)) {
       sum.constant += *value * part.factor;
@@ -135,11 +131,11 @@ bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_
     if (tag == SymbolTag::PLUS && !is_whole) {
       for (std::size_t i = m_.arity(t); i-- > 0;) {
         const DataType* wanted = part.node.as_real() ? m_.rat_type : m_.argument_type(t->symbol, i);
-        pending.push_back({part.factor, node_for(m_, t->args[i], wanted), true});
+        summands_.push_back({part.factor, node_for(m_, t->args[i], wanted), true});
       }
     } else if (is_multiple(m_, t)) {
       const DataType* wanted = part.node.as_real() ? m_.rat_type : m_.argument_type(t->symbol, 1);
-      pending.push_back({part.factor * *m_.get_number(t->args[0]), node_for(m_, t->args[1], wanted), true});
+      summands_.push_back({part.factor * *m_.get_number(t->args[0]), node_for(m_, t->args[1], wanted), true});
     } else {
       sum.items.push_back({part.factor, part.node});
       if (through_shared && sum.items.size() > few_items) return false;
@@ -151,8 +147,9 @@ bool NormalForms::collect(Node n, const QNumber& factor, Sum& sum, bool through_
 /// Equal monomials together, in the order of the normal form.
 void NormalForms::settle(Sum& sum) {
   auto& items = sum.items;
-  std::stable_sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
-    return a.monomial.term()->id < b.monomial.term()->id;
+  std::sort(items.begin(), items.end(), [](const Item& a, const Item& b) {
+    return std::pair(a.monomial.term()->id, a.monomial.as_real()) <
+           std::pair(b.monomial.term()->id, b.monomial.as_real());
   });
   std::size_t kept = 0;
   for (std::size_t i = 0; i < items.size(); ++i) {
@@ -170,7 +167,8 @@ void NormalForms::settle(Sum& sum) {
 void NormalForms::sum(Node n) {
   const bool real = n.as_real() || m_.type_of(n.term()) == m_.rat_type;
   for (const bool through_shared : {false, true}) {
-    Sum all;
+    Sum& all = sum_;
+    all.clear();
     if (!collect(n, QNumber(1), all, through_shared)) continue;
     settle(all);
     arrange(all, real);
@@ -184,7 +182,10 @@ void NormalForms::sum(Node n) {
 
 /// What is added and what is subtracted. `quotient`, if any, is written as the class `quotient_form`.
 void NormalForms::arrange(const Sum& all, bool real, const Item* quotient, ClassId quotient_form) {
-  std::vector<ClassId> plus, minus;
+  std::vector<ClassId>& plus = right_;
+  std::vector<ClassId>& minus = left_;
+  plus.clear();
+  minus.clear();
   for (const Item& item : all.items) {
     if (&item == quotient) {
       plus.push_back(quotient_form);
@@ -234,7 +235,8 @@ void NormalForms::with_constant_inside(const Sum& sum) {
 /// elsewhere.
 void NormalForms::with_negative_parts(const Sum& sum, bool real) {
   const DataType* sort = real ? m_.rat_type : m_.int_type;
-  std::vector<ClassId> parts;
+  std::vector<ClassId>& parts = parts_;
+  parts.clear();
   for (const Item& item : sum.items) {
     const ClassId c = class_of(item.monomial);
     parts.push_back(item.coefficient == QNumber(-1) ? app("-", {c}, sort)
@@ -275,7 +277,8 @@ void NormalForms::product(Node n) {
 }
 
 NormalForms::ClassId NormalForms::dividend(const IntegerQuotient& q) {
-  std::vector<ClassId> parts;
+  std::vector<ClassId>& parts = parts_;
+  parts.clear();
   for (const auto& s : q.summands) {
     if (s.monomial == nullptr) {
       parts.push_back(number(s.coefficient, false));
@@ -357,7 +360,8 @@ void NormalForms::comparison(const Term* t, bool negated) {
   relation(tag, negated, false, child(t, 0), child(t, 1));
   for (const bool through_shared : {false, true}) {
     // right - left, compared with 0.
-    Sum all;
+    Sum& all = sum_;
+    all.clear();
     const Node left = node_for(m_, t->args[0], m_.argument_type(t->symbol, 0));
     const Node right = node_for(m_, t->args[1], m_.argument_type(t->symbol, 1));
     all.real = left.as_real() || right.as_real() || m_.type_of(left.term()) == m_.rat_type ||
@@ -387,7 +391,9 @@ void NormalForms::with_opposite(Args left, Args right, SymbolTag::tag tag, bool 
 /// The forms of 0 <= sum, 0 = sum.
 void NormalForms::atom(const Sum& sum, SymbolTag::tag tag, bool negated) {
   const bool real = sum.real;
-  std::vector<ClassId> left, right;  // left <= right
+  std::vector<ClassId>&left = left_, &right = right_;  // left <= right
+  left.clear();
+  right.clear();
   std::size_t num_multiples = 0;
   for (const Item& item : sum.items) {
     const ClassId c = class_of(item.monomial);
@@ -419,9 +425,9 @@ void NormalForms::atom(const Sum& sum, SymbolTag::tag tag, bool negated) {
   }
   const bool on_left = k.sign() < 0;
   const QNumber size = on_left ? -k : k;
-  std::vector<ClassId> with_constant = on_left ? left : right;
-  with_constant.push_back(number(size, real));
-  const ClassId more = total(with_constant, real);
+  with_constant_ = on_left ? left : right;
+  with_constant_.push_back(number(size, real));
+  const ClassId more = total(with_constant_, real);
   if (on_left) {
     relation(tag, negated, false, more, total(right, real));
   } else {
