@@ -1,5 +1,7 @@
 #include <algorithm>
+#include <numeric>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include <quarv/forms/candidates.h>
@@ -46,6 +48,15 @@ Size size_of(const Candidates& candidates, const std::vector<CandidateId>& forms
   return size;
 }
 
+/// By place: what needs it, where that is not too much to be written otherwise together.
+struct Users {
+  std::vector<std::uint32_t> first;  // in `all`, and the end
+  std::vector<Place> all;
+  std::span<const Place> operator[](Place p) const noexcept {
+    return std::span(all).subspan(first[p], first[p + 1] - first[p]);
+  }
+};
+
 class Chooser {
  public:
   explicit Chooser(const Candidates& candidates) : candidates_(candidates), order_(candidates) {}
@@ -66,12 +77,12 @@ class Chooser {
   bool is_hopeless(CandidateId c, CandidateId old) const;
   bool try_form(Place p, CandidateId c);
   void sweep_until_settled();
-  std::vector<std::vector<Place>> users() const;
+  Users users() const;
   bool is_part(Place p, CandidateId c) const { return std::ranges::find(parts(c), p) != parts(c).end(); }
   CandidateId cheapest_without(Place p, Place user) const;
   std::int64_t change(Place p, CandidateId c);
   void take_back(Place p, CandidateId c);
-  bool try_without(Place p, const std::vector<Place>& users);
+  bool try_without(Place p, std::span<const Place> users);
   bool do_without();
 
   static constexpr std::uint64_t most_added = std::uint64_t{256} << Weight::term_shift;
@@ -83,6 +94,7 @@ class Chooser {
   ClassOrder order_;
   std::vector<Place> taken_;    // each as often as it was used once more by the last `take`
   std::vector<Place> dropped_;  // and once less by the last `drop`
+  std::vector<std::pair<Place, CandidateId>> before_;  // what `try_without` has changed
 };
 
 /// Uses each of the places once more; what is new costs. Gives up where that is more than `most`: then
@@ -189,15 +201,21 @@ void Chooser::sweep_until_settled() {
   }
 }
 
-/// By place: what needs it, where that is not too much to be written otherwise together.
-std::vector<std::vector<Place>> Chooser::users() const {
-  std::vector<std::vector<Place>> users(uses_.size());
-  for (Place user = 0; user < uses_.size(); ++user) {
-    if (uses_[user] == 0) continue;
-    for (Place p : parts(chosen_[user])) {
-      if (uses_[p] > 1 && uses_[p] <= most_users) users[p].push_back(user);
+Users Chooser::users() const {
+  Users users{std::vector<std::uint32_t>(uses_.size() + 1), {}};
+  const auto each = [this](auto visit) {
+    for (Place user = 0; user < uses_.size(); ++user) {
+      if (uses_[user] == 0) continue;
+      for (Place p : parts(chosen_[user])) {
+        if (uses_[p] > 1 && uses_[p] <= most_users) visit(p, user);
+      }
     }
-  }
+  };
+  each([&users](Place p, Place) { ++users.first[p + 1]; });
+  std::partial_sum(users.first.begin(), users.first.end(), users.first.begin());
+  users.all.resize(users.first.back());
+  std::vector<std::uint32_t> end(users.first.begin(), users.first.end() - 1);
+  each([&](Place p, Place user) { users.all[end[p]++] = user; });
   return users;
 }
 
@@ -240,10 +258,10 @@ void Chooser::take_back(Place p, CandidateId c) {
 /// Writes all users of place `p` in forms without it if that costs less: (or (or x y) z) and (or (or x y) w)
 /// become (or x y z) and (or x y w), which neither would alone, as it costs as much while the other one needs
 /// (or x y).
-bool Chooser::try_without(Place p, const std::vector<Place>& users) {
+bool Chooser::try_without(Place p, std::span<const Place> users) {
   if (users.size() < 2 || users.size() != uses_[p]) return false;
   constexpr std::int64_t most_longer = 8;  // written out, what is shared takes room in each user
-  std::vector<std::pair<Place, CandidateId>> before;
+  before_.clear();
   std::int64_t longer = -static_cast<std::int64_t>(parts(chosen_[p]).size());
   std::int64_t more = 0;
   bool possible = true;
@@ -255,18 +273,18 @@ bool Chooser::try_without(Place p, const std::vector<Place>& users) {
     if (!possible) break;
     longer += static_cast<std::int64_t>(parts(c).size()) - static_cast<std::int64_t>(parts(old).size());
     order_.follow();
-    before.emplace_back(user, old);
+    before_.emplace_back(user, old);
     more += change(user, c);
   }
   if (possible && more < 0 && longer <= most_longer) return true;
-  for (std::size_t i = before.size(); i-- > 0;) take_back(before[i].first, before[i].second);
+  for (std::size_t i = before_.size(); i-- > 0;) take_back(before_[i].first, before_[i].second);
   return false;
 }
 
 bool Chooser::do_without() {
-  const std::vector<std::vector<Place>> users = this->users();
+  const Users users = this->users();
   bool better = false;
-  for (Place p = 0; p < users.size(); ++p) better = try_without(p, users[p]) || better;
+  for (Place p = 0; p < uses_.size(); ++p) better = try_without(p, users[p]) || better;
   return better;
 }
 

@@ -50,7 +50,8 @@ ChosenTerms::ChosenTerms(TermManager& from, WrittenForms& written, std::span<con
       own_patterns_(std::make_unique<PatternForms>(from)),
       patterns_(own_patterns_.get()),
       in_patterns_(false),
-      terms_(graph_.num_classes()) {
+      terms_(graph_.num_classes()),
+      operations_(graph_.num_heads()) {
   find_patterns();
 }
 
@@ -64,7 +65,8 @@ ChosenTerms::ChosenTerms(const ChosenTerms& outer, PatternForms& patterns)
       leaves_(outer.leaves_),
       patterns_(&patterns),
       in_patterns_(true),
-      terms_(graph_.num_classes()) {}
+      terms_(graph_.num_classes()),
+      operations_(graph_.num_heads()) {}
 
 ChosenTerms::~ChosenTerms() = default;
 
@@ -169,7 +171,7 @@ const Term* ChosenTerms::made(ClassId c) {
     }
     if (written_.needs_exact_sorts(head.symbol)) convert_arguments(head.symbol, f);
   }
-  return to_.do_make_term(symbol(c, head), args_);
+  return to_.do_make_term(symbol(c, f.head), args_);
 }
 
 /// An Int that was written where the function takes a Real, or a Real where it takes an Int, could be read as
@@ -186,16 +188,33 @@ void ChosenTerms::convert_arguments(const Symbol* function, const forms::Form& f
   }
 }
 
-const Symbol* ChosenTerms::symbol(ClassId c, const forms::Head& head) {
+/// An operator or a function is nearly always applied to the same sorts as the last time.
+const Symbol* ChosenTerms::operation(forms::HeadId h, const DataType* result) {
+  const Symbol*& last = operations_[h];
+  const auto fits = [&] {
+    if (last == nullptr || last->get_output_type() != result || to_.arity(last) != types_.size())
+      return false;
+    for (std::size_t i = 0; i < types_.size(); ++i) {
+      if (to_.argument_type(last, i) != types_[i]) return false;
+    }
+    return true;
+  };
+  if (fits()) return last;
+  const forms::Head& head = graph_.head_at(h);
+  last = head.symbol == nullptr ? to_.make_opaque_symbol(head.text, types_, result)
+                                : to_.fresh_fun(head.symbol->name, types_, result);
+  return last;
+}
+
+const Symbol* ChosenTerms::symbol(ClassId c, forms::HeadId h) {
   types_.clear();
   for (const Term* a : args_) types_.push_back(to_.type_of(a));
   const DataType* result = sort(graph_.sort(c));
-  if (head.symbol == nullptr) return to_.make_opaque_symbol(head.text, types_, result);
-  const Term*& known = (*leaves_)[head.symbol];
-  if (known != nullptr) return known->symbol;
-  const Symbol* s = to_.fresh_fun(head.symbol->name, types_, result);
-  if (args_.empty()) known = to_.do_make_term(s, args_);
-  return s;
+  const Symbol* const own = graph_.head_at(h).symbol;
+  if (own == nullptr || !args_.empty()) return operation(h, result);
+  const Term*& known = (*leaves_)[own];
+  if (known == nullptr) known = to_.do_make_term(to_.fresh_fun(own->name, types_, result), args_);
+  return known->symbol;
 }
 
 }  // namespace quarv::smtlib

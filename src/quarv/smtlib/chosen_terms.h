@@ -49,7 +49,8 @@ class ChosenTerms {
   const Term* variable(const Symbol* s);
   /// Other sorts of the source mean nothing to the other manager, which prints them and no more.
   const DataType* sort(const DataType* s) const { return s == from_.bool_type ? to_.bool_type : s; }
-  const Symbol* symbol(forms::ClassId c, const forms::Head& head);
+  const Symbol* symbol(forms::ClassId c, forms::HeadId h);
+  const Symbol* operation(forms::HeadId h, const DataType* result);
   void convert_arguments(const Symbol* function, const forms::Form& f);
 
   TermManager& from_;
@@ -62,8 +63,9 @@ class ChosenTerms {
   std::unique_ptr<PatternForms>
       own_patterns_;  // of annotations, which are not chosen but as they were written
   PatternForms* const patterns_;
-  const bool in_patterns_;          // these are terms of patterns
-  std::vector<const Term*> terms_;  // by class
+  const bool in_patterns_;                 // these are terms of patterns
+  std::vector<const Term*> terms_;         // by class
+  std::vector<const Symbol*> operations_;  // by head: the last that was made
   std::vector<const Term*> args_;
   std::vector<const DataType*> types_;
 };

@@ -33,9 +33,9 @@ WrittenForms::ClassId WrittenForms::application(const Symbol* head, Arguments ar
 forms::HeadId WrittenForms::head_of(const OperatorDefinition& op, std::span<const std::size_t> indices,
                                     const Term* index) {
   if (indices.empty() && index == nullptr) {
-    const auto [known, is_new] = operator_heads_.try_emplace(&op, forms::none);
-    if (is_new) known->second = graph_.head(op.name);
-    return known->second;
+    forms::HeadId& known = operator_heads_[&op];
+    if (known == 0) known = graph_.head(op.name) + 1;
+    return known - 1;
   }
   constexpr std::size_t most = std::tuple_size_v<decltype(IndexedOperator::indices)>;
   forms::HeadId* known = nullptr;
