@@ -259,7 +259,7 @@ std::size_t children_of_forms(const std::string& text) {
   WrittenForms written(session.manager());
   Reader reader(session, {.written = &written});
   Script script = reader.read_in_place(text, "in.smt2");
-  choose_smallest(session.manager(), written, script, [&](const Term* t) { return session.normalize(t); });
+  choose_smallest(session, written, script);
   const forms::FormGraph& graph = written.graph();
   const forms::Form& last = graph.form(static_cast<forms::FormId>(graph.num_forms() - 1));
   return last.first_child + last.num_children;

@@ -113,6 +113,9 @@ class FormGraph {
   /// Forms that have become the same by merging classes make their classes equal, and so on.
   void close();
 
+  /// Nothing will be added any more: gives back the memory that finds forms again.
+  void seal() { LargeVector<Entry>().swap(table_); }
+
  private:
   struct Class {
     mutable ClassId parent;

@@ -18,6 +18,12 @@ NormalForms::ClassId NormalForms::class_of(Node n) {
   return known;
 }
 
+void NormalForms::seal() {
+  for (LargeVector<ClassId>& classes : classes_) LargeVector<ClassId>().swap(classes);
+  for (auto& numbers : numbers_) numbers = {};
+  std::vector<bool>().swap(added_);
+}
+
 NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
   HeadId& known = heads_[s];
   if (known == 0) {

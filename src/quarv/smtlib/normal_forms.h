@@ -44,6 +44,9 @@ class NormalForms {
   /// The classes of numbers, literals, truth values and other values.
   const std::vector<ClassId>& values() const noexcept { return values_; }
 
+  /// No forms will be written down any more: gives back the memory that finds terms again.
+  void seal();
+
   /// The head of an annotated term: its attributes, with the terms of its patterns.
   HeadId quantifier_head(const Symbol* s);
   HeadId annotation_head(const Term* annotated);

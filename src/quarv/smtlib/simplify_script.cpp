@@ -239,8 +239,7 @@ std::optional<Rounds::Printed> Rounds::round() {
   std::unique_ptr<ChosenScript>& chosen = printed.chosen;
   if (written) {
     session.simplifier().set_observer(nullptr);
-    chosen = choose_smallest(session.manager(), *written, script,
-                             [&session](const Term* t) { return session.normalize(t); });
+    chosen = choose_smallest(session, *written, script);
     if (chosen != nullptr) written.reset();
   }
   shrinks_ = shrinks_ && chosen != nullptr;

@@ -19,8 +19,8 @@ using Kind = Command::Kind;
 namespace {
 
 /// All forms of the script's terms, and of what rules make of what was written.
-void add_normal_forms(const TermManager& manager, WrittenForms& written, const Script& script,
-                      FormId num_written, const std::function<const Term*(const Term*)>& normalized) {
+void add_normal_forms(Session& session, WrittenForms& written, const Script& script, FormId num_written) {
+  const TermManager& manager = session.manager();
   forms::FormGraph& graph = written.graph();
   NormalForms& normal = written.normal();
   normal.set_difference_logic(script.difference_logic);
@@ -34,7 +34,7 @@ void add_normal_forms(const TermManager& manager, WrittenForms& written, const S
   const std::size_t most_terms = manager.num_terms() + few + std::size_t{8} * num_written;
   for (const auto& [c, n] : written.met()) {
     if (manager.num_terms() > most_terms) break;
-    const Term* t = normalized(n.term());
+    const Term* t = session.normalize(n.term());
     const Node result(t, n.as_real() || (manager.type_of(n.term()) == manager.rat_type &&
                                          manager.type_of(t) == manager.int_type));
     const ClassId d = normal.class_of(result);
@@ -147,21 +147,22 @@ Script script_of(const Script& script, TermManager& manager, WrittenForms& writt
 
 }  // namespace
 
-std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms& written,
-                                              const Script& script,
-                                              const std::function<const Term*(const Term*)>& normalized) {
+std::unique_ptr<ChosenScript> choose_smallest(Session& session, WrittenForms& written, const Script& script) {
+  TermManager& manager = session.manager();
   forms::FormGraph& graph = written.graph();
   const auto num_written = static_cast<FormId>(graph.num_forms());
   add_decimals(manager, graph, num_written);
   add_flat_forms(graph, script);
   // What the user's own equations say comes before what normal forms do: with its sides in the user's order.
   if (forms::add_disequalities(graph, manager.bool_type)) graph.close();
-  add_normal_forms(manager, written, script, num_written, normalized);
+  add_normal_forms(session, written, script, num_written);
+  session.simplifier().normalizer.clear_cache();
   if (forms::add_opposites(graph, manager.bool_type)) graph.close();
   if (forms::add_cliques(graph, manager.bool_type)) graph.close();
   cancel_involutions(graph);
-  const ScriptQuestion question(manager, written, script, num_written);
-  const forms::Choice choice = forms::choose(question.question());
+  written.seal();
+  const forms::Choice choice =
+      forms::choose(ScriptQuestion(manager, written, script, num_written).question());
   if (choice.form.empty()) return nullptr;
 
   auto chosen = std::make_unique<ChosenScript>();

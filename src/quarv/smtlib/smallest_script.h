@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 
+#include <quarv/session/session.h>
 #include <quarv/smtlib/script.h>
 #include <quarv/smtlib/written_forms.h>
 #include <quarv/term/term_manager.h>
@@ -21,10 +21,8 @@ struct ChosenScript {
                                   ///< several ways
 };
 
-/// The commands of `script` with each term in the form in which the whole is smallest. `normalized` gives
-/// what the rules make of a term. Null where no choice can be made.
-std::unique_ptr<ChosenScript> choose_smallest(TermManager& manager, WrittenForms& written,
-                                              const Script& script,
-                                              const std::function<const Term*(const Term*)>& normalized);
+/// The commands of `script`, which was read into `session`, with each term in the form in which the whole is
+/// smallest. Nothing can be written down afterwards. Null where no choice can be made.
+std::unique_ptr<ChosenScript> choose_smallest(Session& session, WrittenForms& written, const Script& script);
 
 }  // namespace quarv::smtlib

@@ -72,6 +72,12 @@ WrittenForms::ClassId WrittenForms::root(ClassId form, const Term* t, const Data
   return c;
 }
 
+void WrittenForms::seal() {
+  graph_.seal();
+  normal_.seal();
+  std::vector<std::pair<ClassId, Node>>().swap(met_);
+}
+
 void WrittenForms::renumber_commands(std::span<const std::size_t> numbers) {
   for (auto& [symbol, command] : declared_) {
     if (command < numbers.size()) command = static_cast<std::uint32_t>(numbers[command]);

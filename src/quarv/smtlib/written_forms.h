@@ -85,6 +85,9 @@ class WrittenForms {
   std::size_t num_met() const noexcept { return met_.size(); }
   void forget_since(std::size_t num_met) { met_.resize(std::min(num_met, met_.size())); }
 
+  /// Nothing will be written down any more: gives back memory that only writing down needs.
+  void seal();
+
   /// The terms that were built for what was written, as they were before rules.
   const std::vector<std::pair<ClassId, Node>>& met() const noexcept { return met_; }
 
