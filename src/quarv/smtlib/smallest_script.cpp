@@ -164,6 +164,8 @@ std::unique_ptr<ChosenScript> choose_smallest(Session& session, WrittenForms& wr
   const forms::Choice choice =
       forms::choose(ScriptQuestion(manager, written, script, num_written).question());
   if (choice.form.empty()) return nullptr;
+  constexpr std::size_t large = 1 << 16;
+  if (graph.num_classes() > large) give_back_freed();
 
   auto chosen = std::make_unique<ChosenScript>();
   chosen->manager = std::make_unique<TermManager>();
