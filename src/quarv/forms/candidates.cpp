@@ -20,8 +20,8 @@ std::uint64_t Candidates::Weight::of(std::uint32_t cost, bool is_operation, std:
 
 Candidates::Candidates(const Question& q, const FreeNames& names) : num_written_(q.num_written) {
   const FormGraph& g = q.graph;
-  std::vector<std::uint8_t> seen(g.num_classes());
-  std::vector<ClassId> pending;
+  LargeVector<std::uint8_t> seen(g.num_classes());
+  LargeVector<ClassId> pending;
   const auto visit = [&](ClassId c) {
     c = g.find(c);
     if (seen[c] != 0 || names.is_endless(c)) return;
@@ -55,6 +55,7 @@ Candidates::Candidates(const Question& q, const FreeNames& names) : num_written_
   parts_.reserve(num_parts);
   for (ClassId c : classes_) add_forms(q, names, c);
   first_.push_back(static_cast<CandidateId>(candidates_.size()));
+  LargeVector<Place>().swap(places_);  // which takes room
   candidates_.push_back({0, none, static_cast<std::uint32_t>(parts_.size()) & last_part, false});
 }
 
@@ -124,8 +125,8 @@ bool Candidates::is_literal(const Question& q, FormId f) const {
           std::ranges::all_of(parts, [&q](ClassId c) { return q.is_value[q.graph.find(c)] != 0; }));
 }
 
-std::vector<CandidateId> Candidates::as_written(bool wanted) const {
-  std::vector<CandidateId> written(base_);
+LargeVector<CandidateId> Candidates::as_written(bool wanted) const {
+  LargeVector<CandidateId> written(base_);
   for (Place p = 0; p < written.size(); ++p) {
     FormId first = none;
     for (CandidateId c = first_[p]; c != first_[p + 1]; ++c) {
@@ -138,12 +139,12 @@ std::vector<CandidateId> Candidates::as_written(bool wanted) const {
   return written;
 }
 
-std::vector<CandidateId> Candidates::without_circles(const FormGraph& graph,
-                                                     const std::vector<CandidateId>& wanted) const {
-  std::vector<FormId> forms(graph.num_classes(), none);
+LargeVector<CandidateId> Candidates::without_circles(const FormGraph& graph,
+                                                     const LargeVector<CandidateId>& wanted) const {
+  LargeVector<FormId> forms(graph.num_classes(), none);
   for (Place p = 0; p < wanted.size(); ++p) forms[classes_[p]] = candidates_[wanted[p]].form;
   forms = grounded(graph, forms);
-  std::vector<CandidateId> found(base_);
+  LargeVector<CandidateId> found(base_);
   for (Place p = 0; p < wanted.size(); ++p) {
     // What may not be chosen here is no candidate.
     for (CandidateId c = first_[p]; c != first_[p + 1]; ++c) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <quarv/forms/form_graph.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::forms {
 
@@ -46,7 +47,7 @@ class Candidates {
 
   std::size_t num_places() const noexcept { return classes_.size(); }
   ClassId class_at(Place p) const noexcept { return classes_[p]; }
-  const std::vector<Place>& roots() const noexcept { return roots_; }
+  const LargeVector<Place>& roots() const noexcept { return roots_; }
 
   /// Candidates of a place: from `first` to before `first` of the next one.
   CandidateId first(Place p) const noexcept { return first_[p]; }
@@ -58,13 +59,13 @@ class Candidates {
   }
 
   /// By place: the base form.
-  const std::vector<CandidateId>& base() const noexcept { return base_; }
+  const LargeVector<CandidateId>& base() const noexcept { return base_; }
   /// By place: as the user wrote it first, the base form where that is nowhere. `wanted`: the first wanted
   /// one.
-  std::vector<CandidateId> as_written(bool wanted) const;
+  LargeVector<CandidateId> as_written(bool wanted) const;
   /// As near to these as can be without going round in a circle: other forms where it must be.
-  std::vector<CandidateId> without_circles(const FormGraph& graph,
-                                           const std::vector<CandidateId>& wanted) const;
+  LargeVector<CandidateId> without_circles(const FormGraph& graph,
+                                           const LargeVector<CandidateId>& wanted) const;
   /// A place has several forms that the user wrote.
   bool is_written_twice() const noexcept { return is_written_twice_; }
 
@@ -74,14 +75,14 @@ class Candidates {
   std::uint32_t num_repeated(std::uint32_t first);
   void count_unseen_writes(const FormGraph& graph, CandidateId first);
 
-  std::vector<ClassId> classes_;       // by place
-  std::vector<Place> places_;          // by class
-  std::vector<CandidateId> first_;     // by place, and the end
-  std::vector<CandidateId> base_;      // by place
-  std::vector<Candidate> candidates_;  // and one that ends the list
-  std::vector<Place> parts_;
-  std::vector<Place> roots_;
-  std::vector<Place> sorted_;
+  LargeVector<ClassId> classes_;       // by place
+  LargeVector<Place> places_;          // by class, while candidates are gathered
+  LargeVector<CandidateId> first_;     // by place, and the end
+  LargeVector<CandidateId> base_;      // by place
+  LargeVector<Candidate> candidates_;  // and one that ends the list
+  LargeVector<Place> parts_;
+  LargeVector<Place> roots_;
+  LargeVector<Place> sorted_;
   FormId num_written_;
   bool is_written_twice_ = false;
 };

@@ -32,10 +32,10 @@ void count(const Candidates& candidates, CandidateId c, Size& size) {
 
 /// What the roots need in these forms, which may go round in a circle: what each place needs is there in the
 /// end.
-Size size_of(const Candidates& candidates, const std::vector<CandidateId>& forms) {
+Size size_of(const Candidates& candidates, const LargeVector<CandidateId>& forms) {
   Size size{0, 0, 0};
-  std::vector<std::uint8_t> seen(candidates.num_places());
-  std::vector<Place> pending(candidates.roots());
+  LargeVector<std::uint8_t> seen(candidates.num_places());
+  LargeVector<Place> pending(candidates.roots());
   while (!pending.empty()) {
     const Place p = pending.back();
     pending.pop_back();
@@ -50,8 +50,8 @@ Size size_of(const Candidates& candidates, const std::vector<CandidateId>& forms
 
 /// By place: what needs it, where that is not too much to be written otherwise together.
 struct Users {
-  std::vector<std::uint32_t> first;  // in `all`, and the end
-  std::vector<Place> all;
+  LargeVector<std::uint32_t> first;  // in `all`, and the end
+  LargeVector<Place> all;
   std::span<const Place> operator[](Place p) const noexcept {
     return std::span(all).subspan(first[p], first[p + 1] - first[p]);
   }
@@ -62,10 +62,10 @@ class Chooser {
   explicit Chooser(const Candidates& candidates) : candidates_(candidates), order_(candidates) {}
 
   /// Begins with some forms; false when these go round in a circle.
-  bool begin(std::vector<CandidateId> chosen);
+  bool begin(LargeVector<CandidateId> chosen);
   void improve();
   Size size() const;
-  const std::vector<CandidateId>& chosen() const noexcept { return chosen_; }
+  const LargeVector<CandidateId>& chosen() const noexcept { return chosen_; }
 
  private:
   std::uint64_t cost(CandidateId c) const noexcept { return candidates_[c].weight; }
@@ -89,12 +89,12 @@ class Chooser {
   static constexpr std::size_t most_users = 8;  // of a place that all of them shall do without
 
   const Candidates& candidates_;
-  std::vector<CandidateId> chosen_;
-  std::vector<std::uint32_t> uses_;
+  LargeVector<CandidateId> chosen_;
+  LargeVector<std::uint32_t> uses_;
   ClassOrder order_;
-  std::vector<Place> taken_;    // each as often as it was used once more by the last `take`
-  std::vector<Place> dropped_;  // and once less by the last `drop`
-  std::vector<std::pair<Place, CandidateId>> before_;  // what `try_without` has changed
+  LargeVector<Place> taken_;    // each as often as it was used once more by the last `take`
+  LargeVector<Place> dropped_;  // and once less by the last `drop`
+  LargeVector<std::pair<Place, CandidateId>> before_;  // what `try_without` has changed
 };
 
 /// Uses each of the places once more; what is new costs. Gives up where that is more than `most`: then
@@ -178,11 +178,18 @@ bool Chooser::try_form(Place p, CandidateId c) {
   return false;
 }
 
-bool Chooser::begin(std::vector<CandidateId> chosen) {
+bool Chooser::begin(LargeVector<CandidateId> chosen) {
   chosen_ = std::move(chosen);
   if (!order_.sort(chosen_)) return false;
   uses_.assign(candidates_.num_places(), 0);
-  take(candidates_.roots(), unlimited);
+  LargeVector<Place> pending(candidates_.roots());
+  while (!pending.empty()) {
+    const Place p = pending.back();
+    pending.pop_back();
+    if (uses_[p]++ != 0) continue;
+    const auto own = parts(chosen_[p]);
+    pending.insert(pending.end(), own.begin(), own.end());
+  }
   return true;
 }
 
@@ -202,7 +209,7 @@ void Chooser::sweep_until_settled() {
 }
 
 Users Chooser::users() const {
-  Users users{std::vector<std::uint32_t>(uses_.size() + 1), {}};
+  Users users{LargeVector<std::uint32_t>(uses_.size() + 1), {}};
   const auto each = [this](auto visit) {
     for (Place user = 0; user < uses_.size(); ++user) {
       if (uses_[user] == 0) continue;
@@ -214,7 +221,7 @@ Users Chooser::users() const {
   each([&users](Place p, Place) { ++users.first[p + 1]; });
   std::partial_sum(users.first.begin(), users.first.end(), users.first.begin());
   users.all.resize(users.first.back());
-  std::vector<std::uint32_t> end(users.first.begin(), users.first.end() - 1);
+  LargeVector<std::uint32_t> end(users.first.begin(), users.first.end() - 1);
   each([&](Place p, Place user) { users.all[end[p]++] = user; });
   return users;
 }
@@ -306,12 +313,11 @@ Size Chooser::size() const {
 Choice choose_among(const Question& question, const Candidates& candidates) {
   Chooser chooser(candidates);
   Choice choice;
-  const std::vector<CandidateId> written = candidates.as_written(true);
   choice.as_written = size_of(candidates, candidates.as_written(false));
-  std::vector<CandidateId> best;
+  LargeVector<CandidateId> best;
   Size before;
-  const bool is_possible = chooser.begin(written);
-  if (is_possible || chooser.begin(candidates.without_circles(question.graph, written))) {
+  const bool is_possible = chooser.begin(candidates.as_written(true));
+  if (is_possible || chooser.begin(candidates.without_circles(question.graph, candidates.as_written(true)))) {
     before = chooser.size();
     chooser.improve();
     choice.size = chooser.size();

@@ -7,6 +7,7 @@
 
 #include <quarv/forms/form_graph.h>
 #include <quarv/forms/free_names.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::forms {
 
@@ -42,7 +43,7 @@ struct Size {
 
 /// The result: by class the form to write; empty where there is none.
 struct Choice {
-  std::vector<FormId> form;
+  LargeVector<FormId> form;
   Size size;
   /// What the roots would need as they were written.
   Size as_written;

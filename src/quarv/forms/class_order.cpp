@@ -12,8 +12,8 @@ bool ClassOrder::sort(std::span<const CandidateId> chosen) {
   after_.assign(n + 1, ring_);
   asked_.assign(n, 0);
   question_ = 0;
-  std::vector<std::uint8_t> state(n);  // 1: on the stack, 2: done
-  std::vector<Place> stack;
+  LargeVector<std::uint8_t> state(n);  // 1: on the stack, 2: done
+  LargeVector<Place> stack;
   for (Place start = 0; start < n; ++start) {
     if (state[start] == 0) stack.push_back(start);
     while (!stack.empty()) {
@@ -45,8 +45,8 @@ void ClassOrder::renumber() {
   for (Place c = after_[ring_]; c != ring_; c = after_[c]) label_[c] = label += gap;
 }
 
-std::vector<Place> ClassOrder::ascending() const {
-  std::vector<Place> all;
+LargeVector<Place> ClassOrder::ascending() const {
+  LargeVector<Place> all;
   all.reserve(candidates_.num_places());
   for (Place p = after_[ring_]; p != ring_; p = after_[p]) all.push_back(p);
   return all;

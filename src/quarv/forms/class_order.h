@@ -5,6 +5,7 @@
 #include <vector>
 
 #include <quarv/forms/candidates.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::forms {
 
@@ -20,7 +21,7 @@ class ClassOrder {
   bool sort(std::span<const CandidateId> chosen);
 
   /// All places, parts before what consists of them.
-  std::vector<Place> ascending() const;
+  LargeVector<Place> ascending() const;
 
   /// Whether `p` can follow all of `parts`: none of them consists of it. Gives up, with false, where that
   /// takes too long to find out.
@@ -36,14 +37,14 @@ class ClassOrder {
   static constexpr std::size_t most_moved = 512;
 
   const Candidates& candidates_;
-  std::vector<std::uint64_t> label_;  // by place, 0: not ordered
-  std::vector<Place> before_;         // neighbours, by place; the last element begins and ends the ring
-  std::vector<Place> after_;
+  LargeVector<std::uint64_t> label_;  // by place, 0: not ordered
+  LargeVector<Place> before_;         // neighbours, by place; the last element begins and ends the ring
+  LargeVector<Place> after_;
   Place ring_ = 0;
 
   Place mover_ = none;
-  std::vector<Place> moved_;
-  std::vector<std::uint32_t> asked_;  // by place: the question in which it was met last
+  LargeVector<Place> moved_;
+  LargeVector<std::uint32_t> asked_;  // by place: the question in which it was met last
   std::uint32_t question_ = 0;
 };
 

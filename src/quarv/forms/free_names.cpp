@@ -23,8 +23,8 @@ void FreeNames::Free::add(const Free& part) {
 bool FreeNames::find_free() {
   const std::size_t n = g_.num_classes();
   free_.assign(n, {});
-  std::vector<std::uint8_t> state(n);  // 1: on the stack, 2: done
-  std::vector<ClassId> stack;
+  LargeVector<std::uint8_t> state(n);  // 1: on the stack, 2: done
+  LargeVector<ClassId> stack;
   for (ClassId start = 0; start < n; ++start) {
     if (g_.find(start) != start || state[start] != 0) continue;
     if (is_endless(start)) {

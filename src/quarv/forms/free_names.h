@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <quarv/forms/form_graph.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::forms {
 
@@ -24,7 +25,7 @@ struct Scope {
 
 /// From which command to which one terms of a class are needed, by class; empty where that is not asked for.
 struct Needs {
-  std::vector<std::uint32_t> first, last;
+  LargeVector<std::uint32_t> first, last;
 };
 
 /// What is free in the terms of a class: that of its base form, the one that each class has.
@@ -63,9 +64,9 @@ class FreeNames {
 
   const FormGraph& g_;
   std::span<const Scope> scopes_;
-  std::vector<FormId> base_;
+  LargeVector<FormId> base_;
   bool is_grounded_ = false;
-  std::vector<Free> free_;
+  LargeVector<Free> free_;
   Needs needs_;
 };
 

@@ -20,7 +20,7 @@ class Grounding {
     list_uses();
   }
 
-  std::vector<FormId> run() {
+  LargeVector<FormId> run() {
     for (FormId f = 0; f < g_.num_forms(); ++f) {
       if (waits_for_[f] == 0) is_possible(f);
     }
@@ -54,7 +54,7 @@ class Grounding {
     });
     std::partial_sum(first_use_.begin(), first_use_.end(), first_use_.begin());
     uses_.resize(first_use_.back());
-    std::vector<std::uint32_t> end(first_use_.begin(), first_use_.end() - 1);
+    LargeVector<std::uint32_t> end(first_use_.begin(), first_use_.end() - 1);
     each([&](ClassId c, FormId f) { uses_[end[c]++] = f; });
   }
 
@@ -74,18 +74,18 @@ class Grounding {
   }
 
   const FormGraph& g_;
-  std::vector<FormId> wanted_;
-  std::vector<FormId> granted_;
-  std::vector<std::uint32_t> waits_for_;  // by form: parts without a form
-  std::vector<std::uint32_t> first_use_;  // by class: where the forms that it is a part of begin
-  std::vector<FormId> uses_;
-  std::vector<FormId> spare_;
-  std::vector<ClassId> queue_;
+  LargeVector<FormId> wanted_;
+  LargeVector<FormId> granted_;
+  LargeVector<std::uint32_t> waits_for_;  // by form: parts without a form
+  LargeVector<std::uint32_t> first_use_;  // by class: where the forms that it is a part of begin
+  LargeVector<FormId> uses_;
+  LargeVector<FormId> spare_;
+  LargeVector<ClassId> queue_;
 };
 
 }  // namespace
 
-std::vector<FormId> grounded(const FormGraph& graph, std::span<const FormId> wanted) {
+LargeVector<FormId> grounded(const FormGraph& graph, std::span<const FormId> wanted) {
   return Grounding(graph, wanted).run();
 }
 

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include <quarv/forms/form_graph.h>
+#include <quarv/util/large_pages.h>
 
 namespace quarv::forms {
 
@@ -11,6 +12,6 @@ namespace quarv::forms {
 /// first form where that is `none`, as far as that does not go round in a circle; some other form else.
 /// `none` for a class that has no finite term. By class; those that stand for others count. Linear in the
 /// forms.
-std::vector<FormId> grounded(const FormGraph& graph, std::span<const FormId> wanted);
+LargeVector<FormId> grounded(const FormGraph& graph, std::span<const FormId> wanted);
 
 }  // namespace quarv::forms

@@ -15,7 +15,7 @@ class Visitor {
   Visitor(const Question& q, const std::function<void(ClassId, std::vector<FormId>&)>& forms_of)
       : q_(q), forms_of_(forms_of) {}
 
-  void visit(std::size_t root, std::vector<std::uint32_t>& commands) {
+  void visit(std::size_t root, LargeVector<std::uint32_t>& commands) {
     const std::uint32_t command = q_.root_commands[root];
     enter(q_.roots[root], command, commands);
     while (!pending_.empty()) {
@@ -30,7 +30,7 @@ class Visitor {
   }
 
  private:
-  void enter(ClassId c, std::uint32_t command, std::vector<std::uint32_t>& commands) {
+  void enter(ClassId c, std::uint32_t command, LargeVector<std::uint32_t>& commands) {
     c = q_.graph.find(c);
     if (commands[c] != never) return;
     commands[c] = command;

@@ -22,6 +22,7 @@ void NormalForms::seal() {
   for (LargeVector<ClassId>& classes : classes_) LargeVector<ClassId>().swap(classes);
   for (auto& numbers : numbers_) numbers = {};
   std::vector<bool>().swap(added_);
+  LargeVector<forms::FormId>().swap(base_);
 }
 
 NormalForms::HeadId NormalForms::head_of(const Symbol* s) {

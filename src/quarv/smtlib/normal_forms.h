@@ -151,7 +151,7 @@ class NormalForms {
   forms::FormGraph& g_;
   bool difference_logic_ = false;
   LargeVector<ClassId> classes_[2];  // by term id: as they are, and integers as Reals
-  std::vector<forms::FormId> base_;
+  LargeVector<forms::FormId> base_;
   hsh::HashMap<const Symbol*, HeadId> heads_;  // one more than the number
   std::unordered_map<HeadId, const Term*> annotated_;
   std::vector<std::pair<ClassId, Node>> pending_;

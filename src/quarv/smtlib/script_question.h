@@ -32,8 +32,8 @@ class ScriptQuestion {
   std::vector<forms::ClassId> roots_;
   std::vector<forms::ClassId> declared_;
   std::vector<std::uint32_t> root_commands_;
-  std::vector<forms::FormId> base_;          // by class
-  std::vector<std::uint8_t> is_value_;       // by class
+  LargeVector<forms::FormId> base_;          // by class
+  LargeVector<std::uint8_t> is_value_;       // by class
   std::vector<std::uint8_t> makes_literal_;  // by head
   std::vector<forms::Scope> scopes_;         // by head
   bool has_scopes_ = false;                  // some symbols are not visible to all roots

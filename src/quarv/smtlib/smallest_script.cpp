@@ -147,6 +147,16 @@ Script script_of(const Script& script, TermManager& manager, WrittenForms& writt
 
 }  // namespace
 
+namespace {
+
+/// What the question has taken from the graph's making is not needed there any more.
+forms::Choice choice_for(const ScriptQuestion& question, WrittenForms& written) {
+  written.seal();
+  return forms::choose(question.question());
+}
+
+}  // namespace
+
 std::unique_ptr<ChosenScript> choose_smallest(Session& session, WrittenForms& written, const Script& script) {
   TermManager& manager = session.manager();
   forms::FormGraph& graph = written.graph();
@@ -160,9 +170,7 @@ std::unique_ptr<ChosenScript> choose_smallest(Session& session, WrittenForms& wr
   if (forms::add_opposites(graph, manager.bool_type)) graph.close();
   if (forms::add_cliques(graph, manager.bool_type)) graph.close();
   cancel_involutions(graph);
-  written.seal();
-  const forms::Choice choice =
-      forms::choose(ScriptQuestion(manager, written, script, num_written).question());
+  const forms::Choice choice = choice_for(ScriptQuestion(manager, written, script, num_written), written);
   if (choice.form.empty()) return nullptr;
   constexpr std::size_t large = 1 << 16;
   if (graph.num_classes() > large) give_back_freed();
