@@ -95,6 +95,13 @@ struct Script {
   /// The terms are texts, chosen for people: definitions are used by name wherever they can be, and what gets
   /// a name is decided by the bytes that it saves.
   bool chosen = false;
+  /// An operator that the user calls by a solver's word: where that begins in the text, and its usual name.
+  struct SolverWord {
+    const char* place;
+    std::string_view usual;
+  };
+  /// Those in terms that do not keep their text, in their order, where the forms of terms were wanted.
+  std::vector<SolverWord> solver_words;
   /// What the user calls a term in a `let`.
   std::unordered_map<const Term*, std::string> let_names;
   /// How the user wrote the sort of a bound variable.

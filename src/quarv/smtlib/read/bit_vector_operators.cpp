@@ -148,11 +148,20 @@ constexpr OperatorDefinition bit_vector_table[] = {
     {"int_to_bv", 1, 1, 1, "I", int_to_bv},
 };
 
+constexpr SolverWord solver_table[] = {
+    {"bv2int", "bv2nat"},   {"bvudiv_i", "bvudiv"}, {"bvurem_i", "bvurem"},
+    {"bvsdiv_i", "bvsdiv"}, {"bvsrem_i", "bvsrem"}, {"bvsmod_i", "bvsmod"},
+};
+
 }  // namespace
 }  // namespace build
 
 std::span<const OperatorDefinition> bit_vector_operators() {
   return build::bit_vector_table;
+}
+
+std::span<const SolverWord> solver_words() {
+  return build::solver_table;
 }
 
 namespace build {

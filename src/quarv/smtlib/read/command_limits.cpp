@@ -59,6 +59,7 @@ void Reader::return_to(const Place& place, Script& script) {
   while (!script.functions.empty() && script.functions.back().term >= place.terms)
     script.functions.pop_back();
   if (script.term_texts.size() > place.terms) script.term_texts.resize(place.terms);
+  forget_solver_words_from(place.start);
 }
 
 namespace {

@@ -77,6 +77,16 @@ inline std::array<std::span<const OperatorDefinition>, 4> all_operators() {
   return {table_operators(), core_operators(), bit_vector_operators(), floating_point_operators()};
 }
 
+/// A word in which z3 prints an operator of the standard in its own output, of its tactics for instance. In
+/// its totals (`bvudiv_i`) the divisor is known not to be zero; it computes with them as with the standard's.
+struct SolverWord {
+  std::string_view word;
+  std::string_view standard;
+};
+
+/// Words that are read as the standard's operators where the script declares nothing of that name.
+std::span<const SolverWord> solver_words();
+
 // Building blocks of the tables.
 // -------------------------------------------------------------------------------------------
 

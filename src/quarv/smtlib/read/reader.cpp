@@ -55,6 +55,11 @@ Reader::Reader(Session& session, Options options)
       names_.bind(names_.enter(op.name), m);
     }
   }
+  for (const SolverWord& solvers : solver_words()) {
+    TermMeaning m = names_.find(solvers.standard)->meaning;
+    m.word = Word::solvers;
+    names_.bind(names_.enter(solvers.word), m);
+  }
   const auto constant = [this](std::initializer_list<std::string_view> names, const Term* t) {
     TermMeaning m = TermMeaning::of(t);
     m.word = Word::other;  // may be declared anew: files of other theories do
@@ -355,6 +360,8 @@ Script Reader::read_all(const std::function<void(const Script&)>& command_read) 
     if (command_read) command_read(script);
   }
   define_lost_names(script);
+  script.solver_words = std::move(solver_words_);
+  solver_words_.clear();
   return script;
 }
 

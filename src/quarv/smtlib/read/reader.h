@@ -151,7 +151,7 @@ class QUARV_API Reader {
   using FormClass = std::uint32_t;
   static constexpr FormClass no_form = 0xFFFFFFFF;
 
-  enum class Word : std::uint8_t { none, let, quantifier, annotation, underscore, as, other };
+  enum class Word : std::uint8_t { none, let, quantifier, annotation, underscore, as, other, solvers };
 
   /// A list of functions of one name that differ in the sorts of their arguments.
   struct Overload {
@@ -163,8 +163,9 @@ class QUARV_API Reader {
   struct TermMeaning {
     enum Kind : std::uint8_t { none, builtin, function, overloaded, value, reserved, foreign };
     Kind kind = none;
-    Word word =
-        Word::none;        // of reserved words; `other` for constants of theories, which may be declared anew
+    // Of reserved words; `other` for constants of theories, which may be declared anew, `solvers` for
+    // operators that the standard calls otherwise.
+    Word word = Word::none;
     bool is_real = false;  // of a value of sort Int: it was written as a Real
     std::uint32_t renamed =
         0;  // name!1, ..., name!renamed are in use: quantifiers bind the name within each other
@@ -329,6 +330,8 @@ class QUARV_API Reader {
   std::vector<const Term*> parameters(std::string& text, bool own);
   const Term* bind_function(std::string_view name, const Symbol* symbol);
   void note_name(std::string_view name);
+  void note_solver_word(const Token& word, const OperatorDefinition& op);
+  void forget_solver_words_from(const char* place) noexcept;
   static bool is_free(const TermNames::Name* name) noexcept;
   bool parameters_follow() const noexcept;
   void check_new_function_name(const Token& name, bool is_constant);
@@ -471,12 +474,13 @@ class QUARV_API Reader {
 
   std::vector<Frame> frames_;
   std::vector<const Term*> values_;
-  std::vector<FormClass> forms_;     // of the values, as long as they are needed
-  std::vector<std::size_t> reals_;   // numbers of those values of sort Int that were written as Reals
-  std::size_t num_commands_ = 0;     // of the script, before the one that is being read
-  FormClass last_form_ = no_form;    // of the term read last
-  std::size_t unsimplified_ = 0;     // open places whose terms are not simplified
-  std::size_t num_quantifiers_ = 0;  // among the frames
+  std::vector<FormClass> forms_;    // of the values, as long as they are needed
+  std::vector<std::size_t> reals_;  // numbers of those values of sort Int that were written as Reals
+  std::size_t num_commands_ = 0;    // of the script, before the one that is being read
+  FormClass last_form_ = no_form;   // of the term read last
+  std::vector<Script::SolverWord> solver_words_;  // read so far, of an input whose forms are wanted
+  std::size_t unsimplified_ = 0;                  // open places whose terms are not simplified
+  std::size_t num_quantifiers_ = 0;               // among the frames
   std::vector<std::size_t> indices_;
   std::vector<Binding> bindings_;
   std::vector<std::vector<Attribute>> attributes_;

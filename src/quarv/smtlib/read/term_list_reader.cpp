@@ -35,6 +35,7 @@ void Reader::term_list(Script& script, Command::Kind kind, std::string_view text
     const FormClass form = last_form_;
     if (!keeps_text) term = finished(term);
     add_term(script, c, term, manager_.type_of(term), form);
+    if (keeps_text) forget_solver_words_from(t.start);
     if (keeps_text) keep_text(script, script.terms.size() - 1, written);
   }
   next();

@@ -113,6 +113,16 @@ void Reader::open_frame(Frame::Kind kind, const char* start) {
   frames_.push_back(frame);
 }
 
+/// Only where the text may be printed as it is.
+void Reader::note_solver_word(const Token& word, const OperatorDefinition& op) {
+  if (options_.written != nullptr) solver_words_.push_back({word.start, op.name});
+}
+
+/// Of what is read again, or keeps its text.
+void Reader::forget_solver_words_from(const char* place) noexcept {
+  while (!solver_words_.empty() && solver_words_.back().place >= place) solver_words_.pop_back();
+}
+
 void Reader::open_parenthesis(const Token& open) {
   const Token head = next();
   if (head.kind == TokenKind::left_parenthesis) return open_head(open);
@@ -121,6 +131,7 @@ void Reader::open_parenthesis(const Token& open) {
   switch (meaning.kind) {
     case TermMeaning::builtin:
       if (meaning.op->num_indices != 0) check_number_of_indices(open.start, *meaning.op, 0);
+      if (meaning.word == Word::solvers) note_solver_word(head, *meaning.op);
       open_frame(Frame::operation, open.start);
       frames_.back().op = meaning.op;
       return;

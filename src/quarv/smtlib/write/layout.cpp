@@ -331,14 +331,20 @@ class LineBreaker {
   std::vector<Open> open_;
 };
 
-/// A command on one line, without comments.
-void append_line(std::string_view command, std::string& out) {
+/// A command on one line, without comments. Operators are called as usual: `words` are those that are not,
+/// from this command on; those that follow it stay in it.
+void append_line(std::string_view command, std::span<const Script::SolverWord>& words, std::string& out) {
   Lexer lexer(command);
   bool blank = false;
   for (Token t = lexer.next(); t.kind != TokenKind::end && t.kind != TokenKind::error; t = lexer.next()) {
     if (blank && t.kind != TokenKind::right_parenthesis) out += ' ';
     blank = t.kind != TokenKind::left_parenthesis;
-    out.append(t.start, lexer.position());
+    if (!words.empty() && words.front().place == t.start) {
+      out += words.front().usual;
+      words = words.subspan(1);
+    } else {
+      out.append(t.start, lexer.position());
+    }
   }
 }
 
@@ -472,6 +478,7 @@ std::string on_lines(std::string_view text, const Script& script) {
                            [](const Command& c) { return c.kind == Command::Kind::foreign; });
   };
   next_foreign();
+  std::span words(script.solver_words);
   CommandScanner scanner(text);
   while (const auto command = scanner.next()) {
     if (foreign != script.commands.end() && foreign->text.data() == command->data()) {
@@ -479,7 +486,7 @@ std::string on_lines(std::string_view text, const Script& script) {
       ++foreign;
       next_foreign();
     } else {
-      append_line(*command, result);
+      append_line(*command, words, result);
     }
     result += '\n';
     if (head_of(*command).word == "exit") break;

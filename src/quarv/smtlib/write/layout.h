@@ -24,7 +24,7 @@ std::string laid_out(std::string_view original, std::span<const std::string_view
                      std::string_view simplified, std::size_t width);
 
 /// The script that was read from `text` as it was written, each command on one line and without comments;
-/// what was not understood is as it was.
+/// what was not understood is as it was. Only solvers' words for operators give way to the usual ones.
 std::string on_lines(std::string_view text, const Script& script);
 
 }  // namespace quarv::smtlib
