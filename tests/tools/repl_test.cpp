@@ -34,6 +34,17 @@ TEST_F(Program, DialogueTellsTermsFromCommands) {
   EXPECT_EQ(r.status, 1);
 }
 
+TEST_F(Program, DialogueSaysWhatIsShownWhateverItsName) {
+  const Result r = run(
+      "$quarv repl",
+      "(declare-const p Bool)\n(check-sat)\n(assert (! (or p (not p)) :named a))\n(check-sat)\n"
+      "(check-sat-assuming (p))\n(check-sat-assuming (a (or (not p) p)))\n"
+      "(check-sat-assuming (p false))\n(check-sat-assuming ((and p (not p))))\n"
+      "(push 1)\n(assert (! (! (and p (not p)) :named b) :named c))\n(check-sat)\n(pop 1)\n(check-sat)\n");
+  EXPECT_EQ(r.out, "sat\nsat\nunknown\nsat\nunsat\nunsat\nunsat\nsat\n");
+  EXPECT_EQ(r.status, 0);
+}
+
 TEST_F(Program, DialogueCompletesWordsAtATerminal) {
   const std::string typed = "(declare-const speed Int)\n(+ spe\t 0)\n(bvno\t #x0f)\n(exit)\n";
   const Result r = run("HOME=$PWD TERM=xterm script -qec \"$quarv repl\" /dev/null", typed);
@@ -89,6 +100,16 @@ TEST_F(Program, DialogueSaysWhyARuleDoesNotApply) {
   EXPECT_NE(bad.out.find("(error \"line 4, column 2: unknown symbol y\")"), std::string::npos) << bad.out;
   EXPECT_EQ(num_lines(bad.out), 3u) << bad.out;
   EXPECT_EQ(bad.status, 1);
+}
+
+TEST_F(Program, DialogueTakesOneRuleAtATime) {
+  const std::string rule = "\"rewrite(bvxor(t, t_0), identity(t, t_0)) >> 0\"";
+  const Result r =
+      run("$quarv repl", "(rule)\n(rule r)\n(rule " + rule + ' ' + rule + ")\n(rule " + rule + " x)\n");
+  const std::string error = "(error \"rule needs the text of one rule, between quotation marks\")\n";
+  EXPECT_EQ(r.out, error + error + error + error);
+  EXPECT_EQ(r.status, 1);
+  EXPECT_EQ(run("$quarv repl", "(declare-fun rule (Bool) Bool)\n(rule true)\n").out, "(rule true)\n");
 }
 
 TEST_F(Program, DialogueTakesRulesOfOnesOwn) {

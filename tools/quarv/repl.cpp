@@ -44,6 +44,8 @@ std::string as_string_literal(std::string_view text) {
   return literal + '"';
 }
 
+constexpr const char* rule_needs_text = "rule needs the text of one rule, between quotation marks";
+
 /// "(get-info :name)" has the head "get-info" and the argument ":name".
 struct CommandParts {
   std::string_view head;
@@ -154,7 +156,7 @@ class Conversation {
   void respond(const smtlib::Script& script, const Command& command);
   void respond(const CommandParts& command);
   void get_info(std::string_view keyword);
-  void check_sat(const Command& command);
+  void check_sat(Session::Args assumptions);
   void error(const std::string& message);
   void error(const CommandSplitter::Piece& piece, const InputError& e, const std::string& message);
   void done() {
@@ -238,6 +240,7 @@ void Conversation::answer_application(const CommandSplitter::Piece& piece, const
     const SourcePlace place = place_in(piece.text, static_cast<std::size_t>(head.start - piece.text.data()));
     const bool at_head = e.line() == place.line && e.column() == place.column;
     const bool unknown = at_head && e.message() == fmt::format("unknown symbol {}", head.text);
+    if (unknown && head.text == "rule") return error(rule_needs_text);
     error(piece, e, unknown ? fmt::format("unknown command or operator {}", head.text) : e.message());
   }
 }
@@ -267,6 +270,7 @@ void Conversation::why_not(const std::string& text, const smtlib::Token& head) {
 
 /// `(rule "...")`
 void Conversation::add_rule(const std::string& text, const smtlib::Token& rule) {
+  if (token_behind(text, rule).kind != smtlib::TokenKind::right_parenthesis) return error(rule_needs_text);
   std::string rules = blank_up_to(rule.start + 1, text);
   rules.resize(static_cast<std::size_t>(rule.start - text.data()) + rule.text.size() - 1);
   const RuleFile file{"", rules};
@@ -296,7 +300,7 @@ void Conversation::respond(const smtlib::Script& script, const Command& command)
       out_ << '\n';
       return;
     case Command::Kind::check_sat_assuming:
-      return check_sat(command);
+      return check_sat(script.terms_of(command));
     case Command::Kind::get_value:
       return error("there is no model: terms are simplified, models are not searched for");
     case Command::Kind::other:
@@ -314,7 +318,7 @@ void Conversation::respond(const CommandParts& command) {
   if (command.head == "exit") {
     over_ = true;
   } else if (command.head == "check-sat") {
-    return check_sat(Command{});
+    return check_sat({});
   } else if (command.head == "echo") {
     out_ << command.argument << '\n';
     return;
@@ -349,17 +353,18 @@ void Conversation::get_info(std::string_view keyword) {
 }
 
 /// Prints what simplification alone has shown.
-void Conversation::check_sat(const Command& command) {
-  const Session::Args assertions = session_.assertions();
-  const auto is = [](const Term* wanted) { return [wanted](const Term* t) { return t == wanted; }; };
-  if (std::any_of(assertions.begin(), assertions.end(), is(session_.manager().false_term))) {
-    out_ << "unsat\n";
-  } else if (command.num_terms == 0 &&
-             std::all_of(assertions.begin(), assertions.end(), is(session_.manager().true_term))) {
-    out_ << "sat\n";
-  } else {
-    out_ << "unknown\n";
+void Conversation::check_sat(Session::Args assumptions) {
+  const TermManager& m = session_.manager();
+  bool is_unsat = false;
+  bool is_sat = true;
+  for (const Session::Args formulas : {session_.assertions(), assumptions}) {
+    for (const Term* t : formulas) {
+      while (m.is_annotation(t->symbol)) t = t->args[0];  // a name changes nothing
+      is_unsat |= t == m.false_term;
+      is_sat &= t == m.true_term;
+    }
   }
+  out_ << (is_unsat ? "unsat\n" : is_sat ? "sat\n" : "unknown\n");
 }
 
 constexpr const char* footer = R"(Examples:
