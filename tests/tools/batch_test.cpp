@@ -271,6 +271,28 @@ TEST_F(Batch, ResumesWhatHasChanged) {
             "quarv: error: out/results.jsonl:1: these are not results of quarv batch\n");
 }
 
+TEST_F(Batch, ResumesAndMergesWhereCommandsPassedThrough) {
+  write_in("in/a.smt2", "(declare-const s String)\n(assert (= s s))\n");
+  const std::string batch = "$quarv batch --lenient --out out in";
+  EXPECT_EQ(run(batch).status, 0);
+  EXPECT_NE(read("out/results.jsonl").find("\"passed_through\":2"), std::string::npos);
+  const std::string before = read("out/results.jsonl");
+  const Result resumed = run(batch + " --resume");
+  EXPECT_EQ(resumed.status, 0) << resumed.err;
+  EXPECT_EQ(read("out/results.jsonl"), before);
+  const Result merged = run("$quarv batch --merge out/results.jsonl --results all");
+  EXPECT_EQ(merged.status, 0) << merged.err;
+  EXPECT_EQ(run("$quarv report all -o page.html").status, 0);
+}
+
+TEST_F(Batch, RefusesEqualOutputsOnlyWhereThereAreAny) {
+  write_in("in/a.smt2", redundant_script);
+  run("gzip -k in/a.smt2");
+  const Result r = run("$quarv batch in");
+  EXPECT_EQ(r.status, 0) << r.err;
+  EXPECT_EQ(rows(r.out).size(), 2u);
+}
+
 TEST_F(Batch, IsInterruptedInGoodOrder) {
   write_in("in/a.smt2", redundant_script);
   const Result r =
@@ -334,13 +356,31 @@ TEST_F(Batch, NamesInputsThatBecameTheSameFormula) {
 TEST_F(Batch, RefusesWrongCommandLines) {
   write_in("in/a.smt2", redundant_script);
   run("gzip -k in/a.smt2");
-  for (const char* arguments :
-       {"", "in --shard 3/2", "in --shard 0/2", "in --shard x", "in --shard 1/2x", "in --resume",
-        "in --compress gz", "in --out o --compress rar", "in --disable-rule 9999", "in -j 0", "in --out o",
-        "in/a.smt2 --out .", "--merge in --resume --out o", "in --memory -1", "in --time -1"}) {
+  for (const char* arguments : {"",
+                                "in --shard 3/2",
+                                "in --shard 0/2",
+                                "in --shard x",
+                                "in --shard 1/2x",
+                                "in --resume",
+                                "in --compress gz",
+                                "in --out o --compress rar",
+                                "in --disable-rule 9999",
+                                "in -j 0",
+                                "in --out o",
+                                "in/a.smt2 --out .",
+                                "--merge in --resume --out o",
+                                "in -j -4294967295",
+                                "in --memory -1",
+                                "in --memory -3KiB",
+                                "in --memory=-18446744073709551615",
+                                "in --time -1",
+                                "in --time nan",
+                                "in --time 1e400",
+                                "in --time 1x"}) {
     const Result r = run("$quarv batch " + std::string(arguments));
     EXPECT_EQ(r.status, 2) << arguments;
     EXPECT_EQ(num_lines(r.err), 1u) << r.err;
+    EXPECT_LT(r.err.size(), 150u) << r.err;
   }
   EXPECT_EQ(run("$quarv batch in --out o").err,
             "quarv: in/a.smt2 and in/a.smt2.gz would have the same output\n");

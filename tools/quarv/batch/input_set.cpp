@@ -114,7 +114,7 @@ class Search {
       }
       if (!input.error.empty()) continue;
       const auto [other, is_new] = by_output.emplace(input.output, &input);
-      if (!is_new) refuse_same_output(other->second->name, input.name);
+      if (!is_new && !outputs_.folder.empty()) refuse_same_output(other->second->name, input.name);
       files.add(input.path, input.member ? input.path : input.name);
     }
     check_outputs(files);

@@ -70,10 +70,10 @@ bool is_row(const Json& row) {
         return name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-") == std::string::npos;
       });
     }
-    if (value.is_string() || key == "rounds" || key == "peak_memory_bytes") {
-      constexpr std::array<std::string_view, 5> texts = {"file", "status", "message", "digest", "formula"};
-      return value.is_string() ? std::ranges::find(texts, key) != texts.end() : value.is_number();
-    }
+    constexpr std::array<std::string_view, 5> texts = {"file", "status", "message", "digest", "formula"};
+    constexpr std::array<std::string_view, 3> numbers = {"passed_through", "rounds", "peak_memory_bytes"};
+    if (std::ranges::find(texts, key) != texts.end()) return value.is_string();
+    if (std::ranges::find(numbers, key) != numbers.end()) return value.is_number();
     return is_object_of_numbers(value);
   });
 }

@@ -1,12 +1,36 @@
 #include "io/command_line.h"
 
+#include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include <CLI/CLI.hpp>
+#include <fmt/core.h>
 
 namespace quarv::cli {
+
+namespace {
+
+/// The library takes a negative number for a very large one where the value has no sign, and "nan" for a
+/// number in every range.
+std::string refused_if_negative(const std::string& text) {
+  return text.starts_with('-') ? fmt::format("Value {} is negative", text) : std::string();
+}
+
+/// NaN for what is not a finite number as a whole.
+double number(const std::string& text) {
+  char* end = nullptr;
+  const double value = std::strtod(text.c_str(), &end);
+  return end == text.c_str() || *end != 0 || std::isinf(value) ? std::nan("") : value;
+}
+
+template <class T>
+constexpr bool has_no_sign = std::is_unsigned_v<T> || std::is_same_v<T, std::optional<std::size_t>>;
+
+}  // namespace
 
 // Options. The help names values; it does not list what is checked of them.
 
@@ -51,7 +75,11 @@ Option Option::one_of(std::initializer_list<const char*> words) const {
 }
 
 Option Option::between(double least, double most) const {
-  option_->check(CLI::Range(least, most).description(""));
+  option_->check([least, most](const std::string& text) {
+    const double value = number(text);
+    return value >= least && value <= most ? std::string()
+                                           : fmt::format("Value {} not in range {} to {}", text, least, most);
+  });
   return *this;
 }
 
@@ -71,17 +99,22 @@ Option Option::between(std::size_t least, std::size_t most) const {
 }
 
 Option Option::positive() const {
-  option_->check(CLI::PositiveNumber.description(""));
+  option_->check([](const std::string& text) {
+    return number(text) > 0 ? std::string() : fmt::format("Value {} is not a positive number", text);
+  });
   return *this;
 }
 
 Option Option::not_negative() const {
-  option_->check(CLI::NonNegativeNumber.description(""));
+  option_->check([](const std::string& text) {
+    return number(text) >= 0 ? std::string() : fmt::format("Value {} is not a number from 0 on", text);
+  });
   return *this;
 }
 
 Option Option::size() const {
   option_->transform(CLI::AsSizeValue(false).description(""));
+  option_->transform(CLI::Validator([](std::string& text) { return refused_if_negative(text); }, ""));
   return *this;
 }
 
@@ -97,7 +130,9 @@ void CommandLine::requires_subcommand() const {
 
 template <class T>
 Option CommandLine::option(const char* names, T& value, const std::string& description) const {
-  return Option(app_->add_option(names, value, description));
+  CLI::Option* const option = app_->add_option(names, value, description);
+  if constexpr (has_no_sign<T>) option->check(refused_if_negative);
+  return Option(option);
 }
 
 template Option CommandLine::option(const char*, std::string&, const std::string&) const;
@@ -182,6 +217,7 @@ void Program::clear() {
 }
 
 std::optional<std::uint64_t> size_in_bytes(std::string text) {
+  if (!refused_if_negative(text).empty()) return std::nullopt;
   const CLI::AsSizeValue to_number(false);
   try {
     if (!to_number(text).empty()) return std::nullopt;
