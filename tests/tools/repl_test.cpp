@@ -102,6 +102,15 @@ TEST_F(Program, DialogueSaysWhyARuleDoesNotApply) {
   EXPECT_EQ(bad.status, 1);
 }
 
+TEST_F(Program, DialogueTakesNoDefinitionOfAFunctionForTrue) {
+  const Result r =
+      run("$quarv repl",
+          "(define-fun-rec f ((i Int)) Int (+ 1 (f i)))\n(check-sat)\n(check-sat-assuming (true))\n"
+          "(assert false)\n(check-sat)\n");
+  EXPECT_EQ(r.out, "unknown\nunknown\nunsat\n");
+  EXPECT_EQ(r.status, 0);
+}
+
 TEST_F(Program, DialogueTakesOneRuleAtATime) {
   const std::string rule = "\"rewrite(bvxor(t, t_0), identity(t, t_0)) >> 0\"";
   const Result r =

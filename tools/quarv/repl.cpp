@@ -359,7 +359,8 @@ void Conversation::check_sat(Session::Args assumptions) {
   bool is_sat = true;
   for (const Session::Args formulas : {session_.assertions(), assumptions}) {
     for (const Term* t : formulas) {
-      while (m.is_annotation(t->symbol)) t = t->args[0];  // a name changes nothing
+      // A name changes nothing. Null stands for what says something beside formulas.
+      while (t != nullptr && m.is_annotation(t->symbol)) t = t->args[0];
       is_unsat |= t == m.false_term;
       is_sat &= t == m.true_term;
     }
