@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <quarv/session/session.h>
+#include <quarv/smtlib/read/named_operators.h>
 #include <quarv/smtlib/read/operators.h>
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
@@ -31,6 +32,7 @@ TEST(SolverWords, AreReadAsTheStandards) {
     const std::string arguments = w.standard == "bv2nat" ? " x)" : " x y)";
     const auto term = [&](std::string_view word) { return reader.term('(' + std::string(word) + arguments); };
     EXPECT_EQ(term(w.word), term(w.standard)) << w.word;
+    EXPECT_EQ(find_operator(w.word), find_operator(w.standard)) << w.word;
   }
 }
 

@@ -34,6 +34,7 @@ const OperatorDefinition* find_operator(std::string_view name) {
     for (const auto& operators : all_operators()) {
       for (const OperatorDefinition& op : operators) by_name.emplace(op.name, &op);
     }
+    for (const SolverWord& w : solver_words()) by_name.emplace(w.word, by_name.at(w.standard));
     return by_name;
   }();
   const auto found = table.find(name);
