@@ -633,4 +633,14 @@ TEST_F(Replay, ChecksWhatStandsBetweenInputAndOutput) {
       << cut.out;
 }
 
+TEST_F(Replay, JustifiesConversionsOfChoices) {
+  write("in.smt2",
+        "(declare-const i Int)\n(declare-const p Bool)\n(declare-const x (_ BitVec 8))\n"
+        "(assert (= ((_ int2bv 8) (ite p 0 7)) x))\n"
+        "(assert (= ((_ int2bv 8) (ite p (ite (< i 3) 0 1) (- 7))) x))\n");
+  const Result r = run("$quarv simplify in.smt2 --trace trace.jsonl > out.smt2; $quarv replay trace.jsonl");
+  EXPECT_EQ(r.status, 0) << r.out;
+  EXPECT_NE(r.out.find("2 assertions, 2 in the output: 2 shown to be equal"), std::string::npos) << r.out;
+}
+
 }  // namespace

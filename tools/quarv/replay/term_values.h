@@ -217,7 +217,8 @@ class TermValues {
   void open_floor(Sum& sum) const;
   Value natural(Word w, bool is_signed);
   std::optional<Word> word_of_natural(Value v);
-  std::optional<Word> word_of(Value v, std::size_t width);
+  std::optional<Word> word_of(Value v, std::size_t width, std::size_t depth = 0);
+  std::optional<Word> word_of_choice(Value v, std::size_t width, std::size_t depth);
 
   // term_values_comparisons.cpp
   Bit compare(Sum difference, bool equality);

@@ -264,8 +264,24 @@ std::optional<TermValues::Word> TermValues::word_of_natural(Value v) {
   return words_.current(t.args[0].first);
 }
 
+/// A choice between integers modulo 2^width. Choices in sums in choices are not followed far.
+std::optional<TermValues::Word> TermValues::word_of_choice(Value v, std::size_t width, std::size_t depth) {
+  constexpr std::size_t deepest = 8;
+  if (at(v).kind != Thing::choice || depth == deepest) return std::nullopt;
+  const std::vector<Case> cases = at(v).cases;
+  if (budget_ < cases.size()) return std::nullopt;
+  budget_ -= cases.size();
+  std::optional<Word> all;
+  for (const auto& [leaf, condition] : cases) {
+    const auto word = word_of(found(leaf), width, depth + 1);
+    if (!word) return std::nullopt;
+    all = all ? words_.choice(condition, *word, *all) : *word;
+  }
+  return all;
+}
+
 /// An integer modulo 2^width. Of integers that are not understood a bit may be anything, but always the same.
-std::optional<TermValues::Word> TermValues::word_of(Value v, std::size_t width) {
+std::optional<TermValues::Word> TermValues::word_of(Value v, std::size_t width, std::size_t depth) {
   const Sum sum = sum_of(v);
   if (!is_integral(sum)) return std::nullopt;
   std::vector<std::pair<Word, mpz_class>> summands;
@@ -274,6 +290,8 @@ std::optional<TermValues::Word> TermValues::word_of(Value v, std::size_t width) 
     if (const auto word = word_of_natural(part)) {
       bits = words_.bits(*word);
       bits.resize(width, BitGraph::no);
+    } else if (const auto chosen = word_of_choice(part, width, depth)) {
+      bits = words_.bits(*chosen);
     }
     while (bits.size() < width) {
       const std::string key = "bit " + std::to_string(bits.size()) + ' ' + std::to_string(part);
