@@ -32,24 +32,32 @@ constexpr std::string_view nested[] = {"-", "/", "div", "=>", "xor", "bvsub"};
 
 }  // namespace
 
+/// A copy that lives as long as the graph.
+std::string_view FormGraph::kept(std::string_view text) {
+  if (text.empty()) return {};
+  auto* const copy = static_cast<char*>(texts_.allocate(text.size()));
+  std::ranges::copy(text, copy);
+  return {copy, text.size()};
+}
+
 HeadId FormGraph::head(std::string_view text, std::uint32_t cost) {
-  if (const auto known = heads_by_text_.find(text); known != heads_by_text_.end()) return known->second;
+  if (const HeadId* known = heads_by_text_.find(text)) return *known;
   const auto head = static_cast<HeadId>(heads_.size());
-  Head h{std::string(text), nullptr, cost};
+  Head h{kept(text), nullptr, cost};
   h.is_chain = is_one_of(text, chains);
   h.is_idempotent = is_one_of(text, idempotent);
   h.is_read = text == "select";
   h.is_write = text == "store";
   h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;
-  heads_by_text_.emplace(text, head);
-  heads_.push_back(std::move(h));
+  heads_by_text_[h.text] = head;
+  heads_.push_back(h);
   return head;
 }
 
 HeadId FormGraph::head(const Symbol* symbol, std::string_view text, std::uint32_t cost) {
   if (const HeadId* known = heads_by_symbol_.find(symbol)) return *known;
   const auto h = static_cast<HeadId>(heads_.size());
-  heads_.push_back({std::string(text), symbol, cost});
+  heads_.push_back({kept(text), symbol, cost});
   heads_by_symbol_[symbol] = h;
   return h;
 }

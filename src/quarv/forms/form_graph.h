@@ -4,11 +4,10 @@
 #include <cstdint>
 #include <functional>
 #include <span>
-#include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include <quarv/term/arena.h>
 #include <quarv/term/term_manager.h>
 #include <quarv/util/hash_map.h>
 #include <quarv/util/large_pages.h>
@@ -23,7 +22,7 @@ inline constexpr std::uint32_t none = 0xFFFFFFFF;
 /// What stands at the beginning of a form: an operator with its indices, a declared function, a literal, a
 /// name, a binder, an annotation.
 struct Head {
-  std::string text;        ///< as it is printed: "bvadd", "(_ extract 7 0)", "#x0f", "|a b|"
+  std::string_view text;   ///< as it is printed: "bvadd", "(_ extract 7 0)", "#x0f", "|a b|"
   const Symbol* symbol;    ///< of declared functions, bound variables, quantifiers and annotations; else null
   std::uint32_t cost = 1;  ///< nodes of a term that it counts as, with up to two arguments
   bool is_chain = false;   ///< several arguments are compared pairwise: (= a b c)
@@ -113,8 +112,12 @@ class FormGraph {
   /// Forms that have become the same by merging classes make their classes equal, and so on.
   void close();
 
-  /// Nothing will be added any more: gives back the memory that finds forms again.
-  void seal() { LargeVector<Entry>().swap(table_); }
+  /// Nothing will be added any more: gives back the memory that finds forms and heads again.
+  void seal() {
+    LargeVector<Entry>().swap(table_);
+    heads_by_text_ = {};
+    heads_by_symbol_ = {};
+  }
 
  private:
   struct Class {
@@ -124,20 +127,13 @@ class FormGraph {
     const DataType* sort;
   };
 
-  /// Finds a text without a copy of it.
-  struct TextHash {
-    using is_transparent = void;
-    std::size_t operator()(std::string_view text) const noexcept {
-      return std::hash<std::string_view>()(text);
-    }
-  };
-
   /// A place of the table. The hash tells most other forms apart without a look at them.
   struct Entry {
     std::uint32_t hash = 0;
     FormId form = none;
   };
 
+  std::string_view kept(std::string_view text);
   Entry& slot(HeadId head, std::span<const ClassId> children) noexcept;
   std::span<const ClassId> canonical(std::span<const ClassId> children);
   FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, Entry& slot);
@@ -150,8 +146,9 @@ class FormGraph {
   void write_flat(ClassId c, HeadId head, std::vector<ClassId>& flat);
   bool close_once();
 
-  std::vector<Head> heads_;
-  std::unordered_map<std::string, HeadId, TextHash, std::equal_to<>> heads_by_text_;
+  Arena texts_;  // of heads
+  LargeVector<Head> heads_;
+  hsh::HashMap<std::string_view, HeadId, std::hash<std::string_view>> heads_by_text_;
   hsh::HashMap<const Symbol*, HeadId> heads_by_symbol_;
   LargeVector<Class> classes_;
   LargeVector<Form> forms_;

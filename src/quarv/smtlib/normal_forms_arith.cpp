@@ -55,7 +55,7 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
   const auto is_literal_of = [&](ClassId part, const QNumber& wanted) {
     const forms::FormId first = g_.first_form(part);
     if (first == forms::none || g_.find(part) == g_.find(c) || !is_literal(g_.form(first))) return false;
-    const std::string& text = g_.head_at(g_.form(first).head).text;
+    const std::string_view text = g_.head_at(g_.form(first).head).text;
     return text == natural(wanted, true) || text == natural(wanted, false);
   };
   const std::string_view head = negative ? "-" : "/";

@@ -110,7 +110,7 @@ void ScriptQuestion::add_base(const NormalForms& normal) {
 void ScriptQuestion::add_literals() {
   makes_literal_.resize(graph_.num_heads());
   for (HeadId h = 0; h < graph_.num_heads(); ++h) {
-    const std::string& text = graph_.head_at(h).text;
+    const std::string_view text = graph_.head_at(h).text;
     makes_literal_[h] = text == "fp" ? 3 : text.starts_with("(_ to_fp ") ? 1 : 0;
   }
 }

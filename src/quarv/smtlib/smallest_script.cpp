@@ -70,7 +70,7 @@ void add_decimals(const TermManager& manager, forms::FormGraph& graph, FormId nu
     children.assign(written.begin(), written.end());
     for (ClassId& c : children) {
       if (!is_numeral(c)) continue;
-      const std::string text = graph.head_at(graph.form(graph.first_form(c)).head).text + ".0";
+      const std::string text = std::string(graph.head_at(graph.form(graph.first_form(c)).head).text) + ".0";
       c = graph.add(graph.head(text), {}, manager.rat_type);
     }
     graph.add_to(form.of, form.head, children);
