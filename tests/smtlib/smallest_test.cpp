@@ -384,7 +384,7 @@ class Forms : public ::testing::Test {
                      std::vector<forms::FormId> base = {}) {
     base.resize(graph_.num_classes(), none);
     const std::vector<std::uint8_t> values(graph_.num_classes());
-    const std::vector<forms::Scope> scopes(graph_.num_heads());
+    const forms::Scopes scopes(graph_.num_heads());
     const std::vector<std::uint8_t> makes_literal(graph_.num_heads());
     return forms::choose({graph_, roots, {}, base, values, makes_literal, scopes, num_written}).size.terms;
   }

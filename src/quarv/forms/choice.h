@@ -24,8 +24,7 @@ struct Question {
   std::span<const std::uint8_t> is_value;
   /// By head, of how many literals it makes a literal; 0: of none. What consists of nothing is one, too.
   std::span<const std::uint8_t> makes_literal;
-  /// By head.
-  std::span<const Scope> scopes;
+  const Scopes& scopes;
   /// Forms before this one are as the user wrote them; they win a tie.
   FormId num_written;
   /// By root: the command that needs it, counted from 1. Empty where all symbols are visible everywhere.

@@ -75,9 +75,22 @@ HeadId FormGraph::annotation_head(const Symbol* symbol, std::string_view key) {
   return h;
 }
 
+std::uint32_t FormGraph::number_of(const DataType* sort) {
+  constexpr std::size_t few = 4;  // nearly all scripts have no more
+  for (std::uint32_t i = 0; i < std::min(sorts_.size(), few); ++i) {
+    if (sorts_[i] == sort) return i;
+  }
+  std::uint32_t& known = sort_numbers_[sort];
+  if (known == 0) {
+    sorts_.push_back(sort);
+    known = static_cast<std::uint32_t>(sorts_.size());
+  }
+  return known - 1;
+}
+
 ClassId FormGraph::new_class(const DataType* sort) {
   const auto c = static_cast<ClassId>(classes_.size());
-  classes_.push_back({c, none, none, sort});
+  classes_.push_back({c, none, none, number_of(sort)});
   return c;
 }
 

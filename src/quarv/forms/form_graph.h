@@ -73,7 +73,7 @@ class FormGraph {
   /// The class that stands for `c` now.
   ClassId find(ClassId c) const noexcept;
   /// The sort of the terms of a class as SMT-LIB has it.
-  const DataType* sort(ClassId c) const noexcept { return classes_[find(c)].sort; }
+  const DataType* sort(ClassId c) const noexcept { return sorts_[classes_[find(c)].sort]; }
   FormId first_form(ClassId c) const noexcept { return classes_[find(c)].first_form; }
   std::size_t num_classes() const noexcept { return classes_.size(); }
   /// Both are equal. Classes of different sorts stay apart.
@@ -124,7 +124,7 @@ class FormGraph {
     mutable ClassId parent;
     FormId first_form = none;
     FormId last_form = none;
-    const DataType* sort;
+    std::uint32_t sort;  // its number
   };
 
   /// A place of the table. The hash tells most other forms apart without a look at them.
@@ -134,6 +134,7 @@ class FormGraph {
   };
 
   std::string_view kept(std::string_view text);
+  std::uint32_t number_of(const DataType* sort);
   Entry& slot(HeadId head, std::span<const ClassId> children) noexcept;
   std::span<const ClassId> canonical(std::span<const ClassId> children);
   FormId add_form(ClassId c, HeadId head, std::span<const ClassId> children, Entry& slot);
@@ -150,6 +151,8 @@ class FormGraph {
   LargeVector<Head> heads_;
   hsh::HashMap<std::string_view, HeadId, std::hash<std::string_view>> heads_by_text_;
   hsh::HashMap<const Symbol*, HeadId> heads_by_symbol_;
+  std::vector<const DataType*> sorts_;
+  hsh::HashMap<const DataType*, std::uint32_t> sort_numbers_;  // one more
   LargeVector<Class> classes_;
   LargeVector<Form> forms_;
   LargeVector<ClassId> children_;

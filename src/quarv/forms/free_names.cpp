@@ -5,7 +5,7 @@
 
 namespace quarv::forms {
 
-FreeNames::FreeNames(const FormGraph& graph, std::span<const FormId> base, std::span<const Scope> scopes)
+FreeNames::FreeNames(const FormGraph& graph, std::span<const FormId> base, const Scopes& scopes)
     : g_(graph), scopes_(scopes), base_(base.begin(), base.end()) {
   if (find_free()) return;
   base_ = grounded(g_, base);

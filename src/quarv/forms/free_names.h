@@ -23,6 +23,23 @@ struct Scope {
   bool is_definition = false;       ///< what the symbol is defined to be has forms without it
 };
 
+/// By head. Most bring in nothing, and share one scope.
+class Scopes {
+ public:
+  explicit Scopes(std::size_t num_heads = 0) : number_(num_heads) {}
+
+  /// A scope of its own, to be filled in.
+  Scope& add(HeadId h) {
+    number_[h] = static_cast<std::uint32_t>(scopes_.size());
+    return scopes_.emplace_back();
+  }
+  const Scope& operator[](HeadId h) const noexcept { return scopes_[number_[h]]; }
+
+ private:
+  LargeVector<std::uint32_t> number_;  // by head
+  LargeVector<Scope> scopes_{LargeVector<Scope>(1)};
+};
+
 /// From which command to which one terms of a class are needed, by class; empty where that is not asked for.
 struct Needs {
   LargeVector<std::uint32_t> first, last;
@@ -33,7 +50,7 @@ class FreeNames {
  public:
   /// `base` by class, `none`: the first form. `scopes` by head. Where base forms go round in a circle, others
   /// take their place; a class without any finite term then has no base.
-  FreeNames(const FormGraph& graph, std::span<const FormId> base, std::span<const Scope> scopes);
+  FreeNames(const FormGraph& graph, std::span<const FormId> base, const Scopes& scopes);
 
   /// A form that brings in symbols is admitted where all commands that need its class come after their
   /// declarations or definitions, while these are in force.
@@ -63,7 +80,7 @@ class FreeNames {
   bool is_needed_within(ClassId c, const Free& free) const noexcept;
 
   const FormGraph& g_;
-  std::span<const Scope> scopes_;
+  const Scopes& scopes_;
   LargeVector<FormId> base_;
   bool is_grounded_ = false;
   LargeVector<Free> free_;

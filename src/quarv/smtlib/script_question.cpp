@@ -125,11 +125,11 @@ void ScriptQuestion::add_scopes(const TermManager& manager, const Script& script
     if (bit == 0) bit = std::uint64_t{1} << std::min<std::size_t>(bits.size() - 1, 63);
     return bit;
   };
-  scopes_.resize(graph_.num_heads());
+  scopes_ = forms::Scopes(graph_.num_heads());
   for (HeadId h = 0; h < graph_.num_heads(); ++h) {
     const Symbol* const s = graph_.head_at(h).symbol;
     if (s == nullptr) continue;
-    forms::Scope& scope = scopes_[h];
+    forms::Scope& scope = scopes_.add(h);
     if (manager.is_bound_variable(s)) {
       scope.variables = bit_of(written_.same_place(s));
     } else if (manager.is_quantifier(s)) {

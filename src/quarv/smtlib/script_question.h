@@ -35,8 +35,8 @@ class ScriptQuestion {
   LargeVector<forms::FormId> base_;          // by class
   LargeVector<std::uint8_t> is_value_;       // by class
   std::vector<std::uint8_t> makes_literal_;  // by head
-  std::vector<forms::Scope> scopes_;         // by head
-  bool has_scopes_ = false;                  // some symbols are not visible to all roots
+  forms::Scopes scopes_;
+  bool has_scopes_ = false;  // some symbols are not visible to all roots
 };
 
 }  // namespace quarv::smtlib
