@@ -21,14 +21,6 @@ target_compile_options(quarv_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-re
 if(QUARV_WERROR)
   target_compile_options(quarv_warnings INTERFACE -Werror)
 endif()
-# g++ looks for its own garbage whenever it has 128 MB more. Where there is room for all of it, a file takes a twelfth
-# less time.
-cmake_host_system_information(RESULT quarv_memory QUERY TOTAL_PHYSICAL_MEMORY)
-cmake_host_system_information(RESULT quarv_cores QUERY NUMBER_OF_LOGICAL_CORES)
-math(EXPR quarv_memory_of_a_core "${quarv_memory} / ${quarv_cores}")
-if(quarv_memory_of_a_core GREATER 2000)
-  target_compile_options(quarv_warnings INTERFACE $<$<CXX_COMPILER_ID:GNU>:--param=ggc-min-heapsize=1000000>)
-endif()
 
 # For everything else. QUARV_NO_SANITIZE names checks that are left out: those of each use of a pointer take half
 # of the time of compiling, and most of what they find the address sanitizer finds, too.

@@ -145,7 +145,7 @@ template Option CommandLine::option(const char*, std::optional<std::size_t>&, co
 template Option CommandLine::option(const char*, std::optional<std::pair<std::string, std::string>>&,
                                     const std::string&) const;
 
-Option CommandLine::option(const char* names, std::function<void(const std::string&)> use,
+Option CommandLine::option(const char* names, const std::function<void(const std::string&)>& use,
                            const char* description) const {
   return Option(app_->add_option_function<std::string>(names, use, description));
 }

@@ -60,7 +60,7 @@ class CommandLine {
   /// are those that the source file lists.
   template <class T>
   Option option(const char* names, T& value, const std::string& description) const;
-  Option option(const char* names, std::function<void(const std::string&)> use,
+  Option option(const char* names, const std::function<void(const std::string&)>& use,
                 const char* description) const;
   template <class T>
   Option flag(const char* names, T& value, const char* description) const;
