@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/simplified_script.h"
 #include <quarv/c_api.h>
 #include <quarv/numbers/bv_number.h>
 #include <quarv/numbers/gmp_bad_alloc.h>
@@ -20,9 +21,7 @@ constexpr std::size_t num_threads = 16;
 std::string simplified(const std::string& text, bool smallest) {
   smtlib::SimplifyOptions options;
   options.smallest = smallest;
-  std::ostringstream out;
-  smtlib::simplify_script(text, "in.smt2", out, options);
-  return std::move(out).str();
+  return smtlib::simplified_script(text, options);
 }
 
 /// Something of every theory, with numbers of several words.

@@ -1,10 +1,10 @@
 // Pairwise disequalities become one `distinct`, wherever they stand, where that is smaller.
 #include <cstddef>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "support/simplified_script.h"
 #include "support/test_scale.h"
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/written_size.h>
@@ -17,9 +17,7 @@ class Distinct : public testing::Test {
   static std::string simplified(const std::string& text) {
     SimplifyOptions options;
     options.smallest = true;
-    std::ostringstream out;
-    simplify_script(text, "in.smt2", out, options);
-    return out.str();
+    return simplified_script(text, options);
   }
 
   /// What the assertion of a formula becomes, and stays.

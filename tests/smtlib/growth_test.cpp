@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/simplified_script.h"
 #include "support/test_scale.h"
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
@@ -121,9 +122,7 @@ TEST(GrowthTest, ManyNamesInOneAssertion) {
 }
 
 std::string text_of_simplified(const std::string& text) {
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, SimplifyOptions::normal_form());
-  return out.str();
+  return simplified_script(text, SimplifyOptions::normal_form());
 }
 
 /// The output is at most twice as large as the input, but for a little.

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "support/corpus.h"
+#include "support/simplified_script.h"
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/write/layout.h>
 #include <quarv/util/input_error.h>
@@ -19,9 +20,7 @@ std::string simplified_to_width(const std::string& text, std::size_t width) {
   SimplifyOptions options;
   options.smallest = true;
   options.width = width;
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, options);
-  return out.str();
+  return simplified_script(text, options);
 }
 
 const std::string words_of_32_bits = "(declare-const a (_ BitVec 32))\n(declare-const b (_ BitVec 32))\n";

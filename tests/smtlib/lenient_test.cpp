@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "support/external_solver.h"
+#include "support/simplified_script.h"
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
 
@@ -18,17 +19,11 @@ SimplifyOptions lenient_options(bool smallest) {
   return options;
 }
 
-std::string simplified_with(const std::string& text, const SimplifyOptions& options) {
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, options);
-  return out.str();
-}
-
 /// What becomes of a script; simplified once more it stays so.
 std::string lenient(const std::string& text, bool smallest = true) {
   const SimplifyOptions options = lenient_options(smallest);
-  const std::string once = simplified_with(text, options);
-  EXPECT_EQ(simplified_with(once, options), once);
+  const std::string once = simplified_script(text, options);
+  EXPECT_EQ(simplified_script(once, options), once);
   return once;
 }
 
@@ -94,7 +89,7 @@ TEST(Lenient, IsNotWhatHappensUnasked) {
        {"(declare-const s String)", "(minimize 1)", "(declare-datatype D ((d)))", "(assert (= \"a\" \"b\"))",
         "(assert (unknown 1))", "(assert (= (_ unknown 1) 1))", "(assert ((_ unknown 1) 1))",
         "(assert ((as unknown Int) 1))", "(declare-const f (_ FiniteField 7))"}) {
-    EXPECT_THROW(simplified_with(text, options), NotUnderstood) << text;
+    EXPECT_THROW(simplified_script(text, options), NotUnderstood) << text;
     EXPECT_EQ(lenient(text), std::string(text) + '\n');
   }
 }
@@ -102,7 +97,7 @@ TEST(Lenient, IsNotWhatHappensUnasked) {
 TEST(Lenient, PassesNamesThatAreNotDeclared) {
   const std::string text = "(assert (= unknown 1))\n";
   EXPECT_EQ(lenient(text), text);
-  EXPECT_THROW(simplified_with(text, {}), InputError);
+  EXPECT_THROW(simplified_script(text, {}), InputError);
 }
 
 TEST(Lenient, RefusesWhatIsWrongWithWhatIsKnown) {
@@ -111,7 +106,7 @@ TEST(Lenient, RefusesWhatIsWrongWithWhatIsKnown) {
        {"(assert (+ 1 true))", "(assert 1)", "(assert (bvadd #b1 #b11))",
         "(declare-const x Int)(declare-const x Int)", "(assert (str.len \"a\")", "(assert true))",
         "(minimize \"a)", "(pop 1)", "(assert (unknown (assert true)\n(check-sat)"}) {
-    EXPECT_THROW(simplified_with(text, options), InputError) << text;
+    EXPECT_THROW(simplified_script(text, options), InputError) << text;
   }
 }
 

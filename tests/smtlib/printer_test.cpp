@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "support/corpus.h"
+#include "support/simplified_script.h"
 #include "support/test_scale.h"
 #include <quarv/smtlib/read/reader.h>
 #include <quarv/smtlib/simplify_script.h>
@@ -18,9 +19,7 @@ std::string simplified(const std::string& text, Sharing sharing = Sharing::autom
   SimplifyOptions options = SimplifyOptions::normal_form();
   options.sharing = sharing;
   options.rules = false;  // what is printed here is what was read
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, options);
-  return out.str();
+  return simplified_script(text, options);
 }
 
 /// The text of `t` as an assertion over the declarations, without those.

@@ -2,13 +2,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "support/corpus.h"
+#include "support/simplified_script.h"
 #include "support/test_scale.h"
 #include <quarv/forms/choice.h>
 #include <quarv/forms/class_order.h>
@@ -20,9 +20,7 @@ namespace {
 std::string smallest(const std::string& text) {
   SimplifyOptions options;
   options.smallest = true;
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, options);
-  return out.str();
+  return simplified_script(text, options);
 }
 
 const std::string declared_constants =

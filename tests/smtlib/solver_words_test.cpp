@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "support/simplified_script.h"
 #include <quarv/session/session.h>
 #include <quarv/smtlib/read/named_operators.h>
 #include <quarv/smtlib/read/operators.h>
@@ -16,9 +17,7 @@ namespace {
 std::string simplified(const std::string& text, std::size_t width = 0) {
   SimplifyOptions options;
   options.width = width;
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, options);
-  return out.str();
+  return simplified_script(text, options);
 }
 
 const std::string constants =

@@ -1,8 +1,8 @@
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "support/simplified_script.h"
 #include <quarv/smtlib/simplify_script.h>
 
 namespace quarv::smtlib {
@@ -11,9 +11,7 @@ namespace {
 std::string printed(const std::string& text, bool smallest = true) {
   SimplifyOptions options;
   options.smallest = smallest;
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, options);
-  return out.str();
+  return simplified_script(text, options);
 }
 
 /// The last command of a script with these declarations and this assertion; simplified again it stays.

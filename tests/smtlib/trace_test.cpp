@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "support/simplified_script.h"
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/trace.h>
 
@@ -45,9 +46,7 @@ Traced traced(const std::string& script, SimplifyOptions options = SimplifyOptio
 }
 
 std::string untraced(const std::string& script) {
-  std::ostringstream out;
-  simplify_script(script, "in.smt2", out, SimplifyOptions::normal_form());
-  return out.str();
+  return simplified_script(script, SimplifyOptions::normal_form());
 }
 
 const std::string mixed = R"((declare-const x (_ BitVec 8))

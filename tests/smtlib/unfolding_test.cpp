@@ -2,28 +2,22 @@
 /// Applications of functions that a script defines: what the definitions say is found, and the user's names
 /// stay where nothing is smaller.
 #include <algorithm>
-#include <sstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "support/simplified_script.h"
 #include <quarv/smtlib/simplify_script.h>
 #include <quarv/smtlib/written_size.h>
 
 namespace quarv::smtlib {
 namespace {
 
-std::string as_printed(const std::string& text, const SimplifyOptions& options = {}) {
-  std::ostringstream out;
-  simplify_script(text, "in.smt2", out, options);
-  return out.str();
-}
-
 /// What the commands behind the declarations and definitions become; the output must be a fixed point, and no
 /// larger.
 std::string become(const std::string& before, const std::string& text) {
-  const std::string out = as_printed(before + text);
-  EXPECT_EQ(as_printed(out), out);
+  const std::string out = simplified_script(before + text);
+  EXPECT_EQ(simplified_script(out), out);
   EXPECT_LE(written_size(out, "out"), written_size(before + text, "in"));
   std::size_t at = 0;
   for (auto lines = std::ranges::count(before, '\n'); lines > 0; --lines) at = out.find('\n', at) + 1;
@@ -90,7 +84,7 @@ TEST(Unfolding, KeepsParametersApartFromWhatTheyHide) {
       "(declare-const x Int)\n"
       "(define-fun f ((x Int)) Int (+ x 1))\n"
       "(define-fun g ((y Int)) Int (let ((x (* 2 y))) (- x y)))\n";
-  const std::string out = as_printed(before + "(assert (= (f 4) x))\n(assert (= (g 3) x))\n");
+  const std::string out = simplified_script(before + "(assert (= (f 4) x))\n(assert (= (g 3) x))\n");
   EXPECT_NE(out.find("(assert (= 5 x))"), std::string::npos) << out;
   EXPECT_NE(out.find("(assert (= 3 x))"), std::string::npos) << out;
 }
@@ -113,8 +107,8 @@ TEST(Unfolding, UsesAFunctionOnlyWhereItIsKnown) {
                            "(define-fun max ((a Int) (b Int)) Int (ite (>= a b) a b))\n"
                            "(assert (< (max x y) 9))\n(check-sat)\n(pop 1)\n"
                            "(assert (< (ite (>= x y) x y) 7))\n(check-sat)\n";
-  const std::string out = as_printed(text);
-  EXPECT_EQ(as_printed(out), out);
+  const std::string out = simplified_script(text);
+  EXPECT_EQ(simplified_script(out), out);
   EXPECT_LT(out.find("(define-fun max "), out.find("(max x y)"));
   EXPECT_EQ(out.find("(max ", out.find("(pop 1)")), std::string::npos) << out;
   EXPECT_EQ(out.find("(max ") > out.find("(push 1)"), true) << out;
@@ -145,8 +139,8 @@ std::string doubling(int levels) {
 }
 
 TEST(Unfolding, StopsWhereDefinitionsDouble) {
-  EXPECT_EQ(as_printed(doubling(40)), doubling(40));
-  EXPECT_EQ(as_printed(doubling(400)), doubling(400));
+  EXPECT_EQ(simplified_script(doubling(40)), doubling(40));
+  EXPECT_EQ(simplified_script(doubling(400)), doubling(400));
 }
 
 TEST(Unfolding, DoesNotRecurseOnDepth) {
@@ -154,25 +148,25 @@ TEST(Unfolding, DoesNotRecurseOnDepth) {
   constexpr int depth = 100'000;
   for (int i = 0; i < depth; ++i) text += "(f ";
   text += 'x' + std::string(depth, ')') + "))\n";
-  const std::string out = as_printed(text);
+  const std::string out = simplified_script(text);
   EXPECT_NE(out.find("(assert (= x (- 99800)))"), std::string::npos) << out.substr(0, 300);
 }
 
 TEST(Unfolding, LeavesTheNormalFormAndTheLibrarysSemanticsAlone) {
   const std::string text = integer_functions + "(assert (= (sub x x) 0))\n";
-  EXPECT_NE(as_printed(text, SimplifyOptions::normal_form()).find("(sub x x)"), std::string::npos);
+  EXPECT_NE(simplified_script(text, SimplifyOptions::normal_form()).find("(sub x x)"), std::string::npos);
   SimplifyOptions library;
   library.library_semantics = true;
   library.extended = false;
-  EXPECT_NE(as_printed(text, library).find("(sub x x)"), std::string::npos);
+  EXPECT_NE(simplified_script(text, library).find("(sub x x)"), std::string::npos);
 }
 
 TEST(Unfolding, LeavesPatternsAndNamesWhereTheyWere) {
   const std::string text =
       "(declare-const p Bool)\n(define-fun f ((q Bool)) Bool (and q (! (or p (not p) q) :named n)))\n"
       "(assert (or (f p) (f (not p))))\n";
-  const std::string out = as_printed(text);
-  EXPECT_EQ(as_printed(out), out);
+  const std::string out = simplified_script(text);
+  EXPECT_EQ(simplified_script(out), out);
   EXPECT_EQ(out.find(":named n"), out.rfind(":named n"));
 }
 

@@ -1,4 +1,5 @@
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <set>
@@ -141,6 +142,28 @@ TEST(HashMap, ReferencesStayValidAcrossRehashes) {
     ASSERT_EQ(map.find(&records[i]), references[i]);
     ASSERT_EQ(*references[i], QNumber(static_cast<long>(i * i)));
   }
+}
+
+TEST(HashMap, MakesAValueOnceWhichMayMakeOthers) {
+  hsh::HashMap<int, int> sums;
+  int num_made = 0;
+  const std::function<int(int)> sum = [&](int n) -> int {
+    return sums.find_or_make(n, [&] {
+      ++num_made;
+      return n == 0 ? 0 : n + sum(n - 1);
+    });
+  };
+  EXPECT_EQ(sum(100), 5050);
+  EXPECT_EQ(sum(60), 1830);
+  EXPECT_EQ(num_made, 101);
+  EXPECT_EQ(sums.size(), 101u);
+}
+
+TEST(HashMap, HasNoEntryWhereItsValueCannotBeMade) {
+  hsh::HashMap<int, int> map;
+  EXPECT_THROW(map.find_or_make(1, []() -> int { throw std::runtime_error("no"); }), std::runtime_error);
+  EXPECT_TRUE(map.empty());
+  EXPECT_EQ(map.find_or_make(1, [] { return 2; }), 2);
 }
 
 TEST(HashMap, NewestEntryHeadsItsChain) {

@@ -9,13 +9,14 @@ namespace quarv::forms {
 
 namespace {
 
-constexpr std::uint32_t last_part = 0x7FFFFFFF;  // so many take eight gigabytes
+constexpr std::uint32_t last_part = 0x7FFFFFFF;  // never reached: so many take eight gigabytes
 
 }  // namespace
 
 std::uint64_t Candidates::Weight::of(std::uint32_t cost, bool is_operation, std::uint32_t num_idle) noexcept {
   return (std::uint64_t{std::min(cost, most_terms)} << term_shift) +
-         (std::uint64_t{is_operation} << operation_shift) + std::min(num_idle, most_idle);
+         (std::uint64_t{is_operation} << operation_shift) +
+         std::min(num_idle, most_idle - 1);  // one may be added
 }
 
 Candidates::Candidates(const Question& q, const FreeNames& names) : num_written_(q.num_written) {

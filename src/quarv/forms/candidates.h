@@ -82,7 +82,7 @@ class Candidates {
   LargeVector<Candidate> candidates_;  // and one that ends the list
   LargeVector<Place> parts_;
   LargeVector<Place> roots_;
-  LargeVector<Place> sorted_;
+  std::vector<Place> sorted_;
   FormId num_written_;
   bool is_written_twice_ = false;
 };

@@ -94,7 +94,7 @@ class Chooser {
   ClassOrder order_;
   LargeVector<Place> taken_;    // each as often as it was used once more by the last `take`
   LargeVector<Place> dropped_;  // and once less by the last `drop`
-  LargeVector<std::pair<Place, CandidateId>> before_;  // what `try_without` has changed
+  std::vector<std::pair<Place, CandidateId>> before_;  // what `try_without` has changed
 };
 
 /// Uses each of the places once more; what is new costs. Gives up where that is more than `most`: then

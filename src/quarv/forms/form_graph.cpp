@@ -49,17 +49,16 @@ HeadId FormGraph::head(std::string_view text, std::uint32_t cost) {
   h.is_read = text == "select";
   h.is_write = text == "store";
   h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;
-  heads_by_text_[h.text] = head;
   heads_.push_back(h);
+  heads_by_text_[h.text] = head;
   return head;
 }
 
 HeadId FormGraph::head(const Symbol* symbol, std::string_view text, std::uint32_t cost) {
-  if (const HeadId* known = heads_by_symbol_.find(symbol)) return *known;
-  const auto h = static_cast<HeadId>(heads_.size());
-  heads_.push_back({kept(text), symbol, cost});
-  heads_by_symbol_[symbol] = h;
-  return h;
+  return heads_by_symbol_.find_or_make(symbol, [&] {
+    heads_.push_back({kept(text), symbol, cost});
+    return static_cast<HeadId>(heads_.size() - 1);
+  });
 }
 
 HeadId FormGraph::quantifier_head(const Symbol* symbol, std::string_view text, std::size_t num_variables) {
@@ -80,12 +79,10 @@ std::uint32_t FormGraph::number_of(const DataType* sort) {
   for (std::uint32_t i = 0; i < std::min(sorts_.size(), few); ++i) {
     if (sorts_[i] == sort) return i;
   }
-  std::uint32_t& known = sort_numbers_[sort];
-  if (known == 0) {
+  return sort_numbers_.find_or_make(sort, [&] {
     sorts_.push_back(sort);
-    known = static_cast<std::uint32_t>(sorts_.size());
-  }
-  return known - 1;
+    return static_cast<std::uint32_t>(sorts_.size() - 1);
+  });
 }
 
 ClassId FormGraph::new_class(const DataType* sort) {

@@ -152,7 +152,7 @@ class FormGraph {
   hsh::HashMap<std::string_view, HeadId, std::hash<std::string_view>> heads_by_text_;
   hsh::HashMap<const Symbol*, HeadId> heads_by_symbol_;
   std::vector<const DataType*> sorts_;
-  hsh::HashMap<const DataType*, std::uint32_t> sort_numbers_;  // one more
+  hsh::HashMap<const DataType*, std::uint32_t> sort_numbers_;
   LargeVector<Class> classes_;
   LargeVector<Form> forms_;
   LargeVector<ClassId> children_;

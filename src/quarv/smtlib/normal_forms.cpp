@@ -26,16 +26,14 @@ void NormalForms::seal() {
 }
 
 NormalForms::HeadId NormalForms::head_of(const Symbol* s) {
-  HeadId& known = heads_[s];
-  if (known == 0) {
-    std::ostringstream text;
-    OutputBuffer out(text, OutputBuffer::short_text);
+  return heads_.find_or_make(s, [&] {
+    std::ostringstream stream;
+    OutputBuffer out(stream, OutputBuffer::short_text);
     write_head(m_, s, out);
     out.flush();
-    const bool declared = m_.get_tag(s) == SymbolTag::UF;
-    known = (declared ? g_.head(s, std::move(text).str()) : g_.head(std::move(text).str())) + 1;
-  }
-  return known - 1;
+    const std::string text = std::move(stream).str();
+    return m_.get_tag(s) == SymbolTag::UF ? g_.head(s, text) : g_.head(text);
+  });
 }
 
 NormalForms::HeadId NormalForms::quantifier_head(const Symbol* s) {

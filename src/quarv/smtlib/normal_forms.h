@@ -89,9 +89,7 @@ class NormalForms {
   }
   /// The head of an operator whose name is a literal of this program: found by address.
   HeadId operator_head(std::string_view name) {
-    HeadId& known = operator_heads_[name.data()];
-    if (known == 0) known = g_.head(name) + 1;
-    return known - 1;
+    return operator_heads_.find_or_make(name.data(), [&] { return g_.head(name); });
   }
   ClassId leaf(std::string_view text, const DataType* sort) { return g_.add(g_.head(text), {}, sort); }
   ClassId child(const Term* t, std::size_t i);
@@ -152,12 +150,12 @@ class NormalForms {
   bool difference_logic_ = false;
   LargeVector<ClassId> classes_[2];  // by term id: as they are, and integers as Reals
   LargeVector<forms::FormId> base_;
-  hsh::HashMap<const Symbol*, HeadId> heads_;  // one more than the number
+  hsh::HashMap<const Symbol*, HeadId> heads_;
   std::unordered_map<HeadId, const Term*> annotated_;
   std::vector<std::pair<ClassId, Node>> pending_;
   std::vector<ClassId> values_;
-  hsh::HashMap<const char*, HeadId> operator_heads_;               // one more than the number
-  hsh::HashMap<QNumber, ClassId, std::hash<QNumber>> numbers_[2];  // one more; integers and reals
+  hsh::HashMap<const char*, HeadId> operator_heads_;
+  hsh::HashMap<QNumber, ClassId, std::hash<QNumber>> numbers_[2];  // integers and reals
   std::vector<bool> added_;                                        // by 2 * term id + as_real
   ClassId own_ = forms::none;
 

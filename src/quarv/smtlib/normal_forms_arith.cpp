@@ -25,10 +25,7 @@ QNumber denominator(const QNumber& value) {
 
 /// A numeral or decimal; "(- n)" and "(/ p q)" where SMT-LIB has no literal.
 NormalForms::ClassId NormalForms::number(const QNumber& value, bool real) {
-  // A node of the table stays where it is while others are added.
-  ClassId& known = numbers_[real ? 1 : 0][value];
-  if (known == 0) known = new_number(value, real) + 1;
-  return known - 1;
+  return numbers_[real ? 1 : 0].find_or_make(value, [&] { return new_number(value, real); });
 }
 
 NormalForms::ClassId NormalForms::new_number(const QNumber& value, bool real) {
@@ -50,7 +47,7 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
   const auto& numbers = numbers_[g_.sort(c) == m_.rat_type ? 1 : 0];
   const auto is_magnitude = [&](ClassId part) {
     const ClassId* const known = numbers.find(-value);
-    return known != nullptr && g_.find(part) == g_.find(*known - 1);
+    return known != nullptr && g_.find(part) == g_.find(*known);
   };
   const auto is_literal_of = [&](ClassId part, const QNumber& wanted) {
     const forms::FormId first = g_.first_form(part);

@@ -145,11 +145,7 @@ Script script_of(const Script& script, TermManager& manager, WrittenForms& writt
   return result;
 }
 
-}  // namespace
-
-namespace {
-
-/// What the question has taken from the graph's making is not needed there any more.
+/// The question has taken over what is needed of how forms were written down.
 forms::Choice choice_for(const ScriptQuestion& question, WrittenForms& written) {
   written.seal();
   return forms::choose(question.question());

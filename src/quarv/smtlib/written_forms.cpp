@@ -32,26 +32,20 @@ WrittenForms::ClassId WrittenForms::application(const Symbol* head, Arguments ar
 
 forms::HeadId WrittenForms::head_of(const OperatorDefinition& op, std::span<const std::size_t> indices,
                                     const Term* index) {
-  if (indices.empty() && index == nullptr) {
-    forms::HeadId& known = operator_heads_[&op];
-    if (known == 0) known = graph_.head(op.name) + 1;
-    return known - 1;
-  }
+  if (indices.empty() && index == nullptr)
+    return operator_heads_.find_or_make(&op, [&] { return graph_.head(op.name); });
+  const auto indexed = [&] {
+    std::string text = "(_ ";
+    text += op.name;
+    for (std::size_t i : indices) text += ' ' + std::to_string(i);
+    if (index != nullptr) text += ' ' + m_.get_number(index)->to_string();
+    return graph_.head(text + ')');
+  };
   constexpr std::size_t most = std::tuple_size_v<decltype(IndexedOperator::indices)>;
-  forms::HeadId* known = nullptr;
-  if (index == nullptr && indices.size() <= most) {
-    IndexedOperator key{&op, {}};
-    std::ranges::copy(indices, key.indices.begin());
-    known = &indexed_heads_[key];
-    if (*known != 0) return *known - 1;
-  }
-  std::string text = "(_ ";
-  text += op.name;
-  for (std::size_t i : indices) text += ' ' + std::to_string(i);
-  if (index != nullptr) text += ' ' + m_.get_number(index)->to_string();
-  const forms::HeadId head = graph_.head(text + ')');
-  if (known != nullptr) *known = head + 1;
-  return head;
+  if (index != nullptr || indices.size() > most) return indexed();
+  IndexedOperator key{&op, {}};
+  std::ranges::copy(indices, key.indices.begin());
+  return indexed_heads_.find_or_make(key, indexed);
 }
 
 WrittenForms::ClassId WrittenForms::application(const OperatorDefinition& op,

@@ -119,8 +119,8 @@ class WrittenForms {
   TermManager& m_;
   forms::FormGraph graph_;
   NormalForms normal_;
-  hsh::HashMap<const OperatorDefinition*, forms::HeadId> operator_heads_;    // one more than the number
-  hsh::HashMap<IndexedOperator, forms::HeadId, IndexedHash> indexed_heads_;  // likewise
+  hsh::HashMap<const OperatorDefinition*, forms::HeadId> operator_heads_;
+  hsh::HashMap<IndexedOperator, forms::HeadId, IndexedHash> indexed_heads_;
   std::unordered_map<const Symbol*, std::uint32_t> declared_;
   std::unordered_set<const Symbol*> exact_;
   std::unordered_set<const Symbol*> defined_;

@@ -356,6 +356,15 @@ class HashMap : public Hashtable<std::pair<const Key, Mapped>, FirstOfPair, Key,
         this->find_or_insert(key, std::piecewise_construct, std::forward_as_tuple(key), std::tuple<>());
     return node->value.second;
   }
+
+  /// The value of a key; what `make` returns if it is new. `make` may add others. \throws std::bad_alloc, or
+  /// what `make` throws, without an entry for the key
+  template <class Make>
+  const Mapped& find_or_make(const Key& key, Make make) {
+    if (const Mapped* known = find(key)) return *known;
+    Mapped made = make();
+    return (*this)[key] = std::move(made);
+  }
 };
 
 /// A set on the same table.
