@@ -143,6 +143,20 @@ TEST(Layout, IsNoLongerThanTheOriginalForIndentation) {
   EXPECT_EQ(laid_out("(assert (" + shorter + "))", line, 36), line + '\n');
 }
 
+// Nor what was written on several lines, as long as the text itself has not become longer.
+TEST(Layout, IsNoLongerThanSeveralLines) {
+  const std::string line = "(assert (p (q a b c) (q d e f) (q (r a b) (r c d) (r e f))))";
+  const auto original = [](std::size_t size) { return "(assert\n (" + std::string(size - 12, 'p') + "))"; };
+  const std::string usual =
+      "(assert\n  (p\n    (q a b c)\n    (q d e f)\n    (q (r a b) (r c d) (r e f))))\n";
+  EXPECT_EQ(laid_out(original(line.size() + 40), line, 36), usual);
+  EXPECT_EQ(laid_out(original(line.size() + 2), line, 36),
+            "(assert (p (q a b c) (q d e f)\n  (q (r a b) (r c d) (r e f))))\n");
+  EXPECT_EQ(laid_out(original(line.size()), line, 36),
+            "(assert (p (q a b c) (q d e f)\n(q (r a b) (r c d) (r e f))))\n");
+  EXPECT_EQ(laid_out(original(line.size() - 1), line, 36), usual);
+}
+
 // Whatever the room, the tokens stay.
 TEST(Layout, KeepsAllTokens) {
   std::string line = "(assert ";

@@ -101,6 +101,35 @@ TEST(Smallest, WritesNumeralsAsDecimalsWhereThoseAreNeeded) {
             "(forall ((m (Array Int Real))) (= (store m 2 a) (store m i 2.0)))");
 }
 
+// In the theory of reals alone, numerals are of sort Real.
+TEST(Smallest, WritesRealsAsNumeralsWhereTheUserDoes) {
+  const auto in = [](const std::string& logic, const std::string& formula) {
+    const std::string head = "(set-logic " + logic + ")\n(declare-const a Real)\n(declare-const b Real)\n";
+    const std::string out = smallest(head + formula);
+    EXPECT_EQ(smallest(out), out);
+    return out.substr(head.size());
+  };
+  const std::string mixed = "(assert (<= (+ (* 3 a) 4) (+ (* 3 b) 10)))\n";
+  for (const std::string logic : {"QF_LRA", "LRA", "QF_UFNRA", "AUFLRA"}) {
+    EXPECT_EQ(in(logic, mixed), "(assert (<= (- a b) 2))\n") << logic;
+    EXPECT_EQ(in(logic, "(assert (= (* 2 a) 3))\n(assert (not (< b (- (/ 4 6)))))\n"),
+              "(assert (= a 1.5))\n(assert (<= (- (/ 2 3)) b))\n");
+  }
+  for (const std::string logic : {"QF_LIRA", "QF_AUFLIRA", "ALL", "QF_FPLRA"})
+    EXPECT_EQ(in(logic, mixed), "(assert (<= (- a b) 2.0))\n") << logic;
+  EXPECT_EQ(in("QF_LRA", mixed + "(assert (< a 7.00))\n"), "(assert (<= (- a b) 2.0))\n(assert (< a 7.0))\n");
+  // An Int is none, wherever it comes from.
+  for (const std::string& integer : {std::string("i"), std::string("(to_int a)")}) {
+    EXPECT_EQ(in("QF_LRA", "(declare-const i Int)\n(assert (< i 3))\n" + mixed + "(assert (< (+ " + integer +
+                               " 2) (+ i 4)))\n")
+                      .find("(<= (- a b) 2.0)") != std::string::npos,
+              true);
+  }
+  const std::string overloaded =
+      "(declare-fun f (Int) Real)\n(declare-fun f (Real) Real)\n(assert (= (f (+ 1.5 0.5)) (f 3) a))\n";
+  EXPECT_EQ(in("QF_UFLRA", overloaded).find("(f 2.0)") != std::string::npos, true);
+}
+
 TEST(Smallest, WritesPatternsThatHoldAnnotatedTerms) {
   const std::string before =
       "(declare-fun f (Int) Int)\n(declare-fun g (Int Int) Bool)\n"
@@ -177,6 +206,7 @@ TEST(Smallest, WritesOppositesWithoutNegation) {
 }
 
 TEST(Smallest, WritesNoZeroThatTwoPartsAreComparedWith) {
+  EXPECT_EQ(becomes("(and (< 0.0 (* a (- a b))) (not (<= b a)))"), "(and (< 0.0 (* a (- a b))) (< a b))");
   EXPECT_EQ(becomes("(<= (+ i j) 0)"), "(<= i (- j))");
   EXPECT_EQ(becomes("(= (+ i (* 2 j)) 0)"), "(= i (- (* 2 j)))");
   EXPECT_EQ(becomes("(< 0 (+ i j))"), "(< (- j) i)");

@@ -76,6 +76,7 @@ HeadId FormGraph::annotation_head(const Symbol* symbol, std::string_view key) {
 
 std::uint32_t FormGraph::number_of(const DataType* sort) {
   constexpr std::size_t few = 4;  // nearly all scripts have no more
+  if (sort == replaced_sort_) sort = replacing_sort_;
   for (std::uint32_t i = 0; i < std::min(sorts_.size(), few); ++i) {
     if (sorts_[i] == sort) return i;
   }
@@ -83,6 +84,14 @@ std::uint32_t FormGraph::number_of(const DataType* sort) {
     sorts_.push_back(sort);
     return static_cast<std::uint32_t>(sorts_.size() - 1);
   });
+}
+
+void FormGraph::take_for(const DataType* sort, const DataType* other) {
+  const std::uint32_t from = number_of(sort);
+  const std::uint32_t to = number_of(other);
+  for (Class& c : classes_) c.sort = c.sort == from ? to : c.sort;
+  replaced_sort_ = sort;
+  replacing_sort_ = other;
 }
 
 ClassId FormGraph::new_class(const DataType* sort) {

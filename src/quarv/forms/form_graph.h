@@ -74,6 +74,8 @@ class FormGraph {
   ClassId find(ClassId c) const noexcept;
   /// The sort of the terms of a class as SMT-LIB has it.
   const DataType* sort(ClassId c) const noexcept { return sorts_[classes_[find(c)].sort]; }
+  /// From now on terms of the one sort are of the other one, too.
+  void take_for(const DataType* sort, const DataType* other);
   FormId first_form(ClassId c) const noexcept { return classes_[find(c)].first_form; }
   std::size_t num_classes() const noexcept { return classes_.size(); }
   /// Both are equal. Classes of different sorts stay apart.
@@ -153,6 +155,8 @@ class FormGraph {
   hsh::HashMap<const Symbol*, HeadId> heads_by_symbol_;
   std::vector<const DataType*> sorts_;
   hsh::HashMap<const DataType*, std::uint32_t> sort_numbers_;
+  const DataType* replaced_sort_ = nullptr;
+  const DataType* replacing_sort_ = nullptr;
   LargeVector<Class> classes_;
   LargeVector<Form> forms_;
   LargeVector<ClassId> children_;

@@ -28,6 +28,9 @@ class NormalForms {
   /// The logic is one of differences: no sums of variables may be written.
   void set_difference_logic(bool yes) noexcept { difference_logic_ = yes; }
 
+  /// From now on integers of sort Real are written without a decimal point.
+  void write_reals_as_numerals() noexcept { reals_are_numerals_ = true; }
+
   /// The class of a term as its place needs it.
   ClassId class_of(Node n);
 
@@ -109,6 +112,9 @@ class NormalForms {
   void bit_vector_complement(const Term* t);
 
   // normal_forms_arith.cpp
+  bool is_decimal(const QNumber& value, bool real) const {
+    return real && !(reals_are_numerals_ && value.is_integer());
+  }
   ClassId number(const QNumber& value, bool real);
   ClassId new_number(const QNumber& value, bool real);
   forms::FormId literal_form(ClassId c, const QNumber& value) const;
@@ -126,6 +132,7 @@ class NormalForms {
   void with_constant_inside(const Sum& sum);
   void congruence(const Term* t);
   void comparison(const Term* t, bool negated);
+  void compare_sums(const Term* t, SymbolTag::tag tag, bool negated);
   void atom(const Sum& sum, SymbolTag::tag tag, bool negated);
   void with_opposite(Args left, Args right, SymbolTag::tag tag, bool negated, const DataType* sort);
   void relation(SymbolTag::tag tag, bool negated, bool strict, ClassId left, ClassId right);
@@ -148,6 +155,7 @@ class NormalForms {
   TermManager& m_;
   forms::FormGraph& g_;
   bool difference_logic_ = false;
+  bool reals_are_numerals_ = false;
   LargeVector<ClassId> classes_[2];  // by term id: as they are, and integers as Reals
   LargeVector<forms::FormId> base_;
   hsh::HashMap<const Symbol*, HeadId> heads_;

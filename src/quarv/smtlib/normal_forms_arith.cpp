@@ -9,8 +9,8 @@ namespace quarv::smtlib {
 
 namespace {
 
-std::string natural(const QNumber& value, bool real) {
-  return value.to_string() + (real ? ".0" : "");
+std::string natural(const QNumber& value, bool decimal) {
+  return value.to_string() + (decimal ? ".0" : "");
 }
 
 QNumber numerator(const QNumber& value) {
@@ -25,7 +25,8 @@ QNumber denominator(const QNumber& value) {
 
 /// A numeral or decimal; "(- n)" and "(/ p q)" where SMT-LIB has no literal.
 NormalForms::ClassId NormalForms::number(const QNumber& value, bool real) {
-  return numbers_[real ? 1 : 0].find_or_make(value, [&] { return new_number(value, real); });
+  const bool decimal = is_decimal(value, real);
+  return numbers_[decimal ? 1 : 0].find_or_make(value, [&] { return new_number(value, decimal); });
 }
 
 NormalForms::ClassId NormalForms::new_number(const QNumber& value, bool real) {
@@ -44,7 +45,7 @@ forms::FormId NormalForms::literal_form(ClassId c, const QNumber& value) const {
     return f.num_children == 0 && g_.head_at(f.head).symbol == nullptr;
   };
   const bool negative = value.sign() < 0;
-  const auto& numbers = numbers_[g_.sort(c) == m_.rat_type ? 1 : 0];
+  const auto& numbers = numbers_[is_decimal(value, g_.sort(c) == m_.rat_type) ? 1 : 0];
   const auto is_magnitude = [&](ClassId part) {
     const ClassId* const known = numbers.find(-value);
     return known != nullptr && g_.find(part) == g_.find(*known);
@@ -354,7 +355,19 @@ void NormalForms::relation(SymbolTag::tag tag, bool negated, bool strict, ClassI
 
 void NormalForms::comparison(const Term* t, bool negated) {
   const SymbolTag::tag tag = m_.get_tag(t->symbol);
-  relation(tag, negated, false, child(t, 0), child(t, 1));
+  const auto is_zero = [&](const Term* side) {
+    const QNumber* value = m_.get_number(side);
+    return value != nullptr && value->is_zero();
+  };
+  // Of forms that cost as much the first is taken: one without a zero that the other ones do not need.
+  const bool needs_zero = is_zero(t->args[0]) || is_zero(t->args[1]);
+  if (!needs_zero) relation(tag, negated, false, child(t, 0), child(t, 1));
+  compare_sums(t, tag, negated);
+  if (needs_zero) relation(tag, negated, false, child(t, 0), child(t, 1));
+}
+
+/// The forms in which the summands of both sides may stand on either.
+void NormalForms::compare_sums(const Term* t, SymbolTag::tag tag, bool negated) {
   for (const bool through_shared : {false, true}) {
     // right - left, compared with 0.
     Sum& all = sum_;
@@ -403,18 +416,15 @@ void NormalForms::atom(const Sum& sum, SymbolTag::tag tag, bool negated) {
   const QNumber& k = sum.constant;
   const bool difference = left.size() == 1 && right.size() == 1 && num_multiples == 0;
   const DataType* sort = real ? m_.rat_type : m_.int_type;
+  const bool compares_sums = !difference_logic_ || (difference && k.is_zero());
+  if (k.is_zero() && compares_sums) relation(tag, negated, false, total(left, real), total(right, real));
   if (difference) {
     // x - y <= c
     relation(tag, negated, false, app("-", {left[0], right[0]}, sort), number(k, real));
     relation(tag, negated, false, number(-k, real), app("-", {right[0], left[0]}, sort));
   }
-  if (k.is_zero()) {
-    if (difference_logic_ && !difference) return;
-    relation(tag, negated, false, total(left, real), total(right, real));
-    with_opposite(left, right, tag, negated, sort);
-    return;
-  }
-  if (difference_logic_) return;
+  if (!compares_sums) return;
+  if (k.is_zero()) return with_opposite(left, right, tag, negated, sort);
   if (left.empty() || right.empty()) {
     // A sum compared with a numeral.
     if (left.empty()) relation(tag, negated, false, number(-k, real), total(right, real));

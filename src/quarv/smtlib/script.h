@@ -62,6 +62,8 @@ struct Script {
   bool global_declarations = false;
   /// The logic is one of differences (QF_IDL, QF_RDL, ...): no sums of variables may be written.
   bool difference_logic = false;
+  /// The logic has Reals and no Ints, and the script says "2" for what other logics call "2.0".
+  bool reals_are_numerals = false;
   /// Names that the user gave have the forms `$1` to `$n` for this n, and begin with that many question marks
   /// before digits: the printer's own names must differ.
   std::uint64_t largest_dollar_name = 0;

@@ -77,6 +77,35 @@ void add_decimals(const TermManager& manager, forms::FormGraph& graph, FormId nu
   }
 }
 
+/// Whether Ints are nothing but numbers that were written for Reals.
+bool has_only_reals(const TermManager& manager, const forms::FormGraph& graph, FormId num_written) {
+  const auto is_arithmetic = [&](const forms::Form& f) {
+    const forms::Head& head = graph.head_at(f.head);
+    if (head.symbol != nullptr) return false;
+    return f.num_children == 0 || head.text == "+" || head.text == "-" || head.text == "*" ||
+           head.text == "ite";
+  };
+  for (FormId f = 0; f < num_written; ++f) {
+    const forms::Form& form = graph.form(f);
+    if (graph.sort(form.of) == manager.int_type && !is_arithmetic(form)) return false;
+  }
+  return true;
+}
+
+/// Numbers are spelled as the user spells them.
+void add_spellings(const TermManager& manager, WrittenForms& written, const Script& script,
+                   FormId num_written) {
+  forms::FormGraph& graph = written.graph();
+  // Where functions differ only in whether they take Int or Real, a numeral must be the former.
+  if (script.reals_are_numerals && !written.needs_exact_sorts() &&
+      has_only_reals(manager, graph, num_written)) {
+    graph.take_for(manager.int_type, manager.rat_type);
+    written.normal().write_reals_as_numerals();
+  } else {
+    add_decimals(manager, graph, num_written);
+  }
+}
+
 /// Without brackets between operators of a kind.
 void add_flat_forms(forms::FormGraph& graph, const Script& script) {
   std::vector<forms::HeadId> associative;
@@ -157,7 +186,7 @@ std::unique_ptr<ChosenScript> choose_smallest(Session& session, WrittenForms& wr
   TermManager& manager = session.manager();
   forms::FormGraph& graph = written.graph();
   const auto num_written = static_cast<FormId>(graph.num_forms());
-  add_decimals(manager, graph, num_written);
+  add_spellings(manager, written, script, num_written);
   add_flat_forms(graph, script);
   // What the user's own equations say comes before what normal forms do: with its sides in the user's order.
   if (forms::add_disequalities(graph, manager.bool_type)) graph.close();

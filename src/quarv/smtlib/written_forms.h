@@ -70,6 +70,7 @@ class WrittenForms {
   /// must be written as what it is.
   void takes_exact_sorts(const Symbol* function) { exact_.insert(function); }
   bool needs_exact_sorts(const Symbol* function) const { return exact_.contains(function); }
+  bool needs_exact_sorts() const noexcept { return !exact_.empty(); }
   /// The command with this number defines a function, by which the terms equal to its applications may be
   /// written. No term contains parameters of several functions.
   void defined(const Symbol* function, std::span<const Term* const> parameters, std::size_t command);

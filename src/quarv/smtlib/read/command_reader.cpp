@@ -111,11 +111,23 @@ void Reader::term_command(Script& script, Command::Kind kind, std::string_view t
   script.commands.push_back(c);
 }
 
+namespace {
+
+/// Where numerals are of sort Real, as the theory of reals has it: LRA, QF_UFNRA, QF_RDL, but not QF_LIRA.
+/// Floating-point operators take Reals only as decimals.
+bool has_only_reals(std::string_view logic) {
+  const bool reals = logic.ends_with("LRA") || logic.ends_with("NRA") || logic.ends_with("RDL");
+  return reals && logic.find("FP") == std::string_view::npos;
+}
+
+}  // namespace
+
 void Reader::set_logic(Script& script, const char* start) {
   const Token logic = expect_symbol("a logic");
   if (logic_set_) fail(start, "the logic has already been set");
   logic_set_ = true;
   script.difference_logic = logic.text.ends_with("DL");
+  numerals_are_real_ = has_only_reals(logic.text);
   expect_right("the logic");
   text_command(script, Command::Kind::other, start);
 }

@@ -464,6 +464,8 @@ class QUARV_API Reader {
   Session::Place base_;         // likewise
   bool logic_set_ = false;
   bool global_declarations_ = false;
+  bool numerals_are_real_ = false;         // in the logic
+  bool has_integers_as_decimals_ = false;  // "2.0"
   std::uint64_t largest_dollar_name_ = 0;
   std::uint64_t largest_dollar_definition_ = 0;
   std::size_t question_marks_ = 0;

@@ -432,13 +432,16 @@ class Layout {
       out_ += '\n';
     }
     const bool was_one_line = before.find('\n') == std::string_view::npos;
-    write_broken(after, was_one_line ? before.size() : 0, comments.within);
+    write_broken(after, before.size(), was_one_line, comments.within);
   }
 
-  /// Indentation must not make longer what was one line of `before` bytes; 0: what was not. A line that was
-  /// wider than it should be rather stays one.
-  void write_broken(std::string_view command, std::size_t before = 0,
-                    std::span<const PlacedComment> comments = {}) {
+  /// A command that nothing stood for.
+  void write_broken(std::string_view command) { write_broken(command, std::string_view::npos, false, {}); }
+
+  /// Indentation must not make longer what had `before` bytes, unless there are comments on lines of their
+  /// own. One line that was wider than it should be rather stays one.
+  void write_broken(std::string_view command, std::size_t before, bool was_one_line,
+                    std::span<const PlacedComment> comments) {
     if (command.size() <= width_ && comments.empty()) {
       out_ += command;
       return;
@@ -451,11 +454,14 @@ class Layout {
       return out_.size() - start <= before;
     };
     const std::size_t usual = std::min<std::size_t>(width_ / 3, 32);
-    const bool was_wide = before > width_;
-    if (try_to_break(usual) || !was_wide) return;
+    if (try_to_break(usual) || (was_one_line ? before <= width_ : !comments.empty())) return;
     if (try_to_break(2) || try_to_break(1) || try_to_break(0) || !comments.empty()) return;
-    out_.resize(start);
-    out_ += command;
+    if (was_one_line) {
+      out_.resize(start);
+      out_ += command;
+    } else {
+      try_to_break(usual);  // the command itself is longer
+    }
   }
 
   std::size_t width_;

@@ -14,9 +14,9 @@ namespace quarv::smtlib {
 /// `simplified` has the commands of `original` in their order. A command that is the same but for blanks,
 /// comments and the spelling of names and literals is copied as it was written, and so is what stands between
 /// commands. Any other one goes on one line if that has up to `width` bytes; otherwise each compound argument
-/// begins a line of its own. What was one line, wider than that, becomes no longer by that: there arguments
-/// fill lines with less indentation, or all stays on one line. Comments that stood within the command stand
-/// before it. Laying out the result once more gives the same. Time is linear in the texts.
+/// begins a line of its own. Where that makes a command longer than it was, arguments fill lines with less
+/// indentation; a line that was wider than `width` rather stays one. Comments that stood within the command
+/// stand before it. Laying out the result once more gives the same. Time is linear in the texts.
 QUARV_API std::string laid_out(std::string_view original, std::string_view simplified, std::size_t width);
 
 /// The same where it is known where the commands of the original are.
