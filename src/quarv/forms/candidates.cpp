@@ -81,7 +81,7 @@ void Candidates::add_forms(const Question& q, const FreeNames& names, ClassId c)
     auto num_idle =
         static_cast<std::uint32_t>(children.empty() ? cost - 1 : std::ranges::count_if(children, is_value));
     const Head& head = g.head_at(g.form(f).head);
-    if (head.is_idempotent) num_idle += num_repeated(first_part);
+    if (head.is_idempotent || head.is_choice) num_idle += num_repeated(first_part);
     num_idle += head.num_bound;
     const bool is_operation = cost > 1 || !children.empty();
     candidates_.push_back({Weight::of(cost, is_operation, num_idle), f, first_part & last_part, is_wanted});

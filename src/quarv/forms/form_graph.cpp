@@ -46,6 +46,7 @@ HeadId FormGraph::head(std::string_view text, std::uint32_t cost) {
   Head h{kept(text), nullptr, cost};
   h.is_chain = is_one_of(text, chains);
   h.is_idempotent = is_one_of(text, idempotent);
+  h.is_choice = text == "ite";
   h.is_read = text == "select";
   h.is_write = text == "store";
   h.cost_of_more = h.is_chain || is_one_of(text, nested) ? 1 : 0;

@@ -27,6 +27,7 @@ struct Head {
   std::uint32_t cost = 1;  ///< nodes of a term that it counts as, with up to two arguments
   bool is_chain = false;   ///< several arguments are compared pairwise: (= a b c)
   bool is_idempotent = false;  ///< an argument given twice says nothing: (and p p q)
+  bool is_choice = false;      ///< (ite p q p) says no more than (and p q)
   bool is_read = false;        ///< of an array
   bool is_write = false;       ///< to an array
   std::uint32_t cost_of_more =

@@ -4,7 +4,6 @@
 #include <utility>
 #include <vector>
 
-#include <quarv/numbers/bv_number.h>
 #include <quarv/simpl/extended/equalities.h>
 #include <quarv/simpl/extended/facts.h>
 #include <quarv/simpl/extended/families.h>
@@ -72,31 +71,6 @@ bool reduce(const Lattice& l, const Term* assumed, Operands& operands) {
   return any;
 }
 
-/// (and (<= x 3) (<= 3 x)) is (= x 3); null unless the two are such a pair.
-const Term* meeting_bounds(const Lattice& l, const Term* a, const Term* b) {
-  const auto bound = [&l](const Term* t) {
-    const bool negated = t->symbol == l.m.not_symbol;
-    return Bound::of(l.m, negated ? t->args[0] : t, l.is_conjunction() != negated);
-  };
-  const auto x = bound(a);
-  const auto y = x ? bound(b) : std::nullopt;
-  if (!y || x->term != y->term || x->kind != y->kind || x->is_upper == y->is_upper) return nullptr;
-  if (!(x->value == y->value) || x->is_strict || y->is_strict) return nullptr;
-  TermManager& m = l.m;
-  const bool arithmetic = x->kind == Bound::rational || x->kind == Bound::integer;
-  const Term* value = nullptr;
-  if (arithmetic) {
-    value = m.make_number(x->value);
-  } else {
-    const std::size_t width = m.get_width_from_type(m.type_of(x->term));
-    QNumber bits;
-    BVNumber::twos_complement(x->value, width, &bits);
-    value = m.make_bv_number(bits, width);
-  }
-  const Term* equal = m.make_equal(x->term, value);
-  return l.is_conjunction() ? equal : m.make_not(equal);
-}
-
 /// A formula and how it counts.
 struct Literal {
   const Term* atom;
@@ -109,6 +83,41 @@ struct Literal {
   bool is_opposite(const Literal& other) const { return atom == other.atom && positive != other.positive; }
   const Term* term(TermManager& m) const { return positive ? atom : m.make_not(atom); }
 };
+
+/// The bound that an operand of a conjunction sets where it holds, or one of a disjunction where it does not.
+std::optional<Bound> bound_of(const Lattice& l, const Term* t) {
+  const Literal literal(l.m, t, l.is_conjunction());
+  return Bound::of(l.m, literal.atom, literal.positive);
+}
+
+/// (and (<= x 3) (<= 3 x)) is (= x 3); null unless the two are such a pair.
+const Term* meeting_bounds(const Lattice& l, const Term* a, const Term* b) {
+  const auto x = bound_of(l, a);
+  const auto y = x ? bound_of(l, b) : std::nullopt;
+  if (!y || x->term != y->term || x->kind != y->kind || x->is_upper == y->is_upper) return nullptr;
+  if (!(x->value == y->value) || x->is_strict || y->is_strict) return nullptr;
+  const Term* equal = l.m.make_equal(x->term, x->literal(l.m));
+  return l.is_conjunction() ? equal : l.m.make_not(equal);
+}
+
+/// (and (<= x 3) (distinct x 3)) is (<= x 2), of integers and bit-vectors; null unless the two are such a
+/// pair.
+const Term* tightened_bound(const Lattice& l, const Term* a, const Term* b) {
+  TermManager& m = l.m;
+  const Literal equation(m, b, l.is_conjunction());
+  if (equation.positive || !has_tag(m, equation.atom, SymbolTag::EQ)) return nullptr;
+  const std::size_t at = m.get_number(equation.atom->args[0]) != nullptr ? 1 : 0;
+  const Term* value = equation.atom->args[1 - at];
+  const auto x = m.get_number(value) != nullptr ? bound_of(l, a) : std::nullopt;
+  if (!x || x->kind == Bound::rational || x->term != equation.atom->args[at]) return nullptr;
+  if (!(x->value_of(m, value) == x->value)) return nullptr;
+  const Term* lower = x->is_upper ? x->term : value;
+  const Term* upper = x->is_upper ? value : x->term;
+  const Term* below = x->kind == Bound::integer       ? m.make_not(m.make_leq(upper, lower))
+                      : x->kind == Bound::bits_signed ? m.make_bv_slt(lower, upper)
+                                                      : m.make_bv_ult(lower, upper);
+  return l.is_conjunction() ? below : m.make_not(below);
+}
 
 /// The operands of the dual connective, also where it is written as a negation: (not (and u v)) is a
 /// disjunction.
@@ -233,6 +242,8 @@ const Term* combined(const Lattice& l, const Term* a, const Term* b) {
   if (const Term* t = resolved(l, a, b)) return t;
   if (const Term* t = resolved_clauses(l, a, b)) return t;
   if (const Term* t = meeting_bounds(l, a, b)) return t;
+  if (const Term* t = tightened_bound(l, a, b)) return t;
+  if (const Term* t = tightened_bound(l, b, a)) return t;
   if (const Term* t = joined_comparisons(l.m, a, b, l.is_conjunction())) return t;
   if (const Term* t = joined_congruences(l.m, a, b, l.is_conjunction())) return t;
   return l.is_conjunction() ? joined_classes(l.m, a, b) : nullptr;

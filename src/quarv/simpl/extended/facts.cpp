@@ -1,6 +1,7 @@
 #include <utility>
 
 #include <quarv/numbers/bv_number.h>
+#include <quarv/simpl/extended/bit_slices.h>
 #include <quarv/simpl/extended/facts.h>
 #include <quarv/simpl/extended/values.h>
 
@@ -52,8 +53,8 @@ std::optional<Bound> Bound::of(const TermManager& m, const Term* atom, bool hold
   // The negation of a <= b is b < a.
   b.is_upper = left_is_value != holds;
   b.is_strict = is_strict == holds;
-  if (b.kind == bits_signed || b.kind == bits_unsigned) {
-    b.value = value_of_bits(b.value, m.get_width_from_type(m.type_of(b.term)), b.kind == bits_signed);
+  if (b.is_of_bits()) {
+    b.value = value_of_bits(b.value, width_of(m, b.term), b.kind == bits_signed);
   } else if (b.kind == integer && !b.value.is_integer()) {
     b.value = b.is_upper ? b.value.floor() : b.value.floor() + QNumber(1);
     b.is_strict = false;
@@ -79,11 +80,20 @@ std::optional<bool> Bound::decides(const Bound& other) const {
                                                                               : std::nullopt;
 }
 
-bool Bound::excludes(const TermManager& m, const Term* literal) const {
-  const bool is_bits = kind == bits_signed || kind == bits_unsigned;
-  const std::size_t width = is_bits ? m.get_width_from_type(m.type_of(term)) : 0;
+QNumber Bound::value_of(const TermManager& m, const Term* literal) const {
   const QNumber& number = *m.get_number(literal);
-  const QNumber x = is_bits ? value_of_bits(number, width, kind == bits_signed) : number;
+  return is_of_bits() ? value_of_bits(number, width_of(m, term), kind == bits_signed) : number;
+}
+
+const Term* Bound::literal(TermManager& m) const {
+  if (!is_of_bits()) return m.make_number(value);
+  QNumber bits;
+  BVNumber::twos_complement(value, width_of(m, term), &bits);
+  return m.make_bv_number(bits, width_of(m, term));
+}
+
+bool Bound::excludes(const TermManager& m, const Term* literal) const {
+  const QNumber x = value_of(m, literal);
   if (x == value) return is_strict;
   return is_upper ? value < x : x < value;
 }

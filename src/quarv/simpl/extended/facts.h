@@ -18,12 +18,17 @@ struct Bound {
   bool is_strict = false;  ///< never for integers and bit-vectors
   Kind kind = rational;
 
+  bool is_of_bits() const { return kind == bits_unsigned || kind == bits_signed; }
+
   /// The bound that an atom, or its negation, sets.
   static std::optional<Bound> of(const TermManager& m, const Term* atom, bool holds);
   /// What this says of another bound: true, false, or nothing.
   std::optional<bool> decides(const Bound& other) const;
   /// Whether the term cannot have a value: a literal of its sort.
   bool excludes(const TermManager& m, const Term* literal) const;
+  /// What a literal of the term's sort stands for in this order, and the literal that the bound is.
+  QNumber value_of(const TermManager& m, const Term* literal) const;
+  const Term* literal(TermManager& m) const;
 };
 
 /// What is known to hold at some place in a formula: truth values of terms, values of terms, bounds. Holds a

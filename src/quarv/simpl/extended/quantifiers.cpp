@@ -170,7 +170,8 @@ const Term* simplify_quantifier(TermManager& m, FreeVariables& free, const Symbo
   }
   if (is_unbounded(m, free, variables, formula) || is_open_equivalence(m, free, variables, formula))
     return m.make_bool(!universal);
-  if (annotated) return nullptr;
+  // Without variables the patterns and the name of a quantifier are of no use.
+  if (annotated) return free.among(m, variables, formula).empty() ? formula : nullptr;
   std::vector<const Term*> others;
   const auto quantified = [&](const Term* t) {
     return others.empty() || is_value(m, t) ? t : m.make_quantifier(s->name, others, t);
