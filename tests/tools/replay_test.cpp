@@ -596,7 +596,7 @@ TEST_F(Replay, ShowsWhatBecomesOfNestedChoices) {
 /// are not.
 TEST_F(Replay, EndsWhenTheEffortIsUsedUp) {
   std::string chain = "(declare-const x Int)(declare-fun f (Int) Int)\n(define-fun s0 () Int x)\n";
-  constexpr int num_levels = 40;
+  constexpr int num_levels = 60;
   for (int i = 1; i <= num_levels; ++i) {
     const std::string before = "s" + std::to_string(i - 1);
     chain += "(define-fun s" + std::to_string(i) + " () Int (ite (<= (f x) " + std::to_string(3 * i) +

@@ -380,7 +380,22 @@ void NormalForms::equality(const Term* t, bool negated) {
     }
     return comparison(t, negated);
   }
+  if (negated) bit_equation(t, "=");
   form(negated ? "distinct" : "=", {child(t, 0), child(t, 1)});
+  if (!negated) bit_equation(t, "distinct");
+}
+
+/// "(= x #b0)" for not (= x #b1).
+void NormalForms::bit_equation(const Term* t, const char* opposite) {
+  const DataType* sort = m_.type_of(t->args[0]);
+  if (!m_.is_bv_type(sort) || m_.get_width_from_type(sort) != 1) return;
+  for (std::size_t i = 0; i < 2; ++i) {
+    const QNumber* value = m_.get_number(t->args[i]);
+    if (value == nullptr) continue;
+    const ClassId other = leaf(value->is_zero() ? "#b1" : "#b0", sort);
+    values_.push_back(other);
+    form(opposite, {child(t, 1 - i), other});
+  }
 }
 
 // Bit-vectors.

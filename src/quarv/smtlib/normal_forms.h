@@ -107,6 +107,7 @@ class NormalForms {
   void disjunction(std::span<const Term* const> parts);
   void equivalence(const Term* t, bool negated);
   void equality(const Term* t, bool negated);
+  void bit_equation(const Term* t, const char* opposite);
   void chain(const Term* t);
   void bit_vector_sum(const Term* t);
   void bit_vector_complement(const Term* t);

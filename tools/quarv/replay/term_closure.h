@@ -92,6 +92,7 @@ class TermClosure {
   void find_connectives();
   BitGraph::Bit bit_of(Id id);
   BitGraph::Bit structure(const Expression& e);
+  bool have_equal_truth_values(Id a, Id b);
 
   const TraceTerms& terms_;
   std::vector<Id> parents_;

@@ -62,7 +62,22 @@ BitGraph::Bit TermClosure::structure(const Expression& e) {
 }
 
 bool TermClosure::are_shown_equal(Id a, Id b) {
-  if (are_equal(a, b)) return true;
+  constexpr std::size_t most_pairs = 64;
+  std::vector<std::pair<Id, Id>> pending{{a, b}};
+  for (std::size_t i = 0; i < pending.size(); ++i) {
+    const auto [x, y] = pending[i];
+    if (are_equal(x, y) || have_equal_truth_values(x, y)) continue;
+    // Applications are equal where their arguments are.
+    const Expression &left = terms_.term(x), &right = terms_.term(y);
+    if (left.args.empty() || left.args.size() != right.args.size() || head(left) != head(right)) return false;
+    if (pending.size() + left.args.size() > most_pairs) return false;
+    for (std::size_t k = 0; k < left.args.size(); ++k)
+      pending.emplace_back(static_cast<Id>(left.args[k]), static_cast<Id>(right.args[k]));
+  }
+  return true;
+}
+
+bool TermClosure::have_equal_truth_values(Id a, Id b) {
   if (!is_boolean(a) || !is_boolean(b)) return false;
   if (num_connected_ != terms_.size()) find_connectives();
   try {

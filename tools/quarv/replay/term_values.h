@@ -228,6 +228,7 @@ class TermValues {
   Bit compare_form(Sum difference, bool equality, bool integer);
   bool is_sum_of_squares(const Sum& d, int sign) const;
   std::optional<Bit> compare_squares(const Sum& d, bool equality);
+  std::optional<Bit> compare_square_of_sum(const Sum& d, bool equality);
   Bit congruent(const Sum& difference, const mpz_class& modulus);
   Bit has_digit(const std::string& residue, unsigned long base, unsigned long digit);
   Sum floor_argument(Value v) const { return sum_of(found(at(v).args[0].first)); }
@@ -254,6 +255,7 @@ class TermValues {
   void add_factors(BitGraph::Node equation, LemmaList& list);
   void add_substitution(BitGraph::Node equation, BitGraph::Node a, LemmaList& list);
   void add_bounds(const std::vector<BitGraph::Node>& group, std::size_t i, std::size_t k, LemmaList& list);
+  void add_step_of_bound(BitGraph::Node equation, BitGraph::Node bound, LemmaList& list);
 
   TraceTerms& terms_;
   QuantifierElimination quantifiers_;

@@ -57,6 +57,35 @@ std::optional<BitGraph::Bit> TermValues::compare_squares(const Sum& d, bool equa
   return graph_.disjunction(std::move(any)) ^ 1U;
 }
 
+/// The square of a sum, times a number, was multiplied out: x*x + 4*x*y + 4*y*y.
+std::optional<BitGraph::Bit> TermValues::compare_square_of_sum(const Sum& d, bool equality) {
+  const auto is_square_of = [this](Value part) -> std::optional<Value> {
+    const Thing& t = at(part);
+    if (t.kind != Thing::product || t.args.size() != 2 || t.args[0] != t.args[1]) return std::nullopt;
+    return t.args[0].first;
+  };
+  for (const auto& [part, c] : d.coefficients) {
+    const auto x = is_square_of(part);
+    if (!x) continue;
+    Sum root{{{*x, 1}}, 0};
+    for (const auto& [other, k] : d.coefficients) {
+      const Thing& t = at(other);
+      const bool mixed = t.kind == Thing::product && t.args.size() == 2 && t.args[0] != t.args[1];
+      const bool with_x = mixed && (t.args[0].first == *x || t.args[1].first == *x);
+      if (with_x) add(root, {{{t.args[t.args[0].first == *x ? 1 : 0].first, 1}}, 0}, k / (2 * c));
+      if (other == *x) root.constant = k / (2 * c);
+    }
+    Sum rest = d;
+    add(rest, sum_of(product(root, root)), -c);
+    if (!rest.coefficients.empty()) return std::nullopt;
+    const int sign = sgn(c);
+    if (sgn(rest.constant) == sign) return equality || sign > 0 ? BitGraph::no : BitGraph::yes;
+    if (rest.constant != 0) return std::nullopt;
+    return !equality && sign < 0 ? BitGraph::yes : compare(std::move(root), true);
+  }
+  return std::nullopt;
+}
+
 /// Whether the sum is 0, or at most 0.
 BitGraph::Bit TermValues::compare(Sum d, bool equality) {
   if (d.coefficients.empty()) {
@@ -83,6 +112,7 @@ BitGraph::Bit TermValues::compare(Sum d, bool equality) {
   if (const auto bit = compare_words(scaled, equality)) return *bit;
   if (const auto bit = compare_remainder(scaled, equality)) return *bit;
   if (const auto bit = compare_squares(scaled, equality)) return *bit;
+  if (const auto bit = compare_square_of_sum(scaled, equality)) return *bit;
   const auto by_cases = in_cases(scaled, [&](Sum there) { return compare(std::move(there), equality); });
   if (by_cases) return *by_cases;
   return compare_form(std::move(scaled), equality, integer);

@@ -297,6 +297,21 @@ void TermValues::add_bounds(const std::vector<BitGraph::Node>& group, std::size_
     d.constant = -*common(x, y).low;
     list.lemmas.push_back({a ^ 1U, b ^ 1U, compare(std::move(d), true)});
   }
+  add_step_of_bound(group[i], group[k], list);
+  add_step_of_bound(group[k], group[i], list);
+}
+
+/// An integer that is at most 3 is 3, or at most 2.
+void TermValues::add_step_of_bound(BitGraph::Node equation, BitGraph::Node bound, LemmaList& list) {
+  const Atom equal = atoms_.at(equation), most = atoms_.at(bound);
+  if (equal.kind != Atom::equal_to || most.kind != Atom::at_most || !most.is_integer) return;
+  if (most.bound != equal.bound && most.bound != equal.bound - 1) return;
+  Sum above = form_sums_[equal.form];
+  above.constant = -equal.bound;
+  Sum below = above;
+  below.constant += 1;
+  const Bit at_most = compare(std::move(above), false), less = compare(std::move(below), false);
+  list.lemmas.push_back({at_most ^ 1U, 2 * equation, less});
 }
 
 }  // namespace quarv::cli

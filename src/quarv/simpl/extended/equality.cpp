@@ -28,6 +28,14 @@ const Term* ite_equals(TermManager& m, const Term* ite, const Term* b) {
 /// Two if-then-elses with one condition, of which a pair of branches is decided; or with branches of which
 /// all pairs are.
 const Term* ites_equal(TermManager& m, const Term* a, const Term* b) {
+  const bool same_order = a->args[1] == b->args[1] && a->args[2] == b->args[2];
+  const bool other_order = a->args[1] == b->args[2] && a->args[2] == b->args[1];
+  if (same_order || other_order) {
+    const Term* same = m.make_iff(a->args[0], b->args[0]);
+    if (same == m.true_term || same == m.false_term) {
+      return (same == m.true_term) == same_order ? m.true_term : m.make_equal(a->args[1], a->args[2]);
+    }
+  }
   if (a->args[0] == b->args[0]) {
     const Term* first = decided(m, a->args[1], b->args[1]);
     const Term* second = decided(m, a->args[2], b->args[2]);

@@ -40,13 +40,17 @@ const Term* absolute_value(TermManager& m, const Term* c, const Term* a, const T
 
 /// A branch that is an if-then-else with a branch of the outer one.
 const Term* merged_conditions(TermManager& m, const Term* c, const Term* a, const Term* b) {
-  if (is_ite(m, b) && b->args[1] == a) {
-    const Term* either = m.make_or(c, b->args[0]);
-    return m.make_ite(either, a, b->args[2]);
-  }
-  if (is_ite(m, a) && a->args[2] == b) {
-    const Term* both = m.make_and(c, a->args[0]);
-    return m.make_ite(both, a->args[1], b);
+  for (const std::size_t same : {1, 2}) {
+    if (is_ite(m, b) && b->args[same] == a) {
+      const Term* inner = same == 1 ? b->args[0] : m.make_not(b->args[0]);
+      const Term* either = m.make_or(c, inner);
+      return m.make_ite(either, a, b->args[3 - same]);
+    }
+    if (is_ite(m, a) && a->args[same] == b) {
+      const Term* inner = same == 2 ? a->args[0] : m.make_not(a->args[0]);
+      const Term* both = m.make_and(c, inner);
+      return m.make_ite(both, a->args[3 - same], b);
+    }
   }
   return nullptr;
 }

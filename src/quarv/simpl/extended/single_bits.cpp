@@ -245,6 +245,29 @@ const Term* formula_of(TermManager& m, const Term* t, int depth) {
   return connected(m, tag, a, b);
 }
 
+bool is_lattice(SymbolTag::tag tag) {
+  return tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR;
+}
+
+/// Whether a bit is made of others by a few conjunctions, disjunctions and complements.
+bool is_small_formula(const TermManager& m, const Term* t, int depth, int& most) {
+  const SymbolTag::tag tag = m.get_tag(t->symbol);
+  if (!is_lattice(tag) && tag != SymbolTag::BV_NOT) return true;
+  if (depth == 0 || --most < 0) return false;
+  return is_small_formula(m, t->args[0], depth - 1, most) &&
+         (tag == SymbolTag::BV_NOT || is_small_formula(m, t->args[1], depth - 1, most));
+}
+
+/// The formula that says that a bit is 1, where `is_small_formula`.
+const Term* formula_of_leaves(TermManager& m, const Term* t) {
+  const SymbolTag::tag tag = m.get_tag(t->symbol);
+  if (tag == SymbolTag::BV_NOT) return m.make_not(formula_of_leaves(m, t->args[0]));
+  if (!is_lattice(tag)) return m.make_equal(t, m.make_bv_number(1, 1));
+  const Term* a = formula_of_leaves(m, t->args[0]);
+  const Term* b = formula_of_leaves(m, t->args[1]);
+  return connected(m, tag, a, b);
+}
+
 /// The sign of a difference of two words of the same known sign, which cannot overflow, compares them.
 const Term* sign_of_difference(TermManager& m, const Term* t) {
   std::size_t high = 0;
@@ -281,11 +304,16 @@ const Term* simplify_bit_equation(TermManager& m, const Term* t, const Term* val
   const Term* formula = nullptr;
   if (tag == SymbolTag::BV_COMP || (is_connective(tag) && has_condition(m, t, deepest))) {
     formula = formula_of(m, t, deepest);
+  } else if (int most = 16; is_lattice(tag) && is_small_formula(m, t, deepest, most)) {
+    formula = formula_of_leaves(m, t);
+  } else if (tag == SymbolTag::BV_XOR) {
+    formula = m.make_not(m.make_equal(t->args[0], t->args[1]));
   } else if (tag == SymbolTag::BV_SELECT) {
     formula = sign_of_difference(m, t);
   }
-  if (formula == nullptr) return nullptr;
-  return m.get_number(value)->is_zero() ? m.make_not(formula) : formula;
+  if (!m.get_number(value)->is_zero()) return formula;
+  // What is not 0 is 1.
+  return m.make_not(formula != nullptr ? formula : m.make_equal(t, m.make_bv_number(1, 1)));
 }
 
 }  // namespace quarv::termsimpl::extended
