@@ -150,6 +150,8 @@ TEST(Layout, IsNoLongerThanSeveralLines) {
   const std::string usual =
       "(assert\n  (p\n    (q a b c)\n    (q d e f)\n    (q (r a b) (r c d) (r e f))))\n";
   EXPECT_EQ(laid_out(original(line.size() + 40), line, 36), usual);
+  EXPECT_EQ(laid_out(original(line.size() + 13), line, 36),
+            "(assert\n (p\n  (q a b c)\n  (q d e f)\n  (q (r a b) (r c d) (r e f))))\n");
   EXPECT_EQ(laid_out(original(line.size() + 2), line, 36),
             "(assert (p (q a b c) (q d e f)\n  (q (r a b) (r c d) (r e f))))\n");
   EXPECT_EQ(laid_out(original(line.size()), line, 36),

@@ -135,12 +135,19 @@ class Parentheses {
 /// is not much longer than the line, and as long where `deepest` is 0. A comment ends its line.
 class LineBreaker {
  public:
-  LineBreaker(const Parentheses& parentheses, std::size_t width, std::size_t deepest,
+  /// Lines are indented by `step` more than what they are a part of, up to `deepest`.
+  struct Indentation {
+    std::size_t deepest;
+    std::size_t step = 2;
+  };
+
+  LineBreaker(const Parentheses& parentheses, std::size_t width, Indentation indentation,
               std::span<const PlacedComment> comments, std::string& out)
       : line_(parentheses.text()),
         parentheses_(parentheses),
         width_(width),
-        deepest_(deepest),
+        deepest_(indentation.deepest),
+        step_(indentation.step),
         comments_(comments),
         out_(out) {}
 
@@ -289,7 +296,7 @@ class LineBreaker {
   /// `let` when it is one, too: chains of them are common, and long.
   std::size_t indentation(const Open& o) const {
     if (o.kind == Kind::list) return std::min(o.column + 1, deepest_);
-    return std::min(o.column + 2, deepest_);
+    return std::min(o.column + step_, deepest_);
   }
 
   void break_line(std::size_t indentation) {
@@ -304,9 +311,9 @@ class LineBreaker {
     const bool lets_within = !open_.empty() && open_.back().kind == Kind::let &&
                              open_.back().num_parts == 2 && Lexer(at_head).next().text == "let";
     const auto begins_line = [this] { return out_.find_first_not_of(' ', line_start_) == std::string::npos; };
-    if (lets_within && o.column == open_.back().column + 2 && begins_line()) {
-      out_.resize(out_.size() - 2);
-      o.column -= 2;
+    if (lets_within && o.column == open_.back().column + step_ && begins_line()) {
+      out_.resize(out_.size() - step_);
+      o.column -= step_;
     }
     out_ += '(';
     open_.push_back(o);
@@ -322,6 +329,7 @@ class LineBreaker {
   const Parentheses& parentheses_;
   std::size_t width_;
   std::size_t deepest_;  // column to which lines are indented
+  std::size_t step_;
   std::span<const PlacedComment> comments_;
   std::size_t next_comment_ = 0;
   std::string behind_;  // comments that end the line
@@ -448,13 +456,14 @@ class Layout {
     }
     parentheses_.find(command);
     const std::size_t start = out_.size();
-    const auto try_to_break = [&](std::size_t deepest) {
+    const auto try_to_break = [&](std::size_t deepest, std::size_t step = 2) {
       out_.resize(start);
-      LineBreaker(parentheses_, width_, deepest, comments, out_).write();
+      LineBreaker(parentheses_, width_, {deepest, step}, comments, out_).write();
       return out_.size() - start <= before;
     };
     const std::size_t usual = std::min<std::size_t>(width_ / 3, 32);
     if (try_to_break(usual) || (was_one_line ? before <= width_ : !comments.empty())) return;
+    if (!was_one_line && try_to_break(usual, 1)) return;
     if (try_to_break(2) || try_to_break(1) || try_to_break(0) || !comments.empty()) return;
     if (was_one_line) {
       out_.resize(start);
