@@ -118,6 +118,9 @@ TEST(Smallest, WritesRealsAsNumeralsWhereTheUserDoes) {
   for (const std::string logic : {"QF_LIRA", "QF_AUFLIRA", "ALL", "QF_FPLRA"})
     EXPECT_EQ(in(logic, mixed), "(assert (<= (- a b) 2.0))\n") << logic;
   EXPECT_EQ(in("QF_LRA", mixed + "(assert (< a 7.00))\n"), "(assert (<= (- a b) 2.0))\n(assert (< a 7.0))\n");
+  const std::string reset = "(reset)\n(declare-const a Real)\n(declare-const b Real)\n";
+  EXPECT_EQ(in("QF_LRA", mixed + reset + mixed),
+            "(assert (<= (- a b) 2.0))\n" + reset + "(assert (<= (- a b) 2.0))\n");
   // An Int is none, wherever it comes from.
   for (const std::string& integer : {std::string("i"), std::string("(to_int a)")}) {
     EXPECT_EQ(in("QF_LRA", "(declare-const i Int)\n(assert (< i 3))\n" + mixed + "(assert (< (+ " + integer +

@@ -180,6 +180,7 @@ void Reader::reset(Script& script, Command::Kind kind, const char* start) {
   session_.return_to(base_, keep_names);
   if (kind == Command::Kind::reset) {
     logic_set_ = false;
+    writes_reals_as_decimals_ = true;  // numerals may become Ints
     global_declarations_ = false;
   }
   text_command(script, kind, start);

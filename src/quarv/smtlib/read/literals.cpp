@@ -54,7 +54,7 @@ const Term* Reader::decimal(std::string_view text) {
   const std::size_t point = text.find('.');
   const std::size_t places = text.size() - point - 1;
   check_number_size(text);
-  if (text.find_first_not_of('0', point + 1) == std::string_view::npos) has_integers_as_decimals_ = true;
+  if (text.find_first_not_of('0', point + 1) == std::string_view::npos) writes_reals_as_decimals_ = true;
   if (text.size() - 1 > word_digits) return manager_.make_number(QNumber::parse(text));
   std::int64_t scale = 1;
   for (std::size_t i = 0; i < places; ++i) scale *= 10;

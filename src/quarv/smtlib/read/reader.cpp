@@ -407,7 +407,7 @@ bool Reader::read_guarded(Script& script, const char* start) {
     script.largest_dollar_name = largest_dollar_name_;
     script.largest_dollar_definition = largest_dollar_definition_;
     script.question_marks = question_marks_;
-    script.reals_are_numerals = numerals_are_real_ && !has_integers_as_decimals_;
+    script.reals_are_numerals = numerals_are_real_ && !writes_reals_as_decimals_;
     script.places.emplace_back(start, static_cast<std::size_t>(lexer_.position() - start));
     return more;
   } catch (...) {

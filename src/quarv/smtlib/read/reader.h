@@ -465,7 +465,7 @@ class QUARV_API Reader {
   bool logic_set_ = false;
   bool global_declarations_ = false;
   bool numerals_are_real_ = false;         // in the logic
-  bool has_integers_as_decimals_ = false;  // "2.0"
+  bool writes_reals_as_decimals_ = false;  // "2.0", or may have to
   std::uint64_t largest_dollar_name_ = 0;
   std::uint64_t largest_dollar_definition_ = 0;
   std::size_t question_marks_ = 0;
