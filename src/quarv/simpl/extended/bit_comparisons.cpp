@@ -91,7 +91,7 @@ const Term* decided_by_bits(const Comparison& c) {
 /// Two bit-vectors, cut at the same places.
 class SlicePairs {
  public:
-  explicit SlicePairs(const Comparison& c) : c_(c), a_(c.m), b_(c.m) {}
+  SlicePairs(const Comparison& c, BitSlices::Masks masks) : c_(c), a_(c.m, masks), b_(c.m, masks) {}
 
   bool take() {
     const std::size_t high = c_.width() - 1;
@@ -203,9 +203,12 @@ const Term* SlicePairs::order() {
 }
 
 const Term* compared_slices(const Comparison& c) {
-  SlicePairs pairs(c);
-  if (!pairs.take()) return nullptr;
-  return c.is_equality ? pairs.equality() : pairs.order();
+  for (const auto masks : {BitSlices::Masks::run_by_run, BitSlices::Masks::whole}) {
+    SlicePairs pairs(c, masks);
+    if (!pairs.take()) continue;
+    if (const Term* t = c.is_equality ? pairs.equality() : pairs.order()) return t;
+  }
+  return nullptr;
 }
 
 // Extensions and sums compared with constants.

@@ -75,6 +75,11 @@ bool is_bitwise(SymbolTag::tag tag) {
   return tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR || tag == SymbolTag::BV_XOR;
 }
 
+/// Zeros alone, or ones alone.
+bool is_uniform(TermManager& m, const Term* literal) {
+  return m.get_number(literal)->is_zero() || literal == all_ones(m, width_of(m, literal));
+}
+
 bool is_whole(const TermManager& m, const BitPart& part) {
   return part.low == 0 && part.width() == width_of(m, part.term);
 }
@@ -210,7 +215,7 @@ bool BitSlices::refine(BitSlices& a, BitSlices& b) {
 /// A slice under a mask, run by run of equal bits.
 bool BitSlices::add_masked(SymbolTag::tag operation, const Term* mask, const BitSlice& slice) {
   const QNumber& bits = *m_.get_number(mask);
-  if (!is_mask(m_, mask)) return false;
+  if (!is_mask(m_, mask) || (masks_ == Masks::whole && !is_uniform(m_, mask))) return false;
   for (std::size_t high = slice.width(); high > 0;) {
     const bool bit = BVNumber::bit(bits, high - 1);
     std::size_t low = high - 1;
@@ -288,8 +293,8 @@ bool BitSlices::add_bitwise(const Term* t, SymbolTag::tag operation, Args args, 
   for (std::size_t i = 0; i < 2; ++i) {
     if (m_.get_number(args[i]) != nullptr && operation == SymbolTag::BV_XOR) return add_leaf(t, r);
   }
-  BitSlices a(m_, visits_left_);
-  BitSlices b(m_, visits_left_);
+  BitSlices a(*this);
+  BitSlices b(*this);
   const bool fits = a.add(args[0], r, depth) && b.add(args[1], r, depth) && refine(a, b);
   return fits ? add_operands(t, operation, a, b, r) : add_leaf(t, r);
 }
@@ -314,8 +319,8 @@ bool BitSlices::add_operands(const Term* t, SymbolTag::tag operation, const BitS
 
 /// A sum of what does not overlap is a disjunction.
 bool BitSlices::add_sum(const Term* t, Args args, Range r, int depth) {
-  BitSlices a(m_, visits_left_);
-  BitSlices b(m_, visits_left_);
+  BitSlices a(*this);
+  BitSlices b(*this);
   const Range all{r.high, 0};
   const bool fits = a.add(args[0], all, depth) && b.add(args[1], all, depth) && refine(a, b);
   if (!fits) return add_leaf(t, r);

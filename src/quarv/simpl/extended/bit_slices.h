@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 
 #include <quarv/term/term_manager.h>
@@ -35,7 +36,10 @@ class BitSlices {
  public:
   using Args = std::span<const Term* const>;
 
-  explicit BitSlices(TermManager& m) : m_(m) {}
+  /// Of a mask each run of equal bits may be a slice of its own, or all of it an operation on one slice.
+  enum class Masks : std::uint8_t { run_by_run, whole };
+
+  explicit BitSlices(TermManager& m, Masks masks = Masks::run_by_run) : m_(m), masks_(masks) {}
   BitSlices(const BitSlices&) = delete;
   BitSlices& operator=(const BitSlices&) = delete;
 
@@ -79,7 +83,8 @@ class BitSlices {
   static constexpr int deepest = 8;
 
   /// Slices of an operand, with what is left of the visits.
-  BitSlices(TermManager& m, int& visits_left) : m_(m), visits_left_(visits_left) {}
+  explicit BitSlices(BitSlices& whole)
+      : m_(whole.m_), masks_(whole.masks_), visits_left_(whole.visits_left_) {}
 
   bool add(const Term* t, const Symbol* s, Args args, Range r, int depth);
   bool add(const Term* t, Range r, int depth) { return add(t, t->symbol, m_.args_of(t), r, depth); }
@@ -106,6 +111,7 @@ class BitSlices {
   BitSlice cut_slice(const BitSlice& slice, std::size_t high, std::size_t low) const;
 
   TermManager& m_;
+  Masks masks_;
   int own_visits_ = most_visits;
   int& visits_left_ = own_visits_;
   std::array<BitSlice, most_slices> list_;

@@ -211,6 +211,31 @@ const Term* masked_or_shifted(TermManager& m, const BitSlices& slices, std::size
 
 }  // namespace
 
+namespace {
+
+/// A term as its slices, where these are fewer terms than it is made of. Those of a masked term may be as
+/// many: the operation becomes narrower.
+const Term* sliced(TermManager& m, const Symbol* s, Args args, BitSlices::Masks masks) {
+  BitSlices slices(m, masks);
+  const std::size_t width = m.get_width_from_type(s->get_output_type());
+  if (!slices.take(s, args, width - 1, 0)) return nullptr;
+  const std::size_t cost = slices.cost(0, slices.size());
+  const bool run_by_run = masks == BitSlices::Masks::run_by_run;
+  if (run_by_run && cost > 2 && slices.num_taken() > 2) {
+    if (const Term* t = masked_or_shifted(m, slices, width)) return t;
+  }
+  const bool is_smaller = cost < slices.num_taken() || (!run_by_run && cost == slices.num_taken());
+  return is_smaller ? slices.to_term(0, slices.size()) : nullptr;
+}
+
+/// A literal that masks bits of parts: those of which nothing is left need not be there.
+bool masks_parts(const TermManager& m, SymbolTag::tag tag, Args args) {
+  if (tag != SymbolTag::BV_AND && tag != SymbolTag::BV_OR) return false;
+  return (is_value(m, args[0]) && moves_bits(m, args[1])) || (is_value(m, args[1]) && moves_bits(m, args[0]));
+}
+
+}  // namespace
+
 const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args) {
   const SymbolTag::tag tag = m.get_tag(s);
   if (std::all_of(args.begin(), args.end(), [&m](const Term* t) { return is_value(m, t); })) return nullptr;
@@ -225,15 +250,10 @@ const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args) {
     if (const Term* t = part_of_operation(m, s, args[0])) return t;
     if (const Term* t = known_part(m, s, args[0])) return t;
   }
-  if (!is_worth_slicing(m, tag, args)) return nullptr;
-  BitSlices slices(m);
-  const std::size_t width = m.get_width_from_type(s->get_output_type());
-  if (!slices.take(s, args, width - 1, 0)) return nullptr;
-  const std::size_t cost = slices.cost(0, slices.size());
-  if (cost > 2 && slices.num_taken() > 2) {
-    if (const Term* t = masked_or_shifted(m, slices, width)) return t;
+  if (is_worth_slicing(m, tag, args)) {
+    if (const Term* t = sliced(m, s, args, BitSlices::Masks::run_by_run)) return t;
   }
-  return cost < slices.num_taken() ? slices.to_term(0, slices.size()) : nullptr;
+  return masks_parts(m, tag, args) ? sliced(m, s, args, BitSlices::Masks::whole) : nullptr;
 }
 
 }  // namespace quarv::termsimpl::extended
