@@ -407,6 +407,11 @@ void NormalForms::chain(const Term* t) {
   const ClassId pair[] = {child(t, 0), child(t, 1)};
   form(head, pair);
   const SymbolTag::tag tag = m_.get_tag(t->symbol);
+  const QNumber* front = tag == SymbolTag::BV_CONCAT ? m_.get_number(t->args[0]) : nullptr;
+  if (front != nullptr && front->is_zero()) {
+    const std::string width = std::to_string(m_.get_width_from_type(m_.type_of(t->args[0])));
+    form(g_.head("(_ zero_extend " + width + ')'), Args(&pair[1], 1));
+  }
   const bool is_idempotent = tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR;
   each_list_of_leaves(t, [&](std::vector<const Term*>& parts) {
     if (parts.size() > 2) flat_form(head, is_idempotent, parts, m_.type_of(parts[0]));

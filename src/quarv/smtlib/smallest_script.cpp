@@ -78,7 +78,7 @@ void add_decimals(const TermManager& manager, forms::FormGraph& graph, FormId nu
 }
 
 /// Whether Ints are nothing but numbers that were written for Reals.
-bool has_only_reals(const TermManager& manager, const forms::FormGraph& graph, FormId num_written) {
+bool has_no_integers(const TermManager& manager, const forms::FormGraph& graph, FormId num_written) {
   const auto is_arithmetic = [&](const forms::Form& f) {
     const forms::Head& head = graph.head_at(f.head);
     if (head.symbol != nullptr) return false;
@@ -98,7 +98,7 @@ void add_spellings(const TermManager& manager, WrittenForms& written, const Scri
   forms::FormGraph& graph = written.graph();
   // Where functions differ only in whether they take Int or Real, a numeral must be the former.
   if (script.reals_are_numerals && !written.needs_exact_sorts() &&
-      has_only_reals(manager, graph, num_written)) {
+      has_no_integers(manager, graph, num_written)) {
     graph.take_for(manager.int_type, manager.rat_type);
     written.normal().write_reals_as_numerals();
   } else {

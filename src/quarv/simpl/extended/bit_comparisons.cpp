@@ -104,6 +104,7 @@ class SlicePairs {
 
   const Term* equality();
   const Term* order();
+  bool met_mask() const { return a_.met_mask() || b_.met_mask(); }
 
  private:
   bool are_same(std::size_t i) const { return a_[i] == b_[i]; }
@@ -205,8 +206,9 @@ const Term* SlicePairs::order() {
 const Term* compared_slices(const Comparison& c) {
   for (const auto masks : {BitSlices::Masks::run_by_run, BitSlices::Masks::whole}) {
     SlicePairs pairs(c, masks);
-    if (!pairs.take()) continue;
-    if (const Term* t = c.is_equality ? pairs.equality() : pairs.order()) return t;
+    const bool taken = pairs.take();
+    const Term* t = !taken ? nullptr : c.is_equality ? pairs.equality() : pairs.order();
+    if (t != nullptr || !pairs.met_mask()) return t;
   }
   return nullptr;
 }

@@ -28,11 +28,6 @@ bool is_all_ones(const TermManager& m, const Term* t) {
   return value != nullptr && mpz_popcount(value->num().get_mpz_t()) == width_of(m, t);
 }
 
-bool is_zero(const TermManager& m, const Term* t) {
-  const QNumber* value = m.get_number(t);
-  return value != nullptr && value->is_zero();
-}
-
 bool is_one(const TermManager& m, const Term* t) {
   const QNumber* value = m.get_number(t);
   return value != nullptr && *value == QNumber(1);

@@ -215,7 +215,11 @@ bool BitSlices::refine(BitSlices& a, BitSlices& b) {
 /// A slice under a mask, run by run of equal bits.
 bool BitSlices::add_masked(SymbolTag::tag operation, const Term* mask, const BitSlice& slice) {
   const QNumber& bits = *m_.get_number(mask);
-  if (!is_mask(m_, mask) || (masks_ == Masks::whole && !is_uniform(m_, mask))) return false;
+  if (!is_mask(m_, mask)) return false;
+  if (!is_uniform(m_, mask)) {
+    shared_.met_mask = true;
+    if (masks_ == Masks::whole) return false;
+  }
   for (std::size_t high = slice.width(); high > 0;) {
     const bool bit = BVNumber::bit(bits, high - 1);
     std::size_t low = high - 1;
@@ -335,7 +339,7 @@ bool BitSlices::add_sum(const Term* t, Args args, Range r, int depth) {
 bool BitSlices::add(const Term* t, const Symbol* s, Args args, Range r, int depth) {
   const SymbolTag::tag tag = m_.get_tag(s);
   if (tag == SymbolTag::CONSTANT) return count(t) && add_value(t, r);
-  if (args.empty() || depth == 0 || --visits_left_ < 0) return add_leaf(t, r);
+  if (args.empty() || depth == 0 || --shared_.visits_left < 0) return add_leaf(t, r);
   std::size_t amount = 0;
   const bool by_value = args.size() == 2 && m_.get_number(args[1]) != nullptr;
   const auto taken = [&] { return count(t) && (!by_value || count(args[1])); };

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <span>
 
+#include <quarv/simpl/extended/values.h>
 #include <quarv/term/term_manager.h>
 
 namespace quarv::termsimpl::extended {
@@ -57,6 +58,8 @@ class BitSlices {
   /// Number of slices of both, where one ends where the other does not, cut there. False if too many.
   [[nodiscard]] static bool refine(BitSlices& a, BitSlices& b);
 
+  /// Whether some mask of several runs was met, so that the two ways to treat masks may differ.
+  bool met_mask() const { return shared_.met_mask; }
   /// How many terms were taken apart, constants among them.
   std::size_t num_taken() const { return num_taken_; }
   /// How many terms there are in what `to_term` builds of slices [first, last), those sliced apart.
@@ -82,9 +85,14 @@ class BitSlices {
   static constexpr int most_visits = 96;
   static constexpr int deepest = 8;
 
+  /// What the slices of a term and of its operands have in common.
+  struct Shared {
+    int visits_left = most_visits;
+    bool met_mask = false;
+  };
+
   /// Slices of an operand, with what is left of the visits.
-  explicit BitSlices(BitSlices& whole)
-      : m_(whole.m_), masks_(whole.masks_), visits_left_(whole.visits_left_) {}
+  explicit BitSlices(BitSlices& whole) : m_(whole.m_), masks_(whole.masks_), shared_(whole.shared_) {}
 
   bool add(const Term* t, const Symbol* s, Args args, Range r, int depth);
   bool add(const Term* t, Range r, int depth) { return add(t, t->symbol, m_.args_of(t), r, depth); }
@@ -112,8 +120,8 @@ class BitSlices {
 
   TermManager& m_;
   Masks masks_;
-  int own_visits_ = most_visits;
-  int& visits_left_ = own_visits_;
+  Shared own_;
+  Shared& shared_ = own_;
   std::array<BitSlice, most_slices> list_;
   std::size_t size_ = 0;
   std::array<const Term*, most_taken> taken_;
@@ -130,9 +138,5 @@ bool is_mask(const TermManager& m, const Term* t);
 bool moves_bits(const TermManager& m, const Term* t);
 /// Or that masks some.
 bool moves_or_masks_bits(const TermManager& m, const Term* t);
-
-inline std::size_t width_of(const TermManager& m, const Term* t) {
-  return m.get_width_from_type(m.type_of(t));
-}
 
 }  // namespace quarv::termsimpl::extended

@@ -209,29 +209,47 @@ const Term* masked_or_shifted(TermManager& m, const BitSlices& slices, std::size
   return to > from ? m.make_bv_lshl(source, by) : m.make_bv_lshr(source, by);
 }
 
-}  // namespace
-
-namespace {
-
-/// A term as its slices, where these are fewer terms than it is made of. Those of a masked term may be as
-/// many: the operation becomes narrower.
-const Term* sliced(TermManager& m, const Symbol* s, Args args, BitSlices::Masks masks) {
-  BitSlices slices(m, masks);
+/// A term as its slices, where these are fewer terms than it is made of.
+const Term* sliced(TermManager& m, const Symbol* s, Args args) {
+  BitSlices slices(m);
   const std::size_t width = m.get_width_from_type(s->get_output_type());
   if (!slices.take(s, args, width - 1, 0)) return nullptr;
   const std::size_t cost = slices.cost(0, slices.size());
-  const bool run_by_run = masks == BitSlices::Masks::run_by_run;
-  if (run_by_run && cost > 2 && slices.num_taken() > 2) {
+  if (cost > 2 && slices.num_taken() > 2) {
     if (const Term* t = masked_or_shifted(m, slices, width)) return t;
   }
-  const bool is_smaller = cost < slices.num_taken() || (!run_by_run && cost == slices.num_taken());
-  return is_smaller ? slices.to_term(0, slices.size()) : nullptr;
+  return cost < slices.num_taken() ? slices.to_term(0, slices.size()) : nullptr;
 }
 
-/// A literal that masks bits of parts: those of which nothing is left need not be there.
-bool masks_parts(const TermManager& m, SymbolTag::tag tag, Args args) {
-  if (tag != SymbolTag::BV_AND && tag != SymbolTag::BV_OR) return false;
-  return (is_value(m, args[0]) && moves_bits(m, args[1])) || (is_value(m, args[1]) && moves_bits(m, args[0]));
+/// Whether nothing is left of a part of a concatenation.
+bool hides_part(const TermManager& m, const BitSlices& slices, const Term* concatenation) {
+  if (!has_tag(m, concatenation, SymbolTag::BV_CONCAT)) return false;
+  const std::size_t boundary = width_of(m, concatenation->args[1]);
+  bool hides_high = true;
+  bool hides_low = true;
+  std::size_t place = width_of(m, concatenation);
+  for (std::size_t i = 0; i < slices.size(); ++i) {
+    const std::size_t top = place;
+    place -= slices[i].width();
+    if (slices.is_value(i)) continue;
+    hides_high = hides_high && top <= boundary;
+    hides_low = hides_low && place >= boundary;
+  }
+  return hides_high || hides_low;
+}
+
+/// A literal masks bits of parts: those of which nothing is left need not be there.
+const Term* masked_parts(TermManager& m, const Symbol* s, Args args) {
+  const SymbolTag::tag tag = m.get_tag(s);
+  if (tag != SymbolTag::BV_AND && tag != SymbolTag::BV_OR) return nullptr;
+  const Term* parts = args[is_value(m, args[0]) ? 1 : 0];
+  if (!moves_bits(m, parts) || (!is_value(m, args[0]) && !is_value(m, args[1]))) return nullptr;
+  BitSlices slices(m, BitSlices::Masks::whole);
+  if (!slices.take(s, args, width_of(m, parts) - 1, 0)) return nullptr;
+  const std::size_t cost = slices.cost(0, slices.size());
+  const bool is_smaller =
+      cost < slices.num_taken() || (cost == slices.num_taken() && hides_part(m, slices, parts));
+  return is_smaller ? slices.to_term(0, slices.size()) : nullptr;
 }
 
 }  // namespace
@@ -251,9 +269,9 @@ const Term* simplify_bit_structure(TermManager& m, const Symbol* s, Args args) {
     if (const Term* t = known_part(m, s, args[0])) return t;
   }
   if (is_worth_slicing(m, tag, args)) {
-    if (const Term* t = sliced(m, s, args, BitSlices::Masks::run_by_run)) return t;
+    if (const Term* t = sliced(m, s, args)) return t;
   }
-  return masks_parts(m, tag, args) ? sliced(m, s, args, BitSlices::Masks::whole) : nullptr;
+  return masked_parts(m, s, args);
 }
 
 }  // namespace quarv::termsimpl::extended

@@ -26,7 +26,7 @@ const Term* ite_equals(TermManager& m, const Term* ite, const Term* b) {
 }
 
 /// Two if-then-elses with one condition, of which a pair of branches is decided; or with branches of which
-/// all pairs are.
+/// all pairs are, or with the same branches and conditions that are equal, or differ.
 const Term* ites_equal(TermManager& m, const Term* a, const Term* b) {
   const bool same_order = a->args[1] == b->args[1] && a->args[2] == b->args[2];
   const bool other_order = a->args[1] == b->args[2] && a->args[2] == b->args[1];

@@ -1,7 +1,6 @@
 #include <utility>
 
 #include <quarv/numbers/bv_number.h>
-#include <quarv/simpl/extended/bit_slices.h>
 #include <quarv/simpl/extended/facts.h>
 #include <quarv/simpl/extended/values.h>
 

@@ -26,8 +26,9 @@ struct Bound {
   std::optional<bool> decides(const Bound& other) const;
   /// Whether the term cannot have a value: a literal of its sort.
   bool excludes(const TermManager& m, const Term* literal) const;
-  /// What a literal of the term's sort stands for in this order, and the literal that the bound is.
+  /// What a literal of the term's sort stands for in this order.
   QNumber value_of(const TermManager& m, const Term* literal) const;
+  /// The bound's value as a literal.
   const Term* literal(TermManager& m) const;
 };
 

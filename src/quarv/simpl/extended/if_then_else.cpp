@@ -28,10 +28,7 @@ const Term* ite_of_equal_terms(const TermManager& m, const Term* c, const Term* 
 
 /// An absolute value is written in one way: (ite (<= 0 i) i (- i)).
 const Term* absolute_value(TermManager& m, const Term* c, const Term* a, const Term* b) {
-  const auto is_zero = [&m](const Term* t) {
-    return m.get_number(t) != nullptr && m.get_number(t)->is_zero();
-  };
-  if (!has_tag(m, c, SymbolTag::LEQ) || c->args[0] != b || !is_zero(c->args[1])) return nullptr;
+  if (!has_tag(m, c, SymbolTag::LEQ) || c->args[0] != b || !is_zero(m, c->args[1])) return nullptr;
   if (!has_tag(m, a, SymbolTag::TIMES) || a->args[1] != b) return nullptr;
   const QNumber* factor = m.get_number(a->args[0]);
   if (factor == nullptr || !(*factor == QNumber(-1))) return nullptr;

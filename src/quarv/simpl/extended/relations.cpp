@@ -1,7 +1,6 @@
 #include <optional>
 #include <utility>
 
-#include <quarv/simpl/extended/bit_slices.h>
 #include <quarv/simpl/extended/relations.h>
 #include <quarv/simpl/extended/values.h>
 
@@ -45,13 +44,10 @@ std::optional<Relation> sign_of(const TermManager& m, const Term* t) {
 
 /// a <= b, also where it is written as a difference: a - b <= 0, or 0 <= b - a.
 Relation at_most(const TermManager& m, const Term* a, const Term* b) {
-  const auto is_zero = [&m](const Term* t) {
-    return m.get_number(t) != nullptr && m.get_number(t)->is_zero();
-  };
-  const bool swapped = is_zero(a);
+  const bool swapped = is_zero(m, a);
   const Term* difference = swapped ? b : a;
   Relation r{a, b, Relation::less | Relation::equal, Relation::numbers};
-  if (!is_zero(swapped ? a : b) || !has_tag(m, difference, SymbolTag::PLUS)) return r;
+  if (!is_zero(m, swapped ? a : b) || !has_tag(m, difference, SymbolTag::PLUS)) return r;
   for (std::size_t i = 0; i < 2; ++i) {
     const Term* product = difference->args[i];
     if (!has_tag(m, product, SymbolTag::TIMES)) continue;
@@ -100,7 +96,7 @@ std::optional<Relation> relation_of(const TermManager& m, const Term* t) {
 bool is_same(const TermManager& m, const Term* a, const Term* b) {
   if (a == b) return true;
   const Term* other = a == nullptr ? b : b == nullptr ? a : nullptr;
-  return other != nullptr && m.get_number(other) != nullptr && m.get_number(other)->is_zero();
+  return other != nullptr && is_zero(m, other);
 }
 
 const Term* term_of(TermManager& m, const Relation& r) {

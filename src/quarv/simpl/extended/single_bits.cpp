@@ -232,19 +232,6 @@ bool has_condition(const TermManager& m, const Term* t, int depth) {
          (has_condition(m, t->args[0], depth - 1) || has_condition(m, t->args[1], depth - 1));
 }
 
-/// The formula that says that a bit is 1.
-const Term* formula_of(TermManager& m, const Term* t, int depth) {
-  if (is_condition(m, t)) return condition_of(m, t);
-  const SymbolTag::tag tag = m.get_tag(t->symbol);
-  if (depth > 0 && tag == SymbolTag::BV_NOT) return m.make_not(formula_of(m, t->args[0], depth - 1));
-  if (depth == 0 || !is_connective(tag) || !has_condition(m, t, depth)) {
-    return m.make_equal(t, m.make_bv_number(1, 1));
-  }
-  const Term* a = formula_of(m, t->args[0], depth - 1);
-  const Term* b = formula_of(m, t->args[1], depth - 1);
-  return connected(m, tag, a, b);
-}
-
 bool is_lattice(SymbolTag::tag tag) {
   return tag == SymbolTag::BV_AND || tag == SymbolTag::BV_OR;
 }
@@ -258,13 +245,17 @@ bool is_small_formula(const TermManager& m, const Term* t, int depth, int& most)
          (tag == SymbolTag::BV_NOT || is_small_formula(m, t->args[1], depth - 1, most));
 }
 
-/// The formula that says that a bit is 1, where `is_small_formula`.
-const Term* formula_of_leaves(TermManager& m, const Term* t) {
+/// The formula that says that a bit is 1: of the conditions that it is made of, or, where it `is_small`, of
+/// all bits.
+const Term* formula_of(TermManager& m, const Term* t, int depth, bool is_small) {
+  if (is_condition(m, t)) return condition_of(m, t);
   const SymbolTag::tag tag = m.get_tag(t->symbol);
-  if (tag == SymbolTag::BV_NOT) return m.make_not(formula_of_leaves(m, t->args[0]));
-  if (!is_lattice(tag)) return m.make_equal(t, m.make_bv_number(1, 1));
-  const Term* a = formula_of_leaves(m, t->args[0]);
-  const Term* b = formula_of_leaves(m, t->args[1]);
+  if (depth > 0 && tag == SymbolTag::BV_NOT)
+    return m.make_not(formula_of(m, t->args[0], depth - 1, is_small));
+  const bool opens = is_small ? is_lattice(tag) : is_connective(tag) && has_condition(m, t, depth);
+  if (depth == 0 || !opens) return m.make_equal(t, m.make_bv_number(1, 1));
+  const Term* a = formula_of(m, t->args[0], depth - 1, is_small);
+  const Term* b = formula_of(m, t->args[1], depth - 1, is_small);
   return connected(m, tag, a, b);
 }
 
@@ -303,9 +294,9 @@ const Term* simplify_bit_equation(TermManager& m, const Term* t, const Term* val
   const SymbolTag::tag tag = m.get_tag(t->symbol);
   const Term* formula = nullptr;
   if (tag == SymbolTag::BV_COMP || (is_connective(tag) && has_condition(m, t, deepest))) {
-    formula = formula_of(m, t, deepest);
+    formula = formula_of(m, t, deepest, false);
   } else if (int most = 16; is_lattice(tag) && is_small_formula(m, t, deepest, most)) {
-    formula = formula_of_leaves(m, t);
+    formula = formula_of(m, t, deepest, true);
   } else if (tag == SymbolTag::BV_XOR) {
     formula = m.make_not(m.make_equal(t->args[0], t->args[1]));
   } else if (tag == SymbolTag::BV_SELECT) {

@@ -10,6 +10,16 @@ inline bool is_value(const TermManager& m, const Term* t) {
   return m.get_tag(t->symbol) == SymbolTag::CONSTANT;
 }
 
+/// The number or the bit-vector literal 0.
+inline bool is_zero(const TermManager& m, const Term* t) {
+  const QNumber* value = m.get_number(t);
+  return value != nullptr && value->is_zero();
+}
+
+inline std::size_t width_of(const TermManager& m, const Term* t) {
+  return m.get_width_from_type(m.type_of(t));
+}
+
 /// A literal that encodes NaN, which has many encodings and is one value.
 bool is_nan(const TermManager& m, const Term* t);
 
